@@ -1,0 +1,14 @@
+# Compile settings shared by every target of this tree; nothing here reaches a user's build.
+add_library(kxcert_settings INTERFACE)
+target_compile_options(kxcert_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wundef
+  -Wno-invalid-offsetof -fno-strict-overflow -fstack-protector-strong)
+target_compile_definitions(kxcert_settings INTERFACE OPENSSL_API_COMPAT=0x10101000L)
+if(KXCERT_WERROR)
+  target_compile_options(kxcert_settings INTERFACE -Werror)
+endif()
+if(KXCERT_SANITIZE)
+  target_compile_options(kxcert_settings INTERFACE
+    -fsanitize=${KXCERT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g1)
+  target_link_options(kxcert_settings INTERFACE -fsanitize=${KXCERT_SANITIZE})
+endif()

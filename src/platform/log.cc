@@ -1,0 +1,118 @@
+#include "kxcert/platform/log.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+#include <string>
+
+std::atomic<int> dodebugprt{0};
+std::atomic<int> g_MsgTypeThr{0};
+std::atomic<int> g_MsgTypeMaxThr{0};
+
+namespace {
+
+struct Sink {
+  kxLogSink func = nullptr;
+  void *opaque = nullptr;
+};
+
+std::mutex &SinkMutex() {
+  static std::mutex mutex;   // a function's static: lines may be written before main
+  return mutex;
+}
+Sink g_sink;
+
+void AppendFormat(std::string *line, const char *fmt, va_list args) {
+  char fixed[512];
+  va_list again;
+  va_copy(again, args);
+  const int len = std::vsnprintf(fixed, sizeof fixed, fmt, args);
+  if (len >= static_cast<int>(sizeof fixed)) {
+    const size_t start = line->size();
+    line->resize(start + static_cast<size_t>(len) + 1);
+    std::vsnprintf(line->data() + start, static_cast<size_t>(len) + 1, fmt, again);
+    line->resize(start + static_cast<size_t>(len));
+  } else if (len > 0) {
+    line->append(fixed, static_cast<size_t>(len));
+  }
+  va_end(again);
+}
+
+void AppendErrno(std::string *line, int errnum) {
+  char text[128] = "";
+  // The GNU form may return a text of its own instead of filling the area.
+  *line += ": ";
+  *line += strerror_r(errnum, text, sizeof text);
+}
+
+void WriteLine(std::string *line) {
+  Sink sink;
+  {
+    const std::lock_guard<std::mutex> lock(SinkMutex());
+    sink = g_sink;
+  }
+  if (sink.func != nullptr) {
+    sink.func(sink.opaque, line->data(), line->size());
+    return;
+  }
+  line->push_back('\n');
+  std::fwrite(line->data(), 1, line->size(), stderr);   // one call: lines of threads do not mix
+}
+
+}  // namespace
+
+void kxLog_SetSink(kxLogSink sink, void *opaque) {
+  const std::lock_guard<std::mutex> lock(SinkMutex());
+  g_sink = {sink, opaque};
+}
+
+int herror_func(int, int, const char *fmt, ...) {
+  if (!kxLog_DebugOn()) return 0;
+  std::string line;
+  va_list args;
+  va_start(args, fmt);
+  AppendFormat(&line, fmt, args);
+  va_end(args);
+  WriteLine(&line);
+  return 0;
+}
+
+void hex_herror(const unsigned char *data, int dataLen) {
+  if (!kxLog_DebugOn() || data == nullptr) return;
+  constexpr int kPerLine = 16;
+  for (int start = 0; start < dataLen; start += kPerLine) {
+    std::string line;
+    const int end = dataLen - start > kPerLine ? start + kPerLine : dataLen;
+    for (int i = start; i < end; ++i) {
+      char pair[4];
+      std::snprintf(pair, sizeof pair, "%02x ", data[i]);
+      line += pair;
+    }
+    WriteLine(&line);
+  }
+}
+
+void tderrorFunc(const char *topic, int level, int err, const char *fmt, ...) {
+  if (!kxLog_TraceOn()) return;
+  std::string line = "[";
+  line += topic;
+  line += "] ";
+  va_list args;
+  va_start(args, fmt);
+  AppendFormat(&line, fmt, args);
+  va_end(args);
+  if (level == 1 && err != 0) AppendErrno(&line, err);
+  WriteLine(&line);
+}
+
+void error(int, int errnum, const char *fmt, ...) {
+  std::string line;
+  va_list args;
+  va_start(args, fmt);
+  AppendFormat(&line, fmt, args);
+  va_end(args);
+  if (errnum != 0) AppendErrno(&line, errnum);
+  WriteLine(&line);
+}

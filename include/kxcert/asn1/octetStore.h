@@ -1,0 +1,63 @@
+/// @file
+/// sxOctets: owned octets with room for short ones inside the object, so that most values of a
+/// certificate (times, names, object identifiers) need no block of their own.
+#ifndef KXCERT_ASN1_OCTETSTORE_H_
+#define KXCERT_ASN1_OCTETSTORE_H_
+
+#include <cstring>
+#include <new>
+
+#include "kxcert/platform/export.h"
+
+class KXCERT_EXPORT sxOctets {
+ public:
+  static constexpr int kInline = 24;
+
+  constexpr sxOctets() = default;
+  /// Short octets (kInline at most) known when compiling, written by @p fill, which returns their
+  /// number: such objects are ready before any static constructor runs.
+  template <class Fill>
+  explicit constexpr sxOctets(Fill fill) : m_len(fill(m_area.here)) {}
+  sxOctets(const sxOctets &other) { Assign(other.Data(), other.m_len); }
+  sxOctets(sxOctets &&other) noexcept : m_area(other.m_area), m_len(other.m_len) { other.m_len = 0; }
+  sxOctets &operator=(const sxOctets &other) {
+    if (this != &other) Assign(other.Data(), other.m_len);
+    return *this;
+  }
+  ~sxOctets() { if (m_len > kInline) delete[] m_area.heap; }
+
+  int Len() const { return m_len; }
+  const unsigned char *Data() const { return m_len > kInline ? m_area.heap : m_area.here; }
+  unsigned char *Data() { return m_len > kInline ? m_area.heap : m_area.here; }
+
+  /// Replaces the octets by a copy; @p data may lie within the old ones. A negative length is 0.
+  void Assign(const unsigned char *data, int len) {
+    if (len <= kInline && m_len <= kInline) {
+      m_len = len > 0 ? len : 0;
+      if (m_len > 0) std::memmove(m_area.here, data, static_cast<size_t>(m_len));
+      return;
+    }
+    AssignLong(data, len);
+  }
+  /// Replaces the octets by @p len undefined ones and returns them.
+  unsigned char *Resize(int len);
+  void Clear() { Resize(0); }
+  /// Forgets the octets from @p len on; the block stays as long as it was needed for.
+  void Shorten(int len);
+
+  bool Equals(const sxOctets &other) const {
+    return m_len == other.m_len && std::memcmp(Data(), other.Data(), static_cast<size_t>(m_len)) == 0;
+  }
+
+ private:
+  void AssignLong(const unsigned char *data, int len);
+
+  union Area {
+    constexpr Area() : here{} {}
+    unsigned char here[kInline];
+    unsigned char *heap;   // owned while m_len > kInline
+  } m_area;
+  int m_len = 0;
+};
+
+#endif

@@ -1,0 +1,55 @@
+/// @file
+/// BIT STRING (X.690, 8.6). Bit 0 is the most significant bit of the first octet.
+///
+/// Trailing zero bits are not trimmed and unused bits not cleared on encoding: who needs DER for a
+/// named-bit list (X.690, 11.2.2) sets the exact bit length.
+#ifndef KXCERT_ASN1_SXASNBITS_H_
+#define KXCERT_ASN1_SXASNBITS_H_
+
+#include "kxcert/asn1/octetStore.h"
+#include "kxcert/asn1/sxAsnType.h"
+
+class KXCERT_EXPORT sxAsnBits : public sxAsnType {
+ public:
+  sxAsnBits() = default;
+  explicit sxAsnBits(int bitCount) { Set(bitCount); }
+
+  void Set(int bitCount);                                    ///< all bits clear
+  void ReSet(int bitCount) { Set(bitCount); }
+  void Set(const unsigned char *octets, int bitCount);
+  void ReSet(const unsigned char *octets, int bitCount) { Set(octets, bitCount); }
+  void Set(const sxAsnBits &other) { CopyFrom(other); }
+  void ReSet(const sxAsnBits &other) { CopyFrom(other); }
+
+  int SetBit(int bit);                                       ///< 0, or -1 out of range
+  int ClearBit(int bit);                                     ///< 0, or -1 out of range
+  int GetBit(int bit) const;                                 ///< 0 or 1, or -1 out of range
+  void Concat(const sxAsnBits &other);                       ///< appends its bits
+  bool BitsEquiv(const sxAsnBits &other) const;
+
+  int BitLen() const { return m_bitLen; }
+  int Len() const { return m_octets.Len(); }                 ///< octets: (BitLen() + 7) / 8
+  const unsigned char *Data() const { return m_octets.Data(); }
+
+  static const sxAsnTypeInfo kInfo;
+  const sxAsnTypeInfo *Info() const override { return &kInfo; }
+  const char *TypeName() const override { return Info()->name; }
+  sxAsnType *Clone() const override { return Info()->create(); }
+  sxAsnType *Dup() const override;
+  int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
+  int BEnc(sxAsnWriteBuf &buf) override;
+  int Describe(SxStream &out, int indent) const override;
+  int CopyFrom(const sxAsnType &other) override;
+
+ protected:
+  int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;
+  int EncContent(sxAsnWriteBuf &buf) override;
+
+ private:
+  int BDecConsBits(sxAsnReadBuf &buf, int len, int &bytesDecoded);
+
+  int m_bitLen = 0;
+  sxOctets m_octets;
+};
+
+#endif

@@ -1,0 +1,58 @@
+/// @file
+/// INTEGER and ENUMERATED (X.690, 8.3 and 8.4).
+///
+/// Up to four content octets are kept as a 32-bit number, longer ones as the octets received.
+#ifndef KXCERT_ASN1_SXASNINT_H_
+#define KXCERT_ASN1_SXASNINT_H_
+
+#include "kxcert/asn1/octetStore.h"
+#include "kxcert/asn1/sxAsnType.h"
+
+class KXCERT_EXPORT sxAsnInt : public sxAsnType {
+ public:
+  sxAsnInt() = default;
+  explicit sxAsnInt(int value) : m_small(value) {}
+
+  void Set(int value);
+  void ReSet(int value) { Set(value); }
+  /// Octets as stored for a big value, whatever their number; null or 0 makes it the small value 0.
+  void Set(const unsigned char *octets, unsigned int len);
+  /// The octets of a big value; -1 unless exactly @p len are held.
+  int GetBuf(unsigned char *octets, int len) const;
+  int GetShortVal() const;                       ///< the low 32 bits
+  bool IsBig() const { return m_big.Len() > 0; }
+  const sxOctets &BigOctets() const { return m_big; }   ///< empty for a small value
+
+  /// True when both denote the same number, however each is stored.
+  bool intEquiv(const sxAsnInt &other) const;
+
+  static const sxAsnTypeInfo kInfo;
+  const sxAsnTypeInfo *Info() const override { return &kInfo; }
+  const char *TypeName() const override { return Info()->name; }
+  sxAsnType *Clone() const override { return Info()->create(); }
+  sxAsnType *Dup() const override;
+  int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
+  int BEnc(sxAsnWriteBuf &buf) override;
+  int Describe(SxStream &out, int indent) const override;
+  int CopyFrom(const sxAsnType &other) override;
+
+ protected:
+  /// One to four octets become the small value, five and more are kept as they are.
+  int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;
+  /// Small values take the fewest octets, but every negative one takes four; big ones are written as
+  /// unsigned magnitudes, so that a negative one becomes positive. Both are kept so by intent.
+  int EncContent(sxAsnWriteBuf &buf) override;
+
+ private:
+  int m_small = 0;
+  sxOctets m_big;
+};
+
+class KXCERT_EXPORT sxAsnEnum : public sxAsnInt {
+ public:
+  using sxAsnInt::sxAsnInt;
+  static const sxAsnTypeInfo kInfo;
+  const sxAsnTypeInfo *Info() const override { return &kInfo; }
+};
+
+#endif

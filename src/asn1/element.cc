@@ -1,0 +1,103 @@
+#include "element.h"
+
+#include "kxcert/platform/log.h"
+
+namespace {
+
+bool IsConstructedType(const sxAsnTypeInfo &type) { return (type.tag & kConstructed) != 0; }
+
+unsigned int ContextTag(const sxAsnElem &elem, int form) {
+  return static_cast<unsigned int>(kContext | form | elem.tagNumber);
+}
+
+// The element without an explicit tag around it.
+int DecodeBare(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const sxAsnHeader &header,
+               const char *owner, const sxAsnTexts &texts, int &bytesDecoded) {
+  if (elem.type->kind == sxAsnKind::kAny) {   // it keeps or reads its own identifier and length
+    buf.Rewind(header.start);
+    bytesDecoded = header.startCount;
+    return value.BDec(buf, bytesDecoded) < 0 ? -1 : 0;
+  }
+  const int len = BDecLen(buf, bytesDecoded);
+  if (len < 0 && len != kIndefiniteLen) {
+    herror_func(0, 0, texts.decodeLength, owner);
+    return -1;
+  }
+  if (value.BDecContent(buf, header.tag, len, bytesDecoded) < 0) {
+    herror_func(0, 0, texts.decodeContent, owner, elem.name);
+    return -1;
+  }
+  return 0;
+}
+
+int EncodeBare(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf) {
+  const sxAsnTypeInfo &type = *elem.type;
+  if (type.kind == sxAsnKind::kAny) return value.BEnc(buf);
+  const int contentLen = value.BEncContent(buf);
+  if (contentLen < 0 || type.kind == sxAsnKind::kChoice) return contentLen;   // a CHOICE writes its own tag
+  const int lenLen = BEncDefLen(buf, contentLen);
+  if (lenLen < 0) return -1;
+  const int form = IsConstructedType(type) ? kConstructed : kPrimitive;
+  const int tagLen = elem.tagging == sxAsnElem::kImplicit
+                         ? BEncTag(buf, kContext, form, elem.tagNumber)
+                         : BEncTag(buf, kUniversal, form, type.tag & 0x1F);
+  return tagLen < 0 ? -1 : contentLen + lenLen + tagLen;
+}
+
+}  // namespace
+
+bool sxAsnTypeAccepts(const sxAsnTypeInfo &type, unsigned int tag) {
+  const auto own = static_cast<unsigned int>(type.tag);
+  if (type.kind == sxAsnKind::kAny) return tag != 0;
+  if (type.kind != sxAsnKind::kChoice) return tag == own || (type.bothForms && tag == (own | kConstructed));
+  for (int i = 0; i < type.numElems; ++i) {
+    if (sxAsnElemAccepts(type.elems[i], tag)) return true;
+  }
+  return false;
+}
+
+bool sxAsnElemAccepts(const sxAsnElem &elem, unsigned int tag) {
+  if (elem.tagging == sxAsnElem::kNone) return sxAsnTypeAccepts(*elem.type, tag);
+  if (elem.tagging == sxAsnElem::kExplicit || IsConstructedType(*elem.type)) {
+    return tag == ContextTag(elem, kConstructed);
+  }
+  return tag == ContextTag(elem, kPrimitive) || (elem.type->bothForms && tag == ContextTag(elem, kConstructed));
+}
+
+int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const sxAsnHeader &header,
+                    const char *owner, const sxAsnTexts &texts, int &bytesDecoded) {
+  if (elem.tagging != sxAsnElem::kExplicit) {
+    return DecodeBare(elem, value, buf, header, owner, texts, bytesDecoded);
+  }
+  const int outerLen = BDecLen(buf, bytesDecoded);
+  if (outerLen < 0 && outerLen != kIndefiniteLen) {
+    herror_func(0, 0, texts.decodeLength, owner);
+    return -1;
+  }
+  sxAsnHeader inner = {buf.Curr(), bytesDecoded, 0};
+  buf.MarkElement();
+  const int innerTag = BDecTag(buf, bytesDecoded);
+  inner.tag = static_cast<unsigned int>(innerTag);
+  if (innerTag < 0 || !sxAsnTypeAccepts(*elem.type, inner.tag)) {
+    herror_func(0, 0, texts.unexpectedTag, owner, buf.GetOffset());
+    return -1;
+  }
+  if (DecodeBare(elem, value, buf, inner, owner, texts, bytesDecoded) < 0) return -1;
+  if (outerLen == kIndefiniteLen) {
+    if (BDecEoc(buf, bytesDecoded) >= 0) return 0;
+    herror_func(0, 0, texts.decodeEoc, owner);
+    return -1;
+  }
+  if (bytesDecoded - inner.startCount == outerLen) return 0;
+  herror_func(0, 0, texts.discrepancy, owner, buf.GetOffset());
+  return -1;
+}
+
+int sxAsnEncodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf) {
+  const int innerLen = EncodeBare(elem, value, buf);
+  if (innerLen < 0 || elem.tagging != sxAsnElem::kExplicit) return innerLen;
+  const int lenLen = BEncDefLen(buf, innerLen);
+  if (lenLen < 0) return -1;
+  const int tagLen = BEncTag(buf, kContext, kConstructed, elem.tagNumber);
+  return tagLen < 0 ? -1 : innerLen + lenLen + tagLen;
+}

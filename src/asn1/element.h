@@ -1,0 +1,40 @@
+/// @file
+/// Steps that the interpreters of SEQUENCE, SET, lists and CHOICE share: which identifiers an element
+/// accepts, and how one element is decoded and encoded with its tags.
+#ifndef KXCERT_SRC_ASN1_ELEMENT_H_
+#define KXCERT_SRC_ASN1_ELEMENT_H_
+
+#include "kxcert/asn1/sxAsnType.h"
+
+/// Identifier and length of an element that was read; where it starts.
+struct sxAsnHeader {
+  const unsigned char *start;   ///< first identifier octet
+  int startCount;               ///< the caller's count of octets there
+  unsigned int tag;
+};
+
+/// True when an element of this class may begin with the identifier.
+bool sxAsnTypeAccepts(const sxAsnTypeInfo &type, unsigned int tag);
+/// The same with the element's own tag, if it has one.
+bool sxAsnElemAccepts(const sxAsnElem &elem, unsigned int tag);
+
+/// The messages of the kinds differ in wording; each is a printf format with the class name and, for
+/// decodeContent, the element name as its arguments (offset last where it has one).
+struct sxAsnTexts {
+  const char *decodeLength;
+  const char *decodeContent;    ///< class, element
+  const char *unexpectedTag;    ///< class, offset
+  const char *decodeEoc;
+  const char *discrepancy;      ///< class, offset
+};
+
+/// Decodes one element whose identifier was read, up to its end, into @p value, which is empty and of
+/// the element's class.
+/// @return 0, or -1 (logged with @p texts and the class name @p owner)
+int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const sxAsnHeader &header,
+                    const char *owner, const sxAsnTexts &texts, int &bytesDecoded);
+
+/// Encodes one element with all its tags. @return octets, or -1
+int sxAsnEncodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf);
+
+#endif

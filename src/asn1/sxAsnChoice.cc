@@ -1,0 +1,178 @@
+// The interpreter of CHOICE (X.690, 8.13).
+#include "element.h"
+#include "kxcert/asn1/sxAsnConstructed.h"
+#include "kxcert/asn1/sxAsnPrint.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/textStream.h"
+
+namespace {
+
+constexpr sxAsnTexts kTexts = {
+    "%s::BDecContent: attempt to decoded length failed",
+    "%s::BDecContent: attempt to decoded %s Content failed",
+    "%s::BDecContent Unexpected Tag offset = %d",
+    "%s::BDecContent: attempt to decoded Eoc failed",
+    "%s::BDecContent ERROR - Length discrepancy on choice. offset = %d",
+};
+
+}  // namespace
+
+void sxAsnChoice::Clean() {
+  delete m_value;
+  m_value = nullptr;
+}
+
+void sxAsnChoice::Choose(int choiceId, const sxAsnType &value) {
+  sxAsnType *const copy = value.Dup();   // before the old value goes: it may hold the argument
+  Clean();
+  m_choiceId = choiceId;
+  m_value = copy;
+}
+
+sxAsnType *sxAsnChoice::GetType(const char *name) {
+  if (sxAsnType *self = sxAsnType::GetType(name); self != nullptr) return self;
+  return m_value != nullptr ? m_value->GetType(name) : nullptr;
+}
+
+sxAsnType *sxAsnChoice::Dup() const {
+  sxAsnType *copy = Clone();
+  copy->CopyFrom(*this);
+  return copy;
+}
+
+int sxAsnChoice::CopyFrom(const sxAsnType &other) {
+  if (&other == this) return 0;
+  const auto &from = static_cast<const sxAsnChoice &>(other);
+  Clean();
+  m_choiceId = from.m_choiceId;
+  m_value = from.m_value != nullptr ? from.m_value->Dup() : nullptr;
+  return 0;
+}
+
+int sxAsnChoice::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
+  const char *name = Info()->name;
+  buf.MarkElement();
+  const int tag = BDecTag(buf, bytesDecoded);
+  const int len = tag < 0 ? -1 : BDecLen(buf, bytesDecoded);
+  if (len < 0 && len != kIndefiniteLen) {
+    herror_func(0, 0, "%s::BDec: attempt to decoded length failed", name);
+    return -1;
+  }
+  if (DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) {
+    herror_func(0, 0, "%s::BDec: attempt to decoded Content failed", name);
+    return -1;
+  }
+  return 1;
+}
+
+int sxAsnChoice::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
+  const sxAsnTypeInfo &info = *Info();
+  Clean();
+  const sxAsnLevel level(buf);
+  if (!level.Ok()) {
+    herror_func(0, 0, "%s::BDecContent: more than %d levels. offset = %d", info.name, kMaxNesting,
+                buf.GetOffset());
+    return -1;
+  }
+  int alternative = 0;
+  while (alternative < info.numElems && !sxAsnElemAccepts(info.elems[alternative], tag)) ++alternative;
+  if (alternative == info.numElems) {
+    herror_func(0, 0, "%s::BDecContent ERROR - unexpected tag in CHOICE offset = %d", info.name,
+                buf.GetOffset());
+    return -1;
+  }
+  const unsigned char *const element = buf.Element();
+  const unsigned char *const content = buf.Curr();
+  const int contentCount = bytesDecoded;
+  int rc = DecodeAlternative(buf, alternative, tag, len, bytesDecoded);
+  if (rc < 0 && info.elems[alternative].fallBack) {
+    // The identifier alone does not tell this alternative from content of another type: kept raw then.
+    buf.Rewind(element);
+    buf.MarkElement();
+    buf.Rewind(content);
+    bytesDecoded = contentCount;
+    rc = DecodeAlternative(buf, info.numElems - 1, tag, len, bytesDecoded);
+  }
+  if (rc < 0) return -1;
+  return info.zeroResult ? 0 : 1;
+}
+
+// The identifier and length were read by the caller; the value's content, or the element inside an
+// explicit tag, follows.
+int sxAsnChoice::DecodeAlternative(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len,
+                                   int &bytesDecoded) {
+  const sxAsnTypeInfo &info = *Info();
+  const sxAsnElem &elem = info.elems[alternative];
+  Clean();
+  m_choiceId = alternative;
+  m_value = elem.type->create();
+  const char *const name = info.name;
+  int rc = 0;
+  if (elem.tagging == sxAsnElem::kExplicit) {
+    // What is left is an element without that tag: read its identifier and decode it bare.
+    sxAsnElem inner = elem;
+    inner.tagging = sxAsnElem::kNone;
+    const unsigned char *const start = buf.Curr();
+    const int startCount = bytesDecoded;
+    buf.MarkElement();
+    const int innerTag = BDecTag(buf, bytesDecoded);
+    const sxAsnHeader header = {start, startCount, static_cast<unsigned int>(innerTag)};
+    if (innerTag < 0 || !sxAsnTypeAccepts(*elem.type, header.tag)) {
+      herror_func(0, 0, kTexts.unexpectedTag, name, buf.GetOffset());
+      return -1;
+    }
+    rc = sxAsnDecodeElem(inner, *m_value, buf, header, name, kTexts, bytesDecoded);
+    if (rc < 0) return -1;
+    if (len == kIndefiniteLen) {
+      if (BDecEoc(buf, bytesDecoded) >= 0) return 0;
+      herror_func(0, 0, kTexts.decodeEoc, name);
+      return -1;
+    }
+    if (bytesDecoded - startCount == len) return 0;
+    herror_func(0, 0, kTexts.discrepancy, name, buf.GetOffset());
+    return -1;
+  }
+  if (elem.type->kind == sxAsnKind::kAny) {
+    // It keeps identifier and length, which the caller has counted already.
+    const int headerLen = static_cast<int>(buf.Curr() - buf.Element());
+    int count = 0;
+    buf.Rewind(buf.Element());
+    rc = m_value->BDec(buf, count);
+    bytesDecoded += count - headerLen;
+  } else {
+    rc = m_value->BDecContent(buf, tag, len, bytesDecoded);
+  }
+  if (rc < 0) {
+    herror_func(0, 0, kTexts.decodeContent, name, elem.name);
+    return -1;
+  }
+  return 0;
+}
+
+int sxAsnChoice::BEnc(sxAsnWriteBuf &buf) {
+  const int len = EncContent(buf);
+  if (len < 0) herror_func(0, 0, "%s::BEnc: attempt to encoded  content failed", Info()->name);
+  return len;
+}
+
+int sxAsnChoice::EncContent(sxAsnWriteBuf &buf) {
+  const sxAsnTypeInfo &info = *Info();
+  const sxAsnElem &elem = info.elems[m_choiceId];
+  const int len = m_value != nullptr ? sxAsnEncodeElem(elem, *m_value, buf) : -1;
+  if (len < 0) {
+    herror_func(0, 0, "%s::BEncContent: attempt to encoded %s Content failed", info.name, elem.name);
+  }
+  return len;
+}
+
+int sxAsnChoice::Describe(SxStream &out, int indent) const {
+  char spaces[40];
+  StrIndent(indent, spaces, sizeof spaces);
+  const char *name = Info()->elems[m_choiceId].name;
+  if (m_value == nullptr) {
+    out.Printf("%s  %s  -- void --\n", spaces, name);
+    return 0;
+  }
+  out.Printf("%s  %s   ", spaces, name);
+  return m_value->Describe(out, indent);
+}

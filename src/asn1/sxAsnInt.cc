@@ -1,0 +1,146 @@
+#include "kxcert/asn1/sxAsnInt.h"
+
+#include <cstdint>
+
+#include "kxcert/asn1/sxAsnPrint.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/textStream.h"
+#include "primitive.h"
+
+namespace {
+
+constexpr int kSmallLen = 4;   // content octets that fit the small value
+
+// The two's complement octets without redundant leading ones (X.690 8.3.2).
+struct Number {
+  const unsigned char *octets;
+  int len;
+};
+
+Number Significant(const unsigned char *octets, int len) {
+  while (len > 1 && ((octets[0] == 0x00 && octets[1] < 0x80) || (octets[0] == 0xFF && octets[1] >= 0x80))) {
+    ++octets;
+    --len;
+  }
+  return {octets, len};
+}
+
+void BigEndian(int value, unsigned char (&octets)[kSmallLen]) {
+  const uint32_t bits = static_cast<uint32_t>(value);
+  for (int i = 0; i < kSmallLen; ++i) octets[i] = static_cast<unsigned char>(bits >> (24 - 8 * i));
+}
+
+}  // namespace
+
+constinit const sxAsnTypeInfo sxAsnInt::kInfo = sxAsnPrimitiveInfo("sxAsnInt", 2, sxAsnCreate<sxAsnInt>);
+constinit const sxAsnTypeInfo sxAsnEnum::kInfo = sxAsnPrimitiveInfo("sxAsnEnum", 10, sxAsnCreate<sxAsnEnum>);
+
+void sxAsnInt::Set(int value) {
+  m_big.Clear();
+  m_small = value;
+}
+
+void sxAsnInt::Set(const unsigned char *octets, unsigned int len) {
+  m_small = 0;
+  if (octets == nullptr || len > INT32_MAX) len = 0;
+  m_big.Assign(octets, static_cast<int>(len));
+}
+
+int sxAsnInt::GetBuf(unsigned char *octets, int len) const {
+  if (octets == nullptr || len <= 0 || m_big.Len() != len) return -1;
+  std::memcpy(octets, m_big.Data(), static_cast<size_t>(len));
+  return 0;
+}
+
+int sxAsnInt::GetShortVal() const {
+  if (!IsBig()) return m_small;
+  uint32_t value = 0;
+  for (int i = 0; i < m_big.Len(); ++i) value = value << 8 | m_big.Data()[i];
+  return static_cast<int>(value);
+}
+
+bool sxAsnInt::intEquiv(const sxAsnInt &other) const {
+  if (!IsBig() && !other.IsBig()) return m_small == other.m_small;
+  unsigned char ownSmall[kSmallLen];
+  unsigned char otherSmall[kSmallLen];
+  BigEndian(m_small, ownSmall);
+  BigEndian(other.m_small, otherSmall);
+  const Number a = IsBig() ? Significant(m_big.Data(), m_big.Len()) : Significant(ownSmall, kSmallLen);
+  const Number b = other.IsBig() ? Significant(other.m_big.Data(), other.m_big.Len())
+                                 : Significant(otherSmall, kSmallLen);
+  return a.len == b.len && std::memcmp(a.octets, b.octets, static_cast<size_t>(a.len)) == 0;
+}
+
+sxAsnType *sxAsnInt::Dup() const {
+  sxAsnType *copy = Clone();
+  copy->CopyFrom(*this);
+  return copy;
+}
+
+int sxAsnInt::CopyFrom(const sxAsnType &other) {
+  const auto &from = static_cast<const sxAsnInt &>(other);
+  m_small = from.m_small;
+  m_big = from.m_big;
+  return 0;
+}
+
+int sxAsnInt::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
+  int len = 0;
+  const int tag = sxAsnReadHeader(*Info(), buf, len, bytesDecoded);
+  if (tag < 0 || DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
+  return 1;
+}
+
+int sxAsnInt::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }
+
+int sxAsnInt::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
+  if (len < 1) {
+    herror_func(0, 0, "sxAsnInt::BDecContent: sxAsnInt must not be with INDEFINITE length (%d). offset = %d",
+                len, buf.GetOffset());
+    return -1;
+  }
+  if (len > buf.GetLen()) {
+    herror_func(0, 0, "sxAsnInt::BDecContent: can't get %d octets. offset = %d", len, buf.GetOffset());
+    return -1;
+  }
+  const unsigned char *octets = buf.GetSeg(&len);
+  bytesDecoded += len;
+  if (len > kSmallLen) {
+    Set(octets, static_cast<unsigned int>(len));
+    return 1;
+  }
+  uint32_t value = octets[0] >= 0x80 ? UINT32_MAX : 0;   // the sign
+  for (int i = 0; i < len; ++i) value = value << 8 | octets[i];
+  Set(static_cast<int>(value));
+  return 1;
+}
+
+int sxAsnInt::EncContent(sxAsnWriteBuf &buf) {
+  if (!IsBig()) {
+    const uint32_t value = static_cast<uint32_t>(m_small);
+    // One mask for each length: the sign bit of a shorter one and everything above it.
+    const int len = (value & 0xFF800000) != 0 ? 4 : (value & 0x7F8000) != 0 ? 3 : (value & 0x7F80) != 0 ? 2 : 1;
+    unsigned char octets[kSmallLen];
+    BigEndian(m_small, octets);
+    return buf.PutSeg(octets + kSmallLen - len, len) < 0 ? -1 : len;
+  }
+  const unsigned char *octets = m_big.Data();
+  int len = m_big.Len();
+  while (len > 0 && *octets == 0) {
+    ++octets;
+    --len;
+  }
+  if (buf.PutSeg(octets, len) < 0) return -1;
+  if (len != 0 && *octets < 0x80) return len;
+  return buf.PutByte(0) < 0 ? -1 : len + 1;
+}
+
+int sxAsnInt::Describe(SxStream &out, int indent) const {
+  if (m_big.Len() > kSmallLen) {
+    out.Puts("long Int");
+    HexPrint(out, m_big.Data(), m_big.Len(), indent);
+  } else {
+    out.Printf("int = %d\n", GetShortVal());
+  }
+  return 0;
+}

@@ -1,0 +1,147 @@
+#include "kxcert/asn1/sxAsnOcts.h"
+
+#include "kxcert/asn1/sxAsnPrint.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/textStream.h"
+#include "primitive.h"
+
+constinit const sxAsnTypeInfo sxAsnOcts::kInfo = sxAsnStringInfo("sxAsnOcts", 4, sxAsnCreate<sxAsnOcts>);
+
+#define KXCERT_ASN1_STRING_INFO(Class, tag) \
+  constinit const sxAsnTypeInfo Class::kInfo = sxAsnStringInfo(#Class, tag, sxAsnCreate<Class>)
+KXCERT_ASN1_STRING_INFO(sxAsnObjectDescriptor, 7);
+KXCERT_ASN1_STRING_INFO(sxAsnUTF8String, 12);
+KXCERT_ASN1_STRING_INFO(sxAsnNumericString, 18);
+KXCERT_ASN1_STRING_INFO(sxAsnPrintableString, 19);
+KXCERT_ASN1_STRING_INFO(sxAsnTeletexString, 20);
+KXCERT_ASN1_STRING_INFO(sxAsnT61String, 20);
+KXCERT_ASN1_STRING_INFO(sxAsnVideotexString, 21);
+KXCERT_ASN1_STRING_INFO(sxAsnIA5String, 22);
+KXCERT_ASN1_STRING_INFO(sxAsnUTCTime, 23);
+KXCERT_ASN1_STRING_INFO(sxAsnGeneralizedTime, 24);
+KXCERT_ASN1_STRING_INFO(sxAsnGraphicString, 25);
+KXCERT_ASN1_STRING_INFO(sxAsnVisibleString, 26);
+KXCERT_ASN1_STRING_INFO(sxAsnISO646String, 26);
+KXCERT_ASN1_STRING_INFO(sxAsnGeneralString, 27);
+KXCERT_ASN1_STRING_INFO(sxAsnUniversalString, 28);
+KXCERT_ASN1_STRING_INFO(sxAsnBMPString, 30);
+
+sxAsnOcts::sxAsnOcts(const unsigned char *text) { Set(reinterpret_cast<const char *>(text)); }
+
+void sxAsnOcts::Set(const char *text) {
+  Set(reinterpret_cast<const unsigned char *>(text), text == nullptr ? 0 : static_cast<int>(std::strlen(text)));
+}
+
+void sxAsnOcts::Set(const unsigned char *octets, int len) {
+  m_octets.Assign(octets, octets == nullptr ? 0 : len);
+}
+
+sxAsnType *sxAsnOcts::GetType(const char *name) {
+  return name != nullptr && std::strcmp(name, kInfo.name) == 0 ? this : sxAsnType::GetType(name);
+}
+
+sxAsnType *sxAsnOcts::Dup() const {
+  sxAsnType *copy = Clone();
+  copy->CopyFrom(*this);
+  return copy;
+}
+
+int sxAsnOcts::CopyFrom(const sxAsnType &other) {
+  m_octets = static_cast<const sxAsnOcts &>(other).m_octets;
+  return 0;
+}
+
+int sxAsnOcts::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
+  const sxAsnTypeInfo &info = *Info();
+  const int tag = BDecTag(buf, bytesDecoded);
+  if (tag != info.tag && tag != (info.tag | kConstructed)) {
+    herror_func(0, 0, "%s::BDec wrong tag before offset = %d", info.name, buf.GetOffset());
+    return -1;
+  }
+  if (buf.GetLen() > 0 && buf.PeekByte() == 0) {
+    // The length octet is consumed and not counted: intended, see the header. Who checks the count of
+    // octets (sxASN_DecodeBuf, a SEQUENCE around an open type) refuses such an element.
+    buf.GetByte();
+    m_octets.Clear();
+    return 1;
+  }
+  const int len = BDecLen(buf, bytesDecoded);
+  if (len < 0 && len != kIndefiniteLen) {
+    herror_func(0, 0, "%s::BDec failed to decoded length before offset = %d", info.name, buf.GetOffset());
+    return -1;
+  }
+  if (DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
+  return Info() == &kInfo ? 1 : 0;
+}
+
+int sxAsnOcts::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }
+
+int sxAsnOcts::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
+  if ((tag & kConstructed) != 0) return BDecConsOcts(buf, len, bytesDecoded);
+  if (len < 0) {
+    herror_func(0, 0,
+                "sxAsnOcts::BDecContent indefinite length is not permitted for non-constructed octet");
+    return -1;
+  }
+  if (len > buf.GetLen()) {
+    herror_func(0, 0, "sxAsnOcts::BDecContent:  can't get data from buffer before offset = %d",
+                buf.GetOffset());
+    return -1;
+  }
+  m_octets.Assign(buf.GetSeg(&len), len);
+  bytesDecoded += len;
+  return 1;
+}
+
+int sxAsnOcts::BDecConsOcts(sxAsnReadBuf &buf, int len, int &bytesDecoded) {
+  const sxAsnLevel level(buf);
+  if (!level.Ok()) {
+    herror_func(0, 0, "sxAsnOcts::BDecConsOcts: more than %d levels. offset = %d", kMaxNesting, buf.GetOffset());
+    return -1;
+  }
+  const bool indefinite = len == kIndefiniteLen;
+  if (indefinite) {
+    len = RawLen(buf, 1) - 2;   // without the end-of-contents octets
+    if (len < 0) {
+      herror_func(0, 0,
+                  "sxAsnOcts::BDEcConsOcts failed to get the length of octet for indefinite length");
+      return -1;
+    }
+  }
+  if (len < 0 || len > buf.GetLen()) return -1;
+  unsigned char *const joined = m_octets.Resize(len);   // the segments are shorter: they have headers
+  int used = 0;
+  // Both bounds hold by subtraction: counts never exceed the input. A segment of length 0 counts one
+  // octet less than it takes, so that the loop may read on behind the contents, within the buffer.
+  const int startCount = bytesDecoded;
+  while (bytesDecoded - startCount < len) {
+    sxAsnOcts segment;
+    if (segment.sxAsnOcts::BDec(buf, bytesDecoded) < 0) return -1;
+    if (segment.Len() > len - used) {
+      herror_func(0, 0, "sxAsnOcts::BDecConsOcts included string length (%u) is too big",
+                  static_cast<unsigned int>(segment.Len()));
+      return -1;
+    }
+    if (segment.Len() > 0) std::memcpy(joined + used, segment.Data(), static_cast<size_t>(segment.Len()));
+    used += segment.Len();
+  }
+  m_octets.Shorten(used);
+  if (indefinite && BDecEoc(buf, bytesDecoded) < 0) {
+    herror_func(0, 0, "sxAsnOcts:BDecConsOcts attempt to decoded Eoc of indefifnite octet failed");
+    return -1;
+  }
+  return 1;
+}
+
+int sxAsnOcts::EncContent(sxAsnWriteBuf &buf) { return buf.PutSeg(Data(), Len()) < 0 ? -1 : Len(); }
+
+int sxAsnOcts::Describe(SxStream &out, int indent) const {
+  if (Len() == 0) {
+    out.Puts("sxAsnOcts::Print no octet to print, buffer empty\n");
+    return -1;
+  }
+  out.Puts("Octet String");
+  HexPrint(out, Data(), Len(), indent);
+  PrintStr(out, Data(), Len(), indent);
+  return 0;
+}

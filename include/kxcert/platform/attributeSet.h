@@ -9,12 +9,14 @@
 /// Text form: (:name (value) :name (:inner (...))). A value is a bare word of letters, digits and
 /// the characters . _ - + / @, or stands in double quotes, in which a backslash keeps the next
 /// character. Spaces, TABs and line ends separate; '#' starts a comment up to the line's end. A set may
-/// carry a name of its own before its first member: (name :member (value)).
+/// carry a name of its own before its first member: (name :member (value)). Because (name) alone is a
+/// text, a named set without members is written (name :).
 #ifndef KXCERT_PLATFORM_ATTRIBUTESET_H_
 #define KXCERT_PLATFORM_ATTRIBUTESET_H_
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kxcert/platform/export.h"
@@ -38,8 +40,10 @@ class KXCERT_EXPORT SxAtom {
   bool GetInt(long long *value) const;               ///< false unless the text is a decimal number
   bool GetBinary(std::vector<unsigned char> *octets) const;   ///< false unless whole hex pairs
 
+  bool operator==(const SxAtom &other) const;        ///< equal texts or equal sets
+
  private:
-  std::string m_text;             // may hold key material: wiped when the atom goes
+  std::string m_text;             // may hold key material: wiped when the atom goes or is moved from
   std::unique_ptr<sxset> m_set;   // null for a text
 };
 
@@ -61,24 +65,30 @@ class KXCERT_EXPORT sxset {
 
   void SetText(const char *name, const char *text);   ///< each replaces a member of that name
   void SetInt(const char *name, long long value);
-  void SetBinary(const char *name, const unsigned char *data, int dataLen);
+  void SetBinary(const char *name, const unsigned char *data, int dataLen);   ///< null or 2^30: none
   void SetSet(const char *name, const sxset &inner);  ///< a deep copy
   bool Remove(const char *name);
 
   bool operator==(const sxset &other) const;          ///< names, order and values
 
-  void Write(SxStream *out) const;                    ///< the text form, on one line
+  /// The text form, without a line feed of its own. The stream is not wiped.
+  void Write(SxStream *out) const;
 
  private:
+  friend class sxsetReader;   // appends without the search that Set... makes
+
+  void Put(const char *name, SxAtom value);
+
   std::string m_name;
   std::vector<std::pair<std::string, SxAtom>> m_members;
 };
 
-constexpr int kMaxSetNesting = 64;       ///< nested sets that are read; deeper text is refused
+constexpr int kMaxSetNesting = 64;       ///< sets in sets that are read, the outermost counted
 constexpr long kMaxSetFileLen = 1 << 24; ///< bytes of a file that sio_readx takes
 
 /// Reads one set. Nothing but white space and comments may follow it.
-/// @param[out] error  what is wrong, "line L, column C: ..."; untouched on success; may be null
+/// @param[out] error  what is wrong, "line L, column C: ..." (columns count bytes from 1), or why the
+///                    file cannot be read; untouched on success. When null, the debug log gets the line
 /// @return a new set for delete, or null
 KXCERT_EXPORT sxset *sio_sread(const char *text, std::string *error);
 KXCERT_EXPORT sxset *sio_readx(const char *fileName, std::string *error);

@@ -1,9 +1,9 @@
 /// @file
 /// Cache: a bounded, least-recently-used map of untyped keys and data with seconds to live.
 ///
-/// Every operation takes the cache's own lock. What Get returns is lent: it stays valid until the
-/// entry is replaced, deleted, evicted or the cache goes, so a caller that shares a cache between
-/// threads takes its own reference through @p onHit, which runs under the lock.
+/// Every operation takes the cache's own lock; destructors run without it. What Get returns is lent:
+/// it stays valid until the entry is replaced, deleted, evicted or the cache goes, so a caller that
+/// shares a cache between threads takes its own reference through @p onHit, which runs under the lock.
 #ifndef KXCERT_PLATFORM_CACHE_H_
 #define KXCERT_PLATFORM_CACHE_H_
 

@@ -14,7 +14,9 @@ KXCERT_EXPORT int64_t kxClock_Now();
 KXCERT_EXPORT void kxClock_SetSource(int64_t (*now)());
 
 /// The text of ctime ("Thu Jan  1 00:00:00 1970", local time) without its line feed.
-/// @param[out] text  ended by NUL; at least 26 bytes, or -1 is returned and nothing written
+/// @param[out] text  ended by NUL; untouched on failure
+/// @retval  0  done
+/// @retval -1  null, fewer than 26 bytes, a year above 9999, or beyond what time_t holds here
 KXCERT_EXPORT int sxCtime_no_nl(int64_t timeSec, char *text, int textLen);
 
 #endif

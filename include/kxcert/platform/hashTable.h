@@ -2,7 +2,8 @@
 /// Hash tables of untyped keys and data, with the caller's hash, comparison and destructors.
 ///
 /// A table does no locking. Keys and data belong to the table once inserted; its destructors free
-/// them when they are replaced, removed or when the table goes.
+/// them when they are replaced, removed or when the table goes. They are never called with null, nor
+/// for a key or data that is stored again.
 #ifndef KXCERT_PLATFORM_HASHTABLE_H_
 #define KXCERT_PLATFORM_HASHTABLE_H_
 

@@ -18,8 +18,8 @@ KXCERT_EXPORT int MtMutexLock(MtMutex *mutex);     ///< 0, or -1 for null or a s
 KXCERT_EXPORT int MtMutexUnLock(MtMutex *mutex);   ///< 0, or -1 for null or a lock that is not held
 KXCERT_EXPORT void MtMutexDestroy(MtMutex *mutex); ///< drops one user; null is ignored
 
-/// Replaces the system's part of the three operations, so that a test can make them fail. Null
-/// members keep the system's own. Not for use while other threads hold mutexes.
+/// Asked before the system is, so that a test can make an operation fail: false refuses it and changes
+/// nothing, true lets the system go on. Null members refuse nothing.
 struct MtMutexFake {
   bool (*mayCreate)() = nullptr;
   bool (*mayLock)() = nullptr;

@@ -1,0 +1,34 @@
+#include "kxcert/platform/clock.h"
+
+#include <atomic>
+#include <cstring>
+#include <ctime>
+#include <utility>
+
+namespace {
+
+std::atomic<int64_t (*)()> g_source{nullptr};
+
+constexpr size_t kCtimeLen = 24;   // without line feed and NUL; the year has four digits
+
+}  // namespace
+
+int64_t kxClock_Now() {
+  int64_t (*const source)() = g_source.load(std::memory_order_relaxed);
+  return source == nullptr ? static_cast<int64_t>(std::time(nullptr)) : source();
+}
+
+void kxClock_SetSource(int64_t (*now)()) { g_source = now; }
+
+int sxCtime_no_nl(int64_t timeSec, char *text, int textLen) {
+  if (text == nullptr || textLen < static_cast<int>(kCtimeLen + 2)) return -1;
+  if (!std::in_range<time_t>(timeSec)) return -1;
+  const auto when = static_cast<time_t>(timeSec);
+  std::tm parts{};
+  char line[64] = "";
+  if (localtime_r(&when, &parts) == nullptr || asctime_r(&parts, line) == nullptr) return -1;
+  if (std::strlen(line) != kCtimeLen + 1) return -1;
+  std::memcpy(text, line, kCtimeLen);
+  text[kCtimeLen] = '\0';
+  return 0;
+}

@@ -1,0 +1,199 @@
+#include "kxcert/foundation/kxBinBuf.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kxcert/foundation/sxString.h"
+#include "kxcert/platform/secureMemory.h"
+#include "kxcert/platform/textStream.h"
+#include "support/hexOctets.h"
+#include "support/logCapture.h"
+#include "support/tempDir.h"
+
+namespace {
+
+const std::string kTabs79(79, '\t');
+constexpr unsigned kManyPages = 16 * 4096;   // no neighbour on the heap shares all of these
+
+kxBinBuf Make(const char *hex) {
+  const std::vector<unsigned char> octets = DecodeHex(hex);
+  return {octets.data(), static_cast<unsigned>(octets.size())};
+}
+
+std::string Hex(const kxBinBuf &buf) { return EncodeHex(buf.Data(), buf.Len()); }
+
+std::string Fprinted(const kxBinBuf &buf, int indent) {
+  char *text = nullptr;
+  size_t textLen = 0;
+  FILE *out = open_memstream(&text, &textLen);
+  buf.Fprint(out, indent);
+  std::fclose(out);
+  std::string printed(text, textLen);
+  std::free(text);
+  return printed;
+}
+
+TEST(kxBinBuf, SetMovesWithinTheBlockAndReplacesItWhenTooShort) {
+  kxBinBuf buf = Make("00 01 02 03 04 05");
+  const unsigned char *block = buf.Data();
+  buf.Set(buf.Data() + 1, 4);   // overlapping
+  EXPECT_EQ("01020304", Hex(buf));
+  EXPECT_EQ(block, buf.Data());
+  const std::vector<unsigned char> longer(9, 7);
+  buf.Set(longer.data(), 9);
+  EXPECT_EQ(std::string("070707070707070707"), Hex(buf));
+  buf.Clear();
+  EXPECT_TRUE(buf.IsEmpty());
+  EXPECT_EQ(nullptr, buf.Data());
+}
+
+TEST(kxBinBuf, SizeOnlyKeepsTheBlockWhenShrinkingAndLosesItWhenGrowing) {
+  kxBinBuf buf = Make("0a 0b 0c");
+  const unsigned char *block = buf.Data();
+  buf.Set(2U);
+  EXPECT_EQ("0a0b", Hex(buf));
+  EXPECT_EQ(block, buf.Data());
+  buf.Set(4U);
+  EXPECT_EQ(4U, buf.Len());
+  EXPECT_NE(block, buf.Data());
+}
+
+TEST(kxBinBuf, JoinsAtEitherEndButNeverWithItself) {
+  kxBinBuf buf;
+  buf.Append(Make("02"));
+  buf.Append(Make("03 04"));
+  buf.Prepend(Make("00 01"));
+  EXPECT_EQ("0001020304", Hex(buf));
+  buf.Append(buf);
+  buf.Prepend(buf);
+  EXPECT_EQ("0001020304", Hex(buf));
+  buf.Append(buf.Data() + 3, 2);   // a part of itself is copied before the block goes
+  EXPECT_EQ("00010203040304", Hex(buf));
+}
+
+TEST(kxBinBuf, EqualityLooksAtBlocksFirst) {
+  kxBinBuf zeroLen = Make("01");
+  zeroLen.Set(0U);
+  kxBinBuf secret = Make("0102");
+  secret.SetSensitive(true);
+  EXPECT_EQ(kxBinBuf(), kxBinBuf());
+  EXPECT_NE(kxBinBuf(), zeroLen);
+  EXPECT_NE(zeroLen, kxBinBuf());
+  EXPECT_EQ(secret, Make("0102"));
+  EXPECT_NE(Make("0103"), secret);
+  EXPECT_NE(Make("0102"), Make("010203"));
+}
+
+TEST(kxBinBuf, CopiesCarryTheSensitiveFlagAndMovesLeaveNothing) {
+  kxBinBuf secret = Make("0102");
+  secret.SetSensitive(true);
+  kxBinBuf copy;
+  copy = secret;
+  EXPECT_TRUE(copy.IsSensitive());
+  EXPECT_EQ(secret, copy);
+  const unsigned char *block = secret.Data();
+  const kxBinBuf moved(std::move(secret));
+  EXPECT_EQ(block, moved.Data());
+  EXPECT_TRUE(moved.IsSensitive());
+  copy = Make("03");
+  EXPECT_FALSE(copy.IsSensitive());
+}
+
+TEST(kxBinBuf, ShrinkingASensitiveBufferWipesTheTail) {
+  kxBinBuf buf = Make("01 02 03 04 05 06");
+  buf.SetSensitive(true);
+  buf.Set(4U);
+  EXPECT_EQ("010203040000", EncodeHex(buf.Data(), 6));
+  buf.Set(buf.Data() + 1, 2);
+  EXPECT_EQ("020300000000", EncodeHex(buf.Data(), 6));
+}
+
+TEST(kxBinBuf, IsLockedInMemoryWhileSensitive) {
+  const size_t before = kxMem_NumLockedPages();
+  kxBinBuf buf(kManyPages);
+  EXPECT_EQ(before, kxMem_NumLockedPages());
+  buf.SetSensitive(true);
+  EXPECT_LT(before, kxMem_NumLockedPages());
+  buf.Set(10U);   // the block stays, and so does its lock
+  buf.SetSensitive(false);
+  EXPECT_EQ(before, kxMem_NumLockedPages());
+  {
+    kxBinBuf copy(kManyPages);
+    copy.SetSensitive(true);
+    copy.Append(buf);
+    EXPECT_LT(before, kxMem_NumLockedPages());
+  }
+  EXPECT_EQ(before, kxMem_NumLockedPages());
+}
+
+struct PrintCase {
+  const char *what;
+  const char *hex;
+  int indent;
+  std::string fprinted;
+};
+const PrintCase kPrintCases[] = {
+    {"empty", "", 1, "\tEmpty\n"},
+    {"indent above 79", "0a", 100, kTabs79 + "0a \n"},
+    {"indent below 0", "0a", -1, kTabs79 + "0a \n"},
+    {"17 bytes, two rows", "000102030405060708090a0b0c0d0e0f10", 2,
+     "\t\t00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f \n\t\t10 \n"},
+};
+
+TEST(kxBinBuf, PrintsRowsOfSixteen) {
+  for (const PrintCase &c : kPrintCases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(c.fprinted, Fprinted(Make(c.hex), c.indent));
+    SxStream stream;
+    Make(c.hex).Sprint(&stream, "T", c.indent);
+    const std::string tabs = c.fprinted.substr(0, c.fprinted.find_first_not_of('\t'));
+    // The stream form has a title, and an end of line but no word for an empty buffer.
+    EXPECT_EQ(tabs + "T:\n" + (*c.hex == '\0' ? "\n" : c.fprinted), stream.Text());
+  }
+}
+
+TEST(kxBinBuf, LogsItsOctets) {
+  LogCapture log;
+  kxBinBuf().Herror("nothing");
+  Make("dead").Herror(nullptr);
+  EXPECT_THAT(log.Lines(), testing::ElementsAre("nothing:", "kxBinBuf Empty", "de ad "));
+}
+
+TEST(kxBinBufFile, ReadsBackWhatWasWritten) {
+  const TempDir dir;
+  kxBinBuf written = Make("00 ff 0a 0d");
+  kxBinBuf read = Make("01 02 03 04 05 06");
+  ASSERT_EQ(0, Buf2File(dir.File("f").c_str(), written));
+  ASSERT_EQ(0, File2Buf(dir.File("f").c_str(), read));
+  EXPECT_EQ(written, read);
+}
+
+TEST(kxBinBufFile, SaysWhatFailed) {
+  const TempDir dir;
+  const std::string empty = dir.Write("empty", "");
+  kxBinBuf buf = Make("01");
+  LogCapture log;
+  EXPECT_EQ(-1, File2Buf("", buf));
+  EXPECT_EQ(-1, File2Buf(dir.File("none").c_str(), buf));
+  EXPECT_EQ(-1, File2Buf(empty.c_str(), buf));
+  EXPECT_EQ(-1, Buf2File(sxString(), buf));
+  EXPECT_EQ(-1, Buf2File(dir.File("no/folder").c_str(), buf));
+  EXPECT_EQ(-1, Buf2File("/dev/full", buf));
+  EXPECT_THAT(log.Lines(),
+              testing::ElementsAre(
+                  "File2Buf: No file name",
+                  "File2Buf: Couldn't open file -  " + dir.File("none"),
+                  "File2Buf: Failed to get file length or file is empty- " + empty + " ",
+                  "Buf2File: No file name",
+                  "Buf2File: Couldn't open file -  " + dir.File("no/folder"),
+                  "Buf2File: Failed to write into file- /dev/full "));
+  EXPECT_EQ(-1, File2Buf(dir.Path().c_str(), buf));   // a folder opens like a file
+}
+
+}  // namespace

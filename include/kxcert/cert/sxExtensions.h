@@ -1,0 +1,203 @@
+/// @file
+/// Extensions (RFC 5280, 4.2): the list, the tables that convert it, and one class per kind.
+///
+/// Values: copies are deep. A list that was built is only read, from any thread.
+#ifndef KXCERT_CERT_SXEXTENSIONS_H_
+#define KXCERT_CERT_SXEXTENSIONS_H_
+
+#include <cstdint>
+#include <cstdio>
+
+#include "kxcert/platform/export.h"
+
+class kxBinBuf;
+class sxASN_ExtKeyUsageSyntax;
+class sxASN_Extension;
+class sxASN_Extensions;
+class sxAsnInt;
+class sxAsnOid;
+class sxAsnType;
+class sxAsnUTF8String;
+class sxAuthorityInfoAccess_imp;
+class sxBasicConstraint_imp;
+class sxExtDeviceData_imp;
+class sxExtension_imp;
+class sxExtGN_imp;
+class sxExtKeyID_imp;
+class sxExtKeyUsage_imp;
+class sxGeneralNames;
+class sxIssuingDP_imp;
+class sxKeyUsage_imp;
+class SxStream;
+
+/// Bits of keyUsage (RFC 5280, 4.2.1.3).
+enum sxKeyUsageType : int {
+  sxKU_digitalSignature = 0, sxKU_nonRepudiation = 1, sxKU_keyEncipherment = 2,
+  sxKU_dataEncipherment = 3, sxKU_keyAgreement = 4, sxKU_keyCertSign = 5, sxKU_cRLSign = 6,
+  sxKU_encipherOnly = 7, sxKU_decipherOnly = 8,
+};
+
+/// Purposes of extKeyUsage, as indexes of ExtKeyusageStr.
+enum sxExtKeyUsageType : int {
+  sxEKU_bad = 0, sxEKU_serverAuth = 1, sxEKU_clientAuth = 2, sxEKU_codeSigning = 3,
+  sxEKU_emailProtection = 4, sxEKU_ipsecEndSystem = 5, sxEKU_ipsecTunnel = 6, sxEKU_ipsecUser = 7,
+  sxEKU_timeStamping = 8, sxEKU_smartCardLogon = 9, sxEKU_none = 10,
+};
+
+enum sxKeyIdType : int { sxKeyId_subject = 0, sxKeyId_authority = 1 };
+enum e_DeviceDataType : int { e_DeviceId = 0, e_DeviceType = 1, e_DeviceName = 2 };
+
+/// Handle of any extension; the kinds below add their own questions.
+class KXCERT_EXPORT sxExtension {
+ public:
+  explicit sxExtension(sxExtension_imp *imp) : m_imp(imp) {}   ///< adopts
+  sxExtension(const sxExtension &other);
+  sxExtension &operator=(const sxExtension &other);
+  ~sxExtension();
+
+  const char *ExtName() const;
+  void Herror() const;
+  void Fprint(FILE *out, int indent) const;                    ///< null: standard output
+  void Sprint(SxStream *out, int indent) const;
+  sxExtension_imp *GetP() const { return m_imp; }
+
+ protected:
+  sxExtension_imp *m_imp;                                      // owned, never null
+};
+
+class KXCERT_EXPORT sxBasicConstraint : public sxExtension {
+ public:
+  sxBasicConstraint(bool isCA, int pathLen);                   ///< pathLen -1: absent
+  bool IsCA() const;
+  int PathLen() const;                                         ///< -1 when absent
+};
+
+class KXCERT_EXPORT sxKeyUsage : public sxExtension {
+ public:
+  explicit sxKeyUsage(unsigned int bits);                      ///< bit n of the number is keyUsage bit n
+  unsigned int KeyUsageBits() const;
+  static const char *KeyusageStr(int bit);                     ///< bits 0 to 8 only, not tested
+};
+
+class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
+ public:
+  sxExtKeyUsage();
+  int Count() const;
+  sxExtKeyUsageType Purpose(int i) const;                      ///< sxEKU_bad for unknown ones
+  bool Has(sxExtKeyUsageType purpose) const;
+  void Add(const sxAsnOid &purpose);
+  sxASN_ExtKeyUsageSyntax *ExtKeyUsage_2_ASN() const;          ///< new, for delete
+  static const char *ExtKeyusageStr(int index);                ///< 0 to 10 only, not tested
+};
+
+/// subjectAltName and cRLDistributionPoints.
+class KXCERT_EXPORT sxExtGN : public sxExtension {
+ public:
+  sxExtGN(const char *extName, const sxGeneralNames &names);   ///< extName: kExtName… below, static
+  const sxGeneralNames &Names() const;
+};
+extern KXCERT_EXPORT const char *const kExtNameSubjectAltName;
+extern KXCERT_EXPORT const char *const kExtNameDistPoints;
+
+/// subjectKeyIdentifier and authorityKeyIdentifier.
+class KXCERT_EXPORT sxExtKeyID : public sxExtension {
+ public:
+  sxExtKeyID(sxKeyIdType type, const kxBinBuf &keyId);
+  sxExtKeyID(const kxBinBuf &keyId, const sxGeneralNames &issuer, const sxAsnInt *serial);
+  sxKeyIdType KIdType() const;
+  const kxBinBuf &KIdBuf() const;                              ///< empty when absent
+  const sxGeneralNames &KIdGNs() const;                        ///< empty when absent
+  const sxAsnInt *KIdSN() const;                               ///< null when absent
+};
+
+class KXCERT_EXPORT sxAuthorityInfoAccess : public sxExtension {
+ public:
+  sxAuthorityInfoAccess();
+  int Count() const;
+  const sxAsnOid *Method(int i) const;                         ///< lent; null out of range
+  /// The locations, one for each method, in order.
+  const sxGeneralNames &AuthorityInfoAccess() const;
+  void Add(const sxAsnOid &method, const class sxGeneralName &location);
+};
+
+class KXCERT_EXPORT sxExtDeviceData : public sxExtension {
+ public:
+  sxExtDeviceData(e_DeviceDataType type, const char *text);
+  e_DeviceDataType Type() const;
+  const sxAsnUTF8String *getAsAsn1Utf8String() const;          ///< lent
+};
+
+/// issuingDistributionPoint of CRLs (RFC 5280, 5.2.5).
+class KXCERT_EXPORT sxIssuingDP : public sxExtension {
+ public:
+  explicit sxIssuingDP(const sxGeneralNames &fullName);
+  const sxGeneralNames &FullName() const;
+  bool OnlyUserCerts() const;
+  bool OnlyCACerts() const;
+  bool OnlyAttributeCerts() const;
+  bool IndirectCRL() const;
+};
+
+/// Makes the object of an extension; sets @p understood on success. Null when it cannot be parsed.
+using sxExtParseFunc = sxExtension *(*)(const sxASN_Extension &ext, int &understood);
+/// Makes the extension of an object; null when the object is of another kind.
+using sxExtComposeFunc = sxASN_Extension *(*)(const sxExtension &ext, int critical);
+
+struct sxExtParser { const sxAsnOid *oid; sxExtParseFunc parse; };        ///< ends with a null oid
+struct sxExtComposer { const sxAsnOid *oid; sxExtComposeFunc compose; };  ///< ends with a null oid
+
+/// Marks a row whose extensions are skipped without any effect, critical or not.
+KXCERT_EXPORT sxExtension *sxParseNoParse(const sxASN_Extension &ext, int &understood);
+
+KXCERT_EXPORT const sxExtParser *Get_ExtParserTable();         ///< certificates
+KXCERT_EXPORT const sxExtParser *Get_CRLExtParserTable();
+KXCERT_EXPORT const sxExtComposer *Get_ExtComposerTable();
+KXCERT_EXPORT const sxExtComposer *Get_CRLExtComposerTable();
+
+class KXCERT_EXPORT sxExtensionsList {
+ public:
+  struct ExtItem {
+    int32_t critical;
+    sxAsnOid *oid;                   ///< owned
+    sxExtension *ext;                ///< owned; null for a critical one without object
+    ExtItem *next;
+  };
+
+  sxExtensionsList() = default;
+  sxExtensionsList(const sxExtensionsList &other);
+  sxExtensionsList &operator=(const sxExtensionsList &other);
+  ~sxExtensionsList();
+
+  void Clear();
+  void Set(const sxExtensionsList &other);
+  void Add(const sxAsnOid *oid, int critical, sxExtension *ext);   ///< copies the OID, adopts ext
+  void Add(const sxExtensionsList &other);                         ///< copies
+  const sxExtension *Find(const sxAsnOid *oid) const;              ///< lent; null when absent
+  int IsCritical(const sxAsnOid *oid) const;                       ///< 1 when present and critical
+  const ExtItem *First() const { return m_first; }
+
+  /// @return null, or the OID of the critical extension that stopped it (lent by @p extensions)
+  const sxAsnOid *Parse(const sxASN_Extensions *extensions, const sxExtParser *table);
+  /// @param[out] out  new, for delete; null for an empty list and on failure
+  int Compose(const sxExtComposer *table, sxASN_Extensions **out) const;
+
+  void Sprint(SxStream *out, int indent) const;
+  void Fprint(FILE *out, int indent) const;
+  void Herror() const;
+
+ private:
+  ExtItem *m_first = nullptr;        // owned, in order
+};
+
+KXCERT_EXPORT sxExtensionsList *sxExtensionsList_New();
+KXCERT_EXPORT int sxExtensionsList_Add(sxExtensionsList *list, const sxAsnOid *oid, int critical,
+                                       sxExtension *ext);   ///< 0, or -1 for null arguments
+KXCERT_EXPORT void sxExtensionsList_Delete(sxExtensionsList *list);
+
+/// Decodes extnValue. @return 0 or -1
+KXCERT_EXPORT int sxParseExtension(sxAsnType &value, const sxASN_Extension *ext);
+/// Encodes into extnValue; the critical BOOLEAN is present only when critical. @return 0 or -1
+KXCERT_EXPORT int sxComposeExtension(sxAsnType &value, const sxAsnOid &oid, int critical,
+                                     sxASN_Extension *out);
+
+#endif

@@ -1,0 +1,111 @@
+/// @file
+/// General names (RFC 5280, 4.2.1.6): the kinds that the library handles; lists of them and of DNs.
+///
+/// All are values: copies are deep. One thread changes one object at a time; reading may be shared.
+#ifndef KXCERT_CERT_SXGENERALNAME_H_
+#define KXCERT_CERT_SXGENERALNAME_H_
+
+#include <cstdio>
+
+#include "kxcert/foundation/sxString.h"
+#include "kxcert/platform/address.h"
+#include "kxcert/platform/export.h"
+
+class sxAsnOid;
+class sxASN_DNList;
+class sxASN_GeneralName;
+class sxASN_GeneralNames;
+class sxDN;
+class sxDNList_imp;
+class sxGeneralName_imp;
+class sxGeneralNames_imp;
+class SxStream;
+
+/// Kinds 3 and 5 are never built from certificates: they become -1, as does what is malformed.
+enum sxGNtype : int {
+  sxGN_error = -1, sxGN_other = 0, sxGN_email = 1, sxGN_dns = 2, sxGN_x400 = 3, sxGN_dn = 4,
+  sxGN_edi = 5, sxGN_uri = 6, sxGN_ip = 7, sxGN_ip6 = 8,
+};
+
+class KXCERT_EXPORT sxGeneralName {
+ public:
+  sxGeneralName();                                             ///< kind -1; to be assigned to
+  sxGeneralName(sxGNtype type, const char *text, int len);     ///< kinds 1, 2, 6; others become -1
+  sxGeneralName(const sxAsnOid *oid, const char *text, int len);   ///< kind 0; the OID is borrowed
+  explicit sxGeneralName(const sxDN *dn);                      ///< kind 4; without a name kind -1
+  explicit sxGeneralName(unsigned long ip);                    ///< kind 7; 192.0.2.1 is 0xC0000201
+  explicit sxGeneralName(const inx_addr_kxt &ip);
+  explicit sxGeneralName(const in6_addr_kxt &ip);
+  explicit sxGeneralName(const sxASN_GeneralName *name);
+  sxGeneralName(const sxGeneralName &other);
+  sxGeneralName &operator=(const sxGeneralName &other);
+  ~sxGeneralName();
+
+  sxGNtype GetType() const;
+  const sxDN *GetDN() const;                  ///< lent; null unless kind 4
+  unsigned long GetIP() const;                ///< kind 7 as the constructor takes it; else 0
+  const in6_addr_kxt *GetIP6() const;         ///< lent; null unless kind 8
+  const inx_addr_kxt *GetIPAddr() const;      ///< lent; null unless kind 7
+  const sxAsnOid *GetOtherOid() const;        ///< borrowed by the object; null unless kind 0
+  sxString GetStr() const;
+  /// Kinds 1, 2 and 6 compare octet by octet, case included. Kind 0 wants the very same OID object.
+  bool Equal(const sxGeneralName *other) const;
+  void Sprint(SxStream *out, int indent) const;
+  void Fprint(FILE *out, int indent) const;   ///< null: standard output
+  void Herror() const;
+  sxGeneralName_imp *GetP() const { return m_imp; }
+
+ private:
+  sxGeneralName_imp *m_imp;                   // owned, never null
+};
+
+class KXCERT_EXPORT sxGeneralNames {
+ public:
+  sxGeneralNames();
+  explicit sxGeneralNames(const sxASN_GeneralNames *names);
+  sxGeneralNames(const sxGeneralNames &other);
+  sxGeneralNames &operator=(const sxGeneralNames &other);
+  ~sxGeneralNames();
+
+  int Count() const;
+  const sxGeneralName *Get(int i) const;      ///< lent; null out of range
+  void Add(const sxGeneralName *name);        ///< a copy; null is ignored
+  void Add_IfNotExist(const sxGeneralName *name);
+  void Add_IfNotExist(const sxGeneralNames *names);
+  int Match(const sxGeneralName *name) const;
+  int Match(const sxGeneralNames &names) const;
+  /// For kind 0 the OID must be equal by value. Lent, null when there is none.
+  const sxGeneralName *GetFirstOfType(sxGNtype type, const sxAsnOid *otherOid = nullptr) const;
+  void Set(const sxASN_GeneralNames *names);
+  int DerEncode(unsigned char *out, int outLen) const;   ///< octets, or -1
+  void Sprint(SxStream *out, const char *title, int indent) const;
+  void Fprint(FILE *out, const char *title, int indent) const;
+  void Herror(const char *title) const;
+  sxGeneralNames_imp *GetP() const { return m_imp; }
+
+ private:
+  sxGeneralNames_imp *m_imp;                  // owned, never null
+};
+
+class KXCERT_EXPORT sxDNList {
+ public:
+  sxDNList();
+  sxDNList(const sxDNList &other);
+  sxDNList &operator=(const sxDNList &other);
+  ~sxDNList();
+
+  int Count() const;
+  const sxDN *Get(int i) const;               ///< lent; null out of range
+  void Add(const sxDN *dn);                   ///< a copy; null is ignored
+  void Set(const sxASN_DNList *list);
+  int DerEncode(unsigned char *out, int outLen) const;   ///< octets, or -1
+  int DerDecode(const unsigned char *der, int len);      ///< 0, or -1 with the list as it was
+  void Fprint(FILE *out, const char *title, int indent) const;
+  void Herror(const char *title) const;
+  sxDNList_imp *GetP() const { return m_imp; }
+
+ private:
+  sxDNList_imp *m_imp;                        // owned, never null
+};
+
+#endif

@@ -95,14 +95,6 @@ TEST(AttributeSetReader, NestsAsDeepAsTheBoundAndNoDeeper) {
   }
 }
 
-TEST(AttributeSetReader, ReadsManyMembersInTimeProportionalToTheirText) {
-  std::string text = "(";
-  for (int i = 0; i < 200'000; ++i) text += ":m" + std::to_string(i) + "(1)";
-  const SetPtr set(sio_sread((text + ")").c_str(), nullptr));   // minutes, were each name searched for
-  ASSERT_TRUE(set);
-  EXPECT_EQ(200'000, set->Count());
-}
-
 TEST(AttributeSetReader, ReadsFiles) {
   const TempDir dir;
   std::string error;

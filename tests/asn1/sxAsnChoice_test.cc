@@ -111,6 +111,21 @@ TEST(sxAsnChoice, FallsBackToTheRawElement) {
   }
 }
 
+// Reading identifier and length is the caller's part then; a raw alternative wants them all the same.
+TEST(sxAsnChoice, KeepsTheWholeElementWhenOnlyTheContentIsAskedFor) {
+  const std::vector<unsigned char> octets = DecodeHex("0c 01 41 02 01 05");
+  sxAsnReadBuf buf;
+  buf.Init(octets.data(), static_cast<int>(octets.size()));
+  int count = 0;
+  buf.Skip(3);
+  const int tag = BDecTag(buf, count);
+  const int len = BDecLen(buf, count);
+  sxASN_AttributeValue value;
+  ASSERT_EQ(1, value.BDecContent(buf, static_cast<unsigned>(tag), len, count));
+  EXPECT_EQ(3, count);
+  EXPECT_EQ("020105", EncodeHex(value));
+}
+
 TEST(sxAsnChoice, PrintsTheAlternative) {
   sxASN_Time time;
   EXPECT_EQ("    utcTime  -- void --\n", Printed(time, 1));

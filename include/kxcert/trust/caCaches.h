@@ -9,6 +9,7 @@
 #define KXCERT_TRUST_CACACHES_H_
 
 #include <memory>
+#include <mutex>
 
 #include "kxcert/platform/export.h"
 
@@ -62,6 +63,7 @@ class KXCERT_EXPORT RootCA_Cache {
 
  private:
   const std::unique_ptr<Cache> m_cache;
+  std::mutex m_adding;
 };
 
 class KXCERT_EXPORT CA_Cert_Cache {
@@ -79,6 +81,7 @@ class KXCERT_EXPORT CA_Cert_Cache {
 
  private:
   const std::unique_ptr<Cache> m_cache;
+  std::mutex m_adding;
 };
 
 #endif

@@ -42,18 +42,22 @@ bool IsBareSetChar(char c) {
   return c != '\0' && std::strchr("._-+/@", c) != nullptr;
 }
 
-SxAtom::SxAtom(std::string text) : m_text(std::move(text)) { WipeText(&text); }
+SxAtom::SxAtom(std::string text) {
+  m_text.swap(text);
+  WipeText(&text);
+}
 SxAtom::SxAtom(const sxset &inner) : m_set(std::make_unique<sxset>(inner)) {}
 SxAtom::SxAtom(const SxAtom &other)
     : m_text(other.m_text), m_set(other.m_set ? std::make_unique<sxset>(*other.m_set) : nullptr) {}
-SxAtom::SxAtom(SxAtom &&other) noexcept
-    : m_text(std::move(other.m_text)), m_set(std::move(other.m_set)) {
+SxAtom::SxAtom(SxAtom &&other) noexcept : m_set(std::move(other.m_set)) {
+  m_text.swap(other.m_text);
   WipeText(&other.m_text);
 }
 SxAtom::~SxAtom() { WipeText(&m_text); }
 
 SxAtom &SxAtom::operator=(SxAtom other) noexcept {
-  m_text.swap(other.m_text);   // the old text goes, wiped, with the parameter
+  WipeText(&m_text);   // a shorter text would overwrite the beginning only
+  m_text.swap(other.m_text);
   m_set.swap(other.m_set);
   return *this;
 }
@@ -145,7 +149,7 @@ void sxset::SetBinary(const char *name, const unsigned char *data, int dataLen) 
   std::string text(static_cast<size_t>(dataLen) * 2 + 1, '\0');
   bytes_to_string(data, dataLen, text.data(), static_cast<int>(text.size()));
   text.pop_back();   // the NUL
-  Put(name, SxAtom(std::move(text)));
+  SetText(name, text.c_str());
   WipeText(&text);
 }
 

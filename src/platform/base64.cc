@@ -81,7 +81,8 @@ unsigned char *Base64Decode(const char *text, int textLen, int *dataLen) {
   if (dataLen == nullptr) return nullptr;
   *dataLen = 0;
   if (text == nullptr || textLen < 0) return nullptr;
-  auto octets = std::make_unique<unsigned char[]>(static_cast<size_t>(textLen) / kGroupChars * kGroupOctets + 1);
+  const size_t numGroups = static_cast<size_t>(textLen) / kGroupChars;
+  auto octets = std::make_unique<unsigned char[]>(numGroups * kGroupOctets + 1);   // never of length 0
   unsigned char *out = octets.get();
   GroupReader reader;
   for (int i = 0; i < textLen; ++i) {

@@ -9,7 +9,7 @@ namespace {
 
 std::atomic<int64_t (*)()> g_source{nullptr};
 
-constexpr size_t kCtimeLen = 24;   // without line feed and NUL; the year has four digits
+constexpr size_t kMaxCtimeLen = 25;   // with the line feed and a year of four digits
 
 }  // namespace
 
@@ -21,14 +21,15 @@ int64_t kxClock_Now() {
 void kxClock_SetSource(int64_t (*now)()) { g_source = now; }
 
 int sxCtime_no_nl(int64_t timeSec, char *text, int textLen) {
-  if (text == nullptr || textLen < static_cast<int>(kCtimeLen + 2)) return -1;
+  if (text == nullptr || textLen < static_cast<int>(kMaxCtimeLen + 1)) return -1;
   if (!std::in_range<time_t>(timeSec)) return -1;
   const auto when = static_cast<time_t>(timeSec);
   std::tm parts{};
   char line[64] = "";
   if (localtime_r(&when, &parts) == nullptr || asctime_r(&parts, line) == nullptr) return -1;
-  if (std::strlen(line) != kCtimeLen + 1) return -1;
-  std::memcpy(text, line, kCtimeLen);
-  text[kCtimeLen] = '\0';
+  const size_t len = std::strlen(line);
+  if (len > kMaxCtimeLen) return -1;   // glibc has refused such a year above, other libraries write on
+  std::memcpy(text, line, len - 1);
+  text[len - 1] = '\0';
   return 0;
 }

@@ -41,7 +41,8 @@ const DigestRow *FindRow(int mdType) {
   return nullptr;
 }
 
-static_assert(sizeof(SHA512_CTX) <= sizeof(kxSHA512State) && alignof(SHA512_CTX) <= alignof(kxSHA512State));
+static_assert(sizeof(SHA512_CTX) <= sizeof(kxSHA512State));
+static_assert(alignof(SHA512_CTX) <= alignof(kxSHA512State));
 
 SHA512_CTX *Context(kxSHA512State *state) {
   return std::launder(reinterpret_cast<SHA512_CTX *>(state->area));

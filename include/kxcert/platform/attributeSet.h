@@ -65,7 +65,8 @@ class KXCERT_EXPORT sxset {
 
   void SetText(const char *name, const char *text);   ///< each replaces a member of that name
   void SetInt(const char *name, long long value);
-  void SetBinary(const char *name, const unsigned char *data, int dataLen);   ///< null or 2^30: none
+  /// Null, or more octets than an int can count the digits of, store the empty text.
+  void SetBinary(const char *name, const unsigned char *data, int dataLen);
   void SetSet(const char *name, const sxset &inner);  ///< a deep copy
   bool Remove(const char *name);
 

@@ -1,0 +1,143 @@
+#include "dnValue.h"
+
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/platform/log.h"
+
+namespace {
+
+constexpr char kEscaped[] = ",+=\n<>#;";
+constexpr uint64_t kHashStart = 0xCBF29CE484222325;   // FNV-1a, 64 bits
+constexpr uint64_t kHashPrime = 0x100000001B3;
+
+int FoldCase(unsigned char octet) { return octet >= 'A' && octet <= 'Z' ? octet + ('a' - 'A') : octet; }
+
+void AppendUtf8(unsigned unit, std::string *text) {
+  if (unit < 0x80) {
+    *text += static_cast<char>(unit);
+  } else if (unit < 0x800) {
+    *text += {static_cast<char>(0xC0 | unit >> 6), static_cast<char>(0x80 | (unit & 0x3F))};
+  } else {   // surrogates are units like any other
+    *text += {static_cast<char>(0xE0 | unit >> 12), static_cast<char>(0x80 | (unit >> 6 & 0x3F)),
+              static_cast<char>(0x80 | (unit & 0x3F))};
+  }
+}
+
+// The characters of a text as comparisons see them: folded, spaces at the ends dropped, each run of
+// spaces one space.
+class FoldedText {
+ public:
+  explicit FoldedText(std::string_view text) : m_pos(text.data()), m_end(text.data() + text.size()) {
+    while (m_pos < m_end && *m_pos == ' ') ++m_pos;
+    while (m_end > m_pos && m_end[-1] == ' ') --m_end;
+  }
+  int Next() {   // -1 at the end
+    if (m_pos == m_end) return -1;
+    const int folded = FoldCase(static_cast<unsigned char>(*m_pos++));
+    if (folded == ' ') {
+      while (*m_pos == ' ') ++m_pos;   // stops: the last character is not a space
+    }
+    return folded;
+  }
+
+ private:
+  const char *m_pos;
+  const char *m_end;
+};
+
+}  // namespace
+
+bool sxValueOctets(const sxAva &ava, sxValueText *out) {
+  out->octets = {reinterpret_cast<const char *>(ava.value), ava.valueLen};
+  out->raw = false;
+  switch (ava.choice) {
+    case sxASN_AttributeValue::teletexStringCid:
+    case sxASN_AttributeValue::printableStringCid:
+    case sxASN_AttributeValue::utf8StringCid:
+    case sxASN_AttributeValue::ia5StringCid:
+      return true;
+    case sxASN_AttributeValue::bmpStringCid:
+      if (ava.valueLen % 2 != 0) {
+        herror_func(0, 0, "sxBMPString2UTF8 odd length %d", static_cast<int>(ava.valueLen));
+        out->raw = true;
+        return true;
+      }
+      for (uint32_t i = 0; i < ava.valueLen; i += 2) {
+        AppendUtf8(static_cast<unsigned>(ava.value[i]) << 8 | ava.value[i + 1], &out->converted);
+      }
+      out->octets = out->converted;
+      return true;
+    case sxASN_AttributeValue::universalStringCid:
+      out->raw = true;
+      return true;
+    case sxASN_AttributeValue::bitStringCid:
+      tderrorFunc("CERT", 5, 0, "sxAvaStr: choice type bitStringCid: %d", ava.choice);
+      out->raw = true;
+      return true;
+    default:
+      herror_func(0, 0, "sxAvaStr: unknown choice type %d", ava.choice);
+      return false;
+  }
+}
+
+bool sxAppendValue(const sxAva &ava, bool ascii, std::string *text) {
+  sxValueText value;
+  if (!sxValueOctets(ava, &value)) return false;
+  bool hex = value.raw;
+  if (ascii && !hex) {
+    for (const char c : value.octets) hex |= static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7F;
+  }
+  if (hex) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    *text += '#';
+    for (const char c : value.octets) {
+      const auto octet = static_cast<unsigned char>(c);
+      *text += {kDigits[octet >> 4], kDigits[octet & 0xF]};
+    }
+    return true;
+  }
+  // Backslash, quote and spaces at the ends stay as they are: intended, though the parser reads them
+  // differently. sxDN_test holds it.
+  for (const char c : value.octets) {
+    if (c != '\0' && std::string_view(kEscaped).find(c) != std::string_view::npos) *text += '\\';
+    *text += c;
+  }
+  return true;
+}
+
+bool sxAttrValEqual(const sxAva &a, const sxAva &b) {
+  sxValueText left;
+  sxValueText right;
+  if (!sxValueOctets(a, &left) || !sxValueOctets(b, &right) || left.raw != right.raw) return false;
+  if (left.raw) {
+    if (a.choice != b.choice || left.octets.size() != right.octets.size()) return false;
+    for (size_t i = 0; i < left.octets.size(); ++i) {
+      if (FoldCase(static_cast<unsigned char>(left.octets[i])) != FoldCase(static_cast<unsigned char>(right.octets[i]))) {
+        return false;
+      }
+    }
+    return true;
+  }
+  if (left.octets == right.octets) return true;
+  FoldedText one(left.octets);
+  FoldedText other(right.octets);
+  for (;;) {
+    const int c = one.Next();
+    if (c != other.Next()) return false;
+    if (c < 0) return true;
+  }
+}
+
+uint64_t sxAttrValHash(const sxAva &ava) {
+  uint64_t hash = kHashStart;
+  const auto add = [&hash](int octet) { hash = (hash ^ static_cast<uint64_t>(octet)) * kHashPrime; };
+  sxValueText value;
+  if (!sxValueOctets(ava, &value)) return hash;
+  if (value.raw) {
+    add(0x100 + ava.choice);
+    for (const char c : value.octets) add(FoldCase(static_cast<unsigned char>(c)));
+    return hash;
+  }
+  FoldedText text(value.octets);
+  for (int c = text.Next(); c >= 0; c = text.Next()) add(c);
+  return hash;
+}

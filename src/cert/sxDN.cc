@@ -1,0 +1,243 @@
+#include "kxcert/cert/sxDN.h"
+
+#include <cstring>
+
+#include "attributeTypes.h"
+#include "dnValue.h"
+#include "kxcert/asn1/oids.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/platform/log.h"
+#include "sxDN_imp.h"
+
+namespace {
+
+bool IsType(const sxAva &ava, const sxAsnOid &type) {
+  return static_cast<int>(ava.oidLen) == type.Len() && std::memcmp(ava.oid, type.Data(), ava.oidLen) == 0;
+}
+
+bool HoldsType(const sxFlatName::Range &rdn, const sxAsnOid &type) {
+  for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
+    if (IsType(*ava, type)) return true;
+  }
+  return false;
+}
+
+// Copies a text and its NUL when there is room.
+int CopyOut(const std::string &text, char *buf, int len) {
+  if (buf == nullptr || len < 0 || text.size() >= static_cast<size_t>(len)) return -1;
+  std::memcpy(buf, text.c_str(), text.size() + 1);
+  return 0;
+}
+
+}  // namespace
+
+sxDN_imp::sxDN_imp(const char *text) {
+  if (const auto name = sxParseDN(text); name != nullptr) LoadTree(*name);
+}
+
+sxDN_imp::sxDN_imp(const unsigned char *der, int len) {
+  if (der == nullptr || len < 1) return;
+  if (LoadOctets(der, static_cast<uint32_t>(len))) return;
+  sxASN_RDNSequence name;   // not plain, or no name: the codec decides
+  if (sxASN_DecodeBuf(name, reinterpret_cast<const char *>(der), len) == 0) LoadTree(name);
+}
+
+sxDN_imp::sxDN_imp(const sxASN_RDNSequence *name) {
+  if (name != nullptr) LoadTree(*name);
+}
+
+sxDN_imp::sxDN_imp(const sxDN_imp &other) { Set(other); }
+
+sxDN_imp::sxDN_imp(const sxSpan &octets, sxFlatName &&flat)
+    : m_hasName(true), m_octets(octets), m_flat(std::move(flat)) {}
+
+void sxDN_imp::Forget() {
+  m_hasName = false;
+  m_owned.reset();
+  m_octets = {};
+  m_flat = sxFlatName();
+  m_str.Reset();
+  m_str_ascii.Reset();
+  m_der.Reset();
+  m_name.Reset();
+  m_hash.store(0, std::memory_order_relaxed);
+}
+
+bool sxDN_imp::LoadTree(const sxASN_RDNSequence &name) {
+  kxBinBuf encoded;
+  // Unsorted: AVAs keep their order within an RDN.
+  if (sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(name), encoded, 0) != 0) return false;
+  return LoadOctets(encoded.Data(), encoded.Len());
+}
+
+bool sxDN_imp::LoadOctets(const unsigned char *der, uint32_t len) {
+  auto copy = std::make_unique_for_overwrite<unsigned char[]>(len);
+  std::memcpy(copy.get(), der, len);
+  sxFlatName flat;
+  if (!flat.Read(copy.get(), len)) return false;
+  m_octets = {copy.get(), len};
+  m_owned = std::move(copy);
+  m_flat = std::move(flat);
+  m_hasName = true;
+  return true;
+}
+
+int sxDN_imp::Set(const sxDN_imp &other) {
+  if (&other == this) return m_hasName ? 0 : -1;
+  Forget();
+  if (!other.m_hasName) return -1;
+  return LoadOctets(other.m_octets.data, other.m_octets.len) ? 0 : -1;
+}
+
+const char *sxDN_imp::Text(PublishOnce<std::string> &cache, bool ascii) const {
+  const std::string *text = cache.Get([this, ascii]() -> std::unique_ptr<std::string> {
+    if (!m_hasName) return nullptr;
+    auto printed = std::make_unique<std::string>();
+    printed->reserve(m_octets.len);
+    sxFlatName::Range rdn = m_flat.End();
+    for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
+      rdn = m_flat.Previous(rdn, i);
+      if (i + 1 != m_flat.NumRdns()) *printed += ',';
+      for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
+        if (ava != rdn.begin) *printed += '+';
+        if (!sxAppendKeyword(ava->oid, static_cast<int>(ava->oidLen), printed.get())) return nullptr;
+        *printed += '=';
+        if (!sxAppendValue(*ava, ascii, printed.get())) return nullptr;
+      }
+    }
+    return printed;
+  });
+  return text != nullptr ? text->c_str() : nullptr;
+}
+
+int sxDN_imp::DerEncode(unsigned char **out, int *len) const {
+  if (out == nullptr || len == nullptr || !m_hasName) return -1;
+  const Der *der = m_der.Get([this]() -> std::unique_ptr<Der> {
+    const sxASN_RDNSequence *name = GetName();
+    kxBinBuf encoded;
+    if (name == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*name), encoded, 1) != 0 ||
+        encoded.Len() > kMaxDnDer) {
+      return nullptr;
+    }
+    auto made = std::make_unique<Der>();
+    made->len = static_cast<int>(encoded.Len());
+    made->octets = std::make_unique<unsigned char[]>(encoded.Len());
+    std::memcpy(made->octets.get(), encoded.Data(), encoded.Len());
+    return made;
+  });
+  if (der == nullptr) return -1;
+  *out = der->octets.get();
+  *len = der->len;
+  return 0;
+}
+
+const sxASN_RDNSequence *sxDN_imp::GetName() const {
+  if (!m_hasName) return nullptr;
+  return m_name.Get([this]() -> std::unique_ptr<sxASN_RDNSequence> {
+    auto name = std::make_unique<sxASN_RDNSequence>();
+    const auto *octets = reinterpret_cast<const char *>(m_octets.data);
+    if (sxASN_DecodeBuf(*name, octets, static_cast<int>(m_octets.len)) != 0) return nullptr;
+    return name;
+  });
+}
+
+int sxDN_imp::GetRDN(const sxAsnOid &type, char *buf, int len) const {
+  sxFlatName::Range rdn = m_flat.End();
+  for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
+    rdn = m_flat.Previous(rdn, i);
+    for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
+      if (!IsType(*ava, type)) continue;
+      std::string text;
+      return sxAppendValue(*ava, false, &text) ? CopyOut(text, buf, len) : -1;
+    }
+  }
+  return -1;
+}
+
+int sxDN_imp::IsContain(const sxAsnOid *type) const {
+  if (type == nullptr) return -1;
+  for (const sxAva &ava : m_flat.Avas()) {
+    if (IsType(ava, *type)) return 0;
+  }
+  return -1;
+}
+
+int sxDN_imp::RemoveRdnNumber(uint32_t rdn) {
+  const sxASN_RDNSequence *name = GetName();
+  if (name == nullptr) return 0;
+  sxASN_RDNSequence shorter(*name);
+  shorter.SetCurrElmt(static_cast<int>(rdn));
+  shorter.RemoveCurrFromList();
+  Forget();
+  return LoadTree(shorter) ? 1 : 0;
+}
+
+int sxDN_imp::RemoveCN() {
+  if (Count() == 0) return 0;
+  const uint32_t last = m_flat.NumRdns() - 1;
+  const sxFlatName::Range rdn = m_flat.Previous(m_flat.End(), last);
+  return HoldsType(rdn, sxASN_id_at_commonName) ? RemoveRdnNumber(last) : 0;
+}
+
+int sxDN_imp::RemoveOid(const sxAsnOid *type) {
+  if (type == nullptr) return 0;
+  sxFlatName::Range rdn = m_flat.Start();
+  for (uint32_t i = 0; i < m_flat.NumRdns(); ++i) {
+    rdn = m_flat.Next(rdn, i);
+    if (HoldsType(rdn, *type)) return RemoveRdnNumber(i);
+  }
+  return 0;
+}
+
+int sxDN_imp::RemoveSubDN(const sxDN_imp &sub, sxDN_imp &out, int &whole) const {
+  if (Count() == 0) return 0;
+  sxDN_imp copy(*this);   // out may be this name or sub
+  uint32_t numFound = 0;
+  sxFlatName::Range wanted = sub.m_flat.Start();
+  for (uint32_t i = 0; i < sub.m_flat.NumRdns(); ++i) {
+    wanted = sub.m_flat.Next(wanted, i);
+    sxFlatName::Range rdn = copy.m_flat.Start();
+    for (uint32_t j = 0; j < copy.m_flat.NumRdns(); ++j) {
+      rdn = copy.m_flat.Next(rdn, j);
+      if (!sxAsn_RdnEqual(rdn, wanted)) continue;
+      copy.RemoveRdnNumber(j);
+      ++numFound;
+      break;
+    }
+  }
+  whole = numFound == sub.m_flat.NumRdns() ? 1 : 0;
+  out.Set(copy);
+  return 1;
+}
+
+sxDN::sxDN() : m_imp(new sxDN_imp) {}
+sxDN::sxDN(const char *text) : m_imp(new sxDN_imp(text)) {}
+sxDN::sxDN(const unsigned char *der, int len) : m_imp(new sxDN_imp(der, len)) {}
+sxDN::sxDN(const sxASN_RDNSequence *name) : m_imp(new sxDN_imp(name)) {}
+sxDN::sxDN(const sxDN &other) : m_imp(new sxDN_imp(*other.m_imp)) {}
+sxDN::~sxDN() { delete m_imp; }
+
+sxDN &sxDN::operator=(const sxDN &other) {
+  m_imp->Set(*other.m_imp);
+  return *this;
+}
+
+int sxDN::Set(const sxDN &other) { return m_imp->Set(*other.m_imp); }
+int sxDN::RemoveCN() { return m_imp->RemoveCN(); }
+int sxDN::RemoveOid(const sxAsnOid *type) { return m_imp->RemoveOid(type); }
+const char *sxDN::GetStr() const { return m_imp->GetStr(); }
+const char *sxDN::GetStr_ascii() const { return m_imp->GetStr_ascii(); }
+int sxDN::DerEncode(unsigned char **out, int *len) const { return m_imp->DerEncode(out, len); }
+const sxASN_RDNSequence *sxDN::GetName() const { return m_imp->GetName(); }
+int sxDN::Count() const { return m_imp->Count(); }
+int sxDN::GetRDN(const sxAsnOid &type, char *buf, int len) const { return m_imp->GetRDN(type, buf, len); }
+int sxDN::GetCN(char *buf, int len) const { return GetRDN(sxASN_id_at_commonName, buf, len); }
+int sxDN::GetO(char *buf, int len) const { return GetRDN(sxASN_id_at_organizationName, buf, len); }
+int sxDN::GetOU(char *buf, int len) const { return GetRDN(sxASN_id_at_organizationalUnitName, buf, len); }
+int sxDN::IsContain(const sxAsnOid *type) const { return m_imp->IsContain(type); }
+bool sxDN::Equal(const sxDN &other) const { return m_imp->Equal(*other.m_imp); }
+bool sxDN::IsSub(const sxDN &suffix) const { return m_imp->IsSub(*suffix.m_imp); }
+int sxDN::RemoveSubDN(const sxDN &sub, sxDN &out, int &whole) const {
+  return m_imp->RemoveSubDN(*sub.m_imp, *out.m_imp, whole);
+}
+uint64_t sxDN::Hash() const { return m_imp->Hash(); }

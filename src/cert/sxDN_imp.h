@@ -1,0 +1,84 @@
+/// @file
+/// Implementation of distinguished names.
+#ifndef KXCERT_SRC_CERT_SXDN_IMP_H_
+#define KXCERT_SRC_CERT_SXDN_IMP_H_
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "flatName.h"
+#include "foundation/publishOnce.h"
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/cert/sxDN.h"
+#include "plainDer.h"
+
+constexpr int kMaxDnDer = 4096;   ///< octets that DerEncode hands out
+
+class sxDN_imp {
+ public:
+  sxDN_imp() = default;                              // no name
+  explicit sxDN_imp(const char *text);
+  sxDN_imp(const unsigned char *der, int len);
+  explicit sxDN_imp(const sxASN_RDNSequence *name);
+  sxDN_imp(const sxDN_imp &other);
+  sxDN_imp &operator=(const sxDN_imp &) = delete;
+
+  /// A name over plain octets that outlive it and were read already.
+  sxDN_imp(const sxSpan &octets, sxFlatName &&flat);
+
+  int Set(const sxDN_imp &other);
+  int RemoveCN();
+  int RemoveOid(const sxAsnOid *type);
+
+  bool HasName() const { return m_hasName; }
+  const char *GetStr() const { return Text(m_str, false); }
+  const char *GetStr_ascii() const { return Text(m_str_ascii, true); }
+  int DerEncode(unsigned char **out, int *len) const;
+  const sxASN_RDNSequence *GetName() const;
+  int Count() const { return static_cast<int>(m_flat.NumRdns()); }
+  int GetRDN(const sxAsnOid &type, char *buf, int len) const;
+  int IsContain(const sxAsnOid *type) const;
+  bool Equal(const sxDN_imp &other) const;
+  bool IsSub(const sxDN_imp &suffix) const;
+  int RemoveSubDN(const sxDN_imp &sub, sxDN_imp &out, int &whole) const;
+  uint64_t Hash() const;
+
+ private:
+  struct Der {
+    std::unique_ptr<unsigned char[]> octets;
+    int len;
+  };
+
+  void Forget();                                     // no name, no caches
+  bool LoadTree(const sxASN_RDNSequence &name);
+  bool LoadOctets(const unsigned char *der, uint32_t len);   // copies
+  const char *Text(PublishOnce<std::string> &cache, bool ascii) const;
+  template <class Removes>
+  int RemoveRdn(uint32_t rdn, Removes removes);
+  int RemoveRdnNumber(uint32_t rdn);
+
+  bool m_hasName = false;
+  std::unique_ptr<unsigned char[]> m_owned;          // null when the octets are borrowed
+  sxSpan m_octets;
+  sxFlatName m_flat;                                 // positions in m_octets
+  mutable PublishOnce<std::string> m_str;
+  mutable PublishOnce<std::string> m_str_ascii;
+  mutable PublishOnce<Der> m_der;
+  mutable PublishOnce<sxASN_RDNSequence> m_name;
+  mutable std::atomic<uint64_t> m_hash{0};           // 0: not computed
+};
+
+/// Parses text. Null when it is no name.
+std::unique_ptr<sxASN_RDNSequence> sxParseDN(const char *text);
+
+/// RDN equality: as many AVAs, each with a partner of its own of the same type and an equal value.
+bool sxAsn_RdnEqual(const sxFlatName::Range &a, const sxFlatName::Range &b);
+
+/// The suffix test over two names, RDN by RDN from the root-most.
+bool sxASN_NameSub(const sxFlatName &name, const sxFlatName &suffix);
+
+/// As many RDNs, and the suffix test.
+bool sxASN_NameEqual(const sxFlatName &a, const sxFlatName &b);
+
+#endif

@@ -1,0 +1,140 @@
+#include "kxcert/platform/cache.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include "support/countedText.h"
+#include "support/fixedClock.h"
+
+namespace {
+
+using Text = CountedText;
+
+class CacheTest : public testing::Test {
+ protected:
+  CacheTest() { Text::s_numDestroyed = 0; }
+
+  static void Put(Cache &cache, const char *key, unsigned entrySec = 0) {
+    cache.Put(Text::New(key), Text::New(key), entrySec);
+  }
+  static std::string Get(Cache &cache, const char *key) {
+    const Text wanted(key);
+    return Text::Text(cache.Get(&wanted));
+  }
+
+  FixedClock m_clock{1000};
+};
+
+TEST_F(CacheTest, TheEntryUsedLongestAgoGoesFirst) {
+  Cache cache(2, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
+  Put(cache, "a");
+  Put(cache, "b");
+  EXPECT_EQ("a", Get(cache, "a"));
+  Put(cache, "c");
+  EXPECT_EQ(2, Text::s_numDestroyed);
+  EXPECT_EQ(2, cache.Count());
+  EXPECT_EQ("(none)", Get(cache, "b"));
+  EXPECT_EQ("a", Get(cache, "a"));
+  EXPECT_EQ("c", Get(cache, "c"));
+}
+
+TEST_F(CacheTest, EqualKeysReplaceAndDeleteRemoves) {
+  Cache cache(2, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
+  void *key = Text::New("a");
+  void *data = Text::New("A");
+  Put(cache, "a");
+  cache.Put(key, data, 0);
+  EXPECT_EQ(2, Text::s_numDestroyed);
+  cache.Put(key, data, 0);   // put again: not destroyed
+  EXPECT_EQ(2, Text::s_numDestroyed);
+  EXPECT_EQ("A", Get(cache, "a"));
+  EXPECT_EQ(0, cache.Delete(key));
+  EXPECT_EQ(4, Text::s_numDestroyed);
+  const Text gone("a");
+  EXPECT_EQ(-1, cache.Delete(&gone));
+}
+
+TEST_F(CacheTest, ABoundOfZeroHoldsNothingAndStillTakesOver) {
+  Cache cache(0, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
+  Put(cache, "a");
+  cache.Put(nullptr, Text::New("no key"), 0);
+  EXPECT_EQ(3, Text::s_numDestroyed);
+  EXPECT_EQ(0, cache.Count());
+}
+
+struct LifeCase { const char *what; unsigned cacheSec; unsigned entrySec; int64_t advance; bool lives; };
+constexpr LifeCase kLifeCases[] = {
+    {"no limit", 0, 0, 1'000'000'000, true},  {"cache, last second", 10, 0, 9, true},
+    {"cache, over", 10, 0, 10, false},        {"entry is shorter", 10, 3, 3, false},
+    {"entry is longer", 10, 30, 10, false},   {"entry alone", 0, 3, 2, true},
+    {"entry alone, over", 0, 3, 3, false},    {"clock set back", 10, 0, -1, false},
+};
+
+TEST_F(CacheTest, EntriesLiveAsLongAsTheShorterLimit) {
+  for (const LifeCase &c : kLifeCases) {
+    SCOPED_TRACE(c.what);
+    m_clock.Set(1000);
+    Text::s_numDestroyed = 0;
+    Cache cache(2, c.cacheSec, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
+    Put(cache, "a", c.entrySec);
+    m_clock.Advance(c.advance);
+    EXPECT_EQ(1, cache.Count());
+    EXPECT_EQ(c.lives ? "a" : "(none)", Get(cache, "a"));
+    EXPECT_EQ(c.lives ? 1 : 0, cache.Count());
+    EXPECT_EQ(c.lives ? 0 : 2, Text::s_numDestroyed);
+  }
+}
+
+Cache *g_usedByDestructor = nullptr;
+
+TEST_F(CacheTest, DestructorsMayUseTheCache) {
+  const auto destroyAndUse = [](void *data) {
+    Text::Destroy(data);
+    EXPECT_LE(0, g_usedByDestructor->Count());   // a lock held here would never be given
+  };
+  Cache cache(1, 0, Text::Hash, Text::Compare, Text::Destroy, destroyAndUse);
+  g_usedByDestructor = &cache;
+  Put(cache, "a");
+  Put(cache, "b");
+  EXPECT_EQ(2, Text::s_numDestroyed);
+  cache.Clear();
+  EXPECT_EQ(4, Text::s_numDestroyed);
+}
+
+// A shared datum as callers make it: the cache holds one reference, each hit takes another.
+struct Shared {
+  std::atomic<int> refs{1};
+  static void Save(void *data) { ++static_cast<Shared *>(data)->refs; }
+  static void Release(void *data) {
+    auto *self = static_cast<Shared *>(data);
+    if (--self->refs == 0) delete self;
+  }
+};
+
+TEST_F(CacheTest, AReferenceTakenOnAHitOutlivesTheEntry) {
+  static unsigned numbers[] = {0, 1, 2, 3};
+  const auto hash = [](const void *key) { return *static_cast<const unsigned *>(key); };
+  const auto compare = [](const void *a, const void *b) { return hash_bytecmp(a, b, sizeof(unsigned)); };
+  Cache cache(2, 0, hash, compare, nullptr, Shared::Release);
+  std::atomic<int> numHits{0};
+  const auto work = [&] {
+    for (unsigned i = 0; i < 4000; ++i) {
+      cache.Put(&numbers[i % 4], new Shared, 0);
+      if (void *hit = cache.Get(&numbers[i * 7 / 3 % 4], Shared::Save)) {
+        ++numHits;
+        EXPECT_LE(1, static_cast<Shared *>(hit)->refs);
+        Shared::Release(hit);
+      }
+    }
+  };
+  std::thread first(work);
+  std::thread second(work);
+  first.join();
+  second.join();
+  EXPECT_LT(0, numHits);
+}
+
+}  // namespace

@@ -59,7 +59,7 @@ sxGeneralName_imp::sxGeneralName_imp(const sxASN_GeneralName *name) {
       break;
     case sxASN_GeneralName::directoryNameCid:
       m_dn = std::make_unique<sxDN>(name->directoryName());
-      m_type = sxGN_dn;
+      m_type = m_dn->GetP()->HasName() ? sxGN_dn : sxGN_error;
       break;
     case sxASN_GeneralName::uniformResourceIdentifierCid:
       SetText(sxGN_uri, name->uniformResourceIdentifier()->Data(), name->uniformResourceIdentifier()->Len());

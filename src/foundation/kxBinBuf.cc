@@ -63,12 +63,18 @@ kxBinBuf &kxBinBuf::operator=(kxBinBuf &&other) noexcept {
   return *this;
 }
 
-void kxBinBuf::Replace(unsigned char *block, unsigned int len, unsigned int blockLen) {
+// A new block, locked before anything secret is written to it.
+unsigned char *kxBinBuf::NewBlock(size_t len) const {
+  auto *block = new unsigned char[len];
+  if (m_sensitive) kxMem_Lock(block, len);
+  return block;
+}
+
+void kxBinBuf::Replace(unsigned char *block, unsigned int len) {
   SafeDelete();
   m_data = block;
   m_len = len;
-  m_blockLen = blockLen;
-  if (m_sensitive) kxMem_Lock(m_data, m_blockLen);
+  m_blockLen = len;
 }
 
 void kxBinBuf::GiveUpTail(unsigned int newLen) {
@@ -83,12 +89,12 @@ void kxBinBuf::Set(const unsigned char *data, unsigned int len) {
     return;
   }
   if (data == nullptr) {
-    Replace(nullptr, 0, 0);
+    Replace(nullptr, 0);
     return;
   }
-  auto *block = new unsigned char[len];
+  unsigned char *const block = NewBlock(len);
   if (len != 0) std::memcpy(block, data, len);   // before the old block goes: data may lie in it
-  Replace(block, len, len);
+  Replace(block, len);
 }
 
 void kxBinBuf::Set(const char *data, unsigned int len) {
@@ -97,7 +103,7 @@ void kxBinBuf::Set(const char *data, unsigned int len) {
 
 void kxBinBuf::Set(unsigned int len) {
   if (len > m_len) {
-    Replace(new unsigned char[len], len, len);
+    Replace(NewBlock(len), len);
   } else {
     GiveUpTail(len);
     m_len = len;
@@ -113,10 +119,10 @@ void kxBinBuf::Set(const kxBinBuf &other) {
 
 void kxBinBuf::Join(const unsigned char *first, unsigned int firstLen, const unsigned char *second,
                     unsigned int secondLen) {
-  auto *block = new unsigned char[static_cast<size_t>(firstLen) + secondLen];
+  unsigned char *const block = NewBlock(static_cast<size_t>(firstLen) + secondLen);
   std::memcpy(block, first, firstLen);
   std::memcpy(block + firstLen, second, secondLen);
-  Replace(block, firstLen + secondLen, firstLen + secondLen);
+  Replace(block, firstLen + secondLen);
 }
 
 void kxBinBuf::Append(const unsigned char *data, unsigned int len) {

@@ -4,7 +4,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/mutex.h"
 
-MtMutex *sxPKobj_imp::m_Mutex = nullptr;
+std::atomic<MtMutex *> sxPKobj_imp::m_Mutex{nullptr};
 
 sxPKobj_imp::~sxPKobj_imp() {
   // An object on the stack or owned by one holder goes with the count it was born with.
@@ -12,22 +12,28 @@ sxPKobj_imp::~sxPKobj_imp() {
 }
 
 int sxPKobj_imp::UseMutex() {
-  if (m_Mutex != nullptr) return 0;
-  m_Mutex = MtMutexCreateRecursive("sxPKobj_imp");
-  if (m_Mutex != nullptr) return 0;
+  if (m_Mutex.load() != nullptr) return 0;
+  // Threads that meet here get the same mutex, because it has a name; its count stays for the process.
+  MtMutex *const mutex = MtMutexCreateRecursive("sxPKobj_imp");
+  if (mutex != nullptr) {
+    m_Mutex.store(mutex);
+    return 0;
+  }
   herror_func(0, 0, "%s: Failed to create Mutex", "sxPKobj_imp::UseMutex");
   return -1;
 }
 
 int sxPKobj_imp::Lock() {
-  if (m_Mutex != nullptr && MtMutexLock(m_Mutex) != 0) {
+  MtMutex *const mutex = m_Mutex.load(std::memory_order_acquire);
+  if (mutex != nullptr && MtMutexLock(mutex) != 0) {
     error(0, 1, "%s: Failed to Lock Mutex", "sxPKobj_imp::Lock");
   }
   return 0;
 }
 
 int sxPKobj_imp::Unlock() {
-  if (m_Mutex != nullptr && MtMutexUnLock(m_Mutex) != 0) {
+  MtMutex *const mutex = m_Mutex.load(std::memory_order_acquire);
+  if (mutex != nullptr && MtMutexUnLock(mutex) != 0) {
     error(0, 1, "%s: Failed to Unlock Mutex", "sxPKobj_imp::Unlock");
   }
   return 0;

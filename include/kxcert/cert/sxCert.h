@@ -75,4 +75,8 @@ KXCERT_EXPORT void sxCert_Sprint_CRLbuf(SxStream *out, const unsigned char *buf,
 KXCERT_EXPORT void sxCert_Fprint_CRLbuf(FILE *out, const unsigned char *buf, int len, int indent);
 KXCERT_EXPORT int sxCert_IsSameSerialNumber(const sxAsnInt *a, const sxAsnInt *b);   ///< 1 or 0
 
+/// 1 when a certificate's key may be of that algorithm: RSA, under its own identifier or one of its
+/// signatures', or EC; else 0.
+KXCERT_EXPORT int isSupportedSignatureAlgorithm(const sxAsnOid &oid);
+
 #endif

@@ -7,6 +7,7 @@
 #ifndef KXCERT_FOUNDATION_KXBINBUF_H_
 #define KXCERT_FOUNDATION_KXBINBUF_H_
 
+#include <cstddef>
 #include <cstdio>
 
 #include "kxcert/platform/export.h"
@@ -61,7 +62,8 @@ class KXCERT_EXPORT kxBinBuf {
   void Herror(const char *title) const;
 
  private:
-  void Replace(unsigned char *block, unsigned int len, unsigned int blockLen);
+  unsigned char *NewBlock(size_t len) const;
+  void Replace(unsigned char *block, unsigned int len);
   void Join(const unsigned char *first, unsigned int firstLen, const unsigned char *second,
             unsigned int secondLen);
   void GiveUpTail(unsigned int newLen);

@@ -3,6 +3,7 @@
 #ifndef KXCERT_FOUNDATION_SXPKOBJ_IMP_H_
 #define KXCERT_FOUNDATION_SXPKOBJ_IMP_H_
 
+#include <atomic>
 #include <cstdint>
 
 #include "kxcert/platform/export.h"
@@ -18,7 +19,7 @@ class KXCERT_EXPORT sxPKobj_imp {
 
   void IncRef() { ++refcount; }
   int DecRef() { return --refcount; }
-  int UsingMutex() { return m_Mutex != nullptr ? 1 : 0; }
+  int UsingMutex() { return m_Mutex.load() != nullptr ? 1 : 0; }
 
   static int UseMutex();
   static int Lock();
@@ -26,7 +27,7 @@ class KXCERT_EXPORT sxPKobj_imp {
 
  private:
   int32_t refcount = 1;
-  static MtMutex *m_Mutex;   // null until UseMutex(); lives for the process
+  static std::atomic<MtMutex *> m_Mutex;   // null until UseMutex(); lives for the process
 };
 
 #endif

@@ -1,0 +1,57 @@
+// Serial numbers as octets.
+#include <cstring>
+#include <memory>
+
+#include "kxcert/asn1/sxAsnInt.h"
+#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/sxCert.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/platform/log.h"
+
+namespace {
+
+constexpr int kSmallLen = 4;
+
+}  // namespace
+
+sxAsnInt *AsnIntFromBuf(const unsigned char *octets, int len) {
+  if (octets == nullptr || len < 1) {
+    herror_func(0, 0, "AsnIntFromBuf: at least one argument is invalid");
+    return nullptr;
+  }
+  auto number = std::make_unique<sxAsnInt>();
+  sxAsnReadBuf buf;
+  buf.Init(octets, len);
+  int bytesDecoded = 0;
+  if (number->BDecContent(buf, 2, len, bytesDecoded) < 0) return nullptr;
+  return number.release();
+}
+
+int AsnInt2Buf(const sxAsnInt *serial, unsigned char *buf, int len) {
+  if (serial == nullptr) return -1;
+  if (serial->BigOctets().Len() > kSmallLen) {
+    const int needed = serial->BigOctets().Len();
+    if (buf == nullptr) return needed;
+    if (len < needed) return -1;
+    std::memcpy(buf, serial->BigOctets().Data(), static_cast<size_t>(needed));
+    return needed;
+  }
+  const auto value = static_cast<uint32_t>(serial->GetShortVal());
+  int needed = 1;
+  while (needed < kSmallLen && value >> (8 * needed) != 0) ++needed;
+  if (buf == nullptr) return needed;
+  if (len < needed) return -1;
+  for (int i = 0; i < needed; ++i) buf[i] = static_cast<unsigned char>(value >> (8 * (needed - 1 - i)));
+  return needed;
+}
+
+int AsnInt2BinBuf(const sxAsnInt *serial, kxBinBuf &out) {
+  const int needed = AsnInt2Buf(serial, nullptr, 0);
+  if (needed < 0) return -1;
+  out.Set(static_cast<unsigned int>(needed));
+  return AsnInt2Buf(serial, out.Data(), needed) < 0 ? -1 : 0;
+}
+
+int sxCert_IsSameSerialNumber(const sxAsnInt *a, const sxAsnInt *b) {
+  return a != nullptr && b != nullptr && a->intEquiv(*b) ? 1 : 0;
+}

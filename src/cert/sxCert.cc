@@ -1,0 +1,207 @@
+#include "kxcert/cert/sxCert.h"
+
+#include <cstring>
+
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/oids.h"
+#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/algorithms.h"
+#include "kxcert/keys/subjectPublicKey.h"
+#include "kxcert/platform/log.h"
+#include "sxCert_imp.h"
+#include "sxDN_imp.h"
+
+namespace {
+
+constexpr int kUtcTime = 0x17;
+
+const char *Chars(const unsigned char *octets) { return reinterpret_cast<const char *>(octets); }
+
+// What subjectPublicKeyInfo may name; signature algorithms stand there, too, in what some issuers write.
+const sxAsnOid *const kKeyAlgorithms[] = {
+    &sxASN_rsaEncryption,           &sxASN_md5WithRSAEncryption,    &sxASN_sha1WithRSAEncryption,
+    &sxASN_sha_1WithRSAEncryption,  &sxASN_sha256WithRSAEncryption, &sxASN_sha384WithRSAEncryption,
+    &sxASN_sha512WithRSAEncryption, &sxASN_ECDSAPublicKey,
+};
+
+int Seconds(const sxPlainTime &time) {
+  const int len = static_cast<int>(time.text.len);
+  return time.tag == kUtcTime ? sxUTCTime2time(time.text.data, len) : sxGeneralTime2time(time.text.data, len);
+}
+
+}  // namespace
+
+int isSupportedSignatureAlgorithm(const sxAsnOid &oid) {
+  for (const sxAsnOid *known : kKeyAlgorithms) {
+    if (known->OidEquiv(oid)) return 1;
+  }
+  return 0;
+}
+
+sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) {
+  if (DecodeWith([this] { return Read(); }) == 0) Extract(m_plain);
+  m_plain = sxPlainCert();
+  m_decodedExtensions.reset();
+}
+
+// Plain DER is read as it stands; everything else is decoded by the codec and read from its encoding.
+bool sxCert_imp::Read() {
+  m_plain = sxPlainCert();
+  if (!sxReadPlainCert(GetBuf(), BufLen(), false, &m_plain)) {
+    sxASN_Certificate decoded;
+    kxBinBuf encoded;
+    if (sxASN_DecodeBuf(decoded, Chars(GetBuf()), static_cast<int>(BufLen())) != 0 ||
+        sxASN_EncodeBuf(decoded, encoded, 0) != 0) {
+      return false;
+    }
+    m_plainOctets = std::make_unique_for_overwrite<unsigned char[]>(encoded.Len());
+    std::memcpy(m_plainOctets.get(), encoded.Data(), encoded.Len());
+    m_plain = sxPlainCert();
+    if (!sxReadPlainCert(m_plainOctets.get(), encoded.Len(), true, &m_plain)) return false;
+  }
+  m_decodedExtensions.reset();
+  if (m_plain.extensions.len == 0) return true;
+  m_decodedExtensions = std::make_unique<sxASN_Extensions>();
+  return sxASN_DecodeBuf(*m_decodedExtensions, Chars(m_plain.extensions.data),
+                         static_cast<int>(m_plain.extensions.len)) == 0;
+}
+
+void sxCert_imp::Extract(sxPlainCert &cert) {
+  m_version = cert.version;
+  SetSerial(cert.serial);
+  m_issuer = NewName(cert.issuer, std::move(cert.issuerName));
+  m_subject = NewName(cert.subject, std::move(cert.subjectName));
+  if (cert.notBefore.text.data == nullptr || cert.notAfter.text.data == nullptr) {
+    return SetError("No validity period");
+  }
+  m_notBefore = Seconds(cert.notBefore);
+  m_notAfter = Seconds(cert.notAfter);
+  if (!ExtractKey(cert)) return;
+  ExtractExtensions();
+  sxAsnOid signatureOid;
+  signatureOid.Set(cert.signatureAlgorithm.oid.data, static_cast<int>(cert.signatureAlgorithm.oid.len));
+  m_signAlgorithm = AlgType_By_SignOID(signatureOid);
+  m_hashAlgorithm = MdType_By_SignOID(signatureOid);
+}
+
+void sxCert_imp::SetSerial(const sxSpan &content) {
+  sxAsnReadBuf buf;
+  buf.Init(content.data, static_cast<int>(content.len));
+  int bytesDecoded = 0;
+  m_serial.BDecContent(buf, 2, static_cast<int>(content.len), bytesDecoded);
+  if (!m_serial.IsBig()) m_shortSerialLen = AsnInt2Buf(&m_serial, m_shortSerial, sizeof m_shortSerial);
+}
+
+const unsigned char *sxCert_imp::SerialNum(int &len) const {
+  len = m_serial.IsBig() ? m_serial.BigOctets().Len() : m_shortSerialLen;
+  return m_serial.IsBig() ? m_serial.BigOctets().Data() : m_shortSerial;
+}
+
+// The octets stay where they are: the certificate keeps them as long as its names.
+std::unique_ptr<sxDN> sxCert_imp::NewName(const sxSpan &octets, sxFlatName &&flat) const {
+  const bool readable = flat.NumRdns() > 0 || octets.len == 2;   // 30 00 is an empty name
+  return std::unique_ptr<sxDN>(readable ? new sxDN(new sxDN_imp(octets, std::move(flat))) : new sxDN);
+}
+
+bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
+  sxAsnOid algorithm;
+  algorithm.Set(cert.keyAlgorithm.oid.data, static_cast<int>(cert.keyAlgorithm.oid.len));
+  if (isSupportedSignatureAlgorithm(algorithm) == 0) {
+    SetError(algorithm.OidEquiv(sxASN_dsa) ? "DSA key not supported" : "Not RSA key");
+    return false;
+  }
+  const sxSpan &parameters = cert.keyAlgorithm.parameters;
+  m_pubKey.reset(sxPubKey_FromSPKI(algorithm.Data(), algorithm.Len(), parameters.data,
+                                   static_cast<int>(parameters.len), cert.keyBits.data,
+                                   static_cast<int>(cert.keyBits.len), nullptr));
+  if (m_pubKey != nullptr) return true;
+  SetError(algorithm.OidEquiv(sxASN_ECDSAPublicKey) ? "Error decoding ECDSA key" : "Error decoding key");
+  return false;
+}
+
+void sxCert_imp::ExtractExtensions() {
+  if (m_decodedExtensions == nullptr) return;
+  // An unhandled critical extension leaves the certificate OK; whoever validates it refuses it.
+  SetUnhandledExt(m_extensions.Parse(m_decodedExtensions.get(), Get_ExtParserTable()));
+}
+
+sxCert::sxCert(const unsigned char *buf, unsigned int len) : sxSigned(new sxCert_imp(buf, len)) {}
+
+sxCert_imp *sxCert::Imp() const { return static_cast<sxCert_imp *>(m_imp); }
+
+int sxCert::Version() const { return Imp()->Version(); }
+const sxAsnInt *sxCert::SerialNum() const { return &Imp()->SerialNum(); }
+const unsigned char *sxCert::SerialNum(int &len) const { return Imp()->SerialNum(len); }
+const sxDN *sxCert::Issuer() const { return Imp()->Issuer(); }
+const sxDN *sxCert::Subject() const { return Imp()->Subject(); }
+int sxCert::notBefore() const { return Imp()->notBefore(); }
+int sxCert::notAfter() const { return Imp()->notAfter(); }
+int sxCert::signatureSignAlgorithm() const { return Imp()->signatureSignAlgorithm(); }
+int sxCert::signatureHashAlgorithm() const { return Imp()->signatureHashAlgorithm(); }
+sxPubKey *sxCert::PubKey() const { return Imp()->PubKey(); }
+const sxExtensionsList &sxCert::Extensions() const { return Imp()->Extensions(); }
+const sxExtension *sxCert::GetExt(const sxAsnOid *oid) const { return Extensions().Find(oid); }
+int sxCert::IsCritical(const sxAsnOid *oid) const { return Extensions().IsCritical(oid); }
+
+// The parser table decides which class stands under which identifier.
+const sxKeyUsage *sxCert::KeyUsage() const {
+  return static_cast<const sxKeyUsage *>(GetExt(&sxASN_id_ce_keyUsage));
+}
+const sxExtKeyUsage *sxCert::ExtKeyUsage() const {
+  return static_cast<const sxExtKeyUsage *>(GetExt(&sxASN_id_ce_extKeyUsage));
+}
+const sxBasicConstraint *sxCert::GetBasicConstraint() const {
+  return static_cast<const sxBasicConstraint *>(GetExt(&sxASN_id_ce_basicConstraints));
+}
+const sxGeneralNames *sxCert::AltNames() const {
+  const auto *ext = static_cast<const sxExtGN *>(GetExt(&sxASN_id_ce_subjectAltName));
+  return ext == nullptr ? nullptr : &ext->Names();
+}
+const sxExtKeyID *sxCert::SubjectKeyId() const {
+  return static_cast<const sxExtKeyID *>(GetExt(&sxASN_id_ce_subjectKeyIdentifier));
+}
+const sxExtKeyID *sxCert::AuthorityKeyId() const {
+  return static_cast<const sxExtKeyID *>(GetExt(&sxASN_id_ce_authorityKeyIdentifier));
+}
+const sxAuthorityInfoAccess *sxCert::AuthInfoAccess() const {
+  return static_cast<const sxAuthorityInfoAccess *>(GetExt(&sxASN_id_pe_authorityInfoAccess));
+}
+const sxGeneralNames *sxCert::DistPoints() const {
+  const auto *ext = static_cast<const sxExtGN *>(GetExt(&sxASN_id_ce_cRLDistributionPoints));
+  return ext == nullptr ? nullptr : &ext->Names();
+}
+int sxCert::HasKeyUsage(sxKeyUsageType bit) const {
+  const sxKeyUsage *usage = KeyUsage();
+  return usage != nullptr && (usage->KeyUsageBits() >> bit & 1) != 0 ? 1 : 0;
+}
+
+int sxCert::operator==(const sxCert &other) const {
+  if (BufLen() != other.BufLen()) return 0;
+  return BufLen() == 0 || std::memcmp(GetBuf(), other.GetBuf(), BufLen()) == 0 ? 1 : 0;
+}
+
+sxCert *sxCert_Decode(const unsigned char *buf, int len) {
+  if (buf == nullptr || len <= 0) return nullptr;
+  auto *cert = new sxCert(buf, static_cast<unsigned int>(len));
+  if (cert->OK() != 0) return cert;
+  herror_func(0, 0, "sxCert_Decode: %s", cert->Error().getstr());
+  sxCert_Free(cert);
+  return nullptr;
+}
+
+void sxCert_Free(sxCert *cert) { sxFreeSigned(cert); }
+void sxCert_Save(sxCert *cert) { sxSaveSigned(cert); }
+
+int sxCert_GetSubject(sxCert *cert, char *buf, int len) {
+  if (cert == nullptr || buf == nullptr || len < 1) return -1;
+  const char *text = cert->Subject() == nullptr ? nullptr : cert->Subject()->GetStr();
+  if (text == nullptr) return herror_func(0, 0, "sxCert_GetSubject: no subject"), -1;
+  const size_t textLen = std::strlen(text);
+  if (textLen + 1 > static_cast<size_t>(len)) {
+    return herror_func(0, 0, "sxCert_GetSubject: %zu characters do not fit %d", textLen, len), -1;
+  }
+  std::memcpy(buf, text, textLen + 1);
+  return 0;
+}

@@ -1,0 +1,159 @@
+#include "kxcert/cert/sxCerts.h"
+
+#include <memory>
+#include <utility>
+
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/sxAsnConstructed.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/textStream.h"
+
+namespace {
+
+constexpr size_t kGrowBy = 10;
+constexpr unsigned kMaxCertDer = 4096;   // of a certificate in a sequence; longer ones are refused
+
+}  // namespace
+
+sxSignedObjects_imp::sxSignedObjects_imp(const sxSignedObjects_imp &other) : m_slots(other.m_slots) {
+  for (sxSigned *obj : m_slots) sxSaveSigned(obj);
+}
+
+sxSignedObjects_imp::~sxSignedObjects_imp() { ClearAll(); }
+
+int sxSignedObjects_imp::Count() const {
+  int count = 0;
+  for (const sxSigned *obj : m_slots) count += obj != nullptr ? 1 : 0;
+  return count;
+}
+
+int sxSignedObjects_imp::Top() const {
+  int top = Slots() - 1;
+  while (top >= 0 && m_slots[static_cast<size_t>(top)] == nullptr) --top;
+  return top;
+}
+
+sxSigned *sxSignedObjects_imp::Get(int i) const {
+  return i < 0 || i >= Slots() ? nullptr : m_slots[static_cast<size_t>(i)];
+}
+
+void sxSignedObjects_imp::Add(sxSigned *obj) {
+  const size_t slot = static_cast<size_t>(Top() + 1);
+  if (slot >= m_slots.size()) m_slots.resize(m_slots.size() + kGrowBy);
+  m_slots[slot] = obj;
+}
+
+int sxSignedObjects_imp::Set(int i, sxSigned *obj) {
+  if (i < 0 || i >= Slots()) return -1;
+  sxFreeSigned(std::exchange(m_slots[static_cast<size_t>(i)], obj));
+  return 0;
+}
+
+int sxSignedObjects_imp::Del(int i) { return Set(i, nullptr); }
+
+void sxSignedObjects_imp::ClearAll() {
+  for (sxSigned *&obj : m_slots) sxFreeSigned(std::exchange(obj, nullptr));
+}
+
+sxCerts::sxCerts(int capacity) : m_imp(new sxSignedObjects_imp(capacity)) {}
+sxCerts::sxCerts(const sxCerts &other) : m_imp(new sxSignedObjects_imp(*other.m_imp)) {}
+sxCerts::~sxCerts() { delete m_imp; }
+
+sxCerts &sxCerts::operator=(const sxCerts &other) {
+  sxCerts copy(other);
+  Swap(copy);
+  return *this;
+}
+
+void sxCerts::Swap(sxCerts &other) noexcept { std::swap(m_imp, other.m_imp); }
+
+sxCert *sxCerts::GetBySubjectDN(const sxDN &dn) const {
+  for (int i = 0; i < Slots(); ++i) {
+    sxCert *cert = Get(i);
+    if (cert != nullptr && cert->Subject() != nullptr && cert->Subject()->Equal(dn)) return cert;
+  }
+  return nullptr;
+}
+
+void sxCerts::Fprint(FILE *out, const char *title, sxCertHerrorDetails details, int indent) const {
+  SxStream text;
+  text.Indent(indent);
+  if (title != nullptr) text.Printf("%s: ", title);
+  text.Printf("%d certificates\n", Count());
+  for (int i = 0; i < Slots(); ++i) {
+    if (Get(i) == nullptr) continue;
+    Get(i)->Sprint(&text, details, indent + 1);
+    text.Puts("\n");
+  }
+  std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
+}
+
+void sxCerts::Herror(const char *title, sxCertHerrorDetails details) const {
+  if (dodebugprt == 0) return;
+  if (title != nullptr) {
+    herror_func(0, 0, "%s: %d certificates", title, Count());
+  } else {
+    herror_func(0, 0, "%d certificates", Count());
+  }
+  for (int i = 0; i < Slots(); ++i) {
+    if (Get(i) != nullptr) Get(i)->Herror(details);
+  }
+}
+
+// The sequence is walked by the codec's element reader: a member is any element, and what it is shows
+// when it is decoded as a certificate.
+int sxCerts_2buf(sxCerts *certs, unsigned char *out, int outLen) {
+  if (certs == nullptr || out == nullptr || outLen < 0) return -1;
+  std::vector<unsigned char> content;
+  for (int i = 0; i < certs->Count() && certs->Get(i) != nullptr; ++i) {
+    sxASN_Certificate decoded;
+    kxBinBuf der;
+    const auto *octets = reinterpret_cast<const char *>(certs->Get(i)->GetBuf());
+    if (sxASN_DecodeBuf(decoded, octets, static_cast<int>(certs->Get(i)->BufLen())) != 0 ||
+        sxASN_EncodeBuf(decoded, der, 1) != 0) {
+      return -1;
+    }
+    content.insert(content.end(), der.Data(), der.Data() + der.Len());
+  }
+  sxAsnWriteBuf buf;
+  buf.Init(out, outLen);
+  buf.ReSet();
+  const int contentLen = static_cast<int>(content.size());
+  if ((contentLen > 0 && buf.PutSeg(content.data(), contentLen) < 0) || BEncDefLen(buf, contentLen) < 0 ||
+      BEncTag(buf, kUniversal, kConstructed, 16) < 0) {
+    return -1;
+  }
+  const int written = buf.Written();
+  std::memmove(out, buf.Curr(), static_cast<size_t>(written));
+  return written;
+}
+
+sxCerts *sxCerts_buf2Certs(const unsigned char *octets, int len) {
+  if (octets == nullptr || len <= 0) return nullptr;
+  sxAsnReadBuf buf;
+  buf.Init(octets, len);
+  int bytesDecoded = 0;
+  if (BDecTag(buf, bytesDecoded) != 0x30) return nullptr;
+  const int contentLen = BDecLen(buf, bytesDecoded);
+  if (contentLen != kIndefiniteLen && contentLen != buf.GetLen()) return nullptr;
+  auto certs = std::make_unique<sxCerts>(0);
+  while (buf.GetLen() > 0 && !(contentLen == kIndefiniteLen && buf.PeekByte() == 0)) {
+    sxASN_Certificate decoded;
+    kxBinBuf der;
+    if (decoded.BDec(buf, bytesDecoded) < 0 || sxASN_EncodeBuf(decoded, der, 1) != 0 || der.Len() > kMaxCertDer) {
+      return nullptr;
+    }
+    sxCert *cert = sxCert_Decode(der.Data(), static_cast<int>(der.Len()));
+    if (cert == nullptr) return nullptr;
+    certs->Add(cert);
+  }
+  if (contentLen == kIndefiniteLen && BDecEoc(buf, bytesDecoded) < 0) return nullptr;
+  return bytesDecoded == len ? certs.release() : nullptr;
+}
+
+void sxCerts_Free(sxCerts *certs) { delete certs; }
+void sxCerts_ClearAll(sxCerts *certs) {
+  if (certs != nullptr) certs->ClearAll();
+}

@@ -1,0 +1,177 @@
+#include "kxcert/cert/sxSigned.h"
+
+#include <openssl/sha.h>
+
+#include <cstring>
+#include <string_view>
+
+#include "kxcert/asn1/modules/SXUTILS.h"
+#include "kxcert/cert/certFormats.h"
+#include "kxcert/keys/algorithms.h"
+#include "kxcert/keys/sxPubKey.h"
+#include "kxcert/platform/digest.h"
+#include "kxcert/platform/log.h"
+#include "signatureMemory.h"
+#include "sxSigned_imp.h"
+
+namespace {
+
+constexpr int kSequence = 0x30;
+constexpr int kOid = 0x06;
+constexpr int kBitString = 0x03;
+
+struct PemMarkers {
+  const char *header;
+  const char *footer;
+};
+constexpr PemMarkers kMarkers[] = {
+    {"-----BEGIN CERTIFICATE-----", "-----END CERTIFICATE-----"},
+    {"-----BEGIN X509 CRL-----", "-----END X509 CRL-----"},
+};
+
+}  // namespace
+
+sxSigned_imp::sxSigned_imp(const unsigned char *buf, unsigned int len) {
+  if (buf == nullptr || len == 0 || len > INT32_MAX) {
+    SetError("Empty data");
+    return;
+  }
+  m_der = std::make_unique_for_overwrite<unsigned char[]>(len);
+  std::memcpy(m_der.get(), buf, len);
+  m_derLen = len;
+}
+
+void sxSigned_imp::SetError(const sxString &text) {
+  m_error = text;
+  m_ok = 0;
+}
+
+void sxSigned_imp::SetUnhandledExt(const sxAsnOid *oid) {
+  m_unhandledExt.reset(oid == nullptr ? nullptr : static_cast<sxAsnOid *>(oid->Dup()));
+}
+
+int sxSigned_imp::DecodeBuf(sxAsnType &value) {
+  return DecodeWith([this, &value] {
+    return sxASN_DecodeBuf(value, reinterpret_cast<const char *>(m_der.get()), static_cast<int>(m_derLen)) == 0;
+  });
+}
+
+int sxSigned_imp::ConvertBuf() {
+  const auto *text = reinterpret_cast<const char *>(m_der.get());
+  const std::string_view all(text, m_derLen);
+  PemMarkers markers = {"", ""};
+  for (const PemMarkers &known : kMarkers) {
+    if (all.find(known.header) != std::string_view::npos) {
+      markers = known;
+      break;
+    }
+  }
+  unsigned char *der = nullptr;
+  int len = static_cast<int>(m_derLen);
+  if (Base64Decode_PEM(text, &der, len, markers.header, markers.footer, 1, nullptr) != 0) return -1;
+  m_der.reset(der);
+  m_derLen = static_cast<uint32_t>(len);
+  return 0;
+}
+
+//   Signed ::= SEQUENCE { toBeSigned ANY, signatureAlgorithm AlgorithmIdentifier, signature BIT STRING }
+// Read without a tree when it is plain; otherwise the codec finds the ends of its elements.
+bool sxSigned_imp::ReadParts(Parts *parts) const {
+  sxPlainElement outer, body, algorithm, oid, signature;
+  const unsigned char *pos = m_der.get();
+  if (!sxReadPlain(pos, pos + m_derLen, kSequence, &outer)) return false;
+  pos = outer.content.data;
+  const unsigned char *const end = outer.content.End();
+  if (!sxReadPlain(pos, end, &body) || !sxReadPlain(pos, end, kSequence, &algorithm) ||
+      !sxReadPlain(pos, end, kBitString, &signature) || pos != end || signature.content.len < 1) {
+    return false;
+  }
+  pos = algorithm.content.data;
+  if (!sxReadPlain(pos, algorithm.content.End(), kOid, &oid) || oid.content.len == 0) return false;
+  parts->toBeSigned = body.Whole();
+  parts->algorithm.Set(oid.content.data, static_cast<int>(oid.content.len));
+  parts->algorithmOctets = algorithm.Whole();
+  parts->signature = {signature.content.data + 1, signature.content.len - 1};
+  return true;
+}
+
+int sxSigned_imp::VerifySig(sxPubKey *key) const {
+  if (key == nullptr || m_der == nullptr) return kKeyNotUsable;
+  Parts parts;
+  if (ReadParts(&parts)) return VerifyParts(parts, key);
+  sxASN_Signed decoded;
+  if (sxASN_DecodeBuf(decoded, reinterpret_cast<const char *>(m_der.get()), static_cast<int>(m_derLen)) != 0) {
+    herror_func(0, 0, "sxSigned_imp::VerifySig: not a signed structure (%u bytes)", m_derLen);
+    return kKeyBadInput;
+  }
+  const auto *body = static_cast<const sxAsnRawAny *>(decoded.toBeSigned->Value());
+  parts.toBeSigned = {body->Data(), static_cast<uint32_t>(body->Len())};
+  parts.algorithm = *decoded.signatureAlgorithm->algorithm;
+  parts.algorithmOctets = {parts.algorithm.Data(), static_cast<uint32_t>(parts.algorithm.Len())};
+  parts.signature = {decoded.signature->Data(), static_cast<uint32_t>(decoded.signature->Len())};
+  return VerifyParts(parts, key);
+}
+
+sxSigned_imp::Digest sxSigned_imp::SignedDigest(const Parts &parts) const {
+  return *m_signedDigest.Get([&parts] {
+    auto digest = std::make_unique<Digest>();
+    SHA256(parts.toBeSigned.data, parts.toBeSigned.len, digest->data());
+    return digest;
+  });
+}
+
+int sxSigned_imp::VerifyParts(const Parts &parts, sxPubKey *key) const {
+  const int mdType = MdType_By_SignOID(parts.algorithm);
+  const int digestLen = kx_md_len(mdType);
+  const int family = AlgType_By_SignOID(parts.algorithm);
+  if (mdType == sx_md_unknown || digestLen == 0 || family != key->algorithm()) {
+    herror_func(0, 0, "sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest %d, family %d, key %d)",
+                mdType, family, key->algorithm());
+    return kKeyNotImplemented;
+  }
+  const bool remembers = sxSignatureMemory_IsOn();
+  sxSignatureKey memoryKey;
+  if (remembers) {
+    const Digest body = SignedDigest(parts);
+    const unsigned char *keyHash = key->PublicKeyHash();
+    if (keyHash == nullptr) return kKeyNotUsable;
+    SHA256_CTX hash;
+    SHA256_Init(&hash);
+    SHA256_Update(&hash, body.data(), body.size());
+    SHA256_Update(&hash, keyHash, SHA256_DIGEST_LENGTH);
+    SHA256_Update(&hash, parts.algorithmOctets.data, parts.algorithmOctets.len);
+    SHA256_Update(&hash, parts.signature.data, parts.signature.len);   // last: the only other one without a fixed end
+    SHA256_Final(memoryKey.data(), &hash);
+    if (sxSignatureMemory_Knows(memoryKey)) return 0;
+  }
+  unsigned char digest[kMaxDigestLen];
+  if (remembers && mdType == sx_md_sha256) {
+    const Digest body = SignedDigest(parts);
+    std::memcpy(digest, body.data(), body.size());
+  } else if (kx_md_hashbuf(mdType, parts.toBeSigned.data, parts.toBeSigned.len, digest, digestLen) != 0) {
+    return kKeyLibraryFailed;
+  }
+  // RSA wraps the digest in a DigestInfo; ECDSA takes it bare.
+  const sxPKop_type op = family == sxPK_RSA ? sxPKop_digest : sxPKop_raw;
+  const int rc = key->Verify(op, static_cast<sx_md_type>(mdType), digest, digestLen, parts.signature.data,
+                             static_cast<int>(parts.signature.len));
+  if (rc == 0 && remembers) sxSignatureMemory_Keep(memoryKey);
+  return rc;
+}
+
+sxSigned::sxSigned(sxSigned_imp *imp) : sxPKobj(imp) {}
+
+sxSigned_imp *sxSigned::Imp() const { return static_cast<sxSigned_imp *>(m_imp); }
+
+int sxSigned::OK() const { return Imp()->OK(); }
+const sxString &sxSigned::Error() const { return Imp()->Error(); }
+void sxSigned::SetError(const sxString &text) { Imp()->SetError(text); }
+const sxAsnOid *sxSigned::UnhandledCritExt() const { return Imp()->UnhandledCritExt(); }
+void sxSigned::SetUnhandledExt(const sxAsnOid *oid) { Imp()->SetUnhandledExt(oid); }
+const unsigned char *sxSigned::GetBuf() const { return Imp()->GetBuf(); }
+unsigned int sxSigned::BufLen() const { return Imp()->BufLen(); }
+int sxSigned::VerifySig(sxPubKey *key) const { return Imp()->VerifySig(key); }
+int sxSigned::DecodeBuf(sxAsnType &value) { return Imp()->DecodeBuf(value); }
+
+void sxSaveSigned(sxSigned *obj) { sxSavePKobj(obj); }
+void sxFreeSigned(sxSigned *obj) { sxFreePKobj(obj); }

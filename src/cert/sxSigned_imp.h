@@ -1,0 +1,71 @@
+/// @file
+/// Implementation of signed objects.
+#ifndef KXCERT_SRC_CERT_SXSIGNED_IMP_H_
+#define KXCERT_SRC_CERT_SXSIGNED_IMP_H_
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "foundation/publishOnce.h"
+#include "kxcert/asn1/sxAsnOid.h"
+#include "kxcert/cert/sxSigned.h"
+#include "kxcert/foundation/sxPKobj_imp.h"
+#include "kxcert/foundation/sxString.h"
+#include "plainDer.h"
+
+class sxSigned_imp : public sxPKobj_imp {
+ public:
+  sxSigned_imp(const unsigned char *buf, unsigned int len);   ///< copies; "Empty data" for none
+
+  int OK() const { return m_ok; }
+  const sxString &Error() const { return m_error; }
+  void SetError(const sxString &text);
+  const sxAsnOid *UnhandledCritExt() const { return m_unhandledExt.get(); }
+  void SetUnhandledExt(const sxAsnOid *oid);
+  const unsigned char *GetBuf() const { return m_der.get(); }
+  unsigned int BufLen() const { return m_derLen; }
+
+  int VerifySig(sxPubKey *key) const;
+  int DecodeBuf(sxAsnType &value);
+
+ protected:
+  /// Calls @p decode until it accepts the octets: as they are, then converted from PEM.
+  /// @return 0, or -1 with the error set
+  template <class Decode>
+  int DecodeWith(Decode decode) {
+    if (!m_ok) return -1;
+    if (decode()) return 0;
+    if (ConvertBuf() != 0) {
+      SetError("Error decoding buffer after trying both DER and Base64 formats");
+      return -1;
+    }
+    if (decode()) return 0;
+    SetError("Error Decoding DER buffer after Base64 conversion.");
+    return -1;
+  }
+
+ private:
+  /// What a signature is made of. Octets lie in the object, or in the parts that had to be decoded.
+  struct Parts {
+    sxSpan toBeSigned;      // the first element as received
+    sxAsnOid algorithm;
+    sxSpan algorithmOctets; // of the whole identifier, parameters included
+    sxSpan signature;
+  };
+  using Digest = std::array<unsigned char, 32>;
+
+  int ConvertBuf();         // PEM to DER
+  bool ReadParts(Parts *parts) const;
+  int VerifyParts(const Parts &parts, sxPubKey *key) const;
+  Digest SignedDigest(const Parts &parts) const;
+
+  int32_t m_ok = 1;
+  sxString m_error;
+  std::unique_ptr<sxAsnOid> m_unhandledExt;
+  std::unique_ptr<unsigned char[]> m_der;
+  uint32_t m_derLen = 0;
+  mutable PublishOnce<Digest> m_signedDigest;   // SHA-256 of the signed octets
+};
+
+#endif

@@ -209,6 +209,7 @@ TEST(sxExtGN, PlainReaderAgreesWithTheCodec) {
       {&sxASN_id_ce_subjectAltName, "8203682e65 8103614062 8603753a78"},
       {&sxASN_id_ce_cRLDistributionPoints, "300ca00aa0088602613a8602623a 3008a006a0048602633a"},
       {&sxASN_id_pe_authorityInfoAccess, "300e06082b060105050730018602613a 300806022a038602623a"},
+      {&sxASN_id_pe_authorityInfoAccess, "30060600 8602613a"},   // no method: refused by both
   };
   int numParsed = 0;
   int numRefused = 0;

@@ -75,7 +75,6 @@ int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, 
     return -1;
   }
   sxAsnHeader inner = {buf.Curr(), bytesDecoded, 0};
-  buf.MarkElement();
   const int innerTag = BDecTag(buf, bytesDecoded);
   inner.tag = static_cast<unsigned int>(innerTag);
   if (innerTag < 0 || !sxAsnTypeAccepts(*elem.type, inner.tag)) {

@@ -51,7 +51,6 @@ int sxAsnChoice::CopyFrom(const sxAsnType &other) {
 
 int sxAsnChoice::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   const char *name = Info()->name;
-  buf.MarkElement();
   const int tag = BDecTag(buf, bytesDecoded);
   const int len = tag < 0 ? -1 : BDecLen(buf, bytesDecoded);
   if (len < 0 && len != kIndefiniteLen) {
@@ -87,9 +86,8 @@ int sxAsnChoice::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &b
   int rc = DecodeAlternative(buf, alternative, tag, len, bytesDecoded);
   if (rc < 0 && info.elems[alternative].fallBack) {
     // The identifier alone does not tell this alternative from content of another type: kept raw then.
-    buf.Rewind(element);
-    buf.MarkElement();
     buf.Rewind(content);
+    buf.MarkElement(element);
     bytesDecoded = contentCount;
     rc = DecodeAlternative(buf, info.numElems - 1, tag, len, bytesDecoded);
   }
@@ -114,7 +112,6 @@ int sxAsnChoice::DecodeAlternative(sxAsnReadBuf &buf, int alternative, unsigned 
     inner.tagging = sxAsnElem::kNone;
     const unsigned char *const start = buf.Curr();
     const int startCount = bytesDecoded;
-    buf.MarkElement();
     const int innerTag = BDecTag(buf, bytesDecoded);
     const sxAsnHeader header = {start, startCount, static_cast<unsigned int>(innerTag)};
     if (innerTag < 0 || !sxAsnTypeAccepts(*elem.type, header.tag)) {

@@ -146,7 +146,6 @@ int sxAsnList::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDe
   // sees that more octets were taken than the length said.
   while (len == kIndefiniteLen || counter < len) {
     const sxAsnHeader start = {buf.Curr(), counter, 0};
-    buf.MarkElement();
     const int tag = BDecTag(buf, counter);
     if (tag == 0 && len == kIndefiniteLen) {
       if (buf.GetByte() != 0) {

@@ -141,7 +141,6 @@ int sxAsnSequence::DecodeInOrder(sxAsnReadBuf &buf, int len, int &counter) {
     if (len >= 0 && counter >= len) break;
     const unsigned char *const start = buf.Curr();
     const int startCount = counter;
-    buf.MarkElement();
     const int tag = BDecTag(buf, counter);
     if (tag == 0 && len == kIndefiniteLen) {
       for (; next < info.numElems; ++next) {
@@ -175,7 +174,6 @@ int sxAsnSequence::DecodeInAnyOrder(sxAsnReadBuf &buf, int len, int &counter) {
   while (len < 0 ? !ended : counter < len) {
     const unsigned char *const start = buf.Curr();
     const int startCount = counter;
-    buf.MarkElement();
     const int tag = BDecTag(buf, counter);
     if (tag == 0 && len == kIndefiniteLen) {
       if (FinishEoc(info, buf, counter) < 0) return -1;

@@ -16,6 +16,8 @@ value assignments are passed over. Comments that begin with --# direct the gener
   --# open           after ANY: held as a sxAsnAny although nothing selects its class
   --# fallback       after an alternative: content that does not decode goes to the last one, an ANY
   --# zero           before a CHOICE: success of its BDecContent is 0
+  --# choice         before an assignment: stands for a CHOICE of one alternative, so that a tag put
+                     on it is explicit also where tags are implicit
 
 A type within a type is named after the outer one: ParentSeqOf, ParentSetOf, ParentSeq, ParentSet,
 ParentChoice, ParentInt, ParentEnum, ParentBits.
@@ -129,6 +131,7 @@ class Parser:
         while not self.take('END'):
             class_name = self.directive('class')
             zero = self.directive('zero') is not None
+            choice = self.directive('choice') is not None
             type_name = self.next()
             if type_name[0].islower():   # a value: passed over
                 while self.next() != '::=':
@@ -140,7 +143,7 @@ class Parser:
                 continue
             self.expect('::=')
             parsed = self.type()
-            types.append((type_name, class_name, zero, parsed))
+            types.append((type_name, class_name, zero, choice, parsed))
         return name, implicit, imports, types
 
     def constraint(self):
@@ -243,7 +246,7 @@ class Module:
         self.name, self.implicit, self.imports, self.done, self.source = name, implicit, imports, done, source
         self.types = {t[0]: t for t in types}
         self.resolved, self.kinds, self.classes, self.uses = {}, {}, [], set()
-        for type_name, _, _, _ in types:
+        for type_name, *_ in types:
             self.resolve(type_name)
 
     def fail(self, what):
@@ -259,7 +262,7 @@ class Module:
             return other.resolve(type_name)
         if type_name not in self.types:
             self.fail(f'unknown type {type_name}')
-        _, class_name, zero, node = self.types[type_name]
+        _, class_name, zero, choice, node = self.types[type_name]
         plain_primitive = node.kind == 'primitive' and not node.named
         if node.kind == 'ref' and not class_name:
             result = self.resolve(node.name)
@@ -271,6 +274,8 @@ class Module:
             result = ('sxASN_' + own, kind)
             self.resolved[type_name] = result   # a type may refer to itself
             self.define(own, node, zero)
+        if choice:
+            result = (result[0], 'Choice')
         self.resolved[type_name] = result
         return result
 

@@ -13,6 +13,9 @@ constexpr sxAsnTexts kTexts = {
     "%s::BDecContent Unexpected Tag offset = %d",
     "%s::BDecContent: attempt to decoded Eoc failed",
     "%s::BDecContent ERROR - Length discrepancy on choice. offset = %d",
+    "%s::BEncContent: attempt to encoded %s Content failed",
+    "%s::BEncContent: attempt to encoded %s Content failed",
+    "%s::BEncContent: attempt to encoded %s Content failed",
 };
 
 }  // namespace
@@ -155,11 +158,9 @@ int sxAsnChoice::BEnc(sxAsnWriteBuf &buf) {
 int sxAsnChoice::EncContent(sxAsnWriteBuf &buf) {
   const sxAsnTypeInfo &info = *Info();
   const sxAsnElem &elem = info.elems[m_choiceId];
-  const int len = m_value != nullptr ? sxAsnEncodeElem(elem, *m_value, buf) : -1;
-  if (len < 0) {
-    herror_func(0, 0, "%s::BEncContent: attempt to encoded %s Content failed", info.name, elem.name);
-  }
-  return len;
+  if (m_value != nullptr) return sxAsnEncodeElem(elem, *m_value, buf, info.name, kTexts);
+  herror_func(0, 0, kTexts.encodeContent, info.name, elem.name);
+  return -1;
 }
 
 int sxAsnChoice::Describe(SxStream &out, int indent) const {

@@ -47,9 +47,13 @@ std::string CertText(const sxCert &cert, sxCertHerrorDetails level) {
   return std::string(TrimEnd(text.Text()));
 }
 
+// As its ASN.1 type; empty when it is none.
 std::string CrlText(const Block &block) {
+  sxASN_CertificateList crl;
   SxStream text;
-  sxCert_Sprint_CRLbuf(&text, block.der.data(), static_cast<int>(block.der.size()), kIndent);
+  if (sxASN_DecodeBuf(crl, reinterpret_cast<const char *>(block.der.data()), static_cast<int>(block.der.size())) == 0) {
+    crl.Describe(text, kIndent);
+  }
   return std::string(TrimEnd(text.Text()));
 }
 
@@ -62,6 +66,7 @@ void PrintBlock(const Block &block, const Options &options, Report &report) {
   if (kind == BlockKind::kCrl) {
     facts["kind"] = "crl";
     text = CrlText(block);
+    if (text.empty()) return report.Problem(kExitInputError, block.where, "not a CRL");
   } else {
     const CertRef cert = MakeCert(block);
     if (cert->OK() != 1) {

@@ -27,6 +27,7 @@ std::optional<sxDN> ReadName(const std::string &argument, std::string *reason) {
   sxDN name(argument.c_str());
   if (name.GetName() == nullptr) {
     *reason = log.Reason();
+    if (reason->empty()) *reason = ": unknown keyword, or not of the form CN=a,O=b,C=c";
     return std::nullopt;
   }
   return name;

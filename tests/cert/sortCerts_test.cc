@@ -50,8 +50,8 @@ TEST_F(SortCerts, LeavesOutWhatIsNotOnThePathAndSaysSo) {
   EXPECT_THAT(Members(out), testing::ElementsAre(leaf.Get(), lower.Get(), upper.Get(), root.Get()));
   EXPECT_EQ(5, in.Count());
 
-  // A missing link ends the path; the earlier of two end entities starts it.
-  sxCerts gap = SetOf({&upper, &leaf, &root});
+  // A missing link ends the path; the earlier one of two that issued nothing starts it.
+  sxCerts gap = SetOf({&leaf, &upper, &root});
   EXPECT_EQ(-1, sxCerts_Sort(gap));
   EXPECT_THAT(Members(gap), testing::ElementsAre(leaf.Get()));
   sxCerts none;

@@ -2,5 +2,10 @@
 # Makes the generated ASN.1 sources anew; --check only says whether they would change.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-python3 tools/asn1gen/asn1gen.py "$@" src/asn1/modules include/kxcert/asn1/modules \
-  PKIX1Explicit88 PKIX1Implicit88 SXUTILS
+modules=(PKIX1Explicit88 PKIX1Implicit88 SXUTILS)
+python3 tools/asn1gen/asn1gen.py "$@" src/asn1/modules include/kxcert/asn1/modules "${modules[@]}"
+# The tests' own module, and the table of all classes that tests and fuzzers walk.
+imports=()
+for module in "${modules[@]}"; do imports+=(--import "src/asn1/modules/$module.asn1"); done
+python3 tools/asn1gen/asn1gen.py "$@" "${imports[@]}" --prefix asn1/modules \
+  --classes tests/support/asnClasses.cc tests/asn1/modules tests/asn1/modules TESTTYPES

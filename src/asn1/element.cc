@@ -16,7 +16,9 @@ int DecodeBare(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const
   if (elem.type->kind == sxAsnKind::kAny) {   // it keeps or reads its own identifier and length
     buf.Rewind(header.start);
     bytesDecoded = header.startCount;
-    return value.BDec(buf, bytesDecoded) < 0 ? -1 : 0;
+    if (value.BDec(buf, bytesDecoded) >= 0) return 0;
+    herror_func(0, 0, texts.decodeContent, owner, elem.name);
+    return -1;
   }
   const int len = BDecLen(buf, bytesDecoded);
   if (len < 0 && len != kIndefiniteLen) {
@@ -30,18 +32,14 @@ int DecodeBare(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const
   return 0;
 }
 
-int EncodeBare(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf) {
-  const sxAsnTypeInfo &type = *elem.type;
-  if (type.kind == sxAsnKind::kAny) return value.BEnc(buf);
-  const int contentLen = value.BEncContent(buf);
-  if (contentLen < 0 || type.kind == sxAsnKind::kChoice) return contentLen;   // a CHOICE writes its own tag
+// Length and identifier around what was written.
+int EncodeHeader(const sxAsnElem &elem, sxAsnWriteBuf &buf, int contentLen, int tagClass, int form, int number,
+                 const char *owner, const sxAsnTexts &texts) {
   const int lenLen = BEncDefLen(buf, contentLen);
-  if (lenLen < 0) return -1;
-  const int form = IsConstructedType(type) ? kConstructed : kPrimitive;
-  const int tagLen = elem.tagging == sxAsnElem::kImplicit
-                         ? BEncTag(buf, kContext, form, elem.tagNumber)
-                         : BEncTag(buf, kUniversal, form, type.tag & 0x1F);
-  return tagLen < 0 ? -1 : contentLen + lenLen + tagLen;
+  if (lenLen < 0) return herror_func(0, 0, texts.encodeLength, owner, elem.name), -1;
+  const int tagLen = BEncTag(buf, tagClass, form, number);
+  if (tagLen < 0) return herror_func(0, 0, texts.encodeTag, owner, elem.name), -1;
+  return contentLen + lenLen + tagLen;
 }
 
 }  // namespace
@@ -75,7 +73,6 @@ int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, 
     return -1;
   }
   sxAsnHeader inner = {buf.Curr(), bytesDecoded, 0};
-  buf.MarkElement();
   const int innerTag = BDecTag(buf, bytesDecoded);
   inner.tag = static_cast<unsigned int>(innerTag);
   if (innerTag < 0 || !sxAsnTypeAccepts(*elem.type, inner.tag)) {
@@ -93,11 +90,16 @@ int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, 
   return -1;
 }
 
-int sxAsnEncodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf) {
-  const int innerLen = EncodeBare(elem, value, buf);
-  if (innerLen < 0 || elem.tagging != sxAsnElem::kExplicit) return innerLen;
-  const int lenLen = BEncDefLen(buf, innerLen);
-  if (lenLen < 0) return -1;
-  const int tagLen = BEncTag(buf, kContext, kConstructed, elem.tagNumber);
-  return tagLen < 0 ? -1 : innerLen + lenLen + tagLen;
+int sxAsnEncodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf, const char *owner,
+                    const sxAsnTexts &texts) {
+  const sxAsnTypeInfo &type = *elem.type;
+  int len = type.kind == sxAsnKind::kAny ? value.BEnc(buf) : value.BEncContent(buf);
+  if (len < 0) return herror_func(0, 0, texts.encodeContent, owner, elem.name), -1;
+  if (type.kind != sxAsnKind::kAny && type.kind != sxAsnKind::kChoice) {   // these write their own tag
+    const bool implicit = elem.tagging == sxAsnElem::kImplicit;
+    len = EncodeHeader(elem, buf, len, implicit ? kContext : kUniversal, type.tag & kConstructed,
+                       implicit ? elem.tagNumber : type.tag & 0x1F, owner, texts);
+  }
+  if (len < 0 || elem.tagging != sxAsnElem::kExplicit) return len;
+  return EncodeHeader(elem, buf, len, kContext, kConstructed, elem.tagNumber, owner, texts);
 }

@@ -18,14 +18,17 @@ bool sxAsnTypeAccepts(const sxAsnTypeInfo &type, unsigned int tag);
 /// The same with the element's own tag, if it has one.
 bool sxAsnElemAccepts(const sxAsnElem &elem, unsigned int tag);
 
-/// The messages of the kinds differ in wording; each is a printf format with the class name and, for
-/// decodeContent, the element name as its arguments (offset last where it has one).
+/// The messages of the kinds differ in wording; each is a printf format with the class name and what
+/// stands here as its arguments.
 struct sxAsnTexts {
   const char *decodeLength;
   const char *decodeContent;    ///< class, element
   const char *unexpectedTag;    ///< class, offset
   const char *decodeEoc;
   const char *discrepancy;      ///< class, offset
+  const char *encodeContent;    ///< class, element
+  const char *encodeLength;     ///< class, element
+  const char *encodeTag;        ///< class, element
 };
 
 /// Decodes one element whose identifier was read, up to its end, into @p value, which is empty and of
@@ -34,7 +37,9 @@ struct sxAsnTexts {
 int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const sxAsnHeader &header,
                     const char *owner, const sxAsnTexts &texts, int &bytesDecoded);
 
-/// Encodes one element with all its tags. @return octets, or -1
-int sxAsnEncodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf);
+/// Encodes one element with all its tags.
+/// @return octets, or -1 (logged with @p texts and the class name @p owner)
+int sxAsnEncodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf, const char *owner,
+                    const sxAsnTexts &texts);
 
 #endif

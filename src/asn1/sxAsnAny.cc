@@ -42,7 +42,8 @@ kxHashTable *IntTable() {
 }
 
 sxAsnType *NewValue(const sxAnyInfo *info) {
-  return info != nullptr ? info->prototype->Clone() : new sxAsnRawAny;
+  if (info == nullptr) return new sxAsnRawAny;
+  return info->prototype != nullptr ? info->prototype->Clone() : nullptr;
 }
 
 }  // namespace

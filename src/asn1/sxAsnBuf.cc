@@ -181,8 +181,7 @@ int RawLen(sxAsnReadBuf &buf, int all) {
   for (;;) {
     const int tag = BDecTag(buf, total);
     if (tag == 0) break;
-    // A failed tag leaves nothing to read a length from, so that the next step fails too.
-    const int len = BDecLen(buf, total);
+    const int len = tag < 0 ? -1 : BDecLen(buf, total);
     if (len < 0) return Fail("asnLen: failed to decoded length");
     if (buf.Skip(len) != len) {
       herror_func(0, 0, "asnLen failed to skip %u bytes before  offset = %d",

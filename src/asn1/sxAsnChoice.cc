@@ -13,6 +13,9 @@ constexpr sxAsnTexts kTexts = {
     "%s::BDecContent Unexpected Tag offset = %d",
     "%s::BDecContent: attempt to decoded Eoc failed",
     "%s::BDecContent ERROR - Length discrepancy on choice. offset = %d",
+    "%s::BEncContent: attempt to encoded %s Content failed",
+    "%s::BEncContent: attempt to encoded %s Content failed",
+    "%s::BEncContent: attempt to encoded %s Content failed",
 };
 
 }  // namespace
@@ -51,7 +54,6 @@ int sxAsnChoice::CopyFrom(const sxAsnType &other) {
 
 int sxAsnChoice::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   const char *name = Info()->name;
-  buf.MarkElement();
   const int tag = BDecTag(buf, bytesDecoded);
   const int len = tag < 0 ? -1 : BDecLen(buf, bytesDecoded);
   if (len < 0 && len != kIndefiniteLen) {
@@ -87,9 +89,8 @@ int sxAsnChoice::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &b
   int rc = DecodeAlternative(buf, alternative, tag, len, bytesDecoded);
   if (rc < 0 && info.elems[alternative].fallBack) {
     // The identifier alone does not tell this alternative from content of another type: kept raw then.
-    buf.Rewind(element);
-    buf.MarkElement();
     buf.Rewind(content);
+    buf.MarkElement(element);
     bytesDecoded = contentCount;
     rc = DecodeAlternative(buf, info.numElems - 1, tag, len, bytesDecoded);
   }
@@ -114,7 +115,6 @@ int sxAsnChoice::DecodeAlternative(sxAsnReadBuf &buf, int alternative, unsigned 
     inner.tagging = sxAsnElem::kNone;
     const unsigned char *const start = buf.Curr();
     const int startCount = bytesDecoded;
-    buf.MarkElement();
     const int innerTag = BDecTag(buf, bytesDecoded);
     const sxAsnHeader header = {start, startCount, static_cast<unsigned int>(innerTag)};
     if (innerTag < 0 || !sxAsnTypeAccepts(*elem.type, header.tag)) {
@@ -158,11 +158,9 @@ int sxAsnChoice::BEnc(sxAsnWriteBuf &buf) {
 int sxAsnChoice::EncContent(sxAsnWriteBuf &buf) {
   const sxAsnTypeInfo &info = *Info();
   const sxAsnElem &elem = info.elems[m_choiceId];
-  const int len = m_value != nullptr ? sxAsnEncodeElem(elem, *m_value, buf) : -1;
-  if (len < 0) {
-    herror_func(0, 0, "%s::BEncContent: attempt to encoded %s Content failed", info.name, elem.name);
-  }
-  return len;
+  if (m_value != nullptr) return sxAsnEncodeElem(elem, *m_value, buf, info.name, kTexts);
+  herror_func(0, 0, kTexts.encodeContent, info.name, elem.name);
+  return -1;
 }
 
 int sxAsnChoice::Describe(SxStream &out, int indent) const {

@@ -16,6 +16,9 @@ constexpr sxAsnTexts kTexts = {
     "%s::BDecContent Unexpected Tag",
     "%s::BDecContent: attempt to decoded Eoc failed",
     "%s::BDecContent ERROR - Length discrepancy. offset = %d",
+    "%s::BEncContent: attempt to encoded %s failed",
+    "%s:EncContent attempt to encoded length failed",
+    " %s::BEncContent attempt to encoded tag failed",
 };
 
 }  // namespace
@@ -146,7 +149,6 @@ int sxAsnList::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDe
   // sees that more octets were taken than the length said.
   while (len == kIndefiniteLen || counter < len) {
     const sxAsnHeader start = {buf.Curr(), counter, 0};
-    buf.MarkElement();
     const int tag = BDecTag(buf, counter);
     if (tag == 0 && len == kIndefiniteLen) {
       if (buf.GetByte() != 0) {
@@ -172,16 +174,14 @@ int sxAsnList::BEnc(sxAsnWriteBuf &buf) {
   const int contentLen = EncContent(buf);
   if (contentLen < 0) return herror_func(0, 0, "%s::BEnc: attempt to encoded  content failed", name), -1;
   const int lenLen = BEncDefLen(buf, contentLen);
-  if (lenLen < 0) return herror_func(0, 0, "%s:EncContent attempt to encoded length failed", name), -1;
+  if (lenLen < 0) return herror_func(0, 0, "%s::BEnc: attempt to encoded length failed", name), -1;
   const int tagLen = BEncTag(buf, kUniversal, kConstructed, Info()->tag & 0x1F);
-  if (tagLen < 0) return herror_func(0, 0, " %s::BEncContent attempt to encoded tag failed", name), -1;
+  if (tagLen < 0) return herror_func(0, 0, "%s::BEnc: attempt to encoded tag failed", name), -1;
   return contentLen + lenLen + tagLen;
 }
 
 int sxAsnList::EncodeNode(const Node &node, sxAsnWriteBuf &buf) {
-  const int len = sxAsnEncodeElem(Info()->elems[0], *node.elem, buf);
-  if (len < 0) herror_func(0, 0, "%s::BEncContent: attempt to encoded element failed", Info()->name);
-  return len;
+  return sxAsnEncodeElem(Info()->elems[0], *node.elem, buf, Info()->name, kTexts);
 }
 
 int sxAsnList::EncContent(sxAsnWriteBuf &buf) {

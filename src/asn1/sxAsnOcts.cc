@@ -137,7 +137,7 @@ int sxAsnOcts::EncContent(sxAsnWriteBuf &buf) { return buf.PutSeg(Data(), Len())
 
 int sxAsnOcts::Describe(SxStream &out, int indent) const {
   if (Len() == 0) {
-    out.Puts("sxAsnOcts::Print no octet to print, buffer empty\n");
+    out.Puts("sxAsnOcts::Print no octet to print, buffer empty");
     return -1;
   }
   out.Puts("Octet String");

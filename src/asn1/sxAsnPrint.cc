@@ -66,7 +66,7 @@ void HexPrint(SxStream &out, const unsigned char *data, int len, int indent) {
 }
 
 void PrintStr(SxStream &out, const unsigned char *data, int len, int indent) {
-  PrintRows(out, data, Shown(len), indent, AppendChar);
+  PrintRows(out, data, len, indent, AppendChar);
 }
 
 void HexPrint(FILE *out, const unsigned char *data, int len, int indent, int toLog) {
@@ -79,7 +79,7 @@ void HexPrint(FILE *out, const unsigned char *data, int len, int indent, int toL
 void PrintStr(FILE *out, const unsigned char *data, int len, int indent, int toLog) {
   if (toLog != 0) return LogRows(data, len, indent, AppendChar);
   SxStream text;
-  PrintRows(text, data, len, indent, AppendChar);
+  PrintStr(text, data, len, indent);
   std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
 }
 

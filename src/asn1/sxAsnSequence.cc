@@ -14,6 +14,9 @@ constexpr sxAsnTexts kTexts = {
     "%s::BDecContent Unexpected Tag offset = %d",
     "%s::BDecContent: attempt to decoded Eoc failed",
     "%s::BDecContent ERROR - Length discrepancy on sequence. offset = %d",
+    "%s::BEncContent: attempt to encoded %s Content failed",
+    "%s::BEncContent: attempt to encoded %s Content failed",
+    "%s::BEncContent: attempt to encoded %s Content failed",
 };
 
 // The only two places where an element pointer is handled without its class. All generated classes
@@ -141,7 +144,6 @@ int sxAsnSequence::DecodeInOrder(sxAsnReadBuf &buf, int len, int &counter) {
     if (len >= 0 && counter >= len) break;
     const unsigned char *const start = buf.Curr();
     const int startCount = counter;
-    buf.MarkElement();
     const int tag = BDecTag(buf, counter);
     if (tag == 0 && len == kIndefiniteLen) {
       for (; next < info.numElems; ++next) {
@@ -175,7 +177,6 @@ int sxAsnSequence::DecodeInAnyOrder(sxAsnReadBuf &buf, int len, int &counter) {
   while (len < 0 ? !ended : counter < len) {
     const unsigned char *const start = buf.Curr();
     const int startCount = counter;
-    buf.MarkElement();
     const int tag = BDecTag(buf, counter);
     if (tag == 0 && len == kIndefiniteLen) {
       if (FinishEoc(info, buf, counter) < 0) return -1;
@@ -213,11 +214,8 @@ int sxAsnSequence::EncContent(sxAsnWriteBuf &buf) {
   for (int i = info.numElems - 1; i >= 0; --i) {   // the buffer fills backwards
     sxAsnType *const value = GetSlot(*this, info.elems[i]);
     if (value == nullptr) continue;
-    const int len = sxAsnEncodeElem(info.elems[i], *value, buf);
-    if (len < 0) {
-      herror_func(0, 0, "%s::BEncContent: attempt to encoded %s Content failed", info.name, info.elems[i].name);
-      return -1;
-    }
+    const int len = sxAsnEncodeElem(info.elems[i], *value, buf, info.name, kTexts);
+    if (len < 0) return -1;
     total += len;
   }
   return total;
@@ -227,7 +225,7 @@ int sxAsnSequence::Describe(SxStream &out, int indent) const {
   char spaces[40];
   StrIndent(indent, spaces, sizeof spaces);
   const sxAsnTypeInfo &info = *Info();
-  out.Printf("%s%s { \n", spaces, info.kind == sxAsnKind::kSet ? "SET" : "SEQUENCE");
+  out.Printf("%sSEQUENCE { \n", spaces);   // a SET as well: the texts are one
   for (int i = 0; i < info.numElems; ++i) {
     const sxAsnType *value = GetSlot(*this, info.elems[i]);
     if (value == nullptr) {

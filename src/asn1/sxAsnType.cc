@@ -11,14 +11,19 @@
 #include "kxcert/platform/textStream.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KXCERT_PLAIN_HEAP 1   // the sanitizers must see every block come and go
+#define KXCERT_KEEPS_BLOCKS false   // the sanitizers must see every block come and go
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KXCERT_PLAIN_HEAP 1
+#define KXCERT_KEEPS_BLOCKS false
 #endif
+#endif
+#ifndef KXCERT_KEEPS_BLOCKS
+#define KXCERT_KEEPS_BLOCKS true
 #endif
 
 namespace {
+
+constexpr bool kKeepsBlocks = KXCERT_KEEPS_BLOCKS;
 
 // Freed blocks of a thread by size. The lists are plain data, so that a value which outlives the
 // thread's own destructors still finds them, marked closed.
@@ -66,9 +71,8 @@ size_t ClassOf(size_t size) { return (size - 1) / kGrain; }
 }  // namespace
 
 void *sxAsnType::operator new(size_t size) {
-#ifndef KXCERT_PLAIN_HEAP
   const size_t sizeClass = ClassOf(size);
-  if (sizeClass < kNumClasses) {
+  if (kKeepsBlocks && sizeClass < kNumClasses) {
     if (FreeBlock *const block = t_blocks.first[sizeClass]; block != nullptr) {
       t_blocks.first[sizeClass] = block->next;
       --t_blocks.kept[sizeClass];
@@ -76,24 +80,19 @@ void *sxAsnType::operator new(size_t size) {
     }
     size = (sizeClass + 1) * kGrain;
   }
-#endif
   void *const block = std::malloc(size);
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
 
 void sxAsnType::operator delete(void *block, size_t size) noexcept {
-#ifndef KXCERT_PLAIN_HEAP
   const size_t sizeClass = ClassOf(size);
-  if (block != nullptr && sizeClass < kNumClasses && t_blocks.kept[sizeClass] < kMaxKept &&
+  if (kKeepsBlocks && block != nullptr && sizeClass < kNumClasses && t_blocks.kept[sizeClass] < kMaxKept &&
       (t_blocks.open || OpenLists())) {
     t_blocks.first[sizeClass] = new (block) FreeBlock{t_blocks.first[sizeClass]};
     ++t_blocks.kept[sizeClass];
     return;
   }
-#else
-  static_cast<void>(size);
-#endif
   std::free(block);
 }
 

@@ -1,10 +1,13 @@
 #!/usr/bin/env python3
 """Makes the ASN.1 classes of the library from its module definitions.
 
-Usage: asn1gen.py [--check] SOURCE_DIR INCLUDE_DIR MODULE...
+Usage: asn1gen.py [--check] [--prefix PATH] [--import FILE]... [--classes FILE]
+                  SOURCE_DIR INCLUDE_DIR MODULE...
 
 Reads SOURCE_DIR/MODULE.asn1 in the order given and writes INCLUDE_DIR/MODULE.h and
 SOURCE_DIR/MODULE.cc. With --check nothing is written; the exit code is 1 when a file would change.
+PATH is how sources include the headers made. A FILE to import is a module that others import from and
+that is only read. The classes FILE gets a table of all classes and members, imported ones first.
 
 The definitions use the notation of X.208: SEQUENCE, SET, SEQUENCE OF, SET OF, CHOICE, ANY with and
 without DEFINED BY, implicit and explicit context tags, OPTIONAL, DEFAULT, IMPORTS. Constraints and
@@ -16,6 +19,8 @@ value assignments are passed over. Comments that begin with --# direct the gener
   --# open           after ANY: held as a sxAsnAny although nothing selects its class
   --# fallback       after an alternative: content that does not decode goes to the last one, an ANY
   --# zero           before a CHOICE: success of its BDecContent is 0
+  --# choice         before an assignment: stands for a CHOICE of one alternative, so that a tag put
+                     on it is explicit also where tags are implicit
 
 A type within a type is named after the outer one: ParentSeqOf, ParentSetOf, ParentSeq, ParentSet,
 ParentChoice, ParentInt, ParentEnum, ParentBits.
@@ -43,7 +48,10 @@ HEADERS = {
     'sxAsnEXTERNAL': 'sxAsnEXTERNAL',
 }
 SUFFIX_OF_NAMED = {'INTEGER': 'Int', 'ENUMERATED': 'Enum', 'BIT STRING': 'Bits'}
-KEYWORDS = {'private', 'public', 'static', 'default', 'signed', 'unsigned', 'operator'}
+KEYWORDS = set('''and asm auto bool break case catch char class const continue default delete do double else enum
+explicit export extern false float for friend goto if inline int long mutable namespace new not operator or private
+protected public register requires return short signed sizeof static struct switch template this throw true try
+typedef typename union unsigned using virtual void volatile while xor'''.split())
 TOKEN = re.compile(r'--#[^\n]*|--[^\n]*?(?:--|\n)|::=|\.\.|[{}()\[\],;.|]|[A-Za-z][A-Za-z0-9-]*|-?[0-9]+|"[^"]*"|@')
 
 
@@ -129,6 +137,7 @@ class Parser:
         while not self.take('END'):
             class_name = self.directive('class')
             zero = self.directive('zero') is not None
+            choice = self.directive('choice') is not None
             type_name = self.next()
             if type_name[0].islower():   # a value: passed over
                 while self.next() != '::=':
@@ -140,7 +149,7 @@ class Parser:
                 continue
             self.expect('::=')
             parsed = self.type()
-            types.append((type_name, class_name, zero, parsed))
+            types.append((type_name, class_name, zero, choice, parsed))
         return name, implicit, imports, types
 
     def constraint(self):
@@ -160,6 +169,8 @@ class Parser:
 
     def type(self):
         if self.take('['):
+            if not self.peek().isdigit():
+                self.fail('only context tags are known')
             number = int(self.next())
             self.expect(']')
             tagging = 'implicit' if self.take('IMPLICIT') else 'explicit' if self.take('EXPLICIT') else None
@@ -239,11 +250,12 @@ class Elem:
 class Module:
     """Turns the definitions of one module into classes."""
 
-    def __init__(self, name, implicit, imports, types, done, source):
+    def __init__(self, name, implicit, imports, types, done, source, prefix):
         self.name, self.implicit, self.imports, self.done, self.source = name, implicit, imports, done, source
+        self.include = f'#include "{prefix}/{name}.h"'
         self.types = {t[0]: t for t in types}
         self.resolved, self.kinds, self.classes, self.uses = {}, {}, [], set()
-        for type_name, _, _, _ in types:
+        for type_name, *_ in types:
             self.resolve(type_name)
 
     def fail(self, what):
@@ -259,7 +271,7 @@ class Module:
             return other.resolve(type_name)
         if type_name not in self.types:
             self.fail(f'unknown type {type_name}')
-        _, class_name, zero, node = self.types[type_name]
+        _, class_name, zero, choice, node = self.types[type_name]
         plain_primitive = node.kind == 'primitive' and not node.named
         if node.kind == 'ref' and not class_name:
             result = self.resolve(node.name)
@@ -271,6 +283,8 @@ class Module:
             result = ('sxASN_' + own, kind)
             self.resolved[type_name] = result   # a type may refer to itself
             self.define(own, node, zero)
+        if choice:
+            result = (result[0], 'Choice')
         self.resolved[type_name] = result
         return result
 
@@ -348,7 +362,7 @@ class Module:
         includes.add('sxAsnConstructed')
         out += [f'#include "kxcert/asn1/{i}.h"' for i in sorted(i for i in includes)]
         out[-len(includes):] = sorted(out[-len(includes):] +
-                                      [f'#include "kxcert/asn1/modules/{u}.h"' for u in self.uses])
+                                      [self.done[u].include for u in self.uses])
         out.append('')
         out += [f'class {c.name};' for c in sorted(self.classes, key=lambda c: c.name)] + ['']
         for cls in self.classes:
@@ -403,8 +417,7 @@ class Module:
 
     def sources(self):
         out = [f'// Generated by tools/asn1gen from {self.source}; change that and generate again.',
-               f'#include "kxcert/asn1/modules/{self.name}.h"', '', '#include <cstddef>', '',
-               '#include "../primitive.h"', '']
+               self.include, '', '#include <cstddef>', '', '#include "asn1/primitive.h"', '']
         for cls in self.classes:
             out += self.record_lines(cls) + ['']
         return '\n'.join(out)
@@ -461,32 +474,50 @@ class Module:
         return self.primitive_base(cls) not in ('sxAsnBool', 'sxAsnInt', 'sxAsnNull', 'sxAsnOid', 'sxAsnEnum')
 
 
+def class_table(modules):
+    """A source with every class and every element member, for tests and fuzzers that walk them all."""
+    out = ['// Generated by tools/asn1gen from all modules; generate again when one changes.',
+           '#include "support/asnClasses.h"', '']
+    out += sorted(m.include for m in modules) + ['', 'const sxAsnTypeInfo *const kAsnClasses[] = {']
+    out += [f'    &{c.name}::kInfo,' for m in modules for c in m.classes]
+    out += ['};', 'const int kNumAsnClasses = static_cast<int>(sizeof kAsnClasses / sizeof kAsnClasses[0]);', '',
+            'const AsnMember kAsnMembers[] = {']
+    out += [f'    AsnMemberOf<&{c.name}::{c_name(e.name)}>("{e.name}"),'
+            for m in modules for c in m.classes if c.kind in ('Seq', 'Set') for e in c.elems]
+    out += ['};', 'const int kNumAsnMembers = static_cast<int>(sizeof kAsnMembers / sizeof kAsnMembers[0]);', '']
+    return '\n'.join(out)
+
+
 def main():
     ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     ap.add_argument('--check', action='store_true')
+    ap.add_argument('--prefix', default='kxcert/asn1/modules')
+    ap.add_argument('--import', dest='imports', action='append', default=[], type=pathlib.Path)
+    ap.add_argument('--classes', type=pathlib.Path)
     ap.add_argument('source_dir', type=pathlib.Path)
     ap.add_argument('include_dir', type=pathlib.Path)
     ap.add_argument('modules', nargs='+')
     args = ap.parse_args()
-    done, stale, taken = {}, [], {}
-    for name in args.modules:
-        path = args.source_dir / (name + '.asn1')
+    done, outputs, taken = {}, [], {}
+    own = [args.source_dir / (name + '.asn1') for name in args.modules]
+    for path in args.imports + own:
         parsed = Parser(path.read_text(), path).module()
-        module = Module(*parsed, done, path.name)
+        module = Module(*parsed, done, path.name, args.prefix if path in own else 'kxcert/asn1/modules')
         done[module.name] = module
         for cls in module.classes:
             if cls.name in taken:
                 sys.exit(f'{path}: {cls.name} is already a class of {taken[cls.name]}')
             taken[cls.name] = module.name
-        for target, text in ((args.include_dir / (name + '.h'), module.header()),
-                             (args.source_dir / (name + '.cc'), module.sources())):
-            if target.exists() and target.read_text() == text:
-                continue
-            stale.append(str(target))
-            if not args.check:
-                target.write_text(text)
+        if path in own:
+            outputs += [(args.include_dir / (path.stem + '.h'), module.header()),
+                        (args.source_dir / (path.stem + '.cc'), module.sources())]
+    if args.classes:
+        outputs.append((args.classes, class_table(list(done.values()))))
+    stale = [(target, text) for target, text in outputs if not target.exists() or target.read_text() != text]
     if args.check and stale:
-        sys.exit('generated files differ from their definitions: ' + ', '.join(stale))
+        sys.exit('generated files differ from their definitions: ' + ', '.join(str(t) for t, _ in stale))
+    for target, text in stale:
+        target.write_text(text)
 
 
 if __name__ == '__main__':

@@ -16,7 +16,7 @@
 /// One element of any type, kept as its octets (identifier and length included).
 class KXCERT_EXPORT sxAsnRawAny : public sxAsnType {
  public:
-  void SetData(const unsigned char *octets, int len) { m_octets.Assign(octets, len); }
+  void SetData(const unsigned char *octets, int len) { m_octets.Assign(octets, octets == nullptr ? 0 : len); }
   const unsigned char *Data() const { return m_octets.Data(); }
   int Len() const { return m_octets.Len(); }
 

@@ -39,10 +39,10 @@ class KXCERT_EXPORT sxAsnReadBuf {
 
   const unsigned char *Curr() const { return m_curr; }   ///< borrowed from the caller's octets
 
-  /// Start of the element whose identifier and length were read last. Open types need it, because
-  /// they keep those octets too.
+  /// Start of the element whose identifier was read last. Open types need it, because they keep those
+  /// octets too.
   const unsigned char *Element() const { return m_element; }
-  void MarkElement() { m_element = m_curr; }
+  void MarkElement(const unsigned char *at) { m_element = at; }
   void Rewind(const unsigned char *to) { m_curr = to; }  ///< to a position that was read before
 
   bool EnterLevel() { return ++m_nesting <= kMaxNesting; }   ///< pair with LeaveLevel, also on false
@@ -129,6 +129,7 @@ KXCERT_EXPORT int BDecLongLen(sxAsnReadBuf &buf, int &bytesDecoded);
 /// of an end-of-contents marker. Adds the octets read to @p bytesDecoded.
 /// @return the identifier, or -1 (nothing left, or a number above 2^21-1)
 inline int BDecTag(sxAsnReadBuf &buf, int &bytesDecoded) {
+  buf.MarkElement(buf.Curr());
   const int first = buf.GetByte();
   ++bytesDecoded;
   return (first & 0x1F) == 0x1F ? BDecLongTag(buf, first, bytesDecoded) : first;

@@ -30,7 +30,7 @@ class KXCERT_EXPORT sxAsnOid : public sxAsnType {
              int arc6 = -1, int arc7 = -1, int arc8 = -1, int arc9 = -1, int arc10 = -1, int arc11 = -1) {
     Set(arc1, arc2, arc3, arc4, arc5, arc6, arc7, arc8, arc9, arc10, arc11);
   }
-  void Set(const unsigned char *content, int len) { m_octets.Assign(content, len); }
+  void Set(const unsigned char *content, int len) { m_octets.Assign(content, content == nullptr ? 0 : len); }
   void ReSet(const unsigned char *content, int len) { Set(content, len); }
   void Set(const sxAsnOid &other) { m_octets = other.m_octets; }
   void ReSet(const sxAsnOid &other) { Set(other); }

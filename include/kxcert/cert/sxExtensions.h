@@ -2,11 +2,17 @@
 /// Extensions (RFC 5280, 4.2): the list, the tables that convert it, and one class per kind.
 ///
 /// Values: copies are deep. A list that was built is only read, from any thread.
+///
+/// Every handle is one pointer, and the handle in a list that Parse filled is of its kind, so that
+/// static_cast<const sxKeyUsage *>(list.Find(&sxASN_id_ce_keyUsage)) is what it says.
 #ifndef KXCERT_CERT_SXEXTENSIONS_H_
 #define KXCERT_CERT_SXEXTENSIONS_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
+#include <new>
 
 #include "kxcert/platform/export.h"
 
@@ -47,10 +53,10 @@ enum sxExtKeyUsageType : int {
 enum sxKeyIdType : int { sxKeyId_subject = 0, sxKeyId_authority = 1 };
 enum e_DeviceDataType : int { e_DeviceId = 0, e_DeviceType = 1, e_DeviceName = 2 };
 
-/// Handle of any extension; the kinds below add their own questions.
+/// Handle of any extension; the kinds below add their own questions and no data.
 class KXCERT_EXPORT sxExtension {
  public:
-  explicit sxExtension(sxExtension_imp *imp) : m_imp(imp) {}   ///< adopts
+  explicit sxExtension(sxExtension_imp *imp) : m_imp(imp) {}   ///< adopts; never null
   sxExtension(const sxExtension &other);
   sxExtension &operator=(const sxExtension &other);
   ~sxExtension();
@@ -61,15 +67,25 @@ class KXCERT_EXPORT sxExtension {
   void Sprint(SxStream *out, int indent) const;
   sxExtension_imp *GetP() const { return m_imp; }
 
+  /// Blocks come from the lists that ASN.1 values use. Destroying makes deletion of any kind through
+  /// this class well defined, although the handle has no table of virtual functions.
+  static void *operator new(size_t size);
+  static void operator delete(sxExtension *self, std::destroying_delete_t);
+  static void operator delete(void *block, size_t size) noexcept;   ///< after a constructor that threw
+
  protected:
   sxExtension_imp *m_imp;                                      // owned, never null
 };
 
 class KXCERT_EXPORT sxBasicConstraint : public sxExtension {
  public:
-  sxBasicConstraint(bool isCA, int pathLen);                   ///< pathLen -1: absent
+  sxBasicConstraint(bool isCA, int pathLen);                   ///< a negative pathLen: absent
   bool IsCA() const;
   int PathLen() const;                                         ///< -1 when absent
+
+ private:
+  friend class sxBasicConstraint_imp;
+  explicit sxBasicConstraint(std::unique_ptr<sxBasicConstraint_imp> imp);
 };
 
 class KXCERT_EXPORT sxKeyUsage : public sxExtension {
@@ -77,6 +93,10 @@ class KXCERT_EXPORT sxKeyUsage : public sxExtension {
   explicit sxKeyUsage(unsigned int bits);                      ///< bit n of the number is keyUsage bit n
   unsigned int KeyUsageBits() const;
   static const char *KeyusageStr(int bit);                     ///< bits 0 to 8 only, not tested
+
+ private:
+  friend class sxKeyUsage_imp;
+  explicit sxKeyUsage(std::unique_ptr<sxKeyUsage_imp> imp);
 };
 
 class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
@@ -85,16 +105,25 @@ class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
   int Count() const;
   sxExtKeyUsageType Purpose(int i) const;                      ///< sxEKU_bad for unknown ones
   bool Has(sxExtKeyUsageType purpose) const;
-  void Add(const sxAsnOid &purpose);
+  void Add(const sxAsnOid &purpose);                           ///< a copy
   sxASN_ExtKeyUsageSyntax *ExtKeyUsage_2_ASN() const;          ///< new, for delete
   static const char *ExtKeyusageStr(int index);                ///< 0 to 10 only, not tested
+
+ private:
+  friend class sxExtKeyUsage_imp;
+  explicit sxExtKeyUsage(std::unique_ptr<sxExtKeyUsage_imp> imp);
 };
 
-/// subjectAltName and cRLDistributionPoints.
+/// subjectAltName and cRLDistributionPoints. Of distribution points it keeps the full names alone, of
+/// all points in order; composing writes one point for each name.
 class KXCERT_EXPORT sxExtGN : public sxExtension {
  public:
-  sxExtGN(const char *extName, const sxGeneralNames &names);   ///< extName: kExtName… below, static
+  sxExtGN(const char *extName, const sxGeneralNames &names);   ///< extName: one of the two below, lent
   const sxGeneralNames &Names() const;
+
+ private:
+  friend class sxExtGN_imp;
+  explicit sxExtGN(std::unique_ptr<sxExtGN_imp> imp);
 };
 extern KXCERT_EXPORT const char *const kExtNameSubjectAltName;
 extern KXCERT_EXPORT const char *const kExtNameDistPoints;
@@ -108,26 +137,39 @@ class KXCERT_EXPORT sxExtKeyID : public sxExtension {
   const kxBinBuf &KIdBuf() const;                              ///< empty when absent
   const sxGeneralNames &KIdGNs() const;                        ///< empty when absent
   const sxAsnInt *KIdSN() const;                               ///< null when absent
+
+ private:
+  friend class sxExtKeyID_imp;
+  explicit sxExtKeyID(std::unique_ptr<sxExtKeyID_imp> imp);
 };
 
 class KXCERT_EXPORT sxAuthorityInfoAccess : public sxExtension {
  public:
   sxAuthorityInfoAccess();
   int Count() const;
-  const sxAsnOid *Method(int i) const;                         ///< lent; null out of range
+  const sxAsnOid *Method(int i) const;                         ///< lent until Add; null out of range
   /// The locations, one for each method, in order.
   const sxGeneralNames &AuthorityInfoAccess() const;
   void Add(const sxAsnOid &method, const class sxGeneralName &location);
+
+ private:
+  friend class sxAuthorityInfoAccess_imp;
+  explicit sxAuthorityInfoAccess(std::unique_ptr<sxAuthorityInfoAccess_imp> imp);
 };
 
+/// One of the device extensions: a UTF8String.
 class KXCERT_EXPORT sxExtDeviceData : public sxExtension {
  public:
   sxExtDeviceData(e_DeviceDataType type, const char *text);
   e_DeviceDataType Type() const;
   const sxAsnUTF8String *getAsAsn1Utf8String() const;          ///< lent
+
+ private:
+  friend class sxExtDeviceData_imp;
+  explicit sxExtDeviceData(std::unique_ptr<sxExtDeviceData_imp> imp);
 };
 
-/// issuingDistributionPoint of CRLs (RFC 5280, 5.2.5).
+/// issuingDistributionPoint of CRLs (RFC 5280, 5.2.5). A name relative to the issuer is not kept.
 class KXCERT_EXPORT sxIssuingDP : public sxExtension {
  public:
   explicit sxIssuingDP(const sxGeneralNames &fullName);
@@ -136,11 +178,17 @@ class KXCERT_EXPORT sxIssuingDP : public sxExtension {
   bool OnlyCACerts() const;
   bool OnlyAttributeCerts() const;
   bool IndirectCRL() const;
+  bool HasOnlySomeReasons() const;                             ///< the CRL covers some reasons only
+
+ private:
+  friend class sxIssuingDP_imp;
+  explicit sxIssuingDP(std::unique_ptr<sxIssuingDP_imp> imp);
 };
 
-/// Makes the object of an extension; sets @p understood on success. Null when it cannot be parsed.
+/// Makes the object of an extension, for delete; sets @p understood on success. Null when it cannot be
+/// parsed.
 using sxExtParseFunc = sxExtension *(*)(const sxASN_Extension &ext, int &understood);
-/// Makes the extension of an object; null when the object is of another kind.
+/// Makes the extension of an object, for delete; null when the object is of another kind.
 using sxExtComposeFunc = sxASN_Extension *(*)(const sxExtension &ext, int critical);
 
 struct sxExtParser { const sxAsnOid *oid; sxExtParseFunc parse; };        ///< ends with a null oid
@@ -170,12 +218,15 @@ class KXCERT_EXPORT sxExtensionsList {
 
   void Clear();
   void Set(const sxExtensionsList &other);
-  void Add(const sxAsnOid *oid, int critical, sxExtension *ext);   ///< copies the OID, adopts ext
+  /// Copies the OID, adopts @p ext (null OID: destroys it, adds nothing). Walks to the end of the list.
+  void Add(const sxAsnOid *oid, int critical, sxExtension *ext);
   void Add(const sxExtensionsList &other);                         ///< copies
   const sxExtension *Find(const sxAsnOid *oid) const;              ///< lent; null when absent
   int IsCritical(const sxAsnOid *oid) const;                       ///< 1 when present and critical
-  const ExtItem *First() const { return m_first; }
+  const ExtItem *First() const { return m_first; }                 ///< lent; null when empty
 
+  /// Appends what @p table understands, in order. Stops at a critical extension that it does not; the
+  /// items before it stay. What is not critical and does not decode is left out.
   /// @return null, or the OID of the critical extension that stopped it (lent by @p extensions)
   const sxAsnOid *Parse(const sxASN_Extensions *extensions, const sxExtParser *table);
   /// @param[out] out  new, for delete; null for an empty list and on failure
@@ -191,7 +242,7 @@ class KXCERT_EXPORT sxExtensionsList {
 
 KXCERT_EXPORT sxExtensionsList *sxExtensionsList_New();
 KXCERT_EXPORT int sxExtensionsList_Add(sxExtensionsList *list, const sxAsnOid *oid, int critical,
-                                       sxExtension *ext);   ///< 0, or -1 for null arguments
+                                       sxExtension *ext);   ///< 0, or -1 for null (ext not taken)
 KXCERT_EXPORT void sxExtensionsList_Delete(sxExtensionsList *list);
 
 /// Decodes extnValue. @return 0 or -1

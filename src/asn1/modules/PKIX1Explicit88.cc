@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "../primitive.h"
+#include "asn1/primitive.h"
 
 static constexpr sxAsnElem sxASN_ExtensionElems[] = {
     {"extnID", &sxAsnOid::kInfo, offsetof(sxASN_Extension, extnID)},

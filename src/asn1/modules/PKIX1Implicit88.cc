@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "../primitive.h"
+#include "asn1/primitive.h"
 
 static constexpr sxAsnElem sxASN_AnotherNameElems[] = {
     {"type-id", &sxAsnOid::kInfo, offsetof(sxASN_AnotherName, type_id)},
@@ -32,7 +32,7 @@ static constexpr sxAsnElem sxASN_GeneralNameElems[] = {
     {"rfc822Name", &sxAsnIA5String::kInfo, 0, sxAsnElem::kImplicit, 1},
     {"dNSName", &sxAsnIA5String::kInfo, 0, sxAsnElem::kImplicit, 2},
     {"x400Address", &sxASN_ORAddress::kInfo, 0, sxAsnElem::kImplicit, 3},
-    {"directoryName", &sxASN_RDNSequence::kInfo, 0, sxAsnElem::kImplicit, 4},
+    {"directoryName", &sxASN_RDNSequence::kInfo, 0, sxAsnElem::kExplicit, 4},
     {"ediPartyName", &sxASN_EDIPartyName::kInfo, 0, sxAsnElem::kImplicit, 5},
     {"uniformResourceIdentifier", &sxAsnIA5String::kInfo, 0, sxAsnElem::kImplicit, 6},
     {"iPAddress", &sxAsnOcts::kInfo, 0, sxAsnElem::kImplicit, 7},

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "../primitive.h"
+#include "asn1/primitive.h"
 
 constinit const sxAsnTypeInfo sxASN_CertType::kInfo = {"sxASN_CertType", sxAsnKind::kPrimitive, false, false, 2, sxAsnCreate<sxASN_CertType>, nullptr, 0};
 const sxAsnTypeInfo *sxASN_CertType::Info() const { return &kInfo; }

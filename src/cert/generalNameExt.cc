@@ -1,0 +1,87 @@
+// SubjectAltName and CRLDistributionPoints (RFC 5280, 4.2.1.6 and 4.2.1.13): both are general names.
+#include "kxcert/asn1/modules/PKIX1Implicit88.h"
+#include "kxcert/asn1/oids.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/platform/textStream.h"
+#include "sxExtension_imp.h"
+#include "sxGeneralName_imp.h"
+#include "sxGeneralNames_imp.h"
+
+// The names of the extensions are their titles when printed.
+constinit const char *const kExtNameSubjectAltName = "Subject Alternate names";
+constinit const char *const kExtNameDistPoints = "CRL distribution Points";
+
+class sxExtGN_imp : public sxExtension_imp {
+ public:
+  explicit sxExtGN_imp(const char *extName) : m_extName(extName) {}
+  sxExtGN_imp(const char *extName, const sxGeneralNames &names) : m_extName(extName), m_names(names) {}
+
+  const char *ExtName() const override { return m_extName; }
+  void Herror() const override { sxExtension_imp::Herror(); }
+  void Fprint(FILE *out, int indent) const override { sxExtension_imp::Fprint(out, indent); }
+  void Sprint(SxStream *out, int indent) const override { m_names.Sprint(out, m_extName, indent); }
+  sxExtension_imp *Clone() const override { return new sxExtGN_imp(*this); }
+  sxExtension *NewHandle() override { return new sxExtGN(std::unique_ptr<sxExtGN_imp>(this)); }
+
+  sxGeneralNames &Names() { return m_names; }
+  const sxGeneralNames &Names() const { return m_names; }
+
+ private:
+  const char *m_extName;   // borrowed, static
+  sxGeneralNames m_names;
+};
+
+namespace {
+
+const sxExtGN_imp &Imp(const sxExtension &ext) { return static_cast<const sxExtGN_imp &>(*ext.GetP()); }
+
+}  // namespace
+
+sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood) {
+  sxASN_GeneralNames value;
+  if (sxParseExtension(value, &ext) != 0) return nullptr;
+  auto imp = std::make_unique<sxExtGN_imp>(kExtNameSubjectAltName);
+  imp->Names().Set(&value);
+  understood = 1;
+  return imp.release()->NewHandle();
+}
+
+// Of each point its full name; a name relative to the CRL issuer, reasons and cRLIssuer are not kept.
+sxExtension *sxParseDistPoints(const sxASN_Extension &ext, int &understood) {
+  sxASN_CRLDistPointsSyntax value;
+  if (sxParseExtension(value, &ext) != 0) return nullptr;
+  auto imp = std::make_unique<sxExtGN_imp>(kExtNameDistPoints);
+  for (const sxASN_DistributionPoint &point : value) {
+    const sxASN_DistributionPointName *name = point.distributionPoint;
+    if (name != nullptr && name->fullName() != nullptr) imp->Names().GetP()->Append(*name->fullName());
+  }
+  understood = 1;
+  return imp.release()->NewHandle();
+}
+
+sxASN_Extension *sxComposeSubjectAltName(const sxExtension &ext, int critical) {
+  if (!sxExtensionIs(ext, kExtNameSubjectAltName)) return nullptr;
+  sxASN_GeneralNames value;
+  if (!Imp(ext).Names().GetP()->ToAsn(value)) return nullptr;
+  return sxNewExtension(value, sxASN_id_ce_subjectAltName, critical);
+}
+
+// A point for each name: names of one point must lead to the same CRL (RFC 5280 4.2.1.13), and which
+// of them did is no longer known.
+sxASN_Extension *sxComposeDistPoints(const sxExtension &ext, int critical) {
+  if (!sxExtensionIs(ext, kExtNameDistPoints)) return nullptr;
+  const sxGeneralNames &names = Imp(ext).Names();
+  sxASN_CRLDistPointsSyntax value;
+  for (int i = 0; i < names.Count(); ++i) {
+    sxASN_GeneralNames fullName;
+    if (!names.Get(i)->GetP()->ToAsn(*fullName.Append())) return nullptr;
+    sxASN_DistributionPoint *point = value.Append();
+    point->distributionPoint = new sxASN_DistributionPointName;
+    point->distributionPoint->Set_fullName(fullName);
+  }
+  return sxNewExtension(value, sxASN_id_ce_cRLDistributionPoints, critical);
+}
+
+sxExtGN::sxExtGN(const char *extName, const sxGeneralNames &names) : sxExtension(new sxExtGN_imp(extName, names)) {}
+sxExtGN::sxExtGN(std::unique_ptr<sxExtGN_imp> imp) : sxExtension(imp.release()) {}
+const sxGeneralNames &sxExtGN::Names() const { return Imp(*this).Names(); }

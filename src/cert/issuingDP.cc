@@ -1,0 +1,131 @@
+// IssuingDistributionPoint of CRLs (RFC 5280, 5.2.5).
+#include <optional>
+
+#include "kxcert/asn1/modules/PKIX1Implicit88.h"
+#include "kxcert/asn1/oids.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/textStream.h"
+#include "sxExtension_imp.h"
+#include "sxGeneralNames_imp.h"
+
+namespace {
+
+struct FlagRow {
+  sxAsnBool *sxASN_IssuingDistributionPoint::*elem;
+  const char *text;
+};
+
+enum Flag { kUserCerts, kCACerts, kAttributeCerts, kIndirect, kNumFlags };
+constexpr FlagRow kFlags[] = {
+    {&sxASN_IssuingDistributionPoint::onlyContainsUserCerts, "Only user certificates"},
+    {&sxASN_IssuingDistributionPoint::onlyContainsCACerts, "Only CA certificates"},
+    {&sxASN_IssuingDistributionPoint::onlyContainsAttributeCerts, "Only attribute certificates"},
+    {&sxASN_IssuingDistributionPoint::indirectCRL, "Indirect CRL"},
+};
+static_assert(sizeof kFlags / sizeof kFlags[0] == kNumFlags);
+
+}  // namespace
+
+class sxIssuingDP_imp : public sxExtension_imp {
+ public:
+  static constexpr const char *kName = "Issuing Distribution Point";
+
+  sxIssuingDP_imp() = default;
+  explicit sxIssuingDP_imp(const sxGeneralNames &fullName) : m_fullName(fullName) {}
+
+  const char *ExtName() const override { return kName; }
+  void Herror() const override { sxExtension_imp::Herror(); }
+  void Fprint(FILE *out, int indent) const override { sxExtension_imp::Fprint(out, indent); }
+  void Sprint(SxStream *out, int indent) const override;
+  sxExtension_imp *Clone() const override { return new sxIssuingDP_imp(*this); }
+  sxExtension *NewHandle() override { return new sxIssuingDP(std::unique_ptr<sxIssuingDP_imp>(this)); }
+
+  const sxGeneralNames &FullName() const { return m_fullName; }
+  bool Is(Flag flag) const { return m_flags[flag]; }
+  bool HasReasons() const { return m_reasons.has_value(); }
+
+  /// @return false for a name relative to the issuer: the scope of the CRL would be lost
+  [[nodiscard]] bool Set(const sxASN_IssuingDistributionPoint &value);
+  [[nodiscard]] bool ToAsn(sxASN_IssuingDistributionPoint &out) const;
+
+ private:
+  sxGeneralNames m_fullName;
+  bool m_flags[kNumFlags] = {};
+  std::optional<sxASN_ReasonFlags> m_reasons;
+};
+
+namespace {
+
+const sxIssuingDP_imp &Imp(const sxExtension &ext) { return static_cast<const sxIssuingDP_imp &>(*ext.GetP()); }
+
+}  // namespace
+
+bool sxIssuingDP_imp::Set(const sxASN_IssuingDistributionPoint &value) {
+  if (value.distributionPoint != nullptr) {
+    const sxASN_GeneralNames *fullName = value.distributionPoint->fullName();
+    if (fullName == nullptr) {
+      herror_func(0, 0, "sxIssuingDP_imp::Set: nameRelativeToCRLIssuer is not handled");
+      return false;
+    }
+    m_fullName.Set(fullName);
+  }
+  for (int i = 0; i < kNumFlags; ++i) {
+    const sxAsnBool *flag = value.*kFlags[i].elem;
+    m_flags[i] = flag != nullptr && flag->Value() == 1;
+  }
+  if (value.onlySomeReasons != nullptr) m_reasons = *value.onlySomeReasons;
+  return true;
+}
+
+bool sxIssuingDP_imp::ToAsn(sxASN_IssuingDistributionPoint &out) const {
+  if (m_fullName.Count() > 0) {
+    sxASN_GeneralNames fullName;
+    if (!m_fullName.GetP()->ToAsn(fullName)) return false;
+    out.distributionPoint = new sxASN_DistributionPointName;
+    out.distributionPoint->Set_fullName(fullName);
+  }
+  for (int i = 0; i < kNumFlags; ++i) {
+    if (m_flags[i]) out.*kFlags[i].elem = new sxAsnBool(1);
+  }
+  if (m_reasons) out.onlySomeReasons = new sxASN_ReasonFlags(*m_reasons);
+  return true;
+}
+
+void sxIssuingDP_imp::Sprint(SxStream *out, int indent) const {
+  out->Indent(indent);
+  out->Printf("%s:\n", kName);
+  m_fullName.Sprint(out, nullptr, indent + 1);
+  for (int i = 0; i < kNumFlags; ++i) {
+    if (!m_flags[i]) continue;
+    out->Indent(indent + 1);
+    out->Printf("%s\n", kFlags[i].text);
+  }
+  if (!m_reasons) return;
+  out->Indent(indent + 1);
+  out->Put("Only some reasons\n");
+}
+
+sxExtension *sxParseIssuingDP(const sxASN_Extension &ext, int &understood) {
+  sxASN_IssuingDistributionPoint value;
+  auto imp = std::make_unique<sxIssuingDP_imp>();
+  if (sxParseExtension(value, &ext) != 0 || !imp->Set(value)) return nullptr;
+  understood = 1;
+  return imp.release()->NewHandle();
+}
+
+sxASN_Extension *sxComposeIssuingDP(const sxExtension &ext, int critical) {
+  if (!sxExtensionIs(ext, sxIssuingDP_imp::kName)) return nullptr;
+  sxASN_IssuingDistributionPoint value;
+  if (!Imp(ext).ToAsn(value)) return nullptr;
+  return sxNewExtension(value, sxASN_id_ce_issuingDistributionPoint, critical);
+}
+
+sxIssuingDP::sxIssuingDP(const sxGeneralNames &fullName) : sxExtension(new sxIssuingDP_imp(fullName)) {}
+sxIssuingDP::sxIssuingDP(std::unique_ptr<sxIssuingDP_imp> imp) : sxExtension(imp.release()) {}
+const sxGeneralNames &sxIssuingDP::FullName() const { return Imp(*this).FullName(); }
+bool sxIssuingDP::OnlyUserCerts() const { return Imp(*this).Is(kUserCerts); }
+bool sxIssuingDP::OnlyCACerts() const { return Imp(*this).Is(kCACerts); }
+bool sxIssuingDP::OnlyAttributeCerts() const { return Imp(*this).Is(kAttributeCerts); }
+bool sxIssuingDP::IndirectCRL() const { return Imp(*this).Is(kIndirect); }
+bool sxIssuingDP::HasOnlySomeReasons() const { return Imp(*this).HasReasons(); }

@@ -1,0 +1,90 @@
+// The handle of all extensions, and what turns their values into extnValue and back.
+#include <cstring>
+#include <memory>
+
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/cert/sxExtensions.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/textStream.h"
+#include "sxExtension_imp.h"
+
+// All handles are deleted through sxExtension, which knows one size.
+static_assert(sizeof(sxExtension) == sizeof(void *) && sizeof(sxBasicConstraint) == sizeof(sxExtension) &&
+              sizeof(sxKeyUsage) == sizeof(sxExtension) && sizeof(sxExtKeyUsage) == sizeof(sxExtension) &&
+              sizeof(sxExtGN) == sizeof(sxExtension) && sizeof(sxExtKeyID) == sizeof(sxExtension) &&
+              sizeof(sxAuthorityInfoAccess) == sizeof(sxExtension) &&
+              sizeof(sxExtDeviceData) == sizeof(sxExtension) && sizeof(sxIssuingDP) == sizeof(sxExtension));
+
+void sxExtension_imp::Herror() const {
+  if (!kxLog_DebugOn()) return;
+  SxStream text;
+  Sprint(&text, 0);
+  if (text.Length() > 0) herror_func(0, 0, "%s", text.GetBuf());
+}
+
+void sxExtension_imp::Fprint(FILE *out, int indent) const {
+  SxStream text;
+  Sprint(&text, indent);
+  if (text.Length() > 0) std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
+}
+
+bool sxExtensionIs(const sxExtension &ext, const char *extName) { return std::strcmp(ext.ExtName(), extName) == 0; }
+
+sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int critical) {
+  auto ext = std::make_unique<sxASN_Extension>();
+  return sxComposeExtension(value, oid, critical, ext.get()) == 0 ? ext.release() : nullptr;
+}
+
+std::string sxOidText(const sxAsnOid &oid) {
+  char text[252] = "";
+  static_cast<void>(oid.GetStr(text, sizeof text));   // what fits, when it is too long
+  return text;
+}
+
+void *sxExtension::operator new(size_t size) { return sxAsnType::operator new(size); }
+
+void sxExtension::operator delete(sxExtension *self, std::destroying_delete_t) {
+  self->~sxExtension();
+  sxAsnType::operator delete(self, sizeof(sxExtension));
+}
+
+void sxExtension::operator delete(void *block, size_t size) noexcept { sxAsnType::operator delete(block, size); }
+
+sxExtension::sxExtension(const sxExtension &other) : m_imp(other.m_imp->Clone()) {}
+sxExtension::~sxExtension() { delete m_imp; }
+
+sxExtension &sxExtension::operator=(const sxExtension &other) {
+  if (this == &other) return *this;
+  sxExtension_imp *copy = other.m_imp->Clone();
+  delete m_imp;
+  m_imp = copy;
+  return *this;
+}
+
+const char *sxExtension::ExtName() const { return m_imp->ExtName(); }
+void sxExtension::Herror() const { m_imp->Herror(); }
+void sxExtension::Fprint(FILE *out, int indent) const { m_imp->Fprint(out, indent); }
+void sxExtension::Sprint(SxStream *out, int indent) const {
+  if (out != nullptr) m_imp->Sprint(out, indent);
+}
+
+int sxParseExtension(sxAsnType &value, const sxASN_Extension *ext) {
+  if (ext == nullptr || ext->extnValue == nullptr) return -1;
+  const auto *octets = reinterpret_cast<const char *>(ext->extnValue->Data());
+  return sxASN_DecodeBuf(value, octets, ext->extnValue->Len());
+}
+
+int sxComposeExtension(sxAsnType &value, const sxAsnOid &oid, int critical, sxASN_Extension *out) {
+  kxBinBuf encoded;
+  if (out == nullptr || sxASN_EncodeBuf(value, encoded, 1) != 0) return -1;
+  auto extnID = std::make_unique<sxAsnOid>(oid);   // before the old one goes: it may be the argument
+  auto extnValue = std::make_unique<sxAsnOcts>(encoded.Data(), static_cast<int>(encoded.Len()));
+  delete out->extnID;
+  out->extnID = extnID.release();
+  delete out->critical;
+  out->critical = critical != 0 ? new sxAsnBool(1) : nullptr;   // DEFAULT FALSE is absent (X.690, 11.5)
+  delete out->extnValue;
+  out->extnValue = extnValue.release();
+  return 0;
+}

@@ -1,0 +1,133 @@
+#include "kxcert/asn1/modules/PKIX1Implicit88.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/textStream.h"
+#include "sxGeneralName_imp.h"
+#include "sxGeneralNames_imp.h"
+
+sxGeneralNames_imp::sxGeneralNames_imp(const sxGeneralNames_imp &other) : sxPooled() {
+  m_names.reserve(other.m_names.size());
+  for (const auto &name : other.m_names) m_names.push_back(std::make_unique<sxGeneralName>(*name));
+}
+
+const sxGeneralName *sxGeneralNames_imp::Get(int i) const {
+  return i >= 0 && i < Count() ? m_names[static_cast<size_t>(i)].get() : nullptr;
+}
+
+void sxGeneralNames_imp::Add(const sxGeneralName *name) {
+  if (name != nullptr) m_names.push_back(std::make_unique<sxGeneralName>(*name));
+}
+
+void sxGeneralNames_imp::Add_IfNotExist(const sxGeneralName *name) {
+  if (name != nullptr && Match(name) == 0) Add(name);
+}
+
+void sxGeneralNames_imp::Add_IfNotExist(const sxGeneralNames_imp &names) {
+  // The count at the start: a list added to itself grows by those names that equal nothing.
+  const int count = names.Count();
+  for (int i = 0; i < count; ++i) Add_IfNotExist(names.Get(i));
+}
+
+int sxGeneralNames_imp::Match(const sxGeneralName *name) const {
+  for (const auto &own : m_names) {
+    if (own->Equal(name)) return 1;
+  }
+  return 0;
+}
+
+int sxGeneralNames_imp::Match(const sxGeneralNames_imp &names) const {
+  for (const auto &name : names.m_names) {
+    if (Match(name.get()) != 0) return 1;
+  }
+  return 0;
+}
+
+const sxGeneralName *sxGeneralNames_imp::GetFirstOfType(sxGNtype type, const sxAsnOid *otherOid) const {
+  if (type == sxGN_other && otherOid == nullptr) return nullptr;
+  for (const auto &name : m_names) {
+    if (name->GetType() != type) continue;
+    if (type != sxGN_other || name->GetOtherOid()->OidEquiv(*otherOid)) return name.get();
+  }
+  return nullptr;
+}
+
+void sxGeneralNames_imp::Set(const sxASN_GeneralNames *names) {
+  m_names.clear();
+  if (names != nullptr) Append(*names);
+}
+
+void sxGeneralNames_imp::Append(const sxASN_GeneralNames &names) {
+  // Growth by a factor when lists are joined: reserving each one exactly would copy again and again.
+  if (m_names.empty()) m_names.reserve(static_cast<size_t>(names.Count()));
+  for (const sxASN_GeneralName &name : names) m_names.push_back(std::make_unique<sxGeneralName>(&name));
+}
+
+bool sxGeneralNames_imp::ToAsn(sxASN_GeneralNames &out) const {
+  for (const auto &name : m_names) {
+    if (!name->GetP()->ToAsn(*out.Append())) return false;
+  }
+  return true;
+}
+
+int sxGeneralNames_imp::DerEncode(unsigned char *out, int outLen) const {
+  sxASN_GeneralNames names;
+  int len = -1;
+  if (!ToAsn(names)) {
+    herror_func(0, 0, "sxGeneralNames_imp::DerEncode: a name of %d has no encoding", Count());
+    return -1;
+  }
+  return sxASN_EncodeBuf(names, reinterpret_cast<char *>(out), outLen, len, 1) == 0 ? len : -1;
+}
+
+void sxGeneralNames_imp::Sprint(SxStream *out, const char *title, int indent) const {
+  if (out == nullptr || m_names.empty()) return;
+  if (title != nullptr) {
+    out->Indent(indent);
+    out->Printf("%s:\n", title);
+  }
+  for (const auto &name : m_names) name->Sprint(out, indent);
+}
+
+sxGeneralNames::sxGeneralNames() : m_imp(new sxGeneralNames_imp) {}
+sxGeneralNames::sxGeneralNames(const sxASN_GeneralNames *names) : sxGeneralNames() { Set(names); }
+sxGeneralNames::sxGeneralNames(const sxGeneralNames &other) : m_imp(new sxGeneralNames_imp(*other.m_imp)) {}
+sxGeneralNames::~sxGeneralNames() { delete m_imp; }
+
+sxGeneralNames &sxGeneralNames::operator=(const sxGeneralNames &other) {
+  if (this == &other) return *this;
+  auto *copy = new sxGeneralNames_imp(*other.m_imp);
+  delete m_imp;
+  m_imp = copy;
+  return *this;
+}
+
+int sxGeneralNames::Count() const { return m_imp->Count(); }
+const sxGeneralName *sxGeneralNames::Get(int i) const { return m_imp->Get(i); }
+void sxGeneralNames::Add(const sxGeneralName *name) { m_imp->Add(name); }
+void sxGeneralNames::Add_IfNotExist(const sxGeneralName *name) { m_imp->Add_IfNotExist(name); }
+void sxGeneralNames::Add_IfNotExist(const sxGeneralNames *names) {
+  if (names != nullptr) m_imp->Add_IfNotExist(*names->m_imp);
+}
+int sxGeneralNames::Match(const sxGeneralName *name) const { return m_imp->Match(name); }
+int sxGeneralNames::Match(const sxGeneralNames &names) const { return m_imp->Match(*names.m_imp); }
+const sxGeneralName *sxGeneralNames::GetFirstOfType(sxGNtype type, const sxAsnOid *otherOid) const {
+  return m_imp->GetFirstOfType(type, otherOid);
+}
+void sxGeneralNames::Set(const sxASN_GeneralNames *names) { m_imp->Set(names); }
+int sxGeneralNames::DerEncode(unsigned char *out, int outLen) const { return m_imp->DerEncode(out, outLen); }
+void sxGeneralNames::Sprint(SxStream *out, const char *title, int indent) const {
+  m_imp->Sprint(out, title, indent);
+}
+
+void sxGeneralNames::Fprint(FILE *out, const char *title, int indent) const {
+  SxStream text;
+  Sprint(&text, title, indent);
+  if (text.Length() > 0) std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
+}
+
+void sxGeneralNames::Herror(const char *title) const {
+  if (!kxLog_DebugOn() || Count() == 0) return;
+  SxStream text;
+  Sprint(&text, title, 0);
+  herror_func(0, 0, "%s", text.GetBuf());
+}

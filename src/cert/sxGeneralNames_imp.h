@@ -1,0 +1,38 @@
+/// @file
+/// Implementation of lists of general names.
+#ifndef KXCERT_SRC_CERT_SXGENERALNAMES_IMP_H_
+#define KXCERT_SRC_CERT_SXGENERALNAMES_IMP_H_
+
+#include <memory>
+#include <vector>
+
+#include "kxcert/cert/sxGeneralName.h"
+#include "pooled.h"
+
+class sxGeneralNames_imp : public sxPooled {
+ public:
+  sxGeneralNames_imp() = default;
+  sxGeneralNames_imp(const sxGeneralNames_imp &other);
+  sxGeneralNames_imp &operator=(const sxGeneralNames_imp &) = delete;
+
+  int Count() const { return static_cast<int>(m_names.size()); }
+  const sxGeneralName *Get(int i) const;
+  void Add(const sxGeneralName *name);
+  void Add_IfNotExist(const sxGeneralName *name);
+  void Add_IfNotExist(const sxGeneralNames_imp &names);
+  int Match(const sxGeneralName *name) const;
+  int Match(const sxGeneralNames_imp &names) const;
+  const sxGeneralName *GetFirstOfType(sxGNtype type, const sxAsnOid *otherOid) const;
+  void Set(const sxASN_GeneralNames *names);
+  void Append(const sxASN_GeneralNames &names);
+  int DerEncode(unsigned char *out, int outLen) const;
+  void Sprint(SxStream *out, const char *title, int indent) const;
+
+  /// Appends every name. @return false when one of them has no encoding
+  [[nodiscard]] bool ToAsn(sxASN_GeneralNames &out) const;
+
+ private:
+  std::vector<std::unique_ptr<sxGeneralName>> m_names;   // handles of their own: Get() lends them
+};
+
+#endif

@@ -1,0 +1,25 @@
+// The one way to ECDSA.
+#ifndef KXCERT_SRC_KEYS_ECOPERATION_H_
+#define KXCERT_SRC_KEYS_ECOPERATION_H_
+
+#include <openssl/ec.h>
+
+// The numbers go on from RSA's; they are part of the protocol between processes.
+enum EcOperation : int { kEcdsaSign = 4, kEcdsaVerify = 5 };
+
+struct EcRequest {
+  const unsigned char *data;
+  int dataLen;
+  const unsigned char *sig = nullptr;      // verifying: DER
+  int sigLen = 0;
+  unsigned char *out = nullptr;            // signing: at least ECDSA_size octets
+  const BIGNUM *inverseNonce = nullptr;    // signing: both or none
+  const BIGNUM *r = nullptr;
+};
+
+/// Runs the operation in this process.
+/// @return signing: octets written, 0 or less on failure; verifying: 1 valid, 0 not, -1 for what is no
+///         signature (also BER, and octets after it) or a failure
+int ecdsa_op_wrapper(EcOperation operation, const EcRequest &request, EC_KEY *key);
+
+#endif

@@ -1,0 +1,146 @@
+// libcrypto's RSA keys: checked, from octets and to octets, printed.
+#include <cstring>
+
+#include "kxcert/asn1/sxAsnBuf.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/kxSRSA.h"
+#include "kxcert/platform/log.h"
+#include "libcryptoTypes.h"
+#include "rsaOperation.h"
+
+namespace {
+
+// Above this size libcrypto verifies with short exponents only.
+constexpr int kSmallModulusBits = OPENSSL_RSA_SMALL_MODULUS_BITS;
+constexpr int kMaxLongModulusExponentBits = OPENSSL_RSA_MAX_PUBEXP_BITS;
+constexpr int kMaxNumberOctets = kMaxRsaBits / 8 + 1;   // and a leading 00
+
+static_assert(kMaxRsaBits <= OPENSSL_RSA_MAX_MODULUS_BITS);
+
+// Null when libcrypto can verify with the key and its work is bounded.
+const char *WhyRefused(const BIGNUM *n, const BIGNUM *e) {
+  if (n == nullptr || e == nullptr) return "modulus or public exponent is missing";
+  if (BN_is_negative(n) || BN_is_negative(e)) return "a number is negative";
+  const int bits = BN_num_bits(n);
+  if (bits < kMinRsaBits) return "modulus is too short";
+  if (bits > kMaxRsaBits) return "modulus is too long";
+  if (!BN_is_odd(n)) return "modulus is even";
+  if (!BN_is_odd(e) || BN_is_one(e)) return "public exponent is even or below 3";
+  if (BN_ucmp(e, n) >= 0) return "public exponent is not below the modulus";
+  if (bits > kSmallModulusBits && BN_num_bits(e) > kMaxLongModulusExponentBits) {
+    return "public exponent is too long for the modulus";
+  }
+  return nullptr;
+}
+
+const char *WhyRefused(const RSA *rsa) {
+  const BIGNUM *n = nullptr, *e = nullptr, *d = nullptr;
+  RSA_get0_key(rsa, &n, &e, &d);
+  if (const char *reason = WhyRefused(n, e)) return reason;
+  for (const BIGNUM *number : {d, RSA_get0_p(rsa), RSA_get0_q(rsa), RSA_get0_dmp1(rsa),
+                               RSA_get0_dmq1(rsa), RSA_get0_iqmp(rsa)}) {
+    if (number != nullptr && (BN_is_negative(number) || BN_is_zero(number))) return "a number is not positive";
+  }
+  return nullptr;
+}
+
+// A non-negative INTEGER in its fewest octets (X.690, 8.3.2); null for anything else.
+BigNum ReadNumber(sxAsnReadBuf &buf) {
+  int count = 0;
+  if (buf.GetLen() == 0 || BDecTag(buf, count) != 0x02) return nullptr;
+  int len = BDecLen(buf, count);
+  if (len < 1 || len > kMaxNumberOctets) return nullptr;
+  const unsigned char *octets = buf.GetSeg(&len);
+  if (octets[0] >= 0x80 || (len > 1 && octets[0] == 0 && octets[1] < 0x80)) return nullptr;
+  return BigNum(BN_bin2bn(octets, len, nullptr));
+}
+
+//   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
+// Read here rather than by libcrypto's templates: every certificate that is decoded comes by.
+RsaKey ReadPublic(const unsigned char *data, int dataLen, const char **reason) {
+  *reason = "not an RSAPublicKey";
+  sxAsnReadBuf buf;
+  buf.Init(data, dataLen);
+  int count = 0;
+  if (BDecTag(buf, count) != 0x30 || BDecLen(buf, count) != buf.GetLen()) return nullptr;
+  BigNum n = ReadNumber(buf);
+  if (n == nullptr) return nullptr;
+  BigNum e = ReadNumber(buf);
+  if (e == nullptr || buf.GetLen() != 0) return nullptr;
+
+  *reason = WhyRefused(n.get(), e.get());
+  if (*reason != nullptr) return nullptr;
+  RsaKey rsa(RSA_new());
+  if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), nullptr) != 1) return nullptr;
+  static_cast<void>(n.release());   // now the key's
+  static_cast<void>(e.release());
+  return rsa;
+}
+
+RsaKey ReadPrivate(const unsigned char *data, int dataLen, const char **reason) {
+  *reason = "not an RSAPrivateKey";
+  const ErrorQueueMark mark;
+  const unsigned char *end = data;
+  RsaKey rsa(d2i_RSAPrivateKey(nullptr, &end, dataLen));
+  if (rsa == nullptr || end != data + dataLen || RSA_get0_d(rsa.get()) == nullptr) return nullptr;
+  *reason = WhyRefused(rsa.get());
+  if (*reason != nullptr) return nullptr;
+  return rsa;
+}
+
+void LogNumber(const char *title, const BIGNUM *number) {
+  if (number == nullptr) return;
+  kxBinBuf octets(static_cast<unsigned int>(BN_num_bytes(number)));
+  BN_bn2bin(number, octets.Data());
+  herror_func(0, 0, "%s (%d bits):", title, BN_num_bits(number));
+  hex_herror(octets.Data(), static_cast<int>(octets.Len()));
+}
+
+}  // namespace
+
+bool RsaHasCrtParts(const RSA *rsa) {
+  return RSA_get0_p(rsa) != nullptr && RSA_get0_q(rsa) != nullptr && RSA_get0_dmp1(rsa) != nullptr &&
+         RSA_get0_dmq1(rsa) != nullptr && RSA_get0_iqmp(rsa) != nullptr;
+}
+
+RSA *kxRSA_from_buf(const unsigned char *data, int dataLen, int privateForm) {
+  const char *reason = "no octets";
+  RsaKey rsa;
+  if (data != nullptr && dataLen > 0) {
+    rsa = privateForm != 0 ? ReadPrivate(data, dataLen, &reason) : ReadPublic(data, dataLen, &reason);
+  }
+  if (rsa == nullptr) {
+    herror_func(0, 0, "kxRSA_from_buf: %s (%d bytes)", reason == nullptr ? "no memory" : reason, dataLen);
+  }
+  return rsa.release();
+}
+
+int kxRSA_to_buf(const RSA *rsa, kxBinBuf &out, int privateForm) {
+  // libcrypto would write a missing number as 0.
+  if (rsa == nullptr || RSA_get0_n(rsa) == nullptr || RSA_get0_e(rsa) == nullptr) return -1;
+  if (privateForm != 0 && (RSA_get0_d(rsa) == nullptr || !RsaHasCrtParts(rsa))) return -1;
+  const ErrorQueueMark mark;
+  const auto encode = privateForm != 0 ? i2d_RSAPrivateKey : i2d_RSAPublicKey;
+  const int len = encode(rsa, nullptr);
+  if (len <= 0) return -1;
+  kxBinBuf octets;
+  octets.SetSensitive(privateForm != 0);
+  octets.Set(static_cast<unsigned int>(len));
+  unsigned char *end = octets.Data();
+  if (encode(rsa, &end) != len) return -1;
+  out = std::move(octets);
+  return 0;
+}
+
+int kxRSA_is_ok(const RSA *rsa) { return rsa != nullptr && WhyRefused(rsa) == nullptr ? 1 : 0; }
+
+void kxRSA_herror(const RSA *rsa) {
+  if (!kxLog_DebugOn()) return;
+  if (rsa == nullptr) {
+    herror_func(0, 0, "kxRSA_herror: no key");
+    return;
+  }
+  LogNumber("RSA key: modulus", RSA_get0_n(rsa));
+  LogNumber("RSA key: public exponent", RSA_get0_e(rsa));
+  herror_func(0, 0, "RSA key: private part: %s", RSA_get0_d(rsa) != nullptr ? "yes" : "no");
+}

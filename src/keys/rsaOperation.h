@@ -1,0 +1,19 @@
+// The one way to RSA's private and public operations; and what a key has.
+#ifndef KXCERT_SRC_KEYS_RSAOPERATION_H_
+#define KXCERT_SRC_KEYS_RSAOPERATION_H_
+
+#include <openssl/rsa.h>
+
+// The numbers are part of the protocol between processes.
+enum RsaOperation : int { kPrivateDecrypt = 0, kPrivateEncrypt = 1, kPublicDecrypt = 2, kPublicEncrypt = 3 };
+
+/// Runs the operation with PKCS #1 padding, in this process.
+/// @param outLen  at least RSA_size(rsa)
+/// @return octets written, or -1
+int rsa_op_wrapper(RsaOperation operation, int inLen, const unsigned char *in, int outLen,
+                   unsigned char *out, RSA *rsa);
+
+/// Whether both primes and the three values made from them are there (RFC 8017, 3.2).
+bool RsaHasCrtParts(const RSA *rsa);
+
+#endif

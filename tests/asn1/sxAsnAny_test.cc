@@ -1,0 +1,220 @@
+#include "kxcert/asn1/sxAsnAny.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "kxcert/asn1/modules/PKIX1Implicit88.h"
+#include "kxcert/asn1/modules/SXUTILS.h"
+#include "kxcert/asn1/oids.h"
+#include "kxcert/asn1/sxAsnEXTERNAL.h"
+#include "support/asnHex.h"
+#include "support/hexOctets.h"
+#include "support/logCapture.h"
+
+namespace {
+
+struct RawCase {
+  const char *what;
+  const char *hex;
+  const char *log;   // null: decodes
+};
+constexpr RawCase kRawCases[] = {
+    {"definite", "3003020105", nullptr},
+    {"long identifier", "9f807f0105", nullptr},
+    {"empty", "0500", nullptr},
+    {"indefinite", "3080 020105 0000", nullptr},
+    {"indefinite in indefinite", "3080 3080 3003020105 0000 3080 0000 0000", nullptr},
+    {"end of contents alone", "0000", "sxAsnRawAny::BDec attempt to decode length failed"},
+    {"no length", "30", "sxAsnRawAny::BDec attempt to decode length failed"},
+    {"length negative", "3080 3084fffffffd", "sxAsnRawAny::BDec attempt to decode length failed"},
+    {"half an end of contents", "3080 020105 00",
+     "sxAsnRawAny::BDec attempt to decoded Eoc failed, can't read from buf offset = 6"},
+    {"a second octet in it", "3080 020105 0001",
+     "sxAsnRawAny::BDec attempt to decoded Eoc failed, Eoc != 0  before offset = 7"},
+    {"two elements", "0500 0500", "sxASN_DecodeBuf not all the buffer was decoded"},
+};
+
+TEST(sxAsnRawAny, KeepsOneElement) {
+  for (const RawCase &c : kRawCases) {
+    SCOPED_TRACE(c.what);
+    const LogCapture log;
+    sxAsnRawAny value;
+    EXPECT_EQ(c.log == nullptr ? EncodeHex(DecodeHex(c.hex)) : "-", Reencode(c.hex, value));
+    EXPECT_TRUE(c.log == nullptr || log.Has(c.log)) << testing::PrintToString(log.Lines());
+  }
+}
+
+// Counted and not recursed: the depth of the octets costs no stack.
+TEST(sxAsnRawAny, NestsWithoutLimit) {
+  constexpr int kLevels = 200000;
+  std::vector<unsigned char> octets;
+  for (int i = 0; i < kLevels; ++i) octets.insert(octets.end(), {0x30, 0x80});
+  octets.insert(octets.end(), 2 * kLevels, 0);
+  sxAsnRawAny value;
+  EXPECT_EQ(0, DecodeOctets(octets, value));
+  octets.pop_back();
+  EXPECT_EQ(-1, DecodeOctets(octets, value));
+}
+
+TEST(sxAsnRawAny, WithoutDataDoesNotEncode) {
+  sxAsnRawAny value;
+  EXPECT_EQ("-", EncodeHex(value));
+  const unsigned char octets[] = {0x05, 0x00};
+  value.SetData(octets, 2);
+  EXPECT_EQ("0500", EncodeHex(value));
+  value.SetData(nullptr, 2);
+  EXPECT_EQ("-", EncodeHex(value));
+}
+
+// Counts its objects, to see which prototype is destroyed.
+class Counted : public sxAsnNull {
+ public:
+  Counted() { ++s_alive; }
+  ~Counted() override { --s_alive; }
+  static inline int s_alive = 0;
+};
+
+TEST(sxAsnAny, FirstInstallationWins) {
+  const LogCapture log;
+  sxAsnOid oid;
+  oid.Set(1, 2, 3, 99);
+  sxAsnAny::InstallAnyByOid(oid, 1000, new Counted);
+  sxAsnAny::InstallAnyByOid(oid, 1001, new Counted);
+  EXPECT_EQ(1, Counted::s_alive);
+  ASSERT_NE(nullptr, sxAsnAny::FindByOid(oid));
+  EXPECT_EQ(1000, sxAsnAny::FindByOid(oid)->anyId);
+  EXPECT_TRUE(log.Has("sxAsnAny::InstallAnyByOid: duplicate OID "));
+
+  sxAsnAny::InstallAnyByInt(sxAsnInt(424242), 1002, new Counted);
+  sxAsnAny::InstallAnyByInt(sxAsnInt(424242), 1003, new Counted);
+  EXPECT_EQ(2, Counted::s_alive);
+  EXPECT_EQ(1002, sxAsnAny::FindByInt(sxAsnInt(424242))->anyId);
+  EXPECT_TRUE(log.Has("sxAsnAny::InstallAnyByInt Duplicate Int"));
+}
+
+TEST(sxAsnAny, AnEntryWithoutPrototypeDoesNotDecode) {
+  const LogCapture log;
+  sxAsnAny::InstallAnyByInt(sxAsnInt(424243), 1004, nullptr);
+  sxAsnAny any(sxAsnInt(424243));
+  EXPECT_EQ(nullptr, any.Value());
+  EXPECT_EQ(-1, DecodeHex("0500", any));
+  EXPECT_TRUE(log.Has("sxAsnAny::BDec value is NULL"));
+}
+
+TEST(sxAsnAny, IsTheValueThatItsTypeSelects) {
+  sxAsnAny any(sxASN_id_principalName);
+  ASSERT_NE(nullptr, any.Value());
+  EXPECT_STREQ("sxASN_PrincipalName", any.Value()->TypeName());
+  EXPECT_EQ("0c0141", Reencode("0c0141", any));
+  EXPECT_EQ(&any, any.GetType("sxAsnAny"));
+  EXPECT_EQ(any.Value(), any.GetType("sxASN_PrincipalName"));
+  EXPECT_EQ(any.Value(), any.GetType("sxAsnOcts"));
+
+  const LogCapture log;
+  EXPECT_EQ("-", Reencode("020105", any));
+  EXPECT_TRUE(log.Has("sxAsnAny::BDec attempt to decoded failed"));
+
+  const sxAsnAny copy(any);
+  EXPECT_NE(any.Value(), copy.Value());
+  any.SetTypeByInt(sxAsnInt(777));   // unknown
+  EXPECT_EQ(nullptr, any.Selected());
+  EXPECT_EQ("020105", Reencode("020105", any));
+  EXPECT_EQ(any.Value(), any.GetType("sxAsnRawAny"));
+  any = copy;
+  EXPECT_EQ(copy.Selected(), any.Selected());
+
+  sxAsnAny empty;
+  EXPECT_EQ("-", EncodeHex(empty));
+  EXPECT_TRUE(log.Has("SxAsnAny::BEnc attempt to encoded failed"));
+  EXPECT_EQ("<null>\n", Printed(empty));
+  sxAsnAny adopted(sxAsnInt(777), new sxAsnInt(3));
+  EXPECT_EQ("int = 3\n", Printed(adopted));
+}
+
+struct Registration {
+  const char *module;
+  int id;
+  const char *key;   // dotted, or a number
+  const char *className;
+};
+constexpr Registration kRegistrations[] = {
+    {"PKIX1Explicit88", 0, "1", "sxAsnInt"},
+    {"PKIX1Explicit88", 1, "1.2.840.113549.1.7.1", "sxAsnOcts"},
+    {"PKIX1Explicit88", 2, "1.2.840.113549.1.9.22.1", "sxAsnOcts"},
+    {"PKIX1Explicit88", 3, "1.2.840.113549.1.9.23.1", "sxAsnOcts"},
+    {"PKIX1Implicit88", 8, "1.3.6.1.4.1.311.20.2.3", "sxASN_PrincipalName"},
+    {"SXUTILS", 13, "1.3.14.3.2.7", "sxAsnOcts"},
+    {"SXUTILS", 14, "1.2.840.113549.1.12.10.1.2", "sxASN_EncryptedPrivateKeyInfo"},
+};
+
+sxAsnOid OidOf(const char *dotted) {
+  int arcs[11];
+  int numArcs = 0;
+  for (const char *p = dotted; p != nullptr && *p != '\0'; p = std::strchr(p, '.')) {
+    if (*p == '.') ++p;
+    arcs[numArcs++] = std::atoi(p);
+  }
+  std::fill(arcs + numArcs, arcs + 11, -1);
+  sxAsnOid oid;
+  oid.Set(static_cast<unsigned>(arcs[0]), static_cast<unsigned>(arcs[1]), arcs[2], arcs[3], arcs[4], arcs[5], arcs[6],
+          arcs[7], arcs[8], arcs[9], arcs[10]);
+  return oid;
+}
+
+TEST(Modules, RegisterTheirOpenTypes) {
+  for (const Registration &r : kRegistrations) {
+    std::printf("%-16s %2d %-28s %s\n", r.module, r.id, r.key, r.className);
+    SCOPED_TRACE(r.key);
+    const sxAnyInfo *info = std::strchr(r.key, '.') != nullptr ? sxAsnAny::FindByOid(OidOf(r.key))
+                                                               : sxAsnAny::FindByInt(sxAsnInt(std::atoi(r.key)));
+    ASSERT_NE(nullptr, info);
+    EXPECT_EQ(r.id, info->anyId);
+    EXPECT_STREQ(r.className, info->prototype->TypeName());
+  }
+}
+
+// A module that registers again keeps the first entries: its types come as duplicates.
+TEST(Modules, RegisterOnce) {
+  const LogCapture log;
+  const SXUTILS_InitAny again;
+  static_cast<void>(again);
+  EXPECT_EQ(6U, log.Lines().size());
+  EXPECT_EQ(13, sxAsnAny::FindByOid(OidOf("1.3.14.3.2.7"))->anyId);
+}
+
+struct ExternalCase {
+  const char *what;
+  const char *hex;
+  int choiceId;
+};
+constexpr ExternalCase kExternalCases[] = {
+    {"ASN.1 type", "280906022a03a003020105", sxAsnEXTERNALChoice::single_ASN1_typeCid},
+    {"octets", "2806020107810141", sxAsnEXTERNALChoice::octet_alignedCid},
+    {"bits, described", "280707014182020780", sxAsnEXTERNALChoice::arbitraryCid},
+};
+
+TEST(sxAsnEXTERNAL, CarriesEachEncoding) {
+  for (const ExternalCase &c : kExternalCases) {
+    SCOPED_TRACE(c.what);
+    sxAsnEXTERNAL value;
+    ASSERT_EQ(c.hex, Reencode(c.hex, value));
+    EXPECT_EQ(c.choiceId, value.encoding->ChoiceId());
+    sxAsnEXTERNAL copy(value);
+    EXPECT_EQ(c.hex, EncodeHex(copy));
+  }
+  const LogCapture log;
+  sxAsnEXTERNAL value;
+  EXPECT_EQ("-", Reencode("300906022a03a003020105", value));
+  EXPECT_TRUE(log.Has("sxAsnEXTERNAL::BDec: ERROR - wrong tag offset = 1"));
+  EXPECT_EQ("-", Reencode("280406022a03", value)) << "no encoding";
+  sxAsnEXTERNALChoice choice;
+  choice.Set_octet_aligned(sxAsnOcts(reinterpret_cast<const unsigned char *>("A")));
+  EXPECT_EQ("810141", EncodeHex(choice));
+}
+
+}  // namespace

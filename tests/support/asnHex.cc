@@ -1,0 +1,36 @@
+#include "support/asnHex.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "kxcert/foundation/kxBinBuf.h"
+#include "support/hexOctets.h"
+
+int DecodeOctets(const std::vector<unsigned char> &octets, sxAsnType &value) {
+  const auto block = std::make_unique<char[]>(octets.size());
+  for (size_t i = 0; i < octets.size(); ++i) block[i] = static_cast<char>(octets[i]);
+  return sxASN_DecodeBuf(value, block.get(), static_cast<int>(octets.size()));
+}
+
+int DecodeHex(const char *hex, sxAsnType &value) { return DecodeOctets(DecodeHex(hex), value); }
+
+std::string EncodeHex(sxAsnType &value, int sortSets) {
+  kxBinBuf octets;
+  return sxASN_EncodeBuf(value, octets, sortSets) < 0 ? "-" : EncodeHex(octets.Data(), octets.Len());
+}
+
+std::string Reencode(const char *hex, sxAsnType &value) {
+  return DecodeHex(hex, value) < 0 ? "-" : EncodeHex(value);
+}
+
+std::string Printed(sxAsnType &value, int indent) {
+  char *text = nullptr;
+  size_t textLen = 0;
+  FILE *out = open_memstream(&text, &textLen);
+  value.Print(out, indent);
+  std::fclose(out);
+  std::string printed(text, textLen);
+  std::free(text);
+  return printed;
+}

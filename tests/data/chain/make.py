@@ -27,6 +27,7 @@ import pathlib
 import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
+sys.dont_write_bytecode = True
 sys.path.insert(0, str(HERE.parent.parent / "support"))
 
 from certbuilder import *          # noqa: E402,F403
@@ -98,8 +99,10 @@ def shapes():
          path="leaf root")
     case("chain-of-one-repaired", "The root itself signed the leaf.", {"leaf": leaf_of(ROOT), "root": ROOT},
          "leaf", run="fix", path="leaf root")
-    case("root-alone", "The chain is the root's certificate and nothing else.", {"root": ROOT}, "root", run="fix",
-         path="root")
+    case("root-alone", "The chain is the root's certificate, which the root signed: it stands there twice.",
+         {"root": ROOT}, "root", path="root root")
+    case("root-alone-repaired", "The chain is the root's certificate and nothing else.", {"root": ROOT}, "root",
+         run="fix", path="root")
     stray = ca("Stray", OTHER_KEY)
     case("stray-certificate", "A certificate that has nothing to do with the others is left out.",
          {**SOUND, "stray": stray}, "leaf stray issuer", path="leaf issuer root")
@@ -136,6 +139,9 @@ def trust():
     alone = certificate(DN.format("Alone"), LEAF_KEY)
     case("self-signed-leaf", "The leaf signed itself and nobody trusts it.",
          {"alone": alone, "leaf": leaf_of(ROOT), "root": ROOT}, "alone", twin_chain="leaf", expect="NOT_TRUSTED")
+    case("self-signed-leaf-as-issuer", "As its own issuer the leaf must be a CA, unless it is all there is.",
+         {"alone": alone}, "alone", anchor="alone", twin_run="fix", expect="WRONG_KEY_USAGE at alone",
+         path="alone alone")
     case("self-signed-leaf-trusted", "The leaf signed itself and is trusted as it is.", {"alone": alone}, "alone",
          anchor="alone", run="fix", path="alone")
 
@@ -295,7 +301,7 @@ def main():
         group()
     wanted = {HERE / folder / file: text for folder, files in CASES.items() for file, text in files.items()}
     stale = [path for path, text in wanted.items() if not path.exists() or path.read_text() != text]
-    stray = [path for path in HERE.glob("*/*") if path not in wanted and "__pycache__" not in path.parts]
+    stray = [path for path in HERE.glob("*/*") if path not in wanted]
     if "--check" in sys.argv:
         for path in stale + stray:
             print(f"{path.relative_to(HERE)}: {'not made here' if path in stray else 'differs'}")

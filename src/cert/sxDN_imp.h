@@ -12,10 +12,11 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxDN.h"
 #include "plainDer.h"
+#include "pooled.h"
 
 constexpr int kMaxDnDer = 4096;   ///< octets that DerEncode hands out
 
-class sxDN_imp {
+class sxDN_imp : public sxPooled {
  public:
   sxDN_imp() = default;                              // no name
   explicit sxDN_imp(const char *text);

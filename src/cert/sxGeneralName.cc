@@ -82,7 +82,7 @@ sxGeneralName_imp::sxGeneralName_imp(const sxGeneralName_imp &other)
       m_text(other.m_text) {}
 
 // The kind stays -1 for a text with a NUL octet inside: whoever reads it up to the NUL would see
-// another name (test RefusesTextsWithNul).
+// another name (cases "NUL inside" of ReadsAsn1AndWritesItBack).
 bool sxGeneralName_imp::SetText(sxGNtype type, const void *text, int len) {
   if (text == nullptr || len < 0) return false;
   if (std::memchr(text, '\0', static_cast<size_t>(len)) != nullptr) {

@@ -88,7 +88,7 @@ def algorithms():
     for index in range(4):
         one_changed(f"altered-{index}-of-4", index, depth=4, altered=True)
     one_changed("altered-root", 2, altered=True)
-    other = ca("Issuer", OTHER_KEY, ROOT, more=[])
+    other = ca("Issuer", OTHER_KEY, ROOT)
     add("signed-by-other-key", [end_entity(other), ISSUER], [ROOT])
     sha1 = ISSUER.key.algorithm("sha1")
     leaf_changed("algorithms-claim-other-digest", algorithm=sha1)
@@ -179,14 +179,9 @@ def dates():
     for year in (2037, 2040, 2061):
         add(f"in-{year}", made[:1], made[1:], now=seconds(f"{year}-06-01"))
 
-    def times(label, before, after="290101000000Z", tags=(0x17, 0x17)):
-        texts = [before, after if before != after else "310101000000Z"]
-
-        def edit(parts):
-            parts[4] = sequence(*(tlv(tag, text.encode()) for tag, text in zip(tags, texts)))
-            return parts
-
-        leaf_changed(label, edit=edit)
+    def times(label, before, after, tags=(0x17, 0x17)):
+        validity = sequence(*(tlv(tag, text.encode()) for tag, text in zip(tags, (before, after))))
+        leaf_changed(label, edit=lambda parts: [*parts[:4], validity, *parts[5:]])
 
     sound = "310101000000Z"
     times("time-plain", "290101000000Z", sound)
@@ -230,6 +225,7 @@ def authorities():
         "ca-usage-trailing-zeros": [yes, extension("2.5.29.15", bit_string(b"\x06\0"), True)],
         "ca-twice": [yes, yes, usage],
         "ca-twice-differently": [yes, no, usage],
+        "ca-twice-first-false": [no, yes, usage],
         "ca-no-sequence": [extension("2.5.29.19", TRUE, True), usage],
         "ca-empty-value": [extension("2.5.29.19", b"", True), usage],
         "ca-true-as-1": [extension("2.5.29.19", sequence(tlv(0x01, b"\x01")), True), usage],
@@ -365,7 +361,8 @@ def encodings():
                  edit=replace(4, lambda der: indefinite(der[2:])))
     leaf_changed("ber-validity-long-length",
                  edit=replace(4, lambda der: long_length(der[2:])))
-    leaf_changed("ber-tbs-indefinite", edit=lambda parts: parts)   # the plain twin of those above
+    leaf_changed("ber-tbs-indefinite", inner=indefinite)
+    leaf_changed("ber-tbs-long-length", inner=long_length)
     leaf_changed("trailing-octets", wrap=lambda *parts: sequence(*parts) + b"\0\0")
     leaf_changed("trailing-element", wrap=lambda *parts: sequence(*parts, NULL))
     leaf_changed("trailing-element-tbs", edit=lambda parts: [*parts, NULL])
@@ -436,12 +433,10 @@ def mixtures(count=40):
         made = []
         for index in range(depth, -1, -1):
             key = KEYS[rng.choice(sorted(KEYS))]
-            signer = made[0].key if made else key
             digest = rng.choice(sorted(set(DIGESTS) - {"sha224", "md5"}))
             changes = rng.choice(faults) if index == faulty else {}
             common = {"digest": digest, "ca": index > 0, "not_after": "2034-01-01", **changes}
             made.insert(0, certificate(DN.format(f"Mix {index}"), key, made[0] if made else None, **common))
-            assert signer is not None
         sent = made[:-1]
         rng.shuffle(sent)
         add(f"mixture-{number}", sent, made[-1:], made[0])

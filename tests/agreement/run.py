@@ -12,6 +12,7 @@ import re
 import subprocess
 import sys
 import tempfile
+from concurrent.futures import ThreadPoolExecutor
 
 sys.dont_write_bytecode = True
 HERE = pathlib.Path(__file__).resolve().parent
@@ -22,12 +23,13 @@ from chains import all_chains    # noqa: E402
 MIN_CHAINS = 60
 # openssl's numbers (x509_vfy.h) under names of ours, and which of our verdicts mean the same.
 REASONS = {
+    1: ("BAD_KEY", {"UNREADABLE"}),
     2: ("NO_ISSUER", {"NOT_TRUSTED"}),
     7: ("BAD_SIGNATURE", {"BAD_SIGNATURE", "NOT_TRUSTED"}),    # directly below the root it is the latter
     9: ("NOT_VALID_YET", {"NOT_VALID_YET"}),
     10: ("EXPIRED", {"EXPIRED"}),
     13: ("BAD_NOT_BEFORE", {"UNREADABLE"}),
-    14: ("BAD_NOT_AFTER", {"UNREADABLE"}),
+    14: ("BAD_NOT_AFTER", {"EXPIRED"}),                       # we take it for the last second of 1969
     18: ("SELF_SIGNED_LEAF", {"NOT_TRUSTED"}),
     19: ("SELF_SIGNED_IN_CHAIN", {"NOT_TRUSTED"}),
     20: ("NO_LOCAL_ISSUER", {"NOT_TRUSTED"}),
@@ -38,6 +40,7 @@ REASONS = {
     47: ("NAME_NOT_PERMITTED", {"NAME_CONSTRAINTS"}),
     48: ("NAME_EXCLUDED", {"NAME_CONSTRAINTS"}),
     79: ("NO_CA", {"ISSUER_IS_NO_CA", "WRONG_KEY_USAGE"}),
+    94: ("EXPLICIT_CURVE", {"UNREADABLE"}),
 }
 MEANS = {"OK": {"OK"}, "UNREADABLE": {"UNREADABLE"}, **dict(REASONS.values())}
 
@@ -102,7 +105,8 @@ def main():
         questions = [(chain, *write_chain(pathlib.Path(folder), number, chain))
                      for number, chain in enumerate(chains)]
         ours = library_verdicts(sys.argv[1], questions)
-        theirs = [openssl_verdict(*question) for question in questions]
+        with ThreadPoolExecutor(2) as pool:
+            theirs = list(pool.map(lambda question: openssl_verdict(*question), questions))
     found = {chain.label: pair for chain, pair in zip(chains, zip(theirs, ours))
              if pair[1] not in MEANS.get(pair[0], set())}
     listed = read_differences()

@@ -92,7 +92,7 @@ class Certificate:
 def certificate(subject, key, issuer=None, *, ca=False, path_len=None, serial=None, digest="sha256",
                 not_before="2029-01-01", not_after="2031-01-01", version=3, extensions=None, more=(),
                 issuer_name=None, altered=False, edit=None, spki=None, algorithm=None,
-                wrap=sequence):
+                inner=sequence, wrap=sequence):
     """Builds and signs one certificate.
 
     subject, issuer_name  text for name(), or the octets of a Name
@@ -103,7 +103,7 @@ def certificate(subject, key, issuer=None, *, ca=False, path_len=None, serial=No
     altered      the signature is that of other content
     edit         changes the list of tbsCertificate's elements before it is signed
     spki, algorithm   octets instead of the key's own
-    wrap         puts tbsCertificate, algorithm and signature together
+    inner, wrap  put the elements of tbsCertificate and of Certificate together
     """
     subject = name(subject) if isinstance(subject, str) else subject
     signer = issuer.key if issuer else key
@@ -123,6 +123,6 @@ def certificate(subject, key, issuer=None, *, ca=False, path_len=None, serial=No
     parts += [integer(serial), algorithm, issuer_name, sequence(date(not_before), date(not_after)), subject,
               spki or key.spki]
     parts += [tlv(0xA3, sequence(*extensions))] if extensions else []
-    tbs = sequence(*(edit(parts) if edit else parts))
+    tbs = inner(*(edit(parts) if edit else parts))
     signature = bit_string(signer.sign(digest, tbs + b"other" if altered else tbs))
     return Certificate(wrap(tbs, algorithm, signature), subject, key)

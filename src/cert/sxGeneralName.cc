@@ -106,7 +106,8 @@ void sxGeneralName_imp::SetAddress(const unsigned char *octets, int len) {
 
 void sxGeneralName_imp::SetOtherName(const sxASN_GeneralName &name) {
   const sxASN_AnotherName &other = *name.otherName();
-  if (other.type_id == nullptr || other.value == nullptr || !other.type_id->OidEquiv(sxASN_id_principalName)) return;
+  if (other.type_id == nullptr || other.value == nullptr) return;
+  if (!other.type_id->OidEquiv(sxASN_id_principalName)) return;
   const sxAsnType *value = other.value->GetType(sxASN_PrincipalName::kInfo.name);
   if (value == nullptr) return;
   const auto *principal = static_cast<const sxASN_PrincipalName *>(value);

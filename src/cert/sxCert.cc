@@ -15,6 +15,7 @@
 
 namespace {
 
+constexpr int kInteger = 2;
 constexpr int kUtcTime = 0x17;
 
 const char *Chars(const unsigned char *octets) { return reinterpret_cast<const char *>(octets); }
@@ -43,13 +44,19 @@ int isSupportedSignatureAlgorithm(const sxAsnOid &oid) {
 sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) {
   if (DecodeWith([this] { return Read(); }) == 0) Extract(m_plain);
   m_plain = sxPlainCert();
-  m_decodedExtensions.reset();
 }
 
 // Plain DER is read as it stands; everything else is decoded by the codec and read from its encoding.
 bool sxCert_imp::Read() {
   m_plain = sxPlainCert();
-  if (!sxReadPlainCert(GetBuf(), BufLen(), false, &m_plain)) {
+  if (sxReadPlainCert(GetBuf(), BufLen(), false, &m_plain)) {
+    sxAsnReadBuf buf;
+    buf.Init(m_plain.serial.data, static_cast<int>(m_plain.serial.len));
+    sxAsnInt serial;
+    int bytesDecoded = 0;
+    serial.BDecContent(buf, kInteger, static_cast<int>(m_plain.serial.len), bytesDecoded);
+    SetSerial(serial);
+  } else {
     sxASN_Certificate decoded;
     kxBinBuf encoded;
     if (sxASN_DecodeBuf(decoded, Chars(GetBuf()), static_cast<int>(BufLen())) != 0 ||
@@ -60,17 +67,13 @@ bool sxCert_imp::Read() {
     std::memcpy(m_plainOctets.get(), encoded.Data(), encoded.Len());
     m_plain = sxPlainCert();
     if (!sxReadPlainCert(m_plainOctets.get(), encoded.Len(), true, &m_plain)) return false;
+    SetSerial(*decoded.tbsCertificate->serialNumber);   // encoding it may have changed a long one
   }
-  m_decodedExtensions.reset();
-  if (m_plain.extensions.len == 0) return true;
-  m_decodedExtensions = std::make_unique<sxASN_Extensions>();
-  return sxASN_DecodeBuf(*m_decodedExtensions, Chars(m_plain.extensions.data),
-                         static_cast<int>(m_plain.extensions.len)) == 0;
+  return true;
 }
 
 void sxCert_imp::Extract(sxPlainCert &cert) {
   m_version = cert.version;
-  SetSerial(cert.serial);
   m_issuer = NewName(cert.issuer, std::move(cert.issuerName));
   m_subject = NewName(cert.subject, std::move(cert.subjectName));
   if (cert.notBefore.text.data == nullptr || cert.notAfter.text.data == nullptr) {
@@ -79,18 +82,15 @@ void sxCert_imp::Extract(sxPlainCert &cert) {
   m_notBefore = Seconds(cert.notBefore);
   m_notAfter = Seconds(cert.notAfter);
   if (!ExtractKey(cert)) return;
-  ExtractExtensions();
+  ExtractExtensions(cert.extensions);
   sxAsnOid signatureOid;
   signatureOid.Set(cert.signatureAlgorithm.oid.data, static_cast<int>(cert.signatureAlgorithm.oid.len));
   m_signAlgorithm = AlgType_By_SignOID(signatureOid);
   m_hashAlgorithm = MdType_By_SignOID(signatureOid);
 }
 
-void sxCert_imp::SetSerial(const sxSpan &content) {
-  sxAsnReadBuf buf;
-  buf.Init(content.data, static_cast<int>(content.len));
-  int bytesDecoded = 0;
-  m_serial.BDecContent(buf, 2, static_cast<int>(content.len), bytesDecoded);
+void sxCert_imp::SetSerial(const sxAsnInt &serial) {
+  m_serial = serial;
   if (!m_serial.IsBig()) m_shortSerialLen = AsnInt2Buf(&m_serial, m_shortSerial, sizeof m_shortSerial);
 }
 
@@ -101,8 +101,7 @@ const unsigned char *sxCert_imp::SerialNum(int &len) const {
 
 // The octets stay where they are: the certificate keeps them as long as its names.
 std::unique_ptr<sxDN> sxCert_imp::NewName(const sxSpan &octets, sxFlatName &&flat) const {
-  const bool readable = flat.NumRdns() > 0 || octets.len == 2;   // 30 00 is an empty name
-  return std::unique_ptr<sxDN>(readable ? new sxDN(new sxDN_imp(octets, std::move(flat))) : new sxDN);
+  return std::unique_ptr<sxDN>(new sxDN(new sxDN_imp(octets, std::move(flat))));
 }
 
 bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
@@ -121,10 +120,23 @@ bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
   return false;
 }
 
-void sxCert_imp::ExtractExtensions() {
-  if (m_decodedExtensions == nullptr) return;
-  // An unhandled critical extension leaves the certificate OK; whoever validates it refuses it.
-  SetUnhandledExt(m_extensions.Parse(m_decodedExtensions.get(), Get_ExtParserTable()));
+void sxCert_imp::ExtractExtensions(const sxSpan &extensions) {
+  // One object for all of them: parsers read it and keep nothing of it.
+  sxASN_Extension ext;
+  ext.extnID = new sxAsnOid;
+  ext.critical = new sxAsnBool;
+  ext.extnValue = new sxAsnOcts;
+  sxExtensionsList::Appender appender(m_extensions, Get_ExtParserTable());
+  sxPlainExtension plain;
+  for (const unsigned char *pos = extensions.data; pos < extensions.End();) {
+    sxReadPlainExtension(pos, extensions.End(), &plain);   // read before, when the certificate was
+    ext.extnID->Set(plain.oid.data, static_cast<int>(plain.oid.len));
+    ext.critical->Set(plain.critical ? 1 : 0);
+    ext.extnValue->Set(plain.value.data, static_cast<int>(plain.value.len));
+    if (appender.Parse(ext)) continue;
+    // This leaves the certificate OK; whoever validates it refuses it.
+    return SetUnhandledExt(ext.extnID);
+  }
 }
 
 sxCert::sxCert(const unsigned char *buf, unsigned int len) : sxSigned(new sxCert_imp(buf, len)) {}
@@ -173,6 +185,7 @@ const sxGeneralNames *sxCert::DistPoints() const {
   return ext == nullptr ? nullptr : &ext->Names();
 }
 int sxCert::HasKeyUsage(sxKeyUsageType bit) const {
+  if (bit < sxKU_digitalSignature || bit > sxKU_decipherOnly) return 0;
   const sxKeyUsage *usage = KeyUsage();
   return usage != nullptr && (usage->KeyUsageBits() >> bit & 1) != 0 ? 1 : 0;
 }

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "flatName.h"
 #include "foundation/publishOnce.h"
@@ -49,10 +50,11 @@ class sxDN_imp : public sxPooled {
  private:
   void Forget();                                     // no name, no caches
   bool LoadTree(const sxASN_RDNSequence &name);
-  bool LoadOctets(const unsigned char *der, uint32_t len);   // copies
+  bool LoadOctets(const unsigned char *der, uint32_t len, bool decoded);   // copies
   const char *Text(PublishOnce<std::string> &cache, bool ascii, const char *func) const;
   bool Print(bool ascii, std::string *text) const;
   std::unique_ptr<kxBinBuf> Encode() const;
+  int RemoveRdns(const std::vector<bool> &gone);     // by number; 1 or 0
   int RemoveRdnNumber(uint32_t rdn);
 
   bool m_hasName = false;

@@ -97,7 +97,7 @@ bool sxSigned_imp::ReadParts(Parts *parts) const {
 }
 
 int sxSigned_imp::VerifySig(sxPubKey *key) const {
-  if (key == nullptr || m_der == nullptr) return kKeyNotUsable;
+  if (key == nullptr || key->OK() == 0 || m_der == nullptr) return kKeyNotUsable;
   Parts parts;
   if (ReadParts(&parts)) return VerifyParts(parts, key);
   sxASN_Signed decoded;

@@ -91,8 +91,14 @@ std::string Join(const std::vector<std::string> &items) {
 
 // What would help, as sentences.
 std::string Help(const Decision &decision) {
-  if (decision.verdict.code == sxValidation_OK) return "";
-  return decision.verdict.code == sxValidation_notTrusted ? decision.missing.help : Advice(decision.verdict.code);
+  const Verdict &verdict = decision.verdict;
+  if (verdict.code == sxValidation_OK) return "";
+  if (verdict.code == sxValidation_notTrusted) return decision.missing.help;
+  const sxCert *cert = decision.built.chain.Get(verdict.level);
+  if (verdict.code == sxValidation_expired && cert != nullptr && cert->notAfter() >= kFirstClampedSec) {
+    return "Ask about an earlier time: dates after 2037 count as 1 January 2038.";
+  }
+  return Advice(verdict.code);
 }
 
 void PrintVerdict(const Decision &decision, Report &report) {

@@ -107,7 +107,9 @@ void PrintVerdict(const Decision &decision, Report &report) {
   const bool valid = verdict.code == sxValidation_OK;
   report.Verdict(valid, (valid ? "VALID (" : "NOT VALID (") + std::to_string(verdict.code) + "): " + verdict.text);
   report.Line("  end entity:  " + NameText(chain.Get(0)->Subject()));
-  if (decision.built.root != nullptr) report.Line("  root:        " + NameText(decision.built.root->DN()) + " (trusted)");
+  if (decision.built.root != nullptr) {
+    report.Line("  root:        " + NameText(decision.built.root->DN()) + " (trusted)");
+  }
   if (verdict.level >= 0) {
     report.Line("  decided at:  level " + std::to_string(verdict.level) + ", " +
                 NameText(chain.Get(verdict.level)->Subject()));
@@ -219,7 +221,8 @@ Action AddChainVerify(CLI::App &verb) {
       ->allow_extra_args(false);
   verb.add_option("--untrusted", options->untrusted, "file with issuers that may be missing; may be repeated")
       ->allow_extra_args(false);
-  verb.add_option("--at", options->at, "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970")
+  verb.add_option("--at", options->at,
+                  "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970")
       ->check(CLI::Validator(CheckTime, "", "time"));
   verb.add_option("--grace-start", options->graceStartSec, "seconds before notBefore that are let pass (7200)")
       ->check(CLI::NonNegativeNumber);

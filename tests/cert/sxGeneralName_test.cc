@@ -83,7 +83,7 @@ TEST(sxGeneralName, ReadsAsn1AndWritesItBack) {
       continue;
     }
     const std::string content = EncodeHex(DecodeHex(c.hex));
-    char header[5];
+    char header[12];
     std::snprintf(header, sizeof header, "30%02x", static_cast<unsigned>(content.size() / 2));
     ASSERT_LT(0, derLen);
     EXPECT_EQ(header + content, EncodeHex(der, static_cast<size_t>(derLen)));

@@ -23,7 +23,9 @@ class sxAuthorityInfoAccess_imp : public sxExtension_imp {
   }
 
   int Count() const { return static_cast<int>(m_methods.size()); }
-  const sxAsnOid *Method(int i) const { return i >= 0 && i < Count() ? &m_methods[static_cast<size_t>(i)] : nullptr; }
+  const sxAsnOid *Method(int i) const {
+    return i >= 0 && i < Count() ? &m_methods[static_cast<size_t>(i)] : nullptr;
+  }
   const sxGeneralNames &Locations() const { return m_locations; }
   void Add(const sxAsnOid &method, const sxGeneralName &location);
   void Set(const sxASN_AuthorityInfoAccessSyntax &value);
@@ -63,7 +65,8 @@ bool sxAuthorityInfoAccess_imp::SetPlain(const sxSpan &accesses) {
     const unsigned char *inner = access.content.data;
     const unsigned char *const end = access.content.End();
     if (!sxReadPlain(inner, end, kOidOctet, &method) || method.content.len == 0) return false;
-    if (!sxReadPlain(inner, end, &location) || inner != end || !m_locations.GetP()->AppendPlain(location)) return false;
+    if (!sxReadPlain(inner, end, &location) || inner != end) return false;
+    if (!m_locations.GetP()->AppendPlain(location)) return false;
     m_methods.emplace_back().Set(method.content.data, static_cast<int>(method.content.len));
   }
   return true;

@@ -44,9 +44,11 @@ bool AppendPlainPoints(const sxSpan &points, sxGeneralNames_imp &names) {
     sxPlainElement fullName;
     if (!sxReadPlain(pos, points.End(), kSequenceOctet, &point)) return false;
     const unsigned char *inner = point.content.data;
-    if (!sxReadPlain(inner, point.content.End(), kTag0Octet, &pointName) || inner != point.content.End()) return false;
+    if (!sxReadPlain(inner, point.content.End(), kTag0Octet, &pointName)) return false;
+    if (inner != point.content.End()) return false;
     inner = pointName.content.data;
-    if (!sxReadPlain(inner, pointName.content.End(), kTag0Octet, &fullName) || inner != pointName.content.End()) return false;
+    if (!sxReadPlain(inner, pointName.content.End(), kTag0Octet, &fullName)) return false;
+    if (inner != pointName.content.End()) return false;
     if (!names.AppendPlain(fullName.content)) return false;
   }
   return true;

@@ -1,6 +1,8 @@
 #include "kxcert/cert/sxDN.h"
 
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "attributeTypes.h"
 #include "dnValue.h"
@@ -89,45 +91,57 @@ int sxDN_imp::Set(const sxDN_imp &other) {
   return LoadOctets(other.m_octets.data, other.m_octets.len, true) ? 0 : -1;   // they were read before
 }
 
-const char *sxDN_imp::Text(PublishOnce<std::string> &cache, bool ascii) const {
-  const std::string *text = cache.Get([this, ascii]() -> std::unique_ptr<std::string> {
-    if (!m_hasName) return nullptr;
-    auto printed = std::make_unique<std::string>();
-    printed->reserve(m_octets.len);
-    sxFlatName::Range rdn = m_flat.End();
-    for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
-      rdn = m_flat.Previous(rdn, i);
-      if (i + 1 != m_flat.NumRdns()) *printed += ',';
-      for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
-        if (ava != rdn.begin) *printed += '+';
-        if (!sxAppendKeyword(ava->oid, static_cast<int>(ava->oidLen), printed.get())) return nullptr;
-        *printed += '=';
-        if (!sxAppendValue(*ava, ascii, printed.get())) return nullptr;
-      }
+bool sxDN_imp::Print(bool ascii, std::string *text) const {
+  sxFlatName::Range rdn = m_flat.End();
+  for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
+    rdn = m_flat.Previous(rdn, i);
+    if (i + 1 != m_flat.NumRdns()) *text += ',';
+    for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
+      if (ava != rdn.begin) *text += '+';
+      if (!sxAppendKeyword(ava->oid, static_cast<int>(ava->oidLen), text)) return false;
+      *text += '=';
+      if (!sxAppendValue(*ava, ascii, text)) return false;
     }
-    return printed;
-  });
-  return text != nullptr ? text->c_str() : nullptr;
+  }
+  return true;
+}
+
+const char *sxDN_imp::Text(PublishOnce<std::string> &cache, bool ascii, const char *func) const {
+  try {
+    const std::string *text = cache.Get([this, ascii]() -> std::unique_ptr<std::string> {
+      if (!m_hasName) return nullptr;
+      auto printed = std::make_unique<std::string>();
+      printed->reserve(m_octets.len);
+      return Print(ascii, printed.get()) ? std::move(printed) : nullptr;
+    });
+    return text != nullptr ? text->c_str() : nullptr;
+  } catch (const std::bad_alloc &) {
+    herror_func(0, 0, "%s: new operator failed", func);
+    return nullptr;
+  }
+}
+
+std::unique_ptr<kxBinBuf> sxDN_imp::Encode() const {
+  const sxASN_RDNSequence *name = GetName();
+  auto encoded = std::make_unique<kxBinBuf>();
+  if (name == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*name), *encoded, 1) != 0 ||
+      encoded->Len() > kMaxDnDer) {
+    return nullptr;
+  }
+  return encoded;
 }
 
 int sxDN_imp::DerEncode(unsigned char **out, int *len) const {
   if (out == nullptr || len == nullptr || !m_hasName) return -1;
-  const Der *der = m_der.Get([this]() -> std::unique_ptr<Der> {
-    const sxASN_RDNSequence *name = GetName();
-    kxBinBuf encoded;
-    if (name == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*name), encoded, 1) != 0 ||
-        encoded.Len() > kMaxDnDer) {
-      return nullptr;
-    }
-    auto made = std::make_unique<Der>();
-    made->len = static_cast<int>(encoded.Len());
-    made->octets = std::make_unique<unsigned char[]>(encoded.Len());
-    std::memcpy(made->octets.get(), encoded.Data(), encoded.Len());
-    return made;
-  });
+  kxBinBuf *der = nullptr;
+  try {
+    der = m_der.Get([this] { return Encode(); });
+  } catch (const std::bad_alloc &) {
+    herror_func(0, 0, "sxDN_imp::DerEncode: new operator failed");
+  }
   if (der == nullptr) return -1;
-  *out = der->octets.get();
-  *len = der->len;
+  *out = der->Data();
+  *len = static_cast<int>(der->Len());
   return 0;
 }
 

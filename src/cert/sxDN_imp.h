@@ -12,6 +12,7 @@
 #include "foundation/publishOnce.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxDN.h"
+#include "kxcert/foundation/kxBinBuf.h"
 #include "plainDer.h"
 #include "pooled.h"
 
@@ -34,8 +35,8 @@ class sxDN_imp : public sxPooled {
   int RemoveOid(const sxAsnOid *type);
 
   bool HasName() const { return m_hasName; }
-  const char *GetStr() const { return Text(m_str, false); }
-  const char *GetStr_ascii() const { return Text(m_str_ascii, true); }
+  const char *GetStr() const { return Text(m_str, false, "sxDN_imp::GetStr"); }
+  const char *GetStr_ascii() const { return Text(m_str_ascii, true, "sxDN_imp::GetStr_ascii"); }
   int DerEncode(unsigned char **out, int *len) const;
   const sxASN_RDNSequence *GetName() const;
   int Count() const { return static_cast<int>(m_flat.NumRdns()); }
@@ -47,15 +48,12 @@ class sxDN_imp : public sxPooled {
   uint64_t Hash() const;
 
  private:
-  struct Der {
-    std::unique_ptr<unsigned char[]> octets;
-    int len;
-  };
-
   void Forget();                                     // no name, no caches
   bool LoadTree(const sxASN_RDNSequence &name);
   bool LoadOctets(const unsigned char *der, uint32_t len, bool decoded);   // copies
-  const char *Text(PublishOnce<std::string> &cache, bool ascii) const;
+  const char *Text(PublishOnce<std::string> &cache, bool ascii, const char *func) const;
+  bool Print(bool ascii, std::string *text) const;
+  std::unique_ptr<kxBinBuf> Encode() const;
   int RemoveRdns(const std::vector<bool> &gone);     // by number; 1 or 0
   int RemoveRdnNumber(uint32_t rdn);
 
@@ -65,7 +63,7 @@ class sxDN_imp : public sxPooled {
   sxFlatName m_flat;                                 // positions in m_octets
   mutable PublishOnce<std::string> m_str;
   mutable PublishOnce<std::string> m_str_ascii;
-  mutable PublishOnce<Der> m_der;
+  mutable PublishOnce<kxBinBuf> m_der;
   mutable PublishOnce<sxASN_RDNSequence> m_name;
   mutable std::atomic<uint64_t> m_hash{0};           // 0: not computed
 };

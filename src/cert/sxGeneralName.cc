@@ -106,7 +106,8 @@ void sxGeneralName_imp::SetAddress(const unsigned char *octets, int len) {
 
 void sxGeneralName_imp::SetOtherName(const sxASN_GeneralName &name) {
   const sxASN_AnotherName &other = *name.otherName();
-  if (other.type_id == nullptr || other.value == nullptr || !other.type_id->OidEquiv(sxASN_id_principalName)) return;
+  if (other.type_id == nullptr || other.value == nullptr) return;
+  if (!other.type_id->OidEquiv(sxASN_id_principalName)) return;
   const sxAsnType *value = other.value->GetType(sxASN_PrincipalName::kInfo.name);
   if (value == nullptr) return;
   const auto *principal = static_cast<const sxASN_PrincipalName *>(value);
@@ -177,7 +178,12 @@ void sxGeneralName_imp::Sprint(SxStream *out, int indent) const {
   if (const char *label = LabelOf(m_type); label != nullptr) {
     out->Put(label);
     out->Put(": ");
-    out->Put(GetStr());
+    std::string text = GetStr();
+    // A line feed from a certificate would forge a line of what is printed.
+    for (char &c : text) {
+      if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '.';
+    }
+    out->Put(text);
     out->Put("\n");
   } else {
     out->Printf("Error in general name. type = %d\n", m_type);

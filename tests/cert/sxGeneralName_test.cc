@@ -83,7 +83,7 @@ TEST(sxGeneralName, ReadsAsn1AndWritesItBack) {
       continue;
     }
     const std::string content = EncodeHex(DecodeHex(c.hex));
-    char header[5];
+    char header[12];
     std::snprintf(header, sizeof header, "30%02x", static_cast<unsigned>(content.size() / 2));
     ASSERT_LT(0, derLen);
     EXPECT_EQ(header + content, EncodeHex(der, static_cast<size_t>(derLen)));
@@ -166,6 +166,7 @@ TEST(sxGeneralName, PrintsOneLineForEachKind) {
   EXPECT_EQ("\t\tIP: 1.2.3.4\n", Printed(sxGeneralName(0x01020304UL), 2));
   EXPECT_EQ("IP6: ::\n", Printed(sxGeneralName(in6_addr_kxt{}), 0));
   EXPECT_EQ("\tError in general name. type = -1\n", Printed(sxGeneralName(), 1));
+  EXPECT_EQ("DNS: h.DNS: i.[2J\n", Printed(Text(sxGN_dns, "h\nDNS: i\x1b[2J"), 0));
 }
 
 TEST(sxGeneralName, OtherNameTextIsCutAt1255) {

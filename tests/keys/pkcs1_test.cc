@@ -8,10 +8,7 @@
 #include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
-#include "kxcert/keys/kxSRSA.h"
-#include "kxcert/keys/pkcs1.h"
 #include "support/hexOctets.h"
-#include "support/keyFiles.h"
 #include "support/logCapture.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/base64.h"
 
-std::string KeyFile(const std::string &name) { return std::string(KXCERT_TEST_DATA) + "/keys/" + name; }
+std::string KeyFile(const std::string &name) { return KXCERT_TEST_DATA "/keys/" + name; }
 
 std::vector<unsigned char> ReadPem(const std::string &path) {
   std::ifstream file(path);

@@ -107,9 +107,10 @@ TEST_F(FixChain, ExtendsShortChainsFromItsOwnKeys) {
   EXPECT_EQ(nullptr, sxCert_FixChain(&wrong, holder));
   EXPECT_TRUE(log.Has("sxCert_FixChain_do: Failed to fix chain"));
   // The key's chain holds the root's certificate already: it stands once.
-  AddKey(holder, SetOf({&byOwn, &own, &lower, &upper, &root}), ca);
+  sxSWKeyHolder whole;
+  AddKey(whole, SetOf({&byOwn, &own, &lower, &upper, &root}), ca);
   sxCerts below = SetOf({&byOwn});
-  EXPECT_EQ(ca, sxCert_FixChain(&below, holder));
+  EXPECT_EQ(ca, sxCert_FixChain(&below, whole));
   EXPECT_EQ(5, below.Count());
 }
 

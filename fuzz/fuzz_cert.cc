@@ -1,6 +1,6 @@
-// Certificates, DER or PEM. One is OK exactly when the codec decodes the same octets and its key is one
-// that the library takes; its fields are those of the decoded tree. So the reader of plain DER, which
-// makes no tree, and the codec agree. Printing is survived.
+// Certificates, DER or PEM. One is OK exactly when the codec decodes the same octets and its key is
+// one that the library takes; its fields are those of the decoded tree. So the reader of plain DER,
+// which makes no tree, and the codec agree. Printing is survived.
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -51,7 +51,8 @@ void CheckFields(const sxCert &cert, const sxASN_Certificate &tree) {
   KX_ASSERT(AsnInt2BinBuf(body.serialNumber, serial) == 0);
   int len = 0;
   const unsigned char *octets = cert.SerialNum(len);
-  KX_ASSERT(std::string(octets, octets + len) == std::string(serial.Data(), serial.Data() + serial.Len()));
+  KX_ASSERT(std::string(octets, octets + len) ==
+            std::string(serial.Data(), serial.Data() + serial.Len()));
   CheckName(cert.Issuer(), body.issuer);
   CheckName(cert.Subject(), body.subject);
   KX_ASSERT(cert.notBefore() == sxASN_Time2time(body.validity->notBefore));
@@ -73,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size > 0 && Decode(tree, data, size)) {
     KX_ASSERT((cert.OK() == 1) == (KeyOf(tree) != nullptr));
     if (cert.OK() == 1) CheckFields(cert, tree);
-  } else if (cert.OK() == 1) {   // it was PEM, and is DER now
+  } else if (cert.OK() == 1) {  // it was PEM, and is DER now
     KX_ASSERT(Decode(tree, cert.GetBuf(), cert.BufLen()));
     CheckFields(cert, tree);
   }

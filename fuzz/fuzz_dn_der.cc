@@ -1,6 +1,6 @@
-// Encodings of names: two octets say how long the first one is, the rest is the second. Equality has no
-// direction and agrees with hashes; a name's encoding and text are the same name again, the text unless
-// it holds what printing and parsing treat differently by intent (nameRoundTrip.h).
+// Encodings of names: two octets say how long the first one is, the rest is the second. Equality
+// has no direction and agrees with hashes; a name's encoding and text are the same name again, the
+// text unless it holds what printing and parsing treat differently by intent (nameRoundTrip.h).
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -13,11 +13,12 @@ namespace {
 void CheckOne(const sxDN &dn) {
   if (dn.GetName() == nullptr) return;
   KX_ASSERT(dn.Count() == dn.GetName()->Count());
-  const bool equalsItself = dn.Equal(dn);   // not when a value has no text
+  const bool equalsItself = dn.Equal(dn);  // not when a value has no text
   KX_ASSERT(equalsItself == dn.IsSub(dn));
   KX_ASSERT((dn.GetStr() == nullptr) == (dn.GetStr_ascii() == nullptr));
   const sxDN copy(dn);
-  KX_ASSERT(copy.Equal(dn) == equalsItself && copy.Hash() == dn.Hash() && copy.Count() == dn.Count());
+  KX_ASSERT(copy.Equal(dn) == equalsItself && copy.Hash() == dn.Hash() &&
+            copy.Count() == dn.Count());
 
   unsigned char *der = nullptr;
   int derLen = 0;

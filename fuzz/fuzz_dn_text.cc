@@ -1,5 +1,6 @@
-// Texts of names. What parses has a text and an encoding; the encoding is the same name again, and so is
-// the text, unless it holds what printing and parsing treat differently by intent (nameRoundTrip.h).
+// Texts of names. What parses has a text and an encoding; the encoding is the same name again, and
+// so is the text, unless it holds what printing and parsing treat differently by intent
+// (nameRoundTrip.h).
 #include <cstdint>
 #include <string>
 
@@ -8,10 +9,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const std::string input(reinterpret_cast<const char *>(data), size);
-  const char *const text = input.c_str();   // up to its first NUL
+  const char *const text = input.c_str();  // up to its first NUL
   const sxDN dn(text);
   const char *const printed = dn.GetStr();
-  KX_ASSERT((dn.GetName() == nullptr) == (printed == nullptr));   // every value of a text has one
+  KX_ASSERT((dn.GetName() == nullptr) == (printed == nullptr));  // every value of a text has one
   KX_ASSERT((sxDN_IsLegalDN(text) == 1) == (printed != nullptr && *printed != '\0'));
   if (printed == nullptr) return 0;
   KX_ASSERT(dn.GetStr_ascii() != nullptr);

@@ -11,12 +11,12 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 
-constexpr uint32_t kMaxAssertionsOfText = 5;   // of one RDN, when it is parsed
+constexpr uint32_t kMaxAssertionsOfText = 5;  // of one RDN, when it is parsed
 
 inline bool IsBlank(char c) { return c == ' ' || c == '\n'; }
 
-// What printing leaves as it is and parsing does not: backslashes, quotes, blanks at the ends; NUL ends
-// a text, raw values print as digits, and an empty value is no value.
+// What printing leaves as it is and parsing does not: backslashes, quotes, blanks at the ends; NUL
+// ends a text, raw values print as digits, and an empty value is no value.
 inline bool ValueRoundTrips(const sxAva &ava) {
   sxValueText value;
   if (!sxValueOctets(ava, &value) || value.raw || value.octets.empty()) return false;
@@ -37,7 +37,8 @@ inline bool TypeRoundTrips(const sxAva &ava) {
 inline bool NameRoundTrips(const sxDN &dn) {
   kxBinBuf der;
   sxFlatName flat;
-  if (dn.GetName() == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*dn.GetName()), der, 0) != 0 ||
+  if (dn.GetName() == nullptr ||
+      sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*dn.GetName()), der, 0) != 0 ||
       !flat.Read(der.Data(), der.Len(), true)) {
     return false;
   }

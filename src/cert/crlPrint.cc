@@ -14,15 +14,16 @@
 
 namespace {
 
-constexpr int kMaxEntriesPrinted = 100;   // a CRL may hold a million; more are only counted
+constexpr int kMaxEntriesPrinted = 100;  // a CRL may hold a million; more are only counted
 
 struct Label {
   int number;
   const char *text;
 };
-constexpr Label kSignatures[] = {{sxPK_RSA, "RSA with "}, {sxPK_DSA, "DSA with "}, {sxPK_ECDSA, "ECDSA with "}};
+constexpr Label kSignatures[] = {
+    {sxPK_RSA, "RSA with "}, {sxPK_DSA, "DSA with "}, {sxPK_ECDSA, "ECDSA with "}};
 constexpr Label kDigests[] = {
-    {sx_md_md4, "MD4"},       {sx_md_md5, "MD5"},       {sx_md_sha1, "SHA-1"},
+    {sx_md_md4, "MD4"},        {sx_md_md5, "MD5"},        {sx_md_sha1, "SHA-1"},
     {sx_md_sha256, "SHA-256"}, {sx_md_sha384, "SHA-384"}, {sx_md_sha512, "SHA-512"},
 };
 
@@ -78,7 +79,9 @@ void PrintList(SxStream *out, const sxASN_CertificateList &list, int indent) {
   const sxAsnOid &signature = *list.signatureAlgorithm->algorithm;
   const sxDN issuer(body.issuer);
   out->Indent(indent);
-  out->Printf("X509 CRL Version %u\n", body.version == nullptr ? 1U : static_cast<unsigned>(body.version->GetShortVal()) + 1);
+  out->Printf(
+      "X509 CRL Version %u\n",
+      body.version == nullptr ? 1U : static_cast<unsigned>(body.version->GetShortVal()) + 1);
   out->Indent(indent);
   out->Printf("Issuer: %s\n", issuer.GetStr_ascii() == nullptr ? "" : issuer.GetStr_ascii());
   PrintTimeLine(out, indent, "This update: ", body.thisUpdate);

@@ -14,8 +14,8 @@ struct FileCase {
   const char *what;
   const char *content;
   int rc;
-  const char *octets;   // hexadecimal
-  const char *error;    // with the file's name for %s
+  const char *octets;  // hexadecimal
+  const char *error;   // with the file's name for %s
 };
 constexpr FileCase kFileCases[] = {
     {"as it stands", "\x30\x03\x02\x01\x05", 0, "3003020105", ""},

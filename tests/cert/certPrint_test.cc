@@ -77,7 +77,8 @@ TEST_F(CertPrint, IndentsEveryLine) {
     EXPECT_EQ("\t\t", text.substr(pos, 2)) << text.substr(pos);
   }
   EXPECT_LT(8U, numLines);
-  EXPECT_NE(std::string::npos, text.find("\n\t\tUnhandled critical extension 1.2.3.4.5\n\t\tSerial Number: "));
+  EXPECT_NE(std::string::npos,
+            text.find("\n\t\tUnhandled critical extension 1.2.3.4.5\n\t\tSerial Number: "));
   SxStream extensions;
   made.Get()->Extensions().Sprint(&extensions, 2);
   ASSERT_LT(0, extensions.Length());
@@ -90,12 +91,13 @@ TEST_F(CertPrint, SaysWhyThereIsNothingToPrint) {
   SxStream text;
   const unsigned char octets[] = {0x30, 0x00};
   sxCert_Sprint_certbuf(&text, octets, 2, 1);
-  const std::string expected = "\tError: Error decoding buffer after trying both DER and Base64 formats\n";
+  const std::string expected =
+      "\tError: Error decoding buffer after trying both DER and Base64 formats\n";
   EXPECT_EQ(expected, text.Text());
   sxCert_Sprint_certbuf(&text, octets, 0, 1);
   sxCert_Sprint_certbuf(&text, nullptr, 2, 1);
   sxCert_Sprint_certbuf(nullptr, octets, 2, 1);
-  EXPECT_EQ(expected, text.Text());   // nothing was added
+  EXPECT_EQ(expected, text.Text());  // nothing was added
 }
 
 TEST_F(CertPrint, WritesToFilesAndToTheLog) {
@@ -134,7 +136,8 @@ TEST_F(CertPrint, SetsPrintTheirMembers) {
   certs.Del(0);
   EXPECT_EQ("\tOurs: 2 certificates\n\t\tSubject: CN=b\n\n\t\tSubject: CN=a\n\n",
             Written([&](FILE *file) { certs.Fprint(file, "Ours", sxCert_brief, 1); }));
-  EXPECT_EQ("0 certificates\n", Written([&](FILE *file) { sxCerts().Fprint(file, nullptr, sxCert_brief, 0); }));
+  EXPECT_EQ("0 certificates\n",
+            Written([&](FILE *file) { sxCerts().Fprint(file, nullptr, sxCert_brief, 0); }));
   LogCapture log;
   certs.Herror("Ours", sxCert_brief);
   EXPECT_TRUE(log.Has("Ours: 2 certificates"));
@@ -158,9 +161,12 @@ TEST_F(CertPrint, NamesTheDigest) {
   };
   for (const auto &digest : kDigests) {
     SCOPED_TRACE(digest.option);
-    const std::string der = RunCommand("openssl req -x509 -outform der -subj /CN=a -key " + m_dir.File("key") + " " + digest.option);
-    const sxCert cert(reinterpret_cast<const unsigned char *>(der.data()), static_cast<unsigned>(der.size()));
-    EXPECT_NE(std::string::npos, Printed(cert, sxCert_full, 0).find(digest.line)) << Printed(cert, sxCert_full, 0);
+    const std::string der = RunCommand("openssl req -x509 -outform der -subj /CN=a -key " +
+                                       m_dir.File("key") + " " + digest.option);
+    const sxCert cert(reinterpret_cast<const unsigned char *>(der.data()),
+                      static_cast<unsigned>(der.size()));
+    EXPECT_NE(std::string::npos, Printed(cert, sxCert_full, 0).find(digest.line))
+        << Printed(cert, sxCert_full, 0);
   }
 }
 

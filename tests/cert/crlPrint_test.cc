@@ -18,7 +18,9 @@ namespace {
 template <auto Fn>
 struct Free {
   template <class T>
-  void operator()(T *p) const { Fn(p); }
+  void operator()(T *p) const {
+    Fn(p);
+  }
 };
 using TimePtr = std::unique_ptr<ASN1_TIME, Free<ASN1_TIME_free>>;
 
@@ -66,21 +68,23 @@ class CrlPrint : public testing::Test {
 };
 
 TEST_F(CrlPrint, PrintsWhatItHolds) {
-  EXPECT_EQ("\tX509 CRL Version 2\n"
-            "\tIssuer: CN=ca\n"
-            "\tThis update: Tue Jan  1 00:00:00 2030 Local Time\n"
-            "\tNext update: Wed Jan  2 00:00:00 2030 Local Time\n"
-            "\tSignature Algorithm: ECDSA with SHA-384\n"
-            "\tRevoked Certificates: 2\n"
-            "\t\tSerial Number: 012c Revoked: Tue Jan  1 00:00:00 2030 Local Time\n"
-            "\t\tSerial Number: 012d Revoked: Tue Jan  1 00:00:00 2030 Local Time\n",
-            Printed(MadeCrl(2), 1));
-  EXPECT_EQ("X509 CRL Version 1\n"
-            "Issuer: CN=ca\n"
-            "This update: Tue Jan  1 00:00:00 2030 Local Time\n"
-            "Signature Algorithm: ECDSA with SHA-384\n"
-            "Revoked Certificates: 0\n",
-            Printed(MadeCrl(0), 0));
+  EXPECT_EQ(
+      "\tX509 CRL Version 2\n"
+      "\tIssuer: CN=ca\n"
+      "\tThis update: Tue Jan  1 00:00:00 2030 Local Time\n"
+      "\tNext update: Wed Jan  2 00:00:00 2030 Local Time\n"
+      "\tSignature Algorithm: ECDSA with SHA-384\n"
+      "\tRevoked Certificates: 2\n"
+      "\t\tSerial Number: 012c Revoked: Tue Jan  1 00:00:00 2030 Local Time\n"
+      "\t\tSerial Number: 012d Revoked: Tue Jan  1 00:00:00 2030 Local Time\n",
+      Printed(MadeCrl(2), 1));
+  EXPECT_EQ(
+      "X509 CRL Version 1\n"
+      "Issuer: CN=ca\n"
+      "This update: Tue Jan  1 00:00:00 2030 Local Time\n"
+      "Signature Algorithm: ECDSA with SHA-384\n"
+      "Revoked Certificates: 0\n",
+      Printed(MadeCrl(0), 0));
 }
 
 TEST_F(CrlPrint, ListsAHundredEntriesAndCountsTheRest) {
@@ -101,7 +105,8 @@ TEST_F(CrlPrint, TakesPemAndSaysWhatIsNoCrl) {
   const std::string body = RunCommand("base64 -w 64 " + file);
   const std::string pem = "-----BEGIN X509 CRL-----\n" + body + "-----END X509 CRL-----\n";
   EXPECT_EQ(Printed(der, 0), Printed(Text(pem), 0));
-  EXPECT_EQ("\tError: Error decoding buffer after trying both DER and Base64 formats\n", Printed(Text("no CRL"), 1));
+  EXPECT_EQ("\tError: Error decoding buffer after trying both DER and Base64 formats\n",
+            Printed(Text("no CRL"), 1));
   EXPECT_EQ("", Printed(Octets(), 0));
   testing::internal::CaptureStdout();
   sxCert_Fprint_CRLbuf(nullptr, der.data(), LenOf(der), 0);

@@ -78,12 +78,17 @@ TEST(DnCompare, EqualNamesHaveEqualHashes) {
   constexpr unsigned kSeed = 20240601;
   SCOPED_TRACE(kSeed);
   std::mt19937 random(kSeed);
-  const auto pick = [&random](const char *const (&parts)[6]) { return std::string(parts[random() % 6]); };
+  const auto pick = [&random](const char *const(&parts)[6]) {
+    return std::string(parts[random() % 6]);
+  };
   const auto name = [&] {
     std::string text;
     for (unsigned i = random() % 3 + 1; i > 0; --i) {
       text += pick({"CN", "cn", "O", "OID.2.5.4.3", "OID.1.2.3", "DC"}) + "=" +
-              pick({"a", "A", " a", "b  c", "B C", "\\#"}) + (i == 1 ? "" : random() % 3 == 0 ? "+" : ",");
+              pick({"a", "A", " a", "b  c", "B C", "\\#"}) +
+              (i == 1              ? ""
+               : random() % 3 == 0 ? "+"
+                                   : ",");
     }
     return sxDN(text.c_str());
   };

@@ -21,7 +21,7 @@ std::string TextOf(const sxDN &dn) { return dn.GetStr() == nullptr ? "(null)" : 
 struct ParseCase {
   const char *what;
   const char *text;
-  const char *printed;   // "(null)": no name
+  const char *printed;  // "(null)": no name
 };
 constexpr ParseCase kParseCases[] = {
     {"keywords in any case, spaces around", "cn=Foo, o=Bar ,c=US", "CN=Foo,O=Bar,C=US"},
@@ -111,7 +111,8 @@ TEST(DnParse, TokenizerGivesOneRdnAndTheRest) {
   char *values[2];
   int count = 2;
   const char *rest = kxdn_explode_prefix(text, keys, values, &count);
-  // The space behind the quote is the one character that is dropped, so that the comma begins a key.
+  // The space behind the quote is the one character that is dropped, so that the comma begins a
+  // key.
   EXPECT_EQ(nullptr, rest);
 
   char again[] = "CN=a\\,b + OU = \"c d\",O=e";
@@ -140,14 +141,16 @@ struct ValueCase {
   int choice;
 };
 const ValueCase kValueCases[] = {
-    {"letters and digits", &sxASN_id_at_commonName, "azAZ09", sxASN_AttributeValue::printableStringCid},
+    {"letters and digits", &sxASN_id_at_commonName, "azAZ09",
+     sxASN_AttributeValue::printableStringCid},
     {"the other printable characters", &sxASN_id_at_commonName, "'\"()+,-./:=? ",
      sxASN_AttributeValue::printableStringCid},
     {"nothing", &sxASN_id_at_commonName, "", sxASN_AttributeValue::printableStringCid},
     {"at sign", &sxASN_id_at_commonName, "a@b", sxASN_AttributeValue::utf8StringCid},
     {"asterisk", &sxASN_id_at_commonName, "*", sxASN_AttributeValue::utf8StringCid},
     {"underscore", &sxASN_id_at_commonName, "a_b", sxASN_AttributeValue::utf8StringCid},
-    {"beyond ASCII", &sxASN_id_at_organizationName, "\xC3\xA4", sxASN_AttributeValue::utf8StringCid},
+    {"beyond ASCII", &sxASN_id_at_organizationName, "\xC3\xA4",
+     sxASN_AttributeValue::utf8StringCid},
     {"mail addresses always", &sxASN_emailAddress, "a@b", sxASN_AttributeValue::ia5StringCid},
     {"domain components always", &sxASN_id_dc, "\xC3\xA4", sxASN_AttributeValue::ia5StringCid},
 };
@@ -159,19 +162,21 @@ TEST(DnParse, ChoosesTheStringTypeByTheText) {
     ASSERT_NE(nullptr, value);
     EXPECT_EQ(c.choice, value->ChoiceId());
     const auto *string = static_cast<const sxAsnOcts *>(value->Value());
-    EXPECT_EQ(c.text, std::string(reinterpret_cast<const char *>(string->Data()), static_cast<size_t>(string->Len())));
+    EXPECT_EQ(c.text, std::string(reinterpret_cast<const char *>(string->Data()),
+                                  static_cast<size_t>(string->Len())));
   }
   EXPECT_EQ(nullptr, sxStr2AttrVal(sxASN_id_dc, nullptr));
 }
 
 TEST(DnParse, KeywordsMapBothWays) {
-  for (const char *keyword : {"CN", "C", "ST", "O", "OU", "L", "T", "serialNumber", "STREET", "DC", "Email",
-                              "UID", "principalName", "OID.1.2.3"}) {
+  for (const char *keyword : {"CN", "C", "ST", "O", "OU", "L", "T", "serialNumber", "STREET", "DC",
+                              "Email", "UID", "principalName", "OID.1.2.3"}) {
     SCOPED_TRACE(keyword);
     const std::unique_ptr<sxAsnOid> type(sxDN_Str2OID(keyword));
     ASSERT_NE(nullptr, type);
     char text[32];
-    EXPECT_EQ(static_cast<int>(std::string(keyword).size()), sxDN_OID2Str(*type, text, sizeof text));
+    EXPECT_EQ(static_cast<int>(std::string(keyword).size()),
+              sxDN_OID2Str(*type, text, sizeof text));
     EXPECT_STREQ(keyword, text);
     EXPECT_EQ(-1, sxDN_OID2Str(*type, text, static_cast<int>(std::string(keyword).size())));
   }
@@ -185,7 +190,7 @@ TEST(DnParse, KeywordsMapBothWays) {
 // The setting is read once per process, so each case runs in one of its own.
 struct SettingCase {
   const char *what;
-  const char *value;   // null: no file
+  const char *value;  // null: no file
   int choice;
   const char *logged;
 };

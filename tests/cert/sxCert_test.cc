@@ -30,12 +30,15 @@ namespace {
 Octets DerOf(const sxCert &cert) { return Octets(cert.GetBuf(), cert.GetBuf() + cert.BufLen()); }
 
 // In a block of its own, so that a read past it shows.
-sxCert CertOf(const Octets &octets) { return sxCert(octets.data(), static_cast<unsigned>(octets.size())); }
+sxCert CertOf(const Octets &octets) {
+  return sxCert(octets.data(), static_cast<unsigned>(octets.size()));
+}
 
 // The certificate with something changed in its tree; its signature is then another's.
 Octets Edited(const sxCert &cert, const std::function<void(sxASN_Certificate &)> &edit) {
   sxASN_Certificate tree;
-  EXPECT_EQ(0, sxASN_DecodeBuf(tree, reinterpret_cast<const char *>(cert.GetBuf()), static_cast<int>(cert.BufLen())));
+  EXPECT_EQ(0, sxASN_DecodeBuf(tree, reinterpret_cast<const char *>(cert.GetBuf()),
+                               static_cast<int>(cert.BufLen())));
   edit(tree);
   kxBinBuf der;
   EXPECT_EQ(0, sxASN_EncodeBuf(tree, der, 0));
@@ -46,7 +49,8 @@ std::string Pem(const Octets &der) {
   kxBinBuf data;
   data.Set(der.data(), static_cast<unsigned>(der.size()));
   sxString text;
-  EXPECT_EQ(0, Base64Encode_PEM(sxString("-----BEGIN CERTIFICATE-----\n"), sxString("-----END CERTIFICATE-----\n"), data, text));
+  EXPECT_EQ(0, Base64Encode_PEM(sxString("-----BEGIN CERTIFICATE-----\n"),
+                                sxString("-----END CERTIFICATE-----\n"), data, text));
   return text.getstr();
 }
 
@@ -70,7 +74,8 @@ Octets ToIndefinite(const Octets &der) {
     }
     const auto start = der.begin() + static_cast<long>(pos + headerLen);
     const Octets content(start, start + static_cast<long>(len));
-    const Octets element = (tag & 0x20) != 0 ? Indefinite(tag, ToIndefinite(content)) : Der(tag, content);
+    const Octets element =
+        (tag & 0x20) != 0 ? Indefinite(tag, ToIndefinite(content)) : Der(tag, content);
     out.insert(out.end(), element.begin(), element.end());
     pos += headerLen + len;
   }
@@ -83,7 +88,9 @@ std::string SerialHex(const sxCert &cert) {
   return EncodeHex(octets, static_cast<size_t>(len));
 }
 
-std::string KeyHash(const sxCert &cert) { return EncodeHex(cert.PubKey()->PublicKeyHash(), kPublicKeyHashLen); }
+std::string KeyHash(const sxCert &cert) {
+  return EncodeHex(cert.PubKey()->PublicKeyHash(), kPublicKeyHashLen);
+}
 
 void ExpectSameFields(const sxCert &a, const sxCert &b) {
   ASSERT_EQ(1, a.OK()) << a.Error().getstr();
@@ -138,15 +145,15 @@ TEST(sxCert, TellsDerFromPem) {
   const TestCert made("CN=a", nullptr, CaOptions());
   const Octets der = DerOf(*made.Get());
   const std::string pem = Pem(der);
-  for (const std::string &text : {pem, pem.substr(0, pem.size() - 1), pem + "\n",
-                                  WithLineEnds(pem, "\r\n")}) {
+  for (const std::string &text :
+       {pem, pem.substr(0, pem.size() - 1), pem + "\n", WithLineEnds(pem, "\r\n")}) {
     SCOPED_TRACE(text);
     const sxCert cert = CertOf(Text(text));
     ExpectSameFields(*made.Get(), cert);
-    EXPECT_EQ(der, DerOf(cert));   // what is kept is the DER
+    EXPECT_EQ(der, DerOf(cert));  // what is kept is the DER
     EXPECT_EQ(1, cert == *made.Get());
   }
-  const std::string joined = WithLineEnds(pem, "");   // lines of another length
+  const std::string joined = WithLineEnds(pem, "");  // lines of another length
   std::string wide = "-----BEGIN CERTIFICATE-----";
   for (size_t i = 27; i + 25 < joined.size(); i += 76) {
     wide += "\n" + joined.substr(i, std::min<size_t>(76, joined.size() - 25 - i));
@@ -173,22 +180,39 @@ TEST(sxCert, SaysWhatIsWrong) {
   const BrokenCase kCases[] = {
       {"nothing", [](const sxCert &) { return Octets(); }, "Empty data"},
       {"no certificate", [](const sxCert &) { return DecodeHex("3000"); }, kUndecodable},
-      {"an octet behind it", [](const sxCert &c) { return Joined({DerOf(c), {0}}); }, kUndecodable},
+      {"an octet behind it",
+       [](const sxCert &c) {
+         return Joined({DerOf(c), {0}});
+       },
+       kUndecodable},
       {"PEM of no certificate", [](const sxCert &) { return Text(Pem(DecodeHex("3000"))); },
        "Error Decoding DER buffer after Base64 conversion."},
-      {"a DSA key", [](const sxCert &c) { return Edited(c, [](sxASN_Certificate &t) { SetKeyAlgorithm(t, sxASN_dsa); }); },
+      {"a DSA key",
+       [](const sxCert &c) {
+         return Edited(c, [](sxASN_Certificate &t) { SetKeyAlgorithm(t, sxASN_dsa); });
+       },
        "DSA key not supported"},
       {"an unknown kind of key",
-       [](const sxCert &c) { return Edited(c, [](sxASN_Certificate &t) { SetKeyAlgorithm(t, sxASN_sha1); }); }, "Not RSA key"},
+       [](const sxCert &c) {
+         return Edited(c, [](sxASN_Certificate &t) { SetKeyAlgorithm(t, sxASN_sha1); });
+       },
+       "Not RSA key"},
       {"an EC key called RSA",
-       [](const sxCert &c) { return Edited(c, [](sxASN_Certificate &t) { SetKeyAlgorithm(t, sxASN_rsaEncryption); }); },
+       [](const sxCert &c) {
+         return Edited(c, [](sxASN_Certificate &t) { SetKeyAlgorithm(t, sxASN_rsaEncryption); });
+       },
        "Error decoding key"},
       {"or by a signature's name",
-       [](const sxCert &c) { return Edited(c, [](sxASN_Certificate &t) { SetKeyAlgorithm(t, sxASN_sha256WithRSAEncryption); }); },
+       [](const sxCert &c) {
+         return Edited(
+             c, [](sxASN_Certificate &t) { SetKeyAlgorithm(t, sxASN_sha256WithRSAEncryption); });
+       },
        "Error decoding key"},
       {"a point that is none",
        [](const sxCert &c) {
-         return Edited(c, [](sxASN_Certificate &t) { t.tbsCertificate->subjectPublicKeyInfo->subjectPublicKey->ClearBit(5); });
+         return Edited(c, [](sxASN_Certificate &t) {
+           t.tbsCertificate->subjectPublicKeyInfo->subjectPublicKey->ClearBit(5);
+         });
        },
        "Error decoding ECDSA key"},
       {"unused bits in the key",
@@ -203,7 +227,8 @@ TEST(sxCert, SaysWhatIsWrong) {
       {"no curve",
        [](const sxCert &c) {
          return Edited(c, [](sxASN_Certificate &t) {
-           delete std::exchange(t.tbsCertificate->subjectPublicKeyInfo->algorithm->parameters, nullptr);
+           delete std::exchange(t.tbsCertificate->subjectPublicKeyInfo->algorithm->parameters,
+                                nullptr);
          });
        },
        "Error decoding ECDSA key"},
@@ -220,7 +245,7 @@ TEST(sxCert, SaysWhatIsWrong) {
     log.Clear();
     EXPECT_EQ(nullptr, sxCert_Decode(octets.data(), LenOf(octets)));
     EXPECT_EQ(!octets.empty(), log.Has(std::string("sxCert_Decode: ") + c.error));
-    cert.Issuer(), cert.PubKey(), cert.Extensions();   // may all be asked
+    cert.Issuer(), cert.PubKey(), cert.Extensions();  // may all be asked
   }
   EXPECT_STREQ("Empty data", sxCert(nullptr, 5).Error().getstr());
 }
@@ -268,9 +293,9 @@ TEST(sxCert, BerHasTheSameFields) {
   const Octets content(der.begin() + 4, der.end());
   const sxCert outer = CertOf(Indefinite(0x30, content));
   ExpectSameFields(*made.Get(), outer);
-  EXPECT_EQ(0, outer.VerifySig(made.Get()->PubKey()));   // the signed octets are the same
+  EXPECT_EQ(0, outer.VerifySig(made.Get()->PubKey()));  // the signed octets are the same
   ExpectSameFields(*made.Get(), CertOf(ToIndefinite(der)));
-  EXPECT_NE(0, CertOf(ToIndefinite(der)).VerifySig(made.Get()->PubKey()));   // and here they are not
+  EXPECT_NE(0, CertOf(ToIndefinite(der)).VerifySig(made.Get()->PubKey()));  // and here they are not
 
   const Octets serial = DecodeHex("02050102030405");
   const auto at = std::search(der.begin(), der.end(), serial.begin(), serial.end());
@@ -299,10 +324,12 @@ TEST(sxCert, VersionOneHasNeitherNumberNorExtensions) {
 // A name may be empty or hold values without text; the certificate is one all the same.
 TEST(sxCert, NamesNeedNoText) {
   const TestCert made("CN=a", nullptr);
-  const sxCert empty = CertOf(Edited(*made.Get(), [](sxASN_Certificate &t) { t.tbsCertificate->subject->Clear(); }));
+  const sxCert empty =
+      CertOf(Edited(*made.Get(), [](sxASN_Certificate &t) { t.tbsCertificate->subject->Clear(); }));
   ASSERT_EQ(1, empty.OK());
   EXPECT_STREQ("", empty.Subject()->GetStr());
-  const Octets name = Der(0x30, Der(0x31, Der(0x30, {DecodeHex("0603550403"), Indefinite(0xA0, Der(0x05, Octets()))})));
+  const Octets name = Der(
+      0x30, Der(0x31, Der(0x30, {DecodeHex("0603550403"), Indefinite(0xA0, Der(0x05, Octets()))})));
   const sxCert odd = CertOf(Edited(*made.Get(), [&name](sxASN_Certificate &t) {
     EXPECT_EQ(0, sxASN_DecodeBuf(*t.tbsCertificate->subject, Chars(name), LenOf(name)));
   }));
@@ -327,7 +354,7 @@ TEST(sxCert, EqualOctetsAreEqual) {
   const TestCert a("CN=a", nullptr);
   TestCertOptions sameKey;
   sameKey.keyOf = &a;
-  const TestCert b("CN=a", nullptr, sameKey);   // another signature
+  const TestCert b("CN=a", nullptr, sameKey);  // another signature
   EXPECT_EQ(1, *a.Get() == *a.Get());
   EXPECT_EQ(1, *a.Get() == CertOf(DerOf(*a.Get())));
   EXPECT_EQ(0, *a.Get() == *b.Get());
@@ -379,7 +406,8 @@ std::string WithKeywords(const std::string &name) {
     const size_t equals = name.find('=', pos);
     const bool atStart = pos == 0 || name[pos - 1] == ',' || name[pos - 1] == '+';
     const std::string type = name.substr(pos, equals - pos);
-    if (!atStart || type.find('.') == std::string::npos || type.find_first_not_of("0123456789.") != std::string::npos) {
+    if (!atStart || type.find('.') == std::string::npos ||
+        type.find_first_not_of("0123456789.") != std::string::npos) {
       out += name[pos++];
       continue;
     }
@@ -412,31 +440,41 @@ std::string Unescaped(const char *text) {
 std::string UpperSerial(const sxCert &cert) {
   std::string hex = SerialHex(cert);
   while (hex.size() > 2 && hex.compare(0, 2, "00") == 0) hex.erase(0, 2);
-  std::transform(hex.begin(), hex.end(), hex.begin(), [](unsigned char c) { return std::toupper(c); });
+  std::transform(hex.begin(), hex.end(), hex.begin(),
+                 [](unsigned char c) { return std::toupper(c); });
   return hex;
 }
 
 // Seconds that a date of the command stands for, clamped as certificates' are.
 int ClampedSeconds(const std::string &isoDate) {
   std::string digits;
-  std::copy_if(isoDate.begin(), isoDate.end(), std::back_inserter(digits), [](char c) { return c >= '0' && c <= '9'; });
+  std::copy_if(isoDate.begin(), isoDate.end(), std::back_inserter(digits),
+               [](char c) { return c >= '0' && c <= '9'; });
   digits += 'Z';
-  return sxGeneralTime2time(reinterpret_cast<const unsigned char *>(digits.data()), static_cast<int>(digits.size()));
+  return sxGeneralTime2time(reinterpret_cast<const unsigned char *>(digits.data()),
+                            static_cast<int>(digits.size()));
 }
 
 const char *DigestName(int mdType) {
   switch (mdType) {
-    case 1: return "md5";
-    case 2: return "sha1";
-    case 5: return "sha256";
-    case 6: return "sha384";
-    case 7: return "sha512";
-    default: return "(no digest)";
+    case 1:
+      return "md5";
+    case 2:
+      return "sha1";
+    case 5:
+      return "sha256";
+    case 6:
+      return "sha384";
+    case 7:
+      return "sha512";
+    default:
+      return "(no digest)";
   }
 }
 
 std::string Lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return std::tolower(c); });
   return text;
 }
 
@@ -449,15 +487,18 @@ void ExpectFieldsOf(const sxCert &cert, const Peer &peer) {
   EXPECT_EQ(peer.issuer, Unescaped(cert.Issuer()->GetStr()));
   EXPECT_EQ(peer.subject, Unescaped(cert.Subject()->GetStr()));
   EXPECT_EQ(peer.keyBits, std::to_string(cert.PubKey()->GetLen(sxPK_len_bits)));
-  EXPECT_NE(std::string::npos, Lower(peer.algorithm).find(DigestName(cert.signatureHashAlgorithm()))) << peer.algorithm;
+  EXPECT_NE(std::string::npos,
+            Lower(peer.algorithm).find(DigestName(cert.signatureHashAlgorithm())))
+      << peer.algorithm;
   EXPECT_EQ(peer.algorithm.find("ecdsa") == 0 ? 3 : 0, cert.signatureSignAlgorithm());
 }
 
 // Every file that the pattern names: its fields here and there. @return how many there were
 int CompareFiles(const std::string &pattern) {
-  const std::string all = RunCommand("for f in " + pattern +
-                                     "; do echo \"== $f\"; openssl x509 -in $f -noout -serial -dates -dateopt iso_8601 "
-                                     "-issuer -subject -nameopt oid,dn_rev,sep_comma_plus,utf8 -text; done");
+  const std::string all =
+      RunCommand("for f in " + pattern +
+                 "; do echo \"== $f\"; openssl x509 -in $f -noout -serial -dates -dateopt iso_8601 "
+                 "-issuer -subject -nameopt oid,dn_rev,sep_comma_plus,utf8 -text; done");
   int numFiles = 0;
   for (size_t pos = all.find("== "), next; pos != std::string::npos; pos = next) {
     next = all.find("\n== ", pos);
@@ -470,7 +511,7 @@ int CompareFiles(const std::string &pattern) {
     const sxCert cert(octets.Data(), octets.Len());
     ExpectFieldsOf(cert, ReadPeer(part));
     if (cert.OK() == 0) continue;
-    EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));   // they are all self-signed
+    EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));  // they are all self-signed
     ++numFiles;
   }
   return numFiles;
@@ -480,16 +521,22 @@ TEST(sxCert, ReadsGeneratedCertificatesAsOpensslDoes) {
   const TempDir dir;
   const std::string at = dir.Path() + "/";
   const auto make = [&at](const char *name, const char *key, const char *rest) {
-    RunCommand("openssl req -x509 -nodes -keyout " + at + "key -out " + at + name + ".pem -newkey " + key + " " + rest + " 2>/dev/null");
+    RunCommand("openssl req -x509 -nodes -keyout " + at + "key -out " + at + name +
+               ".pem -newkey " + key + " " + rest + " 2>/dev/null");
   };
-  make("rsa", "rsa:2048", "-sha256 -subj '/C=DE/O=Ex \"quoted\"/CN=host.example' -days 10000 -set_serial 0x00");
-  make("rsa-utf8", "rsa:1024", "-sha1 -utf8 -subj '/O=Käse/CN=x@y/emailAddress=a@b' -set_serial 0x80");
+  make("rsa", "rsa:2048",
+       "-sha256 -subj '/C=DE/O=Ex \"quoted\"/CN=host.example' -days 10000 -set_serial 0x00");
+  make("rsa-utf8", "rsa:1024",
+       "-sha1 -utf8 -subj '/O=Käse/CN=x@y/emailAddress=a@b' -set_serial 0x80");
   make("rsa-long", "rsa:1536", "-sha512 -subj '/DC=ex/OU=b/CN=a' -set_serial 0x7F00000001");
   for (const char *curve : {"prime256v1", "secp384r1", "secp521r1"}) {
-    make(curve, (std::string("ec -pkeyopt ec_paramgen_curve:") + curve).c_str(), "-sha384 -subj '/CN=ec' -set_serial 0xFFFFFFFF");
+    make(curve, (std::string("ec -pkeyopt ec_paramgen_curve:") + curve).c_str(),
+         "-sha384 -subj '/CN=ec' -set_serial 0xFFFFFFFF");
   }
-  RunCommand("cd " + at + "; openssl req -new -nodes -newkey rsa:2048 -keyout key -subj /CN=v1 -out csr 2>/dev/null; "
-             "openssl x509 -req -in csr -signkey key -set_serial 5 -out v1.pem 2>/dev/null");
+  RunCommand(
+      "cd " + at +
+      "; openssl req -new -nodes -newkey rsa:2048 -keyout key -subj /CN=v1 -out csr 2>/dev/null; "
+      "openssl x509 -req -in csr -signkey key -set_serial 5 -out v1.pem 2>/dev/null");
   EXPECT_EQ(7, CompareFiles(at + "*.pem"));
 }
 
@@ -499,17 +546,18 @@ TEST(sxCert, ReadsPublicRootsAsOpensslDoes) {
 
 TEST(sxCert, RefusesEdwardsKeys) {
   const TempDir dir;
-  RunCommand("openssl req -x509 -nodes -newkey ed25519 -keyout " + dir.File("key") + " -out " + dir.File("c.pem") +
-             " -subj /CN=ed 2>/dev/null");
+  RunCommand("openssl req -x509 -nodes -newkey ed25519 -keyout " + dir.File("key") + " -out " +
+             dir.File("c.pem") + " -subj /CN=ed 2>/dev/null");
   kxBinBuf octets;
   ASSERT_EQ(0, sxCert_AsnBufFromFile(dir.File("c.pem").c_str(), octets, nullptr));
   EXPECT_STREQ("Not RSA key", sxCert(octets.Data(), octets.Len()).Error().getstr());
 }
 
 TEST(sxCert, SupportsTheKeyAlgorithmsOfItsList) {
-  for (const sxAsnOid *oid : {&sxASN_rsaEncryption, &sxASN_md5WithRSAEncryption, &sxASN_sha1WithRSAEncryption,
-                              &sxASN_sha_1WithRSAEncryption, &sxASN_sha256WithRSAEncryption, &sxASN_sha384WithRSAEncryption,
-                              &sxASN_sha512WithRSAEncryption, &sxASN_ECDSAPublicKey}) {
+  for (const sxAsnOid *oid :
+       {&sxASN_rsaEncryption, &sxASN_md5WithRSAEncryption, &sxASN_sha1WithRSAEncryption,
+        &sxASN_sha_1WithRSAEncryption, &sxASN_sha256WithRSAEncryption,
+        &sxASN_sha384WithRSAEncryption, &sxASN_sha512WithRSAEncryption, &sxASN_ECDSAPublicKey}) {
     EXPECT_EQ(1, isSupportedSignatureAlgorithm(*oid));
   }
   EXPECT_EQ(0, isSupportedSignatureAlgorithm(sxASN_sha256WithECDSAEncryption));

@@ -12,7 +12,9 @@
 
 namespace {
 
-Octets DerOf(const TestCert &cert) { return Octets(cert.Get()->GetBuf(), cert.Get()->GetBuf() + cert.Get()->BufLen()); }
+Octets DerOf(const TestCert &cert) {
+  return Octets(cert.Get()->GetBuf(), cert.Get()->GetBuf() + cert.Get()->BufLen());
+}
 
 TEST(sxCerts, HolesStayAndAddGoesBehindTheTop) {
   const TestCert a("CN=a", nullptr), b("CN=b", nullptr), c("CN=c", nullptr), d("CN=d", nullptr);
@@ -31,11 +33,11 @@ TEST(sxCerts, HolesStayAndAddGoesBehindTheTop) {
   EXPECT_EQ(nullptr, certs.Get(1));
   EXPECT_EQ(0, certs.Del(3));
   EXPECT_EQ(0, certs.Del(2));
-  EXPECT_EQ(0, certs.Top());   // holes at the top are no members
+  EXPECT_EQ(0, certs.Top());  // holes at the top are no members
   certs.Add(d.Ref());
   EXPECT_EQ(d.Get(), certs.Get(1));
   for (const int outside : {-1, 10}) {
-    EXPECT_EQ(-1, certs.Set(outside, a.Get()));   // not adopted
+    EXPECT_EQ(-1, certs.Set(outside, a.Get()));  // not adopted
     EXPECT_EQ(-1, certs.Del(outside));
     EXPECT_EQ(nullptr, certs.Get(outside));
   }
@@ -55,7 +57,7 @@ TEST(sxCerts, AdoptsReferences) {
   const TestCert a("CN=a", nullptr), b("CN=b", nullptr);
   auto certs = std::make_unique<sxCerts>(1);
   EXPECT_EQ(0, certs->Set(0, a.Ref()));
-  EXPECT_EQ(0, certs->Set(0, b.Ref()));   // drops the old one
+  EXPECT_EQ(0, certs->Set(0, b.Ref()));  // drops the old one
   sxCerts copy(*certs);
   sxCerts assigned;
   assigned = copy;
@@ -108,7 +110,7 @@ TEST(sxCerts, GoesIntoOctetsAndBack) {
     sxCerts_Free(back);
   }
 
-  certs.Del(0);   // the first hole ends the sequence
+  certs.Del(0);  // the first hole ends the sequence
   ASSERT_EQ(2, sxCerts_2buf(&certs, out.data(), LenOf(out)));
   sxCerts *none = sxCerts_buf2Certs(out.data(), 2);
   ASSERT_NE(nullptr, none);
@@ -123,8 +125,9 @@ TEST(sxCerts, RefusesWhatIsNoSequenceOfCertificates) {
     const Octets prefix(good.begin(), good.begin() + static_cast<long>(len));
     EXPECT_EQ(nullptr, sxCerts_buf2Certs(prefix.data(), LenOf(prefix))) << len;
   }
-  for (const Octets &bad : {Joined({good, {0}}), Der(0x31, DerOf(a)), Der(0x30, {DerOf(a), {0x05, 0x00}}),
-                            Joined({{0x30, 0x80}, DerOf(a)}), Joined({{0x30, 0x80}, DerOf(a), {0x00, 0x01}})}) {
+  for (const Octets &bad :
+       {Joined({good, {0}}), Der(0x31, DerOf(a)), Der(0x30, {DerOf(a), {0x05, 0x00}}),
+        Joined({{0x30, 0x80}, DerOf(a)}), Joined({{0x30, 0x80}, DerOf(a), {0x00, 0x01}})}) {
     EXPECT_EQ(nullptr, sxCerts_buf2Certs(bad.data(), LenOf(bad)));
   }
   EXPECT_EQ(nullptr, sxCerts_buf2Certs(nullptr, 5));

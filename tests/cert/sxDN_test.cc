@@ -27,7 +27,9 @@ std::string DerOf(const sxDN &dn) {
 
 TEST(sxDN, EncodesTheRootMostRdnFirst) {
   const sxDN dn("cn=Foo, o=Bar ,c=US");
-  EXPECT_EQ("3029310b3009060355040613025553310c300a060355040a1303426172310c300a06035504031303466f6f", DerOf(dn));
+  EXPECT_EQ(
+      "3029310b3009060355040613025553310c300a060355040a1303426172310c300a06035504031303466f6f",
+      DerOf(dn));
   EXPECT_EQ(3, dn.Count());
   EXPECT_EQ("3000", DerOf(sxDN("")));
   EXPECT_EQ("-", DerOf(sxDN()));
@@ -40,7 +42,9 @@ TEST(sxDN, SortsAnRdnInItsEncodingOnly) {
 }
 
 TEST(sxDN, EncodesUpTo4096Octets) {
-  const auto named = [](size_t valueLen) { return sxDN(("CN=" + std::string(valueLen, 'a')).c_str()); };
+  const auto named = [](size_t valueLen) {
+    return sxDN(("CN=" + std::string(valueLen, 'a')).c_str());
+  };
   // Five headers of four octets each but the type's five: 4096 - 4 * 4 - 5.
   EXPECT_EQ(4096U * 2, DerOf(named(4075)).size());
   EXPECT_EQ("-", DerOf(named(4076)));
@@ -50,7 +54,7 @@ TEST(sxDN, EncodesUpTo4096Octets) {
 TEST(sxDN, CopiesShareNothing) {
   auto first = std::make_unique<sxDN>("CN=a,O=b");
   const char *text = first->GetStr();
-  EXPECT_EQ(text, first->GetStr());   // computed once
+  EXPECT_EQ(text, first->GetStr());  // computed once
   sxDN copy(*first);
   sxDN assigned;
   assigned = copy;
@@ -83,14 +87,19 @@ struct RemoveCase {
 
 TEST(sxDN, RemoveCNLooksAtTheMostSpecificRdnOnly) {
   constexpr RemoveCase kCases[] = {
-      {"CN=x,C=z", 1, "C=z"},          {"CN=x+OU=u,C=z", 1, "C=z"},   {"OU=u+CN=x,C=z", 1, "C=z"},
-      {"OU=u,CN=x,C=z", 0, "OU=u,CN=x,C=z"}, {"CN=x", 1, ""},           {"", 0, ""},
-      {"XX=y", 0, "(null)"},           {"CN=x,CN=y", 1, "CN=y"},
+      {"CN=x,C=z", 1, "C=z"},
+      {"CN=x+OU=u,C=z", 1, "C=z"},
+      {"OU=u+CN=x,C=z", 1, "C=z"},
+      {"OU=u,CN=x,C=z", 0, "OU=u,CN=x,C=z"},
+      {"CN=x", 1, ""},
+      {"", 0, ""},
+      {"XX=y", 0, "(null)"},
+      {"CN=x,CN=y", 1, "CN=y"},
   };
   for (const RemoveCase &c : kCases) {
     SCOPED_TRACE(c.name);
     sxDN dn(c.name);
-    TextOf(dn), DerOf(dn), dn.Hash();   // what is kept must not outlive the change
+    TextOf(dn), DerOf(dn), dn.Hash();  // what is kept must not outlive the change
     EXPECT_EQ(c.removed, dn.RemoveCN());
     EXPECT_EQ(c.left, TextOf(dn));
     EXPECT_EQ(DerOf(sxDN(c.left)), DerOf(dn));
@@ -100,7 +109,10 @@ TEST(sxDN, RemoveCNLooksAtTheMostSpecificRdnOnly) {
 
 TEST(sxDN, RemoveOidTakesTheRootMostRdnWithTheType) {
   constexpr RemoveCase kCases[] = {
-      {"OU=a,OU=b,C=z", 1, "OU=a,C=z"}, {"OU=a,CN=x+OU=b,C=z", 1, "OU=a,C=z"}, {"CN=x", 0, "CN=x"}, {"XX=y", 0, "(null)"},
+      {"OU=a,OU=b,C=z", 1, "OU=a,C=z"},
+      {"OU=a,CN=x+OU=b,C=z", 1, "OU=a,C=z"},
+      {"CN=x", 0, "CN=x"},
+      {"XX=y", 0, "(null)"},
   };
   for (const RemoveCase &c : kCases) {
     SCOPED_TRACE(c.name);
@@ -116,8 +128,8 @@ struct SubCase {
   const char *name;
   const char *sub;
   int rc;
-  int whole;          // 7: untouched
-  const char *left;   // "old": untouched
+  int whole;         // 7: untouched
+  const char *left;  // "old": untouched
 };
 constexpr SubCase kSubCases[] = {
     {"anywhere", "CN=a,OU=b,O=c,C=d", "C=d,OU=B", 1, 1, "CN=a,O=c"},
@@ -143,7 +155,7 @@ TEST(sxDN, RemoveSubDNIgnoresPlaces) {
   }
   sxDN dn("CN=a,O=b");
   int whole = 0;
-  EXPECT_EQ(1, dn.RemoveSubDN(sxDN("O=b"), dn, whole));   // the result may replace the name
+  EXPECT_EQ(1, dn.RemoveSubDN(sxDN("O=b"), dn, whole));  // the result may replace the name
   EXPECT_EQ("CN=a", TextOf(dn));
 }
 
@@ -167,7 +179,7 @@ TEST(sxDN, GetRDNPrintsTheMostSpecificValue) {
   char buf[8] = "old";
   EXPECT_EQ(0, dn.GetCN(buf, sizeof buf));
   EXPECT_STREQ("a\\,b", buf);
-  EXPECT_EQ(-1, dn.GetCN(buf, 4));   // four characters and the NUL
+  EXPECT_EQ(-1, dn.GetCN(buf, 4));  // four characters and the NUL
   EXPECT_EQ(0, dn.GetCN(buf, 5));
   EXPECT_EQ(0, dn.GetOU(buf, sizeof buf));
   EXPECT_STREQ("u", buf);
@@ -205,10 +217,15 @@ TEST(sxDN, BerTwinsAreTheSameName) {
       {"plain", NameOf({c, cn})},
       {"indefinite name", Indefinite(0x30, Joined({Der(0x31, c), Der(0x31, cn)}))},
       {"indefinite RDN", Der(0x30, {Indefinite(0x31, c), Der(0x31, cn)})},
-      {"indefinite AVA", Der(0x30, {Der(0x31, c), Der(0x31, Indefinite(0x30, Joined({type, Der(kPrintable, Text("ab"))})))})},
-      {"long length", Der(0x30, {Der(0x31, c), {0x31, 0x84, 0, 0, 0, static_cast<unsigned char>(cn.size())}, cn})},
-      {"constructed string", Der(0x30, {Der(0x31, c), Der(0x31, Der(0x30, {type, Der(0x33, octetSegments)}))})},
-      {"indefinite string", Der(0x30, {Der(0x31, c), Der(0x31, Der(0x30, {type, Indefinite(0x33, octetSegments)}))})},
+      {"indefinite AVA",
+       Der(0x30, {Der(0x31, c),
+                  Der(0x31, Indefinite(0x30, Joined({type, Der(kPrintable, Text("ab"))})))})},
+      {"long length",
+       Der(0x30, {Der(0x31, c), {0x31, 0x84, 0, 0, 0, static_cast<unsigned char>(cn.size())}, cn})},
+      {"constructed string",
+       Der(0x30, {Der(0x31, c), Der(0x31, Der(0x30, {type, Der(0x33, octetSegments)}))})},
+      {"indefinite string",
+       Der(0x30, {Der(0x31, c), Der(0x31, Der(0x30, {type, Indefinite(0x33, octetSegments)}))})},
   };
   for (const auto &twin : kTwins) {
     SCOPED_TRACE(twin.what);
@@ -234,7 +251,8 @@ TEST(sxDN, KeepsNamesWithValuesOfOtherTypes) {
   };
   for (const auto &v : kValues) {
     SCOPED_TRACE(v.what);
-    const sxDN dn = FromDer(Der(0x30, {Der(0x31, Der(0x30, {type, v.value})), Der(0x31, Ava(kCN, kUtf8, Text("a")))}));
+    const sxDN dn = FromDer(
+        Der(0x30, {Der(0x31, Der(0x30, {type, v.value})), Der(0x31, Ava(kCN, kUtf8, Text("a")))}));
     EXPECT_EQ(2, dn.Count());
     EXPECT_EQ("(null)", TextOf(dn));
     char cn[8];
@@ -250,7 +268,8 @@ TEST(sxDN, KeepsNamesWithValuesOfOtherTypes) {
 TEST(sxDN, RefusesWhatIsNoName) {
   const Octets good = NameOf({Ava(kC, kPrintable, Text("d")), Ava(kCN, kUtf8, Text("a"))});
   ASSERT_EQ(2, FromDer(good).Count());
-  for (int len = 0; len < LenOf(good); ++len) {   // in a block of its own, so that a read past it shows
+  for (int len = 0; len < LenOf(good);
+       ++len) {  // in a block of its own, so that a read past it shows
     const Octets prefix(good.begin(), good.begin() + len);
     EXPECT_EQ(nullptr, FromDer(prefix).GetName()) << len;
   }
@@ -258,20 +277,21 @@ TEST(sxDN, RefusesWhatIsNoName) {
   EXPECT_EQ(nullptr, sxDN(nullptr, 5).GetName());
   EXPECT_EQ(nullptr, sxDN(good.data(), -1).GetName());
   const char *const kBad[] = {
-      "3100",                        // no SEQUENCE
-      "30023000",                    // an RDN that is no SET
-      "3004 3102 3000",              // an AVA without a type
-      "3009 3107 3005 0603550403",   // without a value
-      "3009 3107 3005 0600 130161",  // an empty type
-      "300E 310C 300A 0603550403 130161 0500",   // with something behind the value
-      "300C 310A 3008 0603550403 030108",        // a BIT STRING with eight unused bits
-      "300C 310A 3008 0603550403 030101",        // or one unused bit of none
+      "3100",                                   // no SEQUENCE
+      "30023000",                               // an RDN that is no SET
+      "3004 3102 3000",                         // an AVA without a type
+      "3009 3107 3005 0603550403",              // without a value
+      "3009 3107 3005 0600 130161",             // an empty type
+      "300E 310C 300A 0603550403 130161 0500",  // with something behind the value
+      "300C 310A 3008 0603550403 030108",       // a BIT STRING with eight unused bits
+      "300C 310A 3008 0603550403 030101",       // or one unused bit of none
   };
   for (const char *hex : kBad) EXPECT_EQ(nullptr, FromDer(DecodeHex(hex)).GetName()) << hex;
 }
 
 TEST(sxDN, ManyThreadsReadOneName) {
-  const Octets der = NameOf({Ava("1.2.3", kUtf8, Text("c")), Ava(kO, 0x1E, DecodeHex("006F")), Ava(kCN, kUtf8, Text("\xC3\xA4"))});
+  const Octets der = NameOf({Ava("1.2.3", kUtf8, Text("c")), Ava(kO, 0x1E, DecodeHex("006F")),
+                             Ava(kCN, kUtf8, Text("\xC3\xA4"))});
   for (int round = 0; round < 20; ++round) {
     const sxDN dn = FromDer(der);
     const sxDN other("CN=\xC3\xA4,O=o,OID.1.2.3=c");

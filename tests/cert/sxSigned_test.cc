@@ -59,8 +59,9 @@ class sxSignedTest : public testing::Test {
     RunCommand(std::string("openssl ") + command + " -out " + m_dir.File(name) + " 2>/dev/null");
   }
   CertRef NewCert(const char *key, const std::string &options) const {
-    const std::string der = RunCommand("openssl req -x509 -outform der -set_serial 0x010203 -subj /CN=a -key " +
-                                       m_dir.File(key) + " " + options);
+    const std::string der =
+        RunCommand("openssl req -x509 -outform der -set_serial 0x010203 -subj /CN=a -key " +
+                   m_dir.File(key) + " " + options);
     return Decoded(Text(der));
   }
 
@@ -74,13 +75,14 @@ TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
   NewKey("p256", "ecparam -genkey -noout -name prime256v1");
   NewKey("p384", "ecparam -genkey -noout -name secp384r1");
   NewKey("p521", "ecparam -genkey -noout -name secp521r1");
-  const CertRef otherRsa = (NewKey("rsa2", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024"), NewCert("rsa2", "-sha256"));
+  const CertRef otherRsa = (NewKey("rsa2", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024"),
+                            NewCert("rsa2", "-sha256"));
   const TestCert otherEc("CN=a", nullptr);
   ASSERT_NE(nullptr, otherRsa);
   for (const char *key : {"rsa", "p256", "p384", "p521"}) {
     for (const char *digest : {"-md5", "-sha1", "-sha256", "-sha384", "-sha512"}) {
       const bool isRsa = std::string(key) == "rsa";
-      if (!isRsa && std::string(digest) == "-md5") continue;   // there is no such algorithm
+      if (!isRsa && std::string(digest) == "-md5") continue;  // there is no such algorithm
       SCOPED_TRACE(std::string(key) + " " + digest);
       const CertRef cert = NewCert(key, digest);
       ASSERT_NE(nullptr, cert);
@@ -105,10 +107,13 @@ TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
 TEST_F(sxSignedTest, SaysWhyItCannotVerify) {
   LogCapture log;
   NewKey("rsa", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024");
-  const CertRef pss = NewCert("rsa", "-sha256 -sigopt rsa_padding_mode:pss");   // no algorithm of the table
+  const CertRef pss =
+      NewCert("rsa", "-sha256 -sigopt rsa_padding_mode:pss");  // no algorithm of the table
   ASSERT_NE(nullptr, pss);
   EXPECT_EQ(kKeyNotImplemented, pss->VerifySig(pss->PubKey()));
-  EXPECT_TRUE(log.Has("sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest 3, family -1, key 0)"));
+  EXPECT_TRUE(
+      log.Has("sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest 3, family "
+              "-1, key 0)"));
   EXPECT_EQ(kKeyNotUsable, pss->VerifySig(nullptr));
   sxPubKey unusable(nullptr);
   EXPECT_EQ(kKeyNotUsable, pss->VerifySig(&unusable));
@@ -162,14 +167,15 @@ TEST_F(sxSignedTest, RemembersSuccessesOnly) {
   EXPECT_EQ((Counts{0, 1, 1}), counts());
   EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
   EXPECT_EQ((Counts{1, 1, 1}), counts());
-  const CertRef twin = Decoded(DerOf(cert));   // another object of the same octets and the same key
+  const CertRef twin = Decoded(DerOf(cert));  // another object of the same octets and the same key
   EXPECT_EQ(0, twin->VerifySig(twin->PubKey()));
   EXPECT_EQ((Counts{2, 1, 1}), counts());
 
   const CertRef bad = WithLastOctetChanged(cert);
   for (int i = 0; i < 2; ++i) {
     EXPECT_NE(0, bad->VerifySig(cert.PubKey()));
-    EXPECT_NE(0, cert.VerifySig(b.Get()->PubKey()));   // a success with one key says nothing of another
+    EXPECT_NE(0,
+              cert.VerifySig(b.Get()->PubKey()));  // a success with one key says nothing of another
   }
   EXPECT_EQ((Counts{2, 5, 1}), counts());
 
@@ -196,7 +202,8 @@ TEST_F(sxSignedTest, MemoryIsBounded) {
   sxSignatureCache_SetSize(64);
   sxSignatureKey key{};
   const auto numbered = [&key](unsigned i) -> const sxSignatureKey & {
-    for (size_t at = 0; at < key.size(); ++at) key[at] = static_cast<unsigned char>((i + 1) * 2654435761U >> (at % 4 * 8));
+    for (size_t at = 0; at < key.size(); ++at)
+      key[at] = static_cast<unsigned char>((i + 1) * 2654435761U >> (at % 4 * 8));
     return key;
   };
   for (unsigned i = 0; i < 1000; ++i) {

@@ -14,10 +14,12 @@
 namespace {
 
 int UtcTime(const std::string &text) {
-  return sxUTCTime2time(reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size()));
+  return sxUTCTime2time(reinterpret_cast<const unsigned char *>(text.data()),
+                        static_cast<int>(text.size()));
 }
 int GeneralTime(const std::string &text) {
-  return sxGeneralTime2time(reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size()));
+  return sxGeneralTime2time(reinterpret_cast<const unsigned char *>(text.data()),
+                            static_cast<int>(text.size()));
 }
 
 struct TimeCase {
@@ -101,13 +103,17 @@ TEST(TimeText, AgreesWithTheCalendar) {
   std::string input;
   std::string texts[kNumDates];
   for (std::string &text : texts) {
-    const auto in = [&random](unsigned from, unsigned to) { return from + random() % (to - from + 1); };
+    const auto in = [&random](unsigned from, unsigned to) {
+      return from + random() % (to - from + 1);
+    };
     char line[64];
     const unsigned year = in(1902, 2037), month = in(1, 12), day = in(1, 28);
     const unsigned hour = in(0, 23), minute = in(0, 59), second = in(0, 59);
-    std::snprintf(line, sizeof line, "%04u-%02u-%02u %02u:%02u:%02u\n", year, month, day, hour, minute, second);
+    std::snprintf(line, sizeof line, "%04u-%02u-%02u %02u:%02u:%02u\n", year, month, day, hour,
+                  minute, second);
     input += line;
-    std::snprintf(line, sizeof line, "%04u%02u%02u%02u%02u%02uZ", year, month, day, hour, minute, second);
+    std::snprintf(line, sizeof line, "%04u%02u%02u%02u%02u%02uZ", year, month, day, hour, minute,
+                  second);
     text = line;
   }
   const std::string output = RunCommand("printf '" + input + "' | date -u -f - +%s");
@@ -118,7 +124,7 @@ TEST(TimeText, AgreesWithTheCalendar) {
     const long expected = std::strtol(line, &end, 10);
     ASSERT_NE(line, end);
     line = end;
-    if (text.compare(0, 8, "19700101") == 0) continue;   // 0 by intent
+    if (text.compare(0, 8, "19700101") == 0) continue;  // 0 by intent
     EXPECT_EQ(expected, GeneralTime(text));
     if (text.compare(0, 4, "1950") < 0) continue;
     EXPECT_EQ(expected, UtcTime(text.substr(2)));
@@ -131,7 +137,8 @@ TEST(TimeText, TakesTheChoice) {
   EXPECT_EQ(-1, sxASN_Time2time(&time));
   time.Set_utcTime(sxAsnUTCTime(reinterpret_cast<const unsigned char *>("000229123456Z")));
   EXPECT_EQ(951827696, sxASN_Time2time(&time));
-  time.Set_generalTime(sxAsnGeneralizedTime(reinterpret_cast<const unsigned char *>("20000229123456Z")));
+  time.Set_generalTime(
+      sxAsnGeneralizedTime(reinterpret_cast<const unsigned char *>("20000229123456Z")));
   EXPECT_EQ(951827696, sxASN_Time2time(&time));
 }
 

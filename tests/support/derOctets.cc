@@ -19,7 +19,8 @@ Octets Der(int tag, const Octets &content) {
   if (len >= 0x80) {
     const int numOctets = len < 0x100 ? 1 : len < 0x10000 ? 2 : 3;
     element.push_back(static_cast<unsigned char>(0x80 + numOctets));
-    for (int i = numOctets - 1; i > 0; --i) element.push_back(static_cast<unsigned char>(len >> (8 * i)));
+    for (int i = numOctets - 1; i > 0; --i)
+      element.push_back(static_cast<unsigned char>(len >> (8 * i)));
   }
   element.push_back(static_cast<unsigned char>(len));
   element.insert(element.end(), content.begin(), content.end());

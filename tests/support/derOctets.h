@@ -32,7 +32,9 @@ constexpr char kO[] = "2.5.4.10";
 constexpr int kPrintable = 0x13;
 constexpr int kUtf8 = 0x0C;
 
-inline const char *Chars(const Octets &octets) { return reinterpret_cast<const char *>(octets.data()); }
+inline const char *Chars(const Octets &octets) {
+  return reinterpret_cast<const char *>(octets.data());
+}
 inline int LenOf(const Octets &octets) { return static_cast<int>(octets.size()); }
 
 #endif

@@ -26,7 +26,7 @@ using TimePtr = std::unique_ptr<ASN1_TIME, Free<ASN1_TIME_free>>;
 
 // A CRL with that many entries, numbered from 300 on; version 1 without an entry.
 Octets MadeCrl(int numEntries) {
-  const std::unique_ptr<EVP_PKEY, Free<EVP_PKEY_free>> key(EVP_EC_gen("P-256"));
+  const std::unique_ptr<EVP_PKEY, Free<EVP_PKEY_free>> key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
   const std::unique_ptr<X509_CRL, Free<X509_CRL_free>> crl(X509_CRL_new());
   const std::unique_ptr<X509_NAME, Free<X509_NAME_free>> name(X509_NAME_new());
   const auto *value = reinterpret_cast<const unsigned char *>("ca");

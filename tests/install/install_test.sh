@@ -17,7 +17,7 @@ mv "$work/first" "$work/moved"
 prefix=$work/moved
 libdir=$(dirname "$(find "$prefix" -name libkxcert.so)")
 
-cmake -S "$source/tests/install/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -G Ninja -S "$source/tests/install/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_CXX_COMPILER="$compiler" -DEXAMPLES="$source/examples" >"$work/log" 2>&1 &&
   cmake --build "$work/build" >>"$work/log" 2>&1 || { cat "$work/log" >&2; exit 1; }
 check "$work/build/validate"

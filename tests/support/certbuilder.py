@@ -6,6 +6,7 @@
 import base64
 import calendar
 import hashlib
+import re
 import time
 
 from signingkeys import bit_string, integer, oid, sequence, tlv
@@ -39,10 +40,10 @@ def seconds(text):
 
 def date(text):
     """A Time: UTCTime up to 2049, GeneralizedTime from 2050 on (RFC 5280, 4.1.2.5)."""
-    moment = time.gmtime(seconds(text))
-    if 1950 <= moment.tm_year < 2050:
-        return tlv(0x17, time.strftime("%y%m%d%H%M%SZ", moment).encode())
-    return tlv(0x18, time.strftime("%Y%m%d%H%M%SZ", moment).encode())
+    digits = re.sub(r"\D", "", text + " 00:00:00"[:19 - len(text)])   # no time_t: it may have 32 bits
+    if 1950 <= int(digits[:4]) < 2050:
+        return tlv(0x17, (digits[2:] + "Z").encode())
+    return tlv(0x18, (digits + "Z").encode())
 
 
 def extension(type_oid, value, critical=False):

@@ -118,11 +118,12 @@ int sxSigned_imp::VerifySig(sxPubKey *key) const {
   return VerifyParts(parts, key);
 }
 
-sxSigned_imp::Digest sxSigned_imp::SignedDigest(const Parts &parts) const {
-  return *m_signedDigest.Get([&parts] {
+const sxSigned_imp::Digest *sxSigned_imp::SignedDigest(const Parts &parts) const {
+  return m_signedDigest.Get([&parts]() -> std::unique_ptr<Digest> {
     auto digest = std::make_unique<Digest>();
-    SHA256(parts.toBeSigned.data, parts.toBeSigned.len, digest->data());
-    return digest;
+    const int len = static_cast<int>(digest->size());
+    const int rc = kx_md_hashbuf(sx_md_sha256, parts.toBeSigned.data, parts.toBeSigned.len, digest->data(), len);
+    return rc == 0 ? std::move(digest) : nullptr;
   });
 }
 
@@ -135,15 +136,15 @@ int sxSigned_imp::VerifyParts(const Parts &parts, sxPubKey *key) const {
                 mdType, family, key->algorithm());
     return kKeyNotImplemented;
   }
-  const bool remembers = sxSignatureMemory_IsOn();
+  // Without the digest (libcrypto may refuse it) nothing is remembered and the key decides.
+  const Digest *body = sxSignatureMemory_IsOn() ? SignedDigest(parts) : nullptr;
   sxSignatureKey memoryKey;
-  if (remembers) {
-    const Digest body = SignedDigest(parts);
+  if (body != nullptr) {
     const unsigned char *keyHash = key->PublicKeyHash();
     if (keyHash == nullptr) return kKeyNotUsable;
     SHA256_CTX hash;
     SHA256_Init(&hash);
-    SHA256_Update(&hash, body.data(), body.size());
+    SHA256_Update(&hash, body->data(), body->size());
     SHA256_Update(&hash, keyHash, SHA256_DIGEST_LENGTH);
     SHA256_Update(&hash, parts.algorithmOctets.data, parts.algorithmOctets.len);
     SHA256_Update(&hash, parts.signature.data, parts.signature.len);   // last: the only other one without a fixed end
@@ -151,9 +152,8 @@ int sxSigned_imp::VerifyParts(const Parts &parts, sxPubKey *key) const {
     if (sxSignatureMemory_Knows(memoryKey)) return 0;
   }
   unsigned char digest[kMaxDigestLen];
-  if (remembers && mdType == sx_md_sha256) {
-    const Digest body = SignedDigest(parts);
-    std::memcpy(digest, body.data(), body.size());
+  if (body != nullptr && mdType == sx_md_sha256) {
+    std::memcpy(digest, body->data(), body->size());
   } else if (kx_md_hashbuf(mdType, parts.toBeSigned.data, parts.toBeSigned.len, digest, digestLen) != 0) {
     return kKeyLibraryFailed;
   }
@@ -161,7 +161,7 @@ int sxSigned_imp::VerifyParts(const Parts &parts, sxPubKey *key) const {
   const sxPKop_type op = family == sxPK_RSA ? sxPKop_digest : sxPKop_raw;
   const int rc = key->Verify(op, static_cast<sx_md_type>(mdType), digest, digestLen, parts.signature.data,
                              static_cast<int>(parts.signature.len));
-  if (rc == 0 && remembers) sxSignatureMemory_Keep(memoryKey);
+  if (rc == 0 && body != nullptr) sxSignatureMemory_Keep(memoryKey);
   return rc;
 }
 

@@ -58,7 +58,7 @@ class sxSigned_imp : public sxPKobj_imp {
   int ConvertBuf();         // PEM to DER
   bool ReadParts(Parts *parts) const;
   int VerifyParts(const Parts &parts, sxPubKey *key) const;
-  Digest SignedDigest(const Parts &parts) const;
+  const Digest *SignedDigest(const Parts &parts) const;   // lent; null when it cannot be computed
 
   int32_t m_ok = 1;
   sxString m_error;

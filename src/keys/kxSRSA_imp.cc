@@ -20,6 +20,14 @@ struct SecretBlock {
   unsigned char octets[kMaxRsaBytes];
 };
 
+// Octets of an element with that much content, and of a positive INTEGER (X.690, 8.1.3 and 8.3).
+int ElementLen(int contentLen) { return contentLen + (contentLen < 0x80 ? 2 : contentLen < 0x100 ? 3 : 4); }
+int NumberLen(const BIGNUM *number) { return ElementLen(BN_num_bits(number) / 8 + 1); }
+
+int PublicDerLen(const RSA *rsa) {
+  return ElementLen(NumberLen(RSA_get0_n(rsa)) + NumberLen(RSA_get0_e(rsa)));
+}
+
 }  // namespace
 
 kxSRSA_imp::kxSRSA_imp(RSA *rsa) : m_rsa(rsa) {
@@ -29,6 +37,11 @@ kxSRSA_imp::kxSRSA_imp(RSA *rsa) : m_rsa(rsa) {
 kxSRSA_imp::kxSRSA_imp(sxPK_Format format, const unsigned char *data, int dataLen) {
   if (format == sxPK_public || format == sxPK_private) {
     m_rsa.reset(kxRSA_from_buf(data, dataLen, format == sxPK_private ? 1 : 0));
+  }
+  // Numbers are read in their fewest octets only. When the lengths are short, too, encoding the key
+  // again would give the same octets.
+  if (m_rsa != nullptr && format == sxPK_public && dataLen == PublicDerLen(m_rsa.get())) {
+    m_publicDer.assign(data, data + dataLen);
   }
 }
 
@@ -135,6 +148,9 @@ int kxSRSA_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
   if (format != sxPK_public && format != sxPK_private) {
     herror_func(0, 0, "%s: %d not implemented", kFunc, format);
     return kKeyNotImplemented;
+  }
+  if (format == sxPK_public && !m_publicDer.empty()) {
+    return StoreOctets(m_publicDer.data(), static_cast<int>(m_publicDer.size()), out, outLen);
   }
   kxBinBuf der;
   if (kxRSA_to_buf(m_rsa.get(), der, format == sxPK_private ? 1 : 0) != 0) return kKeyBadInput;

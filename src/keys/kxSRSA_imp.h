@@ -2,6 +2,8 @@
 #ifndef KXCERT_SRC_KEYS_KXSRSA_IMP_H_
 #define KXCERT_SRC_KEYS_KXSRSA_IMP_H_
 
+#include <vector>
+
 #include "kxcert/keys/sxPubKey_imp.h"
 #include "libcryptoTypes.h"
 
@@ -31,7 +33,8 @@ class kxSRSA_imp : public sxPubKey_imp_vc {
   int Nbytes() const { return (Nbits() + 7) / 8; }
 
  private:
-  RsaKey m_rsa;   // null while not OK
+  RsaKey m_rsa;                              // null while not OK
+  std::vector<unsigned char> m_publicDer;    // of a key that came from it; else empty
 };
 
 #endif

@@ -233,6 +233,16 @@ TEST(kxSRSA, ImportsWhatCanBeVerifiedWith) {
   }
 }
 
+// Equality and the key's hash rest on it.
+TEST(kxSRSA, ExportsTheShortestFormOfAKeyWithLongLengths) {
+  const std::string n = OddNumber(1024), shortest = PublicDer(n, "010001");
+  const std::string lengthy = Tlv("30", Tlv("02", n) + "028103010001");
+  const Octets der = DecodeHex(lengthy.c_str());
+  const PubKeyRef key(sxImportRSAKey(sxPK_public, der.data(), Len(der)));
+  ASSERT_NE(nullptr, key);
+  EXPECT_EQ(DecodeHex(shortest.c_str()), Exported(*key, sxPK_public));
+}
+
 TEST(kxSRSA, ImportsPrivateKeysAndNothingElse) {
   Octets der = ReadPem(KeyFile("rsa1024.pem"));
   const PubKeyRef key = RsaTestKey(1024);

@@ -4,7 +4,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 modules=(PKIX1Explicit88 PKIX1Implicit88 SXUTILS CryptographicMessageSyntax PKCS12 PKIXCRMF
          EnrollmentMessageSyntax PKIXCMP OCSP)
-python3 tools/asn1gen/asn1gen.py "$@" src/asn1/modules include/kxcert/asn1/modules "${modules[@]}"
+python3 tools/asn1gen/asn1gen.py "$@" --types src/asn1/modules/allTypes.cc \
+  src/asn1/modules include/kxcert/asn1/modules "${modules[@]}"
 # The tests' own module, and the table of all classes that tests and fuzzers walk.
 imports=()
 for module in "${modules[@]}"; do imports+=(--import "src/asn1/modules/$module.asn1"); done

@@ -137,7 +137,10 @@ int sxAsnBits::BDecConsBits(sxAsnReadBuf &buf, int len, int &bytesDecoded) {
       return -1;
     }
   }
-  if (len < 0) return -1;
+  if (len < 0) {
+    herror_func(0, 0, "sxAsnBits::BDecConsBits: no length (%d). offset = %d", len, buf.GetOffset());
+    return -1;
+  }
   std::vector<unsigned char> joined;
   int bitLen = 0;
   const int startCount = bytesDecoded;

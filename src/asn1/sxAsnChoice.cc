@@ -1,4 +1,7 @@
 // The interpreter of CHOICE (X.690, 8.13).
+#include <memory>
+#include <utility>
+
 #include "element.h"
 #include "kxcert/asn1/sxAsnConstructed.h"
 #include "kxcert/asn1/sxAsnPrint.h"
@@ -83,19 +86,35 @@ int sxAsnChoice::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &b
                 buf.GetOffset());
     return -1;
   }
-  const unsigned char *const element = buf.Element();
-  const unsigned char *const content = buf.Curr();
-  const int contentCount = bytesDecoded;
-  int rc = DecodeAlternative(buf, alternative, tag, len, bytesDecoded);
-  if (rc < 0 && info.elems[alternative].fallBack) {
-    // The identifier alone does not tell this alternative from content of another type: kept raw then.
-    buf.Rewind(content);
-    buf.MarkElement(element);
-    bytesDecoded = contentCount;
-    rc = DecodeAlternative(buf, info.numElems - 1, tag, len, bytesDecoded);
-  }
+  const int rc = info.elems[alternative].fallBack ? DecodeOrKeepRaw(buf, alternative, tag, len, bytesDecoded)
+                                                  : DecodeAlternative(buf, alternative, tag, len, bytesDecoded);
   if (rc < 0) return -1;
   return info.zeroResult ? 0 : 1;
+}
+
+// The identifier alone does not tell this alternative from content of another type. The raw element
+// comes first: it is what stays when the attempt fails, and its end bounds the attempt. Lengths inside
+// may claim all that follows, and copying that for each of many elements would take quadratic time.
+int sxAsnChoice::DecodeOrKeepRaw(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len,
+                                 int &bytesDecoded) {
+  const unsigned char *const content = buf.Curr();
+  const int startCount = bytesDecoded;
+  const int last = Info()->numElems - 1;
+  if (DecodeAlternative(buf, last, tag, len, bytesDecoded) < 0) return -1;
+  std::unique_ptr<sxAsnType> raw(std::exchange(m_value, nullptr));
+  const unsigned char *const end = buf.Curr();
+  const unsigned char *const bufEnd = buf.End();
+  buf.SetEnd(end);
+  buf.Rewind(content);
+  int count = startCount;
+  const int rc = DecodeAlternative(buf, alternative, tag, len, count);
+  buf.SetEnd(bufEnd);
+  if (rc >= 0 && count == bytesDecoded) return 0;
+  buf.Rewind(end);
+  Clean();
+  m_choiceId = last;
+  m_value = raw.release();
+  return 0;
 }
 
 // The identifier and length were read by the caller; the value's content, or the element inside an

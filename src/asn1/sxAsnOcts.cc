@@ -108,7 +108,10 @@ int sxAsnOcts::BDecConsOcts(sxAsnReadBuf &buf, int len, int &bytesDecoded) {
       return -1;
     }
   }
-  if (len < 0 || len > buf.GetLen()) return -1;
+  if (len < 0 || len > buf.GetLen()) {
+    herror_func(0, 0, "sxAsnOcts::BDecConsOcts: no length that fits (%d). offset = %d", len, buf.GetOffset());
+    return -1;
+  }
   unsigned char *const joined = m_octets.Resize(len);   // the segments are shorter: they have headers
   int used = 0;
   // Both bounds hold by subtraction: counts never exceed the input. A segment of length 0 counts one

@@ -7,6 +7,7 @@
 #include "kxcert/platform/textStream.h"
 #include "sxExtension_imp.h"
 #include "sxGeneralName_imp.h"
+#include "sxGeneralNames_imp.h"
 
 class sxAuthorityInfoAccess_imp : public sxExtension_imp {
  public:
@@ -22,10 +23,13 @@ class sxAuthorityInfoAccess_imp : public sxExtension_imp {
   }
 
   int Count() const { return static_cast<int>(m_methods.size()); }
-  const sxAsnOid *Method(int i) const { return i >= 0 && i < Count() ? &m_methods[static_cast<size_t>(i)] : nullptr; }
+  const sxAsnOid *Method(int i) const {
+    return i >= 0 && i < Count() ? &m_methods[static_cast<size_t>(i)] : nullptr;
+  }
   const sxGeneralNames &Locations() const { return m_locations; }
   void Add(const sxAsnOid &method, const sxGeneralName &location);
-  void Reserve(int count) { m_methods.reserve(static_cast<size_t>(count)); }
+  void Set(const sxASN_AuthorityInfoAccessSyntax &value);
+  [[nodiscard]] bool SetPlain(const sxSpan &accesses);   ///< false sends the caller to the codec
 
  private:
   std::vector<sxAsnOid> m_methods;
@@ -51,6 +55,33 @@ void sxAuthorityInfoAccess_imp::Add(const sxAsnOid &method, const sxGeneralName 
   m_locations.Add(&location);
 }
 
+bool sxAuthorityInfoAccess_imp::SetPlain(const sxSpan &accesses) {
+  const unsigned char *pos = accesses.data;
+  while (pos < accesses.End()) {
+    sxPlainElement access;
+    sxPlainElement method;
+    sxPlainElement location;
+    if (!sxReadPlain(pos, accesses.End(), kSequenceOctet, &access)) return false;
+    const unsigned char *inner = access.content.data;
+    const unsigned char *const end = access.content.End();
+    if (!sxReadPlain(inner, end, kOidOctet, &method) || method.content.len == 0) return false;
+    if (!sxReadPlain(inner, end, &location) || inner != end) return false;
+    if (!m_locations.GetP()->AppendPlain(location)) return false;
+    m_methods.emplace_back().Set(method.content.data, static_cast<int>(method.content.len));
+  }
+  return true;
+}
+
+void sxAuthorityInfoAccess_imp::Set(const sxASN_AuthorityInfoAccessSyntax &value) {
+  m_methods.clear();
+  m_locations.GetP()->Clear();
+  m_methods.reserve(static_cast<size_t>(value.Count()));
+  for (const sxASN_AccessDescription &access : value) {
+    m_methods.push_back(*access.accessMethod);
+    m_locations.GetP()->Append(*access.accessLocation);
+  }
+}
+
 void sxAuthorityInfoAccess_imp::Sprint(SxStream *out, int indent) const {
   if (m_methods.empty()) return;
   out->Indent(indent);
@@ -64,12 +95,12 @@ void sxAuthorityInfoAccess_imp::Sprint(SxStream *out, int indent) const {
 }
 
 sxExtension *sxParseAuthorityInfoAccess(const sxASN_Extension &ext, int &understood) {
-  sxASN_AuthorityInfoAccessSyntax value;
-  if (sxParseExtension(value, &ext) != 0) return nullptr;
   auto imp = std::make_unique<sxAuthorityInfoAccess_imp>();
-  imp->Reserve(value.Count());
-  for (const sxASN_AccessDescription &access : value) {
-    imp->Add(*access.accessMethod, sxGeneralName(access.accessLocation));
+  sxSpan content;
+  if (!sxPlainSequence(ext, &content) || !imp->SetPlain(content)) {
+    sxASN_AuthorityInfoAccessSyntax value;
+    if (sxParseExtension(value, &ext) != 0) return nullptr;
+    imp->Set(value);
   }
   understood = 1;
   return imp.release()->NewHandle();

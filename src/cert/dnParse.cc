@@ -93,7 +93,8 @@ class Tokenizer {
     // A quoted value is stored from the quote's own place on, so that writing never passes reading.
     m_values[(*m_count)++] = m_out = m_in;
     m_state = c == '"' ? State::kQuoted : State::kValue;
-    return c == '"' || InValue(c, false);
+    if (c != '"') Store(c, false);   // also a comma: unquoted values are never empty
+    return true;
   }
 
   void Store(char c, bool escaped) {
@@ -165,6 +166,7 @@ int ReadDirectoryStringChoice() {
 }  // namespace
 
 char *kxdn_explode_prefix(char *text, char **keys, char **values, int *count) {
+  if (text == nullptr || keys == nullptr || values == nullptr || count == nullptr) return nullptr;
   return Tokenizer(text, keys, values, count).Run();
 }
 

@@ -5,7 +5,16 @@
 
 namespace {
 
-constexpr char kEscaped[] = ",+=\n<>#;";
+constexpr std::string_view kEscaped = ",+=\n<>#;";
+
+// One look-up for each octet of every printed name.
+struct EscapedTable {
+  bool is[256] = {};
+  constexpr EscapedTable() {
+    for (const char c : kEscaped) is[static_cast<unsigned char>(c)] = true;
+  }
+};
+constexpr EscapedTable kIsEscaped;
 constexpr uint64_t kHashStart = 0xCBF29CE484222325;   // FNV-1a, 64 bits
 constexpr uint64_t kHashPrime = 0x100000001B3;
 
@@ -97,10 +106,14 @@ bool sxAppendValue(const sxAva &ava, bool ascii, std::string *text) {
   }
   // Backslash, quote and spaces at the ends stay as they are: intended, though the parser reads them
   // differently. sxDN_test holds it.
-  for (const char c : value.octets) {
-    if (c != '\0' && std::string_view(kEscaped).find(c) != std::string_view::npos) *text += '\\';
-    *text += c;
+  size_t done = 0;
+  for (size_t i = 0; i < value.octets.size(); ++i) {
+    if (!kIsEscaped.is[static_cast<unsigned char>(value.octets[i])]) continue;
+    text->append(value.octets, done, i - done);
+    *text += '\\';
+    done = i;
   }
+  text->append(value.octets, done);
   return true;
 }
 

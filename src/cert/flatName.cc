@@ -35,7 +35,7 @@ bool IsConstructedString(int tag) {
 
 }  // namespace
 
-bool sxFlatName::Read(const unsigned char *der, uint32_t len) {
+bool sxFlatName::Read(const unsigned char *der, uint32_t len, bool decoded) {
   m_avas.clear();
   m_numRdns = 0;
   const unsigned char *pos = der;
@@ -45,7 +45,8 @@ bool sxFlatName::Read(const unsigned char *der, uint32_t len) {
   m_avas.reserve(8);
   sxPlainElement rdn;
   for (pos = name.content.data; pos < name.content.End(); ++m_numRdns) {
-    if (!sxReadPlain(pos, name.content.End(), kSet, &rdn) || !ReadRdn(rdn.content.data, rdn.content.End())) {
+    if (!sxReadPlain(pos, name.content.End(), kSet, &rdn) ||
+        !ReadRdn(rdn.content.data, rdn.content.End(), decoded)) {
       m_avas.clear();
       m_numRdns = 0;
       return false;
@@ -54,19 +55,28 @@ bool sxFlatName::Read(const unsigned char *der, uint32_t len) {
   return true;
 }
 
-bool sxFlatName::ReadRdn(const unsigned char *pos, const unsigned char *end) {
+bool sxFlatName::ReadRdn(const unsigned char *pos, const unsigned char *end, bool decoded) {
   sxPlainElement ava;
   while (pos < end) {
-    if (!sxReadPlain(pos, end, kSequence, &ava) || !ReadAva(ava.content.data, ava.content.End())) return false;
+    if (!sxReadPlain(pos, end, kSequence, &ava) || !ReadAva(ava.content.data, ava.content.End(), decoded)) {
+      return false;
+    }
   }
   return true;
 }
 
-bool sxFlatName::ReadAva(const unsigned char *pos, const unsigned char *end) {
+bool sxFlatName::ReadAva(const unsigned char *pos, const unsigned char *end, bool decoded) {
   sxPlainElement type;
   sxPlainElement value;
   if (!sxReadPlain(pos, end, kOid, &type) || type.content.len == 0) return false;
-  if (!sxReadPlain(pos, end, &value) || pos != end || IsConstructedString(value.tag)) return false;
+  const unsigned char *const valueStart = pos;
+  if (!sxReadPlain(pos, end, &value) || pos != end || IsConstructedString(value.tag)) {
+    if (!decoded) return false;
+    // The codec writes open types as they came in: indefinite lengths, identifiers of several octets.
+    m_avas.push_back({m_numRdns, sxASN_AttributeValue::otherCid, type.content.data, type.content.len,
+                      static_cast<uint32_t>(end - valueStart), valueStart});
+    return true;
+  }
   const int choice = ChoiceOf(value.tag);
   if (choice == sxASN_AttributeValue::identifierCid && value.content.len == 0) return false;
   if (choice == sxASN_AttributeValue::bitStringCid) {

@@ -23,8 +23,10 @@ struct sxAva {
 class sxFlatName {
  public:
   /// Reads one RDNSequence that takes up all octets, which stay borrowed.
+  /// @param decoded  the octets are the codec's own encoding of a name that decoded: a value of an open
+  ///                 type then passes as it came, plain or not
   /// @return false when the encoding is not plain or no name at all; the object is then empty
-  bool Read(const unsigned char *der, uint32_t len);
+  bool Read(const unsigned char *der, uint32_t len, bool decoded);
 
   uint32_t NumRdns() const { return m_numRdns; }
   const std::vector<sxAva> &Avas() const { return m_avas; }   ///< root-most RDN first
@@ -43,8 +45,8 @@ class sxFlatName {
   Range End() const { return {m_avas.data() + m_avas.size(), m_avas.data() + m_avas.size()}; }
 
  private:
-  bool ReadRdn(const unsigned char *pos, const unsigned char *end);
-  bool ReadAva(const unsigned char *pos, const unsigned char *end);
+  bool ReadRdn(const unsigned char *pos, const unsigned char *end, bool decoded);
+  bool ReadAva(const unsigned char *pos, const unsigned char *end, bool decoded);
 
   std::vector<sxAva> m_avas;
   uint32_t m_numRdns = 0;

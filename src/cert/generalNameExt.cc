@@ -35,25 +35,52 @@ namespace {
 
 const sxExtGN_imp &Imp(const sxExtension &ext) { return static_cast<const sxExtGN_imp &>(*ext.GetP()); }
 
+// Points that are a full name and nothing else, as nearly all are.
+bool AppendPlainPoints(const sxSpan &points, sxGeneralNames_imp &names) {
+  const unsigned char *pos = points.data;
+  while (pos < points.End()) {
+    sxPlainElement point;
+    sxPlainElement pointName;   // distributionPoint [0] { fullName [0] { ... } }
+    sxPlainElement fullName;
+    if (!sxReadPlain(pos, points.End(), kSequenceOctet, &point)) return false;
+    const unsigned char *inner = point.content.data;
+    if (!sxReadPlain(inner, point.content.End(), kTag0Octet, &pointName)) return false;
+    if (inner != point.content.End()) return false;
+    inner = pointName.content.data;
+    if (!sxReadPlain(inner, pointName.content.End(), kTag0Octet, &fullName)) return false;
+    if (inner != pointName.content.End()) return false;
+    if (!names.AppendPlain(fullName.content)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood) {
-  sxASN_GeneralNames value;
-  if (sxParseExtension(value, &ext) != 0) return nullptr;
   auto imp = std::make_unique<sxExtGN_imp>(kExtNameSubjectAltName);
-  imp->Names().Set(&value);
+  sxSpan content;
+  if (!sxPlainSequence(ext, &content) || !imp->Names().GetP()->AppendPlain(content)) {
+    sxASN_GeneralNames value;
+    if (sxParseExtension(value, &ext) != 0) return nullptr;
+    imp->Names().Set(&value);
+  }
   understood = 1;
   return imp.release()->NewHandle();
 }
 
 // Of each point its full name; a name relative to the CRL issuer, reasons and cRLIssuer are not kept.
 sxExtension *sxParseDistPoints(const sxASN_Extension &ext, int &understood) {
-  sxASN_CRLDistPointsSyntax value;
-  if (sxParseExtension(value, &ext) != 0) return nullptr;
   auto imp = std::make_unique<sxExtGN_imp>(kExtNameDistPoints);
-  for (const sxASN_DistributionPoint &point : value) {
-    const sxASN_DistributionPointName *name = point.distributionPoint;
-    if (name != nullptr && name->fullName() != nullptr) imp->Names().GetP()->Append(*name->fullName());
+  sxGeneralNames_imp &names = *imp->Names().GetP();
+  sxSpan content;
+  if (!sxPlainSequence(ext, &content) || !AppendPlainPoints(content, names)) {
+    sxASN_CRLDistPointsSyntax value;
+    if (sxParseExtension(value, &ext) != 0) return nullptr;
+    names.Clear();
+    for (const sxASN_DistributionPoint &point : value) {
+      const sxASN_DistributionPointName *name = point.distributionPoint;
+      if (name != nullptr && name->fullName() != nullptr) names.Append(*name->fullName());
+    }
   }
   understood = 1;
   return imp.release()->NewHandle();

@@ -55,7 +55,9 @@ void PutSerial(SxStream *out, const sxAsnInt &serial) {
   const int value = serial.GetShortVal();
   int len = 1;
   while (len < 4 && value >> (8 * len - 1) != value >> 31) ++len;
-  for (int shift = 8 * (len - 1); shift >= 0; shift -= 8) out->Printf(" %02x", static_cast<unsigned>(value) >> shift & 0xFF);
+  unsigned char octets[4];
+  for (int i = 0; i < len; ++i) octets[i] = static_cast<unsigned char>(value >> 8 * (len - 1 - i));
+  PutHex(out, octets, len);
 }
 
 }  // namespace

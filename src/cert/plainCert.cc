@@ -61,7 +61,7 @@ class Reader {
     sxPlainElement sequence;
     if (!Take(kSequence, &sequence)) return false;
     *name = sequence.Whole();
-    return flat->Read(name->data, name->len) || m_decoded;
+    return flat->Read(name->data, name->len, m_decoded);
   }
 
   bool TakeUniqueId(int tag) {

@@ -37,8 +37,7 @@ struct sxPlainCert {
 /// the extensions are not looked into. fuzz_cert holds both against each other.
 ///
 /// @param decoded  the octets are the codec's own encoding of a certificate that decoded: open types
-///                 and names then pass whatever they hold, and a name that has no plain form is left
-///                 empty
+///                 then pass whatever they hold
 /// @return false when the encoding is not plain or no certificate
 bool sxReadPlainCert(const unsigned char *der, uint32_t len, bool decoded, sxPlainCert *cert);
 

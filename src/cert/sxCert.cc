@@ -15,6 +15,7 @@
 
 namespace {
 
+constexpr int kInteger = 2;
 constexpr int kUtcTime = 0x17;
 
 const char *Chars(const unsigned char *octets) { return reinterpret_cast<const char *>(octets); }
@@ -49,7 +50,14 @@ sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_im
 // Plain DER is read as it stands; everything else is decoded by the codec and read from its encoding.
 bool sxCert_imp::Read() {
   m_plain = sxPlainCert();
-  if (!sxReadPlainCert(GetBuf(), BufLen(), false, &m_plain)) {
+  if (sxReadPlainCert(GetBuf(), BufLen(), false, &m_plain)) {
+    sxAsnReadBuf buf;
+    buf.Init(m_plain.serial.data, static_cast<int>(m_plain.serial.len));
+    sxAsnInt serial;
+    int bytesDecoded = 0;
+    serial.BDecContent(buf, kInteger, static_cast<int>(m_plain.serial.len), bytesDecoded);
+    SetSerial(serial);
+  } else {
     sxASN_Certificate decoded;
     kxBinBuf encoded;
     if (sxASN_DecodeBuf(decoded, Chars(GetBuf()), static_cast<int>(BufLen())) != 0 ||
@@ -60,6 +68,7 @@ bool sxCert_imp::Read() {
     std::memcpy(m_plainOctets.get(), encoded.Data(), encoded.Len());
     m_plain = sxPlainCert();
     if (!sxReadPlainCert(m_plainOctets.get(), encoded.Len(), true, &m_plain)) return false;
+    SetSerial(*decoded.tbsCertificate->serialNumber);   // encoding it may have changed a long one
   }
   m_decodedExtensions.reset();
   if (m_plain.extensions.len == 0) return true;
@@ -70,7 +79,6 @@ bool sxCert_imp::Read() {
 
 void sxCert_imp::Extract(sxPlainCert &cert) {
   m_version = cert.version;
-  SetSerial(cert.serial);
   m_issuer = NewName(cert.issuer, std::move(cert.issuerName));
   m_subject = NewName(cert.subject, std::move(cert.subjectName));
   if (cert.notBefore.text.data == nullptr || cert.notAfter.text.data == nullptr) {
@@ -86,11 +94,8 @@ void sxCert_imp::Extract(sxPlainCert &cert) {
   m_hashAlgorithm = MdType_By_SignOID(signatureOid);
 }
 
-void sxCert_imp::SetSerial(const sxSpan &content) {
-  sxAsnReadBuf buf;
-  buf.Init(content.data, static_cast<int>(content.len));
-  int bytesDecoded = 0;
-  m_serial.BDecContent(buf, 2, static_cast<int>(content.len), bytesDecoded);
+void sxCert_imp::SetSerial(const sxAsnInt &serial) {
+  m_serial = serial;
   if (!m_serial.IsBig()) m_shortSerialLen = AsnInt2Buf(&m_serial, m_shortSerial, sizeof m_shortSerial);
 }
 
@@ -101,8 +106,7 @@ const unsigned char *sxCert_imp::SerialNum(int &len) const {
 
 // The octets stay where they are: the certificate keeps them as long as its names.
 std::unique_ptr<sxDN> sxCert_imp::NewName(const sxSpan &octets, sxFlatName &&flat) const {
-  const bool readable = flat.NumRdns() > 0 || octets.len == 2;   // 30 00 is an empty name
-  return std::unique_ptr<sxDN>(readable ? new sxDN(new sxDN_imp(octets, std::move(flat))) : new sxDN);
+  return std::unique_ptr<sxDN>(new sxDN(new sxDN_imp(octets, std::move(flat))));
 }
 
 bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
@@ -173,6 +177,7 @@ const sxGeneralNames *sxCert::DistPoints() const {
   return ext == nullptr ? nullptr : &ext->Names();
 }
 int sxCert::HasKeyUsage(sxKeyUsageType bit) const {
+  if (bit < sxKU_digitalSignature || bit > sxKU_decipherOnly) return 0;
   const sxKeyUsage *usage = KeyUsage();
   return usage != nullptr && (usage->KeyUsageBits() >> bit & 1) != 0 ? 1 : 0;
 }

@@ -37,7 +37,7 @@ class sxCert_imp : public sxSigned_imp {
 
   bool Read();                                   // the fields, from the stored octets
   void Extract(sxPlainCert &cert);
-  void SetSerial(const sxSpan &content);
+  void SetSerial(const sxAsnInt &serial);
   std::unique_ptr<sxDN> NewName(const sxSpan &octets, sxFlatName &&flat) const;
   bool ExtractKey(const sxPlainCert &cert);
   void ExtractExtensions();

@@ -1,6 +1,8 @@
 #include "kxcert/cert/sxDN.h"
 
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "attributeTypes.h"
 #include "dnValue.h"
@@ -37,7 +39,7 @@ sxDN_imp::sxDN_imp(const char *text) {
 
 sxDN_imp::sxDN_imp(const unsigned char *der, int len) {
   if (der == nullptr || len < 1) return;
-  if (LoadOctets(der, static_cast<uint32_t>(len))) return;
+  if (LoadOctets(der, static_cast<uint32_t>(len), false)) return;
   sxASN_RDNSequence name;   // not plain, or no name: the codec decides
   if (sxASN_DecodeBuf(name, reinterpret_cast<const char *>(der), len) == 0) LoadTree(name);
 }
@@ -67,14 +69,14 @@ bool sxDN_imp::LoadTree(const sxASN_RDNSequence &name) {
   kxBinBuf encoded;
   // Unsorted: AVAs keep their order within an RDN.
   if (sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(name), encoded, 0) != 0) return false;
-  return LoadOctets(encoded.Data(), encoded.Len());
+  return LoadOctets(encoded.Data(), encoded.Len(), true);
 }
 
-bool sxDN_imp::LoadOctets(const unsigned char *der, uint32_t len) {
+bool sxDN_imp::LoadOctets(const unsigned char *der, uint32_t len, bool decoded) {
   auto copy = std::make_unique_for_overwrite<unsigned char[]>(len);
   std::memcpy(copy.get(), der, len);
   sxFlatName flat;
-  if (!flat.Read(copy.get(), len)) return false;
+  if (!flat.Read(copy.get(), len, decoded)) return false;
   m_octets = {copy.get(), len};
   m_owned = std::move(copy);
   m_flat = std::move(flat);
@@ -86,48 +88,60 @@ int sxDN_imp::Set(const sxDN_imp &other) {
   if (&other == this) return m_hasName ? 0 : -1;
   Forget();
   if (!other.m_hasName) return -1;
-  return LoadOctets(other.m_octets.data, other.m_octets.len) ? 0 : -1;
+  return LoadOctets(other.m_octets.data, other.m_octets.len, true) ? 0 : -1;   // they were read before
 }
 
-const char *sxDN_imp::Text(PublishOnce<std::string> &cache, bool ascii) const {
-  const std::string *text = cache.Get([this, ascii]() -> std::unique_ptr<std::string> {
-    if (!m_hasName) return nullptr;
-    auto printed = std::make_unique<std::string>();
-    printed->reserve(m_octets.len);
-    sxFlatName::Range rdn = m_flat.End();
-    for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
-      rdn = m_flat.Previous(rdn, i);
-      if (i + 1 != m_flat.NumRdns()) *printed += ',';
-      for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
-        if (ava != rdn.begin) *printed += '+';
-        if (!sxAppendKeyword(ava->oid, static_cast<int>(ava->oidLen), printed.get())) return nullptr;
-        *printed += '=';
-        if (!sxAppendValue(*ava, ascii, printed.get())) return nullptr;
-      }
+bool sxDN_imp::Print(bool ascii, std::string *text) const {
+  sxFlatName::Range rdn = m_flat.End();
+  for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
+    rdn = m_flat.Previous(rdn, i);
+    if (i + 1 != m_flat.NumRdns()) *text += ',';
+    for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
+      if (ava != rdn.begin) *text += '+';
+      if (!sxAppendKeyword(ava->oid, static_cast<int>(ava->oidLen), text)) return false;
+      *text += '=';
+      if (!sxAppendValue(*ava, ascii, text)) return false;
     }
-    return printed;
-  });
-  return text != nullptr ? text->c_str() : nullptr;
+  }
+  return true;
+}
+
+const char *sxDN_imp::Text(PublishOnce<std::string> &cache, bool ascii, const char *func) const {
+  try {
+    const std::string *text = cache.Get([this, ascii]() -> std::unique_ptr<std::string> {
+      if (!m_hasName) return nullptr;
+      auto printed = std::make_unique<std::string>();
+      printed->reserve(m_octets.len);
+      return Print(ascii, printed.get()) ? std::move(printed) : nullptr;
+    });
+    return text != nullptr ? text->c_str() : nullptr;
+  } catch (const std::bad_alloc &) {
+    herror_func(0, 0, "%s: new operator failed", func);
+    return nullptr;
+  }
+}
+
+std::unique_ptr<kxBinBuf> sxDN_imp::Encode() const {
+  const sxASN_RDNSequence *name = GetName();
+  auto encoded = std::make_unique<kxBinBuf>();
+  if (name == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*name), *encoded, 1) != 0 ||
+      encoded->Len() > kMaxDnDer) {
+    return nullptr;
+  }
+  return encoded;
 }
 
 int sxDN_imp::DerEncode(unsigned char **out, int *len) const {
   if (out == nullptr || len == nullptr || !m_hasName) return -1;
-  const Der *der = m_der.Get([this]() -> std::unique_ptr<Der> {
-    const sxASN_RDNSequence *name = GetName();
-    kxBinBuf encoded;
-    if (name == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*name), encoded, 1) != 0 ||
-        encoded.Len() > kMaxDnDer) {
-      return nullptr;
-    }
-    auto made = std::make_unique<Der>();
-    made->len = static_cast<int>(encoded.Len());
-    made->octets = std::make_unique<unsigned char[]>(encoded.Len());
-    std::memcpy(made->octets.get(), encoded.Data(), encoded.Len());
-    return made;
-  });
+  kxBinBuf *der = nullptr;
+  try {
+    der = m_der.Get([this] { return Encode(); });
+  } catch (const std::bad_alloc &) {
+    herror_func(0, 0, "sxDN_imp::DerEncode: new operator failed");
+  }
   if (der == nullptr) return -1;
-  *out = der->octets.get();
-  *len = der->len;
+  *out = der->Data();
+  *len = static_cast<int>(der->Len());
   return 0;
 }
 
@@ -162,14 +176,22 @@ int sxDN_imp::IsContain(const sxAsnOid *type) const {
   return -1;
 }
 
-int sxDN_imp::RemoveRdnNumber(uint32_t rdn) {
+int sxDN_imp::RemoveRdns(const std::vector<bool> &gone) {
   const sxASN_RDNSequence *name = GetName();
   if (name == nullptr) return 0;
-  sxASN_RDNSequence shorter(*name);
-  shorter.SetCurrElmt(static_cast<int>(rdn));
-  shorter.RemoveCurrFromList();
+  sxASN_RDNSequence shorter;
+  size_t i = 0;
+  for (const sxASN_RelativeDistinguishedName &rdn : *name) {
+    if (!gone[i++]) shorter.AppendCopy(rdn);
+  }
   Forget();
   return LoadTree(shorter) ? 1 : 0;
+}
+
+int sxDN_imp::RemoveRdnNumber(uint32_t rdn) {
+  std::vector<bool> gone(m_flat.NumRdns());
+  gone[rdn] = true;
+  return RemoveRdns(gone);
 }
 
 int sxDN_imp::RemoveCN() {
@@ -191,22 +213,26 @@ int sxDN_imp::RemoveOid(const sxAsnOid *type) {
 
 int sxDN_imp::RemoveSubDN(const sxDN_imp &sub, sxDN_imp &out, int &whole) const {
   if (Count() == 0) return 0;
-  sxDN_imp copy(*this);   // out may be this name or sub
+  std::vector<sxFlatName::Range> rdns;
+  sxFlatName::Range rdn = m_flat.Start();
+  for (uint32_t i = 0; i < m_flat.NumRdns(); ++i) rdns.push_back(rdn = m_flat.Next(rdn, i));
+  // Marked first and removed together: removing one by one would encode the name anew each time.
+  std::vector<bool> gone(rdns.size());
+  size_t start = 0;   // all before it are gone
   uint32_t numFound = 0;
   sxFlatName::Range wanted = sub.m_flat.Start();
   for (uint32_t i = 0; i < sub.m_flat.NumRdns(); ++i) {
     wanted = sub.m_flat.Next(wanted, i);
-    sxFlatName::Range rdn = copy.m_flat.Start();
-    for (uint32_t j = 0; j < copy.m_flat.NumRdns(); ++j) {
-      rdn = copy.m_flat.Next(rdn, j);
-      if (!sxAsn_RdnEqual(rdn, wanted)) continue;
-      copy.RemoveRdnNumber(j);
-      ++numFound;
-      break;
-    }
+    while (start < rdns.size() && gone[start]) ++start;
+    size_t j = start;
+    while (j < rdns.size() && (gone[j] || !sxAsn_RdnEqual(rdns[j], wanted))) ++j;
+    if (j == rdns.size()) continue;
+    gone[j] = true;
+    ++numFound;
   }
   whole = numFound == sub.m_flat.NumRdns() ? 1 : 0;
-  out.Set(copy);
+  out.Set(*this);   // may be this name, or sub
+  if (numFound > 0) out.RemoveRdns(gone);
   return 1;
 }
 

@@ -6,16 +6,19 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "flatName.h"
 #include "foundation/publishOnce.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxDN.h"
+#include "kxcert/foundation/kxBinBuf.h"
 #include "plainDer.h"
+#include "pooled.h"
 
 constexpr int kMaxDnDer = 4096;   ///< octets that DerEncode hands out
 
-class sxDN_imp {
+class sxDN_imp : public sxPooled {
  public:
   sxDN_imp() = default;                              // no name
   explicit sxDN_imp(const char *text);
@@ -32,8 +35,8 @@ class sxDN_imp {
   int RemoveOid(const sxAsnOid *type);
 
   bool HasName() const { return m_hasName; }
-  const char *GetStr() const { return Text(m_str, false); }
-  const char *GetStr_ascii() const { return Text(m_str_ascii, true); }
+  const char *GetStr() const { return Text(m_str, false, "sxDN_imp::GetStr"); }
+  const char *GetStr_ascii() const { return Text(m_str_ascii, true, "sxDN_imp::GetStr_ascii"); }
   int DerEncode(unsigned char **out, int *len) const;
   const sxASN_RDNSequence *GetName() const;
   int Count() const { return static_cast<int>(m_flat.NumRdns()); }
@@ -45,17 +48,13 @@ class sxDN_imp {
   uint64_t Hash() const;
 
  private:
-  struct Der {
-    std::unique_ptr<unsigned char[]> octets;
-    int len;
-  };
-
   void Forget();                                     // no name, no caches
   bool LoadTree(const sxASN_RDNSequence &name);
-  bool LoadOctets(const unsigned char *der, uint32_t len);   // copies
-  const char *Text(PublishOnce<std::string> &cache, bool ascii) const;
-  template <class Removes>
-  int RemoveRdn(uint32_t rdn, Removes removes);
+  bool LoadOctets(const unsigned char *der, uint32_t len, bool decoded);   // copies
+  const char *Text(PublishOnce<std::string> &cache, bool ascii, const char *func) const;
+  bool Print(bool ascii, std::string *text) const;
+  std::unique_ptr<kxBinBuf> Encode() const;
+  int RemoveRdns(const std::vector<bool> &gone);     // by number; 1 or 0
   int RemoveRdnNumber(uint32_t rdn);
 
   bool m_hasName = false;
@@ -64,7 +63,7 @@ class sxDN_imp {
   sxFlatName m_flat;                                 // positions in m_octets
   mutable PublishOnce<std::string> m_str;
   mutable PublishOnce<std::string> m_str_ascii;
-  mutable PublishOnce<Der> m_der;
+  mutable PublishOnce<kxBinBuf> m_der;
   mutable PublishOnce<sxASN_RDNSequence> m_name;
   mutable std::atomic<uint64_t> m_hash{0};           // 0: not computed
 };

@@ -31,6 +31,16 @@ void sxExtension_imp::Fprint(FILE *out, int indent) const {
 
 bool sxExtensionIs(const sxExtension &ext, const char *extName) { return std::strcmp(ext.ExtName(), extName) == 0; }
 
+bool sxPlainSequence(const sxASN_Extension &ext, sxSpan *content) {
+  if (ext.extnValue == nullptr) return false;
+  const unsigned char *pos = ext.extnValue->Data();
+  const unsigned char *const end = pos + ext.extnValue->Len();
+  sxPlainElement sequence;
+  if (!sxReadPlain(pos, end, kSequenceOctet, &sequence) || pos != end) return false;
+  *content = sequence.content;
+  return true;
+}
+
 sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int critical) {
   auto ext = std::make_unique<sxASN_Extension>();
   return sxComposeExtension(value, oid, critical, ext.get()) == 0 ? ext.release() : nullptr;

@@ -110,7 +110,8 @@ const sxAsnOid *sxExtensionsList::Parse(const sxASN_Extensions *extensions, cons
     const bool critical = ext.critical != nullptr && ext.critical->Value() == 1;
     const sxExtParser *row = FindRow(table, *ext.extnID);
     if (row != nullptr && row->parse == sxParseNoParse) continue;
-    std::unique_ptr<sxExtension> object(row != nullptr && row->parse != nullptr ? row->parse(ext, understood) : nullptr);
+    std::unique_ptr<sxExtension> object;
+    if (row != nullptr && row->parse != nullptr) object.reset(row->parse(ext, understood));
     if (critical && (object == nullptr || understood == 0)) return ext.extnID;
     if (object == nullptr) continue;   // not critical, and unknown or not decodable
     *end = NewItem(*ext.extnID, critical ? 1 : 0, object.release());

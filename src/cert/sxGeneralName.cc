@@ -82,7 +82,7 @@ sxGeneralName_imp::sxGeneralName_imp(const sxGeneralName_imp &other)
       m_text(other.m_text) {}
 
 // The kind stays -1 for a text with a NUL octet inside: whoever reads it up to the NUL would see
-// another name (test RefusesTextsWithNul).
+// another name (cases "NUL inside" of ReadsAsn1AndWritesItBack).
 bool sxGeneralName_imp::SetText(sxGNtype type, const void *text, int len) {
   if (text == nullptr || len < 0) return false;
   if (std::memchr(text, '\0', static_cast<size_t>(len)) != nullptr) {
@@ -106,7 +106,8 @@ void sxGeneralName_imp::SetAddress(const unsigned char *octets, int len) {
 
 void sxGeneralName_imp::SetOtherName(const sxASN_GeneralName &name) {
   const sxASN_AnotherName &other = *name.otherName();
-  if (other.type_id == nullptr || other.value == nullptr || !other.type_id->OidEquiv(sxASN_id_principalName)) return;
+  if (other.type_id == nullptr || other.value == nullptr) return;
+  if (!other.type_id->OidEquiv(sxASN_id_principalName)) return;
   const sxAsnType *value = other.value->GetType(sxASN_PrincipalName::kInfo.name);
   if (value == nullptr) return;
   const auto *principal = static_cast<const sxASN_PrincipalName *>(value);

@@ -6,16 +6,16 @@
 #include "sxGeneralNames_imp.h"
 
 sxGeneralNames_imp::sxGeneralNames_imp(const sxGeneralNames_imp &other) : sxPooled() {
-  m_names.reserve(other.m_names.size());
-  for (const auto &name : other.m_names) m_names.push_back(std::make_unique<sxGeneralName>(*name));
+  m_entries.reserve(other.m_entries.size());
+  for (const auto &entry : other.m_entries) Add(&entry->name);
 }
 
 const sxGeneralName *sxGeneralNames_imp::Get(int i) const {
-  return i >= 0 && i < Count() ? m_names[static_cast<size_t>(i)].get() : nullptr;
+  return i >= 0 && i < Count() ? &m_entries[static_cast<size_t>(i)]->name : nullptr;
 }
 
 void sxGeneralNames_imp::Add(const sxGeneralName *name) {
-  if (name != nullptr) m_names.push_back(std::make_unique<sxGeneralName>(*name));
+  if (name != nullptr) m_entries.push_back(std::make_unique<Entry>(*name));
 }
 
 void sxGeneralNames_imp::Add_IfNotExist(const sxGeneralName *name) {
@@ -29,42 +29,64 @@ void sxGeneralNames_imp::Add_IfNotExist(const sxGeneralNames_imp &names) {
 }
 
 int sxGeneralNames_imp::Match(const sxGeneralName *name) const {
-  for (const auto &own : m_names) {
-    if (own->Equal(name)) return 1;
+  for (const auto &entry : m_entries) {
+    if (entry->name.Equal(name)) return 1;
   }
   return 0;
 }
 
 int sxGeneralNames_imp::Match(const sxGeneralNames_imp &names) const {
-  for (const auto &name : names.m_names) {
-    if (Match(name.get()) != 0) return 1;
+  for (const auto &entry : names.m_entries) {
+    if (Match(&entry->name) != 0) return 1;
   }
   return 0;
 }
 
 const sxGeneralName *sxGeneralNames_imp::GetFirstOfType(sxGNtype type, const sxAsnOid *otherOid) const {
   if (type == sxGN_other && otherOid == nullptr) return nullptr;
-  for (const auto &name : m_names) {
-    if (name->GetType() != type) continue;
-    if (type != sxGN_other || name->GetOtherOid()->OidEquiv(*otherOid)) return name.get();
+  for (const auto &entry : m_entries) {
+    const sxGeneralName &name = entry->name;
+    if (name.GetType() != type) continue;
+    if (type != sxGN_other || name.GetOtherOid()->OidEquiv(*otherOid)) return &name;
   }
   return nullptr;
 }
 
 void sxGeneralNames_imp::Set(const sxASN_GeneralNames *names) {
-  m_names.clear();
+  m_entries.clear();
   if (names != nullptr) Append(*names);
 }
 
 void sxGeneralNames_imp::Append(const sxASN_GeneralNames &names) {
   // Growth by a factor when lists are joined: reserving each one exactly would copy again and again.
-  if (m_names.empty()) m_names.reserve(static_cast<size_t>(names.Count()));
-  for (const sxASN_GeneralName &name : names) m_names.push_back(std::make_unique<sxGeneralName>(&name));
+  if (m_entries.empty()) m_entries.reserve(static_cast<size_t>(names.Count()));
+  for (const sxASN_GeneralName &name : names) Append(name);
+}
+
+void sxGeneralNames_imp::Append(const sxASN_GeneralName &name) { m_entries.push_back(std::make_unique<Entry>(&name)); }
+
+bool sxGeneralNames_imp::AppendPlain(const sxSpan &names) {
+  const unsigned char *pos = names.data;
+  while (pos < names.End()) {
+    sxPlainElement name;
+    if (!sxReadPlain(pos, names.End(), &name) || !AppendPlain(name)) return false;
+  }
+  return true;
+}
+
+bool sxGeneralNames_imp::AppendPlain(const sxPlainElement &name) {
+  for (const sxGNtype type : {sxGN_email, sxGN_dns, sxGN_uri}) {
+    if (name.tag != (0x80 | type)) continue;   // [1], [2], [6]: these kinds are their tag numbers
+    const auto *text = reinterpret_cast<const char *>(name.content.data);
+    m_entries.push_back(std::make_unique<Entry>(type, text, static_cast<int>(name.content.len)));
+    return true;
+  }
+  return false;
 }
 
 bool sxGeneralNames_imp::ToAsn(sxASN_GeneralNames &out) const {
-  for (const auto &name : m_names) {
-    if (!name->GetP()->ToAsn(*out.Append())) return false;
+  for (const auto &entry : m_entries) {
+    if (!entry->name.GetP()->ToAsn(*out.Append())) return false;
   }
   return true;
 }
@@ -80,12 +102,12 @@ int sxGeneralNames_imp::DerEncode(unsigned char *out, int outLen) const {
 }
 
 void sxGeneralNames_imp::Sprint(SxStream *out, const char *title, int indent) const {
-  if (out == nullptr || m_names.empty()) return;
+  if (out == nullptr || m_entries.empty()) return;
   if (title != nullptr) {
     out->Indent(indent);
     out->Printf("%s:\n", title);
   }
-  for (const auto &name : m_names) name->Sprint(out, indent);
+  for (const auto &entry : m_entries) entry->name.Sprint(out, indent);
 }
 
 sxGeneralNames::sxGeneralNames() : m_imp(new sxGeneralNames_imp) {}

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kxcert/cert/sxGeneralName.h"
+#include "plainDer.h"
 #include "pooled.h"
 
 class sxGeneralNames_imp : public sxPooled {
@@ -15,7 +16,7 @@ class sxGeneralNames_imp : public sxPooled {
   sxGeneralNames_imp(const sxGeneralNames_imp &other);
   sxGeneralNames_imp &operator=(const sxGeneralNames_imp &) = delete;
 
-  int Count() const { return static_cast<int>(m_names.size()); }
+  int Count() const { return static_cast<int>(m_entries.size()); }
   const sxGeneralName *Get(int i) const;
   void Add(const sxGeneralName *name);
   void Add_IfNotExist(const sxGeneralName *name);
@@ -25,6 +26,12 @@ class sxGeneralNames_imp : public sxPooled {
   const sxGeneralName *GetFirstOfType(sxGNtype type, const sxAsnOid *otherOid) const;
   void Set(const sxASN_GeneralNames *names);
   void Append(const sxASN_GeneralNames &names);
+  void Append(const sxASN_GeneralName &name);
+  void Clear() { m_entries.clear(); }
+
+  // Straight from plain octets; false (with some names appended) sends the caller to the codec.
+  [[nodiscard]] bool AppendPlain(const sxSpan &names);           ///< the names of a GeneralNames
+  [[nodiscard]] bool AppendPlain(const sxPlainElement &name);    ///< kinds 1, 2 and 6
   int DerEncode(unsigned char *out, int outLen) const;
   void Sprint(SxStream *out, const char *title, int indent) const;
 
@@ -32,7 +39,13 @@ class sxGeneralNames_imp : public sxPooled {
   [[nodiscard]] bool ToAsn(sxASN_GeneralNames &out) const;
 
  private:
-  std::vector<std::unique_ptr<sxGeneralName>> m_names;   // handles of their own: Get() lends them
+  // A block for each handle, which stays where it is: Get() lends it.
+  struct Entry : public sxPooled {
+    template <class... From>
+    explicit Entry(const From &...from) : name(from...) {}
+    sxGeneralName name;
+  };
+  std::vector<std::unique_ptr<Entry>> m_entries;
 };
 
 #endif

@@ -51,8 +51,13 @@ struct PointScratch {
   EcPoint points[kNumCurves];
 };
 
+// RFC 5480, 2.2: uncompressed must be read, compressed may be, and the hybrid form (06 and 07, which
+// libcrypto takes) must not.
+bool IsKnownForm(unsigned char first) { return first >= 2 && first <= 4; }
+
 const char *WhyNoPoint(const Curve &curve, const unsigned char *octets, int len) {
   if (len == 1 && octets[0] == 0) return "%s: public key is the point at infinity";
+  if (!IsKnownForm(octets[0])) return "%s: public key is neither uncompressed nor compressed";
   if (len != curve.PointLen() && len != 1 + curve.coordLen) return "%s: public key has a wrong length";
   BigNum p(BN_new()), coordinate(BN_new());
   if (p == nullptr || coordinate == nullptr ||
@@ -108,17 +113,11 @@ int ReadPoint(const char *func, const Curve &curve, const unsigned char *octets,
               unsigned char *point) {
   const EC_GROUP *group = CurveGroup(curve);
   if (group == nullptr || octets == nullptr || len < 1) return -1;
-  // RFC 5480, 2.2: uncompressed must, compressed may, hybrid (06 and 07, which libcrypto reads) must not
-  // be. Infinity is the single octet 00.
-  if (octets[0] > 4) {
-    herror_func(0, 0, "%s: public key is in form %02x", func, octets[0]);
-    return -1;
-  }
   thread_local PointScratch scratch;
   EcPoint &decoded = scratch.points[&curve - kCurves];
   if (decoded == nullptr) decoded.reset(EC_POINT_new(group));
   const ErrorQueueMark mark;
-  if (len == 1 || decoded == nullptr || scratch.context == nullptr ||
+  if (!IsKnownForm(octets[0]) || decoded == nullptr || scratch.context == nullptr ||
       EC_POINT_oct2point(group, decoded.get(), octets, static_cast<size_t>(len),
                          scratch.context.get()) != 1) {
     if (kxLog_DebugOn()) herror_func(0, 0, WhyNoPoint(curve, octets, len), func);

@@ -126,6 +126,22 @@ TEST(sxAsnChoice, KeepsTheWholeElementWhenOnlyTheContentIsAskedFor) {
   EXPECT_EQ("020105", EncodeHex(value));
 }
 
+// What does not decode is tried within its own octets: otherwise each of many short elements could
+// have all that follows copied before it is kept raw.
+TEST(sxAsnChoice, TriesWithinTheElement) {
+  constexpr char kPastTheEnd[] = "310c" "30083007" "06022a030401" "4100";
+  constexpr char kClaimsTheRest[] = "3114" "30093007" "06012a04820009" "0c07" "41424344454647";
+  for (const char *hex : {kPastTheEnd, kClaimsTheRest}) {
+    SCOPED_TRACE(hex);
+    const LogCapture log;
+    sxASN_AttributeSetOf set;
+    ASSERT_EQ(0, DecodeHex(hex, set));
+    EXPECT_EQ(hex, EncodeHex(set, 0));
+    EXPECT_EQ(sxASN_AttributeValue::otherCid, (*set.begin()).ChoiceId());
+    EXPECT_TRUE(log.Has("BDecLen: length exceeds buffer"));
+  }
+}
+
 TEST(sxAsnChoice, PrintsTheAlternative) {
   sxASN_Time time;
   EXPECT_EQ("    utcTime  -- void --\n", Printed(time, 1));

@@ -34,7 +34,7 @@ class KXCERT_EXPORT sxOctets {
   void Assign(const unsigned char *data, int len) {
     if (len <= kInline && m_len <= kInline) {
       m_len = len > 0 ? len : 0;
-      if (m_len > 0) std::memmove(m_area.here, data, static_cast<size_t>(m_len));
+      CopyShort(m_area.here, data, static_cast<size_t>(m_len));
       return;
     }
     AssignLong(data, len);
@@ -51,6 +51,26 @@ class KXCERT_EXPORT sxOctets {
 
  private:
   void AssignLong(const unsigned char *data, int len);
+
+  // Up to kInline octets, which may overlap, as two moves that meet in the middle: most values are
+  // this short, and a call costs more than the copy.
+  static void CopyShort(unsigned char *to, const unsigned char *from, size_t len) {
+    if (len >= 16) return Move<16>(to, from, len);
+    if (len >= 8) return Move<8>(to, from, len);
+    if (len >= 4) return Move<4>(to, from, len);
+    if (len >= 2) return Move<2>(to, from, len);
+    if (len == 1) *to = *from;
+  }
+  template <size_t kStep>
+  static void Move(unsigned char *to, const unsigned char *from, size_t len) {
+    static_assert(kInline <= 2 * 16);
+    unsigned char head[kStep];
+    unsigned char tail[kStep];
+    std::memcpy(head, from, kStep);
+    std::memcpy(tail, from + len - kStep, kStep);
+    std::memcpy(to, head, kStep);
+    std::memcpy(to + len - kStep, tail, kStep);
+  }
 
   union Area {
     constexpr Area() : here{} {}

@@ -44,6 +44,8 @@ class KXCERT_EXPORT sxAsnReadBuf {
   const unsigned char *Element() const { return m_element; }
   void MarkElement(const unsigned char *at) { m_element = at; }
   void Rewind(const unsigned char *to) { m_curr = to; }  ///< to a position that was read before
+  const unsigned char *End() const { return m_end; }
+  void SetEnd(const unsigned char *end) { m_end = end; } ///< within the octets given to Init
 
   bool EnterLevel() { return ++m_nesting <= kMaxNesting; }   ///< pair with LeaveLevel, also on false
   void LeaveLevel() { --m_nesting; }

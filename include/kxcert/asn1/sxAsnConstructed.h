@@ -171,6 +171,7 @@ class KXCERT_EXPORT sxAsnChoice : public sxAsnType {
 
  private:
   int DecodeAlternative(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len, int &bytesDecoded);
+  int DecodeOrKeepRaw(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len, int &bytesDecoded);
 
   int m_choiceId = 0;
   sxAsnType *m_value = nullptr;                    // owned

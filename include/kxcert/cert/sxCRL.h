@@ -1,0 +1,51 @@
+/// @file
+/// The entries of a CRL (RFC 5280, 5.1.2.6): serial numbers in order, each with its revocation time.
+///
+/// Shared and counted as all signed objects are. A CRL that no one changes is only read, from any thread.
+/// A number stands once; two integers are the same number however they are stored.
+#ifndef KXCERT_CERT_SXCRL_H_
+#define KXCERT_CERT_SXCRL_H_
+
+#include <cstdint>
+
+#include "kxcert/asn1/sxAsnInt.h"
+#include "kxcert/cert/sxSigned.h"
+
+class sxCert;
+class sxCRL_Encoder_imp;
+class sxCRL_imp;
+
+struct sxRevokedEntry {
+  sxAsnInt serial;
+  int64_t revokedSec;   ///< seconds since 1970-01-01 00:00 UTC
+};
+
+class KXCERT_EXPORT sxCRL : public sxSigned {
+ public:
+  explicit sxCRL(sxCRL_imp *imp);                              ///< adopts
+
+  int GetSize() const;                                         ///< entries
+  bool IsEntryExist(const sxCert &cert) const;                 ///< by the certificate's serial number
+  const sxRevokedEntry *FindEntry(const sxAsnInt &serial) const;   ///< lent until a change; or null
+  /// The entry after @p prev in the order of addition, the first one for null; null after the last.
+  /// Lent until a change.
+  const sxRevokedEntry *NextEntry(const sxRevokedEntry *prev) const;
+
+ private:
+  sxCRL_imp *Imp() const;
+};
+
+/// A CRL under construction: it has entries, but no octets yet, so it is not OK().
+class KXCERT_EXPORT sxCRL_Encoder : public sxCRL {
+ public:
+  explicit sxCRL_Encoder(int numExpected = 0);                 ///< entries to make room for; a hint
+
+  /// @return 1 when the entry was added; 0 when the number is there already, which keeps its time
+  int AddEntry(const sxAsnInt &serial, int64_t revokedSec);
+  int RemoveEntry(const sxAsnInt &serial);                     ///< 0, or -1 when it is not there
+
+ private:
+  sxCRL_Encoder_imp *Imp() const;
+};
+
+#endif

@@ -1,0 +1,85 @@
+#include "revokedEntries.h"
+
+#include <algorithm>
+#include <functional>
+#include <string_view>
+
+namespace {
+
+constexpr size_t kMinTable = 16;
+constexpr int kMaxReserve = 1 << 20;   // a hint makes no larger allocation than this many entries
+
+// Hash of the number, however it is stored: of its octets in two's complement without redundant
+// leading ones (X.690 8.3.2), so that equal numbers (sxAsnInt::intEquiv) have equal hashes.
+size_t HashOf(const sxAsnInt &number) {
+  unsigned char small[4];
+  const unsigned char *octets = number.BigOctets().Data();
+  int len = number.BigOctets().Len();
+  if (!number.IsBig()) {
+    const auto bits = static_cast<uint32_t>(number.GetShortVal());
+    for (int i = 0; i < 4; ++i) small[i] = static_cast<unsigned char>(bits >> (24 - 8 * i));
+    octets = small;
+    len = 4;
+  }
+  while (len > 1 && ((octets[0] == 0x00 && octets[1] < 0x80) || (octets[0] == 0xFF && octets[1] >= 0x80))) {
+    ++octets;
+    --len;
+  }
+  return std::hash<std::string_view>{}({reinterpret_cast<const char *>(octets), static_cast<size_t>(len)});
+}
+
+}  // namespace
+
+void sxRevokedEntries::Reserve(int num) {
+  if (num > 0) m_entries.reserve(static_cast<size_t>(std::min(num, kMaxReserve)));
+}
+
+bool sxRevokedEntries::Add(const sxAsnInt &serial, int64_t revokedSec) {
+  if (FindSlot(serial) != nullptr) return false;
+  if ((m_entries.size() + 1) * 2 > m_table.size()) Rebuild(std::max(kMinTable, m_table.size() * 2));
+  m_entries.push_back({{serial, revokedSec}, false});
+  Enter(m_entries.size() - 1);
+  return true;
+}
+
+bool sxRevokedEntries::Remove(const sxAsnInt &serial) {
+  Slot *slot = FindSlot(serial);
+  if (slot == nullptr) return false;
+  slot->isHole = true;
+  ++m_numHoles;
+  if (m_numHoles * 2 > m_entries.size()) Rebuild(m_table.size());
+  return true;
+}
+
+const sxRevokedEntry *sxRevokedEntries::Find(const sxAsnInt &serial) const { return FindSlot(serial); }
+
+const sxRevokedEntry *sxRevokedEntries::Next(const sxRevokedEntry *prev) const {
+  const Slot *slot = prev == nullptr ? m_entries.data() : static_cast<const Slot *>(prev) + 1;
+  const Slot *const end = m_entries.data() + m_entries.size();
+  while (slot < end && slot->isHole) ++slot;
+  return slot < end ? slot : nullptr;
+}
+
+sxRevokedEntries::Slot *sxRevokedEntries::FindSlot(const sxAsnInt &serial) const {
+  if (m_table.empty()) return nullptr;
+  const size_t mask = m_table.size() - 1;
+  for (size_t i = HashOf(serial) & mask; m_table[i] != 0; i = (i + 1) & mask) {
+    const Slot &slot = m_entries[m_table[i] - 1];
+    if (!slot.isHole && slot.serial.intEquiv(serial)) return const_cast<Slot *>(&slot);
+  }
+  return nullptr;
+}
+
+void sxRevokedEntries::Rebuild(size_t numSlots) {
+  std::erase_if(m_entries, [](const Slot &slot) { return slot.isHole; });
+  m_numHoles = 0;
+  m_table.assign(numSlots, 0);
+  for (size_t i = 0; i < m_entries.size(); ++i) Enter(i);
+}
+
+void sxRevokedEntries::Enter(size_t index) {
+  const size_t mask = m_table.size() - 1;
+  size_t i = HashOf(m_entries[index].serial) & mask;
+  while (m_table[i] != 0) i = (i + 1) & mask;
+  m_table[i] = static_cast<uint32_t>(index + 1);
+}

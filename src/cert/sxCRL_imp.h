@@ -1,0 +1,27 @@
+/// @file
+/// Implementation of CRLs and of CRLs under construction.
+#ifndef KXCERT_SRC_CERT_SXCRL_IMP_H_
+#define KXCERT_SRC_CERT_SXCRL_IMP_H_
+
+#include "kxcert/cert/sxCRL.h"
+#include "revokedEntries.h"
+#include "sxSigned_imp.h"
+
+class sxCRL_imp : public sxSigned_imp {
+ public:
+  sxCRL_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) {}
+
+  const sxRevokedEntries &Entries() const { return m_entries; }
+
+ protected:
+  sxRevokedEntries m_entries;
+};
+
+class sxCRL_Encoder_imp : public sxCRL_imp {
+ public:
+  explicit sxCRL_Encoder_imp(int numExpected) : sxCRL_imp(nullptr, 0) { m_entries.Reserve(numExpected); }
+
+  sxRevokedEntries &Entries() { return m_entries; }
+};
+
+#endif

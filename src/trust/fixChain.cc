@@ -1,0 +1,202 @@
+#include "kxcert/trust/fixChain.h"
+
+#include <atomic>
+#include <cstring>
+
+#include "kxcert/asn1/oids.h"
+#include "kxcert/cert/sxCerts.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/trust/sxCertifiedKey.h"
+#include "kxcert/trust/sxRootCA.h"
+#include "trust/sxKeyHolder_imp.h"
+
+namespace {
+
+constexpr char kFixChain[] = "sxCert_FixChain_do";
+constexpr char kUseCN[] = "sxCert_UseCN2FetchUser";
+
+std::atomic<sxSubCAFunc> g_subCAFunc{nullptr};
+
+const char *NameOf(const sxRootCA &root) { return root.Name() != nullptr ? root.Name() : "no name"; }
+
+void AddReference(sxCerts &chain, sxCert *cert) {
+  sxSaveSigned(cert);
+  chain.Add(cert);
+}
+
+bool IsOwnCert(const sxRootCA &root, const sxCert &cert) {
+  return root.Cert() != nullptr && *root.Cert() == cert;
+}
+
+bool IsAdditionalCert(const sxRootCA &root, const sxCert &cert) {
+  const sxCerts *certs = root.AdditionalCerts();
+  if (certs == nullptr) return false;
+  herror_func(0, 0, "%s: (MCC) continue looking for root CA cert in additional CA certs (%d)", kFixChain,
+              certs->Count());
+  for (int i = 0; i < certs->Slots(); ++i) {
+    if (certs->Get(i) != nullptr && *certs->Get(i) == cert) return true;
+  }
+  return false;
+}
+
+// The root whose own certificate stands at position i, or null.
+sxRootCA *RootAt(const sxCerts &chain, int i, sxKeyHolder &holder) {
+  const sxCert *cert = chain.Get(i);
+  if (cert == nullptr || cert->Subject() == nullptr) return nullptr;
+  sxRootCA *root = holder.CAByDN(cert->Subject());
+  return root != nullptr && IsOwnCert(*root, *cert) ? root : nullptr;
+}
+
+void CutAbove(sxCerts &chain, int last) {
+  for (int i = chain.Top(); i > last; --i) {
+    herror_func(0, 0, "%s: certificate number %d will be removed", kFixChain, i);
+    chain.Del(i);
+  }
+}
+
+// The chain goes on past a root of the holder.
+sxRootCA *FixLongChain(sxCerts &chain, int top, sxKeyHolder &holder) {
+  for (int i = top - 1; i >= 1; --i) {
+    sxRootCA *root = RootAt(chain, i, holder);
+    if (root == nullptr) continue;
+    CutAbove(chain, i);
+    herror_func(0, 0, "%s: Got a long chain. Found the root CA down the chain", kFixChain);
+    return root;
+  }
+  return nullptr;
+}
+
+// The chain ends below a sub-CA that stands in the chain of one of the holder's own keys.
+sxRootCA *FixShortChain(sxCerts &chain, int top, sxKeyHolder &holder) {
+  const sxDN *issuer = chain.Get(top)->Issuer();
+  if (issuer == nullptr) {
+    herror_func(0, 0, "%s: top cert doesn't have DN", kFixChain);
+    return nullptr;
+  }
+  const sxCertifiedKey *key = holder.CertKeyBySubCA(*issuer);
+  if (key == nullptr || key->Root() == nullptr || key->Root()->Cert() == nullptr) {
+    herror_func(0, 0, "%s: Can't find the chains' root CA in my token", kFixChain);
+    return nullptr;
+  }
+  const sxCerts &own = key->Chain();
+  const int ownTop = own.Top();
+  const auto isIssuer = [&own, issuer](int j) {
+    return own.Get(j) != nullptr && own.Get(j)->Subject() != nullptr && own.Get(j)->Subject()->Equal(*issuer);
+  };
+  int j = 1;   // position 0 is the holder's own certificate
+  while (j <= ownTop && !isIssuer(j)) ++j;
+  if (j > ownTop) {
+    herror_func(0, 0, "%s: Failed to fix chain", kFixChain);
+    return nullptr;
+  }
+  for (; j <= ownTop; ++j) {
+    if (own.Get(j) != nullptr) AddReference(chain, own.Get(j));
+  }
+  if (!IsOwnCert(*key->Root(), *chain.Get(chain.Top()))) AddReference(chain, key->Root()->Cert());
+  herror_func(0, 0, "%s: Got short chain. Extended it to my root CA", kFixChain);
+  return key->Root();
+}
+
+// The first lower root that the chain runs through is the one it is to end in.
+sxRootCA *CutAtLowerRoot(sxCerts &chain, int top, sxRootCA *root, sxKeyHolder &holder) {
+  for (int p = 1; p < top; ++p) {
+    const sxCert *cert = chain.Get(p);
+    sxRootCA *lower = cert != nullptr && cert->Subject() != nullptr ? holder.CAByDN(cert->Subject()) : nullptr;
+    if (lower == nullptr) continue;
+    herror_func(0, 0,
+                "%s: Found additional root CA down the chain with the same DN, need to check if certificate "
+                "is indeed the same", kFixChain);
+    if (!IsOwnCert(*lower, *cert)) continue;
+    CutAbove(chain, p);   // the root's certificate that was just appended, too
+    herror_func(0, 0, "%s: finished removing non-needed certs from the chain returning chopped chain", kFixChain);
+    return lower;
+  }
+  return root;
+}
+
+sxRootCA *FixOnce(sxCerts &chain, sxKeyHolder &holder) {
+  const int top = chain.Top();
+  if (top < 0) return nullptr;
+  const sxCert *topCert = chain.Get(top);
+  sxRootCA *root = topCert->Subject() != nullptr ? holder.CAByDN(topCert->Subject()) : nullptr;
+  bool wasRootAlone = false;
+  if (root != nullptr) {
+    if (IsOwnCert(*root, *topCert)) {
+      wasRootAlone = chain.Count() == 1;
+    } else if (!IsAdditionalCert(*root, *topCert)) {
+      herror_func(0, 0, "%s: Failed to fix chain, certificate of non-trusted CA with DN of trusted CA", kFixChain);
+      return nullptr;
+    }
+    chain.Del(top);
+  } else {
+    root = topCert->Issuer() != nullptr ? holder.CAByDN(topCert->Issuer()) : nullptr;
+  }
+  if (root == nullptr) {
+    herror_func(0, 0, "%s: didn't find root ca in chain top", kFixChain);
+    sxRootCA *lower = FixLongChain(chain, top, holder);
+    return lower != nullptr ? lower : FixShortChain(chain, top, holder);
+  }
+  if (kxLog_DebugOn()) herror_func(0, 0, "%s: found root ca:%s", kFixChain, NameOf(*root));
+  sxCert *rootCert = wasRootAlone ? root->Cert() : root->CertBySignee(chain.Get(chain.Top()));
+  if (rootCert == nullptr) {
+    herror_func(0, 0, "%s: didn't find cert in CA that matches chain top", kFixChain);
+    return nullptr;
+  }
+  AddReference(chain, rootCert);
+  if (top >= 2) return CutAtLowerRoot(chain, top, root, holder);
+  if (kxLog_DebugOn()) herror_func(0, 0, "%s: Found the root CA %s in my token", kFixChain, NameOf(*root));
+  return root;
+}
+
+bool IsOneSelfIssued(const sxCerts &chain) {
+  return chain.Count() == 1 && sxTrust_IsSelfIssued(*chain.Get(chain.Top()));
+}
+
+void CopyText(const char *text, char *out, int outLen) {
+  const size_t len = strnlen(text, static_cast<size_t>(outLen) - 1);
+  std::memcpy(out, text, len);
+  out[len] = '\0';
+}
+
+int FailUser(const char *reason) {
+  herror_func(0, 0, "%s: %s", kUseCN, reason);
+  return -1;
+}
+
+}  // namespace
+
+sxRootCA *sxCert_FixChain(sxCerts *chain, sxKeyHolder &holder) {
+  if (chain == nullptr) return nullptr;
+  sxRootCA *root = FixOnce(*chain, holder);
+  if (root != nullptr) return root;
+  const sxSubCAFunc addSubCAs = g_subCAFunc;
+  if (IsOneSelfIssued(*chain) || addSubCAs == nullptr || addSubCAs(*chain) < 0) return nullptr;
+  sxCerts_Sort(*chain);   // what is not on the path has gone; the second attempt decides
+  return FixOnce(*chain, holder);
+}
+
+sxRootCA *sxCert_FixChainC(sxCerts *chain, sxKeyHolder *holder) {
+  return holder != nullptr ? sxCert_FixChain(chain, *holder) : nullptr;
+}
+
+void sxCert_SetSubCAFunc(sxSubCAFunc func) { g_subCAFunc = func; }
+
+int sxCert_UseCN2FetchUser(sxCerts *chain, sxKeyHolder *holder, char *cn, int cnLen, char *dn, int dnLen) {
+  if (chain == nullptr || holder == nullptr || cn == nullptr || cnLen < 1 || dn == nullptr || dnLen < 1) {
+    return FailUser("Bad Input, No Key Holder or Chain or User Name");
+  }
+  if (sxCerts_Sort(*chain) != 0) return FailUser("Got inconsistent chain from peer");
+  const sxRootCA *root = sxCert_FixChain(chain, *holder);
+  if (root == nullptr) return FailUser("Failed to get root CA from chain");
+  if (!root->UseCN2FetchUser()) return 0;
+  const sxCert *peer = chain->Get(0);
+  const sxDN *subject = peer != nullptr ? peer->Subject() : nullptr;
+  const char *subjectText = subject != nullptr ? subject->GetStr() : nullptr;
+  if (subjectText == nullptr) return FailUser("Failed to retrieve the subject dn from chain");
+  char name[4096];   // no name is longer than its encoding may be
+  if (subject->GetCN(name, sizeof name) != 0) return FailUser("Failed to find common name in the DN");
+  CopyText(name, cn, cnLen);
+  CopyText(subjectText, dn, dnLen);
+  return 1;
+}

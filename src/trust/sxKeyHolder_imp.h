@@ -1,0 +1,70 @@
+/// @file
+/// Implementation of key holders: lookups and trust decisions over what a derived class stores.
+#ifndef KXCERT_SRC_TRUST_SXKEYHOLDER_IMP_H_
+#define KXCERT_SRC_TRUST_SXKEYHOLDER_IMP_H_
+
+#include "kxcert/foundation/sxPKobj_imp.h"
+#include "kxcert/trust/sxKeyHolder.h"
+#include "kxcert/trust/sxPKObjects.h"
+
+class sxKeyHolder_imp : public sxPKobj_imp {
+ public:
+  virtual void SetReal(sxKeyHolder *real) = 0;        ///< the handle, borrowed
+  virtual sxKeyHolder *GetReal() const = 0;
+
+  virtual sxRootCA_iterator *RootCAs() = 0;
+  virtual int AddCA(sxRootCA *ca) = 0;
+  virtual int RemoveCA(sxRootCA *ca) = 0;
+  virtual sxRootCA *RootCA_Lookup(const sxDN &dn) = 0;
+  virtual sxRootCA *CAByName(const char *name);
+  virtual sxRootCA *CAByDN(const sxDN *dn);
+  virtual sxRootCA *CAByID(const unsigned char *id, int idLen);
+
+  virtual int AddIntermediateCA(sxCert *cert) = 0;
+  virtual sxCert *GetIntermediateCA(const sxDN &dn) = 0;
+  virtual sxCert *GetIntermediateCA_Save(const sxDN &dn) = 0;
+  virtual int IntermediateCAsCount() = 0;
+  virtual int RemoveIntermediateCA(const sxCert *cert) = 0;
+
+  virtual sxCertKey_iterator *CertKeys() = 0;
+  virtual int AddCertKey(sxCertifiedKey *key) = 0;
+  virtual int RemoveCertKey(sxCertifiedKey *key) = 0;
+  virtual sxCertifiedKey *CertKeyByName(const char *name);
+  virtual sxCertifiedKey *CertKeyByDN(const sxDN *dn);
+  virtual sxCertifiedKey *CertKeyBySubCA(const sxDN &dn);
+  virtual sxCertifiedKey *CertKeyByDefault();
+
+  virtual void operator+=(sxKeyHolder_imp &other);
+  virtual bool HasKeys();
+  virtual bool HasRootCAs();
+  virtual sxCertifiedKey *CertKeyByCADN(const sxDN *dn);
+  virtual sxCertifiedKey *CertKeyByID(const unsigned char *id, int idLen);
+  virtual void Herror_Short();
+
+  virtual int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) = 0;
+
+  /// What a trust search found: the root, why, and for TrustType_signedByCA the root's certificate
+  /// whose key verified the signature. All lent.
+  struct Trust {
+    sxRootCA *root = nullptr;
+    TrustType type = TrustType_none;
+    sxCert *signer = nullptr;
+  };
+  Trust FindTrust(const sxCert &cert);
+  sxRootCA *IsChainTrusted(const sxCerts &chain, sxCerts &out);
+};
+
+/// The certificate of a CA that issued @p cert by name and whose key verifies it. Lent, or null.
+sxCert *sxTrust_SignerOf(const sxRootCA *ca, const sxCert &cert);
+bool sxTrust_IsTrustedCA(const sxRootCA *ca, const sxCert &cert);
+/// The names are equal; two absent ones are, too.
+bool sxTrust_SameDN(const sxDN *a, const sxDN *b);
+/// Subject and issuer are there and equal.
+bool sxTrust_IsSelfIssued(const sxCert &cert);
+
+int sxTrust_CopyChain(const sxCerts &sorted, sxCerts &out);
+void sxTrust_TruncateChain(sxCerts &chain, int level);
+/// Cuts @p chain where the trust was found and ends it in the root's certificate.
+void sxTrust_EndInRoot(sxCerts &chain, int level, const sxKeyHolder_imp::Trust &trust);
+
+#endif

@@ -1,0 +1,179 @@
+// Result codes as text, and what a validation that failed found.
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+
+#include "kxcert/asn1/sxAsnOid.h"
+#include "kxcert/cert/sxCRL.h"
+#include "kxcert/cert/sxCerts.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/platform/textStream.h"
+#include "kxcert/trust/sxRootCA.h"
+#include "kxcert/trust/sxValidation.h"
+
+namespace {
+
+struct TextRow {
+  sxValidationRC rc;
+  const char *text;
+};
+constexpr TextRow kTexts[] = {
+    {sxValidation_OK, "validate certificate OK."},
+    {sxValidation_async, "validate certificate async."},
+    {sxValidation_badInput, "validate bad input."},
+    {sxValidation_notYetValid, "The certificate is not valid yet."},
+    {sxValidation_expired, "Certificate expired."},
+    {sxValidation_unhandledCritExt, "Unhandled critical extension."},
+    {sxValidation_blackListed, "Certificate found in Certificate Black List."},
+    {sxValidation_notTrusted, "Certificate Chain is not signed by a Trusted CA."},
+    {sxValidation_issuerIsNoCA, "Certificate issuer is not a CA."},
+    {sxValidation_pathLenExceeded,
+     "The certificate's path length constraint has been exceeded. (err -995)."},
+    {sxValidation_inconsistentChain, "Certificate chain is inconsistent."},
+    {sxValidation_badSignature, "Bad certificate signature."},
+    {sxValidation_wrongKeyUsage, "Wrong certificate key usage."},
+    {sxValidation_revoked, "Certificate revoked."},
+    {sxValidation_noValidCRL, "No Valid CRL."},
+    {sxValidation_crlNotRetrieved, "Could not retrieve CRL."},
+    {sxValidation_crlNotYetValid,
+     "CRL is not yet valid. Make sure that the time, daylight saving time and date on your machine are "
+     "well configured."},
+    {sxValidation_crlExpired,
+     "CRL has expired. Make sure that:\n- The time, daylight saving time and date on your machine are well "
+     "configured.\n- The CA has issued and published a valid CRL."},
+    {sxValidation_crlFetchFailed,
+     "Failed to fetch CRL. Make sure the security gateway has an outgoing http access, and that the proxy "
+     "and DNS servers are well configured."},
+    {sxValidation_crlTooBig, "CRL is too big."},
+    {sxValidation_entrustBlocking, "Entrust blocking error."},
+    {sxValidation_nameConstraints, "Certificate name constraints failed."},
+    {sxValidation_unknownStatus, "validation status unknown."},
+};
+
+constexpr int kMaxOidText = 256;
+
+const char *TextOf(const sxDN *dn) {
+  const char *text = dn != nullptr ? dn->GetStr() : nullptr;
+  return text != nullptr ? text : "no name";
+}
+
+// The certificate at a level, or null.
+const sxCert *At(const sxCerts &chain, int level) {
+  const sxCert *cert = chain.Get(level);
+  return cert != nullptr && cert->OK() ? cert : nullptr;
+}
+
+void PutDate(SxStream &out, const char *what, int sec) {
+  const time_t time = sec;
+  tm utc;
+  char text[32];
+  if (gmtime_r(&time, &utc) == nullptr || strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc) == 0) return;
+  out.Printf("\n%s: %s", what, text);
+}
+
+// Each writes the fact that decided, for the certificate at that level, which is there.
+void NotBefore(SxStream &out, const sxCerts &chain, int level) {
+  PutDate(out, "not valid before", chain.Get(level)->notBefore());
+}
+
+void NotAfter(SxStream &out, const sxCerts &chain, int level) {
+  PutDate(out, "not valid after", chain.Get(level)->notAfter());
+}
+
+void CriticalExtension(SxStream &out, const sxCerts &chain, int level) {
+  char oid[kMaxOidText] = "";
+  if (chain.Get(level)->UnhandledCritExt() == nullptr) return;
+  chain.Get(level)->UnhandledCritExt()->GetStr(oid, sizeof oid);
+  out.Printf("\ncritical extension: %s", oid);
+}
+
+void PathLength(SxStream &out, const sxCerts &chain, int level) {
+  const sxBasicConstraint *constraints = chain.Get(level)->GetBasicConstraint();
+  if (constraints == nullptr) return;
+  out.Printf("\npath length constraint: %d, CA certificates below: %d", constraints->PathLen(), level - 1);
+}
+
+void KeyUsage(SxStream &out, const sxCerts &, int) { out.Puts("\nkey usage: without keyCertSign"); }
+
+void IssuerIsNoCA(SxStream &out, const sxCerts &chain, int level) {
+  if (const sxCert *issuer = At(chain, level + 1)) out.Printf("\nissuer without cA: %s", TextOf(issuer->Subject()));
+}
+
+void IssuerNames(SxStream &out, const sxCerts &chain, int level) {
+  out.Printf("\nissuer: %s", TextOf(chain.Get(level)->Issuer()));
+  if (const sxCert *issuer = At(chain, level + 1)) out.Printf("\nnext in chain: %s", TextOf(issuer->Subject()));
+}
+
+void Verifier(SxStream &out, const sxCerts &chain, int level) {
+  if (const sxCert *issuer = At(chain, level + 1)) {
+    out.Printf("\nnot verified by the key of: %s", TextOf(issuer->Subject()));
+  }
+}
+
+void ConstrainedName(SxStream &out, const sxCerts &chain, int level) {
+  out.Printf("\nname outside the constraints: %s", TextOf(chain.Get(level)->Subject()));
+}
+
+struct FactRow {
+  sxValidationRC rc;
+  void (*put)(SxStream &out, const sxCerts &chain, int level);
+};
+constexpr FactRow kFacts[] = {
+    {sxValidation_notYetValid, NotBefore},
+    {sxValidation_expired, NotAfter},
+    {sxValidation_unhandledCritExt, CriticalExtension},
+    {sxValidation_issuerIsNoCA, IssuerIsNoCA},
+    {sxValidation_pathLenExceeded, PathLength},
+    {sxValidation_inconsistentChain, IssuerNames},
+    {sxValidation_badSignature, Verifier},
+    {sxValidation_wrongKeyUsage, KeyUsage},
+    {sxValidation_nameConstraints, ConstrainedName},
+    {sxValidation_notTrusted, IssuerNames},
+};
+
+void PutSerial(SxStream &out, const sxCert &cert) {
+  int len = 0;
+  const unsigned char *octets = cert.SerialNum(len);
+  out.Puts("\nserial number: ");
+  for (int i = 0; i < len; ++i) out.Printf("%02x", octets[i]);
+}
+
+void PutLevel(SxStream &out, const sxCerts &chain, int rc, int level) {
+  out.Printf("\nlevel: %d", level);
+  const sxCert *cert = At(chain, level);
+  if (cert == nullptr) return;
+  out.Printf("\nsubject: %s", TextOf(cert->Subject()));
+  PutSerial(out, *cert);
+  for (const FactRow &row : kFacts) {
+    if (row.rc == rc) row.put(out, chain, level);
+  }
+}
+
+}  // namespace
+
+const char *sxValidationRC_GetString(int rc) {
+  for (const TextRow &row : kTexts) {
+    if (row.rc == rc) return row.text;
+  }
+  return "validation general error";
+}
+
+bool isCertificateRevoked(int rc) { return rc == sxValidation_revoked; }
+
+int sxCert_ValErrToStr(const sxCerts *chain, int rc, int level, char *buf, int len) {
+  return sxCert_ValErrToStr_ex(chain, nullptr, rc, level, buf, len);
+}
+
+int sxCert_ValErrToStr_ex(const sxCerts *chain, const sxCRL *crl, int rc, int level, char *buf, int len,
+                          const sxRootCA *root) {
+  if (buf == nullptr || len <= 0) return -1;
+  SxStream out;
+  out.Puts(sxValidationRC_GetString(rc));
+  if (chain != nullptr && level >= 0) PutLevel(out, *chain, rc, level);
+  if (root != nullptr) out.Printf("\nroot CA: %s", root->Name() != nullptr ? root->Name() : "no name");
+  if (crl != nullptr) out.Printf("\nCRL entries: %d", crl->GetSize());
+  const size_t textLen = std::min(static_cast<size_t>(out.Length()), static_cast<size_t>(len) - 1);
+  std::memcpy(buf, out.GetBuf(), textLen);
+  buf[textLen] = '\0';
+  return 0;
+}

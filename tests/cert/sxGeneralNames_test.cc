@@ -1,0 +1,149 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "kxcert/asn1/oids.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/platform/textStream.h"
+#include "support/hexOctets.h"
+#include "support/logCapture.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+sxGeneralName Dns(const char *text) { return {sxGN_dns, text, static_cast<int>(std::strlen(text))}; }
+
+sxGeneralNames DnsNames(const std::vector<const char *> &texts) {
+  sxGeneralNames names;
+  for (const char *text : texts) {
+    const sxGeneralName name = Dns(text);
+    names.Add(&name);
+  }
+  return names;
+}
+
+template <class List>
+std::string Fprinted(const List &list, const char *title, int indent) {
+  char *text = nullptr;
+  size_t textLen = 0;
+  FILE *out = open_memstream(&text, &textLen);
+  list.Fprint(out, title, indent);
+  std::fclose(out);
+  std::string printed(text, textLen);
+  std::free(text);
+  return printed;
+}
+
+TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
+  sxGeneralNames names = DnsNames({"a", "b"});
+  const sxGeneralName *first = names.Get(0);
+  names.Add(nullptr);
+  names.Add(names.Get(0));
+  EXPECT_EQ(3, names.Count());
+  const sxGeneralNames more = DnsNames({"b", "c", "c", "A"});
+  names.Add_IfNotExist(&more);
+  EXPECT_EQ(5, names.Count());
+  EXPECT_EQ(first, names.Get(0));   // what was lent stays where it is
+  EXPECT_EQ(nullptr, names.Get(5));
+  EXPECT_EQ(nullptr, names.Get(-1));
+}
+
+TEST(sxGeneralNames, AddingAListToItselfEnds) {
+  sxGeneralNames names = DnsNames({"a"});
+  const sxGeneralName equalsNothing;
+  names.Add(&equalsNothing);
+  names.Add_IfNotExist(&names);
+  EXPECT_EQ(3, names.Count());
+}
+
+TEST(sxGeneralNames, MatchesAnyWithAny) {
+  const sxGeneralNames names = DnsNames({"a", "b"});
+  const sxGeneralName b = Dns("b");
+  const sxGeneralName c = Dns("c");
+  EXPECT_EQ(1, names.Match(&b));
+  EXPECT_EQ(0, names.Match(&c));
+  EXPECT_EQ(1, names.Match(DnsNames({"c", "b"})));
+  EXPECT_EQ(0, names.Match(DnsNames({"c"})));
+  EXPECT_EQ(0, names.Match(sxGeneralNames()));
+  EXPECT_EQ(0, sxGeneralNames().Match(names));
+}
+
+TEST(sxGeneralNames, FindsTheFirstOfAKind) {
+  const sxAsnOid otherOid({1, 2, 3});
+  const sxAsnOid principalOid(sxASN_id_principalName);   // equal by value, another object
+  sxGeneralNames names = DnsNames({"a", "b"});
+  const sxGeneralName other(&otherOid, "o", 1);
+  const sxGeneralName principal(&sxASN_id_principalName, "p", 1);
+  names.Add(&other);
+  names.Add(&principal);
+  EXPECT_EQ(names.Get(0), names.GetFirstOfType(sxGN_dns));
+  EXPECT_EQ(names.Get(3), names.GetFirstOfType(sxGN_other, &principalOid));
+  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_other, nullptr));
+  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_other, &sxASN_id_ad_ocsp));
+  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_uri));
+}
+
+TEST(sxGeneralNames, PrintsTitleAndNamesAtOneIndent) {
+  const sxGeneralNames names = DnsNames({"a", "b"});
+  EXPECT_EQ("\tNames:\n\tDNS: a\n\tDNS: b\n", Fprinted(names, "Names", 1));
+  EXPECT_EQ("DNS: a\nDNS: b\n", Fprinted(names, nullptr, 0));
+  LogCapture log;
+  names.Herror("Names");
+  EXPECT_THAT(log.Lines(), ElementsAre("Names:\nDNS: a\nDNS: b\n"));
+}
+
+TEST(sxGeneralNames, EmptyListPrintsNothing) {
+  const sxGeneralNames empty;
+  EXPECT_EQ("", Fprinted(empty, "Names", 1));
+  EXPECT_EQ("", Fprinted(sxDNList(), "Names", 1));
+  LogCapture log;
+  empty.Herror("Names");
+  sxDNList().Herror("Names");
+  EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
+TEST(sxDNList, EncodesDecodesAndPrints) {
+  sxDNList list;
+  const sxDN first("CN=a,C=DE");
+  const sxDN second("O=b");
+  list.Add(&first);
+  list.Add(nullptr);
+  list.Add(&second);
+  unsigned char der[200];
+  const int derLen = list.DerEncode(der, sizeof der);
+  ASSERT_LT(0, derLen);
+  EXPECT_EQ(derLen, list.DerEncode(nullptr, 0));
+  EXPECT_EQ(-1, list.DerEncode(der, derLen - 1));
+  ASSERT_EQ(derLen, list.DerEncode(der, sizeof der));
+
+  sxDNList decoded;
+  ASSERT_EQ(0, decoded.DerDecode(der, derLen));
+  ASSERT_EQ(2, decoded.Count());
+  EXPECT_TRUE(decoded.Get(0)->Equal(first));
+  EXPECT_TRUE(decoded.Get(1)->Equal(second));
+  EXPECT_EQ(nullptr, decoded.Get(2));
+  EXPECT_EQ("\tDNs:\n\tCN=a,C=DE\n\tO=b\n", Fprinted(decoded, "DNs", 1));
+  EXPECT_EQ("CN=a,C=DE\nO=b\n", Fprinted(decoded, nullptr, 0));
+  LogCapture log;
+  decoded.Herror("DNs");
+  EXPECT_THAT(log.Lines(), ElementsAre("DNs:", "CN=a,C=DE", "O=b"));
+
+  for (int len = -1; len < derLen; ++len) EXPECT_EQ(-1, decoded.DerDecode(der, len)) << len;
+  EXPECT_EQ(2, decoded.Count());   // as it was
+}
+
+TEST(sxDNList, HasNoEncodingWithoutName) {
+  sxDNList list;
+  const sxDN noName;
+  list.Add(&noName);
+  EXPECT_EQ(-1, list.DerEncode(nullptr, 0));
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+setup_file() {
+  load support
+  cd "$BATS_FILE_TMPDIR"
+  ca=('basicConstraints = critical, CA:TRUE' 'keyUsage = critical, keyCertSign, cRLSign' 'authorityKeyIdentifier = keyid')
+  leaf=('basicConstraints = critical, CA:FALSE' 'authorityKeyIdentifier = keyid')
+  {
+    issue root root '/O=Test/CN=Root' "${ca[@]:0:2}"
+    issue ca root '/O=Test/CN=CA' "${ca[@]}"
+    END=20310101000000Z issue leaf ca '/O=Test/CN=leaf' "${leaf[@]}"
+
+    issue noca root '/O=Test/CN=No CA' 'basicConstraints = CA:FALSE'
+    issue under-noca noca '/O=Test/CN=leaf' "${leaf[@]}"
+    issue nosign root '/O=Test/CN=No Sign' "${ca[0]}" 'keyUsage = critical, cRLSign'
+    issue under-nosign nosign '/O=Test/CN=leaf' "${leaf[@]}"
+    issue short root '/O=Test/CN=Short' 'basicConstraints = critical, CA:TRUE, pathlen:0'
+    issue below-short short '/O=Test/CN=Below' "${ca[@]}"
+    issue under-short below-short '/O=Test/CN=leaf' "${leaf[@]}"
+    issue critical ca '/O=Test/CN=leaf' "${leaf[@]}" '1.2.3.4.5 = critical, ASN1:NULL'
+    # The last octet of the signature is another one.
+    der_of leaf.pem | python3 -c 'import sys; b = bytearray(sys.stdin.buffer.read()); b[-1] ^= 1; sys.stdout.buffer.write(b)' >forged.der
+
+    # The same root once more with a new key, and cross-signed by a foreign one.
+    issue renewed renewed '/O=Test/CN=Root' "${ca[@]:0:2}"
+    issue foreign foreign '/O=Elsewhere/CN=Root' "${ca[@]:0:2}"
+    KEY=root issue cross foreign '/O=Test/CN=Root' "${ca[@]}"
+
+    mkdir folder
+    cp root.pem folder/b.pem
+    cp foreign.pem folder/a.pem
+    cp root.key folder/key.pem
+    openssl x509 -in leaf.pem -noout -serial | cut -d= -f2 >serial.txt
+  } >log 2>&1
+}
+
+setup() {
+  load support
+  cd "$BATS_FILE_TMPDIR"
+}
+
+verify() { "$KXCERT" chain verify "${at[@]}" --trust root.pem "$@"; }
+
+@test "chain verify: the sample chain is valid, in any order and with its root" {
+  for files in 'leaf ca' 'ca leaf' 'root leaf ca'; do
+    run -0 verify $(printf '%s.pem ' $files)
+    [ "${lines[0]}" = 'VALID (0): validate certificate OK.' ]
+    [[ $output == *'valid until: 2031-01-01 00:00:00 UTC'* ]]
+    [[ $output == *'revocation:  not checked, which is not the same as good'* ]]
+    [ "$(grep -c '^level ' <<<"$output")" -eq 3 ]
+  done
+  openssl verify -attime 1906545600 -CAfile root.pem -untrusted ca.pem leaf.pem
+}
+
+@test "chain verify: one fault each, its code, level and fact" {
+  while IFS='|' read -r code level fact files; do
+    run -1 verify --json $files
+    got=$(json 'd["verdict"]["code"], d["verdict"]["level"], d["verdict"]["facts"], d["valid"]')
+    [[ $got == "($code, $level, ["*"$fact"*"], False)" ]] || { echo "$files: $got"; false; }
+    # The level that decided lists it, and all the others are without fault.
+    [ "$(json '[(i, f["code"]) for i, l in enumerate(d["levels"]) for f in l["failed"]]')" = "[($level, $code)]" ]
+    run -1 verify $files
+    [[ ${lines[0]} == "NOT VALID ($code): "* ]]
+    [[ $output == *'what to do:  '* ]]
+  done <<'CASES'
+-996|0|issuer without cA: CN=No CA,O=Test|noca.pem under-noca.pem
+-992|1|key usage: without keyCertSign|nosign.pem under-nosign.pem
+-995|2|path length constraint: 0, CA certificates below: 1|short.pem below-short.pem under-short.pem
+-997|0|critical extension: 1.2.3.4.5|ca.pem critical.pem
+-993|0|not verified by the key of: CN=CA,O=Test|ca.pem forged.der
+CASES
+}
+
+@test "chain verify: dates and grace periods, to the second" {
+  while read -r code when option; do
+    run "$KXCERT" chain verify --trust root.pem --at "$when" ${option/=/ } --json leaf.pem ca.pem
+    [ "$(json 'd["verdict"]["code"]')" -eq "$code" ] || { echo "$when $option: $output"; false; }
+  done <<'CASES'
+0 1924991999
+0 1924992000
+-998 1924992001
+0 1924992001 --grace-end=1
+-998 1924992002 --grace-end=1
+0 1735689600
+0 1735682400
+-999 1735682399
+-999 1735689599 --grace-start=0
+0 1735689590 --grace-start=10
+CASES
+  run -1 "$KXCERT" chain verify --trust root.pem --at '2031-01-01 00:00:01 UTC' leaf.pem ca.pem
+  [[ $output == *'fact:        not valid after: 2031-01-01 00:00:00 UTC'* ]]
+}
+
+@test "chain verify: black lists, as serials are printed" {
+  for line in "$(cat serial.txt)" "$(tr A-F a-f <serial.txt)" "$(sed 's/../&:/g; s/:$//' serial.txt)"; do
+    printf '# none of these\n01\n\n%s\n' "$line" >list
+    run -1 verify --blacklist list leaf.pem ca.pem
+    [ "${lines[0]}" = 'NOT VALID (-1002): Certificate found in Certificate Black List.' ]
+  done
+  printf '01\n7fff\n' >list
+  run -0 verify --blacklist list leaf.pem ca.pem
+  printf '01\nxyz\n' >list
+  run -3 verify --blacklist list leaf.pem ca.pem
+  [[ $output == *'list line 2: not a hexadecimal serial number'* ]]
+  run -3 --separate-stderr verify --blacklist missing leaf.pem ca.pem
+  [ -z "$output" ]
+}
+
+@test "chain verify: every level lists all its own findings" {
+  cat serial.txt >list
+  run -1 "$KXCERT" chain verify --json --trust root.pem --at 2036-01-01 --blacklist list ca.pem leaf.pem
+  [ "$(json 'd["verdict"]["code"], d["verdict"]["level"]')" = '(-998, 2)' ]
+  [ "$(json '[[f["code"] for f in l["failed"]] for l in d["levels"]]')" = '[[-1002, -998], [-998], [-998]]' ]
+  [ "$(json '"signature" in d["levels"][0]["passed"]')" = True ]
+}
+
+@test "chain verify: what is missing when there is no trusted root" {
+  keyid=$(openssl x509 -in ca.pem -noout -ext subjectKeyIdentifier | tail -1 | tr -d ': ' | tr A-F a-f)
+  run -1 verify leaf.pem
+  [ "${lines[0]}" = 'NOT VALID (-1001): Certificate Chain is not signed by a Trusted CA.' ]
+  [[ $output == *"missing:     CN=CA,O=Test, key id $keyid"*'--untrusted'* ]]
+  run -0 verify --untrusted foreign.pem --untrusted ca.pem leaf.pem
+  run -1 "$KXCERT" chain verify "${at[@]}" --trust foreign.pem leaf.pem ca.pem root.pem
+  [[ $output == *'The chain ends in a root of its own'* ]]
+  run -1 "$KXCERT" chain verify "${at[@]}" --trust renewed.pem leaf.pem ca.pem
+  [[ $output == *"A trusted root has the issuer's name, but another key"* ]]
+}
+
+@test "chain verify: a renewed root beside the old one, and a chain past the root" {
+  run -0 "$KXCERT" chain verify "${at[@]}" --trust renewed.pem --trust root.pem leaf.pem ca.pem
+  run -0 "$KXCERT" chain verify "${at[@]}" --trust root.pem leaf.pem ca.pem cross.pem foreign.pem
+  [ "$(grep -c '^level ' <<<"$output")" -eq 3 ]
+  run -0 "$KXCERT" chain verify "${at[@]}" --trust foreign.pem leaf.pem ca.pem cross.pem
+  [[ $output == *'root:        CN=Root,O=Elsewhere (trusted)'* ]]
+}
+
+@test "chain verify: trust from folders and bundles" {
+  run -0 --separate-stderr "$KXCERT" chain verify "${at[@]}" --trust folder leaf.pem ca.pem
+  [[ $stderr == *'folder: 1 files without a certificate; passed over'* ]]
+  for root in "$roots"/ISRG_Root_X1.crt "$roots"/DigiCert_Global_Root_G2.crt; do
+    run -0 "$KXCERT" chain verify --at 2026-01-01 --trust /etc/ssl/certs/ca-certificates.crt "$root"
+  done
+  mkdir -p nothing
+  run -3 verify --trust nothing leaf.pem ca.pem
+  [[ $output == *'nothing: no certificate in it'* ]]
+}
+
+@test "chain verify: all inputs are processed and the worst code wins" {
+  run -3 --separate-stderr verify leaf.pem missing.pem ca.pem foreign.pem
+  [[ $output == VALID* ]]
+  [[ $stderr == *'missing.pem: cannot be opened: '*'foreign.pem line 1: not part of the chain: CN=Root,O=Elsewhere'* ]]
+  run -3 --separate-stderr verify missing.pem
+  [ -z "$output" ]
+  [[ $stderr == *'no certificate to verify'* ]]
+  cat leaf.pem ca.pem | { run -0 verify -; }
+}
+
+@test "chain verify: colour only for terminals that want it" {
+  run -0 verify leaf.pem ca.pem
+  is_visible "$output"
+  in_terminal() { script -qec "$KXCERT chain verify --at 2030-01-01 --trust root.pem leaf.pem ca.pem" /dev/null; }
+  export TERM=xterm
+  run -0 in_terminal
+  [[ ${lines[0]} == $'\x1b[1;32mVALID'* ]]
+  NO_COLOR=1 run -0 in_terminal
+  [[ ${lines[0]} == VALID* ]]
+}

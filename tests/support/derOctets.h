@@ -1,0 +1,38 @@
+/// @file
+/// Builds encodings piece by piece, right ones and wrong ones.
+#ifndef KXCERT_TESTS_SUPPORT_DEROCTETS_H_
+#define KXCERT_TESTS_SUPPORT_DEROCTETS_H_
+
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+using Octets = std::vector<unsigned char>;
+
+Octets Joined(std::initializer_list<Octets> parts);
+Octets Text(const std::string &text);
+
+/// An element of a one-octet identifier with the shortest definite length.
+Octets Der(int tag, const Octets &content);
+Octets Der(int tag, std::initializer_list<Octets> parts);
+
+/// The same element with an indefinite length; the identifier must be a constructed one.
+Octets Indefinite(int tag, const Octets &content);
+
+/// One attribute type and value; @p oid is dotted, without the "OID." of names.
+Octets Ava(const char *oid, int tag, const Octets &value);
+/// A name of RDNs with one such attribute each, root-most first.
+Octets NameOf(std::initializer_list<Octets> avas);
+
+constexpr char kCN[] = "2.5.4.3";
+constexpr char kC[] = "2.5.4.6";
+constexpr char kO[] = "2.5.4.10";
+
+constexpr int kPrintable = 0x13;
+constexpr int kUtf8 = 0x0C;
+
+inline const char *Chars(const Octets &octets) { return reinterpret_cast<const char *>(octets.data()); }
+inline int LenOf(const Octets &octets) { return static_cast<int>(octets.size()); }
+
+#endif

@@ -1,0 +1,56 @@
+/// @file
+/// Certificates made by libcrypto for a test, each with what the test wants to be different.
+#ifndef KXCERT_TESTS_SUPPORT_TESTPKI_H_
+#define KXCERT_TESTS_SUPPORT_TESTPKI_H_
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <string>
+
+#include <openssl/evp.h>
+
+#include "kxcert/cert/sxCerts.h"
+
+constexpr int64_t kTestNow = 1893456000;   ///< 2030-01-01 00:00 UTC; certificates are valid around it
+constexpr int64_t kTestDay = 86400;
+
+class TestCert;
+
+struct TestCertOptions {
+  int64_t notBefore = kTestNow - kTestDay;
+  int64_t notAfter = kTestNow + 365 * kTestDay;
+  std::string serial = "01";             ///< hexadecimal
+  std::string basicConstraints;          ///< as in an OpenSSL configuration; "": no extension
+  std::string keyUsage;
+  bool keyIds = false;                   ///< subject and authority key identifiers, made from the keys
+  bool criticalUnknown = false;          ///< a critical extension 1.2.3.4.5
+  const char *issuerName = nullptr;      ///< instead of the issuer's subject
+  const TestCert *keyOf = nullptr;       ///< the same key pair; null: a new one
+};
+
+/// An ECDSA P-256 certificate.
+class TestCert {
+ public:
+  /// @param subject  "O=Example/CN=name", root-most first
+  /// @param issuer   signs it; null: it signs itself
+  TestCert(const char *subject, const TestCert *issuer, const TestCertOptions &options = {});
+  TestCert(const TestCert &) = delete;
+  TestCert &operator=(const TestCert &) = delete;
+  ~TestCert() { sxCert_Free(m_cert); }
+
+  sxCert *Get() const { return m_cert; }   ///< lent
+  sxCert *Ref() const;                     ///< one more reference, for a set to adopt
+
+ private:
+  std::shared_ptr<EVP_PKEY> m_key;
+  sxCert *m_cert = nullptr;
+};
+
+/// cA set and allowed to sign.
+TestCertOptions CaOptions();
+
+/// Adds one more reference of each.
+sxCerts SetOf(std::initializer_list<const TestCert *> certs);
+
+#endif

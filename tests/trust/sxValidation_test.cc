@@ -1,0 +1,335 @@
+#include "kxcert/trust/sxValidation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/trust/sxcert_black_list.h"
+#include "support/fixedClock.h"
+#include "support/logCapture.h"
+#include "support/testRoots.h"
+
+namespace {
+
+ValidateParams Grace(int startSec, int endSec) {
+  ValidateParams params;
+  params.Set_cert_start_grace(startSec);
+  params.Set_cert_end_grace(endSec);
+  return params;
+}
+
+TEST(ValidateCert, ComparesDatesWithTheirGrace) {
+  const TestCert cert("O=Val/CN=dates", nullptr);
+  const int64_t start = cert.Get()->notBefore(), end = cert.Get()->notAfter();
+  struct Case { const char *what; int64_t now; int startGrace, endGrace; sxValidationRC rc; };
+  const Case cases[] = {
+      {"first second", start, 0, 0, sxValidation_OK},
+      {"explicit 0 at the start", start - 1, 0, -1, sxValidation_notYetValid},
+      {"process-wide grace", start - 7200, -1, -1, sxValidation_OK},
+      {"past the process-wide grace", start - 7201, -1, -1, sxValidation_notYetValid},
+      {"last second", end, -1, -1, sxValidation_OK},
+      {"no default grace at the end", end + 1, -1, -1, sxValidation_expired},
+      {"last second of an end grace", end + 60, -1, 60, sxValidation_OK},
+      {"past an end grace", end + 61, -1, 60, sxValidation_expired},
+      {"sums pass 32 bits", end + 1, INT_MAX, INT_MAX, sxValidation_OK},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(c.rc, sxValidateCert(cert.Get(), static_cast<long>(c.now), Grace(c.startGrace, c.endGrace)));
+  }
+  sxCertValidate_SetGracePeriod(10);
+  EXPECT_EQ(sxValidation_OK, sxValidateCert(cert.Get(), static_cast<long>(start - 10), ValidateParams()));
+  EXPECT_EQ(sxValidation_notYetValid, sxValidateCert(cert.Get(), static_cast<long>(start - 11), ValidateParams()));
+  EXPECT_EQ(7200U, sxCertValidate_GetDefaultGracePeriod());
+  sxCertValidate_SetGracePeriod(kDefaultGraceSec);
+}
+
+TEST(ValidateCert, LooksAtTheBlackListFirst) {
+  TestCertOptions options;
+  options.criticalUnknown = true;
+  options.notAfter = kTestNow - 1;
+  const TestCert cert("O=Val/CN=listed", nullptr, options);
+  ValidateParams params;
+  EXPECT_EQ(sxValidation_unhandledCritExt, sxValidateCert(cert.Get(), kTestNow, params));
+  sxcert_black_list *list = new sxcert_black_list(0);
+  params.Set_BlackList(list);
+  EXPECT_EQ(sxValidation_unhandledCritExt, sxValidateCert(cert.Get(), kTestNow, params));
+  list->Add(*cert.Get()->SerialNum());
+  EXPECT_EQ(sxValidation_blackListed, sxValidateCert(cert.Get(), kTestNow, params));
+  EXPECT_EQ(sxValidation_badInput, sxValidateCert(nullptr, kTestNow, params));
+  const sxCert broken(nullptr, 0);
+  EXPECT_EQ(sxValidation_badInput, sxValidateCert(&broken, kTestNow, params));
+  sxcert_black_list::free(list);
+}
+
+// root, upper and lower sub-CA, leaf; one of them with a fault.
+struct PathCase {
+  const char *what;
+  TestCertOptions root, upper, lower, leaf;
+  sxValidationRC rc;
+  int level;
+  const char *fact;   // line of the error text, or null
+};
+
+TestCertOptions With(const char *basicConstraints, const char *keyUsage = "critical,keyCertSign") {
+  TestCertOptions options;
+  options.basicConstraints = basicConstraints;
+  options.keyUsage = keyUsage;
+  return options;
+}
+
+TestCertOptions Expired(int64_t at) {
+  TestCertOptions options = CaOptions();
+  options.notAfter = at;
+  return options;
+}
+
+TestCertOptions IssuedBy(const char *issuerName) {
+  TestCertOptions options;
+  options.issuerName = issuerName;
+  return options;
+}
+
+TEST(ValidatePath, GivesEachFaultItsCodeLevelAndFact) {
+  FixedClock clock(kTestNow);
+  TestCertOptions critical;
+  critical.criticalUnknown = true;
+  TestCertOptions future;
+  future.notBefore = kTestNow + kTestDay;
+  const PathCase cases[] = {
+      {"in order", CaOptions(), CaOptions(), CaOptions(), {}, sxValidation_OK, -1, nullptr},
+      {"no constraints at all", {}, {}, {}, {}, sxValidation_OK, -1, nullptr},
+      {"path lengths that just suffice", With("CA:TRUE,pathlen:2"), With("CA:TRUE,pathlen:1"),
+       With("CA:TRUE,pathlen:0"), {}, sxValidation_OK, -1, nullptr},
+      {"leaf not yet valid", CaOptions(), CaOptions(), CaOptions(), future, sxValidation_notYetValid, 0,
+       "not valid before: 2030-01-02 00:00:00 UTC"},
+      {"top expired", Expired(kTestNow - 1), CaOptions(), CaOptions(), {}, sxValidation_expired, 3,
+       "not valid after: 2029-12-31 23:59:59 UTC"},
+      {"a sub-CA expired", CaOptions(), CaOptions(), Expired(kTestNow - 1), {}, sxValidation_expired, 1, nullptr},
+      {"a critical extension that nobody knows", CaOptions(), CaOptions(), CaOptions(), critical,
+       sxValidation_unhandledCritExt, 0, "critical extension: 1.2.3.4.5"},
+      {"may not sign", CaOptions(), With("CA:TRUE", "critical,digitalSignature"), CaOptions(), {},
+       sxValidation_wrongKeyUsage, 2, "key usage: without keyCertSign"},
+      {"no CA", CaOptions(), CaOptions(), With("CA:FALSE"), {}, sxValidation_issuerIsNoCA, 0,
+       "issuer without cA: CN=lower,O=Val"},
+      {"one sub-CA too many", CaOptions(), With("CA:TRUE,pathlen:0"), CaOptions(), {},
+       sxValidation_pathLenExceeded, 2, "path length constraint: 0, CA certificates below: 1"},
+      {"one sub-CA too many for the root", With("CA:TRUE,pathlen:1"), CaOptions(), CaOptions(), {},
+       sxValidation_pathLenExceeded, 3, "path length constraint: 1, CA certificates below: 2"},
+      {"another issuer", CaOptions(), CaOptions(), CaOptions(), IssuedBy("O=Val/CN=else"),
+       sxValidation_inconsistentChain, 0, "issuer: CN=else,O=Val\nnext in chain: CN=lower,O=Val"},
+  };
+  for (const PathCase &c : cases) {
+    SCOPED_TRACE(c.what);
+    const TestCert root("O=Val/CN=root", nullptr, c.root), upper("O=Val/CN=upper", &root, c.upper);
+    const TestCert lower("O=Val/CN=lower", &upper, c.lower), leaf("O=Val/CN=leaf", &lower, c.leaf);
+    const sxCerts chain = SetOf({&leaf, &lower, &upper, &root});
+    int level = 99;
+    long expiration = -5;
+    EXPECT_EQ(c.rc, sxValidatePath(chain, level, expiration));
+    EXPECT_EQ(c.level, level);
+    char text[1024];
+    ASSERT_EQ(0, sxCert_ValErrToStr(&chain, c.rc, level, text, sizeof text));
+    if (c.level < 0) {
+      EXPECT_STREQ("validate certificate OK.", text);
+      continue;
+    }
+    const std::string head = std::string(sxValidationRC_GetString(c.rc)) + "\nlevel: " + std::to_string(level) +
+                             "\nsubject: " + chain.Get(level)->Subject()->GetStr() + "\nserial number: 01\n";
+    EXPECT_THAT(text, testing::StartsWith(head));
+    if (c.fact != nullptr) {
+      EXPECT_EQ(head + c.fact, text);
+    }
+  }
+}
+
+TEST(ValidatePath, KeyUsageCountsOnlyWhenCritical) {
+  FixedClock clock(kTestNow);
+  for (const bool isCritical : {false, true}) {
+    const TestCert root("O=Val/CN=root", nullptr,
+                        With("CA:TRUE", isCritical ? "critical,digitalSignature" : "digitalSignature"));
+    const TestCert leaf("O=Val/CN=leaf", &root);
+    int level = 0;
+    long expiration = 0;
+    EXPECT_EQ(isCritical ? sxValidation_wrongKeyUsage : sxValidation_OK,
+              sxValidatePath(SetOf({&leaf, &root}), level, expiration));
+  }
+}
+
+TEST(ValidatePath, ReportsTheEarliestEndAndNeedsEveryCertificate) {
+  FixedClock clock(kTestNow);
+  const TestCert root("O=Val/CN=root", nullptr, Expired(kTestNow + 30));
+  const TestCert upper("O=Val/CN=upper", &root, Expired(kTestNow + 10));
+  const TestCert leaf("O=Val/CN=leaf", &upper);
+  sxCerts chain = SetOf({&leaf, &upper, &root});
+  int level = 0;
+  long expiration = 0;
+  EXPECT_EQ(sxValidation_OK, sxValidatePath(chain, level, expiration));
+  EXPECT_EQ(kTestNow + 10, expiration);
+  EXPECT_EQ(kTestNow + 10, sxGetChainExpiration(chain));
+  chain.Del(1);
+  EXPECT_EQ(sxValidation_badInput, sxValidatePath(chain, level, expiration));
+  EXPECT_EQ(1, level);
+  EXPECT_EQ(sxValidation_badInput, sxValidateSignatures(chain, level));
+  EXPECT_EQ(kTestNow + 30, sxGetChainExpiration(chain));
+  EXPECT_EQ(sxValidation_badInput, sxValidatePath(sxCerts(), level, expiration));
+  EXPECT_EQ(sxValidation_badInput, sxValidateSignatures(sxCerts(), level));
+  EXPECT_EQ(-1, sxGetChainExpiration(sxCerts()));
+  int alone = 0;
+  EXPECT_EQ(sxValidation_OK, sxValidatePath(SetOf({&leaf}), alone, expiration));   // only its own dates count
+}
+
+sxRootCA *ConstrainedRoot(const TestCert &cert) {
+  auto *constraints = new sxGeneralNames;
+  const sxGeneralName mail(sxGN_email, "a@b", 3);
+  const sxDN unit("OU=in,O=Val"), other("O=Else");
+  const sxGeneralName otherTree(&other), unitTree(&unit);
+  for (const sxGeneralName *name : {&mail, &otherTree, &unitTree}) constraints->Add(name);
+  return new sxRootCA(nullptr, cert.Get(), 0, sxCaType_other, 0, nullptr, 0, constraints, 77);
+}
+
+class ValCerts : public testing::Test {
+ protected:
+  ~ValCerts() override {
+    sxCertValidate_SetRevocationFunc(nullptr);
+    sxCertValidate_SetPushCRLsFunc(nullptr);
+    sxFreePKobj(constrained);
+  }
+
+  sxValidationRC Run(sxCerts *with, int flags) {
+    level = 99;
+    return sxCert_ValCerts_e(env, constrained, with, nullptr, &expiration, ValidateParams(), text, sizeof text,
+                             &level, nullptr, this, flags);
+  }
+
+  FixedClock clock{kTestNow};
+  const TestCert root{"O=Val/CN=root", nullptr, CaOptions()};
+  const TestCert inside{"O=Val/OU=in/CN=leaf", &root};
+  const TestCert outside{"O=Val/OU=out/CN=leaf", &root};
+  sxRootCA *constrained = ConstrainedRoot(root);
+  sxd_env *env = reinterpret_cast<sxd_env *>(&clock);   // only handed on
+  char text[512] = "old";
+  int level = 0;
+  long expiration = 0;
+};
+
+TEST_F(ValCerts, ChecksNameConstraintsOfTheEndEntity) {
+  EXPECT_EQ(sxValidation_OK, sxValidateNameConstraints(constrained, inside.Get()));
+  EXPECT_EQ(sxValidation_badInput, sxValidateNameConstraints(nullptr, inside.Get()));
+  EXPECT_EQ(sxValidation_badInput, sxValidateNameConstraints(constrained, nullptr));
+  sxCerts chain = SetOf({&outside, &root});
+  LogCapture log;
+  EXPECT_EQ(sxValidation_nameConstraints, Run(&chain, sxValidate_nameConstraints));
+  EXPECT_EQ(0, level);
+  EXPECT_STREQ("Certificate name constraints failed.\nlevel: 0\nsubject: CN=leaf,OU=out,O=Val\n"
+               "serial number: 01\nname outside the constraints: CN=leaf,OU=out,O=Val", text);
+  EXPECT_TRUE(log.Has("sxValidateNameConstraints: CN=leaf,OU=out,O=Val doesn't conform to name constraints"));
+  EXPECT_EQ(sxValidation_OK, Run(&chain, 0));
+}
+
+TEST_F(ValCerts, FindsASignatureThatIsNotTheIssuers) {
+  const TestCert attacker("O=Evil/CN=x", nullptr);
+  const TestCert forged("O=Val/OU=in/CN=leaf", &attacker, IssuedBy("O=Val/CN=root"));
+  sxCerts chain = SetOf({&forged, &root});
+  EXPECT_EQ(sxValidation_OK, Run(&chain, sxValidate_path));
+  EXPECT_EQ(-1, level);
+  EXPECT_STREQ("", text);
+  EXPECT_EQ(sxValidation_badSignature, Run(&chain, sxValidate_path | sxValidate_signatures));
+  EXPECT_EQ(0, level);
+  EXPECT_THAT(text, testing::EndsWith("\nnot verified by the key of: CN=root,O=Val"));
+}
+
+TEST_F(ValCerts, CutsTheTextToTheArea) {
+  sxCerts chain = SetOf({&outside, &root});
+  char area[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
+  EXPECT_EQ(sxValidation_nameConstraints,
+            sxCert_ValCerts(constrained, &chain, nullptr, nullptr, ValidateParams(), area, 6, nullptr, nullptr,
+                            nullptr, sxValidate_nameConstraints));
+  EXPECT_EQ(std::string("Certi\0xx", 8), std::string(area, 8));
+  EXPECT_EQ(-1, sxCert_ValErrToStr(&chain, -993, 0, area, 0));
+  EXPECT_EQ(-1, sxCert_ValErrToStr(&chain, -993, 0, nullptr, 9));
+  EXPECT_EQ(0, sxCert_ValErrToStr(nullptr, -966, 0, text, sizeof text));
+  EXPECT_STREQ("validation general error", text);
+}
+
+TEST_F(ValCerts, NeedsARootAndAChain) {
+  sxCerts chain = SetOf({&inside, &root}), empty;
+  EXPECT_EQ(sxValidation_badInput, Run(nullptr, sxValidate_path));
+  EXPECT_STREQ("validate bad input.", text);
+  EXPECT_EQ(sxValidation_badInput, Run(&empty, 0));
+  EXPECT_EQ(sxValidation_badInput,
+            sxCert_ValCerts(nullptr, &chain, nullptr, nullptr, ValidateParams(), nullptr, 0, nullptr, nullptr,
+                            nullptr, sxValidate_path));
+}
+
+TEST_F(ValCerts, RevocationThatWasNotCheckedIsNotGood) {
+  sxCerts chain = SetOf({&inside, &root});
+  EXPECT_EQ(sxValidation_unknownStatus, Run(&chain, sxValidate_all));
+  EXPECT_EQ(-1, level);
+  EXPECT_STREQ("validation status unknown.", text);
+  EXPECT_EQ(sxValidation_OK, Run(&chain, sxValidate_all & ~sxValidate_revocation));
+}
+
+struct Seen {
+  sxd_env *env;
+  sxRootCA *root;
+  void *opaque;
+  int timeoutMs;
+  int numCalls;
+  int crlTo;
+};
+Seen g_seen;
+
+TEST_F(ValCerts, RunsTheInstalledRevocationFunctionLast) {
+  sxCerts chain = SetOf({&inside, &root}), bad = SetOf({&outside, &root});
+  g_seen = {};
+  sxCertValidate_SetRevocationFunc([](sxd_env *e, sxRootCA *r, sxCerts &, const ValidateParams &,
+                                      sxValidationCallback, void *opaque, int timeoutMs, int &at) {
+    g_seen = {e, r, opaque, timeoutMs, g_seen.numCalls + 1, g_seen.crlTo};
+    at = 0;
+    return g_seen.numCalls == 1 ? sxValidation_revoked : sxValidation_async;
+  });
+  sxCertValidate_SetPushCRLsFunc([](sxCRLs &, int crlTo) { g_seen.crlTo = crlTo; });
+  EXPECT_EQ(sxValidation_nameConstraints, Run(&bad, sxValidate_all));
+  EXPECT_EQ(0, g_seen.numCalls);
+  EXPECT_EQ(sxValidation_revoked, Run(&chain, sxValidate_all));
+  EXPECT_EQ(0, level);
+  EXPECT_STREQ("Certificate revoked.\nlevel: 0\nsubject: CN=leaf,OU=in,O=Val\nserial number: 01", text);
+  EXPECT_EQ(env, g_seen.env);
+  EXPECT_EQ(constrained, g_seen.root);
+  EXPECT_EQ(this, g_seen.opaque);
+  EXPECT_EQ(60000, g_seen.timeoutMs);
+  auto *crls = reinterpret_cast<sxCRLs *>(&chain);   // only handed on
+  EXPECT_EQ(sxValidation_async, sxCert_ValCerts(constrained, &chain, crls, nullptr, ValidateParams(), text,
+                                                sizeof text, nullptr, nullptr, nullptr, sxValidate_revocation));
+  EXPECT_STREQ("", text);
+  EXPECT_EQ(77, g_seen.crlTo);
+}
+
+TEST(ValidationRC, OnlyOneCodeMeansRevoked) {
+  for (int rc = -1005; rc <= 5; ++rc) EXPECT_EQ(rc == -991, isCertificateRevoked(rc)) << rc;
+  EXPECT_STREQ("Certificate found in Certificate Black List.", sxValidationRC_GetString(-1002));
+  EXPECT_STREQ("validation general error", sxValidationRC_GetString(-966));
+}
+
+TEST(ValidateParams, ConstructorTakesTheSizeCheckBeforeTheWebFlag) {
+  const ValidateParams params(2, 3, 4, 5, 6, 7, 0, 9, 10, 11);
+  ValidateParams copy;
+  ValidateParams_Set(&copy, &params);
+  EXPECT_TRUE(copy.CRL_validation());
+  EXPECT_EQ(3, copy.OCSP_validation());
+  EXPECT_EQ(4, copy.Cert_start_grace());
+  EXPECT_EQ(5, copy.Cert_end_grace());
+  EXPECT_EQ(6, copy.Crl_start_grace());
+  EXPECT_EQ(7, copy.Crl_end_grace());
+  EXPECT_FALSE(copy.Check_this_upd());
+  EXPECT_TRUE(copy.Check_next_upd());
+  EXPECT_EQ(10, copy.CRL_size_validation());
+  EXPECT_EQ(11, copy.Write_crl_to_web());
+}
+
+}  // namespace

@@ -1,0 +1,23 @@
+/// @file
+/// Black lists from files: one serial number a line.
+#ifndef KXCERT_TOOLS_KXCERT_BLACKLISTFILE_H_
+#define KXCERT_TOOLS_KXCERT_BLACKLISTFILE_H_
+
+#include <memory>
+#include <string>
+
+#include "kxcert/trust/sxcert_black_list.h"
+
+class Report;
+
+struct FreeBlackList {
+  void operator()(sxcert_black_list *list) const { sxcert_black_list::free(list); }
+};
+using BlackListRef = std::unique_ptr<sxcert_black_list, FreeBlackList>;
+
+/// Hexadecimal serial numbers, of either case, also with colons between octets; empty lines and lines
+/// that begin with # are passed over. A line that is none of these is a problem; the others count.
+/// @return null when the file cannot be read (a problem)
+BlackListRef ReadBlackList(const std::string &path, Report &report);
+
+#endif

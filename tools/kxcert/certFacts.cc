@@ -1,0 +1,97 @@
+#include "certFacts.h"
+
+#include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/sxPubKey.h"
+#include "timeText.h"
+#include "visibleText.h"
+
+namespace {
+
+struct CodeName {
+  int code;
+  const char *name;
+};
+constexpr CodeName kAlgorithms[] = {{sxPK_RSA, "RSA"}, {sxPK_DH, "DH"}, {sxPK_DSA, "DSA"}, {sxPK_ECDSA, "ECDSA"}};
+constexpr CodeName kDigests[] = {
+    {sx_md_md4, "MD4"},       {sx_md_md5, "MD5"},       {sx_md_sha1, "SHA-1"},   {sx_md_sha256, "SHA-256"},
+    {sx_md_sha384, "SHA-384"}, {sx_md_sha512, "SHA-512"}, {sx_md_sha512_256, "SHA-512/256"},
+};
+
+template <size_t kRows>
+const char *NameOf(const CodeName (&table)[kRows], int code) {
+  for (const CodeName &row : table) {
+    if (row.code == code) return row.name;
+  }
+  return "unknown";
+}
+
+constexpr int kNumKeyUsages = 9;   // bits that KeyusageStr knows
+
+nlohmann::ordered_json TimeFacts(int64_t seconds) {
+  return {{"seconds", seconds}, {"text", PrintCertTime(seconds)}, {"clamped", seconds >= kFirstClampedSec}};
+}
+
+}  // namespace
+
+std::string NameText(const sxDN *dn) {
+  if (dn == nullptr) return "(no name)";
+  const char *text = dn->GetStr_ascii();
+  if (text == nullptr) return "(a name without text form)";
+  return *text == '\0' ? "(empty name)" : VisibleLine(text);
+}
+
+std::string SerialText(const sxCert &cert) {
+  int len = 0;
+  const unsigned char *octets = cert.SerialNum(len);
+  return octets == nullptr || len <= 0 ? "(none)" : HexOf(octets, static_cast<size_t>(len));
+}
+
+std::string KeyText(const sxCert &cert) {
+  if (cert.PubKey() == nullptr) return "(none)";
+  return std::string(NameOf(kAlgorithms, cert.PubKey()->algorithm())) + ", " +
+         std::to_string(cert.PubKey()->GetLen(sxPK_len_bits)) + " bits";
+}
+
+std::string ValidityText(const sxCert &cert) {
+  return PrintCertTime(cert.notBefore()) + " to " + PrintCertTime(cert.notAfter());
+}
+
+std::string SignatureText(const sxCert &cert) {
+  return std::string(NameOf(kAlgorithms, cert.signatureSignAlgorithm())) + " with " +
+         NameOf(kDigests, cert.signatureHashAlgorithm());
+}
+
+std::string KeyIdText(const sxExtKeyID *keyId) {
+  return keyId == nullptr ? std::string() : HexOf(keyId->KIdBuf().Data(), keyId->KIdBuf().Len());
+}
+
+nlohmann::ordered_json CertFacts(const sxCert &cert) {
+  nlohmann::ordered_json facts = {
+      {"version", cert.Version()},
+      {"serial", SerialText(cert)},
+      {"issuer", NameText(cert.Issuer())},
+      {"subject", NameText(cert.Subject())},
+      {"notBefore", TimeFacts(cert.notBefore())},
+      {"notAfter", TimeFacts(cert.notAfter())},
+      {"signature", SignatureText(cert)},
+  };
+  if (cert.PubKey() != nullptr) {
+    facts["key"] = {{"algorithm", NameOf(kAlgorithms, cert.PubKey()->algorithm())},
+                    {"bits", cert.PubKey()->GetLen(sxPK_len_bits)}};
+  }
+  if (cert.SubjectKeyId() != nullptr) facts["subjectKeyId"] = KeyIdText(cert.SubjectKeyId());
+  if (cert.AuthorityKeyId() != nullptr) facts["authorityKeyId"] = KeyIdText(cert.AuthorityKeyId());
+  if (const sxBasicConstraint *constraint = cert.GetBasicConstraint(); constraint != nullptr) {
+    facts["isCA"] = constraint->IsCA();
+    if (constraint->PathLen() >= 0) facts["pathLen"] = constraint->PathLen();
+  }
+  if (const sxKeyUsage *usage = cert.KeyUsage(); usage != nullptr) {
+    facts["keyUsage"] = nlohmann::ordered_json::array();
+    for (int bit = 0; bit < kNumKeyUsages; ++bit) {
+      if ((usage->KeyUsageBits() >> bit & 1) != 0) facts["keyUsage"].push_back(sxKeyUsage::KeyusageStr(bit));
+    }
+  }
+  return facts;
+}

@@ -1,0 +1,22 @@
+/// @file
+/// What is told about a certificate, as short texts and as JSON. All of it is printable ASCII.
+#ifndef KXCERT_TOOLS_KXCERT_CERTFACTS_H_
+#define KXCERT_TOOLS_KXCERT_CERTFACTS_H_
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+class sxCert;
+class sxDN;
+class sxExtKeyID;
+
+std::string NameText(const sxDN *dn);                 ///< the ASCII form; a word in brackets without one
+std::string SerialText(const sxCert &cert);           ///< hexadecimal
+std::string KeyText(const sxCert &cert);              ///< "RSA, 2048 bits"
+std::string ValidityText(const sxCert &cert);         ///< "2024-... UTC to 2034-... UTC"
+std::string SignatureText(const sxCert &cert);        ///< "ECDSA with SHA-256"
+std::string KeyIdText(const sxExtKeyID *keyId);       ///< hexadecimal; "" without one
+
+nlohmann::ordered_json CertFacts(const sxCert &cert);
+
+#endif

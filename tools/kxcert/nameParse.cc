@@ -1,0 +1,44 @@
+// kxcert name parse: a name in all its forms.
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "certFacts.h"
+#include "nameInput.h"
+#include "report.h"
+#include "verb.h"
+#include "visibleText.h"
+
+namespace {
+
+void PrintName(const std::string &argument, Report &report) {
+  std::string reason;
+  const std::optional<sxDN> name = ReadName(argument, &reason);
+  if (!name.has_value()) return report.Problem(kExitNo, argument, "not a legal name" + reason);
+  unsigned char *der = nullptr;
+  int derLen = 0;
+  if (name->DerEncode(&der, &derLen) != 0) return report.Problem(kExitNo, argument, "does not encode");
+  const char *text = name->GetStr();
+  if (!report.Document()["names"].empty()) report.Line();
+  report.Line("text:  " + VisibleLine(text == nullptr ? "(a name without text form)" : text));
+  report.Line("ascii: " + NameText(&*name));
+  report.Line("der:   " + HexOf(der, static_cast<size_t>(derLen)));
+  report.Line("rdns:  " + std::to_string(name->Count()));
+  const char *ascii = name->GetStr_ascii();
+  nlohmann::ordered_json facts = {{"input", argument}, {"text", nullptr}, {"ascii", nullptr}};
+  if (text != nullptr) facts["text"] = text;
+  if (ascii != nullptr) facts["ascii"] = ascii;
+  facts["der"] = HexOf(der, static_cast<size_t>(derLen));
+  facts["rdns"] = name->Count();
+  report.Document()["names"].push_back(std::move(facts));
+}
+
+}  // namespace
+
+Action AddNameParse(CLI::App &verb) {
+  const auto texts = std::make_shared<std::vector<std::string>>();
+  verb.add_option("TEXT", *texts, "names as text (CN=a,O=b,C=c) or as DER in hexadecimal")->required();
+  return [texts](Report &report) {
+    report.Document()["names"] = nlohmann::ordered_json::array();
+    for (const std::string &text : *texts) PrintName(text, report);
+  };
+}

@@ -4,8 +4,10 @@
 
 namespace {
 
+constexpr int kBoolean = 0x01;
 constexpr int kInteger = 0x02;
 constexpr int kBitString = 0x03;
+constexpr int kOctetString = 0x04;
 constexpr int kOid = 0x06;
 constexpr int kUtcTime = 0x17;
 constexpr int kGeneralizedTime = 0x18;
@@ -100,7 +102,11 @@ class Reader {
     if (!Take(kExtensionsTag, &tagged)) return false;
     Reader inside = Inside(tagged);
     if (!inside.Take(kSequence, &sequence) || !inside.AtEnd()) return false;
-    *extensions = sequence.Whole();
+    *extensions = sequence.content;
+    sxPlainExtension ext;
+    for (const unsigned char *pos = extensions->data; pos < extensions->End();) {
+      if (!sxReadPlainExtension(pos, extensions->End(), &ext)) return false;
+    }
     return true;
   }
 
@@ -137,4 +143,22 @@ bool sxReadPlainCert(const unsigned char *der, uint32_t len, bool decoded, sxPla
   return inside.Take(kSequence, &body) && ReadBody(all.Inside(body), cert) &&
          inside.TakeAlgorithm(&cert->signatureAlgorithm) && inside.Take(kBitString, &signature) &&
          inside.AtEnd() && IsBits(signature.content);
+}
+
+//   Extension ::= SEQUENCE { extnID, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }
+bool sxReadPlainExtension(const unsigned char *&pos, const unsigned char *end, sxPlainExtension *ext) {
+  sxPlainElement sequence, oid, critical, value;
+  if (!sxReadPlain(pos, end, kSequence, &sequence)) return false;
+  const unsigned char *inside = sequence.content.data;
+  const unsigned char *const insideEnd = sequence.content.End();
+  if (!sxReadPlain(inside, insideEnd, kOid, &oid) || oid.content.len == 0) return false;
+  ext->critical = false;
+  if (inside < insideEnd && *inside == kBoolean) {
+    if (!sxReadPlain(inside, insideEnd, kBoolean, &critical) || critical.content.len != 1) return false;
+    ext->critical = critical.content.data[0] != 0;
+  }
+  if (!sxReadPlain(inside, insideEnd, kOctetString, &value) || inside != insideEnd) return false;
+  ext->oid = oid.content;
+  ext->value = value.content;
+  return true;
 }

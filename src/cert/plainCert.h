@@ -16,6 +16,12 @@ struct sxPlainAlgorithm {
   sxSpan parameters;              ///< the whole element; empty when absent
 };
 
+struct sxPlainExtension {
+  sxSpan oid;                     ///< content octets
+  bool critical = false;
+  sxSpan value;                   ///< octets of extnValue
+};
+
 struct sxPlainCert {
   int version = 1;                ///< the number encoded, plus 1
   sxSpan serial;                  ///< content octets
@@ -27,18 +33,21 @@ struct sxPlainCert {
   sxPlainTime notAfter;
   sxPlainAlgorithm keyAlgorithm;
   sxSpan keyBits;                 ///< octets of the bit string
-  sxSpan extensions;              ///< the whole SEQUENCE; empty when absent
+  sxSpan extensions;              ///< content of the SEQUENCE, for sxReadPlainExtension; empty when absent
   sxPlainAlgorithm signatureAlgorithm;
 };
 
 /// Reads a certificate that takes up all octets, which stay borrowed.
 ///
 /// Accepts only what the codec decodes as sxASN_Certificate, so that the caller may skip decoding;
-/// the extensions are not looked into. fuzz_cert holds both against each other.
+/// the values of extensions are not looked into. fuzz_cert holds both against each other.
 ///
 /// @param decoded  the octets are the codec's own encoding of a certificate that decoded: open types
 ///                 then pass whatever they hold
 /// @return false when the encoding is not plain or no certificate
 bool sxReadPlainCert(const unsigned char *der, uint32_t len, bool decoded, sxPlainCert *cert);
+
+/// Reads the extension at @p pos, which moves behind it. @return false when it is not plain or none
+bool sxReadPlainExtension(const unsigned char *&pos, const unsigned char *end, sxPlainExtension *ext);
 
 #endif

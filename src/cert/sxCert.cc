@@ -44,7 +44,6 @@ int isSupportedSignatureAlgorithm(const sxAsnOid &oid) {
 sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) {
   if (DecodeWith([this] { return Read(); }) == 0) Extract(m_plain);
   m_plain = sxPlainCert();
-  m_decodedExtensions.reset();
 }
 
 // Plain DER is read as it stands; everything else is decoded by the codec and read from its encoding.
@@ -70,11 +69,7 @@ bool sxCert_imp::Read() {
     if (!sxReadPlainCert(m_plainOctets.get(), encoded.Len(), true, &m_plain)) return false;
     SetSerial(*decoded.tbsCertificate->serialNumber);   // encoding it may have changed a long one
   }
-  m_decodedExtensions.reset();
-  if (m_plain.extensions.len == 0) return true;
-  m_decodedExtensions = std::make_unique<sxASN_Extensions>();
-  return sxASN_DecodeBuf(*m_decodedExtensions, Chars(m_plain.extensions.data),
-                         static_cast<int>(m_plain.extensions.len)) == 0;
+  return true;
 }
 
 void sxCert_imp::Extract(sxPlainCert &cert) {
@@ -87,7 +82,7 @@ void sxCert_imp::Extract(sxPlainCert &cert) {
   m_notBefore = Seconds(cert.notBefore);
   m_notAfter = Seconds(cert.notAfter);
   if (!ExtractKey(cert)) return;
-  ExtractExtensions();
+  ExtractExtensions(cert.extensions);
   sxAsnOid signatureOid;
   signatureOid.Set(cert.signatureAlgorithm.oid.data, static_cast<int>(cert.signatureAlgorithm.oid.len));
   m_signAlgorithm = AlgType_By_SignOID(signatureOid);
@@ -125,10 +120,23 @@ bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
   return false;
 }
 
-void sxCert_imp::ExtractExtensions() {
-  if (m_decodedExtensions == nullptr) return;
-  // An unhandled critical extension leaves the certificate OK; whoever validates it refuses it.
-  SetUnhandledExt(m_extensions.Parse(m_decodedExtensions.get(), Get_ExtParserTable()));
+void sxCert_imp::ExtractExtensions(const sxSpan &extensions) {
+  // One object for all of them: parsers read it and keep nothing of it.
+  sxASN_Extension ext;
+  ext.extnID = new sxAsnOid;
+  ext.critical = new sxAsnBool;
+  ext.extnValue = new sxAsnOcts;
+  sxExtensionsList::Appender appender(m_extensions, Get_ExtParserTable());
+  sxPlainExtension plain;
+  for (const unsigned char *pos = extensions.data; pos < extensions.End();) {
+    sxReadPlainExtension(pos, extensions.End(), &plain);   // read before, when the certificate was
+    ext.extnID->Set(plain.oid.data, static_cast<int>(plain.oid.len));
+    ext.critical->Set(plain.critical ? 1 : 0);
+    ext.extnValue->Set(plain.value.data, static_cast<int>(plain.value.len));
+    if (appender.Parse(ext)) continue;
+    // This leaves the certificate OK; whoever validates it refuses it.
+    return SetUnhandledExt(ext.extnID);
+  }
 }
 
 sxCert::sxCert(const unsigned char *buf, unsigned int len) : sxSigned(new sxCert_imp(buf, len)) {}

@@ -40,7 +40,7 @@ class sxCert_imp : public sxSigned_imp {
   void SetSerial(const sxAsnInt &serial);
   std::unique_ptr<sxDN> NewName(const sxSpan &octets, sxFlatName &&flat) const;
   bool ExtractKey(const sxPlainCert &cert);
-  void ExtractExtensions();
+  void ExtractExtensions(const sxSpan &extensions);
   void PrintFull(SxStream *out, int indent) const;
   void PrintAlgorithms(SxStream *out) const;
 
@@ -59,7 +59,6 @@ class sxCert_imp : public sxSigned_imp {
 
   sxPlainCert m_plain;                           // read by Read, used by Extract
   std::unique_ptr<unsigned char[]> m_plainOctets;   // when the stored ones are not plain
-  std::unique_ptr<sxASN_Extensions> m_decodedExtensions;   // between Read and Extract
 };
 
 #endif

@@ -138,7 +138,7 @@ sxCerts *sxCerts_buf2Certs(const unsigned char *octets, int len) {
   if (BDecTag(buf, bytesDecoded) != 0x30) return nullptr;
   const int contentLen = BDecLen(buf, bytesDecoded);
   if (contentLen != kIndefiniteLen && contentLen != buf.GetLen()) return nullptr;
-  auto certs = std::make_unique<sxCerts>(0);
+  sxCerts grown;
   while (buf.GetLen() > 0 && !(contentLen == kIndefiniteLen && buf.PeekByte() == 0)) {
     sxASN_Certificate decoded;
     kxBinBuf der;
@@ -147,10 +147,16 @@ sxCerts *sxCerts_buf2Certs(const unsigned char *octets, int len) {
     }
     sxCert *cert = sxCert_Decode(der.Data(), static_cast<int>(der.Len()));
     if (cert == nullptr) return nullptr;
-    certs->Add(cert);
+    grown.Add(cert);
   }
   if (contentLen == kIndefiniteLen && BDecEoc(buf, bytesDecoded) < 0) return nullptr;
-  return bytesDecoded == len ? certs.release() : nullptr;
+  if (bytesDecoded != len) return nullptr;
+  auto certs = std::make_unique<sxCerts>(grown.Count());   // a slot for each, and no more
+  for (int i = 0; i < certs->Slots(); ++i) {
+    sxCert_Save(grown.Get(i));
+    certs->Set(i, grown.Get(i));
+  }
+  return certs.release();
 }
 
 void sxCerts_Free(sxCerts *certs) { delete certs; }

@@ -99,23 +99,30 @@ int sxExtensionsList::IsCritical(const sxAsnOid *oid) const {
   return item != nullptr && item->critical != 0 ? 1 : 0;
 }
 
+sxExtensionsList::Appender::Appender(sxExtensionsList &list, const sxExtParser *table)
+    : m_table(table), m_end(EndOf(&list.m_first)) {}
+
+bool sxExtensionsList::Appender::Parse(const sxASN_Extension &ext) {
+  if (ext.extnID == nullptr) return true;   // nothing that was decoded lacks it
+  const bool critical = ext.critical != nullptr && ext.critical->Value() == 1;
+  const sxExtParser *row = FindRow(m_table, *ext.extnID);
+  if (row != nullptr && row->parse == sxParseNoParse) return true;
+  std::unique_ptr<sxExtension> object;
+  // The flag is not reset between extensions, by intent: one that was understood vouches for the
+  // parsers after it (test UnderstoodStaysSet).
+  if (row != nullptr && row->parse != nullptr) object.reset(row->parse(ext, m_understood));
+  if (critical && (object == nullptr || m_understood == 0)) return false;
+  if (object == nullptr) return true;   // not critical, and unknown or not decodable
+  *m_end = NewItem(*ext.extnID, critical ? 1 : 0, object.release());
+  m_end = &(*m_end)->next;
+  return true;
+}
+
 const sxAsnOid *sxExtensionsList::Parse(const sxASN_Extensions *extensions, const sxExtParser *table) {
   if (extensions == nullptr) return nullptr;
-  // Not reset between extensions, by intent: one that was understood vouches for the parsers after it
-  // (test UnderstoodStaysSet).
-  int understood = 0;
-  ExtItem **end = EndOf(&m_first);
+  Appender appender(*this, table);
   for (const sxASN_Extension &ext : *extensions) {
-    if (ext.extnID == nullptr) continue;   // nothing that was decoded lacks it
-    const bool critical = ext.critical != nullptr && ext.critical->Value() == 1;
-    const sxExtParser *row = FindRow(table, *ext.extnID);
-    if (row != nullptr && row->parse == sxParseNoParse) continue;
-    std::unique_ptr<sxExtension> object;
-    if (row != nullptr && row->parse != nullptr) object.reset(row->parse(ext, understood));
-    if (critical && (object == nullptr || understood == 0)) return ext.extnID;
-    if (object == nullptr) continue;   // not critical, and unknown or not decodable
-    *end = NewItem(*ext.extnID, critical ? 1 : 0, object.release());
-    end = &(*end)->next;
+    if (!appender.Parse(ext)) return ext.extnID;
   }
   return nullptr;
 }

@@ -83,7 +83,8 @@ bool sxSigned_imp::ReadParts(Parts *parts) const {
   pos = outer.content.data;
   const unsigned char *const end = outer.content.End();
   if (!sxReadPlain(pos, end, &body) || !sxReadPlain(pos, end, kSequence, &algorithm) ||
-      !sxReadPlain(pos, end, kBitString, &signature) || pos != end || signature.content.len < 1) {
+      !sxReadPlain(pos, end, kBitString, &signature) || pos != end || signature.content.len < 1 ||
+      signature.content.data[0] != 0) {
     return false;
   }
   pos = algorithm.content.data;
@@ -96,13 +97,18 @@ bool sxSigned_imp::ReadParts(Parts *parts) const {
 }
 
 int sxSigned_imp::VerifySig(sxPubKey *key) const {
-  if (key == nullptr || m_der == nullptr) return kKeyNotUsable;
+  if (key == nullptr || key->OK() == 0 || m_der == nullptr) return kKeyNotUsable;
   Parts parts;
   if (ReadParts(&parts)) return VerifyParts(parts, key);
   sxASN_Signed decoded;
   if (sxASN_DecodeBuf(decoded, reinterpret_cast<const char *>(m_der.get()), static_cast<int>(m_derLen)) != 0) {
     herror_func(0, 0, "sxSigned_imp::VerifySig: not a signed structure (%u bytes)", m_derLen);
     return kKeyBadInput;
+  }
+  if (decoded.signature->BitLen() % 8 != 0) {
+    // Bits that no one reads could be changed without breaking the signature.
+    herror_func(0, 0, "sxSigned_imp::VerifySig: signature of %d bits", decoded.signature->BitLen());
+    return kKeyLenMismatch;
   }
   const auto *body = static_cast<const sxAsnRawAny *>(decoded.toBeSigned->Value());
   parts.toBeSigned = {body->Data(), static_cast<uint32_t>(body->Len())};

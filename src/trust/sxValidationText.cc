@@ -52,8 +52,9 @@ constexpr TextRow kTexts[] = {
 
 constexpr int kMaxOidText = 256;
 
+// The form without control characters: a line feed in a name would forge a fact.
 const char *TextOf(const sxDN *dn) {
-  const char *text = dn != nullptr ? dn->GetStr() : nullptr;
+  const char *text = dn != nullptr ? dn->GetStr_ascii() : nullptr;
   return text != nullptr ? text : "no name";
 }
 

@@ -166,6 +166,7 @@ TEST(sxGeneralName, PrintsOneLineForEachKind) {
   EXPECT_EQ("\t\tIP: 1.2.3.4\n", Printed(sxGeneralName(0x01020304UL), 2));
   EXPECT_EQ("IP6: ::\n", Printed(sxGeneralName(in6_addr_kxt{}), 0));
   EXPECT_EQ("\tError in general name. type = -1\n", Printed(sxGeneralName(), 1));
+  EXPECT_EQ("DNS: h.DNS: i.[2J\n", Printed(Text(sxGN_dns, "h\nDNS: i\x1b[2J"), 0));
 }
 
 TEST(sxGeneralName, OtherNameTextIsCutAt1255) {

@@ -8,12 +8,14 @@ setup_file() {
     der_of evil.pem | LC_ALL=C sed 's/xESCx/\x1b[2J\x0a/' >evil.der
     der_of "$chain/leaf.pem" >leaf.der
     printf '{ASN}%s\n' "$(python3 -c 'import sys; print(open("leaf.der","rb").read()[::-1].hex())')" >leaf.asn
+    printf 'R\t350101000000Z\t260101000000Z\tABCD\tunknown\t/CN=x\n' >evil.index
     openssl ca -config evil.cnf -gencrl -crldays 30 -cert evil.pem -keyfile evil.key -out evil.crl
     openssl crl -in evil.crl -outform DER -out evil.crl.der
     { echo 'Some text'; cat "$chain/leaf.pem"; echo 'between'; cat evil.crl "$chain/root.pem"; echo 'the end'; } >mixed.pem
     { cat "$chain/leaf.pem" evil.key; printf '%s\n' '-----BEGIN CERTIFICATE-----' 'AAAA*' '-----END CERTIFICATE-----'
       sed 's/$/\r/' "$chain/root.pem"; sed '$d' "$chain/root.pem"; } >broken.pem
     printf '\x30\x82\x01' >short.der
+    sed 's/CERTIFICATE/X509 CRL/' "$chain/leaf.pem" >no.crl
     : >empty
   } >log 2>&1
 }
@@ -50,15 +52,17 @@ setup() {
   [ "$(json '[o["kind"] for o in d["objects"]]')" = "['certificate', 'crl', 'certificate']" ]
   [ "$(json '[o["input"] for o in d["objects"]][0]')" = 'mixed.pem line 2' ]
   run -0 "$KXCERT" cert print evil.crl.der
-  [[ $output == *tbsCertList* ]]
+  [[ $output == *'Issuer: CN=#611b5b33316d726564,O=Example'*'Serial Number: abcd'* ]]
+  run -0 "$KXCERT" cert print --json evil.crl
+  [ "$(json 'd["objects"][0]["revoked"]')" = 1 ]
 }
 
 @test "cert print: what is good prints, what is broken is told with its line" {
-  run -3 --separate-stderr "$KXCERT" cert print --level brief broken.pem missing.pem empty short.der leaf.der
+  run -3 --separate-stderr "$KXCERT" cert print --level brief broken.pem missing.pem empty short.der no.crl leaf.der
   [ "$(grep -c Subject: <<<"$output")" -eq 3 ]
   key=$(grep -n 'BEGIN PRIVATE' broken.pem | cut -d: -f1)
   [[ $stderr == *"broken.pem line $key: a PEM block \"PRIVATE KEY\"; passed over"* ]]
-  [[ $stderr == *"not Base64"*"has no end"*"missing.pem: cannot be opened"*"empty: is empty"*"short.der: not a usable"* ]]
+  [[ $stderr == *"not Base64"*"has no end"*"missing.pem: cannot be opened"*"empty: is empty"*"short.der: not a usable"*'no.crl line 1: not a CRL'* ]]
   run -3 "$KXCERT" cert print evil.key
   [[ $output == *'neither certificate nor CRL in it'* ]]
 }

@@ -85,6 +85,12 @@ CASES
 -999 1735689599 --grace-start=0
 0 1735689590 --grace-start=10
 CASES
+  for when in 2030-02-28 '2030-02-28 23:59 UTC' '2030-02-28T23:59:59Z' 1898553599; do
+    run -0 "$KXCERT" chain verify --trust root.pem --at "$when" leaf.pem ca.pem
+    [[ $output == *'time:        2030-02-28 '* ]]
+  done
+  run -1 "$KXCERT" chain verify --trust root.pem --at '2040-02-29 12:00' leaf.pem ca.pem
+  [[ $output == *'time:        2040-02-29 12:00:00 UTC'* ]]
   run -1 "$KXCERT" chain verify --trust root.pem --at '2031-01-01 00:00:01 UTC' leaf.pem ca.pem
   [[ $output == *'fact:        not valid after: 2031-01-01 00:00:00 UTC'* ]]
 }

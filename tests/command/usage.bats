@@ -21,6 +21,9 @@ chain verify x
 chain verify --trust
 chain verify --trust a --at yesterday x
 chain verify --trust a --at 2030-02-30 x
+chain verify --trust a --at 2030-02-28T24:00 x
+chain verify --trust a --at 2030-02-28T12:00: x
+chain verify --trust a --at 99999999999999999999 x
 chain verify --trust a --grace-end -1 x
 chain verify --trust a --grace-start many x
 name parse

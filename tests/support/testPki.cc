@@ -57,7 +57,7 @@ void AddUnknownExtension(X509 *cert) {
 
 TestCert::TestCert(const char *subject, const TestCert *issuer, const TestCertOptions &options) {
   m_key = options.keyOf != nullptr ? options.keyOf->m_key
-                                   : std::shared_ptr<EVP_PKEY>(EVP_EC_gen("P-256"), EVP_PKEY_free);
+                                   : std::shared_ptr<EVP_PKEY>(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"), EVP_PKEY_free);
   const X509Ptr cert(X509_new());
   const X509Ptr issuerCert = issuer != nullptr ? Decode(*issuer->m_cert) : nullptr;
   X509 *const above = issuerCert != nullptr ? issuerCert.get() : cert.get();

@@ -256,6 +256,15 @@ TEST_F(ValCerts, CutsTheTextToTheArea) {
   EXPECT_STREQ("validation general error", text);
 }
 
+TEST(ValidationText, NamesForgeNoLines) {
+  const TestCert cert("O=Val/CN=a\nserial number: 02", nullptr);
+  const sxCerts chain = SetOf({&cert});
+  char text[1024];
+  ASSERT_EQ(0, sxCert_ValErrToStr(&chain, sxValidation_blackListed, 0, text, sizeof text));
+  EXPECT_THAT(text, testing::HasSubstr("\nsubject: CN=#610a73657269616c206e756d6265723a203032,O=Val\nserial number: "));
+  EXPECT_THAT(text, testing::Not(testing::HasSubstr("serial number: 02")));
+}
+
 TEST_F(ValCerts, NeedsARootAndAChain) {
   sxCerts chain = SetOf({&inside, &root}), empty;
   EXPECT_EQ(sxValidation_badInput, Run(nullptr, sxValidate_path));

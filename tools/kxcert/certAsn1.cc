@@ -42,8 +42,8 @@ void Compare(const Block &block, sxAsnType &value, nlohmann::ordered_json &facts
   if (sxASN_EncodeBuf(value, encoded, 1) != 0) return report.Problem(kExitInternal, block.where, "does not encode");
   const std::vector<unsigned char> &der = block.der;
   const size_t shorter = std::min<size_t>(der.size(), encoded.Len());
-  const auto first = static_cast<size_t>(
-      std::mismatch(der.begin(), der.begin() + static_cast<std::ptrdiff_t>(shorter), encoded.Data()).first - der.begin());
+  size_t first = 0;
+  while (first < shorter && der[first] == encoded.Data()[first]) ++first;
   const bool identical = first == shorter && der.size() == encoded.Len();
   facts["identical"] = identical;
   if (identical) return report.Line(block.where + ": identical octets (" + std::to_string(der.size()) + ")");

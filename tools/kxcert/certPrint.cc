@@ -7,6 +7,7 @@
 #include "certInput.h"
 #include "input.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/textStream.h"
@@ -47,14 +48,23 @@ std::string CertText(const sxCert &cert, sxCertHerrorDetails level) {
   return std::string(TrimEnd(text.Text()));
 }
 
-// As its ASN.1 type; empty when it is none.
 std::string CrlText(const Block &block) {
-  sxASN_CertificateList crl;
   SxStream text;
-  if (sxASN_DecodeBuf(crl, reinterpret_cast<const char *>(block.der.data()), static_cast<int>(block.der.size())) == 0) {
-    crl.Describe(text, kIndent);
-  }
+  sxCert_Sprint_CRLbuf(&text, block.der.data(), static_cast<int>(block.der.size()), kIndent);
   return std::string(TrimEnd(text.Text()));
+}
+
+// Fills in what is told of a CRL. @return false when it is none
+bool CrlFacts(const Block &block, nlohmann::ordered_json *facts) {
+  sxASN_CertificateList crl;
+  if (sxASN_DecodeBuf(crl, reinterpret_cast<const char *>(block.der.data()), static_cast<int>(block.der.size())) != 0) {
+    return false;
+  }
+  const sxDN issuer(crl.tbsCertList->issuer);
+  const auto *revoked = crl.tbsCertList->revokedCertificates;
+  (*facts)["issuer"] = NameText(&issuer);
+  (*facts)["revoked"] = revoked == nullptr ? 0 : revoked->Count();
+  return true;
 }
 
 void PrintBlock(const Block &block, const Options &options, Report &report) {
@@ -65,8 +75,8 @@ void PrintBlock(const Block &block, const Options &options, Report &report) {
   if (kind == BlockKind::kOther) return report.Note(block.where, "a PEM block \"" + block.label + "\"; passed over");
   if (kind == BlockKind::kCrl) {
     facts["kind"] = "crl";
+    if (!CrlFacts(block, &facts)) return report.Problem(kExitInputError, block.where, "not a CRL");
     text = CrlText(block);
-    if (text.empty()) return report.Problem(kExitInputError, block.where, "not a CRL");
   } else {
     const CertRef cert = MakeCert(block);
     if (cert->OK() != 1) {

@@ -91,8 +91,14 @@ std::string Join(const std::vector<std::string> &items) {
 
 // What would help, as sentences.
 std::string Help(const Decision &decision) {
-  if (decision.verdict.code == sxValidation_OK) return "";
-  return decision.verdict.code == sxValidation_notTrusted ? decision.missing.help : Advice(decision.verdict.code);
+  const Verdict &verdict = decision.verdict;
+  if (verdict.code == sxValidation_OK) return "";
+  if (verdict.code == sxValidation_notTrusted) return decision.missing.help;
+  const sxCert *cert = decision.built.chain.Get(verdict.level);
+  if (verdict.code == sxValidation_expired && cert != nullptr && cert->notAfter() >= kFirstClampedSec) {
+    return "Ask about an earlier time: dates after 2037 count as 1 January 2038.";
+  }
+  return Advice(verdict.code);
 }
 
 void PrintVerdict(const Decision &decision, Report &report) {
@@ -101,7 +107,9 @@ void PrintVerdict(const Decision &decision, Report &report) {
   const bool valid = verdict.code == sxValidation_OK;
   report.Verdict(valid, (valid ? "VALID (" : "NOT VALID (") + std::to_string(verdict.code) + "): " + verdict.text);
   report.Line("  end entity:  " + NameText(chain.Get(0)->Subject()));
-  if (decision.built.root != nullptr) report.Line("  root:        " + NameText(decision.built.root->DN()) + " (trusted)");
+  if (decision.built.root != nullptr) {
+    report.Line("  root:        " + NameText(decision.built.root->DN()) + " (trusted)");
+  }
   if (verdict.level >= 0) {
     report.Line("  decided at:  level " + std::to_string(verdict.level) + ", " +
                 NameText(chain.Get(verdict.level)->Subject()));
@@ -213,7 +221,8 @@ Action AddChainVerify(CLI::App &verb) {
       ->allow_extra_args(false);
   verb.add_option("--untrusted", options->untrusted, "file with issuers that may be missing; may be repeated")
       ->allow_extra_args(false);
-  verb.add_option("--at", options->at, "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970")
+  verb.add_option("--at", options->at,
+                  "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970")
       ->check(CLI::Validator(CheckTime, "", "time"));
   verb.add_option("--grace-start", options->graceStartSec, "seconds before notBefore that are let pass (7200)")
       ->check(CLI::NonNegativeNumber);

@@ -1,13 +1,18 @@
 #include "timeText.h"
 
 #include <charconv>
+#include <chrono>
 #include <cstdio>
-#include <cstring>
-#include <ctime>
 #include <string_view>
 
 namespace {
 
+// Not time_t: it ends in 2038 on some targets.
+using std::chrono::sys_days;
+using std::chrono::sys_seconds;
+using std::chrono::year_month_day;
+
+constexpr int64_t kDaySec = 86400;
 constexpr int64_t kLastSecond = 253402300799;   // of the year 9999
 
 bool AllDigits(std::string_view text) {
@@ -28,14 +33,24 @@ bool Take(std::string_view &text, std::string_view wanted) {
   return true;
 }
 
-bool TakeDate(std::string_view &text, std::tm *when) {
-  return TakeNumber(text, 4, &when->tm_year) && Take(text, "-") && TakeNumber(text, 2, &when->tm_mon) &&
-         Take(text, "-") && TakeNumber(text, 2, &when->tm_mday);
+bool TakeDate(std::string_view &text, sys_days *date) {
+  int year = 0, month = 0, day = 0;
+  if (!TakeNumber(text, 4, &year) || !Take(text, "-") || !TakeNumber(text, 2, &month) || !Take(text, "-") ||
+      !TakeNumber(text, 2, &day)) {
+    return false;
+  }
+  const year_month_day value{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
+                             std::chrono::day(static_cast<unsigned>(day))};
+  *date = value;
+  return value.ok();
 }
 
-bool TakeTimeOfDay(std::string_view &text, std::tm *when) {
-  if (!TakeNumber(text, 2, &when->tm_hour) || !Take(text, ":") || !TakeNumber(text, 2, &when->tm_min)) return false;
-  return !Take(text, ":") || TakeNumber(text, 2, &when->tm_sec);
+bool TakeTimeOfDay(std::string_view &text, int64_t *seconds) {
+  int hour = 0, minute = 0, second = 0;
+  if (!TakeNumber(text, 2, &hour) || !Take(text, ":") || !TakeNumber(text, 2, &minute)) return false;
+  if (Take(text, ":") && !TakeNumber(text, 2, &second)) return false;
+  *seconds = (int64_t{hour} * 60 + minute) * 60 + second;
+  return hour < 24 && minute < 60 && second < 60;
 }
 
 }  // namespace
@@ -50,34 +65,27 @@ bool ParseTime(const std::string &text, int64_t *seconds) {
     return true;
   }
   std::string_view rest(text);
-  std::tm when{};
-  if (!TakeDate(rest, &when)) return false;
+  sys_days date;
+  int64_t timeOfDay = 0;
+  if (!TakeDate(rest, &date) || date.time_since_epoch().count() < 0) return false;
   const bool timeFollows = rest.size() > 1 && (rest[0] == ' ' || rest[0] == 'T') && AllDigits(rest.substr(1, 1));
   if (timeFollows) {
     rest.remove_prefix(1);
-    if (!TakeTimeOfDay(rest, &when)) return false;
+    if (!TakeTimeOfDay(rest, &timeOfDay)) return false;
   }
   if (!rest.empty() && rest != " UTC" && rest != "UTC" && rest != "Z") return false;
-  when.tm_year -= 1900;
-  when.tm_mon -= 1;
-  std::tm normal = when;
-  const time_t value = timegm(&normal);
-  // timegm carries what is out of range over; such a date does not come back as it was.
-  if (normal.tm_mon != when.tm_mon || normal.tm_mday != when.tm_mday || normal.tm_hour != when.tm_hour ||
-      normal.tm_min != when.tm_min || normal.tm_sec != when.tm_sec || value < 0) {
-    return false;
-  }
-  *seconds = value;
+  *seconds = int64_t{date.time_since_epoch().count()} * kDaySec + timeOfDay;
   return true;
 }
 
 std::string PrintTime(int64_t seconds) {
-  const auto value = static_cast<time_t>(seconds);
-  std::tm when{};
+  const sys_days date = std::chrono::floor<std::chrono::days>(sys_seconds(std::chrono::seconds(seconds)));
+  const year_month_day day(date);
+  const auto ofDay = static_cast<int>(seconds - int64_t{date.time_since_epoch().count()} * kDaySec);
   char text[64];
-  if (gmtime_r(&value, &when) == nullptr || std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &when) == 0) {
-    return std::to_string(seconds) + " seconds after 1970";
-  }
+  std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d UTC", static_cast<int>(day.year()),
+                static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()), ofDay / 3600, ofDay / 60 % 60,
+                ofDay % 60);
   return text;
 }
 

@@ -71,6 +71,8 @@ KXCERT_EXPORT int sxCert_GetSubject(sxCert *cert, char *buf, int len);   ///< 0,
 KXCERT_EXPORT void sxCert_Herror_buf(const unsigned char *buf, int len);
 KXCERT_EXPORT void sxCert_Sprint_certbuf(SxStream *out, const unsigned char *buf, int len, int indent);
 KXCERT_EXPORT void sxCert_Fprint_certbuf(FILE *out, const unsigned char *buf, int len, int indent);
+/// A CRL, DER or strict PEM, as its octets say: issuer, times, signature algorithm, and the number of
+/// entries with the first hundred of them. What does not decode prints "Error: " and why.
 KXCERT_EXPORT void sxCert_Sprint_CRLbuf(SxStream *out, const unsigned char *buf, int len, int indent);
 KXCERT_EXPORT void sxCert_Fprint_CRLbuf(FILE *out, const unsigned char *buf, int len, int indent);
 KXCERT_EXPORT int sxCert_IsSameSerialNumber(const sxAsnInt *a, const sxAsnInt *b);   ///< 1 or 0

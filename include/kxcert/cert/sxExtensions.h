@@ -232,6 +232,18 @@ class KXCERT_EXPORT sxExtensionsList {
   /// @param[out] out  new, for delete; null for an empty list and on failure
   int Compose(const sxExtComposer *table, sxASN_Extensions **out) const;
 
+  /// What Parse does, one extension at a time; the list must not change otherwise meanwhile.
+  class KXCERT_EXPORT Appender {
+   public:
+    Appender(sxExtensionsList &list, const sxExtParser *table);
+    bool Parse(const sxASN_Extension &ext);   ///< false: critical and not understood, nothing added
+
+   private:
+    const sxExtParser *m_table;
+    ExtItem **m_end;
+    int m_understood = 0;
+  };
+
   void Sprint(SxStream *out, int indent) const;
   void Fprint(FILE *out, int indent) const;
   void Herror() const;

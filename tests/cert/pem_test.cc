@@ -1,0 +1,130 @@
+// PEM: what strict reading takes, and what it says of the rest.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "kxcert/cert/certFormats.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/foundation/sxString.h"
+#include "support/hexOctets.h"
+#include "support/logCapture.h"
+
+namespace {
+
+constexpr char kBegin[] = "-----BEGIN X-----";
+constexpr char kEnd[] = "-----END X-----";
+
+struct Result {
+  int rc;
+  std::string octets;   // hexadecimal
+};
+Result Unwrap(const std::string &text, int strict, const char *strip = nullptr, const char *header = kBegin,
+              const char *footer = kEnd) {
+  unsigned char *out = nullptr;
+  int len = static_cast<int>(text.size());
+  // The text lies in a block of its own, without a NUL.
+  const std::unique_ptr<char[]> block(new char[text.size()]);
+  std::memcpy(block.get(), text.data(), text.size());
+  const int rc = Base64Decode_PEM(block.get(), &out, len, header, footer, strict, strip);
+  const std::unique_ptr<unsigned char[]> owned(out);
+  return {rc, rc == 0 ? EncodeHex(out, static_cast<size_t>(len)) : ""};
+}
+
+std::string Line(size_t numChars) { return std::string(numChars, 'A'); }
+
+struct StrictCase {
+  const char *what;
+  std::string text;
+  int rc;
+  size_t numOctets;
+};
+
+TEST(Pem, StrictTable) {
+  const std::string begin = std::string(kBegin) + "\n";
+  const std::string full = Line(64) + "\n";
+  const StrictCase kCases[] = {
+      {"a short line", begin + "AAAA\n" + kEnd + "\n", 0, 3},
+      {"a full line", begin + full + kEnd, 0, 48},
+      {"two", begin + full + full + kEnd + "\n", 0, 96},
+      {"full and short", begin + full + "AAA=\n" + kEnd + "\n", 0, 50},
+      {"CR LF", begin.substr(0, begin.size() - 1) + "\r\n" + Line(64) + "\r\nAAAA\r\n" + kEnd + "\r\n", 0, 51},
+      {"CR LF behind the header only", std::string(kBegin) + "\r\n" + full + "AAAA\n" + kEnd, -2, 0},
+      {"a longer line", begin + Line(76) + "\n" + kEnd, 0, 57},   // it stands last: nothing measures it
+      {"a longer line and another", begin + Line(76) + "\n" + Line(76) + "\n" + kEnd, -2, 0},
+      {"a shorter line and another", begin + Line(60) + "\nAAAA\n" + kEnd, -2, 0},
+      {"an empty line", begin + "\nAAAA\n" + kEnd, -2, 0},
+      {"one at the end", begin + full + "\n" + kEnd, 0, 48},
+      {"one character behind the footer", begin + "AAAA\n" + kEnd + "x", 0, 3},
+      {"two", begin + "AAAA\n" + kEnd + "\r\n", 0, 3},
+      {"three", begin + "AAAA\n" + kEnd + "\n\n\n", -2, 0},
+      {"no footer", begin + "AAAA\n", -2, 0},
+      {"half of it", begin + "AAAA\n-----END X", -2, 0},
+      {"another one", begin + "AAAA\n-----END Y-----\n", -2, 0},
+      {"the footer on the line itself", begin + "AAAA" + kEnd, -2, 0},
+      {"no header", "AAAA\n" + std::string(kEnd), -2, 0},
+      {"a character before it", " " + begin + "AAAA\n" + kEnd, -2, 0},
+      {"only a header", kBegin, -2, 0},
+      {"no Base64", begin + "A?AA\n" + kEnd, -1, 0},
+      {"half a group", begin + "AAA\n" + kEnd, -1, 0},
+      {"nothing inside", begin + kEnd, -1, 0},
+  };
+  for (const StrictCase &c : kCases) {
+    SCOPED_TRACE(c.what);
+    const Result got = Unwrap(c.text, 1);
+    EXPECT_EQ(c.rc, got.rc);
+    EXPECT_EQ(std::string(2 * c.numOctets, '0'), got.octets);
+  }
+}
+
+TEST(Pem, NotStrictFindsItsMarkersAnywhere) {
+  const std::string body = Line(70) + "\nAA\n";
+  EXPECT_EQ(54U * 2, Unwrap("talk " + std::string(kBegin) + "\n" + body + kEnd + " talk", 0).octets.size());
+  EXPECT_EQ(54U * 2, Unwrap(kBegin + body, 0).octets.size());   // no footer: to the end
+  EXPECT_EQ(54U * 2, Unwrap(body, 0).octets.size());            // no header: from the start
+  EXPECT_EQ("000000", Unwrap(std::string(kBegin) + "\nA-A.A-A", 0, "-.").octets);
+  EXPECT_EQ(-1, Unwrap(std::string(kBegin) + "\nA-A.A-A", 0).rc);
+}
+
+TEST(Pem, SaysWhatIsWrong) {
+  LogCapture log;
+  Unwrap("xy" + std::string(kBegin), 1);
+  EXPECT_TRUE(log.Has("Base64Decode_PEM: Header is not at the top (2) - exit"));
+  Unwrap("xy", 1);
+  EXPECT_TRUE(log.Has("Base64Decode_PEM: Header is not at the top (-1) - exit"));
+  Unwrap(std::string(kBegin) + "\nAAAA", 1);
+  EXPECT_TRUE(log.Has("Base64Decode_PEM: Footer is not found right after the content (at -1). \t\t\t\tEither not all "
+                      "the body lines lengthes are 65, or footer doesn't \t\t\t\texist at all. String is: AAAA"));
+  Unwrap(std::string(kBegin) + "\r\nAAAA\r\n" + kEnd + "abc", 1);
+  EXPECT_TRUE(log.Has("Base64Decode_PEM: The string (len = 24) containes characters after the footer \t\t\t(footer "
+                      "length = 15, found at 6)- exit. String is: AAAA\r\n" + std::string(kEnd) + "abc"));
+  Unwrap(std::string(kBegin) + "\n?\n" + kEnd, 1);
+  EXPECT_TRUE(log.Has("Base64Decode_PEM: Cannot decode buffer (NULL) to PEM format"));
+  Unwrap(std::string(kBegin) + "\n" + kEnd, 1);
+  EXPECT_TRUE(log.Has("Base64Decode_PEM: Cannot decode buffer (0) to PEM format"));
+  unsigned char *out = nullptr;
+  for (const auto &[text, header, footer] :
+       {std::tuple<const char *, const char *, const char *>{nullptr, "", ""}, {"A", nullptr, ""}, {"A", "", nullptr}}) {
+    log.Clear();
+    int len = 1;
+    EXPECT_EQ(-3, Base64Decode_PEM(text, &out, len, header, footer, 1, nullptr));
+    EXPECT_TRUE(log.Has("Base64Decode_PEM: Invalid input arguments"));
+  }
+  int none = 0;
+  EXPECT_EQ(-3, Base64Decode_PEM("AAAA", &out, none, "", "", 1, nullptr));
+  EXPECT_EQ(nullptr, out);
+}
+
+TEST(Pem, WrapsAndUnwraps) {
+  kxBinBuf data;
+  std::string octets(100, '\0');
+  for (size_t i = 0; i < octets.size(); ++i) octets[i] = static_cast<char>(i);
+  data.Set(octets.data(), static_cast<unsigned>(octets.size()));
+  sxString out;
+  ASSERT_EQ(0, Base64Encode_PEM(sxString((std::string(kBegin) + "\n").c_str()), sxString(kEnd), data, out));
+  EXPECT_EQ(EncodeHex(data.Data(), data.Len()), Unwrap(out.getstr(), 1).octets);
+  EXPECT_EQ(-1, Base64Encode_PEM(sxString(kBegin), sxString(kEnd), kxBinBuf(), out));
+}
+
+}  // namespace

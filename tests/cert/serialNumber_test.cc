@@ -1,0 +1,73 @@
+// Serial numbers as octets.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "kxcert/asn1/sxAsnInt.h"
+#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/sxCert.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "support/hexOctets.h"
+#include "support/logCapture.h"
+
+namespace {
+
+std::unique_ptr<sxAsnInt> FromHex(const char *hex) {
+  const std::vector<unsigned char> octets = DecodeHex(hex);
+  return std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), static_cast<int>(octets.size())));
+}
+
+struct SerialCase {
+  const char *what;
+  const char *content;
+  const char *octets;
+};
+constexpr SerialCase kSerialCases[] = {
+    {"zero is one octet", "00", "00"},
+    {"one octet", "7F", "7f"},
+    {"a sign octet goes", "0080", "80"},
+    {"two octets", "0100", "0100"},
+    {"three", "00FFFF", "ffff"},
+    {"four", "7FFFFFFF", "7fffffff"},
+    {"negative ones have four", "FF", "ffffffff"},
+    {"five stay as they are", "0080000000", "0080000000"},
+    {"leading zeros, too", "0000000000000001", "0000000000000001"},
+    {"and negative ones", "FF0102030405", "ff0102030405"},
+};
+
+TEST(SerialNumber, GivesItsOctets) {
+  for (const SerialCase &c : kSerialCases) {
+    SCOPED_TRACE(c.what);
+    const std::unique_ptr<sxAsnInt> serial = FromHex(c.content);
+    ASSERT_NE(nullptr, serial);
+    const int len = AsnInt2Buf(serial.get(), nullptr, 0);
+    ASSERT_EQ(static_cast<int>(std::string(c.octets).size()), 2 * len);
+    std::vector<unsigned char> octets(static_cast<size_t>(len));
+    EXPECT_EQ(-1, AsnInt2Buf(serial.get(), octets.data(), len - 1));
+    EXPECT_EQ(len, AsnInt2Buf(serial.get(), octets.data(), len));
+    EXPECT_EQ(c.octets, EncodeHex(octets));
+    kxBinBuf buf;
+    EXPECT_EQ(0, AsnInt2BinBuf(serial.get(), buf));
+    EXPECT_EQ(c.octets, EncodeHex(buf.Data(), buf.Len()));
+  }
+}
+
+TEST(SerialNumber, RefusesNothing) {
+  LogCapture log;
+  const unsigned char octet = 1;
+  kxBinBuf buf;
+  EXPECT_EQ(nullptr, AsnIntFromBuf(nullptr, 1));
+  EXPECT_EQ(nullptr, AsnIntFromBuf(&octet, 0));
+  EXPECT_TRUE(log.Has("AsnIntFromBuf: at least one argument is invalid"));
+  EXPECT_EQ(-1, AsnInt2Buf(nullptr, nullptr, 0));
+  EXPECT_EQ(-1, AsnInt2BinBuf(nullptr, buf));
+}
+
+TEST(SerialNumber, ComparesNumbers) {
+  EXPECT_EQ(1, sxCert_IsSameSerialNumber(FromHex("0000000001").get(), FromHex("01").get()));
+  EXPECT_EQ(0, sxCert_IsSameSerialNumber(FromHex("00FF").get(), FromHex("FF").get()));
+  EXPECT_EQ(0, sxCert_IsSameSerialNumber(nullptr, FromHex("01").get()));
+  EXPECT_EQ(0, sxCert_IsSameSerialNumber(FromHex("01").get(), nullptr));
+}
+
+}  // namespace

@@ -1,0 +1,230 @@
+// Signatures of certificates, and the memory of those that verified.
+#include "kxcert/cert/sxSigned.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "cert/signatureMemory.h"
+#include "kxcert/asn1/sxAsnOid.h"
+#include "kxcert/cert/signatureCache.h"
+#include "kxcert/cert/sxCert.h"
+#include "kxcert/keys/sxPubKey.h"
+#include "support/derOctets.h"
+#include "support/hexOctets.h"
+#include "support/logCapture.h"
+#include "support/runCommand.h"
+#include "support/tempDir.h"
+#include "support/testPki.h"
+
+namespace {
+
+constexpr uint32_t kDefaultSize = 8192;
+
+struct FreeCert {
+  void operator()(sxCert *cert) const { sxCert_Free(cert); }
+};
+using CertRef = std::unique_ptr<sxCert, FreeCert>;
+
+Octets DerOf(const sxCert &cert) { return Octets(cert.GetBuf(), cert.GetBuf() + cert.BufLen()); }
+
+CertRef Decoded(const Octets &der) { return CertRef(sxCert_Decode(der.data(), LenOf(der))); }
+
+CertRef WithLastOctetChanged(const sxCert &cert) {
+  Octets der = DerOf(cert);
+  der.back() = static_cast<unsigned char>(der.back() ^ 1);
+  return Decoded(der);
+}
+
+// The serial number of the certificates here is 010203, so that it can be found and changed.
+CertRef WithSerialChanged(const sxCert &cert) {
+  Octets der = DerOf(cert);
+  const Octets serial = DecodeHex("0203010203");
+  const auto at = std::search(der.begin(), der.end(), serial.begin(), serial.end());
+  if (at == der.end()) return nullptr;
+  at[4] = 9;
+  return Decoded(der);
+}
+
+class sxSignedTest : public testing::Test {
+ protected:
+  sxSignedTest() { sxSignatureCache_SetSize(kDefaultSize); }
+  ~sxSignedTest() override { sxSignatureCache_SetSize(kDefaultSize); }
+
+  void NewKey(const char *name, const char *command) const {
+    RunCommand(std::string("openssl ") + command + " -out " + m_dir.File(name) + " 2>/dev/null");
+  }
+  CertRef NewCert(const char *key, const std::string &options) const {
+    const std::string der = RunCommand("openssl req -x509 -outform der -set_serial 0x010203 -subj /CN=a -key " +
+                                       m_dir.File(key) + " " + options);
+    return Decoded(Text(der));
+  }
+
+  const TempDir m_dir;
+};
+
+// Every digest with every kind of key: the signature is valid, and no longer so when the body, the
+// signature or the key is another. All of it twice, and again without the memory.
+TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
+  NewKey("rsa", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024");
+  NewKey("p256", "ecparam -genkey -noout -name prime256v1");
+  NewKey("p384", "ecparam -genkey -noout -name secp384r1");
+  NewKey("p521", "ecparam -genkey -noout -name secp521r1");
+  const CertRef otherRsa = (NewKey("rsa2", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024"), NewCert("rsa2", "-sha256"));
+  const TestCert otherEc("CN=a", nullptr);
+  ASSERT_NE(nullptr, otherRsa);
+  for (const char *key : {"rsa", "p256", "p384", "p521"}) {
+    for (const char *digest : {"-md5", "-sha1", "-sha256", "-sha384", "-sha512"}) {
+      const bool isRsa = std::string(key) == "rsa";
+      if (!isRsa && std::string(digest) == "-md5") continue;   // there is no such algorithm
+      SCOPED_TRACE(std::string(key) + " " + digest);
+      const CertRef cert = NewCert(key, digest);
+      ASSERT_NE(nullptr, cert);
+      const CertRef changedBody = WithSerialChanged(*cert);
+      const CertRef changedSignature = WithLastOctetChanged(*cert);
+      ASSERT_TRUE(changedBody != nullptr && changedSignature != nullptr);
+      sxPubKey *const other = isRsa ? otherRsa->PubKey() : otherEc.Get()->PubKey();
+      sxPubKey *const otherFamily = isRsa ? otherEc.Get()->PubKey() : otherRsa->PubKey();
+      for (const uint32_t size : {kDefaultSize, kDefaultSize, 0U}) {
+        if (size == 0) sxSignatureCache_SetSize(0);
+        EXPECT_EQ(0, cert->VerifySig(cert->PubKey()));
+        EXPECT_GT(0, changedBody->VerifySig(cert->PubKey()));
+        EXPECT_GT(0, changedSignature->VerifySig(cert->PubKey()));
+        EXPECT_GT(0, cert->VerifySig(other));
+        EXPECT_EQ(kKeyNotImplemented, cert->VerifySig(otherFamily));
+      }
+      sxSignatureCache_SetSize(kDefaultSize);
+    }
+  }
+}
+
+TEST_F(sxSignedTest, SaysWhyItCannotVerify) {
+  LogCapture log;
+  NewKey("rsa", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024");
+  const CertRef pss = NewCert("rsa", "-sha256 -sigopt rsa_padding_mode:pss");   // no algorithm of the table
+  ASSERT_NE(nullptr, pss);
+  EXPECT_EQ(kKeyNotImplemented, pss->VerifySig(pss->PubKey()));
+  EXPECT_TRUE(log.Has("sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest 3, family -1, key 0)"));
+  EXPECT_EQ(kKeyNotUsable, pss->VerifySig(nullptr));
+  sxPubKey unusable(nullptr);
+  EXPECT_EQ(kKeyNotUsable, pss->VerifySig(&unusable));
+  EXPECT_EQ(kKeyNotUsable, sxCert(nullptr, 0).VerifySig(pss->PubKey()));
+  const unsigned char octets[] = {0x30, 0x00};
+  EXPECT_EQ(kKeyBadInput, sxCert(octets, sizeof octets).VerifySig(pss->PubKey()));
+}
+
+TEST_F(sxSignedTest, KeepsItsErrorAndItsExtension) {
+  sxCert cert(nullptr, 0);
+  cert.SetError("other");
+  EXPECT_STREQ("other", cert.Error().getstr());
+  EXPECT_EQ(nullptr, cert.UnhandledCritExt());
+  sxAsnOid oid;
+  oid.Set(1, 2, 3);
+  cert.SetUnhandledExt(&oid);
+  ASSERT_NE(nullptr, cert.UnhandledCritExt());
+  EXPECT_NE(&oid, cert.UnhandledCritExt());
+  EXPECT_TRUE(cert.UnhandledCritExt()->OidEquiv(oid));
+  cert.SetUnhandledExt(nullptr);
+  EXPECT_EQ(nullptr, cert.UnhandledCritExt());
+}
+
+struct Counts {
+  uint64_t hits;
+  uint64_t misses;
+  uint32_t entries;
+  bool operator==(const Counts &) const = default;
+};
+std::ostream &operator<<(std::ostream &out, const Counts &c) {
+  return out << c.hits << " hits, " << c.misses << " misses, " << c.entries << " entries";
+}
+
+// Counts since the object was made.
+class Counter {
+ public:
+  Counts operator()() const {
+    const sxSignatureCacheStats now = sxSignatureCache_Stats();
+    return {now.hits - m_start.hits, now.misses - m_start.misses, now.entries};
+  }
+
+ private:
+  const sxSignatureCacheStats m_start = sxSignatureCache_Stats();
+};
+
+TEST_F(sxSignedTest, RemembersSuccessesOnly) {
+  const TestCert a("CN=a", nullptr), b("CN=a", nullptr);
+  const sxCert &cert = *a.Get();
+  const Counter counts;
+  EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
+  EXPECT_EQ((Counts{0, 1, 1}), counts());
+  EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
+  EXPECT_EQ((Counts{1, 1, 1}), counts());
+  const CertRef twin = Decoded(DerOf(cert));   // another object of the same octets and the same key
+  EXPECT_EQ(0, twin->VerifySig(twin->PubKey()));
+  EXPECT_EQ((Counts{2, 1, 1}), counts());
+
+  const CertRef bad = WithLastOctetChanged(cert);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_NE(0, bad->VerifySig(cert.PubKey()));
+    EXPECT_NE(0, cert.VerifySig(b.Get()->PubKey()));   // a success with one key says nothing of another
+  }
+  EXPECT_EQ((Counts{2, 5, 1}), counts());
+
+  sxSignatureCache_Clear();
+  EXPECT_EQ(0U, counts().entries);
+  EXPECT_EQ(kDefaultSize, sxSignatureCache_Stats().maxEntries);
+  EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
+  EXPECT_EQ((Counts{2, 6, 1}), counts());
+
+  sxSignatureCache_SetSize(0);
+  EXPECT_EQ(0U, sxSignatureCache_Stats().maxEntries);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
+  EXPECT_EQ((Counts{2, 6, 0}), counts());
+}
+
+TEST_F(sxSignedTest, MemoryIsBounded) {
+  const struct {
+    uint32_t wanted, rounded;
+  } kSizes[] = {{1, 64}, {64, 64}, {65, 128}, {UINT32_MAX, 1U << 20}, {0, 0}};
+  for (const auto &size : kSizes) {
+    sxSignatureCache_SetSize(size.wanted);
+    EXPECT_EQ(size.rounded, sxSignatureCache_Stats().maxEntries);
+  }
+  sxSignatureCache_SetSize(64);
+  sxSignatureKey key{};
+  const auto numbered = [&key](unsigned i) -> const sxSignatureKey & {
+    for (size_t at = 0; at < key.size(); ++at) key[at] = static_cast<unsigned char>((i + 1) * 2654435761U >> (at % 4 * 8));
+    return key;
+  };
+  for (unsigned i = 0; i < 1000; ++i) {
+    sxSignatureMemory_Keep(numbered(i));
+    sxSignatureMemory_Keep(numbered(i));
+    EXPECT_TRUE(sxSignatureMemory_Knows(numbered(i)));
+    ASSERT_GE(64U, sxSignatureCache_Stats().entries);
+  }
+  EXPECT_LT(16U, sxSignatureCache_Stats().entries);
+}
+
+TEST_F(sxSignedTest, ManyThreadsVerifyWhileTheMemoryChanges) {
+  const TestCert a("CN=a", nullptr), b("CN=b", nullptr);
+  const CertRef bad = WithLastOctetChanged(*a.Get());
+  std::vector<std::thread> threads;
+  std::vector<int> failures(4);
+  for (int &failed : failures) {
+    threads.emplace_back([&a, &b, &bad, &failed] {
+      for (int i = 0; i < 50; ++i) {
+        failed += a.Get()->VerifySig(a.Get()->PubKey()) != 0;
+        failed += b.Get()->VerifySig(a.Get()->PubKey()) == 0;
+        failed += bad->VerifySig(a.Get()->PubKey()) == 0;
+      }
+    });
+  }
+  for (const uint32_t size : {0U, 64U, 4096U, 0U, 100U}) sxSignatureCache_SetSize(size);
+  for (std::thread &thread : threads) thread.join();
+  for (const int failed : failures) EXPECT_EQ(0, failed);
+}
+
+}  // namespace

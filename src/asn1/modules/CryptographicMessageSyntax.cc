@@ -22,20 +22,20 @@ static constexpr sxAsnElem sxASN_CarriedSequenceElems[] = {
 constinit const sxAsnTypeInfo sxASN_CarriedSequence::kInfo = {"sxASN_CarriedSequence", sxAsnKind::kSequenceOf, false, false, 48, sxAsnCreate<sxASN_CarriedSequence>, sxASN_CarriedSequenceElems, 1};
 const sxAsnTypeInfo *sxASN_CarriedSequence::Info() const { return &kInfo; }
 
-static constexpr sxAsnElem sxASN_OtherFormatElems[] = {
-    {"otherFormatId", &sxAsnOid::kInfo, offsetof(sxASN_OtherFormat, otherFormatId)},
-    {"otherFormat", &sxAsnAny::kInfo, offsetof(sxASN_OtherFormat, otherFormat), sxAsnElem::kNone, 0, false, 0},
+static constexpr sxAsnElem sxASN_OtherCertificateFormatElems[] = {
+    {"otherCertFormat", &sxAsnOid::kInfo, offsetof(sxASN_OtherCertificateFormat, otherCertFormat)},
+    {"otherCert", &sxAsnAny::kInfo, offsetof(sxASN_OtherCertificateFormat, otherCert), sxAsnElem::kNone, 0, false, 0},
 };
-constinit const sxAsnTypeInfo sxASN_OtherFormat::kInfo = {"sxASN_OtherFormat", sxAsnKind::kSequence, false, false, 48, sxAsnCreate<sxASN_OtherFormat>, sxASN_OtherFormatElems, 2};
-const sxAsnTypeInfo *sxASN_OtherFormat::Info() const { return &kInfo; }
-sxASN_OtherFormat::~sxASN_OtherFormat() { DestroyElems(*this, kInfo); }
+constinit const sxAsnTypeInfo sxASN_OtherCertificateFormat::kInfo = {"sxASN_OtherCertificateFormat", sxAsnKind::kSequence, false, false, 48, sxAsnCreate<sxASN_OtherCertificateFormat>, sxASN_OtherCertificateFormatElems, 2};
+const sxAsnTypeInfo *sxASN_OtherCertificateFormat::Info() const { return &kInfo; }
+sxASN_OtherCertificateFormat::~sxASN_OtherCertificateFormat() { DestroyElems(*this, kInfo); }
 
 static constexpr sxAsnElem sxASN_CertificateChoicesElems[] = {
     {"certificate", &sxASN_Certificate::kInfo},
     {"extendedCertificate", &sxASN_CarriedSequence::kInfo, 0, sxAsnElem::kImplicit},
     {"v1AttrCert", &sxASN_CarriedSequence::kInfo, 0, sxAsnElem::kImplicit, 1},
     {"v2AttrCert", &sxASN_CarriedSequence::kInfo, 0, sxAsnElem::kImplicit, 2},
-    {"otherCertificate", &sxASN_OtherFormat::kInfo, 0, sxAsnElem::kImplicit, 3},
+    {"other", &sxASN_OtherCertificateFormat::kInfo, 0, sxAsnElem::kImplicit, 3},
 };
 constinit const sxAsnTypeInfo sxASN_CertificateChoices::kInfo = {"sxASN_CertificateChoices", sxAsnKind::kChoice, false, false, 0, sxAsnCreate<sxASN_CertificateChoices>, sxASN_CertificateChoicesElems, 5};
 const sxAsnTypeInfo *sxASN_CertificateChoices::Info() const { return &kInfo; }
@@ -43,7 +43,7 @@ void sxASN_CertificateChoices::Set_certificate(const sxASN_Certificate &value) {
 void sxASN_CertificateChoices::Set_extendedCertificate(const sxASN_CarriedSequence &value) { Choose(extendedCertificateCid, value); }
 void sxASN_CertificateChoices::Set_v1AttrCert(const sxASN_CarriedSequence &value) { Choose(v1AttrCertCid, value); }
 void sxASN_CertificateChoices::Set_v2AttrCert(const sxASN_CarriedSequence &value) { Choose(v2AttrCertCid, value); }
-void sxASN_CertificateChoices::Set_otherCertificate(const sxASN_OtherFormat &value) { Choose(otherCertificateCid, value); }
+void sxASN_CertificateChoices::Set_other(const sxASN_OtherCertificateFormat &value) { Choose(otherCid, value); }
 
 static constexpr sxAsnElem sxASN_CertificateSetElems[] = {
     {"CertificateChoices", &sxASN_CertificateChoices::kInfo},
@@ -57,14 +57,22 @@ static constexpr sxAsnElem sxASN_CertificateSequenceElems[] = {
 constinit const sxAsnTypeInfo sxASN_CertificateSequence::kInfo = {"sxASN_CertificateSequence", sxAsnKind::kSequenceOf, false, false, 48, sxAsnCreate<sxASN_CertificateSequence>, sxASN_CertificateSequenceElems, 1};
 const sxAsnTypeInfo *sxASN_CertificateSequence::Info() const { return &kInfo; }
 
+static constexpr sxAsnElem sxASN_OtherRevocationInfoFormatElems[] = {
+    {"otherRevInfoFormat", &sxAsnOid::kInfo, offsetof(sxASN_OtherRevocationInfoFormat, otherRevInfoFormat)},
+    {"otherRevInfo", &sxAsnAny::kInfo, offsetof(sxASN_OtherRevocationInfoFormat, otherRevInfo), sxAsnElem::kNone, 0, false, 0},
+};
+constinit const sxAsnTypeInfo sxASN_OtherRevocationInfoFormat::kInfo = {"sxASN_OtherRevocationInfoFormat", sxAsnKind::kSequence, false, false, 48, sxAsnCreate<sxASN_OtherRevocationInfoFormat>, sxASN_OtherRevocationInfoFormatElems, 2};
+const sxAsnTypeInfo *sxASN_OtherRevocationInfoFormat::Info() const { return &kInfo; }
+sxASN_OtherRevocationInfoFormat::~sxASN_OtherRevocationInfoFormat() { DestroyElems(*this, kInfo); }
+
 static constexpr sxAsnElem sxASN_RevocationInfoChoiceElems[] = {
     {"crl", &sxASN_CertificateList::kInfo},
-    {"otherRevocInfo", &sxASN_OtherFormat::kInfo, 0, sxAsnElem::kImplicit, 1},
+    {"other", &sxASN_OtherRevocationInfoFormat::kInfo, 0, sxAsnElem::kImplicit, 1},
 };
 constinit const sxAsnTypeInfo sxASN_RevocationInfoChoice::kInfo = {"sxASN_RevocationInfoChoice", sxAsnKind::kChoice, false, false, 0, sxAsnCreate<sxASN_RevocationInfoChoice>, sxASN_RevocationInfoChoiceElems, 2};
 const sxAsnTypeInfo *sxASN_RevocationInfoChoice::Info() const { return &kInfo; }
 void sxASN_RevocationInfoChoice::Set_crl(const sxASN_CertificateList &value) { Choose(crlCid, value); }
-void sxASN_RevocationInfoChoice::Set_otherRevocInfo(const sxASN_OtherFormat &value) { Choose(otherRevocInfoCid, value); }
+void sxASN_RevocationInfoChoice::Set_other(const sxASN_OtherRevocationInfoFormat &value) { Choose(otherCid, value); }
 
 static constexpr sxAsnElem sxASN_CertificateRevocationListsElems[] = {
     {"RevocationInfoChoice", &sxASN_RevocationInfoChoice::kInfo},
@@ -82,7 +90,7 @@ sxASN_IssuerAndSerialNumber::~sxASN_IssuerAndSerialNumber() { DestroyElems(*this
 
 static constexpr sxAsnElem sxASN_Time1Elems[] = {
     {"utcTime", &sxAsnUTCTime::kInfo},
-    {"generalizedTime", &sxAsnGeneralizedTime::kInfo},
+    {"generalTime", &sxAsnGeneralizedTime::kInfo},
 };
 constinit const sxAsnTypeInfo sxASN_Time1::kInfo = {"sxASN_Time1", sxAsnKind::kChoice, false, false, 0, sxAsnCreate<sxASN_Time1>, sxASN_Time1Elems, 2};
 const sxAsnTypeInfo *sxASN_Time1::Info() const { return &kInfo; }

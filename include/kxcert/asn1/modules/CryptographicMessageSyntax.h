@@ -36,9 +36,10 @@ class sxASN_KeyTransRecipientInfo;
 class sxASN_OriginatorIdentifierOrKey;
 class sxASN_OriginatorInfo;
 class sxASN_OriginatorPublicKey;
-class sxASN_OtherFormat;
+class sxASN_OtherCertificateFormat;
 class sxASN_OtherKeyAttribute;
 class sxASN_OtherRecipientInfo;
+class sxASN_OtherRevocationInfoFormat;
 class sxASN_PasswordRecipientInfo;
 class sxASN_RecipientEncryptedKey;
 class sxASN_RecipientEncryptedKeys;
@@ -98,18 +99,18 @@ class KXCERT_EXPORT sxASN_CarriedSequence : public sxAsnListOf<sxAsnRawAny> {
   const sxAsnTypeInfo *Info() const override;
 };
 
-class KXCERT_EXPORT sxASN_OtherFormat : public sxAsnSequence {
+class KXCERT_EXPORT sxASN_OtherCertificateFormat : public sxAsnSequence {
  public:
-  sxASN_OtherFormat() = default;
-  sxASN_OtherFormat(const sxASN_OtherFormat &from) : sxAsnSequence(from) { CopyFrom(from); }
-  sxASN_OtherFormat &operator=(const sxASN_OtherFormat &from) {
+  sxASN_OtherCertificateFormat() = default;
+  sxASN_OtherCertificateFormat(const sxASN_OtherCertificateFormat &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_OtherCertificateFormat &operator=(const sxASN_OtherCertificateFormat &from) {
     CopyFrom(from);
     return *this;
   }
-  ~sxASN_OtherFormat() override;
+  ~sxASN_OtherCertificateFormat() override;
 
-  sxAsnOid *otherFormatId = nullptr;
-  sxAsnAny *otherFormat = nullptr;
+  sxAsnOid *otherCertFormat = nullptr;
+  sxAsnAny *otherCert = nullptr;
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override;
@@ -124,7 +125,7 @@ class KXCERT_EXPORT sxASN_CertificateChoices : public sxAsnChoice {
     return *this;
   }
 
-  enum { certificateCid, extendedCertificateCid, v1AttrCertCid, v2AttrCertCid, otherCertificateCid };
+  enum { certificateCid, extendedCertificateCid, v1AttrCertCid, v2AttrCertCid, otherCid };
   void Set_certificate(const sxASN_Certificate &value);
   sxASN_Certificate *certificate() const;   ///< lent, null unless chosen
   void Set_extendedCertificate(const sxASN_CarriedSequence &value);
@@ -133,8 +134,8 @@ class KXCERT_EXPORT sxASN_CertificateChoices : public sxAsnChoice {
   sxASN_CarriedSequence *v1AttrCert() const;   ///< lent, null unless chosen
   void Set_v2AttrCert(const sxASN_CarriedSequence &value);
   sxASN_CarriedSequence *v2AttrCert() const;   ///< lent, null unless chosen
-  void Set_otherCertificate(const sxASN_OtherFormat &value);
-  sxASN_OtherFormat *otherCertificate() const;   ///< lent, null unless chosen
+  void Set_other(const sxASN_OtherCertificateFormat &value);
+  sxASN_OtherCertificateFormat *other() const;   ///< lent, null unless chosen
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override;
@@ -166,6 +167,23 @@ class KXCERT_EXPORT sxASN_CertificateSequence : public sxAsnListOf<sxASN_Certifi
   const sxAsnTypeInfo *Info() const override;
 };
 
+class KXCERT_EXPORT sxASN_OtherRevocationInfoFormat : public sxAsnSequence {
+ public:
+  sxASN_OtherRevocationInfoFormat() = default;
+  sxASN_OtherRevocationInfoFormat(const sxASN_OtherRevocationInfoFormat &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_OtherRevocationInfoFormat &operator=(const sxASN_OtherRevocationInfoFormat &from) {
+    CopyFrom(from);
+    return *this;
+  }
+  ~sxASN_OtherRevocationInfoFormat() override;
+
+  sxAsnOid *otherRevInfoFormat = nullptr;
+  sxAsnAny *otherRevInfo = nullptr;
+
+  static const sxAsnTypeInfo kInfo;
+  const sxAsnTypeInfo *Info() const override;
+};
+
 class KXCERT_EXPORT sxASN_RevocationInfoChoice : public sxAsnChoice {
  public:
   sxASN_RevocationInfoChoice() = default;
@@ -175,11 +193,11 @@ class KXCERT_EXPORT sxASN_RevocationInfoChoice : public sxAsnChoice {
     return *this;
   }
 
-  enum { crlCid, otherRevocInfoCid };
+  enum { crlCid, otherCid };
   void Set_crl(const sxASN_CertificateList &value);
   sxASN_CertificateList *crl() const;   ///< lent, null unless chosen
-  void Set_otherRevocInfo(const sxASN_OtherFormat &value);
-  sxASN_OtherFormat *otherRevocInfo() const;   ///< lent, null unless chosen
+  void Set_other(const sxASN_OtherRevocationInfoFormat &value);
+  sxASN_OtherRevocationInfoFormat *other() const;   ///< lent, null unless chosen
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override;
@@ -224,11 +242,11 @@ class KXCERT_EXPORT sxASN_Time1 : public sxAsnChoice {
     return *this;
   }
 
-  enum { utcTimeCid, generalizedTimeCid };
+  enum { utcTimeCid, generalTimeCid };
   void Set_utcTime(const sxAsnUTCTime &value) { Choose(utcTimeCid, value); }
   sxAsnUTCTime *utcTime() const { return static_cast<sxAsnUTCTime *>(Chosen(utcTimeCid)); }
-  void Set_generalizedTime(const sxAsnGeneralizedTime &value) { Choose(generalizedTimeCid, value); }
-  sxAsnGeneralizedTime *generalizedTime() const { return static_cast<sxAsnGeneralizedTime *>(Chosen(generalizedTimeCid)); }
+  void Set_generalTime(const sxAsnGeneralizedTime &value) { Choose(generalTimeCid, value); }
+  sxAsnGeneralizedTime *generalTime() const { return static_cast<sxAsnGeneralizedTime *>(Chosen(generalTimeCid)); }
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override;
@@ -828,9 +846,9 @@ inline sxASN_Certificate *sxASN_CertificateChoices::certificate() const { return
 inline sxASN_CarriedSequence *sxASN_CertificateChoices::extendedCertificate() const { return static_cast<sxASN_CarriedSequence *>(Chosen(extendedCertificateCid)); }
 inline sxASN_CarriedSequence *sxASN_CertificateChoices::v1AttrCert() const { return static_cast<sxASN_CarriedSequence *>(Chosen(v1AttrCertCid)); }
 inline sxASN_CarriedSequence *sxASN_CertificateChoices::v2AttrCert() const { return static_cast<sxASN_CarriedSequence *>(Chosen(v2AttrCertCid)); }
-inline sxASN_OtherFormat *sxASN_CertificateChoices::otherCertificate() const { return static_cast<sxASN_OtherFormat *>(Chosen(otherCertificateCid)); }
+inline sxASN_OtherCertificateFormat *sxASN_CertificateChoices::other() const { return static_cast<sxASN_OtherCertificateFormat *>(Chosen(otherCid)); }
 inline sxASN_CertificateList *sxASN_RevocationInfoChoice::crl() const { return static_cast<sxASN_CertificateList *>(Chosen(crlCid)); }
-inline sxASN_OtherFormat *sxASN_RevocationInfoChoice::otherRevocInfo() const { return static_cast<sxASN_OtherFormat *>(Chosen(otherRevocInfoCid)); }
+inline sxASN_OtherRevocationInfoFormat *sxASN_RevocationInfoChoice::other() const { return static_cast<sxASN_OtherRevocationInfoFormat *>(Chosen(otherCid)); }
 inline sxASN_IssuerAndSerialNumber *sxASN_SignerIdentifier::issuerAndSerialNumber() const { return static_cast<sxASN_IssuerAndSerialNumber *>(Chosen(issuerAndSerialNumberCid)); }
 inline sxASN_IssuerAndSerialNumber *sxASN_RecipientIdentifier::issuerAndSerialNumber() const { return static_cast<sxASN_IssuerAndSerialNumber *>(Chosen(issuerAndSerialNumberCid)); }
 inline sxASN_IssuerAndSerialNumber *sxASN_KeyAgreeRecipientIdentifier::issuerAndSerialNumber() const { return static_cast<sxASN_IssuerAndSerialNumber *>(Chosen(issuerAndSerialNumberCid)); }

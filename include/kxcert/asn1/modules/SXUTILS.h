@@ -170,7 +170,7 @@ class KXCERT_EXPORT sxASN_CertificationRequestInfo : public sxAsnSequence {
   sxAsnInt *version = nullptr;
   sxASN_RDNSequence *subject = nullptr;
   sxASN_SubjectPublicKeyInfo *subjectPublicKeyInfo = nullptr;
-  sxASN_Attributes *attributes = nullptr;   ///< may be null in what decodes
+  sxASN_Attributes *attributes = nullptr;
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override;

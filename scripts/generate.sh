@@ -2,7 +2,8 @@
 # Makes the generated ASN.1 sources anew; --check only says whether they would change.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-modules=(PKIX1Explicit88 PKIX1Implicit88 SXUTILS)
+modules=(PKIX1Explicit88 PKIX1Implicit88 SXUTILS CryptographicMessageSyntax PKCS12 PKIXCRMF
+         EnrollmentMessageSyntax PKIXCMP OCSP)
 python3 tools/asn1gen/asn1gen.py "$@" --types src/asn1/modules/allTypes.cc \
   src/asn1/modules include/kxcert/asn1/modules "${modules[@]}"
 # The tests' own module, and the table of all classes that tests and fuzzers walk.

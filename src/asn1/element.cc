@@ -54,7 +54,7 @@ bool sxAsnTypeAccepts(const sxAsnTypeInfo &type, unsigned int tag) {
   return false;
 }
 
-bool sxAsnElemAccepts(const sxAsnElem &elem, unsigned int tag) {
+bool sxAsnElemAcceptsOther(const sxAsnElem &elem, unsigned int tag) {
   if (elem.tagging == sxAsnElem::kNone) return sxAsnTypeAccepts(*elem.type, tag);
   if (elem.tagging == sxAsnElem::kExplicit || IsConstructedType(*elem.type)) {
     return tag == ContextTag(elem, kConstructed);

@@ -15,8 +15,12 @@ struct sxAsnHeader {
 
 /// True when an element of this class may begin with the identifier.
 bool sxAsnTypeAccepts(const sxAsnTypeInfo &type, unsigned int tag);
+bool sxAsnElemAcceptsOther(const sxAsnElem &elem, unsigned int tag);
 /// The same with the element's own tag, if it has one.
-bool sxAsnElemAccepts(const sxAsnElem &elem, unsigned int tag);
+inline bool sxAsnElemAccepts(const sxAsnElem &elem, unsigned int tag) {
+  if (elem.tagging == sxAsnElem::kNone && tag != 0 && tag == static_cast<unsigned int>(elem.type->tag)) return true;
+  return sxAsnElemAcceptsOther(elem, tag);
+}
 
 /// The messages of the kinds differ in wording; each is a printf format with the class name and what
 /// stands here as its arguments.

@@ -77,7 +77,7 @@ int BDecLongTag(sxAsnReadBuf &buf, int first, int &bytesDecoded) {
   return -1;
 }
 
-int BEncTag(sxAsnWriteBuf &buf, int tagClass, int form, int code) {
+int BEncLongTag(sxAsnWriteBuf &buf, int tagClass, int form, int code) {
   const unsigned int number = static_cast<unsigned int>(code);
   const unsigned char lead = Octet(static_cast<unsigned int>(tagClass | form));
   if (code >= 0 && code < 31) {
@@ -137,7 +137,7 @@ int BDecLongLen(sxAsnReadBuf &buf, int &bytesDecoded) {
   return len;
 }
 
-int BEncDefLen(sxAsnWriteBuf &buf, int len) {
+int BEncLongLen(sxAsnWriteBuf &buf, int len) {
   const unsigned int value = static_cast<unsigned int>(len);
   const unsigned char low = Octet(value);
   if (len < 0 || len >= 0x1000000) return Fail("BEncDefLen can't find match if");

@@ -1,5 +1,7 @@
 // The interpreter of SEQUENCE OF (X.690, 8.10) and SET OF (8.12), and the list operations.
 #include <algorithm>
+#include <cstring>
+#include <vector>
 
 #include "element.h"
 #include "kxcert/asn1/sxAsnBufSet.h"
@@ -20,6 +22,16 @@ constexpr sxAsnTexts kTexts = {
     "%s:EncContent attempt to encoded length failed",
     " %s::BEncContent attempt to encoded tag failed",
 };
+
+struct Written {
+  const unsigned char *octets;
+  int len;
+};
+
+bool SortsBefore(const Written &a, const Written &b) {
+  const int order = std::memcmp(a.octets, b.octets, static_cast<size_t>(std::min(a.len, b.len)));
+  return order != 0 ? order < 0 : a.len < b.len;
+}
 
 }  // namespace
 
@@ -196,23 +208,29 @@ int sxAsnList::EncContent(sxAsnWriteBuf &buf) {
   return total;
 }
 
+// Writes the elements as they stand. Mostly they were decoded from DER and so are in order already; if
+// not, the octets just written are sorted. Elements are encoded once in either case: sets hold sets.
 int sxAsnList::EncodeSorted(sxAsnWriteBuf &buf) {
-  // The scratch area is as long as the longest element, not as the whole buffer: a message may hold
-  // thousands of small sets.
-  sxAsnWriteBuf measure;
-  measure.Init(nullptr, 0);
-  measure.ReSet();
+  std::vector<Written> elements;   // from the last to the first
+  elements.reserve(static_cast<size_t>(m_count));
+  int total = 0;
   int longest = 0;
-  for (const Node *node = m_first; node != nullptr; node = node->next) {
-    const int len = EncodeNode(*node, measure);
+  bool inOrder = true;
+  for (const Node *node = m_last; node != nullptr; node = node->prev) {
+    const int len = EncodeNode(*node, buf);
     if (len < 0) return -1;
+    total += len;
     longest = std::max(longest, len);
+    elements.push_back({buf.Curr(), len});
+    inOrder = inOrder && (elements.size() == 1 || !SortsBefore(elements[elements.size() - 2], elements.back()));
   }
+  if (inOrder) return total;
   sxAsnBufSet set(m_count, longest);
-  for (const Node *node = m_first; node != nullptr; node = node->next) {
-    if (EncodeNode(*node, set.Scratch()) < 0) return -1;
+  for (auto element = elements.rbegin(); element != elements.rend(); ++element) {
+    if (set.Scratch().PutSeg(element->octets, element->len) < 0) return -1;
     set.FinishBuf();
   }
+  buf.Unput(total);
   return set.Encode(buf);
 }
 

@@ -1,9 +1,6 @@
 // What holds for every generated class, found in one loop over all of them.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,59 +8,14 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
+#include "support/asnChecks.h"
 #include "support/asnClasses.h"
 #include "support/asnHex.h"
-#include "support/hexOctets.h"
 
 namespace {
 
 using Octets = std::vector<unsigned char>;
 using Value = std::unique_ptr<sxAsnType>;
-
-// What must hold for octets that decode.
-void CheckSample(const sxAsnTypeInfo &info, const Octets &octets) {
-  const std::string hex = EncodeHex(octets);
-  SCOPED_TRACE(std::string(info.name) + " " + hex);
-  const Value value(info.create());
-  ASSERT_EQ(0, DecodeOctets(octets, *value));
-  EXPECT_EQ(hex, EncodeHex(*value));
-
-  const Value dup(value->Dup());
-  EXPECT_STREQ(info.name, dup->TypeName());
-  EXPECT_EQ(hex, EncodeHex(*dup));
-  const Value copy(value->Clone());
-  copy->CopyFrom(*value);
-  copy->CopyFrom(*copy);
-  EXPECT_EQ(hex, EncodeHex(*copy));
-  EXPECT_EQ(0, DecodeOctets(octets, *copy)) << "over an old value";
-  EXPECT_EQ(hex, EncodeHex(*copy));
-  EXPECT_EQ(Printed(*value, 1), Printed(*dup, 1));
-
-  for (size_t len = 0; len < octets.size(); ++len) {
-    EXPECT_EQ(-1, DecodeOctets(Octets(octets.begin(), octets.begin() + static_cast<std::ptrdiff_t>(len)), *copy))
-        << "the first " << len << " octets";
-  }
-  Octets longer = octets;
-  longer.push_back(0);
-  EXPECT_EQ(-1, DecodeOctets(longer, *copy));
-}
-
-// Any result will do, as long as there is one and what decodes survives a second round.
-void CheckChangedOctets(const sxAsnTypeInfo &info, const Octets &octets) {
-  SCOPED_TRACE(info.name);
-  Octets changed = octets;
-  for (size_t i = 0; i < octets.size(); ++i) {
-    for (const int mask : {0x01, 0x20, 0x80, 0xFF}) {
-      changed[i] = static_cast<unsigned char>(octets[i] ^ mask);
-      const Value value(info.create());
-      if (DecodeOctets(changed, *value) < 0) continue;
-      const std::string once = EncodeHex(*value);
-      const Value again(info.create());
-      ASSERT_EQ(once, Reencode(once.c_str(), *again)) << "octet " << i << ": " << EncodeHex(changed);
-    }
-    changed[i] = octets[i];
-  }
-}
 
 int NumAlternatives(const sxAsnTypeInfo &info) { return info.kind == sxAsnKind::kChoice ? info.numElems : 1; }
 
@@ -127,21 +79,15 @@ TEST(AllClasses, MembersAreWhereTheirRowsSay) {
   EXPECT_EQ(numElems, kNumAsnMembers);
 }
 
-Octets ReadFile(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file.good()) << path;
-  return Octets(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
 // Made by tests/data/asn1/make.sh.
 TEST(AllClasses, RealFilesKeepTheirOctets) {
   const std::string folder = KXCERT_TEST_DATA "/asn1/";
   for (const char *name : {"rsa-cert.der", "ec-cert.der"}) {
-    const Octets octets = ReadFile(folder + name);
+    const Octets octets = ReadOctets(folder + name);
     CheckSample(sxASN_Certificate::kInfo, octets);
     CheckChangedOctets(sxASN_Certificate::kInfo, octets);
   }
-  CheckSample(sxASN_CertificateList::kInfo, ReadFile(folder + "list.der"));
+  CheckSample(sxASN_CertificateList::kInfo, ReadOctets(folder + "list.der"));
 }
 
 struct ExtensionRow {
@@ -179,10 +125,10 @@ int CheckExtensions(const sxASN_Extensions &extensions) {
 TEST(AllClasses, ExtensionsOfRealFilesKeepTheirOctets) {
   const std::string folder = KXCERT_TEST_DATA "/asn1/";
   sxASN_Certificate cert;
-  ASSERT_EQ(0, DecodeOctets(ReadFile(folder + "rsa-cert.der"), cert));
+  ASSERT_EQ(0, DecodeOctets(ReadOctets(folder + "rsa-cert.der"), cert));
   EXPECT_EQ(10, CheckExtensions(*cert.tbsCertificate->extensions));
   sxASN_CertificateList list;
-  ASSERT_EQ(0, DecodeOctets(ReadFile(folder + "list.der"), list));
+  ASSERT_EQ(0, DecodeOctets(ReadOctets(folder + "list.der"), list));
   EXPECT_EQ(2, CheckExtensions(*list.tbsCertList->crlExtensions));
   EXPECT_EQ(1, CheckExtensions(*(*list.tbsCertList->revokedCertificates->begin()).crlEntryExtensions));
 }

@@ -388,9 +388,9 @@ class Module:
             out.append(f'  using {base}::{base};')
         else:
             out += [f'  {cls.name}() = default;',
-                    f'  {cls.name}(const {cls.name} &other) : {base}(other) {{ CopyFrom(other); }}',
-                    f'  {cls.name} &operator=(const {cls.name} &other) {{',
-                    '    CopyFrom(other);', '    return *this;', '  }']
+                    f'  {cls.name}(const {cls.name} &from) : {base}(from) {{ CopyFrom(from); }}',
+                    f'  {cls.name} &operator=(const {cls.name} &from) {{',
+                    '    CopyFrom(from);', '    return *this;', '  }']
         if cls.kind in ('Seq', 'Set'):
             out.append(f'  ~{cls.name}() override;')
             out.append('')

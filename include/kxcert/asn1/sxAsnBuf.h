@@ -104,6 +104,8 @@ class KXCERT_EXPORT sxAsnWriteBuf {
     return 1;
   }
 
+  void Unput(int n) { m_curr += m_start == nullptr ? 0 : n; }   ///< takes back octets written last
+  bool Full() const { return m_curr == m_start && m_start != nullptr; }
   bool Measures() const { return m_start == nullptr; }
   bool Overflow() const { return m_overflow; }
   unsigned char *Curr() const { return m_curr; }                       ///< first octet written
@@ -125,6 +127,8 @@ enum sxAsnForm : int { kPrimitive = 0, kConstructed = 32 };
 
 KXCERT_EXPORT int BDecLongTag(sxAsnReadBuf &buf, int first, int &bytesDecoded);
 KXCERT_EXPORT int BDecLongLen(sxAsnReadBuf &buf, int &bytesDecoded);
+KXCERT_EXPORT int BEncLongTag(sxAsnWriteBuf &buf, int tagClass, int form, int code);
+KXCERT_EXPORT int BEncLongLen(sxAsnWriteBuf &buf, int len);
 
 /// Identifier octets as one integer: the first in the lowest byte, up to three more above it, so that
 /// a tag numbered below 31 is just its octet (SEQUENCE 48, [0] constructed 160). 0 is the first octet
@@ -138,7 +142,10 @@ inline int BDecTag(sxAsnReadBuf &buf, int &bytesDecoded) {
 }
 /// @return octets written, or -1. Number 127 takes three octets by intent: the two-octet form ends at
 /// 126, and decoders of this library read both.
-KXCERT_EXPORT int BEncTag(sxAsnWriteBuf &buf, int tagClass, int form, int code);
+inline int BEncTag(sxAsnWriteBuf &buf, int tagClass, int form, int code) {
+  if (code >= 0 && code < 31 && !buf.Full()) return buf.PutByte(static_cast<unsigned char>(tagClass | form | code));
+  return BEncLongTag(buf, tagClass, form, code);
+}
 
 /// Length octets. Non-minimal forms are accepted; a length that exceeds what remains is not. Four
 /// octets with the top bit set come out negative and are failures to every caller, except that
@@ -156,7 +163,10 @@ inline int BDecLen(sxAsnReadBuf &buf, int &bytesDecoded) {
 }
 /// Definite form, fewest octets. Lengths of 16 MiB and above are refused by intent.
 /// @return octets written (1 to 4), or -1
-KXCERT_EXPORT int BEncDefLen(sxAsnWriteBuf &buf, int len);
+inline int BEncDefLen(sxAsnWriteBuf &buf, int len) {
+  if (len >= 0 && len < 0x80 && !buf.Full()) return buf.PutByte(static_cast<unsigned char>(len));
+  return BEncLongLen(buf, len);
+}
 KXCERT_EXPORT int BEncIndefLen(sxAsnWriteBuf &buf);                       ///< 1, or -1
 
 KXCERT_EXPORT int BDecEoc(sxAsnReadBuf &buf, int &bytesDecoded);          ///< 1, or -1

@@ -70,7 +70,7 @@ static constexpr sxAsnElem sxASN_CertificationRequestInfoElems[] = {
     {"version", &sxAsnInt::kInfo, offsetof(sxASN_CertificationRequestInfo, version)},
     {"subject", &sxASN_RDNSequence::kInfo, offsetof(sxASN_CertificationRequestInfo, subject)},
     {"subjectPublicKeyInfo", &sxASN_SubjectPublicKeyInfo::kInfo, offsetof(sxASN_CertificationRequestInfo, subjectPublicKeyInfo)},
-    {"attributes", &sxASN_Attributes::kInfo, offsetof(sxASN_CertificationRequestInfo, attributes), sxAsnElem::kImplicit, 0, true},
+    {"attributes", &sxASN_Attributes::kInfo, offsetof(sxASN_CertificationRequestInfo, attributes), sxAsnElem::kImplicit},
 };
 constinit const sxAsnTypeInfo sxASN_CertificationRequestInfo::kInfo = {"sxASN_CertificationRequestInfo", sxAsnKind::kSequence, false, false, 48, sxAsnCreate<sxASN_CertificationRequestInfo>, sxASN_CertificationRequestInfoElems, 4};
 const sxAsnTypeInfo *sxASN_CertificationRequestInfo::Info() const { return &kInfo; }

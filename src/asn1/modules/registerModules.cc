@@ -1,7 +1,13 @@
 #include "registerModules.h"
 
+#include "kxcert/asn1/modules/CryptographicMessageSyntax.h"
+#include "kxcert/asn1/modules/EnrollmentMessageSyntax.h"
+#include "kxcert/asn1/modules/OCSP.h"
+#include "kxcert/asn1/modules/PKCS12.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
+#include "kxcert/asn1/modules/PKIXCMP.h"
+#include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/modules/SXUTILS.h"
 
 namespace {
@@ -45,11 +51,52 @@ SXUTILS_InitAny::SXUTILS_InitAny() {
   ByOid<sxASN_EncryptedPrivateKeyInfo>(1, 2, 840, 113549, 1, 12, 10, 1, 2);
 }
 
+CryptographicMessageSyntax_InitAny::CryptographicMessageSyntax_InitAny() {
+  InstallShared();
+  ByOid<sxASN_CertificateSequence>(2, 16, 840, 1, 113730, 2, 5);
+  ByOid<sxASN_EncryptedData>(1, 2, 840, 113549, 1, 7, 6);
+  ByOid<sxASN_SignedData>(1, 2, 840, 113549, 1, 7, 2);
+  ByOid<sxASN_EnvelopedData>(1, 2, 840, 113549, 1, 7, 3);
+}
+
+PKCS12_InitAny::PKCS12_InitAny() {
+  InstallShared();
+  ByOid<sxASN_PKCS12PbeParams>(1, 2, 840, 113549, 1, 12, 1, 6);
+  ByOid<sxASN_PKCS12PbeParams>(1, 2, 840, 113549, 1, 12, 1, 3);
+  ByOid<sxASN_PrivateKeyInfo>(1, 2, 840, 113549, 1, 12, 10, 1, 1);
+  ByOid<sxASN_EncryptedPrivateKeyInfo>(1, 2, 840, 113549, 1, 12, 10, 1, 2);
+  ByOid<sxASN_CertBag>(1, 2, 840, 113549, 1, 12, 10, 1, 3);
+  ByOid<sxASN_CRLBag>(1, 2, 840, 113549, 1, 12, 10, 1, 4);
+}
+
+PKIXCRMF_InitAny::PKIXCRMF_InitAny() {
+  InstallShared();
+  ByOid<sxASN_PBMParameter>(1, 2, 840, 113533, 7, 66, 13);
+  ByInt<sxASN_CertId>(1089568);   // this number by intent
+}
+
+EnrollmentMessageSyntax_InitAny::EnrollmentMessageSyntax_InitAny() {
+  InstallShared();
+  ByOid<sxASN_IdentificationSetOf>(1, 3, 6, 1, 5, 5, 7, 7, 2);
+  ByOid<sxASN_IdentityProofSetOf>(1, 3, 6, 1, 5, 5, 7, 7, 3);
+  ByOid<sxASN_CMCStatusInfoSetOf>(1, 3, 6, 1, 5, 5, 7, 7, 1);
+}
+
+PKIXCMP_InitAny::PKIXCMP_InitAny() { InstallShared(); }
+
+OCSP_InitAny::OCSP_InitAny() = default;   // registers nothing
+
 void sxAsnRegisterModules() {
   struct Modules {
     PKIX1Explicit88_InitAny pkix1Explicit88;
     PKIX1Implicit88_InitAny pkix1Implicit88;
     SXUTILS_InitAny sxutils;
+    CryptographicMessageSyntax_InitAny cryptographicMessageSyntax;
+    PKCS12_InitAny pkcs12;
+    PKIXCRMF_InitAny pkixCrmf;
+    EnrollmentMessageSyntax_InitAny enrollmentMessageSyntax;
+    PKIXCMP_InitAny pkixCmp;
+    OCSP_InitAny ocsp;
   };
   static const Modules modules;
   static_cast<void>(modules);

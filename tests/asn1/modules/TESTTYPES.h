@@ -40,9 +40,9 @@ class KXCERT_EXPORT sxASN_TestNumber : public sxAsnInt {
 class KXCERT_EXPORT sxASN_TestSet : public sxAsnSequence {
  public:
   sxASN_TestSet() = default;
-  sxASN_TestSet(const sxASN_TestSet &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_TestSet &operator=(const sxASN_TestSet &other) {
-    CopyFrom(other);
+  sxASN_TestSet(const sxASN_TestSet &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_TestSet &operator=(const sxASN_TestSet &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_TestSet() override;
@@ -61,9 +61,9 @@ class KXCERT_EXPORT sxASN_TestSet : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_TestNumbers : public sxAsnListOf<sxASN_TestNumber> {
  public:
   sxASN_TestNumbers() = default;
-  sxASN_TestNumbers(const sxASN_TestNumbers &other) : sxAsnListOf<sxASN_TestNumber>(other) { CopyFrom(other); }
-  sxASN_TestNumbers &operator=(const sxASN_TestNumbers &other) {
-    CopyFrom(other);
+  sxASN_TestNumbers(const sxASN_TestNumbers &from) : sxAsnListOf<sxASN_TestNumber>(from) { CopyFrom(from); }
+  sxASN_TestNumbers &operator=(const sxASN_TestNumbers &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -74,9 +74,9 @@ class KXCERT_EXPORT sxASN_TestNumbers : public sxAsnListOf<sxASN_TestNumber> {
 class KXCERT_EXPORT sxASN_TestSetsSetOf : public sxAsnListOf<sxAsnInt> {
  public:
   sxASN_TestSetsSetOf() = default;
-  sxASN_TestSetsSetOf(const sxASN_TestSetsSetOf &other) : sxAsnListOf<sxAsnInt>(other) { CopyFrom(other); }
-  sxASN_TestSetsSetOf &operator=(const sxASN_TestSetsSetOf &other) {
-    CopyFrom(other);
+  sxASN_TestSetsSetOf(const sxASN_TestSetsSetOf &from) : sxAsnListOf<sxAsnInt>(from) { CopyFrom(from); }
+  sxASN_TestSetsSetOf &operator=(const sxASN_TestSetsSetOf &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -87,9 +87,9 @@ class KXCERT_EXPORT sxASN_TestSetsSetOf : public sxAsnListOf<sxAsnInt> {
 class KXCERT_EXPORT sxASN_TestSets : public sxAsnListOf<sxASN_TestSetsSetOf> {
  public:
   sxASN_TestSets() = default;
-  sxASN_TestSets(const sxASN_TestSets &other) : sxAsnListOf<sxASN_TestSetsSetOf>(other) { CopyFrom(other); }
-  sxASN_TestSets &operator=(const sxASN_TestSets &other) {
-    CopyFrom(other);
+  sxASN_TestSets(const sxASN_TestSets &from) : sxAsnListOf<sxASN_TestSetsSetOf>(from) { CopyFrom(from); }
+  sxASN_TestSets &operator=(const sxASN_TestSets &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -100,9 +100,9 @@ class KXCERT_EXPORT sxASN_TestSets : public sxAsnListOf<sxASN_TestSetsSetOf> {
 class KXCERT_EXPORT sxASN_TestByOid : public sxAsnSequence {
  public:
   sxASN_TestByOid() = default;
-  sxASN_TestByOid(const sxASN_TestByOid &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_TestByOid &operator=(const sxASN_TestByOid &other) {
-    CopyFrom(other);
+  sxASN_TestByOid(const sxASN_TestByOid &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_TestByOid &operator=(const sxASN_TestByOid &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_TestByOid() override;
@@ -117,9 +117,9 @@ class KXCERT_EXPORT sxASN_TestByOid : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_TestByInt : public sxAsnSequence {
  public:
   sxASN_TestByInt() = default;
-  sxASN_TestByInt(const sxASN_TestByInt &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_TestByInt &operator=(const sxASN_TestByInt &other) {
-    CopyFrom(other);
+  sxASN_TestByInt(const sxASN_TestByInt &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_TestByInt &operator=(const sxASN_TestByInt &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_TestByInt() override;
@@ -135,9 +135,9 @@ class KXCERT_EXPORT sxASN_TestByInt : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_TestInner : public sxAsnChoice {
  public:
   sxASN_TestInner() = default;
-  sxASN_TestInner(const sxASN_TestInner &other) : sxAsnChoice(other) { CopyFrom(other); }
-  sxASN_TestInner &operator=(const sxASN_TestInner &other) {
-    CopyFrom(other);
+  sxASN_TestInner(const sxASN_TestInner &from) : sxAsnChoice(from) { CopyFrom(from); }
+  sxASN_TestInner &operator=(const sxASN_TestInner &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -154,9 +154,9 @@ class KXCERT_EXPORT sxASN_TestInner : public sxAsnChoice {
 class KXCERT_EXPORT sxASN_TestChoice : public sxAsnChoice {
  public:
   sxASN_TestChoice() = default;
-  sxASN_TestChoice(const sxASN_TestChoice &other) : sxAsnChoice(other) { CopyFrom(other); }
-  sxASN_TestChoice &operator=(const sxASN_TestChoice &other) {
-    CopyFrom(other);
+  sxASN_TestChoice(const sxASN_TestChoice &from) : sxAsnChoice(from) { CopyFrom(from); }
+  sxASN_TestChoice &operator=(const sxASN_TestChoice &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -179,9 +179,9 @@ class KXCERT_EXPORT sxASN_TestChoice : public sxAsnChoice {
 class KXCERT_EXPORT sxASN_TestNestSeqOf : public sxAsnListOf<sxASN_TestNest> {
  public:
   sxASN_TestNestSeqOf() = default;
-  sxASN_TestNestSeqOf(const sxASN_TestNestSeqOf &other) : sxAsnListOf<sxASN_TestNest>(other) { CopyFrom(other); }
-  sxASN_TestNestSeqOf &operator=(const sxASN_TestNestSeqOf &other) {
-    CopyFrom(other);
+  sxASN_TestNestSeqOf(const sxASN_TestNestSeqOf &from) : sxAsnListOf<sxASN_TestNest>(from) { CopyFrom(from); }
+  sxASN_TestNestSeqOf &operator=(const sxASN_TestNestSeqOf &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -192,9 +192,9 @@ class KXCERT_EXPORT sxASN_TestNestSeqOf : public sxAsnListOf<sxASN_TestNest> {
 class KXCERT_EXPORT sxASN_TestNest : public sxAsnSequence {
  public:
   sxASN_TestNest() = default;
-  sxASN_TestNest(const sxASN_TestNest &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_TestNest &operator=(const sxASN_TestNest &other) {
-    CopyFrom(other);
+  sxASN_TestNest(const sxASN_TestNest &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_TestNest &operator=(const sxASN_TestNest &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_TestNest() override;
@@ -219,9 +219,9 @@ class KXCERT_EXPORT sxASN_TestDefaultsInt : public sxAsnInt {
 class KXCERT_EXPORT sxASN_TestDefaults : public sxAsnSequence {
  public:
   sxASN_TestDefaults() = default;
-  sxASN_TestDefaults(const sxASN_TestDefaults &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_TestDefaults &operator=(const sxASN_TestDefaults &other) {
-    CopyFrom(other);
+  sxASN_TestDefaults(const sxASN_TestDefaults &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_TestDefaults &operator=(const sxASN_TestDefaults &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_TestDefaults() override;

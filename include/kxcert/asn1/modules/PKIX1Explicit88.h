@@ -40,9 +40,9 @@ class sxASN_Version;
 class KXCERT_EXPORT sxASN_Extension : public sxAsnSequence {
  public:
   sxASN_Extension() = default;
-  sxASN_Extension(const sxASN_Extension &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_Extension &operator=(const sxASN_Extension &other) {
-    CopyFrom(other);
+  sxASN_Extension(const sxASN_Extension &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_Extension &operator=(const sxASN_Extension &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_Extension() override;
@@ -58,9 +58,9 @@ class KXCERT_EXPORT sxASN_Extension : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_Extensions : public sxAsnListOf<sxASN_Extension> {
  public:
   sxASN_Extensions() = default;
-  sxASN_Extensions(const sxASN_Extensions &other) : sxAsnListOf<sxASN_Extension>(other) { CopyFrom(other); }
-  sxASN_Extensions &operator=(const sxASN_Extensions &other) {
-    CopyFrom(other);
+  sxASN_Extensions(const sxASN_Extensions &from) : sxAsnListOf<sxASN_Extension>(from) { CopyFrom(from); }
+  sxASN_Extensions &operator=(const sxASN_Extensions &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -71,9 +71,9 @@ class KXCERT_EXPORT sxASN_Extensions : public sxAsnListOf<sxASN_Extension> {
 class KXCERT_EXPORT sxASN_AttributeValue : public sxAsnChoice {
  public:
   sxASN_AttributeValue() = default;
-  sxASN_AttributeValue(const sxASN_AttributeValue &other) : sxAsnChoice(other) { CopyFrom(other); }
-  sxASN_AttributeValue &operator=(const sxASN_AttributeValue &other) {
-    CopyFrom(other);
+  sxASN_AttributeValue(const sxASN_AttributeValue &from) : sxAsnChoice(from) { CopyFrom(from); }
+  sxASN_AttributeValue &operator=(const sxASN_AttributeValue &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -108,9 +108,9 @@ class KXCERT_EXPORT sxASN_AttributeValue : public sxAsnChoice {
 class KXCERT_EXPORT sxASN_AttributeTypeAndValue : public sxAsnSequence {
  public:
   sxASN_AttributeTypeAndValue() = default;
-  sxASN_AttributeTypeAndValue(const sxASN_AttributeTypeAndValue &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_AttributeTypeAndValue &operator=(const sxASN_AttributeTypeAndValue &other) {
-    CopyFrom(other);
+  sxASN_AttributeTypeAndValue(const sxASN_AttributeTypeAndValue &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_AttributeTypeAndValue &operator=(const sxASN_AttributeTypeAndValue &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_AttributeTypeAndValue() override;
@@ -125,9 +125,9 @@ class KXCERT_EXPORT sxASN_AttributeTypeAndValue : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_RelativeDistinguishedName : public sxAsnListOf<sxASN_AttributeTypeAndValue> {
  public:
   sxASN_RelativeDistinguishedName() = default;
-  sxASN_RelativeDistinguishedName(const sxASN_RelativeDistinguishedName &other) : sxAsnListOf<sxASN_AttributeTypeAndValue>(other) { CopyFrom(other); }
-  sxASN_RelativeDistinguishedName &operator=(const sxASN_RelativeDistinguishedName &other) {
-    CopyFrom(other);
+  sxASN_RelativeDistinguishedName(const sxASN_RelativeDistinguishedName &from) : sxAsnListOf<sxASN_AttributeTypeAndValue>(from) { CopyFrom(from); }
+  sxASN_RelativeDistinguishedName &operator=(const sxASN_RelativeDistinguishedName &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -138,9 +138,9 @@ class KXCERT_EXPORT sxASN_RelativeDistinguishedName : public sxAsnListOf<sxASN_A
 class KXCERT_EXPORT sxASN_RDNSequence : public sxAsnListOf<sxASN_RelativeDistinguishedName> {
  public:
   sxASN_RDNSequence() = default;
-  sxASN_RDNSequence(const sxASN_RDNSequence &other) : sxAsnListOf<sxASN_RelativeDistinguishedName>(other) { CopyFrom(other); }
-  sxASN_RDNSequence &operator=(const sxASN_RDNSequence &other) {
-    CopyFrom(other);
+  sxASN_RDNSequence(const sxASN_RDNSequence &from) : sxAsnListOf<sxASN_RelativeDistinguishedName>(from) { CopyFrom(from); }
+  sxASN_RDNSequence &operator=(const sxASN_RDNSequence &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -151,9 +151,9 @@ class KXCERT_EXPORT sxASN_RDNSequence : public sxAsnListOf<sxASN_RelativeDisting
 class KXCERT_EXPORT sxASN_AttributeSetOf : public sxAsnListOf<sxASN_AttributeValue> {
  public:
   sxASN_AttributeSetOf() = default;
-  sxASN_AttributeSetOf(const sxASN_AttributeSetOf &other) : sxAsnListOf<sxASN_AttributeValue>(other) { CopyFrom(other); }
-  sxASN_AttributeSetOf &operator=(const sxASN_AttributeSetOf &other) {
-    CopyFrom(other);
+  sxASN_AttributeSetOf(const sxASN_AttributeSetOf &from) : sxAsnListOf<sxASN_AttributeValue>(from) { CopyFrom(from); }
+  sxASN_AttributeSetOf &operator=(const sxASN_AttributeSetOf &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -164,9 +164,9 @@ class KXCERT_EXPORT sxASN_AttributeSetOf : public sxAsnListOf<sxASN_AttributeVal
 class KXCERT_EXPORT sxASN_Attribute : public sxAsnSequence {
  public:
   sxASN_Attribute() = default;
-  sxASN_Attribute(const sxASN_Attribute &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_Attribute &operator=(const sxASN_Attribute &other) {
-    CopyFrom(other);
+  sxASN_Attribute(const sxASN_Attribute &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_Attribute &operator=(const sxASN_Attribute &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_Attribute() override;
@@ -181,9 +181,9 @@ class KXCERT_EXPORT sxASN_Attribute : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_DirectoryString : public sxAsnChoice {
  public:
   sxASN_DirectoryString() = default;
-  sxASN_DirectoryString(const sxASN_DirectoryString &other) : sxAsnChoice(other) { CopyFrom(other); }
-  sxASN_DirectoryString &operator=(const sxASN_DirectoryString &other) {
-    CopyFrom(other);
+  sxASN_DirectoryString(const sxASN_DirectoryString &from) : sxAsnChoice(from) { CopyFrom(from); }
+  sxASN_DirectoryString &operator=(const sxASN_DirectoryString &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -216,9 +216,9 @@ class KXCERT_EXPORT sxASN_Version : public sxAsnInt {
 class KXCERT_EXPORT sxASN_AlgorithmIdentifier : public sxAsnSequence {
  public:
   sxASN_AlgorithmIdentifier() = default;
-  sxASN_AlgorithmIdentifier(const sxASN_AlgorithmIdentifier &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_AlgorithmIdentifier &operator=(const sxASN_AlgorithmIdentifier &other) {
-    CopyFrom(other);
+  sxASN_AlgorithmIdentifier(const sxASN_AlgorithmIdentifier &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_AlgorithmIdentifier &operator=(const sxASN_AlgorithmIdentifier &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_AlgorithmIdentifier() override;
@@ -233,9 +233,9 @@ class KXCERT_EXPORT sxASN_AlgorithmIdentifier : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_Time : public sxAsnChoice {
  public:
   sxASN_Time() = default;
-  sxASN_Time(const sxASN_Time &other) : sxAsnChoice(other) { CopyFrom(other); }
-  sxASN_Time &operator=(const sxASN_Time &other) {
-    CopyFrom(other);
+  sxASN_Time(const sxASN_Time &from) : sxAsnChoice(from) { CopyFrom(from); }
+  sxASN_Time &operator=(const sxASN_Time &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -252,9 +252,9 @@ class KXCERT_EXPORT sxASN_Time : public sxAsnChoice {
 class KXCERT_EXPORT sxASN_Validity : public sxAsnSequence {
  public:
   sxASN_Validity() = default;
-  sxASN_Validity(const sxASN_Validity &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_Validity &operator=(const sxASN_Validity &other) {
-    CopyFrom(other);
+  sxASN_Validity(const sxASN_Validity &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_Validity &operator=(const sxASN_Validity &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_Validity() override;
@@ -269,9 +269,9 @@ class KXCERT_EXPORT sxASN_Validity : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_SubjectPublicKeyInfo : public sxAsnSequence {
  public:
   sxASN_SubjectPublicKeyInfo() = default;
-  sxASN_SubjectPublicKeyInfo(const sxASN_SubjectPublicKeyInfo &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_SubjectPublicKeyInfo &operator=(const sxASN_SubjectPublicKeyInfo &other) {
-    CopyFrom(other);
+  sxASN_SubjectPublicKeyInfo(const sxASN_SubjectPublicKeyInfo &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_SubjectPublicKeyInfo &operator=(const sxASN_SubjectPublicKeyInfo &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_SubjectPublicKeyInfo() override;
@@ -286,9 +286,9 @@ class KXCERT_EXPORT sxASN_SubjectPublicKeyInfo : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_TBSCertificate : public sxAsnSequence {
  public:
   sxASN_TBSCertificate() = default;
-  sxASN_TBSCertificate(const sxASN_TBSCertificate &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_TBSCertificate &operator=(const sxASN_TBSCertificate &other) {
-    CopyFrom(other);
+  sxASN_TBSCertificate(const sxASN_TBSCertificate &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_TBSCertificate &operator=(const sxASN_TBSCertificate &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_TBSCertificate() override;
@@ -311,9 +311,9 @@ class KXCERT_EXPORT sxASN_TBSCertificate : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_Certificate : public sxAsnSequence {
  public:
   sxASN_Certificate() = default;
-  sxASN_Certificate(const sxASN_Certificate &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_Certificate &operator=(const sxASN_Certificate &other) {
-    CopyFrom(other);
+  sxASN_Certificate(const sxASN_Certificate &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_Certificate &operator=(const sxASN_Certificate &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_Certificate() override;
@@ -329,9 +329,9 @@ class KXCERT_EXPORT sxASN_Certificate : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_TBSCertListSeqOfSeq : public sxAsnSequence {
  public:
   sxASN_TBSCertListSeqOfSeq() = default;
-  sxASN_TBSCertListSeqOfSeq(const sxASN_TBSCertListSeqOfSeq &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_TBSCertListSeqOfSeq &operator=(const sxASN_TBSCertListSeqOfSeq &other) {
-    CopyFrom(other);
+  sxASN_TBSCertListSeqOfSeq(const sxASN_TBSCertListSeqOfSeq &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_TBSCertListSeqOfSeq &operator=(const sxASN_TBSCertListSeqOfSeq &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_TBSCertListSeqOfSeq() override;
@@ -347,9 +347,9 @@ class KXCERT_EXPORT sxASN_TBSCertListSeqOfSeq : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_TBSCertListSeqOf : public sxAsnListOf<sxASN_TBSCertListSeqOfSeq> {
  public:
   sxASN_TBSCertListSeqOf() = default;
-  sxASN_TBSCertListSeqOf(const sxASN_TBSCertListSeqOf &other) : sxAsnListOf<sxASN_TBSCertListSeqOfSeq>(other) { CopyFrom(other); }
-  sxASN_TBSCertListSeqOf &operator=(const sxASN_TBSCertListSeqOf &other) {
-    CopyFrom(other);
+  sxASN_TBSCertListSeqOf(const sxASN_TBSCertListSeqOf &from) : sxAsnListOf<sxASN_TBSCertListSeqOfSeq>(from) { CopyFrom(from); }
+  sxASN_TBSCertListSeqOf &operator=(const sxASN_TBSCertListSeqOf &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -360,9 +360,9 @@ class KXCERT_EXPORT sxASN_TBSCertListSeqOf : public sxAsnListOf<sxASN_TBSCertLis
 class KXCERT_EXPORT sxASN_TBSCertList : public sxAsnSequence {
  public:
   sxASN_TBSCertList() = default;
-  sxASN_TBSCertList(const sxASN_TBSCertList &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_TBSCertList &operator=(const sxASN_TBSCertList &other) {
-    CopyFrom(other);
+  sxASN_TBSCertList(const sxASN_TBSCertList &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_TBSCertList &operator=(const sxASN_TBSCertList &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_TBSCertList() override;
@@ -382,9 +382,9 @@ class KXCERT_EXPORT sxASN_TBSCertList : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_CertificateList : public sxAsnSequence {
  public:
   sxASN_CertificateList() = default;
-  sxASN_CertificateList(const sxASN_CertificateList &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_CertificateList &operator=(const sxASN_CertificateList &other) {
-    CopyFrom(other);
+  sxASN_CertificateList(const sxASN_CertificateList &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_CertificateList &operator=(const sxASN_CertificateList &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_CertificateList() override;
@@ -400,9 +400,9 @@ class KXCERT_EXPORT sxASN_CertificateList : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_Dss_Sig_Value : public sxAsnSequence {
  public:
   sxASN_Dss_Sig_Value() = default;
-  sxASN_Dss_Sig_Value(const sxASN_Dss_Sig_Value &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_Dss_Sig_Value &operator=(const sxASN_Dss_Sig_Value &other) {
-    CopyFrom(other);
+  sxASN_Dss_Sig_Value(const sxASN_Dss_Sig_Value &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_Dss_Sig_Value &operator=(const sxASN_Dss_Sig_Value &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_Dss_Sig_Value() override;
@@ -417,9 +417,9 @@ class KXCERT_EXPORT sxASN_Dss_Sig_Value : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_ValidationParms : public sxAsnSequence {
  public:
   sxASN_ValidationParms() = default;
-  sxASN_ValidationParms(const sxASN_ValidationParms &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_ValidationParms &operator=(const sxASN_ValidationParms &other) {
-    CopyFrom(other);
+  sxASN_ValidationParms(const sxASN_ValidationParms &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_ValidationParms &operator=(const sxASN_ValidationParms &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_ValidationParms() override;
@@ -434,9 +434,9 @@ class KXCERT_EXPORT sxASN_ValidationParms : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_DomainParameters : public sxAsnSequence {
  public:
   sxASN_DomainParameters() = default;
-  sxASN_DomainParameters(const sxASN_DomainParameters &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_DomainParameters &operator=(const sxASN_DomainParameters &other) {
-    CopyFrom(other);
+  sxASN_DomainParameters(const sxASN_DomainParameters &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_DomainParameters &operator=(const sxASN_DomainParameters &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_DomainParameters() override;
@@ -454,9 +454,9 @@ class KXCERT_EXPORT sxASN_DomainParameters : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_Dss_Parms : public sxAsnSequence {
  public:
   sxASN_Dss_Parms() = default;
-  sxASN_Dss_Parms(const sxASN_Dss_Parms &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_Dss_Parms &operator=(const sxASN_Dss_Parms &other) {
-    CopyFrom(other);
+  sxASN_Dss_Parms(const sxASN_Dss_Parms &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_Dss_Parms &operator=(const sxASN_Dss_Parms &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_Dss_Parms() override;

@@ -51,9 +51,9 @@ class sxASN_UserNotice;
 class KXCERT_EXPORT sxASN_AnotherName : public sxAsnSequence {
  public:
   sxASN_AnotherName() = default;
-  sxASN_AnotherName(const sxASN_AnotherName &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_AnotherName &operator=(const sxASN_AnotherName &other) {
-    CopyFrom(other);
+  sxASN_AnotherName(const sxASN_AnotherName &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_AnotherName &operator=(const sxASN_AnotherName &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_AnotherName() override;
@@ -68,9 +68,9 @@ class KXCERT_EXPORT sxASN_AnotherName : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_ORAddress : public sxAsnListOf<sxAsnRawAny> {
  public:
   sxASN_ORAddress() = default;
-  sxASN_ORAddress(const sxASN_ORAddress &other) : sxAsnListOf<sxAsnRawAny>(other) { CopyFrom(other); }
-  sxASN_ORAddress &operator=(const sxASN_ORAddress &other) {
-    CopyFrom(other);
+  sxASN_ORAddress(const sxASN_ORAddress &from) : sxAsnListOf<sxAsnRawAny>(from) { CopyFrom(from); }
+  sxASN_ORAddress &operator=(const sxASN_ORAddress &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -81,9 +81,9 @@ class KXCERT_EXPORT sxASN_ORAddress : public sxAsnListOf<sxAsnRawAny> {
 class KXCERT_EXPORT sxASN_EDIPartyName : public sxAsnSequence {
  public:
   sxASN_EDIPartyName() = default;
-  sxASN_EDIPartyName(const sxASN_EDIPartyName &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_EDIPartyName &operator=(const sxASN_EDIPartyName &other) {
-    CopyFrom(other);
+  sxASN_EDIPartyName(const sxASN_EDIPartyName &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_EDIPartyName &operator=(const sxASN_EDIPartyName &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_EDIPartyName() override;
@@ -98,9 +98,9 @@ class KXCERT_EXPORT sxASN_EDIPartyName : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_GeneralName : public sxAsnChoice {
  public:
   sxASN_GeneralName() = default;
-  sxASN_GeneralName(const sxASN_GeneralName &other) : sxAsnChoice(other) { CopyFrom(other); }
-  sxASN_GeneralName &operator=(const sxASN_GeneralName &other) {
-    CopyFrom(other);
+  sxASN_GeneralName(const sxASN_GeneralName &from) : sxAsnChoice(from) { CopyFrom(from); }
+  sxASN_GeneralName &operator=(const sxASN_GeneralName &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -131,9 +131,9 @@ class KXCERT_EXPORT sxASN_GeneralName : public sxAsnChoice {
 class KXCERT_EXPORT sxASN_GeneralNames : public sxAsnListOf<sxASN_GeneralName> {
  public:
   sxASN_GeneralNames() = default;
-  sxASN_GeneralNames(const sxASN_GeneralNames &other) : sxAsnListOf<sxASN_GeneralName>(other) { CopyFrom(other); }
-  sxASN_GeneralNames &operator=(const sxASN_GeneralNames &other) {
-    CopyFrom(other);
+  sxASN_GeneralNames(const sxASN_GeneralNames &from) : sxAsnListOf<sxASN_GeneralName>(from) { CopyFrom(from); }
+  sxASN_GeneralNames &operator=(const sxASN_GeneralNames &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -144,9 +144,9 @@ class KXCERT_EXPORT sxASN_GeneralNames : public sxAsnListOf<sxASN_GeneralName> {
 class KXCERT_EXPORT sxASN_AuthorityKeyIdentifier : public sxAsnSequence {
  public:
   sxASN_AuthorityKeyIdentifier() = default;
-  sxASN_AuthorityKeyIdentifier(const sxASN_AuthorityKeyIdentifier &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_AuthorityKeyIdentifier &operator=(const sxASN_AuthorityKeyIdentifier &other) {
-    CopyFrom(other);
+  sxASN_AuthorityKeyIdentifier(const sxASN_AuthorityKeyIdentifier &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_AuthorityKeyIdentifier &operator=(const sxASN_AuthorityKeyIdentifier &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_AuthorityKeyIdentifier() override;
@@ -172,9 +172,9 @@ class KXCERT_EXPORT sxASN_KeyUsage : public sxAsnBits {
 class KXCERT_EXPORT sxASN_PrivateKeyUsagePeriod : public sxAsnSequence {
  public:
   sxASN_PrivateKeyUsagePeriod() = default;
-  sxASN_PrivateKeyUsagePeriod(const sxASN_PrivateKeyUsagePeriod &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_PrivateKeyUsagePeriod &operator=(const sxASN_PrivateKeyUsagePeriod &other) {
-    CopyFrom(other);
+  sxASN_PrivateKeyUsagePeriod(const sxASN_PrivateKeyUsagePeriod &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_PrivateKeyUsagePeriod &operator=(const sxASN_PrivateKeyUsagePeriod &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_PrivateKeyUsagePeriod() override;
@@ -189,9 +189,9 @@ class KXCERT_EXPORT sxASN_PrivateKeyUsagePeriod : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_PolicyQualifierInfo : public sxAsnSequence {
  public:
   sxASN_PolicyQualifierInfo() = default;
-  sxASN_PolicyQualifierInfo(const sxASN_PolicyQualifierInfo &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_PolicyQualifierInfo &operator=(const sxASN_PolicyQualifierInfo &other) {
-    CopyFrom(other);
+  sxASN_PolicyQualifierInfo(const sxASN_PolicyQualifierInfo &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_PolicyQualifierInfo &operator=(const sxASN_PolicyQualifierInfo &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_PolicyQualifierInfo() override;
@@ -206,9 +206,9 @@ class KXCERT_EXPORT sxASN_PolicyQualifierInfo : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_PolicyInformationSeqOf : public sxAsnListOf<sxASN_PolicyQualifierInfo> {
  public:
   sxASN_PolicyInformationSeqOf() = default;
-  sxASN_PolicyInformationSeqOf(const sxASN_PolicyInformationSeqOf &other) : sxAsnListOf<sxASN_PolicyQualifierInfo>(other) { CopyFrom(other); }
-  sxASN_PolicyInformationSeqOf &operator=(const sxASN_PolicyInformationSeqOf &other) {
-    CopyFrom(other);
+  sxASN_PolicyInformationSeqOf(const sxASN_PolicyInformationSeqOf &from) : sxAsnListOf<sxASN_PolicyQualifierInfo>(from) { CopyFrom(from); }
+  sxASN_PolicyInformationSeqOf &operator=(const sxASN_PolicyInformationSeqOf &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -219,9 +219,9 @@ class KXCERT_EXPORT sxASN_PolicyInformationSeqOf : public sxAsnListOf<sxASN_Poli
 class KXCERT_EXPORT sxASN_PolicyInformation : public sxAsnSequence {
  public:
   sxASN_PolicyInformation() = default;
-  sxASN_PolicyInformation(const sxASN_PolicyInformation &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_PolicyInformation &operator=(const sxASN_PolicyInformation &other) {
-    CopyFrom(other);
+  sxASN_PolicyInformation(const sxASN_PolicyInformation &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_PolicyInformation &operator=(const sxASN_PolicyInformation &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_PolicyInformation() override;
@@ -236,9 +236,9 @@ class KXCERT_EXPORT sxASN_PolicyInformation : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_CertificatePolicies : public sxAsnListOf<sxASN_PolicyInformation> {
  public:
   sxASN_CertificatePolicies() = default;
-  sxASN_CertificatePolicies(const sxASN_CertificatePolicies &other) : sxAsnListOf<sxASN_PolicyInformation>(other) { CopyFrom(other); }
-  sxASN_CertificatePolicies &operator=(const sxASN_CertificatePolicies &other) {
-    CopyFrom(other);
+  sxASN_CertificatePolicies(const sxASN_CertificatePolicies &from) : sxAsnListOf<sxASN_PolicyInformation>(from) { CopyFrom(from); }
+  sxASN_CertificatePolicies &operator=(const sxASN_CertificatePolicies &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -249,9 +249,9 @@ class KXCERT_EXPORT sxASN_CertificatePolicies : public sxAsnListOf<sxASN_PolicyI
 class KXCERT_EXPORT sxASN_DisplayText : public sxAsnChoice {
  public:
   sxASN_DisplayText() = default;
-  sxASN_DisplayText(const sxASN_DisplayText &other) : sxAsnChoice(other) { CopyFrom(other); }
-  sxASN_DisplayText &operator=(const sxASN_DisplayText &other) {
-    CopyFrom(other);
+  sxASN_DisplayText(const sxASN_DisplayText &from) : sxAsnChoice(from) { CopyFrom(from); }
+  sxASN_DisplayText &operator=(const sxASN_DisplayText &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -272,9 +272,9 @@ class KXCERT_EXPORT sxASN_DisplayText : public sxAsnChoice {
 class KXCERT_EXPORT sxASN_NoticeReferenceSeqOf : public sxAsnListOf<sxAsnInt> {
  public:
   sxASN_NoticeReferenceSeqOf() = default;
-  sxASN_NoticeReferenceSeqOf(const sxASN_NoticeReferenceSeqOf &other) : sxAsnListOf<sxAsnInt>(other) { CopyFrom(other); }
-  sxASN_NoticeReferenceSeqOf &operator=(const sxASN_NoticeReferenceSeqOf &other) {
-    CopyFrom(other);
+  sxASN_NoticeReferenceSeqOf(const sxASN_NoticeReferenceSeqOf &from) : sxAsnListOf<sxAsnInt>(from) { CopyFrom(from); }
+  sxASN_NoticeReferenceSeqOf &operator=(const sxASN_NoticeReferenceSeqOf &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -285,9 +285,9 @@ class KXCERT_EXPORT sxASN_NoticeReferenceSeqOf : public sxAsnListOf<sxAsnInt> {
 class KXCERT_EXPORT sxASN_NoticeReference : public sxAsnSequence {
  public:
   sxASN_NoticeReference() = default;
-  sxASN_NoticeReference(const sxASN_NoticeReference &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_NoticeReference &operator=(const sxASN_NoticeReference &other) {
-    CopyFrom(other);
+  sxASN_NoticeReference(const sxASN_NoticeReference &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_NoticeReference &operator=(const sxASN_NoticeReference &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_NoticeReference() override;
@@ -302,9 +302,9 @@ class KXCERT_EXPORT sxASN_NoticeReference : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_UserNotice : public sxAsnSequence {
  public:
   sxASN_UserNotice() = default;
-  sxASN_UserNotice(const sxASN_UserNotice &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_UserNotice &operator=(const sxASN_UserNotice &other) {
-    CopyFrom(other);
+  sxASN_UserNotice(const sxASN_UserNotice &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_UserNotice &operator=(const sxASN_UserNotice &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_UserNotice() override;
@@ -319,9 +319,9 @@ class KXCERT_EXPORT sxASN_UserNotice : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_PolicyMappingsSeq : public sxAsnSequence {
  public:
   sxASN_PolicyMappingsSeq() = default;
-  sxASN_PolicyMappingsSeq(const sxASN_PolicyMappingsSeq &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_PolicyMappingsSeq &operator=(const sxASN_PolicyMappingsSeq &other) {
-    CopyFrom(other);
+  sxASN_PolicyMappingsSeq(const sxASN_PolicyMappingsSeq &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_PolicyMappingsSeq &operator=(const sxASN_PolicyMappingsSeq &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_PolicyMappingsSeq() override;
@@ -336,9 +336,9 @@ class KXCERT_EXPORT sxASN_PolicyMappingsSeq : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_PolicyMappings : public sxAsnListOf<sxASN_PolicyMappingsSeq> {
  public:
   sxASN_PolicyMappings() = default;
-  sxASN_PolicyMappings(const sxASN_PolicyMappings &other) : sxAsnListOf<sxASN_PolicyMappingsSeq>(other) { CopyFrom(other); }
-  sxASN_PolicyMappings &operator=(const sxASN_PolicyMappings &other) {
-    CopyFrom(other);
+  sxASN_PolicyMappings(const sxASN_PolicyMappings &from) : sxAsnListOf<sxASN_PolicyMappingsSeq>(from) { CopyFrom(from); }
+  sxASN_PolicyMappings &operator=(const sxASN_PolicyMappings &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -357,9 +357,9 @@ class KXCERT_EXPORT sxASN_PrincipalName : public sxAsnUTF8String {
 class KXCERT_EXPORT sxASN_SubjectDirectoryAttributes : public sxAsnListOf<sxASN_Attribute> {
  public:
   sxASN_SubjectDirectoryAttributes() = default;
-  sxASN_SubjectDirectoryAttributes(const sxASN_SubjectDirectoryAttributes &other) : sxAsnListOf<sxASN_Attribute>(other) { CopyFrom(other); }
-  sxASN_SubjectDirectoryAttributes &operator=(const sxASN_SubjectDirectoryAttributes &other) {
-    CopyFrom(other);
+  sxASN_SubjectDirectoryAttributes(const sxASN_SubjectDirectoryAttributes &from) : sxAsnListOf<sxASN_Attribute>(from) { CopyFrom(from); }
+  sxASN_SubjectDirectoryAttributes &operator=(const sxASN_SubjectDirectoryAttributes &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -370,9 +370,9 @@ class KXCERT_EXPORT sxASN_SubjectDirectoryAttributes : public sxAsnListOf<sxASN_
 class KXCERT_EXPORT sxASN_BasicConstraints : public sxAsnSequence {
  public:
   sxASN_BasicConstraints() = default;
-  sxASN_BasicConstraints(const sxASN_BasicConstraints &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_BasicConstraints &operator=(const sxASN_BasicConstraints &other) {
-    CopyFrom(other);
+  sxASN_BasicConstraints(const sxASN_BasicConstraints &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_BasicConstraints &operator=(const sxASN_BasicConstraints &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_BasicConstraints() override;
@@ -387,9 +387,9 @@ class KXCERT_EXPORT sxASN_BasicConstraints : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_GeneralSubtree : public sxAsnSequence {
  public:
   sxASN_GeneralSubtree() = default;
-  sxASN_GeneralSubtree(const sxASN_GeneralSubtree &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_GeneralSubtree &operator=(const sxASN_GeneralSubtree &other) {
-    CopyFrom(other);
+  sxASN_GeneralSubtree(const sxASN_GeneralSubtree &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_GeneralSubtree &operator=(const sxASN_GeneralSubtree &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_GeneralSubtree() override;
@@ -405,9 +405,9 @@ class KXCERT_EXPORT sxASN_GeneralSubtree : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_GeneralSubtrees : public sxAsnListOf<sxASN_GeneralSubtree> {
  public:
   sxASN_GeneralSubtrees() = default;
-  sxASN_GeneralSubtrees(const sxASN_GeneralSubtrees &other) : sxAsnListOf<sxASN_GeneralSubtree>(other) { CopyFrom(other); }
-  sxASN_GeneralSubtrees &operator=(const sxASN_GeneralSubtrees &other) {
-    CopyFrom(other);
+  sxASN_GeneralSubtrees(const sxASN_GeneralSubtrees &from) : sxAsnListOf<sxASN_GeneralSubtree>(from) { CopyFrom(from); }
+  sxASN_GeneralSubtrees &operator=(const sxASN_GeneralSubtrees &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -418,9 +418,9 @@ class KXCERT_EXPORT sxASN_GeneralSubtrees : public sxAsnListOf<sxASN_GeneralSubt
 class KXCERT_EXPORT sxASN_NameConstraints : public sxAsnSequence {
  public:
   sxASN_NameConstraints() = default;
-  sxASN_NameConstraints(const sxASN_NameConstraints &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_NameConstraints &operator=(const sxASN_NameConstraints &other) {
-    CopyFrom(other);
+  sxASN_NameConstraints(const sxASN_NameConstraints &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_NameConstraints &operator=(const sxASN_NameConstraints &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_NameConstraints() override;
@@ -435,9 +435,9 @@ class KXCERT_EXPORT sxASN_NameConstraints : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_PolicyConstraints : public sxAsnSequence {
  public:
   sxASN_PolicyConstraints() = default;
-  sxASN_PolicyConstraints(const sxASN_PolicyConstraints &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_PolicyConstraints &operator=(const sxASN_PolicyConstraints &other) {
-    CopyFrom(other);
+  sxASN_PolicyConstraints(const sxASN_PolicyConstraints &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_PolicyConstraints &operator=(const sxASN_PolicyConstraints &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_PolicyConstraints() override;
@@ -462,9 +462,9 @@ class KXCERT_EXPORT sxASN_ReasonFlags : public sxAsnBits {
 class KXCERT_EXPORT sxASN_DistributionPointName : public sxAsnChoice {
  public:
   sxASN_DistributionPointName() = default;
-  sxASN_DistributionPointName(const sxASN_DistributionPointName &other) : sxAsnChoice(other) { CopyFrom(other); }
-  sxASN_DistributionPointName &operator=(const sxASN_DistributionPointName &other) {
-    CopyFrom(other);
+  sxASN_DistributionPointName(const sxASN_DistributionPointName &from) : sxAsnChoice(from) { CopyFrom(from); }
+  sxASN_DistributionPointName &operator=(const sxASN_DistributionPointName &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -481,9 +481,9 @@ class KXCERT_EXPORT sxASN_DistributionPointName : public sxAsnChoice {
 class KXCERT_EXPORT sxASN_DistributionPoint : public sxAsnSequence {
  public:
   sxASN_DistributionPoint() = default;
-  sxASN_DistributionPoint(const sxASN_DistributionPoint &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_DistributionPoint &operator=(const sxASN_DistributionPoint &other) {
-    CopyFrom(other);
+  sxASN_DistributionPoint(const sxASN_DistributionPoint &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_DistributionPoint &operator=(const sxASN_DistributionPoint &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_DistributionPoint() override;
@@ -499,9 +499,9 @@ class KXCERT_EXPORT sxASN_DistributionPoint : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_CRLDistPointsSyntax : public sxAsnListOf<sxASN_DistributionPoint> {
  public:
   sxASN_CRLDistPointsSyntax() = default;
-  sxASN_CRLDistPointsSyntax(const sxASN_CRLDistPointsSyntax &other) : sxAsnListOf<sxASN_DistributionPoint>(other) { CopyFrom(other); }
-  sxASN_CRLDistPointsSyntax &operator=(const sxASN_CRLDistPointsSyntax &other) {
-    CopyFrom(other);
+  sxASN_CRLDistPointsSyntax(const sxASN_CRLDistPointsSyntax &from) : sxAsnListOf<sxASN_DistributionPoint>(from) { CopyFrom(from); }
+  sxASN_CRLDistPointsSyntax &operator=(const sxASN_CRLDistPointsSyntax &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -512,9 +512,9 @@ class KXCERT_EXPORT sxASN_CRLDistPointsSyntax : public sxAsnListOf<sxASN_Distrib
 class KXCERT_EXPORT sxASN_ExtKeyUsageSyntax : public sxAsnListOf<sxAsnOid> {
  public:
   sxASN_ExtKeyUsageSyntax() = default;
-  sxASN_ExtKeyUsageSyntax(const sxASN_ExtKeyUsageSyntax &other) : sxAsnListOf<sxAsnOid>(other) { CopyFrom(other); }
-  sxASN_ExtKeyUsageSyntax &operator=(const sxASN_ExtKeyUsageSyntax &other) {
-    CopyFrom(other);
+  sxASN_ExtKeyUsageSyntax(const sxASN_ExtKeyUsageSyntax &from) : sxAsnListOf<sxAsnOid>(from) { CopyFrom(from); }
+  sxASN_ExtKeyUsageSyntax &operator=(const sxASN_ExtKeyUsageSyntax &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -525,9 +525,9 @@ class KXCERT_EXPORT sxASN_ExtKeyUsageSyntax : public sxAsnListOf<sxAsnOid> {
 class KXCERT_EXPORT sxASN_AccessDescription : public sxAsnSequence {
  public:
   sxASN_AccessDescription() = default;
-  sxASN_AccessDescription(const sxASN_AccessDescription &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_AccessDescription &operator=(const sxASN_AccessDescription &other) {
-    CopyFrom(other);
+  sxASN_AccessDescription(const sxASN_AccessDescription &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_AccessDescription &operator=(const sxASN_AccessDescription &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_AccessDescription() override;
@@ -542,9 +542,9 @@ class KXCERT_EXPORT sxASN_AccessDescription : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_AuthorityInfoAccessSyntax : public sxAsnListOf<sxASN_AccessDescription> {
  public:
   sxASN_AuthorityInfoAccessSyntax() = default;
-  sxASN_AuthorityInfoAccessSyntax(const sxASN_AuthorityInfoAccessSyntax &other) : sxAsnListOf<sxASN_AccessDescription>(other) { CopyFrom(other); }
-  sxASN_AuthorityInfoAccessSyntax &operator=(const sxASN_AuthorityInfoAccessSyntax &other) {
-    CopyFrom(other);
+  sxASN_AuthorityInfoAccessSyntax(const sxASN_AuthorityInfoAccessSyntax &from) : sxAsnListOf<sxASN_AccessDescription>(from) { CopyFrom(from); }
+  sxASN_AuthorityInfoAccessSyntax &operator=(const sxASN_AuthorityInfoAccessSyntax &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -555,9 +555,9 @@ class KXCERT_EXPORT sxASN_AuthorityInfoAccessSyntax : public sxAsnListOf<sxASN_A
 class KXCERT_EXPORT sxASN_IssuingDistributionPoint : public sxAsnSequence {
  public:
   sxASN_IssuingDistributionPoint() = default;
-  sxASN_IssuingDistributionPoint(const sxASN_IssuingDistributionPoint &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_IssuingDistributionPoint &operator=(const sxASN_IssuingDistributionPoint &other) {
-    CopyFrom(other);
+  sxASN_IssuingDistributionPoint(const sxASN_IssuingDistributionPoint &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_IssuingDistributionPoint &operator=(const sxASN_IssuingDistributionPoint &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_IssuingDistributionPoint() override;

@@ -38,9 +38,9 @@ class KXCERT_EXPORT sxASN_CertType : public sxAsnInt {
 class KXCERT_EXPORT sxASN_Attributes : public sxAsnListOf<sxASN_Attribute> {
  public:
   sxASN_Attributes() = default;
-  sxASN_Attributes(const sxASN_Attributes &other) : sxAsnListOf<sxASN_Attribute>(other) { CopyFrom(other); }
-  sxASN_Attributes &operator=(const sxASN_Attributes &other) {
-    CopyFrom(other);
+  sxASN_Attributes(const sxASN_Attributes &from) : sxAsnListOf<sxASN_Attribute>(from) { CopyFrom(from); }
+  sxASN_Attributes &operator=(const sxASN_Attributes &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -51,9 +51,9 @@ class KXCERT_EXPORT sxASN_Attributes : public sxAsnListOf<sxASN_Attribute> {
 class KXCERT_EXPORT sxASN_DNTime : public sxAsnSequence {
  public:
   sxASN_DNTime() = default;
-  sxASN_DNTime(const sxASN_DNTime &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_DNTime &operator=(const sxASN_DNTime &other) {
-    CopyFrom(other);
+  sxASN_DNTime(const sxASN_DNTime &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_DNTime &operator=(const sxASN_DNTime &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_DNTime() override;
@@ -68,9 +68,9 @@ class KXCERT_EXPORT sxASN_DNTime : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_DNTimeChain : public sxAsnListOf<sxASN_DNTime> {
  public:
   sxASN_DNTimeChain() = default;
-  sxASN_DNTimeChain(const sxASN_DNTimeChain &other) : sxAsnListOf<sxASN_DNTime>(other) { CopyFrom(other); }
-  sxASN_DNTimeChain &operator=(const sxASN_DNTimeChain &other) {
-    CopyFrom(other);
+  sxASN_DNTimeChain(const sxASN_DNTimeChain &from) : sxAsnListOf<sxASN_DNTime>(from) { CopyFrom(from); }
+  sxASN_DNTimeChain &operator=(const sxASN_DNTimeChain &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -81,9 +81,9 @@ class KXCERT_EXPORT sxASN_DNTimeChain : public sxAsnListOf<sxASN_DNTime> {
 class KXCERT_EXPORT sxASN_DNList : public sxAsnListOf<sxASN_RDNSequence> {
  public:
   sxASN_DNList() = default;
-  sxASN_DNList(const sxASN_DNList &other) : sxAsnListOf<sxASN_RDNSequence>(other) { CopyFrom(other); }
-  sxASN_DNList &operator=(const sxASN_DNList &other) {
-    CopyFrom(other);
+  sxASN_DNList(const sxASN_DNList &from) : sxAsnListOf<sxASN_RDNSequence>(from) { CopyFrom(from); }
+  sxASN_DNList &operator=(const sxASN_DNList &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -94,9 +94,9 @@ class KXCERT_EXPORT sxASN_DNList : public sxAsnListOf<sxASN_RDNSequence> {
 class KXCERT_EXPORT sxASN_CertDataElm : public sxAsnSequence {
  public:
   sxASN_CertDataElm() = default;
-  sxASN_CertDataElm(const sxASN_CertDataElm &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_CertDataElm &operator=(const sxASN_CertDataElm &other) {
-    CopyFrom(other);
+  sxASN_CertDataElm(const sxASN_CertDataElm &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_CertDataElm &operator=(const sxASN_CertDataElm &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_CertDataElm() override;
@@ -112,9 +112,9 @@ class KXCERT_EXPORT sxASN_CertDataElm : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_CertDataList : public sxAsnListOf<sxASN_CertDataElm> {
  public:
   sxASN_CertDataList() = default;
-  sxASN_CertDataList(const sxASN_CertDataList &other) : sxAsnListOf<sxASN_CertDataElm>(other) { CopyFrom(other); }
-  sxASN_CertDataList &operator=(const sxASN_CertDataList &other) {
-    CopyFrom(other);
+  sxASN_CertDataList(const sxASN_CertDataList &from) : sxAsnListOf<sxASN_CertDataElm>(from) { CopyFrom(from); }
+  sxASN_CertDataList &operator=(const sxASN_CertDataList &from) {
+    CopyFrom(from);
     return *this;
   }
 
@@ -125,9 +125,9 @@ class KXCERT_EXPORT sxASN_CertDataList : public sxAsnListOf<sxASN_CertDataElm> {
 class KXCERT_EXPORT sxASN_IssuerAndSubject : public sxAsnSequence {
  public:
   sxASN_IssuerAndSubject() = default;
-  sxASN_IssuerAndSubject(const sxASN_IssuerAndSubject &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_IssuerAndSubject &operator=(const sxASN_IssuerAndSubject &other) {
-    CopyFrom(other);
+  sxASN_IssuerAndSubject(const sxASN_IssuerAndSubject &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_IssuerAndSubject &operator=(const sxASN_IssuerAndSubject &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_IssuerAndSubject() override;
@@ -142,9 +142,9 @@ class KXCERT_EXPORT sxASN_IssuerAndSubject : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_Signed : public sxAsnSequence {
  public:
   sxASN_Signed() = default;
-  sxASN_Signed(const sxASN_Signed &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_Signed &operator=(const sxASN_Signed &other) {
-    CopyFrom(other);
+  sxASN_Signed(const sxASN_Signed &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_Signed &operator=(const sxASN_Signed &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_Signed() override;
@@ -160,9 +160,9 @@ class KXCERT_EXPORT sxASN_Signed : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_CertificationRequestInfo : public sxAsnSequence {
  public:
   sxASN_CertificationRequestInfo() = default;
-  sxASN_CertificationRequestInfo(const sxASN_CertificationRequestInfo &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_CertificationRequestInfo &operator=(const sxASN_CertificationRequestInfo &other) {
-    CopyFrom(other);
+  sxASN_CertificationRequestInfo(const sxASN_CertificationRequestInfo &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_CertificationRequestInfo &operator=(const sxASN_CertificationRequestInfo &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_CertificationRequestInfo() override;
@@ -170,7 +170,7 @@ class KXCERT_EXPORT sxASN_CertificationRequestInfo : public sxAsnSequence {
   sxAsnInt *version = nullptr;
   sxASN_RDNSequence *subject = nullptr;
   sxASN_SubjectPublicKeyInfo *subjectPublicKeyInfo = nullptr;
-  sxASN_Attributes *attributes = nullptr;   ///< may be null in what decodes
+  sxASN_Attributes *attributes = nullptr;
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override;
@@ -179,9 +179,9 @@ class KXCERT_EXPORT sxASN_CertificationRequestInfo : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_CertificationRequest : public sxAsnSequence {
  public:
   sxASN_CertificationRequest() = default;
-  sxASN_CertificationRequest(const sxASN_CertificationRequest &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_CertificationRequest &operator=(const sxASN_CertificationRequest &other) {
-    CopyFrom(other);
+  sxASN_CertificationRequest(const sxASN_CertificationRequest &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_CertificationRequest &operator=(const sxASN_CertificationRequest &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_CertificationRequest() override;
@@ -197,9 +197,9 @@ class KXCERT_EXPORT sxASN_CertificationRequest : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_DigestInfo : public sxAsnSequence {
  public:
   sxASN_DigestInfo() = default;
-  sxASN_DigestInfo(const sxASN_DigestInfo &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_DigestInfo &operator=(const sxASN_DigestInfo &other) {
-    CopyFrom(other);
+  sxASN_DigestInfo(const sxASN_DigestInfo &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_DigestInfo &operator=(const sxASN_DigestInfo &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_DigestInfo() override;
@@ -214,9 +214,9 @@ class KXCERT_EXPORT sxASN_DigestInfo : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_RsaPublicKey : public sxAsnSequence {
  public:
   sxASN_RsaPublicKey() = default;
-  sxASN_RsaPublicKey(const sxASN_RsaPublicKey &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_RsaPublicKey &operator=(const sxASN_RsaPublicKey &other) {
-    CopyFrom(other);
+  sxASN_RsaPublicKey(const sxASN_RsaPublicKey &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_RsaPublicKey &operator=(const sxASN_RsaPublicKey &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_RsaPublicKey() override;
@@ -231,9 +231,9 @@ class KXCERT_EXPORT sxASN_RsaPublicKey : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_PrivateKeyInfo : public sxAsnSequence {
  public:
   sxASN_PrivateKeyInfo() = default;
-  sxASN_PrivateKeyInfo(const sxASN_PrivateKeyInfo &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_PrivateKeyInfo &operator=(const sxASN_PrivateKeyInfo &other) {
-    CopyFrom(other);
+  sxASN_PrivateKeyInfo(const sxASN_PrivateKeyInfo &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_PrivateKeyInfo &operator=(const sxASN_PrivateKeyInfo &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_PrivateKeyInfo() override;
@@ -250,9 +250,9 @@ class KXCERT_EXPORT sxASN_PrivateKeyInfo : public sxAsnSequence {
 class KXCERT_EXPORT sxASN_EncryptedPrivateKeyInfo : public sxAsnSequence {
  public:
   sxASN_EncryptedPrivateKeyInfo() = default;
-  sxASN_EncryptedPrivateKeyInfo(const sxASN_EncryptedPrivateKeyInfo &other) : sxAsnSequence(other) { CopyFrom(other); }
-  sxASN_EncryptedPrivateKeyInfo &operator=(const sxASN_EncryptedPrivateKeyInfo &other) {
-    CopyFrom(other);
+  sxASN_EncryptedPrivateKeyInfo(const sxASN_EncryptedPrivateKeyInfo &from) : sxAsnSequence(from) { CopyFrom(from); }
+  sxASN_EncryptedPrivateKeyInfo &operator=(const sxASN_EncryptedPrivateKeyInfo &from) {
+    CopyFrom(from);
     return *this;
   }
   ~sxASN_EncryptedPrivateKeyInfo() override;

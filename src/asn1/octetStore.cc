@@ -28,7 +28,3 @@ unsigned char *sxOctets::Resize(int len) {
   m_len = len > 0 ? len : 0;
   return Data();
 }
-
-void sxOctets::Shorten(int len) {
-  if (len < m_len) Assign(Data(), len);
-}

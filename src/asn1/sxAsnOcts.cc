@@ -1,5 +1,7 @@
 #include "kxcert/asn1/sxAsnOcts.h"
 
+#include <vector>
+
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/textStream.h"
@@ -25,6 +27,98 @@ KXCERT_ASN1_STRING_INFO(sxAsnISO646String, 26);
 KXCERT_ASN1_STRING_INFO(sxAsnGeneralString, 27);
 KXCERT_ASN1_STRING_INFO(sxAsnUniversalString, 28);
 KXCERT_ASN1_STRING_INFO(sxAsnBMPString, 30);
+
+namespace {
+
+constexpr int kEmpty = -2;
+
+// The identifier, or -1, or kEmpty: no contents follow.
+int ReadHeader(const sxAsnTypeInfo &info, sxAsnReadBuf &buf, int &len, int &bytesDecoded) {
+  const int tag = BDecTag(buf, bytesDecoded);
+  if (tag != info.tag && tag != (info.tag | kConstructed)) {
+    herror_func(0, 0, "%s::BDec wrong tag before offset = %d", info.name, buf.GetOffset());
+    return -1;
+  }
+  if (buf.GetLen() > 0 && buf.PeekByte() == 0) {
+    // The length octet is consumed and not counted: intended, see the header. Who checks the count of
+    // octets (sxASN_DecodeBuf, a SEQUENCE around an open type) refuses such an element.
+    buf.GetByte();
+    return kEmpty;
+  }
+  len = BDecLen(buf, bytesDecoded);
+  if (len >= 0 || len == kIndefiniteLen) return tag;
+  herror_func(0, 0, "%s::BDec failed to decoded length before offset = %d", info.name, buf.GetOffset());
+  return -1;
+}
+
+// The content octets of the primitive form, lent, or null.
+const unsigned char *TakePrimitive(sxAsnReadBuf &buf, int len, int &bytesDecoded) {
+  if (len < 0) {
+    herror_func(0, 0,
+                "sxAsnOcts::BDecContent indefinite length is not permitted for non-constructed octet");
+    return nullptr;
+  }
+  if (len > buf.GetLen()) {
+    herror_func(0, 0, "sxAsnOcts::BDecContent:  can't get data from buffer before offset = %d",
+                buf.GetOffset());
+    return nullptr;
+  }
+  bytesDecoded += len;
+  return buf.GetSeg(&len);
+}
+
+// Appends the segments of a constructed string, nested ones too. All levels share one vector, which
+// grows with the octets that there are and not with what lengths claim.
+int JoinSegments(sxAsnReadBuf &buf, int len, int &bytesDecoded, std::vector<unsigned char> *joined) {
+  const sxAsnLevel level(buf);
+  if (!level.Ok()) {
+    herror_func(0, 0, "sxAsnOcts::BDecConsOcts: more than %d levels. offset = %d", kMaxNesting, buf.GetOffset());
+    return -1;
+  }
+  const bool indefinite = len == kIndefiniteLen;
+  if (indefinite) {
+    len = RawLen(buf, 1) - 2;   // without the end-of-contents octets
+    if (len < 0) {
+      herror_func(0, 0,
+                  "sxAsnOcts::BDEcConsOcts failed to get the length of octet for indefinite length");
+      return -1;
+    }
+  }
+  if (len < 0 || len > buf.GetLen()) {
+    herror_func(0, 0, "sxAsnOcts::BDecConsOcts: no length that fits (%d). offset = %d", len, buf.GetOffset());
+    return -1;
+  }
+  // A segment of length 0 counts one octet less than it takes, so that the loop may read on behind the
+  // contents, within the buffer.
+  const int startCount = bytesDecoded;
+  const size_t start = joined->size();
+  while (bytesDecoded - startCount < len) {
+    int segmentLen = 0;
+    const int tag = ReadHeader(sxAsnOcts::kInfo, buf, segmentLen, bytesDecoded);
+    if (tag == kEmpty) continue;
+    if (tag < 0) return -1;
+    const size_t before = joined->size();
+    if ((tag & kConstructed) != 0) {
+      if (JoinSegments(buf, segmentLen, bytesDecoded, joined) < 0) return -1;
+    } else {
+      const unsigned char *octets = TakePrimitive(buf, segmentLen, bytesDecoded);
+      if (octets == nullptr) return -1;
+      joined->insert(joined->end(), octets, octets + segmentLen);
+    }
+    if (joined->size() - start > static_cast<size_t>(len)) {
+      herror_func(0, 0, "sxAsnOcts::BDecConsOcts included string length (%u) is too big",
+                  static_cast<unsigned int>(joined->size() - before));
+      return -1;
+    }
+  }
+  if (indefinite && BDecEoc(buf, bytesDecoded) < 0) {
+    herror_func(0, 0, "sxAsnOcts:BDecConsOcts attempt to decoded Eoc of indefifnite octet failed");
+    return -1;
+  }
+  return 1;
+}
+
+}  // namespace
 
 sxAsnOcts::sxAsnOcts(const unsigned char *text) { Set(reinterpret_cast<const char *>(text)); }
 
@@ -53,86 +147,28 @@ int sxAsnOcts::CopyFrom(const sxAsnType &other) {
 
 int sxAsnOcts::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   const sxAsnTypeInfo &info = *Info();
-  const int tag = BDecTag(buf, bytesDecoded);
-  if (tag != info.tag && tag != (info.tag | kConstructed)) {
-    herror_func(0, 0, "%s::BDec wrong tag before offset = %d", info.name, buf.GetOffset());
-    return -1;
-  }
-  if (buf.GetLen() > 0 && buf.PeekByte() == 0) {
-    // The length octet is consumed and not counted: intended, see the header. Who checks the count of
-    // octets (sxASN_DecodeBuf, a SEQUENCE around an open type) refuses such an element.
-    buf.GetByte();
+  int len = 0;
+  const int tag = ReadHeader(info, buf, len, bytesDecoded);
+  if (tag == kEmpty) {
     m_octets.Clear();
     return 1;
   }
-  const int len = BDecLen(buf, bytesDecoded);
-  if (len < 0 && len != kIndefiniteLen) {
-    herror_func(0, 0, "%s::BDec failed to decoded length before offset = %d", info.name, buf.GetOffset());
-    return -1;
-  }
-  if (DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
-  return Info() == &kInfo ? 1 : 0;
+  if (tag < 0 || DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
+  return &info == &kInfo ? 1 : 0;
 }
 
 int sxAsnOcts::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }
 
 int sxAsnOcts::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
-  if ((tag & kConstructed) != 0) return BDecConsOcts(buf, len, bytesDecoded);
-  if (len < 0) {
-    herror_func(0, 0,
-                "sxAsnOcts::BDecContent indefinite length is not permitted for non-constructed octet");
-    return -1;
+  if ((tag & kConstructed) == 0) {
+    const unsigned char *octets = TakePrimitive(buf, len, bytesDecoded);
+    if (octets == nullptr) return -1;
+    m_octets.Assign(octets, len);
+    return 1;
   }
-  if (len > buf.GetLen()) {
-    herror_func(0, 0, "sxAsnOcts::BDecContent:  can't get data from buffer before offset = %d",
-                buf.GetOffset());
-    return -1;
-  }
-  m_octets.Assign(buf.GetSeg(&len), len);
-  bytesDecoded += len;
-  return 1;
-}
-
-int sxAsnOcts::BDecConsOcts(sxAsnReadBuf &buf, int len, int &bytesDecoded) {
-  const sxAsnLevel level(buf);
-  if (!level.Ok()) {
-    herror_func(0, 0, "sxAsnOcts::BDecConsOcts: more than %d levels. offset = %d", kMaxNesting, buf.GetOffset());
-    return -1;
-  }
-  const bool indefinite = len == kIndefiniteLen;
-  if (indefinite) {
-    len = RawLen(buf, 1) - 2;   // without the end-of-contents octets
-    if (len < 0) {
-      herror_func(0, 0,
-                  "sxAsnOcts::BDEcConsOcts failed to get the length of octet for indefinite length");
-      return -1;
-    }
-  }
-  if (len < 0 || len > buf.GetLen()) {
-    herror_func(0, 0, "sxAsnOcts::BDecConsOcts: no length that fits (%d). offset = %d", len, buf.GetOffset());
-    return -1;
-  }
-  unsigned char *const joined = m_octets.Resize(len);   // the segments are shorter: they have headers
-  int used = 0;
-  // Both bounds hold by subtraction: counts never exceed the input. A segment of length 0 counts one
-  // octet less than it takes, so that the loop may read on behind the contents, within the buffer.
-  const int startCount = bytesDecoded;
-  while (bytesDecoded - startCount < len) {
-    sxAsnOcts segment;
-    if (segment.sxAsnOcts::BDec(buf, bytesDecoded) < 0) return -1;
-    if (segment.Len() > len - used) {
-      herror_func(0, 0, "sxAsnOcts::BDecConsOcts included string length (%u) is too big",
-                  static_cast<unsigned int>(segment.Len()));
-      return -1;
-    }
-    if (segment.Len() > 0) std::memcpy(joined + used, segment.Data(), static_cast<size_t>(segment.Len()));
-    used += segment.Len();
-  }
-  m_octets.Shorten(used);
-  if (indefinite && BDecEoc(buf, bytesDecoded) < 0) {
-    herror_func(0, 0, "sxAsnOcts:BDecConsOcts attempt to decoded Eoc of indefifnite octet failed");
-    return -1;
-  }
+  std::vector<unsigned char> joined;
+  if (JoinSegments(buf, len, bytesDecoded, &joined) < 0) return -1;
+  m_octets.Assign(joined.data(), static_cast<int>(joined.size()));
   return 1;
 }
 

@@ -1,5 +1,6 @@
 #include "asn1/modules/TESTTYPES.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "support/asnHex.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
@@ -94,6 +95,17 @@ constexpr SequenceCase kExplicitCases[] = {
 };
 
 TEST(sxAsnSequence, ExplicitTagIsALayer) { Check<sxASN_TestNest>(kExplicitCases); }
+
+// A list ends without an error when its last element goes past its length, and the SEQUENCE around it
+// sees by the count that something did.
+constexpr SequenceCase kListWithinCases[] = {
+    {"as long as it says", "3005 a103 820141", "=", nullptr},
+    {"one octet past the list", "3004 a102 820141", "-",
+     "sxASN_AuthorityKeyIdentifier::BDecContent ERROR - Length discrepancy on sequence. offset = 7"},
+    {"past the buffer", "3005 a103 820241", "-", "BDecLen: length exceeds buffer"},
+};
+
+TEST(sxAsnSequence, NoticesAListThatGoesPastItsLength) { Check<sxASN_AuthorityKeyIdentifier>(kListWithinCases); }
 
 TEST(sxAsnSequence, NestsToTheLimit) {
   for (const bool indefinite : {false, true}) {

@@ -42,8 +42,6 @@ class KXCERT_EXPORT sxOctets {
   /// Replaces the octets by @p len undefined ones and returns them.
   unsigned char *Resize(int len);
   void Clear() { Resize(0); }
-  /// Forgets the octets from @p len on; the block stays as long as it was needed for.
-  void Shorten(int len);
 
   bool Equals(const sxOctets &other) const {
     return m_len == other.m_len && std::memcmp(Data(), other.Data(), static_cast<size_t>(m_len)) == 0;

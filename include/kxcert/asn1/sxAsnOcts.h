@@ -43,8 +43,6 @@ class KXCERT_EXPORT sxAsnOcts : public sxAsnType {
   int EncContent(sxAsnWriteBuf &buf) override;
 
  private:
-  int BDecConsOcts(sxAsnReadBuf &buf, int len, int &bytesDecoded);
-
   sxOctets m_octets;
 };
 

@@ -13,11 +13,15 @@ struct Side {
   double nanoseconds;
 };
 
-bool IsBase(const std::string &side) { return side == "libcrypto" || side == "bare" || side == "first"; }
+bool IsBase(const std::string &side) {
+  return side == "libcrypto" || side == "bare" || side == "first" || side == "small";
+}
 
-// The pairs that say something: ours over libcrypto, validation over bare signatures, again over first.
+// The pairs that say something: ours over libcrypto, validation over bare signatures, again over first,
+// as many octets in one large input over several small ones.
 bool IsPair(const std::string &base, const std::string &side) {
   if (base == "libcrypto") return side != "bare" && side != "bare-libcrypto";
+  if (base == "small") return side == "large";
   return base == "bare" ? side == "first" || side == "libcrypto" : side == "repeated";
 }
 

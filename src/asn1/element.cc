@@ -67,11 +67,16 @@ int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, 
   if (elem.tagging != sxAsnElem::kExplicit) {
     return DecodeBare(elem, value, buf, header, owner, texts, bytesDecoded);
   }
-  const int outerLen = BDecLen(buf, bytesDecoded);
-  if (outerLen < 0 && outerLen != kIndefiniteLen) {
-    herror_func(0, 0, texts.decodeLength, owner);
-    return -1;
+  const int len = BDecLen(buf, bytesDecoded);
+  if (len >= 0 || len == kIndefiniteLen) {
+    return sxAsnDecodeExplicit(elem, value, buf, len, owner, texts, bytesDecoded);
   }
+  herror_func(0, 0, texts.decodeLength, owner);
+  return -1;
+}
+
+int sxAsnDecodeExplicit(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, int len, const char *owner,
+                        const sxAsnTexts &texts, int &bytesDecoded) {
   sxAsnHeader inner = {buf.Curr(), bytesDecoded, 0};
   const int innerTag = BDecTag(buf, bytesDecoded);
   inner.tag = static_cast<unsigned int>(innerTag);
@@ -80,12 +85,12 @@ int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, 
     return -1;
   }
   if (DecodeBare(elem, value, buf, inner, owner, texts, bytesDecoded) < 0) return -1;
-  if (outerLen == kIndefiniteLen) {
+  if (len == kIndefiniteLen) {
     if (BDecEoc(buf, bytesDecoded) >= 0) return 0;
     herror_func(0, 0, texts.decodeEoc, owner);
     return -1;
   }
-  if (bytesDecoded - inner.startCount == outerLen) return 0;
+  if (bytesDecoded - inner.startCount == len) return 0;
   herror_func(0, 0, texts.discrepancy, owner, buf.GetOffset());
   return -1;
 }

@@ -41,6 +41,12 @@ struct sxAsnTexts {
 int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const sxAsnHeader &header,
                     const char *owner, const sxAsnTexts &texts, int &bytesDecoded);
 
+/// Decodes an explicitly tagged element behind its outer header.
+/// @param len  of that header, or kIndefiniteLen
+/// @return 0, or -1 (logged)
+int sxAsnDecodeExplicit(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, int len, const char *owner,
+                        const sxAsnTexts &texts, int &bytesDecoded);
+
 /// Encodes one element with all its tags.
 /// @return octets, or -1 (logged with @p texts and the class name @p owner)
 int sxAsnEncodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf, const char *owner,

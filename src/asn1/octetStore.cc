@@ -2,15 +2,15 @@
 
 void sxOctets::AssignLong(const unsigned char *data, int len) {
   if (len <= m_len && m_len > kInline && len > kInline) {
-    std::memmove(m_area.heap, data, static_cast<size_t>(len));
+    std::memmove(m_area.heap.octets, data, static_cast<size_t>(len));
     m_len = len;
     return;
   }
-  unsigned char *const old = m_len > kInline ? m_area.heap : nullptr;
+  unsigned char *const old = m_len > kInline ? m_area.heap.octets : nullptr;
   if (len > kInline) {
     auto *block = new unsigned char[static_cast<size_t>(len)];
     std::memcpy(block, data, static_cast<size_t>(len));   // before the old block goes
-    m_area.heap = block;
+    m_area.heap.octets = block;
     m_len = len;
   } else {
     unsigned char copy[kInline];
@@ -22,9 +22,9 @@ void sxOctets::AssignLong(const unsigned char *data, int len) {
 }
 
 unsigned char *sxOctets::Resize(int len) {
-  if (m_len > kInline) delete[] m_area.heap;
+  if (m_len > kInline) delete[] m_area.heap.octets;
   m_len = 0;
-  if (len > kInline) m_area.heap = new unsigned char[static_cast<size_t>(len)];
+  if (len > kInline) m_area.heap.octets = new unsigned char[static_cast<size_t>(len)];
   m_len = len > 0 ? len : 0;
   return Data();
 }

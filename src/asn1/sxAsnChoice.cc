@@ -40,12 +40,6 @@ sxAsnType *sxAsnChoice::GetType(const char *name) {
   return m_value != nullptr ? m_value->GetType(name) : nullptr;
 }
 
-sxAsnType *sxAsnChoice::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
-}
-
 int sxAsnChoice::CopyFrom(const sxAsnType &other) {
   if (&other == this) return 0;
   const auto &from = static_cast<const sxAsnChoice &>(other);
@@ -126,31 +120,10 @@ int sxAsnChoice::DecodeAlternative(sxAsnReadBuf &buf, int alternative, unsigned 
   Clean();
   m_choiceId = alternative;
   m_value = elem.type->create();
-  const char *const name = info.name;
-  int rc = 0;
   if (elem.tagging == sxAsnElem::kExplicit) {
-    // What is left is an element without that tag: read its identifier and decode it bare.
-    sxAsnElem inner = elem;
-    inner.tagging = sxAsnElem::kNone;
-    const unsigned char *const start = buf.Curr();
-    const int startCount = bytesDecoded;
-    const int innerTag = BDecTag(buf, bytesDecoded);
-    const sxAsnHeader header = {start, startCount, static_cast<unsigned int>(innerTag)};
-    if (innerTag < 0 || !sxAsnTypeAccepts(*elem.type, header.tag)) {
-      herror_func(0, 0, kTexts.unexpectedTag, name, buf.GetOffset());
-      return -1;
-    }
-    rc = sxAsnDecodeElem(inner, *m_value, buf, header, name, kTexts, bytesDecoded);
-    if (rc < 0) return -1;
-    if (len == kIndefiniteLen) {
-      if (BDecEoc(buf, bytesDecoded) >= 0) return 0;
-      herror_func(0, 0, kTexts.decodeEoc, name);
-      return -1;
-    }
-    if (bytesDecoded - startCount == len) return 0;
-    herror_func(0, 0, kTexts.discrepancy, name, buf.GetOffset());
-    return -1;
+    return sxAsnDecodeExplicit(elem, *m_value, buf, len, info.name, kTexts, bytesDecoded);
   }
+  int rc = 0;
   if (elem.type->kind == sxAsnKind::kAny) {
     // It keeps identifier and length, which the caller has counted already.
     const int headerLen = static_cast<int>(buf.Curr() - buf.Element());
@@ -162,7 +135,7 @@ int sxAsnChoice::DecodeAlternative(sxAsnReadBuf &buf, int alternative, unsigned 
     rc = m_value->BDecContent(buf, tag, len, bytesDecoded);
   }
   if (rc < 0) {
-    herror_func(0, 0, kTexts.decodeContent, name, elem.name);
+    herror_func(0, 0, kTexts.decodeContent, info.name, elem.name);
     return -1;
   }
   return 0;

@@ -64,12 +64,6 @@ void sxAsnSequence::DestroyElems(sxAsnType &self, const sxAsnTypeInfo &info) {
   for (int i = 0; i < info.numElems; ++i) delete GetSlot(self, info.elems[i]);
 }
 
-sxAsnType *sxAsnSequence::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
-}
-
 int sxAsnSequence::CopyFrom(const sxAsnType &other) {
   if (&other == this) return 0;
   const sxAsnTypeInfo &info = *Info();
@@ -80,25 +74,6 @@ int sxAsnSequence::CopyFrom(const sxAsnType &other) {
     SetSlot(*this, elem, from != nullptr ? from->Dup() : nullptr);
   }
   return 0;
-}
-
-int sxAsnSequence::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
-  const sxAsnTypeInfo &info = *Info();
-  const int tag = BDecTag(buf, bytesDecoded);
-  if (tag != info.tag) {
-    herror_func(0, 0, "%s::BDec: ERROR - wrong tag offset = %d", info.name, buf.GetOffset());
-    return -1;
-  }
-  const int len = BDecLen(buf, bytesDecoded);
-  if (len < 0 && len != kIndefiniteLen) {
-    herror_func(0, 0, "%s::BDec: attempt to decoded length failed", info.name);
-    return -1;
-  }
-  if (DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) {
-    herror_func(0, 0, "%s::BDec: attempt to decoded Content failed", info.name);
-    return -1;
-  }
-  return 1;
 }
 
 int sxAsnSequence::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
@@ -195,17 +170,6 @@ int sxAsnSequence::DecodeInAnyOrder(sxAsnReadBuf &buf, int len, int &counter) {
     if (!info.elems[i].optional && GetSlot(*this, info.elems[i]) == nullptr) return MissingElem(info, buf);
   }
   return len == kIndefiniteLen || counter == len ? 1 : Discrepancy(info, buf);
-}
-
-int sxAsnSequence::BEnc(sxAsnWriteBuf &buf) {
-  const char *name = Info()->name;
-  const int contentLen = EncContent(buf);
-  if (contentLen < 0) return herror_func(0, 0, "%s::BEnc: attempt to encoded  content failed", name), -1;
-  const int lenLen = BEncDefLen(buf, contentLen);
-  if (lenLen < 0) return herror_func(0, 0, "%s::BEnc: attempt to encoded length failed", name), -1;
-  const int tagLen = BEncTag(buf, kUniversal, kConstructed, Info()->tag & 0x1F);
-  if (tagLen < 0) return herror_func(0, 0, "%s::BEnc: attempt to encoded tag failed", name), -1;
-  return contentLen + lenLen + tagLen;
 }
 
 int sxAsnSequence::EncContent(sxAsnWriteBuf &buf) {

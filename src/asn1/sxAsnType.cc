@@ -1,100 +1,16 @@
 #include "kxcert/asn1/sxAsnType.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/textStream.h"
+#include "valueBlocks.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KXCERT_KEEPS_BLOCKS false   // the sanitizers must see every block come and go
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KXCERT_KEEPS_BLOCKS false
-#endif
-#endif
-#ifndef KXCERT_KEEPS_BLOCKS
-#define KXCERT_KEEPS_BLOCKS true
-#endif
-
-namespace {
-
-constexpr bool kKeepsBlocks = KXCERT_KEEPS_BLOCKS;
-
-// Freed blocks of a thread by size. The lists are plain data, so that a value which outlives the
-// thread's own destructors still finds them, marked closed.
-constexpr size_t kGrain = 16;
-constexpr size_t kNumClasses = 12;   // up to 192 bytes
-constexpr unsigned kMaxKept = 512;   // blocks of one size
-
-struct FreeBlock {
-  FreeBlock *next;
-};
-
-struct BlockLists {
-  FreeBlock *first[kNumClasses];
-  unsigned kept[kNumClasses];
-  bool open;
-  bool closed;
-};
-
-thread_local BlockLists t_blocks __attribute__((tls_model("initial-exec")));
-
-struct CloseLists {
-  ~CloseLists() {
-    t_blocks.open = false;
-    t_blocks.closed = true;
-    for (FreeBlock *&first : t_blocks.first) {
-      while (first != nullptr) {
-        FreeBlock *const block = first;
-        first = block->next;
-        std::free(block);
-      }
-    }
-  }
-};
-
-// The first block that a thread keeps opens its lists and arranges for their end.
-bool OpenLists() {
-  if (t_blocks.closed) return false;
-  thread_local const CloseLists atThreadEnd;
-  static_cast<void>(&atThreadEnd);
-  return t_blocks.open = true;
-}
-
-size_t ClassOf(size_t size) { return (size - 1) / kGrain; }
-
-}  // namespace
-
-void *sxAsnType::operator new(size_t size) {
-  const size_t sizeClass = ClassOf(size);
-  if (kKeepsBlocks && sizeClass < kNumClasses) {
-    if (FreeBlock *const block = t_blocks.first[sizeClass]; block != nullptr) {
-      t_blocks.first[sizeClass] = block->next;
-      --t_blocks.kept[sizeClass];
-      return block;
-    }
-    size = (sizeClass + 1) * kGrain;
-  }
-  void *const block = std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-void sxAsnType::operator delete(void *block, size_t size) noexcept {
-  const size_t sizeClass = ClassOf(size);
-  if (kKeepsBlocks && block != nullptr && sizeClass < kNumClasses && t_blocks.kept[sizeClass] < kMaxKept &&
-      (t_blocks.open || OpenLists())) {
-    t_blocks.first[sizeClass] = new (block) FreeBlock{t_blocks.first[sizeClass]};
-    ++t_blocks.kept[sizeClass];
-    return;
-  }
-  std::free(block);
-}
+void *sxAsnType::operator new(size_t size) { return sxAsnTakeBlock(size); }
+void sxAsnType::operator delete(void *block, size_t size) noexcept { sxAsnGiveBlock(block, size); }
 
 sxAsnType *sxAsnType::GetType(const char *name) {
   return name != nullptr && std::strcmp(name, TypeName()) == 0 ? this : nullptr;

@@ -10,9 +10,6 @@ namespace {
 std::string Shown(const sxASN_TestNumbers &list) {
   std::string text = "[";
   for (const sxASN_TestNumber &number : list) text += std::to_string(number.GetShortVal()) + " ";
-  for (const sxAsnList::Node *node = list.Last(); node != nullptr; node = node->prev) {
-    text += node->prev == nullptr && node != list.First() ? "broken" : "";
-  }
   return text + "] of " + std::to_string(list.Count()) + " at " + std::to_string(list.GetCurrElmtIndex());
 }
 
@@ -70,8 +67,19 @@ TEST(sxAsnList, RemovesAtTheCursor) {
   list.RemoveCurrFromList();
   list.RemoveCurrFromList();
   EXPECT_EQ("[] of 0 at 0", Shown(list));
-  EXPECT_EQ(nullptr, list.First());
-  EXPECT_EQ(nullptr, list.Last());
+
+  for (int i = 0; i < 100; ++i) list.Prepend()->Set(i);   // a queue: in at the front, out at the end
+  for (int i = 0; i < 99; ++i) {
+    list.SetCurrElmt(100);
+    list.RemoveCurrFromList();
+  }
+  EXPECT_EQ("[99 ] of 1 at 0", Shown(list));
+  for (int i = 0; i < 100; ++i) {                          // and the other way round
+    list.Append()->Set(i);
+    list.SetCurrElmt(0);
+    list.RemoveCurrFromList();
+  }
+  EXPECT_EQ("[99 ] of 1 at 0", Shown(list));
 }
 
 struct ListCase {

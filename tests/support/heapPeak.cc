@@ -25,6 +25,7 @@ std::atomic<long> g_peak{0};
 HeapPeak::HeapPeak() : m_before(g_held) { g_peak = m_before; }
 
 size_t HeapPeak::Bytes() const { return static_cast<size_t>(g_peak - m_before); }
+long HeapPeak::HeldNow() const { return g_held - m_before; }
 
 #if KXCERT_COUNTS
 

@@ -12,7 +12,9 @@ class HeapPeak {
   HeapPeak(const HeapPeak &) = delete;
   HeapPeak &operator=(const HeapPeak &) = delete;
 
-  size_t Bytes() const;                   ///< 0 under the sanitizers, which have their own malloc
+  // Both are 0 under the sanitizers, which have their own malloc.
+  size_t Bytes() const;
+  long HeldNow() const;                   ///< above what was held before; may be negative
 
  private:
   const long m_before;

@@ -24,11 +24,11 @@ class KXCERT_EXPORT sxOctets {
     if (this != &other) Assign(other.Data(), other.m_len);
     return *this;
   }
-  ~sxOctets() { if (m_len > kInline) delete[] m_area.heap; }
+  ~sxOctets() { if (m_len > kInline) delete[] m_area.heap.octets; }
 
   int Len() const { return m_len; }
-  const unsigned char *Data() const { return m_len > kInline ? m_area.heap : m_area.here; }
-  unsigned char *Data() { return m_len > kInline ? m_area.heap : m_area.here; }
+  const unsigned char *Data() const { return m_len > kInline ? m_area.heap.octets : m_area.here; }
+  unsigned char *Data() { return m_len > kInline ? m_area.heap.octets : m_area.here; }
 
   /// Replaces the octets by a copy; @p data may lie within the old ones. A negative length is 0.
   void Assign(const unsigned char *data, int len) {
@@ -70,10 +70,15 @@ class KXCERT_EXPORT sxOctets {
     std::memcpy(to + len - kStep, tail, kStep);
   }
 
+  // The pointer is packed, so that the object asks for no more alignment than its length does: values
+  // with a number beside their octets are eight octets shorter for it.
+  struct __attribute__((packed, aligned(4))) Block {
+    unsigned char *octets;
+  };
   union Area {
     constexpr Area() : here{} {}
     unsigned char here[kInline];
-    unsigned char *heap;   // owned while m_len > kInline
+    Block heap;   // owned while m_len > kInline
   } m_area;
   int m_len = 0;
 };

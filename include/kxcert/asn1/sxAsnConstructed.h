@@ -7,24 +7,35 @@
 #ifndef KXCERT_ASN1_SXASNCONSTRUCTED_H_
 #define KXCERT_ASN1_SXASNCONSTRUCTED_H_
 
+#include "kxcert/asn1/elementArray.h"
 #include "kxcert/asn1/sxAsnType.h"
 
-/// SEQUENCE and SET: one pointer per element, null while it is absent. The pointers are members of
-/// the generated class and own their values, from new.
-class KXCERT_EXPORT sxAsnSequence : public sxAsnType {
+/// What the kinds have in common: a record, and one identifier and length around the contents.
+class KXCERT_EXPORT sxAsnConstructed : public sxAsnType {
  public:
   const char *TypeName() const override { return Info()->name; }
   sxAsnType *Clone() const override { return Info()->create(); }
   sxAsnType *Dup() const override;
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
   int BEnc(sxAsnWriteBuf &buf) override;
+
+ protected:
+  sxAsnConstructed() = default;
+  sxAsnConstructed(const sxAsnConstructed &) : sxAsnType() {}
+  sxAsnConstructed &operator=(const sxAsnConstructed &) { return *this; }
+};
+
+/// SEQUENCE and SET: one pointer per element, null while it is absent. The pointers are members of
+/// the generated class and own their values, from new.
+class KXCERT_EXPORT sxAsnSequence : public sxAsnConstructed {
+ public:
   int Describe(SxStream &out, int indent) const override;
   int CopyFrom(const sxAsnType &other) override;
 
  protected:
   sxAsnSequence() = default;
-  sxAsnSequence(const sxAsnSequence &) : sxAsnType() {}
-  sxAsnSequence &operator=(const sxAsnSequence &) { return *this; }
+  sxAsnSequence(const sxAsnSequence &other) = default;
+  sxAsnSequence &operator=(const sxAsnSequence &other) = default;
 
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;
   int EncContent(sxAsnWriteBuf &buf) override;
@@ -37,67 +48,45 @@ class KXCERT_EXPORT sxAsnSequence : public sxAsnType {
                  int &counter);
 };
 
-/// SEQUENCE OF and SET OF: a doubly linked list that owns its elements, with a cursor.
-class KXCERT_EXPORT sxAsnList : public sxAsnType {
+/// SEQUENCE OF and SET OF: a list that owns its elements, with a cursor.
+class KXCERT_EXPORT sxAsnList : public sxAsnConstructed {
  public:
-  struct Node {
-    Node *next;
-    Node *prev;
-    sxAsnType *elem;                     ///< owned
-  };
-
-  ~sxAsnList() override { Clear(); }
-
-  int Count() const { return m_count; }
-  const Node *First() const { return m_first; }
-  const Node *Last() const { return m_last; }
+  int Count() const { return m_elems.Count(); }
+  const sxAsnElemArray &Elems() const { return m_elems; }
   void Clear();
 
   /// Moves the cursor to the @p index-th element from 0; past the end selects the last.
   void SetCurrElmt(int index);
-  int GetCurrElmtIndex() const;          ///< Count() without a cursor
+  int GetCurrElmtIndex() const { return m_curr == kNoCursor ? Count() : m_curr; }   ///< Count() without a cursor
   /// Deletes the element at the cursor. Removing the first makes its successor current, the last its
   /// predecessor; a middle one leaves no cursor.
   void RemoveCurrFromList();
 
-  const char *TypeName() const override { return Info()->name; }
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override;
-  int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
-  int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
   int CopyFrom(const sxAsnType &other) override;
 
  protected:
   sxAsnList() = default;
-  sxAsnList(const sxAsnList &) : sxAsnType() {}
+  sxAsnList(const sxAsnList &) : sxAsnConstructed() {}
   sxAsnList &operator=(const sxAsnList &) { return *this; }
 
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;
   int EncContent(sxAsnWriteBuf &buf) override;
 
-  // Each links a new node and returns its element. null as neighbour means the list's end or start.
-  sxAsnType *LinkAfter(Node *node, sxAsnType *elem);
-  sxAsnType *LinkBefore(Node *node, sxAsnType *elem);
-  sxAsnType *NewElem() const;
-  sxAsnType *MakeCurrent(sxAsnType *linked, Node *node);
-  sxAsnType *CurrElem() const { return m_curr == nullptr ? nullptr : m_curr->elem; }
-  Node *Curr() const { return m_curr; }
-  Node *LastNode() const { return m_last; }
-  Node *FirstNode() const { return m_first; }
-  sxAsnType *AppendElem();
-  sxAsnType *PrependElem();
-  sxAsnType *InsertElemAfter();
-  sxAsnType *InsertElemBefore();
+  void Insert(int at, sxAsnType *elem);   // takes over the element
+  sxAsnType *InsertNew(int at);           // the new element becomes current and is lent
+  int AtCursor() const { return m_curr == kNoCursor ? 0 : m_curr; }
+  int BehindCursor() const { return m_curr == kNoCursor ? Count() : m_curr + 1; }
+  sxAsnType *CurrElem() const { return m_curr == kNoCursor ? nullptr : m_elems[m_curr]; }
 
  private:
-  int EncodeSorted(sxAsnWriteBuf &buf);
-  int EncodeNode(const Node &node, sxAsnWriteBuf &buf);
+  static constexpr int kNoCursor = -1;
 
-  int m_count = 0;
-  Node *m_first = nullptr;
-  Node *m_curr = nullptr;
-  Node *m_last = nullptr;
+  int EncodeSorted(sxAsnWriteBuf &buf);
+  int EncodeElem(sxAsnType &elem, sxAsnWriteBuf &buf);
+
+  sxAsnElemArray m_elems;
+  int m_curr = kNoCursor;
 };
 
 /// The typed face of a list.
@@ -107,41 +96,37 @@ class sxAsnListOf : public sxAsnList {
   /// Walks the elements in order without touching the cursor.
   class Iterator {
    public:
-    explicit Iterator(const Node *node) : m_node(node) {}
-    T &operator*() const { return *static_cast<T *>(m_node->elem); }
-    T *operator->() const { return static_cast<T *>(m_node->elem); }
+    explicit Iterator(sxAsnType *const *elem) : m_elem(elem) {}
+    T &operator*() const { return *static_cast<T *>(*m_elem); }
+    T *operator->() const { return static_cast<T *>(*m_elem); }
     Iterator &operator++() {
-      m_node = m_node->next;
+      ++m_elem;
       return *this;
     }
-    bool operator!=(const Iterator &other) const { return m_node != other.m_node; }
+    bool operator!=(const Iterator &other) const { return m_elem != other.m_elem; }
 
    private:
-    const Node *m_node;
+    sxAsnType *const *m_elem;
   };
-  Iterator begin() const { return Iterator(First()); }
-  Iterator end() const { return Iterator(nullptr); }
+  Iterator begin() const { return Iterator(Elems().begin()); }
+  Iterator end() const { return Iterator(Elems().end()); }
 
   /// Each makes a new element, links it, makes it current and lends it to be filled.
-  T *Append() { return static_cast<T *>(AppendElem()); }
-  T *Prepend() { return static_cast<T *>(PrependElem()); }
-  T *InsertAfter() { return static_cast<T *>(InsertElemAfter()); }    ///< no cursor: at the end
-  T *InsertBefore() { return static_cast<T *>(InsertElemBefore()); }  ///< no cursor: at the start
+  T *Append() { return static_cast<T *>(InsertNew(Count())); }
+  T *Prepend() { return static_cast<T *>(InsertNew(0)); }
+  T *InsertAfter() { return static_cast<T *>(InsertNew(BehindCursor())); }   ///< no cursor: at the end
+  T *InsertBefore() { return static_cast<T *>(InsertNew(AtCursor())); }      ///< no cursor: at the start
 
   /// Each links a copy and leaves the cursor where it is.
-  sxAsnListOf &AppendCopy(const T &elem) { return LinkAfter(LastNode(), elem.Dup()), *this; }
-  sxAsnListOf &PrependCopy(const T &elem) { return LinkBefore(FirstNode(), elem.Dup()), *this; }
-  sxAsnListOf &InsertAfterAndCopy(const T &elem) {
-    return LinkAfter(Curr() == nullptr ? LastNode() : Curr(), elem.Dup()), *this;
-  }
-  sxAsnListOf &InsertBeforeAndCopy(const T &elem) {
-    return LinkBefore(Curr() == nullptr ? FirstNode() : Curr(), elem.Dup()), *this;
-  }
+  sxAsnListOf &AppendCopy(const T &elem) { return Insert(Count(), elem.Dup()), *this; }
+  sxAsnListOf &PrependCopy(const T &elem) { return Insert(0, elem.Dup()), *this; }
+  sxAsnListOf &InsertAfterAndCopy(const T &elem) { return Insert(BehindCursor(), elem.Dup()), *this; }
+  sxAsnListOf &InsertBeforeAndCopy(const T &elem) { return Insert(AtCursor(), elem.Dup()), *this; }
   T *CurrElmt() const { return static_cast<T *>(CurrElem()); }        ///< lent, null without a cursor
 };
 
 /// CHOICE: the number of the chosen alternative and its value.
-class KXCERT_EXPORT sxAsnChoice : public sxAsnType {
+class KXCERT_EXPORT sxAsnChoice : public sxAsnConstructed {
  public:
   ~sxAsnChoice() override { Clean(); }
 
@@ -149,10 +134,7 @@ class KXCERT_EXPORT sxAsnChoice : public sxAsnType {
   sxAsnType *Value() const { return m_value; }     ///< lent, null while empty
   void Clean();                                    ///< deletes the value
 
-  const char *TypeName() const override { return Info()->name; }
   sxAsnType *GetType(const char *name) override;   ///< itself, else the value's answer
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override;
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
   int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
@@ -160,7 +142,7 @@ class KXCERT_EXPORT sxAsnChoice : public sxAsnType {
 
  protected:
   sxAsnChoice() = default;
-  sxAsnChoice(const sxAsnChoice &) : sxAsnType() {}
+  sxAsnChoice(const sxAsnChoice &) : sxAsnConstructed() {}
   sxAsnChoice &operator=(const sxAsnChoice &) { return *this; }
 
   void Choose(int choiceId, const sxAsnType &value);   // stores a copy

@@ -75,8 +75,8 @@ class KXCERT_EXPORT sxAsnType {
   virtual int Describe(SxStream &out, int indent) const;   ///< Print's text; 0, or -1 (no value)
   virtual int CopyFrom(const sxAsnType &) { return -1; }   ///< deep copy of a value of the same class
 
-  /// Values come and go by the hundred with every certificate: small ones are kept on a bounded list
-  /// of the thread that freed them.
+  /// Values come and go by the hundred with every certificate: their blocks are cut from shared pages,
+  /// and each thread keeps a bounded number of free ones.
   static void *operator new(size_t size);
   static void *operator new(size_t, void *place) noexcept { return place; }
   static void operator delete(void *block, size_t size) noexcept;

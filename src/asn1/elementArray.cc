@@ -1,0 +1,67 @@
+#include "kxcert/asn1/elementArray.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "kxcert/asn1/sxAsnType.h"
+
+namespace {
+
+void Move(sxAsnType **to, sxAsnType *const *from, int count) {
+  std::memmove(to, from, static_cast<size_t>(count) * sizeof *to);
+}
+
+}  // namespace
+
+void sxAsnElemArray::Insert(int at, std::unique_ptr<sxAsnType> elem) {
+  if ((at > 0 || m_start == 0) && m_start + m_count == m_capacity) MakeRoom(at == 0);
+  if (at == 0 && m_start > 0) {
+    --m_start;
+  } else {
+    sxAsnType **const place = Area() + m_start + at;
+    Move(place + 1, place, m_count - at);
+  }
+  Area()[m_start + at] = elem.release();
+  ++m_count;
+}
+
+void sxAsnElemArray::MakeRoom(bool inFront) {
+  if (m_start > m_capacity / 2) {   // as many were removed in front as are moved now
+    Move(Area(), begin(), m_count);
+    m_start = 0;
+    return;
+  }
+  if (m_capacity > std::numeric_limits<int>::max() / 2) throw std::bad_alloc();
+  const int capacity = m_capacity < kSmallestBlock ? kSmallestBlock : m_capacity + m_capacity / 2;
+  sxAsnType *const only = m_only;
+  auto *const block = static_cast<sxAsnType **>(
+      std::realloc(m_capacity == kInPlace ? nullptr : m_block, static_cast<size_t>(capacity) * sizeof *m_block));
+  if (block == nullptr) throw std::bad_alloc();
+  if (m_capacity == kInPlace) block[0] = only;
+  const int start = inFront ? capacity - m_count : 0;
+  Move(block + start, block + m_start, m_count);
+  m_block = block;
+  m_start = start;
+  m_capacity = capacity;
+}
+
+void sxAsnElemArray::Remove(int at) {
+  sxAsnType **const area = Area() + m_start;
+  const std::unique_ptr<sxAsnType> gone(area[at]);
+  --m_count;
+  if (at == 0) {
+    m_start = m_count == 0 ? 0 : m_start + 1;
+  } else {
+    Move(area + at, area + at + 1, m_count - at);
+  }
+}
+
+void sxAsnElemArray::Clear() {
+  for (sxAsnType *elem : *this) delete elem;
+  if (m_capacity != kInPlace) std::free(m_block);
+  m_only = nullptr;
+  m_start = m_count = 0;
+  m_capacity = kInPlace;
+}

@@ -1,0 +1,21 @@
+/// @file
+/// Inputs made to cost much: many small parts, deep nesting, lengths that claim what follows. The octets
+/// of each grow with the number of parts; so may the memory to decode them, and the time with that number
+/// and its logarithm.
+#ifndef KXCERT_TESTS_SUPPORT_COSTLYINPUTS_H_
+#define KXCERT_TESTS_SUPPORT_COSTLYINPUTS_H_
+
+#include <vector>
+
+#include "kxcert/asn1/sxAsnType.h"
+
+struct CostlyInput {
+  const char *name;
+  const sxAsnTypeInfo *type;
+  std::vector<unsigned char> (*make)(int numParts);
+  bool decodes = true;
+};
+
+const std::vector<CostlyInput> &CostlyInputs();
+
+#endif

@@ -27,8 +27,8 @@ bool HasEmptyString(const kxBinBuf &octets) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  if (size == 0 || data[0] >= kNumAsnClasses) return 0;
-  const sxAsnTypeInfo &info = *kAsnClasses[data[0]];
+  if (size == 0 || data[0] >= AsnClasses().size()) return 0;
+  const sxAsnTypeInfo &info = *AsnClasses()[data[0]];
   const std::unique_ptr<sxAsnType> value(info.create());
   if (!Decode(*value, data + 1, size - 1)) return 0;
 

@@ -46,8 +46,8 @@ std::string Printed(sxAsnType &value) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  if (size == 0 || data[0] >= kNumAsnClasses) return 0;
-  const std::unique_ptr<sxAsnType> value(kAsnClasses[data[0]]->create());
+  if (size == 0 || data[0] >= AsnClasses().size()) return 0;
+  const std::unique_ptr<sxAsnType> value(AsnClasses()[data[0]]->create());
   if (sxASN_DecodeBuf(*value, reinterpret_cast<const char *>(data + 1), static_cast<int>(size) - 1) != 0) return 0;
 
   SxStream stream;

@@ -6,8 +6,8 @@ modules=(PKIX1Explicit88 PKIX1Implicit88 SXUTILS CryptographicMessageSyntax PKCS
          EnrollmentMessageSyntax PKIXCMP OCSP)
 python3 tools/asn1gen/asn1gen.py "$@" --types src/asn1/modules/allTypes.cc \
   src/asn1/modules include/kxcert/asn1/modules "${modules[@]}"
-# The tests' own module, and the table of all classes that tests and fuzzers walk.
+# The tests' own module.
 imports=()
 for module in "${modules[@]}"; do imports+=(--import "src/asn1/modules/$module.asn1"); done
 python3 tools/asn1gen/asn1gen.py "$@" "${imports[@]}" --prefix asn1/modules \
-  --classes tests/support/asnClasses.cc tests/asn1/modules tests/asn1/modules TESTTYPES
+  --types tests/asn1/modules/testTypes.cc tests/asn1/modules tests/asn1/modules TESTTYPES

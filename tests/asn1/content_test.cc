@@ -40,17 +40,17 @@ TEST(Content, RefusesLengthsThatDoNotFit) {
 
 // For constructed classes a negative length that is not the indefinite form's may end anyhow, but ends.
 TEST(Content, ConstructedClassesEndWithAnyLength) {
-  for (int i = 0; i < kNumAsnClasses; ++i) {
+  for (const sxAsnTypeInfo *const info : AsnClasses()) {
     for (const int len : {INT_MIN, -3, -1, INT_MAX}) {
-      const std::vector<unsigned char> octets = AsnSample(*kAsnClasses[i]);
+      const std::vector<unsigned char> octets = AsnSample(*info);
       sxAsnReadBuf buf;
       buf.Init(octets.data(), static_cast<int>(octets.size()));
       int count = 0;
       const int tag = BDecTag(buf, count);
       BDecLen(buf, count);
-      const std::unique_ptr<sxAsnType> value(kAsnClasses[i]->create());
+      const std::unique_ptr<sxAsnType> value(info->create());
       value->BDecContent(buf, static_cast<unsigned>(tag), len, count);
-      EXPECT_GE(buf.GetLen(), 0) << kAsnClasses[i]->name;
+      EXPECT_GE(buf.GetLen(), 0) << info->name;
     }
   }
 }

@@ -5,6 +5,7 @@
 #ifndef KXCERT_TESTS_SUPPORT_COSTLYINPUTS_H_
 #define KXCERT_TESTS_SUPPORT_COSTLYINPUTS_H_
 
+#include <ostream>
 #include <vector>
 
 #include "kxcert/asn1/sxAsnType.h"
@@ -17,5 +18,7 @@ struct CostlyInput {
 };
 
 const std::vector<CostlyInput> &CostlyInputs();
+
+inline std::ostream &operator<<(std::ostream &out, const CostlyInput &input) { return out << input.name; }
 
 #endif

@@ -32,6 +32,13 @@ crlnumber = number
 default_md = sha256
 [crl]
 authorityKeyIdentifier = keyid
+[delta]
+authorityKeyIdentifier = keyid
+2.5.29.27 = critical, DER:020101
+issuingDistributionPoint = critical, @point
+[point]
+fullname = URI:http://pki.example.com/ca.crl
+onlyuser = TRUE
 [issuer]
 basicConstraints = critical, CA:TRUE
 subjectKeyIdentifier = hash
@@ -58,7 +65,7 @@ openssl req -x509 -config cnf -key ca.key -subj '/C=DE/O=Example/CN=ca' -days 36
 issue signer 0x1001; issue second 0x1002; issue rsa 0x7fffffffffffffff
 openssl x509 -in signer.pem -outform DER -out "$out/certificate.Certificate.der"
 
-# Certificate list with reasons, an invalidity date and a hold.
+# Certificate list with reasons, an invalidity date and a hold; and the change to it.
 { printf 'R\t400101000000Z\t260101000000Z,keyCompromise\t1002\tunknown\t/CN=second\n'
   printf 'R\t400101000000Z\t260102000000Z,CAkeyTime,20251231120000Z\t0B\tunknown\t/CN=x\n'
   printf 'R\t400101000000Z\t260103000000Z,holdInstruction,1.2.840.10040.2.2\t0C\tunknown\t/CN=y\n'
@@ -66,6 +73,10 @@ openssl x509 -in signer.pem -outform DER -out "$out/certificate.Certificate.der"
 echo 01 >number
 openssl ca -config cnf -gencrl -crlexts crl -keyfile ca.key -cert ca.pem -crldays 30 -out crl.pem
 openssl crl -in crl.pem -outform DER -out "$out/crl.CertificateList.der"
+printf 'R\t400101000000Z\t260103000000Z,removeFromCRL\t0C\tunknown\t/CN=y\n' >changes.txt
+sed 's/index.txt/changes.txt/' cnf >cnf-changes
+openssl ca -config cnf-changes -gencrl -crlexts delta -keyfile ca.key -cert ca.pem -crldays 1 -out delta.pem
+openssl crl -in delta.pem -outform DER -out "$out/crl-delta.CertificateList.der"
 
 # Cryptographic messages
 cms() { local name=$1; shift; openssl cms -in text -binary -outform DER -out "$out/cms-$name" "$@"; }

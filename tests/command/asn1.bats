@@ -8,7 +8,8 @@ setup_file() {
 setup() { cd "$BATS_FILE_TMPDIR/messages"; }
 
 @test "cert asn1 --check: messages of every kind encode as they were" {
-  for name in certificate.Certificate crl.CertificateList req-attributes.CertificationRequest \
+  for name in certificate.Certificate crl.CertificateList \
+      crl-delta.CertificateList req-attributes.CertificationRequest \
       pkcs8-rsa.PrivateKeyInfo pkcs8-pbes2.EncryptedPrivateKeyInfo rsa.RsaPublicKey cms-attached.ContentInfo \
       cms-ec.ContentInfo cms-encrypted.ContentInfo cms-digested.ContentInfo cms-compressed.ContentInfo \
       p12-current.PFX p12-plain.AuthenticatedSafes p12-key.SafeContents cmp-ir.CertReqMessages cmc.PKIData \

@@ -17,9 +17,17 @@ struct EcRequest {
   const BIGNUM *r = nullptr;
 };
 
-/// Runs the operation in this process.
+/// Runs the operation in the key-operation service of this machine when that is in use
+/// (kxcert/keys/pkxl.h) and can, else in this process.
 /// @return signing: octets written, 0 or less on failure; verifying: 1 valid, 0 not, -1 for what is no
 ///         signature (also BER, and octets after it) or a failure
 int ecdsa_op_wrapper(EcOperation operation, const EcRequest &request, EC_KEY *key);
+/// The same, in this process whatever is in use.
+int EcdsaHere(EcOperation operation, const EcRequest &request, EC_KEY *key);
+
+/// The x coordinate of own private part times @p peer (an uncompressed point on the key's curve), padded
+/// in front to the size of the field.
+/// @return octets written, or -1: no such point, or less room than that
+int EcdhHere(const unsigned char *peer, int peerLen, unsigned char *out, int outLen, EC_KEY *key);
 
 #endif

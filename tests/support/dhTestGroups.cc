@@ -1,6 +1,7 @@
 #include "support/dhTestGroups.h"
 
 #include "kxcert/keys/dhGroups.h"
+#include "kxcert/keys/dhPreCompute.h"
 
 std::string Num::Hex() const {
   char *text = BN_bn2hex(n);
@@ -39,5 +40,6 @@ int LoadDhGroups(const std::vector<sxset> &groups) {
 }
 
 DhTable::~DhTable() {
+  DHPreCList::Destroy();
   DestroyDHP();
 }

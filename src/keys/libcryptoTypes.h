@@ -17,6 +17,7 @@ struct kxFree {
 
 using BigNum = std::unique_ptr<BIGNUM, kxFree<BN_clear_free>>;   // may be secret: always wiped
 using BigNumContext = std::unique_ptr<BN_CTX, kxFree<BN_CTX_free>>;
+using MontContext = std::unique_ptr<BN_MONT_CTX, kxFree<BN_MONT_CTX_free>>;
 using RsaKey = std::unique_ptr<RSA, kxFree<RSA_free>>;
 using EcKey = std::unique_ptr<EC_KEY, kxFree<EC_KEY_free>>;
 using EcPoint = std::unique_ptr<EC_POINT, kxFree<EC_POINT_free>>;

@@ -2,11 +2,12 @@
 /// sxPubKey: handle of every asymmetric key, whatever its algorithm; and its flat functions.
 ///
 /// Shared and counted (sxPKobj.h): sxSavePubKey adds a reference, sxFreePubKey drops one. A key does
-/// not change once built: RSA and EC keys may sign, verify and export on several threads at once.
+/// not change once built: it may sign, verify, derive and export on several threads at once.
 /// Except for OK(), calls on a handle without an implementation are a broken promise of the caller.
 ///
 /// Every operation that writes octets returns how many. With out null it only tells how many it could
-/// write at most; with too little capacity it returns kKeyOutputShort and writes nothing.
+/// write at most; with too little capacity it returns kKeyOutputShort (Derive: -1, see kxSDH.h) and
+/// writes nothing.
 #ifndef KXCERT_KEYS_SXPUBKEY_H_
 #define KXCERT_KEYS_SXPUBKEY_H_
 

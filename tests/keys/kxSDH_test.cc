@@ -56,8 +56,12 @@ TEST(kxSDH, AgreesWithTheOpensslCommand) {
     const std::string ourPublic = dir.Write("ourPublic", Text(Exported(ours, sxPK_public)));
     const std::string ourPrivate = dir.Write("ours", Text(Exported(ours, sxPK_private)));
     const std::string derive = "openssl pkeyutl -derive -pkeyopt pad:1 -keyform DER -peerform DER -inkey ";
-    EXPECT_EQ(secret, RunCommand(derive + theirFile + " -peerkey " + ourPublic));
-    EXPECT_EQ(secret, RunCommand(derive + ourPrivate + " -peerkey " + theirPublicFile));
+    const auto derived = [&derive](const std::string &own, const std::string &peer) {
+      std::string command = derive;
+      return RunCommand(command.append(own).append(" -peerkey ").append(peer));
+    };
+    EXPECT_EQ(secret, derived(theirFile, ourPublic));
+    EXPECT_EQ(secret, derived(ourPrivate, theirPublicFile));
   }
 }
 

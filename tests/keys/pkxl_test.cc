@@ -241,6 +241,7 @@ TEST_F(Pkxl, ListensOnceAndReplacesOnlyWhatIsDead) {
   ConfDir().Write("listen", "a file");
   EXPECT_EQ(-1, kxLocalSocket_Listen(path));
   EXPECT_EQ("a file", ConfDir().Read("listen"));
+  unlink(path.c_str());
   EXPECT_EQ(-1, kxLocalSocket_Listen(std::string(200, 'x')));
 }
 

@@ -49,4 +49,11 @@ constexpr int kKeyLenMismatch = -1004;          ///< a length differs from the o
 constexpr int kKeyOutputShort = -1005;          ///< the output area is too short
 constexpr int kKeyNoDigestInfo = -1006;         ///< a digest kind without an algorithm
 
+/// Told once how an asynchronous operation ended.
+/// @param rc         0, or why it failed
+/// @param result     what belongs to the callee from here on, or null (see the operation)
+/// @param resultLen  octets of it
+/// @param errText    lent for the call; may be null
+using sxPKCallback = void (*)(void *opaque, int rc, void *result, int resultLen, const char *errText);
+
 #endif

@@ -14,6 +14,7 @@
 #include "kxcert/foundation/sxPKobj.h"
 #include "kxcert/keys/keyCodes.h"
 #include "kxcert/platform/digest.h"
+#include "kxcert/platform/eventEnv.h"
 
 class sxPubKey_imp_vc;
 
@@ -36,6 +37,26 @@ class KXCERT_EXPORT sxPubKey : public sxPKobj {
   int Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
              const unsigned char *sig, int sigLen);
   int Derive(sxPKop_type op, const unsigned char *peer, int peerLen, unsigned char *out, int outLen);
+
+  // Asynchronous: @p callback is called once. Those that queue a task (keyTasks.h) do the work on a worker
+  // where there are workers and the key is of a built-in kind, else at once, the call included; the
+  // callback then comes on the thread that KeyTaskMngmnt_init was called on, before the key or @p in need
+  // be kept any longer than the call itself. @return 1: queued or done; or a negative task result code,
+  // and there is no call.
+  /// @param out  taken when the callback has the result code 0: the result is @p out, nothing is handed over
+  int DecryptA(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen,
+               sxPKCallback callback, void *opaque, sxd_env *env);
+  /// The result is the signature, for delete[] (unsigned char).
+  int SignA(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, sxPKCallback callback, void *opaque,
+            sxd_env *env);
+  /// The result is the shared secret, for KX_memset and delete[] (unsigned char).
+  int DeriveA(sxPKop_type op, const unsigned char *peer, int peerLen, sxPKCallback callback, void *opaque,
+              sxd_env *env);
+  // These are what the kind of key makes of them (sxPubKey_imp.h).
+  int EncryptA(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen,
+               sxPKCallback callback, void *opaque, sxd_env *env);
+  int VerifyA(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen, const unsigned char *sig,
+              int sigLen, sxPKCallback callback, void *opaque, sxd_env *env);
 
   /// sxPK_set stores a new sxset (for delete) as a pointer at @p out, which needs no alignment;
   /// @p outLen must then be kKeySetCapacity, and the result is 0. See sxPK_Format for the others.
@@ -71,6 +92,10 @@ KXCERT_EXPORT int sxPubKey_Decrypt(sxPubKey *key, sxPKop_type op, const unsigned
 KXCERT_EXPORT int sxPubKey_Derive(sxPubKey *key, sxPKop_type op, const unsigned char *peer, int peerLen,
                                   unsigned char *out, int outLen);
 KXCERT_EXPORT int sxPubKey_Export(sxPubKey *key, sxPK_Format format, unsigned char *out, int outLen);
+
+/// Makes a Diffie-Hellman key of the named group, as SignA does its work; the result is the sxPubKey, for
+/// sxFreePubKey, with the length 0.
+KXCERT_EXPORT int sxPubKey_NewDH(const char *groupName, int privBits, sxPKCallback callback, void *opaque);
 
 /// 1 when both keys export the same public octets, else 0 (one line logged).
 KXCERT_EXPORT int sxPubKey_Equal(sxPubKey *a, sxPubKey *b);

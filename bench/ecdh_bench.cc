@@ -1,6 +1,9 @@
 // One side of an exchange: own public value to octets, the peer's from octets, the shared secret. Ours against
 // libcrypto's EVP_PKEY, which makes a key pair for each. Ours takes the process's pair ("ours"), or is told
 // to make one each time, too ("fresh").
+//
+// Besides, libcrypto multiplies the peer's point by the order of the curve. On these curves, where every
+// point has that order, it is enough that the point is on the curve, and ours does no more.
 #include <openssl/ec.h>
 #include <openssl/evp.h>
 

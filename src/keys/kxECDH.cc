@@ -22,10 +22,10 @@ enum Stage : int { kInvalid = -1, kGroupSet = 1, kOwnKey = 2, kPeerStored = 3, k
 struct IkeGroup {
   int number;
   int nid;
+  const char *text;   // kGroupTextLen characters
 };
-constexpr IkeGroup kIkeGroups[] = {{19, 415}, {20, 715}};   // RFC 5903, section 9
-
 constexpr int kGroupTextLen = 2;
+constexpr IkeGroup kIkeGroups[] = {{19, 415, "19"}, {20, 715, "20"}};   // RFC 5903, section 9
 
 constexpr const char *kNoError = "None";
 
@@ -172,7 +172,7 @@ kxECDH::kxECDH(int group) : m_imp(new kxECDH_imp) { initialize(group); }
 kxECDH::kxECDH(int group, const char *privateHex, const char *xHex, const char *yHex) : m_imp(new kxECDH_imp) {
   if (initialize(group) != 0) return;
   const auto isWhole = [this](const char *text) {
-    const auto digits = static_cast<size_t>(2 * m_imp->FieldLen());
+    const auto digits = 2 * static_cast<size_t>(m_imp->FieldLen());
     return text != nullptr && strnlen(text, digits + 1) == digits;
   };
   // A shorter text, or none, fails like one that has no digits.
@@ -185,10 +185,8 @@ kxECDH::kxECDH(const char *text) : m_imp(new kxECDH_imp) {
   for (const IkeGroup &group : kIkeGroups) {
     const size_t digits = 2 * static_cast<size_t>(FindCurve(group.nid)->coordLen);
     const size_t textLen = kGroupTextLen + 3 * (1 + digits);
-    const char number[] = {static_cast<char>('0' + group.number / 10), static_cast<char>('0' + group.number % 10)};
-    if (text == nullptr || strnlen(text, textLen + 1) != textLen || std::memcmp(text, number, sizeof number) != 0) {
-      continue;
-    }
+    if (text == nullptr || strnlen(text, textLen + 1) != textLen) continue;
+    if (std::memcmp(text, group.text, kGroupTextLen) != 0) continue;
     const char *const privateHex = text + kGroupTextLen + 1;
     const char *const xHex = privateHex + digits + 1;
     const char *const yHex = xHex + digits + 1;
@@ -244,9 +242,9 @@ int kxECDH::setPeerPublic(const unsigned char *in, int inLen) {
   if (!m_imp->Allows(kFunc, kOwnKey)) return -1;
   const Curve &curve = *m_imp->m_curve;
   const int wantedLen = 2 * curve.coordLen;
-  if (in == nullptr) inLen = 0;
-  if (inLen != wantedLen) {
-    tderrorFunc("ec", 1, 0, "%s: size of input is incorrect (%u != %u)", kFunc, Number(inLen), Number(wantedLen));
+  if (in == nullptr || inLen != wantedLen) {
+    tderrorFunc("ec", 1, 0, "%s: size of input is incorrect (%u != %u)", kFunc, Number(in == nullptr ? 0 : inLen),
+                Number(wantedLen));
     return -1;
   }
   unsigned char octets[kMaxPointLen] = {POINT_CONVERSION_UNCOMPRESSED};

@@ -147,10 +147,11 @@ TEST_F(kxECDHTest, GoesThroughItsStages) {
 TEST_F(kxECDHTest, TakesPeerPointsOfTheCurveOnly) {
   const std::string x = kVectors[0].grx, y = kVectors[0].gry, zeros(64, '0');
   const std::string p = "ffffffff00000001000000000000000000000000ffffffffffffffffffffffff";
+  const std::string rootB = "66485c780e2f83d72433bd5d84a06bb6541c2af31dae871728bf856a174f93f4";
   const struct { const char *what; std::string hex, why; } cases[] = {
       {"zeros", zeros + zeros, "Peer point is at infinity or not on curve"},
       {"of order 2 on another curve", zeros.substr(1) + "5" + zeros, "Peer point is at infinity or not on curve"},
-      {"x is p", p + y, "Peer point is at infinity or not on curve"},
+      {"0 and a root of b, but x is p", p + rootB, "Peer point is at infinity or not on curve"},
       {"with the octet of the form", "04" + x + y, "size of input is incorrect (65 != 64)"},
       {"infinity", "00", "size of input is incorrect (1 != 64)"},
   };

@@ -30,6 +30,19 @@ bool OfferEcdsa(EcOperation operation, const EcRequest &request, EC_KEY *key, in
   return pkxl_ecdsa_verify(&data, &sig, &keyItem, curve->nid, result) == 0;
 }
 
+// @return octets of the secret, or -1: to be computed here. Whatever is not as long as the field is no secret.
+int OfferEcdh(const unsigned char *peer, int peerLen, unsigned char *out, int outLen, const EC_KEY *key,
+              kxBinBuf &keyDer) {
+  const Curve *const curve = CurveOfKey(key);
+  if (curve == nullptr || outLen < curve->coordLen) return -1;
+  const pkxl_len_and_buf_t point = {static_cast<uint32_t>(peerLen), const_cast<unsigned char *>(peer)};
+  const pkxl_len_and_buf_t keyItem = {keyDer.Len(), keyDer.Data()};
+  pkxl_len_and_buf_t secret = {static_cast<uint32_t>(curve->coordLen), out};
+  int result = -1;
+  if (pkxl_ecdh_compute_key(&point, &secret, &keyItem, curve->nid, &result) != 0) return -1;
+  return result == curve->coordLen ? result : -1;
+}
+
 }  // namespace
 
 int ecdsa_op_wrapper(EcOperation operation, const EcRequest &request, EC_KEY *key) {
@@ -54,6 +67,15 @@ int EcdsaHere(EcOperation operation, const EcRequest &request, EC_KEY *key) {
   }
   herror_func(0, 0, "%s: called with invalid operation %d", "ecdsa_op_wrapper", operation);
   return -1;
+}
+
+int ECDH_compute_key_wrapper(const unsigned char *peer, int peerLen, unsigned char *out, int outLen, EC_KEY *key,
+                             kxBinBuf &keyDer) {
+  int len = -1;
+  if (!keyDer.IsEmpty() && pkxl_should_use()) len = OfferEcdh(peer, peerLen, out, outLen, key, keyDer);
+  if (len < 0) len = EcdhHere(peer, peerLen, out, outLen, key);
+  if (len < 0) tderrorFunc("ec", 1, 0, "%s: no shared secret", "ECDH_compute_key_wrapper");
+  return len;
 }
 
 int EcdhHere(const unsigned char *peer, int peerLen, unsigned char *out, int outLen, EC_KEY *key) {

@@ -1,8 +1,10 @@
-// The one way to ECDSA.
+// The one way to ECDSA and ECDH.
 #ifndef KXCERT_SRC_KEYS_ECOPERATION_H_
 #define KXCERT_SRC_KEYS_ECOPERATION_H_
 
 #include <openssl/ec.h>
+
+class kxBinBuf;
 
 // The numbers go on from RSA's; they are part of the protocol between processes.
 enum EcOperation : int { kEcdsaSign = 4, kEcdsaVerify = 5 };
@@ -25,6 +27,13 @@ int ecdsa_op_wrapper(EcOperation operation, const EcRequest &request, EC_KEY *ke
 /// The same, in this process whatever is in use.
 int EcdsaHere(EcOperation operation, const EcRequest &request, EC_KEY *key);
 
+/// The shared secret, from the same service or as EcdhHere.
+/// @param peer    as ReadPoint wrote it
+/// @param out     at least as many octets as the field has
+/// @param keyDer  @p key for the service (ECPrivateKey DER); empty: it is not asked
+/// @return octets written, those of the field, or -1 (one line traced)
+int ECDH_compute_key_wrapper(const unsigned char *peer, int peerLen, unsigned char *out, int outLen, EC_KEY *key,
+                             kxBinBuf &keyDer);
 /// The x coordinate of own private part times @p peer (an uncompressed point on the key's curve), padded
 /// in front to the size of the field.
 /// @return octets written, or -1: no such point, or less room than that

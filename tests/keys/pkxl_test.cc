@@ -14,8 +14,10 @@
 
 #include "keys/pkxlDecision.h"
 #include "keys/pkxlMessage.h"
+#include "kxcert/keys/kxECDH.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/localSocket.h"
+#include "support/hexOctets.h"
 #include "support/keyFiles.h"
 #include "support/logCapture.h"
 #include "support/scopedEnv.h"
@@ -77,6 +79,21 @@ class Pkxl : public testing::Test {
   const ScopedEnv m_force{"PKXL_FORCE", nullptr};
 };
 
+// RFC 5903, 8.1.
+bool ExchangeWorks() {
+  kxECDH exchange(
+      "19:c88f01f510d9ac3f70a292daa2316de544e9aab8afe84049c62a9c57862d1433:"
+      "dad0b65394221cf9b051e1feca5787d098dfe637fc90b9ef945d0c3772581180:"
+      "5271a0461cdb8252d61f1c456fa3e59ab1f45b33accf5f58389e0577b8990bb3");
+  const Octets peer = DecodeHex(
+      "d12dfb5289c8d4f81208b70270398c342296970a0bccb74c736fc7554494bf63"
+      "56fbf3ca366cc23e8157854c13c58d6aac23f046ada30f8353e74f33039872ab");
+  Octets secret(32);
+  return exchange.setPeerPublic(peer.data(), 64) == 0 && exchange.derive() == 0 &&
+         exchange.getShared(secret.data(), 32) == 32 &&
+         EncodeHex(secret) == "d6840f6b42f6edafd13116e0e12565202fef8e9ece7dce03812464d04b9442de";
+}
+
 // Every operation that is routed; true when each gives what it should.
 bool OperationsWork() {
   const Octets digest(32, 0x5A);
@@ -93,9 +110,9 @@ bool OperationsWork() {
   good = good && keys[0]->Encrypt(sxPKop_digest, digest.data(), 32, sealed.data(), 256) == 256;
   good = good && keys[0]->Decrypt(sxPKop_digest, sealed.data(), 256, opened.data(), 256) == 32;
   opened.resize(32);
-  return good && opened == digest;
+  return good && opened == digest && ExchangeWorks();
 }
-constexpr int kNumOperations = 3 * 3 + 2;
+constexpr int kNumOperations = 3 * 3 + 2 + 1;
 
 TEST_F(Pkxl, OperationsGoToTheService) {
   const Service service(ServeWell);
@@ -188,6 +205,9 @@ TEST_F(Pkxl, TroubleMeansDoingItHere) {
     EXPECT_TRUE(OperationsWork());
     EXPECT_EQ(kNumOperations, service.NumAsked());
   }
+  const Service service(answering(answer(true, 31, Octets(31)), true));
+  EXPECT_TRUE(ExchangeWorks()) << "31 octets are no secret of P-256";
+  EXPECT_EQ(1, service.NumAsked());
 }
 
 TEST_F(Pkxl, ServesNothingThatItCannotRead) {

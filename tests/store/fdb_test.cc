@@ -182,7 +182,9 @@ TEST_F(Fdb, DestroyingLeavesItsStreamOpen) {
 }
 
 // A value that says by its first octet how long it is.
-std::string Value(int seed) { return std::string(static_cast<size_t>(20000 + 7919 * seed), static_cast<char>('a' + seed)); }
+std::string Value(int seed) {
+  return std::string(static_cast<size_t>(20000 + 7919 * seed), static_cast<char>('a' + seed));
+}
 bool IsWhole(const std::string &found) { return !found.empty() && found[0] >= 'a' && found == Value(found[0] - 'a'); }
 
 TEST_F(Fdb, AProcessKilledWhileStoringLeavesWholeRecords) {

@@ -58,6 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   for (const char c : text) KX_ASSERT(c == '\n' || (c >= 0x20 && c < 0x7F));
   KX_ASSERT(Printed(*value) == text);
   if (text.back() != '\n') text += '\n';
-  KX_ASSERT(Logged(*value) == text);
+  // What could not be printed has said so on the log before.
+  KX_ASSERT(Logged(*value).ends_with(text));
   return 0;
 }

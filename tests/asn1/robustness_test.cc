@@ -1,8 +1,6 @@
 // Input made to cost much.
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKCS12.h"
 #include "kxcert/asn1/modules/PKIXCMP.h"

@@ -82,12 +82,7 @@ TEST(sxAsnList, RemovesAtTheCursor) {
   EXPECT_EQ("[99 ] of 1 at 0", Shown(list));
 }
 
-struct ListCase {
-  const char *what;
-  const char *hex;
-  const char *again;
-  const char *log;
-};
+struct ListCase { const char *what; const char *hex; const char *again; const char *log; };
 constexpr ListCase kListCases[] = {
     {"empty", "3000", "3000", nullptr},
     {"two", "3012 3007 06022a03 040141 3007 06022a04 040142", "3012300706022a03040141300706022a04040142", nullptr},

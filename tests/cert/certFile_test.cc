@@ -1,8 +1,6 @@
 // Certificate files.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/hexOctets.h"

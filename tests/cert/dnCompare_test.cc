@@ -2,20 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <string>
 
 #include "kxcert/cert/sxDN.h"
 #include "support/derOctets.h"
 
 namespace {
 
-struct SuffixCase {
-  const char *what;
-  const char *name;
-  const char *suffix;
-  int isSub;
-  int equal;
-};
+struct SuffixCase { const char *what; const char *name; const char *suffix; int isSub; int equal; };
 constexpr SuffixCase kSuffixCases[] = {
     {"last RDNs of the text", "CN=x,O=y,C=z", "O=y,C=z", 1, 0},
     {"swapped", "O=y,C=z", "CN=x,O=y,C=z", 0, 0},
@@ -78,9 +71,7 @@ TEST(DnCompare, EqualNamesHaveEqualHashes) {
   constexpr unsigned kSeed = 20240601;
   SCOPED_TRACE(kSeed);
   std::mt19937 random(kSeed);
-  const auto pick = [&random](const char *const(&parts)[6]) {
-    return std::string(parts[random() % 6]);
-  };
+  const auto pick = [&random](const char *const(&parts)[6]) { return std::string(parts[random() % 6]); };
   const auto name = [&] {
     std::string text;
     for (unsigned i = random() % 3 + 1; i > 0; --i) {

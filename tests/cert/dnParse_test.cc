@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
-#include <string>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
@@ -134,23 +132,16 @@ TEST(DnParse, TokenizerGivesOneRdnAndTheRest) {
 }
 
 // The alternative and octets of the value that a text becomes.
-struct ValueCase {
-  const char *what;
-  const sxAsnOid *type;
-  const char *text;
-  int choice;
-};
+struct ValueCase { const char *what; const sxAsnOid *type; const char *text; int choice; };
 const ValueCase kValueCases[] = {
-    {"letters and digits", &sxASN_id_at_commonName, "azAZ09",
-     sxASN_AttributeValue::printableStringCid},
+    {"letters and digits", &sxASN_id_at_commonName, "azAZ09", sxASN_AttributeValue::printableStringCid},
     {"the other printable characters", &sxASN_id_at_commonName, "'\"()+,-./:=? ",
      sxASN_AttributeValue::printableStringCid},
     {"nothing", &sxASN_id_at_commonName, "", sxASN_AttributeValue::printableStringCid},
     {"at sign", &sxASN_id_at_commonName, "a@b", sxASN_AttributeValue::utf8StringCid},
     {"asterisk", &sxASN_id_at_commonName, "*", sxASN_AttributeValue::utf8StringCid},
     {"underscore", &sxASN_id_at_commonName, "a_b", sxASN_AttributeValue::utf8StringCid},
-    {"beyond ASCII", &sxASN_id_at_organizationName, "\xC3\xA4",
-     sxASN_AttributeValue::utf8StringCid},
+    {"beyond ASCII", &sxASN_id_at_organizationName, "\xC3\xA4", sxASN_AttributeValue::utf8StringCid},
     {"mail addresses always", &sxASN_emailAddress, "a@b", sxASN_AttributeValue::ia5StringCid},
     {"domain components always", &sxASN_id_dc, "\xC3\xA4", sxASN_AttributeValue::ia5StringCid},
 };
@@ -162,21 +153,19 @@ TEST(DnParse, ChoosesTheStringTypeByTheText) {
     ASSERT_NE(nullptr, value);
     EXPECT_EQ(c.choice, value->ChoiceId());
     const auto *string = static_cast<const sxAsnOcts *>(value->Value());
-    EXPECT_EQ(c.text, std::string(reinterpret_cast<const char *>(string->Data()),
-                                  static_cast<size_t>(string->Len())));
+    EXPECT_EQ(c.text, std::string(reinterpret_cast<const char *>(string->Data()), static_cast<size_t>(string->Len())));
   }
   EXPECT_EQ(nullptr, sxStr2AttrVal(sxASN_id_dc, nullptr));
 }
 
 TEST(DnParse, KeywordsMapBothWays) {
-  for (const char *keyword : {"CN", "C", "ST", "O", "OU", "L", "T", "serialNumber", "STREET", "DC",
-                              "Email", "UID", "principalName", "OID.1.2.3"}) {
+  for (const char *keyword : {"CN", "C", "ST", "O", "OU", "L", "T", "serialNumber", "STREET", "DC", "Email", "UID",
+                              "principalName", "OID.1.2.3"}) {
     SCOPED_TRACE(keyword);
     const std::unique_ptr<sxAsnOid> type(sxDN_Str2OID(keyword));
     ASSERT_NE(nullptr, type);
     char text[32];
-    EXPECT_EQ(static_cast<int>(std::string(keyword).size()),
-              sxDN_OID2Str(*type, text, sizeof text));
+    EXPECT_EQ(static_cast<int>(std::string(keyword).size()), sxDN_OID2Str(*type, text, sizeof text));
     EXPECT_STREQ(keyword, text);
     EXPECT_EQ(-1, sxDN_OID2Str(*type, text, static_cast<int>(std::string(keyword).size())));
   }

@@ -1,8 +1,6 @@
 // Serial numbers as octets.
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCert.h"
@@ -17,11 +15,7 @@ std::unique_ptr<sxAsnInt> FromHex(const char *hex) {
   return std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), static_cast<int>(octets.size())));
 }
 
-struct SerialCase {
-  const char *what;
-  const char *content;
-  const char *octets;
-};
+struct SerialCase { const char *what; const char *content; const char *octets; };
 constexpr SerialCase kSerialCases[] = {
     {"zero is one octet", "00", "00"},
     {"one octet", "7F", "7f"},

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <ctime>
 #include <random>
-#include <string>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/certFormats.h"
@@ -14,19 +13,13 @@
 namespace {
 
 int UtcTime(const std::string &text) {
-  return sxUTCTime2time(reinterpret_cast<const unsigned char *>(text.data()),
-                        static_cast<int>(text.size()));
+  return sxUTCTime2time(reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size()));
 }
 int GeneralTime(const std::string &text) {
-  return sxGeneralTime2time(reinterpret_cast<const unsigned char *>(text.data()),
-                            static_cast<int>(text.size()));
+  return sxGeneralTime2time(reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size()));
 }
 
-struct TimeCase {
-  const char *what;
-  const char *text;
-  int seconds;
-};
+struct TimeCase { const char *what; const char *text; int seconds; };
 constexpr TimeCase kUtcCases[] = {
     {"the first second of the second day", "700102000000Z", 86400},
     {"the first day is 0 at any hour", "700101120000Z", 0},
@@ -103,17 +96,13 @@ TEST(TimeText, AgreesWithTheCalendar) {
   std::string input;
   std::string texts[kNumDates];
   for (std::string &text : texts) {
-    const auto in = [&random](unsigned from, unsigned to) {
-      return from + random() % (to - from + 1);
-    };
+    const auto in = [&random](unsigned from, unsigned to) { return from + random() % (to - from + 1); };
     char line[64];
     const unsigned year = in(1902, 2037), month = in(1, 12), day = in(1, 28);
     const unsigned hour = in(0, 23), minute = in(0, 59), second = in(0, 59);
-    std::snprintf(line, sizeof line, "%04u-%02u-%02u %02u:%02u:%02u\n", year, month, day, hour,
-                  minute, second);
+    std::snprintf(line, sizeof line, "%04u-%02u-%02u %02u:%02u:%02u\n", year, month, day, hour, minute, second);
     input += line;
-    std::snprintf(line, sizeof line, "%04u%02u%02u%02u%02u%02uZ", year, month, day, hour, minute,
-                  second);
+    std::snprintf(line, sizeof line, "%04u%02u%02u%02u%02u%02uZ", year, month, day, hour, minute, second);
     text = line;
   }
   const std::string output = RunCommand("printf '" + input + "' | date -u -f - +%s");
@@ -137,8 +126,7 @@ TEST(TimeText, TakesTheChoice) {
   EXPECT_EQ(-1, sxASN_Time2time(&time));
   time.Set_utcTime(sxAsnUTCTime(reinterpret_cast<const unsigned char *>("000229123456Z")));
   EXPECT_EQ(951827696, sxASN_Time2time(&time));
-  time.Set_generalTime(
-      sxAsnGeneralizedTime(reinterpret_cast<const unsigned char *>("20000229123456Z")));
+  time.Set_generalTime(sxAsnGeneralizedTime(reinterpret_cast<const unsigned char *>("20000229123456Z")));
   EXPECT_EQ(951827696, sxASN_Time2time(&time));
 }
 

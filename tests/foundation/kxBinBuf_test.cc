@@ -1,19 +1,14 @@
 #include "kxcert/foundation/kxBinBuf.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/platform/secureMemory.h"
-#include "kxcert/platform/textStream.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
+#include "support/printed.h"
 #include "support/tempDir.h"
 
 namespace {
@@ -28,17 +23,6 @@ kxBinBuf Make(const char *hex) {
 
 std::string Hex(const kxBinBuf &buf) { return EncodeHex(buf.Data(), buf.Len()); }
 
-std::string Fprinted(const kxBinBuf &buf, int indent) {
-  char *text = nullptr;
-  size_t textLen = 0;
-  FILE *out = open_memstream(&text, &textLen);
-  buf.Fprint(out, indent);
-  std::fclose(out);
-  std::string printed(text, textLen);
-  std::free(text);
-  return printed;
-}
-
 TEST(kxBinBuf, SetMovesWithinTheBlockAndReplacesItWhenTooShort) {
   kxBinBuf buf = Make("00 01 02 03 04 05");
   const unsigned char *block = buf.Data();
@@ -47,7 +31,7 @@ TEST(kxBinBuf, SetMovesWithinTheBlockAndReplacesItWhenTooShort) {
   EXPECT_EQ(block, buf.Data());
   const std::vector<unsigned char> longer(9, 7);
   buf.Set(longer.data(), 9);
-  EXPECT_EQ(std::string("070707070707070707"), Hex(buf));
+  EXPECT_EQ("070707070707070707", Hex(buf));
   buf.Clear();
   EXPECT_TRUE(buf.IsEmpty());
   EXPECT_EQ(nullptr, buf.Data());
@@ -132,12 +116,7 @@ TEST(kxBinBuf, IsLockedInMemoryWhileSensitive) {
   EXPECT_EQ(before, kxMem_NumLockedPages());
 }
 
-struct PrintCase {
-  const char *what;
-  const char *hex;
-  int indent;
-  std::string fprinted;
-};
+struct PrintCase { const char *what; const char *hex; int indent; std::string fprinted; };
 const PrintCase kPrintCases[] = {
     {"empty", "", 1, "\tEmpty\n"},
     {"indent above 79", "0a", 100, kTabs79 + "0a \n"},
@@ -150,11 +129,9 @@ TEST(kxBinBuf, PrintsRowsOfSixteen) {
   for (const PrintCase &c : kPrintCases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(c.fprinted, Fprinted(Make(c.hex), c.indent));
-    SxStream stream;
-    Make(c.hex).Sprint(&stream, "T", c.indent);
     const std::string tabs = c.fprinted.substr(0, c.fprinted.find_first_not_of('\t'));
     // The stream form has a title, and an end of line but no word for an empty buffer.
-    EXPECT_EQ(tabs + "T:\n" + (*c.hex == '\0' ? "\n" : c.fprinted), stream.Text());
+    EXPECT_EQ(tabs + "T:\n" + (*c.hex == '\0' ? "\n" : c.fprinted), Sprinted(Make(c.hex), "T", c.indent));
   }
 }
 

@@ -1,7 +1,6 @@
 #include "kxcert/foundation/sxPKobj.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <thread>

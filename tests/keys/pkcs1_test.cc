@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 
 #include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/foundation/kxBinBuf.h"

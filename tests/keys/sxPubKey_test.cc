@@ -1,7 +1,6 @@
 #include "kxcert/keys/sxPubKey.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "kxcert/keys/sxPubKey_imp.h"
 #include "support/hexOctets.h"

@@ -1,9 +1,5 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include <memory>
-#include <string>
 
 #include "kxcert/platform/attributeSet.h"
 #include "support/logCapture.h"

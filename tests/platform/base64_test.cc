@@ -3,10 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "support/hexOctets.h"
 #include "support/runCommand.h"

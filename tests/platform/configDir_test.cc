@@ -1,7 +1,6 @@
 #include "kxcert/platform/configDir.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/scopedEnv.h"
 

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "support/hexOctets.h"
 #include "support/runCommand.h"
 #include "support/tempDir.h"

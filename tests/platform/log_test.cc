@@ -1,10 +1,8 @@
 #include "kxcert/platform/log.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cerrno>
-#include <string>
 
 #include "support/logCapture.h"
 

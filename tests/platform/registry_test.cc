@@ -1,7 +1,6 @@
 #include "kxcert/platform/registry.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/logCapture.h"
 #include "support/scopedEnv.h"

@@ -96,8 +96,7 @@ sxCert *TestCert::Ref() const {
   return m_cert;
 }
 
-TestCertOptions CaOptions() {
-  TestCertOptions options;
+TestCertOptions CaOptions(TestCertOptions options) {
   options.basicConstraints = "critical,CA:TRUE";
   options.keyUsage = "critical,keyCertSign,cRLSign";
   return options;
@@ -108,3 +107,11 @@ sxCerts SetOf(std::initializer_list<const TestCert *> certs) {
   for (const TestCert *cert : certs) set.Add(cert->Ref());
   return set;
 }
+
+std::vector<const sxCert *> Members(const sxCerts &certs) {
+  std::vector<const sxCert *> members;
+  for (int i = 0; i <= certs.Top(); ++i) members.push_back(certs.Get(i));
+  return members;
+}
+
+std::vector<unsigned char> DerOf(const sxCert &cert) { return {cert.GetBuf(), cert.GetBuf() + cert.BufLen()}; }

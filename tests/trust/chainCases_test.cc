@@ -1,18 +1,14 @@
 // Chains of tests/data/chain: one folder, one fault. make.py beside them says what a case.txt
 // holds.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <memory>
 #include <set>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "support/chainJudge.h"
 
@@ -41,9 +37,9 @@ Words SplitWords(const std::string &text) {
 }
 
 // The place of the certificate that is to blame is the "at file.pem" of expect.
-const std::set<std::string> kKeys = {
-    "chain",       "anchor",    "additional", "constraint", "intermediates", "own-chain", "run",
-    "grace-start", "grace-end", "blacklist",  "time",       "expect",        "path"};
+const std::set<std::string> kKeys = {"chain",     "anchor", "additional",  "constraint", "intermediates",
+                                     "own-chain", "run",    "grace-start", "grace-end",  "blacklist",
+                                     "time",      "expect", "path"};
 
 Lines ReadCase(const std::string &folder) {
   std::ifstream in(kFolder + folder + "/case.txt");
@@ -53,8 +49,7 @@ Lines ReadCase(const std::string &folder) {
     const size_t colon = line.find(':');
     const std::string key = line.substr(0, colon);
     const size_t value = line.find_first_not_of(' ', key.size() + 1);
-    if (kKeys.contains(key.starts_with(kTwin) ? key.substr(kTwin.size()) : key) &&
-        value < line.size()) {
+    if (kKeys.contains(key.starts_with(kTwin) ? key.substr(kTwin.size()) : key) && value < line.size()) {
       lines[key].push_back(line.substr(value));
     } else {
       ADD_FAILURE() << folder << ": unknown line: " << line;
@@ -66,8 +61,8 @@ Lines ReadCase(const std::string &folder) {
 // "2030-01-01 00:00 UTC" or with seconds.
 int64_t ReadTime(const std::string &text) {
   tm parts{};
-  const int found = std::sscanf(text.c_str(), "%d-%d-%d %d:%d:%d", &parts.tm_year, &parts.tm_mon,
-                                &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec);
+  const int found = std::sscanf(text.c_str(), "%d-%d-%d %d:%d:%d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday,
+                                &parts.tm_hour, &parts.tm_min, &parts.tm_sec);
   EXPECT_GE(found, 5) << text;
   EXPECT_TRUE(text.ends_with(" UTC")) << text;
   parts.tm_year -= 1900;
@@ -77,8 +72,7 @@ int64_t ReadTime(const std::string &text) {
 
 class Case {
  public:
-  Case(const std::string &folder, Lines lines)
-      : m_folder(kFolder + folder + "/"), m_lines(std::move(lines)) {}
+  Case(const std::string &folder, Lines lines) : m_folder(kFolder + folder + "/"), m_lines(std::move(lines)) {}
 
   Words Values(const std::string &key) const {
     const auto found = m_lines.find(key);
@@ -88,9 +82,7 @@ class Case {
     const Words values = Values(key);
     return values.empty() ? "" : values[0];
   }
-  int Number(const std::string &key, int absent) const {
-    return Values(key).empty() ? absent : std::stoi(Value(key));
-  }
+  int Number(const std::string &key, int absent) const { return Values(key).empty() ? absent : std::stoi(Value(key)); }
   std::string File(const std::string &name) const { return m_folder + name; }
   Words Files(const std::string &key) const {
     Words files = SplitWords(Value(key));
@@ -139,8 +131,7 @@ ChainQuestion Ask(const Case &c) {
 Words PathFiles(const Case &c, const ChainAnswer &answer) {
   std::map<std::string, std::string> names;  // by DER
   for (const fs::directory_entry &entry : fs::directory_iterator(c.File(""))) {
-    if (entry.path().extension() == ".pem")
-      names[ReadCertFile(entry.path())] = entry.path().filename();
+    if (entry.path().extension() == ".pem") names[ReadCertFile(entry.path())] = entry.path().filename();
   }
   Words files;
   for (const std::string &der : answer.path) files.push_back(names[der]);
@@ -170,12 +161,10 @@ void ExpectRefused(const Case &c, const ChainAnswer &answer) {
   sxValidationRC rc = sxValidation_OK;
   ASSERT_TRUE(CodeOfName(expected[0], &rc)) << expected[0];
   ASSERT_EQ(rc, answer.rc) << CodeName(answer.rc) << " at " << answer.subject;
-  if (rc == sxValidation_notTrusted)
-    return;  // nothing was validated, so there is no place and no message
+  if (rc == sxValidation_notTrusted) return;  // nothing was validated, so there is no place and no message
   ASSERT_EQ(3u, expected.size()) << "say at which file";
   ASSERT_EQ("at", expected[1]);
-  ASSERT_TRUE(answer.level >= 0 && answer.level < static_cast<int>(answer.path.size()))
-      << answer.level;
+  ASSERT_TRUE(answer.level >= 0 && answer.level < static_cast<int>(answer.path.size())) << answer.level;
   EXPECT_EQ(expected[2], PathFiles(c, answer)[static_cast<size_t>(answer.level)]);
   EXPECT_EQ(0u, answer.text.find(sxValidationRC_GetString(rc))) << answer.text;
   EXPECT_NE(std::string::npos, answer.text.find(answer.subject)) << answer.text;

@@ -1,10 +1,6 @@
 #include "kxcert/trust/sxRootCA.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
 
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/attributeSet.h"

@@ -7,9 +7,8 @@
 namespace {
 
 TEST(ConfigDir, IsWhatTheEnvironmentNamesWithoutASlashAtTheEnd) {
-  struct Case { const char *value; const char *dir; };
-  constexpr Case kCases[] = {{"/a/b", "/a/b"}, {"/a/b//", "/a/b"}, {"rel", "rel"}, {"/", ""}};
-  for (const Case &c : kCases) {
+  constexpr struct { const char *value; const char *dir; } kCases[] = {{"/a/b", "/a/b"}, {"/a/b//", "/a/b"}, {"rel", "rel"}, {"/", ""}};
+  for (const auto &c : kCases) {
     const ScopedEnv env("KXCERT_CONF_DIR", c.value);
     EXPECT_EQ(c.dir, kxConfigDir());
   }

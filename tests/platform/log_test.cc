@@ -10,14 +10,13 @@ namespace {
 
 using testing::ElementsAre;
 
-struct GateCase { int debugPrint; int typeThr; int typeMaxThr; bool debugOn; bool traceOn; };
-constexpr GateCase kGateCases[] = {
+constexpr struct { int debugPrint; int typeThr; int typeMaxThr; bool debugOn; bool traceOn; } kGateCases[] = {
     {0, 0, 0, false, false}, {1, 0, 0, true, false},  {0, 3, 3, false, false},
     {0, 4, 0, true, false},  {0, 0, 4, false, true},
 };
 
 TEST(Log, WritesOnlyThroughAnOpenGate) {
-  for (const GateCase &c : kGateCases) {
+  for (const auto &c : kGateCases) {
     LogCapture log;
     dodebugprt = c.debugPrint;
     g_MsgTypeThr = c.typeThr;

@@ -14,8 +14,7 @@ namespace {
 
 class ChainTrust : public testing::Test {
  protected:
-  const TestCert root{"O=Trust/CN=root", nullptr, CaOptions()};
-  const TestCert sub{"O=Trust/CN=sub", &root, CaOptions()};
+  const TestCert root{"O=Trust/CN=root", nullptr, CaOptions()}, sub{"O=Trust/CN=sub", &root, CaOptions()};
   const TestCert leaf{"O=Trust/CN=leaf", &sub};
   sxSWKeyHolder holder;
   sxCerts out;

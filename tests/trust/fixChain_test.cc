@@ -18,10 +18,8 @@ class FixChain : public testing::Test {
     return sxCert_FixChain(&chain, in);
   }
 
-  const TestCert root{"O=Fix/CN=root", nullptr, CaOptions()};
-  const TestCert upper{"O=Fix/CN=upper", &root, CaOptions()};
-  const TestCert lower{"O=Fix/CN=lower", &upper, CaOptions()};
-  const TestCert leaf{"O=Fix/CN=leaf", &lower};
+  const TestCert root{"O=Fix/CN=root", nullptr, CaOptions()}, upper{"O=Fix/CN=upper", &root, CaOptions()};
+  const TestCert lower{"O=Fix/CN=lower", &upper, CaOptions()}, leaf{"O=Fix/CN=leaf", &lower};
   sxSWKeyHolder holder;
   sxCerts chain;
   LogCapture log;
@@ -29,8 +27,7 @@ class FixChain : public testing::Test {
 
 TEST_F(FixChain, RefusesAStrangerWithATrustedName) {
   sxRootCA *ca = AddRoot(holder, root);
-  const TestCert stranger("O=Fix/CN=root", nullptr, CaOptions());
-  const TestCert victim("O=Fix/CN=victim", &stranger);
+  const TestCert stranger("O=Fix/CN=root", nullptr, CaOptions()), victim("O=Fix/CN=victim", &stranger);
   EXPECT_EQ(nullptr, Fix({&victim, &stranger}, holder));
   EXPECT_TRUE(log.Has("sxCert_FixChain_do: Failed to fix chain, certificate of non-trusted CA with DN of trusted CA"));
   EXPECT_EQ(nullptr, Fix({&victim}, holder));

@@ -23,8 +23,7 @@ ValidateParams Grace(int startSec, int endSec) {
 TEST(ValidateCert, ComparesDatesWithTheirGrace) {
   const TestCert cert("O=Val/CN=dates", nullptr);
   const int64_t start = cert.Get()->notBefore(), end = cert.Get()->notAfter();
-  struct Case { const char *what; int64_t now; int startGrace, endGrace; sxValidationRC rc; };
-  const Case cases[] = {
+  const struct { const char *what; int64_t now; int startGrace, endGrace; sxValidationRC rc; } cases[] = {
       {"first second", start, 0, 0, sxValidation_OK},
       {"explicit 0 at the start", start - 1, 0, -1, sxValidation_notYetValid},
       {"process-wide grace", start - 7200, -1, -1, sxValidation_OK},
@@ -35,7 +34,7 @@ TEST(ValidateCert, ComparesDatesWithTheirGrace) {
       {"past an end grace", end + 61, -1, 60, sxValidation_expired},
       {"sums pass 32 bits", end + 1, INT_MAX, INT_MAX, sxValidation_OK},
   };
-  for (const Case &c : cases) {
+  for (const auto &c : cases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(c.rc, sxValidateCert(cert.Get(), static_cast<long>(c.now), Grace(c.startGrace, c.endGrace)));
   }
@@ -130,8 +129,7 @@ TEST(ValidatePath, GivesEachFaultItsCodeLevelAndFact) {
 TEST(ValidatePath, ReportsTheEarliestEndAndNeedsEveryCertificate) {
   FixedClock clock(kTestNow);
   const TestCert root("O=Val/CN=root", nullptr, Expired(kTestNow + 30));
-  const TestCert upper("O=Val/CN=upper", &root, Expired(kTestNow + 10));
-  const TestCert leaf("O=Val/CN=leaf", &upper);
+  const TestCert upper("O=Val/CN=upper", &root, Expired(kTestNow + 10)), leaf("O=Val/CN=leaf", &upper);
   sxCerts chain = SetOf({&leaf, &upper, &root});
   int level = 0;
   long expiration = 0;
@@ -173,8 +171,7 @@ class ValCerts : public testing::Test {
   }
 
   FixedClock clock{kTestNow};
-  const TestCert root{"O=Val/CN=root", nullptr, CaOptions()};
-  const TestCert inside{"O=Val/OU=in/CN=leaf", &root};
+  const TestCert root{"O=Val/CN=root", nullptr, CaOptions()}, inside{"O=Val/OU=in/CN=leaf", &root};
   const TestCert outside{"O=Val/OU=out/CN=leaf", &root};
   sxRootCA *constrained = ConstrainedRoot(root);
   sxd_env *env = reinterpret_cast<sxd_env *>(&clock);   // only handed on

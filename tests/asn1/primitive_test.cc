@@ -114,8 +114,7 @@ TEST(sxAsnNull, TakesAnyElementOfLengthZero) {
   EXPECT_EQ("NULL\n", Printed(value));
 }
 
-struct OidCase { const char *what; const char *hex; int bufLen; int rc; const char *text; };
-constexpr OidCase kOidCases[] = {
+constexpr struct { const char *what; const char *hex; int bufLen; int rc; const char *text; } kOidCases[] = {
     {"fits", "06062a864886f70d", 20, 0, "1.2.840.113549"},
     {"too long", "06092a864886f70d010101", 20, -1, "1.2.840.113549.1?"},
     {"one more would fit", "06092a864886f70d010101", 21, -1, "1.2.840.113549.1.1?"},
@@ -129,7 +128,7 @@ constexpr OidCase kOidCases[] = {
 };
 
 TEST(sxAsnOid, PrintsDottedText) {
-  for (const OidCase &c : kOidCases) {
+  for (const auto &c : kOidCases) {
     SCOPED_TRACE(c.what);
     const LogCapture log;
     sxAsnOid oid;

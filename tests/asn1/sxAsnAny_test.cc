@@ -222,15 +222,14 @@ TEST(Modules, RegisterOnce) {
   EXPECT_EQ(13, sxAsnAny::FindByOid(*OidOf("1.3.14.3.2.7"))->anyId);
 }
 
-struct ExternalCase { const char *what; const char *hex; int choiceId; };
-constexpr ExternalCase kExternalCases[] = {
+constexpr struct { const char *what; const char *hex; int choiceId; } kExternalCases[] = {
     {"ASN.1 type", "280906022a03a003020105", sxAsnEXTERNALChoice::single_ASN1_typeCid},
     {"octets", "2806020107810141", sxAsnEXTERNALChoice::octet_alignedCid},
     {"bits, described", "280707014182020780", sxAsnEXTERNALChoice::arbitraryCid},
 };
 
 TEST(sxAsnEXTERNAL, CarriesEachEncoding) {
-  for (const ExternalCase &c : kExternalCases) {
+  for (const auto &c : kExternalCases) {
     SCOPED_TRACE(c.what);
     sxAsnEXTERNAL value;
     ASSERT_EQ(c.hex, Reencode(c.hex, value));

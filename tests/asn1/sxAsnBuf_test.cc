@@ -78,8 +78,7 @@ TEST(sxAsnWriteBuf, FillsFromItsEnd) {
 }
 
 // The failure is that of a write that does not fit.
-struct TagCase { int tagClass; int form; int code; const char *hex; const char *failure; };
-constexpr TagCase kTagCases[] = {
+constexpr struct { int tagClass; int form; int code; const char *hex; const char *failure; } kTagCases[] = {
     {kUniversal, kConstructed, 16, "30", " error can't write to buf code < 31"},
     {kPrivate, kConstructed, 30, "fe", " error can't write to buf code < 31"},
     {kContext, kPrimitive, 31, "9f1f", " error can't write to buf code < 0x7f "},
@@ -93,7 +92,7 @@ constexpr TagCase kTagCases[] = {
 };
 
 TEST(Tag, WritesAndReadsEveryLength) {
-  for (const TagCase &c : kTagCases) {
+  for (const auto &c : kTagCases) {
     SCOPED_TRACE(c.code);
     const LogCapture log;
     Writer w(8);
@@ -122,8 +121,7 @@ TEST(Tag, RefusesWhatHasNoEnd) {
   EXPECT_TRUE(log.Has("asn-tag BDecTag error tag value to long before  offset = 4"));
 }
 
-struct LenCase { const char *what; const char *hex; int len; int count; const char *failure; };
-constexpr LenCase kLenCases[] = {
+constexpr struct { const char *what; const char *hex; int len; int count; const char *failure; } kLenCases[] = {
     {"nothing", "", -1, 0, "BDecLen: Decoded couldn't get byte offset = 0"},
     {"none", "00", 0, 1, nullptr},
     {"all that follows", "02 0000", 2, 1, nullptr},
@@ -139,7 +137,7 @@ constexpr LenCase kLenCases[] = {
 };
 
 TEST(Length, Reads) {
-  for (const LenCase &c : kLenCases) {
+  for (const auto &c : kLenCases) {
     SCOPED_TRACE(c.what);
     const LogCapture log;
     Reader r(c.hex);
@@ -149,8 +147,7 @@ TEST(Length, Reads) {
   }
 }
 
-struct EncLenCase { int len; const char *hex; const char *failure; };
-constexpr EncLenCase kEncLenCases[] = {
+constexpr struct { int len; const char *hex; const char *failure; } kEncLenCases[] = {
     {0, "00", "BEncDefLen can't put byte to buf len < 0x80 "},
     {0x7F, "7f", "BEncDefLen can't put byte to buf len < 0x80 "},
     {0x80, "8180", "BEncDefLen can't put byte to buf len < 0x100 "},
@@ -164,7 +161,7 @@ constexpr EncLenCase kEncLenCases[] = {
 };
 
 TEST(Length, WritesTheFewestOctets) {
-  for (const EncLenCase &c : kEncLenCases) {
+  for (const auto &c : kEncLenCases) {
     SCOPED_TRACE(c.len);
     const LogCapture log;
     Writer w(8);
@@ -197,8 +194,7 @@ TEST(EndOfContents, ReadsAndWrites) {
   EXPECT_TRUE(log.Has("BEncIndefLen can't write to buffer"));
 }
 
-struct RawLenCase { const char *what; const char *hex; int all; int len; };
-constexpr RawLenCase kRawLenCases[] = {
+constexpr struct { const char *what; const char *hex; int all; int len; } kRawLenCases[] = {
     {"one element", "3003020105 05", 0, 5},
     {"contents up to the marker", "040141 0401 42 0000 05", 1, 8},
     {"no contents", "0000", 1, 2},
@@ -210,7 +206,7 @@ constexpr RawLenCase kRawLenCases[] = {
 };
 
 TEST(RawLen, MeasuresWithoutMoving) {
-  for (const RawLenCase &c : kRawLenCases) {
+  for (const auto &c : kRawLenCases) {
     SCOPED_TRACE(c.what);
     Reader r(c.hex);
     EXPECT_EQ(c.len, RawLen(r.buf, c.all));

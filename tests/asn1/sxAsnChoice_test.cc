@@ -77,8 +77,7 @@ TEST(sxAsnChoice, DirectoryNameHasAnExplicitTag) {
   }
 }
 
-struct FallBackCase { const char *what; const char *hex; int choiceId; };
-constexpr FallBackCase kFallBackCases[] = {
+constexpr struct { const char *what; const char *hex; int choiceId; } kFallBackCases[] = {
     {"a list of extensions", "300b3009060355040f04020500", sxASN_AttributeValue::extensionsCid},
     {"another SEQUENCE", "3003020105", sxASN_AttributeValue::otherCid},
     {"another SEQUENCE, indefinite", "30803080020105000000 00", sxASN_AttributeValue::otherCid},
@@ -87,7 +86,7 @@ constexpr FallBackCase kFallBackCases[] = {
 };
 
 TEST(sxAsnChoice, FallsBackToTheRawElement) {
-  for (const FallBackCase &c : kFallBackCases) {
+  for (const auto &c : kFallBackCases) {
     SCOPED_TRACE(c.what);
     sxASN_AttributeValue value;
     const std::string expected = EncodeHex(DecodeHex(c.hex));

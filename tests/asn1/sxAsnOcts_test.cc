@@ -71,8 +71,7 @@ TEST(sxAsnOcts, NestsToTheLimit) {
   }
 }
 
-struct StringCase { const sxAsnTypeInfo *info; const char *name; int tag; };
-constexpr StringCase kStringCases[] = {
+constexpr struct { const sxAsnTypeInfo *info; const char *name; int tag; } kStringCases[] = {
     {&sxAsnObjectDescriptor::kInfo, "sxAsnObjectDescriptor", 7},
     {&sxAsnUTF8String::kInfo, "sxAsnUTF8String", 12},
     {&sxAsnNumericString::kInfo, "sxAsnNumericString", 18},
@@ -92,7 +91,7 @@ constexpr StringCase kStringCases[] = {
 };
 
 TEST(sxAsnOcts, StringClassesDifferInNameAndTagOnly) {
-  for (const StringCase &c : kStringCases) {
+  for (const auto &c : kStringCases) {
     SCOPED_TRACE(c.name);
     const std::unique_ptr<sxAsnType> value(c.info->create());
     EXPECT_STREQ(c.name, value->TypeName());

@@ -8,8 +8,7 @@
 
 namespace {
 
-struct SuffixCase { const char *what; const char *name; const char *suffix; int isSub; int equal; };
-constexpr SuffixCase kSuffixCases[] = {
+constexpr struct { const char *what; const char *name; const char *suffix; int isSub; int equal; } kSuffixCases[] = {
     {"last RDNs of the text", "CN=x,O=y,C=z", "O=y,C=z", 1, 0},
     {"swapped", "O=y,C=z", "CN=x,O=y,C=z", 0, 0},
     {"another order", "CN=x,O=y,C=z", "C=z,O=y", 0, 0},
@@ -29,7 +28,7 @@ constexpr SuffixCase kSuffixCases[] = {
 };
 
 TEST(DnCompare, SuffixAndEquality) {
-  for (const SuffixCase &c : kSuffixCases) {
+  for (const auto &c : kSuffixCases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(c.isSub, sxDN_contains_suffix(c.name, c.suffix));
     EXPECT_EQ(c.equal, sxDN_cmp_strings(c.name, c.suffix));
@@ -85,8 +84,7 @@ TEST(DnCompare, EqualNamesHaveEqualHashes) {
   };
   int numEqual = 0;
   for (int i = 0; i < 20000; ++i) {
-    const sxDN a = name();
-    const sxDN b = name();
+    const sxDN a = name(), b = name();
     ASSERT_NE(nullptr, a.GetStr());
     ASSERT_EQ(a.Equal(b), b.Equal(a)) << a.GetStr() << " and " << b.GetStr();
     if (!a.Equal(b)) continue;

@@ -132,8 +132,7 @@ TEST(DnParse, TokenizerGivesOneRdnAndTheRest) {
 }
 
 // The alternative and octets of the value that a text becomes.
-struct ValueCase { const char *what; const sxAsnOid *type; const char *text; int choice; };
-const ValueCase kValueCases[] = {
+const struct { const char *what; const sxAsnOid *type; const char *text; int choice; } kValueCases[] = {
     {"letters and digits", &sxASN_id_at_commonName, "azAZ09", sxASN_AttributeValue::printableStringCid},
     {"the other printable characters", &sxASN_id_at_commonName, "'\"()+,-./:=? ",
      sxASN_AttributeValue::printableStringCid},
@@ -147,7 +146,7 @@ const ValueCase kValueCases[] = {
 };
 
 TEST(DnParse, ChoosesTheStringTypeByTheText) {
-  for (const ValueCase &c : kValueCases) {
+  for (const auto &c : kValueCases) {
     SCOPED_TRACE(c.what);
     const std::unique_ptr<sxASN_AttributeValue> value(sxStr2AttrVal(*c.type, c.text));
     ASSERT_NE(nullptr, value);

@@ -106,8 +106,7 @@ constexpr EqualCase kEqualCases[] = {
 TEST(DnValue, ComparesByMeaning) {
   for (const EqualCase &c : kEqualCases) {
     SCOPED_TRACE(c.what);
-    const sxDN a = NameWith(c.tagA, c.hexA);
-    const sxDN b = NameWith(c.tagB, c.hexB);
+    const sxDN a = NameWith(c.tagA, c.hexA), b = NameWith(c.tagB, c.hexB);
     EXPECT_EQ(c.equal, a.Equal(b));
     EXPECT_EQ(c.equal, b == a);
     EXPECT_EQ(!c.equal, a != b);

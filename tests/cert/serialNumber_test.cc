@@ -15,8 +15,7 @@ std::unique_ptr<sxAsnInt> FromHex(const char *hex) {
   return std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), static_cast<int>(octets.size())));
 }
 
-struct SerialCase { const char *what; const char *content; const char *octets; };
-constexpr SerialCase kSerialCases[] = {
+constexpr struct { const char *what; const char *content; const char *octets; } kSerialCases[] = {
     {"zero is one octet", "00", "00"},
     {"one octet", "7F", "7f"},
     {"a sign octet goes", "0080", "80"},
@@ -30,7 +29,7 @@ constexpr SerialCase kSerialCases[] = {
 };
 
 TEST(SerialNumber, GivesItsOctets) {
-  for (const SerialCase &c : kSerialCases) {
+  for (const auto &c : kSerialCases) {
     SCOPED_TRACE(c.what);
     const std::unique_ptr<sxAsnInt> serial = FromHex(c.content);
     ASSERT_NE(nullptr, serial);

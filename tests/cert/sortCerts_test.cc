@@ -16,10 +16,8 @@ uint64_t NumVerified() { return sxSignatureCache_Stats().hits + sxSignatureCache
 // A root, two sub-CAs and a leaf.
 class SortCerts : public testing::Test {
  protected:
-  const TestCert root{"O=Sort/CN=root", nullptr, CaOptions()};
-  const TestCert upper{"O=Sort/CN=upper", &root, CaOptions()};
-  const TestCert lower{"O=Sort/CN=lower", &upper, CaOptions()};
-  const TestCert leaf{"O=Sort/CN=leaf", &lower};
+  const TestCert root{"O=Sort/CN=root", nullptr, CaOptions()}, upper{"O=Sort/CN=upper", &root, CaOptions()};
+  const TestCert lower{"O=Sort/CN=lower", &upper, CaOptions()}, leaf{"O=Sort/CN=leaf", &lower};
 };
 
 TEST_F(SortCerts, PutsAnyOrderIntoPathOrder) {
@@ -62,10 +60,8 @@ TEST_F(SortCerts, StartsWithASelfIssuedMemberOnlyWhenNothingElseIsLeft) {
 }
 
 TEST_F(SortCerts, EndsLoopsOfCrossSignedMembers) {
-  const TestCert a("O=Loop/CN=a", nullptr, CaOptions());
-  const TestCert b("O=Loop/CN=b", &a, CaOptions());
-  const TestCert aByB("O=Loop/CN=a", &b, CaOptions({.keyOf = &a}));
-  const TestCert end("O=Loop/CN=end", &b);
+  const TestCert a("O=Loop/CN=a", nullptr, CaOptions()), b("O=Loop/CN=b", &a, CaOptions());
+  const TestCert aByB("O=Loop/CN=a", &b, CaOptions({.keyOf = &a})), end("O=Loop/CN=end", &b);
   sxCerts certs = SetOf({&b, &aByB, &end});
   EXPECT_EQ(0, sxCerts_Sort(certs));
   EXPECT_THAT(Members(certs), ElementsAre(end.Get(), b.Get(), aByB.Get()));
@@ -77,10 +73,8 @@ TEST_F(SortCerts, EndsLoopsOfCrossSignedMembers) {
 // Two CAs of one name, of which the second one signed.
 TEST(SortCertsCandidates, ChoosesByKeyIdentifierThenByKeyThenByOrder) {
   const TestCertOptions withIds = CaOptions({.keyIds = true});
-  const TestCert top("O=Two/CN=top", nullptr, withIds);
-  const TestCert wrong("O=Two/CN=ca", &top, withIds);
-  const TestCert right("O=Two/CN=ca", &top, withIds);
-  const TestCert leaf("O=Two/CN=leaf", &right, {.keyIds = true});
+  const TestCert top("O=Two/CN=top", nullptr, withIds), wrong("O=Two/CN=ca", &top, withIds);
+  const TestCert right("O=Two/CN=ca", &top, withIds), leaf("O=Two/CN=leaf", &right, {.keyIds = true});
   sxCerts certs = SetOf({&wrong, &right, &top, &leaf});
   const uint64_t numVerified = NumVerified();
   EXPECT_EQ(-1, sxCerts_Sort(certs));
@@ -92,8 +86,7 @@ TEST(SortCertsCandidates, ChoosesByKeyIdentifierThenByKeyThenByOrder) {
   EXPECT_EQ(-1, sxCerts_Sort(byKey));
   EXPECT_THAT(Members(byKey), ElementsAre(plainLeaf.Get(), right.Get()));
 
-  const TestCert other("O=Two/CN=other", nullptr);
-  const TestCert byNone("O=Two/CN=leaf", &other, {.issuerName = "O=Two/CN=ca"});
+  const TestCert other("O=Two/CN=other", nullptr), byNone("O=Two/CN=leaf", &other, {.issuerName = "O=Two/CN=ca"});
   sxCerts byOrder = SetOf({&wrong, &right, &byNone});
   EXPECT_EQ(-1, sxCerts_Sort(byOrder));
   EXPECT_THAT(Members(byOrder), ElementsAre(byNone.Get(), wrong.Get()));
@@ -102,8 +95,7 @@ TEST(SortCertsCandidates, ChoosesByKeyIdentifierThenByKeyThenByOrder) {
 // Hundreds of CAs that issue each other by name alone: each step has hundreds of candidates, and none
 // verifies. The memory of signatures counts what was asked of it.
 TEST(SortCertsCandidates, BoundsTheVerificationsOfAHostileSet) {
-  const TestCert signer("O=Many/CN=signer", nullptr);
-  const TestCert key("O=Many/CN=key", nullptr);
+  const TestCert signer("O=Many/CN=signer", nullptr), key("O=Many/CN=key", nullptr);
   TestCertOptions options[2];
   options[0].issuerName = "O=Many/CN=b";
   options[1].issuerName = "O=Many/CN=a";

@@ -119,11 +119,8 @@ TEST(sxCert, KnowsItsFields) {
   EXPECT_TRUE(cert.GetBasicConstraint()->IsCA());
   ASSERT_NE(nullptr, cert.AuthorityKeyId());
   EXPECT_TRUE(cert.AuthorityKeyId()->KIdBuf() == cert.SubjectKeyId()->KIdBuf());
-  EXPECT_EQ(nullptr, cert.AltNames());
-  EXPECT_EQ(nullptr, cert.ExtKeyUsage());
-  EXPECT_EQ(nullptr, cert.DistPoints());
-  EXPECT_EQ(nullptr, cert.AuthInfoAccess());
-  EXPECT_EQ(nullptr, cert.UnhandledCritExt());
+  EXPECT_TRUE(cert.AltNames() == nullptr && cert.ExtKeyUsage() == nullptr && cert.DistPoints() == nullptr);
+  EXPECT_TRUE(cert.AuthInfoAccess() == nullptr && cert.UnhandledCritExt() == nullptr);
 }
 
 TEST(sxCert, TellsDerFromPem) {
@@ -274,11 +271,9 @@ TEST(sxCert, NamesNeedNoText) {
 
 TEST(sxCert, AnUnhandledCriticalExtensionIsNoted) {
   const TestCert made("CN=a", nullptr, CaOptions({.criticalUnknown = true}));
-  char dotted[32];
   ASSERT_EQ(1, made.Get()->OK());
   ASSERT_NE(nullptr, made.Get()->UnhandledCritExt());
-  EXPECT_EQ(0, made.Get()->UnhandledCritExt()->GetStr(dotted, sizeof dotted));
-  EXPECT_STREQ("1.2.3.4.5", dotted);
+  EXPECT_TRUE(made.Get()->UnhandledCritExt()->OidEquiv(sxAsnOid({1, 2, 3, 4, 5})));
 }
 
 TEST(sxCert, EqualOctetsAreEqual) {
@@ -417,19 +412,15 @@ TEST(sxCert, ReadsGeneratedCertificatesAsOpensslDoes) {
              "; openssl req -new -nodes -newkey rsa:2048 -keyout key -subj /CN=v1 -out csr 2>/dev/null; "
              "openssl x509 -req -in csr -signkey key -set_serial 5 -out v1.pem 2>/dev/null");
   EXPECT_EQ(7, CompareFiles(at + "*.pem"));
+
+  make("edwards", "ed25519", "-subj /CN=ed");
+  kxBinBuf octets;
+  ASSERT_EQ(0, sxCert_AsnBufFromFile(dir.File("edwards.pem").c_str(), octets, nullptr));
+  EXPECT_STREQ("Not RSA key", sxCert(octets.Data(), octets.Len()).Error().getstr());
 }
 
 TEST(sxCert, ReadsPublicRootsAsOpensslDoes) {
   EXPECT_GT(CompareFiles("/usr/share/ca-certificates/mozilla/*.crt"), 100);
-}
-
-TEST(sxCert, RefusesEdwardsKeys) {
-  const TempDir dir;
-  RunCommand("openssl req -x509 -nodes -newkey ed25519 -keyout " + dir.File("key") + " -out " + dir.File("c.pem") +
-             " -subj /CN=ed 2>/dev/null");
-  kxBinBuf octets;
-  ASSERT_EQ(0, sxCert_AsnBufFromFile(dir.File("c.pem").c_str(), octets, nullptr));
-  EXPECT_STREQ("Not RSA key", sxCert(octets.Data(), octets.Len()).Error().getstr());
 }
 
 TEST(sxCert, SupportsTheKeyAlgorithmsOfItsList) {

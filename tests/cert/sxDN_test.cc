@@ -259,8 +259,7 @@ TEST(sxDN, ManyThreadsReadOneName) {
   const Octets der = NameOf({Ava("1.2.3", kUtf8, Text("c")), Ava(kO, 0x1E, DecodeHex("006F")),
                              Ava(kCN, kUtf8, Text("\xC3\xA4"))});
   for (int round = 0; round < 20; ++round) {
-    const sxDN dn = FromDer(der);
-    const sxDN other("CN=\xC3\xA4,O=o,OID.1.2.3=c");
+    const sxDN dn = FromDer(der), other("CN=\xC3\xA4,O=o,OID.1.2.3=c");
     OnThreads(8, [&dn, &other](int) {
       char cn[8];
       EXPECT_EQ("CN=\xC3\xA4,O=o,OID.1.2.3=c", TextOf(dn));

@@ -150,15 +150,14 @@ TEST(sxExtensionsList, ComposesAllOrNothing) {
   std::unique_ptr<sxASN_Extensions> composed(out);
   EXPECT_EQ("3011300f0603551d130101ff04053003010100", EncodeHex(*composed));
 
-  struct Case { const char *what; const sxAsnOid *oid; sxExtension *ext; std::string kind; };
-  const Case kCases[] = {
+  const struct { const char *what; const sxAsnOid *oid; sxExtension *ext; std::string kind; } kCases[] = {
       {"no row", &sxASN_id_ce_certificatePolicies, new sxKeyUsage(1), ""},
       {"no object", &sxASN_id_ce_keyUsage, nullptr, ""},
       {"another kind", &sxASN_id_ce_keyUsage, new sxBasicConstraint(true, 0), " of type: Basic Constraint"},
       {"names of the other kind", &sxASN_id_ce_subjectAltName, new sxExtGN(kExtNameDistPoints, sxGeneralNames()),
        " of type: CRL distribution Points"},
   };
-  for (const Case &c : kCases) {
+  for (const auto &c : kCases) {
     SCOPED_TRACE(c.what);
     sxExtensionsList worse(list);
     worse.Add(c.oid, 0, c.ext);

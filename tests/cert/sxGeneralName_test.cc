@@ -30,8 +30,7 @@ std::string StrOf(const sxGeneralName &name) {
   return {text.getstr(), static_cast<size_t>(text.length())};
 }
 
-struct DerCase { const char *what; const char *hex; int kind; const char *text; };
-constexpr DerCase kDerCases[] = {
+constexpr struct { const char *what; const char *hex; int kind; const char *text; } kDerCases[] = {
     {"e-mail", "8103614062", 1, "a@b"},
     {"DNS", "8203682e65", 2, "h.e"},
     {"DNS, empty", "8200", 2, ""},
@@ -55,7 +54,7 @@ constexpr DerCase kDerCases[] = {
 };
 
 TEST(sxGeneralName, ReadsAsn1AndWritesItBack) {
-  for (const DerCase &c : kDerCases) {
+  for (const auto &c : kDerCases) {
     SCOPED_TRACE(c.what);
     const sxGeneralName name = FromDer(c.hex);
     ASSERT_EQ(c.kind, name.GetType());

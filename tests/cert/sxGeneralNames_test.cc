@@ -45,8 +45,7 @@ TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
 
 TEST(sxGeneralNames, MatchesAnyWithAny) {
   const sxGeneralNames names = DnsNames({"a", "b"});
-  const sxGeneralName b = Dns("b");
-  const sxGeneralName c = Dns("c");
+  const sxGeneralName b = Dns("b"), c = Dns("c");
   EXPECT_EQ(1, names.Match(&b));
   EXPECT_EQ(0, names.Match(&c));
   EXPECT_EQ(1, names.Match(DnsNames({"c", "b"})));
@@ -59,8 +58,7 @@ TEST(sxGeneralNames, FindsTheFirstOfAKind) {
   const sxAsnOid otherOid({1, 2, 3});
   const sxAsnOid principalOid(sxASN_id_principalName);   // equal by value, another object
   sxGeneralNames names = DnsNames({"a", "b"});
-  const sxGeneralName other(&otherOid, "o", 1);
-  const sxGeneralName principal(&sxASN_id_principalName, "p", 1);
+  const sxGeneralName other(&otherOid, "o", 1), principal(&sxASN_id_principalName, "p", 1);
   names.Add(&other);
   names.Add(&principal);
   EXPECT_EQ(names.Get(0), names.GetFirstOfType(sxGN_dns));
@@ -85,8 +83,7 @@ TEST(sxGeneralNames, PrintsTitleAndNamesAtOneIndent) {
 
 TEST(sxDNList, EncodesDecodesAndPrints) {
   sxDNList list;
-  const sxDN first("CN=a,C=DE");
-  const sxDN second("O=b");
+  const sxDN first("CN=a,C=DE"), second("O=b");
   list.Add(&first);
   list.Add(nullptr);
   list.Add(&second);

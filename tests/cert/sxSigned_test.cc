@@ -80,8 +80,7 @@ TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
       SCOPED_TRACE(std::string(key) + " " + digest);
       const CertRef cert = NewCert(key, digest);
       ASSERT_NE(nullptr, cert);
-      const CertRef changedBody = WithSerialChanged(*cert);
-      const CertRef changedSignature = WithLastOctetChanged(*cert);
+      const CertRef changedBody = WithSerialChanged(*cert), changedSignature = WithLastOctetChanged(*cert);
       ASSERT_TRUE(changedBody != nullptr && changedSignature != nullptr);
       sxPubKey *const other = isRsa ? otherRsa->PubKey() : otherEc.Get()->PubKey();
       sxPubKey *const otherFamily = isRsa ? otherEc.Get()->PubKey() : otherRsa->PubKey();

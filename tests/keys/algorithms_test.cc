@@ -10,15 +10,14 @@
 namespace {
 
 // Dotted texts stand here again on purpose: they come from the RFCs, not from the tables.
-struct SignCase { const char *dotted; int mdType; int ecdsa; };
-constexpr SignCase kSignCases[] = {
+constexpr struct { const char *dotted; int mdType; int ecdsa; } kSignCases[] = {
     {"1.2.840.113549.1.1.4", 1, 0},  {"1.2.840.113549.1.1.5", 2, 0},  {"1.2.840.113549.1.1.11", 5, 0},
     {"1.2.840.113549.1.1.12", 6, 0}, {"1.2.840.113549.1.1.13", 7, 0}, {"1.2.840.10045.4.1", 2, 1},
     {"1.2.840.10045.4.3.2", 5, 1},   {"1.2.840.10045.4.3.3", 6, 1},   {"1.2.840.10045.4.3.4", 7, 1},
 };
 
 TEST(Algorithms, MapSignaturesBothWays) {
-  for (const SignCase &c : kSignCases) {
+  for (const auto &c : kSignCases) {
     SCOPED_TRACE(c.dotted);
     const sxAsnOid *oid = SignOID_By_MD(c.mdType, c.ecdsa);
     ASSERT_NE(nullptr, oid);

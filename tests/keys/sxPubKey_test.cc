@@ -73,8 +73,7 @@ TEST(sxPubKey, FlatFunctionsRefuseNull) {
 TEST(sxPubKey, EqualSaysWhatDiffers) {
   LogCapture log;
   const auto make = [](const char *octets) { return PubKeyRef(new sxPubKey(new ExportingKey(octets))); };
-  const PubKeyRef abc = make("abc"), same = make("abc"), abd = make("abd"), longer = make("abcd");
-  const PubKeyRef none = make("");
+  const PubKeyRef abc = make("abc"), same = make("abc"), abd = make("abd"), longer = make("abcd"), none = make("");
   auto *imp = new ExportingKey("abc");
   imp->m_broken = true;
   const PubKeyRef broken(new sxPubKey(imp));
@@ -105,8 +104,7 @@ TEST(sxPubKey, HashCoversKindAndPublicOctets) {
   EXPECT_EQ(key->PublicKeyHash(), key->ID());
   EXPECT_EQ(kPublicKeyHashLen, key->IdLen());
 
-  const PubKeyRef rsa = RsaTestKey(1024);
-  const PubKeyRef itsPublicPart = PublicPart(*rsa);
+  const PubKeyRef rsa = RsaTestKey(1024), itsPublicPart = PublicPart(*rsa);
   EXPECT_EQ(EncodeHex(rsa->PublicKeyHash(), kPublicKeyHashLen),
             EncodeHex(itsPublicPart->PublicKeyHash(), kPublicKeyHashLen));
 }

@@ -56,8 +56,11 @@ void AddUnknownExtension(X509 *cert) {
 }  // namespace
 
 TestCert::TestCert(const char *subject, const TestCert *issuer, const TestCertOptions &options) {
-  m_key = options.keyOf != nullptr ? options.keyOf->m_key
-                                   : std::shared_ptr<EVP_PKEY>(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"), EVP_PKEY_free);
+  if (options.keyOf != nullptr) {
+    m_key = options.keyOf->m_key;
+  } else {
+    m_key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"), EVP_PKEY_free);
+  }
   const X509Ptr cert(X509_new());
   const X509Ptr issuerCert = issuer != nullptr ? Decode(*issuer->m_cert) : nullptr;
   X509 *const above = issuerCert != nullptr ? issuerCert.get() : cert.get();

@@ -148,6 +148,14 @@ TEST(sxAsnOcts, Prints) {
             "  7f 80 \n"
             "  a line of 20 letters\n"
             "  ..\n", Printed(value, 1));
+
+  const LogCapture log;   // Herror writes the same lines there
+  value.Set("AB");
+  value.Herror(1);
+  const unsigned char octets[] = {0x41, 0x42};
+  HexPrint(nullptr, octets, 2, 0, 1);
+  PrintStr(nullptr, octets, 2, 2, 1);
+  EXPECT_EQ((std::vector<std::string>{"Octet String", "  41 42 ", "  AB", "41 42 ", "    AB"}), log.Lines());
 }
 
 TEST(Print, LimitsIndentAndHexOctets) {
@@ -166,16 +174,6 @@ TEST(Print, LimitsIndentAndHexOctets) {
   char shown[4];
   ToStr(reinterpret_cast<const unsigned char *>("\x1f~\xff"), shown, 3);
   EXPECT_STREQ(".~.", shown);
-}
-
-TEST(Print, HerrorWritesTheSameLinesToTheLog) {
-  const LogCapture log;
-  sxAsnOcts value(reinterpret_cast<const unsigned char *>("AB"));
-  value.Herror(1);
-  const unsigned char octets[] = {0x41, 0x42};
-  HexPrint(nullptr, octets, 2, 0, 1);
-  PrintStr(nullptr, octets, 2, 2, 1);
-  EXPECT_EQ((std::vector<std::string>{"Octet String", "  41 42 ", "  AB", "41 42 ", "    AB"}), log.Lines());
 }
 
 }  // namespace

@@ -194,7 +194,8 @@ TEST(sxAsnSequence, SaysWhichElementDidNotEncode) {
   EXPECT_EQ(0, sxASN_EncodeBuf(value, area, 32, len, 1));
   EXPECT_EQ("301e" UTC1 UTC2, EncodeHex(reinterpret_cast<unsigned char *>(area), 32));
   struct { int size; const char *text; } kTight[] = {
-      {29, "attempt to encoded notBefore Content failed"}, {30, "sxASN_Validity::BEnc: attempt to encoded length failed"},
+      {29, "attempt to encoded notBefore Content failed"},
+      {30, "sxASN_Validity::BEnc: attempt to encoded length failed"},
       {31, "sxASN_Validity::BEnc: attempt to encoded tag failed"}};
   for (const auto &tight : kTight) {
     EXPECT_EQ(-1, sxASN_EncodeBuf(value, area, tight.size, len, 1));

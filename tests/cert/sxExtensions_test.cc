@@ -239,7 +239,8 @@ TEST(sxExtGN, PlainReaderAgreesWithTheCodec) {
 }
 
 TEST(sxExtKeyID, PrintsSerialsOfEveryLength) {
-  for (const char *serial : {"00", "7f", "00 80", "ff", "80", "ff 7f", "7f ff ff ff", "80 00 00 00", "01 02 03 04 05"}) {
+  for (const char *serial :
+       {"00", "7f", "00 80", "ff", "80", "ff 7f", "7f ff ff ff", "80 00 00 00", "01 02 03 04 05"}) {
     SCOPED_TRACE(serial);
     const auto len = static_cast<unsigned char>(DecodeHex(serial).size());
     const std::string hex = EncodeHex({0x30, static_cast<unsigned char>(len + 2), 0x82, len}) + serial;

@@ -34,9 +34,6 @@ TEST(Pkcs1, WritesDigestInfoAsTheTreeDoes) {
       EXPECT_EQ(TreeDigestInfo(md, digest), Octets(info.Data(), info.Data() + info.Len()));
     }
   }
-}
-
-TEST(Pkcs1, RefusesADigestInfoOfUnknownKind) {
   const LogCapture log;
   const unsigned char digest[20] = {};
   kxBinBuf info(digest, 3);

@@ -12,7 +12,7 @@
 namespace {
 
 TEST(BlackList, HoldsTheSerialsOfCertificates) {
-  const TestCert withLong("O=Black/CN=long", nullptr, {.serial = "8FEDCBA987654321"});   // encoded with a leading zero octet
+  const TestCert withLong("O=Black/CN=long", nullptr, {.serial = "8FEDCBA987654321"});   // and a leading zero octet
   const TestCert withShort("O=Black/CN=short", nullptr, {.serial = "0102"});
 
   sxcert_black_list *list = new sxcert_black_list(0);

@@ -20,6 +20,7 @@ constexpr struct { const char *what; const char *name; const char *suffix; int i
     {"of no name", "XX=x", "", 0, 0},
     {"order within an RDN", "CN=a+OU=b,C=z", "OU=b+CN=a,C=z", 1, 1},
     {"part of an RDN", "CN=a+OU=b", "CN=a", 0, 0},
+    {"more than the RDN has", "CN=a", "CN=a+OU=b", 0, 0},
     {"a repeated assertion has one partner", "CN=a+CN=a+CN=b", "CN=a+CN=b+CN=b", 0, 0},
     {"in the other direction", "CN=a+CN=b+CN=b", "CN=a+CN=a+CN=b", 0, 0},
     {"another type", "CN=a", "OU=a", 0, 0},

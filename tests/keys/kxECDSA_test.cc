@@ -175,6 +175,11 @@ TEST(kxECDSA, GeneratesOnKnownCurves) {
   const EcKeyRef pointless(EC_KEY_by_nid_with_precompute(415), EC_KEY_free);
   EXPECT_EQ(0, kxECDSA_is_ok(pointless.get()));
   EXPECT_EQ(0, kxECDSA_is_ok(nullptr));
+  EC_POINT *infinity = EC_POINT_new(EC_KEY_get0_group(pointless.get()));   // which a new point is at
+  EC_KEY_set_public_key(pointless.get(), infinity);
+  EC_POINT_free(infinity);
+  EXPECT_EQ(0, kxECDSA_is_ok(pointless.get()));
+  EXPECT_TRUE(log.Has("kxECDSA_imp::test_if_ok: public key is the point at infinity"));
 }
 
 TEST(kxECDSA, ReachesEachResultCode) {
@@ -289,6 +294,8 @@ TEST(kxECDSA, ImportsPointsOfTheCurveOnly) {
     } else if (c.why != nullptr) {
       EXPECT_TRUE(log.Has(c.why)) << testing::PrintToString(log.Lines());
     }
+    const Octets octets = DecodeHex(c.hex.c_str());   // the plain function agrees
+    EXPECT_EQ(ok, EcKeyRef(kxECDSA_from_buf(sxPK_public, octets.data(), LenOf(octets), c.nid), EC_KEY_free) != nullptr);
   }
 }
 

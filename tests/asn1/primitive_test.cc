@@ -13,13 +13,8 @@
 
 namespace {
 
-struct IntCase {
-  const char *what;
-  const char *hex;
-  long value;
-  const char *again;   // null: does not decode
-};
-constexpr IntCase kIntCases[] = {
+// Without again it does not decode.
+constexpr struct { const char *what; const char *hex; long value; const char *again; } kIntCases[] = {
     {"zero", "020100", 0, "020100"},
     {"largest of one octet", "02017f", 127, "02017f"},
     {"needs a sign octet", "02020080", 128, "02020080"},
@@ -44,7 +39,7 @@ constexpr IntCase kIntCases[] = {
 };
 
 TEST(sxAsnInt, DecodesAndEncodes) {
-  for (const IntCase &c : kIntCases) {
+  for (const auto &c : kIntCases) {
     SCOPED_TRACE(c.what);
     sxAsnInt value;
     EXPECT_EQ(c.again == nullptr ? "-" : c.again, Reencode(c.hex, value));

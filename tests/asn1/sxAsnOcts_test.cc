@@ -13,13 +13,8 @@
 
 namespace {
 
-struct OctsCase {
-  const char *what;
-  const char *hex;
-  const char *again;
-  const char *log;   // null: nothing to look for
-};
-constexpr OctsCase kOctsCases[] = {
+// log may be null.
+constexpr struct { const char *what; const char *hex; const char *again; const char *log; } kOctsCases[] = {
     {"primitive", "04024142", "04024142", nullptr},
     {"longer length than needed", "0481024142", "04024142", nullptr},
     {"length 0 in two octets", "048100", "0400", nullptr},
@@ -45,7 +40,7 @@ constexpr OctsCase kOctsCases[] = {
 };
 
 TEST(sxAsnOcts, DecodesBothForms) {
-  for (const OctsCase &c : kOctsCases) {
+  for (const auto &c : kOctsCases) {
     SCOPED_TRACE(c.what);
     const LogCapture log;
     sxAsnOcts value;

@@ -10,12 +10,8 @@ namespace {
 #define UTC1 "170d3236303130313030303030305a"
 #define UTC2 "170d3336303130313030303030305a"
 
-struct SequenceCase {
-  const char *what;
-  const char *hex;
-  const char *again;   // "=": the same octets; "-": refused
-  const char *log;
-};
+// again is "=" for the same octets and "-" for a refusal.
+struct SequenceCase { const char *what; const char *hex; const char *again; const char *log; };
 constexpr SequenceCase kValidityCases[] = {
     {"definite", "301e" UTC1 UTC2, "=", nullptr},
     {"indefinite", "3080" UTC1 UTC2 "0000", "301e" UTC1 UTC2, nullptr},

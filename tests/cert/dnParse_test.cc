@@ -16,12 +16,8 @@ namespace {
 
 std::string TextOf(const sxDN &dn) { return dn.GetStr() == nullptr ? "(null)" : dn.GetStr(); }
 
-struct ParseCase {
-  const char *what;
-  const char *text;
-  const char *printed;  // "(null)": no name
-};
-constexpr ParseCase kParseCases[] = {
+// What prints as "(null)" is no name.
+constexpr struct { const char *what; const char *text; const char *printed; } kParseCases[] = {
     {"keywords in any case, spaces around", "cn=Foo, o=Bar ,c=US", "CN=Foo,O=Bar,C=US"},
     {"spaces and line feeds between all parts", " \nCN \n= \nFoo \n, O=b", "CN=Foo,O=b"},
     {"semicolon and plus part assertions of one RDN", "CN=a+OU=b;O=c,C=d", "CN=a+OU=b+O=c,C=d"},
@@ -83,7 +79,7 @@ constexpr ParseCase kParseCases[] = {
 };
 
 TEST(DnParse, ReadsAndPrints) {
-  for (const ParseCase &c : kParseCases) {
+  for (const auto &c : kParseCases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(c.printed, TextOf(sxDN(c.text)));
   }
@@ -167,13 +163,8 @@ TEST(DnParse, KeywordsMapBothWays) {
 }
 
 // The setting is read once per process, so each case runs in one of its own.
-struct SettingCase {
-  const char *what;
-  const char *value;  // null: no file
-  int choice;
-  const char *logged;
-};
-constexpr SettingCase kSettingCases[] = {
+// Without value there is no file.
+constexpr struct { const char *what; const char *value; int choice; const char *logged; } kSettingCases[] = {
     {"no file", nullptr, sxASN_AttributeValue::utf8StringCid,
      "get_bc_ds_choiceID: Failed to open registry;  using default"},
     {"no such value", "(:other (1))", sxASN_AttributeValue::utf8StringCid, ""},
@@ -191,7 +182,7 @@ constexpr SettingCase kSettingCases[] = {
 
 TEST(DnParseDeathTest, TheRegistryChoosesTheStringType) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  for (const SettingCase &c : kSettingCases) {
+  for (const auto &c : kSettingCases) {
     SCOPED_TRACE(c.what);
     const TempDir dir;
     const ScopedEnv env("KXCERT_CONF_DIR", dir.Path().c_str());

@@ -16,13 +16,8 @@ sxDN NameWith(int tag, const char *hex) { return NameWith(tag, DecodeHex(hex)); 
 
 std::string OrNull(const char *text) { return text == nullptr ? "(null)" : text; }
 
-struct PrintCase {
-  const char *what;
-  int tag;
-  const char *hex;
-  const char *text;   // of GetStr
-  const char *ascii;  // of GetStr_ascii; null: the same
-};
+// text is GetStr's and ascii GetStr_ascii's; null is the same.
+struct PrintCase { const char *what; int tag; const char *hex; const char *text; const char *ascii; };
 constexpr PrintCase kPrintCases[] = {
     {"PrintableString", 0x13, "61", "CN=a", nullptr},
     {"TeletexString", 0x14, "E4", "CN=\xE4", "CN=#e4"},

@@ -102,14 +102,8 @@ TEST(sxDN, RemoveOidTakesTheRootMostRdnWithTheType) {
   }
 }
 
-struct SubCase {
-  const char *what;
-  const char *name;
-  const char *sub;
-  int rc;
-  int whole;         // 7: untouched
-  const char *left;  // "old": untouched
-};
+// whole 7 and left "old" stand for untouched.
+struct SubCase { const char *what; const char *name; const char *sub; int rc; int whole; const char *left; };
 constexpr SubCase kSubCases[] = {
     {"anywhere", "CN=a,OU=b,O=c,C=d", "C=d,OU=B", 1, 1, "CN=a,O=c"},
     {"not all of them", "CN=a,O=c", "OU=x,CN=a", 1, 0, "O=c"},

@@ -199,7 +199,9 @@ TEST(sxExtension, EachKindReadsPrintsAndWrites) {
   const auto empty = ParseAs<sxExtKeyID>(sxASN_id_ce_authorityKeyIdentifier, "3000");
   EXPECT_EQ(sxKeyId_authority, empty->KIdType());
   EXPECT_TRUE(empty->KIdBuf().IsEmpty() && empty->KIdGNs().Count() == 0 && empty->KIdSN() == nullptr);
-  EXPECT_EQ("0c026162", Composed(sxASN_id_pki_extension_device_name, sxExtDeviceData(e_DeviceName, "ab")));
+  const sxExtDeviceData device(e_DeviceName, "ab");
+  EXPECT_EQ(e_DeviceName, device.Type());
+  EXPECT_EQ("0c026162", Composed(sxASN_id_pki_extension_device_name, device));
 }
 
 // Plain DER is read without the codec. A length in five octets sends the same content through it, so

@@ -1,11 +1,9 @@
 #include "kxcert/cert/sxCRL.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <map>
 #include <random>
-#include <vector>
 
 #include "support/hexOctets.h"
 

@@ -8,12 +8,9 @@ import random
 from dataclasses import dataclass
 
 from certbuilder import *    # noqa: F403
-from signingkeys import DIGESTS, ECDSA_SIGNATURES, NULL, RSA_SIGNATURES, load_keys
+from signingkeys import DIGESTS, ECDSA_SIGNATURES, NULL, RSA_SIGNATURES
 
-KEYS = load_keys()
-ROOT_KEY, CA_KEY, LEAF_KEY, OTHER_KEY = (KEYS[f"p256-{letter}"] for letter in "abcd")
 NOW = seconds("2030-01-01")
-DN = "CN={}, O=Example, C=ZZ"
 
 
 @dataclass
@@ -33,20 +30,6 @@ def add(label, sent, trusted, leaf=None, now=NOW):
     CHAINS.append(Chain(label, list(sent), list(trusted), leaf or sent[0], now))
 
 
-def ca(cn, key=CA_KEY, issuer=None, **changes):
-    return certificate(DN.format(cn), key, issuer, **{"ca": True, "not_before": "2020-01-01",
-                                                      "not_after": "2035-01-01", **changes})
-
-
-def end_entity(issuer, **changes):
-    return certificate(DN.format("Leaf"), LEAF_KEY, issuer, **changes)
-
-
-ROOT = ca("Root", ROOT_KEY)
-ISSUER = ca("Issuer", CA_KEY, ROOT)
-LEAF = end_entity(ISSUER)
-
-
 def build(depth, changed=None, **changes):
     """Leaf, depth - 1 CAs and a root, the leaf first; @p changed is the index that gets the changes."""
     made = []
@@ -54,9 +37,9 @@ def build(depth, changed=None, **changes):
         extra = changes if index == changed else {}
         above = made[0] if made else None
         if index == 0:
-            made.insert(0, end_entity(above, **extra))
+            made.insert(0, leaf_of(above, **extra))
         else:
-            key = [CA_KEY, OTHER_KEY, ROOT_KEY][(depth - index + 2) % 3]
+            key = [ISSUER_KEY, OTHER_KEY, ROOT_KEY][(depth - index + 2) % 3]
             made.insert(0, ca("Root" if above is None else f"CA {index}", key, above, **extra))
     return made
 
@@ -82,23 +65,23 @@ def algorithms():
         root = ca("Root", KEYS["rsa-b"] if kind == "rsa" else ROOT_KEY)
         issuer = ca("Issuer", key, root)
         for digest in digests:
-            add(f"signature-{kind}-{digest}", [end_entity(issuer, digest=digest), issuer], [root])
-        add(f"signature-{kind}-altered", [end_entity(issuer, altered=True), issuer], [root])
-        add(f"signature-{kind}-root", [end_entity(root)], [root])
+            add(f"signature-{kind}-{digest}", [leaf_of(issuer, digest=digest), issuer], [root])
+        add(f"signature-{kind}-altered", [leaf_of(issuer, altered=True), issuer], [root])
+        add(f"signature-{kind}-root", [leaf_of(root)], [root])
     for index in range(4):
         one_changed(f"altered-{index}-of-4", index, depth=4, altered=True)
     one_changed("altered-root", 2, altered=True)
     other = ca("Issuer", OTHER_KEY, ROOT)
-    add("signed-by-other-key", [end_entity(other), ISSUER], [ROOT])
+    add("signed-by-other-key", [leaf_of(other), ISSUER], [ROOT])
     sha1 = ISSUER.key.algorithm("sha1")
     leaf_changed("algorithms-claim-other-digest", algorithm=sha1)
     leaf_changed("algorithms-differ", wrap=lambda tbs, algorithm, signature: sequence(tbs, sha1, signature))
     leaf_changed("ecdsa-parameters-null", algorithm=sequence(oid("1.2.840.10045.4.3.2"), NULL))
     rsa = ca("Issuer", KEYS["rsa-a"], ROOT)
     add("rsa-parameters-absent",
-        [end_entity(rsa, algorithm=sequence(oid("1.2.840.113549.1.1.11"))), rsa], [ROOT])
+        [leaf_of(rsa, algorithm=sequence(oid("1.2.840.113549.1.1.11"))), rsa], [ROOT])
     add("rsa-sha1-by-oiw",
-        [end_entity(rsa, digest="sha1", algorithm=sequence(oid("1.3.14.3.2.29"), NULL)), rsa], [ROOT])
+        [leaf_of(rsa, digest="sha1", algorithm=sequence(oid("1.3.14.3.2.29"), NULL)), rsa], [ROOT])
 
 
 def shapes():
@@ -125,7 +108,7 @@ def trust():
     add("pretender-trusted", [LEAF, ISSUER], [pretender])
     add("pretender-sent", [LEAF, ISSUER, pretender], [ROOT])
     add("pretender-trusted-second", [LEAF, ISSUER], [ROOT, pretender])
-    below = ca("Issuer", CA_KEY, pretender)
+    below = ca("Issuer", ISSUER_KEY, pretender)
     add("pretender-below", [LEAF, below, pretender], [ROOT])
     add("issuer-trusted", [LEAF], [ISSUER])
     add("issuer-trusted-sent", [LEAF, ISSUER, ROOT], [ISSUER])
@@ -140,7 +123,7 @@ def trust():
     old = ca("Root", ROOT_KEY, not_before="2010-01-01", not_after="2020-06-01")
     add("renewed-root", [LEAF, ISSUER, old], [ROOT])
     other = ca("Other Root", OTHER_KEY)
-    by_other = ca("Issuer", CA_KEY, other)
+    by_other = ca("Issuer", ISSUER_KEY, other)
     add("cross-issuer-first", [LEAF, by_other, ISSUER], [other])
     add("cross-issuer-second", [LEAF, ISSUER, by_other], [other])
     add("cross-issuer-both-trusted", [LEAF, ISSUER, by_other], [other, ROOT])
@@ -156,8 +139,8 @@ def trust():
     add("rekeyed-issuer-first", [LEAF, rekeyed, ISSUER], [ROOT])
     add("rekeyed-issuer-second", [LEAF, ISSUER, rekeyed], [ROOT])
     plain = [certificate(DN.format("Issuer"), key, ROOT, extensions=[basic_constraints(True)])
-             for key in (CA_KEY, OTHER_KEY)]
-    leaf = end_entity(plain[0], extensions=[])
+             for key in (ISSUER_KEY, OTHER_KEY)]
+    leaf = leaf_of(plain[0], extensions=[])
     add("rekeyed-without-ids-first", [leaf, plain[1], plain[0]], [ROOT])
     add("rekeyed-without-ids-second", [leaf, *plain], [ROOT])
 
@@ -166,42 +149,36 @@ def dates():
     for index in range(4):
         one_changed(f"expired-{index}", index, depth=3, not_before="2020-01-01", not_after="2029-12-30")
         one_changed(f"not-yet-{index}", index, depth=3, not_before="2030-01-02")
-    leaf_changed("last-second", not_after="2030-01-01 00:00:00")
-    leaf_changed("second-after", not_after="2029-12-31 23:59:59")
-    leaf_changed("first-second", not_before="2030-01-01 00:00:00")
-    leaf_changed("second-before", not_before="2030-01-01 00:00:01")
-    leaf_changed("two-hours-before", not_before="2030-01-01 02:00:00")
-    leaf_changed("more-than-two-hours-before", not_before="2030-01-01 02:00:01")
+    for label, when in (("last-second", "2030-01-01 00:00:00"), ("second-after", "2029-12-31 23:59:59")):
+        leaf_changed(label, not_after=when)
+    for label, when in (("first-second", "00:00:00"), ("second-before", "00:00:01"), ("two-hours-before", "02:00:00"),
+                        ("more-than-two-hours-before", "02:00:01")):
+        leaf_changed(label, not_before=f"2030-01-01 {when}")
     leaf_changed("never-valid", not_before="2031-01-01", not_after="2029-01-01")
     leaf_changed("for-ever", not_after="9999-12-31 23:59:59")
     made = [ca("Root", ROOT_KEY, not_after="2060-01-01")]
-    made.insert(0, end_entity(made[0], not_after="2060-01-01"))
+    made.insert(0, leaf_of(made[0], not_after="2060-01-01"))
     for year in (2037, 2040, 2061):
         add(f"in-{year}", made[:1], made[1:], now=seconds(f"{year}-06-01"))
 
-    def times(label, before, after, tags=(0x17, 0x17)):
-        validity = sequence(*(tlv(tag, text.encode()) for tag, text in zip(tags, (before, after))))
-        leaf_changed(label, edit=lambda parts: [*parts[:4], validity, *parts[5:]])
+    def times(label, before, after, tag=0x17):
+        validity = sequence(tlv(tag, before.encode()), tlv(tag, after.encode()))
+        leaf_changed(f"time-{label}", edit=lambda parts: [*parts[:4], validity, *parts[5:]])
 
-    sound = "310101000000Z"
-    times("time-plain", "290101000000Z", sound)
-    times("time-generalized-before-2050", "20290101000000Z", "20310101000000Z", (0x18, 0x18))
-    times("time-without-seconds", "2901010000Z", sound)
-    times("time-after-without-seconds", "290101000000Z", "3101010000Z")
-    times("time-with-offset", "290101000000+0000", sound)
-    times("time-after-with-offset", "290101000000Z", "310101000000+0000")
-    times("time-without-zone", "290101000000", sound)
-    times("time-with-fraction", "20290101000000.5Z", "20310101000000Z", (0x18, 0x18))
-    times("time-february-30", "290230000000Z", sound)
-    times("time-after-february-30", "290101000000Z", "310230000000Z")
-    times("time-month-13", "291301000000Z", sound)
-    times("time-after-month-13", "290101000000Z", "311301000000Z")
-    times("time-second-60", "290101000060Z", sound)
-    times("time-letters", "29010100000AZ", sound)
-    times("time-after-letters", "290101000000Z", "31010100000AZ")
-    times("time-empty", "", sound)
-    times("time-after-empty", "290101000000Z", "")
-    times("time-1950", "500101000000Z", sound)
+    sound = ("290101000000Z", "310101000000Z")
+    times("plain", *sound)
+    times("1950", "500101000000Z", sound[1])
+    times("without-zone", "290101000000", sound[1])
+    times("second-60", "290101000060Z", sound[1])
+    times("generalized-before-2050", "20290101000000Z", "20310101000000Z", 0x18)
+    times("with-fraction", "20290101000000.5Z", "20310101000000Z", 0x18)
+    for label, before, after in (("without-seconds", "2901010000Z", "3101010000Z"),
+                                 ("with-offset", "290101000000+0000", "310101000000+0000"),
+                                 ("february-30", "290230000000Z", "310230000000Z"),
+                                 ("month-13", "291301000000Z", "311301000000Z"),
+                                 ("letters", "29010100000AZ", "31010100000AZ"), ("empty", "", "")):
+        times(label, before, sound[1])
+        times(f"after-{label}", sound[0], after)
 
 
 def authorities():
@@ -250,9 +227,9 @@ def authorities():
     leaf_changed("leaf-is-ca", extensions=[yes, usage])
     for index, path_len in ((1, 0), (2, 0), (2, 1), (3, 0), (3, 1), (3, 2), (4, 2)):
         one_changed(f"path-length-{path_len}-at-{index}", index, depth=4, path_len=path_len)
-    tight = ca("Issuer", CA_KEY, ROOT, path_len=0)
+    tight = ca("Issuer", ISSUER_KEY, ROOT, path_len=0)
     again = certificate(DN.format("Issuer"), OTHER_KEY, tight, ca=True)
-    add("path-length-self-issued", [end_entity(again), again, tight], [ROOT])
+    add("path-length-self-issued", [leaf_of(again), again, tight], [ROOT])
 
 
 def extensions():
@@ -329,10 +306,10 @@ def names():
                                ("escaped", "CN=a\\b\"#;<>,C=ZZ", "CN=a\\b\"#;<>,C=ZZ"),
                                ("nul", "CN=CA\0x,C=ZZ", "CN=CA\0y,C=ZZ"),
                                ("empty-value", "CN=,C=ZZ", "CN=,C=ZZ")):
-        issuer = certificate(here, CA_KEY, ROOT, ca=True)
-        add(f"name-{label}", [end_entity(issuer, issuer_name=there), issuer], [ROOT])
-    nameless = certificate("", CA_KEY, ROOT, ca=True)
-    add("name-empty-issuer", [end_entity(nameless), nameless], [ROOT])
+        issuer = certificate(here, ISSUER_KEY, ROOT, ca=True)
+        add(f"name-{label}", [leaf_of(issuer, issuer_name=there), issuer], [ROOT])
+    nameless = certificate("", ISSUER_KEY, ROOT, ca=True)
+    add("name-empty-issuer", [leaf_of(nameless), nameless], [ROOT])
     alt = extension("2.5.29.17", sequence(tlv(0x82, b"example.test")), True)
     add("name-empty-subject", [certificate("", LEAF_KEY, ISSUER, more=[alt]), ISSUER], [ROOT])
 
@@ -355,14 +332,10 @@ def encodings():
     def insert(index, octets):
         return lambda parts: parts[:index] + [octets] + parts[index:]
 
-    leaf_changed("ber-outer-indefinite", wrap=indefinite)
-    leaf_changed("ber-outer-long-length", wrap=long_length)
-    leaf_changed("ber-validity-indefinite",
-                 edit=replace(4, lambda der: indefinite(der[2:])))
-    leaf_changed("ber-validity-long-length",
-                 edit=replace(4, lambda der: long_length(der[2:])))
-    leaf_changed("ber-tbs-indefinite", inner=indefinite)
-    leaf_changed("ber-tbs-long-length", inner=long_length)
+    for label, form in (("indefinite", indefinite), ("long-length", long_length)):
+        leaf_changed(f"ber-outer-{label}", wrap=form)
+        leaf_changed(f"ber-validity-{label}", edit=replace(4, lambda der, form=form: form(der[2:])))
+        leaf_changed(f"ber-tbs-{label}", inner=form)
     leaf_changed("trailing-octets", wrap=lambda *parts: sequence(*parts) + b"\0\0")
     leaf_changed("trailing-element", wrap=lambda *parts: sequence(*parts, NULL))
     leaf_changed("trailing-element-tbs", edit=lambda parts: [*parts, NULL])
@@ -373,60 +346,57 @@ def encodings():
         leaf_changed(f"serial-{label}", serial=serial)
     leaf_changed("serial-padded", edit=replace(1, tlv(0x02, b"\0\0\1")))
     leaf_changed("serial-empty", edit=replace(1, tlv(0x02)))
-    leaf_changed("signature-unused-bits", wrap=lambda tbs, algorithm, signature: sequence(
-        tbs, algorithm, bit_string(signature[3:], 1)))
-    leaf_changed("signature-empty", wrap=lambda tbs, algorithm, signature: sequence(tbs, algorithm, bit_string(b"")))
-    leaf_changed("signature-trailing-octet", wrap=lambda tbs, algorithm, signature: sequence(
-        tbs, algorithm, bit_string(signature[3:] + b"\0")))
+
+    def signed(change):
+        return {"wrap": lambda tbs, algorithm, signature: sequence(tbs, algorithm, change(signature))}
+
+    leaf_changed("signature-unused-bits", **signed(lambda signature: bit_string(signature[3:], 1)))
+    leaf_changed("signature-empty", **signed(lambda signature: bit_string(b"")))
+    leaf_changed("signature-trailing-octet", **signed(lambda signature: bit_string(signature[3:] + b"\0")))
     rsa = ca("Issuer", KEYS["rsa-a"], ROOT)
-
-    def longer(tbs, algorithm, signature):
-        return sequence(tbs, algorithm, bit_string(b"\0" + signature[5:]))
-
-    add("signature-rsa-leading-zero", [end_entity(rsa, wrap=longer), rsa], [ROOT])
-    add("signature-rsa-short", [end_entity(rsa, wrap=lambda tbs, algorithm, signature: sequence(
-        tbs, algorithm, bit_string(signature[5:-1]))), rsa], [ROOT])
+    for label, change in (("leading-zero", lambda signature: bit_string(b"\0" + signature[5:])),
+                          ("short", lambda signature: bit_string(signature[5:-1]))):
+        add(f"signature-rsa-{label}", [leaf_of(rsa, **signed(change)), rsa], [ROOT])
     leaf_changed("der-cut-short", wrap=lambda *parts: sequence(*parts)[:-1])
 
 
 def keys():
-    point = KEYS["p256-c"].compressed
-    ec, p256 = oid("1.2.840.10045.2.1"), oid("1.2.840.10045.3.1.7")
-    curve = KEYS["p256-c"].curve
-    size = 32
+    ec, p256, rsa_oid = oid("1.2.840.10045.2.1"), oid("1.2.840.10045.3.1.7"), "1.2.840.113549.1.1."
+    leaf, rsa, curve = KEYS["p256-c"], KEYS["rsa-b"], KEYS["p256-c"].curve
 
-    def spki(algorithm, octets):
-        return sequence(algorithm, bit_string(octets))
+    def spki(octets, *algorithm):
+        return sequence(sequence(*algorithm), bit_string(octets))
 
-    leaf_changed("key-compressed", spki=spki(sequence(ec, p256), point))
+    def number(value):
+        return value.to_bytes(32, "big")
+
     explicit = sequence(
         integer(1), sequence(oid("1.2.840.10045.1.1"), integer(curve.p)),
-        sequence(tlv(0x04, (curve.p - 3).to_bytes(size, "big")), tlv(0x04, curve.b.to_bytes(size, "big"))),
-        tlv(0x04, b"\4" + curve.gx.to_bytes(size, "big") + curve.gy.to_bytes(size, "big")), integer(curve.n),
-        integer(1))
-    leaf_changed("key-explicit-curve", spki=spki(sequence(ec, explicit), KEYS["p256-c"].public))
-    leaf_changed("key-not-on-curve", spki=spki(sequence(ec, p256), KEYS["p256-c"].public[:-1] + b"\0"))
-    leaf_changed("key-unknown-curve", spki=spki(sequence(ec, oid("1.3.6.1.4.1.99999.5")), point))
-    leaf_changed("key-ed25519", spki=spki(sequence(oid("1.3.101.112")), b"\x58" + b"\x66" * 31))
-    leaf_changed("key-rsa", spki=KEYS["rsa-b"].spki)
-    rsa = KEYS["rsa-b"].public
-    leaf_changed("key-rsa-parameters-absent", spki=spki(sequence(oid("1.2.840.113549.1.1.1")), rsa))
-    leaf_changed("key-rsa-named-by-signature", spki=spki(sequence(oid("1.2.840.113549.1.1.5"), NULL), rsa))
-    leaf_changed("key-rsa-pss", spki=spki(sequence(oid("1.2.840.113549.1.1.10")), rsa))
-    leaf_changed("key-rsa-malformed", spki=spki(sequence(oid("1.2.840.113549.1.1.1"), NULL), rsa[:-1]))
-    made = ca("Issuer", CA_KEY, ROOT, spki=spki(sequence(ec, p256), CA_KEY.compressed))
-    add("key-compressed-issuer", [end_entity(made), made], [ROOT])
-    made = ca("Issuer", CA_KEY, ROOT, spki=spki(sequence(ec, explicit), CA_KEY.public))
-    add("key-explicit-curve-issuer", [end_entity(made), made], [ROOT])
+        sequence(tlv(0x04, number(curve.p - 3)), tlv(0x04, number(curve.b))),
+        tlv(0x04, b"\4" + number(curve.gx) + number(curve.gy)), integer(curve.n), integer(1))
+    for label, octets in {
+            "compressed": spki(leaf.compressed, ec, p256),
+            "explicit-curve": spki(leaf.public, ec, explicit),
+            "not-on-curve": spki(leaf.public[:-1] + b"\0", ec, p256),
+            "unknown-curve": spki(leaf.compressed, ec, oid("1.3.6.1.4.1.99999.5")),
+            "ed25519": spki(b"\x58" + b"\x66" * 31, oid("1.3.101.112")),
+            "rsa": rsa.spki,
+            "rsa-parameters-absent": spki(rsa.public, oid(rsa_oid + "1")),
+            "rsa-named-by-signature": spki(rsa.public, oid(rsa_oid + "5"), NULL),
+            "rsa-pss": spki(rsa.public, oid(rsa_oid + "10")),
+            "rsa-malformed": spki(rsa.public[:-1], oid(rsa_oid + "1"), NULL)}.items():
+        leaf_changed(f"key-{label}", spki=octets)
+    for label, octets in (("compressed", spki(ISSUER_KEY.compressed, ec, p256)),
+                          ("explicit-curve", spki(ISSUER_KEY.public, ec, explicit))):
+        made = ca("Issuer", ISSUER_KEY, ROOT, spki=octets)
+        add(f"key-{label}-issuer", [leaf_of(made), made], [ROOT])
 
 
 def mixtures(count=40):
     """Sound ones and ones with a fault, of any depth, with any keys, digests and order."""
     rng = random.Random(1)
-    faults = [
-        {"altered": True}, {"not_before": "2031-06-01"}, {"not_after": "2029-06-01"},
-        {"more": [extension("1.3.6.1.4.1.99999.1", NULL, True)]},
-    ]
+    faults = [{"altered": True}, {"not_before": "2031-06-01"}, {"not_after": "2029-06-01"},
+              {"more": [extension("1.3.6.1.4.1.99999.1", NULL, True)]}]
     for number in range(count):
         depth = rng.randint(1, 6)
         faulty = rng.randrange(depth) if number % 2 else None
@@ -443,7 +413,6 @@ def mixtures(count=40):
 
 
 def all_chains():
-    if not CHAINS:
-        for group in (algorithms, shapes, trust, dates, authorities, extensions, names, encodings, keys, mixtures):
-            group()
+    for group in (algorithms, shapes, trust, dates, authorities, extensions, names, encodings, keys, mixtures):
+        group()
     return CHAINS

@@ -1,10 +1,6 @@
 // What holds for every generated class, found in one loop over all of them.
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
@@ -45,28 +41,14 @@ TEST(AllClasses, EmptyObjectEncodesOrFails) {
   }
 }
 
-// Made by tests/data/asn1/make.sh.
-TEST(AllClasses, RealFilesKeepTheirOctets) {
-  const std::string folder = KXCERT_TEST_DATA "/asn1/";
-  for (const char *name : {"rsa-cert.der", "ec-cert.der"}) {
-    const Octets octets = ReadOctets(folder + name);
-    CheckSample(sxASN_Certificate::kInfo, octets);
-    CheckChangedOctets(sxASN_Certificate::kInfo, octets);
-  }
-  CheckSample(sxASN_CertificateList::kInfo, ReadOctets(folder + "list.der"));
-}
-
-struct ExtensionRow {
-  unsigned arc;   // under id-ce, 2.5.29
-  const sxAsnTypeInfo *info;
-};
+struct ExtensionRow { unsigned arc; const sxAsnTypeInfo *info; };   // under id-ce, 2.5.29
 const ExtensionRow kExtensionRows[] = {
-    {15, &sxASN_KeyUsage::kInfo},           {17, &sxASN_GeneralNames::kInfo},
-    {19, &sxASN_BasicConstraints::kInfo},   {28, &sxASN_IssuingDistributionPoint::kInfo},
-    {30, &sxASN_NameConstraints::kInfo},    {31, &sxASN_CRLDistPointsSyntax::kInfo},
-    {32, &sxASN_CertificatePolicies::kInfo}, {33, &sxASN_PolicyMappings::kInfo},
+    {15, &sxASN_KeyUsage::kInfo},               {17, &sxASN_GeneralNames::kInfo},
+    {19, &sxASN_BasicConstraints::kInfo},       {28, &sxASN_IssuingDistributionPoint::kInfo},
+    {30, &sxASN_NameConstraints::kInfo},        {31, &sxASN_CRLDistPointsSyntax::kInfo},
+    {32, &sxASN_CertificatePolicies::kInfo},    {33, &sxASN_PolicyMappings::kInfo},
     {35, &sxASN_AuthorityKeyIdentifier::kInfo}, {36, &sxASN_PolicyConstraints::kInfo},
-    {37, &sxASN_ExtKeyUsageSyntax::kInfo},  {21, &sxASN_CRLReason::kInfo},
+    {37, &sxASN_ExtKeyUsageSyntax::kInfo},      {21, &sxASN_CRLReason::kInfo},
 };
 
 // Checks what an extension holds; returns how many classes of the table it met.
@@ -75,9 +57,7 @@ int CheckExtensions(const sxASN_Extensions &extensions) {
   for (const sxASN_Extension &extension : extensions) {
     const Octets octets(extension.extnValue->Data(), extension.extnValue->Data() + extension.extnValue->Len());
     for (const ExtensionRow &row : kExtensionRows) {
-      sxAsnOid oid;
-      oid.Set(2, 5, 29, static_cast<int>(row.arc));
-      if (!oid.OidEquiv(*extension.extnID)) continue;
+      if (!sxAsnOid({2, 5, 29, row.arc}).OidEquiv(*extension.extnID)) continue;
       CheckSample(*row.info, octets);
       ++met;
     }
@@ -88,8 +68,15 @@ int CheckExtensions(const sxASN_Extensions &extensions) {
   return met;
 }
 
-TEST(AllClasses, ExtensionsOfRealFilesKeepTheirOctets) {
+// Made by tests/data/asn1/make.sh.
+TEST(AllClasses, RealFilesAndTheirExtensionsKeepTheirOctets) {
   const std::string folder = KXCERT_TEST_DATA "/asn1/";
+  for (const char *name : {"rsa-cert.der", "ec-cert.der"}) {
+    const Octets octets = ReadOctets(folder + name);
+    CheckSample(sxASN_Certificate::kInfo, octets);
+    CheckChangedOctets(sxASN_Certificate::kInfo, octets);
+  }
+  CheckSample(sxASN_CertificateList::kInfo, ReadOctets(folder + "list.der"));
   sxASN_Certificate cert;
   ASSERT_EQ(0, DecodeOctets(ReadOctets(folder + "rsa-cert.der"), cert));
   EXPECT_EQ(10, CheckExtensions(*cert.tbsCertificate->extensions));

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <memory>
 
 #include "kxcert/asn1/sxAsnBits.h"
 #include "kxcert/asn1/sxAsnBool.h"

@@ -5,10 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "kxcert/asn1/typeByName.h"
 #include "kxcert/foundation/kxBinBuf.h"

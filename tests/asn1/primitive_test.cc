@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <string>
-#include <vector>
 
 #include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnBool.h"
@@ -15,13 +13,8 @@
 
 namespace {
 
-struct IntCase {
-  const char *what;
-  const char *hex;
-  long value;
-  const char *again;   // null: does not decode
-};
-constexpr IntCase kIntCases[] = {
+// Without again it does not decode.
+constexpr struct { const char *what; const char *hex; long value; const char *again; } kIntCases[] = {
     {"zero", "020100", 0, "020100"},
     {"largest of one octet", "02017f", 127, "02017f"},
     {"needs a sign octet", "02020080", 128, "02020080"},
@@ -46,7 +39,7 @@ constexpr IntCase kIntCases[] = {
 };
 
 TEST(sxAsnInt, DecodesAndEncodes) {
-  for (const IntCase &c : kIntCases) {
+  for (const auto &c : kIntCases) {
     SCOPED_TRACE(c.what);
     sxAsnInt value;
     EXPECT_EQ(c.again == nullptr ? "-" : c.again, Reencode(c.hex, value));
@@ -56,18 +49,15 @@ TEST(sxAsnInt, DecodesAndEncodes) {
       EXPECT_TRUE(copy.intEquiv(value));
     }
   }
+  const LogCapture log;
   sxAsnEnum value;
   EXPECT_EQ("0a0105", Reencode("0a0105", value));
   EXPECT_EQ("-", Reencode("020105", value));
-}
-
-TEST(sxAsnInt, SaysWhyItRefuses) {
-  const LogCapture log;
-  sxAsnInt value;
-  EXPECT_EQ(-1, DecodeHex("0200", value));
+  sxAsnInt number;
+  EXPECT_EQ(-1, DecodeHex("0200", number));
   EXPECT_TRUE(log.Has("sxAsnInt::BDecContent: sxAsnInt must not be with INDEFINITE length (0). offset = 2"));
   EXPECT_TRUE(log.Has("BDecPdu failed to decoded"));
-  EXPECT_EQ(-1, DecodeHex("02010000", value));
+  EXPECT_EQ(-1, DecodeHex("02010000", number));
   EXPECT_TRUE(log.Has("sxASN_DecodeBuf not all the buffer was decoded"));
 }
 
@@ -87,12 +77,10 @@ TEST(sxAsnInt, BigOctetsComeOutAsTheyWentIn) {
 }
 
 TEST(sxAsnInt, EqualNumbersAreEqualHoweverStored) {
-  const unsigned char padded[] = {0, 0, 0, 0, 9};
-  const unsigned char larger[] = {1, 0, 0, 0, 9};
+  const unsigned char padded[] = {0, 0, 0, 0, 9}, larger[] = {1, 0, 0, 0, 9};
   sxAsnInt big;
   big.Set(padded, sizeof padded);
-  EXPECT_TRUE(big.intEquiv(sxAsnInt(9)));
-  EXPECT_TRUE(sxAsnInt(9).intEquiv(big));
+  EXPECT_TRUE(big.intEquiv(sxAsnInt(9)) && sxAsnInt(9).intEquiv(big));
   EXPECT_FALSE(big.intEquiv(sxAsnInt(10)));
   big.Set(larger, sizeof larger);
   EXPECT_FALSE(big.intEquiv(sxAsnInt(9))) << "the low 32 bits alone";
@@ -121,14 +109,7 @@ TEST(sxAsnNull, TakesAnyElementOfLengthZero) {
   EXPECT_EQ("NULL\n", Printed(value));
 }
 
-struct OidCase {
-  const char *what;
-  const char *hex;
-  int bufLen;
-  int rc;
-  const char *text;
-};
-constexpr OidCase kOidCases[] = {
+constexpr struct { const char *what; const char *hex; int bufLen; int rc; const char *text; } kOidCases[] = {
     {"fits", "06062a864886f70d", 20, 0, "1.2.840.113549"},
     {"too long", "06092a864886f70d010101", 20, -1, "1.2.840.113549.1?"},
     {"one more would fit", "06092a864886f70d010101", 21, -1, "1.2.840.113549.1.1?"},
@@ -142,7 +123,7 @@ constexpr OidCase kOidCases[] = {
 };
 
 TEST(sxAsnOid, PrintsDottedText) {
-  for (const OidCase &c : kOidCases) {
+  for (const auto &c : kOidCases) {
     SCOPED_TRACE(c.what);
     const LogCapture log;
     sxAsnOid oid;
@@ -182,10 +163,8 @@ TEST(sxAsnOid, SetEncodesArcs) {
   oid.Set(static_cast<const unsigned char *>(nullptr), 3);
   EXPECT_EQ(0, oid.Len());
 
-  sxAsnOid same;
-  same.Set(2, 5, 4, 3);
-  EXPECT_TRUE(same == sxASN_id_at_commonName);
-  EXPECT_FALSE(same.OidEquiv(sxASN_id_at_countryName));
+  EXPECT_TRUE(sxAsnOid({2, 5, 4, 3}) == sxASN_id_at_commonName);
+  EXPECT_FALSE(sxAsnOid({2, 5, 4, 3}).OidEquiv(sxASN_id_at_countryName));
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // Input made to cost much.
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKCS12.h"
 #include "kxcert/asn1/modules/PKIXCMP.h"
@@ -69,20 +67,15 @@ Octets NestedMacs(int count) {   // an algorithm whose parameters name themselve
   return algorithm;
 }
 
-struct Nesting {
-  const char *what;
-  const sxAsnTypeInfo *type;
-  Octets (*make)(int count);
-  int deepest;       // that decodes: a message takes 3 of the 64 levels and its header 7, a bag 2, ...
-};
-const Nesting kNestings[] = {
+// The deepest that decodes: a message takes 3 of the 64 levels and its header 7, a bag 2, ...
+const struct { const char *what; const sxAsnTypeInfo *type; Octets (*make)(int count); int deepest; } kNestings[] = {
     {"messages", &sxASN_PKIMessage::kInfo, NestedMessages, 19},
     {"bags", &sxASN_CertBag::kInfo, NestedBags, 31},
     {"algorithms", &sxASN_AlgorithmIdentifier::kInfo, NestedMacs, 21},
 };
 
 TEST(Robustness, MessagesNestToTheLimit) {
-  for (const Nesting &nesting : kNestings) {
+  for (const auto &nesting : kNestings) {
     SCOPED_TRACE(nesting.what);
     int deepest = -1;
     for (int count = 0; count < 80; ++count) {

@@ -8,13 +8,7 @@
 
 namespace {
 
-struct BitsCase {
-  const char *what;
-  const char *hex;
-  const char *again;
-  int bitLen;
-  const char *log;
-};
+struct BitsCase { const char *what; const char *hex; const char *again; int bitLen; const char *log; };
 constexpr BitsCase kBitsCases[] = {
     {"none", "030100", "030100", 0, nullptr},
     {"nine bits", "0303078080", "0303078080", 9, nullptr},

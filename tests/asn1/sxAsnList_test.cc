@@ -82,18 +82,13 @@ TEST(sxAsnList, RemovesAtTheCursor) {
   EXPECT_EQ("[99 ] of 1 at 0", Shown(list));
 }
 
-struct ListCase {
-  const char *what;
-  const char *hex;
-  const char *again;
-  const char *log;
-};
-constexpr ListCase kListCases[] = {
+constexpr struct { const char *what; const char *hex; const char *again; const char *log; } kListCases[] = {
     {"empty", "3000", "3000", nullptr},
     {"two", "3012 3007 06022a03 040141 3007 06022a04 040142", "3012300706022a03040141300706022a04040142", nullptr},
     {"indefinite", "3080 3007 06022a03 040141 0000", "3009300706022a03040141", nullptr},
     {"empty, indefinite", "30800000", "3000", nullptr},
-    {"zero in a definite length", "300b 3007 06022a03 040141 0000", "-", "sxASN_Extensions::BDecContent Unexpected Tag"},
+    {"zero in a definite length", "300b 3007 06022a03 040141 0000", "-",
+     "sxASN_Extensions::BDecContent Unexpected Tag"},
     {"another type", "3003 020105", "-", "sxASN_Extensions::BDecContent Unexpected Tag"},
     {"a bad length", "3003 30ff05", "-", "sxASN_Extensions::BDecContent attempt to decocded length failed"},
     {"a bad element", "3005 3003 020105", "-", "sxASN_Extensions::BDecContent: attempt to decoded contnet failed"},
@@ -104,7 +99,7 @@ constexpr ListCase kListCases[] = {
 };
 
 TEST(sxAsnList, DecodesAndEncodes) {
-  for (const ListCase &c : kListCases) {
+  for (const auto &c : kListCases) {
     SCOPED_TRACE(c.what);
     const LogCapture log;
     sxASN_Extensions value;
@@ -112,10 +107,7 @@ TEST(sxAsnList, DecodesAndEncodes) {
     EXPECT_EQ(c.again, Reencode(c.hex, value));
     EXPECT_TRUE(c.log == nullptr || log.Has(c.log)) << testing::PrintToString(log.Lines());
   }
-}
-
-// A length that is negative, the indefinite form's number excepted, reads as an empty list.
-TEST(sxAsnList, NegativeLengthIsEmpty) {
+  // A length that is negative, the indefinite form's number excepted, reads as an empty list.
   sxAsnReadBuf buf;
   int count = 0;
   sxASN_Extensions list;

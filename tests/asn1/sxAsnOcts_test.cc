@@ -3,10 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "kxcert/asn1/sxAsnBits.h"
 #include "kxcert/asn1/sxAsnPrint.h"
@@ -16,13 +13,8 @@
 
 namespace {
 
-struct OctsCase {
-  const char *what;
-  const char *hex;
-  const char *again;
-  const char *log;   // null: nothing to look for
-};
-constexpr OctsCase kOctsCases[] = {
+// log may be null.
+constexpr struct { const char *what; const char *hex; const char *again; const char *log; } kOctsCases[] = {
     {"primitive", "04024142", "04024142", nullptr},
     {"longer length than needed", "0481024142", "04024142", nullptr},
     {"length 0 in two octets", "048100", "0400", nullptr},
@@ -48,25 +40,13 @@ constexpr OctsCase kOctsCases[] = {
 };
 
 TEST(sxAsnOcts, DecodesBothForms) {
-  for (const OctsCase &c : kOctsCases) {
+  for (const auto &c : kOctsCases) {
     SCOPED_TRACE(c.what);
     const LogCapture log;
     sxAsnOcts value;
     EXPECT_EQ(c.again, Reencode(c.hex, value));
     EXPECT_TRUE(c.log == nullptr || log.Has(c.log));
   }
-}
-
-TEST(sxAsnOcts, LengthZeroIsNotCounted) {
-  const unsigned char octets[] = {0x04, 0x00};
-  sxAsnReadBuf buf;
-  buf.Init(octets, 2);
-  int count = 0;
-  sxAsnOcts value(octets, 2);
-  EXPECT_EQ(1, value.BDec(buf, count));
-  EXPECT_EQ(1, count);
-  EXPECT_EQ(2, buf.GetOffset());
-  EXPECT_EQ(0, value.Len());
 }
 
 // The nesting of constructed strings: 64 levels decode, 65 do not.
@@ -86,12 +66,7 @@ TEST(sxAsnOcts, NestsToTheLimit) {
   }
 }
 
-struct StringCase {
-  const sxAsnTypeInfo *info;
-  const char *name;
-  int tag;
-};
-constexpr StringCase kStringCases[] = {
+constexpr struct { const sxAsnTypeInfo *info; const char *name; int tag; } kStringCases[] = {
     {&sxAsnObjectDescriptor::kInfo, "sxAsnObjectDescriptor", 7},
     {&sxAsnUTF8String::kInfo, "sxAsnUTF8String", 12},
     {&sxAsnNumericString::kInfo, "sxAsnNumericString", 18},
@@ -111,7 +86,7 @@ constexpr StringCase kStringCases[] = {
 };
 
 TEST(sxAsnOcts, StringClassesDifferInNameAndTagOnly) {
-  for (const StringCase &c : kStringCases) {
+  for (const auto &c : kStringCases) {
     SCOPED_TRACE(c.name);
     const std::unique_ptr<sxAsnType> value(c.info->create());
     EXPECT_STREQ(c.name, value->TypeName());
@@ -129,21 +104,31 @@ TEST(sxAsnOcts, StringClassesDifferInNameAndTagOnly) {
   }
 }
 
-TEST(sxAsnOcts, WholeElementOfAStringReturnsZero) {
-  const std::vector<unsigned char> octets = DecodeHex("0401410c0141");
+TEST(sxAsnOcts, WholeElementCountsAndReturnsOddly) {
+  const std::vector<unsigned char> octets = DecodeHex("0401410c01410400");
   sxAsnReadBuf buf;
-  buf.Init(octets.data(), 6);
+  buf.Init(octets.data(), 8);
   int count = 0;
   sxAsnOcts string;
   sxAsnUTF8String text;
   EXPECT_EQ(1, string.BDec(buf, count));
-  EXPECT_EQ(0, text.BDec(buf, count));
+  EXPECT_EQ(0, text.BDec(buf, count));   // 0 for a string type
   EXPECT_TRUE(string.OctsEquiv(text));
+  count = 0;
+  EXPECT_EQ(1, string.BDec(buf, count));
+  EXPECT_EQ(1, count) << "a length of 0 is not counted";
+  EXPECT_EQ(8, buf.GetOffset());
+  EXPECT_EQ(0, string.Len());
+}
+
+TEST(sxAsnOcts, CopiesItsOwnOctets) {
+  sxAsnOcts string;
+  sxAsnUTF8String text;
   text.ReSet("long enough to leave the object itself");
   EXPECT_FALSE(string.OctsEquiv(text));
   string.Set(text);
   EXPECT_TRUE(string.OctsEquiv(text));
-  string.Set(string.Data() + 5, 6);   // from its own octets
+  string.Set(string.Data() + 5, 6);
   EXPECT_EQ("0406656e6f756768", EncodeHex(string));
   string.Set(static_cast<const char *>(nullptr));
   EXPECT_EQ(0, string.Len());
@@ -158,6 +143,14 @@ TEST(sxAsnOcts, Prints) {
             "  7f 80 \n"
             "  a line of 20 letters\n"
             "  ..\n", Printed(value, 1));
+
+  const LogCapture log;   // Herror writes the same lines there
+  value.Set("AB");
+  value.Herror(1);
+  const unsigned char octets[] = {0x41, 0x42};
+  HexPrint(nullptr, octets, 2, 0, 1);
+  PrintStr(nullptr, octets, 2, 2, 1);
+  EXPECT_EQ((std::vector<std::string>{"Octet String", "  41 42 ", "  AB", "41 42 ", "    AB"}), log.Lines());
 }
 
 TEST(Print, LimitsIndentAndHexOctets) {
@@ -176,16 +169,6 @@ TEST(Print, LimitsIndentAndHexOctets) {
   char shown[4];
   ToStr(reinterpret_cast<const unsigned char *>("\x1f~\xff"), shown, 3);
   EXPECT_STREQ(".~.", shown);
-}
-
-TEST(Print, HerrorWritesTheSameLinesToTheLog) {
-  const LogCapture log;
-  sxAsnOcts value(reinterpret_cast<const unsigned char *>("AB"));
-  value.Herror(1);
-  const unsigned char octets[] = {0x41, 0x42};
-  HexPrint(nullptr, octets, 2, 0, 1);
-  PrintStr(nullptr, octets, 2, 2, 1);
-  EXPECT_EQ((std::vector<std::string>{"Octet String", "  41 42 ", "  AB", "41 42 ", "    AB"}), log.Lines());
 }
 
 }  // namespace

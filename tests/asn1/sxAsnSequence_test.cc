@@ -10,12 +10,8 @@ namespace {
 #define UTC1 "170d3236303130313030303030305a"
 #define UTC2 "170d3336303130313030303030305a"
 
-struct SequenceCase {
-  const char *what;
-  const char *hex;
-  const char *again;   // "=": the same octets; "-": refused
-  const char *log;
-};
+// again is "=" for the same octets and "-" for a refusal.
+struct SequenceCase { const char *what; const char *hex; const char *again; const char *log; };
 constexpr SequenceCase kValidityCases[] = {
     {"definite", "301e" UTC1 UTC2, "=", nullptr},
     {"indefinite", "3080" UTC1 UTC2 "0000", "301e" UTC1 UTC2, nullptr},
@@ -194,7 +190,8 @@ TEST(sxAsnSequence, SaysWhichElementDidNotEncode) {
   EXPECT_EQ(0, sxASN_EncodeBuf(value, area, 32, len, 1));
   EXPECT_EQ("301e" UTC1 UTC2, EncodeHex(reinterpret_cast<unsigned char *>(area), 32));
   struct { int size; const char *text; } kTight[] = {
-      {29, "attempt to encoded notBefore Content failed"}, {30, "sxASN_Validity::BEnc: attempt to encoded length failed"},
+      {29, "attempt to encoded notBefore Content failed"},
+      {30, "sxASN_Validity::BEnc: attempt to encoded length failed"},
       {31, "sxASN_Validity::BEnc: attempt to encoded tag failed"}};
   for (const auto &tight : kTight) {
     EXPECT_EQ(-1, sxASN_EncodeBuf(value, area, tight.size, len, 1));

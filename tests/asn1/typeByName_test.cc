@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 
 TEST(sxAsnFindType, TakesClassAndTypeNames) {

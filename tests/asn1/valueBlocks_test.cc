@@ -2,14 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <cstring>
-#include <memory>
-#include <thread>
-#include <vector>
 
 #include "kxcert/asn1/sxAsnInt.h"
 #include "support/heapPeak.h"
+#include "support/onThreads.h"
 
 namespace {
 
@@ -17,10 +14,7 @@ constexpr size_t kSizes[] = {1, 8, 24, 25, 40, 41, 56, 128, 199, 200, 201, 216, 
 constexpr int kCount = 3000;   // of each size: more than a thread keeps, and many pages
 constexpr long kMostKept = 256 * 1024;   // one empty page of each size, and what one thread keeps
 
-struct Block {
-  unsigned char *octets;
-  size_t size;
-};
+struct Block { unsigned char *octets; size_t size; };
 
 unsigned char Mark(size_t i) { return static_cast<unsigned char>(i * 7 + 1); }
 
@@ -54,16 +48,8 @@ TEST(ValueBlocks, AreApartAndComeBack) {
 TEST(ValueBlocks, CrossThreads) {
   std::vector<Block> blocks[4];
   const HeapPeak heap;
-  {
-    std::vector<std::thread> takers;
-    for (std::vector<Block> &taken : blocks) takers.emplace_back([&taken] { taken = TakeMany(); });
-    for (std::thread &taker : takers) taker.join();
-  }
-  {
-    std::vector<std::thread> givers;
-    for (int i = 0; i < 4; ++i) givers.emplace_back([&blocks, i] { CheckAndGive(blocks[(i + 1) % 4]); });
-    for (std::thread &giver : givers) giver.join();
-  }
+  OnThreads(4, [&blocks](int i) { blocks[i] = TakeMany(); });
+  OnThreads(4, [&blocks](int i) { CheckAndGive(blocks[(i + 1) % 4]); });
   for (std::vector<Block> &taken : blocks) std::vector<Block>().swap(taken);
   EXPECT_LT(heap.HeldNow(), kMostKept) << "both kinds of thread are gone: so are their pages";
 }
@@ -89,7 +75,7 @@ TEST(ValueBlocks, PagesInUseServeAgain) {
 
 // What a thread keeps for later is bounded, whatever it has held.
 TEST(ValueBlocks, AThreadKeepsABoundedNumber) {
-  std::thread([] {
+  OnThreads(1, [](int) {
     const HeapPeak heap;
     {
       std::vector<std::unique_ptr<sxAsnInt>> numbers;
@@ -97,7 +83,7 @@ TEST(ValueBlocks, AThreadKeepsABoundedNumber) {
       EXPECT_TRUE(heap.Bytes() == 0 || heap.Bytes() > 200000 * sizeof(sxAsnInt));
     }
     EXPECT_LT(heap.HeldNow(), kMostKept);
-  }).join();
+  });
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // Certificate files.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/hexOctets.h"
@@ -10,13 +8,8 @@
 
 namespace {
 
-struct FileCase {
-  const char *what;
-  const char *content;
-  int rc;
-  const char *octets;  // hexadecimal
-  const char *error;   // with the file's name for %s
-};
+// octets in hexadecimal; error with the file's name for %s
+struct FileCase { const char *what; const char *content; int rc; const char *octets; const char *error; };
 constexpr FileCase kFileCases[] = {
     {"as it stands", "\x30\x03\x02\x01\x05", 0, "3003020105", ""},
     {"text, too", "-----", 0, "2d2d2d2d2d", ""},

@@ -2,13 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
-#include <string>
 
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
 #include "support/logCapture.h"
+#include "support/printed.h"
 #include "support/runCommand.h"
 #include "support/scopedEnv.h"
 #include "support/tempDir.h"
@@ -19,20 +18,6 @@ namespace {
 class CertPrint : public testing::Test {
  protected:
   CertPrint() { tzset(); }
-
-  static std::string Printed(const sxCert &cert, sxCertHerrorDetails details, int indent) {
-    SxStream text;
-    cert.Sprint(&text, details, indent);
-    return text.Text();
-  }
-  // What a printing function writes to its file.
-  template <class Print>
-  std::string Written(Print print) const {
-    FILE *file = std::fopen(m_dir.File("out").c_str(), "w");
-    print(file);
-    std::fclose(file);
-    return m_dir.Read("out");
-  }
 
   const ScopedEnv m_zone{"TZ", "UTC"};
   const TempDir m_dir;
@@ -57,10 +42,10 @@ TestCertOptions Options() {
 TEST_F(CertPrint, PrintsByLevel) {
   const TestCert made("O=Ex/CN=a,b", nullptr, Options());
   const sxCert &cert = *made.Get();
-  EXPECT_EQ("\tSubject: CN=a\\,b,O=Ex\n", Printed(cert, sxCert_brief, 1));
-  EXPECT_EQ(kFull, Printed(cert, sxCert_full, 0));
+  EXPECT_EQ("\tSubject: CN=a\\,b,O=Ex\n", Sprinted(cert, sxCert_brief, 1));
+  EXPECT_EQ(kFull, Sprinted(cert, sxCert_full, 0));
   LogCapture log;
-  EXPECT_EQ(kFull, Printed(cert, sxCert_full_key, 0));
+  EXPECT_EQ(kFull, Sprinted(cert, sxCert_full_key, 0));
   ASSERT_LT(1U, log.Lines().size());
   EXPECT_NE(std::string::npos, log.Lines()[0].find("PubKey:"));
 }
@@ -71,28 +56,25 @@ TEST_F(CertPrint, IndentsEveryLine) {
   options.keyUsage = "keyCertSign";
   options.criticalUnknown = true;
   const TestCert made("O=Ex/CN=a,b", nullptr, options);
-  const std::string text = Printed(*made.Get(), sxCert_full, 2);
+  const std::string text = Sprinted(*made.Get(), sxCert_full, 2);
   size_t numLines = 0;
   for (size_t pos = 0; pos < text.size(); pos = text.find('\n', pos) + 1, ++numLines) {
     EXPECT_EQ("\t\t", text.substr(pos, 2)) << text.substr(pos);
   }
   EXPECT_LT(8U, numLines);
-  EXPECT_NE(std::string::npos,
-            text.find("\n\t\tUnhandled critical extension 1.2.3.4.5\n\t\tSerial Number: "));
-  SxStream extensions;
-  made.Get()->Extensions().Sprint(&extensions, 2);
-  ASSERT_LT(0, extensions.Length());
-  EXPECT_TRUE(text.ends_with("(256 bits)\n" + extensions.Text())) << text;
+  EXPECT_NE(std::string::npos, text.find("\n\t\tUnhandled critical extension 1.2.3.4.5\n\t\tSerial Number: "));
+  const std::string extensions = Sprinted(made.Get()->Extensions(), 2);
+  ASSERT_NE("", extensions);
+  EXPECT_TRUE(text.ends_with("(256 bits)\n" + extensions)) << text;
 }
 
 TEST_F(CertPrint, SaysWhyThereIsNothingToPrint) {
-  EXPECT_EQ("\tError: Empty data\n", Printed(sxCert(nullptr, 0), sxCert_full, 1));
-  EXPECT_EQ("Error: Empty data\n", Printed(sxCert(nullptr, 0), sxCert_brief, 0));
+  EXPECT_EQ("\tError: Empty data\n", Sprinted(sxCert(nullptr, 0), sxCert_full, 1));
+  EXPECT_EQ("Error: Empty data\n", Sprinted(sxCert(nullptr, 0), sxCert_brief, 0));
   SxStream text;
   const unsigned char octets[] = {0x30, 0x00};
   sxCert_Sprint_certbuf(&text, octets, 2, 1);
-  const std::string expected =
-      "\tError: Error decoding buffer after trying both DER and Base64 formats\n";
+  const std::string expected = "\tError: Error decoding buffer after trying both DER and Base64 formats\n";
   EXPECT_EQ(expected, text.Text());
   sxCert_Sprint_certbuf(&text, octets, 0, 1);
   sxCert_Sprint_certbuf(&text, nullptr, 2, 1);
@@ -103,11 +85,11 @@ TEST_F(CertPrint, SaysWhyThereIsNothingToPrint) {
 TEST_F(CertPrint, WritesToFilesAndToTheLog) {
   const TestCert made("O=Ex/CN=a,b", nullptr, Options());
   const sxCert &cert = *made.Get();
-  EXPECT_EQ(kFull, Written([&](FILE *file) { cert.Fprint(file, sxCert_full, 0); }));
-  EXPECT_EQ(kFull, Written([&](FILE *file) {
+  EXPECT_EQ(kFull, Fprinted(cert, sxCert_full, 0));
+  EXPECT_EQ(kFull, Captured([&](FILE *file) {
               sxCert_Fprint_certbuf(file, cert.GetBuf(), static_cast<int>(cert.BufLen()), 0);
             }));
-  EXPECT_EQ("", Written([&](FILE *file) { sxCert_Fprint_certbuf(file, nullptr, 0, 0); }));
+  EXPECT_EQ("", Captured([&](FILE *file) { sxCert_Fprint_certbuf(file, nullptr, 0, 0); }));
   testing::internal::CaptureStdout();
   cert.Fprint(nullptr, sxCert_brief, 0);
   EXPECT_EQ("Subject: CN=a\\,b,O=Ex\n", testing::internal::GetCapturedStdout());
@@ -130,14 +112,12 @@ TEST_F(CertPrint, WritesToFilesAndToTheLog) {
 }
 
 TEST_F(CertPrint, SetsPrintTheirMembers) {
-  const TestCert a("CN=a", nullptr);
-  const TestCert b("CN=b", nullptr);
+  const TestCert a("CN=a", nullptr), b("CN=b", nullptr);
   sxCerts certs = SetOf({&a, &b, &a});
   certs.Del(0);
   EXPECT_EQ("\tOurs: 2 certificates\n\t\tSubject: CN=b\n\n\t\tSubject: CN=a\n\n",
-            Written([&](FILE *file) { certs.Fprint(file, "Ours", sxCert_brief, 1); }));
-  EXPECT_EQ("0 certificates\n",
-            Written([&](FILE *file) { sxCerts().Fprint(file, nullptr, sxCert_brief, 0); }));
+            Fprinted(certs, "Ours", sxCert_brief, 1));
+  EXPECT_EQ("0 certificates\n", Fprinted(sxCerts(), nullptr, sxCert_brief, 0));
   LogCapture log;
   certs.Herror("Ours", sxCert_brief);
   EXPECT_TRUE(log.Has("Ours: 2 certificates"));
@@ -149,10 +129,7 @@ TEST_F(CertPrint, SetsPrintTheirMembers) {
 // The labels of the digests, with their spaces, over RSA.
 TEST_F(CertPrint, NamesTheDigest) {
   RunCommand("openssl genrsa -out " + m_dir.File("key") + " 1024 2>/dev/null");
-  const struct {
-    const char *option;
-    const char *line;
-  } kDigests[] = {
+  const struct { const char *option; const char *line; } kDigests[] = {
       {"-md5", "Signature Algorithm: RSA with MD5   Public key: RSA (1024 bits)\n"},
       {"-sha1", "Signature Algorithm: RSA with SHA-1  Public key: RSA (1024 bits)\n"},
       {"-sha384", "Signature Algorithm: RSA with SHA-384  Public key: RSA (1024 bits)\n"},
@@ -161,12 +138,10 @@ TEST_F(CertPrint, NamesTheDigest) {
   };
   for (const auto &digest : kDigests) {
     SCOPED_TRACE(digest.option);
-    const std::string der = RunCommand("openssl req -x509 -outform der -subj /CN=a -key " +
-                                       m_dir.File("key") + " " + digest.option);
-    const sxCert cert(reinterpret_cast<const unsigned char *>(der.data()),
-                      static_cast<unsigned>(der.size()));
-    EXPECT_NE(std::string::npos, Printed(cert, sxCert_full, 0).find(digest.line))
-        << Printed(cert, sxCert_full, 0);
+    const std::string der =
+        RunCommand("openssl req -x509 -outform der -subj /CN=a -key " + m_dir.File("key") + " " + digest.option);
+    const sxCert cert(reinterpret_cast<const unsigned char *>(der.data()), static_cast<unsigned>(der.size()));
+    EXPECT_NE(std::string::npos, Sprinted(cert, sxCert_full, 0).find(digest.line)) << Sprinted(cert, sxCert_full, 0);
   }
 }
 

@@ -64,8 +64,7 @@ TEST_F(CrlPrint, TakesPemAndSaysWhatIsNoCrl) {
   const std::string body = RunCommand("base64 -w 64 " + file);
   const std::string pem = "-----BEGIN X509 CRL-----\n" + body + "-----END X509 CRL-----\n";
   EXPECT_EQ(Printed(der, 0), Printed(Text(pem), 0));
-  EXPECT_EQ("\tError: Error decoding buffer after trying both DER and Base64 formats\n",
-            Printed(Text("no CRL"), 1));
+  EXPECT_EQ("\tError: Error decoding buffer after trying both DER and Base64 formats\n", Printed(Text("no CRL"), 1));
   EXPECT_EQ("", Printed(Octets(), 0));
   testing::internal::CaptureStdout();
   sxCert_Fprint_CRLbuf(nullptr, der.data(), LenOf(der), 0);

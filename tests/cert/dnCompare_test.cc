@@ -2,21 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <string>
 
 #include "kxcert/cert/sxDN.h"
 #include "support/derOctets.h"
 
 namespace {
 
-struct SuffixCase {
-  const char *what;
-  const char *name;
-  const char *suffix;
-  int isSub;
-  int equal;
-};
-constexpr SuffixCase kSuffixCases[] = {
+constexpr struct { const char *what; const char *name; const char *suffix; int isSub; int equal; } kSuffixCases[] = {
     {"last RDNs of the text", "CN=x,O=y,C=z", "O=y,C=z", 1, 0},
     {"swapped", "O=y,C=z", "CN=x,O=y,C=z", 0, 0},
     {"another order", "CN=x,O=y,C=z", "C=z,O=y", 0, 0},
@@ -28,6 +20,7 @@ constexpr SuffixCase kSuffixCases[] = {
     {"of no name", "XX=x", "", 0, 0},
     {"order within an RDN", "CN=a+OU=b,C=z", "OU=b+CN=a,C=z", 1, 1},
     {"part of an RDN", "CN=a+OU=b", "CN=a", 0, 0},
+    {"more than the RDN has", "CN=a", "CN=a+OU=b", 0, 0},
     {"a repeated assertion has one partner", "CN=a+CN=a+CN=b", "CN=a+CN=b+CN=b", 0, 0},
     {"in the other direction", "CN=a+CN=b+CN=b", "CN=a+CN=a+CN=b", 0, 0},
     {"another type", "CN=a", "OU=a", 0, 0},
@@ -36,7 +29,7 @@ constexpr SuffixCase kSuffixCases[] = {
 };
 
 TEST(DnCompare, SuffixAndEquality) {
-  for (const SuffixCase &c : kSuffixCases) {
+  for (const auto &c : kSuffixCases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(c.isSub, sxDN_contains_suffix(c.name, c.suffix));
     EXPECT_EQ(c.equal, sxDN_cmp_strings(c.name, c.suffix));
@@ -78,9 +71,7 @@ TEST(DnCompare, EqualNamesHaveEqualHashes) {
   constexpr unsigned kSeed = 20240601;
   SCOPED_TRACE(kSeed);
   std::mt19937 random(kSeed);
-  const auto pick = [&random](const char *const(&parts)[6]) {
-    return std::string(parts[random() % 6]);
-  };
+  const auto pick = [&random](const char *const(&parts)[6]) { return std::string(parts[random() % 6]); };
   const auto name = [&] {
     std::string text;
     for (unsigned i = random() % 3 + 1; i > 0; --i) {
@@ -94,8 +85,7 @@ TEST(DnCompare, EqualNamesHaveEqualHashes) {
   };
   int numEqual = 0;
   for (int i = 0; i < 20000; ++i) {
-    const sxDN a = name();
-    const sxDN b = name();
+    const sxDN a = name(), b = name();
     ASSERT_NE(nullptr, a.GetStr());
     ASSERT_EQ(a.Equal(b), b.Equal(a)) << a.GetStr() << " and " << b.GetStr();
     if (!a.Equal(b)) continue;

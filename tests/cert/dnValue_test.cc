@@ -1,8 +1,6 @@
 // Values of attributes: how each string type prints, and which are equal.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "kxcert/cert/sxDN.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
@@ -18,28 +16,19 @@ sxDN NameWith(int tag, const char *hex) { return NameWith(tag, DecodeHex(hex)); 
 
 std::string OrNull(const char *text) { return text == nullptr ? "(null)" : text; }
 
-struct PrintCase {
-  const char *what;
-  int tag;
-  const char *hex;
-  const char *text;   // of GetStr
-  const char *ascii;  // of GetStr_ascii; null: the same
-};
+// text is GetStr's and ascii GetStr_ascii's; null is the same.
+struct PrintCase { const char *what; int tag; const char *hex; const char *text; const char *ascii; };
 constexpr PrintCase kPrintCases[] = {
     {"PrintableString", 0x13, "61", "CN=a", nullptr},
     {"TeletexString", 0x14, "E4", "CN=\xE4", "CN=#e4"},
     {"UTF8String", 0x0C, "C3A4", "CN=\xC3\xA4", "CN=#c3a4"},
     {"IA5String", 0x16, "7E7F", "CN=~\x7F", nullptr},
     {"a control character", 0x0C, "611F", "CN=a\x1F", "CN=#611f"},
-    {"eight characters are escaped", 0x0C, "2C2B3D0A3C3E233B", "CN=\\,\\+\\=\\\n\\<\\>\\#\\;",
-     "CN=#2c2b3d0a3c3e233b"},
-    {"backslash, quote and spaces at the ends are not", 0x0C, "205C22612020", "CN= \\\"a  ",
-     nullptr},
+    {"eight characters are escaped", 0x0C, "2C2B3D0A3C3E233B", "CN=\\,\\+\\=\\\n\\<\\>\\#\\;", "CN=#2c2b3d0a3c3e233b"},
+    {"backslash, quote and spaces at the ends are not", 0x0C, "205C22612020", "CN= \\\"a  ", nullptr},
     {"an empty value", 0x0C, "", "CN=", nullptr},
-    {"BMPString of one, two and three octets", 0x1E, "006100E420AC", "CN=a\xC3\xA4\xE2\x82\xAC",
-     "CN=#61c3a4e282ac"},
-    {"its limits", 0x1E, "007F008007FF0800", "CN=\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80",
-     "CN=#7fc280dfbfe0a080"},
+    {"BMPString of one, two and three octets", 0x1E, "006100E420AC", "CN=a\xC3\xA4\xE2\x82\xAC", "CN=#61c3a4e282ac"},
+    {"its limits", 0x1E, "007F008007FF0800", "CN=\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80", "CN=#7fc280dfbfe0a080"},
     {"surrogates are units", 0x1E, "D83DDE00", "CN=\xED\xA0\xBD\xED\xB8\x80", "CN=#eda0bdedb880"},
     {"BMPString of odd length", 0x1E, "0061AB", "CN=#0061ab", nullptr},
     {"UniversalString", 0x1C, "00000061", "CN=#00000061", nullptr},
@@ -75,8 +64,7 @@ TEST(DnValue, LogsWhatIsOdd) {
 
 // One value without text takes the whole name's text away, wherever it stands.
 TEST(DnValue, AValueWithoutTextLeavesNoTextAndNoEqual) {
-  const Octets der = NameOf(
-      {Ava(kO, kPrintable, Text("o")), Ava(kC, 0x04, Text("x")), Ava(kCN, kUtf8, Text("a"))});
+  const Octets der = NameOf({Ava(kO, kPrintable, Text("o")), Ava(kC, 0x04, Text("x")), Ava(kCN, kUtf8, Text("a"))});
   const sxDN dn(der.data(), LenOf(der));
   EXPECT_EQ(3, dn.Count());
   EXPECT_EQ(nullptr, dn.GetStr());
@@ -87,14 +75,7 @@ TEST(DnValue, AValueWithoutTextLeavesNoTextAndNoEqual) {
   EXPECT_TRUE(dn.IsSub(sxDN("O=o")));
 }
 
-struct EqualCase {
-  const char *what;
-  int tagA;
-  const char *hexA;
-  int tagB;
-  const char *hexB;
-  bool equal;
-};
+struct EqualCase { const char *what; int tagA; const char *hexA; int tagB; const char *hexB; bool equal; };
 constexpr EqualCase kEqualCases[] = {
     {"the same", 0x13, "6162", 0x13, "6162", true},
     {"another string type", 0x13, "6162", 0x0C, "6162", true},
@@ -120,8 +101,7 @@ constexpr EqualCase kEqualCases[] = {
 TEST(DnValue, ComparesByMeaning) {
   for (const EqualCase &c : kEqualCases) {
     SCOPED_TRACE(c.what);
-    const sxDN a = NameWith(c.tagA, c.hexA);
-    const sxDN b = NameWith(c.tagB, c.hexB);
+    const sxDN a = NameWith(c.tagA, c.hexA), b = NameWith(c.tagB, c.hexB);
     EXPECT_EQ(c.equal, a.Equal(b));
     EXPECT_EQ(c.equal, b == a);
     EXPECT_EQ(!c.equal, a != b);

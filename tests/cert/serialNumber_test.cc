@@ -1,8 +1,6 @@
 // Serial numbers as octets.
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCert.h"
@@ -17,12 +15,7 @@ std::unique_ptr<sxAsnInt> FromHex(const char *hex) {
   return std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), static_cast<int>(octets.size())));
 }
 
-struct SerialCase {
-  const char *what;
-  const char *content;
-  const char *octets;
-};
-constexpr SerialCase kSerialCases[] = {
+constexpr struct { const char *what; const char *content; const char *octets; } kSerialCases[] = {
     {"zero is one octet", "00", "00"},
     {"one octet", "7F", "7f"},
     {"a sign octet goes", "0080", "80"},
@@ -36,7 +29,7 @@ constexpr SerialCase kSerialCases[] = {
 };
 
 TEST(SerialNumber, GivesItsOctets) {
-  for (const SerialCase &c : kSerialCases) {
+  for (const auto &c : kSerialCases) {
     SCOPED_TRACE(c.what);
     const std::unique_ptr<sxAsnInt> serial = FromHex(c.content);
     ASSERT_NE(nullptr, serial);
@@ -52,22 +45,18 @@ TEST(SerialNumber, GivesItsOctets) {
   }
 }
 
-TEST(SerialNumber, RefusesNothing) {
-  LogCapture log;
-  const unsigned char octet = 1;
-  kxBinBuf buf;
-  EXPECT_EQ(nullptr, AsnIntFromBuf(nullptr, 1));
-  EXPECT_EQ(nullptr, AsnIntFromBuf(&octet, 0));
-  EXPECT_TRUE(log.Has("AsnIntFromBuf: at least one argument is invalid"));
-  EXPECT_EQ(-1, AsnInt2Buf(nullptr, nullptr, 0));
-  EXPECT_EQ(-1, AsnInt2BinBuf(nullptr, buf));
-}
-
-TEST(SerialNumber, ComparesNumbers) {
+TEST(SerialNumber, ComparesNumbersAndRefusesNothing) {
   EXPECT_EQ(1, sxCert_IsSameSerialNumber(FromHex("0000000001").get(), FromHex("01").get()));
   EXPECT_EQ(0, sxCert_IsSameSerialNumber(FromHex("00FF").get(), FromHex("FF").get()));
   EXPECT_EQ(0, sxCert_IsSameSerialNumber(nullptr, FromHex("01").get()));
   EXPECT_EQ(0, sxCert_IsSameSerialNumber(FromHex("01").get(), nullptr));
+  LogCapture log;
+  kxBinBuf buf;
+  EXPECT_EQ(nullptr, AsnIntFromBuf(nullptr, 1));
+  EXPECT_EQ(nullptr, AsnIntFromBuf(DecodeHex("01").data(), 0));
+  EXPECT_TRUE(log.Has("AsnIntFromBuf: at least one argument is invalid"));
+  EXPECT_EQ(-1, AsnInt2Buf(nullptr, nullptr, 0));
+  EXPECT_EQ(-1, AsnInt2BinBuf(nullptr, buf));
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 #include "kxcert/cert/sxCRL.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <map>
 #include <random>
-#include <vector>
 
 #include "kxcert/asn1/sxAsnOid.h"
 #include "support/hexOctets.h"

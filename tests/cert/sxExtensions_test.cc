@@ -2,26 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/textStream.h"
+#include "support/asnHex.h"
 #include "support/hexOctets.h"
+#include "support/printed.h"
 
 namespace {
 
 using ExtPtr = std::unique_ptr<sxExtension>;
-
-std::vector<unsigned char> Encoded(sxAsnType &value) {
-  kxBinBuf der;
-  EXPECT_EQ(0, sxASN_EncodeBuf(value, der, 1));
-  return {der.Data(), der.Data() + der.Len()};
-}
 
 const sxExtParser *RowOf(const sxExtParser *row, const sxAsnOid &oid) {
   while (row->oid != nullptr && !row->oid->OidEquiv(oid)) ++row;
@@ -58,21 +49,8 @@ std::string Composed(const sxAsnOid &oid, const sxExtension &ext) {
   return EncodeHex(made->extnValue->Data(), static_cast<size_t>(made->extnValue->Len()));
 }
 
-std::string Printed(const sxExtension &ext, int indent) {
-  SxStream out;
-  ext.Sprint(&out, indent);
-  return out.Text();
-}
-
 TEST(sxBasicConstraint, ReadsAndWrites) {
-  struct Case {
-    const char *what;
-    const char *hex;
-    bool parses;
-    bool isCA;
-    int pathLen;
-    const char *composed;
-  };
+  struct Case { const char *what; const char *hex; bool parses; bool isCA; int pathLen; const char *composed; };
   constexpr Case kCases[] = {
       {"empty: no CA, written with its BOOLEAN", "3000", true, false, -1, "3003010100"},
       {"CA", "30030101ff", true, true, -1, "30030101ff"},
@@ -98,20 +76,13 @@ TEST(sxBasicConstraint, ReadsAndWrites) {
     EXPECT_EQ(c.pathLen, ext->PathLen());
     EXPECT_EQ(c.composed, Composed(sxASN_id_ce_basicConstraints, *ext));
   }
-}
-
-TEST(sxBasicConstraint, PrintsLevelsOnlyWhenPresent) {
-  EXPECT_EQ("\tIs a CA\n\t0 levels\n", Printed(sxBasicConstraint(true, 0), 1));
-  EXPECT_EQ("Is not a CA\n", Printed(sxBasicConstraint(false, -1), 0));
+  EXPECT_EQ("\tIs a CA\n\t0 levels\n", Sprinted(sxBasicConstraint(true, 0), 1));
+  EXPECT_EQ("Is not a CA\n", Sprinted(sxBasicConstraint(false, -1), 0));
   EXPECT_EQ(-1, sxBasicConstraint(true, -7).PathLen());
 }
 
 TEST(sxKeyUsage, WritesNoTrailingZeroBits) {
-  struct Case {
-    const char *hex;
-    unsigned bits;
-    const char *composed;
-  };
+  struct Case { const char *hex; unsigned bits; const char *composed; };
   constexpr Case kCases[] = {
       {"030100", 0, "030100"},
       {"03020780", 0x1, "03020780"},             // digitalSignature
@@ -134,9 +105,8 @@ TEST(sxKeyUsage, NamesEveryBit) {
   EXPECT_EQ(
       "\tKey Usage: digitalSignature,nonRepudiation,keyEncipherment,dataEncipherment,keyAgreement,keyCertSign,"
       "cRLSign,encipherOnly,decipherOnly\n",
-      Printed(sxKeyUsage(0xFFFFFFFFU), 1));
-  EXPECT_EQ("Key Usage:\n", Printed(sxKeyUsage(0), 0));
-  EXPECT_STREQ("digitalSignature", sxKeyUsage::KeyusageStr(sxKU_digitalSignature));
+      Sprinted(sxKeyUsage(0xFFFFFFFFU), 1));
+  EXPECT_EQ("Key Usage:\n", Sprinted(sxKeyUsage(0), 0));
   EXPECT_STREQ("decipherOnly", sxKeyUsage::KeyusageStr(sxKU_decipherOnly));
 }
 
@@ -161,50 +131,83 @@ TEST(sxExtKeyUsage, MapsEveryKnownPurposeAndKeepsTheOthers) {
   EXPECT_EQ(
       "Extended Key Usage: serverAuth,clientAuth,codeSigning,emailProtection,ipsecEndSystem,ipsecTunnel,"
       "ipsecUser,timeStamping,SmartCard Logon,2.5.29.37.0\n",
-      Printed(usage, 0));
+      Sprinted(usage, 0));
   EXPECT_STREQ("bad value", sxExtKeyUsage::ExtKeyusageStr(0));
   EXPECT_STREQ("", sxExtKeyUsage::ExtKeyusageStr(10));
 
   const std::unique_ptr<sxASN_ExtKeyUsageSyntax> asn(usage.ExtKeyUsage_2_ASN());
   ASSERT_EQ(10, asn->Count());
-  EXPECT_EQ(EncodeHex(Encoded(*asn)), Composed(sxASN_id_ce_extKeyUsage, usage));
-  EXPECT_EQ(EncodeHex(Encoded(*asn)),
-            Composed(sxASN_id_ce_extKeyUsage, *Parse(sxASN_id_ce_extKeyUsage, Encoded(*asn))));
+  const std::string hex = EncodeHex(*asn);
+  EXPECT_EQ(hex, Composed(sxASN_id_ce_extKeyUsage, usage));
+  EXPECT_EQ(hex, Composed(sxASN_id_ce_extKeyUsage, *Parse(sxASN_id_ce_extKeyUsage, DecodeHex(hex.c_str()))));
 }
 
-TEST(sxExtGN, DistributionPointsKeepEveryFullName) {
-  // Two names in one point; one name with reasons and cRLIssuer; a relative name; an empty point.
-  const auto ext = ParseAs<sxExtGN>(sxASN_id_ce_cRLDistributionPoints,
-                                    "3034"
-                                    "300ca00aa008 8602613a 8602623a"
-                                    "3012a006a004 8602633a 81020780 a204a4023000"
-                                    "300ea00ca10a 30080603550403130161"
-                                    "3000");
-  ASSERT_NE(nullptr, ext);
-  EXPECT_EQ("\tCRL distribution Points:\n\tURI: a:\n\tURI: b:\n\tURI: c:\n", Printed(*ext, 1));
-  // A point for each name.
-  EXPECT_EQ("301e" "3008a006a0048602613a" "3008a006a0048602623a" "3008a006a0048602633a",
-            Composed(sxASN_id_ce_cRLDistributionPoints, *ext));
-}
+// What is read of a value, and how it is written again.
+const struct { const char *what; const sxAsnOid *oid; const char *hex; const char *printed; const char *composed; }
+    kKindCases[] = {
+        {"subject key identifier", &sxASN_id_ce_subjectKeyIdentifier, "0403010203",
+         "Subject Key Identifier:\n\tKey Id: 01 02 03\n", "="},
+        {"authority key identifier", &sxASN_id_ce_authorityKeyIdentifier, "3010 80020a0b a1058603753a78 8203008034",
+         "Authority Key Identifier:\n\tKey Id: 0a 0b\n\tAuthority issuer name:\n\t\tURI: u:x\n"
+         "\tAuthority Serial Number: 00 80 34\n", "="},
+        {"with nothing in it", &sxASN_id_ce_authorityKeyIdentifier, "3000", "Authority Key Identifier:\n", "="},
+        // Two names in one point; one name with reasons and cRLIssuer; a relative name; an empty point. There
+        // is a point for each name then.
+        {"distribution points", &sxASN_id_ce_cRLDistributionPoints,
+         "3034 300ca00aa008 8602613a 8602623a 3012a006a004 8602633a 81020780 a204a4023000"
+         "300ea00ca10a 30080603550403130161 3000",
+         "CRL distribution Points:\nURI: a:\nURI: b:\nURI: c:\n",
+         "301e 3008a006a0048602613a 3008a006a0048602623a 3008a006a0048602633a"},
+        {"a name without encoding", &sxASN_id_ce_subjectAltName, "3008 820161 8803550403",
+         "Subject Alternate names:\nDNS: a\nError in general name. type = -1\n", ""},
+        {"information access", &sxASN_id_pe_authorityInfoAccess,
+         "301d 300f06082b060105050730028603753a78 300a06022a03870401020304",
+         "Authority Info Access:\n\tCA Issuers\n\t\tURI: u:x\n\t1.2.3\n\t\tIP: 1.2.3.4\n", "="},
+        {"device identifier", &sxASN_id_pki_extension_device_id, "0c026162", "Device Id: ab\n", "="},
+        {"device type", &sxASN_id_pki_extension_device_type, "0c026162", "Device Type: ab\n", "="},
+        {"device name", &sxASN_id_pki_extension_device_name, "0c026162", "Device Name: ab\n", "="},
+        {"control characters", &sxASN_id_pki_extension_device_id, "0c0461006209", "Device Id: a.b.\n", "="},
+        {"another string type", &sxASN_id_pki_extension_device_id, "13026162", nullptr, nullptr},
+        {"issuing point", &sxASN_id_ce_issuingDistributionPoint,
+         "3019 a007a0058603753a78 8101ff 8201ff 83020780 8401ff 8501ff",
+         "Issuing Distribution Point:\n\tURI: u:x\n\tOnly user certificates\n\tOnly CA certificates\n"
+         "\tOnly attribute certificates\n\tIndirect CRL\n\tOnly some reasons\n", "="},
+        // It narrows the CRL in a way that would be lost.
+        {"a name relative to the issuer", &sxASN_id_ce_issuingDistributionPoint, "300ea00ca10a30080603550403130161",
+         nullptr, nullptr},
+};
 
-TEST(sxExtGN, WithoutNamesPrintsNothing) {
-  EXPECT_EQ("", Printed(sxExtGN(kExtNameSubjectAltName, sxGeneralNames()), 1));
-}
-
-TEST(sxExtGN, NameWithoutEncodingIsNotComposed) {
-  const auto ext = ParseAs<sxExtGN>(sxASN_id_ce_subjectAltName, "3008 820161 8803550403");
-  ASSERT_NE(nullptr, ext);
-  EXPECT_EQ("Subject Alternate names:\nDNS: a\nError in general name. type = -1\n", Printed(*ext, 0));
-  EXPECT_EQ("", Composed(sxASN_id_ce_subjectAltName, *ext));
+TEST(sxExtension, EachKindReadsPrintsAndWrites) {
+  for (const auto &c : kKindCases) {
+    SCOPED_TRACE(c.what);
+    const ExtPtr ext = Parse(*c.oid, DecodeHex(c.hex));
+    ASSERT_EQ(c.printed == nullptr, ext == nullptr);
+    if (ext == nullptr) continue;
+    EXPECT_EQ(c.printed, Sprinted(*ext, 0));
+    EXPECT_EQ(EncodeHex(DecodeHex(c.composed[0] == '=' ? c.hex : c.composed)), Composed(*c.oid, *ext));
+  }
+  EXPECT_EQ("", Sprinted(sxExtGN(kExtNameSubjectAltName, sxGeneralNames()), 1));
+  sxAuthorityInfoAccess access;
+  EXPECT_EQ("", Sprinted(access, 1));
+  access.Add(sxASN_id_ad_caIssuers, sxGeneralName(sxGN_uri, "u:x", 3));
+  EXPECT_EQ("\tAuthority Info Access:\n\t\tCA Issuers\n\t\t\tURI: u:x\n", Sprinted(access, 1));
+  EXPECT_EQ(nullptr, access.Method(1));
+  EXPECT_EQ(1, access.AuthorityInfoAccess().Count());
+  const auto subject = ParseAs<sxExtKeyID>(sxASN_id_ce_subjectKeyIdentifier, "0403010203");
+  EXPECT_EQ(sxKeyId_subject, subject->KIdType());
+  EXPECT_EQ("", Composed(sxASN_id_ce_authorityKeyIdentifier, *subject));
+  const auto empty = ParseAs<sxExtKeyID>(sxASN_id_ce_authorityKeyIdentifier, "3000");
+  EXPECT_EQ(sxKeyId_authority, empty->KIdType());
+  EXPECT_TRUE(empty->KIdBuf().IsEmpty() && empty->KIdGNs().Count() == 0 && empty->KIdSN() == nullptr);
+  const sxExtDeviceData device(e_DeviceName, "ab");
+  EXPECT_EQ(e_DeviceName, device.Type());
+  EXPECT_EQ("0c026162", Composed(sxASN_id_pki_extension_device_name, device));
 }
 
 // Plain DER is read without the codec. A length in five octets sends the same content through it, so
 // both must agree whatever one octet is changed to.
 TEST(sxExtGN, PlainReaderAgreesWithTheCodec) {
-  struct Case {
-    const sxAsnOid *oid;
-    const char *content;
-  };
+  struct Case { const sxAsnOid *oid; const char *content; };
   const Case kCases[] = {
       {&sxASN_id_ce_subjectAltName, "8203682e65 8103614062 8603753a78"},
       {&sxASN_id_ce_cRLDistributionPoints, "300ca00aa0088602613a8602623a 3008a006a0048602633a"},
@@ -229,7 +232,7 @@ TEST(sxExtGN, PlainReaderAgreesWithTheCodec) {
         ASSERT_EQ(other != nullptr, one != nullptr) << EncodeHex(plain);
         ++(one != nullptr ? numParsed : numRefused);
         if (one == nullptr) continue;
-        ASSERT_EQ(Printed(*other, 0), Printed(*one, 0)) << EncodeHex(plain);
+        ASSERT_EQ(Sprinted(*other, 0), Sprinted(*one, 0)) << EncodeHex(plain);
       }
     }
   }
@@ -237,117 +240,29 @@ TEST(sxExtGN, PlainReaderAgreesWithTheCodec) {
   EXPECT_LT(1000, numRefused);
 }
 
-TEST(sxExtKeyID, KeepsWhatIsPresent) {
-  const auto subject = ParseAs<sxExtKeyID>(sxASN_id_ce_subjectKeyIdentifier, "0403010203");
-  ASSERT_NE(nullptr, subject);
-  EXPECT_EQ(sxKeyId_subject, subject->KIdType());
-  EXPECT_EQ("\tSubject Key Identifier:\n\t\tKey Id: 01 02 03\n", Printed(*subject, 1));
-  EXPECT_EQ("0403010203", Composed(sxASN_id_ce_subjectKeyIdentifier, *subject));
-  EXPECT_EQ("", Composed(sxASN_id_ce_authorityKeyIdentifier, *subject));
-
-  const char *const whole = "3010 80020a0b a1058603753a78 8203008034";
-  const auto authority = ParseAs<sxExtKeyID>(sxASN_id_ce_authorityKeyIdentifier, whole);
-  ASSERT_NE(nullptr, authority);
-  EXPECT_EQ(sxKeyId_authority, authority->KIdType());
-  EXPECT_EQ(
-      "Authority Key Identifier:\n\tKey Id: 0a 0b\n\tAuthority issuer name:\n\t\tURI: u:x\n"
-      "\tAuthority Serial Number: 00 80 34\n",
-      Printed(*authority, 0));
-  EXPECT_EQ(EncodeHex(DecodeHex(whole)), Composed(sxASN_id_ce_authorityKeyIdentifier, *authority));
-
-  const auto empty = ParseAs<sxExtKeyID>(sxASN_id_ce_authorityKeyIdentifier, "3000");
-  ASSERT_NE(nullptr, empty);
-  EXPECT_TRUE(empty->KIdBuf().IsEmpty());
-  EXPECT_EQ(0, empty->KIdGNs().Count());
-  EXPECT_EQ(nullptr, empty->KIdSN());
-  EXPECT_EQ("3000", Composed(sxASN_id_ce_authorityKeyIdentifier, *empty));
-}
-
 TEST(sxExtKeyID, PrintsSerialsOfEveryLength) {
-  struct Case {
-    const char *serial;   // content octets
-    const char *printed;
-  };
-  constexpr Case kCases[] = {{"00", " 00"},         {"7f", " 7f"},         {"0080", " 00 80"}, {"ff", " ff"},
-                             {"80", " 80"},         {"ff7f", " ff 7f"},    {"7fffffff", " 7f ff ff ff"},
-                             {"80000000", " 80 00 00 00"}, {"0102030405", " 01 02 03 04 05"}};
-  for (const Case &c : kCases) {
-    const auto len = static_cast<unsigned char>(DecodeHex(c.serial).size());
-    const std::string hex = EncodeHex({0x30, static_cast<unsigned char>(len + 2), 0x82, len}) + c.serial;
+  for (const char *serial :
+       {"00", "7f", "00 80", "ff", "80", "ff 7f", "7f ff ff ff", "80 00 00 00", "01 02 03 04 05"}) {
+    SCOPED_TRACE(serial);
+    const auto len = static_cast<unsigned char>(DecodeHex(serial).size());
+    const std::string hex = EncodeHex({0x30, static_cast<unsigned char>(len + 2), 0x82, len}) + serial;
     const auto ext = ParseAs<sxExtKeyID>(sxASN_id_ce_authorityKeyIdentifier, hex.c_str());
     ASSERT_NE(nullptr, ext);
-    EXPECT_EQ(std::string("Authority Key Identifier:\n\tAuthority Serial Number:") + c.printed + "\n",
-              Printed(*ext, 0));
+    EXPECT_EQ(std::string("Authority Key Identifier:\n\tAuthority Serial Number: ") + serial + "\n",
+              Sprinted(*ext, 0));
   }
 }
 
-TEST(sxAuthorityInfoAccess, PairsMethodsAndLocations) {
-  sxAuthorityInfoAccess access;
-  EXPECT_EQ("", Printed(access, 1));
-  access.Add(sxASN_id_ad_caIssuers, sxGeneralName(sxGN_uri, "u:x", 3));
-  access.Add(sxAsnOid({1, 2, 3}), sxGeneralName(0x01020304UL));
-  EXPECT_EQ("\tAuthority Info Access:\n\t\tCA Issuers\n\t\t\tURI: u:x\n\t\t1.2.3\n\t\t\tIP: 1.2.3.4\n",
-            Printed(access, 1));
-  const std::string der = Composed(sxASN_id_pe_authorityInfoAccess, access);
-  EXPECT_EQ("301d" "300f06082b060105050730028603753a78" "300a06022a03870401020304", der);
-  const auto parsed = ParseAs<sxAuthorityInfoAccess>(sxASN_id_pe_authorityInfoAccess, der.c_str());
-  ASSERT_NE(nullptr, parsed);
-  EXPECT_EQ(Printed(access, 0), Printed(*parsed, 0));
-  EXPECT_EQ(nullptr, parsed->Method(2));
-  EXPECT_EQ(2, parsed->AuthorityInfoAccess().Count());
-}
-
-TEST(sxExtDeviceData, KnowsItsKindFromTheOid) {
-  struct Case {
-    const sxAsnOid *oid;
-    e_DeviceDataType type;
-    const char *printed;
-  };
-  const Case kCases[] = {{&sxASN_id_pki_extension_device_id, e_DeviceId, "\tDevice Id: ab\n"},
-                         {&sxASN_id_pki_extension_device_type, e_DeviceType, "\tDevice Type: ab\n"},
-                         {&sxASN_id_pki_extension_device_name, e_DeviceName, "\tDevice Name: ab\n"}};
-  for (const Case &c : kCases) {
-    const auto ext = ParseAs<sxExtDeviceData>(*c.oid, "0c026162");
-    ASSERT_NE(nullptr, ext);
-    EXPECT_EQ(c.type, ext->Type());
-    EXPECT_EQ(c.printed, Printed(*ext, 1));
-    EXPECT_EQ("0c026162", Composed(*c.oid, *ext));
-    EXPECT_EQ("0c026162", Composed(*c.oid, sxExtDeviceData(c.type, "ab")));
-  }
-  EXPECT_EQ(nullptr, ParseAs<sxExtDeviceData>(sxASN_id_pki_extension_device_id, "13026162"));
-  EXPECT_EQ("Device Id: a.b.\n",
-            Printed(*ParseAs<sxExtDeviceData>(sxASN_id_pki_extension_device_id, "0c0461006209"), 0));
-}
-
-TEST(sxIssuingDP, KeepsScopeAndFlags) {
-  const char *const whole = "3019 a007a0058603753a78 8101ff 8201ff 83020780 8401ff 8501ff";
-  const auto ext = ParseAs<sxIssuingDP>(sxASN_id_ce_issuingDistributionPoint, whole);
-  ASSERT_NE(nullptr, ext);
-  EXPECT_TRUE(ext->OnlyUserCerts() && ext->OnlyCACerts() && ext->OnlyAttributeCerts() && ext->IndirectCRL() &&
-              ext->HasOnlySomeReasons());
-  EXPECT_EQ(
-      "Issuing Distribution Point:\n\tURI: u:x\n\tOnly user certificates\n\tOnly CA certificates\n"
-      "\tOnly attribute certificates\n\tIndirect CRL\n\tOnly some reasons\n",
-      Printed(*ext, 0));
-  EXPECT_EQ(EncodeHex(DecodeHex(whole)), Composed(sxASN_id_ce_issuingDistributionPoint, *ext));
-
-  struct Case {
-    const char *hex;
-    bool (sxIssuingDP::*isSet)() const;
-  };
-  const Case kCases[] = {{"30038101ff", &sxIssuingDP::OnlyUserCerts},
-                         {"30038201ff", &sxIssuingDP::OnlyCACerts},
-                         {"300483020780", &sxIssuingDP::HasOnlySomeReasons},
-                         {"30038401ff", &sxIssuingDP::IndirectCRL},
-                         {"30038501ff", &sxIssuingDP::OnlyAttributeCerts}};
-  for (const Case &set : kCases) {
+TEST(sxIssuingDP, KeepsEachFlagByItself) {
+  const struct { const char *hex; bool (sxIssuingDP::*isSet)() const; } kCases[] = {
+      {"30038101ff", &sxIssuingDP::OnlyUserCerts}, {"30038201ff", &sxIssuingDP::OnlyCACerts},
+      {"300483020780", &sxIssuingDP::HasOnlySomeReasons}, {"30038401ff", &sxIssuingDP::IndirectCRL},
+      {"30038501ff", &sxIssuingDP::OnlyAttributeCerts}};
+  for (const auto &set : kCases) {
     const auto one = ParseAs<sxIssuingDP>(sxASN_id_ce_issuingDistributionPoint, set.hex);
     ASSERT_NE(nullptr, one) << set.hex;
-    for (const Case &asked : kCases) EXPECT_EQ(&asked == &set, (one.get()->*asked.isSet)()) << set.hex;
+    for (const auto &asked : kCases) EXPECT_EQ(&asked == &set, (one.get()->*asked.isSet)()) << set.hex;
   }
-  // A name relative to the issuer narrows the CRL in a way that would be lost.
-  EXPECT_EQ(nullptr, ParseAs<sxIssuingDP>(sxASN_id_ce_issuingDistributionPoint,
-                                          "300ea00ca10a30080603550403130161"));
 }
 
 TEST(sxExtension, CopiesAreOfTheirKindAndDeep) {
@@ -359,21 +274,21 @@ TEST(sxExtension, CopiesAreOfTheirKindAndDeep) {
     usage.Add(sxASN_id_kp_clientAuth);
   }
   EXPECT_STREQ("Extended Key Usage", copy.ExtName());
-  EXPECT_EQ("Extended Key Usage: serverAuth\n", Printed(copy, 0));
+  EXPECT_EQ("Extended Key Usage: serverAuth\n", Sprinted(copy, 0));
   copy = *&copy;
-  EXPECT_EQ("Extended Key Usage: serverAuth\n", Printed(copy, 0));
+  EXPECT_EQ("Extended Key Usage: serverAuth\n", Sprinted(copy, 0));
 }
 
 TEST(sxComposeExtension, LeavesItsTargetAloneOnFailure) {
   sxASN_Extension ext;
   sxAsnInt value(5);
   ASSERT_EQ(0, sxComposeExtension(value, sxASN_id_ce_keyUsage, 1, &ext));
-  EXPECT_EQ("300d0603551d0f0101ff0403020105", EncodeHex(Encoded(ext)));
+  EXPECT_EQ("300d0603551d0f0101ff0403020105", EncodeHex(ext));
   ASSERT_EQ(0, sxComposeExtension(value, *ext.extnID, 0, &ext));   // its own OID; critical goes
-  EXPECT_EQ("300a0603551d0f0403020105", EncodeHex(Encoded(ext)));
+  EXPECT_EQ("300a0603551d0f0403020105", EncodeHex(ext));
   sxASN_GeneralName empty;   // a CHOICE without a value has no encoding
   EXPECT_EQ(-1, sxComposeExtension(empty, sxASN_id_ce_keyUsage, 1, &ext));
-  EXPECT_EQ("300a0603551d0f0403020105", EncodeHex(Encoded(ext)));
+  EXPECT_EQ("300a0603551d0f0403020105", EncodeHex(ext));
   EXPECT_EQ(-1, sxComposeExtension(value, sxASN_id_ce_keyUsage, 1, nullptr));
   EXPECT_EQ(-1, sxParseExtension(value, nullptr));
 }

@@ -3,14 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"
-#include "kxcert/platform/textStream.h"
 #include "support/hexOctets.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -32,19 +30,7 @@ std::string StrOf(const sxGeneralName &name) {
   return {text.getstr(), static_cast<size_t>(text.length())};
 }
 
-std::string Printed(const sxGeneralName &name, int indent) {
-  SxStream out;
-  name.Sprint(&out, indent);
-  return out.Text();
-}
-
-struct DerCase {
-  const char *what;
-  const char *hex;
-  int kind;
-  const char *text;
-};
-constexpr DerCase kDerCases[] = {
+constexpr struct { const char *what; const char *hex; int kind; const char *text; } kDerCases[] = {
     {"e-mail", "8103614062", 1, "a@b"},
     {"DNS", "8203682e65", 2, "h.e"},
     {"DNS, empty", "8200", 2, ""},
@@ -68,7 +54,7 @@ constexpr DerCase kDerCases[] = {
 };
 
 TEST(sxGeneralName, ReadsAsn1AndWritesItBack) {
-  for (const DerCase &c : kDerCases) {
+  for (const auto &c : kDerCases) {
     SCOPED_TRACE(c.what);
     const sxGeneralName name = FromDer(c.hex);
     ASSERT_EQ(c.kind, name.GetType());
@@ -90,10 +76,6 @@ TEST(sxGeneralName, ReadsAsn1AndWritesItBack) {
     EXPECT_EQ(derLen, names.DerEncode(nullptr, 0));
     EXPECT_EQ(-1, names.DerEncode(der, derLen - 1));
   }
-}
-
-TEST(sxGeneralName, PrincipalNameRefersToTheLibrarysOid) {
-  EXPECT_EQ(&sxASN_id_principalName, FromDer("a013 060a2b060104018237140203 a005 0c03754078").GetOtherOid());
 }
 
 TEST(sxGeneralName, ConstructorsAcceptTheirKindsAlone) {
@@ -126,47 +108,42 @@ TEST(sxGeneralName, EqualityIsExact) {
   EXPECT_FALSE(host.Equal(nullptr));
   const sxGeneralName others[] = {Text(sxGN_dns, "Host.example"), Text(sxGN_uri, "host.example"),
                                   Text(sxGN_dns, "host.exampl"), sxGeneralName(sxGN_dns, "host.example\0", 13)};
-  for (const sxGeneralName &other : others) EXPECT_FALSE(host.Equal(&other)) << Printed(other, 0);
+  for (const sxGeneralName &other : others) EXPECT_FALSE(host.Equal(&other)) << Sprinted(other, 0);
 
-  const sxGeneralName ip(0xC0000201UL);
-  const sxGeneralName otherIp(0xC0000202UL);
+  const sxGeneralName ip(0xC0000201UL), otherIp(0xC0000202UL);
   EXPECT_FALSE(ip.Equal(&otherIp));
   const sxGeneralName ip6 = FromDer("8710 20010db8 00000000 00000000 00000001");
   const sxGeneralName otherIp6 = FromDer("8710 20010db8 00000000 00000000 00000002");
   EXPECT_TRUE(ip6.Equal(&ip6));
   EXPECT_FALSE(ip6.Equal(&otherIp6));
 
-  const sxDN upper("CN=A B,C=DE");
-  const sxDN lower("cn=a  b,c=de");
-  const sxGeneralName upperName(&upper);
-  const sxGeneralName lowerName(&lower);
+  const sxDN upper("CN=A B,C=DE"), lower("cn=a  b,c=de");
+  const sxGeneralName upperName(&upper), lowerName(&lower);
   EXPECT_TRUE(upperName.Equal(&lowerName));
-}
 
-TEST(sxGeneralName, OtherNamesWantTheSameOidObject) {
+  // Other names want the same OID object.
   const sxAsnOid ownOid(sxASN_id_principalName);
-  const sxGeneralName one = Principal(sxASN_id_principalName, "u@x");
-  const sxGeneralName same = Principal(sxASN_id_principalName, "u@x");
-  const sxGeneralName equalOid = Principal(ownOid, "u@x");
-  const sxGeneralName otherText = Principal(sxASN_id_principalName, "U@x");
+  const sxGeneralName one = Principal(sxASN_id_principalName, "u@x"), same = Principal(sxASN_id_principalName, "u@x");
+  const sxGeneralName equalOid = Principal(ownOid, "u@x"), otherText = Principal(sxASN_id_principalName, "U@x");
   EXPECT_TRUE(one.Equal(&same));
   EXPECT_FALSE(one.Equal(&equalOid));
   EXPECT_FALSE(one.Equal(&otherText));
+  EXPECT_EQ(&sxASN_id_principalName, FromDer("a013 060a2b060104018237140203 a005 0c03754078").GetOtherOid());
 }
 
 TEST(sxGeneralName, PrintsOneLineForEachKind) {
   const sxDN dn("CN=a,C=DE");
   const sxAsnOid unknown({1, 2, 3, 4});
-  EXPECT_EQ("\tOther Name: principalName: u@x\n", Printed(Principal(sxASN_id_principalName, "u@x"), 1));
-  EXPECT_EQ("Other Name: OID.1.2.3.4: u\n", Printed(Principal(unknown, "u"), 0));
-  EXPECT_EQ("Email: a@b\n", Printed(Text(sxGN_email, "a@b"), 0));
-  EXPECT_EQ("DNS: h\n", Printed(Text(sxGN_dns, "h"), 0));
-  EXPECT_EQ("DN: CN=a,C=DE\n", Printed(sxGeneralName(&dn), 0));
-  EXPECT_EQ("URI: u\n", Printed(Text(sxGN_uri, "u"), 0));
-  EXPECT_EQ("\t\tIP: 1.2.3.4\n", Printed(sxGeneralName(0x01020304UL), 2));
-  EXPECT_EQ("IP6: ::\n", Printed(sxGeneralName(in6_addr_kxt{}), 0));
-  EXPECT_EQ("\tError in general name. type = -1\n", Printed(sxGeneralName(), 1));
-  EXPECT_EQ("DNS: h.DNS: i.[2J\n", Printed(Text(sxGN_dns, "h\nDNS: i\x1b[2J"), 0));
+  EXPECT_EQ("\tOther Name: principalName: u@x\n", Sprinted(Principal(sxASN_id_principalName, "u@x"), 1));
+  EXPECT_EQ("Other Name: OID.1.2.3.4: u\n", Sprinted(Principal(unknown, "u"), 0));
+  EXPECT_EQ("Email: a@b\n", Sprinted(Text(sxGN_email, "a@b"), 0));
+  EXPECT_EQ("DNS: h\n", Sprinted(Text(sxGN_dns, "h"), 0));
+  EXPECT_EQ("DN: CN=a,C=DE\n", Sprinted(sxGeneralName(&dn), 0));
+  EXPECT_EQ("URI: u\n", Sprinted(Text(sxGN_uri, "u"), 0));
+  EXPECT_EQ("\t\tIP: 1.2.3.4\n", Sprinted(sxGeneralName(0x01020304UL), 2));
+  EXPECT_EQ("IP6: ::\n", Sprinted(sxGeneralName(in6_addr_kxt{}), 0));
+  EXPECT_EQ("\tError in general name. type = -1\n", Sprinted(sxGeneralName(), 1));
+  EXPECT_EQ("DNS: h.DNS: i.[2J\n", Sprinted(Text(sxGN_dns, "h\nDNS: i\x1b[2J"), 0));
 }
 
 TEST(sxGeneralName, OtherNameTextIsCutAt1255) {

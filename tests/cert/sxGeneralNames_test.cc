@@ -1,20 +1,15 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "kxcert/platform/textStream.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
+#include "support/printed.h"
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -29,18 +24,6 @@ sxGeneralNames DnsNames(const std::vector<const char *> &texts) {
   return names;
 }
 
-template <class List>
-std::string Fprinted(const List &list, const char *title, int indent) {
-  char *text = nullptr;
-  size_t textLen = 0;
-  FILE *out = open_memstream(&text, &textLen);
-  list.Fprint(out, title, indent);
-  std::fclose(out);
-  std::string printed(text, textLen);
-  std::free(text);
-  return printed;
-}
-
 TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
   sxGeneralNames names = DnsNames({"a", "b"});
   const sxGeneralName *first = names.Get(0);
@@ -51,22 +34,18 @@ TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
   names.Add_IfNotExist(&more);
   EXPECT_EQ(5, names.Count());
   EXPECT_EQ(first, names.Get(0));   // what was lent stays where it is
-  EXPECT_EQ(nullptr, names.Get(5));
-  EXPECT_EQ(nullptr, names.Get(-1));
-}
+  for (const int outside : {-1, 5}) EXPECT_EQ(nullptr, names.Get(outside));
 
-TEST(sxGeneralNames, AddingAListToItselfEnds) {
-  sxGeneralNames names = DnsNames({"a"});
+  sxGeneralNames itself = DnsNames({"a"});
   const sxGeneralName equalsNothing;
-  names.Add(&equalsNothing);
-  names.Add_IfNotExist(&names);
-  EXPECT_EQ(3, names.Count());
+  itself.Add(&equalsNothing);
+  itself.Add_IfNotExist(&itself);   // ends
+  EXPECT_EQ(3, itself.Count());
 }
 
 TEST(sxGeneralNames, MatchesAnyWithAny) {
   const sxGeneralNames names = DnsNames({"a", "b"});
-  const sxGeneralName b = Dns("b");
-  const sxGeneralName c = Dns("c");
+  const sxGeneralName b = Dns("b"), c = Dns("c");
   EXPECT_EQ(1, names.Match(&b));
   EXPECT_EQ(0, names.Match(&c));
   EXPECT_EQ(1, names.Match(DnsNames({"c", "b"})));
@@ -79,8 +58,7 @@ TEST(sxGeneralNames, FindsTheFirstOfAKind) {
   const sxAsnOid otherOid({1, 2, 3});
   const sxAsnOid principalOid(sxASN_id_principalName);   // equal by value, another object
   sxGeneralNames names = DnsNames({"a", "b"});
-  const sxGeneralName other(&otherOid, "o", 1);
-  const sxGeneralName principal(&sxASN_id_principalName, "p", 1);
+  const sxGeneralName other(&otherOid, "o", 1), principal(&sxASN_id_principalName, "p", 1);
   names.Add(&other);
   names.Add(&principal);
   EXPECT_EQ(names.Get(0), names.GetFirstOfType(sxGN_dns));
@@ -91,28 +69,21 @@ TEST(sxGeneralNames, FindsTheFirstOfAKind) {
 }
 
 TEST(sxGeneralNames, PrintsTitleAndNamesAtOneIndent) {
-  const sxGeneralNames names = DnsNames({"a", "b"});
+  const sxGeneralNames names = DnsNames({"a", "b"}), empty;
   EXPECT_EQ("\tNames:\n\tDNS: a\n\tDNS: b\n", Fprinted(names, "Names", 1));
   EXPECT_EQ("DNS: a\nDNS: b\n", Fprinted(names, nullptr, 0));
-  LogCapture log;
-  names.Herror("Names");
-  EXPECT_THAT(log.Lines(), ElementsAre("Names:\nDNS: a\nDNS: b\n"));
-}
-
-TEST(sxGeneralNames, EmptyListPrintsNothing) {
-  const sxGeneralNames empty;
   EXPECT_EQ("", Fprinted(empty, "Names", 1));
   EXPECT_EQ("", Fprinted(sxDNList(), "Names", 1));
   LogCapture log;
   empty.Herror("Names");
   sxDNList().Herror("Names");
-  EXPECT_THAT(log.Lines(), IsEmpty());
+  names.Herror("Names");
+  EXPECT_THAT(log.Lines(), ElementsAre("Names:\nDNS: a\nDNS: b\n"));
 }
 
 TEST(sxDNList, EncodesDecodesAndPrints) {
   sxDNList list;
-  const sxDN first("CN=a,C=DE");
-  const sxDN second("O=b");
+  const sxDN first("CN=a,C=DE"), second("O=b");
   list.Add(&first);
   list.Add(nullptr);
   list.Add(&second);
@@ -121,8 +92,6 @@ TEST(sxDNList, EncodesDecodesAndPrints) {
   ASSERT_LT(0, derLen);
   EXPECT_EQ(derLen, list.DerEncode(nullptr, 0));
   EXPECT_EQ(-1, list.DerEncode(der, derLen - 1));
-  ASSERT_EQ(derLen, list.DerEncode(der, sizeof der));
-
   sxDNList decoded;
   ASSERT_EQ(0, decoded.DerDecode(der, derLen));
   ASSERT_EQ(2, decoded.Count());
@@ -137,10 +106,6 @@ TEST(sxDNList, EncodesDecodesAndPrints) {
 
   for (int len = -1; len < derLen; ++len) EXPECT_EQ(-1, decoded.DerDecode(der, len)) << len;
   EXPECT_EQ(2, decoded.Count());   // as it was
-}
-
-TEST(sxDNList, HasNoEncodingWithoutName) {
-  sxDNList list;
   const sxDN noName;
   list.Add(&noName);
   EXPECT_EQ(-1, list.DerEncode(nullptr, 0));

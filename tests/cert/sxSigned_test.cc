@@ -4,10 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "cert/signatureMemory.h"
 #include "kxcert/asn1/sxAsnOid.h"
@@ -17,6 +13,7 @@
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
+#include "support/onThreads.h"
 #include "support/runCommand.h"
 #include "support/tempDir.h"
 #include "support/testPki.h"
@@ -29,8 +26,6 @@ struct FreeCert {
   void operator()(sxCert *cert) const { sxCert_Free(cert); }
 };
 using CertRef = std::unique_ptr<sxCert, FreeCert>;
-
-Octets DerOf(const sxCert &cert) { return Octets(cert.GetBuf(), cert.GetBuf() + cert.BufLen()); }
 
 CertRef Decoded(const Octets &der) { return CertRef(sxCert_Decode(der.data(), LenOf(der))); }
 
@@ -59,9 +54,8 @@ class sxSignedTest : public testing::Test {
     RunCommand(std::string("openssl ") + command + " -out " + m_dir.File(name) + " 2>/dev/null");
   }
   CertRef NewCert(const char *key, const std::string &options) const {
-    const std::string der =
-        RunCommand("openssl req -x509 -outform der -set_serial 0x010203 -subj /CN=a -key " +
-                   m_dir.File(key) + " " + options);
+    const std::string der = RunCommand("openssl req -x509 -outform der -set_serial 0x010203 -subj /CN=a -key " +
+                                       m_dir.File(key) + " " + options);
     return Decoded(Text(der));
   }
 
@@ -75,8 +69,8 @@ TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
   NewKey("p256", "ecparam -genkey -noout -name prime256v1");
   NewKey("p384", "ecparam -genkey -noout -name secp384r1");
   NewKey("p521", "ecparam -genkey -noout -name secp521r1");
-  const CertRef otherRsa = (NewKey("rsa2", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024"),
-                            NewCert("rsa2", "-sha256"));
+  const CertRef otherRsa =
+      (NewKey("rsa2", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024"), NewCert("rsa2", "-sha256"));
   const TestCert otherEc("CN=a", nullptr);
   ASSERT_NE(nullptr, otherRsa);
   for (const char *key : {"rsa", "p256", "p384", "p521"}) {
@@ -86,8 +80,7 @@ TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
       SCOPED_TRACE(std::string(key) + " " + digest);
       const CertRef cert = NewCert(key, digest);
       ASSERT_NE(nullptr, cert);
-      const CertRef changedBody = WithSerialChanged(*cert);
-      const CertRef changedSignature = WithLastOctetChanged(*cert);
+      const CertRef changedBody = WithSerialChanged(*cert), changedSignature = WithLastOctetChanged(*cert);
       ASSERT_TRUE(changedBody != nullptr && changedSignature != nullptr);
       sxPubKey *const other = isRsa ? otherRsa->PubKey() : otherEc.Get()->PubKey();
       sxPubKey *const otherFamily = isRsa ? otherEc.Get()->PubKey() : otherRsa->PubKey();
@@ -107,8 +100,7 @@ TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
 TEST_F(sxSignedTest, SaysWhyItCannotVerify) {
   LogCapture log;
   NewKey("rsa", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024");
-  const CertRef pss =
-      NewCert("rsa", "-sha256 -sigopt rsa_padding_mode:pss");  // no algorithm of the table
+  const CertRef pss = NewCert("rsa", "-sha256 -sigopt rsa_padding_mode:pss");  // no algorithm of the table
   ASSERT_NE(nullptr, pss);
   EXPECT_EQ(kKeyNotImplemented, pss->VerifySig(pss->PubKey()));
   EXPECT_TRUE(
@@ -126,23 +118,16 @@ TEST_F(sxSignedTest, KeepsItsErrorAndItsExtension) {
   sxCert cert(nullptr, 0);
   cert.SetError("other");
   EXPECT_STREQ("other", cert.Error().getstr());
-  EXPECT_EQ(nullptr, cert.UnhandledCritExt());
-  sxAsnOid oid;
-  oid.Set(1, 2, 3);
+  const sxAsnOid oid({1, 2, 3});
   cert.SetUnhandledExt(&oid);
   ASSERT_NE(nullptr, cert.UnhandledCritExt());
-  EXPECT_NE(&oid, cert.UnhandledCritExt());
+  EXPECT_NE(&oid, cert.UnhandledCritExt());   // a copy
   EXPECT_TRUE(cert.UnhandledCritExt()->OidEquiv(oid));
   cert.SetUnhandledExt(nullptr);
   EXPECT_EQ(nullptr, cert.UnhandledCritExt());
 }
 
-struct Counts {
-  uint64_t hits;
-  uint64_t misses;
-  uint32_t entries;
-  bool operator==(const Counts &) const = default;
-};
+struct Counts { uint64_t hits; uint64_t misses; uint32_t entries; bool operator==(const Counts &) const = default; };
 std::ostream &operator<<(std::ostream &out, const Counts &c) {
   return out << c.hits << " hits, " << c.misses << " misses, " << c.entries << " entries";
 }
@@ -192,9 +177,7 @@ TEST_F(sxSignedTest, RemembersSuccessesOnly) {
 }
 
 TEST_F(sxSignedTest, MemoryIsBounded) {
-  const struct {
-    uint32_t wanted, rounded;
-  } kSizes[] = {{1, 64}, {64, 64}, {65, 128}, {UINT32_MAX, 1U << 20}, {0, 0}};
+  const struct { uint32_t wanted, rounded; } kSizes[] = {{1, 64}, {64, 64}, {65, 128}, {UINT32_MAX, 1U << 20}, {0, 0}};
   for (const auto &size : kSizes) {
     sxSignatureCache_SetSize(size.wanted);
     EXPECT_EQ(size.rounded, sxSignatureCache_Stats().maxEntries);
@@ -218,20 +201,17 @@ TEST_F(sxSignedTest, MemoryIsBounded) {
 TEST_F(sxSignedTest, ManyThreadsVerifyWhileTheMemoryChanges) {
   const TestCert a("CN=a", nullptr), b("CN=b", nullptr);
   const CertRef bad = WithLastOctetChanged(*a.Get());
-  std::vector<std::thread> threads;
-  std::vector<int> failures(4);
-  for (int &failed : failures) {
-    threads.emplace_back([&a, &b, &bad, &failed] {
-      for (int i = 0; i < 50; ++i) {
-        failed += a.Get()->VerifySig(a.Get()->PubKey()) != 0;
-        failed += b.Get()->VerifySig(a.Get()->PubKey()) == 0;
-        failed += bad->VerifySig(a.Get()->PubKey()) == 0;
-      }
-    });
-  }
-  for (const uint32_t size : {0U, 64U, 4096U, 0U, 100U}) sxSignatureCache_SetSize(size);
-  for (std::thread &thread : threads) thread.join();
-  for (const int failed : failures) EXPECT_EQ(0, failed);
+  OnThreads(5, [&](int thread) {
+    if (thread == 0) {
+      for (const uint32_t size : {0U, 64U, 4096U, 0U, 100U}) sxSignatureCache_SetSize(size);
+      return;
+    }
+    for (int i = 0; i < 50; ++i) {
+      EXPECT_EQ(0, a.Get()->VerifySig(a.Get()->PubKey()));
+      EXPECT_NE(0, b.Get()->VerifySig(a.Get()->PubKey()));
+      EXPECT_NE(0, bad->VerifySig(a.Get()->PubKey()));
+    }
+  });
 }
 
 }  // namespace

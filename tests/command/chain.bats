@@ -8,17 +8,6 @@ setup_file() {
     issue ca root '/O=Test/CN=CA' "${ca[@]}"
     END=20310101000000Z issue leaf ca '/O=Test/CN=leaf' "${leaf[@]}"
 
-    issue noca root '/O=Test/CN=No CA' 'basicConstraints = CA:FALSE'
-    issue under-noca noca '/O=Test/CN=leaf' "${leaf[@]}"
-    issue nosign root '/O=Test/CN=No Sign' "${ca[0]}" 'keyUsage = critical, cRLSign'
-    issue under-nosign nosign '/O=Test/CN=leaf' "${leaf[@]}"
-    issue short root '/O=Test/CN=Short' 'basicConstraints = critical, CA:TRUE, pathlen:0'
-    issue below-short short '/O=Test/CN=Below' "${ca[@]}"
-    issue under-short below-short '/O=Test/CN=leaf' "${leaf[@]}"
-    issue critical ca '/O=Test/CN=leaf' "${leaf[@]}" '1.2.3.4.5 = critical, ASN1:NULL'
-    # The last octet of the signature is another one.
-    der_of leaf.pem | python3 -c 'import sys; b = bytearray(sys.stdin.buffer.read()); b[-1] ^= 1; sys.stdout.buffer.write(b)' >forged.der
-
     # The same root once more with a new key, and cross-signed by a foreign one.
     issue renewed renewed '/O=Test/CN=Root' "${ca[@]:0:2}"
     issue foreign foreign '/O=Elsewhere/CN=Root' "${ca[@]:0:2}"
@@ -51,21 +40,23 @@ verify() { "$KXCERT" chain verify "${at[@]}" --trust root.pem "$@"; }
 }
 
 @test "chain verify: one fault each, its code, level and fact" {
-  while IFS='|' read -r code level fact files; do
-    run -1 verify --json $files
+  data=$BATS_TEST_DIRNAME/../data/chain
+  while IFS='|' read -r code level fact folder files; do
+    set -- "${at[@]}" --trust "$data/$folder/root.pem" $(printf "$data/$folder/%s.pem " $files)
+    run -1 "$KXCERT" chain verify --json "$@"
     got=$(json 'd["verdict"]["code"], d["verdict"]["level"], d["verdict"]["facts"], d["valid"]')
-    [[ $got == "($code, $level, ["*"$fact"*"], False)" ]] || { echo "$files: $got"; false; }
+    [[ $got == "($code, $level, ["*"$fact"*"], False)" ]] || { echo "$folder: $got"; false; }
     # The level that decided lists it, and all the others are without fault.
     [ "$(json '[(i, f["code"]) for i, l in enumerate(d["levels"]) for f in l["failed"]]')" = "[($level, $code)]" ]
-    run -1 verify $files
+    run -1 "$KXCERT" chain verify "$@"
     [[ ${lines[0]} == "NOT VALID ($code): "* ]]
     [[ $output == *'what to do:  '* ]]
   done <<'CASES'
--996|0|issuer without cA: CN=No CA,O=Test|noca.pem under-noca.pem
--992|1|key usage: without keyCertSign|nosign.pem under-nosign.pem
--995|2|path length constraint: 0, CA certificates below: 1|short.pem below-short.pem under-short.pem
--997|0|critical extension: 1.2.3.4.5|ca.pem critical.pem
--993|0|not verified by the key of: CN=CA,O=Test|ca.pem forged.der
+-996|0|issuer without cA: CN=Issuer,O=Example|issuer-is-no-ca|issuer leaf
+-992|1|key usage: without keyCertSign|key-usage|issuer leaf
+-995|2|path length constraint: 0, CA certificates below: 1|path-length|middle issuer leaf
+-997|0|critical extension: 1.3.6.1.4.1.99999.1|unknown-critical|issuer leaf
+-993|0|not verified by the key of: CN=Issuer,O=Example|signature-p256-sha256|issuer leaf
 CASES
 }
 

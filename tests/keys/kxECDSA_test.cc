@@ -9,28 +9,22 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <memory>
 #include <thread>
 
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/platform/attributeSet.h"
+#include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"
 #include "support/logCapture.h"
+#include "support/onThreads.h"
 #include "support/runCommand.h"
 #include "support/tempDir.h"
 
 namespace {
 
-using Octets = std::vector<unsigned char>;
-
-int Len(const Octets &octets) { return static_cast<int>(octets.size()); }
-std::string Text(const Octets &octets) { return std::string(octets.begin(), octets.end()); }
-Octets Bytes(const std::string &text) { return Octets(text.begin(), text.end()); }
-
-struct CurveCase { const char *name; int nid; int orderBits; int maxSigLen; const char *comment; };
-constexpr CurveCase kCurves[] = {
+constexpr struct { const char *name; int nid; int orderBits; int maxSigLen; const char *comment; } kCurves[] = {
     {"prime256v1", 415, 256, 72, "X9.62/SECG curve over a 256 bit prime field"},
     {"secp384r1", 715, 384, 104, "NIST/SECG curve over a 384 bit prime field"},
     {"secp521r1", 716, 521, 139, "NIST/SECG curve over a 521 bit prime field"},
@@ -38,28 +32,23 @@ constexpr CurveCase kCurves[] = {
 
 Octets SignedRaw(sxPubKey &key, const Octets &in) {
   Octets sig(static_cast<size_t>(key.GetLen(sxPK_len_output)));
-  const int len = key.Sign(sxPKop_raw, sx_md_sha256, in.data(), Len(in), sig.data(), Len(sig));
+  const int len = key.Sign(sxPKop_raw, sx_md_sha256, in.data(), LenOf(in), sig.data(), LenOf(sig));
   EXPECT_GT(len, 0);
   sig.resize(static_cast<size_t>(std::max(len, 0)));
   return sig;
 }
 
 int Verified(sxPubKey &key, const Octets &data, const Octets &sig) {
-  return key.Verify(sxPKop_raw, sx_md_sha256, data.data(), Len(data), sig.data(), Len(sig));
+  return key.Verify(sxPKop_raw, sx_md_sha256, data.data(), LenOf(data), sig.data(), LenOf(sig));
 }
 
 PubKeyRef Import(const std::string &hex, int nid) {
   const Octets octets = DecodeHex(hex.c_str());
-  return PubKeyRef(sxImportECDSAKey(sxPK_public, octets.data(), Len(octets), nid));
+  return PubKeyRef(sxImportECDSAKey(sxPK_public, octets.data(), LenOf(octets), nid));
 }
 
 // RFC 6979, A.2.5 to A.2.7: the message is "sample", hashed as long as the curve.
-struct Rfc6979Case {
-  int nid;
-  sx_md_type md;
-  const char *x, *ux, *uy, *k, *r, *s;
-};
-constexpr Rfc6979Case kRfc6979Cases[] = {
+constexpr struct { int nid; sx_md_type md; const char *x, *ux, *uy, *k, *r, *s; } kRfc6979Cases[] = {
     {415, sx_md_sha256, "C9AFA9D845BA75166B5C215767B1D6934E50C3DB36E89B127B8A622B120F6721",
      "60FED4BA255A9D31C961EB74C6356D68C049B8923B61FA6CE669622E60F29FB6",
      "7903FE1008B8BC99A41AE9E95628BC64F2F1B20C2D7E9F5177A3C294D4462299",
@@ -88,16 +77,13 @@ constexpr Rfc6979Case kRfc6979Cases[] = {
      "8CCB1DCCC43997F1EE0E44DA4A67A"},
 };
 
-struct Numbers {   // big numbers of one test, freed together
-  ~Numbers() { for (BIGNUM *number : all) BN_free(number); }
-  BIGNUM *Hex(const char *text) {
-    BIGNUM *number = nullptr;
-    BN_hex2bn(&number, text);
-    all.push_back(number);
-    return number;
-  }
-  std::vector<BIGNUM *> all;
-};
+using EcKeyRef = std::unique_ptr<EC_KEY, decltype(&EC_KEY_free)>;
+using BigNum = std::unique_ptr<BIGNUM, decltype(&BN_free)>;
+BigNum Number(const char *hex) {
+  BIGNUM *number = nullptr;
+  BN_hex2bn(&number, hex);
+  return {number, BN_free};
+}
 
 Octets SigValue(const BIGNUM *r, const BIGNUM *s) {
   ECDSA_SIG *value = ECDSA_SIG_new();
@@ -111,33 +97,32 @@ Octets SigValue(const BIGNUM *r, const BIGNUM *s) {
 }
 
 TEST(kxECDSA, MakesTheSignaturesOfRfc6979) {
-  for (const Rfc6979Case &c : kRfc6979Cases) {
+  for (const auto &c : kRfc6979Cases) {
     SCOPED_TRACE(c.nid);
-    Numbers numbers;
-    const std::string x(c.x);
+    const std::string point = "04" + std::string(c.ux) + c.uy;
     sxset set;
     set.SetInt("NID", c.nid);
-    set.SetText("private", x.c_str());
-    set.SetText("public", ("04" + std::string(c.ux) + c.uy).c_str());
-    const std::unique_ptr<EC_KEY, void (*)(EC_KEY *)> lib(kxECDSA_from_set(&set), EC_KEY_free);
+    set.SetText("private", c.x);
+    set.SetText("public", point.c_str());
+    const EcKeyRef lib(kxECDSA_from_set(&set), EC_KEY_free);
     ASSERT_NE(nullptr, lib);
     kxBinBuf der;
     ASSERT_EQ(0, kxECDSA_to_buf(lib.get(), der, 1));
     kxECDSA key(sxPK_private, der.Data(), static_cast<int>(der.Len()), 0);
     ASSERT_EQ(1, key.OK());
 
-    BIGNUM *inverse = numbers.Hex("0"), *r = numbers.Hex(c.r), *s = numbers.Hex(c.s);
+    const BigNum inverse = Number(c.k), r = Number(c.r), s = Number(c.s);
     BN_CTX *context = BN_CTX_new();
-    BN_mod_inverse(inverse, numbers.Hex(c.k), EC_GROUP_get0_order(EC_KEY_get0_group(lib.get())), context);
+    BN_mod_inverse(inverse.get(), inverse.get(), EC_GROUP_get0_order(EC_KEY_get0_group(lib.get())), context);
     BN_CTX_free(context);
-    Octets digest(static_cast<size_t>(kx_md_len(c.md)));
-    kx_md_hashbuf(c.md, "sample", 6, digest.data(), Len(digest));
-    Octets sig(static_cast<size_t>(key.GetLen(sxPK_len_output)));
-    const int len = key.Sign(sxPKop_raw, c.md, digest.data(), Len(digest), sig.data(), Len(sig), inverse, r);
+    Octets digest(static_cast<size_t>(kx_md_len(c.md))), sig(static_cast<size_t>(key.GetLen(sxPK_len_output)));
+    kx_md_hashbuf(c.md, "sample", 6, digest.data(), LenOf(digest));
+    const int len = key.Sign(sxPKop_raw, c.md, digest.data(), LenOf(digest), sig.data(), LenOf(sig), inverse.get(),
+                             r.get());
     ASSERT_GT(len, 0);
     sig.resize(static_cast<size_t>(len));
-    EXPECT_EQ(EncodeHex(SigValue(r, s)), EncodeHex(sig));
-    const PubKeyRef publicKey = Import("04" + std::string(c.ux) + c.uy, c.nid);
+    EXPECT_EQ(EncodeHex(SigValue(r.get(), s.get())), EncodeHex(sig));
+    const PubKeyRef publicKey = Import(point, c.nid);
     EXPECT_EQ(0, Verified(*publicKey, digest, sig));
     digest[0] ^= 1;
     EXPECT_EQ(kKeyUnequal, Verified(*publicKey, digest, sig));
@@ -146,22 +131,21 @@ TEST(kxECDSA, MakesTheSignaturesOfRfc6979) {
 
 TEST(kxECDSA, AgreesWithTheOpensslCommand) {
   const TempDir dir;
-  for (const CurveCase &c : kCurves) {
+  for (const auto &c : kCurves) {
     for (const int digestLen : {20, 32, 48, 64}) {
       SCOPED_TRACE(testing::Message() << c.name << ", " << digestLen << " octets");
-      const PubKeyRef key = EcTestKey(c.name);
-      const PubKeyRef publicKey = PublicPart(*key);
+      const PubKeyRef key = EcTestKey(c.name), publicKey = PublicPart(*key);
       const Octets digest(static_cast<size_t>(digestLen), 0x3C);
       const std::string common = " -inkey " + KeyFile(c.name + std::string(".pem")) + " -in " +
-                                 dir.Write("digest", Text(digest));
-      RunCommand("openssl pkeyutl -verify -sigfile " + dir.Write("sig", Text(SignedRaw(*key, digest))) + common);
-      EXPECT_EQ(0, Verified(*publicKey, digest, Bytes(RunCommand("openssl pkeyutl -sign" + common))));
+                                 dir.Write("digest", StringOf(digest));
+      RunCommand("openssl pkeyutl -verify -sigfile " + dir.Write("sig", StringOf(SignedRaw(*key, digest))) + common);
+      EXPECT_EQ(0, Verified(*publicKey, digest, Text(RunCommand("openssl pkeyutl -sign" + common))));
     }
   }
 }
 
 TEST(kxECDSA, GeneratesOnKnownCurves) {
-  for (const CurveCase &c : kCurves) {
+  for (const auto &c : kCurves) {
     SCOPED_TRACE(c.name);
     kxECDSA key(c.name), other(c.nid);
     ASSERT_EQ(1, key.OK());
@@ -174,11 +158,10 @@ TEST(kxECDSA, GeneratesOnKnownCurves) {
     EXPECT_EQ(c.orderBits, key.GetLen(sxPK_len_bits));
     EXPECT_EQ(c.maxSigLen, key.GetLen(sxPK_len_output));
     EXPECT_EQ(-1, key.GetLen(sxPK_len_modulus));
-    EC_KEY *lib = kxGenECDSA(c.name);
-    EXPECT_EQ(c.nid, EC_GROUP_get_curve_name(EC_KEY_get0_group(lib)));
-    EXPECT_EQ(c.maxSigLen, ECDSA_size(lib));
-    EXPECT_EQ(1, kxECDSA_is_ok(lib));
-    EC_KEY_free(lib);
+    const EcKeyRef lib(kxGenECDSA(c.name), EC_KEY_free);
+    EXPECT_EQ(c.nid, EC_GROUP_get_curve_name(EC_KEY_get0_group(lib.get())));
+    EXPECT_EQ(c.maxSigLen, ECDSA_size(lib.get()));
+    EXPECT_EQ(1, kxECDSA_is_ok(lib.get()));
   }
   EXPECT_EQ(256, kxECDSA("").Nbits());
   EXPECT_EQ(256, kxECDSA(static_cast<const char *>(nullptr)).Nbits());
@@ -189,11 +172,18 @@ TEST(kxECDSA, GeneratesOnKnownCurves) {
   EXPECT_TRUE(log.Has("kxECDSA_imp: Error generating key-pair for curve 714"));
   EXPECT_EQ(nullptr, kxGenECDSA("secp256k1"));
   EXPECT_EQ(nullptr, EC_KEY_by_nid_with_precompute(714));
+  const EcKeyRef pointless(EC_KEY_by_nid_with_precompute(415), EC_KEY_free);
+  EXPECT_EQ(0, kxECDSA_is_ok(pointless.get()));
+  EXPECT_EQ(0, kxECDSA_is_ok(nullptr));
+  EC_POINT *infinity = EC_POINT_new(EC_KEY_get0_group(pointless.get()));   // which a new point is at
+  EC_KEY_set_public_key(pointless.get(), infinity);
+  EC_POINT_free(infinity);
+  EXPECT_EQ(0, kxECDSA_is_ok(pointless.get()));
+  EXPECT_TRUE(log.Has("kxECDSA_imp::test_if_ok: public key is the point at infinity"));
 }
 
 TEST(kxECDSA, ReachesEachResultCode) {
-  const PubKeyRef key = EcTestKey("prime256v1");
-  const PubKeyRef publicKey = PublicPart(*key);
+  const PubKeyRef key = EcTestKey("prime256v1"), publicKey = PublicPart(*key);
   kxECDSA unusable(sxPK_public, nullptr, 0, 415);
   const Octets in(32, 7);
   Octets out(72), sig = SignedRaw(*key, in);
@@ -216,8 +206,7 @@ TEST(kxECDSA, ReachesEachResultCode) {
   EXPECT_EQ(kKeyNoDigestInfo, sign(*key, 0, 3, 32, 72));
   EXPECT_EQ(kKeyNotImplemented, sign(*key, 4, 5, 32, 72));
   EXPECT_TRUE(log.Has("kxECDSA_imp::Sign: unsupported op 4"));
-  EXPECT_EQ(kKeyBadInput, publicKey->Verify(op(1), sx_md_sha256, in.data(), 0, sig.data(), Len(sig)));
-  EXPECT_EQ(kKeyBadInput, publicKey->Verify(op(1), sx_md_sha256, in.data(), 32, nullptr, 1));
+  EXPECT_EQ(kKeyBadInput, publicKey->Verify(op(1), sx_md_sha256, in.data(), 0, sig.data(), LenOf(sig)));
   EXPECT_EQ(kKeyBadInput, publicKey->Verify(op(1), sx_md_sha256, in.data(), 32, sig.data(), -1));
   EXPECT_EQ(0, Verified(*publicKey, in, sig));
   EXPECT_TRUE(log.Has("kxECDSA_imp::Verify: verify succeeded!"));
@@ -240,15 +229,15 @@ TEST(kxECDSA, WrapsADigestWhenSigningOnly) {
   kxBinBuf info;
   ASSERT_EQ(0, kxPKCS1DigestInfo(digest.data(), 32, sx_md_sha256, info));
   EXPECT_EQ(0, Verified(*key, Octets(info.Data(), info.Data() + info.Len()), sig));
-  EXPECT_EQ(kKeyUnequal, key->Verify(sxPKop_digest, sx_md_sha256, digest.data(), 32, sig.data(), Len(sig)));
+  EXPECT_EQ(kKeyUnequal, key->Verify(sxPKop_digest, sx_md_sha256, digest.data(), 32, sig.data(), LenOf(sig)));
 }
 
 TEST(kxECDSA, RefusesOddSignatures) {
   const PubKeyRef key = EcTestKey("prime256v1");
   const Octets digest(32, 4);
   const std::string n = "00ffffffff00000000ffffffffffffffffbce6faada7179e84f3b9cac2fc632551";
-  struct SigCase { const char *what; std::string hex; int rc; };
-  const SigCase cases[] = {
+  const std::string good = EncodeHex(SignedRaw(*key, digest));
+  const struct { const char *what; std::string hex; int rc; } cases[] = {
       {"r is 0", "3006020100020101", kKeyUnequal},
       {"s is 0", "3006020101020100", kKeyUnequal},
       {"r is the order", "30260221" + n + "020101", kKeyUnequal},
@@ -260,32 +249,24 @@ TEST(kxECDSA, RefusesOddSignatures) {
       {"s is missing", "3003020101", kKeyLibraryFailed},
       {"r of no octets", "30050200020101", kKeyLibraryFailed},
       {"a leading 00 too many", "300702020001020101", kKeyLibraryFailed},
+      {"an octet after it", good + "00", kKeyLibraryFailed},
+      {"BER length", good.substr(0, 2) + "81" + good.substr(2), kKeyLibraryFailed},
+      {"a SET", "31" + good.substr(2), kKeyLibraryFailed},
+      {"in order", good, 0},
   };
-  for (const SigCase &c : cases) {
+  for (const auto &c : cases) {
     SCOPED_TRACE(c.what);
     Octets sig = DecodeHex(c.hex.c_str());
     sig.reserve(1);   // data() is null otherwise
     EXPECT_EQ(c.rc, Verified(*key, digest, sig));
   }
-  const Octets good = SignedRaw(*key, digest);
-  ASSERT_EQ(0, Verified(*key, digest, good));
-  Octets bad = good;
-  bad.push_back(0);
-  EXPECT_EQ(kKeyLibraryFailed, Verified(*key, digest, bad)) << "an octet after it";
-  bad = good;
-  bad.insert(bad.begin() + 1, 0x81);
-  EXPECT_EQ(kKeyLibraryFailed, Verified(*key, digest, bad)) << "BER length";
-  bad = good;
-  bad[0] = 0x31;
-  EXPECT_EQ(kKeyLibraryFailed, Verified(*key, digest, bad)) << "a SET";
 }
 
 TEST(kxECDSA, ImportsPointsOfTheCurveOnly) {
   const std::string x = "60fed4ba255a9d31c961eb74c6356d68c049b8923b61fa6ce669622e60f29fb6";
   const std::string y = "7903fe1008b8bc99a41ae9e95628bc64f2f1b20c2d7e9f5177a3c294d4462299";
   const std::string p = "ffffffff00000001000000000000000000000000ffffffffffffffffffffffff";
-  struct PointCase { const char *what; std::string hex; int nid; const char *why; };
-  const PointCase cases[] = {
+  const struct { const char *what; std::string hex; int nid; const char *why; } cases[] = {
       {"uncompressed", "04" + x + y, 415, nullptr},
       {"compressed", "03" + x, 415, nullptr},
       {"infinity", "00", 415, "kxECDSA_imp::test_if_ok: public key is the point at infinity"},
@@ -302,7 +283,7 @@ TEST(kxECDSA, ImportsPointsOfTheCurveOnly) {
       {"another curve's", "04" + x + y, 715, "public key has a wrong length"},
       {"no octets", "", 415, nullptr},
   };
-  for (const PointCase &c : cases) {
+  for (const auto &c : cases) {
     SCOPED_TRACE(c.what);
     const bool ok = c.why == nullptr && !c.hex.empty();
     LogCapture log;
@@ -313,20 +294,17 @@ TEST(kxECDSA, ImportsPointsOfTheCurveOnly) {
     } else if (c.why != nullptr) {
       EXPECT_TRUE(log.Has(c.why)) << testing::PrintToString(log.Lines());
     }
-
     const Octets octets = DecodeHex(c.hex.c_str());   // the plain function agrees
-    EC_KEY *lib = kxECDSA_from_buf(sxPK_public, octets.data(), Len(octets), c.nid);
-    EXPECT_EQ(ok, lib != nullptr);
-    EC_KEY_free(lib);
+    EXPECT_EQ(ok, EcKeyRef(kxECDSA_from_buf(sxPK_public, octets.data(), LenOf(octets), c.nid), EC_KEY_free) != nullptr);
   }
 }
 
 TEST(kxECDSA, ImportsPrivateKeysThatFitTheirPoint) {
-  for (const CurveCase &c : kCurves) {
+  for (const auto &c : kCurves) {
     SCOPED_TRACE(c.name);
     Octets der = ReadPem(KeyFile(c.name + std::string(".pem")));
     const auto usable = [&](int nid) {
-      return PubKeyRef(sxImportECDSAKey(sxPK_private, der.data(), Len(der), nid)) != nullptr;
+      return PubKeyRef(sxImportECDSAKey(sxPK_private, der.data(), LenOf(der), nid)) != nullptr;
     };
     EXPECT_EQ(der, Exported(*EcTestKey(c.name), sxPK_private));
     EXPECT_TRUE(usable(c.nid));
@@ -338,15 +316,15 @@ TEST(kxECDSA, ImportsPrivateKeysThatFitTheirPoint) {
     der[static_cast<size_t>(c.orderBits / 16)] ^= 1;   // an octet in the middle of the scalar
     EXPECT_FALSE(usable(0));
   }
-  const std::string other = RunCommand("openssl ecparam -name secp256k1 -genkey -noout -outform DER");
-  EXPECT_EQ(nullptr, sxImportECDSAKey(sxPK_private, Bytes(other).data(), static_cast<int>(other.size()), 0));
-  const std::string spelt = RunCommand(   // the curve's numbers instead of its name
-      "openssl ecparam -name prime256v1 -param_enc explicit -genkey -noout -outform DER");
-  EXPECT_EQ(nullptr, sxImportECDSAKey(sxPK_private, Bytes(spelt).data(), static_cast<int>(spelt.size()), 0));
+  // Another curve, and the numbers of a curve instead of its name.
+  for (const char *curve : {"secp256k1", "prime256v1 -param_enc explicit"}) {
+    const Octets der = Text(RunCommand(std::string("openssl ecparam -genkey -noout -outform DER -name ") + curve));
+    EXPECT_EQ(nullptr, sxImportECDSAKey(sxPK_private, der.data(), LenOf(der), 0)) << curve;
+  }
 }
 
 TEST(kxECDSA, GoesIntoASetAndBack) {
-  for (const CurveCase &c : kCurves) {
+  for (const auto &c : kCurves) {
     SCOPED_TRACE(c.name);
     const PubKeyRef key = EcTestKey(c.name);
     sxset *made = nullptr;
@@ -361,7 +339,7 @@ TEST(kxECDSA, GoesIntoASetAndBack) {
     EXPECT_STREQ(c.name, set->FindText("curve"));
     EXPECT_EQ(EncodeHex(Exported(*key, sxPK_public)), set->FindText("public"));
 
-    const auto read = [&] { return std::unique_ptr<EC_KEY, void (*)(EC_KEY *)>(kxECDSA_from_set(set.get()), EC_KEY_free); };
+    const auto read = [&set] { return EcKeyRef(kxECDSA_from_set(set.get()), EC_KEY_free); };
     auto lib = read();
     ASSERT_NE(nullptr, lib);
     kxBinBuf der;
@@ -389,25 +367,12 @@ TEST(kxECDSA, GoesIntoASetAndBack) {
   EXPECT_EQ(nullptr, kxECDSA_to_set(nullptr));
 }
 
-TEST(kxECDSA, FullCheckRefusesInfinity) {
-  EC_KEY *key = EC_KEY_by_nid_with_precompute(415);
-  EXPECT_EQ(0, kxECDSA_is_ok(key));   // no point yet
-  EC_POINT *point = EC_POINT_new(EC_KEY_get0_group(key));
-  EC_KEY_set_public_key(key, point);  // a new point is at infinity
-  LogCapture log;
-  EXPECT_EQ(0, kxECDSA_is_ok(key));
-  EXPECT_TRUE(log.Has("kxECDSA_imp::test_if_ok: public key is the point at infinity"));
-  EXPECT_EQ(0, kxECDSA_is_ok(nullptr));
-  EC_POINT_free(point);
-  EC_KEY_free(key);
-}
-
 TEST(kxECDSA, LogsNothingSecret) {
   LogCapture log;
   const PubKeyRef key = EcTestKey("prime256v1");
   const Octets der = Exported(*key, sxPK_private);
   key->Herror();
-  EC_KEY *lib = kxECDSA_from_buf(sxPK_private, der.data(), Len(der), 0);
+  EC_KEY *lib = kxECDSA_from_buf(sxPK_private, der.data(), LenOf(der), 0);
   kxECDSA_herror(lib);
   delete kxECDSA_to_set(lib);
   EC_KEY_free(lib);
@@ -422,23 +387,19 @@ TEST(kxECDSA, LogsNothingSecret) {
 }
 
 TEST(kxECDSA, ManyThreadsMayUseAKeyFirst) {
-  for (const CurveCase &c : kCurves) {
+  for (const auto &c : kCurves) {
     const PubKeyRef key = EcTestKey(c.name);
     const Octets digest(32, 1), sig = SignedRaw(*key, digest), point = Exported(*key, sxPK_public);
     for (int round = 0; round < 5; ++round) {
       const PubKeyRef shared = PublicPart(*key);   // has no libcrypto key yet
       std::atomic<int> numReady{0};
-      std::vector<std::thread> threads;
-      for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&] {
-          ++numReady;
-          while (numReady < 8) std::this_thread::yield();
-          EXPECT_EQ(0, Verified(*shared, digest, sig));
-          EXPECT_NE(nullptr, shared->PublicKeyHash());
-          EXPECT_EQ(point, Exported(*shared, sxPK_public));
-        });
-      }
-      for (std::thread &thread : threads) thread.join();
+      OnThreads(8, [&](int) {
+        ++numReady;
+        while (numReady < 8) std::this_thread::yield();
+        EXPECT_EQ(0, Verified(*shared, digest, sig));
+        EXPECT_NE(nullptr, shared->PublicKeyHash());
+        EXPECT_EQ(point, Exported(*shared, sxPK_public));
+      });
     }
   }
 }

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 
 #include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -35,9 +34,6 @@ TEST(Pkcs1, WritesDigestInfoAsTheTreeDoes) {
       EXPECT_EQ(TreeDigestInfo(md, digest), Octets(info.Data(), info.Data() + info.Len()));
     }
   }
-}
-
-TEST(Pkcs1, RefusesADigestInfoOfUnknownKind) {
   const LogCapture log;
   const unsigned char digest[20] = {};
   kxBinBuf info(digest, 3);
@@ -48,8 +44,7 @@ TEST(Pkcs1, RefusesADigestInfoOfUnknownKind) {
 
 // RFC 8017, 9.2, note 1: the SHA-256 prefix is 3031300d060960864801650304020105000420.
 constexpr char kDigest[] = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
-struct CompareCase { const char *what; const char *before; const char *after; int rc; };
-constexpr CompareCase kCompareCases[] = {
+constexpr struct { const char *what; const char *before; const char *after; int rc; } kCompareCases[] = {
     {"parameters NULL", "3031300d060960864801650304020105000420", "", 0},
     {"parameters absent", "302f300b0609608648016503040201 0420", "", 0},
     {"long length octets", "308131300d060960864801650304020105000420", "", kKeyLenMismatch},
@@ -64,7 +59,7 @@ constexpr CompareCase kCompareCases[] = {
 TEST(Pkcs1, ComparesWithTwoEncodingsOnly) {
   const Octets digest = DecodeHex(kDigest);
   const auto digestLen = static_cast<int>(digest.size());
-  for (const CompareCase &c : kCompareCases) {
+  for (const auto &c : kCompareCases) {
     SCOPED_TRACE(c.what);
     Octets decoded = DecodeHex((std::string(c.before) + kDigest + c.after).c_str());
     const auto compare = [&] {
@@ -133,8 +128,7 @@ TEST(Pkcs1, PadsAndUnpads) {
   EXPECT_EQ(-1, sxpkcs1pad(0, data, 32, block));
 }
 
-struct Pkcs8Case { const char *what; const char *hex; int rc; };
-constexpr Pkcs8Case kPkcs8Cases[] = {
+constexpr struct { const char *what; const char *hex; int rc; } kPkcs8Cases[] = {
     {"as written here", "3017 020100 300d06092a864886f70d0101010500 0403010203", 0},
     {"parameters absent", "3015 020100 300b06092a864886f70d010101 0403010203", 0},
     {"attributes", "3019 020100 300d06092a864886f70d0101010500 0403010203 a000", 0},
@@ -150,7 +144,7 @@ constexpr Pkcs8Case kPkcs8Cases[] = {
 };
 
 TEST(Pkcs8, TakesAbsentParameters) {
-  for (const Pkcs8Case &c : kPkcs8Cases) {
+  for (const auto &c : kPkcs8Cases) {
     SCOPED_TRACE(c.what);
     const Octets der = DecodeHex(c.hex);
     kxBinBuf inner("was", 3);

@@ -8,20 +8,17 @@
 #include "kxcert/asn1/sxAsnBits.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/kxECDSA.h"
+#include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"
 #include "support/runCommand.h"
 
 namespace {
 
-using Octets = std::vector<unsigned char>;
-
-int Len(const Octets &octets) { return static_cast<int>(octets.size()); }
-
 sxSpkiResult Outcome(const sxAsnOid &oid, const Octets &params, const Octets &key) {
   sxSpkiResult why = sxSpki_ok;
-  const PubKeyRef made(sxPubKey_FromSPKI(oid.Data(), oid.Len(), params.data(), Len(params), key.data(),
-                                         Len(key), &why));
+  const PubKeyRef made(sxPubKey_FromSPKI(oid.Data(), oid.Len(), params.data(), LenOf(params), key.data(),
+                                         LenOf(key), &why));
   EXPECT_EQ(why == sxSpki_ok, made != nullptr);
   return why;
 }
@@ -89,10 +86,10 @@ TEST(SubjectPublicKey, ReadsTreesMadeByHand) {
   EXPECT_EQ(nullptr, sxPubKey_FromSPKI(spki, &why));
   EXPECT_EQ(sxSpki_bad_ec, why);
   spki.subjectPublicKey = new sxAsnBits;
-  spki.subjectPublicKey->Set(point.data(), Len(point) * 8);
+  spki.subjectPublicKey->Set(point.data(), LenOf(point) * 8);
   EXPECT_NE(nullptr, PubKeyRef(sxPubKey_FromSPKI(spki, &why)));
   EXPECT_EQ(sxSpki_ok, why);
-  spki.subjectPublicKey->Set(point.data(), Len(point) * 8 - 1);
+  spki.subjectPublicKey->Set(point.data(), LenOf(point) * 8 - 1);
   EXPECT_EQ(nullptr, sxPubKey_FromSPKI(spki, &why));
 }
 

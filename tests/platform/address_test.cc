@@ -15,8 +15,7 @@ in6_addr_kxt Address(const char *hex) {
   return address;
 }
 
-struct AddressCase { const char *hex; const char *text; };
-constexpr AddressCase kAddressCases[] = {
+constexpr struct { const char *hex; const char *text; } kAddressCases[] = {
     {"0000 0000 0000 0000 0000 0000 0000 0000", "::"},
     {"0000 0000 0000 0000 0000 0000 0000 0001", "::1"},
     {"2001 0db8 0000 0000 0000 0000 0002 0001", "2001:db8::2:1"},               // RFC 5952, 4.2.1
@@ -29,7 +28,7 @@ constexpr AddressCase kAddressCases[] = {
 };
 
 TEST(Address, PrintsTheOneRecommendedText) {
-  for (const AddressCase &c : kAddressCases) {
+  for (const auto &c : kAddressCases) {
     char text[kAddr6TextLen];
     EXPECT_STREQ(c.text, praddr6(Address(c.hex), text, sizeof text));
     EXPECT_EQ(nullptr, praddr6(Address(c.hex), text, sizeof text - 1));

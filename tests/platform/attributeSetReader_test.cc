@@ -1,9 +1,5 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include <memory>
-#include <string>
 
 #include "kxcert/platform/attributeSet.h"
 #include "support/logCapture.h"
@@ -13,8 +9,7 @@ namespace {
 
 using SetPtr = std::unique_ptr<sxset>;
 
-struct ReadCase { const char *text; const char *written; };
-constexpr ReadCase kReadCases[] = {
+constexpr struct { const char *text; const char *written; } kReadCases[] = {
     {"()", "()"},
     {" # a comment\n ( ) # after it", "()"},
     {"(name)", "(name :)"},   // outermost, it can only be a set
@@ -28,7 +23,7 @@ constexpr ReadCase kReadCases[] = {
 };
 
 TEST(AttributeSetReader, ReadsTheTextForm) {
-  for (const ReadCase &c : kReadCases) {
+  for (const auto &c : kReadCases) {
     std::string error = "untouched";
     const SetPtr set(sio_sread(c.text, &error));
     ASSERT_TRUE(set) << c.text << ": " << error;
@@ -39,8 +34,7 @@ TEST(AttributeSetReader, ReadsTheTextForm) {
   }
 }
 
-struct ErrorCase { const char *text; const char *error; };
-constexpr ErrorCase kErrorCases[] = {
+constexpr struct { const char *text; const char *error; } kErrorCases[] = {
     {"", "line 1, column 1: a set begins with '('"},
     {"x", "line 1, column 1: a set begins with '('"},
     {"# only\n", "line 2, column 1: a set begins with '('"},
@@ -61,16 +55,13 @@ constexpr ErrorCase kErrorCases[] = {
 };
 
 TEST(AttributeSetReader, SaysWhereATextIsWrong) {
-  for (const ErrorCase &c : kErrorCases) {
+  for (const auto &c : kErrorCases) {
     std::string error;
     EXPECT_FALSE(SetPtr(sio_sread(c.text, &error))) << c.text;
     EXPECT_EQ(c.error, error) << c.text;
   }
   EXPECT_EQ(nullptr, sio_sread(nullptr, nullptr));
-}
-
-TEST(AttributeSetReader, LogsTheReasonWhenNobodyAsksForIt) {
-  LogCapture log;
+  LogCapture log;   // which gets the reason when nobody asks for it
   EXPECT_EQ(nullptr, sio_sread("(:key (s3cret", nullptr));
   EXPECT_THAT(log.Lines(), testing::ElementsAre("sio_sread: line 1, column 14: ':' or ')' is expected"));
 }
@@ -95,41 +86,26 @@ TEST(AttributeSetReader, NestsAsDeepAsTheBoundAndNoDeeper) {
   }
 }
 
-TEST(AttributeSetReader, ReadsFiles) {
+TEST(AttributeSetReader, ReadsFilesOrSaysWhyNot) {
   const TempDir dir;
-  std::string error;
-  SetPtr set(sio_readx(dir.Write("good", "(:a (1))\n").c_str(), &error));
-  ASSERT_TRUE(set) << error;
-  EXPECT_STREQ("1", set->FindText("a"));
-  EXPECT_FALSE(SetPtr(sio_readx(dir.Write("bad", "(:a\n").c_str(), &error)));
-  EXPECT_EQ("line 2, column 1: a value in parentheses is expected", error);
-  EXPECT_FALSE(SetPtr(sio_readx(dir.Write("nul", std::string("(:a (\"x\0y\"))", 12)).c_str(), &error)));
-  EXPECT_EQ("line 1, column 8: a NUL character", error);
-}
-
-TEST(AttributeSetReader, SaysWhyAFileCannotBeRead) {
-  const TempDir dir;
-  std::string error;
-  EXPECT_FALSE(SetPtr(sio_readx(dir.File("none").c_str(), &error)));
-  EXPECT_EQ(dir.File("none") + ": No such file or directory", error);
-  EXPECT_FALSE(SetPtr(sio_readx(dir.Path().c_str(), &error)));
-  EXPECT_EQ(dir.Path() + ": not a regular file", error);
+  std::string largest(kMaxSetFileLen, ' ');
+  largest.replace(0, 2, "()");
   ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));   // opening it would wait for a writer
-  EXPECT_FALSE(SetPtr(sio_readx(dir.File("pipe").c_str(), &error)));
-  EXPECT_EQ(dir.File("pipe") + ": not a regular file", error);
-}
-
-TEST(AttributeSetReader, TakesFilesUpToItsBound) {
-  const TempDir dir;
-  const std::string file = dir.File("f");
-  std::string text(kMaxSetFileLen, ' ');
-  text.replace(0, 2, "()");
-  std::string error;
-  dir.Write("f", text);
-  EXPECT_TRUE(SetPtr(sio_readx(file.c_str(), &error))) << error;
-  dir.Write("f", text + " ");
-  EXPECT_FALSE(SetPtr(sio_readx(file.c_str(), &error)));
-  EXPECT_EQ(file + ": the file is too long", error);
+  const struct { std::string file; std::string error; } kFiles[] = {
+      {dir.Write("good", "(:a (1))\n"), ""},
+      {dir.Write("largest", largest), ""},
+      {dir.Write("larger", largest + " "), dir.File("larger") + ": the file is too long"},
+      {dir.Write("bad", "(:a\n"), "line 2, column 1: a value in parentheses is expected"},
+      {dir.Write("nul", std::string("(:a (\"x\0y\"))", 12)), "line 1, column 8: a NUL character"},
+      {dir.File("none"), dir.File("none") + ": No such file or directory"},
+      {dir.Path(), dir.Path() + ": not a regular file"},
+      {dir.File("pipe"), dir.File("pipe") + ": not a regular file"},
+  };
+  for (const auto &c : kFiles) {
+    std::string error;
+    EXPECT_EQ(c.error.empty(), SetPtr(sio_readx(c.file.c_str(), &error)) != nullptr) << c.file;
+    EXPECT_EQ(c.error, error);
+  }
 }
 
 }  // namespace

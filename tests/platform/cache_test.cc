@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <string>
-#include <thread>
 
 #include "support/countedText.h"
 #include "support/fixedClock.h"
+#include "support/onThreads.h"
 
 namespace {
 
@@ -55,14 +54,12 @@ TEST_F(CacheTest, EqualKeysReplaceAndDeleteRemoves) {
   EXPECT_EQ(4, Text::s_numDestroyed);
   const Text gone("a");
   EXPECT_EQ(-1, cache.Delete(&gone));
-}
 
-TEST_F(CacheTest, ABoundOfZeroHoldsNothingAndStillTakesOver) {
-  Cache cache(0, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
-  Put(cache, "a");
-  cache.Put(nullptr, Text::New("no key"), 0);
-  EXPECT_EQ(3, Text::s_numDestroyed);
-  EXPECT_EQ(0, cache.Count());
+  Cache holdsNothing(0, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);   // and still takes over
+  Put(holdsNothing, "a");
+  holdsNothing.Put(nullptr, Text::New("no key"), 0);
+  EXPECT_EQ(7, Text::s_numDestroyed);
+  EXPECT_EQ(0, holdsNothing.Count());
 }
 
 struct LifeCase { const char *what; unsigned cacheSec; unsigned entrySec; int64_t advance; bool lives; };
@@ -120,7 +117,7 @@ TEST_F(CacheTest, AReferenceTakenOnAHitOutlivesTheEntry) {
   const auto compare = [](const void *a, const void *b) { return hash_bytecmp(a, b, sizeof(unsigned)); };
   Cache cache(2, 0, hash, compare, nullptr, Shared::Release);
   std::atomic<int> numHits{0};
-  const auto work = [&] {
+  OnThreads(2, [&](int) {
     for (unsigned i = 0; i < 4000; ++i) {
       cache.Put(&numbers[i % 4], new Shared, 0);
       if (void *hit = cache.Get(&numbers[i * 7 / 3 % 4], Shared::Save)) {
@@ -129,11 +126,7 @@ TEST_F(CacheTest, AReferenceTakenOnAHitOutlivesTheEntry) {
         Shared::Release(hit);
       }
     }
-  };
-  std::thread first(work);
-  std::thread second(work);
-  first.join();
-  second.join();
+  });
   EXPECT_LT(0, numHits);
 }
 

@@ -2,17 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "support/hexOctets.h"
 #include "support/runCommand.h"
 #include "support/tempDir.h"
 
 namespace {
 
-struct DigestCase { int type; const char *opensslName; const char *ofAbc; };
-constexpr DigestCase kDigestCases[] = {
+constexpr struct { int type; const char *opensslName; const char *ofAbc; } kDigestCases[] = {
     // openssl has no MD4 unless the legacy provider is loaded
     {sx_md_md4, nullptr, "a448017aaf21d8525fc10ae87aa6729d"},      // RFC 1320, A.5
     {sx_md_md5, "md5", "900150983cd24fb0d6963f7d28e17f72"},        // RFC 1321, A.5
@@ -38,7 +34,7 @@ TEST(Digest, AgreesWithThePublishedVectorsAndOpenssl) {
   const TempDir dir;
   const std::string longText(10000, '\xa5');
   const std::string file = dir.Write("text", longText);
-  for (const DigestCase &c : kDigestCases) {
+  for (const auto &c : kDigestCases) {
     SCOPED_TRACE(c.type);
     EXPECT_EQ(c.ofAbc, Digest(c.type, "abc"));
     if (c.opensslName == nullptr) continue;
@@ -76,15 +72,14 @@ TEST(Digest, Sha512InStepsIsTheSameAndWipesItsState) {
 
 // RFC 2202, section 3, cases 1, 2 and 6.
 TEST(Digest, HmacSha1AgreesWithThePublishedVectors) {
-  struct Case { std::string key; std::string data; const char *mac; };
-  const Case cases[] = {
+  const struct { std::string key; std::string data; const char *mac; } cases[] = {
       {std::string(20, '\x0b'), "Hi There", "b617318655057264e28bc0b6fb378c8ef146be00"},
       {"Jefe", "what do ya want for nothing?", "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79"},
       {std::string(80, '\xaa'), "Test Using Larger Than Block-Size Key - Hash Key First",
        "aa4ae5e15272d00e95705637ce8a3b55ed402112"},
   };
   unsigned char mac[20];
-  for (const Case &c : cases) {
+  for (const auto &c : cases) {
     const auto *key = reinterpret_cast<const unsigned char *>(c.key.data());
     ASSERT_EQ(0, kx_hmac_sha1(key, static_cast<int>(c.key.size()), c.data.data(), c.data.size(), mac));
     EXPECT_EQ(c.mac, EncodeHex(mac, 20));

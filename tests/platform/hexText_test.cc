@@ -21,11 +21,10 @@ TEST(HexText, WritesLowerCaseAndReadsEither) {
 }
 
 TEST(HexText, RefusesAndLeavesTheResultAlone) {
-  struct Case { const char *text; int textLen; int dataLen; };
-  constexpr Case kCases[] = {
+  constexpr struct { const char *text; int textLen; int dataLen; } kCases[] = {
       {"0102", 3, 2}, {"0102", 4, 1}, {"01 2", 4, 2}, {"010g", 4, 2}, {"01/2", 4, 2},
       {"01:2", 4, 2}, {"01@2", 4, 2}, {"01`2", 4, 2}, {"01", -2, -1}, {nullptr, 2, 1}};
-  for (const Case &c : kCases) {
+  for (const auto &c : kCases) {
     unsigned char read[2] = {7, 7};
     EXPECT_EQ(-1, string_to_bytes(c.text, c.textLen, read, c.dataLen)) << c.text;
     EXPECT_EQ("0707", EncodeHex(read, 2));

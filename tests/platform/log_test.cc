@@ -1,10 +1,8 @@
 #include "kxcert/platform/log.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cerrno>
-#include <string>
 
 #include "support/logCapture.h"
 
@@ -12,14 +10,13 @@ namespace {
 
 using testing::ElementsAre;
 
-struct GateCase { int debugPrint; int typeThr; int typeMaxThr; bool debugOn; bool traceOn; };
-constexpr GateCase kGateCases[] = {
+constexpr struct { int debugPrint; int typeThr; int typeMaxThr; bool debugOn; bool traceOn; } kGateCases[] = {
     {0, 0, 0, false, false}, {1, 0, 0, true, false},  {0, 3, 3, false, false},
     {0, 4, 0, true, false},  {0, 0, 4, false, true},
 };
 
 TEST(Log, WritesOnlyThroughAnOpenGate) {
-  for (const GateCase &c : kGateCases) {
+  for (const auto &c : kGateCases) {
     LogCapture log;
     dodebugprt = c.debugPrint;
     g_MsgTypeThr = c.typeThr;
@@ -47,23 +44,19 @@ TEST(Log, AppendsTheSystemErrorToErrorsOnly) {
                                        "[fdb] plain", "read: No such file or directory"));
 }
 
-TEST(Log, LinesAreWholeHoweverLong) {
-  LogCapture log;
-  for (const size_t len : {511U, 512U, 5000U}) {   // about the fixed area that most lines fit
-    const std::string text(len, 'x');
-    herror_func(0, 0, "%s", text.c_str());
-    EXPECT_EQ(text, log.Lines().back());
+TEST(Log, WritesWholeLinesToItsSinkOrToStandardError) {
+  {
+    LogCapture log;
+    for (const size_t len : {511U, 512U, 5000U}) {   // about the fixed area that most lines fit
+      const std::string text(len, 'x');
+      herror_func(0, 0, "%s", text.c_str());
+      EXPECT_EQ(text, log.Lines().back());
+    }
+    log.Clear();
+    const unsigned char octets[17] = {0xff};
+    hex_herror(octets, sizeof octets);
+    EXPECT_THAT(log.Lines(), ElementsAre("ff 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ", "00 "));
   }
-}
-
-TEST(Log, WritesOctetsSixteenToALine) {
-  LogCapture log;
-  const unsigned char octets[17] = {0xff};
-  hex_herror(octets, sizeof octets);
-  EXPECT_THAT(log.Lines(), ElementsAre("ff 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ", "00 "));
-}
-
-TEST(Log, GoesToStandardErrorWithoutASink) {
   testing::internal::CaptureStderr();
   error(0, 0, "to whom it may concern");
   EXPECT_EQ("to whom it may concern\n", testing::internal::GetCapturedStderr());

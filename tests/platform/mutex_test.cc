@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
+#include "support/onThreads.h"
 
 namespace {
 
@@ -10,7 +10,7 @@ bool Refuse() { return false; }
 
 int UnlockOnAnotherThread(MtMutex *mutex) {
   int result = 0;
-  std::thread([&] { result = MtMutexUnLock(mutex); }).join();
+  OnThreads(1, [&](int) { result = MtMutexUnLock(mutex); });
   return result;
 }
 
@@ -18,17 +18,13 @@ TEST(MtMutex, KeepsThreadsApart) {
   MtMutex *mutex = MtMutexCreate();
   ASSERT_NE(nullptr, mutex);
   int count = 0;   // plain on purpose
-  const auto work = [&] {
+  OnThreads(2, [&](int) {
     for (int i = 0; i < 5000; ++i) {
       MtMutexLock(mutex);
       ++count;
       MtMutexUnLock(mutex);
     }
-  };
-  std::thread first(work);
-  std::thread second(work);
-  first.join();
-  second.join();
+  });
   EXPECT_EQ(10000, count);
   MtMutexDestroy(mutex);
 }
@@ -48,11 +44,9 @@ TEST(MtMutex, RefusesWhatWouldBeUndefined) {
 
 TEST(MtMutex, ARecursiveOneIsLockedAsOftenAsItIsUnlocked) {
   MtMutex *mutex = MtMutexCreateRecursive(nullptr);
-  EXPECT_EQ(0, MtMutexLock(mutex));
-  EXPECT_EQ(0, MtMutexLock(mutex));
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(0, MtMutexLock(mutex));
   EXPECT_EQ(-1, UnlockOnAnotherThread(mutex));
-  EXPECT_EQ(0, MtMutexUnLock(mutex));
-  EXPECT_EQ(0, MtMutexUnLock(mutex));
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(0, MtMutexUnLock(mutex));
   EXPECT_EQ(-1, MtMutexUnLock(mutex));
   MtMutexDestroy(mutex);
 }

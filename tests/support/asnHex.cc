@@ -1,11 +1,10 @@
 #include "support/asnHex.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/hexOctets.h"
+#include "support/printed.h"
 
 int DecodeOctets(const std::vector<unsigned char> &octets, sxAsnType &value) {
   const auto block = std::make_unique<char[]>(octets.size());
@@ -20,17 +19,8 @@ std::string EncodeHex(sxAsnType &value, int sortSets) {
   return sxASN_EncodeBuf(value, octets, sortSets) < 0 ? "-" : EncodeHex(octets.Data(), octets.Len());
 }
 
-std::string Reencode(const char *hex, sxAsnType &value) {
-  return DecodeHex(hex, value) < 0 ? "-" : EncodeHex(value);
-}
+std::string Reencode(const char *hex, sxAsnType &value) { return DecodeHex(hex, value) < 0 ? "-" : EncodeHex(value); }
 
 std::string Printed(sxAsnType &value, int indent) {
-  char *text = nullptr;
-  size_t textLen = 0;
-  FILE *out = open_memstream(&text, &textLen);
-  value.Print(out, indent);
-  std::fclose(out);
-  std::string printed(text, textLen);
-  std::free(text);
-  return printed;
+  return Captured([&](FILE *out) { value.Print(out, indent); });
 }

@@ -9,7 +9,7 @@ import hashlib
 import re
 import time
 
-from signingkeys import bit_string, integer, oid, sequence, tlv
+from signingkeys import bit_string, integer, load_keys, oid, sequence, tlv
 
 ATTRIBUTES = {"C": "2.5.4.6", "O": "2.5.4.10", "OU": "2.5.4.11", "CN": "2.5.4.3"}
 UTF8, PRINTABLE, T61, BMP = 0x0C, 0x13, 0x14, 0x1E
@@ -127,3 +127,23 @@ def certificate(subject, key, issuer=None, *, ca=False, path_len=None, serial=No
     tbs = inner(*(edit(parts) if edit else parts))
     signature = bit_string(signer.sign(digest, tbs + b"other" if altered else tbs))
     return Certificate(wrap(tbs, algorithm, signature), subject, key)
+
+
+KEYS = load_keys()
+ROOT_KEY, ISSUER_KEY, LEAF_KEY, OTHER_KEY = (KEYS[f"p256-{letter}"] for letter in "abcd")
+DN = "CN={}, O=Example, C=ZZ"
+
+
+def ca(cn, key=ISSUER_KEY, issuer=None, **changes):
+    """A CA; without an issuer a root."""
+    return certificate(DN.format(cn), key, issuer, **{"ca": True, "not_before": "2020-01-01",
+                                                      "not_after": "2035-01-01", **changes})
+
+
+def leaf_of(issuer, **changes):
+    return certificate(DN.format("Leaf"), LEAF_KEY, issuer, **changes)
+
+
+ROOT = ca("Root", ROOT_KEY)
+ISSUER = ca("Issuer", ISSUER_KEY, ROOT)
+LEAF = leaf_of(ISSUER)

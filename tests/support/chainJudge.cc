@@ -42,9 +42,8 @@ class Court {
  public:
   explicit Court(const ChainQuestion &question)
       : m_question(question),
-        m_holder(question.intermediates.empty()
-                     ? sxKeyHolder_New()
-                     : sxKeyHolder_with_cache(4, 0, sxKeyHolder_cachedIntermediates)) {}
+        m_holder(question.intermediates.empty() ? sxKeyHolder_New()
+                                                : sxKeyHolder_with_cache(4, 0, sxKeyHolder_cachedIntermediates)) {}
 
   bool Load() {
     if (!LoadCerts(m_question.chain, m_chain) || !LoadRoots() || !LoadOwnKey()) return false;
@@ -77,8 +76,8 @@ class Court {
     if (root == nullptr) return answer;
     const FixedClock clock(m_question.nowSec);
     char text[1024];
-    answer.rc = sxCert_ValCerts(root, &path, nullptr, &answer.expirationSec, m_params, text,
-                                sizeof text, &answer.level, nullptr, nullptr, kChecks);
+    answer.rc = sxCert_ValCerts(root, &path, nullptr, &answer.expirationSec, m_params, text, sizeof text, &answer.level,
+                                nullptr, nullptr, kChecks);
     answer.text = text;
     answer.chainExpirationSec = sxGetChainExpiration(path);
     const sxCert *blamed = path.Get(answer.level);
@@ -117,8 +116,7 @@ class Court {
           permitted->Add(&name);
         }
       }
-      Ref<sxRootCA> root(new sxRootCA(nullptr, cert.get(), 0, sxCaType_other, 0, nullptr, 0,
-                                      permitted.release(), 0));
+      Ref<sxRootCA> root(new sxRootCA(nullptr, cert.get(), 0, sxCaType_other, 0, nullptr, 0, permitted.release(), 0));
       if (m_holder->AddCA(root.get()) != 0) return Fail(file);
       if (m_firstRoot == nullptr) m_firstRoot = std::move(root);
     }
@@ -133,8 +131,7 @@ class Court {
     if (m_question.ownChain.empty()) return true;
     sxCerts own;
     if (!LoadCerts(m_question.ownChain, own)) return false;
-    const Ref<sxCertifiedKey> key(
-        new sxCertifiedKey("own", own, m_firstRoot.get(), nullptr, 0, nullptr, 0));
+    const Ref<sxCertifiedKey> key(new sxCertifiedKey("own", own, m_firstRoot.get(), nullptr, 0, nullptr, 0));
     return m_holder->AddCertKey(key.get()) == 0 || Fail("own key");
   }
 
@@ -169,9 +166,7 @@ const std::vector<ChainCode> &ChainCodes() {
 }
 
 const char *CodeName(sxValidationRC rc) {
-  for (const ChainCode &code : ChainCodes()) {
-    if (code.rc == rc) return code.name;
-  }
+  for (const ChainCode &code : ChainCodes())  if (code.rc == rc) return code.name;
   return nullptr;
 }
 

@@ -48,11 +48,7 @@ const char *CodeName(sxValidationRC rc);
 bool CodeOfName(const std::string &name, sxValidationRC *rc);
 
 /// Every code that a chain without revocation can have, with its name and text.
-struct ChainCode {
-  sxValidationRC rc;
-  const char *name;
-  const char *text;
-};
+struct ChainCode { sxValidationRC rc; const char *name; const char *text; };
 const std::vector<ChainCode> &ChainCodes();
 
 #endif

@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr int kConstructedBits = 0x23;
 constexpr int kConstructedOcts = 0x24;
 constexpr int kSequence = 0x30;
 constexpr int kSet = 0x31;
@@ -28,18 +29,15 @@ Octets EmptySegments(int count) {
   all.insert(all.end(), rest.begin(), rest.end());
   return all;
 }
-Octets ShortSegments(int count) { return Der(kConstructedOcts, Repeated({0x04, 0x01, 0x41}, count)); }
-Octets BitSegments(int count) { return Der(0x23, Repeated({0x03, 0x02, 0x00, 0x41}, count)); }
+// One element around as many equal parts.
+template <int Tag, unsigned char... Part>
+Octets Of(int count) { return Der(Tag, Repeated({Part...}, count)); }
 Octets IndefiniteSegments(int count) { return Indefinite(kConstructedOcts, Repeated({0x04, 0x01, 0x41}, count)); }
 // 60 levels around all of them.
-Octets DeepSegments(int count) {
-  Octets all = Repeated({0x04, 0x01, 0x41}, count);
-  for (int i = 0; i < 60; ++i) all = Der(kConstructedOcts, all);
-  return all;
-}
-Octets DeepBits(int count) {
-  Octets all = Repeated({0x03, 0x02, 0x00, 0x41}, count);
-  for (int i = 0; i < 60; ++i) all = Der(0x23, all);
+template <int Tag, unsigned char... Part>
+Octets Deep(int count) {
+  Octets all = Repeated({Part...}, count);
+  for (int i = 0; i < 60; ++i) all = Der(Tag, all);
   return all;
 }
 Octets SetOfStrings(int count) {   // in descending order where they differ, so that sorting has to work
@@ -51,19 +49,16 @@ Octets SetOfStrings(int count) {   // in descending order where they differ, so 
   }
   return Der(kSet, content);
 }
-Octets SetOfEqualStrings(int count) { return Der(kSet, Repeated({0x04, 0x01, 0x41}, count)); }
-Octets SetOfAttributes(int count) { return Der(kSet, Repeated({0x30, 0x0A, 0x06, 0x03, 0x2A, 0x03, 0x04, 0x31, 0x03, 0x04, 0x01, 0x41}, count)); }
-Octets Names(int count) { return Der(kSequence, Repeated({0x82, 0x01, 0x41}, count)); }
-Octets EmptyNames(int count) { return Der(kSequence, Repeated({0x82, 0x00}, count)); }
-Octets EmptyPoints(int count) { return Der(kSequence, Repeated({0x30, 0x00}, count)); }
-Octets Numbers(int count) { return Der(kSequence, Repeated({0x02, 0x01, 0x01}, count)); }
 // Values that might be extensions and are not: each is tried, then kept raw. Their lengths claim all
 // that follows.
 Octets FallbackValues(int count) {
-  return Der(kSequence, {{0x06, 0x02, 0x2A, 0x03}, Der(kSet, Repeated({0x30, 0x08, 0x30, 0x06, 0x06, 0x02, 0x2A, 0x03, 0x05, 0x00}, count))});
+  const Octets values = Repeated({0x30, 0x08, 0x30, 0x06, 0x06, 0x02, 0x2A, 0x03, 0x05, 0x00}, count);
+  return Der(kSequence, {{0x06, 0x02, 0x2A, 0x03}, Der(kSet, values)});
 }
-Octets OpenTypes(int count) { return Der(kSequence, Repeated({0x30, 0x07, 0x06, 0x02, 0x2A, 0x03, 0x04, 0x01, 0x41}, count)); }
-Octets IndefiniteLists(int count) { return Indefinite(kSequence, Repeated({0x31, 0x80, 0x30, 0x07, 0x06, 0x02, 0x2A, 0x03, 0x0C, 0x01, 0x41, 0x00, 0x00}, count)); }
+Octets IndefiniteLists(int count) {
+  const Octets list = {0x31, 0x80, 0x30, 0x07, 0x06, 0x02, 0x2A, 0x03, 0x0C, 0x01, 0x41, 0x00, 0x00};
+  return Indefinite(kSequence, Repeated(list, count));
+}
 // The content of an open type, nested without limit.
 Octets NestedRaw(int count) {
   Octets all = {0x06, 0x02, 0x2A, 0x03};
@@ -77,20 +72,21 @@ Octets NestedRaw(int count) {
 const std::vector<CostlyInput> &CostlyInputs() {
   static const std::vector<CostlyInput> inputs = {
       {"emptySegments", &sxAsnOcts::kInfo, EmptySegments, false},
-      {"shortSegments", &sxAsnOcts::kInfo, ShortSegments},
+      {"shortSegments", &sxAsnOcts::kInfo, Of<kConstructedOcts, 0x04, 0x01, 0x41>},
       {"segmentsOfIndefiniteLength", &sxAsnOcts::kInfo, IndefiniteSegments},
-      {"bitSegments", &sxAsnBits::kInfo, BitSegments},
-      {"segmentsBelow60Levels", &sxAsnOcts::kInfo, DeepSegments},
-      {"bitSegmentsBelow60Levels", &sxAsnBits::kInfo, DeepBits},
+      {"bitSegments", &sxAsnBits::kInfo, Of<kConstructedBits, 0x03, 0x02, 0x00, 0x41>},
+      {"segmentsBelow60Levels", &sxAsnOcts::kInfo, Deep<kConstructedOcts, 0x04, 0x01, 0x41>},
+      {"bitSegmentsBelow60Levels", &sxAsnBits::kInfo, Deep<kConstructedBits, 0x03, 0x02, 0x00, 0x41>},
       {"setToSort", &sxASN_IdentityProofSetOf::kInfo, SetOfStrings},
-      {"setOfEquals", &sxASN_IdentityProofSetOf::kInfo, SetOfEqualStrings},
-      {"setOfAttributes", &sxASN_SignedAttributes::kInfo, SetOfAttributes},
-      {"choices", &sxASN_GeneralNames::kInfo, Names},
-      {"emptyChoices", &sxASN_GeneralNames::kInfo, EmptyNames},
-      {"emptySequences", &sxASN_CRLDistPointsSyntax::kInfo, EmptyPoints},
-      {"numbers", &sxASN_NoticeReferenceSeqOf::kInfo, Numbers},
+      {"setOfEquals", &sxASN_IdentityProofSetOf::kInfo, Of<kSet, 0x04, 0x01, 0x41>},
+      {"setOfAttributes", &sxASN_SignedAttributes::kInfo,
+       Of<kSet, 0x30, 0x0A, 0x06, 0x03, 0x2A, 0x03, 0x04, 0x31, 0x03, 0x04, 0x01, 0x41>},
+      {"choices", &sxASN_GeneralNames::kInfo, Of<kSequence, 0x82, 0x01, 0x41>},
+      {"emptyChoices", &sxASN_GeneralNames::kInfo, Of<kSequence, 0x82, 0x00>},
+      {"emptySequences", &sxASN_CRLDistPointsSyntax::kInfo, Of<kSequence, 0x30, 0x00>},
+      {"numbers", &sxASN_NoticeReferenceSeqOf::kInfo, Of<kSequence, 0x02, 0x01, 0x01>},
       {"valuesTriedAsExtensions", &sxASN_Attribute::kInfo, FallbackValues},
-      {"openTypes", &sxASN_Controls::kInfo, OpenTypes},
+      {"openTypes", &sxASN_Controls::kInfo, Of<kSequence, 0x30, 0x07, 0x06, 0x02, 0x2A, 0x03, 0x04, 0x01, 0x41>},
       {"listsOfIndefiniteLength", &sxASN_RDNSequence::kInfo, IndefiniteLists},
       {"nestedOpenType", &sxASN_AlgorithmIdentifier::kInfo, NestedRaw},
   };

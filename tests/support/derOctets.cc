@@ -1,8 +1,5 @@
 #include "support/derOctets.h"
 
-#include <memory>
-
-#include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/sxDN.h"
 
 Octets Joined(std::initializer_list<Octets> parts) {
@@ -19,8 +16,7 @@ Octets Der(int tag, const Octets &content) {
   if (len >= 0x80) {
     const int numOctets = len < 0x100 ? 1 : len < 0x10000 ? 2 : 3;
     element.push_back(static_cast<unsigned char>(0x80 + numOctets));
-    for (int i = numOctets - 1; i > 0; --i)
-      element.push_back(static_cast<unsigned char>(len >> (8 * i)));
+    for (int i = numOctets - 1; i > 0; --i) element.push_back(static_cast<unsigned char>(len >> (8 * i)));
   }
   element.push_back(static_cast<unsigned char>(len));
   element.insert(element.end(), content.begin(), content.end());
@@ -33,8 +29,12 @@ Octets Indefinite(int tag, const Octets &content) {
   return Joined({{static_cast<unsigned char>(tag), 0x80}, content, {0, 0}});
 }
 
+std::unique_ptr<sxAsnOid> OidOf(const char *dotted) {
+  return std::unique_ptr<sxAsnOid>(sxDN_Str2OID((std::string("OID.") + dotted).c_str()));
+}
+
 Octets Ava(const char *oid, int tag, const Octets &value) {
-  const std::unique_ptr<sxAsnOid> type(sxDN_Str2OID((std::string("OID.") + oid).c_str()));
+  const std::unique_ptr<sxAsnOid> type = OidOf(oid);
   return Der(0x30, {Der(0x06, Octets(type->Data(), type->Data() + type->Len())), Der(tag, value)});
 }
 

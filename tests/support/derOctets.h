@@ -5,8 +5,11 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "kxcert/asn1/sxAsnOid.h"
 
 using Octets = std::vector<unsigned char>;
 
@@ -20,7 +23,10 @@ Octets Der(int tag, std::initializer_list<Octets> parts);
 /// The same element with an indefinite length; the identifier must be a constructed one.
 Octets Indefinite(int tag, const Octets &content);
 
-/// One attribute type and value; @p oid is dotted, without the "OID." of names.
+/// From "1.2.3".
+std::unique_ptr<sxAsnOid> OidOf(const char *dotted);
+
+/// One attribute type and value; @p oid is dotted.
 Octets Ava(const char *oid, int tag, const Octets &value);
 /// A name of RDNs with one such attribute each, root-most first.
 Octets NameOf(std::initializer_list<Octets> avas);
@@ -32,9 +38,8 @@ constexpr char kO[] = "2.5.4.10";
 constexpr int kPrintable = 0x13;
 constexpr int kUtf8 = 0x0C;
 
-inline const char *Chars(const Octets &octets) {
-  return reinterpret_cast<const char *>(octets.data());
-}
+inline const char *Chars(const Octets &octets) { return reinterpret_cast<const char *>(octets.data()); }
+inline std::string StringOf(const Octets &octets) { return std::string(octets.begin(), octets.end()); }
 inline int LenOf(const Octets &octets) { return static_cast<int>(octets.size()); }
 
 #endif

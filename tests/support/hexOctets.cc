@@ -11,8 +11,8 @@ std::vector<unsigned char> DecodeHex(const char *text) {
     if (*p == ' ') continue;
     unsigned value = 0;
     // Not the library's own reader: that one is under test.
-    if (!std::isxdigit(static_cast<unsigned char>(p[0])) ||
-        !std::isxdigit(static_cast<unsigned char>(p[1])) || std::sscanf(p, "%2x", &value) != 1) {
+    if (!std::isxdigit(static_cast<unsigned char>(p[0])) || !std::isxdigit(static_cast<unsigned char>(p[1])) ||
+        std::sscanf(p, "%2x", &value) != 1) {
       ADD_FAILURE() << "not hexadecimal from character " << p - text << " on: " << text;
       break;
     }
@@ -32,6 +32,4 @@ std::string EncodeHex(const unsigned char *data, size_t dataLen) {
   return text;
 }
 
-std::string EncodeHex(const std::vector<unsigned char> &octets) {
-  return EncodeHex(octets.data(), octets.size());
-}
+std::string EncodeHex(const std::vector<unsigned char> &octets) { return EncodeHex(octets.data(), octets.size()); }

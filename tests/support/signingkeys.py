@@ -73,33 +73,22 @@ class Curve:
     gy: int
 
     def multiply(self, factor):
-        """factor times the generator, in affine coordinates."""
-        x, y, z = 0, 1, 0                       # Jacobian; z = 0 is the point at infinity
-        for bit in bin(factor)[2:]:
-            x, y, z = self._double(x, y, z)
-            if bit == "1":
-                x, y, z = self._add_generator(x, y, z)
-        inverse = pow(z, -1, self.p)
-        return x * inverse ** 2 % self.p, y * inverse ** 3 % self.p
+        """factor times the generator."""
+        total, power = None, (self.gx, self.gy)     # None is the point at infinity
+        while factor:
+            if factor & 1:
+                total = self._add(total, power)
+            power, factor = self._add(power, power), factor >> 1
+        return total
 
-    def _double(self, x, y, z):
-        p = self.p
-        delta, gamma = z * z % p, y * y % p
-        beta, alpha = x * gamma % p, 3 * (x - delta) * (x + delta) % p
-        x3 = (alpha * alpha - 8 * beta) % p
-        return x3, (alpha * (4 * beta - x3) - 8 * gamma * gamma) % p, 2 * y * z % p
-
-    def _add_generator(self, x, y, z):
-        p = self.p
-        if z == 0:
-            return self.gx, self.gy, 1
-        zz = z * z % p
-        h, r = (self.gx * zz - x) % p, (self.gy * zz * z - y) % p
-        assert h != 0                           # the running multiple is never plus or minus one here
-        hh = h * h % p
-        hhh, v = h * hh % p, x * hh % p
-        x3 = (r * r - hhh - 2 * v) % p
-        return x3, (r * (v - x3) - y * hhh) % p, z * h % p
+    def _add(self, a, b):
+        if a is None:
+            return b
+        (x1, y1), (x2, y2), p = a, b, self.p
+        assert a == b or x1 != x2                   # opposite points do not meet here
+        slope = (3 * x1 * x1 - 3) * pow(2 * y1, -1, p) if a == b else (y2 - y1) * pow(x2 - x1, -1, p)
+        x = (slope * slope - x1 - x2) % p
+        return x, (slope * (x1 - x) - y1) % p
 
 
 CURVES = [

@@ -56,8 +56,11 @@ void AddUnknownExtension(X509 *cert) {
 }  // namespace
 
 TestCert::TestCert(const char *subject, const TestCert *issuer, const TestCertOptions &options) {
-  m_key = options.keyOf != nullptr ? options.keyOf->m_key
-                                   : std::shared_ptr<EVP_PKEY>(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"), EVP_PKEY_free);
+  if (options.keyOf != nullptr) {
+    m_key = options.keyOf->m_key;
+  } else {
+    m_key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"), EVP_PKEY_free);
+  }
   const X509Ptr cert(X509_new());
   const X509Ptr issuerCert = issuer != nullptr ? Decode(*issuer->m_cert) : nullptr;
   X509 *const above = issuerCert != nullptr ? issuerCert.get() : cert.get();
@@ -96,8 +99,7 @@ sxCert *TestCert::Ref() const {
   return m_cert;
 }
 
-TestCertOptions CaOptions() {
-  TestCertOptions options;
+TestCertOptions CaOptions(TestCertOptions options) {
   options.basicConstraints = "critical,CA:TRUE";
   options.keyUsage = "critical,keyCertSign,cRLSign";
   return options;
@@ -108,3 +110,11 @@ sxCerts SetOf(std::initializer_list<const TestCert *> certs) {
   for (const TestCert *cert : certs) set.Add(cert->Ref());
   return set;
 }
+
+std::vector<const sxCert *> Members(const sxCerts &certs) {
+  std::vector<const sxCert *> members;
+  for (int i = 0; i <= certs.Top(); ++i) members.push_back(certs.Get(i));
+  return members;
+}
+
+std::vector<unsigned char> DerOf(const sxCert &cert) { return {cert.GetBuf(), cert.GetBuf() + cert.BufLen()}; }

@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <openssl/evp.h>
 
@@ -21,8 +22,8 @@ struct TestCertOptions {
   int64_t notBefore = kTestNow - kTestDay;
   int64_t notAfter = kTestNow + 365 * kTestDay;
   std::string serial = "01";             ///< hexadecimal
-  std::string basicConstraints;          ///< as in an OpenSSL configuration; "": no extension
-  std::string keyUsage;
+  std::string basicConstraints = {};     ///< as in an OpenSSL configuration; "": no extension
+  std::string keyUsage = {};
   bool keyIds = false;                   ///< subject and authority key identifiers, made from the keys
   bool criticalUnknown = false;          ///< a critical extension 1.2.3.4.5
   const char *issuerName = nullptr;      ///< instead of the issuer's subject
@@ -47,10 +48,15 @@ class TestCert {
   sxCert *m_cert = nullptr;
 };
 
-/// cA set and allowed to sign.
-TestCertOptions CaOptions();
+/// The options with cA set and allowed to sign.
+TestCertOptions CaOptions(TestCertOptions options = {});
 
 /// Adds one more reference of each.
 sxCerts SetOf(std::initializer_list<const TestCert *> certs);
+
+/// Lent; null where the set has a hole.
+std::vector<const sxCert *> Members(const sxCerts &certs);
+
+std::vector<unsigned char> DerOf(const sxCert &cert);
 
 #endif

@@ -1,18 +1,14 @@
-// Chains of tests/data/chain: one folder, one fault. make.py beside them says what a case.txt
-// holds.
+// Chains of tests/data/chain: one folder, one fault. make.py beside them says what a case.txt holds.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <memory>
 #include <set>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "support/chainJudge.h"
 
@@ -41,9 +37,9 @@ Words SplitWords(const std::string &text) {
 }
 
 // The place of the certificate that is to blame is the "at file.pem" of expect.
-const std::set<std::string> kKeys = {
-    "chain",       "anchor",    "additional", "constraint", "intermediates", "own-chain", "run",
-    "grace-start", "grace-end", "blacklist",  "time",       "expect",        "path"};
+const std::set<std::string> kKeys = {"chain",     "anchor", "additional",  "constraint", "intermediates",
+                                     "own-chain", "run",    "grace-start", "grace-end",  "blacklist",
+                                     "time",      "expect", "path"};
 
 Lines ReadCase(const std::string &folder) {
   std::ifstream in(kFolder + folder + "/case.txt");
@@ -53,8 +49,7 @@ Lines ReadCase(const std::string &folder) {
     const size_t colon = line.find(':');
     const std::string key = line.substr(0, colon);
     const size_t value = line.find_first_not_of(' ', key.size() + 1);
-    if (kKeys.contains(key.starts_with(kTwin) ? key.substr(kTwin.size()) : key) &&
-        value < line.size()) {
+    if (kKeys.contains(key.starts_with(kTwin) ? key.substr(kTwin.size()) : key) && value < line.size()) {
       lines[key].push_back(line.substr(value));
     } else {
       ADD_FAILURE() << folder << ": unknown line: " << line;
@@ -66,8 +61,8 @@ Lines ReadCase(const std::string &folder) {
 // "2030-01-01 00:00 UTC" or with seconds.
 int64_t ReadTime(const std::string &text) {
   tm parts{};
-  const int found = std::sscanf(text.c_str(), "%d-%d-%d %d:%d:%d", &parts.tm_year, &parts.tm_mon,
-                                &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec);
+  const int found = std::sscanf(text.c_str(), "%d-%d-%d %d:%d:%d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday,
+                                &parts.tm_hour, &parts.tm_min, &parts.tm_sec);
   EXPECT_GE(found, 5) << text;
   EXPECT_TRUE(text.ends_with(" UTC")) << text;
   parts.tm_year -= 1900;
@@ -77,38 +72,26 @@ int64_t ReadTime(const std::string &text) {
 
 class Case {
  public:
-  Case(const std::string &folder, Lines lines)
-      : m_folder(kFolder + folder + "/"), m_lines(std::move(lines)) {}
+  Case(const std::string &folder, Lines lines) : m_folder(kFolder + folder + "/"), m_lines(std::move(lines)) {}
 
-  Words Values(const std::string &key) const {
-    const auto found = m_lines.find(key);
-    return found == m_lines.end() ? Words() : found->second;
-  }
-  std::string Value(const std::string &key) const {
-    const Words values = Values(key);
-    return values.empty() ? "" : values[0];
-  }
-  int Number(const std::string &key, int absent) const {
-    return Values(key).empty() ? absent : std::stoi(Value(key));
-  }
-  std::string File(const std::string &name) const { return m_folder + name; }
+  Words Values(const std::string &key) const { return m_lines.contains(key) ? m_lines.at(key) : Words(); }
+  std::string Value(const std::string &key) const { return m_lines.contains(key) ? m_lines.at(key)[0] : ""; }
+  int Seconds(const std::string &key) const { return m_lines.contains(key) ? std::stoi(Value(key)) : kGraceDefault; }
+  Words Expected() const { return SplitWords(Value("expect")); }
+  const std::string &Folder() const { return m_folder; }
   Words Files(const std::string &key) const {
     Words files = SplitWords(Value(key));
-    for (std::string &file : files) file = File(file);
+    for (std::string &file : files) file = m_folder + file;
     return files;
   }
-  Words Expected() const { return SplitWords(Value("expect")); }
 
   /// The same with the lines of the sound twin; null when there are none.
   std::unique_ptr<Case> Twin() const {
     auto twin = std::make_unique<Case>(*this);
-    bool differs = false;
     for (const auto &[key, values] : m_lines) {
-      if (!key.starts_with(kTwin)) continue;
-      twin->m_lines[key.substr(kTwin.size())] = values;
-      differs = true;
+      if (key.starts_with(kTwin)) twin->m_lines[key.substr(kTwin.size())] = values;
     }
-    return differs ? std::move(twin) : nullptr;
+    return twin->m_lines == m_lines ? nullptr : std::move(twin);
   }
 
  private:
@@ -116,31 +99,28 @@ class Case {
   Lines m_lines;
 };
 
-ChainQuestion Ask(const Case &c) {
-  ChainQuestion question;
-  question.chain = c.Files("chain");
-  question.anchors = c.Files("anchor");
-  question.additional = c.Files("additional");
-  question.constraints = c.Values("constraint");
-  question.intermediates = c.Files("intermediates");
-  question.ownChain = c.Files("own-chain");
-  question.blackList = c.Values("blacklist");
-  question.startGraceSec = c.Number("grace-start", kGraceDefault);
-  question.endGraceSec = c.Number("grace-end", kGraceDefault);
-  question.nowSec = ReadTime(c.Value("time"));
+ChainAnswer Judge(const Case &c) {
   const std::string run = c.Value("run");
   EXPECT_TRUE(run.empty() || run == "trust" || run == "fix" || run == "sort fix") << run;
-  question.fix = run.ends_with("fix");
-  question.sort = run.starts_with("sort");
-  return question;
+  return JudgeChain({.chain = c.Files("chain"),
+                     .anchors = c.Files("anchor"),
+                     .additional = c.Files("additional"),
+                     .constraints = c.Values("constraint"),
+                     .intermediates = c.Files("intermediates"),
+                     .ownChain = c.Files("own-chain"),
+                     .blackList = c.Values("blacklist"),
+                     .startGraceSec = c.Seconds("grace-start"),
+                     .endGraceSec = c.Seconds("grace-end"),
+                     .nowSec = ReadTime(c.Value("time")),
+                     .sort = run.starts_with("sort"),
+                     .fix = run.ends_with("fix")});
 }
 
 // The files of the case's folder that the path is made of.
 Words PathFiles(const Case &c, const ChainAnswer &answer) {
   std::map<std::string, std::string> names;  // by DER
-  for (const fs::directory_entry &entry : fs::directory_iterator(c.File(""))) {
-    if (entry.path().extension() == ".pem")
-      names[ReadCertFile(entry.path())] = entry.path().filename();
+  for (const fs::directory_entry &entry : fs::directory_iterator(c.Folder())) {
+    if (entry.path().extension() == ".pem") names[ReadCertFile(entry.path())] = entry.path().filename();
   }
   Words files;
   for (const std::string &der : answer.path) files.push_back(names[der]);
@@ -149,8 +129,7 @@ Words PathFiles(const Case &c, const ChainAnswer &answer) {
 
 void ExpectPath(const Case &c, const ChainAnswer &answer) {
   const Words expected = SplitWords(c.Value("path"));
-  if (expected.empty()) return;
-  EXPECT_EQ(expected, PathFiles(c, answer));
+  EXPECT_TRUE(expected.empty() || expected == PathFiles(c, answer)) << testing::PrintToString(PathFiles(c, answer));
 }
 
 void ExpectAccepted(const Case &c, const ChainAnswer &answer) {
@@ -170,12 +149,10 @@ void ExpectRefused(const Case &c, const ChainAnswer &answer) {
   sxValidationRC rc = sxValidation_OK;
   ASSERT_TRUE(CodeOfName(expected[0], &rc)) << expected[0];
   ASSERT_EQ(rc, answer.rc) << CodeName(answer.rc) << " at " << answer.subject;
-  if (rc == sxValidation_notTrusted)
-    return;  // nothing was validated, so there is no place and no message
+  if (rc == sxValidation_notTrusted) return;  // nothing was validated: there is no place and no message
   ASSERT_EQ(3u, expected.size()) << "say at which file";
   ASSERT_EQ("at", expected[1]);
-  ASSERT_TRUE(answer.level >= 0 && answer.level < static_cast<int>(answer.path.size()))
-      << answer.level;
+  ASSERT_TRUE(answer.level >= 0 && answer.level < static_cast<int>(answer.path.size())) << answer.level;
   EXPECT_EQ(expected[2], PathFiles(c, answer)[static_cast<size_t>(answer.level)]);
   EXPECT_EQ(0u, answer.text.find(sxValidationRC_GetString(rc))) << answer.text;
   EXPECT_NE(std::string::npos, answer.text.find(answer.subject)) << answer.text;
@@ -186,23 +163,19 @@ class ChainCases : public testing::TestWithParam<std::string> {};
 TEST_P(ChainCases, GetsItsVerdict) {
   const Case c(GetParam(), ReadCase(GetParam()));
   ASSERT_FALSE(c.Expected().empty());
-  const ChainAnswer answer = JudgeChain(Ask(c));
-  if (c.Expected()[0] == "OK") {
-    ExpectAccepted(c, answer);
-    ExpectPath(c, answer);
-    return;
-  }
-  ExpectRefused(c, answer);
+  const ChainAnswer answer = Judge(c);
   ExpectPath(c, answer);
+  if (c.Expected()[0] == "OK") return ExpectAccepted(c, answer);
+  ExpectRefused(c, answer);
   const std::unique_ptr<Case> twin = c.Twin();
   ASSERT_NE(nullptr, twin) << "a refused case needs a sound twin";
   SCOPED_TRACE("the sound twin");
-  ExpectAccepted(*twin, JudgeChain(Ask(*twin)));
+  ExpectAccepted(*twin, Judge(*twin));
 }
 
 std::string TestName(const testing::TestParamInfo<std::string> &info) {
   std::string name = info.param;
-  for (char &c : name) c = c == '-' ? '_' : c;
+  std::replace(name.begin(), name.end(), '-', '_');
   return name;
 }
 

@@ -1,10 +1,6 @@
 #include "kxcert/trust/sxKeyHolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <vector>
 
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/sxPKObjects.h"

@@ -1,12 +1,9 @@
 #include "kxcert/trust/sxPKObjects.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <random>
-#include <vector>
 
 #include "kxcert/foundation/sxPKobj.h"
 #include "kxcert/trust/sxRootCA.h"

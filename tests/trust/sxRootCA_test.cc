@@ -1,10 +1,6 @@
 #include "kxcert/trust/sxRootCA.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
 
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/attributeSet.h"
@@ -42,12 +38,9 @@ TEST(sxRootCA, IsNamedByItsNameOrElseByItsSubject) {
 }
 
 TEST(sxRootCA, FindsWhichOfItsCertificatesSigned) {
-  const TestCert own("O=Signee/CN=root", nullptr, CaOptions());
-  const TestCert second("O=Signee/CN=root", nullptr, CaOptions());
-  const TestCert third("O=Signee/CN=root", nullptr, CaOptions());
-  const TestCert byOwn("O=Signee/CN=a", &own);
-  const TestCert bySecond("O=Signee/CN=b", &second);
-  const TestCert byThird("O=Signee/CN=c", &third);
+  const TestCert own("O=Signee/CN=root", nullptr, CaOptions()), second("O=Signee/CN=root", nullptr, CaOptions());
+  const TestCert third("O=Signee/CN=root", nullptr, CaOptions()), byOwn("O=Signee/CN=a", &own);
+  const TestCert bySecond("O=Signee/CN=b", &second), byThird("O=Signee/CN=c", &third);
   LogCapture log;
   const RootPtr root = NewRoot("root", own.Get());
   EXPECT_EQ(own.Get(), root->CertBySignee(byOwn.Get()));

@@ -12,12 +12,8 @@
 namespace {
 
 TEST(BlackList, HoldsTheSerialsOfCertificates) {
-  TestCertOptions longSerial;
-  longSerial.serial = "8FEDCBA987654321";   // encoded with a leading zero octet
-  const TestCert withLong("O=Black/CN=long", nullptr, longSerial);
-  TestCertOptions shortSerial;
-  shortSerial.serial = "0102";
-  const TestCert withShort("O=Black/CN=short", nullptr, shortSerial);
+  const TestCert withLong("O=Black/CN=long", nullptr, {.serial = "8FEDCBA987654321"});   // and a leading zero octet
+  const TestCert withShort("O=Black/CN=short", nullptr, {.serial = "0102"});
 
   sxcert_black_list *list = new sxcert_black_list(0);
   EXPECT_FALSE(list->IsExist(*withLong.Get()));

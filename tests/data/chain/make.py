@@ -31,11 +31,8 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, str(HERE.parent.parent / "support"))
 
 from certbuilder import *          # noqa: E402,F403
-from signingkeys import RSA_SIGNATURES, load_keys   # noqa: E402
+from signingkeys import RSA_SIGNATURES   # noqa: E402
 
-KEYS = load_keys()
-ROOT_KEY, ISSUER_KEY, LEAF_KEY, OTHER_KEY = (KEYS[f"p256-{letter}"] for letter in "abcd")
-DN = "CN={}, O=Example, C=ZZ"
 NOW = "2030-01-01 00:00 UTC"
 CASES = {}
 
@@ -60,19 +57,13 @@ def case(folder, what, files, chain="leaf issuer", **lines):
     CASES[folder]["case.txt"] = "\n".join(text) + "\n"
 
 
-def ca(cn, key, issuer=None, **changes):
-    """A CA; without an issuer a root."""
-    return certificate(DN.format(cn), key, issuer, **{"ca": True, "not_before": "2020-01-01",
-                                                      "not_after": "2035-01-01", **changes})
+def both(folder, what, files, chain, **lines):
+    """The case for trust and the one for repair."""
+    case(folder, what, files, chain, **lines)
+    first = {row: lines.pop(row) for row in ("anchor", "additional") if row in lines}
+    case(f"{folder}-repaired", what, files, chain, **first, run="fix", **lines)
 
 
-def leaf_of(issuer, **changes):
-    return certificate(DN.format("Leaf"), LEAF_KEY, issuer, **changes)
-
-
-ROOT = ca("Root", ROOT_KEY)
-ISSUER = ca("Issuer", ISSUER_KEY, ROOT)
-LEAF = leaf_of(ISSUER)
 SOUND = {"leaf": LEAF, "issuer": ISSUER, "root": ROOT}
 
 
@@ -87,18 +78,14 @@ def shapes():
     case("sound", "Nothing is wrong. The root's certificate is added on top.", SOUND, path="leaf issuer root")
     case("sound-repaired", "Nothing is wrong, and repair adds the root's certificate as well.", SOUND,
          run="fix", path="leaf issuer root")
-    case("with-root", "The peer sent the root's certificate, too.", SOUND, "leaf issuer root",
+    both("with-root", "The peer sent the root's certificate, too.", SOUND, "leaf issuer root",
          path="leaf issuer root")
-    case("with-root-repaired", "The peer sent the root's certificate, too.", SOUND, "leaf issuer root",
-         run="fix", path="leaf issuer root")
     case("out-of-order", "The root comes first and the leaf before its issuer's issuer.", SOUND,
          "root leaf issuer", path="leaf issuer root")
     case("out-of-order-repaired", "Repair wants path order, which sorting makes.", SOUND, "root issuer leaf",
          run="sort fix", path="leaf issuer root")
-    case("chain-of-one", "The root itself signed the leaf.", {"leaf": leaf_of(ROOT), "root": ROOT}, "leaf",
+    both("chain-of-one", "The root itself signed the leaf.", {"leaf": leaf_of(ROOT), "root": ROOT}, "leaf",
          path="leaf root")
-    case("chain-of-one-repaired", "The root itself signed the leaf.", {"leaf": leaf_of(ROOT), "root": ROOT},
-         "leaf", run="fix", path="leaf root")
     case("root-alone", "The chain is the root's certificate, which the root signed: it stands there twice.",
          {"root": ROOT}, "root", path="root root")
     case("root-alone-repaired", "The chain is the root's certificate and nothing else.", {"root": ROOT}, "root",
@@ -110,26 +97,19 @@ def shapes():
     middle = ca("Middle", OTHER_KEY, ROOT)
     issuer = ca("Issuer", ISSUER_KEY, middle)
     long = {"leaf": leaf_of(issuer), "issuer": issuer, "middle": middle, "root": ROOT}
-    case("too-long", "The chain goes on above the certificate that is trusted; the rest is cut off.", long,
+    both("too-long", "The chain goes on above the certificate that is trusted; the rest is cut off.", long,
          "leaf issuer middle root", anchor="middle", path="leaf issuer middle")
-    case("too-long-repaired", "The chain goes on above the certificate that is trusted; the rest is cut off.",
-         long, "leaf issuer middle root", anchor="middle", run="fix", path="leaf issuer middle")
     case("lower-root", "Two certificates of the chain are trusted: it ends at the lower one.", long,
          "leaf issuer middle root", anchor="root middle", run="fix", path="leaf issuer middle")
 
 
 def trust():
     """Chains that reach no trusted root, or another one than their names say."""
-    case("no-trusted-root", "Nobody trusts the root of the chain.",
+    both("no-trusted-root", "Nobody trusts the root of the chain.",
          {**SOUND, "stranger": ca("Stranger", OTHER_KEY)}, "leaf issuer root", anchor="stranger",
          twin_anchor="root", expect="NOT_TRUSTED")
-    case("no-trusted-root-repaired", "Nobody trusts the root of the chain.",
-         {**SOUND, "stranger": ca("Stranger", OTHER_KEY)}, "leaf issuer root", anchor="stranger", run="fix",
-         twin_anchor="root", expect="NOT_TRUSTED")
-    case("without-intermediate", "The certificate between leaf and root is missing.", SOUND, "leaf",
+    both("without-intermediate", "The certificate between leaf and root is missing.", SOUND, "leaf",
          twin_chain="leaf issuer", expect="NOT_TRUSTED")
-    case("without-intermediate-repaired", "The certificate between leaf and root is missing.", SOUND, "leaf",
-         run="fix", twin_chain="leaf issuer", expect="NOT_TRUSTED")
     case("intermediate-kept", "The holder keeps the missing certificate.", SOUND, "leaf", intermediates="issuer",
          path="leaf issuer root")
     own = certificate(DN.format("Own"), OTHER_KEY, ISSUER)
@@ -148,19 +128,14 @@ def trust():
     pretender = ca("Root", OTHER_KEY)
     below = ca("Issuer", ISSUER_KEY, pretender)
     forged = {"leaf": LEAF, "issuer": below, "pretender": pretender, "root": ROOT, "sound": ISSUER}
-    case("pretender", "The chain ends at another CA with the name of the trusted one.", forged,
+    both("pretender", "The chain ends at another CA with the name of the trusted one.", forged,
          "leaf issuer pretender", twin_chain="leaf sound root", expect="NOT_TRUSTED")
-    case("pretender-repaired", "The chain ends at another CA with the name of the trusted one.", forged,
-         "leaf issuer pretender", run="fix", twin_chain="leaf sound root", expect="NOT_TRUSTED")
     case("pretender-on-top", "The root signed the chain, but another CA of its name stands above.",
          {**SOUND, "pretender": pretender}, "leaf issuer pretender", run="fix", twin_chain="leaf issuer",
          expect="NOT_TRUSTED")
     del forged["sound"]
-    case("additional-certificate", "The CA of the same name is one of the root's additional certificates.",
+    both("additional-certificate", "The CA of the same name is one of the root's additional certificates.",
          forged, "leaf issuer pretender", additional="pretender", path="leaf issuer pretender")
-    case("additional-certificate-repaired",
-         "The CA of the same name is one of the root's additional certificates.",
-         forged, "leaf issuer pretender", additional="pretender", run="fix", path="leaf issuer pretender")
     case("renewed-root", "The peer sent an expired certificate of the root's key; ours is taken.",
          {**SOUND, "old": ca("Root", ROOT_KEY, not_before="2010-01-01", not_after="2020-06-01")},
          "leaf issuer old", path="leaf issuer root")

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing to build and test the tree on Debian 12. Safe to run again at any time.
 set -euo pipefail
-packages=(g++ cmake ninja-build pkg-config libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
+packages=(g++ cmake ninja-build pkg-config libssl-dev libevent-dev libgtest-dev libgmock-dev libbenchmark-dev
           libcli11-dev nlohmann-json3-dev openssl ca-certificates bats python3)
 missing=()
 for package in "${packages[@]}"; do

@@ -1,13 +1,28 @@
 #include "revokedEntries.h"
 
 #include <algorithm>
-#include <functional>
-#include <string_view>
+
+#include "kxcert/platform/random.h"
 
 namespace {
 
 constexpr size_t kMinTable = 16;
 constexpr int kMaxReserve = 1 << 20;   // a hint makes no larger allocation than this many entries
+
+// A polynomial of the octets modulo the prime 2^31 - 1, at a point that the process draws. Who chooses
+// the numbers of a CRL cannot choose which of them meet in the table: for two of n octets the odds are n
+// in 2^31, whatever they are.
+size_t Polynomial(const unsigned char *octets, int len) {
+  constexpr uint64_t kPrime = 0x7FFFFFFF;
+  static const uint64_t point = [] {
+    uint32_t drawn = 0;
+    sxrand_gen(reinterpret_cast<unsigned char *>(&drawn), sizeof drawn);
+    return kPrime / 2 + drawn % (kPrime / 2);   // large, so that small numbers are spread as well
+  }();
+  uint64_t value = static_cast<uint64_t>(len);   // numbers of different lengths differ
+  for (int i = 0; i < len; ++i) value = (value * point + octets[i]) % kPrime;
+  return static_cast<size_t>(value * point % kPrime);
+}
 
 // Hash of the number, however it is stored: of its octets in two's complement without redundant
 // leading ones (X.690 8.3.2), so that equal numbers (sxAsnInt::intEquiv) have equal hashes.
@@ -25,7 +40,7 @@ size_t HashOf(const sxAsnInt &number) {
     ++octets;
     --len;
   }
-  return std::hash<std::string_view>{}({reinterpret_cast<const char *>(octets), static_cast<size_t>(len)});
+  return Polynomial(octets, len);
 }
 
 }  // namespace

@@ -1,8 +1,54 @@
 #include "kxcert/cert/sxCRL.h"
 
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxExtensions.h"
+#include "kxcert/platform/log.h"
 #include "sxCRL_imp.h"
 
+namespace {
+
+// RFC 5280 5.3: whoever does not understand a critical extension of an entry must not use the CRL.
+// No extension of entries is understood here. Null when none is critical.
+const sxAsnOid *CriticalExtOf(const sxASN_TBSCertListSeqOfSeq &entry) {
+  if (entry.crlEntryExtensions == nullptr) return nullptr;
+  for (const sxASN_Extension &ext : *entry.crlEntryExtensions) {
+    if (ext.critical != nullptr && ext.critical->Value() == 1) return ext.extnID;
+  }
+  return nullptr;
+}
+
+sxCRL_imp *NewDecoded(const unsigned char *buf, unsigned int len) {
+  auto imp = std::make_unique<sxCRL_imp>(buf, len);
+  imp->Decode();
+  return imp.release();
+}
+
+}  // namespace
+
+void sxCRL_imp::Decode() {
+  sxASN_CertificateList list;
+  if (DecodeBuf(list) != 0) return;
+  const sxASN_TBSCertList &body = *list.tbsCertList;
+  TakeExtensions(body);
+  if (body.revokedCertificates == nullptr) return;
+  m_entries.Reserve(body.revokedCertificates->Count());
+  for (const sxASN_TBSCertListSeqOfSeq &entry : *body.revokedCertificates) {
+    m_entries.Add(*entry.userCertificate, sxASN_Time2time(entry.revocationDate));
+    if (const sxAsnOid *oid = CriticalExtOf(entry); oid != nullptr && UnhandledCritExt() == nullptr) {
+      SetUnhandledExt(oid);
+    }
+  }
+}
+
+// One that is not understood leaves the CRL OK; whoever judges by it refuses it.
+void sxCRL_imp::TakeExtensions(const sxASN_TBSCertList &body) {
+  sxExtensionsList understood;
+  SetUnhandledExt(understood.Parse(body.crlExtensions, Get_CRLExtParserTable()));
+}
+
+sxCRL::sxCRL(const unsigned char *buf, unsigned int len) : sxCRL(NewDecoded(buf, len)) {}
 sxCRL::sxCRL(sxCRL_imp *imp) : sxSigned(imp) {}
 
 sxCRL_imp *sxCRL::Imp() const { return static_cast<sxCRL_imp *>(m_imp); }
@@ -26,3 +72,15 @@ int sxCRL_Encoder::AddEntry(const sxAsnInt &serial, int64_t revokedSec) {
 }
 
 int sxCRL_Encoder::RemoveEntry(const sxAsnInt &serial) { return Imp()->Entries().Remove(serial) ? 0 : -1; }
+
+sxCRL *sxCRL_Decode(const unsigned char *buf, int len) {
+  if (buf == nullptr || len <= 0) return nullptr;
+  auto *crl = new sxCRL(buf, static_cast<unsigned int>(len));
+  if (crl->OK() != 0) return crl;
+  herror_func(0, 0, "sxCRL_Decode: %s", crl->Error().getstr());
+  sxCRL_Free(crl);
+  return nullptr;
+}
+
+void sxCRL_Free(sxCRL *crl) { sxFreeSigned(crl); }
+void sxCRL_Save(sxCRL *crl) { sxSaveSigned(crl); }

@@ -7,14 +7,20 @@
 #include "revokedEntries.h"
 #include "sxSigned_imp.h"
 
+class sxASN_TBSCertList;
+
 class sxCRL_imp : public sxSigned_imp {
  public:
   sxCRL_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) {}
 
+  void Decode();   ///< entries and extensions, from the octets; or the error is set
   const sxRevokedEntries &Entries() const { return m_entries; }
 
  protected:
   sxRevokedEntries m_entries;
+
+ private:
+  void TakeExtensions(const sxASN_TBSCertList &body);
 };
 
 class sxCRL_Encoder_imp : public sxCRL_imp {

@@ -6,25 +6,39 @@
 
 #include "kxSRSA_imp.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/rsaGeneration.h"
 #include "kxcert/platform/attributeSet.h"
+#include "kxcert/platform/fips.h"
+#include "kxcert/platform/log.h"
+#include "rsaExponent.h"
+#include "rsaSelfTest.h"
 
 namespace {
 
 std::atomic<sxImportRSAKeyFunc> g_importFunc{nullptr};   // null: the built-in one
+std::atomic<sxGenRSAKeyFunc> g_genFunc{nullptr};         // null: the built-in one
 
 struct DropKey {
   void operator()(sxPubKey *key) const { sxFreePubKey(key); }
 };
 
+using KeyRef = std::unique_ptr<sxPubKey, DropKey>;
+
 sxPubKey *IfUsable(sxPubKey *key) {
-  std::unique_ptr<sxPubKey, DropKey> held(key);
+  KeyRef held(key);
   return held->OK() ? held.release() : nullptr;
+}
+
+sxPubKey *GenerateHere(int bits, int exponent) {
+  RSA *rsa = kxGenRSA(bits, exponent);
+  return rsa == nullptr ? nullptr : new kxSRSA(rsa);
 }
 
 }  // namespace
 
 kxSRSA::kxSRSA(sxPK_Format format, const unsigned char *data, int dataLen)
     : sxPubKey(new kxSRSA_imp(format, data, dataLen)) {}
+kxSRSA::kxSRSA(int bits, int exponent) : sxPubKey(new kxSRSA_imp(kxGenRSA(bits, exponent))) {}
 kxSRSA::kxSRSA(RSA *rsa) : sxPubKey(new kxSRSA_imp(rsa)) {}
 
 kxSRSA_imp *kxSRSA::Imp() const { return static_cast<kxSRSA_imp *>(m_imp); }
@@ -65,5 +79,22 @@ sxset *sxExportRSAKey_to_Set(sxPubKey *key) {
   return set;
 }
 
+sxPubKey *sxGenerateRSA(int bits, int exponent) {
+  const sxGenRSAKeyFunc installed = g_genFunc.load(std::memory_order_acquire);
+  const sxGenRSAKeyFunc generate = installed != nullptr ? installed : GenerateHere;
+  KeyRef key(generate(bits, UsedRsaExponent(exponent)));
+  if (key == nullptr || IsConsistentKey(*key)) return key.release();
+  herror_func(0, 0, "sxGenerateRSA: key failed consistency test!");
+  key.reset();
+  fips_reboot();
+  return nullptr;
+}
+
 void sxSetImportRSAKey_func(sxImportRSAKeyFunc func) { g_importFunc.store(func, std::memory_order_release); }
-int sxIsSW_RSA() { return g_importFunc.load(std::memory_order_acquire) == nullptr ? 1 : 0; }
+void sxSetGenRSAKey_func(sxGenRSAKeyFunc func) { g_genFunc.store(func, std::memory_order_release); }
+int sxIsSW_RSA() {
+  return g_importFunc.load(std::memory_order_acquire) == nullptr &&
+                 g_genFunc.load(std::memory_order_acquire) == nullptr
+             ? 1
+             : 0;
+}

@@ -17,9 +17,23 @@ struct kxFree {
 
 using BigNum = std::unique_ptr<BIGNUM, kxFree<BN_clear_free>>;   // may be secret: always wiped
 using BigNumContext = std::unique_ptr<BN_CTX, kxFree<BN_CTX_free>>;
+using MontContext = std::unique_ptr<BN_MONT_CTX, kxFree<BN_MONT_CTX_free>>;
 using RsaKey = std::unique_ptr<RSA, kxFree<RSA_free>>;
 using EcKey = std::unique_ptr<EC_KEY, kxFree<EC_KEY_free>>;
 using EcPoint = std::unique_ptr<EC_POINT, kxFree<EC_POINT_free>>;
+
+// Numbers lent by a context until the frame goes; the context wipes them when it is freed.
+class BigNumFrame {
+ public:
+  explicit BigNumFrame(BN_CTX *ctx) : m_ctx(ctx) { BN_CTX_start(ctx); }
+  ~BigNumFrame() { BN_CTX_end(m_ctx); }
+  BigNumFrame(const BigNumFrame &) = delete;
+  BigNumFrame &operator=(const BigNumFrame &) = delete;
+  BIGNUM *New() { return BN_CTX_get(m_ctx); }   // null once one could not be had: asking the last is enough
+
+ private:
+  BN_CTX *m_ctx;
+};
 
 // What fails here must not turn up as the reason of a later failure of the caller's own calls.
 class ErrorQueueMark {

@@ -7,11 +7,15 @@
 // The numbers are part of the protocol between processes.
 enum RsaOperation : int { kPrivateDecrypt = 0, kPrivateEncrypt = 1, kPublicDecrypt = 2, kPublicEncrypt = 3 };
 
-/// Runs the operation with PKCS #1 padding, in this process.
+/// Runs the operation with PKCS #1 padding, in the key-operation service of this machine when that is in
+/// use (kxcert/keys/pkxl.h) and can, else in this process.
 /// @param outLen  at least RSA_size(rsa)
 /// @return octets written, or -1
 int rsa_op_wrapper(RsaOperation operation, int inLen, const unsigned char *in, int outLen,
                    unsigned char *out, RSA *rsa);
+/// The same, in this process whatever is in use.
+int RsaOperationHere(RsaOperation operation, int inLen, const unsigned char *in, int outLen, unsigned char *out,
+                     RSA *rsa);
 
 /// Whether both primes and the three values made from them are there (RFC 8017, 3.2).
 bool RsaHasCrtParts(const RSA *rsa);

@@ -30,8 +30,11 @@ void AddPkcs8(const RSA *rsa, sxset *privatePart) {
 
 RSA *FromPkcs8(const sxset &privatePart) {
   // The text is the private key: unlike the other lines of this file, this one says only its length.
-  herror_func(0, 0, "kxRSA_from_set: pkcs8_str:\n (%zu characters, not shown)",
-              std::strlen(privatePart.FindText("pkcs8")));
+  const size_t textLen = std::strlen(privatePart.FindText("pkcs8"));
+  herror_func(0, 0, "kxRSA_from_set: pkcs8_str:\n (%zu characters, not shown)", textLen);
+  if (textLen / 2 > kMaxPkcs8Len) {
+    herror_func(0, 0, "kxRSA_from_set: nb %d, len %d", static_cast<int>(textLen / 2), kMaxPkcs8Len);
+  }
   kxBinBuf pkcs8, pkcs1;
   RSA *rsa = nullptr;
   if (ReadSecretAttribute(privatePart, "pkcs8", kMaxPkcs8Len, pkcs8) == 0 &&

@@ -5,7 +5,9 @@
 #include <map>
 #include <random>
 
+#include "kxcert/asn1/sxAsnOid.h"
 #include "support/hexOctets.h"
+#include "support/testCrl.h"
 
 namespace {
 
@@ -65,6 +67,29 @@ TEST(sxCRL, KeepsOrderThroughAnyAddingAndRemoving) {
   }
   std::sort(expected.begin(), expected.end());   // steps only grow: the order of addition
   EXPECT_EQ(expected, Times(crl));
+}
+
+TEST(sxCRL, DecodesItsEntries) {
+  const Octets der = TestCrl(2);
+  sxCRL *crl = sxCRL_Decode(der.data(), LenOf(der));
+  ASSERT_NE(nullptr, crl);
+  EXPECT_EQ(der, Octets(crl->GetBuf(), crl->GetBuf() + crl->BufLen()));
+  EXPECT_THAT(Times(*crl), testing::ElementsAre(1893456000, 1893456000));
+  EXPECT_NE(nullptr, crl->FindEntry(sxAsnInt(301)));
+  EXPECT_EQ(nullptr, crl->FindEntry(sxAsnInt(302)));
+  EXPECT_EQ(nullptr, crl->UnhandledCritExt());
+  sxCRL_Free(crl);
+  for (int len = 0; len < LenOf(der); ++len) ASSERT_EQ(nullptr, sxCRL_Decode(der.data(), len)) << len;
+  EXPECT_EQ(nullptr, sxCRL_Decode(nullptr, 1));
+}
+
+TEST(sxCRL, NamesACriticalExtensionOfAnEntry) {
+  const Octets der = TestCrl(1, true);
+  const sxCRL crl(der.data(), static_cast<unsigned>(der.size()));
+  EXPECT_EQ(1, crl.OK());
+  const sxAsnOid *oid = crl.UnhandledCritExt();
+  ASSERT_NE(nullptr, oid);
+  EXPECT_EQ((Octets{0x55, 0x1D, 0x1D}), Octets(oid->Data(), oid->Data() + oid->Len()));   // 2.5.29.29
 }
 
 }  // namespace

@@ -279,6 +279,9 @@ TEST(kxSRSA, GoesIntoASetAndBack) {
   EXPECT_EQ(privateDer, Exported(*back, sxPK_private));
 
   LogCapture log;
+  full->FindSet("private")->SetText("pkcs8", std::string(2 * 65537, '0').c_str());
+  EXPECT_NE(nullptr, PubKeyRef(sxImportRSAKey_from_Set(full.get())));
+  EXPECT_TRUE(log.Has("kxRSA_from_set: nb 65537, len 65536"));
   full->FindSet("private")->SetText("pkcs8", "3003020100");   // broken: the numbers still do
   back.reset(sxImportRSAKey_from_Set(full.get()));
   ASSERT_NE(nullptr, back);

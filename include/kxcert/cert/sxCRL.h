@@ -1,8 +1,12 @@
 /// @file
-/// The entries of a CRL (RFC 5280, 5.1.2.6): serial numbers in order, each with its revocation time.
+/// CRLs (RFC 5280, 5): decoded once, kept with their octets. Their entries are serial numbers in order,
+/// each with its revocation time.
 ///
 /// Shared and counted as all signed objects are. A CRL that no one changes is only read, from any thread.
-/// A number stands once; two integers are the same number however they are stored.
+/// A number stands once, with the time that came first; two integers are the same number however they
+/// are stored.
+///
+///   CertificateList ::= SEQUENCE { tbsCertList, signatureAlgorithm, signature }
 #ifndef KXCERT_CERT_SXCRL_H_
 #define KXCERT_CERT_SXCRL_H_
 
@@ -22,6 +26,7 @@ struct sxRevokedEntry {
 
 class KXCERT_EXPORT sxCRL : public sxSigned {
  public:
+  sxCRL(const unsigned char *buf, unsigned int len);           ///< DER or strict PEM; see OK()
   explicit sxCRL(sxCRL_imp *imp);                              ///< adopts
 
   int GetSize() const;                                         ///< entries
@@ -47,5 +52,10 @@ class KXCERT_EXPORT sxCRL_Encoder : public sxCRL {
  private:
   sxCRL_Encoder_imp *Imp() const;
 };
+
+/// @return a new CRL for sxCRL_Free, or null when it is not OK (the reason is logged)
+KXCERT_EXPORT sxCRL *sxCRL_Decode(const unsigned char *buf, int len);
+KXCERT_EXPORT void sxCRL_Free(sxCRL *crl);                     ///< drops a reference; null is ignored
+KXCERT_EXPORT void sxCRL_Save(sxCRL *crl);                     ///< adds one; null is ignored
 
 #endif

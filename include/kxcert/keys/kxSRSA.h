@@ -1,5 +1,5 @@
 /// @file
-/// RSA keys (RFC 8017): import and export, PKCS #1 version 1.5 signatures and encryption.
+/// RSA keys (RFC 8017): generation, import and export, PKCS #1 version 1.5 signatures and encryption.
 ///
 /// What is imported must be a key that libcrypto can verify with and that bounds the work of a hostile
 /// one (our choice): a modulus of 512 to 16384 bits, odd; a public exponent of 3 or more, odd, below
@@ -23,6 +23,8 @@ class KXCERT_EXPORT kxSRSA : public sxPubKey {
  public:
   /// Imports RSAPublicKey (sxPK_public) or RSAPrivateKey (sxPK_private) DER; see OK().
   kxSRSA(sxPK_Format format, const unsigned char *data, int dataLen);
+  /// Generates a key (kxGenRSA in rsaGeneration.h), untested; see OK().
+  kxSRSA(int bits, int exponent);
   /// Adopts a libcrypto key, also when it is refused; see OK().
   explicit kxSRSA(rsa_st *rsa);
 
@@ -44,11 +46,23 @@ KXCERT_EXPORT int sxExportRSAKey(sxPubKey *key, sxPK_Format format, kxBinBuf &ou
 /// @return a new set for delete, or null
 KXCERT_EXPORT sxset *sxExportRSAKey_to_Set(sxPubKey *key);
 
-/// Makes sxImportRSAKey call another function, for keys kept elsewhere; null goes back to the built-in
-/// one. From any thread.
+/// Generates a key with the installed function, kxGenRSA unless another is, and tests it: it must verify
+/// what it signs, and decrypt what it encrypts if its flags have all of kKeyFlagsTestCipher. A key that
+/// fails is freed and fips_reboot called. For exponent 3 the function is told 17, always and by intent.
+/// @param bits, exponent  see kxGenRSA in rsaGeneration.h
+/// @return a new key for sxFreePubKey; null when there is none or it fails
+KXCERT_EXPORT sxPubKey *sxGenerateRSA(int bits, int exponent);
+
+/// Makes sxImportRSAKey and sxGenerateRSA call other functions, for keys kept elsewhere; null goes back to
+/// the built-in one. From any thread. A function hands its key over, or null.
 using sxImportRSAKeyFunc = sxPubKey *(*)(sxPK_Format format, const unsigned char *data, int dataLen);
+using sxGenRSAKeyFunc = sxPubKey *(*)(int bits, int exponent);
 KXCERT_EXPORT void sxSetImportRSAKey_func(sxImportRSAKeyFunc func);
-KXCERT_EXPORT int sxIsSW_RSA();                    ///< 1 while the built-in function is installed
+KXCERT_EXPORT void sxSetGenRSAKey_func(sxGenRSAKeyFunc func);
+KXCERT_EXPORT int sxIsSW_RSA();                    ///< 1 while both built-in functions are installed
+
+/// Power-on self-test: signs, verifies, encrypts and decrypts with a fixed key. @return 0 or -1
+KXCERT_EXPORT int kxTestRSA();
 
 // On libcrypto's keys. Those that return one hand it over for RSA_free.
 

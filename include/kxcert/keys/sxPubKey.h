@@ -2,17 +2,19 @@
 /// sxPubKey: handle of every asymmetric key, whatever its algorithm; and its flat functions.
 ///
 /// Shared and counted (sxPKobj.h): sxSavePubKey adds a reference, sxFreePubKey drops one. A key does
-/// not change once built: RSA and EC keys may sign, verify and export on several threads at once.
+/// not change once built: it may sign, verify, derive and export on several threads at once.
 /// Except for OK(), calls on a handle without an implementation are a broken promise of the caller.
 ///
 /// Every operation that writes octets returns how many. With out null it only tells how many it could
-/// write at most; with too little capacity it returns kKeyOutputShort and writes nothing.
+/// write at most; with too little capacity it returns kKeyOutputShort (Derive: -1, see kxSDH.h) and
+/// writes nothing.
 #ifndef KXCERT_KEYS_SXPUBKEY_H_
 #define KXCERT_KEYS_SXPUBKEY_H_
 
 #include "kxcert/foundation/sxPKobj.h"
 #include "kxcert/keys/keyCodes.h"
 #include "kxcert/platform/digest.h"
+#include "kxcert/platform/eventEnv.h"
 
 class sxPubKey_imp_vc;
 
@@ -35,6 +37,26 @@ class KXCERT_EXPORT sxPubKey : public sxPKobj {
   int Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
              const unsigned char *sig, int sigLen);
   int Derive(sxPKop_type op, const unsigned char *peer, int peerLen, unsigned char *out, int outLen);
+
+  // Asynchronous: @p callback is called once. Those that queue a task (keyTasks.h) do the work on a worker
+  // where there are workers and the key is of a built-in kind, else at once, the call included; the
+  // callback then comes on the thread that KeyTaskMngmnt_init was called on, before the key or @p in need
+  // be kept any longer than the call itself. @return 1: queued or done; or a negative task result code,
+  // and there is no call.
+  /// @param out  taken when the callback has the result code 0: the result is @p out, nothing is handed over
+  int DecryptA(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen,
+               sxPKCallback callback, void *opaque, sxd_env *env);
+  /// The result is the signature, for delete[] (unsigned char).
+  int SignA(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, sxPKCallback callback, void *opaque,
+            sxd_env *env);
+  /// The result is the shared secret, for KX_memset and delete[] (unsigned char).
+  int DeriveA(sxPKop_type op, const unsigned char *peer, int peerLen, sxPKCallback callback, void *opaque,
+              sxd_env *env);
+  // These are what the kind of key makes of them (sxPubKey_imp.h).
+  int EncryptA(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen,
+               sxPKCallback callback, void *opaque, sxd_env *env);
+  int VerifyA(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen, const unsigned char *sig,
+              int sigLen, sxPKCallback callback, void *opaque, sxd_env *env);
 
   /// sxPK_set stores a new sxset (for delete) as a pointer at @p out, which needs no alignment;
   /// @p outLen must then be kKeySetCapacity, and the result is 0. See sxPK_Format for the others.
@@ -70,6 +92,10 @@ KXCERT_EXPORT int sxPubKey_Decrypt(sxPubKey *key, sxPKop_type op, const unsigned
 KXCERT_EXPORT int sxPubKey_Derive(sxPubKey *key, sxPKop_type op, const unsigned char *peer, int peerLen,
                                   unsigned char *out, int outLen);
 KXCERT_EXPORT int sxPubKey_Export(sxPubKey *key, sxPK_Format format, unsigned char *out, int outLen);
+
+/// Makes a Diffie-Hellman key of the named group, as SignA does its work; the result is the sxPubKey, for
+/// sxFreePubKey, with the length 0.
+KXCERT_EXPORT int sxPubKey_NewDH(const char *groupName, int privBits, sxPKCallback callback, void *opaque);
 
 /// 1 when both keys export the same public octets, else 0 (one line logged).
 KXCERT_EXPORT int sxPubKey_Equal(sxPubKey *a, sxPubKey *b);

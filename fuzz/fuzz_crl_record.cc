@@ -1,0 +1,33 @@
+// Records of the CRL database: an expiry and a CRL. The value is what follows the expiry, no octet more;
+// a CRL is OK exactly when the codec decodes its octets, and finds each entry that the codec has.
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "check.h"
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/cert/sxCRL.h"
+#include "store/expiringRecords.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  void *block = std::malloc(size > 0 ? size : 1);
+  if (size > 0) std::memcpy(block, data, size);
+  sxExpiringRecord record;
+  const bool longEnough = record.Set(block, static_cast<int>(size));
+  KX_ASSERT(longEnough == (size >= 4));
+  if (!longEnough) return 0;
+  KX_ASSERT(record.valueLen == static_cast<int>(size) - 4);
+  sxCRL *crl = sxCRL_Decode(record.value, record.valueLen);
+  sxASN_CertificateList tree;
+  const char *octets = reinterpret_cast<const char *>(record.value);
+  const bool isDer = record.valueLen > 0 && sxASN_DecodeBuf(tree, octets, record.valueLen) == 0;
+  KX_ASSERT(crl != nullptr || !isDer);
+  if (crl != nullptr && isDer && tree.tbsCertList->revokedCertificates != nullptr) {
+    const sxASN_TBSCertListSeqOf &entries = *tree.tbsCertList->revokedCertificates;
+    KX_ASSERT(crl->GetSize() <= entries.Count());
+    for (const sxASN_TBSCertListSeqOfSeq &entry : entries) KX_ASSERT(crl->FindEntry(*entry.userCertificate) != nullptr);
+  }
+  sxCRL_Free(crl);
+  return 0;
+}

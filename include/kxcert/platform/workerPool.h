@@ -1,0 +1,76 @@
+/// @file
+/// Worker pool: work that would hold up an event loop runs on threads of its own, its result is handled
+/// on the loop's thread.
+///
+/// RTComm is the way back to the loop, RTApc the threads, RTApcServant one piece of work. Functions of
+/// RTComm and RTApc belong to the thread that runs the loop.
+#ifndef KXCERT_PLATFORM_WORKERPOOL_H_
+#define KXCERT_PLATFORM_WORKERPOOL_H_
+
+#include <cstddef>
+#include <memory>
+
+#include "kxcert/platform/eventEnv.h"
+
+class RTApc;
+
+/// Results go through @p env, which outlives the channel. For RTComm_destroy, after the pools on it.
+struct RTComm;
+KXCERT_EXPORT RTComm *RTComm_create(sxd_env *env); ///< null: no environment, or out of memory
+KXCERT_EXPORT int RTComm_start(RTComm *comm);      ///< results flow from here on; 0, or -1
+KXCERT_EXPORT void RTComm_destroy(RTComm *comm);   ///< null is ignored
+
+/// What a result handler is told.
+enum RTWaitResult { kRTWaitDone = 0, kRTWaitTimedOut = 1, kRTWaitFailed = 2 };
+
+/// A piece of work. The pool keeps clones: one goes to a worker, the other waits for it on the loop's
+/// side, so that a worker which is late never touches what has been answered.
+class KXCERT_EXPORT RTApcServant {
+ public:
+  RTApcServant() = default;
+  RTApcServant(const RTApcServant &) = default;
+  RTApcServant &operator=(const RTApcServant &) = default;
+  virtual ~RTApcServant();
+
+  /// On a worker. What the result handler is to see goes into the servant or behind what its clones share.
+  virtual void task_handler() = 0;
+  /// On the loop's thread, exactly once for what was queued. On kRTWaitDone it is the clone whose handler
+  /// ran, else the one that waited.
+  virtual void result_handler(int waitResult, RTApc *pool) = 0;
+
+  /// The same work is equal and has equal hashes; other work that is queued at the same time is not equal.
+  virtual size_t hash() const = 0;
+  virtual bool operator==(const RTApcServant &other) const = 0;
+  virtual RTApcServant *clone() const = 0;           ///< for delete
+};
+
+class KXCERT_EXPORT RTApc {
+ public:
+  static constexpr int kMaxThreads = 256;
+
+  /// @param comm         lent, started before work is queued
+  /// @param numThreads   0 to kMaxThreads; as many as the system grants
+  /// @param waitLimitMs  how long any work may take, waiting included; negative: for ever
+  RTApc(RTComm *comm, int numThreads, int waitLimitMs);
+  /// Runs what is queued to its end and handles the results of that, so nothing is left without an answer.
+  ~RTApc();
+  RTApc(const RTApc &) = delete;
+  RTApc &operator=(const RTApc &) = delete;
+
+  int NumThreads() const;
+  /// Queues a clone of @p work.
+  /// @param timeoutMs  negative: the pool's limit alone
+  /// @return 0, or -1: no thread, no started channel, equal work queued already, or out of memory
+  int Queue(const RTApcServant &work, int timeoutMs);
+
+ private:
+  friend int RTApc_SetNumThreads(RTApc *pool, int numThreads);
+  struct State;
+  std::shared_ptr<State> m_state;
+};
+
+/// Adds threads, or ends as many once they are done with what they do; while work runs.
+/// @return 0, or -1: null, 0 or below, above kMaxThreads, or the system grants fewer (some may have come)
+KXCERT_EXPORT int RTApc_SetNumThreads(RTApc *pool, int numThreads);
+
+#endif

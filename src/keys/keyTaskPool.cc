@@ -1,0 +1,320 @@
+// Running key tasks: what each kind does, the pool, and the way in and out.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "kxcert/keys/keyTasks.h"
+#include "kxcert/keys/kxSDH.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/secureMemory.h"
+
+namespace {
+
+constexpr int kWaitLimitMs = 600000;
+
+class TaskLock {
+ public:
+  explicit TaskLock(TaskData *task) : m_task(task) { m_task->Lock(); }
+  ~TaskLock() { m_task->Unlock(); }
+  TaskLock(const TaskLock &) = delete;
+  TaskLock &operator=(const TaskLock &) = delete;
+
+ private:
+  TaskData *const m_task;
+};
+
+void Entering(const char *func, const TaskData &task) {
+  herror_func(0, 0, "<%d> %s: Entering with task ID = %d", gettid(), func, task.TaskId());
+}
+
+// What came of a task on its way into the record, whose lock is not held while the work is done.
+struct Outcome {
+  int rc = TASK_SUCCESS;
+  std::string errMsg;
+};
+constexpr const char *kNoMemory = "Error - Cannot allocate memory.";
+
+// Asks the key how much it writes, then has it written.
+template <class Operation>
+Outcome WriteResult(KeyOpTaskData *task, const Outcome &failed, Operation operation) {
+  const int size = operation(nullptr, 0);
+  if (size < 0) return failed;
+  std::unique_ptr<unsigned char[]> octets(new (std::nothrow) unsigned char[static_cast<size_t>(size) + 1]);
+  if (octets == nullptr) return {TASK_GENERAL_ERROR, kNoMemory};
+  const int len = operation(octets.get(), size);
+  const TaskLock lock(task);
+  task->SetResult(std::move(octets), len < 0 ? size : len);
+  return len < 0 ? failed : Outcome();
+}
+
+const unsigned char *Data(const KeyOpTaskData &task) { return task.Input().Data(); }
+int Len(const KeyOpTaskData &task) { return static_cast<int>(task.Input().Len()); }
+
+Outcome TaskNewDHKey(TaskData *data) {
+  auto *const task = static_cast<DHNewKeyTaskData *>(data);
+  Entering("TaskNewDHKey", *task);
+  if (task->GroupName() == nullptr) {
+    return {TASK_BAD_INPUT, "Cannot complete computing new DH key. Bad input, no DH group"};
+  }
+  sxPubKey *const key = sxNewDHKey(task->GroupName(), task->PrivBits());
+  if (key == nullptr) return {TASK_CREATION_ERROR, "Error while creating new DH key."};
+  const TaskLock lock(task);
+  task->SetKey(key);
+  return {};
+}
+
+Outcome TaskDHDerive(TaskData *data) {
+  auto *const task = static_cast<DHDeriveKeyTaskData *>(data);
+  Entering("TaskDHDerive", *task);
+  return WriteResult(task, {TASK_DERIVING_ERROR, "Error while deriving dh key."}, [task](unsigned char *out, int outLen) {
+    return task->Key()->Derive(task->Op(), Data(*task), Len(*task), out, outLen);
+  });
+}
+
+Outcome TaskRSASign(TaskData *data) {
+  auto *const task = static_cast<RSASignKeyTaskData *>(data);
+  Entering("TaskRSASign", *task);
+  return WriteResult(task, {TASK_SIGNING_ERROR, "Error while signing witn RSA private key."},
+                     [task](unsigned char *out, int outLen) {
+                       return task->Key()->Sign(task->Op(), task->DigestType(), Data(*task), Len(*task), out, outLen);
+                     });
+}
+
+Outcome TaskRSADecrypt(TaskData *data) {
+  auto *const task = static_cast<RSADecryptKeyTaskData *>(data);
+  Entering("TaskRSADecrypt", *task);
+  const Outcome outcome = WriteResult(task, {TASK_DECRYPT_ERROR, "Error while decrypting witn RSA private key."},
+                                      [task](unsigned char *out, int outLen) {
+    if (out == nullptr) return task->OutLen();
+    return task->Key()->Decrypt(task->Op(), Data(*task), Len(*task), out, outLen);
+  });
+  if (outcome.rc == TASK_SUCCESS) {
+    herror_func(0, 0, "<%d> %s: Successfully decrypted task ID = %d", gettid(), "TaskRSADecrypt", task->TaskId());
+  }
+  return outcome;
+}
+
+struct TaskRow {
+  int type;
+  Outcome (*run)(TaskData *task);
+  const char *className;                 // of the keys that workers take; null: asked of sxIsSW_DH
+};
+constexpr TaskRow kTasks[] = {
+    {kTaskDHNewKey, TaskNewDHKey, nullptr},
+    {kTaskDHDerive, TaskDHDerive, "kxSDH_imp"},
+    {kTaskRSASign, TaskRSASign, "kxSRSA_imp"},
+    {kTaskRSADecrypt, TaskRSADecrypt, "kxSRSA_imp"},
+};
+
+const TaskRow *RowOf(const TaskData &task) {
+  for (const TaskRow &row : kTasks) {
+    if (row.type == task.TaskType()) return &row;
+  }
+  return nullptr;
+}
+
+bool WorkersTake(TaskData *task) {
+  const TaskRow *const row = RowOf(*task);
+  if (row == nullptr) return false;
+  if (row->className == nullptr) return sxIsSW_DH() != 0;
+  const sxPubKey *const key = static_cast<KeyOpTaskData *>(task)->Key();
+  return key != nullptr && key->OK() != 0 && std::strcmp(key->ClassName(), row->className) == 0;
+}
+
+// The key is asked for its class only when there is one.
+bool HasNoKey(TaskData *task) {
+  const TaskRow *const row = RowOf(*task);
+  if (row == nullptr || row->className == nullptr) return false;
+  const sxPubKey *const key = static_cast<KeyOpTaskData *>(task)->Key();
+  return key == nullptr || key->OK() == 0;
+}
+
+Outcome Run(TaskData *task) try {
+  const TaskRow *const row = RowOf(*task);
+  if (row == nullptr) {
+    char text[64];
+    std::snprintf(text, sizeof text, "This operation (%d) is not supported by this API.", task->TaskType());
+    return {TASK_GENERAL_ERROR, text};
+  }
+  if (HasNoKey(task)) return {TASK_BAD_INPUT, "Internal problem, bad input, no key."};
+  return row->run(task);
+} catch (const std::bad_alloc &) {
+  return {TASK_GENERAL_ERROR, kNoMemory};
+}
+
+// What the completion is given, taken out of the record. The lock is held.
+void *TakeResult(TaskData *task, int *len) {
+  *len = 0;
+  if (task->RC() != TASK_SUCCESS) return nullptr;
+  if (task->TaskType() == kTaskDHNewKey) return static_cast<DHNewKeyTaskData *>(task)->TakeKey();
+  if (task->TaskType() != kTaskRSADecrypt) return static_cast<KeyOpTaskData *>(task)->TakeResult(len);
+  auto *const decrypt = static_cast<RSADecryptKeyTaskData *>(task);
+  const std::unique_ptr<unsigned char[]> octets(decrypt->TakeResult(len));
+  if (octets == nullptr) return nullptr;
+  std::memcpy(decrypt->Out(), octets.get(), static_cast<size_t>(*len));
+  KX_memset(octets.get(), static_cast<size_t>(*len));
+  return decrypt->Out();
+}
+
+}  // namespace
+
+KeyTask::KeyTask(TaskData *task, KeyTaskCompletion completion, void *info)
+    : m_task(task), m_completion(completion), m_info(info) {
+  TaskData_Save(m_task);
+}
+KeyTask::KeyTask(const KeyTask &other) : KeyTask(other.m_task, other.m_completion, other.m_info) {}
+KeyTask &KeyTask::operator=(const KeyTask &other) {
+  TaskData_Save(other.m_task);
+  TaskData_Free(m_task);
+  m_task = other.m_task;
+  m_completion = other.m_completion;
+  m_info = other.m_info;
+  return *this;
+}
+KeyTask::~KeyTask() { TaskData_Free(m_task); }
+
+size_t KeyTask::hash() const { return static_cast<size_t>(m_task->TaskId()); }
+bool KeyTask::operator==(const RTApcServant &other) const {
+  return m_task == static_cast<const KeyTask &>(other).m_task;
+}
+
+void KeyTask::task_handler() {
+  const Outcome outcome = Run(m_task);
+  if (outcome.rc != TASK_SUCCESS) {
+    herror_func(0, 0, "<%d> %s: %s", gettid(), "KeyTask::task_handler", outcome.errMsg.c_str());
+  }
+  const TaskLock lock(m_task);
+  if (m_task->IsAnswered()) return;      // too late: what the caller was told stands
+  m_task->SetRC(outcome.rc);
+  m_task->SetErrMsg(outcome.errMsg.c_str());
+}
+
+void KeyTask::result_handler(int waitResult, RTApc *) {
+  void *result = nullptr;
+  int resultLen = 0;
+  {
+    const TaskLock lock(m_task);
+    m_task->SetAnswered();
+    if (waitResult != kRTWaitDone) {
+      herror_func(0, 0, "Failed to process the task. status = %d", waitResult);
+      m_task->SetRC(waitResult == kRTWaitTimedOut ? TASK_TIMEOUT : TASK_WAIT_ERROR);
+    }
+    herror_func(0, 0, "<%d> %s: taskId = %d, Task operation rc = %s", gettid(), "KeyTask::result_handler",
+                m_task->TaskId(), TaskRC2str(m_task->RC()));
+    result = TakeResult(m_task, &resultLen);
+  }
+  m_completion(m_task, m_info, result, resultLen);
+}
+
+// The pool of the process.
+class kxKeyTaskManager {
+ public:
+  ~kxKeyTaskManager() { Stop(); }
+  int Start(sxd_env *env, int numThreads);
+  int SetNumThreads(int numThreads);
+  void Stop();
+  bool IsSynchronous() const { return m_synchronous; }
+  RTApc *Pool() const { return m_pool.get(); }
+
+ private:
+  struct FreeComm { void operator()(RTComm *comm) const { RTComm_destroy(comm); } };
+  int StaySynchronous(const char *why);
+
+  bool m_synchronous = false;
+  std::unique_ptr<RTComm, FreeComm> m_comm;
+  std::unique_ptr<RTApc> m_pool;
+};
+
+namespace {
+
+constexpr const char *kSynchronously = "All keys operations will be done synchronically.";
+
+kxKeyTaskManager &Manager() {
+  static kxKeyTaskManager manager;
+  return manager;
+}
+
+}  // namespace
+
+int kxKeyTaskManager::StaySynchronous(const char *why) {
+  herror_func(0, 0, "%s %s", why, kSynchronously);
+  Stop();
+  m_synchronous = true;
+  return -1;
+}
+
+int kxKeyTaskManager::Start(sxd_env *env, int numThreads) {
+  constexpr const char *kFunc = "KeyTaskMngmnt_init";
+  Stop();
+  if (numThreads <= 0) {
+    herror_func(0, 0, "%s: Will not create working threads. %s", kFunc, kSynchronously);
+    m_synchronous = true;
+    return -1;
+  }
+  m_comm.reset(RTComm_create(env));
+  if (m_comm == nullptr) return StaySynchronous("Internal problem, failed to create RTComm.");
+  m_pool = std::make_unique<RTApc>(m_comm.get(), numThreads, kWaitLimitMs);
+  if (m_pool->NumThreads() == 0) return StaySynchronous("Internal problem, failed to create RTApc.");
+  if (RTComm_start(m_comm.get()) != 0) return StaySynchronous("Internal problem, failed to start RTComm.");
+  herror_func(0, 0, "%s: set %d working threads.", kFunc, m_pool->NumThreads());
+  return 0;
+}
+
+int kxKeyTaskManager::SetNumThreads(int numThreads) {
+  constexpr const char *kFunc = "KeyTaskMngmnt_reconf";
+  if (m_pool == nullptr) {
+    herror_func(0, 0, "%s: There are no working threads, all key operations willbe done on the main thread", kFunc);
+    return -1;
+  }
+  if (numThreads <= 0) {
+    herror_func(0, 0, "%s: Cannot zero the number of working threads.", kFunc);
+    return -1;
+  }
+  return RTApc_SetNumThreads(m_pool.get(), numThreads);
+}
+
+void kxKeyTaskManager::Stop() {
+  m_pool.reset();
+  m_comm.reset();
+  m_synchronous = false;
+}
+
+int KeyTaskMngmnt_init(sxd_env *env, int numThreads) { return Manager().Start(env, numThreads); }
+int KeyTaskMngmnt_reconf(int numThreads) { return Manager().SetNumThreads(numThreads); }
+void KeyTaskMngmnt_destroy() { Manager().Stop(); }
+
+int KeyTask_QueueRequest(TaskData *task, KeyTaskCompletion completion, void *info, int timeoutMs) try {
+  constexpr const char *kFunc = "KeyTask_QueueRequest";
+  const auto refuse = [task](int rc, const char *why, const char *more = "") {
+    herror_func(0, 0, "%s: %s %s", kFunc, why, more);
+    if (task != nullptr) {
+      const TaskLock lock(task);
+      task->SetRC(rc);
+      task->SetErrMsg(why);
+    }
+    return rc;
+  };
+  if (task == nullptr) return refuse(TASK_BAD_INPUT, "Internal problem, bad input, no task data.");
+  if (completion == nullptr) return refuse(TASK_BAD_INPUT, "Internal problem, bad input, no callback.");
+  KeyTask keyTask(task, completion, info);
+  if (Manager().IsSynchronous() || !WorkersTake(task)) {
+    herror_func(0, 0, "<%d> %s: The operation will be done on the main thread", gettid(), kFunc);
+    keyTask.task_handler();
+    keyTask.result_handler(kRTWaitDone, Manager().Pool());
+    return TASK_INSERTED_TO_QUEUE;
+  }
+  if (Manager().Pool() == nullptr) {
+    return refuse(TASK_NOT_INITIALIZED, "The apc wasn't initialized.", "The key operation cannot be done.");
+  }
+  if (Manager().Pool()->Queue(keyTask, timeoutMs) != 0) {
+    return refuse(TASK_QUEUING_ERROR, "Error while queuing the request.");
+  }
+  herror_func(0, 0, "<%d> %s: task %d queued successfully", gettid(), kFunc, task->TaskId());
+  return TASK_INSERTED_TO_QUEUE;
+} catch (const std::bad_alloc &) {
+  herror_func(0, 0, "KeyTask_QueueRequest: Cannot allocate memory. There is not enough free memory in the system");
+  return TASK_GENERAL_ERROR;
+}

@@ -1,0 +1,69 @@
+#include "kxcert/keys/kxDhKey.h"
+
+#include <memory>
+
+#include "dhSet.h"
+#include "kxDhKey_imp.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/foundation/sxString.h"
+#include "kxcert/keys/sxDhParams.h"
+#include "kxcert/platform/hexText.h"
+#include "kxcert/platform/log.h"
+
+namespace {
+
+struct DropKey {
+  void operator()(kxDhKey *key) const { DhKey_destroy(key); }
+};
+
+kxDhKey *IfUsable(kxDhKey *key) {
+  std::unique_ptr<kxDhKey, DropKey> held(key);
+  return held->OK() ? held.release() : nullptr;
+}
+
+}  // namespace
+
+kxDhKey::kxDhKey(const sxDhParams &params, int privBits) : kxSDH(new kxDhKey_imp(params, privBits)) {}
+kxDhKey::kxDhKey(kxDhKey_imp *imp) : kxSDH(imp) {}
+
+kxDhKey_imp *kxDhKey::Imp() const { return static_cast<kxDhKey_imp *>(m_imp); }
+int kxDhKey::GetHash(kxBinBuf &hash) const { return Imp()->GetHash(hash); }
+sxset *kxDhKey::ToSet() const { return Imp()->ToSet(); }
+kxDhKey *kxDhKey::GenKey() const { return IfUsable(new kxDhKey(Imp()->GenKey())); }
+
+kxDhKey *DhKey_create(const char *groupName, int privBits) {
+  const sxDhParams params(groupName, privBits);
+  return params.OK() ? IfUsable(new kxDhKey(params, privBits)) : nullptr;
+}
+
+kxDhKey *DhKey_genkey(const kxDhKey *key) { return key == nullptr ? nullptr : key->GenKey(); }
+
+int DhKey_gethash(const kxDhKey *key, sxString &hash) {
+  kxBinBuf octets;
+  char text[2 * kDhKeyHashLen + 1];
+  if (key == nullptr || key->GetHash(octets) != 0 ||
+      bytes_to_string(octets.Data(), kDhKeyHashLen, text, sizeof text) != 0) {
+    return -1;
+  }
+  hash.Set(text);
+  return 0;
+}
+
+sxset *DhKey_toset(const kxDhKey *key) { return key == nullptr ? nullptr : key->ToSet(); }
+
+kxDhKey *DhKey_fromset(const sxset *set) {
+  DhNumbers numbers;
+  const char *reason = set == nullptr ? "no set" : DhNumbersFromSet(*set, &numbers);
+  if (reason != nullptr) {
+    herror_func(0, 0, "DhKey_fromset: %s", reason);
+    return nullptr;
+  }
+  return IfUsable(new kxDhKey(new kxDhKey_imp(std::move(numbers))));
+}
+
+int DhKey_binaryhash_fromset(const sxset *set, kxBinBuf &hash) {
+  const std::unique_ptr<kxDhKey, DropKey> key(DhKey_fromset(set));
+  return key == nullptr ? -1 : key->GetHash(hash);
+}
+
+void DhKey_destroy(kxDhKey *key) { sxFreePubKey(key); }

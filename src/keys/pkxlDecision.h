@@ -1,0 +1,8 @@
+// For tests, which decide anew.
+#ifndef KXCERT_SRC_KEYS_PKXLDECISION_H_
+#define KXCERT_SRC_KEYS_PKXLDECISION_H_
+
+/// Back to how the process began: nothing decided, usage off.
+void PkxlForgetDecision();
+
+#endif

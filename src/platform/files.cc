@@ -1,0 +1,163 @@
+// On 32 bits the plain calls refuse large files, and any file whose inode or time is a large number.
+#define _FILE_OFFSET_BITS 64
+#define _TIME_BITS 64
+
+#include "kxcert/platform/files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+struct kxDir {
+  DIR *stream;
+};
+
+namespace {
+
+std::atomic<int (*)(kxFileStep, const char *)> g_refuse{nullptr};
+
+bool Refused(kxFileStep step, const char *path) {
+  int (*const ask)(kxFileStep, const char *) = g_refuse.load(std::memory_order_relaxed);
+  const int err = ask == nullptr ? 0 : ask(step, path);
+  if (err != 0) errno = err;
+  return err != 0;
+}
+
+template <class Call>
+auto Resumed(Call call) {
+  auto result = call();
+  while (result == -1 && errno == EINTR) result = call();
+  return result;
+}
+
+int Take(const struct stat &from, kxFileInfo *info) {
+  info->size = from.st_size;
+  info->isRegular = S_ISREG(from.st_mode);
+  return 0;
+}
+
+}  // namespace
+
+void kxFile_SetFake(int (*refuse)(kxFileStep step, const char *path)) { g_refuse = refuse; }
+
+int kxFile_Info(const char *path, kxFileInfo *info) {
+  struct stat found;
+  if (Refused(kxStep_info, path) || lstat(path, &found) != 0) return -1;
+  return Take(found, info);
+}
+
+int kxFile_OpenInfo(int fd, kxFileInfo *info) {
+  struct stat found;
+  if (Refused(kxStep_openInfo, nullptr) || fstat(fd, &found) != 0) return -1;
+  return Take(found, info);
+}
+
+int kxFile_OpenRead(const char *path) {
+  if (Refused(kxStep_openRead, path)) return -1;
+  return Resumed([path] { return open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
+}
+
+int kxFile_CreateNew(const char *path) {
+  if (Refused(kxStep_createNew, path)) return -1;
+  constexpr mode_t kOwnerOnly = 0600;
+  return Resumed([path] { return open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly); });
+}
+
+int kxFile_OpenWrite(const char *path) {
+  if (Refused(kxStep_openWrite, path)) return -1;
+  return Resumed([path] { return open(path, O_WRONLY | O_TRUNC | O_NOFOLLOW | O_CLOEXEC); });
+}
+
+int64_t kxFile_Read(int fd, void *data, size_t len) {
+  if (Refused(kxStep_read, nullptr)) return -1;
+  size_t done = 0;
+  while (done < len) {
+    const ssize_t got =
+        Resumed([&] { return read(fd, static_cast<char *>(data) + done, len - done); });
+    if (got < 0) return -1;
+    if (got == 0) break;
+    done += static_cast<size_t>(got);
+  }
+  return static_cast<int64_t>(done);
+}
+
+int kxFile_Write(int fd, const void *data, size_t len) {
+  if (Refused(kxStep_write, nullptr)) return -1;
+  for (size_t done = 0; done < len;) {
+    const ssize_t put =
+        Resumed([&] { return write(fd, static_cast<const char *>(data) + done, len - done); });
+    if (put < 0) return -1;
+    done += static_cast<size_t>(put);
+  }
+  return 0;
+}
+
+int kxFile_Sync(int fd) {
+  if (Refused(kxStep_sync, nullptr)) return -1;
+  if (Resumed([fd] { return fdatasync(fd); }) == 0) return 0;
+  return errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1;
+}
+
+int kxFile_Close(int fd) {
+  const bool refused = Refused(kxStep_close, nullptr);
+  const int refusal = errno;
+  // Not taken up again: an interrupted close has freed the number, which may be another thread's now.
+  const bool closed = close(fd) == 0 || errno == EINTR;
+  if (refused) errno = refusal;
+  return closed && !refused ? 0 : -1;
+}
+
+int kxFile_Rename(const char *from, const char *to) {
+  return Refused(kxStep_rename, to) || std::rename(from, to) != 0 ? -1 : 0;
+}
+
+int kxFile_Remove(const char *path) { return Refused(kxStep_remove, path) || unlink(path) != 0 ? -1 : 0; }
+
+int kxFile_FillTemplate(char *path) {
+  constexpr char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  constexpr size_t kNumRandom = 6;
+  const size_t pathLen = std::strlen(path);
+  unsigned char random[kNumRandom];
+  if (pathLen < kNumRandom) errno = EINVAL;
+  if (Refused(kxStep_fillTemplate, path) || pathLen < kNumRandom || getentropy(random, sizeof random) != 0) {
+    return -1;
+  }
+  char *const end = path + pathLen - kNumRandom;
+  // Some characters come up a little more often than others: names must differ, not be secret.
+  for (size_t i = 0; i < kNumRandom; ++i) end[i] = kChars[random[i] % (sizeof kChars - 1)];
+  return 0;
+}
+
+int kxDir_Make(const char *path) { return Refused(kxStep_dirMake, path) || mkdir(path, 0777) != 0 ? -1 : 0; }
+
+int kxDir_Remove(const char *path) { return Refused(kxStep_dirRemove, path) || rmdir(path) != 0 ? -1 : 0; }
+
+kxDir *kxDir_Open(const char *path) {
+  if (Refused(kxStep_dirOpen, path)) return nullptr;
+  auto dir = std::make_unique<kxDir>();
+  dir->stream = opendir(path);
+  return dir->stream != nullptr ? dir.release() : nullptr;
+}
+
+const char *kxDir_Next(kxDir *dir) {
+  errno = 0;   // the end of the folder leaves it so
+  if (Refused(kxStep_dirNext, nullptr)) return nullptr;
+  const dirent *entry = readdir(dir->stream);
+  return entry != nullptr ? entry->d_name : nullptr;
+}
+
+int kxDir_Close(kxDir *dir) {
+  const std::unique_ptr<kxDir> owned(dir);
+  const bool refused = Refused(kxStep_dirClose, nullptr);
+  const int refusal = errno;
+  const bool closed = closedir(dir->stream) == 0;
+  if (refused) errno = refusal;
+  return closed && !refused ? 0 : -1;
+}

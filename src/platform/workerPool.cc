@@ -1,0 +1,271 @@
+#include "kxcert/platform/workerPool.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <list>
+#include <map>
+#include <mutex>
+#include <new>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+
+#include "eventEnv_imp.h"
+
+struct RTComm {
+  sxd_env *env;
+  bool started;
+};
+
+RTComm *RTComm_create(sxd_env *env) { return env == nullptr ? nullptr : new (std::nothrow) RTComm{env, false}; }
+
+int RTComm_start(RTComm *comm) {
+  if (comm == nullptr) return -1;
+  comm->started = true;
+  return 0;
+}
+
+void RTComm_destroy(RTComm *comm) { const std::unique_ptr<RTComm> gone(comm); }
+
+RTApcServant::~RTApcServant() = default;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Job {
+  std::unique_ptr<RTApcServant> servant;
+  uint64_t number;
+  bool handled;                          // the handler returned
+};
+
+struct Hash {
+  size_t operator()(const RTApcServant *servant) const { return servant->hash(); }
+};
+struct Equal {
+  bool operator()(const RTApcServant *a, const RTApcServant *b) const { return *a == *b; }
+};
+
+}  // namespace
+
+// Shared with the workers and with what is posted to the environment, so that neither depends on when
+// the pool ends.
+struct RTApc::State : std::enable_shared_from_this<RTApc::State> {
+  struct Worker {
+    std::thread thread;
+    bool ended = false;
+  };
+  // Keyed by the clone that waits, which the entry owns.
+  struct Entry {
+    std::unique_ptr<RTApcServant> servant;
+    uint64_t number;
+    std::multimap<Clock::time_point, const RTApcServant *>::iterator deadline;
+  };
+
+  // Of the loop's thread:
+  RTApc *pool = nullptr;                 // null once it ends
+  RTComm *comm = nullptr;
+  int waitLimitMs = -1;
+  uint64_t nextNumber = 0;
+  std::unordered_map<const RTApcServant *, Entry, Hash, Equal> waiting;
+  std::multimap<Clock::time_point, const RTApcServant *> deadlines;
+  Clock::time_point timerDue = Clock::time_point::max();   // of the earliest timer that is set
+
+  std::mutex mutex;                      // guards what follows
+  std::condition_variable changed;
+  std::list<Worker> workers;
+  int numWanted = 0;
+  int numRunning = 0;
+  bool ending = false;
+  std::list<Job> queued;
+  std::list<Job> done;
+
+  int SetNumThreads(int numThreads);
+  void Work(std::list<Worker>::iterator self);
+  void WakeLoop() noexcept;
+  void JoinEnded();
+  int Queue(const RTApcServant &work, int timeoutMs);
+  void SetTimer();
+  void HandleResults();
+  void HandleTimeouts();
+  void Answer(std::unordered_map<const RTApcServant *, Entry, Hash, Equal>::iterator entry, RTApcServant *finished,
+              int waitResult);
+  void End();
+};
+
+int RTApc::State::SetNumThreads(int numThreads) {
+  const std::unique_lock<std::mutex> lock(mutex);
+  numWanted = numThreads;
+  while (numRunning < numWanted) {
+    const auto self = workers.emplace(workers.end());
+    try {
+      self->thread = std::thread([state = shared_from_this(), self] { state->Work(self); });
+    } catch (const std::exception &) {   // no thread, or no memory
+      workers.erase(self);
+      numWanted = numRunning;
+      return -1;
+    }
+    ++numRunning;
+  }
+  changed.notify_all();
+  return 0;
+}
+
+void RTApc::State::Work(std::list<Worker>::iterator self) {
+  std::unique_lock<std::mutex> lock(mutex);
+  for (;;) {
+    changed.wait(lock, [this] { return !queued.empty() || ending || numRunning > numWanted; });
+    if (numRunning > numWanted || queued.empty()) break;
+    std::list<Job> job;
+    job.splice(job.end(), queued, queued.begin());
+    lock.unlock();
+    try {
+      job.front().servant->task_handler();
+      job.front().handled = true;
+    } catch (...) {
+      // The one that waits is told.
+    }
+    lock.lock();
+    done.splice(done.end(), job);
+    WakeLoop();
+  }
+  --numRunning;
+  self->ended = true;
+}
+
+void RTApc::State::WakeLoop() noexcept try {
+  static_cast<void>(comm->env->Post(0, [state = shared_from_this()] { state->HandleResults(); }));
+} catch (const std::bad_alloc &) {
+  // The next result or the time limit brings this one along.
+}
+
+void RTApc::State::JoinEnded() {
+  std::list<Worker> ended;
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    for (auto worker = workers.begin(); worker != workers.end();) {
+      const auto next = std::next(worker);
+      if (worker->ended) ended.splice(ended.end(), workers, worker);
+      worker = next;
+    }
+  }
+  for (Worker &worker : ended) worker.thread.join();
+}
+
+int RTApc::State::Queue(const RTApcServant &work, int timeoutMs) try {
+  if (comm == nullptr || !comm->started || waiting.count(&work) != 0) return -1;
+  std::list<Job> job(1);
+  job.front() = {std::unique_ptr<RTApcServant>(work.clone()), nextNumber, false};
+  std::unique_ptr<RTApcServant> waiter(work.clone());
+  if (timeoutMs < 0 || (waitLimitMs >= 0 && waitLimitMs < timeoutMs)) timeoutMs = waitLimitMs;
+  const auto due = timeoutMs < 0 ? Clock::time_point::max() : Clock::now() + std::chrono::milliseconds(timeoutMs);
+  const RTApcServant *const key = waiter.get();
+  const auto deadline = deadlines.emplace(due, key);
+  try {
+    waiting.emplace(key, Entry{std::move(waiter), nextNumber, deadline});
+  } catch (...) {
+    deadlines.erase(deadline);
+    throw;
+  }
+  ++nextNumber;
+  SetTimer();
+  const std::lock_guard<std::mutex> lock(mutex);
+  queued.splice(queued.end(), job);
+  changed.notify_one();
+  return 0;
+} catch (const std::bad_alloc &) {
+  return -1;
+}
+
+// One timer, for the earliest deadline; those that later ones replaced find nothing to do.
+void RTApc::State::SetTimer() {
+  if (deadlines.empty() || deadlines.begin()->first >= timerDue) return;
+  const Clock::time_point due = deadlines.begin()->first;
+  const auto leftMs = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now()).count();
+  const auto handle = [state = weak_from_this(), due] {
+    const std::shared_ptr<State> self = state.lock();
+    if (self == nullptr) return;
+    if (self->timerDue == due) self->timerDue = Clock::time_point::max();
+    self->HandleTimeouts();
+  };
+  if (comm->env->Post(static_cast<int>(std::max<decltype(leftMs)>(leftMs, 0)), handle) == 0) timerDue = due;
+}
+
+void RTApc::State::HandleResults() {
+  JoinEnded();
+  while (pool != nullptr) {              // a result handler may end the pool
+    std::list<Job> job;
+    {
+      const std::lock_guard<std::mutex> lock(mutex);
+      if (done.empty()) return;
+      job.splice(job.end(), done, done.begin());
+    }
+    const auto entry = waiting.find(job.front().servant.get());
+    if (entry == waiting.end() || entry->second.number != job.front().number) continue;   // answered already
+    if (job.front().handled) {
+      Answer(entry, job.front().servant.get(), kRTWaitDone);
+    } else {
+      Answer(entry, nullptr, kRTWaitFailed);
+    }
+  }
+}
+
+void RTApc::State::HandleTimeouts() {
+  HandleResults();                       // what is done is not late
+  while (pool != nullptr && !deadlines.empty() && deadlines.begin()->first <= Clock::now()) {
+    const auto entry = waiting.find(deadlines.begin()->second);
+    {
+      const std::lock_guard<std::mutex> lock(mutex);
+      queued.remove_if([&entry](const Job &job) { return job.number == entry->second.number; });
+    }
+    Answer(entry, nullptr, kRTWaitTimedOut);
+  }
+  if (pool != nullptr) SetTimer();
+}
+
+// Tells the clone that is finished, or else the one that waited.
+void RTApc::State::Answer(std::unordered_map<const RTApcServant *, Entry, Hash, Equal>::iterator entry,
+                          RTApcServant *finished, int waitResult) {
+  deadlines.erase(entry->second.deadline);
+  const std::unique_ptr<RTApcServant> waiter = std::move(entry->second.servant);
+  waiting.erase(entry);
+  (finished != nullptr ? finished : waiter.get())->result_handler(waitResult, pool);
+}
+
+void RTApc::State::End() {
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    ending = true;
+    changed.notify_all();
+  }
+  for (Worker &worker : workers) worker.thread.join();
+  workers.clear();
+  HandleResults();
+  while (!waiting.empty()) Answer(waiting.begin(), nullptr, kRTWaitFailed);
+  pool = nullptr;
+}
+
+RTApc::RTApc(RTComm *comm, int numThreads, int waitLimitMs) : m_state(std::make_shared<State>()) {
+  m_state->pool = this;
+  m_state->comm = comm;
+  m_state->waitLimitMs = waitLimitMs;
+  if (comm != nullptr) static_cast<void>(m_state->SetNumThreads(std::clamp(numThreads, 0, kMaxThreads)));
+}
+
+RTApc::~RTApc() { m_state->End(); }
+
+int RTApc::NumThreads() const {
+  const std::lock_guard<std::mutex> lock(m_state->mutex);
+  return m_state->numWanted;
+}
+
+int RTApc::Queue(const RTApcServant &work, int timeoutMs) {
+  return NumThreads() == 0 ? -1 : m_state->Queue(work, timeoutMs);
+}
+
+int RTApc_SetNumThreads(RTApc *pool, int numThreads) {
+  if (pool == nullptr || pool->m_state->comm == nullptr || numThreads <= 0 || numThreads > RTApc::kMaxThreads) return -1;
+  pool->m_state->JoinEnded();
+  return pool->m_state->SetNumThreads(numThreads);
+}

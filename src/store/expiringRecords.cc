@@ -1,0 +1,123 @@
+#include "store/expiringRecords.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+#include "kxcert/platform/clock.h"
+#include "kxcert/platform/digest.h"
+#include "kxcert/platform/hexText.h"
+#include "kxcert/platform/log.h"
+
+namespace {
+
+constexpr char kVersion[] = "1";
+constexpr size_t kExpiryLen = 4;
+constexpr int kKeyDigestLen = 16;   // MD5: it spreads names over file names and protects nothing
+constexpr int kKeyTextLen = 2 * kKeyDigestLen + 1;
+
+int32_t Clamped(int64_t expirySec) {
+  using Limits = std::numeric_limits<int32_t>;
+  return static_cast<int32_t>(std::clamp<int64_t>(expirySec, Limits::min(), Limits::max()));
+}
+
+}  // namespace
+
+bool sxExpiringRecord::Set(void *readBlock, int len) {
+  static_assert(sizeof expirySec == kExpiryLen);
+  block.reset(readBlock);
+  if (readBlock == nullptr || len < static_cast<int>(kExpiryLen)) return false;
+  std::memcpy(&expirySec, readBlock, kExpiryLen);
+  value = static_cast<const unsigned char *>(readBlock) + kExpiryLen;
+  valueLen = len - static_cast<int>(kExpiryLen);
+  return true;
+}
+
+int sxExpiringRecords::InitPath(const char *func, const char *path) {
+  if (path == nullptr) return tderrorFunc(m_topic, 1, 0, "%s: no path", func), -1;
+  m_db.reset();
+  m_name = std::string(path) + "/" + m_folder;
+  tderrorFunc(m_topic, 4, 0, "%s: path= %s", func, path);
+  return 0;
+}
+
+FileDB &sxExpiringRecords::Open() {
+  if (m_db == nullptr) {
+    m_db = FileDB_New(m_name.empty() ? nullptr : m_name.c_str(), kVersion, m_topic, m_openFunc);
+  }
+  return *m_db;
+}
+
+char *sxExpiringRecords::Key(const char *func, const std::string &text) const {
+  tderrorFunc(m_topic, 4, 0, "%s: buf= %s", func, text.c_str());
+  unsigned char digest[kKeyDigestLen];
+  if (kx_md_hashbuf(sx_md_md5, text.c_str(), text.size() + 1, digest, kKeyDigestLen) != 0) {
+    return tderrorFunc(m_topic, 1, 0, "%s: no MD5 digest", func), nullptr;
+  }
+  auto *key = static_cast<char *>(std::malloc(kKeyTextLen));
+  if (key == nullptr) return tderrorFunc(m_topic, 1, errno, "%s: malloc", func), nullptr;
+  bytes_to_string(digest, kKeyDigestLen, key, kKeyTextLen);
+  tderrorFunc(m_topic, 4, 0, "%s: key= %s", func, key);
+  return key;
+}
+
+int sxExpiringRecords::Store(const char *func, const char *key, const unsigned char *value, size_t valueLen,
+                             int64_t expirySec) {
+  if (value == nullptr || valueLen > INT32_MAX - kExpiryLen) {
+    return tderrorFunc(m_topic, 1, 0, "%s: bad args", func), -1;
+  }
+  const size_t recordLen = kExpiryLen + valueLen;
+  const std::unique_ptr<void, sxFreeBlock> record(std::malloc(recordLen));
+  if (record == nullptr) return tderrorFunc(m_topic, 1, errno, "%s: malloc", func), -1;
+  const int32_t expiry = Clamped(expirySec);
+  std::memcpy(record.get(), &expiry, kExpiryLen);
+  std::memcpy(static_cast<unsigned char *>(record.get()) + kExpiryLen, value, valueLen);
+  return Open().Store(key, record.get(), static_cast<int>(recordLen));
+}
+
+bool sxExpiringRecords::Get(const char *func, const char *key, int64_t nowSec, sxExpiringRecord *out) {
+  void *block = nullptr;
+  const int len = Open().Get(key, &block);
+  if (len < 0) return tderrorFunc(m_topic, 4, 0, "%s: record not found", func), false;
+  if (out->Set(block, len) && nowSec < out->expirySec) return true;
+  return tderrorFunc(m_topic, 4, 0, "%s: old record", func), false;
+}
+
+int sxExpiringRecords::Remove(const char *func, const char *key) {
+  const int result = Open().Remove(key);
+  if (result != 0) {
+    tderrorFunc(m_topic, 2, 0, "%s: fdb->Remove failed (key = %s).", func, key != nullptr ? key : "");
+  }
+  return result;
+}
+
+void sxExpiringRecords::CollectGarbage(const char *func) {
+  const int64_t nowSec = kxClock_Now();
+  if (nowSec < 0) {
+    tderrorFunc(m_topic, 1, errno, "%s: time", func);
+    return;
+  }
+  FileDB &db = Open();
+  FileDB_SafeIter iter(db);
+  while (const char *key = iter.Next()) {
+    if (IsGarbage(func, db, key, nowSec)) db.Remove(key);
+  }
+}
+
+bool sxExpiringRecords::IsGarbage(const char *func, FileDB &db, const char *key, int64_t nowSec) const {
+  void *block = nullptr;
+  const int len = db.Get(key, &block);
+  if (len < 0) {
+    tderrorFunc(m_topic, 2, 0, "%s: fdb->Get failed (key = %s).", func, key);
+    return true;
+  }
+  sxExpiringRecord record;
+  return !record.Set(block, len) || record.expirySec <= nowSec;
+}
+
+int sxExpiringRecords::Destroy() {
+  const int result = Open().Destroy();
+  m_db.reset();
+  return result;
+}

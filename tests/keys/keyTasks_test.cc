@@ -1,0 +1,266 @@
+#include "kxcert/keys/keyTasks.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "kxcert/keys/kxSDH.h"
+#include "kxcert/keys/sxPubKey_imp.h"
+#include "support/dhTestGroups.h"
+#include "support/keyFiles.h"
+#include "support/logCapture.h"
+
+namespace {
+
+using Octets = std::vector<unsigned char>;
+
+constexpr int kLongMs = 20000;
+
+// What the user's callback was told.
+struct Told {
+  int numCalls = 0;
+  int rc = 12345;
+  void *result = nullptr;
+  int resultLen = -1;
+  std::string errText;
+  std::thread::id thread;
+  sxd_env *stops = nullptr;
+
+  std::unique_ptr<unsigned char[]> TakeOctets() { return std::unique_ptr<unsigned char[]>(static_cast<unsigned char *>(result)); }
+};
+void Tell(void *opaque, int rc, void *result, int resultLen, const char *errText) {
+  auto *const told = static_cast<Told *>(opaque);
+  ++told->numCalls;
+  told->rc = rc;
+  told->result = result;
+  told->resultLen = resultLen;
+  told->errText = errText == nullptr ? "(null)" : errText;
+  told->thread = std::this_thread::get_id();
+  if (told->stops != nullptr) sxd_env_stop(told->stops);
+}
+
+class KeyTasks : public testing::Test {
+ protected:
+  ~KeyTasks() override {
+    KeyTaskMngmnt_destroy();
+    sxd_env_destroy(m_env);
+  }
+  void RunUntilTold() {
+    m_told.stops = m_env;
+    EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
+    EXPECT_EQ(1, m_told.numCalls);
+  }
+  int SignA(sxPubKey &key) {
+    return key.SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, Tell, &m_told, m_env);
+  }
+  int Verify(sxPubKey &key, const unsigned char *sig, int sigLen) {
+    return key.Verify(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, sig, sigLen);
+  }
+
+  sxd_env *const m_env = sxd_env_create();
+  const Octets m_digest = Octets(32, 0x5A);
+  const PubKeyRef m_rsa = RsaTestKey(2048);
+  Told m_told;
+};
+
+TEST_F(KeyTasks, SignOnAWorkerAndTellOnTheLoop) {
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 2));
+  const LogCapture log;
+  EXPECT_EQ(1, SignA(*m_rsa));
+  EXPECT_EQ(0, m_told.numCalls);
+  RunUntilTold();
+  EXPECT_EQ(TASK_SUCCESS, m_told.rc);
+  EXPECT_EQ("None", m_told.errText);
+  EXPECT_EQ(std::this_thread::get_id(), m_told.thread);
+  const auto signature = m_told.TakeOctets();
+  EXPECT_EQ(0, Verify(*m_rsa, signature.get(), m_told.resultLen));
+  EXPECT_TRUE(log.Has("queued successfully"));
+}
+
+TEST_F(KeyTasks, DecryptIntoTheCallersArea) {
+  Octets sealed(256), opened(256);
+  ASSERT_EQ(256, m_rsa->Encrypt(sxPKop_digest, m_digest.data(), 32, sealed.data(), 256));
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  EXPECT_EQ(1, m_rsa->DecryptA(sxPKop_digest, sealed.data(), 256, opened.data(), 256, Tell, &m_told, m_env));
+  sealed.assign(256, 0);   // the record has a copy
+  RunUntilTold();
+  EXPECT_EQ(opened.data(), m_told.result);
+  EXPECT_EQ(32, m_told.resultLen);
+  EXPECT_EQ(0, std::memcmp(opened.data(), m_digest.data(), 32));
+
+  m_told = {};
+  EXPECT_EQ(1, m_rsa->DecryptA(sxPKop_digest, sealed.data(), 256, opened.data(), 256, Tell, &m_told, m_env));
+  RunUntilTold();
+  EXPECT_EQ(TASK_DECRYPT_ERROR, m_told.rc);
+  EXPECT_EQ("Error while decrypting witn RSA private key.", m_told.errText);
+  EXPECT_EQ(nullptr, m_told.result);
+}
+
+TEST_F(KeyTasks, AgreeOnASecret) {
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  EXPECT_EQ(1, sxPubKey_NewDH("no such group", 256, Tell, &m_told));
+  RunUntilTold();
+  EXPECT_EQ(TASK_CREATION_ERROR, m_told.rc);
+  EXPECT_EQ("Error while creating new DH key.", m_told.errText);
+  m_told = {};
+  EXPECT_EQ(1, sxPubKey_NewDH(nullptr, 256, Tell, &m_told));
+  RunUntilTold();
+  EXPECT_EQ(TASK_BAD_INPUT, m_told.rc);
+
+  const DhTable table(UsualDhGroups());
+  PubKeyRef keys[2];
+  for (PubKeyRef &key : keys) {
+    m_told = {};
+    EXPECT_EQ(1, sxPubKey_NewDH("Group 2 (1024 bit)", 160, Tell, &m_told));
+    RunUntilTold();
+    key.reset(static_cast<sxPubKey *>(m_told.result));
+    ASSERT_NE(nullptr, key);
+  }
+  Octets secrets[2];
+  for (int i = 0; i < 2; ++i) {
+    Octets peer(128);
+    ASSERT_EQ(128, static_cast<kxSDH *>(keys[1 - i].get())->GetDHRawPublic(peer.data(), 128));
+    m_told = {};
+    EXPECT_EQ(1, keys[i]->DeriveA(sxPKop_raw, peer.data(), 128, Tell, &m_told, m_env));
+    RunUntilTold();
+    ASSERT_EQ(128, m_told.resultLen);
+    const auto octets = m_told.TakeOctets();
+    secrets[i].assign(octets.get(), octets.get() + 128);
+  }
+  EXPECT_EQ(secrets[0], secrets[1]);
+  EXPECT_EQ(kKeyLibraryFailed, m_rsa->DeriveA(sxPKop_raw, m_digest.data(), -1, Tell, &m_told, m_env));
+}
+
+// Keys that no worker takes, and a library without workers, work at once.
+TEST_F(KeyTasks, OthersWorkOnTheCallingThread) {
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  const PubKeyRef ec = EcTestKey("prime256v1");
+  EXPECT_EQ(1, SignA(*ec));
+  ASSERT_EQ(1, m_told.numCalls);
+  EXPECT_EQ(0, Verify(*ec, m_told.TakeOctets().get(), m_told.resultLen));
+
+  const LogCapture log;
+  EXPECT_EQ(-1, KeyTaskMngmnt_init(m_env, 0));
+  EXPECT_TRUE(log.Has("KeyTaskMngmnt_init: Will not create working threads. "
+                      "All keys operations will be done synchronically."));
+  m_told = {};
+  EXPECT_EQ(1, SignA(*m_rsa));
+  ASSERT_EQ(1, m_told.numCalls);
+  EXPECT_EQ(0, Verify(*m_rsa, m_told.TakeOctets().get(), m_told.resultLen));
+  EXPECT_EQ(-1, KeyTaskMngmnt_init(nullptr, 1)) << "no environment: at once as well";
+  m_told = {};
+  EXPECT_EQ(1, SignA(*PublicPart(*m_rsa)));
+  EXPECT_EQ(TASK_SIGNING_ERROR, m_told.rc);
+}
+
+TEST_F(KeyTasks, RefusedBeforeTheStartAndAfterTheEnd) {
+  EXPECT_EQ(TASK_NOT_INITIALIZED, SignA(*m_rsa));
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  EXPECT_EQ(1, SignA(*m_rsa));
+  KeyTaskMngmnt_destroy();
+  ASSERT_EQ(1, m_told.numCalls) << "what was queued is done and told";
+  EXPECT_EQ(0, Verify(*m_rsa, m_told.TakeOctets().get(), m_told.resultLen));
+  EXPECT_EQ(TASK_NOT_INITIALIZED, SignA(*m_rsa));
+  EXPECT_EQ(1, m_told.numCalls);
+  EXPECT_EQ(-1, KeyTaskMngmnt_reconf(1));
+}
+
+TEST_F(KeyTasks, WithoutACallbackNothingLeaks) {
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  const LogCapture log;
+  EXPECT_EQ(1, m_rsa->SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, nullptr, nullptr, m_env));
+  KeyTaskMngmnt_destroy();
+  EXPECT_TRUE(log.Has("Error: Missing CBInfo or CB"));
+}
+
+// A key whose operation waits until it is let go.
+class SlowKey : public sxPubKey_imp_vc {
+ public:
+  int algorithm() const override { return sxPK_RSA; }
+  int OK() const override { return 1; }
+  int Flags() const override { return 0; }
+  const char *ClassName() const override { return "kxSRSA_imp"; }
+  int Sign(sxPKop_type, sx_md_type, const unsigned char *, int, unsigned char *out, int) override {
+    if (out == nullptr) return 4;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_open; });
+    return 4;
+  }
+  void Open() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_open = true;
+    m_changed.notify_all();
+  }
+
+ private:
+  std::mutex m_mutex;
+  std::condition_variable m_changed;
+  bool m_open = false;
+};
+
+TEST_F(KeyTasks, TimeOutIsToldAndWhatComesLaterIsNot) {
+  auto *const slow = new SlowKey;
+  const PubKeyRef key(new sxPubKey(slow));
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  struct Seen {
+    sxd_env *env;
+    int rc = 1;
+    void *result = nullptr;
+  } seen{m_env};
+  auto *const task = new RSASignKeyTaskData(key.get(), sxPKop_raw, sx_md_sha256, m_digest.data(), 32);
+  const auto complete = [](TaskData *done, void *info, void *result, int) {
+    auto *const what = static_cast<Seen *>(info);
+    what->rc = done->RC();
+    what->result = result;
+    sxd_env_stop(what->env);
+  };
+  EXPECT_EQ(1, KeyTask_QueueRequest(task, complete, &seen, 30));
+  EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
+  EXPECT_EQ(TASK_TIMEOUT, seen.rc);
+  EXPECT_EQ(nullptr, seen.result);
+  slow->Open();
+  KeyTaskMngmnt_destroy();
+  EXPECT_EQ(TASK_TIMEOUT, task->RC()) << "what was told stands";
+  TaskData_Free(task);
+}
+
+TEST_F(KeyTasks, UnknownKindsAndNames) {
+  class Odd : public TaskData {
+   public:
+    int TaskType() const override { return 9; }
+  };
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  auto *const odd = new Odd;
+  const auto complete = [](TaskData *, void *, void *result, int) { EXPECT_EQ(nullptr, result); };
+  EXPECT_EQ(1, KeyTask_QueueRequest(odd, complete, nullptr, -1));
+  EXPECT_EQ(TASK_GENERAL_ERROR, odd->RC());
+  EXPECT_STREQ("This operation (9) is not supported by this API.", odd->ErrMsg());
+  EXPECT_EQ(TASK_BAD_INPUT, KeyTask_QueueRequest(odd, nullptr, nullptr, -1));
+  EXPECT_EQ(TASK_BAD_INPUT, odd->RC());
+  EXPECT_EQ(TASK_BAD_INPUT, KeyTask_QueueRequest(nullptr, complete, nullptr, -1));
+  TaskData_Free(odd);
+  EXPECT_STREQ("TASK_DERIVING_ERROR", TaskRC2str(-995));
+  EXPECT_STREQ("TASK_INSERTED_TO_QUEUE", TaskRC2str(1));
+  EXPECT_STREQ("Unknown Error", TaskRC2str(5));
+}
+
+TEST_F(KeyTasks, OperationsOfTheKindsThemselvesTellMinusOne) {
+  Octets signature(256);
+  const int len = m_rsa->Sign(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, signature.data(), 256);
+  EXPECT_EQ(0, m_rsa->VerifyA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, signature.data(), len, Tell, &m_told, m_env));
+  EXPECT_EQ(0, m_told.numCalls);
+  RunUntilTold();
+  EXPECT_EQ(-1, m_told.rc) << "also for a valid signature: intended";
+  EXPECT_EQ("(null)", m_told.errText);
+  const LogCapture log;
+  EXPECT_EQ(kKeyLibraryFailed,
+            m_rsa->EncryptA(sxPKop_digest, m_digest.data(), 32, signature.data(), 256, nullptr, nullptr, m_env));
+  EXPECT_TRUE(log.Has("sxPubKey_imp::EncryptA: No callback given"));
+}
+
+}  // namespace

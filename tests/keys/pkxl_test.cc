@@ -1,0 +1,268 @@
+#include "kxcert/keys/pkxl.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "keys/pkxlDecision.h"
+#include "keys/pkxlMessage.h"
+#include "kxcert/keys/kxECDH.h"
+#include "kxcert/keys/sxPubKey.h"
+#include "kxcert/platform/localSocket.h"
+#include "support/hexOctets.h"
+#include "support/keyFiles.h"
+#include "support/logCapture.h"
+#include "support/scopedEnv.h"
+#include "support/tempDir.h"
+
+namespace {
+
+using Octets = std::vector<unsigned char>;
+
+const TempDir &ConfDir() {
+  static const TempDir folder;
+  return folder;
+}
+
+// A service in a thread: each connection is handed to a function.
+class Service {
+ public:
+  using Handle = std::function<void(int descriptor)>;
+  explicit Service(Handle handle) : m_listener(kxLocalSocket_Listen(pkxl_socket_path())) {
+    EXPECT_LE(0, m_listener);
+    m_thread = std::thread([this, handle] {
+      while (!m_ends) {
+        pollfd entry = {m_listener, POLLIN, 0};
+        if (poll(&entry, 1, 10) <= 0) continue;
+        const int descriptor = accept(m_listener, nullptr, nullptr);
+        if (descriptor < 0) continue;
+        ++m_numAsked;
+        handle(descriptor);
+      }
+    });
+  }
+  ~Service() {
+    m_ends = true;
+    m_thread.join();
+    close(m_listener);
+    unlink(pkxl_socket_path().c_str());
+  }
+  int NumAsked() const { return m_numAsked; }
+
+ private:
+  const int m_listener;
+  std::atomic<bool> m_ends{false};
+  std::atomic<int> m_numAsked{0};
+  std::thread m_thread;
+};
+
+void ServeWell(int descriptor) {
+  kxLocalSocket client(descriptor, kPkxlTimeoutMs);
+  kxBinBuf request, answer;
+  const auto resize = [&request](uint32_t len) { return request.Set(len), request.Data(); };
+  if (client.Receive(resize) && pkxl_serve(request, answer) == 0) client.Send(answer.Data(), answer.Len());
+}
+
+class Pkxl : public testing::Test {
+ protected:
+  Pkxl() { PkxlForgetDecision(); }
+  ~Pkxl() override { PkxlForgetDecision(); }
+  const ScopedEnv m_conf{"KXCERT_CONF_DIR", ConfDir().Path().c_str()};
+  const ScopedEnv m_force{"PKXL_FORCE", nullptr};
+};
+
+// RFC 5903, 8.1.
+bool ExchangeWorks() {
+  kxECDH exchange(
+      "19:c88f01f510d9ac3f70a292daa2316de544e9aab8afe84049c62a9c57862d1433:"
+      "dad0b65394221cf9b051e1feca5787d098dfe637fc90b9ef945d0c3772581180:"
+      "5271a0461cdb8252d61f1c456fa3e59ab1f45b33accf5f58389e0577b8990bb3");
+  const Octets peer = DecodeHex(
+      "d12dfb5289c8d4f81208b70270398c342296970a0bccb74c736fc7554494bf63"
+      "56fbf3ca366cc23e8157854c13c58d6aac23f046ada30f8353e74f33039872ab");
+  Octets secret(32);
+  return exchange.setPeerPublic(peer.data(), 64) == 0 && exchange.derive() == 0 &&
+         exchange.getShared(secret.data(), 32) == 32 &&
+         EncodeHex(secret) == "d6840f6b42f6edafd13116e0e12565202fef8e9ece7dce03812464d04b9442de";
+}
+
+// Every operation that is routed; true when each gives what it should.
+bool OperationsWork() {
+  const Octets digest(32, 0x5A);
+  bool good = true;
+  const PubKeyRef keys[] = {RsaTestKey(2048), EcTestKey("prime256v1"), EcTestKey("secp521r1")};
+  for (const PubKeyRef &key : keys) {
+    Octets signature(600);
+    const int len = key->Sign(sxPKop_raw, sx_md_sha256, digest.data(), 32, signature.data(), 600);
+    good = good && len > 0 && key->Verify(sxPKop_raw, sx_md_sha256, digest.data(), 32, signature.data(), len) == 0;
+    signature[10] ^= 1;
+    good = good && key->Verify(sxPKop_raw, sx_md_sha256, digest.data(), 32, signature.data(), len) != 0;
+  }
+  Octets sealed(256), opened(256);
+  good = good && keys[0]->Encrypt(sxPKop_digest, digest.data(), 32, sealed.data(), 256) == 256;
+  good = good && keys[0]->Decrypt(sxPKop_digest, sealed.data(), 256, opened.data(), 256) == 32;
+  opened.resize(32);
+  return good && opened == digest && ExchangeWorks();
+}
+constexpr int kNumOperations = 3 * 3 + 2 + 1;
+
+TEST_F(Pkxl, OperationsGoToTheService) {
+  const Service service(ServeWell);
+  EXPECT_TRUE(OperationsWork());
+  EXPECT_EQ(0, service.NumAsked()) << "usage is off";
+  pkxl_enable_usage();
+  EXPECT_TRUE(OperationsWork());
+  EXPECT_EQ(kNumOperations, service.NumAsked());
+  pkxl_stop_usage();
+  EXPECT_TRUE(OperationsWork());
+  EXPECT_EQ(kNumOperations, service.NumAsked());
+}
+
+TEST_F(Pkxl, WhatMakesItUsable) {
+  struct Case {
+    const char *what;
+    bool listens;
+    bool disabled;
+    const char *force;
+    bool expected;
+  };
+  const Case cases[] = {
+      {"forced", true, false, "1", true},
+      {"no service", false, false, "1", false},
+      {"disabled by a file", true, true, "1", false},
+      {"another number", true, false, "2", false},
+      {"no number", true, false, "1x", false},
+      {"not switched on", true, false, nullptr, false},
+  };
+  mkdir(ConfDir().File("conf").c_str(), 0700);
+  for (const Case &test : cases) {
+    SCOPED_TRACE(test.what);
+    PkxlForgetDecision();
+    const ScopedEnv force("PKXL_FORCE", test.force);
+    const std::string disable = ConfDir().File("conf/pkxl_disable");
+    if (test.disabled) ConfDir().Write("conf/pkxl_disable", "");
+    const int listener = test.listens ? kxLocalSocket_Listen(pkxl_socket_path()) : -1;
+    const LogCapture log;
+    EXPECT_EQ(test.expected, pkxl_should_use());
+    EXPECT_EQ(test.listens && !test.disabled, log.Has("pkxl_should_use: pkxld process can be used"));
+    unlink(disable.c_str());
+    unlink(pkxl_socket_path().c_str());
+    if (listener >= 0) close(listener);
+    EXPECT_EQ(test.expected, pkxl_should_use()) << "decided once";
+  }
+}
+
+// Whatever the service does, the operation is done.
+TEST_F(Pkxl, TroubleMeansDoingItHere) {
+  const auto answering = [](const Octets &octets, bool framed) {
+    return [octets, framed](int descriptor) {
+      kxLocalSocket client(descriptor, kPkxlTimeoutMs);
+      kxBinBuf request;
+      const auto resize = [&request](uint32_t len) { return request.Set(len), request.Data(); };
+      if (!client.Receive(resize)) return;
+      if (framed) {
+        client.Send(octets.data(), static_cast<uint32_t>(octets.size()));
+      } else {
+        EXPECT_EQ(static_cast<ssize_t>(octets.size()), send(descriptor, octets.data(), octets.size(), MSG_NOSIGNAL));
+      }
+    };
+  };
+  const auto answer = [](bool served, int result, Octets output) {
+    kxBinBuf message;
+    EXPECT_TRUE(PkxlWrite(PkxlAnswer{served, result, {static_cast<uint32_t>(output.size()), output.data()}}, message));
+    return Octets(message.Data(), message.Data() + message.Len());
+  };
+  Octets cut = answer(true, 256, Octets(256));
+  cut.resize(100);
+  const struct {
+    const char *what;
+    Service::Handle handle;
+  } cases[] = {
+      {"hangs up", [](int descriptor) { close(descriptor); }},
+      {"speaks another protocol", answering(Octets(40, 'x'), true)},
+      {"announces four gigabytes", answering(Octets(4, 0xFF), false)},
+      {"announces nothing", answering(Octets(4, 0), false)},
+      {"ends within the message", answering({40, 0, 0, 0, 1, 2, 3}, false)},
+      {"could not serve", answering(answer(false, 0, {}), true)},
+      {"writes more than there is room for", answering(answer(true, 20000, Octets(20000)), true)},
+      {"claims more than it sends", answering(answer(true, 256, Octets(10)), true)},
+      {"ends within an item", answering(cut, true)},
+  };
+  for (const auto &test : cases) {
+    SCOPED_TRACE(test.what);
+    PkxlForgetDecision();
+    const Service service(test.handle);
+    pkxl_enable_usage();
+    EXPECT_TRUE(pkxl_should_use());
+    EXPECT_TRUE(OperationsWork());
+    EXPECT_EQ(kNumOperations, service.NumAsked());
+  }
+  const Service service(answering(answer(true, 31, Octets(31)), true));
+  EXPECT_TRUE(ExchangeWorks()) << "31 octets are no secret of P-256";
+  EXPECT_EQ(1, service.NumAsked());
+}
+
+TEST_F(Pkxl, ServesNothingThatItCannotRead) {
+  Octets key = Exported(*RsaTestKey(1024), sxPK_private);
+  Octets input(20, 7);
+  const auto item = [](Octets &octets) {
+    return pkxl_len_and_buf_t{static_cast<uint32_t>(octets.size()), octets.data()};
+  };
+  const PkxlRequest sound{1, 0, 128, item(input), {}, item(key)};
+  kxBinBuf message, answer;
+  const auto served = [&answer](const PkxlRequest &request) {
+    kxBinBuf octets;
+    PkxlAnswer read;
+    EXPECT_TRUE(PkxlWrite(request, octets));
+    return pkxl_serve(octets, answer) == 0 && PkxlRead(answer, &read) && read.served;
+  };
+  EXPECT_TRUE(served(sound));
+  PkxlRequest bad = sound;
+  bad.operation = 7;
+  EXPECT_FALSE(served(bad)) << "no such operation";
+  bad = sound;
+  bad.operation = 2;
+  EXPECT_FALSE(served(bad)) << "a private key where a public one belongs";
+  bad = sound;
+  bad.capacity = 1 << 20;
+  EXPECT_FALSE(served(bad)) << "more room than any operation fills";
+  bad = sound;
+  bad.operation = 4;
+  EXPECT_FALSE(served(bad)) << "no curve";
+  ASSERT_TRUE(PkxlWrite(sound, message));
+  for (unsigned int len = 0; len < message.Len(); ++len) {
+    kxBinBuf prefix(message.Data(), len);
+    EXPECT_EQ(-1, pkxl_serve(prefix, answer)) << len;
+  }
+}
+
+TEST_F(Pkxl, ListensOnceAndReplacesOnlyWhatIsDead) {
+  const std::string path = ConfDir().File("listen");
+  const int first = kxLocalSocket_Listen(path);
+  ASSERT_LE(0, first);
+  struct stat entry = {};
+  EXPECT_EQ(0, stat(path.c_str(), &entry));
+  EXPECT_EQ(0600U, entry.st_mode & 0777U);
+  EXPECT_EQ(-1, kxLocalSocket_Listen(path));
+  EXPECT_EQ(EADDRINUSE, errno);
+  close(first);
+  const int second = kxLocalSocket_Listen(path);
+  EXPECT_LE(0, second) << "nobody listens there any more";
+  close(second);
+  unlink(path.c_str());
+  ConfDir().Write("listen", "a file");
+  EXPECT_EQ(-1, kxLocalSocket_Listen(path));
+  EXPECT_EQ("a file", ConfDir().Read("listen"));
+  unlink(path.c_str());
+  EXPECT_EQ(-1, kxLocalSocket_Listen(std::string(200, 'x')));
+}
+
+}  // namespace

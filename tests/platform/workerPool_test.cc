@@ -1,0 +1,207 @@
+#include "kxcert/platform/workerPool.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <thread>
+
+namespace {
+
+constexpr int kLongMs = 20000;
+
+// What a test sees of its work: shared by the clones.
+struct Seen {
+  std::function<void(int number)> work = [](int) {};
+  std::function<void()> answered = [] {};
+  std::mutex mutex;
+  std::set<std::thread::id> workers;
+  std::map<int, int> waitResults;        // by number
+  std::map<int, bool> ranHere;           // the clone that is told has run
+};
+
+class Task : public RTApcServant {
+ public:
+  Task(Seen *seen, int number) : m_seen(seen), m_number(number) {}
+  void task_handler() override {
+    {
+      const std::lock_guard<std::mutex> lock(m_seen->mutex);
+      m_seen->workers.insert(std::this_thread::get_id());
+    }
+    m_seen->work(m_number);
+    m_ran = true;
+  }
+  void result_handler(int waitResult, RTApc *pool) override {
+    EXPECT_NE(nullptr, pool);
+    EXPECT_TRUE(m_seen->waitResults.emplace(m_number, waitResult).second) << m_number << " is told twice";
+    m_seen->ranHere[m_number] = m_ran;
+    m_seen->answered();
+  }
+  size_t hash() const override { return static_cast<size_t>(m_number); }
+  bool operator==(const RTApcServant &other) const override {
+    return m_number == static_cast<const Task &>(other).m_number;
+  }
+  RTApcServant *clone() const override { return new Task(*this); }
+
+ private:
+  Seen *m_seen;
+  int m_number;
+  bool m_ran = false;
+};
+
+class Gate {   // holds workers until it opens
+ public:
+  void Wait() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    ++m_numWaiting;
+    m_changed.notify_all();
+    m_changed.wait(lock, [this] { return m_open; });
+  }
+  void WaitFor(int numWaiting) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this, numWaiting] { return m_numWaiting >= numWaiting; });
+  }
+  void Open() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_open = true;
+    m_changed.notify_all();
+  }
+
+ private:
+  std::mutex m_mutex;
+  std::condition_variable m_changed;
+  int m_numWaiting = 0;
+  bool m_open = false;
+};
+
+class WorkerPool : public testing::Test {
+ protected:
+  ~WorkerPool() override {
+    m_pool.reset();
+    RTComm_destroy(m_comm);
+    sxd_env_destroy(m_env);
+  }
+  void Start(int numThreads, int waitLimitMs = -1) {
+    EXPECT_EQ(0, RTComm_start(m_comm));
+    m_pool = std::make_unique<RTApc>(m_comm, numThreads, waitLimitMs);
+  }
+  // Runs the loop until as many were answered.
+  void RunUntil(size_t numAnswered) {
+    m_seen.answered = [this, numAnswered] {
+      if (m_seen.waitResults.size() == numAnswered) sxd_env_stop(m_env);
+    };
+    EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
+    EXPECT_EQ(numAnswered, m_seen.waitResults.size());
+  }
+  void RunFor(int maxMs) { EXPECT_EQ(0, sxd_env_run_for(m_env, maxMs)); }
+  int Queue(int number, int timeoutMs = -1) { return m_pool->Queue(Task(&m_seen, number), timeoutMs); }
+
+  Seen m_seen;
+  Gate m_gate;                           // outlives the workers
+  sxd_env *const m_env = sxd_env_create();
+  RTComm *const m_comm = RTComm_create(m_env);
+  std::unique_ptr<RTApc> m_pool;
+};
+
+TEST_F(WorkerPool, WorksOnThreadsAndAnswersOnTheLoop) {
+  Start(3);
+  m_seen.work = [this](int) { m_gate.Wait(); };
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(0, Queue(i));
+  EXPECT_EQ(-1, Queue(1)) << "equal work waits already";
+  m_gate.WaitFor(3);
+  m_gate.Open();
+  RunUntil(3);
+  EXPECT_EQ(3U, m_seen.workers.size());
+  EXPECT_EQ(0U, m_seen.workers.count(std::this_thread::get_id()));
+  for (const auto &[number, waitResult] : m_seen.waitResults) EXPECT_EQ(kRTWaitDone, waitResult);
+  for (const auto &[number, ranHere] : m_seen.ranHere) EXPECT_TRUE(ranHere);
+  EXPECT_EQ(0, Queue(4)) << "and goes on";
+  RunUntil(4);
+}
+
+TEST_F(WorkerPool, DropsWhatComesTooLate) {
+  Start(1);
+  m_seen.work = [this](int) { m_gate.Wait(); };
+  EXPECT_EQ(0, Queue(1, 20));
+  EXPECT_EQ(0, Queue(2, 30)) << "never begun";
+  RunUntil(2);
+  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[1]);
+  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[2]);
+  EXPECT_FALSE(m_seen.ranHere[1]);
+  m_seen.waitResults.clear();
+  EXPECT_EQ(0, Queue(1)) << "the same again, while the first still runs";
+  m_gate.Open();
+  RunUntil(1);
+  RunFor(20);
+  EXPECT_EQ(kRTWaitDone, m_seen.waitResults[1]);
+}
+
+TEST_F(WorkerPool, ThePoolsLimitHoldsForAll) {
+  Start(1, 20);
+  m_seen.work = [this](int) { m_gate.Wait(); };
+  EXPECT_EQ(0, Queue(1));
+  EXPECT_EQ(0, Queue(2, kLongMs));
+  RunUntil(2);
+  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[1]);
+  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[2]);
+  m_gate.Open();
+}
+
+TEST_F(WorkerPool, TellsOfWorkThatThrows) {
+  Start(1);
+  m_seen.work = [](int) { throw 1; };
+  EXPECT_EQ(0, Queue(1));
+  RunUntil(1);
+  EXPECT_EQ(kRTWaitFailed, m_seen.waitResults[1]);
+}
+
+TEST_F(WorkerPool, GrowsAndShrinksAtWork) {
+  Start(1);
+  m_seen.work = [this](int) { m_gate.Wait(); };
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(0, Queue(i));
+  EXPECT_EQ(0, RTApc_SetNumThreads(m_pool.get(), 4));
+  m_gate.WaitFor(4);
+  EXPECT_EQ(0, RTApc_SetNumThreads(m_pool.get(), 2));
+  m_gate.Open();
+  RunUntil(8);
+  EXPECT_EQ(2, m_pool->NumThreads());
+  for (const int bad : {0, -1, RTApc::kMaxThreads + 1}) EXPECT_EQ(-1, RTApc_SetNumThreads(m_pool.get(), bad));
+}
+
+TEST_F(WorkerPool, EndsWithEverythingAnswered) {
+  Start(2);
+  for (int i = 0; i < 50; ++i) EXPECT_EQ(0, Queue(i));
+  m_pool.reset();   // the loop does not run
+  EXPECT_EQ(50U, m_seen.waitResults.size());
+  for (const auto &[number, waitResult] : m_seen.waitResults) EXPECT_EQ(kRTWaitDone, waitResult);
+  RunFor(0);
+  EXPECT_EQ(50U, m_seen.waitResults.size());
+}
+
+TEST_F(WorkerPool, AResultMayEndThePool) {
+  Start(2);
+  m_seen.answered = [this] {
+    const std::unique_ptr<RTApc> ends = std::move(m_pool);   // null from the second on
+    sxd_env_stop(m_env);
+  };
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i));
+  EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
+  EXPECT_EQ(10U, m_seen.waitResults.size());
+}
+
+TEST_F(WorkerPool, RefusesWithoutThreadsOrChannel) {
+  EXPECT_EQ(-1, RTApc(m_comm, 1, -1).Queue(Task(&m_seen, 1), -1)) << "the channel is not started";
+  Start(0);
+  EXPECT_EQ(-1, Queue(1));
+  EXPECT_EQ(-1, RTApc(nullptr, 1, -1).Queue(Task(&m_seen, 1), -1));
+  EXPECT_EQ(-1, RTComm_start(nullptr));
+  EXPECT_EQ(nullptr, RTComm_create(nullptr));
+  EXPECT_TRUE(m_seen.waitResults.empty());
+}
+
+}  // namespace

@@ -1,0 +1,225 @@
+#include "kxcert/store/fdb.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "kxcert/platform/files.h"
+#include "support/heapPeak.h"
+#include "support/logCapture.h"
+#include "support/tempDir.h"
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+
+namespace {
+
+// Asks the function at every step while it lives: 0 goes on, an errno value fails.
+std::function<int(kxFileStep step, const char *path)> g_refuse;
+struct FileFake {
+  explicit FileFake(decltype(g_refuse) refuse) {
+    g_refuse = std::move(refuse);
+    kxFile_SetFake([](kxFileStep step, const char *path) { return g_refuse(step, path); });
+  }
+  ~FileFake() { kxFile_SetFake(nullptr); }
+};
+
+long NumOpenFiles() {
+  const fs::directory_iterator open("/proc/self/fd");
+  return std::distance(begin(open), end(open));
+}
+
+// A database of its own in the folder "db_1".
+class Fdb : public testing::Test {
+ protected:
+  Fdb() : m_db(fdb_open(m_dir.File("db").c_str(), "1"), fdb_close) {}
+
+  int Store(const std::string &key, const std::string &value) {
+    return fdb_store(m_db.get(), key.c_str(), value.data(), static_cast<int>(value.size()));
+  }
+  // The value, or "-" when there is none to be had.
+  std::string Read(const std::string &key) {
+    void *block = this;
+    const int len = fdb_read(m_db.get(), key.c_str(), &block);
+    EXPECT_EQ(len < 0, block == nullptr);
+    const std::string value = len < 0 ? "-" : std::string(static_cast<char *>(block), static_cast<size_t>(len));
+    free(block);
+    return value;
+  }
+  std::set<std::string> Keys() {
+    std::set<std::string> keys;
+    const std::unique_ptr<fdb_iterator, decltype(&fdb_iter_destroy)> iter(fdb_iter(m_db.get()), fdb_iter_destroy);
+    while (const char *key = fdb_iter_next(iter.get())) EXPECT_TRUE(keys.insert(key).second) << key;
+    EXPECT_EQ(nullptr, fdb_iter_next(iter.get()));
+    return keys;
+  }
+  std::set<std::string> Files() const {
+    std::set<std::string> names;
+    for (const auto &entry : fs::directory_iterator(m_folder)) names.insert(entry.path().filename());
+    return names;
+  }
+  // Runs it with each step failing in turn, until none is left to fail. @return how many there were
+  template <class Operation, class Check>
+  int FailEachStep(Operation operation, Check check) {
+    for (int n = 1;; ++n) {
+      SCOPED_TRACE(n);
+      const long numOpen = NumOpenFiles();
+      int left = n;
+      int result;
+      {
+        const FileFake fake([&left](kxFileStep, const char *) { return --left == 0 ? EIO : 0; });
+        result = operation();
+      }
+      EXPECT_EQ(left > 0 ? 0 : -1, result);
+      EXPECT_EQ(numOpen, NumOpenFiles());
+      if (left > 0) return n - 1;
+      check();
+    }
+  }
+
+  const TempDir m_dir;
+  const std::string m_folder = m_dir.File("db_1");
+  std::unique_ptr<fdb_handle, decltype(&fdb_close)> m_db;
+};
+
+TEST_F(Fdb, KeepsRecordsAsFilesOfTheirOctets) {
+  const std::string octets("a\0b\xFF", 4);
+  EXPECT_EQ(0, Store("k1", octets));
+  EXPECT_EQ(0, Store("k2", std::string(100000, 'x')));
+  EXPECT_EQ(0, Store("k2", "shorter"));
+  EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write, fs::status(m_folder + "/rec_k2").permissions());
+  EXPECT_EQ(-1, Store("k2", ""));
+  EXPECT_EQ(octets, m_dir.Read("db_1/rec_k1"));
+  EXPECT_EQ("shorter", Read("k2"));
+  EXPECT_THAT(Files(), ElementsAre("rec_k1", "rec_k2"));
+  m_db.reset(fdb_open(m_dir.File("db").c_str(), "1"));   // what is there is used
+  EXPECT_THAT(Keys(), ElementsAre("k1", "k2"));
+  EXPECT_EQ(0, fdb_remove(m_db.get(), "k1"));
+  EXPECT_EQ("-", Read("k1"));
+  m_dir.Write("db_1/rec_empty", "");
+  EXPECT_EQ("", Read("empty"));
+  EXPECT_EQ(nullptr, fdb_open(m_dir.File("absent/db").c_str(), "1"));
+}
+
+TEST_F(Fdb, AFailureAtAnyStepLeavesTheOldRecordAlone) {
+  ASSERT_EQ(0, Store("k", "old"));
+  const auto check = [this] {
+    EXPECT_EQ("old", Read("k"));
+    EXPECT_THAT(Files(), ElementsAre("rec_k"));
+  };
+  EXPECT_EQ(5, FailEachStep([this] { return Read("k") == "old" ? 0 : -1; }, check));
+  EXPECT_EQ(8, FailEachStep([this] { return Store("k", "new"); }, check));
+  ASSERT_EQ(0, Store("k", "old"));
+  EXPECT_EQ(1, FailEachStep([this] { return fdb_remove(m_db.get(), "k"); }, check));
+}
+
+TEST_F(Fdb, TriesFiveTemporaryNames) {
+  std::set<std::string> names;
+  size_t numTaken = 4;
+  const FileFake fake([&](kxFileStep step, const char *path) {
+    if (step == kxStep_createNew) names.insert(path);
+    return step == kxStep_createNew && names.size() <= numTaken ? EEXIST : 0;
+  });
+  EXPECT_EQ(0, Store("k", "first"));
+  EXPECT_EQ(5U, names.size());
+  names.clear();
+  numTaken = 6;
+  LogCapture log;
+  EXPECT_EQ(-1, Store("k", "second"));
+  EXPECT_EQ(5U, names.size());
+  EXPECT_TRUE(log.Has("[fdb] fdb_store: fdb_open_tmp failed"));
+}
+
+TEST_F(Fdb, ARecordThatShrinksKeepsItsLength) {
+  ASSERT_EQ(0, Store("k", "0123456789"));
+  const FileFake fake([this](kxFileStep step, const char *) {
+    if (step == kxStep_read) fs::resize_file(m_folder + "/rec_k", 3);
+    return 0;
+  });
+  EXPECT_EQ(std::string("012\0\0\0\0\0\0\0", 10), Read("k"));
+}
+
+TEST_F(Fdb, MeetsFilesThatItDidNotStore) {
+  const std::string target = m_dir.Write("target", std::string(1000, 't'));
+  fs::create_symlink(target, m_folder + "/rec_link");
+  EXPECT_EQ(std::string(target.size(), 't'), Read("link"));   // the link is measured, not its target
+  ASSERT_EQ(0, mkfifo((m_folder + "/rec_pipe").c_str(), 0600));
+  EXPECT_EQ("", Read("pipe"));                                // nobody is waited for
+  fs::resize_file(m_dir.Write("db_1/rec_big", "x"), uintmax_t{1} << 31);
+  const HeapPeak peak;
+  EXPECT_EQ("-", Read("big"));
+  EXPECT_GT(100000U, peak.Bytes());
+}
+
+// The stream that it opens stays open until the database is closed.
+TEST_F(Fdb, DestroyingLeavesItsStreamOpen) {
+  ASSERT_EQ(0, Store("a", "1"));
+  const std::string left = m_dir.Write("db_1/tmpAbCdEf", "half a rec");
+  EXPECT_THAT(Keys(), ElementsAre("a"));
+  const long numOpen = NumOpenFiles();
+  LogCapture log;
+  EXPECT_EQ(-1, fdb_destroy(m_db.get()));
+  EXPECT_TRUE(log.Has("fdb_destroy: rmdir(" + m_folder + "): Directory not empty"));
+  EXPECT_THAT(Files(), ElementsAre("tmpAbCdEf"));
+  EXPECT_EQ(numOpen + 1, NumOpenFiles());
+  fs::remove(left);
+  EXPECT_EQ(0, fdb_destroy(m_db.get()));
+  EXPECT_FALSE(fs::exists(m_folder));
+  m_db.reset();
+  EXPECT_EQ(numOpen, NumOpenFiles());
+}
+
+// A value that says by its first octet how long it is.
+std::string Value(int seed) {
+  return std::string(static_cast<size_t>(20000 + 7919 * seed), static_cast<char>('a' + seed));
+}
+bool IsWhole(const std::string &found) { return !found.empty() && found[0] >= 'a' && found == Value(found[0] - 'a'); }
+
+TEST_F(Fdb, AProcessKilledWhileStoringLeavesWholeRecords) {
+  for (const char *key : {"0", "1", "2"}) ASSERT_EQ(0, Store(key, Value(0)));
+  std::set<std::string> seen;
+  for (int round = 0; round < 60; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      for (int i = round;; ++i) Store(std::to_string(i % 3), Value(i % 20));
+    }
+    usleep(static_cast<useconds_t>(3000 + round * 137));
+    kill(child, SIGKILL);
+    ASSERT_EQ(child, waitpid(child, nullptr, 0));
+    EXPECT_THAT(Keys(), ElementsAre("0", "1", "2"));
+    for (const char *key : {"0", "1", "2"}) {
+      const std::string found = Read(key);
+      ASSERT_TRUE(IsWhole(found)) << round << ": " << found.size();
+      seen.insert(found);
+    }
+  }
+  EXPECT_LT(3U, seen.size());   // the children did store
+}
+
+TEST_F(Fdb, ReadersNeverSeeHalfARecord) {
+  ASSERT_EQ(0, Store("k", Value(0)));
+  std::atomic<bool> done = false;
+  std::thread writer([&] {
+    for (int i = 0; i < 60; ++i) EXPECT_EQ(0, Store("k", Value(i % 20)));
+    done = true;
+  });
+  while (!done) {
+    const std::string found = Read("k");
+    EXPECT_TRUE(IsWhole(found)) << found.size();
+  }
+  writer.join();
+}
+
+}  // namespace

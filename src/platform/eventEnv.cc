@@ -58,10 +58,12 @@ void sxd_env::MakeDueCalls() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     posted.swap(m_posted);
   }
+  // By time, so that those which are late all alike keep their order.
+  posted.sort([](const Call &x, const Call &y) { return x.due < y.due; });
   while (!posted.empty()) {
     const auto call = posted.begin();
     m_waiting.splice(m_waiting.end(), posted, call);
-    if (call->due == Clock::time_point::min()) {
+    if (call->due <= Clock::now()) {
       Make(call);
     } else {
       call->env = this;

@@ -73,7 +73,19 @@ struct Free {
   void operator()(T *object) const { Fn(object); }
 };
 
+// From the first moment that the socket can be seen, signals end the service in order.
 int Serve(int numThreads) {
+  const std::unique_ptr<event_base, Free<event_base_free>> base(event_base_new());
+  const std::unique_ptr<sxd_env, Free<sxd_env_destroy>> env(sxd_env_wrap(base.get()));
+  const std::unique_ptr<RTComm, Free<RTComm_destroy>> comm(RTComm_create(env.get()));
+  if (RTComm_start(comm.get()) != 0) return 4;
+  RTApc pool(comm.get(), numThreads, -1);
+  using Event = std::unique_ptr<event, Free<event_free>>;
+  const auto stop = [](evutil_socket_t, short, void *loop) { sxd_env_stop(static_cast<sxd_env *>(loop)); };
+  const Event term(event_new(base.get(), SIGTERM, EV_SIGNAL | EV_PERSIST, stop, env.get()));
+  const Event interrupt(event_new(base.get(), SIGINT, EV_SIGNAL | EV_PERSIST, stop, env.get()));
+  if (pool.NumThreads() == 0 || event_add(term.get(), nullptr) != 0 || event_add(interrupt.get(), nullptr) != 0) return 4;
+
   const std::string path = pkxl_socket_path();
   const int listener = kxLocalSocket_Listen(path);
   if (listener < 0) {
@@ -81,27 +93,16 @@ int Serve(int numThreads) {
                  errno == EADDRINUSE ? "another service runs already" : std::strerror(errno));
     return 3;
   }
-  const std::unique_ptr<event_base, Free<event_base_free>> base(event_base_new());
-  const std::unique_ptr<sxd_env, Free<sxd_env_destroy>> env(sxd_env_wrap(base.get()));
-  const std::unique_ptr<RTComm, Free<RTComm_destroy>> comm(RTComm_create(env.get()));
   int rc = 4;
-  if (RTComm_start(comm.get()) == 0) {
-    RTApc pool(comm.get(), numThreads, -1);
-    using Event = std::unique_ptr<event, Free<event_free>>;
-    const auto stop = [](evutil_socket_t, short, void *loop) { event_base_loopbreak(static_cast<event_base *>(loop)); };
+  {
     const Event accept(event_new(base.get(), listener, EV_READ | EV_PERSIST, Accept, &pool));
-    const Event term(event_new(base.get(), SIGTERM, EV_SIGNAL | EV_PERSIST, stop, base.get()));
-    const Event interrupt(event_new(base.get(), SIGINT, EV_SIGNAL | EV_PERSIST, stop, base.get()));
-    const bool ready = pool.NumThreads() > 0 && event_add(accept.get(), nullptr) == 0 &&
-                       event_add(term.get(), nullptr) == 0 && event_add(interrupt.get(), nullptr) == 0;
-    if (ready) {
+    if (event_add(accept.get(), nullptr) == 0) {
       std::fprintf(stderr, "kxcert-offloadd: %d threads, listening at %s\n", pool.NumThreads(), path.c_str());
       rc = sxd_env_run(env.get()) == 0 ? 0 : 4;
     }
-    unlink(path.c_str());                // nobody new comes; those that wait are answered as the pool ends
-    close(listener);
   }
-  if (rc == 0) std::fprintf(stderr, "kxcert-offloadd: answered %ld requests\n", g_numAnswered);
+  unlink(path.c_str());                  // nobody new comes; those that wait are answered as the pool ends
+  close(listener);
   return rc;
 }
 
@@ -117,5 +118,7 @@ int main(int argc, char **argv) {
     return app.exit(e) == 0 ? 0 : 2;
   }
   prctl(PR_SET_DUMPABLE, 0);             // keys pass through here: no core files, no tracing
-  return Serve(numThreads);
+  const int rc = Serve(numThreads);
+  if (rc == 0) std::fprintf(stderr, "kxcert-offloadd: answered %ld requests\n", g_numAnswered);
+  return rc;
 }

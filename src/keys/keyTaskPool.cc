@@ -116,20 +116,18 @@ const TaskRow *RowOf(const TaskData &task) {
   return nullptr;
 }
 
+// The usable key of a task that works with one, else null.
+const sxPubKey *KeyOf(TaskData *task) {
+  const sxPubKey *const key = static_cast<KeyOpTaskData *>(task)->Key();
+  return key != nullptr && key->OK() != 0 ? key : nullptr;
+}
+
 bool WorkersTake(TaskData *task) {
   const TaskRow *const row = RowOf(*task);
   if (row == nullptr) return false;
   if (row->className == nullptr) return sxIsSW_DH() != 0;
-  const sxPubKey *const key = static_cast<KeyOpTaskData *>(task)->Key();
-  return key != nullptr && key->OK() != 0 && std::strcmp(key->ClassName(), row->className) == 0;
-}
-
-// The key is asked for its class only when there is one.
-bool HasNoKey(TaskData *task) {
-  const TaskRow *const row = RowOf(*task);
-  if (row == nullptr || row->className == nullptr) return false;
-  const sxPubKey *const key = static_cast<KeyOpTaskData *>(task)->Key();
-  return key == nullptr || key->OK() == 0;
+  const sxPubKey *const key = KeyOf(task);
+  return key != nullptr && std::strcmp(key->ClassName(), row->className) == 0;
 }
 
 Outcome Run(TaskData *task) try {
@@ -139,7 +137,9 @@ Outcome Run(TaskData *task) try {
     std::snprintf(text, sizeof text, "This operation (%d) is not supported by this API.", task->TaskType());
     return {TASK_GENERAL_ERROR, text};
   }
-  if (HasNoKey(task)) return {TASK_BAD_INPUT, "Internal problem, bad input, no key."};
+  if (row->className != nullptr && KeyOf(task) == nullptr) {
+    return {TASK_BAD_INPUT, "Internal problem, bad input, no key."};
+  }
   return row->run(task);
 } catch (const std::bad_alloc &) {
   return {TASK_GENERAL_ERROR, kNoMemory};

@@ -51,7 +51,8 @@ struct Equal {
 
 // Shared with the workers and with what is posted to the environment, so that neither depends on when
 // the pool ends.
-struct RTApc::State : std::enable_shared_from_this<RTApc::State> {
+class RTApc_imp : public std::enable_shared_from_this<RTApc_imp> {
+ public:
   struct Worker {
     std::thread thread;
     bool ended = false;
@@ -94,13 +95,13 @@ struct RTApc::State : std::enable_shared_from_this<RTApc::State> {
   void End();
 };
 
-int RTApc::State::SetNumThreads(int numThreads) {
+int RTApc_imp::SetNumThreads(int numThreads) {
   const std::unique_lock<std::mutex> lock(mutex);
   numWanted = numThreads;
   while (numRunning < numWanted) {
     const auto self = workers.emplace(workers.end());
     try {
-      self->thread = std::thread([state = shared_from_this(), self] { state->Work(self); });
+      self->thread = std::thread([imp = shared_from_this(), self] { imp->Work(self); });
     } catch (const std::exception &) {   // no thread, or no memory
       workers.erase(self);
       numWanted = numRunning;
@@ -112,7 +113,7 @@ int RTApc::State::SetNumThreads(int numThreads) {
   return 0;
 }
 
-void RTApc::State::Work(std::list<Worker>::iterator self) {
+void RTApc_imp::Work(std::list<Worker>::iterator self) {
   std::unique_lock<std::mutex> lock(mutex);
   for (;;) {
     changed.wait(lock, [this] { return !queued.empty() || ending || numRunning > numWanted; });
@@ -134,13 +135,13 @@ void RTApc::State::Work(std::list<Worker>::iterator self) {
   self->ended = true;
 }
 
-void RTApc::State::WakeLoop() noexcept try {
-  static_cast<void>(comm->env->Post(0, [state = shared_from_this()] { state->HandleResults(); }));
+void RTApc_imp::WakeLoop() noexcept try {
+  static_cast<void>(comm->env->Post(0, [imp = shared_from_this()] { imp->HandleResults(); }));
 } catch (const std::bad_alloc &) {
   // The next result or the time limit brings this one along.
 }
 
-void RTApc::State::JoinEnded() {
+void RTApc_imp::JoinEnded() {
   std::list<Worker> ended;
   {
     const std::lock_guard<std::mutex> lock(mutex);
@@ -153,7 +154,7 @@ void RTApc::State::JoinEnded() {
   for (Worker &worker : ended) worker.thread.join();
 }
 
-int RTApc::State::Queue(const RTApcServant &work, int timeoutMs) try {
+int RTApc_imp::Queue(const RTApcServant &work, int timeoutMs) try {
   if (comm == nullptr || !comm->started || waiting.count(&work) != 0) return -1;
   std::list<Job> job(1);
   job.front() = {std::unique_ptr<RTApcServant>(work.clone()), nextNumber, false};
@@ -179,12 +180,12 @@ int RTApc::State::Queue(const RTApcServant &work, int timeoutMs) try {
 }
 
 // One timer, for the earliest deadline; those that later ones replaced find nothing to do.
-void RTApc::State::SetTimer() {
+void RTApc_imp::SetTimer() {
   if (deadlines.empty() || deadlines.begin()->first >= timerDue) return;
   const Clock::time_point due = deadlines.begin()->first;
   const auto leftMs = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now()).count();
-  const auto handle = [state = weak_from_this(), due] {
-    const std::shared_ptr<State> self = state.lock();
+  const auto handle = [imp = weak_from_this(), due] {
+    const std::shared_ptr<RTApc_imp> self = imp.lock();
     if (self == nullptr) return;
     if (self->timerDue == due) self->timerDue = Clock::time_point::max();
     self->HandleTimeouts();
@@ -192,7 +193,7 @@ void RTApc::State::SetTimer() {
   if (comm->env->Post(static_cast<int>(std::max<decltype(leftMs)>(leftMs, 0)), handle) == 0) timerDue = due;
 }
 
-void RTApc::State::HandleResults() {
+void RTApc_imp::HandleResults() {
   JoinEnded();
   while (pool != nullptr) {              // a result handler may end the pool
     std::list<Job> job;
@@ -211,7 +212,7 @@ void RTApc::State::HandleResults() {
   }
 }
 
-void RTApc::State::HandleTimeouts() {
+void RTApc_imp::HandleTimeouts() {
   HandleResults();                       // what is done is not late
   while (pool != nullptr && !deadlines.empty() && deadlines.begin()->first <= Clock::now()) {
     const auto entry = waiting.find(deadlines.begin()->second);
@@ -225,7 +226,7 @@ void RTApc::State::HandleTimeouts() {
 }
 
 // Tells the clone that is finished, or else the one that waited.
-void RTApc::State::Answer(std::unordered_map<const RTApcServant *, Entry, Hash, Equal>::iterator entry,
+void RTApc_imp::Answer(std::unordered_map<const RTApcServant *, Entry, Hash, Equal>::iterator entry,
                           RTApcServant *finished, int waitResult) {
   deadlines.erase(entry->second.deadline);
   const std::unique_ptr<RTApcServant> waiter = std::move(entry->second.servant);
@@ -233,7 +234,7 @@ void RTApc::State::Answer(std::unordered_map<const RTApcServant *, Entry, Hash, 
   (finished != nullptr ? finished : waiter.get())->result_handler(waitResult, pool);
 }
 
-void RTApc::State::End() {
+void RTApc_imp::End() {
   {
     const std::lock_guard<std::mutex> lock(mutex);
     ending = true;
@@ -246,26 +247,26 @@ void RTApc::State::End() {
   pool = nullptr;
 }
 
-RTApc::RTApc(RTComm *comm, int numThreads, int waitLimitMs) : m_state(std::make_shared<State>()) {
-  m_state->pool = this;
-  m_state->comm = comm;
-  m_state->waitLimitMs = waitLimitMs;
-  if (comm != nullptr) static_cast<void>(m_state->SetNumThreads(std::clamp(numThreads, 0, kMaxThreads)));
+RTApc::RTApc(RTComm *comm, int numThreads, int waitLimitMs) : m_imp(std::make_shared<RTApc_imp>()) {
+  m_imp->pool = this;
+  m_imp->comm = comm;
+  m_imp->waitLimitMs = waitLimitMs;
+  if (comm != nullptr) static_cast<void>(m_imp->SetNumThreads(std::clamp(numThreads, 0, kMaxThreads)));
 }
 
-RTApc::~RTApc() { m_state->End(); }
+RTApc::~RTApc() { m_imp->End(); }
 
 int RTApc::NumThreads() const {
-  const std::lock_guard<std::mutex> lock(m_state->mutex);
-  return m_state->numWanted;
+  const std::lock_guard<std::mutex> lock(m_imp->mutex);
+  return m_imp->numWanted;
 }
 
 int RTApc::Queue(const RTApcServant &work, int timeoutMs) {
-  return NumThreads() == 0 ? -1 : m_state->Queue(work, timeoutMs);
+  return NumThreads() == 0 ? -1 : m_imp->Queue(work, timeoutMs);
 }
 
 int RTApc_SetNumThreads(RTApc *pool, int numThreads) {
-  if (pool == nullptr || pool->m_state->comm == nullptr || numThreads <= 0 || numThreads > RTApc::kMaxThreads) return -1;
-  pool->m_state->JoinEnded();
-  return pool->m_state->SetNumThreads(numThreads);
+  if (pool == nullptr || pool->m_imp->comm == nullptr || numThreads <= 0 || numThreads > RTApc::kMaxThreads) return -1;
+  pool->m_imp->JoinEnded();
+  return pool->m_imp->SetNumThreads(numThreads);
 }

@@ -22,7 +22,9 @@
 
 namespace {
 
-constexpr int kMaxWaiting = 1000;      // connections; more are closed at once, and their callers go on without us
+// Connections, well below the usual limit of descriptors; more are closed at once, and their callers go on
+// without us.
+constexpr int kMaxWaiting = 500;
 int g_numWaiting = 0;
 long g_numAnswered = 0;
 

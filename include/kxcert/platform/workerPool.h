@@ -13,6 +13,7 @@
 #include "kxcert/platform/eventEnv.h"
 
 class RTApc;
+class RTApc_imp;
 
 /// Results go through @p env, which outlives the channel. For RTComm_destroy, after the pools on it.
 struct RTComm;
@@ -65,8 +66,7 @@ class KXCERT_EXPORT RTApc {
 
  private:
   friend int RTApc_SetNumThreads(RTApc *pool, int numThreads);
-  struct State;
-  std::shared_ptr<State> m_state;
+  std::shared_ptr<RTApc_imp> m_imp;      // with the workers and what is posted to the loop
 };
 
 /// Adds threads, or ends as many once they are done with what they do; while work runs.

@@ -129,7 +129,7 @@ bool FindPrime(const PrimeSizes &sizes, const BIGNUM *exponent, BuiltPrime *buil
 
 bool Allocate(BuiltPrime *built) {
   for (BigNum *number : {&built->x, &built->aux1, &built->aux2, &built->prime}) {
-    *number = NewSecret();
+    *number = NewSecretNumber();
     if (*number == nullptr) return false;
   }
   return true;
@@ -148,12 +148,6 @@ PrimeSizes SizesOfPrimes(int wantedBits) {
   sizes.auxiliaryBits = row->bits;
   sizes.auxiliaryRounds = row->rounds;
   return sizes;
-}
-
-BigNum NewSecret() {
-  BigNum number(BN_secure_new());
-  if (number != nullptr) BN_set_flags(number.get(), BN_FLG_CONSTTIME);
-  return number;
 }
 
 int BuildPrimes(const PrimeSizes &sizes, const BIGNUM *exponent, BuiltPrime *p, BuiltPrime *q, BN_CTX *ctx) {

@@ -19,13 +19,10 @@ struct PrimeSizes {
 /// @param wantedBits  up to 512: 512; else rounded up to a multiple of 128
 PrimeSizes SizesOfPrimes(int wantedBits);
 
-/// A prime and what it came from. All numbers are secret (NewSecret).
+/// A prime and what it came from. All numbers are secret (NewSecretNumber).
 struct BuiltPrime {
   BigNum x, aux1, aux2, prime;
 };
-
-/// A new number that libcrypto treats as secret, in its secure heap where the process has one.
-BigNum NewSecret();
 
 /// Builds both primes of a key for a public exponent: gcd(prime - 1, exponent) is 1. The first may be the
 /// smaller one.

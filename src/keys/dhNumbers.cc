@@ -82,12 +82,6 @@ const char *WhyNoDhKey(const DhNumbers &numbers) {
   return nullptr;
 }
 
-BigNum NewSecretNumber() {
-  BigNum number(BN_secure_new());
-  if (number != nullptr) BN_set_flags(number.get(), BN_FLG_CONSTTIME);
-  return number;
-}
-
 bool SecretModExp(BIGNUM *result, const BIGNUM *base, const DhNumbers &numbers) {
   const BigNumContext context(BN_CTX_secure_new());
   const ErrorQueueMark mark;

@@ -19,8 +19,6 @@ const char *WhyNoDhGroup(const BIGNUM *p, const BIGNUM *g);
 // Null when the group is one and its values lie in it. Whether y belongs to x is not looked at.
 const char *WhyNoDhKey(const DhNumbers &numbers);
 
-// A number for a secret: wiped, and only used in constant time. Null when out of memory.
-BigNum NewSecretNumber();
 // base ^ x mod p, in time that tells nothing but the length of x.
 [[nodiscard]] bool SecretModExp(BIGNUM *result, const BIGNUM *base, const DhNumbers &numbers);
 

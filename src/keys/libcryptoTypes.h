@@ -35,6 +35,14 @@ class BigNumFrame {
   BN_CTX *m_ctx;
 };
 
+// A number for a secret: wiped, in libcrypto's secure heap where the process has one, and only used in
+// constant time. Null when out of memory.
+inline BigNum NewSecretNumber() {
+  BigNum number(BN_secure_new());
+  if (number != nullptr) BN_set_flags(number.get(), BN_FLG_CONSTTIME);
+  return number;
+}
+
 // What fails here must not turn up as the reason of a later failure of the caller's own calls.
 class ErrorQueueMark {
  public:

@@ -29,7 +29,7 @@ const char *WhyRefused(int exponent) {
 // (p - 1) (q - 1). The private exponent is the inverse modulo this product, not the shorter one modulo the
 // least common multiple of its factors.
 BigNum Totient(const BIGNUM *p, const BIGNUM *q, BN_CTX *ctx) {
-  BigNum less = NewSecret(), totient = NewSecret();
+  BigNum less = NewSecretNumber(), totient = NewSecretNumber();
   if (less == nullptr || totient == nullptr || !BN_sub(less.get(), p, BN_value_one()) ||
       !BN_sub(totient.get(), q, BN_value_one()) || !BN_mul(totient.get(), totient.get(), less.get(), ctx)) {
     return nullptr;
@@ -39,7 +39,7 @@ BigNum Totient(const BIGNUM *p, const BIGNUM *q, BN_CTX *ctx) {
 
 // d modulo (prime - 1)
 BigNum CrtExponent(const BIGNUM *d, const BIGNUM *prime, BN_CTX *ctx) {
-  BigNum less = NewSecret(), rest = NewSecret();
+  BigNum less = NewSecretNumber(), rest = NewSecretNumber();
   if (less == nullptr || rest == nullptr || !BN_sub(less.get(), prime, BN_value_one()) ||
       !BN_mod(rest.get(), d, less.get(), ctx)) {
     return nullptr;
@@ -52,7 +52,7 @@ RsaKey AssembleKey(BigNum p, BigNum q, BigNum e, BigNum d, BN_CTX *ctx) {
   RsaKey key(RSA_new());
   BigNum n(BN_new());
   BigNum dmp1 = CrtExponent(d.get(), p.get(), ctx), dmq1 = CrtExponent(d.get(), q.get(), ctx);
-  BigNum iqmp = NewSecret();
+  BigNum iqmp = NewSecretNumber();
   if (key == nullptr || n == nullptr || dmp1 == nullptr || dmq1 == nullptr || iqmp == nullptr ||
       !BN_mul(n.get(), p.get(), q.get(), ctx) ||
       BN_mod_inverse(iqmp.get(), q.get(), p.get(), ctx) == nullptr) {
@@ -100,7 +100,7 @@ RsaKey GenerateBuilt(int primeBits, int exponent, kxRSAGenRecord *record) {
   auxilary_prime_MillerRabinIterations.store(sizes.auxiliaryRounds, std::memory_order_relaxed);
 
   const BigNumContext ctx(BN_CTX_secure_new());
-  BigNum e(BN_new()), d = NewSecret();
+  BigNum e(BN_new()), d = NewSecretNumber();
   BuiltPrime p, q;
   if (ctx == nullptr || e == nullptr || d == nullptr ||
       !BN_set_word(e.get(), static_cast<BN_ULONG>(exponent)) ||
@@ -112,7 +112,7 @@ RsaKey GenerateBuilt(int primeBits, int exponent, kxRSAGenRecord *record) {
     return nullptr;
   }
 
-  BigNum larger = NewSecret(), smaller = NewSecret();
+  BigNum larger = NewSecretNumber(), smaller = NewSecretNumber();
   if (larger == nullptr || smaller == nullptr || BN_copy(larger.get(), p.prime.get()) == nullptr ||
       BN_copy(smaller.get(), q.prime.get()) == nullptr) {
     return nullptr;
@@ -138,7 +138,7 @@ bool DrawExponents(int bits, const BIGNUM *totient, BIGNUM *e, BIGNUM *d, BN_CTX
 RsaKey GenerateWithRandomExponent(int bits) {
   const int numBytes = (bits + 7) / 8;
   const BigNumContext ctx(BN_CTX_secure_new());
-  BigNum p = NewSecret(), q = NewSecret(), e(BN_new()), d = NewSecret();
+  BigNum p = NewSecretNumber(), q = NewSecretNumber(), e(BN_new()), d = NewSecretNumber();
   if (ctx == nullptr || p == nullptr || q == nullptr || e == nullptr || d == nullptr ||
       !BN_generate_prime_ex2(p.get(), 4 * numBytes + 2, 0, nullptr, nullptr, nullptr, ctx.get()) ||
       !BN_generate_prime_ex2(q.get(), 4 * numBytes + 1, 0, nullptr, nullptr, nullptr, ctx.get())) {

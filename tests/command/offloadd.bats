@@ -7,9 +7,10 @@ setup() {
   start
 }
 start() {
+  rm -f "$BATS_TEST_TMPDIR/talk"   # what an earlier one said is no sign of this one
   "$OFFLOADD" --threads 2 2>"$BATS_TEST_TMPDIR/talk" 3>&- &
   service=$!
-  for _ in {1..600}; do grep -q listening "$BATS_TEST_TMPDIR/talk" && break; sleep 0.05; done
+  for _ in {1..600}; do grep -qs listening "$BATS_TEST_TMPDIR/talk" && break; sleep 0.05; done
 }
 teardown() { kill "$service" 2>/dev/null || true; }
 

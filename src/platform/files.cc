@@ -43,6 +43,18 @@ int Take(const struct stat &from, kxFileInfo *info) {
   return 0;
 }
 
+// 0 for a regular file; -1 with errno set.
+int RefuseSpecial(const struct stat &found) {
+  if (S_ISREG(found.st_mode)) return 0;
+  errno = S_ISDIR(found.st_mode) ? EISDIR : ENXIO;
+  return -1;
+}
+
+// Following links.
+int InfoOfTarget(const char *path, struct stat *found) {
+  return Refused(kxStep_info, path) || stat(path, found) != 0 ? -1 : 0;
+}
+
 }  // namespace
 
 void kxFile_SetFake(int (*refuse)(kxFileStep step, const char *path)) { g_refuse = refuse; }
@@ -62,6 +74,36 @@ int kxFile_OpenInfo(int fd, kxFileInfo *info) {
 int kxFile_OpenRead(const char *path) {
   if (Refused(kxStep_openRead, path)) return -1;
   return Resumed([path] { return open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
+}
+
+int kxFile_OpenRegular(const char *path, kxFileInfo *info) {
+  if (path == nullptr) return errno = EINVAL, -1;
+  // Asked before, because to open some devices is to use them (a tape is wound back, a watchdog
+  // starts); and again after, because something else may stand there by then.
+  struct stat found;
+  if (InfoOfTarget(path, &found) != 0 || RefuseSpecial(found) != 0) return -1;
+  const int fd = kxFile_OpenRead(path);
+  if (fd < 0) return -1;
+  if (!Refused(kxStep_openInfo, nullptr) && fstat(fd, &found) == 0 && RefuseSpecial(found) == 0) {
+    if (info != nullptr) Take(found, info);
+    return fd;
+  }
+  const int err = errno;
+  close(fd);
+  errno = err;
+  return -1;
+}
+
+std::FILE *kxFile_OpenRegularStream(const char *path) {
+  const int fd = kxFile_OpenRegular(path, nullptr);
+  std::FILE *const stream = fd < 0 ? nullptr : fdopen(fd, "rb");
+  if (fd >= 0 && stream == nullptr) close(fd);
+  return stream;
+}
+
+bool kxFile_IsSpecial(const char *path) {
+  struct stat found;
+  return path != nullptr && InfoOfTarget(path, &found) == 0 && RefuseSpecial(found) != 0;
 }
 
 int kxFile_CreateNew(const char *path) {

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 #include "kxcert/platform/export.h"
 
@@ -22,6 +23,14 @@ KXCERT_EXPORT int kxFile_OpenInfo(int fd, kxFileInfo *info);         ///< of wha
 
 /// A descriptor for kxFile_Close. A pipe or device that is not ready does not hold the caller up.
 KXCERT_EXPORT int kxFile_OpenRead(const char *path);
+/// The same for a regular file, or a link to one; nothing else is opened. For paths from outside, where
+/// a pipe would hold the reader up and a device has no end. A null path fails with EINVAL, a folder with
+/// EISDIR, what else is no regular file with ENXIO.
+/// @param[out] info  when not null: of the file that is open
+KXCERT_EXPORT int kxFile_OpenRegular(const char *path, kxFileInfo *info);
+KXCERT_EXPORT std::FILE *kxFile_OpenRegularStream(const char *path);   ///< the same, for fclose()
+/// Whether something is there that kxFile_OpenRegular refuses for what it is. False for null.
+KXCERT_EXPORT bool kxFile_IsSpecial(const char *path);
 /// Makes a file that only its owner may read and write; EEXIST when the name is taken.
 KXCERT_EXPORT int kxFile_CreateNew(const char *path);
 /// Opens a file that is there, and empties it; ELOOP for a symbolic link.
@@ -41,7 +50,6 @@ KXCERT_EXPORT int kxFile_FillTemplate(char *path);
 
 KXCERT_EXPORT int kxDir_Make(const char *path);     ///< mode 0777, less the process's umask
 KXCERT_EXPORT int kxDir_Remove(const char *path);   ///< of an empty folder
-
 struct kxDir;
 KXCERT_EXPORT kxDir *kxDir_Open(const char *path);  ///< for kxDir_Close
 /// The next name in the folder's own order, "." and ".." included. Lent until the next call for the

@@ -40,7 +40,14 @@ auto Resumed(Call call) {
 int Take(const struct stat &from, kxFileInfo *info) {
   info->size = from.st_size;
   info->isRegular = S_ISREG(from.st_mode);
+  info->device = from.st_dev;
+  info->inode = from.st_ino;
+  info->modifiedSec = from.st_mtime;
   return 0;
+}
+
+int Synced(int result) {
+  return result == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1;
 }
 
 // 0 for a regular file; -1 with errno set.
@@ -143,8 +150,13 @@ int kxFile_Write(int fd, const void *data, size_t len) {
 
 int kxFile_Sync(int fd) {
   if (Refused(kxStep_sync, nullptr)) return -1;
-  if (Resumed([fd] { return fdatasync(fd); }) == 0) return 0;
-  return errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1;
+  return Synced(Resumed([fd] { return fdatasync(fd); }));
+}
+
+// Not fdatasync, which may leave out a rename that did not change the folder's size.
+int kxDir_Sync(int fd) {
+  if (Refused(kxStep_dirSync, nullptr)) return -1;
+  return Synced(Resumed([fd] { return fsync(fd); }));
 }
 
 int kxFile_Close(int fd) {
@@ -158,6 +170,10 @@ int kxFile_Close(int fd) {
 
 int kxFile_Rename(const char *from, const char *to) {
   return Refused(kxStep_rename, to) || std::rename(from, to) != 0 ? -1 : 0;
+}
+
+int kxFile_Link(const char *from, const char *to) {
+  return Refused(kxStep_link, to) || link(from, to) != 0 ? -1 : 0;
 }
 
 int kxFile_Remove(const char *path) { return Refused(kxStep_remove, path) || unlink(path) != 0 ? -1 : 0; }

@@ -14,8 +14,11 @@
 #include "kxcert/platform/export.h"
 
 struct kxFileInfo {
-  int64_t size;       ///< bytes; of a symbolic link the length of its target's name
-  bool isRegular;     ///< neither link, folder nor device
+  int64_t size;          ///< bytes; of a symbolic link the length of its target's name
+  bool isRegular;        ///< neither link, folder nor device
+  uint64_t device;       ///< with the inode: the same file, for as long as somebody has it open
+  uint64_t inode;
+  int64_t modifiedSec;   ///< seconds since 1970-01-01 00:00 UTC
 };
 
 KXCERT_EXPORT int kxFile_Info(const char *path, kxFileInfo *info);   ///< of a link itself (lstat)
@@ -44,12 +47,17 @@ KXCERT_EXPORT int kxFile_Sync(int fd);
 KXCERT_EXPORT int kxFile_Close(int fd);   ///< the descriptor is gone in every case
 
 KXCERT_EXPORT int kxFile_Rename(const char *from, const char *to);   ///< replaces @p to in one step
+/// Gives the file a second name; EEXIST when that is taken.
+KXCERT_EXPORT int kxFile_Link(const char *from, const char *to);
 KXCERT_EXPORT int kxFile_Remove(const char *path);
 /// Replaces the last six characters of @p path by random letters and digits.
 KXCERT_EXPORT int kxFile_FillTemplate(char *path);
 
 KXCERT_EXPORT int kxDir_Make(const char *path);     ///< mode 0777, less the process's umask
 KXCERT_EXPORT int kxDir_Remove(const char *path);   ///< of an empty folder
+/// Returns once the names in the folder, which kxFile_OpenRead has opened, are on the disk.
+KXCERT_EXPORT int kxDir_Sync(int fd);
+
 struct kxDir;
 KXCERT_EXPORT kxDir *kxDir_Open(const char *path);  ///< for kxDir_Close
 /// The next name in the folder's own order, "." and ".." included. Lent until the next call for the
@@ -61,6 +69,7 @@ enum kxFileStep : int {
   kxStep_info, kxStep_openInfo, kxStep_openRead, kxStep_createNew, kxStep_openWrite, kxStep_read,
   kxStep_write, kxStep_sync, kxStep_close, kxStep_rename, kxStep_remove, kxStep_fillTemplate,
   kxStep_dirMake, kxStep_dirRemove, kxStep_dirOpen, kxStep_dirNext, kxStep_dirClose,
+  kxStep_link, kxStep_dirSync,
 };
 
 /// Asked before the system is, so that a test can make any step fail: 0 lets it go on, an errno value

@@ -7,6 +7,7 @@
 
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/platform/files.h"
 #include "kxcert/platform/hexText.h"
 
 namespace {
@@ -27,7 +28,7 @@ int Fail(char *err, const char *fmt, Args... args) {
 }  // namespace
 
 int sxCert_AsnBufFromFile(const char *name, kxBinBuf &out, char *err) {
-  const std::unique_ptr<FILE, CloseFile> file(name == nullptr ? nullptr : std::fopen(name, "rb"));
+  const std::unique_ptr<FILE, CloseFile> file(kxFile_OpenRegularStream(name));
   if (file == nullptr) return Fail(err, "Error opening file %s", name == nullptr ? "" : name);
   char prefix[kPrefixLen];
   if (std::fread(prefix, 1, kPrefixLen, file.get()) != kPrefixLen) {

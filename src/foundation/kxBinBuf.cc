@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "kxcert/foundation/sxString.h"
+#include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
 #include "kxcert/platform/textStream.h"
@@ -207,7 +208,7 @@ int File2Buf(const sxString &fileName, kxBinBuf &out) {
   constexpr const char *kFunc = "File2Buf";
   if (fileName.length() == 0) return herror_func(0, 0, "%s: No file name", kFunc), -1;
   const char *name = fileName.getstr();
-  const File file(std::fopen(name, "rb"));
+  const File file(kxFile_OpenRegularStream(name));
   if (!file) return herror_func(0, 0, "%s: %s %s", kFunc, "Couldn't open file - ", name), -1;
   long size = -1;
   if (std::fseek(file.get(), 0, SEEK_END) == 0) size = std::ftell(file.get());
@@ -215,7 +216,7 @@ int File2Buf(const sxString &fileName, kxBinBuf &out) {
     return herror_func(0, 0, "%s: Failed to get file length or file is empty- %s ", kFunc, name), -1;
   }
   std::rewind(file.get());
-  // A folder and some devices open and claim any size; the block is made only once a byte was read.
+  // Files of the kernel's claim any size; the block is made only once a byte was read.
   if (const int first = std::fgetc(file.get()); first == EOF || std::ungetc(first, file.get()) == EOF) {
     return herror_func(0, 0, "%s: Failed to read file content- %s ", kFunc, name), -1;
   }

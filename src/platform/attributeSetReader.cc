@@ -1,7 +1,3 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -9,6 +5,7 @@
 #include <unordered_set>
 
 #include "kxcert/platform/attributeSet.h"
+#include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
 #include "platform/attributeSet_imp.h"
 
@@ -145,29 +142,25 @@ sxset *ReadText(const char *func, std::string_view text, std::string *error) {
 
 struct Descriptor {
   ~Descriptor() {
-    if (number >= 0) close(number);
+    if (number >= 0) kxFile_Close(number);
   }
   const int number;
 };
 
 // Null when all is read, else what is wrong. The text is sized once, so that no copy of it is left.
 const char *ReadFile(const char *fileName, std::string *text) {
-  // Not blocking: a pipe in the file's place must not hold the caller up.
-  const Descriptor file{open(fileName, O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
-  struct stat info{};
-  if (file.number < 0 || fstat(file.number, &info) != 0) return std::strerror(errno);
-  if (!S_ISREG(info.st_mode)) return "not a regular file";
-  if (info.st_size > kMaxSetFileLen) return "the file is too long";
-  text->resize(static_cast<size_t>(info.st_size));
-  size_t len = 0;
-  while (len < text->size()) {
-    const ssize_t got = read(file.number, text->data() + len, text->size() - len);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return std::strerror(errno);
-    if (got == 0) break;   // it was cut meanwhile; the reader then finds the text incomplete
-    len += static_cast<size_t>(got);
+  kxFileInfo info;
+  const Descriptor file{kxFile_OpenRegular(fileName, &info)};
+  if (file.number < 0) {
+    const char *const failure = std::strerror(errno);
+    return kxFile_IsSpecial(fileName) ? "not a regular file" : failure;
   }
-  text->resize(len);
+  if (info.size > kMaxSetFileLen) return "the file is too long";
+  text->resize(static_cast<size_t>(info.size));
+  const int64_t len = kxFile_Read(file.number, text->data(), text->size());
+  if (len < 0) return std::strerror(errno);
+  // It may have been cut meanwhile; the reader then finds the text incomplete.
+  text->resize(static_cast<size_t>(len));
   return nullptr;
 }
 

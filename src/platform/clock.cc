@@ -1,3 +1,7 @@
+// On 32 bits the plain calls end in 2038.
+#define _FILE_OFFSET_BITS 64
+#define _TIME_BITS 64
+
 #include "kxcert/platform/clock.h"
 
 #include <atomic>

@@ -40,7 +40,26 @@ auto Resumed(Call call) {
 int Take(const struct stat &from, kxFileInfo *info) {
   info->size = from.st_size;
   info->isRegular = S_ISREG(from.st_mode);
+  info->device = from.st_dev;
+  info->inode = from.st_ino;
+  info->modifiedSec = from.st_mtime;
   return 0;
+}
+
+int Synced(int result) {
+  return result == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1;
+}
+
+// 0 for a regular file; -1 with errno set.
+int RefuseSpecial(const struct stat &found) {
+  if (S_ISREG(found.st_mode)) return 0;
+  errno = S_ISDIR(found.st_mode) ? EISDIR : ENXIO;
+  return -1;
+}
+
+// Following links.
+int InfoOfTarget(const char *path, struct stat *found) {
+  return Refused(kxStep_info, path) || stat(path, found) != 0 ? -1 : 0;
 }
 
 }  // namespace
@@ -62,6 +81,36 @@ int kxFile_OpenInfo(int fd, kxFileInfo *info) {
 int kxFile_OpenRead(const char *path) {
   if (Refused(kxStep_openRead, path)) return -1;
   return Resumed([path] { return open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
+}
+
+int kxFile_OpenRegular(const char *path, kxFileInfo *info) {
+  if (path == nullptr) return errno = EINVAL, -1;
+  // Asked before, because to open some devices is to use them (a tape is wound back, a watchdog
+  // starts); and again after, because something else may stand there by then.
+  struct stat found;
+  if (InfoOfTarget(path, &found) != 0 || RefuseSpecial(found) != 0) return -1;
+  const int fd = kxFile_OpenRead(path);
+  if (fd < 0) return -1;
+  if (!Refused(kxStep_openInfo, nullptr) && fstat(fd, &found) == 0 && RefuseSpecial(found) == 0) {
+    if (info != nullptr) Take(found, info);
+    return fd;
+  }
+  const int err = errno;
+  close(fd);
+  errno = err;
+  return -1;
+}
+
+std::FILE *kxFile_OpenRegularStream(const char *path) {
+  const int fd = kxFile_OpenRegular(path, nullptr);
+  std::FILE *const stream = fd < 0 ? nullptr : fdopen(fd, "rb");
+  if (fd >= 0 && stream == nullptr) close(fd);
+  return stream;
+}
+
+bool kxFile_IsSpecial(const char *path) {
+  struct stat found;
+  return path != nullptr && InfoOfTarget(path, &found) == 0 && RefuseSpecial(found) != 0;
 }
 
 int kxFile_CreateNew(const char *path) {
@@ -101,8 +150,13 @@ int kxFile_Write(int fd, const void *data, size_t len) {
 
 int kxFile_Sync(int fd) {
   if (Refused(kxStep_sync, nullptr)) return -1;
-  if (Resumed([fd] { return fdatasync(fd); }) == 0) return 0;
-  return errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1;
+  return Synced(Resumed([fd] { return fdatasync(fd); }));
+}
+
+// Not fdatasync, which may leave out a rename that did not change the folder's size.
+int kxDir_Sync(int fd) {
+  if (Refused(kxStep_dirSync, nullptr)) return -1;
+  return Synced(Resumed([fd] { return fsync(fd); }));
 }
 
 int kxFile_Close(int fd) {
@@ -116,6 +170,10 @@ int kxFile_Close(int fd) {
 
 int kxFile_Rename(const char *from, const char *to) {
   return Refused(kxStep_rename, to) || std::rename(from, to) != 0 ? -1 : 0;
+}
+
+int kxFile_Link(const char *from, const char *to) {
+  return Refused(kxStep_link, to) || link(from, to) != 0 ? -1 : 0;
 }
 
 int kxFile_Remove(const char *path) { return Refused(kxStep_remove, path) || unlink(path) != 0 ? -1 : 0; }

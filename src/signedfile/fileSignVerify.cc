@@ -1,6 +1,6 @@
 #include "kxcert/signedfile/fileSignVerify.h"
 
-#include <cerrno>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -10,6 +10,7 @@
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/attributeSet.h"
 #include "kxcert/platform/clock.h"
+#include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
 #include "signatureBlock.h"
 
@@ -22,7 +23,12 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 struct DropKey { void operator()(sxPubKey *key) const { sxFreePubKey(key); } };
 using Key = std::unique_ptr<sxPubKey, DropKey>;
 
-File Open(const char *path) { return File(path == nullptr ? nullptr : std::fopen(path, "rbe")); }
+std::atomic<bool> g_refuseZeroTime{false};
+
+File Open(const char *path) { return File(kxFile_OpenRegularStream(path)); }
+
+// What is there and is no regular file has one answer, whatever it was given as.
+int NotOpened(const char *path, int rc) { return kxFile_IsSpecial(path) ? FSV_FILE_NOT_FOUND : rc; }
 
 struct RCRow {
   int rc;
@@ -58,6 +64,10 @@ int SignedFile::Read() {
   }
   if (!ReadSignatureBlock(from.get(), &block)) {
     herror_func(0, 0, "%s: Failed to extract timestamp and signature from file %s", func, blockFile);
+    return FSV_NOT_SIGNED;
+  }
+  if (g_refuseZeroTime && block.Seconds() == 0) {
+    herror_func(0, 0, "%s: A time of zero is refused, in file %s", func, blockFile);
     return FSV_NOT_SIGNED;
   }
   const bool embedded = sigFile == nullptr;
@@ -102,7 +112,7 @@ int CompareWithOld(const SignedFile &signedFile, const char *oldFile) {
   SignatureBlock old;
   if (file == nullptr || !ReadSignatureBlock(file.get(), &old)) {
     herror_func(0, 0, "%s: Failed to extract timestamp and signature from old file %s", func, oldFile);
-    return FSV_OLD_NOT_SIGNED;
+    return file == nullptr ? NotOpened(oldFile, FSV_OLD_NOT_SIGNED) : FSV_OLD_NOT_SIGNED;
   }
   const uint64_t newSeconds = signedFile.block.Seconds();
   if (old.Seconds() <= newSeconds) {
@@ -119,7 +129,7 @@ int Verify(const char *func, const char *file, const char *sigFile, const char *
   const Key key(load_key(keyFile, nullptr));
   if (key == nullptr) {
     herror_func(0, 0, "%s: Could not load public key", func);
-    return FSV_NO_KEY;
+    return NotOpened(keyFile, FSV_NO_KEY);
   }
   SignedFile signedFile{func, file, sigFile, {}, {}};
   if (const int rc = signedFile.Read(); rc != FSV_OK) return rc;
@@ -130,6 +140,8 @@ int Verify(const char *func, const char *file, const char *sigFile, const char *
 }
 
 }  // namespace
+
+void fsv_refuse_zero_time(bool refuse) { g_refuseZeroTime = refuse; }
 
 const char *FSV_RC_to_str(int rc) {
   for (const RCRow &row : kTexts) {
@@ -162,7 +174,8 @@ int get_timestamp_and_signature(const char *file, unsigned long long &timestamp,
   const File from = Open(file);
   if (from == nullptr) return FSV_FILE_NOT_FOUND;
   SignatureBlock block;
-  if (!ReadSignatureBlock(from.get(), &block) || block.signature.size() > sigLen) return FSV_NOT_SIGNED;
+  const size_t room = sig != nullptr ? sigLen : 0;
+  if (!ReadSignatureBlock(from.get(), &block) || block.signature.size() > room) return FSV_NOT_SIGNED;
   static_assert(sizeof timestamp == sizeof block.timestamp);
   std::memcpy(&timestamp, block.timestamp, sizeof timestamp);
   if (!block.signature.empty()) std::memcpy(sig, block.signature.data(), block.signature.size());
@@ -174,6 +187,7 @@ int hash_file(const char *file, unsigned long long timestamp, unsigned char dige
               bool skipBlock) {
   const File from = Open(file);
   if (from == nullptr) return FSV_FILE_NOT_FOUND;
+  if (digest == nullptr) return FSV_READ_FAILED;
   unsigned char octets[8];
   std::memcpy(octets, &timestamp, sizeof octets);
   return HashFile(from.get(), octets, digest, textMode, skipBlock);

@@ -9,6 +9,7 @@
 #include "kxcert/platform/digest.h"
 #include "kxcert/platform/hexText.h"
 #include "kxcert/platform/log.h"
+#include "store/fdbCollect.h"
 
 namespace {
 
@@ -101,19 +102,20 @@ void sxExpiringRecords::CollectGarbage(const char *func) {
   FileDB &db = Open();
   FileDB_SafeIter iter(db);
   while (const char *key = iter.Next()) {
-    if (IsGarbage(func, db, key, nowSec)) db.Remove(key);
+    const fdb_look look(*db.m_fdb, key);
+    if (IsGarbage(func, look, key, nowSec)) static_cast<void>(look.Remove());
   }
+  if (db.m_fdb == nullptr || db.Lock() != 0) return;
+  fdb_collect_temps(*db.m_fdb, nowSec);
+  db.Unlock();
 }
 
-bool sxExpiringRecords::IsGarbage(const char *func, FileDB &db, const char *key, int64_t nowSec) const {
-  void *block = nullptr;
-  const int len = db.Get(key, &block);
-  if (len < 0) {
-    tderrorFunc(m_topic, 2, 0, "%s: fdb->Get failed (key = %s).", func, key);
-    return true;
-  }
-  sxExpiringRecord record;
-  return !record.Set(block, len) || record.expirySec <= nowSec;
+bool sxExpiringRecords::IsGarbage(const char *func, const fdb_look &look, const char *key, int64_t nowSec) const {
+  int32_t expirySec = 0;
+  const int64_t got = look.What() == fdb_look::kRecord ? look.Read(&expirySec, kExpiryLen) : -1;
+  if (got >= 0) return got < static_cast<int64_t>(kExpiryLen) || expirySec <= nowSec;
+  tderrorFunc(m_topic, 2, 0, "%s: fdb->Get failed (key = %s).", func, key);
+  return look.What() == fdb_look::kNothing;
 }
 
 int sxExpiringRecords::Destroy() {

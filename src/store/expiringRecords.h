@@ -18,6 +18,8 @@
 
 #include "kxcert/store/FileDB.h"
 
+class fdb_look;
+
 struct sxFreeBlock {
   void operator()(void *block) const { std::free(block); }
 };
@@ -55,12 +57,13 @@ class sxExpiringRecords {
   /// comparison is one of seconds, @p nowSec itself may be beyond 32 bits.
   [[nodiscard]] bool Get(const char *func, const char *key, int64_t nowSec, sxExpiringRecord *out);
   int Remove(const char *func, const char *key);
-  /// Removes what is unreadable, too short or expired, all under the database's lock.
+  /// Removes what is too short or expired, links to nowhere and old temporaries, all under the database's
+  /// lock. What cannot be looked at for now stays.
   void CollectGarbage(const char *func);
   int Destroy();                    ///< the folder too; the next use begins anew
 
  private:
-  bool IsGarbage(const char *func, FileDB &db, const char *key, int64_t nowSec) const;
+  bool IsGarbage(const char *func, const fdb_look &look, const char *key, int64_t nowSec) const;
 
   const char *const m_topic;
   const char *const m_folder;

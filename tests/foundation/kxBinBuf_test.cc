@@ -1,6 +1,7 @@
 #include "kxcert/foundation/kxBinBuf.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <utility>
 
@@ -152,7 +153,9 @@ TEST(kxBinBufFile, ReadsBackWhatWasWrittenOrSaysWhatFailed) {
                   "Buf2File: No file name",
                   "Buf2File: Couldn't open file -  " + dir.File("no/folder"),
                   "Buf2File: Failed to write into file- /dev/full "));
-  EXPECT_EQ(-1, File2Buf(dir.Path().c_str(), buf));   // a folder opens like a file
+  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));   // opening it would wait for a writer
+  EXPECT_EQ(-1, File2Buf(dir.File("pipe").c_str(), buf));
+  EXPECT_EQ(-1, File2Buf(dir.Path().c_str(), buf));
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 #include "kxcert/signedfile/fileSignVerify.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -86,7 +88,40 @@ TEST_F(FileSign, SeparateBlocksSignEveryOctet) {
   EXPECT_EQ(FSV_NOT_VERIFIED, FileSignVerify2(file.c_str(), sigFile.c_str(), nullptr, nullptr));
   EXPECT_EQ(FSV_FILE_NOT_FOUND, FileSignVerify2("/nowhere", sigFile.c_str(), nullptr, nullptr));
   EXPECT_EQ(FSV_FILE_NOT_FOUND, FileSignVerify2(file.c_str(), "/nowhere", nullptr, nullptr));
-  EXPECT_EQ(FSV_READ_FAILED, FileSignVerify2(m_folder.Path().c_str(), sigFile.c_str(), nullptr, nullptr));
+}
+
+TEST_F(FileSign, FindsNoFileInFoldersPipesAndDevices) {
+  const std::string text = TextFile("text", 7, "content\n", "content");
+  const std::string pipe = m_folder.File("pipe");
+  ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));   // whoever opens it waits for a writer
+  std::filesystem::create_symlink("pipe", m_folder.File("toPipe"));
+  std::filesystem::create_symlink("text", m_folder.File("toText"));
+  EXPECT_EQ(FSV_OK, Verify(m_folder.File("toText")));
+  for (const std::string &special : {m_folder.Path(), pipe, m_folder.File("toPipe"), std::string("/dev/zero")}) {
+    SCOPED_TRACE(special);
+    EXPECT_EQ(FSV_FILE_NOT_FOUND, Verify(special));
+    EXPECT_EQ(FSV_FILE_NOT_FOUND, Verify(text, special.c_str()));
+    EXPECT_EQ(FSV_FILE_NOT_FOUND, Verify(text, nullptr, special.c_str()));
+    EXPECT_EQ(FSV_FILE_NOT_FOUND, FileSignVerify2(special.c_str(), text.c_str(), nullptr, nullptr));
+    EXPECT_EQ(FSV_FILE_NOT_FOUND, FileSignVerify2(text.c_str(), special.c_str(), nullptr, nullptr));
+  }
+}
+
+// Without the time nothing says where the content begins: one signature, two pairs of time and content.
+TEST_F(FileSign, RefusesATimeOfZeroWhenAsked) {
+  const std::string time = "TIMETIME";
+  const std::string signature = Signature(time + "content");
+  const std::string timed = m_folder.Write("timed.sig", Block(time, signature));
+  const std::string timeless = m_folder.Write("timeless.sig", Block(TimeOctets(0), signature));
+  const std::string content = m_folder.Write("content", "content");
+  const std::string twisted = m_folder.Write("twisted", time + "content");
+  const std::string text = m_folder.Write("text", Block(TimeOctets(0), signature) + time + "content");
+  for (const bool refuse : {true, false}) {
+    fsv_refuse_zero_time(refuse);
+    EXPECT_EQ(FSV_OK, FileSignVerify2(content.c_str(), timed.c_str(), nullptr, nullptr));
+    EXPECT_EQ(refuse ? FSV_NOT_SIGNED : FSV_OK, FileSignVerify2(twisted.c_str(), timeless.c_str(), nullptr, nullptr));
+    EXPECT_EQ(refuse ? FSV_NOT_SIGNED : FSV_OK, Verify(text));
+  }
 }
 
 TEST_F(FileSign, WhichKeyDecides) {
@@ -179,6 +214,8 @@ TEST_F(FileSign, TheSteps) {
   unsigned int sigLen = 4;
   EXPECT_EQ(FSV_NOT_SIGNED, get_timestamp_and_signature(file.c_str(), timestamp, signature, sigLen)) << "no room";
   sigLen = sizeof signature;
+  EXPECT_EQ(FSV_NOT_SIGNED, get_timestamp_and_signature(file.c_str(), timestamp, nullptr, sigLen));
+  sigLen = sizeof signature;
   EXPECT_EQ(FSV_OK, get_timestamp_and_signature(file.c_str(), timestamp, signature, sigLen));
   EXPECT_EQ(0, std::memcmp(&timestamp, time.data(), 8)) << "in network byte order";
   EXPECT_EQ("signature", std::string(signature, signature + sigLen));
@@ -187,6 +224,7 @@ TEST_F(FileSign, TheSteps) {
   m_folder.Write("signed", time + "content");
   RunCommand("openssl dgst -sha512 -binary -out " + m_folder.File("digest") + " " + m_folder.File("signed"));
   EXPECT_EQ(m_folder.Read("digest"), std::string(digest, digest + 64));
+  EXPECT_EQ(FSV_READ_FAILED, hash_file(file.c_str(), timestamp, nullptr, true, true));
   EXPECT_EQ(FSV_FILE_NOT_FOUND, hash_file("/nowhere", timestamp, digest, false, false));
 }
 

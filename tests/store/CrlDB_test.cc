@@ -1,7 +1,9 @@
 #include "kxcert/store/CrlDB.h"
 
 #include <gtest/gtest.h>
+#include <sys/time.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +14,7 @@
 
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxGeneralName.h"
+#include "support/fileFake.h"
 #include "support/fixedClock.h"
 #include "support/logCapture.h"
 #include "support/runCommand.h"
@@ -105,19 +108,60 @@ TEST_F(CrlDatabase, CollectsWhatIsExpiredShortOrUnreadable) {
   m_dir.Write("CrlCache_1/rec_later", Expiry(kNow + 1) + "no CRL, but not expired");
   m_dir.Write("CrlCache_1/foreign", "x");
   fs::create_symlink("nowhere", m_dir.File("CrlCache_1/rec_dangling"));
+  for (const auto &[name, sec] : {std::pair{"tmpOldOne", kNow - 3601}, {"tmpNewOne", kNow - 3600}, {"tmp_other", 0L}}) {
+    const timeval times[2] = {{sec, 0}, {sec, 0}};
+    ASSERT_EQ(0, utimes(m_dir.Write(std::string("CrlCache_1/") + name, "half a rec").c_str(), times));
+  }
   crl_db_garbage_collector(this);
   EXPECT_TRUE(m_log.Has("CrlDB:GarbageCollector: time"));
   EXPECT_TRUE(Exists("CrlCache_1/rec_short"));
   clock.Set(kNow);
   crl_db_garbage_collector(nullptr);
   EXPECT_TRUE(m_log.Has("CrlDB:GarbageCollector: fdb->Get failed (key = dangling)."));
-  for (const char *kept : {"rec_later", "foreign"}) EXPECT_TRUE(fs::remove(m_dir.File("CrlCache_1") + "/" + kept));
+  for (const char *kept : {"rec_later", "foreign", "tmpNewOne", "tmp_other"}) {
+    EXPECT_TRUE(fs::remove(m_dir.File("CrlCache_1") + "/" + kept)) << kept;
+  }
   EXPECT_TRUE(fs::is_empty(m_dir.File("CrlCache_1")));
   EXPECT_EQ(0, remove_crl_cache_db());
   EXPECT_FALSE(Exists("CrlCache_1"));
   EXPECT_EQ(0, sxCRLCache_db().Store(m_dp, nullptr, m_crl.get(), kNow));   // begins anew
   ASSERT_EQ(0, m_db.InitPath(m_dir.File(".").c_str()));                    // the same folder
   EXPECT_NE(nullptr, Get(nullptr, kNow - 1));
+}
+
+// Whatever happens between any two steps of the collector: another process stores, once or at three
+// steps in turn, or the system refuses the step for want of descriptors.
+TEST_F(CrlDatabase, CollectsTheFileThatItLookedAt) {
+  const FixedClock clock(kNow);
+  m_db.Init();
+  const std::string record = m_dir.File("CrlCache_1/rec_k");
+  enum Trouble { kStoredOnce, kStoredThrice, kRefused };
+  for (const Trouble trouble : {kStoredOnce, kStoredThrice, kRefused}) {
+    int numLeft = 0;
+    for (int at = 1; numLeft <= 0; ++at) {
+      SCOPED_TRACE(testing::Message() << trouble << " at step " << at);
+      std::string expected = Expiry(kNow + 1);
+      m_dir.Write("CrlCache_1/rec_k", trouble == kRefused ? expected : Expiry(kNow));
+      numLeft = at;
+      {
+        const FileFake fake([&](kxFileStep, const char *) {
+          if (--numLeft > 0 || numLeft <= (trouble == kStoredThrice ? -3 : -1)) return 0;
+          if (trouble == kRefused) return EMFILE;
+          expected = Expiry(kNow + 1) + std::to_string(numLeft);
+          fs::rename(m_dir.Write("CrlCache_1/new", expected), record);
+          return 0;
+        });
+        m_db.GarbageCollector();
+      }
+      if (numLeft > 0) break;   // no such step any more
+      EXPECT_EQ(expected, m_dir.Read("CrlCache_1/rec_k"));
+      EXPECT_EQ(1, std::distance(fs::directory_iterator(m_dir.File("CrlCache_1")), {}));
+    }
+  }
+  m_dir.Write("CrlCache_1/rec_k", Expiry(kNow));
+  const FileFake full([](kxFileStep step, const char *) { return step == kxStep_rename ? ENOSPC : 0; });
+  m_db.GarbageCollector();
+  EXPECT_FALSE(Exists("CrlCache_1/rec_k")) << "a full disk is to be emptied";
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "kxcert/signedfile/fileSignVerify.h"
 #include "report.h"
 #include "verb.h"
 #include "visibleText.h"
@@ -83,6 +84,7 @@ int Run(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  fsv_refuse_zero_time(true);   // no verb takes a signature whose time is not signed
   try {
     return Run(argc, argv);
   } catch (const std::exception &error) {

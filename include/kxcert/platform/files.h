@@ -9,12 +9,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 #include "kxcert/platform/export.h"
 
 struct kxFileInfo {
-  int64_t size;       ///< bytes; of a symbolic link the length of its target's name
-  bool isRegular;     ///< neither link, folder nor device
+  int64_t size;          ///< bytes; of a symbolic link the length of its target's name
+  bool isRegular;        ///< neither link, folder nor device
+  uint64_t device;       ///< with the inode: the same file, for as long as somebody has it open
+  uint64_t inode;
+  int64_t modifiedSec;   ///< seconds since 1970-01-01 00:00 UTC
 };
 
 KXCERT_EXPORT int kxFile_Info(const char *path, kxFileInfo *info);   ///< of a link itself (lstat)
@@ -22,6 +26,14 @@ KXCERT_EXPORT int kxFile_OpenInfo(int fd, kxFileInfo *info);         ///< of wha
 
 /// A descriptor for kxFile_Close. A pipe or device that is not ready does not hold the caller up.
 KXCERT_EXPORT int kxFile_OpenRead(const char *path);
+/// The same for a regular file, or a link to one; nothing else is opened. For paths from outside, where
+/// a pipe would hold the reader up and a device has no end. A null path fails with EINVAL, a folder with
+/// EISDIR, what else is no regular file with ENXIO.
+/// @param[out] info  when not null: of the file that is open
+KXCERT_EXPORT int kxFile_OpenRegular(const char *path, kxFileInfo *info);
+KXCERT_EXPORT std::FILE *kxFile_OpenRegularStream(const char *path);   ///< the same, for fclose()
+/// Whether something is there that kxFile_OpenRegular refuses for what it is. False for null.
+KXCERT_EXPORT bool kxFile_IsSpecial(const char *path);
 /// Makes a file that only its owner may read and write; EEXIST when the name is taken.
 KXCERT_EXPORT int kxFile_CreateNew(const char *path);
 /// Opens a file that is there, and empties it; ELOOP for a symbolic link.
@@ -35,12 +47,16 @@ KXCERT_EXPORT int kxFile_Sync(int fd);
 KXCERT_EXPORT int kxFile_Close(int fd);   ///< the descriptor is gone in every case
 
 KXCERT_EXPORT int kxFile_Rename(const char *from, const char *to);   ///< replaces @p to in one step
+/// Gives the file a second name; EEXIST when that is taken.
+KXCERT_EXPORT int kxFile_Link(const char *from, const char *to);
 KXCERT_EXPORT int kxFile_Remove(const char *path);
 /// Replaces the last six characters of @p path by random letters and digits.
 KXCERT_EXPORT int kxFile_FillTemplate(char *path);
 
 KXCERT_EXPORT int kxDir_Make(const char *path);     ///< mode 0777, less the process's umask
 KXCERT_EXPORT int kxDir_Remove(const char *path);   ///< of an empty folder
+/// Returns once the names in the folder, which kxFile_OpenRead has opened, are on the disk.
+KXCERT_EXPORT int kxDir_Sync(int fd);
 
 struct kxDir;
 KXCERT_EXPORT kxDir *kxDir_Open(const char *path);  ///< for kxDir_Close
@@ -53,6 +69,7 @@ enum kxFileStep : int {
   kxStep_info, kxStep_openInfo, kxStep_openRead, kxStep_createNew, kxStep_openWrite, kxStep_read,
   kxStep_write, kxStep_sync, kxStep_close, kxStep_rename, kxStep_remove, kxStep_fillTemplate,
   kxStep_dirMake, kxStep_dirRemove, kxStep_dirOpen, kxStep_dirNext, kxStep_dirClose,
+  kxStep_link, kxStep_dirSync,
 };
 
 /// Asked before the system is, so that a test can make any step fail: 0 lets it go on, an errno value

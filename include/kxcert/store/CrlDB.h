@@ -48,8 +48,9 @@ class KXCERT_EXPORT CrlDB {
   sxCRL *Get(const sxGeneralName &dp, const char *suffix, long now, long *expiry);
   int Remove(const sxGeneralName &dp, const char *suffix);
 
-  /// Removes every record that is expired, too short or unreadable. The whole walk is under the
-  /// database's lock.
+  /// Removes every record that is expired or too short, links to nowhere, and temporaries older than an
+  /// hour. What another process stores meanwhile stays, and so does what cannot be looked at for now (no
+  /// descriptors or memory, say). The whole walk is under the database's lock.
   void GarbageCollector();
   int Destroy();   ///< removes the folder, as FileDB::Destroy; the next use begins anew
 

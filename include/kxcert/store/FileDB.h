@@ -56,6 +56,7 @@ class KXCERT_EXPORT FileDB {
 
  private:
   friend class FileDB_Iter;
+  friend class sxExpiringRecords;   // looks at files, not at keys, when it collects
 
   fdb_handle *m_fdb;                         // owned; null when opening failed
   std::unique_ptr<FileDB_Locker> m_locker;   // null when opening failed

@@ -1,0 +1,27 @@
+/// @file
+/// FileFake: steps of the file layer that a test watches, or makes fail.
+#ifndef KXCERT_TESTS_SUPPORT_FILEFAKE_H_
+#define KXCERT_TESTS_SUPPORT_FILEFAKE_H_
+
+#include <functional>
+#include <utility>
+
+#include "kxcert/platform/files.h"
+
+/// Asks the function before every step while it lives: 0 goes on, an errno value fails. One at a time.
+class FileFake {
+ public:
+  using Refuse = std::function<int(kxFileStep step, const char *path)>;
+  explicit FileFake(Refuse refuse) {
+    s_refuse = std::move(refuse);
+    kxFile_SetFake([](kxFileStep step, const char *path) { return s_refuse(step, path); });
+  }
+  ~FileFake() { kxFile_SetFake(nullptr); }
+  FileFake(const FileFake &) = delete;
+  FileFake &operator=(const FileFake &) = delete;
+
+ private:
+  static inline Refuse s_refuse;
+};
+
+#endif

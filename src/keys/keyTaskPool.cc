@@ -1,10 +1,12 @@
 // Running key tasks: what each kind does, the pool, and the way in and out.
+#include <openssl/crypto.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "kxcert/keys/keyTasks.h"
 #include "kxcert/keys/kxSDH.h"
@@ -161,20 +163,32 @@ void *TakeResult(TaskData *task, int *len) {
 
 }  // namespace
 
+// The caller's reference from when the request is queued until the completion gets it; what is dropped frees it.
+struct KeyTask::Handed {
+  ~Handed() { TaskData_Free(task); }
+  TaskData *task = nullptr;
+};
+
 KeyTask::KeyTask(TaskData *task, KeyTaskCompletion completion, void *info)
-    : m_task(task), m_completion(completion), m_info(info) {
+    : m_task(task), m_completion(completion), m_info(info), m_handed(std::make_shared<Handed>()) {
   TaskData_Save(m_task);
 }
-KeyTask::KeyTask(const KeyTask &other) : KeyTask(other.m_task, other.m_completion, other.m_info) {}
+KeyTask::KeyTask(const KeyTask &other)
+    : RTApcServant(other), m_task(other.m_task), m_completion(other.m_completion), m_info(other.m_info),
+      m_handed(other.m_handed) {
+  TaskData_Save(m_task);
+}
 KeyTask &KeyTask::operator=(const KeyTask &other) {
   TaskData_Save(other.m_task);
   TaskData_Free(m_task);
   m_task = other.m_task;
   m_completion = other.m_completion;
   m_info = other.m_info;
+  m_handed = other.m_handed;
   return *this;
 }
 KeyTask::~KeyTask() { TaskData_Free(m_task); }
+void KeyTask::HandOver() { m_handed->task = m_task; }
 
 size_t KeyTask::hash() const { return static_cast<size_t>(m_task->TaskId()); }
 bool KeyTask::operator==(const RTApcServant &other) const {
@@ -206,26 +220,36 @@ void KeyTask::result_handler(int waitResult, RTApc *) {
                 m_task->TaskId(), TaskRC2str(m_task->RC()));
     result = TakeResult(m_task, &resultLen);
   }
+  m_handed->task = nullptr;
   m_completion(m_task, m_info, result, resultLen);
 }
 
-// The pool of the process.
+// The pool of the process. Whatever ends a pool has put its successor in place before, because completions
+// that come of it may use the manager.
 class kxKeyTaskManager {
  public:
-  ~kxKeyTaskManager() { Stop(); }
+  // libcrypto first, so that at the end of the process it goes after the workers.
+  kxKeyTaskManager() { OPENSSL_init_crypto(0, nullptr); }
+  ~kxKeyTaskManager() {
+    if (m_pool.pool != nullptr) m_pool.pool->Abandon();   // after main nobody is called
+  }
   int Start(sxd_env *env, int numThreads);
   int SetNumThreads(int numThreads);
-  void Stop();
+  void Stop() { Replace({}, false); }
   bool IsSynchronous() const { return m_synchronous; }
-  RTApc *Pool() const { return m_pool.get(); }
+  RTApc *Pool() const { return m_pool.pool.get(); }
 
  private:
   struct FreeComm { void operator()(RTComm *comm) const { RTComm_destroy(comm); } };
+  struct Workers {
+    std::unique_ptr<RTComm, FreeComm> comm;
+    std::unique_ptr<RTApc> pool;
+  };
+  void Replace(Workers workers, bool synchronous);
   int StaySynchronous(const char *why);
 
   bool m_synchronous = false;
-  std::unique_ptr<RTComm, FreeComm> m_comm;
-  std::unique_ptr<RTApc> m_pool;
+  Workers m_pool;
 };
 
 namespace {
@@ -239,33 +263,35 @@ kxKeyTaskManager &Manager() {
 
 }  // namespace
 
+void kxKeyTaskManager::Replace(Workers workers, bool synchronous) {
+  m_synchronous = synchronous;
+  std::swap(m_pool, workers);
+}
+
 int kxKeyTaskManager::StaySynchronous(const char *why) {
   herror_func(0, 0, "%s %s", why, kSynchronously);
-  Stop();
-  m_synchronous = true;
+  Replace({}, true);
   return -1;
 }
 
 int kxKeyTaskManager::Start(sxd_env *env, int numThreads) {
   constexpr const char *kFunc = "KeyTaskMngmnt_init";
-  Stop();
-  if (numThreads <= 0) {
-    herror_func(0, 0, "%s: Will not create working threads. %s", kFunc, kSynchronously);
-    m_synchronous = true;
-    return -1;
-  }
-  m_comm.reset(RTComm_create(env));
-  if (m_comm == nullptr) return StaySynchronous("Internal problem, failed to create RTComm.");
-  m_pool = std::make_unique<RTApc>(m_comm.get(), numThreads, kWaitLimitMs);
-  if (m_pool->NumThreads() == 0) return StaySynchronous("Internal problem, failed to create RTApc.");
-  if (RTComm_start(m_comm.get()) != 0) return StaySynchronous("Internal problem, failed to start RTComm.");
-  herror_func(0, 0, "%s: set %d working threads.", kFunc, m_pool->NumThreads());
+  if (numThreads <= 0) return StaySynchronous("KeyTaskMngmnt_init: Will not create working threads.");
+  Workers workers;
+  workers.comm.reset(RTComm_create(env));
+  if (workers.comm == nullptr) return StaySynchronous("Internal problem, failed to create RTComm.");
+  workers.pool = std::make_unique<RTApc>(workers.comm.get(), numThreads, kWaitLimitMs);
+  const int numStarted = workers.pool->NumThreads();
+  if (numStarted == 0) return StaySynchronous("Internal problem, failed to create RTApc.");
+  if (RTComm_start(workers.comm.get()) != 0) return StaySynchronous("Internal problem, failed to start RTComm.");
+  Replace(std::move(workers), false);
+  herror_func(0, 0, "%s: set %d working threads.", kFunc, numStarted);
   return 0;
 }
 
 int kxKeyTaskManager::SetNumThreads(int numThreads) {
   constexpr const char *kFunc = "KeyTaskMngmnt_reconf";
-  if (m_pool == nullptr) {
+  if (m_pool.pool == nullptr) {
     herror_func(0, 0, "%s: There are no working threads, all key operations willbe done on the main thread", kFunc);
     return -1;
   }
@@ -273,13 +299,7 @@ int kxKeyTaskManager::SetNumThreads(int numThreads) {
     herror_func(0, 0, "%s: Cannot zero the number of working threads.", kFunc);
     return -1;
   }
-  return RTApc_SetNumThreads(m_pool.get(), numThreads);
-}
-
-void kxKeyTaskManager::Stop() {
-  m_pool.reset();
-  m_comm.reset();
-  m_synchronous = false;
+  return RTApc_SetNumThreads(m_pool.pool.get(), numThreads);
 }
 
 int KeyTaskMngmnt_init(sxd_env *env, int numThreads) { return Manager().Start(env, numThreads); }
@@ -309,9 +329,13 @@ int KeyTask_QueueRequest(TaskData *task, KeyTaskCompletion completion, void *inf
   if (Manager().Pool() == nullptr) {
     return refuse(TASK_NOT_INITIALIZED, "The apc wasn't initialized.", "The key operation cannot be done.");
   }
+  if (Manager().Pool()->IsInherited()) {
+    return refuse(TASK_NOT_INITIALIZED, "The apc wasn't initialized.", "Its workers stayed with the parent process.");
+  }
   if (Manager().Pool()->Queue(keyTask, timeoutMs) != 0) {
     return refuse(TASK_QUEUING_ERROR, "Error while queuing the request.");
   }
+  keyTask.HandOver();
   herror_func(0, 0, "<%d> %s: task %d queued successfully", gettid(), kFunc, task->TaskId());
   return TASK_INSERTED_TO_QUEUE;
 } catch (const std::bad_alloc &) {

@@ -39,7 +39,7 @@ void FreeResult(int taskType, void *result) {
 // The completion of all tasks that are made here: tells the user and lets go of the record.
 void TellUser(TaskData *task, void *opaque, void *result, int resultLen) {
   constexpr const char *kFunc = "sxPubKeyTaskCB";
-  const std::unique_ptr<const TaskCallback> info(static_cast<const TaskCallback *>(opaque));
+  const auto *const info = static_cast<const TaskCallback *>(opaque);   // the record keeps it
   herror_func(0, 0, "%s: Entering with task ID = %d.", kFunc, task->TaskId());
   if (info->callback == nullptr) {
     herror_func(0, 0, "%s: Error: Missing CBInfo or CB", kFunc);
@@ -65,7 +65,8 @@ int QueueTask(const char *func, const char *what, const char *className, sxPKCal
   }
   const int id = task->TaskId();
   herror_func(0, 0, "%s: Created %s Task with ID = %d", func, what, id);
-  auto info = std::make_unique<TaskCallback>(TaskCallback{callback, opaque});
+  const auto info = std::make_shared<TaskCallback>(TaskCallback{callback, opaque});
+  task->Keep(info);
   constexpr int kNoTimeout = -1;
   const int rc = KeyTask_QueueRequest(task, TellUser, info.get(), kNoTimeout);
   if (rc < 0) {
@@ -73,7 +74,6 @@ int QueueTask(const char *func, const char *what, const char *className, sxPKCal
     TaskData_Free(task);
     return rc;
   }
-  static_cast<void>(info.release());     // the completion's
   return rc;
 } catch (const std::bad_alloc &) {
   herror_func(0, 0, "%s: Failed to create %s.", func, className);

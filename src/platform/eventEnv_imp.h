@@ -1,5 +1,5 @@
 /// @file
-/// The environment behind eventEnv.h, for those that post closures.
+/// The environment behind eventEnv.h, for those that post closures and may outlive it.
 #ifndef KXCERT_SRC_PLATFORM_EVENTENV_IMP_H_
 #define KXCERT_SRC_PLATFORM_EVENTENV_IMP_H_
 
@@ -8,21 +8,35 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include "kxcert/platform/eventEnv.h"
 
 struct event;
 
-class sxd_env {
+/// Who keeps something on the environment's behalf and drops it when that goes.
+class kxEventClient {
+ public:
+  virtual void EnvironmentGone() = 0;            ///< on the loop's thread, within sxd_env_destroy
+
+ protected:
+  ~kxEventClient() = default;
+};
+
+/// The state of an environment, shared with whoever posts to it: posting to one that is gone is refused.
+class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
  public:
   /// @param lent  the loop to use; null makes one
-  static std::unique_ptr<sxd_env> New(event_base *lent);
-  ~sxd_env();
+  static std::shared_ptr<kxEventLoop> New(event_base *lent);
+  ~kxEventLoop();
 
   /// What the closure holds goes when it was called or dropped. Any thread.
   int Post(int delayMs, std::function<void()> call);
-  int Run(int maxMs);                    ///< negative: no limit
-  void Stop();                           ///< any thread
+  int Run(int maxMs);                            ///< negative: no limit
+  void Stop();                                   ///< any thread
+  void AddClient(std::weak_ptr<kxEventClient> client);
+  /// Drops what was not called yet and tells the clients. Also within one of the calls, whose run then ends.
+  void Close();
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -31,13 +45,13 @@ class sxd_env {
   using Event = std::unique_ptr<event, FreeEvent>;
   struct Call {
     std::function<void()> function;
-    Clock::time_point due;               // min(): as soon as the loop gets to it
-    sxd_env *env = nullptr;              // these while a timer is set
+    Clock::time_point due;                       // min(): as soon as the loop gets to it
+    kxEventLoop *loop = nullptr;                 // these while a timer is set
     std::list<Call>::iterator self;
     Event timer;
   };
 
-  sxd_env() = default;
+  kxEventLoop() = default;
   bool Open(event_base *lent);
   void MakeDueCalls();
   void SetTimer(Call &call);
@@ -45,11 +59,28 @@ class sxd_env {
 
   std::unique_ptr<event_base, FreeBase> m_own;   // null over a lent loop
   event_base *m_base = nullptr;
-  int m_wakeFd = -1;                             // readable while something was posted
+  int m_numRuns = 0;                             // in progress
   Event m_wake;
-  std::list<Call> m_waiting;                     // of the loop's thread, like all above
+  std::list<Call> m_waiting;
+  std::vector<std::weak_ptr<kxEventClient>> m_clients;   // of the loop's thread, like all above
+  int m_wakeFd = -1;                             // readable while something was posted
   std::mutex m_mutex;                            // guards what follows
   std::list<Call> m_posted;
+  bool m_closed = false;                         // written by the loop's thread only
+};
+
+class sxd_env {
+ public:
+  explicit sxd_env(std::shared_ptr<kxEventLoop> loop) : m_loop(std::move(loop)) {}
+  ~sxd_env() { m_loop->Close(); }
+  sxd_env(const sxd_env &) = delete;
+  sxd_env &operator=(const sxd_env &) = delete;
+
+  const std::shared_ptr<kxEventLoop> &Loop() const { return m_loop; }
+  int Post(int delayMs, std::function<void()> call) { return m_loop->Post(delayMs, std::move(call)); }
+
+ private:
+  const std::shared_ptr<kxEventLoop> m_loop;
 };
 
 #endif

@@ -1,5 +1,7 @@
 #include "kxcert/platform/workerPool.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
@@ -10,19 +12,30 @@
 #include <thread>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "eventEnv_imp.h"
+#include "threadEnd.h"
 
-struct RTComm {
-  sxd_env *env;
+// Shared with the pools on it, so that they may end later.
+struct kxResultChannel {
+  std::shared_ptr<kxEventLoop> loop;
   bool started;
 };
+struct RTComm {
+  std::shared_ptr<kxResultChannel> channel;
+};
 
-RTComm *RTComm_create(sxd_env *env) { return env == nullptr ? nullptr : new (std::nothrow) RTComm{env, false}; }
+RTComm *RTComm_create(sxd_env *env) try {
+  if (env == nullptr) return nullptr;
+  return new RTComm{std::make_shared<kxResultChannel>(env->Loop(), false)};
+} catch (const std::bad_alloc &) {
+  return nullptr;
+}
 
 int RTComm_start(RTComm *comm) {
   if (comm == nullptr) return -1;
-  comm->started = true;
+  comm->channel->started = true;
   return 0;
 }
 
@@ -51,8 +64,11 @@ struct Equal {
 
 // Shared with the workers and with what is posted to the environment, so that neither depends on when
 // the pool ends.
-class RTApc_imp : public std::enable_shared_from_this<RTApc_imp> {
+class RTApc_imp final : public kxEventClient, public std::enable_shared_from_this<RTApc_imp> {
  public:
+  RTApc_imp(RTApc *owner, std::shared_ptr<kxResultChannel> results, int limitMs)
+      : pool(owner), channel(std::move(results)), waitLimitMs(limitMs) {}
+
   struct Worker {
     std::thread thread;
     bool ended = false;
@@ -65,9 +81,11 @@ class RTApc_imp : public std::enable_shared_from_this<RTApc_imp> {
   };
 
   // Of the loop's thread:
-  RTApc *pool = nullptr;                 // null once it ends
-  RTComm *comm = nullptr;
-  int waitLimitMs = -1;
+  RTApc *pool;                           // null once it ended
+  const std::shared_ptr<kxResultChannel> channel;   // null: no work is taken
+  const int waitLimitMs;
+  const pid_t process = getpid();        // a child has neither the threads nor sound mutexes
+  bool refuses = false;                  // it ends, or was abandoned
   uint64_t nextNumber = 0;
   std::unordered_map<const RTApcServant *, Entry, Hash, Equal> waiting;
   std::multimap<Clock::time_point, const RTApcServant *> deadlines;
@@ -79,6 +97,7 @@ class RTApc_imp : public std::enable_shared_from_this<RTApc_imp> {
   int numWanted = 0;
   int numRunning = 0;
   bool ending = false;
+  bool abandoned = false;                // nobody wants results
   std::list<Job> queued;
   std::list<Job> done;
 
@@ -92,6 +111,10 @@ class RTApc_imp : public std::enable_shared_from_this<RTApc_imp> {
   void HandleTimeouts();
   void Answer(std::unordered_map<const RTApcServant *, Entry, Hash, Equal>::iterator entry, RTApcServant *finished,
               int waitResult);
+  bool TakesWork() const { return channel != nullptr && !refuses && !IsInherited(); }
+  bool IsInherited() const { return process != getpid(); }
+  void Abandon();
+  void EnvironmentGone() override { Abandon(); }
   void End();
 };
 
@@ -128,15 +151,21 @@ void RTApc_imp::Work(std::list<Worker>::iterator self) {
       // The one that waits is told.
     }
     lock.lock();
-    done.splice(done.end(), job);
-    WakeLoop();
+    if (abandoned) {
+      lock.unlock();
+      job.clear();                       // may be the last that holds a key
+      lock.lock();
+    } else {
+      done.splice(done.end(), job);
+      WakeLoop();
+    }
   }
   --numRunning;
   self->ended = true;
 }
 
 void RTApc_imp::WakeLoop() noexcept try {
-  static_cast<void>(comm->env->Post(0, [imp = shared_from_this()] { imp->HandleResults(); }));
+  static_cast<void>(channel->loop->Post(0, [imp = shared_from_this()] { imp->HandleResults(); }));
 } catch (const std::bad_alloc &) {
   // The next result or the time limit brings this one along.
 }
@@ -155,7 +184,7 @@ void RTApc_imp::JoinEnded() {
 }
 
 int RTApc_imp::Queue(const RTApcServant &work, int timeoutMs) try {
-  if (comm == nullptr || !comm->started || waiting.count(&work) != 0) return -1;
+  if (!TakesWork() || !channel->started || waiting.count(&work) != 0) return -1;
   std::list<Job> job(1);
   job.front() = {std::unique_ptr<RTApcServant>(work.clone()), nextNumber, false};
   std::unique_ptr<RTApcServant> waiter(work.clone());
@@ -190,7 +219,7 @@ void RTApc_imp::SetTimer() {
     if (self->timerDue == due) self->timerDue = Clock::time_point::max();
     self->HandleTimeouts();
   };
-  if (comm->env->Post(static_cast<int>(std::max<decltype(leftMs)>(leftMs, 0)), handle) == 0) timerDue = due;
+  if (channel->loop->Post(static_cast<int>(std::max<decltype(leftMs)>(leftMs, 0)), handle) == 0) timerDue = due;
 }
 
 void RTApc_imp::HandleResults() {
@@ -234,7 +263,25 @@ void RTApc_imp::Answer(std::unordered_map<const RTApcServant *, Entry, Hash, Equ
   (finished != nullptr ? finished : waiter.get())->result_handler(waitResult, pool);
 }
 
+// Nobody is told any more: what was not begun is not begun, and all of it goes without an answer.
+void RTApc_imp::Abandon() {
+  if (IsInherited()) return;
+  refuses = true;
+  std::list<Job> dropped;
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    ending = abandoned = true;
+    dropped.swap(queued);
+    dropped.splice(dropped.end(), done);
+    changed.notify_all();
+  }
+  deadlines.clear();
+  const auto unanswered = std::exchange(waiting, {});
+}
+
 void RTApc_imp::End() {
+  if (kxThread_IsEnding()) Abandon();    // after main nobody is called
+  refuses = true;
   {
     const std::lock_guard<std::mutex> lock(mutex);
     ending = true;
@@ -247,16 +294,30 @@ void RTApc_imp::End() {
   pool = nullptr;
 }
 
-RTApc::RTApc(RTComm *comm, int numThreads, int waitLimitMs) : m_imp(std::make_shared<RTApc_imp>()) {
-  m_imp->pool = this;
-  m_imp->comm = comm;
-  m_imp->waitLimitMs = waitLimitMs;
-  if (comm != nullptr) static_cast<void>(m_imp->SetNumThreads(std::clamp(numThreads, 0, kMaxThreads)));
+RTApc::RTApc(RTComm *comm, int numThreads, int waitLimitMs)
+    : m_imp(std::make_shared<RTApc_imp>(this, comm == nullptr ? nullptr : comm->channel, waitLimitMs)) {
+  if (comm == nullptr) return;
+  kxThread_WatchEnd();
+  comm->channel->loop->AddClient(m_imp);
+  static_cast<void>(m_imp->SetNumThreads(std::clamp(numThreads, 0, kMaxThreads)));
 }
 
-RTApc::~RTApc() { m_imp->End(); }
+RTApc::~RTApc() {
+  if (!m_imp->IsInherited()) {
+    m_imp->End();
+    return;
+  }
+  // The threads stayed with the parent and can be neither joined nor let go of here.
+  static auto *const kept = new std::vector<std::shared_ptr<RTApc_imp>>;
+  kept->push_back(m_imp);
+}
+
+void RTApc::Abandon() { m_imp->Abandon(); }
+
+bool RTApc::IsInherited() const { return m_imp->IsInherited(); }
 
 int RTApc::NumThreads() const {
+  if (IsInherited()) return 0;
   const std::lock_guard<std::mutex> lock(m_imp->mutex);
   return m_imp->numWanted;
 }
@@ -266,7 +327,7 @@ int RTApc::Queue(const RTApcServant &work, int timeoutMs) {
 }
 
 int RTApc_SetNumThreads(RTApc *pool, int numThreads) {
-  if (pool == nullptr || pool->m_imp->comm == nullptr || numThreads <= 0 || numThreads > RTApc::kMaxThreads) return -1;
+  if (pool == nullptr || !pool->m_imp->TakesWork() || numThreads <= 0 || numThreads > RTApc::kMaxThreads) return -1;
   pool->m_imp->JoinEnded();
   return pool->m_imp->SetNumThreads(numThreads);
 }

@@ -1,8 +1,11 @@
 #include "kxcert/keys/keyTasks.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <condition_variable>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -62,7 +65,7 @@ class KeyTasks : public testing::Test {
     return key.Verify(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, sig, sigLen);
   }
 
-  sxd_env *const m_env = sxd_env_create();
+  sxd_env *m_env = sxd_env_create();
   const Octets m_digest = Octets(32, 0x5A);
   const PubKeyRef m_rsa = RsaTestKey(2048);
   Told m_told;
@@ -227,6 +230,60 @@ TEST_F(KeyTasks, TimeOutIsToldAndWhatComesLaterIsNot) {
   KeyTaskMngmnt_destroy();
   EXPECT_EQ(TASK_TIMEOUT, task->RC()) << "what was told stands";
   TaskData_Free(task);
+}
+
+// What was queued when the environment or the process ends goes without a word; leaks show under ASan.
+TEST_F(KeyTasks, DroppedWithTheEnvironmentAndAtExit) {
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 2));
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(1, SignA(*m_rsa));
+  sxd_env_destroy(std::exchange(m_env, nullptr));
+  EXPECT_EQ(TASK_QUEUING_ERROR, SignA(*m_rsa));
+  KeyTaskMngmnt_destroy();
+  EXPECT_EQ(0, m_told.numCalls);
+
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT({
+    KeyTaskMngmnt_init(sxd_env_create(), 2);
+    const auto fail = [](void *, int, void *, int, const char *) { _exit(1); };
+    for (int i = 0; i < 20; ++i) m_rsa->SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, fail, nullptr, nullptr);
+    std::exit(0);
+  }, testing::ExitedWithCode(0), "");
+}
+
+TEST_F(KeyTasks, ACompletionMayReplaceAndStopThePool) {
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  static sxd_env *env = nullptr;
+  env = m_env;
+  const auto replace = [](void *opaque, int rc, void *octets, int, const char *) {
+    const std::unique_ptr<unsigned char[]> signature(static_cast<unsigned char *>(octets));
+    EXPECT_EQ(TASK_SUCCESS, rc);
+    if (++*static_cast<int *>(opaque) == 1) {
+      EXPECT_EQ(0, KeyTaskMngmnt_init(env, 2));
+    }
+    EXPECT_EQ(0, KeyTaskMngmnt_reconf(1));
+  };
+  int numCalls = 0;
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_EQ(1, m_rsa->SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, replace, &numCalls, m_env));
+  }
+  KeyTaskMngmnt_destroy();
+  EXPECT_EQ(5, numCalls);
+  EXPECT_EQ(1, SignA(*m_rsa)) << "the new pool stands";
+  KeyTaskMngmnt_destroy();
+  EXPECT_EQ(1, m_told.numCalls);
+  m_told.TakeOctets();
+}
+
+TEST_F(KeyTasks, RefusedInAChildOfFork) {
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  const pid_t child = fork();
+  if (child == 0) {
+    const LogCapture log;
+    _exit(SignA(*m_rsa) == TASK_NOT_INITIALIZED && log.Has("stayed with the parent") ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
 }
 
 TEST_F(KeyTasks, UnknownKindsAndNames) {

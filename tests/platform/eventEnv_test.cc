@@ -68,4 +68,14 @@ TEST(EventEnv, RefusesAndDrops) {
   EXPECT_EQ("", text);
 }
 
+TEST(EventEnv, MayGoWithinOneOfItsCalls) {
+  std::string text;
+  Note dropped{&text, 'x'};
+  sxd_env *const env = sxd_env_create();
+  EXPECT_EQ(0, T_event_sched_e(env, 0, [](void *self) { sxd_env_destroy(static_cast<sxd_env *>(self)); }, env));
+  for (const int delayMs : {0, 1}) EXPECT_EQ(0, T_event_sched_e(env, delayMs, Write, &dropped));
+  EXPECT_EQ(0, sxd_env_run(env)) << "the run ends";
+  EXPECT_EQ("", text);
+}
+
 }  // namespace

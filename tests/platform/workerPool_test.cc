@@ -1,6 +1,8 @@
 #include "kxcert/platform/workerPool.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -10,6 +12,7 @@
 #include <mutex>
 #include <set>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -103,7 +106,7 @@ class WorkerPool : public testing::Test {
 
   Seen m_seen;
   Gate m_gate;                           // outlives the workers
-  sxd_env *const m_env = sxd_env_create();
+  sxd_env *m_env = sxd_env_create();
   RTComm *const m_comm = RTComm_create(m_env);
   std::unique_ptr<RTApc> m_pool;
 };
@@ -192,6 +195,48 @@ TEST_F(WorkerPool, AResultMayEndThePool) {
   for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i));
   EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
   EXPECT_EQ(10U, m_seen.waitResults.size());
+}
+
+TEST_F(WorkerPool, AResultCannotQueueIntoAPoolThatEnds) {
+  Start(2);
+  RTApc *const pool = m_pool.get();
+  m_seen.answered = [this, pool] {
+    EXPECT_EQ(-1, pool->Queue(Task(&m_seen, 100), -1));
+    EXPECT_EQ(-1, RTApc_SetNumThreads(pool, 4));
+  };
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i));
+  m_pool.reset();
+  EXPECT_EQ(10U, m_seen.waitResults.size());
+}
+
+TEST_F(WorkerPool, TheEnvironmentMayGoFirst) {
+  Start(2);
+  m_seen.work = [this](int) { m_gate.Wait(); };
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i, i == 9 ? 1 : -1));
+  m_gate.WaitFor(2);
+  sxd_env_destroy(std::exchange(m_env, nullptr));
+  EXPECT_EQ(-1, Queue(10));
+  m_gate.Open();
+  m_pool.reset();
+  EXPECT_EQ(2U, m_seen.workers.size());
+  EXPECT_TRUE(m_seen.waitResults.empty()) << "nobody is told";
+}
+
+TEST_F(WorkerPool, StaysWithTheParent) {
+  Start(2);
+  m_seen.work = [this](int) { m_gate.Wait(); };
+  EXPECT_EQ(0, Queue(1));
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool refused = m_pool->NumThreads() == 0 && Queue(2) == -1 && RTApc_SetNumThreads(m_pool.get(), 1) == -1;
+    m_pool.reset();                      // must not wait for threads that are not here
+    _exit(refused ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  m_gate.Open();
+  RunUntil(1);
 }
 
 TEST_F(WorkerPool, RefusesWithoutThreadsOrChannel) {

@@ -53,6 +53,8 @@ class KXCERT_EXPORT TaskData {
   void SetErrMsg(const char *text) { m_errMsg = text == nullptr ? "" : text; }
   bool IsAnswered() const { return m_isAnswered; } ///< the completion has, or is about to have, the result
   void SetAnswered() { m_isAnswered = true; }
+  /// Keeps @p info, for instance what the completion is given, until the record goes.
+  void Keep(std::shared_ptr<const void> info) { m_kept = std::move(info); }
 
  protected:
   virtual ~TaskData();
@@ -67,6 +69,7 @@ class KXCERT_EXPORT TaskData {
   bool m_isAnswered = false;
   int m_rc = TASK_SUCCESS;
   std::string m_errMsg;
+  std::shared_ptr<const void> m_kept;
 };
 KXCERT_EXPORT void TaskData_Save(TaskData *task);
 KXCERT_EXPORT void TaskData_Free(TaskData *task);  ///< null is ignored
@@ -140,7 +143,9 @@ class KXCERT_EXPORT RSADecryptKeyTaskData : public KeyOpTaskData {
   const int m_outLen;
 };
 
-/// Told once that a task ended; has the caller's reference to the record from then on.
+/// Told once that a task ended; has the caller's reference to the record from then on. It may queue tasks,
+/// and start, change and stop the pool. Nobody is told of what was dropped: when the environment went, and
+/// after main returned.
 /// @param result  on success: a new sxPubKey (length 0), octets for delete[], or, decrypting, the caller's
 ///                own area; else null
 using KeyTaskCompletion = void (*)(TaskData *task, void *info, void *result, int resultLen);
@@ -158,11 +163,15 @@ class KXCERT_EXPORT KeyTask : public RTApcServant {
   size_t hash() const override;
   bool operator==(const RTApcServant &other) const override;
   RTApcServant *clone() const override { return new KeyTask(*this); }
+  /// The caller's reference goes to the completion, or, when the task is dropped, is freed. Once it is queued.
+  void HandOver();
 
  private:
+  struct Handed;
   TaskData *m_task;                                // one reference
   KeyTaskCompletion m_completion;
   void *m_info;
+  std::shared_ptr<Handed> m_handed;                // by the clones
 };
 
 /// Starts the pool on @p env. With 0 threads, or when something fails, every task is done at once on the
@@ -180,6 +189,7 @@ KXCERT_EXPORT void KeyTaskMngmnt_destroy();
 /// @param task       the caller's reference, handed over unless the result is negative
 /// @param timeoutMs  -1: the pool's limit of ten minutes alone
 /// @retval 1  queued, or done and completed; else a negative task result code, which is the record's too
+///            (a child of fork is refused with TASK_NOT_INITIALIZED until it starts workers of its own)
 KXCERT_EXPORT int KeyTask_QueueRequest(TaskData *task, KeyTaskCompletion completion, void *info, int timeoutMs);
 
 #endif

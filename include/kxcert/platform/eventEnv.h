@@ -18,7 +18,9 @@ KXCERT_EXPORT sxd_env *sxd_env_create();
 /// One over the caller's loop, which needs no thread support of libevent's and outlives the environment.
 /// While the environment exists the loop is not empty, so that it does not end by itself.
 KXCERT_EXPORT sxd_env *sxd_env_wrap(event_base *base);
-/// Calls that were not made yet are dropped. Not within one of its calls; null is ignored.
+/// Calls that were not made yet are dropped, and so is work of pools on it that was not answered: no result
+/// handler and no completion is called for it any more. On the loop's thread; also within one of its calls,
+/// and then the run in progress ends. Null is ignored.
 KXCERT_EXPORT void sxd_env_destroy(sxd_env *env);
 
 /// Runs the loop until sxd_env_stop. @return 0, or -1

@@ -3,7 +3,9 @@
 /// on the loop's thread.
 ///
 /// RTComm is the way back to the loop, RTApc the threads, RTApcServant one piece of work. Functions of
-/// RTComm and RTApc belong to the thread that runs the loop.
+/// RTComm and RTApc belong to the thread that runs the loop. A result handler may queue, change the number
+/// of threads and end the pool. When the environment goes, and after main returned, what was not answered
+/// is dropped without an answer. A child of fork has none of the threads: there the pool takes nothing.
 #ifndef KXCERT_PLATFORM_WORKERPOOL_H_
 #define KXCERT_PLATFORM_WORKERPOOL_H_
 
@@ -15,7 +17,7 @@
 class RTApc;
 class RTApc_imp;
 
-/// Results go through @p env, which outlives the channel. For RTComm_destroy, after the pools on it.
+/// Results go through @p env. For RTComm_destroy; environment, channel and pools may go in any order.
 struct RTComm;
 KXCERT_EXPORT RTComm *RTComm_create(sxd_env *env); ///< null: no environment, or out of memory
 KXCERT_EXPORT int RTComm_start(RTComm *comm);      ///< results flow from here on; 0, or -1
@@ -35,8 +37,8 @@ class KXCERT_EXPORT RTApcServant {
 
   /// On a worker. What the result handler is to see goes into the servant or behind what its clones share.
   virtual void task_handler() = 0;
-  /// On the loop's thread, exactly once for what was queued. On kRTWaitDone it is the clone whose handler
-  /// ran, else the one that waited.
+  /// On the loop's thread, exactly once for what was queued and not dropped. On kRTWaitDone it is the clone
+  /// whose handler ran, else the one that waited.
   virtual void result_handler(int waitResult, RTApc *pool) = 0;
 
   /// The same work is equal and has equal hashes; other work that is queued at the same time is not equal.
@@ -61,8 +63,11 @@ class KXCERT_EXPORT RTApc {
   int NumThreads() const;
   /// Queues a clone of @p work.
   /// @param timeoutMs  negative: the pool's limit alone
-  /// @return 0, or -1: no thread, no started channel, equal work queued already, or out of memory
+  /// @return 0, or -1: no thread, no started channel, equal work queued already, the pool ends, or out of memory
   int Queue(const RTApcServant &work, int timeoutMs);
+  /// Drops what was not answered; from here on nothing is taken. What runs goes on to its end.
+  void Abandon();
+  bool IsInherited() const;              ///< this process is a child of the pool's
 
  private:
   friend int RTApc_SetNumThreads(RTApc *pool, int numThreads);
@@ -70,7 +75,8 @@ class KXCERT_EXPORT RTApc {
 };
 
 /// Adds threads, or ends as many once they are done with what they do; while work runs.
-/// @return 0, or -1: null, 0 or below, above kMaxThreads, or the system grants fewer (some may have come)
+/// @return 0, or -1: null, 0 or below, above kMaxThreads, the pool ends, or the system grants fewer (some may
+/// have come)
 KXCERT_EXPORT int RTApc_SetNumThreads(RTApc *pool, int numThreads);
 
 #endif

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "foundation/textOutput.h"
 #include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBuf.h"
@@ -112,6 +113,16 @@ bool sxSigned_imp::ReadParts(Parts *parts) const {
   return true;
 }
 
+void sxSigned_imp::Sprint(SxStream *out, int indent) const {
+  if (out == nullptr) return;
+  out->Indent(indent);
+  if (m_ok != 0) {
+    out->Printf("Signed object (%u bytes)\n", m_derLen);
+  } else {
+    out->Printf("Error: %s\n", m_error.getstr());
+  }
+}
+
 int sxSigned_imp::VerifySig(sxPubKey *key) const {
   if (key == nullptr || key->OK() == 0 || m_der == nullptr) return kKeyNotUsable;
   Parts parts;
@@ -199,6 +210,9 @@ const unsigned char *sxSigned::GetBuf() const { return Imp()->GetBuf(); }
 unsigned int sxSigned::BufLen() const { return Imp()->BufLen(); }
 int sxSigned::VerifySig(sxPubKey *key) const { return Imp()->VerifySig(key); }
 int sxSigned::DecodeBuf(sxAsnType &value) { return Imp()->DecodeBuf(value); }
+void sxSigned::Sprint(SxStream *out, int indent) const { Imp()->Sprint(out, indent); }
+void sxSigned::Fprint(FILE *out, int indent) const { sxFprintOf(*this, out, indent); }
+void sxSigned::Herror() const { sxHerrorOf(*this, 0); }
 
 void sxSaveSigned(sxSigned *obj) { sxSavePKobj(obj); }
 void sxFreeSigned(sxSigned *obj) { sxFreePKobj(obj); }

@@ -179,6 +179,7 @@ class KXCERT_EXPORT sxIssuingDP : public sxExtension {
   bool OnlyAttributeCerts() const;
   bool IndirectCRL() const;
   bool HasOnlySomeReasons() const;                             ///< the CRL covers some reasons only
+  unsigned int SomeReasons() const;                            ///< these: bit n is ReasonFlags bit n; else 0
 
  private:
   friend class sxIssuingDP_imp;

@@ -1,6 +1,7 @@
 // Certificates as text.
 #include <cstdio>
 
+#include "foundation/textOutput.h"
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/digest.h"
@@ -52,11 +53,7 @@ void PrintTime(SxStream *out, int indent, const char *label, int seconds) {
 
 void sxCert_imp::Sprint(SxStream *out, sxCertHerrorDetails details, int indent) const {
   if (out == nullptr) return;
-  if (OK() == 0) {
-    out->Indent(indent);
-    out->Printf("Error: %s\n", Error().getstr());
-    return;
-  }
+  if (OK() == 0) return sxSigned_imp::Sprint(out, indent);
   if (details >= sxCert_full) {
     out->Indent(indent);
     out->Printf("X509 Certificate Version %d\n", m_version);
@@ -112,17 +109,10 @@ void sxCert::Sprint(SxStream *out, sxCertHerrorDetails details, int indent) cons
 }
 
 void sxCert::Fprint(FILE *out, sxCertHerrorDetails details, int indent) const {
-  SxStream text;
-  Sprint(&text, details, indent);
-  if (text.Length() > 0) std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
+  sxFprintOf(*this, out, details, indent);
 }
 
-void sxCert::Herror(sxCertHerrorDetails details, int indent) const {
-  if (dodebugprt == 0) return;
-  SxStream text;
-  Sprint(&text, details, indent);
-  herror_func(0, 0, "%s", text.GetBuf());
-}
+void sxCert::Herror(sxCertHerrorDetails details, int indent) const { sxHerrorOf(*this, details, indent); }
 
 void sxCert_Herror_buf(const unsigned char *buf, int len) {
   constexpr int kIndent = 3;

@@ -27,6 +27,13 @@ constexpr sxExtParser kCRLParsers[] = {
     {nullptr, nullptr},
 };
 
+constexpr sxExtParser kKeptCRLParsers[] = {
+    {&sxASN_id_ce_authorityKeyIdentifier, sxParseKeyIdentifier},
+    {&sxASN_id_ce_issuingDistributionPoint, sxParseIssuingDP},
+    {&sxASN_id_ce_issuingDistributionPoint_obsolete, sxParseNoParse},
+    {nullptr, nullptr},
+};
+
 constexpr sxExtComposer kComposers[] = {
     {&sxASN_id_ce_basicConstraints, sxComposeBasicConstraint},
     {&sxASN_id_ce_keyUsage, sxComposeKeyUsage},
@@ -51,6 +58,7 @@ constexpr sxExtComposer kCRLComposers[] = {
 
 const sxExtParser *Get_ExtParserTable() { return kParsers; }
 const sxExtParser *Get_CRLExtParserTable() { return kCRLParsers; }
+const sxExtParser *sxKeptCRLExtParserTable() { return kKeptCRLParsers; }
 const sxExtComposer *Get_ExtComposerTable() { return kComposers; }
 const sxExtComposer *Get_CRLExtComposerTable() { return kCRLComposers; }
 

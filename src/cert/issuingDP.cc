@@ -44,6 +44,7 @@ class sxIssuingDP_imp : public sxExtension_imp {
   const sxGeneralNames &FullName() const { return m_fullName; }
   bool Is(Flag flag) const { return m_flags[flag]; }
   bool HasReasons() const { return m_reasons.has_value(); }
+  unsigned int Reasons() const;
 
   /// @return false for a name relative to the issuer: the scope of the CRL would be lost
   [[nodiscard]] bool Set(const sxASN_IssuingDistributionPoint &value);
@@ -76,6 +77,14 @@ bool sxIssuingDP_imp::Set(const sxASN_IssuingDistributionPoint &value) {
   }
   if (value.onlySomeReasons != nullptr) m_reasons = *value.onlySomeReasons;
   return true;
+}
+
+unsigned int sxIssuingDP_imp::Reasons() const {
+  unsigned int bits = 0;
+  for (int i = 0; m_reasons && i <= sxASN_ReasonFlags::aACompromise; ++i) {
+    if (m_reasons->GetBit(i) == 1) bits |= 1U << i;
+  }
+  return bits;
 }
 
 bool sxIssuingDP_imp::ToAsn(sxASN_IssuingDistributionPoint &out) const {
@@ -129,3 +138,4 @@ bool sxIssuingDP::OnlyCACerts() const { return Imp(*this).Is(kCACerts); }
 bool sxIssuingDP::OnlyAttributeCerts() const { return Imp(*this).Is(kAttributeCerts); }
 bool sxIssuingDP::IndirectCRL() const { return Imp(*this).Is(kIndirect); }
 bool sxIssuingDP::HasOnlySomeReasons() const { return Imp(*this).HasReasons(); }
+unsigned int sxIssuingDP::SomeReasons() const { return Imp(*this).Reasons(); }

@@ -1,20 +1,25 @@
 #include "kxcert/cert/sxCRL.h"
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/oids.h"
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCert.h"
-#include "kxcert/cert/sxExtensions.h"
 #include "kxcert/platform/log.h"
 #include "sxCRL_imp.h"
+#include "sxExtension_imp.h"
 
 namespace {
+
+constinit const sxAsnOid kCrlNumber({2, 5, 29, 20});
+
+bool IsCritical(const sxASN_Extension &ext) { return ext.critical != nullptr && ext.critical->Value() == 1; }
 
 // RFC 5280 5.3: whoever does not understand a critical extension of an entry must not use the CRL.
 // No extension of entries is understood here. Null when none is critical.
 const sxAsnOid *CriticalExtOf(const sxASN_TBSCertListSeqOfSeq &entry) {
   if (entry.crlEntryExtensions == nullptr) return nullptr;
   for (const sxASN_Extension &ext : *entry.crlEntryExtensions) {
-    if (ext.critical != nullptr && ext.critical->Value() == 1) return ext.extnID;
+    if (IsCritical(ext)) return ext.extnID;
   }
   return nullptr;
 }
@@ -42,10 +47,18 @@ void sxCRL_imp::Decode() {
   }
 }
 
-// One that is not understood leaves the CRL OK; whoever judges by it refuses it.
+// One that is not understood leaves the CRL OK; whoever judges by it refuses it. The scope of a CRL is
+// understood, but nothing judges by it yet.
 void sxCRL_imp::TakeExtensions(const sxASN_TBSCertList &body) {
-  sxExtensionsList understood;
-  SetUnhandledExt(understood.Parse(body.crlExtensions, Get_CRLExtParserTable()));
+  if (body.crlExtensions == nullptr) return;
+  sxExtensionsList::Appender appender(m_extensions, sxKeptCRLExtParserTable());
+  for (const sxASN_Extension &ext : *body.crlExtensions) {
+    const bool understood = appender.Parse(ext);
+    const bool isScope = ext.extnID->OidEquiv(sxASN_id_ce_issuingDistributionPoint) && IsCritical(ext);
+    if ((!understood || isScope) && UnhandledCritExt() == nullptr) SetUnhandledExt(ext.extnID);
+    sxAsnInt number;
+    if (!m_number && ext.extnID->OidEquiv(kCrlNumber) && sxParseExtension(number, &ext) == 0) m_number = number;
+  }
 }
 
 sxCRL::sxCRL(const unsigned char *buf, unsigned int len) : sxCRL(NewDecoded(buf, len)) {}
@@ -62,6 +75,15 @@ bool sxCRL::IsEntryExist(const sxCert &cert) const {
 const sxRevokedEntry *sxCRL::FindEntry(const sxAsnInt &serial) const { return Imp()->Entries().Find(serial); }
 
 const sxRevokedEntry *sxCRL::NextEntry(const sxRevokedEntry *prev) const { return Imp()->Entries().Next(prev); }
+
+const sxExtensionsList &sxCRL::Extensions() const { return Imp()->Extensions(); }
+const sxIssuingDP *sxCRL::IssuingDP() const {
+  return static_cast<const sxIssuingDP *>(Extensions().Find(&sxASN_id_ce_issuingDistributionPoint));
+}
+const sxExtKeyID *sxCRL::AuthorityKeyId() const {
+  return static_cast<const sxExtKeyID *>(Extensions().Find(&sxASN_id_ce_authorityKeyIdentifier));
+}
+const sxAsnInt *sxCRL::Number() const { return Imp()->Number(); }
 
 sxCRL_Encoder::sxCRL_Encoder(int numExpected) : sxCRL(new sxCRL_Encoder_imp(numExpected)) {}
 

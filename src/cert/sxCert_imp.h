@@ -28,6 +28,7 @@ class sxCert_imp : public sxSigned_imp {
   sxPubKey *PubKey() const { return m_pubKey.get(); }
   const sxExtensionsList &Extensions() const { return m_extensions; }
 
+  void Sprint(SxStream *out, int indent) const override { Sprint(out, sxCert_full, indent); }
   void Sprint(SxStream *out, sxCertHerrorDetails details, int indent) const;
 
  private:

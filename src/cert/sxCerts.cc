@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "foundation/textOutput.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/sxAsnConstructed.h"
 #include "kxcert/cert/sxDN.h"
@@ -77,17 +78,20 @@ sxCert *sxCerts::GetBySubjectDN(const sxDN &dn) const {
   return nullptr;
 }
 
-void sxCerts::Fprint(FILE *out, const char *title, sxCertHerrorDetails details, int indent) const {
-  SxStream text;
-  text.Indent(indent);
-  if (title != nullptr) text.Printf("%s: ", title);
-  text.Printf("%d certificates\n", Count());
+void sxCerts::Sprint(SxStream *out, const char *title, sxCertHerrorDetails details, int indent) const {
+  if (out == nullptr) return;
+  out->Indent(indent);
+  if (title != nullptr) out->Printf("%s: ", title);
+  out->Printf("%d certificates\n", Count());
   for (int i = 0; i < Slots(); ++i) {
     if (Get(i) == nullptr) continue;
-    Get(i)->Sprint(&text, details, indent + 1);
-    text.Puts("\n");
+    Get(i)->Sprint(out, details, indent + 1);
+    out->Puts("\n");
   }
-  std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
+}
+
+void sxCerts::Fprint(FILE *out, const char *title, sxCertHerrorDetails details, int indent) const {
+  sxFprintOf(*this, out, title, details, indent);
 }
 
 void sxCerts::Herror(const char *title, sxCertHerrorDetails details) const {

@@ -66,4 +66,7 @@ sxASN_Extension *sxComposeAuthorityInfoAccess(const sxExtension &ext, int critic
 sxASN_Extension *sxComposeDeviceData(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeIssuingDP(const sxExtension &ext, int critical);
 
+/// What CRLs keep of their extensions: Get_CRLExtParserTable() and the issuer's key identifier.
+const sxExtParser *sxKeptCRLExtParserTable();
+
 #endif

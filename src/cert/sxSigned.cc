@@ -5,7 +5,10 @@
 #include <cstring>
 #include <string_view>
 
+#include "foundation/textOutput.h"
 #include "kxcert/asn1/modules/SXUTILS.h"
+#include "kxcert/asn1/sxAsnAny.h"
+#include "kxcert/asn1/sxAsnBuf.h"
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/sxPubKey.h"
@@ -19,6 +22,20 @@ namespace {
 constexpr int kSequence = 0x30;
 constexpr int kOid = 0x06;
 constexpr int kBitString = 0x03;
+
+// Whether a signed structure that was decoded has its signature in segments.
+bool HasSegmentedSignature(const unsigned char *octets, int len) {
+  sxAsnReadBuf buf;
+  buf.Init(octets, len);
+  int bytesDecoded = 0;
+  BDecTag(buf, bytesDecoded);
+  BDecLen(buf, bytesDecoded);
+  for (int i = 0; i < 2; ++i) {   // the signed element and the algorithm
+    sxAsnRawAny skipped;
+    if (skipped.BDec(buf, bytesDecoded) < 0) return true;
+  }
+  return (buf.PeekByte() & kConstructed) != 0;
+}
 
 struct PemMarkers {
   const char *header;
@@ -96,6 +113,16 @@ bool sxSigned_imp::ReadParts(Parts *parts) const {
   return true;
 }
 
+void sxSigned_imp::Sprint(SxStream *out, int indent) const {
+  if (out == nullptr) return;
+  out->Indent(indent);
+  if (m_ok != 0) {
+    out->Printf("Signed object (%u bytes)\n", m_derLen);
+  } else {
+    out->Printf("Error: %s\n", m_error.getstr());
+  }
+}
+
 int sxSigned_imp::VerifySig(sxPubKey *key) const {
   if (key == nullptr || key->OK() == 0 || m_der == nullptr) return kKeyNotUsable;
   Parts parts;
@@ -105,8 +132,13 @@ int sxSigned_imp::VerifySig(sxPubKey *key) const {
     herror_func(0, 0, "sxSigned_imp::VerifySig: not a signed structure (%u bytes)", m_derLen);
     return kKeyBadInput;
   }
+  // What no one reads could be changed without breaking the signature: how it is cut in segments, bits
+  // behind its end.
+  if (HasSegmentedSignature(m_der.get(), static_cast<int>(m_derLen))) {
+    herror_func(0, 0, "sxSigned_imp::VerifySig: signature in segments");
+    return kKeyLenMismatch;
+  }
   if (decoded.signature->BitLen() % 8 != 0) {
-    // Bits that no one reads could be changed without breaking the signature.
     herror_func(0, 0, "sxSigned_imp::VerifySig: signature of %d bits", decoded.signature->BitLen());
     return kKeyLenMismatch;
   }
@@ -178,6 +210,9 @@ const unsigned char *sxSigned::GetBuf() const { return Imp()->GetBuf(); }
 unsigned int sxSigned::BufLen() const { return Imp()->BufLen(); }
 int sxSigned::VerifySig(sxPubKey *key) const { return Imp()->VerifySig(key); }
 int sxSigned::DecodeBuf(sxAsnType &value) { return Imp()->DecodeBuf(value); }
+void sxSigned::Sprint(SxStream *out, int indent) const { Imp()->Sprint(out, indent); }
+void sxSigned::Fprint(FILE *out, int indent) const { sxFprintOf(*this, out, indent); }
+void sxSigned::Herror() const { sxHerrorOf(*this, 0); }
 
 void sxSaveSigned(sxSigned *obj) { sxSavePKobj(obj); }
 void sxFreeSigned(sxSigned *obj) { sxFreePKobj(obj); }

@@ -26,6 +26,8 @@ class sxSigned_imp : public sxPKobj_imp {
   const unsigned char *GetBuf() const { return m_der.get(); }
   unsigned int BufLen() const { return m_derLen; }
 
+  virtual void Sprint(SxStream *out, int indent) const;   ///< each kind its own
+
   int VerifySig(sxPubKey *key) const;
   int DecodeBuf(sxAsnType &value);
 

@@ -17,6 +17,7 @@ class sxCertifiedKey_imp : public sxPKNamedObj_imp {
   ~sxCertifiedKey_imp() override;
 
   const sxDN *DN() const override;
+  void Sprint(SxStream *out, int indent) const override;
 
   const sxCerts m_chain;
   const SharedRef<sxRootCA> m_root;

@@ -3,22 +3,10 @@
 #include <cstring>
 #include <memory>
 
-#include "kxcert/cert/sxCert.h"
-#include "kxcert/foundation/sxPKobj_imp.h"
 #include "kxcert/platform/attributeSet.h"
 #include "kxcert/platform/base64.h"
 #include "kxcert/platform/log.h"
-#include "trust/sharedRef.h"
-
-class sxOcspServer_imp : public sxPKobj_imp {
- public:
-  sxOcspServer_imp(const sxString &name, const sxString &url, sxCert *cert)
-      : m_name(name), m_url(url), m_cert(cert) {}
-
-  const sxString m_name;
-  const sxString m_url;
-  const SharedRef<sxCert> m_cert;
-};
+#include "trust/sxOcspServer_imp.h"
 
 namespace {
 

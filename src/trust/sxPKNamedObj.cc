@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "foundation/textOutput.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/hexText.h"
 #include "kxcert/platform/log.h"
@@ -45,14 +46,30 @@ bool sxPKNamedObj_imp::HasId(const unsigned char *id, int idLen) const {
   return id != nullptr && idLen > 0 && idLen == IdLen() && std::equal(m_id.begin(), m_id.end(), id);
 }
 
-void sxPKNamedObj_imp::Herror() const {
-  if (!kxLog_DebugOn()) return;
+const char *sxPKNamedObj_imp::ShownName() const {
   const char *name = Name();
-  herror_func(0, 0, "%s", name != nullptr && name[0] != '\0' ? name : "<no name>");
-  if (m_id.empty()) return;
+  return name != nullptr && name[0] != '\0' ? name : "<no name>";
+}
+
+std::string sxPKNamedObj_imp::HexId() const {
   std::string hex(m_id.size() * 2 + 1, '\0');
   bytes_to_string(m_id.data(), IdLen(), hex.data(), static_cast<int>(hex.size()));
-  herror_func(0, 0, "ID: %s", hex.c_str());
+  hex.pop_back();
+  return hex;
+}
+
+void sxPKNamedObj_imp::Herror() const {
+  if (!kxLog_DebugOn()) return;
+  herror_func(0, 0, "%s", ShownName());
+  if (!m_id.empty()) herror_func(0, 0, "ID: %s", HexId().c_str());
+}
+
+void sxPKNamedObj_imp::Sprint(SxStream *out, int indent) const {
+  out->Indent(indent);
+  out->Printf("%s\n", ShownName());
+  if (m_id.empty()) return;
+  out->Indent(indent);
+  out->Printf("ID: %s\n", HexId().c_str());
 }
 
 sxPKNamedObj::sxPKNamedObj(sxPKNamedObj_imp *imp) : sxPKobj(imp) {}
@@ -68,3 +85,7 @@ bool sxPKNamedObj::HasId(const unsigned char *id, int idLen) const {
   return NamedImp()->HasId(id, idLen);
 }
 void sxPKNamedObj::Herror() const { NamedImp()->Herror(); }
+void sxPKNamedObj::Sprint(SxStream *out, int indent) const {
+  if (out != nullptr) NamedImp()->Sprint(out, indent);
+}
+void sxPKNamedObj::Fprint(FILE *out, int indent) const { sxFprintOf(*this, out, indent); }

@@ -4,11 +4,13 @@
 #define KXCERT_SRC_TRUST_SXPKNAMEDOBJ_IMP_H_
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "kxcert/foundation/sxPKobj_imp.h"
 
 class sxDN;
+class SxStream;
 
 class sxPKNamedObj_imp : public sxPKobj_imp {
  public:
@@ -22,8 +24,13 @@ class sxPKNamedObj_imp : public sxPKobj_imp {
   int Purpose() const { return m_purpose; }
   bool HasId(const unsigned char *id, int idLen) const;
   void Herror() const;
+  /// Overridden by each kind, which calls this one first.
+  virtual void Sprint(SxStream *out, int indent) const;
 
  private:
+  const char *ShownName() const;     // never null
+  std::string HexId() const;
+
   std::unique_ptr<char[]> m_name;    // null, or ends in NUL
   const std::vector<unsigned char> m_id;
   const int m_purpose;

@@ -25,6 +25,7 @@ class sxRootCA_imp : public sxPKNamedObj_imp {
 
   const sxDN *DN() const override { return m_cert.get() != nullptr ? m_cert.get()->Subject() : nullptr; }
   sxCert *CertBySignee(const sxCert *cert) const;
+  void Sprint(SxStream *out, int indent) const override;
 
   const SharedRef<sxCert> m_cert;
   std::unique_ptr<sxCerts> m_additionalCerts;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "foundation/textOutput.h"
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCRL.h"
@@ -59,6 +60,9 @@ int sxcert_black_list::AddFromString(const sxString &hex) {
 
 bool sxcert_black_list::IsExist(const sxCert &cert) const { return m_imp->IsEntryExist(cert); }
 int sxcert_black_list::Size() const { return m_imp->GetSize(); }
+void sxcert_black_list::Sprint(SxStream *out, int indent) const { m_imp->Sprint(out, indent); }
+void sxcert_black_list::Fprint(FILE *out, int indent) const { sxFprintOf(*this, out, indent); }
+void sxcert_black_list::Herror() const { sxHerrorOf(*this, 0); }
 int sxcert_black_list::Diff(const sxcert_black_list *, const sxcert_black_list *) { return 0; }
 
 int sxcert_black_list::save(sxcert_black_list *list) { return list != nullptr ? ++list->m_imp->m_refCount : -2; }

@@ -4,9 +4,11 @@
 #include <ctime>
 #include <string>
 
+#include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/platform/textStream.h"
 #include "support/derOctets.h"
+#include "support/printed.h"
 #include "support/runCommand.h"
 #include "support/scopedEnv.h"
 #include "support/tempDir.h"
@@ -44,6 +46,33 @@ TEST_F(CrlPrint, PrintsWhatItHolds) {
       "Signature Algorithm: ECDSA with SHA-384\n"
       "Revoked Certificates: 0\n",
       Printed(TestCrl(0), 0));
+}
+
+TEST_F(CrlPrint, ObjectsPrintTheirExtensionsAndReasonsAsWell) {
+  // Serials 5, key compromise, and 6; only for CA certificates and for the reasons 1, 2 and 8.
+  const Octets der = TestCrlOf(
+      "30200201 05 170d3330303130313030303030305a 300c 300a0603551d15 0403 0a0101"
+      "30120201 06 170d3330303130313030303030305a",
+      "300b0603551d14 0404 02021000 30140603551d1c 0101ff 040a 3008 8201ff 8303 076080");
+  const sxCRL crl(der.data(), static_cast<unsigned>(der.size()));
+  EXPECT_EQ(
+      "\tX509 CRL Version 2\n"
+      "\tUnhandled critical extension 2.5.29.28\n"
+      "\tIssuer: CN=ca\n"
+      "\tThis update: Tue Jan  1 00:00:00 2030 Local Time\n"
+      "\tSignature Algorithm: ECDSA with SHA-384\n"
+      "\tCRL Number: 1000\n"
+      "\tCritical:\n"
+      "\tIssuing Distribution Point:\n"
+      "\t\tOnly CA certificates\n"
+      "\t\tOnly some reasons\n"
+      "\tRevoked for these reasons only: keyCompromise cACompromise aACompromise\n"
+      "\tRevoked Certificates: 2\n"
+      "\t\tSerial Number: 05 Revoked: Tue Jan  1 00:00:00 2030 Local Time Reason: keyCompromise\n"
+      "\t\tSerial Number: 06 Revoked: Tue Jan  1 00:00:00 2030 Local Time\n",
+      Sprinted(crl, 1));
+  EXPECT_EQ(Sprinted(crl, 1), Fprinted(crl, 1));
+  EXPECT_EQ("Error: Empty data\n", Sprinted(sxCRL(nullptr, 0), 0));
 }
 
 TEST_F(CrlPrint, ListsAHundredEntriesAndCountsTheRest) {

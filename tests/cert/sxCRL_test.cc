@@ -6,6 +6,8 @@
 #include <random>
 
 #include "kxcert/asn1/sxAsnOid.h"
+#include "kxcert/cert/sxExtensions.h"
+#include "kxcert/foundation/kxBinBuf.h"
 #include "support/hexOctets.h"
 #include "support/testCrl.h"
 
@@ -81,6 +83,44 @@ TEST(sxCRL, DecodesItsEntries) {
   sxCRL_Free(crl);
   for (int len = 0; len < LenOf(der); ++len) ASSERT_EQ(nullptr, sxCRL_Decode(der.data(), len)) << len;
   EXPECT_EQ(nullptr, sxCRL_Decode(nullptr, 1));
+}
+
+constexpr char kNumber[] = "300b0603551d14 0404 02021000";
+constexpr char kKeyId[] = "300d0603551d23 0406 30048002abcd";
+constexpr char kScope[] = "300f0603551d1c 0101ff 0405 30038201ff";
+constexpr char kAdvisoryScope[] = "300c0603551d1c 0405 30038201ff";
+constexpr char kRelativeScope[] = "30100603551d1c 0101ff 0406 3004a002a100";
+constexpr char kUnknown[] = "3009 06022a03 0101ff 0400";
+
+TEST(sxCRL, KeepsItsExtensionsAndLeavesAScopeUnhandled) {
+  const struct {
+    const char *what;
+    std::string extensions;
+    const char *unhandled;
+    bool hasRest, hasScope;
+  } kCases[] = {
+      {"none", "", "", false, false},
+      {"number and key identifier", std::string(kNumber) + kKeyId, "", true, false},
+      {"a scope", std::string(kNumber) + kScope + kKeyId, "551d1c", true, true},
+      {"one that is not critical", std::string(kKeyId) + kAdvisoryScope + kNumber, "", true, true},
+      {"one that is not understood", kRelativeScope, "551d1c", false, false},
+      {"behind an unknown one", std::string(kUnknown) + kScope + kNumber + kKeyId, "2a03", true, true},
+  };
+  for (const auto &c : kCases) {
+    SCOPED_TRACE(c.what);
+    const Octets der = TestCrlOf("", c.extensions.c_str());
+    const sxCRL crl(der.data(), static_cast<unsigned>(der.size()));
+    ASSERT_EQ(1, crl.OK());
+    const sxAsnOid *oid = crl.UnhandledCritExt();
+    EXPECT_EQ(DecodeHex(c.unhandled), oid == nullptr ? Octets() : Octets(oid->Data(), oid->Data() + oid->Len()));
+    ASSERT_EQ(c.hasRest, crl.Number() != nullptr && crl.AuthorityKeyId() != nullptr);
+    ASSERT_EQ(c.hasScope, crl.IssuingDP() != nullptr);
+    if (c.hasRest) {
+      EXPECT_EQ(0x1000, crl.Number()->GetShortVal());
+      EXPECT_EQ(0xAB, crl.AuthorityKeyId()->KIdBuf().Data()[0]);
+    }
+    EXPECT_TRUE(!c.hasScope || crl.IssuingDP()->OnlyCACerts());
+  }
 }
 
 TEST(sxCRL, NamesACriticalExtensionOfAnEntry) {

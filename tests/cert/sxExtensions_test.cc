@@ -267,14 +267,17 @@ TEST(sxIssuingDP, KeepsEachFlagByItself) {
 
 TEST(sxExtension, CopiesAreOfTheirKindAndDeep) {
   sxExtension copy = sxKeyUsage(1);
+  sxExtKeyUsage other;
   {
     sxExtKeyUsage usage;
     usage.Add(sxASN_id_kp_serverAuth);
     copy = usage;
+    other.Set(usage);
     usage.Add(sxASN_id_kp_clientAuth);
   }
   EXPECT_STREQ("Extended Key Usage", copy.ExtName());
   EXPECT_EQ("Extended Key Usage: serverAuth\n", Sprinted(copy, 0));
+  EXPECT_TRUE(other.Has(sxEKU_serverAuth) && !other.Has(sxEKU_clientAuth));
   copy = *&copy;
   EXPECT_EQ("Extended Key Usage: serverAuth\n", Sprinted(copy, 0));
 }

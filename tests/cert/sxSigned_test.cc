@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "cert/signatureMemory.h"
+#include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/signatureCache.h"
 #include "kxcert/cert/sxCert.h"
@@ -112,6 +113,31 @@ TEST_F(sxSignedTest, SaysWhyItCannotVerify) {
   EXPECT_EQ(kKeyNotUsable, sxCert(nullptr, 0).VerifySig(pss->PubKey()));
   const unsigned char octets[] = {0x30, 0x00};
   EXPECT_EQ(kKeyBadInput, sxCert(octets, sizeof octets).VerifySig(pss->PubKey()));
+}
+
+// Cut in segments in any way the octets of a signature are the same, those of the certificate are not.
+TEST_F(sxSignedTest, RefusesASignatureInSegments) {
+  const TestCert made("CN=a", nullptr);
+  const Octets all = DerOf(*made.Get());
+  sxASN_Signed tree;
+  ASSERT_EQ(0, sxASN_DecodeBuf(tree, Chars(all), LenOf(all)));
+  const Octets bits(all.end() - tree.signature->Len() - 1, all.end());
+  const Octets before(all.begin() + (all[1] == 0x81 ? 3 : 4), all.end() - LenOf(bits) - 2);
+  ASSERT_EQ(all, Der(0x30, {before, Der(0x03, bits)}));
+  const Octets half(bits.begin(), bits.begin() + 9);
+  const Octets rest = Joined({{0}, Octets(bits.begin() + 9, bits.end())});
+  const struct { Octets signature; int rc; } kCases[] = {
+      {Der(0x03, bits), 0}, {Der(0x23, Der(0x03, bits)), kKeyLenMismatch},
+      {Der(0x23, {Der(0x03, half), Der(0x03, rest)}), kKeyLenMismatch},
+      {Indefinite(0x23, Der(0x03, bits)), kKeyLenMismatch},
+  };
+  for (const auto &c : kCases) {
+    for (const Octets &der : {Der(0x30, {before, c.signature}), Indefinite(0x30, Joined({before, c.signature}))}) {
+      const CertRef cert = Decoded(der);
+      ASSERT_NE(nullptr, cert);
+      EXPECT_EQ(c.rc, cert->VerifySig(made.Get()->PubKey()));
+    }
+  }
 }
 
 TEST_F(sxSignedTest, KeepsItsErrorAndItsExtension) {

@@ -7,10 +7,26 @@ setup_file() {
     # Lengths stay as they are: an escape sequence and a line of its own in the alternative name.
     der_of evil.pem | LC_ALL=C sed 's/xESCx/\x1b[2J\x0a/' >evil.der
     der_of "$chain/leaf.pem" >leaf.der
+    # A negative serial, a signature and extensions without a name here; a CRL with a scope.
+    openssl req -x509 -newkey rsa:2048 -nodes -keyout odd.key -out odd.pem -subj /CN=odd -set_serial -0x80 \
+      -sigopt rsa_padding_mode:pss -addext 1.2.3.4=critical,DER:040100 -addext certificatePolicies=1.2.3
+    openssl req -x509 -newkey ed25519 -nodes -keyout ed.key -out ed.pem -subj /CN=ed
+    cat >>evil.cnf <<'CNF'
+[scoped]
+authorityKeyIdentifier = keyid:always
+issuingDistributionPoint = critical, @scope
+freshestCRL = URI:http://delta.example/
+[scope]
+onlysomereasons = keyCompromise, superseded
+CNF
     printf '{ASN}%s\n' "$(python3 -c 'import sys; print(open("leaf.der","rb").read()[::-1].hex())')" >leaf.asn
     printf 'R\t350101000000Z\t260101000000Z\tABCD\tunknown\t/CN=x\n' >evil.index
     openssl ca -config evil.cnf -gencrl -crldays 30 -cert evil.pem -keyfile evil.key -out evil.crl
     openssl crl -in evil.crl -outform DER -out evil.crl.der
+    printf 'R\t350101000000Z\t260101000000Z,superseded\tABCD\tunknown\t/CN=x\n' >evil.index
+    echo 1000 >number
+    sed -i 's/^\[c\]/&\ncrlnumber = number/' evil.cnf
+    openssl ca -config evil.cnf -gencrl -crlexts scoped -crldays 30 -cert evil.pem -keyfile evil.key -out scoped.crl
     { echo 'Some text'; cat "$chain/leaf.pem"; echo 'between'; cat evil.crl "$chain/root.pem"; echo 'the end'; } >mixed.pem
     { cat "$chain/leaf.pem" evil.key; printf '%s\n' '-----BEGIN CERTIFICATE-----' 'AAAA*' '-----END CERTIFICATE-----'
       sed 's/$/\r/' "$chain/root.pem"; sed '$d' "$chain/root.pem"; } >broken.pem
@@ -45,6 +61,39 @@ setup() {
   point=$(openssl x509 -in "$chain/leaf.pem" -noout -pubkey | openssl pkey -pubin -outform DER |
     python3 -c 'import sys; print(sys.stdin.buffer.read()[-65:].hex(" "))')
   [[ $(tr -d '\t\n' <<<"$output") == *"$point"* ]]
+}
+
+@test "cert print: fingerprints, and what has no name here" {
+  run -0 "$KXCERT" cert print odd.pem
+  [[ $output == *'Serial Number, negative: -80'*'Signature Algorithm OID: 1.2.840.113549.1.1.10'* ]]
+  [[ $output == *$'Critical extension 1.2.3.4:\n\t04 01 00 \n\tExtension 2.5.29.32:\n\t30 06 30 04 '* ]]
+  whole=$(openssl x509 -in odd.pem -outform DER | sha256sum)
+  key=$(openssl x509 -in odd.pem -noout -pubkey | openssl pkey -pubin -outform DER | sha256sum)
+  [[ $output == *"SHA-256 of the certificate: ${whole%% *}"*"SHA-256 of the SubjectPublicKeyInfo: ${key%% *}" ]]
+  run -0 "$KXCERT" cert print --json odd.pem
+  [ "$(json '[d["objects"][0][k] for k in ("serial", "signatureOid", "spkiSha256")]')" = \
+    "['-80', '1.2.840.113549.1.1.10', '${key%% *}']" ]
+  echo -80 >list
+  run -1 "$KXCERT" chain verify --trust odd.pem --blacklist list odd.pem
+  run -3 "$KXCERT" cert print ed.pem
+  [[ $output == *'Not RSA key (1.3.101.112)'* ]]
+}
+
+@test "cert print: a CRL by level, its extensions and reasons" {
+  run -0 "$KXCERT" cert print --level brief scoped.crl
+  [[ ${#lines[@]} -eq 3 && ${lines[2]} == *'Revoked Certificates: 1' ]]
+  run -0 "$KXCERT" cert print scoped.crl
+  [[ $output == *'Unhandled critical extension 2.5.29.28'*'CRL Number: 1000'*'Key Id: '*'Only some reasons'* ]]
+  [[ $output == *'reasons only: keyCompromise superseded'*'abcd Revoked: '*' Reason: superseded'*'Extension 2.5.29.46:'* ]]
+  [[ $output != *'Extension 2.5.29.20'* ]]
+  run -0 "$KXCERT" cert print --json scoped.crl
+  [ "$(json 'd["objects"][0]["number"], d["objects"][0]["issuingDistributionPoint"]["onlySomeReasons"]')" = "('1000', True)" ]
+}
+
+@test "cert print: a file of markers is read in a time that its length justifies" {
+  yes -- '-----BEGIN A-----' | head -100000 >markers
+  run -3 timeout 60 bash -c '"$0" cert print markers 2>&1 | tail -1; exit ${PIPESTATUS[0]}' "$KXCERT"
+  [[ $output == *'line 100000: the PEM block has no end' ]]
 }
 
 @test "cert print: every block of a PEM file, text around them" {

@@ -5,6 +5,8 @@
 
 #include <memory>
 
+#include "support/hexOctets.h"
+
 namespace {
 
 template <auto Fn>
@@ -53,4 +55,13 @@ Octets TestCrl(int numEntries, bool criticalEntries) {
   const Octets octets(der, der + len);
   OPENSSL_free(der);
   return octets;
+}
+
+Octets TestCrlOf(const char *entries, const char *extensions) {
+  const Octets algorithm = DecodeHex("300a06082a8648ce3d040303");
+  Octets body = Joined({DecodeHex("020101"), algorithm, NameOf({Ava(kCN, kUtf8, Text("ca"))}),
+                        Der(0x17, Text("300101000000Z"))});
+  if (*entries != '\0') body = Joined({body, Der(0x30, DecodeHex(entries))});
+  if (*extensions != '\0') body = Joined({body, Der(0xA0, Der(0x30, DecodeHex(extensions)))});
+  return Der(0x30, {Der(0x30, body), algorithm, DecodeHex("030100")});
 }

@@ -10,4 +10,8 @@
 /// @param criticalEntries  each entry has a critical certificateIssuer (2.5.29.29)
 Octets TestCrl(int numEntries, bool criticalEntries = false);
 
+/// The DER of a CRL of CN=ca of 2030-01-01 with these revokedCertificates and crlExtensions, each the
+/// hexadecimal of what stands in the SEQUENCE OF; "" for none. Its signature is none.
+Octets TestCrlOf(const char *entries, const char *extensions);
+
 #endif

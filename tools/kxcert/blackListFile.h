@@ -15,9 +15,10 @@ struct FreeBlackList {
 };
 using BlackListRef = std::unique_ptr<sxcert_black_list, FreeBlackList>;
 
-/// Hexadecimal serial numbers, of either case, also with colons between octets; empty lines and lines
-/// that begin with # are passed over. A line that is none of these is a problem; the others count.
-/// @return null when the file cannot be read (a problem)
+/// Hexadecimal serial numbers, of either case, also with colons between octets, negative ones behind a
+/// sign; empty lines and lines that begin with # are passed over. Every line that is none of these is a
+/// problem: a list that lacks what its author meant decides nothing.
+/// @return null when the file or one of its lines cannot be read
 BlackListRef ReadBlackList(const std::string &path, Report &report);
 
 #endif

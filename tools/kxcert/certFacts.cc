@@ -1,5 +1,9 @@
 #include "certFacts.h"
 
+#include <algorithm>
+
+#include "kxcert/asn1/sxAsnInt.h"
+#include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -42,10 +46,31 @@ std::string NameText(const sxDN *dn) {
   return *text == '\0' ? "(empty name)" : VisibleLine(text);
 }
 
+void Negate(std::vector<unsigned char> &octets) {
+  unsigned carry = 1;
+  for (auto octet = octets.rbegin(); octet != octets.rend(); ++octet) {
+    carry += static_cast<unsigned char>(~*octet);
+    *octet = static_cast<unsigned char>(carry);
+    carry >>= 8;
+  }
+}
+
+bool IsNegative(const sxAsnInt &number) {
+  return number.IsBig() ? number.BigOctets().Data()[0] >= 0x80 : number.GetShortVal() < 0;
+}
+
+std::string NumberText(const sxAsnInt &number) {
+  kxBinBuf octets;
+  if (AsnInt2BinBuf(&number, octets) != 0) return "(none)";
+  if (!IsNegative(number)) return HexOf(octets.Data(), octets.Len());
+  std::vector<unsigned char> magnitude(octets.Data(), octets.Data() + octets.Len());
+  Negate(magnitude);
+  magnitude.erase(magnitude.begin(), std::find_if(magnitude.begin(), magnitude.end() - 1, [](int o) { return o != 0; }));
+  return "-" + HexOf(magnitude.data(), magnitude.size());
+}
+
 std::string SerialText(const sxCert &cert) {
-  int len = 0;
-  const unsigned char *octets = cert.SerialNum(len);
-  return octets == nullptr || len <= 0 ? "(none)" : HexOf(octets, static_cast<size_t>(len));
+  return cert.SerialNum() == nullptr ? "(none)" : NumberText(*cert.SerialNum());
 }
 
 std::string KeyText(const sxCert &cert) {

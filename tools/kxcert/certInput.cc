@@ -9,6 +9,7 @@
 #include "input.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "report.h"
+#include "unknownParts.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ void ReadBlock(const Block &block, Report &report, std::vector<FoundCert> &certs
   }
   CertRef cert = MakeCert(block);
   if (cert->OK() != 1) {
-    report.Problem(kExitInputError, block.where, std::string("not a usable certificate: ") + cert->Error().getstr());
+    report.Problem(kExitInputError, block.where, "not a usable certificate: " + WhyNotUsable(*cert));
     return;
   }
   certs.push_back({std::move(cert), block.where});
@@ -77,6 +78,16 @@ BlockKind KindOf(const Block &block) {
 
 CertRef MakeCert(const Block &block) {
   return CertRef(new sxCert(block.der.data(), static_cast<unsigned int>(block.der.size())));
+}
+
+std::string WhyNotUsable(const sxCert &cert) {
+  const std::string error = cert.Error().getstr();
+  sxASN_Certificate tree;
+  if (error.find("key") == std::string::npos || cert.GetBuf() == nullptr ||
+      sxASN_DecodeBuf(tree, reinterpret_cast<const char *>(cert.GetBuf()), static_cast<int>(cert.BufLen())) != 0) {
+    return error;
+  }
+  return error + " (" + AlgorithmText(*tree.tbsCertificate->subjectPublicKeyInfo->algorithm) + ")";
 }
 
 std::vector<FoundCert> ReadCerts(const std::string &path, Report &report) {

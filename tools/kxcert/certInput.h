@@ -29,6 +29,9 @@ BlockKind KindOf(const Block &block);
 /// A new certificate, OK or not.
 CertRef MakeCert(const Block &block);
 
+/// The error of a certificate that is not OK; when it is the key's, with the algorithm.
+std::string WhyNotUsable(const sxCert &cert);
+
 /// Every certificate of one file. What else is in the file is a note; what cannot be read, or a file
 /// without certificates, is a problem.
 std::vector<FoundCert> ReadCerts(const std::string &path, Report &report);

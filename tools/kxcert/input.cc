@@ -114,9 +114,10 @@ void SplitPem(std::string_view text, Input &input) {
     size_t end = std::string_view::npos;
     if (labelEnd != std::string_view::npos) {
       block.label = header.substr(kBegin.size(), labelEnd - kBegin.size());
-      end = FindLine(text, std::string(kEnd) + block.label + std::string(kDashes), begin);
+      // Not beyond the next block: blocks without an end would each search all that follows them.
+      end = FindLine(text.substr(0, next), std::string(kEnd) + block.label + std::string(kDashes), begin);
     }
-    if (end == std::string_view::npos || end > next) {
+    if (end == std::string_view::npos) {
       block.error = "the PEM block has no end";
     } else {
       const size_t body = begin + header.size();

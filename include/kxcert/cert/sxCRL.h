@@ -18,6 +18,9 @@
 class sxCert;
 class sxCRL_Encoder_imp;
 class sxCRL_imp;
+class sxExtensionsList;
+class sxExtKeyID;
+class sxIssuingDP;
 
 struct sxRevokedEntry {
   sxAsnInt serial;
@@ -35,6 +38,14 @@ class KXCERT_EXPORT sxCRL : public sxSigned {
   /// The entry after @p prev in the order of addition, the first one for null; null after the last.
   /// Lent until a change.
   const sxRevokedEntry *NextEntry(const sxRevokedEntry *prev) const;
+
+  /// The extensions of the list that are understood, in order, also behind one that is not. All lent.
+  /// A critical issuing distribution point is among them and is UnhandledCritExt() all the same: nothing
+  /// here compares a CRL's scope with a certificate, so whoever judges by the CRL has to refuse it.
+  const sxExtensionsList &Extensions() const;
+  const sxIssuingDP *IssuingDP() const;                        ///< null when absent or not decodable
+  const sxExtKeyID *AuthorityKeyId() const;                    ///< likewise
+  const sxAsnInt *Number() const;                              ///< cRLNumber (RFC 5280, 5.2.3); likewise
 
  private:
   sxCRL_imp *Imp() const;

@@ -4,6 +4,10 @@
 /// Shared and counted; see sxSigned.h. Everything is extracted when the certificate is built, its key
 /// included, so that a certificate that is OK answers every question from any thread.
 ///
+/// OK means that it decoded, has a validity and a key that can be used; it is no judgement. Whether the
+/// version fits the fields, the times can be read, the algorithm is known, and the one that is signed
+/// equals the one outside (RFC 5280, 4.1.1.2) is not asked.
+///
 ///   Certificate ::= SEQUENCE { tbsCertificate, signatureAlgorithm, signature }
 #ifndef KXCERT_CERT_SXCERT_H_
 #define KXCERT_CERT_SXCERT_H_
@@ -29,16 +33,19 @@ class KXCERT_EXPORT sxCert : public sxSigned {
  public:
   sxCert(const unsigned char *buf, unsigned int len);   ///< DER or strict PEM; see OK()
 
-  int Version() const;                             ///< 1, 2 or 3
+  int Version() const;                             ///< the INTEGER plus 1 in 32 bits, whatever it is; 1 without
   const sxAsnInt *SerialNum() const;               ///< lent
-  const unsigned char *SerialNum(int &len) const;  ///< lent: the serial's octets
+  const unsigned char *SerialNum(int &len) const;  ///< lent: the serial's octets as AsnInt2Buf gives them
   const sxDN *Issuer() const;                      ///< lent; null only when not OK
   const sxDN *Subject() const;
-  int notBefore() const;                           ///< seconds since 1970-01-01 00:00 UTC
-  int notAfter() const;
-  int signatureSignAlgorithm() const;              ///< 0 RSA, 2 DSA, 3 ECDSA
-  int signatureHashAlgorithm() const;              ///< sx_md_type; 3 for an unknown algorithm
-  sxPubKey *PubKey() const;                        ///< lent
+  /// Seconds since 1970-01-01 00:00 UTC, made as certFormats.h says: -1 for a text of another form and for
+  /// what 32 bits do not hold, also for the one second before 1970; 2038-01-01 for every later day; fields
+  /// beyond their range carry over (30 February is 1 or 2 March).
+  int notBefore() const;
+  int notAfter() const;                            ///< likewise
+  int signatureSignAlgorithm() const;              ///< of the outer field: 0 RSA, 2 DSA, 3 ECDSA; -1 unknown
+  int signatureHashAlgorithm() const;              ///< likewise: sx_md_type; 3 unknown, or none named
+  sxPubKey *PubKey() const;                        ///< lent; null only when not OK
 
   const sxExtensionsList &Extensions() const;
   const sxExtension *GetExt(const sxAsnOid *oid) const;   ///< lent; null when absent

@@ -50,6 +50,8 @@ class KXCERT_EXPORT sxCerts {
   void Swap(sxCerts &other) noexcept;              ///< exchanges the members
   sxCert *GetBySubjectDN(const sxDN &dn) const;    ///< lent; the first one, or null
 
+  /// Unlike other lists an empty one says that it is: "0 certificates".
+  void Sprint(SxStream *out, const char *title, sxCertHerrorDetails details, int indent) const;
   void Fprint(FILE *out, const char *title, sxCertHerrorDetails details, int indent) const;
   void Herror(const char *title, sxCertHerrorDetails details) const;
 

@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 #include "kxcert/platform/export.h"
 
@@ -20,6 +21,7 @@ class sxASN_AttributeValue;
 class sxASN_RDNSequence;
 class sxAsnOid;
 class sxDN_imp;
+class SxStream;
 
 class KXCERT_EXPORT sxDN {
  public:
@@ -63,6 +65,9 @@ class KXCERT_EXPORT sxDN {
   /// Equal names have equal hashes; the same on every target. 0 without a name.
   uint64_t Hash() const;
 
+  void Sprint(SxStream *out, int indent) const;    ///< one line: GetStr(), or "<no name>"
+  void Fprint(FILE *out, int indent) const;        ///< null: standard output
+  void Herror() const;                             ///< the same text to the debug log
   sxDN_imp *GetP() const { return m_imp; }         ///< the library's own use
 
  private:

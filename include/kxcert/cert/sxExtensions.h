@@ -53,13 +53,15 @@ enum sxExtKeyUsageType : int {
 enum sxKeyIdType : int { sxKeyId_subject = 0, sxKeyId_authority = 1 };
 enum e_DeviceDataType : int { e_DeviceId = 0, e_DeviceType = 1, e_DeviceName = 2 };
 
-/// Handle of any extension; the kinds below add their own questions and no data.
+/// Handle of any extension; the kinds below add their own questions and no data. Set makes this object a
+/// deep copy of the other one; each kind takes its own.
 class KXCERT_EXPORT sxExtension {
  public:
   explicit sxExtension(sxExtension_imp *imp) : m_imp(imp) {}   ///< adopts; never null
   sxExtension(const sxExtension &other);
   sxExtension &operator=(const sxExtension &other);
   ~sxExtension();
+  void Set(const sxExtension &other) { *this = other; }
 
   const char *ExtName() const;
   void Herror() const;
@@ -80,6 +82,7 @@ class KXCERT_EXPORT sxExtension {
 class KXCERT_EXPORT sxBasicConstraint : public sxExtension {
  public:
   sxBasicConstraint(bool isCA, int pathLen);                   ///< a negative pathLen: absent
+  void Set(const sxBasicConstraint &other) { *this = other; }
   bool IsCA() const;
   int PathLen() const;                                         ///< -1 when absent
 
@@ -91,6 +94,7 @@ class KXCERT_EXPORT sxBasicConstraint : public sxExtension {
 class KXCERT_EXPORT sxKeyUsage : public sxExtension {
  public:
   explicit sxKeyUsage(unsigned int bits);                      ///< bit n of the number is keyUsage bit n
+  void Set(const sxKeyUsage &other) { *this = other; }
   unsigned int KeyUsageBits() const;
   static const char *KeyusageStr(int bit);                     ///< bits 0 to 8 only, not tested
 
@@ -102,6 +106,7 @@ class KXCERT_EXPORT sxKeyUsage : public sxExtension {
 class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
  public:
   sxExtKeyUsage();
+  void Set(const sxExtKeyUsage &other) { *this = other; }
   int Count() const;
   sxExtKeyUsageType Purpose(int i) const;                      ///< sxEKU_bad for unknown ones
   bool Has(sxExtKeyUsageType purpose) const;
@@ -119,6 +124,7 @@ class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
 class KXCERT_EXPORT sxExtGN : public sxExtension {
  public:
   sxExtGN(const char *extName, const sxGeneralNames &names);   ///< extName: one of the two below, lent
+  void Set(const sxExtGN &other) { *this = other; }
   const sxGeneralNames &Names() const;
 
  private:
@@ -133,6 +139,7 @@ class KXCERT_EXPORT sxExtKeyID : public sxExtension {
  public:
   sxExtKeyID(sxKeyIdType type, const kxBinBuf &keyId);
   sxExtKeyID(const kxBinBuf &keyId, const sxGeneralNames &issuer, const sxAsnInt *serial);
+  void Set(const sxExtKeyID &other) { *this = other; }
   sxKeyIdType KIdType() const;
   const kxBinBuf &KIdBuf() const;                              ///< empty when absent
   const sxGeneralNames &KIdGNs() const;                        ///< empty when absent
@@ -146,6 +153,7 @@ class KXCERT_EXPORT sxExtKeyID : public sxExtension {
 class KXCERT_EXPORT sxAuthorityInfoAccess : public sxExtension {
  public:
   sxAuthorityInfoAccess();
+  void Set(const sxAuthorityInfoAccess &other) { *this = other; }
   int Count() const;
   const sxAsnOid *Method(int i) const;                         ///< lent until Add; null out of range
   /// The locations, one for each method, in order.
@@ -161,6 +169,7 @@ class KXCERT_EXPORT sxAuthorityInfoAccess : public sxExtension {
 class KXCERT_EXPORT sxExtDeviceData : public sxExtension {
  public:
   sxExtDeviceData(e_DeviceDataType type, const char *text);
+  void Set(const sxExtDeviceData &other) { *this = other; }
   e_DeviceDataType Type() const;
   const sxAsnUTF8String *getAsAsn1Utf8String() const;          ///< lent
 
@@ -173,12 +182,14 @@ class KXCERT_EXPORT sxExtDeviceData : public sxExtension {
 class KXCERT_EXPORT sxIssuingDP : public sxExtension {
  public:
   explicit sxIssuingDP(const sxGeneralNames &fullName);
+  void Set(const sxIssuingDP &other) { *this = other; }
   const sxGeneralNames &FullName() const;
   bool OnlyUserCerts() const;
   bool OnlyCACerts() const;
   bool OnlyAttributeCerts() const;
   bool IndirectCRL() const;
   bool HasOnlySomeReasons() const;                             ///< the CRL covers some reasons only
+  unsigned int SomeReasons() const;                            ///< these: bit n is ReasonFlags bit n; else 0
 
  private:
   friend class sxIssuingDP_imp;

@@ -6,6 +6,8 @@
 #ifndef KXCERT_CERT_SXSIGNED_H_
 #define KXCERT_CERT_SXSIGNED_H_
 
+#include <cstdio>
+
 #include "kxcert/foundation/sxPKobj.h"
 #include "kxcert/foundation/sxString.h"
 
@@ -13,6 +15,7 @@ class sxAsnOid;
 class sxAsnType;
 class sxPubKey;
 class sxSigned_imp;
+class SxStream;
 
 class KXCERT_EXPORT sxSigned : public sxPKobj {
  public:
@@ -30,6 +33,11 @@ class KXCERT_EXPORT sxSigned : public sxPKobj {
   int VerifySig(sxPubKey *key) const;
   /// Decodes the object's octets, DER or PEM, as that type. @return 0, or -1 with Error() set
   int DecodeBuf(sxAsnType &value);
+
+  /// What it is: a certificate or CRL in full, of others the length; "Error: " and why when it is not OK.
+  void Sprint(SxStream *out, int indent) const;
+  void Fprint(FILE *out, int indent) const;        ///< null: standard output
+  void Herror() const;                             ///< the same text to the debug log
 
  protected:
   sxSigned_imp *Imp() const;

@@ -25,6 +25,8 @@ class KXCERT_EXPORT sxPKobj {
   static int Lock();                                   ///< always 0: a failure is reported and survived
   static int Unlock();
 
+  sxPKobj_imp *GetP() const { return m_imp; }          ///< the library's own use; lent, may be null
+
  protected:
   sxPKobj_imp *m_imp;                                  // owned, may be null
 };

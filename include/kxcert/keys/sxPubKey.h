@@ -11,12 +11,15 @@
 #ifndef KXCERT_KEYS_SXPUBKEY_H_
 #define KXCERT_KEYS_SXPUBKEY_H_
 
+#include <cstdio>
+
 #include "kxcert/foundation/sxPKobj.h"
 #include "kxcert/keys/keyCodes.h"
 #include "kxcert/platform/digest.h"
 #include "kxcert/platform/eventEnv.h"
 
 class sxPubKey_imp_vc;
+class SxStream;
 
 constexpr int kPublicKeyHashLen = 32;
 
@@ -68,6 +71,10 @@ class KXCERT_EXPORT sxPubKey : public sxPKobj {
   int Remove();
   const char *ClassName() const;
   void Herror() const;                             ///< the public parts to the debug log
+  /// Algorithm, size, whether there is a private part, and the public octets (sxPK_public); of a key that
+  /// is not OK only that. The parts one by one, as Herror writes them, are each kind's own.
+  void Sprint(SxStream *out, int indent) const;
+  void Fprint(FILE *out, int indent) const;        ///< null: standard output
 
   /// SHA-256 over the octet algorithm() and the public octets (sxPK_public). The same for equal keys,
   /// in every process. Made at the first call, from any thread.

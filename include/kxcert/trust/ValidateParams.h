@@ -3,9 +3,12 @@
 #ifndef KXCERT_TRUST_VALIDATEPARAMS_H_
 #define KXCERT_TRUST_VALIDATEPARAMS_H_
 
+#include <cstdio>
+
 #include "kxcert/platform/export.h"
 
 class sxcert_black_list;
+class SxStream;
 class ValidateParams_imp;
 
 constexpr int kGraceDefault = -1;   ///< start: the process-wide period; end: none
@@ -46,6 +49,10 @@ class KXCERT_EXPORT ValidateParams {
   /// Stores the pointer and calls sxcert_black_list::save on it. Nothing here frees it again: the
   /// caller does, when no parameters carry it any more.
   void Set_BlackList(sxcert_black_list *list);
+
+  void Sprint(SxStream *out, int indent) const;
+  void Fprint(FILE *out, int indent) const;       ///< null: standard output
+  void Herror() const;                            ///< the same text to the debug log
 
  private:
   ValidateParams_imp *m_imp;                      // owned, never null

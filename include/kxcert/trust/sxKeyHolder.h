@@ -12,6 +12,8 @@
 #ifndef KXCERT_TRUST_SXKEYHOLDER_H_
 #define KXCERT_TRUST_SXKEYHOLDER_H_
 
+#include <cstdio>
+
 #include "kxcert/foundation/sxPKobj.h"
 
 class sxCert;
@@ -22,6 +24,7 @@ class sxDN;
 class sxKeyHolder_imp;
 class sxRootCA;
 class sxRootCA_iterator;
+class SxStream;
 
 /// Why a certificate is trusted.
 enum TrustType : int {
@@ -77,6 +80,10 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   bool HasKeys();
   bool HasRootCAs();
   void Herror_Short();                                 ///< the names it holds, to the debug log
+  /// The listed root CAs and the certified keys, each list with a title unless it is empty.
+  void Sprint(SxStream *out, int indent) const;
+  void Fprint(FILE *out, int indent) const;            ///< null: standard output
+  void Herror() const;                                 ///< the same text to the debug log
 
   int IsCertTrustedCA(sxRootCA *ca, const sxCert &cert);       ///< 1: same name, same key; else 0
   int IsSignedByTrustedCA(sxRootCA *ca, const sxCert &cert);   ///< 1: the CA issued and signed it; else 0

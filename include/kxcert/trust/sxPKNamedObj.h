@@ -6,10 +6,13 @@
 #ifndef KXCERT_TRUST_SXPKNAMEDOBJ_H_
 #define KXCERT_TRUST_SXPKNAMEDOBJ_H_
 
+#include <cstdio>
+
 #include "kxcert/foundation/sxPKobj.h"
 
 class sxDN;
 class sxPKNamedObj_imp;
+class SxStream;
 
 class KXCERT_EXPORT sxPKNamedObj : public sxPKobj {
  public:
@@ -24,6 +27,10 @@ class KXCERT_EXPORT sxPKNamedObj : public sxPKobj {
   int Purpose() const;                            ///< as the creator gave it
   /// True when both have that many octets and they are equal. Nothing equals an absent identifier.
   bool HasId(const unsigned char *id, int idLen) const;
+  /// Name and identifier, then what is the object's own: a root's certificate and settings, a certified
+  /// key's chain, root and key.
+  void Sprint(SxStream *out, int indent) const;
+  void Fprint(FILE *out, int indent) const;       ///< null: standard output
   void Herror() const;                            ///< name and identifier to the debug log
 
  private:

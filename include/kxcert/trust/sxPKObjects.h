@@ -8,6 +8,7 @@
 #define KXCERT_TRUST_SXPKOBJECTS_H_
 
 #include <cstdint>
+#include <cstdio>
 
 #include "kxcert/platform/export.h"
 
@@ -17,6 +18,7 @@ class sxPKObjects_imp;
 class sxPKObjects_iterator_imp;
 class sxPKobj;
 class sxRootCA;
+class SxStream;
 
 class KXCERT_EXPORT sxPKObjects {
  public:
@@ -35,6 +37,11 @@ class KXCERT_EXPORT sxPKObjects {
   sxPKobj *Get(int i) const;         ///< lent; null for an empty or no slot
   bool IsInRange(int i) const;       ///< whether there is such a slot, empty or not
   int Count() const;                 ///< occupied slots
+
+  /// Every object in slot order, each as its own kind prints. An empty set writes nothing, no title either.
+  void Sprint(SxStream *out, const char *title, int indent) const;   ///< title null: none
+  void Fprint(FILE *out, const char *title, int indent) const;       ///< out null: standard output
+  void Herror(const char *title) const;
 
   /// The object in the lowest slot that has this hash and matches. Lent; null without an index.
   sxPKobj *Find(uint64_t hash, MatchFunc matches, const void *wanted) const;

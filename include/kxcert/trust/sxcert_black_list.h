@@ -8,12 +8,15 @@
 #ifndef KXCERT_TRUST_SXCERT_BLACK_LIST_H_
 #define KXCERT_TRUST_SXCERT_BLACK_LIST_H_
 
+#include <cstdio>
+
 #include "kxcert/platform/export.h"
 
 class sxAsnInt;
 class sxCert;
 class sxcert_black_list_imp;
 class sxString;
+class SxStream;
 
 class KXCERT_EXPORT sxcert_black_list {
  public:
@@ -27,6 +30,11 @@ class KXCERT_EXPORT sxcert_black_list {
   int AddFromString(const sxString &hex);
   bool IsExist(const sxCert &cert) const;            ///< by its serial number
   int Size() const;
+
+  /// The number of entries and the first hundred of them, as a CRL's.
+  void Sprint(SxStream *out, int indent) const;
+  void Fprint(FILE *out, int indent) const;          ///< null: standard output
+  void Herror() const;                               ///< the same text to the debug log
 
   static int Diff(const sxcert_black_list *a, const sxcert_black_list *b);   ///< always 0, by intent
   static int save(sxcert_black_list *list);          ///< the new count; -2 for null

@@ -1,0 +1,99 @@
+#include "unknownParts.h"
+
+#include <algorithm>
+
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/sxAsnAny.h"
+#include "kxcert/asn1/sxAsnBuf.h"
+#include "kxcert/cert/sxCert.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/algorithms.h"
+#include "kxcert/platform/digest.h"
+#include "kxcert/platform/textStream.h"
+#include "visibleText.h"
+
+namespace {
+
+constexpr int kSha256Len = 32;
+constexpr int kMaxOctetsShown = 4096;   // of one extension; a file may hold megabytes
+constexpr int kVersionTag = 0xA0;
+
+void PrintOctets(const sxASN_Extension &ext, const std::string &title, SxStream *out, int indent) {
+  const int len = ext.extnValue->Len();
+  const int shown = std::min(len, kMaxOctetsShown);
+  kxBinBuf(ext.extnValue->Data(), static_cast<unsigned>(shown)).Sprint(out, title.c_str(), indent);
+  if (shown == len) return;
+  out->Indent(indent);
+  out->Printf("%d more\n", len - shown);
+}
+
+}  // namespace
+
+std::string OidText(const sxAsnOid &oid) {
+  char text[252] = "";
+  static_cast<void>(oid.GetStr(text, sizeof text));   // a longer one ends in "?"
+  return text;
+}
+
+std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm) {
+  const std::string text = OidText(*algorithm.algorithm);
+  const auto *value = algorithm.parameters == nullptr ? nullptr : algorithm.parameters->Value();
+  const auto *raw = dynamic_cast<const sxAsnRawAny *>(value);
+  sxAsnOid oid;
+  if (raw == nullptr || raw->Len() == 0 || raw->Data()[0] != 0x06 ||
+      sxASN_DecodeBuf(oid, reinterpret_cast<const char *>(raw->Data()), raw->Len()) != 0) {
+    return text;
+  }
+  return text + " with " + OidText(oid);
+}
+
+std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm) {
+  const bool isKnown = MdType_By_SignOID(*algorithm.algorithm) != sx_md_unknown;
+  return isKnown ? "" : AlgorithmText(algorithm);
+}
+
+// The list has the extensions that it understood in their order.
+nlohmann::ordered_json PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known,
+                                    const sxAsnOid *alsoKnown, SxStream *out, int indent) {
+  auto facts = nlohmann::ordered_json::array();
+  if (extensions == nullptr) return facts;
+  const sxExtensionsList::ExtItem *item = known.First();
+  for (const sxASN_Extension &ext : *extensions) {
+    if (item != nullptr && item->oid->OidEquiv(*ext.extnID)) {
+      item = item->next;
+      continue;
+    }
+    if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) continue;
+    const std::string oid = OidText(*ext.extnID);
+    const bool critical = ext.critical != nullptr && ext.critical->Value() == 1;
+    PrintOctets(ext, (critical ? "Critical extension " : "Extension ") + oid, out, indent);
+    const int shown = std::min(ext.extnValue->Len(), kMaxOctetsShown);
+    facts.push_back({{"oid", oid},
+                     {"critical", critical},
+                     {"len", ext.extnValue->Len()},
+                     {"octets", HexOf(ext.extnValue->Data(), static_cast<size_t>(shown))}});
+  }
+  return facts;
+}
+
+std::string Sha256Of(const unsigned char *octets, size_t len) {
+  unsigned char digest[kSha256Len];
+  return kx_md_hashbuf(sx_md_sha256, octets, len, digest, kSha256Len) == 0 ? HexOf(digest, kSha256Len) : "";
+}
+
+// RFC 5280, 4.1: the element behind version, serialNumber, signature, issuer, validity and subject.
+std::string SpkiSha256(const sxCert &cert) {
+  constexpr int kBefore = 5;   // and the version, which may be absent
+  sxAsnReadBuf buf;
+  buf.Init(cert.GetBuf(), static_cast<int>(cert.BufLen()));
+  int bytesDecoded = 0;
+  for (int level = 0; level < 2; ++level) {
+    if (BDecTag(buf, bytesDecoded) < 0) return "";
+    BDecLen(buf, bytesDecoded);
+  }
+  sxAsnRawAny element;
+  for (int left = kBefore + (buf.PeekByte() == kVersionTag ? 1 : 0); left >= 0; --left) {
+    if (element.BDec(buf, bytesDecoded) < 0) return "";
+  }
+  return Sha256Of(element.Data(), static_cast<size_t>(element.Len()));
+}

@@ -1,0 +1,34 @@
+/// @file
+/// What the library has no words for: extensions, algorithms; and fingerprints, which name an object
+/// whatever is in it.
+#ifndef KXCERT_TOOLS_KXCERT_UNKNOWNPARTS_H_
+#define KXCERT_TOOLS_KXCERT_UNKNOWNPARTS_H_
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+class sxASN_AlgorithmIdentifier;
+class sxASN_Certificate;
+class sxASN_Extensions;
+class sxAsnOid;
+class sxCert;
+class sxExtensionsList;
+class SxStream;
+
+std::string OidText(const sxAsnOid &oid);             ///< dotted decimal
+/// The identifier, and the one among its parameters when they are one: a named curve.
+std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm);
+/// "" for a signature that the library knows, else its algorithm.
+std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm);
+
+/// Prints those extensions that are not in @p known, each with its identifier and its octets.
+/// @param extensions  those that @p known was made from; may be null
+/// @param alsoKnown   one that is told elsewhere, or null
+/// @return the same as JSON
+nlohmann::ordered_json PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known,
+                                    const sxAsnOid *alsoKnown, SxStream *out, int indent);
+
+std::string Sha256Of(const unsigned char *octets, size_t len);   ///< hexadecimal
+std::string SpkiSha256(const sxCert &cert);           ///< of SubjectPublicKeyInfo as received; "" without one
+
+#endif

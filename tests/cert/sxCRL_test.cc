@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <map>
+#include <memory>
 #include <random>
 
 #include "kxcert/asn1/sxAsnOid.h"
+#include "kxcert/cert/certFormats.h"
 #include "support/hexOctets.h"
 #include "support/testCrl.h"
 
@@ -13,9 +15,7 @@ namespace {
 
 sxAsnInt Number(const char *hex) {
   const std::vector<unsigned char> octets = DecodeHex(hex);
-  sxAsnInt number;
-  number.Set(octets.data(), static_cast<unsigned>(octets.size()));
-  return number;
+  return *std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), static_cast<int>(octets.size())));
 }
 
 std::vector<int64_t> Times(const sxCRL &crl) {

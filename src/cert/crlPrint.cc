@@ -5,11 +5,11 @@
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/keyCodes.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/textStream.h"
+#include "serialText.h"
 #include "sxSigned_imp.h"
 
 namespace {
@@ -48,12 +48,6 @@ void PrintTimeLine(SxStream *out, int indent, const char *label, const sxASN_Tim
   out->Puts("\n");
 }
 
-void PrintSerial(SxStream *out, const sxAsnInt &serial) {
-  kxBinBuf octets;
-  if (AsnInt2BinBuf(&serial, octets) != 0) return;
-  for (unsigned i = 0; i < octets.Len(); ++i) out->Printf("%02x", octets.Data()[i]);
-}
-
 void PrintEntries(SxStream *out, const sxASN_TBSCertListSeqOf *entries, int indent) {
   const int count = entries == nullptr ? 0 : entries->Count();
   out->Indent(indent);
@@ -63,9 +57,7 @@ void PrintEntries(SxStream *out, const sxASN_TBSCertListSeqOf *entries, int inde
   for (const sxASN_TBSCertListSeqOfSeq &entry : *entries) {
     if (numPrinted++ == kMaxEntriesPrinted) break;
     out->Indent(indent + 1);
-    out->Puts("Serial Number: ");
-    PrintSerial(out, *entry.userCertificate);
-    out->Puts(" Revoked: ");
+    out->Printf("Serial Number: %s Revoked: ", sxSerialText(*entry.userCertificate).c_str());
     PrintTime(out, entry.revocationDate);
     out->Puts("\n");
   }

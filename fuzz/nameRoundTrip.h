@@ -15,8 +15,8 @@ constexpr uint32_t kMaxAssertionsOfText = 5;  // of one RDN, when it is parsed
 
 inline bool IsBlank(char c) { return c == ' ' || c == '\n'; }
 
-// What printing leaves as it is and parsing does not: backslashes, quotes, blanks at the ends; NUL
-// ends a text, raw values print as digits, and an empty value is no value.
+// What printing leaves as it is and parsing does not: backslashes, quotes, blanks at the ends; raw
+// values and those with a NUL print as digits, and an empty value is no value.
 inline bool ValueRoundTrips(const sxAva &ava) {
   sxValueText value;
   if (!sxValueOctets(ava, &value) || value.raw || value.octets.empty()) return false;

@@ -1,5 +1,6 @@
 #include "element.h"
 
+#include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/platform/log.h"
 
 namespace {
@@ -16,7 +17,10 @@ int DecodeBare(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const
   if (elem.type->kind == sxAsnKind::kAny) {   // it keeps or reads its own identifier and length
     buf.Rewind(header.start);
     bytesDecoded = header.startCount;
-    if (value.BDec(buf, bytesDecoded) >= 0) return 0;
+    const int rc = elem.fallBack && elem.definedBy >= 0
+                       ? static_cast<sxAsnAny &>(value).BDecOrKeepRaw(buf, bytesDecoded)
+                       : value.BDec(buf, bytesDecoded);
+    if (rc >= 0) return 0;
     herror_func(0, 0, texts.decodeContent, owner, elem.name);
     return -1;
   }

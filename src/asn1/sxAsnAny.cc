@@ -197,9 +197,30 @@ int sxAsnAny::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   m_value.reset(NewValue(m_info));
   if (m_value == nullptr) return herror_func(0, 0, "sxAsnAny::BDec value is NULL"), -1;
   const sxAsnLevel level(buf);
-  if (!level.Ok() || m_value->BDec(buf, bytesDecoded) < 0) {
+  const int start = buf.GetOffset();
+  int counted = 0;   // not to be relied on: strings count an empty one too low
+  if (!level.Ok() || m_value->BDec(buf, counted) < 0) {
     return herror_func(0, 0, "sxAsnAny::BDec attempt to decoded failed"), -1;
   }
+  bytesDecoded += buf.GetOffset() - start;
+  return 1;
+}
+
+// The raw element comes first: it is what stays when the attempt fails, and its end bounds the attempt.
+int sxAsnAny::BDecOrKeepRaw(sxAsnReadBuf &buf, int &bytesDecoded) {
+  if (m_info == nullptr) return BDec(buf, bytesDecoded);
+  const unsigned char *const start = buf.Curr();
+  auto raw = std::make_unique<sxAsnRawAny>();
+  if (raw->BDec(buf, bytesDecoded) < 0) return -1;
+  const unsigned char *const end = buf.Curr();
+  const unsigned char *const bufEnd = buf.End();
+  buf.SetEnd(end);
+  buf.Rewind(start);
+  int counted = 0;
+  const bool isWhole = BDec(buf, counted) >= 0 && buf.Curr() == end;
+  buf.SetEnd(bufEnd);
+  buf.Rewind(end);
+  if (!isWhole) m_value = std::move(raw);
   return 1;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "integerDigits.h"
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/textStream.h"
@@ -11,20 +12,6 @@ namespace {
 
 constexpr int kSmallLen = 4;   // content octets that fit the small value
 
-// The two's complement octets without redundant leading ones (X.690 8.3.2).
-struct Number {
-  const unsigned char *octets;
-  int len;
-};
-
-Number Significant(const unsigned char *octets, int len) {
-  while (len > 1 && ((octets[0] == 0x00 && octets[1] < 0x80) || (octets[0] == 0xFF && octets[1] >= 0x80))) {
-    ++octets;
-    --len;
-  }
-  return {octets, len};
-}
-
 void BigEndian(int value, unsigned char (&octets)[kSmallLen]) {
   const uint32_t bits = static_cast<uint32_t>(value);
   for (int i = 0; i < kSmallLen; ++i) octets[i] = static_cast<unsigned char>(bits >> (24 - 8 * i));
@@ -32,11 +19,29 @@ void BigEndian(int value, unsigned char (&octets)[kSmallLen]) {
 
 }  // namespace
 
+sxAsnDigits sxAsnDigitsOf(const sxAsnInt &number, sxAsnDigitArea &area) {
+  sxAsnDigits digits = {false, number.BigOctets().Data(), number.BigOctets().Len()};
+  if (!number.IsBig()) {
+    BigEndian(number.GetShortVal(), area);
+    digits.octets = area;
+    digits.len = kSmallLen;
+  }
+  digits.negative = !number.IsMagnitude() && digits.octets[0] >= 0x80;
+  // What a leading octet repeats of the sign says nothing (X.690 8.3.2); a magnitude has none at all.
+  while (digits.len > 0 && (digits.negative ? digits.len > 1 && digits.octets[0] == 0xFF && digits.octets[1] >= 0x80
+                                            : digits.octets[0] == 0)) {
+    ++digits.octets;
+    --digits.len;
+  }
+  return digits;
+}
+
 constinit const sxAsnTypeInfo sxAsnInt::kInfo = sxAsnPrimitiveInfo("sxAsnInt", 2, sxAsnCreate<sxAsnInt>);
 constinit const sxAsnTypeInfo sxAsnEnum::kInfo = sxAsnPrimitiveInfo("sxAsnEnum", 10, sxAsnCreate<sxAsnEnum>);
 
 void sxAsnInt::Set(int value) {
   m_big.Clear();
+  m_isMagnitude = false;
   m_small = value;
 }
 
@@ -44,6 +49,7 @@ void sxAsnInt::Set(const unsigned char *octets, unsigned int len) {
   m_small = 0;
   if (octets == nullptr || len > INT32_MAX) len = 0;
   m_big.Assign(octets, static_cast<int>(len));
+  m_isMagnitude = len > 0;
 }
 
 int sxAsnInt::GetBuf(unsigned char *octets, int len) const {
@@ -61,14 +67,12 @@ int sxAsnInt::GetShortVal() const {
 
 bool sxAsnInt::intEquiv(const sxAsnInt &other) const {
   if (!IsBig() && !other.IsBig()) return m_small == other.m_small;
-  unsigned char ownSmall[kSmallLen];
-  unsigned char otherSmall[kSmallLen];
-  BigEndian(m_small, ownSmall);
-  BigEndian(other.m_small, otherSmall);
-  const Number a = IsBig() ? Significant(m_big.Data(), m_big.Len()) : Significant(ownSmall, kSmallLen);
-  const Number b = other.IsBig() ? Significant(other.m_big.Data(), other.m_big.Len())
-                                 : Significant(otherSmall, kSmallLen);
-  return a.len == b.len && std::memcmp(a.octets, b.octets, static_cast<size_t>(a.len)) == 0;
+  sxAsnDigitArea ownArea;
+  sxAsnDigitArea otherArea;
+  const sxAsnDigits a = sxAsnDigitsOf(*this, ownArea);
+  const sxAsnDigits b = sxAsnDigitsOf(other, otherArea);
+  return a.negative == b.negative && a.len == b.len &&
+         std::memcmp(a.octets, b.octets, static_cast<size_t>(a.len)) == 0;
 }
 
 sxAsnType *sxAsnInt::Dup() const {
@@ -80,6 +84,7 @@ sxAsnType *sxAsnInt::Dup() const {
 int sxAsnInt::CopyFrom(const sxAsnType &other) {
   const auto &from = static_cast<const sxAsnInt &>(other);
   m_small = from.m_small;
+  m_isMagnitude = from.m_isMagnitude;
   m_big = from.m_big;
   return 0;
 }
@@ -107,6 +112,7 @@ int sxAsnInt::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDec
   bytesDecoded += len;
   if (len > kSmallLen) {
     Set(octets, static_cast<unsigned int>(len));
+    m_isMagnitude = false;
     return 1;
   }
   uint32_t value = octets[0] >= 0x80 ? UINT32_MAX : 0;   // the sign

@@ -41,7 +41,7 @@ int ReadHeader(const sxAsnTypeInfo &info, sxAsnReadBuf &buf, int &len, int &byte
   }
   if (buf.GetLen() > 0 && buf.PeekByte() == 0) {
     // The length octet is consumed and not counted: intended, see the header. Who checks the count of
-    // octets (sxASN_DecodeBuf, a SEQUENCE around an open type) refuses such an element.
+    // octets (sxASN_DecodeBuf) refuses such an element; open types count for themselves.
     buf.GetByte();
     return kEmpty;
   }

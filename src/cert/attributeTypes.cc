@@ -8,6 +8,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/log.h"
+#include "peerText.h"
 
 namespace {
 
@@ -96,7 +97,5 @@ sxAsnOid *sxDN_Str2OID(const char *keyword) {
 int sxDN_OID2Str(const sxAsnOid &type, char *buf, int len) {
   std::string text;
   if (buf == nullptr || !sxAppendKeyword(type.Data(), type.Len(), &text)) return -1;
-  if (len < 0 || text.size() >= static_cast<size_t>(len)) return -1;
-  std::memcpy(buf, text.c_str(), text.size() + 1);
-  return static_cast<int>(text.size());
+  return sxHandOut("sxDN_OID2Str", text, buf, len) == 0 ? static_cast<int>(text.size()) : -1;
 }

@@ -7,6 +7,7 @@
 #include "kxcert/platform/digest.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/textStream.h"
+#include "serialText.h"
 #include "sxCert_imp.h"
 
 namespace {
@@ -35,12 +36,6 @@ constexpr AlgorithmLabel kAlgorithmLabels[] = {
 
 const char *TextOr(const char *text, const char *otherwise) { return text != nullptr ? text : otherwise; }
 
-void PrintSerial(SxStream *out, const sxCert_imp &cert) {
-  int len = 0;
-  const unsigned char *octets = cert.SerialNum(len);
-  for (int i = 0; i < len; ++i) out->Printf("%02x", octets[i]);
-}
-
 void PrintTime(SxStream *out, int indent, const char *label, int seconds) {
   char text[32];
   out->Indent(indent);
@@ -64,9 +59,7 @@ void sxCert_imp::Sprint(SxStream *out, sxCertHerrorDetails details, int indent) 
                   UnhandledCritExt()->GetStr(dotted, sizeof dotted) == 0 ? dotted : "?");
     }
     out->Indent(indent);
-    out->Puts("Serial Number: ");
-    PrintSerial(out, *this);
-    out->Puts("\n");
+    out->Printf("Serial Number: %s\n", sxSerialText(m_serial).c_str());
     out->Indent(indent);
     out->Printf("Issuer: %s\n", TextOr(m_issuer->GetStr_ascii(), ""));
   }

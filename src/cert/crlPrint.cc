@@ -7,11 +7,11 @@
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/keyCodes.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/textStream.h"
+#include "serialText.h"
 #include "sxCRL_imp.h"
 #include "sxExtension_imp.h"
 
@@ -60,17 +60,9 @@ void PrintTimeLine(SxStream *out, int indent, const char *label, const sxASN_Tim
   out->Puts("\n");
 }
 
-void PrintSerial(SxStream *out, const sxAsnInt &serial) {
-  kxBinBuf octets;
-  if (AsnInt2BinBuf(&serial, octets) != 0) return;
-  for (unsigned i = 0; i < octets.Len(); ++i) out->Printf("%02x", octets.Data()[i]);
-}
-
 void PrintEntry(SxStream *out, int indent, const sxAsnInt &serial, int64_t revokedSec) {
   out->Indent(indent);
-  out->Puts("Serial Number: ");
-  PrintSerial(out, serial);
-  out->Puts(" Revoked: ");
+  out->Printf("Serial Number: %s Revoked: ", sxSerialText(serial).c_str());
   PrintTime(out, revokedSec);
 }
 
@@ -111,9 +103,7 @@ void PrintEntries(SxStream *out, const sxASN_TBSCertListSeqOf *entries, int inde
 void PrintExtensions(SxStream *out, const sxCRL_imp &crl, int indent) {
   if (crl.Number() != nullptr) {
     out->Indent(indent);
-    out->Puts("CRL Number: ");
-    PrintSerial(out, *crl.Number());
-    out->Puts("\n");
+    out->Printf("CRL Number: %s\n", sxSerialText(*crl.Number()).c_str());
   }
   crl.Extensions().Sprint(out, indent);
   const auto *scope = static_cast<const sxIssuingDP *>(crl.Extensions().Find(&sxASN_id_ce_issuingDistributionPoint));

@@ -1,8 +1,9 @@
 // The plain functions over names: texts in, texts out.
-#include <cstring>
 #include <string>
 
+#include "kxcert/asn1/oids.h"
 #include "kxcert/platform/log.h"
+#include "peerText.h"
 #include "sxDN_imp.h"
 
 namespace {
@@ -13,11 +14,10 @@ const char *PrintedOrNull(const sxDN &dn) {
   return text != nullptr && *text != '\0' ? text : nullptr;
 }
 
-int CopyOut(const char *text, char *out, int outLen) {
-  const size_t len = std::strlen(text);
-  if (len >= static_cast<size_t>(outLen)) return -1;
-  std::memcpy(out, text, len + 1);
-  return 0;
+// Most specific first, as everywhere.
+int ReadAttribute(const char *func, const char *dn, const sxAsnOid &type, char *buf, int len) {
+  if (dn == nullptr || buf == nullptr || len < 1) return -1;
+  return sxDN(dn).GetP()->GetRDN(func, type, buf, len);
 }
 
 }  // namespace
@@ -48,7 +48,7 @@ int sxDN_add_CN(const char *dn, const char *cn, char *out, int outLen) {
   const sxDN longer((std::string(cn) + "," + printed).c_str());
   printed = PrintedOrNull(longer);
   if (printed == nullptr) return herror_func(0, 0, "sxDN_add_CN: new dn is illegal"), -1;
-  if (CopyOut(printed, out, outLen) == 0) return 0;
+  if (sxHandOut("sxDN_add_CN", printed, out, outLen) == 0) return 0;
   return herror_func(0, 0, "sxDN_add_CN: new_dn len is too short"), -1;
 }
 
@@ -59,16 +59,16 @@ int sxDN_remove_CN(const char *dn, char *out, int outLen) {
   name.RemoveCN();
   const char *printed = PrintedOrNull(name);
   if (printed == nullptr) return herror_func(0, 0, "sxDN_remove_CN: no dn after remove cn"), -1;
-  if (CopyOut(printed, out, outLen) == 0) return 0;
+  if (sxHandOut("sxDN_remove_CN", printed, out, outLen) == 0) return 0;
   return herror_func(0, 0, "sxDN_remove_CN: new_dn  len is too short"), -1;
 }
 
 int sxDN_OU_from_string(const char *dn, char *buf, int len) {
-  return dn == nullptr || buf == nullptr || len < 1 ? -1 : sxDN(dn).GetOU(buf, len);
+  return ReadAttribute("sxDN_OU_from_string", dn, sxASN_id_at_organizationalUnitName, buf, len);
 }
 
 int sxDN_CN_from_string(const char *dn, char *buf, int len) {
-  return dn == nullptr || buf == nullptr || len < 1 ? -1 : sxDN(dn).GetCN(buf, len);
+  return ReadAttribute("sxDN_CN_from_string", dn, sxASN_id_at_commonName, buf, len);
 }
 
 int sxDN_contains_suffix(const char *dn, const char *suffix) {

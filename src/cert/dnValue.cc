@@ -2,6 +2,7 @@
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/platform/log.h"
+#include "peerText.h"
 
 namespace {
 
@@ -88,10 +89,15 @@ bool sxValueOctets(const sxAva &ava, sxValueText *out) {
   }
 }
 
+bool sxValueHoldsNul(const sxAva &ava) {
+  sxValueText value;
+  return sxValueOctets(ava, &value) && !value.raw && sxHoldsNul(value.octets);
+}
+
 bool sxAppendValue(const sxAva &ava, bool ascii, std::string *text) {
   sxValueText value;
   if (!sxValueOctets(ava, &value)) return false;
-  bool hex = value.raw;
+  bool hex = value.raw || sxHoldsNul(value.octets);
   if (ascii && !hex) {
     for (const char c : value.octets) hex |= static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7F;
   }

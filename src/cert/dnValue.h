@@ -19,8 +19,11 @@ struct sxValueText {
 /// @return false for alternatives that have no text (one line logged)
 bool sxValueOctets(const sxAva &ava, sxValueText *out);
 
-/// Appends the printed form: "#" digits for raw values (and, with @p ascii, for values that hold an
-/// octet outside 0x20..0x7F), else the octets with eight characters escaped.
+/// True for a text that holds a NUL: as a C string it would be another one.
+bool sxValueHoldsNul(const sxAva &ava);
+
+/// Appends the printed form: "#" digits for raw values and those that hold a NUL (and, with @p ascii,
+/// for values that hold an octet outside 0x20..0x7F), else the octets with eight characters escaped.
 bool sxAppendValue(const sxAva &ava, bool ascii, std::string *text);
 
 /// Equal texts whatever their string types, without regard to case and to how spaces run; raw values

@@ -6,6 +6,7 @@
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/textStream.h"
+#include "serialText.h"
 #include "sxExtension_imp.h"
 #include "sxGeneralNames_imp.h"
 
@@ -49,15 +50,9 @@ void PutHex(SxStream *out, const unsigned char *octets, int len) {
   for (int i = 0; i < len; ++i) out->Printf(" %02x", octets[i]);
 }
 
-// The content octets of the INTEGER: small numbers are kept as numbers.
 void PutSerial(SxStream *out, const sxAsnInt &serial) {
-  if (serial.IsBig()) return PutHex(out, serial.BigOctets().Data(), serial.BigOctets().Len());
-  const int value = serial.GetShortVal();
-  int len = 1;
-  while (len < 4 && value >> (8 * len - 1) != value >> 31) ++len;
-  unsigned char octets[4];
-  for (int i = 0; i < len; ++i) octets[i] = static_cast<unsigned char>(value >> 8 * (len - 1 - i));
-  PutHex(out, octets, len);
+  const std::string digits = sxSerialText(serial);
+  for (size_t i = 0; i < digits.size(); i += 2) out->Printf(" %.2s", digits.c_str() + i);
 }
 
 }  // namespace

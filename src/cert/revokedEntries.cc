@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "asn1/integerDigits.h"
 #include "kxcert/platform/random.h"
 
 namespace {
@@ -12,35 +13,22 @@ constexpr int kMaxReserve = 1 << 20;   // a hint makes no larger allocation than
 // A polynomial of the octets modulo the prime 2^31 - 1, at a point that the process draws. Who chooses
 // the numbers of a CRL cannot choose which of them meet in the table: for two of n octets the odds are n
 // in 2^31, whatever they are.
-size_t Polynomial(const unsigned char *octets, int len) {
+size_t Polynomial(const sxAsnDigits &number) {
   constexpr uint64_t kPrime = 0x7FFFFFFF;
   static const uint64_t point = [] {
     uint32_t drawn = 0;
     sxrand_gen(reinterpret_cast<unsigned char *>(&drawn), sizeof drawn);
     return kPrime / 2 + drawn % (kPrime / 2);   // large, so that small numbers are spread as well
   }();
-  uint64_t value = static_cast<uint64_t>(len);   // numbers of different lengths differ
-  for (int i = 0; i < len; ++i) value = (value * point + octets[i]) % kPrime;
+  uint64_t value = static_cast<uint64_t>(number.len) * 2 + (number.negative ? 1 : 0);   // as lengths and signs differ
+  for (int i = 0; i < number.len; ++i) value = (value * point + number.octets[i]) % kPrime;
   return static_cast<size_t>(value * point % kPrime);
 }
 
-// Hash of the number, however it is stored: of its octets in two's complement without redundant
-// leading ones (X.690 8.3.2), so that equal numbers (sxAsnInt::intEquiv) have equal hashes.
+// Equal numbers (sxAsnInt::intEquiv) have equal hashes, however they are stored.
 size_t HashOf(const sxAsnInt &number) {
-  unsigned char small[4];
-  const unsigned char *octets = number.BigOctets().Data();
-  int len = number.BigOctets().Len();
-  if (!number.IsBig()) {
-    const auto bits = static_cast<uint32_t>(number.GetShortVal());
-    for (int i = 0; i < 4; ++i) small[i] = static_cast<unsigned char>(bits >> (24 - 8 * i));
-    octets = small;
-    len = 4;
-  }
-  while (len > 1 && ((octets[0] == 0x00 && octets[1] < 0x80) || (octets[0] == 0xFF && octets[1] >= 0x80))) {
-    ++octets;
-    --len;
-  }
-  return Polynomial(octets, len);
+  sxAsnDigitArea area;
+  return Polynomial(sxAsnDigitsOf(number, area));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Serial numbers as octets.
+// Serial numbers as octets and as text.
 #include <cstring>
 #include <memory>
 
@@ -7,10 +7,15 @@
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
+#include "serialText.h"
 
 namespace {
 
 constexpr int kSmallLen = 4;
+
+int DoesNotFit(int needed, int len) {
+  return herror_func(0, 0, "AsnInt2Buf: %d octets do not fit %d", needed, len), -1;
+}
 
 }  // namespace
 
@@ -32,7 +37,7 @@ int AsnInt2Buf(const sxAsnInt *serial, unsigned char *buf, int len) {
   if (serial->BigOctets().Len() > kSmallLen) {
     const int needed = serial->BigOctets().Len();
     if (buf == nullptr) return needed;
-    if (len < needed) return -1;
+    if (len < needed) return DoesNotFit(needed, len);
     std::memcpy(buf, serial->BigOctets().Data(), static_cast<size_t>(needed));
     return needed;
   }
@@ -40,7 +45,7 @@ int AsnInt2Buf(const sxAsnInt *serial, unsigned char *buf, int len) {
   int needed = 1;
   while (needed < kSmallLen && value >> (8 * needed) != 0) ++needed;
   if (buf == nullptr) return needed;
-  if (len < needed) return -1;
+  if (len < needed) return DoesNotFit(needed, len);
   for (int i = 0; i < needed; ++i) buf[i] = static_cast<unsigned char>(value >> (8 * (needed - 1 - i)));
   return needed;
 }
@@ -50,6 +55,23 @@ int AsnInt2BinBuf(const sxAsnInt *serial, kxBinBuf &out) {
   if (needed < 0) return -1;
   out.Set(static_cast<unsigned int>(needed));
   return AsnInt2Buf(serial, out.Data(), needed) < 0 ? -1 : 0;
+}
+
+std::string sxSerialText(const sxAsnInt &serial) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string text;
+  const auto put = [&](int octet) { text += {kDigits[octet >> 4 & 0xF], kDigits[octet & 0xF]}; };
+  if (serial.IsBig()) {
+    const sxOctets &octets = serial.BigOctets();
+    if (serial.IsMagnitude() && octets.Data()[0] >= 0x80) put(0);
+    for (int i = 0; i < octets.Len(); ++i) put(octets.Data()[i]);
+    return text;
+  }
+  const int value = serial.GetShortVal();
+  int len = 1;
+  while (len < kSmallLen && value >> (8 * len - 1) != value >> 31) ++len;
+  while (len-- > 0) put(value >> 8 * len);
+  return text;
 }
 
 int sxCert_IsSameSerialNumber(const sxAsnInt *a, const sxAsnInt *b) {

@@ -10,6 +10,7 @@
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/subjectPublicKey.h"
 #include "kxcert/platform/log.h"
+#include "peerText.h"
 #include "sxCert_imp.h"
 #include "sxDN_imp.h"
 
@@ -211,10 +212,5 @@ int sxCert_GetSubject(sxCert *cert, char *buf, int len) {
   if (cert == nullptr || buf == nullptr || len < 1) return -1;
   const char *text = cert->Subject() == nullptr ? nullptr : cert->Subject()->GetStr();
   if (text == nullptr) return herror_func(0, 0, "sxCert_GetSubject: no subject"), -1;
-  const size_t textLen = std::strlen(text);
-  if (textLen + 1 > static_cast<size_t>(len)) {
-    return herror_func(0, 0, "sxCert_GetSubject: %zu characters do not fit %d", textLen, len), -1;
-  }
-  std::memcpy(buf, text, textLen + 1);
-  return 0;
+  return sxHandOut("sxCert_GetSubject", text, buf, len);
 }

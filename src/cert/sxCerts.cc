@@ -146,7 +146,9 @@ sxCerts *sxCerts_buf2Certs(const unsigned char *octets, int len) {
   while (buf.GetLen() > 0 && !(contentLen == kIndefiniteLen && buf.PeekByte() == 0)) {
     sxASN_Certificate decoded;
     kxBinBuf der;
-    if (decoded.BDec(buf, bytesDecoded) < 0 || sxASN_EncodeBuf(decoded, der, 1) != 0 || der.Len() > kMaxCertDer) {
+    if (decoded.BDec(buf, bytesDecoded) < 0 || sxASN_EncodeBuf(decoded, der, 1) != 0) return nullptr;
+    if (der.Len() > kMaxCertDer) {
+      herror_func(0, 0, "sxCerts_buf2Certs: %u octets do not fit %d", der.Len(), static_cast<int>(kMaxCertDer));
       return nullptr;
     }
     sxCert *cert = sxCert_Decode(der.Data(), static_cast<int>(der.Len()));

@@ -9,6 +9,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
+#include "peerText.h"
 #include "sxDN_imp.h"
 
 namespace {
@@ -22,13 +23,6 @@ bool HoldsType(const sxFlatName::Range &rdn, const sxAsnOid &type) {
     if (IsType(*ava, type)) return true;
   }
   return false;
-}
-
-// Copies a text and its NUL when there is room.
-int CopyOut(const std::string &text, char *buf, int len) {
-  if (buf == nullptr || len < 0 || text.size() >= static_cast<size_t>(len)) return -1;
-  std::memcpy(buf, text.c_str(), text.size() + 1);
-  return 0;
 }
 
 }  // namespace
@@ -124,11 +118,10 @@ const char *sxDN_imp::Text(PublishOnce<std::string> &cache, bool ascii, const ch
 std::unique_ptr<kxBinBuf> sxDN_imp::Encode() const {
   const sxASN_RDNSequence *name = GetName();
   auto encoded = std::make_unique<kxBinBuf>();
-  if (name == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*name), *encoded, 1) != 0 ||
-      encoded->Len() > kMaxDnDer) {
-    return nullptr;
-  }
-  return encoded;
+  if (name == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*name), *encoded, 1) != 0) return nullptr;
+  if (encoded->Len() <= kMaxDnDer) return encoded;
+  herror_func(0, 0, "sxDN_imp::DerEncode: %u octets do not fit %d", encoded->Len(), kMaxDnDer);
+  return nullptr;
 }
 
 int sxDN_imp::DerEncode(unsigned char **out, int *len) const {
@@ -155,17 +148,21 @@ const sxASN_RDNSequence *sxDN_imp::GetName() const {
   });
 }
 
-int sxDN_imp::GetRDN(const sxAsnOid &type, char *buf, int len) const {
+const sxAva *sxDN_imp::FindAva(const sxAsnOid &type) const {
   sxFlatName::Range rdn = m_flat.End();
   for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
     rdn = m_flat.Previous(rdn, i);
     for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
-      if (!IsType(*ava, type)) continue;
-      std::string text;
-      return sxAppendValue(*ava, false, &text) ? CopyOut(text, buf, len) : -1;
+      if (IsType(*ava, type)) return ava;
     }
   }
-  return -1;
+  return nullptr;
+}
+
+int sxDN_imp::GetRDN(const char *func, const sxAsnOid &type, char *buf, int len) const {
+  const sxAva *ava = FindAva(type);
+  std::string text;
+  return ava != nullptr && sxAppendValue(*ava, false, &text) ? sxHandOut(func, text, buf, len) : -1;
 }
 
 int sxDN_imp::IsContain(const sxAsnOid *type) const {
@@ -256,7 +253,9 @@ const char *sxDN::GetStr_ascii() const { return m_imp->GetStr_ascii(); }
 int sxDN::DerEncode(unsigned char **out, int *len) const { return m_imp->DerEncode(out, len); }
 const sxASN_RDNSequence *sxDN::GetName() const { return m_imp->GetName(); }
 int sxDN::Count() const { return m_imp->Count(); }
-int sxDN::GetRDN(const sxAsnOid &type, char *buf, int len) const { return m_imp->GetRDN(type, buf, len); }
+int sxDN::GetRDN(const sxAsnOid &type, char *buf, int len) const {
+  return m_imp->GetRDN("sxDN::GetRDN", type, buf, len);
+}
 int sxDN::GetCN(char *buf, int len) const { return GetRDN(sxASN_id_at_commonName, buf, len); }
 int sxDN::GetO(char *buf, int len) const { return GetRDN(sxASN_id_at_organizationName, buf, len); }
 int sxDN::GetOU(char *buf, int len) const { return GetRDN(sxASN_id_at_organizationalUnitName, buf, len); }

@@ -40,7 +40,9 @@ class sxDN_imp : public sxPooled {
   int DerEncode(unsigned char **out, int *len) const;
   const sxASN_RDNSequence *GetName() const;
   int Count() const { return static_cast<int>(m_flat.NumRdns()); }
-  int GetRDN(const sxAsnOid &type, char *buf, int len) const;
+  /// The most specific AVA of a type, lent until the name changes, or null.
+  const sxAva *FindAva(const sxAsnOid &type) const;
+  int GetRDN(const char *func, const sxAsnOid &type, char *buf, int len) const;   ///< logs what does not fit as func
   int IsContain(const sxAsnOid *type) const;
   bool Equal(const sxDN_imp &other) const;
   bool IsSub(const sxDN_imp &suffix) const;

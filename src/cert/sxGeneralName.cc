@@ -6,6 +6,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/textStream.h"
+#include "peerText.h"
 #include "sxDN_imp.h"
 #include "sxGeneralName_imp.h"
 
@@ -85,11 +86,12 @@ sxGeneralName_imp::sxGeneralName_imp(const sxGeneralName_imp &other)
 // another name (cases "NUL inside" of ReadsAsn1AndWritesItBack).
 bool sxGeneralName_imp::SetText(sxGNtype type, const void *text, int len) {
   if (text == nullptr || len < 0) return false;
-  if (std::memchr(text, '\0', static_cast<size_t>(len)) != nullptr) {
+  const std::string_view octets(static_cast<const char *>(text), static_cast<size_t>(len));
+  if (sxHoldsNul(octets)) {
     herror_func(0, 0, "sxGeneralName_imp::SetText: NUL within a name of kind %d, %d octets", type, len);
     return false;
   }
-  m_text.assign(static_cast<const char *>(text), static_cast<size_t>(len));
+  m_text = octets;
   m_type = type;
   return true;
 }

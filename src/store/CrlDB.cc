@@ -31,7 +31,8 @@ char *CrlDB::Key(const sxGeneralName &dp, const char *suffix) const {
   const sxString name = dp.GetStr();
   // Else all names without one would share a record.
   if (name.length() == 0) return tderrorFunc(kTopic, 1, 0, "%s: no text", kFunc), nullptr;
-  return m_records->Key(kFunc, std::string(name.getstr()) + (suffix != nullptr ? suffix : ""));
+  const std::string text(name.getstr(), static_cast<size_t>(name.length()));
+  return m_records->Key(kFunc, text + (suffix != nullptr ? suffix : ""));
 }
 
 int CrlDB::Store(const sxGeneralName &dp, const char *suffix, const sxCRL *crl, long expiry) {

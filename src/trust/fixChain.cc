@@ -1,8 +1,11 @@
 #include "kxcert/trust/fixChain.h"
 
 #include <atomic>
-#include <cstring>
+#include <string>
 
+#include "cert/dnValue.h"
+#include "cert/peerText.h"
+#include "cert/sxDN_imp.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/cert/sxDN.h"
@@ -153,12 +156,6 @@ bool IsOneSelfIssued(const sxCerts &chain) {
   return chain.Count() == 1 && sxTrust_IsSelfIssued(*chain.Get(chain.Top()));
 }
 
-void CopyText(const char *text, char *out, int outLen) {
-  const size_t len = strnlen(text, static_cast<size_t>(outLen) - 1);
-  std::memcpy(out, text, len);
-  out[len] = '\0';
-}
-
 int FailUser(const char *reason) {
   herror_func(0, 0, "%s: %s", kUseCN, reason);
   return -1;
@@ -194,9 +191,11 @@ int sxCert_UseCN2FetchUser(sxCerts *chain, sxKeyHolder *holder, char *cn, int cn
   const sxDN *subject = peer != nullptr ? peer->Subject() : nullptr;
   const char *subjectText = subject != nullptr ? subject->GetStr() : nullptr;
   if (subjectText == nullptr) return FailUser("Failed to retrieve the subject dn from chain");
-  char name[4096];   // no name is longer than its encoding may be
-  if (subject->GetCN(name, sizeof name) != 0) return FailUser("Failed to find common name in the DN");
-  CopyText(name, cn, cnLen);
-  CopyText(subjectText, dn, dnLen);
-  return 1;
+  const sxAva *name = subject->GetP()->FindAva(sxASN_id_at_commonName);
+  std::string nameText;
+  if (name == nullptr || !sxAppendValue(*name, false, &nameText)) {
+    return FailUser("Failed to find common name in the DN");
+  }
+  if (sxValueHoldsNul(*name)) return FailUser("NUL within the common name");   // no user is called so
+  return sxHandOutCut(kUseCN, nameText, cn, cnLen) == 0 && sxHandOutCut(kUseCN, subjectText, dn, dnLen) == 0 ? 1 : -1;
 }

@@ -154,11 +154,14 @@ sxValidationRC sxValidateNameConstraints(const sxRootCA *root, const sxCert *cer
 }
 
 long sxGetChainExpiration(const sxCerts &chain) {
+  bool found = false;
   long expiration = -1;
   for (int i = 0; i < chain.Slots(); ++i) {
     const sxCert *cert = chain.Get(i);
     if (cert == nullptr || !cert->OK()) continue;
-    if (expiration == -1 || cert->notAfter() < expiration) expiration = cert->notAfter();
+    // One that cannot be read is -1 itself, and smaller than all others.
+    expiration = found ? std::min(expiration, static_cast<long>(cert->notAfter())) : cert->notAfter();
+    found = true;
   }
   return expiration;
 }

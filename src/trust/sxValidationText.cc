@@ -3,6 +3,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "cert/serialText.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCerts.h"
@@ -132,19 +133,12 @@ constexpr FactRow kFacts[] = {
     {sxValidation_notTrusted, IssuerNames},
 };
 
-void PutSerial(SxStream &out, const sxCert &cert) {
-  int len = 0;
-  const unsigned char *octets = cert.SerialNum(len);
-  out.Puts("\nserial number: ");
-  for (int i = 0; i < len; ++i) out.Printf("%02x", octets[i]);
-}
-
 void PutLevel(SxStream &out, const sxCerts &chain, int rc, int level) {
   out.Printf("\nlevel: %d", level);
   const sxCert *cert = At(chain, level);
   if (cert == nullptr) return;
   out.Printf("\nsubject: %s", TextOf(cert->Subject()));
-  PutSerial(out, *cert);
+  out.Printf("\nserial number: %s", sxSerialText(*cert->SerialNum()).c_str());
   for (const FactRow &row : kFacts) {
     if (row.rc == rc) row.put(out, chain, level);
   }

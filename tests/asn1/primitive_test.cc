@@ -84,6 +84,18 @@ TEST(sxAsnInt, EqualNumbersAreEqualHoweverStored) {
   EXPECT_FALSE(big.intEquiv(sxAsnInt(10)));
   big.Set(larger, sizeof larger);
   EXPECT_FALSE(big.intEquiv(sxAsnInt(9))) << "the low 32 bits alone";
+
+  // What is set is a magnitude, and equals what it is encoded to; what was decoded has a sign.
+  const unsigned char high[] = {0x80, 0, 0, 0, 0, 1};
+  sxAsnInt decoded, negative;
+  big.Set(high, sizeof high);
+  ASSERT_EQ(0, DecodeHex(EncodeHex(big).c_str(), decoded));
+  ASSERT_EQ(0, DecodeHex("0206800000000001", negative));
+  EXPECT_TRUE(big.intEquiv(decoded) && decoded.intEquiv(sxAsnInt(big)));
+  EXPECT_FALSE(big.intEquiv(negative) || negative.intEquiv(decoded));
+  big.Set(high, 1);
+  EXPECT_TRUE(big.intEquiv(sxAsnInt(0x80)));
+  EXPECT_FALSE(big.intEquiv(sxAsnInt(-0x80)));
 }
 
 TEST(sxAsnBool, AnyOctetButZeroIsTrue) {

@@ -116,6 +116,9 @@ TEST(sxAsnAny, IsTheValueThatItsTypeSelects) {
   EXPECT_EQ("-", Reencode("020105", any));
   EXPECT_TRUE(log.Has("sxAsnAny::BDec attempt to decoded failed"));
 
+  sxASN_AnotherName name;   // keeps what is no principal name
+  EXPECT_EQ("3011060a2b060104018237140203a00316017a", Reencode("3013060a2b060104018237140203a08016017a0000", name));
+
   const sxAsnAny copy(any);
   EXPECT_NE(any.Value(), copy.Value());
   any.SetTypeByInt(sxAsnInt(777));   // unknown

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"
 #include "support/derOctets.h"
 #include "support/logCapture.h"
@@ -18,6 +19,7 @@ TEST(DnFunctions, AddsACommonName) {
   std::strcpy(out, "old");
   EXPECT_EQ(-1, sxDN_add_CN("O=b", "CN=a", out, 8));
   EXPECT_TRUE(log.Has("sxDN_add_CN: new_dn len is too short"));
+  EXPECT_EQ(-1, sxDN_add_CN("O=b", "CN=a", out, -1));
   EXPECT_EQ(-1, sxDN_add_CN("", "CN=a", out, sizeof out));
   EXPECT_TRUE(log.Has("sxDN_add_CN: dn is illegal"));
   EXPECT_EQ(-1, sxDN_add_CN("O=b", "a", out, sizeof out));
@@ -36,6 +38,7 @@ TEST(DnFunctions, RemovesACommonName) {
   EXPECT_TRUE(log.Has("sxDN_remove_CN: no dn after remove cn"));
   EXPECT_EQ(-1, sxDN_remove_CN("CN=a,O=b", out, 3));
   EXPECT_TRUE(log.Has("sxDN_remove_CN: new_dn  len is too short"));
+  EXPECT_EQ(-1, sxDN_remove_CN("CN=a,O=b", out, -1));
   EXPECT_EQ(-1, sxDN_remove_CN(nullptr, out, sizeof out));
   EXPECT_EQ(-1, sxDN_remove_CN("CN=a,O=b", nullptr, 3));
   EXPECT_STREQ("old", out);
@@ -46,12 +49,17 @@ TEST(DnFunctions, RemovesACommonName) {
 }
 
 TEST(DnFunctions, ReadsAttributesOfATextAndOfDer) {
+  LogCapture log;
   char out[8] = "old";
   EXPECT_EQ(0, sxDN_CN_from_string("CN=a,CN=b,OU=c,OU=d", out, sizeof out));
   EXPECT_STREQ("a", out);
   EXPECT_EQ(0, sxDN_OU_from_string("CN=a,CN=b,OU=c,OU=d", out, 2));
   EXPECT_STREQ("c", out);
   EXPECT_EQ(-1, sxDN_OU_from_string("OU=c", out, 1));
+  EXPECT_TRUE(log.Has("sxDN_OU_from_string: 1 characters do not fit 1"));
+  EXPECT_EQ(-1, sxDN_CN_from_string("CN=c", out, -1));
+  EXPECT_EQ(-1, sxDN_OID2Str(sxASN_id_at_commonName, out, 2));
+  EXPECT_TRUE(log.Has("sxDN_OID2Str: 2 characters do not fit 2"));
   EXPECT_EQ(-1, sxDN_CN_from_string("OU=c", out, sizeof out));
   EXPECT_EQ(-1, sxDN_CN_from_string("OU", out, sizeof out));
   EXPECT_STREQ("c", out);
@@ -60,7 +68,7 @@ TEST(DnFunctions, ReadsAttributesOfATextAndOfDer) {
   sxDN *dn = sxDN_DER_Decode(der.data(), LenOf(der));
   EXPECT_STREQ("CN=a", sxDN_GetStr(dn));
   sxDN_Free(dn);
-  LogCapture log;
+  log.Clear();
   EXPECT_EQ(nullptr, sxDN_DER_Decode(nullptr, 1));
   EXPECT_EQ(nullptr, sxDN_DER_Decode(der.data(), 0));
   EXPECT_TRUE(log.Lines().empty());

@@ -27,6 +27,8 @@ constexpr PrintCase kPrintCases[] = {
     {"eight characters are escaped", 0x0C, "2C2B3D0A3C3E233B", "CN=\\,\\+\\=\\\n\\<\\>\\#\\;", "CN=#2c2b3d0a3c3e233b"},
     {"backslash, quote and spaces at the ends are not", 0x0C, "205C22612020", "CN= \\\"a  ", nullptr},
     {"an empty value", 0x0C, "", "CN=", nullptr},
+    {"a NUL would end the text", 0x0C, "61002E62", "CN=#61002e62", nullptr},
+    {"as a unit, too", 0x1E, "00610000", "CN=#6100", nullptr},
     {"BMPString of one, two and three octets", 0x1E, "006100E420AC", "CN=a\xC3\xA4\xE2\x82\xAC", "CN=#61c3a4e282ac"},
     {"its limits", 0x1E, "007F008007FF0800", "CN=\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80", "CN=#7fc280dfbfe0a080"},
     {"surrogates are units", 0x1E, "D83DDE00", "CN=\xED\xA0\xBD\xED\xB8\x80", "CN=#eda0bdedb880"},
@@ -47,6 +49,8 @@ TEST(DnValue, PrintsEveryStringType) {
     EXPECT_EQ(1, dn.Count());
     EXPECT_EQ(c.text, OrNull(dn.GetStr()));
     EXPECT_EQ(c.ascii == nullptr ? c.text : c.ascii, OrNull(dn.GetStr_ascii()));
+    char cn[32];
+    EXPECT_EQ(OrNull(dn.GetStr()), dn.GetCN(cn, sizeof cn) == 0 ? std::string("CN=") + cn : "(null)");
   }
 }
 
@@ -89,6 +93,7 @@ constexpr EqualCase kEqualCases[] = {
     {"a space needs a space", 0x0C, "612062", 0x0C, "6162", false},
     {"no other blank counts", 0x0C, "610962", 0x0C, "612062", false},
     {"a prefix", 0x0C, "61", 0x0C, "6162", false},
+    {"what follows a NUL counts", 0x0C, "610062", 0x0C, "610063", false},
     {"nothing but spaces is empty", 0x0C, "2020", 0x0C, "", true},
     {"raw octets of one type", 0x1C, "00000041", 0x1C, "00000061", true},
     {"raw octets keep their spaces", 0x1C, "20202061", 0x1C, "61202020", false},

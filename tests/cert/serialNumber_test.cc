@@ -1,6 +1,7 @@
 // Serial numbers as octets.
 #include <gtest/gtest.h>
 
+#include "cert/serialText.h"
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxCert.h"
@@ -36,12 +37,19 @@ TEST(SerialNumber, GivesItsOctets) {
     const int len = AsnInt2Buf(serial.get(), nullptr, 0);
     ASSERT_EQ(static_cast<int>(std::string(c.octets).size()), 2 * len);
     std::vector<unsigned char> octets(static_cast<size_t>(len));
+    LogCapture log;
     EXPECT_EQ(-1, AsnInt2Buf(serial.get(), octets.data(), len - 1));
+    EXPECT_TRUE(log.Has("octets do not fit"));
     EXPECT_EQ(len, AsnInt2Buf(serial.get(), octets.data(), len));
     EXPECT_EQ(c.octets, EncodeHex(octets));
     kxBinBuf buf;
     EXPECT_EQ(0, AsnInt2BinBuf(serial.get(), buf));
     EXPECT_EQ(c.octets, EncodeHex(buf.Data(), buf.Len()));
+    // Its text is the number's as a black list reads it.
+    EXPECT_TRUE(serial->intEquiv(*FromHex(sxSerialText(*serial).c_str()))) << sxSerialText(*serial);
+    sxAsnInt magnitude;
+    magnitude.Set(octets.data(), static_cast<unsigned>(len));
+    EXPECT_TRUE(magnitude.intEquiv(*FromHex(sxSerialText(magnitude).c_str()))) << sxSerialText(magnitude);
   }
 }
 

@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <map>
+#include <memory>
 #include <random>
 
 #include "kxcert/asn1/sxAsnOid.h"
+#include "kxcert/cert/certFormats.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/hexOctets.h"
@@ -15,9 +17,7 @@ namespace {
 
 sxAsnInt Number(const char *hex) {
   const std::vector<unsigned char> octets = DecodeHex(hex);
-  sxAsnInt number;
-  number.Set(octets.data(), static_cast<unsigned>(octets.size()));
-  return number;
+  return *std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), static_cast<int>(octets.size())));
 }
 
 std::vector<int64_t> Times(const sxCRL &crl) {

@@ -46,6 +46,8 @@ constexpr struct { const char *what; const char *hex; int kind; const char *text
     {"address and mask of IPv4", "8708c0000200ffffff00", -1, ""},
     {"address of 17 octets", "8711 20010db8 00000000 00000000 0000000100", -1, ""},
     {"principal name", "a013 060a2b060104018237140203 a005 0c03754078", 0, "principalName: u@x"},
+    {"principal name, empty", "a010 060a2b060104018237140203 a002 0c00", 0, "principalName: "},
+    {"principal name of another string type", "a013 060a2b060104018237140203 a005 1603754078", -1, ""},
     {"principal name, NUL inside", "a013 060a2b060104018237140203 a005 0c03750078", -1, ""},
     {"other name of another type", "a00b 06022a03 a005 0c03754078", -1, ""},
     {"X.400 address", "a3020500", -1, ""},

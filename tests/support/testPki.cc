@@ -17,13 +17,18 @@ struct Free {
 using X509Ptr = std::unique_ptr<X509, Free<X509_free>>;
 using NamePtr = std::unique_ptr<X509_NAME, Free<X509_NAME_free>>;
 
+constexpr size_t kMaxStandardLen = 64;   // libcrypto's checks end there
+
 NamePtr NewName(const std::string &text) {
   NamePtr name(X509_NAME_new());
   std::istringstream parts(text);
   for (std::string part; std::getline(parts, part, '/');) {
     const size_t equals = part.find('=');
     const auto *value = reinterpret_cast<const unsigned char *>(part.c_str() + equals + 1);
-    EXPECT_EQ(1, X509_NAME_add_entry_by_txt(name.get(), part.substr(0, equals).c_str(), MBSTRING_UTF8, value, -1, -1, 0))
+    const size_t valueLen = part.size() - equals - 1;
+    EXPECT_EQ(1, X509_NAME_add_entry_by_txt(name.get(), part.substr(0, equals).c_str(),
+                                            valueLen <= kMaxStandardLen ? MBSTRING_UTF8 : V_ASN1_UTF8STRING, value,
+                                            static_cast<int>(valueLen), -1, 0))
         << text;
   }
   return name;
@@ -55,7 +60,7 @@ void AddUnknownExtension(X509 *cert) {
 
 }  // namespace
 
-TestCert::TestCert(const char *subject, const TestCert *issuer, const TestCertOptions &options) {
+TestCert::TestCert(const std::string &subject, const TestCert *issuer, const TestCertOptions &options) {
   if (options.keyOf != nullptr) {
     m_key = options.keyOf->m_key;
   } else {
@@ -91,7 +96,7 @@ TestCert::TestCert(const char *subject, const TestCert *issuer, const TestCertOp
   const int derLen = i2d_X509(cert.get(), &der);
   m_cert = sxCert_Decode(der, derLen);
   OPENSSL_free(der);
-  if (m_cert == nullptr) throw std::runtime_error(std::string("TestCert: not decoded: ") + subject);
+  if (m_cert == nullptr) throw std::runtime_error("TestCert: not decoded: " + subject);
 }
 
 sxCert *TestCert::Ref() const {

@@ -33,9 +33,9 @@ struct TestCertOptions {
 /// An ECDSA P-256 certificate.
 class TestCert {
  public:
-  /// @param subject  "O=Example/CN=name", root-most first
+  /// @param subject  "O=Example/CN=name", root-most first; values of any octets and length
   /// @param issuer   signs it; null: it signs itself
-  TestCert(const char *subject, const TestCert *issuer, const TestCertOptions &options = {});
+  TestCert(const std::string &subject, const TestCert *issuer, const TestCertOptions &options = {});
   TestCert(const TestCert &) = delete;
   TestCert &operator=(const TestCert &) = delete;
   ~TestCert() { sxCert_Free(m_cert); }

@@ -4,6 +4,7 @@
 
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "support/derOctets.h"
 #include "support/fixedClock.h"
 #include "support/logCapture.h"
 #include "support/testPki.h"
@@ -19,6 +20,10 @@ TEST(CaIdentity, OrdersByTheSharedLengthThenShorterIsGreater) {
   EXPECT_EQ(-1, CA_Identity::Compare(&ab, &a));
   EXPECT_EQ(-1, CA_Identity::Compare(&a, &b));
   EXPECT_EQ(-1, CA_Identity::Compare(&ab, &b));
+  const Octets withNul = NameOf({Ava(kCN, kUtf8, {'a', 0, 'b'})});   // no C string of it is "CN=a"
+  const sxDN nulName(withNul.data(), LenOf(withNul));
+  const CA_Identity nul(nulName);
+  EXPECT_NE(0, CA_Identity::Compare(&a, &nul));
   EXPECT_FALSE(CA_Identity(sxDN("")).Valid());
   EXPECT_FALSE(CA_Identity(sxDN()).Valid());
 }

@@ -117,11 +117,20 @@ TEST_F(FixChain, TakesTheUserNameOnlyWhereTheRootSaysSo) {
   EXPECT_STREQ("le", cn);
   EXPECT_STREQ("", dn);
 
+  const std::string longest(5000, 'n');
+  const TestCert longName("O=Fix/CN=" + longest, &root);
+  chain = SetOf({&longName});
+  std::vector<char> area(longest.size() + 1);
+  EXPECT_EQ(1, sxCert_UseCN2FetchUser(&chain, &holder, area.data(), static_cast<int>(area.size()), dn, sizeof dn));
+  EXPECT_EQ(longest, area.data());
+
   const TestCert noCN("O=Fix/OU=nobody", &root), stranger("O=Else/CN=x", nullptr);
+  const TestCert withNul(std::string("O=Fix/CN=leaf\0.guest", 20), &root);
   struct Case { const char *said; sxCerts chain; int cnLen; };
   Case cases[] = {{"Got inconsistent chain from peer", SetOf({&leaf, &root}), 3},
                   {"Failed to get root CA from chain", SetOf({&stranger}), 3},
                   {"Failed to find common name in the DN", SetOf({&noCN}), 3},
+                  {"NUL within the common name", SetOf({&withNul}), 16},
                   {"Bad Input, No Key Holder or Chain or User Name", chain, 0}};
   for (Case &c : cases) {
     EXPECT_EQ(-1, sxCert_UseCN2FetchUser(&c.chain, &holder, cn, c.cnLen, dn, 1));

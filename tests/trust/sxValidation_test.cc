@@ -144,6 +144,9 @@ TEST(ValidatePath, ReportsTheEarliestEndAndNeedsEveryCertificate) {
   EXPECT_EQ(sxValidation_badInput, sxValidatePath(sxCerts(), level, expiration));
   EXPECT_EQ(sxValidation_badInput, sxValidateSignatures(sxCerts(), level));
   EXPECT_EQ(-1, sxGetChainExpiration(sxCerts()));
+  const TestCert unreadable("O=Val/CN=unreadable", &root, Expired(-1));   // the same value
+  EXPECT_EQ(-1, sxGetChainExpiration(SetOf({&leaf, &unreadable})));
+  EXPECT_EQ(-1, sxGetChainExpiration(SetOf({&unreadable, &leaf})));
   EXPECT_EQ(sxValidation_OK, sxValidatePath(SetOf({&leaf}), level, expiration));   // only its own dates count
 }
 

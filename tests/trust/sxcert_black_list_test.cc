@@ -5,6 +5,7 @@
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/trust/ValidateParams.h"
+#include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
 #include "support/testPki.h"
@@ -17,7 +18,10 @@ TEST(BlackList, HoldsTheSerialsOfCertificates) {
 
   sxcert_black_list *list = new sxcert_black_list(0);
   EXPECT_FALSE(list->IsExist(*withLong.Get()));
-  EXPECT_EQ(0, list->Add(*withLong.Get()->SerialNum()));
+  const Octets octets = DecodeHex("8fedcba987654321");
+  sxAsnInt magnitude;
+  magnitude.Set(octets.data(), static_cast<unsigned>(octets.size()));
+  EXPECT_EQ(0, list->Add(magnitude));
   EXPECT_TRUE(list->IsExist(*withLong.Get()));
   EXPECT_FALSE(list->IsExist(*withShort.Get()));
   EXPECT_EQ(0, list->AddFromString("000102"));

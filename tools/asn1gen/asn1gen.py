@@ -18,7 +18,8 @@ value assignments are passed over. Comments that begin with --# direct the gener
                      primitive type get no class without it, and a name that an earlier module has
                      taken needs another one here.
   --# open           after ANY: held as a sxAsnAny although nothing selects its class
-  --# fallback       after an alternative: content that does not decode goes to the last one, an ANY
+  --# fallback       after an alternative: content that does not decode goes to the last one, an ANY;
+                     after ANY DEFINED BY: what does not decode as the type selected is kept raw
   --# zero           before a CHOICE: success of its BDecContent is 0
   --# choice         before an assignment: stands for a CHOICE of one alternative, so that a tag put
                      on it is explicit also where tags are implicit

@@ -77,7 +77,10 @@ class KXCERT_EXPORT sxAsnAny : public sxAsnType {
   sxAsnType *GetType(const char *name) override;             ///< itself, else the value's answer
   sxAsnType *Clone() const override { return Info()->create(); }
   sxAsnType *Dup() const override;
+  /// Adds the octets that the value took of the buffer, whatever its class counts.
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
+  /// The same, but an element that the selected class does not decode is kept as raw octets.
+  int BDecOrKeepRaw(sxAsnReadBuf &buf, int &bytesDecoded);
   int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
   int CopyFrom(const sxAsnType &other) override;

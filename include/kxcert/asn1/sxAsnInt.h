@@ -1,7 +1,8 @@
 /// @file
 /// INTEGER and ENUMERATED (X.690, 8.3 and 8.4).
 ///
-/// Up to four content octets are kept as a 32-bit number, longer ones as the octets received.
+/// Up to four content octets are kept as a 32-bit number, longer ones as the octets received. Octets
+/// that a caller sets are a magnitude, whatever their first bit: that is how they are encoded.
 #ifndef KXCERT_ASN1_SXASNINT_H_
 #define KXCERT_ASN1_SXASNINT_H_
 
@@ -15,15 +16,18 @@ class KXCERT_EXPORT sxAsnInt : public sxAsnType {
 
   void Set(int value);
   void ReSet(int value) { Set(value); }
-  /// Octets as stored for a big value, whatever their number; null or 0 makes it the small value 0.
+  /// The magnitude of a big value, big-endian and without a sign octet, whatever the number of octets;
+  /// they are stored as they are. Null or 0 makes it the small value 0.
   void Set(const unsigned char *octets, unsigned int len);
   /// The octets of a big value; -1 unless exactly @p len are held.
   int GetBuf(unsigned char *octets, int len) const;
   int GetShortVal() const;                       ///< the low 32 bits
   bool IsBig() const { return m_big.Len() > 0; }
   const sxOctets &BigOctets() const { return m_big; }   ///< empty for a small value
+  bool IsMagnitude() const { return m_isMagnitude; }    ///< the big octets were set, not decoded
 
-  /// True when both denote the same number, however each is stored.
+  /// True when both denote the same number, however each is stored: decoded octets are two's complement,
+  /// those that were set a magnitude.
   bool intEquiv(const sxAsnInt &other) const;
 
   static const sxAsnTypeInfo kInfo;
@@ -45,6 +49,7 @@ class KXCERT_EXPORT sxAsnInt : public sxAsnType {
 
  private:
   int m_small = 0;
+  bool m_isMagnitude = false;   // of m_big; otherwise two's complement
   sxOctets m_big;
 };
 

@@ -45,7 +45,8 @@ struct sxAsnElem {
   uint8_t tagNumber = 0;         ///< of the context tag, below 31
   bool optional = false;         ///< OPTIONAL or DEFAULT
   int8_t definedBy = -1;         ///< ANY DEFINED BY: index of the element that selects the type
-  bool fallBack = false;         ///< CHOICE: content that does not decode goes to the ANY alternative
+  bool fallBack = false;         ///< CHOICE: content that does not decode goes to the ANY alternative;
+                                 ///< ANY DEFINED BY: it is kept as raw octets
 };
 
 class KXCERT_EXPORT sxAsnType {

@@ -37,7 +37,8 @@ class KXCERT_EXPORT sxDN {
   int RemoveCN();                                  ///< 1 when the most specific RDN held a CN and went
   int RemoveOid(const sxAsnOid *type);             ///< 1 when an RDN with it went, root-most first
 
-  /// Text, borrowed until the name changes. Null without a name or with a value that has no text.
+  /// Text, borrowed until the name changes. Null without a name or with a value that has no text. A
+  /// value that holds a NUL is written in "#" form, here and wherever it is handed out by itself.
   const char *GetStr() const;
   const char *GetStr_ascii() const;                ///< values outside 0x20..0x7F in "#" form
   /// DER of at most 4096 octets, borrowed until the name changes. @return 0 or -1
@@ -45,7 +46,8 @@ class KXCERT_EXPORT sxDN {
   const sxASN_RDNSequence *GetName() const;        ///< lent; null without a name
   int Count() const;                               ///< RDNs; 0 without a name
 
-  /// The most specific AVA of a type, printed as in GetStr. @return 0, or -1 (absent, does not fit)
+  /// The most specific AVA of a type, printed as in GetStr. @return 0, or -1 (absent; does not fit, which
+  /// is logged)
   int GetRDN(const sxAsnOid &type, char *buf, int len) const;
   int GetCN(char *buf, int len) const;
   int GetO(char *buf, int len) const;
@@ -77,7 +79,8 @@ class KXCERT_EXPORT sxDN {
   sxDN_imp *m_imp;                                 // owned, never null
 };
 
-/// Texts in, texts out; 0 or -1 unless said otherwise. An area that is too short stays untouched.
+/// Texts in, texts out; 0 or -1 unless said otherwise. An area that is too short (or of a negative
+/// length) stays untouched, and the log says so.
 KXCERT_EXPORT const char *sxDN_GetStr(sxDN *dn);
 KXCERT_EXPORT void sxDN_Free(sxDN *dn);
 KXCERT_EXPORT sxDN *sxDN_DER_Decode(const unsigned char *der, int len);   ///< for sxDN_Free, or null

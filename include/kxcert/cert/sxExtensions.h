@@ -165,7 +165,7 @@ class KXCERT_EXPORT sxAuthorityInfoAccess : public sxExtension {
   explicit sxAuthorityInfoAccess(std::unique_ptr<sxAuthorityInfoAccess_imp> imp);
 };
 
-/// One of the device extensions: a UTF8String.
+/// One of the device extensions: a UTF8String. Its octets are the peer's: any, NUL among them.
 class KXCERT_EXPORT sxExtDeviceData : public sxExtension {
  public:
   sxExtDeviceData(e_DeviceDataType type, const char *text);

@@ -28,7 +28,8 @@ KXCERT_EXPORT void sxCert_SetSubCAFunc(sxSubCAFunc func);   ///< null: none
 /// @param[out] dn  its subject's text, dnLen bytes with the NUL, cut when too long
 /// @retval  1  both are set
 /// @retval  0  the chain's root does not say so
-/// @retval -1  bad arguments, a chain that cannot be sorted or repaired, no subject, no common name
+/// @retval -1  bad arguments, a chain that cannot be sorted or repaired, no subject, no common name or
+///             one that holds a NUL
 KXCERT_EXPORT int sxCert_UseCN2FetchUser(sxCerts *chain, sxKeyHolder *holder, char *cn, int cnLen,
                                          char *dn, int dnLen);
 

@@ -86,7 +86,8 @@ KXCERT_EXPORT sxValidationRC sxValidateSignatures(const sxCerts &chain, int &lev
 /// Constraints of other kinds are ignored. @return 0, -987 or -1000
 KXCERT_EXPORT sxValidationRC sxValidateNameConstraints(const sxRootCA *root, const sxCert *cert);
 
-/// Smallest notAfter of the chain's certificates that are OK; -1 when there is none.
+/// Smallest notAfter of the chain's certificates that are OK, whatever their order; -1 when there is
+/// none, and for a notAfter that cannot be read.
 KXCERT_EXPORT long sxGetChainExpiration(const sxCerts &chain);
 
 /// Result of a validation that went on: code, its text, level, expiration, opaque.

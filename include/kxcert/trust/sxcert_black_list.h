@@ -25,7 +25,9 @@ class KXCERT_EXPORT sxcert_black_list {
   sxcert_black_list &operator=(const sxcert_black_list &) = delete;
 
   int Add(const sxAsnInt &serial);                   ///< a copy, dated now; always 0
-  /// Adds the number with these content octets (two's complement, big-endian), two digits each.
+  /// Adds the number with these content octets (two's complement, big-endian), two digits each. A
+  /// positive serial whose first octet is 80 or more needs its leading 00: "ff12" is another, negative
+  /// number. Texts of this library that name a serial write it so.
   /// @return 0 or -1
   int AddFromString(const sxString &hex);
   bool IsExist(const sxCert &cert) const;            ///< by its serial number

@@ -7,7 +7,7 @@
 
 static constexpr sxAsnElem sxASN_AnotherNameElems[] = {
     {"type-id", &sxAsnOid::kInfo, offsetof(sxASN_AnotherName, type_id)},
-    {"value", &sxAsnAny::kInfo, offsetof(sxASN_AnotherName, value), sxAsnElem::kExplicit, 0, false, 0},
+    {"value", &sxAsnAny::kInfo, offsetof(sxASN_AnotherName, value), sxAsnElem::kExplicit, 0, false, 0, true},
 };
 constinit const sxAsnTypeInfo sxASN_AnotherName::kInfo = {"sxASN_AnotherName", sxAsnKind::kSequence, false, false, 48, sxAsnCreate<sxASN_AnotherName>, sxASN_AnotherNameElems, 2};
 const sxAsnTypeInfo *sxASN_AnotherName::Info() const { return &kInfo; }

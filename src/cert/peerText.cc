@@ -1,0 +1,25 @@
+#include "peerText.h"
+
+#include <cstring>
+
+#include "kxcert/platform/log.h"
+
+bool sxHoldsNul(std::string_view octets) { return octets.find('\0') != std::string_view::npos; }
+
+int sxHandOut(const char *func, std::string_view text, char *out, int outLen) {
+  if (out == nullptr) return -1;
+  if (outLen < 0 || text.size() >= static_cast<size_t>(outLen)) {
+    return herror_func(0, 0, "%s: %zu characters do not fit %d", func, text.size(), outLen), -1;
+  }
+  return sxHandOutCut(func, text, out, outLen);
+}
+
+int sxHandOutCut(const char *func, std::string_view text, char *out, int outLen) {
+  if (sxHoldsNul(text)) {
+    return herror_func(0, 0, "%s: NUL within a text of %zu characters", func, text.size()), -1;
+  }
+  const std::string_view fits = text.substr(0, static_cast<size_t>(outLen) - 1);
+  std::memcpy(out, fits.data(), fits.size());
+  out[fits.size()] = '\0';
+  return 0;
+}

@@ -1,6 +1,7 @@
 // Running key tasks: what each kind does, the pool, and the way in and out.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -37,17 +38,29 @@ struct Outcome {
 };
 constexpr const char *kNoMemory = "Error - Cannot allocate memory.";
 
+// How a kind of task fails when its key does.
+struct Failure {
+  int rc;
+  const char *errMsg;
+  operator Outcome() const { return {rc, errMsg}; }
+};
+constexpr Failure kCreationFailed = {TASK_CREATION_ERROR, "Error while creating new DH key."};
+constexpr Failure kDerivingFailed = {TASK_DERIVING_ERROR, "Error while deriving dh key."};
+constexpr Failure kSigningFailed = {TASK_SIGNING_ERROR, "Error while signing witn RSA private key."};
+constexpr Failure kDecryptFailed = {TASK_DECRYPT_ERROR, "Error while decrypting witn RSA private key."};
+
 // Asks the key how much it writes, then has it written.
 template <class Operation>
-Outcome WriteResult(KeyOpTaskData *task, const Outcome &failed, Operation operation) {
+Outcome WriteResult(KeyOpTaskData *task, const Failure &failed, Operation operation) {
   const int size = operation(nullptr, 0);
   if (size < 0) return failed;
   std::unique_ptr<unsigned char[]> octets(new (std::nothrow) unsigned char[static_cast<size_t>(size) + 1]);
   if (octets == nullptr) return {TASK_GENERAL_ERROR, kNoMemory};
   const int len = operation(octets.get(), size);
+  const bool isWritten = len >= 0 && len <= size;
   const TaskLock lock(task);
-  task->SetResult(std::move(octets), len < 0 ? size : len);
-  return len < 0 ? failed : Outcome();
+  task->SetResult(std::move(octets), isWritten ? len : size);
+  return isWritten ? Outcome() : failed;
 }
 
 const unsigned char *Data(const KeyOpTaskData &task) { return task.Input().Data(); }
@@ -60,7 +73,7 @@ Outcome TaskNewDHKey(TaskData *data) {
     return {TASK_BAD_INPUT, "Cannot complete computing new DH key. Bad input, no DH group"};
   }
   sxPubKey *const key = sxNewDHKey(task->GroupName(), task->PrivBits());
-  if (key == nullptr) return {TASK_CREATION_ERROR, "Error while creating new DH key."};
+  if (key == nullptr) return kCreationFailed;
   const TaskLock lock(task);
   task->SetKey(key);
   return {};
@@ -69,7 +82,7 @@ Outcome TaskNewDHKey(TaskData *data) {
 Outcome TaskDHDerive(TaskData *data) {
   auto *const task = static_cast<DHDeriveKeyTaskData *>(data);
   Entering("TaskDHDerive", *task);
-  return WriteResult(task, {TASK_DERIVING_ERROR, "Error while deriving dh key."}, [task](unsigned char *out, int outLen) {
+  return WriteResult(task, kDerivingFailed, [task](unsigned char *out, int outLen) {
     return task->Key()->Derive(task->Op(), Data(*task), Len(*task), out, outLen);
   });
 }
@@ -77,19 +90,18 @@ Outcome TaskDHDerive(TaskData *data) {
 Outcome TaskRSASign(TaskData *data) {
   auto *const task = static_cast<RSASignKeyTaskData *>(data);
   Entering("TaskRSASign", *task);
-  return WriteResult(task, {TASK_SIGNING_ERROR, "Error while signing witn RSA private key."},
-                     [task](unsigned char *out, int outLen) {
-                       return task->Key()->Sign(task->Op(), task->DigestType(), Data(*task), Len(*task), out, outLen);
-                     });
+  return WriteResult(task, kSigningFailed, [task](unsigned char *out, int outLen) {
+    return task->Key()->Sign(task->Op(), task->DigestType(), Data(*task), Len(*task), out, outLen);
+  });
 }
 
 Outcome TaskRSADecrypt(TaskData *data) {
   auto *const task = static_cast<RSADecryptKeyTaskData *>(data);
   Entering("TaskRSADecrypt", *task);
-  const Outcome outcome = WriteResult(task, {TASK_DECRYPT_ERROR, "Error while decrypting witn RSA private key."},
-                                      [task](unsigned char *out, int outLen) {
-    if (out == nullptr) return task->OutLen();
-    return task->Key()->Decrypt(task->Op(), Data(*task), Len(*task), out, outLen);
+  // The area may be far longer than any text.
+  const Outcome outcome = WriteResult(task, kDecryptFailed, [task](unsigned char *out, int outLen) {
+    const int len = task->Key()->Decrypt(task->Op(), Data(*task), Len(*task), out, outLen);
+    return out == nullptr ? std::min(len, task->OutLen()) : len;
   });
   if (outcome.rc == TASK_SUCCESS) {
     herror_func(0, 0, "<%d> %s: Successfully decrypted task ID = %d", gettid(), "TaskRSADecrypt", task->TaskId());
@@ -101,12 +113,13 @@ struct TaskRow {
   int type;
   Outcome (*run)(TaskData *task);
   const char *className;                 // of the keys that workers take; null: asked of sxIsSW_DH
+  Failure failure;
 };
 constexpr TaskRow kTasks[] = {
-    {kTaskDHNewKey, TaskNewDHKey, nullptr},
-    {kTaskDHDerive, TaskDHDerive, "kxSDH_imp"},
-    {kTaskRSASign, TaskRSASign, "kxSRSA_imp"},
-    {kTaskRSADecrypt, TaskRSADecrypt, "kxSRSA_imp"},
+    {kTaskDHNewKey, TaskNewDHKey, nullptr, kCreationFailed},
+    {kTaskDHDerive, TaskDHDerive, "kxSDH_imp", kDerivingFailed},
+    {kTaskRSASign, TaskRSASign, "kxSRSA_imp", kSigningFailed},
+    {kTaskRSADecrypt, TaskRSADecrypt, "kxSRSA_imp", kDecryptFailed},
 };
 
 const TaskRow *RowOf(const TaskData &task) {
@@ -116,10 +129,14 @@ const TaskRow *RowOf(const TaskData &task) {
   return nullptr;
 }
 
-// The usable key of a task that works with one, else null.
-const sxPubKey *KeyOf(TaskData *task) {
-  const sxPubKey *const key = static_cast<KeyOpTaskData *>(task)->Key();
-  return key != nullptr && key->OK() != 0 ? key : nullptr;
+// The key of a task that works with one.
+const sxPubKey *KeyOf(TaskData *task) { return static_cast<KeyOpTaskData *>(task)->Key(); }
+
+// Whether there is nowhere to put what a task makes.
+bool LacksOutput(TaskData *data) {
+  if (data->TaskType() != kTaskRSADecrypt) return false;
+  const auto *const task = static_cast<RSADecryptKeyTaskData *>(data);
+  return task->Out() == nullptr || task->OutLen() < 0;
 }
 
 bool WorkersTake(TaskData *task) {
@@ -137,8 +154,10 @@ Outcome Run(TaskData *task) try {
     std::snprintf(text, sizeof text, "This operation (%d) is not supported by this API.", task->TaskType());
     return {TASK_GENERAL_ERROR, text};
   }
-  if (row->className != nullptr && KeyOf(task) == nullptr) {
-    return {TASK_BAD_INPUT, "Internal problem, bad input, no key."};
+  if (row->className != nullptr) {
+    const sxPubKey *const key = KeyOf(task);
+    if (key == nullptr) return {TASK_BAD_INPUT, "Internal problem, bad input, no key."};
+    if (key->OK() == 0) return row->failure;
   }
   return row->run(task);
 } catch (const std::bad_alloc &) {
@@ -273,7 +292,10 @@ int kxKeyTaskManager::SetNumThreads(int numThreads) {
     herror_func(0, 0, "%s: Cannot zero the number of working threads.", kFunc);
     return -1;
   }
-  return RTApc_SetNumThreads(m_pool.get(), numThreads);
+  if (RTApc_SetNumThreads(m_pool.get(), numThreads) == 0) return 0;
+  herror_func(0, 0, "%s: Cannot set %d working threads (at most %d), there are %d.", kFunc, numThreads,
+              RTApc::kMaxThreads, m_pool->NumThreads());
+  return -1;
 }
 
 void kxKeyTaskManager::Stop() {
@@ -299,6 +321,7 @@ int KeyTask_QueueRequest(TaskData *task, KeyTaskCompletion completion, void *inf
   };
   if (task == nullptr) return refuse(TASK_BAD_INPUT, "Internal problem, bad input, no task data.");
   if (completion == nullptr) return refuse(TASK_BAD_INPUT, "Internal problem, bad input, no callback.");
+  if (LacksOutput(task)) return refuse(kDecryptFailed.rc, kDecryptFailed.errMsg);
   KeyTask keyTask(task, completion, info);
   if (Manager().IsSynchronous() || !WorkersTake(task)) {
     herror_func(0, 0, "<%d> %s: The operation will be done on the main thread", gettid(), kFunc);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <string>
 
@@ -11,6 +12,8 @@
 #include "kxcert/keys/kxSDH.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
+#include "platform/eventEnv_imp.h"
+#include "poolWork.h"
 
 namespace {
 
@@ -197,7 +200,8 @@ KeyTask::~KeyTask() { TaskData_Free(m_task); }
 
 size_t KeyTask::hash() const { return static_cast<size_t>(m_task->TaskId()); }
 bool KeyTask::operator==(const RTApcServant &other) const {
-  return m_task == static_cast<const KeyTask &>(other).m_task;
+  const auto *const task = dynamic_cast<const KeyTask *>(&other);   // the pool has other work, too
+  return task != nullptr && m_task == task->m_task;
 }
 
 void KeyTask::task_handler() {
@@ -237,12 +241,14 @@ class kxKeyTaskManager {
   void Stop();
   bool IsSynchronous() const { return m_synchronous; }
   RTApc *Pool() const { return m_pool.get(); }
+  sxd_env *Env() const { return m_env; }
 
  private:
   struct FreeComm { void operator()(RTComm *comm) const { RTComm_destroy(comm); } };
   int StaySynchronous(const char *why);
 
   bool m_synchronous = false;
+  sxd_env *m_env = nullptr;              // of the latest start
   std::unique_ptr<RTComm, FreeComm> m_comm;
   std::unique_ptr<RTApc> m_pool;
 };
@@ -268,6 +274,7 @@ int kxKeyTaskManager::StaySynchronous(const char *why) {
 int kxKeyTaskManager::Start(sxd_env *env, int numThreads) {
   constexpr const char *kFunc = "KeyTaskMngmnt_init";
   Stop();
+  m_env = env;
   if (numThreads <= 0) {
     herror_func(0, 0, "%s: Will not create working threads. %s", kFunc, kSynchronously);
     m_synchronous = true;
@@ -340,4 +347,41 @@ int KeyTask_QueueRequest(TaskData *task, KeyTaskCompletion completion, void *inf
 } catch (const std::bad_alloc &) {
   herror_func(0, 0, "KeyTask_QueueRequest: Cannot allocate memory. There is not enough free memory in the system");
   return TASK_GENERAL_ERROR;
+}
+
+namespace {
+
+// Brings PoolWork to a worker and back.
+class PoolServant : public RTApcServant {
+ public:
+  explicit PoolServant(const std::shared_ptr<PoolWork> &work) : m_work(work) {}
+  void task_handler() override { m_work->Run(); }
+  void result_handler(int waitResult, RTApc *) override { m_work->End(waitResult == kRTWaitDone); }
+  size_t hash() const override { return std::hash<std::shared_ptr<PoolWork>>()(m_work); }
+  bool operator==(const RTApcServant &other) const override {
+    const auto *const servant = dynamic_cast<const PoolServant *>(&other);
+    return servant != nullptr && m_work == servant->m_work;
+  }
+  RTApcServant *clone() const override { return new PoolServant(*this); }
+
+ private:
+  std::shared_ptr<PoolWork> m_work;
+};
+
+}  // namespace
+
+int QueuePoolWork(const std::shared_ptr<PoolWork> &work) try {
+  const auto refuse = [](int rc) {
+    herror_func(0, 0, "%s: %s", "QueuePoolWork", TaskRC2str(rc));
+    return rc;
+  };
+  const kxKeyTaskManager &manager = Manager();
+  if (manager.IsSynchronous() && manager.Env() != nullptr) {
+    work->Run();
+    return manager.Env()->Post(0, [work] { work->End(true); }) == 0 ? 0 : refuse(TASK_QUEUING_ERROR);
+  }
+  if (manager.Pool() == nullptr) return refuse(TASK_NOT_INITIALIZED);
+  return manager.Pool()->Queue(PoolServant(work), -1) == 0 ? 0 : refuse(TASK_QUEUING_ERROR);
+} catch (const std::bad_alloc &) {
+  return TASK_QUEUING_ERROR;
 }

@@ -8,9 +8,9 @@
 /// says otherwise, functions return 0, or -1 with a line on the trace channel (topic "ec"), and failure
 /// leaves the exchange as it was.
 ///
-/// An exchange does no locking; one thread uses one exchange at a time, the loop's when it makes asynchronous calls. Different exchanges may run on
-/// different threads, also when they share a key pair. Private values and secrets are wiped when they
-/// are given up, and never logged.
+/// An exchange does no locking; one thread uses one exchange at a time, the loop's when it makes
+/// asynchronous calls. Different exchanges may run on different threads, also when they share a key pair.
+/// Private values and secrets are wiped when they are given up, and never logged.
 #ifndef KXCERT_KEYS_KXECDH_H_
 #define KXCERT_KEYS_KXECDH_H_
 

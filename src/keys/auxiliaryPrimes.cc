@@ -6,6 +6,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/random.h"
 #include "lucasTest.h"
+#include "primeSearch.h"
 
 namespace {
 
@@ -23,12 +24,6 @@ struct AuxiliaryRow { int belowPrimeBits, bits, rounds; };
 // are looked up by the size of the prime, so that a modulus gets the row of one half as long. That is meant
 // to be so: other software counts on it. Held by AuxiliaryPrimes.SizesFollowThePrimeNotTheModulus.
 constexpr AuxiliaryRow kAuxiliaryRows[] = {{2048, 101, 28}, {3072, 141, 38}, {1 << 30, 171, 41}};
-
-// libcrypto 3.0 takes the rounds as a minimum and makes 64 or more: a composite has no better chance.
-// @return 1, 0, or -1 when libcrypto refused
-int MillerRabinTest(const BIGNUM *n, int rounds, BN_CTX *ctx) {
-  return BN_is_prime_fasttest_ex(n, rounds, ctx, 1, nullptr);
-}
 
 // Uniform in [sqrt(2) 2^(bits-1), 2^bits): two such primes always have a product of 2 bits bits.
 bool DrawStart(int bits, BIGNUM *x, BN_CTX *ctx) {
@@ -56,14 +51,30 @@ bool DrawStarts(const PrimeSizes &sizes, BIGNUM *xp, BIGNUM *xq, BN_CTX *ctx) {
   return false;
 }
 
+// Adds step to *n until the test passes it. What a small prime divides would fail, and is not tested.
+// @param test  of *n; 1 ends the search, and so does -1, as a failure
+template <class Test>
+bool FirstThatPasses(BIGNUM *n, const BIGNUM *step, int bits, Test test) {
+  PrimeSieve sieve(n, step, bits);
+  while (BN_num_bits(n) == bits) {       // no prime in range: as good as never
+    const int verdict = sieve.IsComposite() ? 0 : test();
+    if (verdict != 0) return verdict > 0;
+    if (!BN_add(n, n, step)) return false;
+    sieve.Advance();
+  }
+  return false;
+}
+
 // The first prime from a random number of that many bits on, its two top bits set.
 bool DrawAuxiliaryPrime(const PrimeSizes &sizes, BIGNUM *prime, BN_CTX *ctx) {
-  if (!BN_priv_rand(prime, sizes.auxiliaryBits, BN_RAND_TOP_TWO, BN_RAND_BOTTOM_ODD)) return false;
-  for (;;) {
-    const int verdict = MillerRabinTest(prime, sizes.auxiliaryRounds, ctx);
-    if (verdict != 0) return verdict > 0;
-    if (!BN_add_word(prime, 2) || BN_num_bits(prime) != sizes.auxiliaryBits) return false;
+  BigNumFrame frame(ctx);
+  BIGNUM *step = frame.New();
+  if (step == nullptr || !BN_set_word(step, 2) ||
+      !BN_priv_rand(prime, sizes.auxiliaryBits, BN_RAND_TOP_TWO, BN_RAND_BOTTOM_ODD)) {
+    return false;
   }
+  return FirstThatPasses(prime, step, sizes.auxiliaryBits,
+                         [&] { return MillerRabinTest(prime, sizes.auxiliaryRounds, ctx); });
 }
 
 // p1, p2, q1, q2, each after the pool was given octets that nothing else has seen.
@@ -119,12 +130,7 @@ bool FindPrime(const PrimeSizes &sizes, const BIGNUM *exponent, BuiltPrime *buil
   // The step is odd: every second candidate is even and not looked at.
   if (!BN_is_odd(prime) && !BN_add(prime, prime, step)) return false;
   if (!BN_lshift1(step, step)) return false;
-  for (;;) {
-    if (BN_num_bits(prime) != sizes.primeBits) return false;   // out of range, once in 2^200 times
-    const int verdict = IsUsablePrime(prime, exponent, ctx);
-    if (verdict != 0) return verdict > 0;
-    if (!BN_add(prime, prime, step)) return false;
-  }
+  return FirstThatPasses(prime, step, sizes.primeBits, [&] { return IsUsablePrime(prime, exponent, ctx); });
 }
 
 bool Allocate(BuiltPrime *built) {

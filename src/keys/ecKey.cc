@@ -1,5 +1,9 @@
 #include "ecKey.h"
 
+#include <utility>
+
+#include "kxcert/asn1/sxAsnBuf.h"
+#include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/log.h"
@@ -8,6 +12,44 @@
 namespace {
 
 constexpr const char *kCheckFunc = "kxECDSA_imp::test_if_ok";
+constexpr int kMaxPrivateDerLen = 300;     // a scalar, a point, an object identifier and their headers
+
+void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
+  BEncDefLen(buf, contentLen);
+  buf.PutByte(tag);
+}
+
+//   ECPrivateKey ::= SEQUENCE { version INTEGER (1), privateKey OCTET STRING,
+//                               parameters [0] OBJECT IDENTIFIER, publicKey [1] BIT STRING }   (RFC 5915, 3)
+// Written here, because libcrypto leaves a copy of the scalar in memory that it frees.
+int EncodePrivate(const Curve &curve, const EC_KEY *key, kxBinBuf &out) {
+  unsigned char point[kMaxPointLen];
+  const int pointLen = PointOfKey(key, point), scalarLen = curve.ScalarLen();
+  kxBinBuf scalar, area, der;
+  for (kxBinBuf *secret : {&scalar, &area, &der}) secret->SetSensitive(true);
+  scalar.Set(static_cast<unsigned int>(scalarLen));
+  area.Set(static_cast<unsigned int>(kMaxPrivateDerLen));
+  if (pointLen < 0 || BN_bn2binpad(EC_KEY_get0_private_key(key), scalar.Data(), scalarLen) != scalarLen) return -1;
+  sxAsnWriteBuf buf;   // writes towards the start
+  buf.Init(area.Data(), kMaxPrivateDerLen);
+  buf.PutSeg(point, pointLen);
+  buf.PutByte(0);   // unused bits
+  PutHeader(buf, buf.Written(), 0x03);
+  PutHeader(buf, buf.Written(), 0xA1);
+  const int end = buf.Written();
+  buf.PutSeg(curve.oid->Data(), curve.oid->Len());
+  PutHeader(buf, curve.oid->Len(), 0x06);
+  PutHeader(buf, buf.Written() - end, 0xA0);
+  buf.PutSeg(scalar.Data(), scalarLen);
+  PutHeader(buf, scalarLen, 0x04);
+  buf.PutByte(1);
+  PutHeader(buf, 1, 0x02);
+  PutHeader(buf, buf.Written(), 0x30);
+  if (buf.Overflow()) return -1;
+  der.Set(buf.Curr(), static_cast<unsigned int>(buf.Written()));
+  out = std::move(der);
+  return 0;
+}
 
 EC_KEY *FromPrivateDer(const unsigned char *data, int dataLen, int curveNid) {
   const ErrorQueueMark mark;
@@ -105,7 +147,8 @@ EC_KEY *kxECDSA_from_buf(sxPK_Format format, const unsigned char *data, int data
 }
 
 int kxECDSA_to_buf(const EC_KEY *key, kxBinBuf &out, int privateForm) {
-  if (CurveOfKey(key) == nullptr) return -1;
+  const Curve *const curve = CurveOfKey(key);
+  if (curve == nullptr) return -1;
   if (privateForm == 0) {
     unsigned char point[kMaxPointLen];
     const int pointLen = PointOfKey(key, point);
@@ -115,15 +158,7 @@ int kxECDSA_to_buf(const EC_KEY *key, kxBinBuf &out, int privateForm) {
   }
   if (EC_KEY_get0_private_key(key) == nullptr) return -1;
   const ErrorQueueMark mark;
-  const int len = i2d_ECPrivateKey(key, nullptr);
-  if (len <= 0) return -1;
-  kxBinBuf der;
-  der.SetSensitive(true);
-  der.Set(static_cast<unsigned int>(len));
-  unsigned char *end = der.Data();
-  if (i2d_ECPrivateKey(key, &end) != len) return -1;
-  out = std::move(der);
-  return 0;
+  return EncodePrivate(*curve, key, out);
 }
 
 int kxECDSA_is_ok(const EC_KEY *key) {

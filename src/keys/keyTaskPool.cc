@@ -2,8 +2,10 @@
 #include <openssl/crypto.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <string>
 #include <utility>
@@ -12,6 +14,8 @@
 #include "kxcert/keys/kxSDH.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
+#include "platform/eventEnv_imp.h"
+#include "poolWork.h"
 
 namespace {
 
@@ -39,17 +43,29 @@ struct Outcome {
 };
 constexpr const char *kNoMemory = "Error - Cannot allocate memory.";
 
+// How a kind of task fails when its key does.
+struct Failure {
+  int rc;
+  const char *errMsg;
+  operator Outcome() const { return {rc, errMsg}; }
+};
+constexpr Failure kCreationFailed = {TASK_CREATION_ERROR, "Error while creating new DH key."};
+constexpr Failure kDerivingFailed = {TASK_DERIVING_ERROR, "Error while deriving dh key."};
+constexpr Failure kSigningFailed = {TASK_SIGNING_ERROR, "Error while signing witn RSA private key."};
+constexpr Failure kDecryptFailed = {TASK_DECRYPT_ERROR, "Error while decrypting witn RSA private key."};
+
 // Asks the key how much it writes, then has it written.
 template <class Operation>
-Outcome WriteResult(KeyOpTaskData *task, const Outcome &failed, Operation operation) {
+Outcome WriteResult(KeyOpTaskData *task, const Failure &failed, Operation operation) {
   const int size = operation(nullptr, 0);
   if (size < 0) return failed;
   std::unique_ptr<unsigned char[]> octets(new (std::nothrow) unsigned char[static_cast<size_t>(size) + 1]);
   if (octets == nullptr) return {TASK_GENERAL_ERROR, kNoMemory};
   const int len = operation(octets.get(), size);
+  const bool isWritten = len >= 0 && len <= size;
   const TaskLock lock(task);
-  task->SetResult(std::move(octets), len < 0 ? size : len);
-  return len < 0 ? failed : Outcome();
+  task->SetResult(std::move(octets), isWritten ? len : size);
+  return isWritten ? Outcome() : failed;
 }
 
 const unsigned char *Data(const KeyOpTaskData &task) { return task.Input().Data(); }
@@ -62,7 +78,7 @@ Outcome TaskNewDHKey(TaskData *data) {
     return {TASK_BAD_INPUT, "Cannot complete computing new DH key. Bad input, no DH group"};
   }
   sxPubKey *const key = sxNewDHKey(task->GroupName(), task->PrivBits());
-  if (key == nullptr) return {TASK_CREATION_ERROR, "Error while creating new DH key."};
+  if (key == nullptr) return kCreationFailed;
   const TaskLock lock(task);
   task->SetKey(key);
   return {};
@@ -71,7 +87,7 @@ Outcome TaskNewDHKey(TaskData *data) {
 Outcome TaskDHDerive(TaskData *data) {
   auto *const task = static_cast<DHDeriveKeyTaskData *>(data);
   Entering("TaskDHDerive", *task);
-  return WriteResult(task, {TASK_DERIVING_ERROR, "Error while deriving dh key."}, [task](unsigned char *out, int outLen) {
+  return WriteResult(task, kDerivingFailed, [task](unsigned char *out, int outLen) {
     return task->Key()->Derive(task->Op(), Data(*task), Len(*task), out, outLen);
   });
 }
@@ -79,19 +95,18 @@ Outcome TaskDHDerive(TaskData *data) {
 Outcome TaskRSASign(TaskData *data) {
   auto *const task = static_cast<RSASignKeyTaskData *>(data);
   Entering("TaskRSASign", *task);
-  return WriteResult(task, {TASK_SIGNING_ERROR, "Error while signing witn RSA private key."},
-                     [task](unsigned char *out, int outLen) {
-                       return task->Key()->Sign(task->Op(), task->DigestType(), Data(*task), Len(*task), out, outLen);
-                     });
+  return WriteResult(task, kSigningFailed, [task](unsigned char *out, int outLen) {
+    return task->Key()->Sign(task->Op(), task->DigestType(), Data(*task), Len(*task), out, outLen);
+  });
 }
 
 Outcome TaskRSADecrypt(TaskData *data) {
   auto *const task = static_cast<RSADecryptKeyTaskData *>(data);
   Entering("TaskRSADecrypt", *task);
-  const Outcome outcome = WriteResult(task, {TASK_DECRYPT_ERROR, "Error while decrypting witn RSA private key."},
-                                      [task](unsigned char *out, int outLen) {
-    if (out == nullptr) return task->OutLen();
-    return task->Key()->Decrypt(task->Op(), Data(*task), Len(*task), out, outLen);
+  // The area may be far longer than any text.
+  const Outcome outcome = WriteResult(task, kDecryptFailed, [task](unsigned char *out, int outLen) {
+    const int len = task->Key()->Decrypt(task->Op(), Data(*task), Len(*task), out, outLen);
+    return out == nullptr ? std::min(len, task->OutLen()) : len;
   });
   if (outcome.rc == TASK_SUCCESS) {
     herror_func(0, 0, "<%d> %s: Successfully decrypted task ID = %d", gettid(), "TaskRSADecrypt", task->TaskId());
@@ -103,12 +118,13 @@ struct TaskRow {
   int type;
   Outcome (*run)(TaskData *task);
   const char *className;                 // of the keys that workers take; null: asked of sxIsSW_DH
+  Failure failure;
 };
 constexpr TaskRow kTasks[] = {
-    {kTaskDHNewKey, TaskNewDHKey, nullptr},
-    {kTaskDHDerive, TaskDHDerive, "kxSDH_imp"},
-    {kTaskRSASign, TaskRSASign, "kxSRSA_imp"},
-    {kTaskRSADecrypt, TaskRSADecrypt, "kxSRSA_imp"},
+    {kTaskDHNewKey, TaskNewDHKey, nullptr, kCreationFailed},
+    {kTaskDHDerive, TaskDHDerive, "kxSDH_imp", kDerivingFailed},
+    {kTaskRSASign, TaskRSASign, "kxSRSA_imp", kSigningFailed},
+    {kTaskRSADecrypt, TaskRSADecrypt, "kxSRSA_imp", kDecryptFailed},
 };
 
 const TaskRow *RowOf(const TaskData &task) {
@@ -118,10 +134,14 @@ const TaskRow *RowOf(const TaskData &task) {
   return nullptr;
 }
 
-// The usable key of a task that works with one, else null.
-const sxPubKey *KeyOf(TaskData *task) {
-  const sxPubKey *const key = static_cast<KeyOpTaskData *>(task)->Key();
-  return key != nullptr && key->OK() != 0 ? key : nullptr;
+// The key of a task that works with one.
+const sxPubKey *KeyOf(TaskData *task) { return static_cast<KeyOpTaskData *>(task)->Key(); }
+
+// Whether there is nowhere to put what a task makes.
+bool LacksOutput(TaskData *data) {
+  if (data->TaskType() != kTaskRSADecrypt) return false;
+  const auto *const task = static_cast<RSADecryptKeyTaskData *>(data);
+  return task->Out() == nullptr || task->OutLen() < 0;
 }
 
 bool WorkersTake(TaskData *task) {
@@ -139,8 +159,10 @@ Outcome Run(TaskData *task) try {
     std::snprintf(text, sizeof text, "This operation (%d) is not supported by this API.", task->TaskType());
     return {TASK_GENERAL_ERROR, text};
   }
-  if (row->className != nullptr && KeyOf(task) == nullptr) {
-    return {TASK_BAD_INPUT, "Internal problem, bad input, no key."};
+  if (row->className != nullptr) {
+    const sxPubKey *const key = KeyOf(task);
+    if (key == nullptr) return {TASK_BAD_INPUT, "Internal problem, bad input, no key."};
+    if (key->OK() == 0) return row->failure;
   }
   return row->run(task);
 } catch (const std::bad_alloc &) {
@@ -192,7 +214,8 @@ void KeyTask::HandOver() { m_handed->task = m_task; }
 
 size_t KeyTask::hash() const { return static_cast<size_t>(m_task->TaskId()); }
 bool KeyTask::operator==(const RTApcServant &other) const {
-  return m_task == static_cast<const KeyTask &>(other).m_task;
+  const auto *const task = dynamic_cast<const KeyTask *>(&other);   // the pool has other work, too
+  return task != nullptr && m_task == task->m_task;
 }
 
 void KeyTask::task_handler() {
@@ -238,6 +261,7 @@ class kxKeyTaskManager {
   void Stop() { Replace({}, false); }
   bool IsSynchronous() const { return m_synchronous; }
   RTApc *Pool() const { return m_pool.pool.get(); }
+  kxEventLoop *Loop() const { return m_loop.get(); }
 
  private:
   struct FreeComm { void operator()(RTComm *comm) const { RTComm_destroy(comm); } };
@@ -249,6 +273,7 @@ class kxKeyTaskManager {
   int StaySynchronous(const char *why);
 
   bool m_synchronous = false;
+  std::shared_ptr<kxEventLoop> m_loop;   // of the latest start; null without an environment
   Workers m_pool;
 };
 
@@ -276,6 +301,7 @@ int kxKeyTaskManager::StaySynchronous(const char *why) {
 
 int kxKeyTaskManager::Start(sxd_env *env, int numThreads) {
   constexpr const char *kFunc = "KeyTaskMngmnt_init";
+  m_loop = env == nullptr ? nullptr : env->Loop();
   if (numThreads <= 0) return StaySynchronous("KeyTaskMngmnt_init: Will not create working threads.");
   Workers workers;
   workers.comm.reset(RTComm_create(env));
@@ -299,7 +325,10 @@ int kxKeyTaskManager::SetNumThreads(int numThreads) {
     herror_func(0, 0, "%s: Cannot zero the number of working threads.", kFunc);
     return -1;
   }
-  return RTApc_SetNumThreads(m_pool.pool.get(), numThreads);
+  if (RTApc_SetNumThreads(m_pool.pool.get(), numThreads) == 0) return 0;
+  herror_func(0, 0, "%s: Cannot set %d working threads (at most %d), there are %d.", kFunc, numThreads,
+              RTApc::kMaxThreads, m_pool.pool->NumThreads());
+  return -1;
 }
 
 int KeyTaskMngmnt_init(sxd_env *env, int numThreads) { return Manager().Start(env, numThreads); }
@@ -319,6 +348,7 @@ int KeyTask_QueueRequest(TaskData *task, KeyTaskCompletion completion, void *inf
   };
   if (task == nullptr) return refuse(TASK_BAD_INPUT, "Internal problem, bad input, no task data.");
   if (completion == nullptr) return refuse(TASK_BAD_INPUT, "Internal problem, bad input, no callback.");
+  if (LacksOutput(task)) return refuse(kDecryptFailed.rc, kDecryptFailed.errMsg);
   KeyTask keyTask(task, completion, info);
   if (Manager().IsSynchronous() || !WorkersTake(task)) {
     herror_func(0, 0, "<%d> %s: The operation will be done on the main thread", gettid(), kFunc);
@@ -341,4 +371,41 @@ int KeyTask_QueueRequest(TaskData *task, KeyTaskCompletion completion, void *inf
 } catch (const std::bad_alloc &) {
   herror_func(0, 0, "KeyTask_QueueRequest: Cannot allocate memory. There is not enough free memory in the system");
   return TASK_GENERAL_ERROR;
+}
+
+namespace {
+
+// Brings PoolWork to a worker and back.
+class PoolServant : public RTApcServant {
+ public:
+  explicit PoolServant(const std::shared_ptr<PoolWork> &work) : m_work(work) {}
+  void task_handler() override { m_work->Run(); }
+  void result_handler(int waitResult, RTApc *) override { m_work->End(waitResult == kRTWaitDone); }
+  size_t hash() const override { return std::hash<std::shared_ptr<PoolWork>>()(m_work); }
+  bool operator==(const RTApcServant &other) const override {
+    const auto *const servant = dynamic_cast<const PoolServant *>(&other);
+    return servant != nullptr && m_work == servant->m_work;
+  }
+  RTApcServant *clone() const override { return new PoolServant(*this); }
+
+ private:
+  std::shared_ptr<PoolWork> m_work;
+};
+
+}  // namespace
+
+int QueuePoolWork(const std::shared_ptr<PoolWork> &work) try {
+  const auto refuse = [](int rc) {
+    herror_func(0, 0, "%s: %s", "QueuePoolWork", TaskRC2str(rc));
+    return rc;
+  };
+  const kxKeyTaskManager &manager = Manager();
+  if (manager.IsSynchronous() && manager.Loop() != nullptr) {
+    work->Run();
+    return manager.Loop()->Post(0, [work] { work->End(true); }) == 0 ? 0 : refuse(TASK_QUEUING_ERROR);
+  }
+  if (manager.Pool() == nullptr || manager.Pool()->IsInherited()) return refuse(TASK_NOT_INITIALIZED);
+  return manager.Pool()->Queue(PoolServant(work), -1) == 0 ? 0 : refuse(TASK_QUEUING_ERROR);
+} catch (const std::bad_alloc &) {
+  return TASK_QUEUING_ERROR;
 }

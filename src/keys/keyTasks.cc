@@ -60,9 +60,9 @@ sxPubKey *DHNewKeyTaskData::TakeKey() {
 
 KeyOpTaskData::KeyOpTaskData(sxPubKey *key, sxPKop_type op, const unsigned char *data, int dataLen)
     : m_key(key), m_op(op) {
-  sxSavePubKey(key);
   m_input.SetSensitive(true);
   if (data != nullptr && dataLen > 0) m_input.Set(data, static_cast<unsigned int>(dataLen));
+  sxSavePubKey(key);   // last: what throws above leaves no reference
 }
 
 KeyOpTaskData::~KeyOpTaskData() {

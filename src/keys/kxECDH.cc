@@ -1,23 +1,17 @@
-#include "kxcert/keys/kxECDH.h"
+#include "kxECDH_imp.h"
 
 #include <cstring>
 #include <utility>
 
 #include "ecKey.h"
 #include "ecOperation.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
-#include "kxcert/keys/keyCodes.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/pkxl.h"
 #include "kxcert/platform/hexText.h"
 #include "kxcert/platform/log.h"
-#include "libcryptoTypes.h"
 
 namespace {
-
-// Callers' logs show these numbers.
-enum Stage : int { kInvalid = -1, kGroupSet = 1, kOwnKey = 2, kPeerStored = 3, kSecretThere = 4 };
 
 struct IkeGroup {
   int number;
@@ -27,8 +21,6 @@ struct IkeGroup {
 constexpr int kGroupTextLen = 2;
 constexpr IkeGroup kIkeGroups[] = {{19, 415, "19"}, {20, 715, "20"}};   // RFC 5903, section 9
 
-constexpr const char *kNoError = "None";
-
 const IkeGroup *FindGroup(int number) {
   for (const IkeGroup &group : kIkeGroups) {
     if (group.number == number) return &group;
@@ -37,20 +29,6 @@ const IkeGroup *FindGroup(int number) {
 }
 
 unsigned int Number(int value) { return static_cast<unsigned int>(value); }
-
-// Whether an area takes that many octets; null takes none.
-bool Fits(const char *func, const unsigned char *out, int outLen, int needed) {
-  const int room = out == nullptr || outLen < 0 ? 0 : outLen;
-  if (room >= needed) return true;
-  tderrorFunc("ec", 1, 0, "%s: passed buffer is too small (%u < %u)", func, Number(room), Number(needed));
-  return false;
-}
-
-bool HasCallback(const char *func, kxECDH_callback callback) {
-  if (callback != nullptr) return true;
-  tderrorFunc("ec", 1, 0, "%s: No callback given", func);
-  return false;
-}
 
 kxBinBuf SensitiveBuf(int len) {
   kxBinBuf buf;
@@ -69,38 +47,25 @@ void SetHex(const unsigned char *octets, int len, sxString &text) {
 
 }  // namespace
 
-class kxECDH_imp {
- public:
-  kxECDH_imp() {
-    m_offloadKey.SetSensitive(true);
-    m_secret.SetSensitive(true);
+bool EcdhAreaFits(const char *func, const unsigned char *out, int outLen, int needed) {
+  const int room = out == nullptr || outLen < 0 ? 0 : outLen;
+  if (room >= needed) return true;
+  tderrorFunc("ec", 1, 0, "%s: passed buffer is too small (%u < %u)", func, Number(room), Number(needed));
+  return false;
+}
+
+int ComputeEcdhSecret(const Curve &curve, EC_KEY *own, const unsigned char *peer, kxBinBuf &offloadKey,
+                      kxBinBuf &secret) {
+  kxBinBuf octets = SensitiveBuf(curve.coordLen);
+  if (ECDH_compute_key_wrapper(peer, curve.PointLen(), octets.Data(), curve.coordLen, own, offloadKey) !=
+      curve.coordLen) {
+    return -1;
   }
+  secret = std::move(octets);
+  return 0;
+}
 
-  // Drops what belongs to later stages.
-  void Enter(Stage stage);
-  int Begin(const char *func, int group, const void *address);
-  void AdoptOwn(const char *func, EcKey key, bool isShared);
-  int ReadMaterial(const char *privateHex, const char *xHex, const char *yHex);
-  [[nodiscard]] bool Allows(const char *func, Stage lowest) const;
-
-  int FieldLen() const { return m_curve->coordLen; }
-
-  Stage m_stage = kInvalid;
-  int m_group = 0;
-  const Curve *m_curve = nullptr;      // null in kInvalid only
-  EcKey m_own;
-  bool m_ownIsShared = false;          // the process's key: only read here
-  kxBinBuf m_offloadKey;               // sensitive: the own key as DER; empty when the service is not used
-  unsigned char m_peer[kMaxPointLen] = {};   // uncompressed
-  kxBinBuf m_secret;                   // sensitive
-
-  kxECDH_callback m_callback = nullptr;
-  void *m_opaque = nullptr;
-  unsigned char *m_out = nullptr;      // of deriveA, lent
-  int m_outLen = 0;
-};
-
-void kxECDH_imp::Enter(Stage stage) {
+void kxECDH_imp::Enter(EcdhStage stage) {
   if (stage < kSecretThere) m_secret.Clear();
   if (stage < kOwnKey) {
     m_own.reset();
@@ -138,6 +103,11 @@ void kxECDH_imp::AdoptOwn(const char *func, EcKey key, bool isShared) {
   tderrorFunc("ec", 2, 0, "%s: kxECDSA_to_buf failed", func);
 }
 
+void kxECDH_imp::AdoptSecret(kxBinBuf secret) {
+  m_secret = std::move(secret);
+  Enter(kSecretThere);
+}
+
 int kxECDH_imp::ReadMaterial(const char *privateHex, const char *xHex, const char *yHex) {
   constexpr const char *kFunc = "kxECDH::kxECDH";
   const int digits = 2 * FieldLen();
@@ -161,9 +131,21 @@ int kxECDH_imp::ReadMaterial(const char *privateHex, const char *xHex, const cha
   return 0;
 }
 
-bool kxECDH_imp::Allows(const char *func, Stage lowest) const {
+bool kxECDH_imp::Allows(const char *func, EcdhStage lowest) const {
   if (m_stage >= lowest) return true;
   tderrorFunc("ec", 1, 0, "%s: Called when stage is %u. This is not valid.", func, Number(m_stage));
+  return false;
+}
+
+bool kxECDH_imp::AllowsGenerate(const char *func) const {
+  if (m_stage >= kGroupSet) return true;
+  tderrorFunc("ec", 1, 0, "%s: called when stage=%u", func, Number(m_stage));
+  return false;
+}
+
+bool kxECDH_imp::IsIdle(const char *func) const {
+  if (m_call == nullptr) return true;
+  tderrorFunc("ec", 1, 0, "%s: Called while an asynchronous call is under way.", func);
   return false;
 }
 
@@ -197,18 +179,21 @@ kxECDH::kxECDH(const char *text) : m_imp(new kxECDH_imp) {
   tderrorFunc("ec", 1, 0, "%s: the text is not a group, a private value and a point", kFunc);
 }
 
-kxECDH::~kxECDH() { delete m_imp; }
+kxECDH::~kxECDH() {
+  if (m_imp->m_call != nullptr) m_imp->m_call->Forget();
+  delete m_imp;
+}
 
 int kxECDH::OK() const { return m_imp->m_stage == kInvalid ? 0 : 1; }
 
-int kxECDH::initialize(int group) { return m_imp->Begin("kxECDH::initialize", group, this); }
+int kxECDH::initialize(int group) {
+  constexpr const char *kFunc = "kxECDH::initialize";
+  return m_imp->IsIdle(kFunc) ? m_imp->Begin(kFunc, group, this) : -1;
+}
 
 int kxECDH::generate() {
   constexpr const char *kFunc = "kxECDH::generate";
-  if (m_imp->m_stage < kGroupSet) {
-    tderrorFunc("ec", 1, 0, "%s: called when stage=%u", kFunc, Number(m_imp->m_stage));
-    return -1;
-  }
+  if (!m_imp->IsIdle(kFunc) || !m_imp->AllowsGenerate(kFunc)) return -1;
   bool isShared = false;
   EcKey key(EC_KEY_new_semi_ephemeral(m_imp->m_curve->nid, &isShared));
   if (key == nullptr) return -1;
@@ -220,7 +205,7 @@ int kxECDH::getPublic4IKE(unsigned char *out, int outLen) const {
   constexpr const char *kFunc = "kxECDH::getPublic4IKE";
   if (!m_imp->Allows(kFunc, kOwnKey)) return -1;
   const int fieldLen = m_imp->FieldLen();
-  if (!Fits(kFunc, out, outLen, 2 * fieldLen)) return -1;
+  if (!EcdhAreaFits(kFunc, out, outLen, 2 * fieldLen)) return -1;
   const ErrorQueueMark mark;
   const EC_KEY *const key = m_imp->m_own.get();
   const BigNum x(BN_new()), y(BN_new());
@@ -239,7 +224,7 @@ int kxECDH::getPublic4IKE(unsigned char *out, int outLen) const {
 
 int kxECDH::setPeerPublic(const unsigned char *in, int inLen) {
   constexpr const char *kFunc = "kxECDH::setPeerPublic";
-  if (!m_imp->Allows(kFunc, kOwnKey)) return -1;
+  if (!m_imp->IsIdle(kFunc) || !m_imp->Allows(kFunc, kOwnKey)) return -1;
   const Curve &curve = *m_imp->m_curve;
   const int wantedLen = 2 * curve.coordLen;
   if (in == nullptr || inLen != wantedLen) {
@@ -261,47 +246,20 @@ int kxECDH::setPeerPublic(const unsigned char *in, int inLen) {
 }
 
 int kxECDH::derive() {
-  if (!m_imp->Allows("kxECDH::derive", kPeerStored)) return -1;
-  const int fieldLen = m_imp->FieldLen();
-  kxBinBuf secret = SensitiveBuf(fieldLen);
-  if (ECDH_compute_key_wrapper(m_imp->m_peer, m_imp->m_curve->PointLen(), secret.Data(), fieldLen, m_imp->m_own.get(),
-                               m_imp->m_offloadKey) != fieldLen) {
-    return -1;
-  }
-  m_imp->m_secret = std::move(secret);
-  m_imp->Enter(kSecretThere);
+  constexpr const char *kFunc = "kxECDH::derive";
+  if (!m_imp->IsIdle(kFunc) || !m_imp->Allows(kFunc, kPeerStored)) return -1;
+  kxBinBuf secret;
+  if (ComputeEcdhSecret(*m_imp->m_curve, m_imp->m_own.get(), m_imp->m_peer, m_imp->m_offloadKey, secret) != 0) return -1;
+  m_imp->AdoptSecret(std::move(secret));
   return 0;
 }
 
 int kxECDH::getShared(unsigned char *out, int outLen) const {
   constexpr const char *kFunc = "kxECDH::getShared";
   if (!m_imp->Allows(kFunc, kSecretThere)) return -1;
-  if (!Fits(kFunc, out, outLen, m_imp->FieldLen())) return -1;
+  if (!EcdhAreaFits(kFunc, out, outLen, m_imp->FieldLen())) return -1;
   std::memcpy(out, m_imp->m_secret.Data(), m_imp->m_secret.Len());
   return m_imp->FieldLen();
-}
-
-int kxECDH::generateA(kxECDH_callback callback, void *opaque) {
-  if (!HasCallback("kxECDH::generateA", callback)) return kKeyLibraryFailed;
-  m_imp->m_callback = callback;
-  m_imp->m_opaque = opaque;
-  call_kxecdh_generate(this);
-  return 0;
-}
-
-int kxECDH::deriveA(unsigned char *out, int outLen, kxECDH_callback callback, void *opaque) {
-  if (!HasCallback("kxECDH::deriveA", callback)) return kKeyLibraryFailed;
-  m_imp->m_callback = callback;
-  m_imp->m_opaque = opaque;
-  m_imp->m_out = out;
-  m_imp->m_outLen = outLen;
-  call_kxecdh_derive(this);
-  return 0;
-}
-
-void kxECDH::get_cb_and_opaque(kxECDH_callback *callback, void **opaque) const {
-  *callback = m_imp->m_callback;
-  *opaque = m_imp->m_opaque;
 }
 
 int kxECDH::getGroup() const { return m_imp->m_group; }
@@ -326,30 +284,3 @@ int kxECDH::getPrivate(sxString &privateHex) const {
 }
 
 int kxECDH::isKeyShared() const { return m_imp->m_ownIsShared ? 1 : 0; }
-
-void call_kxecdh_generate(kxECDH *exchange) {
-  kxECDH_callback callback = nullptr;
-  void *opaque = nullptr;
-  if (exchange != nullptr) exchange->get_cb_and_opaque(&callback, &opaque);
-  if (!HasCallback("call_kxecdh_generate", callback)) return;
-  const bool done = exchange->generate() == 0;
-  // The exchange may be gone after it.
-  callback(opaque, done ? 0 : -1, done ? exchange : nullptr, 0, done ? kNoError : "Error while generating ec key.");
-}
-
-void call_kxecdh_derive(kxECDH *exchange) {
-  kxECDH_callback callback = nullptr;
-  void *opaque = nullptr;
-  if (exchange != nullptr) exchange->get_cb_and_opaque(&callback, &opaque);
-  if (!HasCallback("call_kxecdh_derive", callback)) return;
-  const kxECDH_imp &imp = *exchange->m_imp;
-  unsigned char *const out = imp.m_out;
-  // The area first: nothing is derived that could not be handed over.
-  const bool mayDerive = imp.m_stage < kPeerStored || Fits("kxECDH::deriveA", out, imp.m_outLen, imp.FieldLen());
-  const int len = mayDerive && exchange->derive() == 0 ? exchange->getShared(out, imp.m_outLen) : -1;
-  if (len < 0) {
-    callback(opaque, -1, nullptr, 0, "Error while deriving ec shared secret.");
-  } else {
-    callback(opaque, 0, out, len, kNoError);
-  }
-}

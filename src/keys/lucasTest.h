@@ -1,4 +1,4 @@
-// The Lucas half of the Baillie-PSW primality test; the Miller-Rabin half is libcrypto's.
+// The Lucas half of the Baillie-PSW primality test; primeSearch.h has the Miller-Rabin half.
 #ifndef KXCERT_SRC_KEYS_LUCASTEST_H_
 #define KXCERT_SRC_KEYS_LUCASTEST_H_
 

@@ -88,6 +88,7 @@ int kxPKCS1DigestInfo(const unsigned char *digest, int digestLen, int mdType, kx
 
 int sxComparePKCS1(sxPKop_type op, int mdType, const unsigned char *expected, int expectedLen,
                    const unsigned char *decoded, int decodedLen) {
+  if (expected == nullptr || expectedLen < 1 || decoded == nullptr || decodedLen < 0) return kKeyBadInput;
   int rc = 0;
   switch (op) {
     case sxPKop_raw:

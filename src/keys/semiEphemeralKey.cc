@@ -45,6 +45,8 @@ EcKey NewPair(int curveNid) {
 void set_max_ephemeral_ec_key_age(unsigned int ageSec) { max_ephemeral_ec_key_age = ageSec; }
 
 EC_KEY *EC_KEY_new_semi_ephemeral(int curveNid, bool *isShared) {
+  bool unused = false;
+  if (isShared == nullptr) isShared = &unused;
   *isShared = false;
   const unsigned int maxAgeSec = max_ephemeral_ec_key_age;
   if (maxAgeSec == 0) return NewPair(curveNid).release();

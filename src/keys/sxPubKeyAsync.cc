@@ -8,6 +8,7 @@
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/keys/sxPubKey_imp.h"
 #include "kxcert/platform/log.h"
+#include "kxcert/platform/secureMemory.h"
 #include "platform/eventEnv_imp.h"
 
 namespace {
@@ -18,9 +19,13 @@ int CallLater(const char *func, sxPKCallback callback, void *opaque, sxd_env *en
     herror_func(0, 0, "%s: No callback given", func);
     return kKeyLibraryFailed;
   }
+  if (env == nullptr) {
+    herror_func(0, 0, "%s: No environment given", func);
+    return kKeyLibraryFailed;
+  }
   work();
   const auto call = [callback, opaque] { callback(opaque, -1, nullptr, 0, nullptr); };
-  return env != nullptr && env->Post(0, call) == 0 ? 0 : kKeyLibraryFailed;
+  return env->Post(0, call) == 0 ? 0 : kKeyLibraryFailed;
 }
 
 struct TaskCallback {
@@ -28,11 +33,13 @@ struct TaskCallback {
   void *opaque;
 };
 
-void FreeResult(int taskType, void *result) {
+// For a result that nobody collects: it may be a secret.
+void FreeResult(int taskType, void *result, int resultLen) {
   if (taskType == kTaskDHNewKey) {
     sxFreePubKey(static_cast<sxPubKey *>(result));
   } else if (taskType != kTaskRSADecrypt) {   // that one is the caller's own
     const std::unique_ptr<unsigned char[]> octets(static_cast<unsigned char *>(result));
+    KX_memset(octets.get(), static_cast<size_t>(resultLen));
   }
 }
 
@@ -43,7 +50,7 @@ void TellUser(TaskData *task, void *opaque, void *result, int resultLen) {
   herror_func(0, 0, "%s: Entering with task ID = %d.", kFunc, task->TaskId());
   if (info->callback == nullptr) {
     herror_func(0, 0, "%s: Error: Missing CBInfo or CB", kFunc);
-    FreeResult(task->TaskType(), result);
+    FreeResult(task->TaskType(), result, resultLen);
   } else {
     task->Lock();
     const int rc = task->RC();

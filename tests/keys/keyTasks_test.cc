@@ -1,18 +1,22 @@
 #include "kxcert/keys/keyTasks.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "kxcert/keys/kxSDH.h"
+#include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/sxPubKey_imp.h"
 #include "support/dhTestGroups.h"
 #include "support/keyFiles.h"
@@ -104,6 +108,34 @@ TEST_F(KeyTasks, DecryptIntoTheCallersArea) {
   EXPECT_EQ(nullptr, m_told.result);
 }
 
+TEST_F(KeyTasks, DecryptNeedsAnArea) {
+  Octets sealed(256), opened(256);
+  ASSERT_EQ(256, m_rsa->Encrypt(sxPKop_digest, m_digest.data(), 32, sealed.data(), 256));
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  const auto decrypt = [&](unsigned char *out, int outLen) {
+    return m_rsa->DecryptA(sxPKop_digest, sealed.data(), 256, out, outLen, Tell, &m_told, m_env);
+  };
+  EXPECT_EQ(TASK_DECRYPT_ERROR, decrypt(nullptr, 256));
+  EXPECT_EQ(TASK_DECRYPT_ERROR, decrypt(opened.data(), -1));
+  KeyTaskMngmnt_destroy();
+  EXPECT_EQ(0, m_told.numCalls) << "refused at once";
+}
+
+TEST_F(KeyTasks, KeysThatAreNotOkFailInTheWayOfTheTask) {
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
+  const PubKeyRef bad(new kxSRSA(sxPK_private, m_digest.data(), 32));
+  unsigned char area[32];
+  const auto ended = [this](int queued) {
+    EXPECT_EQ(1, queued);
+    if (m_told.numCalls == 0) RunUntilTold();
+    return std::exchange(m_told, {}).rc;
+  };
+  EXPECT_EQ(TASK_SIGNING_ERROR, ended(SignA(*bad)));
+  EXPECT_EQ(TASK_DERIVING_ERROR, ended(bad->DeriveA(sxPKop_raw, m_digest.data(), 32, Tell, &m_told, m_env)));
+  EXPECT_EQ(TASK_DECRYPT_ERROR,
+            ended(bad->DecryptA(sxPKop_raw, m_digest.data(), 32, area, 32, Tell, &m_told, m_env)));
+}
+
 TEST_F(KeyTasks, AgreeOnASecret) {
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
   EXPECT_EQ(1, sxPubKey_NewDH("no such group", 256, Tell, &m_told));
@@ -171,14 +203,46 @@ TEST_F(KeyTasks, RefusedBeforeTheStartAndAfterTheEnd) {
   EXPECT_EQ(TASK_NOT_INITIALIZED, SignA(*m_rsa));
   EXPECT_EQ(1, m_told.numCalls);
   EXPECT_EQ(-1, KeyTaskMngmnt_reconf(1));
+  ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 2));
+  const LogCapture log;
+  EXPECT_EQ(-1, KeyTaskMngmnt_reconf(257));
+  EXPECT_TRUE(log.Has("KeyTaskMngmnt_reconf: Cannot set 257 working threads (at most 256), there are 2."));
 }
 
-TEST_F(KeyTasks, WithoutACallbackNothingLeaks) {
+// A key that remembers where it was told to put a secret.
+class LeavesATrace : public sxPubKey_imp_vc {
+ public:
+  static constexpr int kSecretLen = 512;
+  static constexpr unsigned char kOctet = 0xA7;
+  explicit LeavesATrace(off_t *where) : m_where(where) {}
+  int algorithm() const override { return sxPK_DH; }
+  int OK() const override { return 1; }
+  int Flags() const override { return 0; }
+  const char *ClassName() const override { return "kxSDH_imp"; }
+  int Derive(sxPKop_type, const unsigned char *, int, unsigned char *out, int) override {
+    *m_where = static_cast<off_t>(reinterpret_cast<uintptr_t>(out));
+    if (out != nullptr) std::memset(out, kOctet, kSecretLen);
+    return kSecretLen;
+  }
+
+ private:
+  off_t *const m_where;
+};
+
+TEST_F(KeyTasks, WithoutACallbackNothingLeaksAndSecretsAreWiped) {
+  off_t where = 0;
+  Octets left(LeavesATrace::kSecretLen);
+  const PubKeyRef key(new sxPubKey(new LeavesATrace(&where)));
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
   const LogCapture log;
-  EXPECT_EQ(1, m_rsa->SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, nullptr, nullptr, m_env));
+  EXPECT_EQ(1, key->DeriveA(sxPKop_raw, m_digest.data(), 32, nullptr, nullptr, m_env));
   KeyTaskMngmnt_destroy();
   EXPECT_TRUE(log.Has("Error: Missing CBInfo or CB"));
+  // What was freed must not be read, except from outside.
+  const int memory = open("/proc/self/mem", O_RDONLY);
+  ASSERT_EQ(LeavesATrace::kSecretLen, pread(memory, left.data(), left.size(), where));
+  close(memory);
+  EXPECT_LT(std::count(left.begin(), left.end(), LeavesATrace::kOctet), 32);
 }
 
 // A key whose operation waits until it is let go.

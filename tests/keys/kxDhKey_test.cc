@@ -69,6 +69,7 @@ TEST(kxDhKey, RefusesBrokenSets) {
       {"modulus", "000001", "modulus is even or below 5"},
       {"generator", "000001", "generator is not from 2 to p - 2"},
       {"public", "010001", "public value is missing, or not from 1 to p - 1"},
+      {"public", "", "public value is missing, or not from 1 to p - 1"},
       {"private", "", "private value cannot be read"},
       {"private", "00000001", "private value is negative or longer than the modulus"},
       {"public", "03", "private value does not belong to the public one"},

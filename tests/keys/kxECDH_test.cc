@@ -10,6 +10,7 @@
 
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/keyCodes.h"
+#include "kxcert/keys/keyTasks.h"
 #include "support/derOctets.h"
 #include "support/fixedClock.h"
 #include "support/hexOctets.h"
@@ -191,34 +192,74 @@ struct Completion {
   void *result = nullptr;
   std::string text;
   kxECDH *doomed = nullptr;
+  sxd_env *env = nullptr;
   bool operator==(const Completion &) const = default;
 };
 
 void Complete(void *opaque, int rc, void *result, int len, const char *text) {
   auto *const done = static_cast<Completion *>(opaque);
   delete done->doomed;
-  *done = {done->numCalls + 1, rc, len, result, text, nullptr};
+  *done = {done->numCalls + 1, rc, len, result, text, nullptr, done->env};
+  sxd_env_stop(done->env);
 }
 
-TEST_F(kxECDHTest, CompletesBeforeTheCallReturns) {
+// With workers, and where the start said that there are none.
+class kxECDHAsync : public kxECDHTest, public testing::WithParamInterface<int> {
+ protected:
+  ~kxECDHAsync() override {
+    KeyTaskMngmnt_destroy();
+    sxd_env_destroy(m_env);
+  }
+  sxd_env *const m_env = sxd_env_create();
+  Completion m_done{0, 0, 0, nullptr, "", nullptr, m_env};
+};
+INSTANTIATE_TEST_SUITE_P(Workers, kxECDHAsync, testing::Values(1, 0));
+
+TEST_P(kxECDHAsync, CompletesOnTheLoopAndNeverWithinTheCall) {
+  const Octets peer = PeerOf(kVectors[0]);
   auto *const exchange = new kxECDH(19);
-  Completion done;
-  call_kxecdh_generate(exchange);
-  EXPECT_TRUE(m_log.Has("call_kxecdh_generate: No callback given"));
   EXPECT_EQ(kKeyLibraryFailed, exchange->generateA(nullptr, nullptr));
-  EXPECT_EQ(0, exchange->generateA(Complete, &done));
-  EXPECT_EQ(Completion({1, 0, 0, exchange, "None"}), done);
-  const Octets secret = SharedWith(*exchange, PeerOf(kVectors[0]));
-  EXPECT_EQ(0, exchange->setPeerPublic(PeerOf(kVectors[0]).data(), 64));
+  EXPECT_EQ(TASK_NOT_INITIALIZED, exchange->generateA(Complete, &m_done));
+  KeyTaskMngmnt_init(m_env, GetParam());
+  EXPECT_EQ(0, exchange->generateA(Complete, &m_done));
+  EXPECT_EQ(-4, exchange->generate() + exchange->initialize(20) + exchange->generateA(Complete, &m_done) +
+                    exchange->setPeerPublic(peer.data(), 64)) << "nothing changes it meanwhile";
+  EXPECT_TRUE(m_log.Has("kxECDH::initialize: Called while an asynchronous call is under way."));
+  EXPECT_EQ(0, m_done.numCalls);
+  EXPECT_EQ(0, sxd_env_run_for(m_env, 20000));
+  EXPECT_EQ(Completion({1, 0, 0, exchange, "None", nullptr, m_env}), m_done);
+
+  const Octets secret = SharedWith(*exchange, peer);
+  EXPECT_EQ(0, exchange->setPeerPublic(peer.data(), 64));
   unsigned char out[32] = {};
-  EXPECT_EQ(0, exchange->deriveA(out, 31, Complete, &done));
-  EXPECT_EQ(Completion({2, -1, 0, nullptr, "Error while deriving ec shared secret."}), done);
+  EXPECT_EQ(-1, exchange->deriveA(out, 31, Complete, &m_done));
   EXPECT_TRUE(m_log.Has("kxECDH::deriveA: passed buffer is too small (31 < 32)"));
-  EXPECT_EQ(-1, exchange->getShared(out, 32)) << "nothing was derived";
-  done.doomed = exchange;   // the callback deletes it
-  EXPECT_EQ(0, exchange->deriveA(out, 32, Complete, &done));
-  EXPECT_EQ(Completion({3, 0, 32, out, "None"}), done);
+  EXPECT_EQ(-1, exchange->deriveA(nullptr, 32, Complete, &m_done));
+  m_done.doomed = exchange;   // the callback deletes it
+  EXPECT_EQ(0, exchange->deriveA(out, 32, Complete, &m_done));
+  EXPECT_EQ(-1, exchange->derive());
+  EXPECT_EQ(1, m_done.numCalls);
+  EXPECT_EQ(0, sxd_env_run_for(m_env, 20000));
+  EXPECT_EQ(Completion({2, 0, 32, out, "None", nullptr, m_env}), m_done);
   EXPECT_EQ(secret, Octets(out, out + 32));
+}
+
+TEST_P(kxECDHAsync, CallsMayBeOvertakenAndDropped) {
+  KeyTaskMngmnt_init(m_env, GetParam());
+  kxECDH exchange(19);
+  call_kxecdh_generate(&exchange);
+  EXPECT_TRUE(m_log.Has("call_kxecdh_generate: No such call is under way"));
+  EXPECT_EQ(0, exchange.generateA(Complete, &m_done));
+  call_kxecdh_derive(&exchange);
+  EXPECT_EQ(0, m_done.numCalls);
+  call_kxecdh_generate(&exchange);
+  EXPECT_EQ(Completion({1, 0, 0, &exchange, "None", nullptr, m_env}), m_done);
+  auto *const deleted = new kxECDH(19);
+  EXPECT_EQ(0, deleted->generateA(Complete, &m_done));
+  delete deleted;
+  KeyTaskMngmnt_destroy();
+  EXPECT_EQ(0, sxd_env_run_for(m_env, 50));
+  EXPECT_EQ(1, m_done.numCalls);
 }
 
 TEST_F(kxECDHTest, ExchangesShareAKeyForSomeSeconds) {

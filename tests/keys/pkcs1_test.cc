@@ -92,6 +92,7 @@ TEST(Pkcs1, ComparesByOperation) {
   EXPECT_EQ(0, compare(2, wrapped));
   EXPECT_EQ(kKeyLibraryFailed, compare(0, wrapped, 3));
   EXPECT_EQ(kKeyNotImplemented, compare(4, digest));
+  EXPECT_EQ(kKeyBadInput, sxComparePKCS1(sxPKop_raw, sx_md_sha256, digest.data(), -1, digest.data(), -1));
 
   const LogCapture log;
   EXPECT_EQ(kKeyUnequal, compare(1, Octets(32)));

@@ -174,8 +174,9 @@ class KXCERT_EXPORT KeyTask : public RTApcServant {
   std::shared_ptr<Handed> m_handed;                // by the clones
 };
 
-/// Starts the pool on @p env. With 0 threads, or when something fails, every task is done at once on the
-/// calling thread. A second call replaces the pool, once what it has is done.
+/// Starts the pool on @p env, which is lent until the next start or KeyTaskMngmnt_destroy. With 0 threads, or
+/// when something fails, every task is done at once on the calling thread. A second call replaces the pool,
+/// once what it has is done.
 /// @return 0, or -1: there are no workers
 KXCERT_EXPORT int KeyTaskMngmnt_init(sxd_env *env, int numThreads);
 /// Changes the number of workers. @return 0, or -1 (one line logged)

@@ -8,9 +8,9 @@
 /// says otherwise, functions return 0, or -1 with a line on the trace channel (topic "ec"), and failure
 /// leaves the exchange as it was.
 ///
-/// An exchange does no locking; one thread uses one exchange at a time. Different exchanges may run on
-/// different threads, also when they share a key pair. Private values and secrets are wiped when they
-/// are given up, and never logged.
+/// An exchange does no locking; one thread uses one exchange at a time, the loop's when it makes
+/// asynchronous calls. Different exchanges may run on different threads, also when they share a key pair.
+/// Private values and secrets are wiped when they are given up, and never logged.
 #ifndef KXCERT_KEYS_KXECDH_H_
 #define KXCERT_KEYS_KXECDH_H_
 
@@ -78,16 +78,20 @@ class KXCERT_EXPORT kxECDH {
   /// @return octets written (32 or 48), or -1: the stage, or @p outLen is below that
   int getShared(unsigned char *out, int outLen) const;
 
-  // The same, with a completion. All work is done on the calling thread and the callback is made before
-  // the call returns: work on curves is too short to be handed to another thread, and there is no
-  // event environment to come back through. The callback may delete the exchange.
-  // They return 0 when the callback was made, whatever it was told, or kKeyLibraryFailed: no callback.
+  // The same on the workers of KeyTaskMngmnt_init (keyTasks.h), called on the thread that runs its loop. The
+  // callback is made once, from the loop, never within the call, and may delete the exchange. Where that
+  // said 0 workers, the work is done at once and the callback comes from the loop all the same.
+  //
+  // Until then whatever would change the exchange fails, another asynchronous call included, and what it
+  // tells is what it told before. An exchange that is deleted meanwhile makes no callback.
+  // They return 0 when there will be a callback. Else there is none: -1 (the stage, the area, or a call that is
+  // under way), kKeyLibraryFailed (callback is null), TASK_NOT_INITIALIZED or TASK_QUEUING_ERROR.
 
   int generateA(kxECDH_callback callback, void *opaque);
   /// derive and getShared in one. With too small an area nothing is derived.
   /// @param[out] out  lent until the callback is made; untouched on failure
   int deriveA(unsigned char *out, int outLen, kxECDH_callback callback, void *opaque);
-  /// What the latest asynchronous call was given; null before the first one.
+  /// What the latest asynchronous call was given; null before the first one. Either may be null.
   void get_cb_and_opaque(kxECDH_callback *callback, void **opaque) const;
 
   int getGroup() const;                              ///< 19 or 20; 0 in stage -1
@@ -97,13 +101,15 @@ class KXCERT_EXPORT kxECDH {
   int isKeyShared() const;   ///< 1 when other exchanges may have the same key pair, else 0
 
  private:
+  friend KXCERT_EXPORT void call_kxecdh_generate(kxECDH *exchange);
   friend KXCERT_EXPORT void call_kxecdh_derive(kxECDH *exchange);
 
   kxECDH_imp *m_imp;   // owned, never null
 };
 
-/// The bodies of generateA and deriveA: the work, then the callback of the latest asynchronous call.
-/// Without one nothing is done but for a line on the trace channel. Null is the same.
+/// The bodies of generateA and deriveA, for who will not wait for the one under way: do its work on the calling
+/// thread, which is the loop's, and make its callback; what the worker makes is dropped. With no such call
+/// nothing is done but for a line on the trace channel. Null is the same.
 KXCERT_EXPORT void call_kxecdh_generate(kxECDH *exchange);
 KXCERT_EXPORT void call_kxecdh_derive(kxECDH *exchange);
 
@@ -117,7 +123,8 @@ KXCERT_EXPORT void set_max_ephemeral_ec_key_age(unsigned int ageSec);
 /// old. Threads that ask at once get the same. The process's pair stays in memory until a newer one
 /// replaces it.
 ///
-/// @param[out] isShared  whether it is the process's; that one must not be changed. Set on failure, too.
+/// @param[out] isShared  whether it is the process's; that one must not be changed. Set on failure, too;
+///                       may be null
 /// @return for EC_KEY_free; null for another curve, or when libcrypto fails
 KXCERT_EXPORT ec_key_st *EC_KEY_new_semi_ephemeral(int curveNid, bool *isShared);
 

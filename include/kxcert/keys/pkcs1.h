@@ -23,6 +23,7 @@ KXCERT_EXPORT int kxPKCS1DigestInfo(const unsigned char *digest, int digestLen, 
 /// @retval 0                   it matches
 /// @retval kKeyLenMismatch     the length differs
 /// @retval kKeyUnequal         the octets differ
+/// @retval kKeyBadInput        null, a negative length, or nothing to compare with
 /// @retval kKeyLibraryFailed   there is no DigestInfo of that kind
 /// @retval kKeyNotImplemented  another operation
 KXCERT_EXPORT int sxComparePKCS1(sxPKop_type op, int mdType, const unsigned char *expected,

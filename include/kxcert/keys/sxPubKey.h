@@ -45,14 +45,17 @@ class KXCERT_EXPORT sxPubKey : public sxPKobj {
   // where there are workers and the key is of a built-in kind, else at once, the call included; the
   // callback then comes on the thread that KeyTaskMngmnt_init was called on, before the key or @p in need
   // be kept any longer than the call itself. @return 1: queued or done; or a negative task result code,
-  // and there is no call.
-  /// @param out  taken when the callback has the result code 0: the result is @p out, nothing is handed over
+  // and there is no call. What the operation itself refuses (a key that is not OK, null or empty @p in, too
+  // little room) the callback is told. Without a callback the result is wiped and freed.
+  /// @param out  taken when the callback has the result code 0: the result is @p out, nothing is handed over.
+  ///             Null, or a negative @p outLen: TASK_DECRYPT_ERROR at once
   int DecryptA(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen,
                sxPKCallback callback, void *opaque, sxd_env *env);
   /// The result is the signature, for delete[] (unsigned char).
   int SignA(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, sxPKCallback callback, void *opaque,
             sxd_env *env);
-  /// The result is the shared secret, for KX_memset and delete[] (unsigned char).
+  /// The result is the shared secret, for KX_memset and delete[] (unsigned char). A negative @p peerLen is
+  /// refused at once, with kKeyLibraryFailed.
   int DeriveA(sxPKop_type op, const unsigned char *peer, int peerLen, sxPKCallback callback, void *opaque,
               sxd_env *env);
   // These are what the kind of key makes of them (sxPubKey_imp.h).

@@ -1,48 +1,17 @@
-// libcrypto's RSA keys: checked, from octets and to octets, printed.
+// libcrypto's RSA keys: from octets and to octets, printed.
 #include <cstring>
 
 #include "kxcert/asn1/sxAsnBuf.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/log.h"
-#include "libcryptoTypes.h"
-#include "rsaOperation.h"
+#include "rsaKey.h"
 
 namespace {
 
-// Above this size libcrypto verifies with short exponents only.
-constexpr int kSmallModulusBits = OPENSSL_RSA_SMALL_MODULUS_BITS;
-constexpr int kMaxLongModulusExponentBits = OPENSSL_RSA_MAX_PUBEXP_BITS;
 constexpr int kMaxNumberOctets = kMaxRsaBits / 8 + 1;   // and a leading 00
-
-static_assert(kMaxRsaBits <= OPENSSL_RSA_MAX_MODULUS_BITS);
-
-// Null when libcrypto can verify with the key and its work is bounded.
-const char *WhyRefused(const BIGNUM *n, const BIGNUM *e) {
-  if (n == nullptr || e == nullptr) return "modulus or public exponent is missing";
-  if (BN_is_negative(n) || BN_is_negative(e)) return "a number is negative";
-  const int bits = BN_num_bits(n);
-  if (bits < kMinRsaBits) return "modulus is too short";
-  if (bits > kMaxRsaBits) return "modulus is too long";
-  if (!BN_is_odd(n)) return "modulus is even";
-  if (!BN_is_odd(e) || BN_is_one(e)) return "public exponent is even or below 3";
-  if (BN_ucmp(e, n) >= 0) return "public exponent is not below the modulus";
-  if (bits > kSmallModulusBits && BN_num_bits(e) > kMaxLongModulusExponentBits) {
-    return "public exponent is too long for the modulus";
-  }
-  return nullptr;
-}
-
-const char *WhyRefused(const RSA *rsa) {
-  const BIGNUM *n = nullptr, *e = nullptr, *d = nullptr;
-  RSA_get0_key(rsa, &n, &e, &d);
-  if (const char *reason = WhyRefused(n, e)) return reason;
-  for (const BIGNUM *number : {d, RSA_get0_p(rsa), RSA_get0_q(rsa), RSA_get0_dmp1(rsa),
-                               RSA_get0_dmq1(rsa), RSA_get0_iqmp(rsa)}) {
-    if (number != nullptr && (BN_is_negative(number) || BN_is_zero(number))) return "a number is not positive";
-  }
-  return nullptr;
-}
+// Modulus, exponents, and the shorter numbers, none longer than the modulus.
+constexpr int kMaxPrivateDerLen = 6 * (kMaxNumberOctets + 8);
 
 // A non-negative INTEGER in its fewest octets (X.690, 8.3.2); null for anything else.
 BigNum ReadNumber(sxAsnReadBuf &buf) {
@@ -68,7 +37,7 @@ RsaKey ReadPublic(const unsigned char *data, int dataLen, const char **reason) {
   BigNum e = ReadNumber(buf);
   if (e == nullptr || buf.GetLen() != 0) return nullptr;
 
-  *reason = WhyRefused(n.get(), e.get());
+  *reason = WhyNoRsaPublic(n.get(), e.get());
   if (*reason != nullptr) return nullptr;
   RsaKey rsa(RSA_new());
   if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), nullptr) != 1) return nullptr;
@@ -79,11 +48,12 @@ RsaKey ReadPublic(const unsigned char *data, int dataLen, const char **reason) {
 
 RsaKey ReadPrivate(const unsigned char *data, int dataLen, const char **reason) {
   *reason = "not an RSAPrivateKey";
+  if (dataLen > kMaxPrivateDerLen) return nullptr;
   const ErrorQueueMark mark;
   const unsigned char *end = data;
   RsaKey rsa(d2i_RSAPrivateKey(nullptr, &end, dataLen));
   if (rsa == nullptr || end != data + dataLen || RSA_get0_d(rsa.get()) == nullptr) return nullptr;
-  *reason = WhyRefused(rsa.get());
+  *reason = WhyNoRsaKey(rsa.get());
   if (*reason != nullptr) return nullptr;
   return rsa;
 }
@@ -132,7 +102,7 @@ int kxRSA_to_buf(const RSA *rsa, kxBinBuf &out, int privateForm) {
   return 0;
 }
 
-int kxRSA_is_ok(const RSA *rsa) { return rsa != nullptr && WhyRefused(rsa) == nullptr ? 1 : 0; }
+int kxRSA_is_ok(const RSA *rsa) { return rsa != nullptr && WhyNoRsaKey(rsa) == nullptr ? 1 : 0; }
 
 void kxRSA_herror(const RSA *rsa) {
   if (!kxLog_DebugOn()) return;

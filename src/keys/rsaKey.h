@@ -1,0 +1,16 @@
+// Which numbers are an RSA key.
+#ifndef KXCERT_SRC_KEYS_RSAKEY_H_
+#define KXCERT_SRC_KEYS_RSAKEY_H_
+
+#include "libcryptoTypes.h"
+
+/// Null when libcrypto can verify with the key and its work is bounded; else what is wrong.
+const char *WhyNoRsaPublic(const BIGNUM *n, const BIGNUM *e);
+/// The same for all that a key has. Its private numbers must belong together; that its primes are prime
+/// is not looked at.
+const char *WhyNoRsaKey(const RSA *rsa);
+
+/// Whether both primes and the three values made from them are there (RFC 8017, 3.2).
+bool RsaHasCrtParts(const RSA *rsa);
+
+#endif

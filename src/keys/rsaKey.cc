@@ -24,25 +24,43 @@ BigNum ReadNumber(sxAsnReadBuf &buf) {
   return BigNum(BN_bin2bn(octets, len, nullptr));
 }
 
-//   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
-// Read here rather than by libcrypto's templates: every certificate that is decoded comes by.
-RsaKey ReadPublic(const unsigned char *data, int dataLen, const char **reason) {
-  *reason = "not an RSAPublicKey";
+// All octets, in DER but for the lengths' own octets. Read here rather than by libcrypto's templates: every
+// certificate that is decoded comes by.
+bool ReadDer(const unsigned char *data, int dataLen, BigNum *n, BigNum *e) {
   sxAsnReadBuf buf;
   buf.Init(data, dataLen);
   int count = 0;
-  if (BDecTag(buf, count) != 0x30 || BDecLen(buf, count) != buf.GetLen()) return nullptr;
-  BigNum n = ReadNumber(buf);
-  if (n == nullptr) return nullptr;
-  BigNum e = ReadNumber(buf);
-  if (e == nullptr || buf.GetLen() != 0) return nullptr;
+  if (BDecTag(buf, count) != 0x30 || BDecLen(buf, count) != buf.GetLen()) return false;
+  *n = ReadNumber(buf);
+  if (*n != nullptr) *e = ReadNumber(buf);
+  return *e != nullptr && buf.GetLen() == 0;
+}
 
-  *reason = WhyNoRsaPublic(n.get(), e.get());
-  if (*reason != nullptr) return nullptr;
+RsaKey NewPublic(BigNum n, BigNum e) {
   RsaKey rsa(RSA_new());
   if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), nullptr) != 1) return nullptr;
   static_cast<void>(n.release());   // now the key's
   static_cast<void>(e.release());
+  return rsa;
+}
+
+//   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
+// What is not plain is libcrypto's to read, so that both find the same keys in certificates: it takes BER,
+// and every number for positive.
+RsaKey ReadPublic(const unsigned char *data, int dataLen, bool *inFewestOctets, const char **reason) {
+  BigNum n, e;
+  *inFewestOctets = ReadDer(data, dataLen, &n, &e);
+  if (*inFewestOctets) {
+    *reason = WhyNoRsaPublic(n.get(), e.get());
+    return *reason == nullptr ? NewPublic(std::move(n), std::move(e)) : nullptr;
+  }
+  *reason = "not an RSAPublicKey";
+  const ErrorQueueMark mark;
+  const unsigned char *end = data;
+  RsaKey rsa(d2i_RSAPublicKey(nullptr, &end, dataLen));
+  if (rsa == nullptr || end != data + dataLen) return nullptr;
+  *reason = WhyNoRsaPublic(RSA_get0_n(rsa.get()), RSA_get0_e(rsa.get()));
+  if (*reason != nullptr) return nullptr;
   return rsa;
 }
 
@@ -73,16 +91,21 @@ bool RsaHasCrtParts(const RSA *rsa) {
          RSA_get0_dmq1(rsa) != nullptr && RSA_get0_iqmp(rsa) != nullptr;
 }
 
-RSA *kxRSA_from_buf(const unsigned char *data, int dataLen, int privateForm) {
+RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool *inFewestOctets) {
   const char *reason = "no octets";
   RsaKey rsa;
   if (data != nullptr && dataLen > 0) {
-    rsa = privateForm != 0 ? ReadPrivate(data, dataLen, &reason) : ReadPublic(data, dataLen, &reason);
+    rsa = privateForm ? ReadPrivate(data, dataLen, &reason) : ReadPublic(data, dataLen, inFewestOctets, &reason);
   }
   if (rsa == nullptr) {
     herror_func(0, 0, "kxRSA_from_buf: %s (%d bytes)", reason == nullptr ? "no memory" : reason, dataLen);
   }
-  return rsa.release();
+  return rsa;
+}
+
+RSA *kxRSA_from_buf(const unsigned char *data, int dataLen, int privateForm) {
+  bool inFewestOctets = false;
+  return ReadRsaKey(data, dataLen, privateForm != 0, &inFewestOctets).release();
 }
 
 int kxRSA_to_buf(const RSA *rsa, kxBinBuf &out, int privateForm) {

@@ -8,8 +8,10 @@
 namespace {
 
 constexpr const char *kCheckFunc = "kxECDSA_imp::test_if_ok";
+constexpr int kMaxPrivateDerLen = 1024;   // more than the longest curve's key has, its parameters spelt out
 
 EC_KEY *FromPrivateDer(const unsigned char *data, int dataLen, int curveNid) {
+  if (dataLen > kMaxPrivateDerLen) return nullptr;
   const ErrorQueueMark mark;
   // With a curve given, the DER may leave its parameters out (RFC 5915, 3).
   EC_KEY *base = curveNid == 0 ? nullptr : EC_KEY_by_nid_with_precompute(curveNid);

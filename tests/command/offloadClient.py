@@ -15,7 +15,7 @@ import struct
 import sys
 import time
 
-VERSION, SIGN = 0x706B7801, 1
+VERSION, SIGN = 0x706B7802, 1
 PATH = os.environ["KXCERT_CONF_DIR"] + "/offload.socket"
 
 

@@ -76,10 +76,16 @@ const char *WhyNoDhKey(const DhNumbers &numbers) {
   if (y == nullptr || BN_is_negative(y) || BN_is_zero(y) || BN_ucmp(y, numbers.p.get()) >= 0) {
     return "public value is missing, or not from 1 to p - 1";
   }
-  if (x != nullptr && (BN_is_negative(x) || BN_num_bytes(x) > BN_num_bytes(numbers.p.get()))) {
-    return "private value is negative or longer than the modulus";
+  if (x != nullptr && (BN_is_negative(x) || BN_is_zero(x) || BN_num_bytes(x) > BN_num_bytes(numbers.p.get()))) {
+    return "private value is not positive, or longer than the modulus";
   }
   return nullptr;
+}
+
+bool DhValuesFit(const DhNumbers &numbers) {
+  const BigNum expected(BN_new());
+  return expected != nullptr && SecretModExp(expected.get(), numbers.g.get(), numbers) &&
+         BN_cmp(expected.get(), numbers.y.get()) == 0;
 }
 
 bool SecretModExp(BIGNUM *result, const BIGNUM *base, const DhNumbers &numbers) {

@@ -19,6 +19,9 @@ const char *WhyNoDhGroup(const BIGNUM *p, const BIGNUM *g);
 // Null when the group is one and its values lie in it. Whether y belongs to x is not looked at.
 const char *WhyNoDhKey(const DhNumbers &numbers);
 
+// Whether y = g ^ x. The numbers are a key.
+[[nodiscard]] bool DhValuesFit(const DhNumbers &numbers);
+
 // base ^ x mod p, in time that tells nothing but the length of x.
 [[nodiscard]] bool SecretModExp(BIGNUM *result, const BIGNUM *base, const DhNumbers &numbers);
 

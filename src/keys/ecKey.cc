@@ -12,7 +12,8 @@
 namespace {
 
 constexpr const char *kCheckFunc = "kxECDSA_imp::test_if_ok";
-constexpr int kMaxPrivateDerLen = 300;     // a scalar, a point, an object identifier and their headers
+constexpr int kMaxPrivateDerLen = 1024;       // when read: more than the longest curve's key has, parameters spelt out
+constexpr int kPrivateDerRoom = 300;          // when written: a scalar, a point, an object identifier and their headers
 
 void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
   BEncDefLen(buf, contentLen);
@@ -28,10 +29,10 @@ int EncodePrivate(const Curve &curve, const EC_KEY *key, kxBinBuf &out) {
   kxBinBuf scalar, area, der;
   for (kxBinBuf *secret : {&scalar, &area, &der}) secret->SetSensitive(true);
   scalar.Set(static_cast<unsigned int>(scalarLen));
-  area.Set(static_cast<unsigned int>(kMaxPrivateDerLen));
+  area.Set(static_cast<unsigned int>(kPrivateDerRoom));
   if (pointLen < 0 || BN_bn2binpad(EC_KEY_get0_private_key(key), scalar.Data(), scalarLen) != scalarLen) return -1;
   sxAsnWriteBuf buf;   // writes towards the start
-  buf.Init(area.Data(), kMaxPrivateDerLen);
+  buf.Init(area.Data(), kPrivateDerRoom);
   buf.PutSeg(point, pointLen);
   buf.PutByte(0);   // unused bits
   PutHeader(buf, buf.Written(), 0x03);
@@ -52,6 +53,7 @@ int EncodePrivate(const Curve &curve, const EC_KEY *key, kxBinBuf &out) {
 }
 
 EC_KEY *FromPrivateDer(const unsigned char *data, int dataLen, int curveNid) {
+  if (dataLen > kMaxPrivateDerLen) return nullptr;
   const ErrorQueueMark mark;
   // With a curve given, the DER may leave its parameters out (RFC 5915, 3).
   EC_KEY *base = curveNid == 0 ? nullptr : EC_KEY_by_nid_with_precompute(curveNid);

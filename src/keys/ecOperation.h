@@ -19,8 +19,8 @@ struct EcRequest {
   const BIGNUM *r = nullptr;
 };
 
-/// Runs the operation in the key-operation service of this machine when that is in use
-/// (kxcert/keys/pkxl.h) and can, else in this process.
+/// Runs the operation. Signing is done by the key-operation service of this machine when that is in use
+/// (kxcert/keys/pkxl.h) and does it right, all else in this process.
 /// @return signing: octets written, 0 or less on failure; verifying: 1 valid, 0 not, -1 for what is no
 ///         signature (also BER, and octets after it) or a failure
 int ecdsa_op_wrapper(EcOperation operation, const EcRequest &request, EC_KEY *key);

@@ -84,7 +84,13 @@ kxSDH_imp::kxSDH_imp(const sxDhParams &params, const BIGNUM *x, const BIGNUM *y)
     numbers.y.reset(BN_new());
     if (!SecretModExp(numbers.y.get(), numbers.g.get(), numbers)) numbers.y.reset();
   }
-  if (x == nullptr || numbers.x != nullptr) Adopt(std::move(numbers));
+  if (x != nullptr && numbers.x == nullptr) return;   // no memory
+  if (x != nullptr && y != nullptr && WhyNoDhKey(numbers) == nullptr && !DhValuesFit(numbers)) {
+    herror_func(0, 0, "%s: no key in group %s: private value does not belong to the public one", kFunc,
+                numbers.groupName.c_str());
+    return;
+  }
+  Adopt(std::move(numbers));
 }
 
 kxSDH_imp::kxSDH_imp(DhNumbers numbers) {

@@ -8,7 +8,7 @@
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
-#include "rsaOperation.h"
+#include "rsaKey.h"
 
 namespace {
 
@@ -35,12 +35,11 @@ kxSRSA_imp::kxSRSA_imp(RSA *rsa) : m_rsa(rsa) {
 }
 
 kxSRSA_imp::kxSRSA_imp(sxPK_Format format, const unsigned char *data, int dataLen) {
-  if (format == sxPK_public || format == sxPK_private) {
-    m_rsa.reset(kxRSA_from_buf(data, dataLen, format == sxPK_private ? 1 : 0));
-  }
-  // Numbers are read in their fewest octets only. When the lengths are short, too, encoding the key
-  // again would give the same octets.
-  if (m_rsa != nullptr && format == sxPK_public && dataLen == PublicDerLen(m_rsa.get())) {
+  if (format != sxPK_public && format != sxPK_private) return;
+  bool inFewestOctets = false;
+  m_rsa = ReadRsaKey(data, dataLen, format == sxPK_private, &inFewestOctets);
+  // When the lengths are short, too, encoding the key again would give the same octets.
+  if (m_rsa != nullptr && inFewestOctets && dataLen == PublicDerLen(m_rsa.get())) {
     m_publicDer.assign(data, data + dataLen);
   }
 }

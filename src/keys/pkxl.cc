@@ -1,4 +1,4 @@
-// The client of the key-operation service: whether it is used, and one exchange for each operation.
+// The client of the key-operation service: whether it is used, and its operations for octets.
 #include "kxcert/keys/pkxl.h"
 
 #include <sys/stat.h>
@@ -8,13 +8,15 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ecOperation.h"
+#include "curves.h"
+#include "kxcert/keys/kxECDSA.h"
+#include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/configDir.h"
 #include "kxcert/platform/fips.h"
-#include "kxcert/platform/localSocket.h"
 #include "kxcert/platform/log.h"
+#include "libcryptoTypes.h"
 #include "pkxlDecision.h"
-#include "pkxlMessage.h"
+#include "pkxlOffer.h"
 
 namespace {
 
@@ -47,26 +49,6 @@ Decision Decide() {
   return kMayUse;
 }
 
-// One exchange. The output is copied to where the caller wants it.
-int Ask(const PkxlRequest &request, pkxl_len_and_buf_t *out, int *result) {
-  kxBinBuf message;
-  if (!PkxlWrite(request, message)) return -1;
-  kxLocalSocket service(pkxl_socket_path(), kPkxlTimeoutMs);
-  const auto resize = [&message](uint32_t len) {
-    message.Set(len);
-    return message.Data();
-  };
-  PkxlAnswer answer;
-  if (!service.Send(message.Data(), message.Len()) || !service.Receive(resize) || !PkxlRead(message, &answer)) return -1;
-  if (!answer.served || answer.output.len > request.capacity) return -1;
-  if (request.capacity > 0 && answer.result > 0 && static_cast<uint32_t>(answer.result) != answer.output.len) return -1;
-  if (answer.output.len > 0) std::memcpy(out->buf, answer.output.buf, answer.output.len);
-  *result = answer.result;
-  return 0;
-}
-
-uint32_t Number(int value) { return static_cast<uint32_t>(value); }
-
 }  // namespace
 
 bool pkxl_should_use() {
@@ -87,26 +69,35 @@ void pkxl_stop_usage() {
 void PkxlForgetDecision() {
   g_decision = kUndecided;
   g_usage = false;
+  PkxlForgetTrouble();
 }
 
 std::string pkxl_socket_path() { return kxConfigDir() + "/offload.socket"; }
 
+// Public operations are not offered: only doing them again would show whether the answer is right.
+
 int pkxl_rsa_op(const pkxl_len_and_buf_t *in, pkxl_len_and_buf_t *out, const pkxl_len_and_buf_t *key, int operation,
                 int *result) {
-  return Ask({Number(operation), 0, out->len, *in, {}, *key}, out, result);
+  const RsaKey rsa(kxRSA_from_buf(key->buf, static_cast<int>(key->len), 1));
+  if (rsa == nullptr || out->len < static_cast<uint32_t>(RSA_size(rsa.get()))) return -1;
+  const auto asked = static_cast<RsaOperation>(operation);
+  return PkxlOfferRsa(asked, static_cast<int>(in->len), in->buf, out->buf, rsa.get(), result) ? 0 : -1;
 }
 
 int pkxl_ecdsa_sign(const pkxl_len_and_buf_t *data, pkxl_len_and_buf_t *signature, const pkxl_len_and_buf_t *key,
                     int curveNid, int *result) {
-  return Ask({kEcdsaSign, Number(curveNid), signature->len, *data, {}, *key}, signature, result);
+  const EcKey ec(kxECDSA_from_buf(sxPK_private, key->buf, static_cast<int>(key->len), curveNid));
+  if (ec == nullptr || signature->len < static_cast<uint32_t>(ECDSA_size(ec.get()))) return -1;
+  return PkxlOfferEcdsaSign(data->buf, static_cast<int>(data->len), signature->buf, ec.get(), result) ? 0 : -1;
 }
 
-int pkxl_ecdsa_verify(const pkxl_len_and_buf_t *data, const pkxl_len_and_buf_t *signature,
-                      const pkxl_len_and_buf_t *key, int curveNid, int *result) {
-  return Ask({kEcdsaVerify, Number(curveNid), 0, *data, *signature, *key}, nullptr, result);
+int pkxl_ecdsa_verify(const pkxl_len_and_buf_t *, const pkxl_len_and_buf_t *, const pkxl_len_and_buf_t *, int, int *) {
+  return -1;
 }
 
 int pkxl_ecdh_compute_key(const pkxl_len_and_buf_t *peer, pkxl_len_and_buf_t *secret, const pkxl_len_and_buf_t *key,
                           int curveNid, int *result) {
-  return Ask({kEcdhComputeKey, Number(curveNid), secret->len, *peer, {}, *key}, secret, result);
+  const Curve *const curve = FindCurve(curveNid);
+  if (curve == nullptr || secret->len < static_cast<uint32_t>(curve->coordLen)) return -1;
+  return PkxlOfferEcdh(*peer, secret->buf, *key, curveNid, result) ? 0 : -1;
 }

@@ -2,7 +2,9 @@
 #ifndef KXCERT_SRC_KEYS_PKXLDECISION_H_
 #define KXCERT_SRC_KEYS_PKXLDECISION_H_
 
-/// Back to how the process began: nothing decided, usage off.
+/// Back to how the process began: nothing decided, usage off, no trouble with the service yet.
 void PkxlForgetDecision();
+/// The last of these alone.
+void PkxlForgetTrouble();
 
 #endif

@@ -5,7 +5,7 @@
 namespace {
 
 // Both ends are of one installation: they differ only while it is being replaced.
-constexpr uint32_t kVersion = 0x706B7801;
+constexpr uint32_t kVersion = 0x706B7802;
 constexpr uint32_t kAlign = 4;
 constexpr uint32_t kItemOverhead = 24;   // a length, and the gaps before it and behind it
 

@@ -5,7 +5,8 @@
 #include "kxcert/foundation/bufIter.h"
 #include "kxcert/foundation/kxBinBuf.h"
 
-// 0 to 5 are RsaOperation and EcOperation.
+// 0 to 5 are RsaOperation and EcOperation, of which the private ones are served: 0, whose answer is the whole
+// block with its padding, 1 and 4.
 constexpr uint32_t kEcdhComputeKey = 6;
 
 /// The items are lent: to the area that is read, or by the caller.
@@ -14,8 +15,8 @@ struct PkxlRequest {
   uint32_t curve = 0;              ///< libcrypto's identifier; 0 for RSA
   uint32_t capacity = 0;           ///< of the output
   pkxl_len_and_buf_t input = {};   ///< the data; ECDH: the peer's point
-  pkxl_len_and_buf_t signature = {};
-  pkxl_len_and_buf_t key = {};     ///< DER, or the point of a public EC key
+  pkxl_len_and_buf_t signature = {};   ///< nothing: for verifying, which is not served
+  pkxl_len_and_buf_t key = {};     ///< private, DER
 };
 
 struct PkxlAnswer {

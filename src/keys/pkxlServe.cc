@@ -20,30 +20,36 @@ int Len(const pkxl_len_and_buf_t &item) { return static_cast<int>(item.len); }
 // Each returns false when the key does not fit: the caller's own attempt then says what is wrong with it.
 
 bool ServeRsa(const PkxlRequest &request, unsigned char *out, int *result) {
-  const bool isPrivate = request.operation <= kPrivateEncrypt;
-  const RsaKey key(kxRSA_from_buf(request.key.buf, Len(request.key), isPrivate));
-  if (key == nullptr) return false;
-  *result = RsaOperationHere(static_cast<RsaOperation>(request.operation), Len(request.input), request.input.buf,
-                             static_cast<int>(request.capacity), out, key.get());
+  const RsaKey key(kxRSA_from_buf(request.key.buf, Len(request.key), 1));
+  if (key == nullptr || static_cast<int>(request.capacity) < RSA_size(key.get())) return false;
+  const ErrorQueueMark mark;
+  *result = request.operation == kPrivateDecrypt
+                ? RSA_private_decrypt(Len(request.input), request.input.buf, out, key.get(), RSA_NO_PADDING)
+                : RSA_private_encrypt(Len(request.input), request.input.buf, out, key.get(), RSA_PKCS1_PADDING);
   return true;
 }
 
 bool ServeEc(const PkxlRequest &request, unsigned char *out, int *result) {
-  const bool isPrivate = request.operation != kEcdsaVerify;
-  const EcKey key(kxECDSA_from_buf(isPrivate ? sxPK_private : sxPK_public, request.key.buf, Len(request.key),
-                                   static_cast<int>(request.curve)));
+  const EcKey key(kxECDSA_from_buf(sxPK_private, request.key.buf, Len(request.key), static_cast<int>(request.curve)));
   if (key == nullptr) return false;
   if (request.operation == kEcdhComputeKey) {
     *result = EcdhHere(request.input.buf, Len(request.input), out, static_cast<int>(request.capacity), key.get());
     return true;
   }
-  if (isPrivate && static_cast<int>(request.capacity) < ECDSA_size(key.get())) return false;
-  EcRequest operation = {request.input.buf, Len(request.input)};
-  operation.sig = request.signature.buf;
-  operation.sigLen = Len(request.signature);
-  operation.out = out;
-  *result = EcdsaHere(static_cast<EcOperation>(request.operation), operation, key.get());
+  if (static_cast<int>(request.capacity) < ECDSA_size(key.get())) return false;
+  const EcRequest operation{.data = request.input.buf, .dataLen = Len(request.input), .out = out};
+  *result = EcdsaHere(kEcdsaSign, operation, key.get());
   return true;
+}
+
+bool Serve(const PkxlRequest &request, unsigned char *out, int *result) {
+  switch (request.operation) {
+    case kPrivateDecrypt:
+    case kPrivateEncrypt: return ServeRsa(request, out, result);
+    case kEcdsaSign:
+    case kEcdhComputeKey: return ServeEc(request, out, result);
+    default: return false;
+  }
 }
 
 }  // namespace
@@ -56,12 +62,7 @@ int pkxl_serve(kxBinBuf &message, kxBinBuf &answerMessage) {
   output.SetSensitive(true);
   output.Set(request.capacity);
   PkxlAnswer answer;
-  if (request.operation <= kPublicEncrypt) {
-    answer.served = ServeRsa(request, output.Data(), &answer.result);
-  } else if (request.operation <= kEcdhComputeKey) {
-    answer.served = ServeEc(request, output.Data(), &answer.result);
-  }
-  const bool writes = answer.served && request.operation != kEcdsaVerify && answer.result > 0;
-  if (writes) answer.output = {static_cast<uint32_t>(answer.result), output.Data()};
+  answer.served = Serve(request, output.Data(), &answer.result);
+  if (answer.result > 0) answer.output = {static_cast<uint32_t>(answer.result), output.Data()};
   return PkxlWrite(answer, answerMessage) ? 0 : -1;
 }

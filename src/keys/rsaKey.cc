@@ -1,48 +1,17 @@
-// libcrypto's RSA keys: checked, from octets and to octets, printed.
+// libcrypto's RSA keys: from octets and to octets, printed.
 #include <cstring>
 
 #include "kxcert/asn1/sxAsnBuf.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/log.h"
-#include "libcryptoTypes.h"
-#include "rsaOperation.h"
+#include "rsaKey.h"
 
 namespace {
 
-// Above this size libcrypto verifies with short exponents only.
-constexpr int kSmallModulusBits = OPENSSL_RSA_SMALL_MODULUS_BITS;
-constexpr int kMaxLongModulusExponentBits = OPENSSL_RSA_MAX_PUBEXP_BITS;
 constexpr int kMaxNumberOctets = kMaxRsaBits / 8 + 1;   // and a leading 00
-
-static_assert(kMaxRsaBits <= OPENSSL_RSA_MAX_MODULUS_BITS);
-
-// Null when libcrypto can verify with the key and its work is bounded.
-const char *WhyRefused(const BIGNUM *n, const BIGNUM *e) {
-  if (n == nullptr || e == nullptr) return "modulus or public exponent is missing";
-  if (BN_is_negative(n) || BN_is_negative(e)) return "a number is negative";
-  const int bits = BN_num_bits(n);
-  if (bits < kMinRsaBits) return "modulus is too short";
-  if (bits > kMaxRsaBits) return "modulus is too long";
-  if (!BN_is_odd(n)) return "modulus is even";
-  if (!BN_is_odd(e) || BN_is_one(e)) return "public exponent is even or below 3";
-  if (BN_ucmp(e, n) >= 0) return "public exponent is not below the modulus";
-  if (bits > kSmallModulusBits && BN_num_bits(e) > kMaxLongModulusExponentBits) {
-    return "public exponent is too long for the modulus";
-  }
-  return nullptr;
-}
-
-const char *WhyRefused(const RSA *rsa) {
-  const BIGNUM *n = nullptr, *e = nullptr, *d = nullptr;
-  RSA_get0_key(rsa, &n, &e, &d);
-  if (const char *reason = WhyRefused(n, e)) return reason;
-  for (const BIGNUM *number : {d, RSA_get0_p(rsa), RSA_get0_q(rsa), RSA_get0_dmp1(rsa),
-                               RSA_get0_dmq1(rsa), RSA_get0_iqmp(rsa)}) {
-    if (number != nullptr && (BN_is_negative(number) || BN_is_zero(number))) return "a number is not positive";
-  }
-  return nullptr;
-}
+// Modulus, exponents, and the shorter numbers, none longer than the modulus.
+constexpr int kMaxPrivateDerLen = 6 * (kMaxNumberOctets + 8);
 
 // A non-negative INTEGER in its fewest octets (X.690, 8.3.2); null for anything else.
 BigNum ReadNumber(sxAsnReadBuf &buf) {
@@ -55,21 +24,19 @@ BigNum ReadNumber(sxAsnReadBuf &buf) {
   return BigNum(BN_bin2bn(octets, len, nullptr));
 }
 
-//   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
-// Read here rather than by libcrypto's templates: every certificate that is decoded comes by.
-RsaKey ReadPublic(const unsigned char *data, int dataLen, const char **reason) {
-  *reason = "not an RSAPublicKey";
+// All octets, in DER but for the lengths' own octets. Read here rather than by libcrypto's templates: every
+// certificate that is decoded comes by.
+bool ReadDer(const unsigned char *data, int dataLen, BigNum *n, BigNum *e) {
   sxAsnReadBuf buf;
   buf.Init(data, dataLen);
   int count = 0;
-  if (BDecTag(buf, count) != 0x30 || BDecLen(buf, count) != buf.GetLen()) return nullptr;
-  BigNum n = ReadNumber(buf);
-  if (n == nullptr) return nullptr;
-  BigNum e = ReadNumber(buf);
-  if (e == nullptr || buf.GetLen() != 0) return nullptr;
+  if (BDecTag(buf, count) != 0x30 || BDecLen(buf, count) != buf.GetLen()) return false;
+  *n = ReadNumber(buf);
+  if (*n != nullptr) *e = ReadNumber(buf);
+  return *e != nullptr && buf.GetLen() == 0;
+}
 
-  *reason = WhyRefused(n.get(), e.get());
-  if (*reason != nullptr) return nullptr;
+RsaKey NewPublic(BigNum n, BigNum e) {
   RsaKey rsa(RSA_new());
   if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), nullptr) != 1) return nullptr;
   static_cast<void>(n.release());   // now the key's
@@ -77,13 +44,34 @@ RsaKey ReadPublic(const unsigned char *data, int dataLen, const char **reason) {
   return rsa;
 }
 
+//   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
+// What is not plain is libcrypto's to read, so that both find the same keys in certificates: it takes BER,
+// and every number for positive.
+RsaKey ReadPublic(const unsigned char *data, int dataLen, bool *inFewestOctets, const char **reason) {
+  BigNum n, e;
+  *inFewestOctets = ReadDer(data, dataLen, &n, &e);
+  if (*inFewestOctets) {
+    *reason = WhyNoRsaPublic(n.get(), e.get());
+    return *reason == nullptr ? NewPublic(std::move(n), std::move(e)) : nullptr;
+  }
+  *reason = "not an RSAPublicKey";
+  const ErrorQueueMark mark;
+  const unsigned char *end = data;
+  RsaKey rsa(d2i_RSAPublicKey(nullptr, &end, dataLen));
+  if (rsa == nullptr || end != data + dataLen) return nullptr;
+  *reason = WhyNoRsaPublic(RSA_get0_n(rsa.get()), RSA_get0_e(rsa.get()));
+  if (*reason != nullptr) return nullptr;
+  return rsa;
+}
+
 RsaKey ReadPrivate(const unsigned char *data, int dataLen, const char **reason) {
   *reason = "not an RSAPrivateKey";
+  if (dataLen > kMaxPrivateDerLen) return nullptr;
   const ErrorQueueMark mark;
   const unsigned char *end = data;
   RsaKey rsa(d2i_RSAPrivateKey(nullptr, &end, dataLen));
   if (rsa == nullptr || end != data + dataLen || RSA_get0_d(rsa.get()) == nullptr) return nullptr;
-  *reason = WhyRefused(rsa.get());
+  *reason = WhyNoRsaKey(rsa.get());
   if (*reason != nullptr) return nullptr;
   return rsa;
 }
@@ -103,16 +91,21 @@ bool RsaHasCrtParts(const RSA *rsa) {
          RSA_get0_dmq1(rsa) != nullptr && RSA_get0_iqmp(rsa) != nullptr;
 }
 
-RSA *kxRSA_from_buf(const unsigned char *data, int dataLen, int privateForm) {
+RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool *inFewestOctets) {
   const char *reason = "no octets";
   RsaKey rsa;
   if (data != nullptr && dataLen > 0) {
-    rsa = privateForm != 0 ? ReadPrivate(data, dataLen, &reason) : ReadPublic(data, dataLen, &reason);
+    rsa = privateForm ? ReadPrivate(data, dataLen, &reason) : ReadPublic(data, dataLen, inFewestOctets, &reason);
   }
   if (rsa == nullptr) {
     herror_func(0, 0, "kxRSA_from_buf: %s (%d bytes)", reason == nullptr ? "no memory" : reason, dataLen);
   }
-  return rsa.release();
+  return rsa;
+}
+
+RSA *kxRSA_from_buf(const unsigned char *data, int dataLen, int privateForm) {
+  bool inFewestOctets = false;
+  return ReadRsaKey(data, dataLen, privateForm != 0, &inFewestOctets).release();
 }
 
 int kxRSA_to_buf(const RSA *rsa, kxBinBuf &out, int privateForm) {
@@ -132,7 +125,7 @@ int kxRSA_to_buf(const RSA *rsa, kxBinBuf &out, int privateForm) {
   return 0;
 }
 
-int kxRSA_is_ok(const RSA *rsa) { return rsa != nullptr && WhyRefused(rsa) == nullptr ? 1 : 0; }
+int kxRSA_is_ok(const RSA *rsa) { return rsa != nullptr && WhyNoRsaKey(rsa) == nullptr ? 1 : 0; }
 
 void kxRSA_herror(const RSA *rsa) {
   if (!kxLog_DebugOn()) return;

@@ -5,6 +5,7 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/log.h"
+#include "pkxlOffer.h"
 
 namespace {
 
@@ -88,6 +89,7 @@ bool DecryptsWhatItEncrypts(sxPubKey &key, const unsigned char *value) {
 }  // namespace
 
 bool IsConsistentKey(sxPubKey &key) {
+  const PkxlStayHere here;
   if (!VerifiesWhatItSigns(key, sxPKop_digest, kNewKeyValue, 0)) return false;
   // Keys made here have none of these flags, and their test ends with the signature: by intent, only
   // kinds from elsewhere ask for more. Held by RsaSelfTest.EncryptsOnlyForKeysWithBothFlags.
@@ -96,6 +98,7 @@ bool IsConsistentKey(sxPubKey &key) {
 }
 
 bool PassesSelfTest(sxPubKey &key) {
+  const PkxlStayHere here;
   return VerifiesWhatItSigns(key, sxPKop_raw, kSignedValue, kTestSignatureLen) &&
          DecryptsWhatItEncrypts(key, kHiddenValue);
 }

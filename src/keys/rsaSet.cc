@@ -8,8 +8,7 @@
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/platform/attributeSet.h"
 #include "kxcert/platform/log.h"
-#include "libcryptoTypes.h"
-#include "rsaOperation.h"
+#include "rsaKey.h"
 #include "secretAttribute.h"
 
 namespace {

@@ -13,28 +13,60 @@ start() {
   for _ in {1..600}; do grep -qs listening "$BATS_TEST_TMPDIR/talk" && break; sleep 0.05; done
 }
 teardown() { kill "$service" 2>/dev/null || true; }
-
-verify() { "$KXCERT" chain verify "${at[@]}" --trust "$chain/root.pem" "$chain/leaf.pem" "$chain/intermediate.pem"; }
-
-@test "signatures go to the service when that is forced, and the verdict is the same" {
-  plain=$(verify)
-  forced=$(PKXL_FORCE=1 verify)
-  [ "$plain" = "$forced" ]
+client() { python3 "$BATS_TEST_DIRNAME/offloadClient.py" "$@"; }
+# Ends the service, which must not take longer than a second.
+stop() {
+  local begin=${EPOCHREALTIME/./}
   kill -TERM "$service"
   wait "$service"
-  grep -qE '^kxcert-offloadd: answered [1-9][0-9]* requests$' "$BATS_TEST_TMPDIR/talk"
+  ((${EPOCHREALTIME/./} - begin < 1000000))
+}
+
+@test "signs, one octet at a time, past as many idle clients as it has threads" {
+  key=$BATS_TEST_DIRNAME/../data/keys/rsa1024.pem
+  printf digest >"$BATS_TEST_TMPDIR/digest"
+  expected=$(openssl pkeyutl -sign -inkey "$key" -in "$BATS_TEST_TMPDIR/digest" | od -An -v -tx1 | tr -d ' \n')
+  run -0 client sign "$key" 2
+  [ "$output" = "$expected" ]
+  stop
+  grep -qx 'kxcert-offloadd: answered 1 requests' "$BATS_TEST_TMPDIR/talk"
   [ ! -e "$KXCERT_CONF_DIR/offload.socket" ]
 }
 
-@test "a second service is refused, a killed one replaced and not missed" {
+@test "keeps a process's crowd within bounds, and waits for descriptors in peace" {
+  run -0 client crowd 140
+  [ "$output" = '128 kept, calm' ]
+  stop
+  ulimit -Sn 24
+  start
+  ulimit -Sn 200
+  run -0 client crowd 60
+  [[ $output == *calm ]]
+}
+
+@test "a signal ends it within a second, whatever its workers do" {
+  client busy 8
+  stop
+}
+
+@test "another service's socket stays" {
+  rm "$KXCERT_CONF_DIR/offload.socket"
+  first=$service
+  start
+  kill -TERM "$first"
+  wait "$first"
+  [ -S "$KXCERT_CONF_DIR/offload.socket" ]
+  stop
+  [ ! -e "$KXCERT_CONF_DIR/offload.socket" ]
+}
+
+@test "a second service is refused, a killed one replaced" {
   run -3 "$OFFLOADD"
   [[ $output == *'another service runs already'* ]]
   kill -KILL "$service"
   wait "$service" || true
-  PKXL_FORCE=1 verify
   start
-  kill -TERM "$service"
-  wait "$service"
+  stop
 }
 
 @test "usage: kxcert-offloadd" {

@@ -71,7 +71,7 @@ TEST(kxDhKey, RefusesBrokenSets) {
       {"public", "010001", "public value is missing, or not from 1 to p - 1"},
       {"public", "", "public value is missing, or not from 1 to p - 1"},
       {"private", "", "private value cannot be read"},
-      {"private", "00000001", "private value is negative or longer than the modulus"},
+      {"private", "00000001", "private value is not positive, or longer than the modulus"},
       {"public", "03", "private value does not belong to the public one"},
       {"private_key_length", "25", "private key length is missing, or not from 1 to the modulus"},
       {"group", tooLong.c_str(), "group name is missing or too long"},

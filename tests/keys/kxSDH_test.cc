@@ -115,13 +115,15 @@ TEST(kxSDH, AnswersItsKindAndSizes) {
 
 TEST(kxSDH, RefusesNumbersThatAreNoKey) {
   struct { const char *mod, *gen, *x, *y; int made, wrapped; } const cases[] = {
-      {"0017", "02", "ff", "01", 1, 1},   // a zero before the modulus does no harm
+      {"0017", "02", "ff", "04", 1, 1},   // a zero before the modulus does no harm
       {"17", "16", "01", "01", 0, 0},     // p - 1
       {"17", "01", "01", "01", 0, 0},
       {"18", "02", "01", "01", 0, 0},     // even
       {"17", "02", "01", "00", 1, 0},
       {"17", "02", "01", "17", 1, 0},     // p
       {"17", "02", "0100", "01", 1, 0},   // x is longer than p
+      {"17", "02", "00", "01", 1, 0},
+      {"17", "02", "ff", "03", 1, 0},     // y is not g ^ x
   };
   for (const auto &c : cases) {
     sxset object = DhObject("g", 40000, c.mod, 8);

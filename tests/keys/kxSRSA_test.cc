@@ -7,8 +7,11 @@
 
 #include <algorithm>
 
+#include "keys/libcryptoTypes.h"
+#include "keys/pkxlMessage.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/bigNumSet.h"
+#include "kxcert/keys/pkxl.h"
 #include "kxcert/platform/attributeSet.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
@@ -184,14 +187,15 @@ TEST(kxSRSA, ImportsWhatCanBeVerifiedWith) {
       {"exponent 0", PublicDer(n, "00"), false},
       {"an even exponent", PublicDer(n, "010002"), false},
       {"exponent as large as the modulus", PublicDer(n, n), false},
-      {"a negative exponent", PublicDer(n, "83"), false},
+      {"an exponent that looks negative", PublicDer(n, "83"), true},
       {"512 bits", PublicDer(OddNumber(512), e), true},
       {"511 bits", PublicDer("40" + std::string(124, '0') + "01", e), false},
       {"16384 bits", PublicDer(OddNumber(16384), e), true},
       {"16385 bits", PublicDer(OddNumber(16385), e), false},
       {"an even modulus", PublicDer(even, e), false},
-      {"modulus without its sign octet", PublicDer(n.substr(2), e), false},
-      {"modulus with an octet too many", PublicDer("00" + n, e), false},
+      {"modulus without its sign octet", PublicDer(n.substr(2), e), true},
+      {"modulus with an octet too many", PublicDer("00" + n, e), true},
+      {"one octet less in the modulus, one more in the exponent", PublicDer(n.substr(2), "00" + e), true},
       {"a modulus of no octets", PublicDer("", e), false},
       {"long exponent, 3072 bits", PublicDer(OddNumber(3072), "01" + std::string(14, '0') + "01"), true},
       {"64-bit exponent, 3080 bits", PublicDer(OddNumber(3080), "0080" + std::string(12, '0') + "01"), true},
@@ -200,7 +204,8 @@ TEST(kxSRSA, ImportsWhatCanBeVerifiedWith) {
       {"a third number", Tlv("30", Tlv("02", n) + Tlv("02", e) + "020100"), false},
       {"one number", Tlv("30", Tlv("02", n)), false},
       {"a SET", Tlv("31", Tlv("02", n) + Tlv("02", e)), false},
-      {"indefinite length", "3080" + Tlv("02", n) + Tlv("02", e) + "0000", false},
+      {"indefinite length", "3080" + Tlv("02", n) + Tlv("02", e) + "0000", true},
+      {"length in more octets", Tlv("30", Tlv("02", n) + "028103010001"), true},
       {"nothing", "", false},
   };
   for (const auto &c : cases) {
@@ -208,18 +213,88 @@ TEST(kxSRSA, ImportsWhatCanBeVerifiedWith) {
     const Octets der = DecodeHex(c.hex.c_str());
     const PubKeyRef key(sxImportRSAKey(sxPK_public, der.data(), LenOf(der)));
     ASSERT_EQ(c.ok, key != nullptr);
+    const unsigned char *end = der.data();   // libcrypto reads the same, and writes it in DER
+    const RsaKey lib(d2i_RSAPublicKey(nullptr, &end, LenOf(der)));
     if (!c.ok) continue;
-    EXPECT_EQ(der, Exported(*key, sxPK_public));
+    ASSERT_NE(nullptr, lib);
+    kxBinBuf expected;
+    ASSERT_EQ(0, kxRSA_to_buf(lib.get(), expected, 0));
+    EXPECT_EQ(Octets(expected.Data(), expected.Data() + expected.Len()), Exported(*key, sxPK_public));
   }
   const Octets der = DecodeHex(good.c_str());
   for (int len = 0; len < LenOf(der); ++len) {
     EXPECT_EQ(nullptr, sxImportRSAKey(sxPK_public, der.data(), len)) << len << " octets";
   }
-  // Long lengths are read and go: equality and the key's hash rest on it.
-  const Octets lengthy = DecodeHex(Tlv("30", Tlv("02", n) + "028103010001").c_str());
-  const PubKeyRef key(sxImportRSAKey(sxPK_public, lengthy.data(), LenOf(lengthy)));
-  ASSERT_NE(nullptr, key);
-  EXPECT_EQ(der, Exported(*key, sxPK_public));
+}
+
+// One number of a sound key is replaced: 0 to 7 are n, e, d, p, q, dP, dQ and qInv.
+struct NumberCase { const char *what; size_t which; int add; int shift; bool plusP = false; };
+constexpr NumberCase kWrongNumbers[] = {
+    {"modulus", 0, 2, 0},      {"public exponent", 1, 2, 0}, {"private exponent", 2, 2, 0},
+    {"even d", 2, 1, 0},       {"d beyond n", 2, 1, 20},     {"even p", 3, 1, 0},
+    {"p", 3, 2, 0},            {"endless p", 3, 1, 60000},   {"q", 4, 2, 0},
+    {"endless q", 4, 1, 60000}, {"dP", 5, 2, 0},             {"endless dP", 5, 0, 60000},
+    {"dQ", 6, 2, 0},           {"endless dQ", 6, 0, 60000},  {"qInv", 7, 1, 0},
+    {"endless qInv", 7, 0, 60000}, {"qInv + p", 7, 0, 0, true},
+};
+
+RsaKey WithNumber(const RSA *sound, const NumberCase &change) {
+  const BIGNUM *parts[8];
+  RSA_get0_key(sound, &parts[0], &parts[1], &parts[2]);
+  RSA_get0_factors(sound, &parts[3], &parts[4]);
+  RSA_get0_crt_params(sound, &parts[5], &parts[6], &parts[7]);
+  BIGNUM *copies[8];
+  for (size_t i = 0; i < 8; ++i) copies[i] = BN_dup(parts[i]);
+  BN_lshift(copies[change.which], copies[change.which], change.shift);
+  BN_add_word(copies[change.which], static_cast<BN_ULONG>(change.add));
+  if (change.plusP) BN_add(copies[change.which], copies[change.which], parts[3]);
+  RsaKey key(RSA_new());
+  RSA_set0_key(key.get(), copies[0], copies[1], copies[2]);
+  RSA_set0_factors(key.get(), copies[3], copies[4]);
+  RSA_set0_crt_params(key.get(), copies[5], copies[6], copies[7]);
+  return key;
+}
+
+bool IsServed(kxBinBuf &keyDer) {
+  Octets digest(20, 7);
+  kxBinBuf request, answer;
+  PkxlAnswer read;
+  return PkxlWrite({1, 0, 512, {20, digest.data()}, {}, {keyDer.Len(), keyDer.Data()}}, request) &&
+         pkxl_serve(request, answer) == 0 && PkxlRead(answer, &read) && read.served;
+}
+
+// Without the checks some of these sign for minutes, others give their factors away.
+TEST(kxSRSA, RefusesPrivateNumbersThatDoNotBelongTogether) {
+  const Octets soundDer = ReadPem(KeyFile("rsa2048.pem"));
+  const RsaKey sound(kxRSA_from_buf(soundDer.data(), LenOf(soundDer), 1));
+  ASSERT_NE(nullptr, sound);
+  const auto check = [](RsaKey rsa, bool ok) {
+    kxBinBuf der;
+    ASSERT_EQ(0, kxRSA_to_buf(rsa.get(), der, 1));
+    EXPECT_TRUE(der.IsSensitive());
+    EXPECT_EQ(ok, PubKeyRef(sxImportRSAKey(sxPK_private, der.Data(), static_cast<int>(der.Len()))) != nullptr) << "DER";
+    const SetRef set(kxRSA_to_set(rsa.get()));
+    ASSERT_NE(nullptr, set->FindSet("private")->FindText("pkcs8"));
+    set->FindSet("private")->Remove("value");
+    EXPECT_EQ(ok, PubKeyRef(sxImportRSAKey_from_Set(set.get())) != nullptr) << "PKCS #8 in a set";
+    EXPECT_EQ(ok, IsServed(der)) << "a request";
+    EXPECT_EQ(ok, kxSRSA(rsa.release()).OK() == 1) << "libcrypto's object";
+  };
+  check(WithNumber(sound.get(), {"sound", 0, 0, 0}), true);
+  for (const NumberCase &c : kWrongNumbers) {
+    SCOPED_TRACE(c.what);
+    check(WithNumber(sound.get(), c), false);
+  }
+  const auto extra = [&sound](int which) { return BN_dup(which == 0 ? RSA_get0_p(sound.get()) : BN_value_one()); };
+  BIGNUM *primes[] = {extra(0)}, *exponents[] = {extra(1)}, *coefficients[] = {extra(1)};
+  RsaKey third = WithNumber(sound.get(), {"a third prime", 0, 0, 0});
+  ASSERT_EQ(1, RSA_set0_multi_prime_params(third.get(), primes, exponents, coefficients, 1));
+  check(std::move(third), false);
+  for (const NumberCase &c : {NumberCase{"even d", 2, 1, 0}, NumberCase{"d beyond n", 2, 1, 20}}) {   // n, e and d alone
+    const SetRef set(kxRSA_to_set(WithNumber(sound.get(), c).get()));
+    set->FindSet("private")->Remove("pkcs8");
+    EXPECT_EQ(nullptr, sxImportRSAKey_from_Set(set.get())) << c.what;
+  }
 }
 
 TEST(kxSRSA, ImportsPrivateKeysAndNothingElse) {

@@ -1,21 +1,29 @@
 #include "kxcert/keys/pkxl.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "keys/pkxlDecision.h"
 #include "keys/pkxlMessage.h"
+#include "keys/pkxlPatience.h"
+#include "keys/rsaSelfTest.h"
 #include "kxcert/keys/kxECDH.h"
+#include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/sxPubKey.h"
+#include "kxcert/platform/attributeSet.h"
 #include "kxcert/platform/localSocket.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"
@@ -94,12 +102,14 @@ bool ExchangeWorks() {
          EncodeHex(secret) == "d6840f6b42f6edafd13116e0e12565202fef8e9ece7dce03812464d04b9442de";
 }
 
-// Every operation that is routed; true when each gives what it should.
-bool OperationsWork() {
+// Every operation that may be routed; true when each gives what it should.
+// @param before  called before each
+bool OperationsWork(const std::function<void()> &before = [] {}) {
   const Octets digest(32, 0x5A);
   bool good = true;
   const PubKeyRef keys[] = {RsaTestKey(2048), EcTestKey("prime256v1"), EcTestKey("secp521r1")};
   for (const PubKeyRef &key : keys) {
+    before();
     Octets signature(600);
     const int len = key->Sign(sxPKop_raw, sx_md_sha256, digest.data(), 32, signature.data(), 600);
     good = good && len > 0 && key->Verify(sxPKop_raw, sx_md_sha256, digest.data(), 32, signature.data(), len) == 0;
@@ -108,11 +118,13 @@ bool OperationsWork() {
   }
   Octets sealed(256), opened(256);
   good = good && keys[0]->Encrypt(sxPKop_digest, digest.data(), 32, sealed.data(), 256) == 256;
+  before();
   good = good && keys[0]->Decrypt(sxPKop_digest, sealed.data(), 256, opened.data(), 256) == 32;
   opened.resize(32);
+  before();
   return good && opened == digest && ExchangeWorks();
 }
-constexpr int kNumOperations = 3 * 3 + 2 + 1;
+constexpr int kNumPrivate = 3 + 1 + 1;   // of them: public ones stay here
 
 TEST_F(Pkxl, OperationsGoToTheService) {
   const Service service(ServeWell);
@@ -120,10 +132,33 @@ TEST_F(Pkxl, OperationsGoToTheService) {
   EXPECT_EQ(0, service.NumAsked()) << "usage is off";
   pkxl_enable_usage();
   EXPECT_TRUE(OperationsWork());
-  EXPECT_EQ(kNumOperations, service.NumAsked());
+  EXPECT_EQ(kNumPrivate, service.NumAsked());
+  const PubKeyRef key = RsaTestKey(1024);
+  Octets block(128);   // it opens to no padding: no trouble, and no plaintext
+  EXPECT_EQ(kKeyUnequal, key->Decrypt(sxPKop_digest, Octets(128, 1).data(), 128, block.data(), 128));
+  EXPECT_EQ(kNumPrivate + 1, service.NumAsked());
   pkxl_stop_usage();
   EXPECT_TRUE(OperationsWork());
-  EXPECT_EQ(kNumOperations, service.NumAsked());
+  EXPECT_EQ(kNumPrivate + 1, service.NumAsked());
+}
+
+TEST_F(Pkxl, WhatStaysHere) {
+  const std::unique_ptr<sxset> set(sxExportRSAKey_to_Set(RsaTestKey(1024).get()));
+  set->FindSet("private")->Remove("pkcs8");
+  const PubKeyRef key = RsaTestKey(1024), withoutPrimes(sxImportRSAKey_from_Set(set.get()));
+  const Octets digest(20, 7);
+  Octets signature(128);
+  const Service service(ServeWell);
+  pkxl_enable_usage();
+  EXPECT_TRUE(IsConsistentKey(*key));
+  EXPECT_EQ(0, kxTestRSA());
+  EXPECT_EQ(128, withoutPrimes->Sign(sxPKop_raw, sx_md_sha1, digest.data(), 20, signature.data(), 128));
+  EXPECT_EQ(0, withoutPrimes->Verify(sxPKop_raw, sx_md_sha1, digest.data(), 20, signature.data(), 128));
+  pkxl_len_and_buf_t item = {128, signature.data()};
+  int result = 0;
+  EXPECT_NE(0, pkxl_ecdsa_verify(&item, &item, &item, 415, &result));
+  EXPECT_NE(0, pkxl_rsa_op(&item, &item, &item, 2, &result));
+  EXPECT_EQ(0, service.NumAsked());
 }
 
 TEST_F(Pkxl, WhatMakesItUsable) {
@@ -133,14 +168,16 @@ TEST_F(Pkxl, WhatMakesItUsable) {
     bool disabled;
     const char *force;
     bool expected;
+    bool fips;
   };
   const Case cases[] = {
-      {"forced", true, false, "1", true},
-      {"no service", false, false, "1", false},
-      {"disabled by a file", true, true, "1", false},
-      {"another number", true, false, "2", false},
-      {"no number", true, false, "1x", false},
-      {"not switched on", true, false, nullptr, false},
+      {"forced", true, false, "1", true, false},
+      {"no service", false, false, "1", false, false},
+      {"disabled by a file", true, true, "1", false, false},
+      {"FIPS 140 mode", true, false, "1", false, true},
+      {"another number", true, false, "2", false, false},
+      {"no number", true, false, "1x", false, false},
+      {"not switched on", true, false, nullptr, false, false},
   };
   mkdir(ConfDir().File("conf").c_str(), 0700);
   for (const Case &test : cases) {
@@ -151,8 +188,10 @@ TEST_F(Pkxl, WhatMakesItUsable) {
     if (test.disabled) ConfDir().Write("conf/pkxl_disable", "");
     const int listener = test.listens ? kxLocalSocket_Listen(pkxl_socket_path()) : -1;
     const LogCapture log;
+    ASSERT_EQ(1, EVP_default_properties_enable_fips(nullptr, test.fips ? 1 : 0));
     EXPECT_EQ(test.expected, pkxl_should_use());
-    EXPECT_EQ(test.listens && !test.disabled, log.Has("pkxl_should_use: pkxld process can be used"));
+    ASSERT_EQ(1, EVP_default_properties_enable_fips(nullptr, 0));
+    EXPECT_EQ(test.listens && !test.disabled && !test.fips, log.Has("pkxl_should_use: pkxld process can be used"));
     unlink(disable.c_str());
     unlink(pkxl_socket_path().c_str());
     if (listener >= 0) close(listener);
@@ -160,7 +199,18 @@ TEST_F(Pkxl, WhatMakesItUsable) {
   }
 }
 
-// Whatever the service does, the operation is done.
+// Serves, and changes an octet of every answer that can be checked.
+void ServeWrongly(int descriptor) {
+  kxLocalSocket client(descriptor, kPkxlTimeoutMs);
+  kxBinBuf request, answer;
+  PkxlRequest asked;
+  const auto resize = [&request](uint32_t len) { return request.Set(len), request.Data(); };
+  if (!client.Receive(resize) || !PkxlRead(request, &asked) || pkxl_serve(request, answer) != 0) return;
+  if (asked.operation != kEcdhComputeKey) answer.Data()[answer.Len() - 20] ^= 1;
+  client.Send(answer.Data(), answer.Len());
+}
+
+// Whatever the service does, the operation is done, and done right.
 TEST_F(Pkxl, TroubleMeansDoingItHere) {
   const auto answering = [](const Octets &octets, bool framed) {
     return [octets, framed](int descriptor) {
@@ -195,6 +245,9 @@ TEST_F(Pkxl, TroubleMeansDoingItHere) {
       {"writes more than there is room for", answering(answer(true, 20000, Octets(20000)), true)},
       {"claims more than it sends", answering(answer(true, 256, Octets(10)), true)},
       {"ends within an item", answering(cut, true)},
+      {"answers the same to everything", answering(answer(true, 20, Octets(20, 'A')), true)},
+      {"answers as long as it should be", answering(answer(true, 256, Octets(256, 'A')), true)},
+      {"is off by a bit", ServeWrongly},
   };
   for (const auto &test : cases) {
     SCOPED_TRACE(test.what);
@@ -202,12 +255,44 @@ TEST_F(Pkxl, TroubleMeansDoingItHere) {
     const Service service(test.handle);
     pkxl_enable_usage();
     EXPECT_TRUE(pkxl_should_use());
-    EXPECT_TRUE(OperationsWork());
-    EXPECT_EQ(kNumOperations, service.NumAsked());
+    EXPECT_TRUE(OperationsWork(PkxlForgetTrouble));
+    EXPECT_EQ(kNumPrivate, service.NumAsked());
   }
+  PkxlForgetTrouble();
   const Service service(answering(answer(true, 31, Octets(31)), true));
   EXPECT_TRUE(ExchangeWorks()) << "31 octets are no secret of P-256";
-  EXPECT_EQ(1, service.NumAsked());
+  EXPECT_TRUE(OperationsWork());
+  EXPECT_EQ(1, service.NumAsked()) << "left alone for a while";
+}
+
+// Each row is a use of the service: when it begins, how long it takes, how it ends, whether it is allowed.
+TEST(PkxlPatience, GrowsWithTrouble) {
+  struct Row { int64_t atMs, tookMs; bool trouble, allowed; };
+  constexpr Row kRows[] = {
+      {0, 3000, true, true},            // to 4000
+      {3500, 0, false, false},  {6000, 3000, true, true},     // never well between: to 11000
+      {10999, 0, false, false}, {11000, 10, false, true},     // well again
+      {11500, 10, true, true},          // soon after: to 15510
+      {15509, 0, false, false}, {15510, 0, false, true},
+      {19511, 0, true, true},           // after as long a while as the last: the first trouble again
+      {20510, 0, false, false}, {20511, 0, false, true},
+  };
+  PkxlPatience patience;
+  for (const Row &row : kRows) {
+    const PkxlPatience::Use use = patience.Begin(row.atMs);
+    EXPECT_EQ(row.allowed, use.allowed) << row.atMs;
+    if (use.allowed) patience.Ended(use, row.trouble, row.atMs + row.tookMs);
+  }
+  int64_t nowMs = 100000;
+  for (int i = 0; i < 20; ++i, nowMs += PkxlPatience::kLongestMs) patience.Ended(patience.Begin(nowMs), true, nowMs);
+  EXPECT_TRUE(patience.Begin(nowMs).allowed) << "never longer than that";
+  EXPECT_FALSE(patience.Begin(nowMs).allowed) << "one tries";
+
+  patience.Forget();
+  const PkxlPatience::Use uses[] = {patience.Begin(0), patience.Begin(0), patience.Begin(0)};
+  for (const PkxlPatience::Use &use : uses) patience.Ended(use, &use != &uses[2], 3000);   // that is one trouble
+  EXPECT_FALSE(patience.Begin(3999).allowed);
+  EXPECT_TRUE(patience.Begin(4000).allowed);
 }
 
 TEST_F(Pkxl, ServesNothingThatItCannotRead) {
@@ -228,9 +313,11 @@ TEST_F(Pkxl, ServesNothingThatItCannotRead) {
   PkxlRequest bad = sound;
   bad.operation = 7;
   EXPECT_FALSE(served(bad)) << "no such operation";
-  bad = sound;
-  bad.operation = 2;
-  EXPECT_FALSE(served(bad)) << "a private key where a public one belongs";
+  for (const uint32_t operation : {2U, 3U, 5U}) {
+    bad = sound;
+    bad.operation = operation;
+    EXPECT_FALSE(served(bad)) << "public";
+  }
   bad = sound;
   bad.capacity = 1 << 20;
   EXPECT_FALSE(served(bad)) << "more room than any operation fills";
@@ -254,10 +341,22 @@ TEST_F(Pkxl, ListensOnceAndReplacesOnlyWhatIsDead) {
   EXPECT_EQ(-1, kxLocalSocket_Listen(path));
   EXPECT_EQ(EADDRINUSE, errno);
   close(first);
+  std::atomic<bool> unlocked{false};
+  const int lock = open((path + ".lock").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(0, flock(lock, LOCK_EX));
+  std::thread other([&] {
+    poll(nullptr, 0, 50);
+    unlocked = true;
+    close(lock);
+  });
   const int second = kxLocalSocket_Listen(path);
+  EXPECT_TRUE(unlocked) << "one looks and replaces at a time";
   EXPECT_LE(0, second) << "nobody listens there any more";
-  close(second);
-  unlink(path.c_str());
+  other.join();
+  kxLocalSocket_Unlisten(path, second);
+  EXPECT_NE(0, access(path.c_str(), F_OK));
+  mkdir(ConfDir().File("folder.lock").c_str(), 0700);
+  EXPECT_EQ(-1, kxLocalSocket_Listen(ConfDir().File("folder"))) << "nothing to lock";
   ConfDir().Write("listen", "a file");
   EXPECT_EQ(-1, kxLocalSocket_Listen(path));
   EXPECT_EQ("a file", ConfDir().Read("listen"));

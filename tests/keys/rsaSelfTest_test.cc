@@ -42,9 +42,11 @@ struct Generator {
 
 TEST(RsaSelfTest, AKeyThatDoesNotFitTogetherIsFatal) {
   const auto der = ReadPem(KeyFile("rsa1024.pem"));
-  RSA *rsa = kxRSA_from_buf(der.data(), static_cast<int>(der.size()), 1);
-  BIGNUM *exponent = BN_new();   // not the key's own
-  ASSERT_TRUE(BN_set_word(exponent, 17) && RSA_set0_key(rsa, nullptr, exponent, nullptr));
+  const RsaKey key(kxRSA_from_buf(der.data(), static_cast<int>(der.size()), 1));
+  RSA *rsa = RSA_new();
+  BIGNUM *exponent = BN_new();   // not the key's own, which nobody can tell without the primes
+  ASSERT_TRUE(BN_set_word(exponent, 17) &&
+              RSA_set0_key(rsa, BN_dup(RSA_get0_n(key.get())), exponent, BN_dup(RSA_get0_d(key.get()))));
   const LogCapture log;
   const Generator misfit(new kxSRSA(rsa));
   EXPECT_EQ(nullptr, sxGenerateRSA(1024, 17));

@@ -3,8 +3,8 @@
 /// y = g ^ x mod p, and the secret that is shared with the owner of another public value.
 ///
 /// A key is made in a group of the process's table (dhGroups.h). It is not OK when its modulus is even
-/// or below 5, its generator not from 2 to p - 2, or a value given does not belong: x longer than the
-/// modulus, y not from 1 to p - 1. The modulus is not asked to be prime; see dhModulus.h.
+/// or below 5, its generator not from 2 to p - 2, or a value given does not belong: x 0 or longer than the
+/// modulus, y not from 1 to p - 1, both given and y not g ^ x. The modulus is not asked to be prime; see dhModulus.h.
 ///
 /// x and secrets are kept in numbers that libcrypto wipes, used in constant time, and never printed.
 /// Operations on one key may run on several threads at once.

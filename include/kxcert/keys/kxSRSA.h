@@ -3,7 +3,14 @@
 ///
 /// What is imported must be a key that libcrypto can verify with and that bounds the work of a hostile
 /// one (our choice): a modulus of 512 to 16384 bits, odd; a public exponent of 3 or more, odd, below
-/// the modulus, and of 64 bits at most when the modulus has more than 3072.
+/// the modulus, and of 64 bits at most when the modulus has more than 3072. Public keys are read as
+/// libcrypto reads them, also in BER and with numbers that look negative or have zero octets too many,
+/// and written in DER.
+///
+/// A private exponent must be odd, 3 or more and below the modulus. Primes and CRT values, where a key has
+/// them, must belong to it: two primes that make the modulus, neither shorter than a quarter of it, and
+/// numbers that fulfil RFC 8017, 3.2. Whether the primes are prime is not looked at. That holds for every
+/// way in: DER, PKCS #8, sets and libcrypto's objects.
 ///
 /// Operations on one key may run on several threads at once.
 #ifndef KXCERT_KEYS_KXSRSA_H_

@@ -13,7 +13,8 @@
 
 class KXCERT_EXPORT kxLocalSocket {
  public:
-  static constexpr uint32_t kMaxMessageLen = 128 * 1024;
+  static constexpr uint32_t kMaxMessageLen = 32 * 1024;
+  enum Step { kFailed = -1, kMore, kDone };
 
   /// Connects to the socket at @p path. Not OK() when nobody listens there by the time limit, or who
   /// does runs as neither this process's user nor root.
@@ -32,24 +33,52 @@ class KXCERT_EXPORT kxLocalSocket {
   /// @param[out] area  resized to the length announced, then filled; @p resize returns the place
   template <class Resize>
   bool Receive(Resize resize) {
-    uint32_t len = 0;
-    return ReceiveLen(&len) && ReceiveOctets(resize(len), len);
+    Step step = kMore;
+    do step = ReceiveStep(resize);
+    while (step == kMore && Wait(kReadable));
+    return step == kDone;
+  }
+  /// As much of the same as is there, without waiting. kMore: to be called again when the descriptor is
+  /// readable or the time is over, with a @p resize whose place is the same one.
+  template <class Resize>
+  Step ReceiveStep(Resize resize) {
+    if (m_area == nullptr) {
+      const Step step = ReceiveLen();
+      if (step != kDone) return step;
+      m_area = resize(m_areaLen);
+    }
+    return ReceiveArea();
   }
 
+  int Descriptor() const { return m_descriptor; }   ///< lent, for waiting; negative while not OK()
+  int PeerProcess() const { return m_peerProcess; }   ///< who connected, or made the socket
+  int LeftMs() const;                                  ///< until the time limit, or 0
+
  private:
-  bool ReceiveLen(uint32_t *len);
-  bool ReceiveOctets(unsigned char *octets, uint32_t len);
-  bool Wait(short events);
+  enum Readiness { kReadable, kWritable };
+
+  Step ReceiveLen();
+  Step ReceiveArea();
+  Step ReceiveUpTo(unsigned char *octets, uint32_t len);
+  bool Wait(Readiness readiness);
   void CheckPeer();
   bool Close();
 
   int m_descriptor;
   int64_t m_deadlineMs;
+  int m_peerProcess = 0;
+  uint32_t m_numReceived = 0;            // octets of the length, or of the area
+  uint32_t m_areaLen = 0;
+  unsigned char *m_area = nullptr;       // lent; null until the length is known
 };
 
 /// Makes a socket at @p path that only this process's user may connect to. One that nobody listens at any
-/// more is replaced, anything else at the path is left alone.
+/// more is replaced, anything else at the path is left alone. Processes that do this at once take turns, by a
+/// lock on the file @p path.lock, which stays.
 /// @return the listening descriptor, close-on-exec and not blocking, or -1 (errno says why)
 KXCERT_EXPORT int kxLocalSocket_Listen(const std::string &path);
+/// Closes that descriptor, and removes the socket unless what is at @p path by now is another process's. In the
+/// process that made it; nobody else accepts from the descriptor any more.
+KXCERT_EXPORT void kxLocalSocket_Unlisten(const std::string &path, int listener);
 
 #endif

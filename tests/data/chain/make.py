@@ -152,7 +152,7 @@ def trust():
     other = ca("Other Root", OTHER_KEY)
     case("cross-signed-issuer", "Two roots certify the issuer; the order decides, and nothing else is tried.",
          {**SOUND, "by-other": ca("Issuer", ISSUER_KEY, other)}, "leaf by-other issuer",
-         twin_chain="leaf issuer by-other", expect="NOT_TRUSTED", named="OK")
+         twin_chain="leaf issuer by-other", expect="NOT_TRUSTED", end_entity="leaf", named="OK")
     crossed = {**SOUND, "root-by-other": ca("Root", ROOT_KEY, other), "other": other}
     del crossed["root"]
     case("cross-signed-root", "Another root, which is trusted, certifies the one at the top.", crossed,

@@ -115,7 +115,7 @@ class PathSearch {
   bool ClimbOn() {
     const sxCert &subject = Top();
     for (sxCert *issuer : IssuersOf(subject)) {
-      if (m_numDetours >= kMaxDetours) return false;
+      if (m_numDetours > kMaxDetours) return false;
       if (m_tried.contains(OctetsOf(*issuer))) continue;
       if (subject.VerifySig(issuer->PubKey()) == 0) {
         Push(issuer);

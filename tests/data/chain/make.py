@@ -102,6 +102,9 @@ def shapes():
     imitation = certificate(DN.format("Root"), ROOT_KEY, ca("Root", OTHER_KEY))
     case("root-imitated", "The peer is no root: its certificate only has a root's name and public key.",
          {"root": ROOT, "imitation": imitation}, "imitation", path="root", named="NOT_TRUSTED")
+    case("root-reissued", "The root signed its name and key once more; as an end entity only its own octets count.",
+         {"root": ROOT, "again": ca("Root", ROOT_KEY, not_before="2021-01-01")}, "again", path="again root",
+         named="NOT_TRUSTED")
 
     middle = ca("Middle", OTHER_KEY, ROOT)
     issuer = ca("Issuer", ISSUER_KEY, middle)

@@ -1,12 +1,12 @@
-// Validates a chain against one trusted root: validate ROOT CERTIFICATE...
-// The exit code is 0 when the chain is valid.
+// Validates a certificate against one trusted root: validate ROOT CERTIFICATE [FURTHER CERTIFICATE]...
+// The further ones are what the peer sent along, in any order. The exit code is 0 when it is valid, 1 when
+// it is not, 2 when a file cannot be read.
 #include <cstdio>
 #include <kxcert/cert/certFormats.h>
-#include <kxcert/cert/sxCerts.h>
 #include <kxcert/foundation/kxBinBuf.h>
+#include <kxcert/trust/chainJudge.h>
 #include <kxcert/trust/sxKeyHolder.h>
 #include <kxcert/trust/sxRootCA.h>
-#include <kxcert/trust/sxValidation.h>
 
 static sxCert *ReadCert(const char *file) {   // null when it is none; else for sxCert_Free
   char error[kCertFileErrLen] = "not a certificate";
@@ -18,24 +18,23 @@ static sxCert *ReadCert(const char *file) {   // null when it is none; else for 
 }
 
 int main(int argc, char **argv) {
-  sxCert *rootCert = argc > 2 ? ReadCert(argv[1]) : nullptr;
-  if (rootCert == nullptr) return 2;
+  sxCerts read;   // all of them, before anything is decided
+  for (int i = 1; i < argc; ++i) read.Add(ReadCert(argv[i]));
+  if (argc < 3 || read.Count() != argc - 1) return 2;
+
   sxKeyHolder *holder = sxKeyHolder_New();
-  auto *root = new sxRootCA("my root", rootCert, 0, sxCaType_other, 0, nullptr, 0, nullptr, 0);
+  auto *root = new sxRootCA("my root", read.Get(0), 0, sxCaType_other, 0, nullptr, 0, nullptr, 0);
   holder->AddCA(root);   // the holder has a reference now, as the root has one of its certificate
   sxFreePKobj(root);
-  sxCert_Free(rootCert);
 
-  sxCerts presented, chain;
-  for (int i = 2; i < argc; ++i) presented.Add(ReadCert(argv[i]));
-  sxRootCA *trusted = holder->IsChainTrusted(presented, chain);
-  int rc = sxValidation_notTrusted, level = -1;
-  char text[4096] = "No trusted root.";
-  if (trusted != nullptr) {
-    rc = sxCert_ValCerts(trusted, &chain, nullptr, nullptr, ValidateParams(), text, sizeof text, &level, nullptr,
-                         nullptr, sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints);
-  }
-  std::printf("%s (%d)\n", rc == sxValidation_OK ? sxValidationRC_GetString(rc) : text, rc);
+  sxChainQuestion question;
+  question.endEntity = read.Get(1);
+  question.pool = &read;
+  question.holder = holder;
+  question.flags = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
+  sxChainVerdict verdict;
+  const sxValidationRC rc = sxJudgeChain(question, verdict);
+  std::printf("%s (%d)\n", verdict.text.getstr(), rc);
   sxFreePKobj(holder);
   return rc == sxValidation_OK ? 0 : 1;
 }

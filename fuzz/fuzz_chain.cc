@@ -1,5 +1,6 @@
 // A set of blobs as a chain: the first is the trusted root, the rest what a peer sent. Neither the
-// memory of verified signatures nor asking again may change a verdict.
+// memory of verified signatures nor asking again may change a verdict; nor, where the end entity is named,
+// the order of the others.
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "kxcert/cert/signatureCache.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/platform/clock.h"
+#include "kxcert/trust/chainJudge.h"
 #include "kxcert/trust/fixChain.h"
 #include "kxcert/trust/sxKeyHolder.h"
 #include "kxcert/trust/sxRootCA.h"
@@ -59,6 +61,27 @@ Verdict Judge(sxKeyHolder &holder, const sxCerts &received) {
   return verdict;
 }
 
+void JudgeNamed(sxKeyHolder &holder, const sxCerts &received) {
+  if (received.Count() == 0) return;
+  sxCerts backwards;
+  for (int i = received.Top(); i >= 0; --i) {
+    sxSaveSigned(received.Get(i));
+    backwards.Add(received.Get(i));
+  }
+  sxChainQuestion question;
+  question.endEntity = received.Get(0);
+  question.holder = &holder;
+  question.flags = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
+  sxChainVerdict verdict, again;
+  question.pool = &received;
+  sxJudgeChain(question, verdict);
+  question.pool = &backwards;
+  sxJudgeChain(question, again);
+  KX_ASSERT(*verdict.path.Get(0) == *question.endEntity);
+  KX_ASSERT(verdict.code == again.code && verdict.level == again.level && verdict.text == again.text);
+  KX_ASSERT(verdict.path.Count() == again.path.Count() && verdict.root == again.root);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -84,6 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const Verdict again = Judge(*holder, received);
   KX_ASSERT(without == first);
   KX_ASSERT(first == again);
+  JudgeNamed(*holder, received);
   sxCert_FixChain(&received, *holder);
   return 0;
 }

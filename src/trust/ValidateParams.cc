@@ -1,5 +1,6 @@
 #include "kxcert/trust/ValidateParams.h"
 
+#include "kxcert/platform/clock.h"
 #include "kxcert/trust/sxcert_black_list.h"
 
 class ValidateParams_imp {
@@ -15,6 +16,7 @@ class ValidateParams_imp {
   int writeCrlToWeb = 0;
   int crlSizeValidation = 0;
   sxcert_black_list *blackList = nullptr;   // borrowed
+  int64_t time = kPresentTime;
 };
 
 ValidateParams::ValidateParams() : m_imp(new ValidateParams_imp) {}
@@ -26,7 +28,7 @@ ValidateParams::ValidateParams(int crl_validation, int ocsp_validation, int cert
                                int write_crl_to_web)
     : m_imp(new ValidateParams_imp{crl_validation != 0, ocsp_validation, cert_start_grace, cert_end_grace,
                                    crl_start_grace, crl_end_grace, check_this_upd != 0, check_next_upd != 0,
-                                   write_crl_to_web, crl_size_validation, nullptr}) {}
+                                   write_crl_to_web, crl_size_validation, nullptr, kPresentTime}) {}
 
 ValidateParams::ValidateParams(const ValidateParams &other) : m_imp(new ValidateParams_imp(*other.m_imp)) {}
 ValidateParams &ValidateParams::operator=(const ValidateParams &other) {
@@ -47,6 +49,7 @@ bool ValidateParams::Check_next_upd() const { return m_imp->checkNextUpd; }
 int ValidateParams::Write_crl_to_web() const { return m_imp->writeCrlToWeb; }
 int ValidateParams::CRL_size_validation() const { return m_imp->crlSizeValidation; }
 sxcert_black_list *ValidateParams::Get_BlackList() const { return m_imp->blackList; }
+int64_t ValidateParams::Time() const { return m_imp->time == kPresentTime ? kxClock_Now() : m_imp->time; }
 
 void ValidateParams::Set_crl_validation(int on) { m_imp->crlValidation = on != 0; }
 void ValidateParams::Set_ocsp_validation(int value) { m_imp->ocspValidation = value; }
@@ -58,6 +61,7 @@ void ValidateParams::Set_check_this_upd(int on) { m_imp->checkThisUpd = on != 0;
 void ValidateParams::Set_check_next_upd(int on) { m_imp->checkNextUpd = on != 0; }
 void ValidateParams::Set_write_crl_to_web(int value) { m_imp->writeCrlToWeb = value; }
 void ValidateParams::Set_crl_size_validation(int value) { m_imp->crlSizeValidation = value; }
+void ValidateParams::Set_time(int64_t sec) { m_imp->time = sec; }
 void ValidateParams::Set_BlackList(sxcert_black_list *list) {
   m_imp->blackList = list;
   sxcert_black_list::save(list);

@@ -1,12 +1,12 @@
 // The single checks of a validation.
 #include <algorithm>
 #include <atomic>
+#include <limits>
 
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "kxcert/platform/clock.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxValidation.h"
@@ -48,6 +48,12 @@ sxValidationRC ValidateDates(const sxCert &cert, int64_t now, const ValidatePara
     tderrorFunc(kTopic, 5, 0, "sxValidateCert: certificate valid due to grace end period");
   }
   return sxValidation_OK;
+}
+
+// Where long has 32 bits, a time beyond them is as good as their ends: all dates of certificates lie between.
+long TimeOf(const ValidateParams &params) {
+  using Limits = std::numeric_limits<long>;
+  return static_cast<long>(std::clamp(params.Time(), int64_t{Limits::min()}, int64_t{Limits::max()}));
 }
 
 // What an issuer at level + 1 must satisfy for the certificate at @p level, and their names.
@@ -102,7 +108,7 @@ sxValidationRC sxValidatePath(const sxCerts &chain, int &level, long &expiration
   const int top = chain.Top();
   level = top;
   if (top < 0) return sxValidation_badInput;
-  const long now = static_cast<long>(kxClock_Now());
+  const long now = TimeOf(params);
   const sxCert *issuer = chain.Get(top);
   sxValidationRC rc = sxValidateCert(issuer, now, params);
   if (rc != sxValidation_OK) return rc;

@@ -13,6 +13,12 @@ setup_file() {
     issue foreign foreign '/O=Elsewhere/CN=Root' "${ca[@]:0:2}"
     KEY=root issue cross foreign '/O=Test/CN=Root' "${ca[@]}"
 
+    # What nobody trustworthy signed: a leaf of the CA's name, what that leaf issued, and the root's name and key.
+    issue ca2 ca2 '/O=Test/CN=CA' "${ca[@]:0:2}"
+    issue evil ca2 '/O=Test/CN=evil' "${leaf[@]}"
+    issue decoy evil '/O=Test/CN=decoy' "${leaf[@]}"
+    KEY=root issue mimic renewed '/O=Test/CN=Root' "${ca[@]:0:2}"
+
     mkdir folder
     cp root.pem folder/b.pem
     cp foreign.pem folder/a.pem
@@ -123,7 +129,7 @@ CASES
 
 @test "chain verify: a renewed root beside the old one, and a chain past the root" {
   run -0 "$KXCERT" chain verify "${at[@]}" --trust renewed.pem --trust root.pem leaf.pem ca.pem
-  run -0 "$KXCERT" chain verify "${at[@]}" --trust root.pem leaf.pem ca.pem cross.pem foreign.pem
+  run -0 "$KXCERT" chain verify "${at[@]}" --trust root.pem --untrusted cross.pem --untrusted foreign.pem leaf.pem ca.pem
   [ "$(grep -c '^level ' <<<"$output")" -eq 3 ]
   run -0 "$KXCERT" chain verify "${at[@]}" --trust foreign.pem leaf.pem ca.pem cross.pem
   [[ $output == *'root:        CN=Root,O=Elsewhere (trusted)'* ]]
@@ -140,14 +146,33 @@ CASES
   [[ $output == *'nothing: no certificate in it'* ]]
 }
 
-@test "chain verify: all inputs are processed and the worst code wins" {
-  run -3 --separate-stderr verify leaf.pem missing.pem ca.pem foreign.pem
-  [[ $output == VALID* ]]
-  [[ $stderr == *'missing.pem: cannot be opened: '*'foreign.pem line 1: not part of the chain: CN=Root,O=Elsewhere'* ]]
-  run -3 --separate-stderr verify missing.pem
-  [ -z "$output" ]
-  [[ $stderr == *'no certificate to verify'* ]]
+@test "chain verify: no verdict unless all input was read" {
+  for files in 'leaf.pem missing.pem ca.pem gone.pem' '--untrusted missing.pem --end-entity gone.pem leaf.pem ca.pem'; do
+    run -3 --separate-stderr verify $files
+    [ -z "$output" ]
+    [[ $stderr == *'missing.pem: cannot be opened: '*'gone.pem: cannot be opened: '*'no verdict'* ]]
+  done
   cat leaf.pem ca.pem | { run -0 verify -; }
+}
+
+@test "chain verify: the answer is about what was given, or about what was named" {
+  # A forged leaf, somebody's genuine chain, and a decoy that makes the forged one look like an issuer.
+  run -1 verify evil.pem leaf.pem ca.pem decoy.pem
+  [ "${lines[0]}" = 'NOT VALID (-994): Certificate chain is inconsistent.' ]
+  [[ $output == *'not part of the chain: CN=evil,O=Test, from evil.pem line 1'*'CN=decoy,'*'--end-entity'* ]]
+  run -1 verify --end-entity evil.pem leaf.pem ca.pem decoy.pem
+  [[ $output == 'NOT VALID (-993): '*'end entity:  CN=evil,O=Test'* ]]
+  run -0 verify --end-entity leaf.pem evil.pem ca.pem decoy.pem
+  cat leaf.pem decoy.pem ca.pem >sent.pem
+  run -0 verify --end-entity sent.pem
+  run -0 verify leaf.pem root.pem ca.pem leaf.pem ca.pem
+  # A root's name and key, but not its octets.
+  for file in mimic.pem '--end-entity mimic.pem'; do
+    run -1 verify $file
+    [[ $output == 'NOT VALID (-1001): '*'end entity:  CN=Root,O=Test'* ]]
+  done
+  run -1 verify leaf.pem ca.pem mimic.pem
+  [[ $output == *'not part of the chain: CN=Root,O=Test, from mimic.pem'* ]]
 }
 
 @test "chain verify: colour only for terminals that want it" {

@@ -7,6 +7,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/trust/chainJudge.h"
 #include "kxcert/trust/fixChain.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxKeyHolder.h"
@@ -60,6 +61,27 @@ class Court {
     }
     m_params.Set_BlackList(m_blackList.get());
     return true;
+  }
+
+  ChainAnswer JudgeNamed() {
+    sxCerts sorted;
+    sxCerts_Sort(m_chain, sorted);
+    const CertRef named = m_question.endEntity.empty() ? nullptr : LoadCert(m_question.endEntity);
+    sxChainVerdict verdict;
+    sxChainQuestion question;
+    question.endEntity = named != nullptr ? named.get() : sorted.Get(0);
+    question.pool = &m_chain;
+    question.holder = m_holder.get();
+    question.params = m_params;
+    question.flags = kChecks;
+    question.time = m_question.nowSec;
+    ChainAnswer answer;
+    answer.rc = sxJudgeChain(question, verdict);
+    answer.level = verdict.level;
+    answer.text = verdict.text.getstr();
+    for (int i = 0; i <= verdict.path.Top(); ++i) answer.path.push_back(DerOf(*verdict.path.Get(i)));
+    if (answer.path.empty() || answer.path[0] != DerOf(*question.endEntity)) answer.problem = "end entity exchanged";
+    return answer;
   }
 
   ChainAnswer Judge() {
@@ -186,7 +208,7 @@ std::string ReadCertFile(const std::string &file) {
 
 ChainAnswer JudgeChain(const ChainQuestion &question) {
   Court court(question);
-  if (court.Load()) return court.Judge();
+  if (court.Load()) return question.named ? court.JudgeNamed() : court.Judge();
   ChainAnswer answer;
   answer.problem = court.Problem().empty() ? "nothing to read" : court.Problem();
   return answer;

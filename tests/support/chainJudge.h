@@ -24,6 +24,8 @@ struct ChainQuestion {
   int64_t nowSec = 0;
   bool sort = false;  ///< before the repair
   bool fix = false;   ///< repair; else look for a trusted root
+  bool named = false;     ///< neither: ask about one end entity, with the chain as a pool
+  std::string endEntity;  ///< empty: the one that sorting finds
 };
 
 struct ChainAnswer {

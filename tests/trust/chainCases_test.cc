@@ -39,7 +39,7 @@ Words SplitWords(const std::string &text) {
 // The place of the certificate that is to blame is the "at file.pem" of expect.
 const std::set<std::string> kKeys = {"chain",     "anchor", "additional",  "constraint", "intermediates",
                                      "own-chain", "run",    "grace-start", "grace-end",  "blacklist",
-                                     "time",      "expect", "path"};
+                                     "time",      "expect", "path",        "end-entity", "named"};
 
 Lines ReadCase(const std::string &folder) {
   std::ifstream in(kFolder + folder + "/case.txt");
@@ -99,22 +99,26 @@ class Case {
   Lines m_lines;
 };
 
-ChainAnswer Judge(const Case &c) {
+ChainQuestion QuestionOf(const Case &c) {
   const std::string run = c.Value("run");
   EXPECT_TRUE(run.empty() || run == "trust" || run == "fix" || run == "sort fix") << run;
-  return JudgeChain({.chain = c.Files("chain"),
-                     .anchors = c.Files("anchor"),
-                     .additional = c.Files("additional"),
-                     .constraints = c.Values("constraint"),
-                     .intermediates = c.Files("intermediates"),
-                     .ownChain = c.Files("own-chain"),
-                     .blackList = c.Values("blacklist"),
-                     .startGraceSec = c.Seconds("grace-start"),
-                     .endGraceSec = c.Seconds("grace-end"),
-                     .nowSec = ReadTime(c.Value("time")),
-                     .sort = run.starts_with("sort"),
-                     .fix = run.ends_with("fix")});
+  return {.chain = c.Files("chain"),
+          .anchors = c.Files("anchor"),
+          .additional = c.Files("additional"),
+          .constraints = c.Values("constraint"),
+          .intermediates = c.Files("intermediates"),
+          .ownChain = c.Files("own-chain"),
+          .blackList = c.Values("blacklist"),
+          .startGraceSec = c.Seconds("grace-start"),
+          .endGraceSec = c.Seconds("grace-end"),
+          .nowSec = ReadTime(c.Value("time")),
+          .sort = run.starts_with("sort"),
+          .fix = run.ends_with("fix"),
+          .named = false,
+          .endEntity = c.Value("end-entity").empty() ? "" : c.Folder() + c.Value("end-entity")};
 }
+
+ChainAnswer Judge(const Case &c) { return JudgeChain(QuestionOf(c)); }
 
 // The files of the case's folder that the path is made of.
 Words PathFiles(const Case &c, const ChainAnswer &answer) {
@@ -160,11 +164,29 @@ void ExpectRefused(const Case &c, const ChainAnswer &answer) {
 
 class ChainCases : public testing::TestWithParam<std::string> {};
 
+// The call that is told the end entity agrees, in any order, unless the case says what it finds.
+void ExpectNamed(const Case &c, const ChainAnswer &chosen) {
+  ChainQuestion question = QuestionOf(c);
+  question.named = true;
+  const ChainAnswer named = JudgeChain(question);
+  std::reverse(question.chain.begin(), question.chain.end());
+  const ChainAnswer backwards = JudgeChain(question);
+  ASSERT_EQ("", named.problem);
+  EXPECT_EQ(named.text, backwards.text);
+  EXPECT_TRUE(named.path == backwards.path);
+  const std::string expected = c.Value("named");
+  EXPECT_STREQ(expected.empty() ? CodeName(chosen.rc) : expected.c_str(), CodeName(named.rc)) << named.text;
+  if (!expected.empty() || chosen.rc == sxValidation_notTrusted) return;
+  EXPECT_EQ(chosen.level, named.level);
+  EXPECT_TRUE(chosen.path == named.path);
+}
+
 TEST_P(ChainCases, GetsItsVerdict) {
   const Case c(GetParam(), ReadCase(GetParam()));
   ASSERT_FALSE(c.Expected().empty());
   const ChainAnswer answer = Judge(c);
   ExpectPath(c, answer);
+  ExpectNamed(c, answer);
   if (c.Expected()[0] == "OK") return ExpectAccepted(c, answer);
   ExpectRefused(c, answer);
   const std::unique_ptr<Case> twin = c.Twin();

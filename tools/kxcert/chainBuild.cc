@@ -4,7 +4,6 @@
 
 #include "certFacts.h"
 #include "kxcert/cert/sxDN.h"
-#include "kxcert/trust/fixChain.h"
 #include "kxcert/trust/sxRootCA.h"
 
 namespace {
@@ -25,30 +24,20 @@ bool Contains(const sxCerts &chain, const sxCert &cert) {
   return false;
 }
 
-// Adds the issuers of the path's top certificate that are not there yet.
-bool AddIssuers(const sxCert &top, const std::vector<FoundCert> &untrusted, sxCerts &certs) {
-  if (top.Issuer()->Equal(*top.Subject())) return false;
-  bool added = false;
-  for (const FoundCert &found : untrusted) {
-    if (!found.cert->Subject()->Equal(*top.Issuer()) || Contains(certs, *found.cert)) continue;
-    certs.Add(NewReference(found.cert.get()));
-    added = true;
+sxCerts SetOf(std::initializer_list<const std::vector<FoundCert> *> lists) {
+  size_t count = 0;
+  for (const auto *list : lists) count += list->size();
+  sxCerts certs(static_cast<int>(count));
+  int pos = 0;
+  for (const auto *list : lists) {
+    for (const FoundCert &found : *list) certs.Set(pos++, NewReference(found.cert.get()));
   }
-  return added;
+  return certs;
 }
 
-// The path through the presented certificates, prolonged with untrusted issuers.
-sxCerts SortChain(const std::vector<FoundCert> &presented, const std::vector<FoundCert> &untrusted) {
-  sxCerts certs;
-  for (const FoundCert &found : presented) {
-    if (!Contains(certs, *found.cert)) certs.Add(NewReference(found.cert.get()));
-  }
-  sxCerts path;
-  for (int i = 0; i < kMaxChainLevels; ++i) {
-    sxCerts_Sort(certs, path);   // what it leaves out is told as unused
-    if (path.Top() < 0 || !AddIssuers(*path.Get(path.Top()), untrusted, certs)) break;
-  }
-  return path;
+bool IsRoots(const sxRootCA *root, const sxCert &cert) {
+  if (root == nullptr) return false;
+  return *root->Cert() == cert || (root->AdditionalCerts() != nullptr && Contains(*root->AdditionalCerts(), cert));
 }
 
 }  // namespace
@@ -74,27 +63,38 @@ HolderRef MakeHolder(const std::vector<FoundCert> &trust) {
   return holder;
 }
 
-BuiltChain BuildChain(const std::vector<FoundCert> &presented, const std::vector<FoundCert> &untrusted,
-                      sxKeyHolder &holder) {
-  BuiltChain built;
-  built.chain = SortChain(presented, untrusted);
-  sxCerts trusted;
-  built.root = holder.IsChainTrusted(built.chain, trusted);
-  if (built.root == nullptr) {   // it may still run through a root that stands in its middle
-    trusted = built.chain;
-    built.root = sxCert_FixChain(&trusted, holder);
+void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidateParams &params, int flags,
+                JudgedChain &judged) {
+  const sxCerts all = SetOf({&given.endEntity, &given.chain, &given.untrusted});
+  sxChainQuestion question{.holder = &holder, .params = params, .flags = flags};
+  if (!given.endEntity.empty()) {
+    question.endEntity = given.endEntity.front().cert.get();
+    question.pool = &all;
+    sxJudgeChain(question, judged.verdict);
+    return;
   }
-  if (built.root != nullptr) built.chain.Swap(trusted);
-  for (const FoundCert &found : presented) {
-    if (!Contains(built.chain, *found.cert)) built.unused.push_back(&found);
+  const sxCerts chain = SetOf({&given.chain});
+  sxCerts path;
+  sxCerts_Sort(chain, path);   // what it leaves out is found below
+  question.endEntity = path.Get(0);
+  question.pool = &chain;
+  // Other issuers only when the chain's own do not do: otherwise these would be left over.
+  if (sxJudgeChain(question, judged.verdict) != sxValidation_OK && !given.untrusted.empty()) {
+    question.pool = &all;
+    sxJudgeChain(question, judged.verdict);
   }
-  return built;
+  for (const FoundCert &found : given.chain) {
+    if (Contains(judged.verdict.path, *found.cert) || IsRoots(judged.verdict.root, *found.cert)) continue;
+    judged.leftOver.push_back(&found);
+  }
 }
 
 MissingIssuer FindMissingIssuer(const sxCert &top, sxKeyHolder &holder) {
   MissingIssuer missing{NameText(top.Issuer()), KeyIdText(top.AuthorityKeyId()), ""};
   const sxRootCA *namesake = holder.CAByDN(top.Issuer());
-  if (namesake != nullptr) {
+  if (holder.IsCertTrustedCA(holder.CAByDN(top.Subject()), top) == 1) {
+    missing.help = "It has a trusted root's name and key, but is not that root's certificate: find out who made it.";
+  } else if (namesake != nullptr) {
     const std::string rootKeyId = KeyIdText(namesake->Cert()->SubjectKeyId());
     missing.help = "A trusted root has the issuer's name, but another key (key id " +
                    (rootKeyId.empty() ? "not given" : rootKeyId) + "): get the root whose key signed this one.";

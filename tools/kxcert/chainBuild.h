@@ -1,5 +1,5 @@
 /// @file
-/// From the certificates of the command line to a chain in path order and the root it ends in.
+/// From the certificates of the command line to the verdict about one of them.
 #ifndef KXCERT_TOOLS_KXCERT_CHAINBUILD_H_
 #define KXCERT_TOOLS_KXCERT_CHAINBUILD_H_
 
@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "certInput.h"
-#include "kxcert/cert/sxCerts.h"
+#include "kxcert/trust/chainJudge.h"
 #include "kxcert/trust/sxKeyHolder.h"
 
 struct FreeHolder {
@@ -20,16 +20,27 @@ using HolderRef = std::unique_ptr<sxKeyHolder, FreeHolder>;
 /// others are its additional ones, so that a renewed root is found whichever key signed.
 HolderRef MakeHolder(const std::vector<FoundCert> &trust);
 
-struct BuiltChain {
-  sxCerts chain;             ///< path order, end entity first; ends in the root's certificate when trusted
-  sxRootCA *root = nullptr;  ///< lent by the holder; null: no trusted root
-  std::vector<const FoundCert *> unused;   ///< of the presented ones, those that are not in the chain
+/// What the command line named; all of it could be read.
+struct GivenCerts {
+  std::vector<FoundCert> trust;
+  std::vector<FoundCert> endEntity;   ///< the first one is judged, the others are as if untrusted; may be empty
+  std::vector<FoundCert> chain;
+  std::vector<FoundCert> untrusted;   ///< issuers that may be missing in the chain; they need not be used
 };
 
-/// @param presented  must all belong to the chain; what does not is told as unused
-/// @param untrusted  issuers that may be missing there; taken only where one is missing
-BuiltChain BuildChain(const std::vector<FoundCert> &presented, const std::vector<FoundCert> &untrusted,
-                      sxKeyHolder &holder);
+struct JudgedChain {
+  sxChainVerdict verdict;
+  /// Of the chain's certificates, those that the verdict says nothing about: neither on the path, octet for
+  /// octet, nor the root's. None when the end entity was named.
+  std::vector<const FoundCert *> leftOver;
+};
+
+/// Judges the end entity that was named; else the one that the chain's certificates lead down to.
+/// @param given   has an end entity or a chain
+/// @param params  with the time
+/// @param flags   sxValidationFlags
+void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidateParams &params, int flags,
+                JudgedChain &judged);
 
 /// Why no root was found, as seen from the chain's top certificate.
 struct MissingIssuer {

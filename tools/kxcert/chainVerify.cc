@@ -8,7 +8,6 @@
 #include "chainFindings.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/trust/sxRootCA.h"
-#include "kxcert/trust/sxValidation.h"
 #include "report.h"
 #include "timeText.h"
 #include "verb.h"
@@ -21,6 +20,7 @@ constexpr char kRevocation[] = "not checked, which is not the same as good";
 
 struct Options {
   std::vector<std::string> trust;
+  std::string endEntity;
   std::vector<std::string> untrusted;
   std::vector<std::string> files;
   std::string at;
@@ -29,19 +29,10 @@ struct Options {
   int graceEndSec = kGraceDefault;
 };
 
-int64_t g_atSec = 0;
-int64_t AtTime() { return g_atSec; }
-
 std::string CheckTime(const std::string &text) {
   int64_t seconds = 0;
   return ParseTime(text, &seconds) ? "" : "not a time: " + VisibleLine(text) + "; write \"2030-01-31 12:00 UTC\"";
 }
-
-struct Sources {
-  std::vector<FoundCert> trust;
-  std::vector<FoundCert> untrusted;
-  std::vector<FoundCert> presented;
-};
 
 std::vector<FoundCert> ReadAll(const std::vector<std::string> &paths, Report &report) {
   std::vector<FoundCert> all;
@@ -52,30 +43,40 @@ std::vector<FoundCert> ReadAll(const std::vector<std::string> &paths, Report &re
   return all;
 }
 
-struct Decision {
-  BuiltChain built;
-  Verdict verdict;
-  long expirationSec = -1;
-  MissingIssuer missing;        // when there is no root
-};
-
-Decision Decide(const Sources &sources, sxKeyHolder &holder, const ValidateParams &params) {
-  Decision decision{BuildChain(sources.presented, sources.untrusted, holder), {}, -1, {}};
-  sxCerts &chain = decision.built.chain;
-  if (decision.built.root == nullptr) {
-    decision.verdict = Explain(chain, sxValidation_notTrusted, chain.Top());
-    decision.missing = FindMissingIssuer(*chain.Get(chain.Top()), holder);
-    return decision;
-  }
-  int level = -1;
-  const int code = sxCert_ValCerts(decision.built.root, &chain, nullptr, &decision.expirationSec, params, nullptr, 0,
-                                   &level, nullptr, nullptr, kFlags);
-  decision.verdict = Explain(chain, code, level);
-  return decision;
+GivenCerts ReadGiven(const Options &options, Report &report) {
+  GivenCerts given{ReadTrust(options.trust, report), {}, ReadAll(options.files, report),
+                   ReadAll(options.untrusted, report)};
+  if (!options.endEntity.empty()) given.endEntity = ReadCerts(options.endEntity, report);
+  return given;
 }
 
-std::string WhereFrom(const sxCert &cert, const Sources &sources) {
-  for (const auto *list : {&sources.presented, &sources.untrusted, &sources.trust}) {
+struct Decision {
+  JudgedChain judged;
+  Verdict verdict;
+  MissingIssuer missing;        // when there is no root
+  int64_t now;
+
+  const sxCerts &Path() const { return judged.verdict.path; }
+  const sxRootCA *Root() const { return judged.verdict.root; }
+  // The path is valid, but what was given is not this path.
+  bool IsLeftOver() const { return judged.verdict.code == sxValidation_OK && !judged.leftOver.empty(); }
+};
+
+void Decide(const GivenCerts &given, sxKeyHolder &holder, const ValidateParams &params, Decision &decision) {
+  JudgeGiven(given, holder, params, kFlags, decision.judged);
+  const sxChainVerdict &judged = decision.judged.verdict;
+  decision.verdict = Explain(judged.path, judged.code, judged.level);
+  if (judged.root == nullptr) decision.missing = FindMissingIssuer(*judged.path.Get(judged.path.Top()), holder);
+  if (!decision.IsLeftOver()) return;
+  decision.verdict = Explain(judged.path, sxValidation_inconsistentChain, -1);
+  for (const FoundCert *found : decision.judged.leftOver) {
+    decision.verdict.facts.push_back("not part of the chain: " + NameText(found->cert->Subject()) + ", from " +
+                                     VisibleLine(found->where));
+  }
+}
+
+std::string WhereFrom(const sxCert &cert, const GivenCerts &given) {
+  for (const auto *list : {&given.endEntity, &given.chain, &given.untrusted, &given.trust}) {
     for (const FoundCert &found : *list) {
       if (*found.cert == cert) return found.where;
     }
@@ -94,7 +95,10 @@ std::string Help(const Decision &decision) {
   const Verdict &verdict = decision.verdict;
   if (verdict.code == sxValidation_OK) return "";
   if (verdict.code == sxValidation_notTrusted) return decision.missing.help;
-  const sxCert *cert = decision.built.chain.Get(verdict.level);
+  if (decision.IsLeftOver()) {
+    return "Name the certificate to judge with --end-entity, or give what may be left over with --untrusted.";
+  }
+  const sxCert *cert = decision.Path().Get(verdict.level);
   if (verdict.code == sxValidation_expired && cert != nullptr && cert->notAfter() >= kFirstClampedSec) {
     return "Ask about an earlier time: dates after 2037 count as 1 January 2038.";
   }
@@ -103,25 +107,25 @@ std::string Help(const Decision &decision) {
 
 void PrintVerdict(const Decision &decision, Report &report) {
   const Verdict &verdict = decision.verdict;
-  const sxCerts &chain = decision.built.chain;
+  const sxCerts &chain = decision.Path();
   const bool valid = verdict.code == sxValidation_OK;
   report.Verdict(valid, (valid ? "VALID (" : "NOT VALID (") + std::to_string(verdict.code) + "): " + verdict.text);
   report.Line("  end entity:  " + NameText(chain.Get(0)->Subject()));
-  if (decision.built.root != nullptr) {
-    report.Line("  root:        " + NameText(decision.built.root->DN()) + " (trusted)");
+  if (decision.Root() != nullptr) {
+    report.Line("  root:        " + NameText(decision.Root()->DN()) + " (trusted)");
   }
   if (verdict.level >= 0) {
     report.Line("  decided at:  level " + std::to_string(verdict.level) + ", " +
                 NameText(chain.Get(verdict.level)->Subject()));
   }
   for (const std::string &fact : verdict.facts) report.Line("  fact:        " + fact);
-  if (decision.built.root == nullptr) {
+  if (decision.Root() == nullptr) {
     report.Line("  missing:     " + decision.missing.name +
                 (decision.missing.keyId.empty() ? "" : ", key id " + decision.missing.keyId));
   }
   if (!valid) report.Line("  what to do:  " + Help(decision));
-  report.Line("  time:        " + PrintTime(kxClock_Now()));
-  if (valid) report.Line("  valid until: " + PrintCertTime(decision.expirationSec));
+  report.Line("  time:        " + PrintTime(decision.now));
+  if (valid) report.Line("  valid until: " + PrintCertTime(sxGetChainExpiration(chain)));
   report.Line(std::string("  revocation:  ") + kRevocation);
 }
 
@@ -153,27 +157,28 @@ void FillDocument(const Decision &decision, nlohmann::ordered_json &document) {
   document["verdict"] = VerdictFacts(decision.verdict);
   const std::string help = Help(decision);
   if (!help.empty()) document["help"] = help;
-  if (decision.built.root != nullptr) {
-    document["root"] = NameText(decision.built.root->DN());
+  if (decision.Root() != nullptr) {
+    document["root"] = NameText(decision.Root()->DN());
   } else {
     document["missingIssuer"] = {{"name", decision.missing.name}, {"keyId", decision.missing.keyId}};
   }
-  document["time"] = {{"seconds", kxClock_Now()}, {"text", PrintTime(kxClock_Now())}};
+  document["time"] = {{"seconds", decision.now}, {"text", PrintTime(decision.now)}};
   if (decision.verdict.code == sxValidation_OK) {
-    document["validUntil"] = {{"seconds", decision.expirationSec}, {"text", PrintCertTime(decision.expirationSec)}};
+    const long until = sxGetChainExpiration(decision.Path());
+    document["validUntil"] = {{"seconds", until}, {"text", PrintCertTime(until)}};
   }
   document["revocation"] = kRevocation;
 }
 
-void PrintLevels(const Decision &decision, const Sources &sources, const ValidateParams &params, Report &report) {
-  const sxCerts &chain = decision.built.chain;
+void PrintLevels(const Decision &decision, const GivenCerts &given, const ValidateParams &params, Report &report) {
+  const sxCerts &chain = decision.Path();
   const std::vector<LevelFindings> all =
-      FindAll(chain, decision.built.root != nullptr, params, kxClock_Now(), decision.verdict);
+      FindAll(chain, decision.Root() != nullptr, params, decision.now, decision.verdict);
   report.Document()["levels"] = nlohmann::ordered_json::array();
   for (int level = 0; level <= chain.Top(); ++level) {
     const LevelFindings &findings = all[static_cast<size_t>(level)];
     const sxCert &cert = *chain.Get(level);
-    const std::string where = WhereFrom(cert, sources);
+    const std::string where = WhereFrom(cert, given);
     PrintLevel(level, cert, findings, where, report);
     nlohmann::ordered_json facts = CertFacts(cert);
     facts["input"] = VisibleLine(where);
@@ -185,10 +190,11 @@ void PrintLevels(const Decision &decision, const Sources &sources, const Validat
 }
 
 void Run(const Options &options, Report &report) {
-  g_atSec = kxClock_Now();   // one time for the whole run
-  if (!options.at.empty()) ParseTime(options.at, &g_atSec);
-  kxClock_SetSource(AtTime);
+  Decision decision;
+  decision.now = kxClock_Now();   // one time for the whole run
+  if (!options.at.empty()) ParseTime(options.at, &decision.now);
   ValidateParams params;
+  params.Set_time(decision.now);
   params.Set_cert_start_grace(options.graceStartSec);
   params.Set_cert_end_grace(options.graceEndSec);
   BlackListRef blackList;
@@ -197,17 +203,17 @@ void Run(const Options &options, Report &report) {
     if (blackList == nullptr) return;   // without the list nothing may be called valid
     params.Set_BlackList(blackList.get());
   }
-  const Sources sources{ReadTrust(options.trust, report), ReadAll(options.untrusted, report),
-                        ReadAll(options.files, report)};
-  if (sources.presented.empty()) return report.Problem(kExitInputError, "", "no certificate to verify");
-  const HolderRef holder = MakeHolder(sources.trust);
-  const Decision decision = Decide(sources, *holder, params);
+  const GivenCerts given = ReadGiven(options, report);
+  if (report.Worst() != kExitYes) return report.Problem(kExitInputError, "", "no verdict: not all input could be read");
+  const HolderRef holder = MakeHolder(given.trust);
+  Decide(given, *holder, params, decision);
   if (decision.verdict.code != sxValidation_OK) report.Worsen(kExitNo);
   FillDocument(decision, report.Document());
   PrintVerdict(decision, report);
-  PrintLevels(decision, sources, params, report);
-  for (const FoundCert *unused : decision.built.unused) {
-    report.Note(unused->where, "not part of the chain: " + NameText(unused->cert->Subject()));
+  PrintLevels(decision, given, params, report);
+  if (decision.IsLeftOver()) return;   // told as facts
+  for (const FoundCert *found : decision.judged.leftOver) {
+    report.Note(found->where, "not part of the chain: " + NameText(found->cert->Subject()));
   }
 }
 
@@ -215,11 +221,12 @@ void Run(const Options &options, Report &report) {
 
 Action AddChainVerify(CLI::App &verb) {
   const auto options = std::make_shared<Options>();
-  verb.add_option("FILE", options->files, "the chain's certificates in any order; - is standard input")->required();
+  verb.add_option("FILE", options->files, "the chain's certificates in any order; - is standard input");
   verb.add_option("--trust", options->trust, "file or folder with trusted roots; may be repeated")
       ->required()
       ->allow_extra_args(false);
-  verb.add_option("--untrusted", options->untrusted, "file with issuers that may be missing; may be repeated")
+  verb.add_option("--end-entity", options->endEntity, "file whose first certificate is judged; FILE may hold anything");
+  verb.add_option("--untrusted", options->untrusted, "file with issuers that need not be used; may be repeated")
       ->allow_extra_args(false);
   verb.add_option("--at", options->at,
                   "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970")
@@ -229,5 +236,8 @@ Action AddChainVerify(CLI::App &verb) {
   verb.add_option("--grace-end", options->graceEndSec, "seconds after notAfter that are let pass (0)")
       ->check(CLI::NonNegativeNumber);
   verb.add_option("--blacklist", options->blackList, "file with hexadecimal serial numbers, one a line");
+  verb.parse_complete_callback([options] {
+    if (options->files.empty() && options->endEntity.empty()) throw CLI::RequiredError("FILE or --end-entity");
+  });
   return [options](Report &report) { Run(*options, report); };
 }

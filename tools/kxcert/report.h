@@ -28,6 +28,7 @@ class Report {
   void Problem(ExitCode code, std::string_view source, std::string_view text);
   void Note(std::string_view source, std::string_view text);   ///< the same, but changes no exit code
 
+  ExitCode Worst() const { return m_exitCode; }   ///< so far
   void Worsen(ExitCode code) { if (code > m_exitCode) m_exitCode = code; }
   nlohmann::ordered_json &Document() { return m_document; }
   bool IsJson() const { return m_json; }

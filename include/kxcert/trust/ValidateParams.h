@@ -3,6 +3,7 @@
 #ifndef KXCERT_TRUST_VALIDATEPARAMS_H_
 #define KXCERT_TRUST_VALIDATEPARAMS_H_
 
+#include <cstdint>
 #include <cstdio>
 
 #include "kxcert/platform/export.h"
@@ -12,6 +13,7 @@ class SxStream;
 class ValidateParams_imp;
 
 constexpr int kGraceDefault = -1;   ///< start: the process-wide period; end: none
+constexpr int64_t kPresentTime = INT64_MIN;   ///< the clock's, whenever somebody asks
 
 class KXCERT_EXPORT ValidateParams {
  public:
@@ -35,6 +37,8 @@ class KXCERT_EXPORT ValidateParams {
   int Write_crl_to_web() const;
   int CRL_size_validation() const;                ///< refuse CRLs that are too big
   sxcert_black_list *Get_BlackList() const;       ///< lent, or null
+  /// What dates are compared with, in seconds since 1970-01-01 00:00 UTC: what was set, or the clock's.
+  int64_t Time() const;
 
   void Set_crl_validation(int on);
   void Set_ocsp_validation(int value);
@@ -46,6 +50,7 @@ class KXCERT_EXPORT ValidateParams {
   void Set_check_next_upd(int on);
   void Set_write_crl_to_web(int value);
   void Set_crl_size_validation(int value);
+  void Set_time(int64_t sec);                     ///< kPresentTime: the clock's again
   /// Stores the pointer and calls sxcert_black_list::save on it. Nothing here frees it again: the
   /// caller does, when no parameters carry it any more.
   void Set_BlackList(sxcert_black_list *list);

@@ -11,6 +11,9 @@ class sxCerts;
 class sxKeyHolder;
 class sxRootCA;
 
+/// The verdict is about chain->Get(0) as it stands afterwards, alone; see sxJudgeChain for one about a
+/// certificate that the caller names.
+///
 /// Repairs a chain in path order, end entity first: cuts it at a trusted root, ends it in that root's
 /// certificate, or extends it from the chain of one of the holder's own keys. When that fails, asks
 /// the sub-CA callback, sorts and tries once more. No signature below the root's is verified here.
@@ -23,7 +26,9 @@ KXCERT_EXPORT sxRootCA *sxCert_FixChainC(sxCerts *chain, sxKeyHolder *holder);  
 using sxSubCAFunc = int (*)(sxCerts &chain);
 KXCERT_EXPORT void sxCert_SetSubCAFunc(sxSubCAFunc func);   ///< null: none
 
-/// Whether a peer's user name is to be taken from its certificate. Sorts and repairs the chain.
+/// Whether a peer's user name is to be taken from its certificate. Sorts and repairs the chain: the
+/// names are those of chain->Get(0) afterwards, which need not be what the peer sent first, and no
+/// signature below the root's is verified. Judge that certificate before the names are used.
 /// @param[out] cn  its common name, cnLen bytes with the NUL, cut when too long
 /// @param[out] dn  its subject's text, dnLen bytes with the NUL, cut when too long
 /// @retval  1  both are set

@@ -93,6 +93,10 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   /// 1 when a cached intermediate CA issued and signed it; that one is then added to @p chain.
   int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain);
 
+  /// The verdict is about out.Get(0) alone: sorting chooses it, not the order in which a peer sent its
+  /// certificates, and for a root's own name and key the root's copy takes its place. Who is to be
+  /// judged by the certificate that it sent first asks sxJudgeChain (chainJudge.h).
+  ///
   /// Sorts the chain and looks for the first level that a trusted root signed, or whose certificate
   /// is itself a trusted CA's; at most kMaxChainLevels are looked at. Signatures below that level
   /// are not verified here: sxValidateSignatures does that with what @p out then holds.

@@ -69,7 +69,7 @@ KXCERT_EXPORT unsigned int sxCertValidate_GetDefaultGracePeriod();
 /// @param now  seconds since 1970-01-01 00:00 UTC
 KXCERT_EXPORT sxValidationRC sxValidateCert(const sxCert *cert, long now, const ValidateParams &params);
 
-/// Every certificate from the top down, and the CA constraints between neighbours, at the clock's time.
+/// Every certificate from the top down, and the CA constraints between neighbours, at the parameters' time.
 /// @param[out] level       index of the certificate that failed: the issuer for -992 and -995, else
 ///                         the subject; -1 on success
 /// @param[out] expiration  the earliest notAfter seen; untouched when the top certificate fails
@@ -98,7 +98,7 @@ using sxValidationCallback = void (*)(sxValidationRC rc, const char *text, int l
 /// @param      env        of the caller, or null
 /// @param      callback   to be called once after -1 was returned, on the environment's thread; may be
 ///                        null: then -1 must not be returned
-/// @param      params     borrowed for the call only
+/// @param      params     borrowed for the call only; they say as of which time
 /// @param[out] level      index of the certificate that failed
 /// @return 0, -1, or one of -991, -990, -989, -988, -986, -985, -984, -967, -965
 using sxRevocationFunc = sxValidationRC (*)(sxd_env *env, sxRootCA *root, sxCerts &chain,

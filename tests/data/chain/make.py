@@ -19,6 +19,8 @@ Keys are those of tests/data/keys, so the same octets come out every time. A cas
     time:           when
     expect:         OK, or a code and, where a certificate is to blame, "at" and its file
     path:           files of the chain that validation sees, in order
+    named:          the code of the call that is told the end entity, where that is another one
+    end-entity:     the file it is told; none: the end entity that sorting finds
 
 A refused case also has its sound twin: a line "twin-chain: ..." stands for "chain: ..." and so on,
 the rest stays as it is, and the twin is accepted.
@@ -45,7 +47,7 @@ def case(folder, what, files, chain="leaf issuer", **lines):
     rows = {"chain": chain, "anchor": "root", **lines}
     rows.setdefault("time", NOW)
     rows.setdefault("expect", "OK")
-    last = ["time", "twin", "expect", "path"]
+    last = ["time", "twin", "expect", "path", "end", "named"]
     order = sorted(rows, key=lambda row: last.index(row.split("_")[0]) if row.split("_")[0] in last else -1)
     text = [f"# {line}" for line in what.splitlines()]
     for row in order:
@@ -89,10 +91,20 @@ def shapes():
     case("root-alone", "The chain is the root's certificate, which the root signed: it stands there twice.",
          {"root": ROOT}, "root", path="root root")
     case("root-alone-repaired", "The chain is the root's certificate and nothing else.", {"root": ROOT}, "root",
-         run="fix", path="root")
+         run="fix", path="root", named="OK")
     stray = ca("Stray", OTHER_KEY)
     case("stray-certificate", "A certificate that has nothing to do with the others is left out.",
          {**SOUND, "stray": stray}, "leaf stray issuer", path="leaf issuer root")
+    evil = certificate(DN.format("Evil"), OTHER_KEY, ca("Issuer", OTHER_KEY))
+    case("decoy", "The peer sent a forged leaf first; sorting takes the one below which there is no decoy.",
+         {**SOUND, "evil": evil, "decoy": certificate(DN.format("Decoy"), LEAF_KEY, evil)},
+         "evil leaf issuer decoy", path="leaf issuer root", end_entity="evil", named="BAD_SIGNATURE")
+    imitation = certificate(DN.format("Root"), ROOT_KEY, ca("Root", OTHER_KEY))
+    case("root-imitated", "The peer is no root: its certificate only has a root's name and public key.",
+         {"root": ROOT, "imitation": imitation}, "imitation", path="root", named="NOT_TRUSTED")
+    case("root-reissued", "The root signed its name and key once more; as an end entity only its own octets count.",
+         {"root": ROOT, "again": ca("Root", ROOT_KEY, not_before="2021-01-01")}, "again", path="again root",
+         named="NOT_TRUSTED")
 
     middle = ca("Middle", OTHER_KEY, ROOT)
     issuer = ca("Issuer", ISSUER_KEY, middle)
@@ -123,7 +135,7 @@ def trust():
          {"alone": alone}, "alone", anchor="alone", twin_run="fix", expect="WRONG_KEY_USAGE at alone",
          path="alone alone")
     case("self-signed-leaf-trusted", "The leaf signed itself and is trusted as it is.", {"alone": alone}, "alone",
-         anchor="alone", run="fix", path="alone")
+         anchor="alone", run="fix", path="alone", named="WRONG_KEY_USAGE")
 
     pretender = ca("Root", OTHER_KEY)
     below = ca("Issuer", ISSUER_KEY, pretender)
@@ -132,7 +144,7 @@ def trust():
          "leaf issuer pretender", twin_chain="leaf sound root", expect="NOT_TRUSTED")
     case("pretender-on-top", "The root signed the chain, but another CA of its name stands above.",
          {**SOUND, "pretender": pretender}, "leaf issuer pretender", run="fix", twin_chain="leaf issuer",
-         expect="NOT_TRUSTED")
+         expect="NOT_TRUSTED", named="OK")
     del forged["sound"]
     both("additional-certificate", "The CA of the same name is one of the root's additional certificates.",
          forged, "leaf issuer pretender", additional="pretender", path="leaf issuer pretender")
@@ -143,7 +155,7 @@ def trust():
     other = ca("Other Root", OTHER_KEY)
     case("cross-signed-issuer", "Two roots certify the issuer; the order decides, and nothing else is tried.",
          {**SOUND, "by-other": ca("Issuer", ISSUER_KEY, other)}, "leaf by-other issuer",
-         twin_chain="leaf issuer by-other", expect="NOT_TRUSTED")
+         twin_chain="leaf issuer by-other", expect="NOT_TRUSTED", end_entity="leaf", named="OK")
     crossed = {**SOUND, "root-by-other": ca("Root", ROOT_KEY, other), "other": other}
     del crossed["root"]
     case("cross-signed-root", "Another root, which is trusted, certifies the one at the top.", crossed,
@@ -230,10 +242,10 @@ def constraints():
 def names():
     case("names-differ", "The leaf names another issuer than the certificate above it has as subject.",
          {**SOUND, "leaf": leaf_of(ISSUER, issuer_name=DN.format("Nobody")), "sound": LEAF}, run="fix",
-         twin_chain="sound issuer", expect="INCONSISTENT at leaf")
+         twin_chain="sound issuer", expect="INCONSISTENT at leaf", end_entity="leaf", named="NOT_TRUSTED")
     case("names-differ-sorted", "Sorting finds no issuer of that name, so the leaf stands alone.",
          {**SOUND, "leaf": leaf_of(ISSUER, issuer_name=DN.format("Nobody")), "sound": LEAF},
-         twin_chain="sound issuer", expect="NOT_TRUSTED")
+         twin_chain="sound issuer", expect="NOT_TRUSTED", end_entity="leaf")
     spelt = name("CN=ISSUER , O=  example, C=ZZ", PRINTABLE)
     case("names-spelt-differently", "Case, spaces and the string type make no difference.",
          {**SOUND, "leaf": leaf_of(ISSUER, issuer_name=spelt)}, path="leaf issuer root")

@@ -1,0 +1,34 @@
+/// @file
+/// CertPool: certificates of unknown worth, found by the name of whom they may have issued.
+#ifndef KXCERT_SRC_TRUST_CERTPOOL_H_
+#define KXCERT_SRC_TRUST_CERTPOOL_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+class sxCert;
+class sxCerts;
+
+/// The order of the answers depends on the certificates' octets, not on the order in which they came.
+class CertPool {
+ public:
+  /// @param certs  borrowed, with its certificates; what is not OK is passed over; may be null
+  /// @param now    seconds since 1970-01-01 00:00 UTC
+  CertPool(const sxCerts *certs, int64_t now);
+
+  /// Certificates with the issuer's name, each once: those with the key identifier that is wanted, then
+  /// the others; of both the valid ones first. The rest of a crowd of more than @p maxCount is left out.
+  std::vector<sxCert *> IssuersOf(const sxCert &cert, size_t maxCount) const;
+
+ private:
+  struct Entry {
+    uint64_t nameHash;
+    size_t keyIdHash;
+    bool isOutOfDate;
+    sxCert *cert;
+  };
+  std::vector<Entry> m_entries;   // sorted, without copies
+};
+
+#endif

@@ -266,7 +266,7 @@ TEST(sxIssuingDP, KeepsEachFlagByItself) {
 }
 
 TEST(sxExtension, CopiesAreOfTheirKindAndDeep) {
-  sxExtension copy = sxKeyUsage(1);
+  sxExtension copy = sxExtKeyUsage();
   {
     sxExtKeyUsage usage;
     usage.Add(sxASN_id_kp_serverAuth);
@@ -277,6 +277,9 @@ TEST(sxExtension, CopiesAreOfTheirKindAndDeep) {
   EXPECT_EQ("Extended Key Usage: serverAuth\n", Sprinted(copy, 0));
   copy = *&copy;
   EXPECT_EQ("Extended Key Usage: serverAuth\n", Sprinted(copy, 0));
+  sxBasicConstraint constraint(true, 3);
+  static_cast<sxExtension &>(constraint) = copy;   // another kind would be read as this one
+  EXPECT_EQ(3, constraint.PathLen());
 }
 
 TEST(sxComposeExtension, LeavesItsTargetAloneOnFailure) {

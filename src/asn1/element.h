@@ -22,6 +22,9 @@ inline bool sxAsnElemAccepts(const sxAsnElem &elem, unsigned int tag) {
   return sxAsnElemAcceptsOther(elem, tag);
 }
 
+/// Copies the elements of a SEQUENCE or SET into an empty value of its class that is no part of it.
+void sxAsnCopyElems(const sxAsnType &from, sxAsnType &to);
+
 /// The messages of the kinds differ in wording; each is a printf format with the class name and what
 /// stands here as its arguments.
 struct sxAsnTexts {

@@ -58,6 +58,14 @@ void sxAsnElemArray::Remove(int at) {
   }
 }
 
+// As octets: which of the two pointers of an array is in use does not matter then.
+void sxAsnElemArray::Swap(sxAsnElemArray &other) noexcept {
+  alignas(sxAsnElemArray) unsigned char held[sizeof *this];
+  std::memcpy(held, static_cast<void *>(this), sizeof held);
+  std::memcpy(static_cast<void *>(this), static_cast<void *>(&other), sizeof held);
+  std::memcpy(static_cast<void *>(&other), held, sizeof held);
+}
+
 void sxAsnElemArray::Clear() {
   for (sxAsnType *elem : *this) delete elem;
   if (m_capacity != kInPlace) std::free(m_block);

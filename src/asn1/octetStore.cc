@@ -1,6 +1,7 @@
 #include "kxcert/asn1/octetStore.h"
 
 void sxOctets::AssignLong(const unsigned char *data, int len) {
+  if (len <= 0) return Clear();
   if (len <= m_len && m_len > kInline && len > kInline) {
     std::memmove(m_area.heap.octets, data, static_cast<size_t>(len));
     m_len = len;
@@ -14,7 +15,7 @@ void sxOctets::AssignLong(const unsigned char *data, int len) {
     m_len = len;
   } else {
     unsigned char copy[kInline];
-    m_len = len > 0 ? len : 0;
+    m_len = len;
     std::memcpy(copy, data, static_cast<size_t>(m_len));
     std::memcpy(m_area.here, copy, static_cast<size_t>(m_len));
   }

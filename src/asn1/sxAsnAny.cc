@@ -60,6 +60,7 @@ sxAsnType *sxAsnRawAny::Dup() const {
 }
 
 int sxAsnRawAny::CopyFrom(const sxAsnType &other) {
+  if (other.Info() != Info()) return -1;
   m_octets = static_cast<const sxAsnRawAny &>(other).m_octets;
   return 0;
 }
@@ -186,15 +187,17 @@ sxAsnType *sxAsnAny::Dup() const {
 }
 
 int sxAsnAny::CopyFrom(const sxAsnType &other) {
+  if (other.Info() != Info()) return -1;
   const auto &from = static_cast<const sxAsnAny &>(other);
   if (&from == this) return 0;
+  std::unique_ptr<sxAsnType> copy(from.m_value != nullptr ? from.m_value->Dup() : nullptr);
   m_info = from.m_info;
-  m_value.reset(from.m_value != nullptr ? from.m_value->Dup() : nullptr);
+  m_value = std::move(copy);   // last: either value may be a part of the other
   return 0;
 }
 
 int sxAsnAny::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
-  m_value.reset(NewValue(m_info));
+  const std::unique_ptr<sxAsnType> old = std::exchange(m_value, std::unique_ptr<sxAsnType>(NewValue(m_info)));
   if (m_value == nullptr) return herror_func(0, 0, "sxAsnAny::BDec value is NULL"), -1;
   const sxAsnLevel level(buf);
   const int start = buf.GetOffset();

@@ -11,6 +11,8 @@ namespace {
 
 int OctetsOf(int bitCount) { return bitCount / 8 + (bitCount % 8 != 0 ? 1 : 0); }
 
+bool CanJoin(int bitLen, int more) { return more <= INT32_MAX - bitLen; }
+
 unsigned char MaskOf(int bit) { return static_cast<unsigned char>(0x80 >> bit % 8); }
 
 // Appends bits behind bitLen bits. The vector grows ahead of its size, so that many small segments
@@ -38,14 +40,17 @@ void AppendBits(std::vector<unsigned char> *octets, int *bitLen, const unsigned 
 constinit const sxAsnTypeInfo sxAsnBits::kInfo = sxAsnStringInfo("sxAsnBits", 3, sxAsnCreate<sxAsnBits>);
 
 void sxAsnBits::Set(int bitCount) {
-  m_bitLen = bitCount > 0 ? bitCount : 0;
-  unsigned char *octets = m_octets.Resize(OctetsOf(m_bitLen));
+  if (bitCount < 0) bitCount = 0;
+  m_bitLen = 0;
+  unsigned char *octets = m_octets.Resize(OctetsOf(bitCount));
   std::memset(octets, 0, static_cast<size_t>(m_octets.Len()));
+  m_bitLen = bitCount;
 }
 
 void sxAsnBits::Set(const unsigned char *octets, int bitCount) {
-  m_bitLen = octets != nullptr && bitCount > 0 ? bitCount : 0;
-  m_octets.Assign(octets, OctetsOf(m_bitLen));
+  if (octets == nullptr || bitCount < 0) bitCount = 0;
+  m_octets.Assign(octets, OctetsOf(bitCount));
+  m_bitLen = bitCount;
 }
 
 int sxAsnBits::SetBit(int bit) {
@@ -65,11 +70,16 @@ int sxAsnBits::GetBit(int bit) const {
   return (Data()[bit / 8] & MaskOf(bit)) != 0 ? 1 : 0;
 }
 
-void sxAsnBits::Concat(const sxAsnBits &other) {
+int sxAsnBits::Concat(const sxAsnBits &other) {
+  if (!CanJoin(m_bitLen, other.m_bitLen)) {
+    herror_func(0, 0, "sxAsnBits::Concat: %d and %d bits are too many", m_bitLen, other.m_bitLen);
+    return -1;
+  }
   std::vector<unsigned char> joined(Data(), Data() + Len());
   int bitLen = m_bitLen;
   AppendBits(&joined, &bitLen, other.Data(), other.m_bitLen);
   Set(joined.data(), bitLen);
+  return 0;
 }
 
 bool sxAsnBits::BitsEquiv(const sxAsnBits &other) const {
@@ -83,9 +93,8 @@ sxAsnType *sxAsnBits::Dup() const {
 }
 
 int sxAsnBits::CopyFrom(const sxAsnType &other) {
-  const auto &from = static_cast<const sxAsnBits &>(other);
-  m_bitLen = from.m_bitLen;
-  m_octets = from.m_octets;
+  if (other.Info() != Info()) return -1;
+  *this = static_cast<const sxAsnBits &>(other);
   return 0;
 }
 
@@ -118,8 +127,8 @@ int sxAsnBits::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &byt
     herror_func(0, 0, "sxAsnBits::BDecContent failed to decoded Content, bad bitLen. bitLen = %d", bitLen);
     return -1;
   }
-  m_bitLen = bitLen;
   m_octets.Assign(content + 1, len - 1);
+  m_bitLen = bitLen;
   return 1;
 }
 
@@ -150,7 +159,7 @@ int sxAsnBits::BDecConsBits(sxAsnReadBuf &buf, int len, int &bytesDecoded) {
       herror_func(0, 0, "sxAsnBits::BDecConsBits attempt to decoded nested bits failed");
       return -1;
     }
-    if (segment.m_bitLen > INT32_MAX - 7 - bitLen) {
+    if (!CanJoin(bitLen, segment.m_bitLen)) {
       herror_func(0, 0, "sxAsnBits::BDecContet attempt to concat bits failed");
       return -1;
     }

@@ -14,6 +14,7 @@ sxAsnType *sxAsnBool::Dup() const {
 }
 
 int sxAsnBool::CopyFrom(const sxAsnType &other) {
+  if (other.Info() != Info()) return -1;
   m_value = static_cast<const sxAsnBool &>(other).m_value;
   return 0;
 }

@@ -42,10 +42,14 @@ sxAsnType *sxAsnChoice::GetType(const char *name) {
 
 int sxAsnChoice::CopyFrom(const sxAsnType &other) {
   if (&other == this) return 0;
+  if (other.Info() != Info()) return -1;
   const auto &from = static_cast<const sxAsnChoice &>(other);
-  Clean();
-  m_choiceId = from.m_choiceId;
-  m_value = from.m_value != nullptr ? from.m_value->Dup() : nullptr;
+  if (from.m_value != nullptr) {
+    Choose(from.m_choiceId, *from.m_value);
+  } else {
+    m_choiceId = from.m_choiceId;
+    Clean();   // last: it may hold the other
+  }
   return 0;
 }
 
@@ -66,7 +70,7 @@ int sxAsnChoice::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
 
 int sxAsnChoice::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
   const sxAsnTypeInfo &info = *Info();
-  Clean();
+  const std::unique_ptr<sxAsnType> old(std::exchange(m_value, nullptr));   // the octets may lie within it
   const sxAsnLevel level(buf);
   if (!level.Ok()) {
     herror_func(0, 0, "%s::BDecContent: more than %d levels. offset = %d", info.name, kMaxNesting,

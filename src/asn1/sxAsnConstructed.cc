@@ -1,12 +1,20 @@
 // What SEQUENCE, SET, their OF types and (copying) CHOICE share.
 #include "kxcert/asn1/sxAsnConstructed.h"
 
+#include <memory>
+
+#include "element.h"
 #include "kxcert/platform/log.h"
 
 sxAsnType *sxAsnConstructed::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
+  std::unique_ptr<sxAsnType> copy(Clone());
+  const sxAsnKind kind = Info()->kind;
+  if (kind == sxAsnKind::kSequence || kind == sxAsnKind::kSet) {
+    sxAsnCopyElems(*this, *copy);   // CopyFrom makes a value more, for one that may be a part of the other
+  } else {
+    copy->CopyFrom(*this);
+  }
+  return copy.release();
 }
 
 int sxAsnConstructed::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {

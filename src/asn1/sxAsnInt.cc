@@ -82,6 +82,7 @@ sxAsnType *sxAsnInt::Dup() const {
 }
 
 int sxAsnInt::CopyFrom(const sxAsnType &other) {
+  if (other.Info() != Info()) return -1;
   const auto &from = static_cast<const sxAsnInt &>(other);
   m_small = from.m_small;
   m_isMagnitude = from.m_isMagnitude;

@@ -71,15 +71,22 @@ void sxAsnList::RemoveCurrFromList() {
 
 int sxAsnList::CopyFrom(const sxAsnType &other) {
   if (&other == this) return 0;
-  Clear();
-  for (const sxAsnType *elem : static_cast<const sxAsnList &>(other).m_elems) Insert(Count(), elem->Dup());
+  if (other.Info() != Info()) return -1;
+  sxAsnElemArray copies;   // all of them before the old ones go: either list may be a part of the other
+  for (const sxAsnType *elem : static_cast<const sxAsnList &>(other).m_elems) {
+    copies.Insert(copies.Count(), std::unique_ptr<sxAsnType>(elem->Dup()));
+  }
+  m_elems.Swap(copies);
+  m_curr = kNoCursor;
   return 0;
 }
 
 int sxAsnList::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
   const sxAsnTypeInfo &info = *Info();
   const sxAsnElem &elem = info.elems[0];
-  Clear();
+  sxAsnElemArray old;   // until the end: the octets may lie within it
+  if (Count() > 0) old.Swap(m_elems);
+  m_curr = kNoCursor;
   if (len == 0 || (len < 0 && len != kIndefiniteLen)) return 1;
   const sxAsnLevel level(buf);
   if (!level.Ok()) {

@@ -141,6 +141,7 @@ sxAsnType *sxAsnOcts::Dup() const {
 }
 
 int sxAsnOcts::CopyFrom(const sxAsnType &other) {
+  if (other.Info() != Info()) return -1;
   m_octets = static_cast<const sxAsnOcts &>(other).m_octets;
   return 0;
 }

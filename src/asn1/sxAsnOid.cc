@@ -71,6 +71,7 @@ sxAsnType *sxAsnOid::Dup() const {
 }
 
 int sxAsnOid::CopyFrom(const sxAsnType &other) {
+  if (other.Info() != Info()) return -1;
   m_octets = static_cast<const sxAsnOid &>(other).m_octets;
   return 0;
 }

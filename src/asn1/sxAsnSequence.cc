@@ -1,4 +1,6 @@
 // The interpreter of SEQUENCE (X.690, 8.9) and SET (8.11).
+#include <memory>
+
 #include "element.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnConstructed.h"
@@ -30,9 +32,22 @@ void SetSlot(sxAsnType &self, const sxAsnElem &elem, sxAsnType *value) {
   std::memcpy(reinterpret_cast<char *>(&self) + elem.offset, &value, sizeof value);
 }
 
-void ClearSlot(sxAsnType &self, const sxAsnElem &elem) {
-  delete GetSlot(self, elem);
-  SetSlot(self, elem, nullptr);
+void SwapSlots(sxAsnType &a, sxAsnType &b, const sxAsnTypeInfo &info) {
+  for (int i = 0; i < info.numElems; ++i) {
+    sxAsnType *const value = GetSlot(a, info.elems[i]);
+    SetSlot(a, info.elems[i], GetSlot(b, info.elems[i]));
+    SetSlot(b, info.elems[i], value);
+  }
+}
+
+// Empties the value. What it held lives on in what is returned, null when there was nothing.
+std::unique_ptr<sxAsnType> TakeElems(sxAsnType &self, const sxAsnTypeInfo &info) {
+  int i = 0;
+  while (i < info.numElems && GetSlot(self, info.elems[i]) == nullptr) ++i;
+  if (i == info.numElems) return nullptr;
+  std::unique_ptr<sxAsnType> taken(info.create());
+  SwapSlots(self, *taken, info);
+  return taken;
 }
 
 int MissingElem(const sxAsnTypeInfo &info, const sxAsnReadBuf &buf) {
@@ -60,6 +75,14 @@ int FinishEoc(const sxAsnTypeInfo &info, sxAsnReadBuf &buf, int &counter) {
 
 }  // namespace
 
+void sxAsnCopyElems(const sxAsnType &from, sxAsnType &to) {
+  const sxAsnTypeInfo &info = *from.Info();
+  for (int i = 0; i < info.numElems; ++i) {
+    const sxAsnType *value = GetSlot(from, info.elems[i]);
+    if (value != nullptr) SetSlot(to, info.elems[i], value->Dup());
+  }
+}
+
 void sxAsnSequence::DestroyElems(sxAsnType &self, const sxAsnTypeInfo &info) {
   for (int i = 0; i < info.numElems; ++i) delete GetSlot(self, info.elems[i]);
 }
@@ -67,12 +90,11 @@ void sxAsnSequence::DestroyElems(sxAsnType &self, const sxAsnTypeInfo &info) {
 int sxAsnSequence::CopyFrom(const sxAsnType &other) {
   if (&other == this) return 0;
   const sxAsnTypeInfo &info = *Info();
-  for (int i = 0; i < info.numElems; ++i) {
-    const sxAsnElem &elem = info.elems[i];
-    const sxAsnType *from = GetSlot(other, elem);
-    ClearSlot(*this, elem);
-    SetSlot(*this, elem, from != nullptr ? from->Dup() : nullptr);
-  }
+  if (other.Info() != &info) return -1;
+  // All copies before the old elements go: either value may be a part of the other.
+  const std::unique_ptr<sxAsnType> copy(info.create());
+  sxAsnCopyElems(other, *copy);
+  SwapSlots(*this, *copy, info);
   return 0;
 }
 
@@ -83,6 +105,7 @@ int sxAsnSequence::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &byt
                 buf.GetOffset());
     return -1;
   }
+  const std::unique_ptr<sxAsnType> old = TakeElems(*this, *Info());   // until the end: the octets may lie within
   int counter = 0;
   const int rc = Info()->kind == sxAsnKind::kSet ? DecodeInAnyOrder(buf, len, counter)
                                                  : DecodeInOrder(buf, len, counter);
@@ -91,12 +114,11 @@ int sxAsnSequence::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &byt
   return 1;
 }
 
-// Decodes the element at its place, after its identifier was read.
+// Decodes the element at its place, which is empty, after its identifier was read.
 int sxAsnSequence::DecodeSlot(sxAsnReadBuf &buf, int i, unsigned int tag, const unsigned char *start,
                               int startCount, int &counter) {
   const sxAsnTypeInfo &info = *Info();
   const sxAsnElem &elem = info.elems[i];
-  ClearSlot(*this, elem);
   sxAsnType *const value = elem.type->create();
   SetSlot(*this, elem, value);
   if (elem.definedBy >= 0) {
@@ -123,14 +145,12 @@ int sxAsnSequence::DecodeInOrder(sxAsnReadBuf &buf, int len, int &counter) {
     if (tag == 0 && len == kIndefiniteLen) {
       for (; next < info.numElems; ++next) {
         if (!info.elems[next].optional) return MissingElem(info, buf);
-        ClearSlot(*this, info.elems[next]);
       }
       return FinishEoc(info, buf, counter);
     }
     // The tag alone decides which of the elements this is.
     while (next < info.numElems && (tag < 0 || !sxAsnElemAccepts(info.elems[next], static_cast<unsigned int>(tag)))) {
       if (!info.elems[next].optional) return MissingElem(info, buf);
-      ClearSlot(*this, info.elems[next]);
       ++next;
     }
     if (next == info.numElems) return len == kIndefiniteLen ? EocFailed(info) : Discrepancy(info, buf);
@@ -139,7 +159,6 @@ int sxAsnSequence::DecodeInOrder(sxAsnReadBuf &buf, int len, int &counter) {
   }
   for (; next < info.numElems; ++next) {
     if (!info.elems[next].optional) return MissingElem(info, buf);
-    ClearSlot(*this, info.elems[next]);
   }
   if (len == kIndefiniteLen) return BDecEoc(buf, counter) < 0 ? EocFailed(info) : 1;
   return counter == len ? 1 : Discrepancy(info, buf);
@@ -147,7 +166,6 @@ int sxAsnSequence::DecodeInOrder(sxAsnReadBuf &buf, int len, int &counter) {
 
 int sxAsnSequence::DecodeInAnyOrder(sxAsnReadBuf &buf, int len, int &counter) {
   const sxAsnTypeInfo &info = *Info();
-  for (int i = 0; i < info.numElems; ++i) ClearSlot(*this, info.elems[i]);
   bool ended = false;
   while (len < 0 ? !ended : counter < len) {
     const unsigned char *const start = buf.Curr();

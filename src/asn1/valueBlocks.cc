@@ -20,6 +20,7 @@ namespace {
 
 constexpr bool kCutsPages = KXCERT_CUTS_PAGES;
 constexpr size_t kGrain = 8;
+constexpr size_t kAlign = 16;                        // malloc's; the size of what needs it is a multiple
 constexpr size_t kNumClasses = 25;                   // up to 200 bytes; longer blocks are malloc's
 constexpr size_t kPageSize = 4096;                   // and alignment: a block's address tells its page
 constexpr size_t kUsed = kPageSize - 2 * sizeof(size_t);   // malloc's own header fits in between pages
@@ -34,7 +35,7 @@ struct FreeBlock {
 };
 
 // At the start of the page, with its blocks behind.
-struct alignas(kGrain) Page {
+struct alignas(kAlign) Page {
   Page *next;
   Page *prev;
   FreeBlock *free;
@@ -88,8 +89,9 @@ class Pages {
 
  private:
   bool AddPage(size_t sizeClass) {
-    void *const memory = std::aligned_alloc(kPageSize, kUsed);
-    if (memory == nullptr) return false;
+    void *memory = nullptr;
+    // aligned_alloc wants a size of whole pages, and a program with a sanitizer of its own insists on it.
+    if (posix_memalign(&memory, kPageSize, kUsed) != 0) return false;
     const unsigned numBlocks = BlocksPerPage(sizeClass);
     Link(new (memory) Page{nullptr, nullptr, nullptr, numBlocks, numBlocks});
     return true;
@@ -131,7 +133,9 @@ struct BlockLists {
   bool closed;
 };
 
-thread_local BlockLists t_blocks __attribute__((tls_model("initial-exec")));
+// The default model of thread storage: a process has little room for faster ones in libraries that it
+// opens at run time.
+thread_local BlockLists t_blocks;
 
 struct CloseLists {
   ~CloseLists() {

@@ -5,13 +5,13 @@
 /// Blocks of one size are cut from pages that all threads share; each thread keeps a bounded number of
 /// free ones, so that most calls take no lock. Any thread may give back what another has taken, and what
 /// came back to a page is handed out again while its other blocks are in use. A page whose blocks are
-/// all back goes back to malloc. Under the sanitizers every block is malloc's own.
+/// all back goes back to malloc. In a sanitizer build of the library every block is malloc's own.
 #ifndef KXCERT_SRC_ASN1_VALUEBLOCKS_H_
 #define KXCERT_SRC_ASN1_VALUEBLOCKS_H_
 
 #include <cstddef>
 
-/// Aligned for what pointers and 64-bit numbers need; throws std::bad_alloc.
+/// Aligned for any type of that size without an alignas beyond what malloc gives; throws std::bad_alloc.
 void *sxAsnTakeBlock(size_t size);
 /// @param block  from sxAsnTakeBlock, or null
 /// @param size   as it was asked for

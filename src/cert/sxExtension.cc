@@ -1,6 +1,7 @@
 // The handle of all extensions, and what turns their values into extnValue and back.
 #include <cstring>
 #include <memory>
+#include <typeinfo>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxExtensions.h"
@@ -66,7 +67,13 @@ sxExtension::~sxExtension() { delete m_imp; }
 
 sxExtension &sxExtension::operator=(const sxExtension &other) {
   if (this == &other) return *this;
-  sxExtension_imp *copy = other.m_imp->Clone();
+  const sxExtension_imp &own = *m_imp;
+  const sxExtension_imp &from = *other.m_imp;
+  if (typeid(own) != typeid(from)) {
+    herror_func(0, 0, "sxExtension::operator=: %s into %s", other.ExtName(), ExtName());
+    return *this;
+  }
+  sxExtension_imp *copy = from.Clone();
   delete m_imp;
   m_imp = copy;
   return *this;

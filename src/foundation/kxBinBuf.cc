@@ -2,8 +2,10 @@
 
 #include <openssl/crypto.h>
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "kxcert/foundation/sxString.h"
@@ -57,10 +59,11 @@ kxBinBuf &kxBinBuf::operator=(const kxBinBuf &other) {
 }
 
 kxBinBuf &kxBinBuf::operator=(kxBinBuf &&other) noexcept {
-  std::swap(m_data, other.m_data);
-  std::swap(m_len, other.m_len);
-  std::swap(m_blockLen, other.m_blockLen);
-  std::swap(m_sensitive, other.m_sensitive);
+  kxBinBuf taken(std::move(other));   // releases what was held here
+  std::swap(m_data, taken.m_data);
+  std::swap(m_len, taken.m_len);
+  std::swap(m_blockLen, taken.m_blockLen);
+  std::swap(m_sensitive, taken.m_sensitive);
   return *this;
 }
 
@@ -120,6 +123,7 @@ void kxBinBuf::Set(const kxBinBuf &other) {
 
 void kxBinBuf::Join(const unsigned char *first, unsigned int firstLen, const unsigned char *second,
                     unsigned int secondLen) {
+  if (secondLen > UINT32_MAX - firstLen) throw std::bad_alloc();
   unsigned char *const block = NewBlock(static_cast<size_t>(firstLen) + secondLen);
   std::memcpy(block, first, firstLen);
   std::memcpy(block + firstLen, second, secondLen);

@@ -41,9 +41,11 @@ int sxPKobj_imp::Unlock() {
 
 sxPKobj::~sxPKobj() { delete m_imp; }
 
-void sxPKobj::IncRef() { m_imp->IncRef(); }
-int sxPKobj::DecRef() { return m_imp->DecRef(); }
-int sxPKobj::UsingMutex() { return m_imp->UsingMutex(); }
+void sxPKobj::IncRef() {
+  if (m_imp != nullptr) m_imp->IncRef();
+}
+int sxPKobj::DecRef() { return m_imp != nullptr ? m_imp->DecRef() : 0; }
+int sxPKobj::UsingMutex() { return sxPKobj_imp::UsingMutex(); }
 int sxPKobj::UseMutex() { return sxPKobj_imp::UseMutex(); }
 int sxPKobj::Lock() { return sxPKobj_imp::Lock(); }
 int sxPKobj::Unlock() { return sxPKobj_imp::Unlock(); }

@@ -1,15 +1,26 @@
 #include "kxcert/foundation/sxString.h"
 
 #include <cctype>
+#include <climits>
 #include <cstdio>
 #include <cstring>
+#include <new>
+#include <string_view>
 #include <utility>
 
 #include "kxcert/platform/secureMemory.h"
 
 namespace {
 
-int TextLen(const char *text) { return text == nullptr ? 0 : static_cast<int>(std::strlen(text)); }
+std::string_view View(const char *text) { return text == nullptr ? std::string_view() : text; }
+std::string_view View(const sxString &text) { return {text.getstr(), static_cast<size_t>(text.length())}; }
+
+int CheckedLen(size_t len) {
+  if (len > INT_MAX) throw std::bad_alloc();
+  return static_cast<int>(len);
+}
+
+int TextLen(const char *text) { return CheckedLen(View(text).size()); }
 
 }  // namespace
 
@@ -52,6 +63,7 @@ sxString &sxString::operator=(const sxString &other) {
 sxString &sxString::operator+=(const sxString &other) {
   const bool sensitive = m_sensitive || other.m_sensitive;
   const size_t len = static_cast<size_t>(m_len) + static_cast<size_t>(other.m_len);
+  const int newLen = CheckedLen(len);
   auto *block = new char[len + 1];
   if (sensitive) kxMem_Lock(block, len + 1);
   if (m_len > 0) std::memcpy(block, m_text, static_cast<size_t>(m_len));
@@ -59,7 +71,7 @@ sxString &sxString::operator+=(const sxString &other) {
   block[len] = '\0';
   SafeDelete();
   m_text = block;
-  m_len = static_cast<int>(len);
+  m_len = newLen;
   m_sensitive = sensitive;
   return *this;
 }
@@ -102,10 +114,9 @@ sxString operator+(const sxString &left, const sxString &right) {
   return sum;
 }
 
-bool operator==(const sxString &left, const sxString &right) {
-  if (left.length() != right.length()) return false;
-  return left.length() == 0 ||
-         std::memcmp(left.getstr(), right.getstr(), static_cast<size_t>(left.length())) == 0;
-}
-
-bool operator!=(const sxString &left, const sxString &right) { return !(left == right); }
+bool operator==(const sxString &left, const sxString &right) { return View(left) == View(right); }
+bool operator!=(const sxString &left, const sxString &right) { return View(left) != View(right); }
+bool operator==(const sxString &left, const char *right) { return View(left) == View(right); }
+bool operator!=(const sxString &left, const char *right) { return View(left) != View(right); }
+bool operator==(const char *left, const sxString &right) { return View(left) == View(right); }
+bool operator!=(const char *left, const sxString &right) { return View(left) != View(right); }

@@ -90,6 +90,12 @@ bool SxAtom::operator==(const SxAtom &other) const {
 
 sxset::sxset(const char *name) : m_name(OrEmpty(name)) {}
 
+sxset &sxset::operator=(sxset other) noexcept {
+  m_name.swap(other.m_name);
+  m_members.swap(other.m_members);
+  return *this;
+}
+
 const char *sxset::MemberName(int i) const {
   return i < 0 || i >= Count() ? nullptr : m_members[static_cast<size_t>(i)].first.c_str();
 }
@@ -157,7 +163,11 @@ void sxset::SetSet(const char *name, const sxset &inner) { Put(name, SxAtom(inne
 
 bool sxset::Remove(const char *name) {
   if (name == nullptr) return false;
-  return std::erase_if(m_members, [name](const auto &member) { return member.first == name; }) != 0;
+  const auto isIt = [name](const auto &member) { return member.first == name; };
+  const auto found = std::find_if(m_members.begin(), m_members.end(), isIt);
+  if (found == m_members.end()) return false;
+  m_members.erase(found);   // the name may lie in there, and is not looked at again
+  return true;
 }
 
 bool sxset::operator==(const sxset &other) const {

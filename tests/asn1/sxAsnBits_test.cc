@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <utility>
+
 #include "support/asnHex.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
@@ -15,6 +18,7 @@ constexpr BitsCase kBitsCases[] = {
     {"unused bits stay as they are", "030207ff", "030207ff", 1, nullptr},
     {"segments that end within an octet", "2308 030204a0 030207ff", "030203af", 5, nullptr},
     {"indefinite", "2380 030200f0 03020480 0000", "030304f080", 12, nullptr},
+    {"no segments", "2380 0000", "030100", 0, nullptr},
     {"nested", "230a 2308 030204a0 030204b0", "030200ab", 8, nullptr},
     {"eight unused bits", "03020800", "-", 0,
      "sxAsnBits::BDecContent failed to decoded Content, bad unused byte. unused = 8"},
@@ -32,7 +36,7 @@ TEST(sxAsnBits, DecodesBothForms) {
   for (const BitsCase &c : kBitsCases) {
     SCOPED_TRACE(c.what);
     const LogCapture log;
-    sxAsnBits value;
+    sxAsnBits value(300);   // of more than the new value needs
     EXPECT_EQ(c.again, Reencode(c.hex, value));
     if (c.again[0] != '-') {
       EXPECT_EQ(c.bitLen, value.BitLen());
@@ -67,7 +71,7 @@ TEST(sxAsnBits, JoinsAtAnyBit) {
       sxAsnBits bits, more;
       bits.Set(pattern.data(), first);
       more.Set(pattern.data(), second);
-      bits.Concat(more);
+      ASSERT_EQ(0, bits.Concat(more));
       ASSERT_EQ(first + second, bits.BitLen());
       for (int i = 0; i < second; ++i) {
         ASSERT_EQ(more.GetBit(i), bits.GetBit(first + i)) << first << " + " << second << " at " << i;
@@ -81,6 +85,12 @@ TEST(sxAsnBits, JoinsAtAnyBit) {
   EXPECT_TRUE(a.BitsEquiv(b));
   b.Set(pattern.data(), 10);
   EXPECT_FALSE(a.BitsEquiv(b));
+  sxAsnBits many(INT_MAX - 9);
+  EXPECT_EQ(-1, many.Concat(b));
+  const sxAsnBits moved(std::move(many));
+  EXPECT_EQ(-1, many.SetBit(INT_MAX - 10));
+  many = std::move(b);
+  EXPECT_EQ(0, many.SetBit(9) + b.BitLen());
 }
 
 }  // namespace

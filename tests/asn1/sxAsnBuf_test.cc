@@ -48,6 +48,8 @@ TEST(sxAsnReadBuf, StaysWithinItsOctets) {
   EXPECT_EQ(&r.octets[2], r.buf.GetSeg(&len));
   EXPECT_EQ(1, len);
   EXPECT_EQ(0, r.buf.Skip(1));
+  r.buf.Init(nullptr, 4);
+  EXPECT_EQ(0, r.buf.GetLen());
   EXPECT_THAT(log.Lines(), testing::ElementsAre("sxAsnReadBuf::PeekByte reached the end of buf",
                                                 "sxAsnReadBuf::GetByte reached the end of buf",
                                                 "sxAsnReadBuf::Back attempt to return 4 failed"));
@@ -71,7 +73,15 @@ TEST(sxAsnWriteBuf, FillsFromItsEnd) {
   EXPECT_EQ(0, w.buf.sortSets);
   EXPECT_EQ(0, w.buf.Written());
 
+  EXPECT_EQ(-1, w.buf.PutSeg(seg, -3));
+  w.buf.Unput(3);
+  EXPECT_EQ(0, w.buf.Written());
+  w.buf.Init(w.area.data() + 1, -1);
+  w.buf.ReSet();
+  EXPECT_EQ(-1, w.buf.PutByte(1));
+
   w.buf.Init(nullptr, 0);   // measures
+  w.buf.ReSet();
   EXPECT_EQ(1, w.buf.PutByte(1));
   EXPECT_EQ(4, w.buf.PutSeg(seg, 4));
   EXPECT_FALSE(w.buf.Overflow());

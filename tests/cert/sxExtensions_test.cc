@@ -269,7 +269,7 @@ TEST(sxIssuingDP, KeepsEachFlagByItself) {
 }
 
 TEST(sxExtension, CopiesAreOfTheirKindAndDeep) {
-  sxExtension copy = sxKeyUsage(1);
+  sxExtension copy = sxExtKeyUsage();
   sxExtKeyUsage other;
   {
     sxExtKeyUsage usage;
@@ -283,6 +283,9 @@ TEST(sxExtension, CopiesAreOfTheirKindAndDeep) {
   EXPECT_TRUE(other.Has(sxEKU_serverAuth) && !other.Has(sxEKU_clientAuth));
   copy = *&copy;
   EXPECT_EQ("Extended Key Usage: serverAuth\n", Sprinted(copy, 0));
+  sxBasicConstraint constraint(true, 3);
+  static_cast<sxExtension &>(constraint) = copy;   // another kind would be read as this one
+  EXPECT_EQ(3, constraint.PathLen());
 }
 
 TEST(sxComposeExtension, LeavesItsTargetAloneOnFailure) {

@@ -32,6 +32,7 @@ TEST(kxBinBuf, SetKeepsTheBlockUntilItIsTooShort) {
   EXPECT_EQ("01020304", Hex(buf));
   EXPECT_EQ("010203040000", EncodeHex(buf.Data(), 6));
   buf.Set(2U);
+  buf.Set(2U);
   EXPECT_EQ("0102", Hex(buf));
   EXPECT_EQ("010200000000", EncodeHex(buf.Data(), 6));
   EXPECT_EQ(block, buf.Data());
@@ -57,6 +58,8 @@ TEST(kxBinBuf, JoinsAtEitherEndButNeverWithItself) {
   buf.Prepend(buf);
   EXPECT_EQ("0001020304", Hex(buf));
   buf.Append(buf.Data() + 3, 2);   // a part of itself is copied before the block goes
+  EXPECT_EQ("00010203040304", Hex(buf));
+  EXPECT_THROW(buf.Append(buf.Data(), UINT32_MAX), std::bad_alloc);
   EXPECT_EQ("00010203040304", Hex(buf));
 }
 
@@ -86,6 +89,10 @@ TEST(kxBinBuf, CopiesCarryTheSensitiveFlagAndMovesLeaveNothing) {
   EXPECT_TRUE(moved.IsSensitive());
   copy = Make("03");
   EXPECT_FALSE(copy.IsSensitive());
+  kxBinBuf source = Make("04");
+  copy = std::move(source);
+  EXPECT_EQ("04", Hex(copy));
+  EXPECT_TRUE(source.IsEmpty());
 }
 
 TEST(kxBinBuf, IsLockedInMemoryWhileSensitive) {

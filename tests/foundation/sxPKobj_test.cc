@@ -29,6 +29,9 @@ TEST(sxPKobj, SavedTwiceDiesAtTheThirdFree) {
   EXPECT_EQ(1, numDead);
   sxSavePKobj(nullptr);
   sxFreePKobj(nullptr);
+  auto *empty = new sxPKobj(nullptr);
+  sxSavePKobj(empty);
+  sxFreePKobj(empty);
 }
 
 TEST(sxPKobj, LogsWhatIsFreedOnceTooOftenOrWhileReferenced) {

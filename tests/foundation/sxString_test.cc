@@ -13,6 +13,8 @@ TEST(sxString, TakesTextByLengthOrToTheNul) {
   EXPECT_EQ(sxString("a\0b", 3), sxString("a\0b", 3));
   EXPECT_NE(sxString("a\0b", 3), sxString("a\0c", 3));
   EXPECT_NE(sxString("a"), sxString("ab"));
+  EXPECT_TRUE(sxString("ab") == "ab" && "ab" == sxString("ab") && sxString() == nullptr);
+  EXPECT_TRUE(sxString("a\0b", 3) != "a" && "a" != sxString("a\0b", 3));
   sxString text("A\0Bz1", 5);
   text.ToLower();
   EXPECT_EQ(sxString("a\0bz1", 5), text);

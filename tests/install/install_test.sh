@@ -29,6 +29,11 @@ export PKG_CONFIG_PATH=$libdir/pkgconfig
 "$compiler" -std=c++20 "$source/examples/validate.cc" -o "$work/by-pkg-config" $(pkg-config --cflags --libs kxcert)
 export LD_LIBRARY_PATH=$libdir
 check "$work/by-pkg-config"
+# A program may have a sanitizer that the library was built without.
+# shellcheck disable=SC2046
+"$compiler" -std=c++20 -fsanitize=address "$source/examples/validate.cc" -o "$work/sanitized" \
+  $(pkg-config --cflags --libs kxcert)
+check "$work/sanitized"
 case $(pkg-config --libs kxcert) in *crypto*) fail 'libcrypto is not a private requirement' ;; esac
 case $(pkg-config --static --libs kxcert) in *crypto*) ;; *) fail 'a static link needs libcrypto' ;; esac
 unset LD_LIBRARY_PATH
@@ -42,6 +47,9 @@ for library in $needed; do
     *) fail "libkxcert.so needs $library" ;;
   esac
 done
+
+# A process has little static thread storage left for libraries that it opens at run time.
+! readelf -d "$libdir/libkxcert.so" | grep STATIC_TLS || fail 'libkxcert.so needs static thread storage'
 
 # Every installed header compiles on its own.
 find "$prefix/include" -name '*.h' | sort | while read -r header; do

@@ -78,6 +78,11 @@ TEST(AttributeSet, CopiesAreDeepAndComparedByOrder) {
   sxset text;
   text.SetText("in", "n");
   EXPECT_FALSE(text == set);
+  copy.FindSet("in")->SetText("y", std::string(50, 'x').c_str());
+  copy.SetText("z", "");   // as many members as the inner set
+  const std::string inner = Written(*copy.FindSet("in"));
+  copy = *copy.FindSet("in");   // a part of itself
+  EXPECT_EQ(inner, Written(copy));
 }
 
 // Names and values of any characters but NUL, nested, come back as they were.

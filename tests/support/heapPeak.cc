@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <cerrno>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define KXCERT_COUNTS false
@@ -55,6 +56,10 @@ extern "C" void *malloc(size_t size) { return Count(__libc_malloc(size)); }
 extern "C" void *calloc(size_t count, size_t size) { return Count(__libc_calloc(count, size)); }
 extern "C" void *memalign(size_t alignment, size_t size) { return Count(__libc_memalign(alignment, size)); }
 extern "C" void *aligned_alloc(size_t alignment, size_t size) { return Count(__libc_memalign(alignment, size)); }
+extern "C" int posix_memalign(void **block, size_t alignment, size_t size) {
+  *block = Count(__libc_memalign(alignment, size));
+  return *block == nullptr ? ENOMEM : 0;
+}
 extern "C" void *realloc(void *block, size_t size) {
   if (block != nullptr) Discount(block);
   void *const moved = __libc_realloc(block, size);

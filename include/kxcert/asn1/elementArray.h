@@ -29,6 +29,7 @@ class KXCERT_EXPORT sxAsnElemArray {
   void Insert(int at, std::unique_ptr<sxAsnType> elem);
   void Remove(int at);                  ///< deletes the element
   void Clear();
+  void Swap(sxAsnElemArray &other) noexcept;   ///< exchanges the elements
 
  private:
   static constexpr int kInPlace = 1;    // the capacity of an array without a block

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "kxcert/platform/export.h"
 
@@ -19,9 +20,16 @@ class KXCERT_EXPORT sxOctets {
   template <class Fill>
   explicit constexpr sxOctets(Fill fill) : m_len(fill(m_area.here)) {}
   sxOctets(const sxOctets &other) { Assign(other.Data(), other.m_len); }
-  sxOctets(sxOctets &&other) noexcept : m_area(other.m_area), m_len(other.m_len) { other.m_len = 0; }
+  sxOctets(sxOctets &&other) noexcept : m_area(other.m_area), m_len(std::exchange(other.m_len, 0)) {}
   sxOctets &operator=(const sxOctets &other) {
     if (this != &other) Assign(other.Data(), other.m_len);
+    return *this;
+  }
+  sxOctets &operator=(sxOctets &&other) noexcept {   ///< leaves the other one empty
+    if (this == &other) return *this;
+    if (m_len > kInline) delete[] m_area.heap.octets;
+    m_area = other.m_area;
+    m_len = std::exchange(other.m_len, 0);
     return *this;
   }
   ~sxOctets() { if (m_len > kInline) delete[] m_area.heap.octets; }
@@ -30,7 +38,8 @@ class KXCERT_EXPORT sxOctets {
   const unsigned char *Data() const { return m_len > kInline ? m_area.heap.octets : m_area.here; }
   unsigned char *Data() { return m_len > kInline ? m_area.heap.octets : m_area.here; }
 
-  /// Replaces the octets by a copy; @p data may lie within the old ones. A negative length is 0.
+  /// Replaces the octets by a copy; @p data may lie within the old ones. A negative length is 0, and
+  /// @p data may then be null.
   void Assign(const unsigned char *data, int len) {
     if (len <= kInline && m_len <= kInline) {
       m_len = len > 0 ? len : 0;

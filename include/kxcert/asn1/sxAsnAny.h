@@ -16,6 +16,7 @@
 /// One element of any type, kept as its octets (identifier and length included).
 class KXCERT_EXPORT sxAsnRawAny : public sxAsnType {
  public:
+  /// A copy; null or a negative length: no data.
   void SetData(const unsigned char *octets, int len) { m_octets.Assign(octets, octets == nullptr ? 0 : len); }
   const unsigned char *Data() const { return m_octets.Data(); }
   int Len() const { return m_octets.Len(); }
@@ -61,7 +62,9 @@ class KXCERT_EXPORT sxAsnAny : public sxAsnType {
   void SetTypeByInt(const sxAsnInt &type);
 
   sxAsnType *Value() const { return m_value.get(); }         ///< lent, may be null
-  void SetValue(sxAsnType *value) { m_value.reset(value); }  ///< adopts
+  void SetValue(sxAsnType *value) {                          ///< adopts; its own value: no change
+    if (value != m_value.get()) m_value.reset(value);
+  }
   const sxAnyInfo *Selected() const { return m_info; }       ///< lent, may be null
 
   /// The first installation of a key wins; a later prototype is logged and destroyed. Only while the

@@ -6,6 +6,8 @@
 #ifndef KXCERT_ASN1_SXASNBITS_H_
 #define KXCERT_ASN1_SXASNBITS_H_
 
+#include <utility>
+
 #include "kxcert/asn1/octetStore.h"
 #include "kxcert/asn1/sxAsnType.h"
 
@@ -13,18 +15,28 @@ class KXCERT_EXPORT sxAsnBits : public sxAsnType {
  public:
   sxAsnBits() = default;
   explicit sxAsnBits(int bitCount) { Set(bitCount); }
+  sxAsnBits(const sxAsnBits &other) = default;
+  sxAsnBits(sxAsnBits &&other) noexcept
+      : sxAsnType(), m_octets(std::move(other.m_octets)), m_bitLen(std::exchange(other.m_bitLen, 0)) {}
+  sxAsnBits &operator=(const sxAsnBits &other) = default;
+  sxAsnBits &operator=(sxAsnBits &&other) noexcept {         ///< leaves the other one empty
+    m_octets = std::move(other.m_octets);
+    m_bitLen = std::exchange(other.m_bitLen, 0);
+    return *this;
+  }
 
-  void Set(int bitCount);                                    ///< all bits clear
+  void Set(int bitCount);                                    ///< all bits clear; negative: none
   void ReSet(int bitCount) { Set(bitCount); }
-  void Set(const unsigned char *octets, int bitCount);
+  void Set(const unsigned char *octets, int bitCount);       ///< null or negative: no bits
   void ReSet(const unsigned char *octets, int bitCount) { Set(octets, bitCount); }
-  void Set(const sxAsnBits &other) { CopyFrom(other); }
-  void ReSet(const sxAsnBits &other) { CopyFrom(other); }
+  void Set(const sxAsnBits &other) { *this = other; }
+  void ReSet(const sxAsnBits &other) { *this = other; }
 
   int SetBit(int bit);                                       ///< 0, or -1 out of range
   int ClearBit(int bit);                                     ///< 0, or -1 out of range
   int GetBit(int bit) const;                                 ///< 0 or 1, or -1 out of range
-  void Concat(const sxAsnBits &other);                       ///< appends its bits
+  /// Appends its bits. @return 0, or -1 when an int cannot count them: nothing changes
+  int Concat(const sxAsnBits &other);
   bool BitsEquiv(const sxAsnBits &other) const;
 
   int BitLen() const { return m_bitLen; }
@@ -48,8 +60,8 @@ class KXCERT_EXPORT sxAsnBits : public sxAsnType {
  private:
   int BDecConsBits(sxAsnReadBuf &buf, int len, int &bytesDecoded);
 
-  int m_bitLen = 0;
   sxOctets m_octets;
+  int m_bitLen = 0;      // set last: never more bits than octets, also when memory ends
 };
 
 #endif

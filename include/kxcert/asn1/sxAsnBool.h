@@ -40,7 +40,7 @@ class KXCERT_EXPORT sxAsnNull : public sxAsnType {
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
   int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
-  int CopyFrom(const sxAsnType &) override { return 0; }
+  int CopyFrom(const sxAsnType &other) override { return other.Info() == Info() ? 0 : -1; }
 
  protected:
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;

@@ -17,9 +17,9 @@ constexpr int kIndefiniteLen = -2;     ///< what BDecLen returns for the octet 0
 /// Cursor over octets that are read.
 class KXCERT_EXPORT sxAsnReadBuf {
  public:
-  void Init(const unsigned char *data, int len) {
+  void Init(const unsigned char *data, int len) {   ///< null or a negative length: no octets
     m_start = m_curr = m_element = data;
-    m_end = data + (len > 0 ? len : 0);
+    m_end = data + (data != nullptr && len > 0 ? len : 0);
     m_nesting = 0;
   }
   void Set(const unsigned char *data, int len) { Init(data, len); }
@@ -78,9 +78,9 @@ class sxAsnLevel {
 /// write succeeds and stores nothing.
 class KXCERT_EXPORT sxAsnWriteBuf {
  public:
-  void Init(unsigned char *data, int len) {
+  void Init(unsigned char *data, int len) {      ///< null: measures; a negative length: no room
     m_start = data;
-    m_end = data == nullptr ? nullptr : data + len;
+    m_end = data + (data != nullptr && len > 0 ? len : 0);
     m_curr = m_end;
   }
   void ReSet() {                                 ///< empties; clears both flags
@@ -95,16 +95,18 @@ class KXCERT_EXPORT sxAsnWriteBuf {
     *--m_curr = octet;
     return 1;
   }
-  /// @return n while measuring, 1 when stored, -1 when there is no room
+  /// @return n while measuring, 1 when stored, -1 when there is no room, or for a negative n
   int PutSeg(const unsigned char *src, int n) {
+    if (n < 0 || (m_start != nullptr && m_curr - m_start < n)) return NoRoom("sxAsnWriteBuf::PutSeg");
     if (m_start == nullptr) return n;
-    if (m_curr - m_start < n) return NoRoom("sxAsnWriteBuf::PutSeg");
     m_curr -= n;
     if (n > 0) std::memcpy(m_curr, src, static_cast<size_t>(n));
     return 1;
   }
 
-  void Unput(int n) { m_curr += m_start == nullptr ? 0 : n; }   ///< takes back octets written last
+  void Unput(int n) {                            ///< takes back octets written last, at most all
+    if (m_start != nullptr && n > 0) m_curr += n < Written() ? n : Written();
+  }
   bool Full() const { return m_curr == m_start && m_start != nullptr; }
   bool Measures() const { return m_start == nullptr; }
   bool Overflow() const { return m_overflow; }

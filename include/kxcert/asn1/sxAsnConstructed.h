@@ -4,6 +4,9 @@
 /// A generated class adds typed element pointers and one constant record (sxAsnTypeInfo). All
 /// decoding, encoding, copying and printing stands here, once per kind, and reads the record.
 /// Decoding accepts BER with definite and indefinite lengths; encoding writes definite lengths.
+///
+/// A value may be assigned from a part of itself (outer = *outer.inner) and to one: the copy is made
+/// before anything is released. What was lent from inside the old value is gone then.
 #ifndef KXCERT_ASN1_SXASNCONSTRUCTED_H_
 #define KXCERT_ASN1_SXASNCONSTRUCTED_H_
 
@@ -123,6 +126,11 @@ class sxAsnListOf : public sxAsnList {
   sxAsnListOf &InsertAfterAndCopy(const T &elem) { return Insert(BehindCursor(), elem.Dup()), *this; }
   sxAsnListOf &InsertBeforeAndCopy(const T &elem) { return Insert(AtCursor(), elem.Dup()), *this; }
   T *CurrElmt() const { return static_cast<T *>(CurrElem()); }        ///< lent, null without a cursor
+
+ protected:   // copies and assignments are the generated classes' own: here they would lose the elements
+  sxAsnListOf() = default;
+  sxAsnListOf(const sxAsnListOf &) = default;
+  sxAsnListOf &operator=(const sxAsnListOf &) = default;
 };
 
 /// CHOICE: the number of the chosen alternative and its value.

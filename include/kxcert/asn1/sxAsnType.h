@@ -58,8 +58,8 @@ class KXCERT_EXPORT sxAsnType {
   virtual sxAsnType *Clone() const { return nullptr; } ///< a new, empty value for delete
   virtual sxAsnType *Dup() const = 0;                  ///< a new, deep copy for delete
 
-  /// Decodes a whole element. Adds the octets consumed to @p bytesDecoded. On failure the value is
-  /// partly filled and not to be used.
+  /// Decodes a whole element. Adds the octets consumed to @p bytesDecoded. The octets may lie within
+  /// what the value held before. On failure the value is partly filled and not to be used.
   /// @return 0 or 1, or -1
   virtual int BDec(sxAsnReadBuf &buf, int &bytesDecoded);
   virtual int BEnc(sxAsnWriteBuf &buf);                ///< octets written, or -1
@@ -74,7 +74,9 @@ class KXCERT_EXPORT sxAsnType {
 
   virtual const sxAsnTypeInfo *Info() const { return nullptr; }
   virtual int Describe(SxStream &out, int indent) const;   ///< Print's text; 0, or -1 (no value)
-  virtual int CopyFrom(const sxAsnType &) { return -1; }   ///< deep copy of a value of the same class
+  /// Makes this a deep copy; either value may be a part of the other.
+  /// @return 0, or -1 for a value of another class (nothing changes)
+  virtual int CopyFrom(const sxAsnType &) { return -1; }
 
   /// Values come and go by the hundred with every certificate: their blocks are cut from shared pages,
   /// and each thread keeps a bounded number of free ones.
@@ -101,8 +103,8 @@ KXCERT_EXPORT int sxASN_EncodeBuf(sxAsnType &value, kxBinBuf &out, int sortSets)
 KXCERT_EXPORT int sxASN_EncodeBuf(sxAsnType &value, char *out, int outSize, int &encodedLen,
                                   int sortSets);
 
-/// Decodes one value that takes up all @p len octets.
-/// @return 0, or -1 (nothing decoded, or octets remain)
+/// Decodes one value that takes up all @p len octets, which may lie within @p value.
+/// @return 0, or -1 (null, a negative length, nothing decoded, or octets remain)
 KXCERT_EXPORT int sxASN_DecodeBuf(sxAsnType &value, const char *data, int len);
 
 #endif

@@ -59,6 +59,8 @@ class KXCERT_EXPORT sxExtension {
  public:
   explicit sxExtension(sxExtension_imp *imp) : m_imp(imp) {}   ///< adopts; never null
   sxExtension(const sxExtension &other);
+  /// A deep copy. An extension of another kind changes nothing (one line logged): whoever holds this one
+  /// by its kind would read the wrong object.
   sxExtension &operator=(const sxExtension &other);
   ~sxExtension();
   void Set(const sxExtension &other) { *this = other; }

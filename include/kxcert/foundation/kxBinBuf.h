@@ -3,7 +3,8 @@
 ///
 /// A buffer has no capacity beside its length: growing allocates exactly the new size and copies,
 /// shrinking keeps the block. A sensitive buffer's block is locked in memory, and every byte it gives
-/// up is wiped. A value; no locking.
+/// up is wiped. A value; no locking. What was moved from is empty; its sensitive flag stays. More bytes
+/// than 32 bits count are memory that there is not: std::bad_alloc, and nothing changes.
 #ifndef KXCERT_FOUNDATION_KXBINBUF_H_
 #define KXCERT_FOUNDATION_KXBINBUF_H_
 
@@ -35,6 +36,7 @@ class KXCERT_EXPORT kxBinBuf {
   kxBinBuf &operator=(kxBinBuf &&other) noexcept;
   void Clear() { Set(static_cast<const unsigned char *>(nullptr), 0); }
 
+  /// The bytes may lie within the buffer. Null adds nothing; on an empty buffer each call is Set.
   void Append(const unsigned char *data, unsigned int len);
   void Append(const kxBinBuf &other);                 ///< to itself: deliberately no change
   void Prepend(const unsigned char *data, unsigned int len);

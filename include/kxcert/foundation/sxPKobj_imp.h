@@ -19,7 +19,7 @@ class KXCERT_EXPORT sxPKobj_imp {
 
   void IncRef() { ++refcount; }
   int DecRef() { return --refcount; }
-  int UsingMutex() { return m_Mutex.load() != nullptr ? 1 : 0; }
+  static int UsingMutex() { return m_Mutex.load() != nullptr ? 1 : 0; }
 
   static int UseMutex();
   static int Lock();

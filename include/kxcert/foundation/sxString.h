@@ -2,7 +2,8 @@
 /// sxString: an owned character string that always ends in NUL.
 ///
 /// Built from null it has no text at all (getstr() is null, length 0). A sensitive string is locked in
-/// memory and wiped before its block is released. A value; no locking.
+/// memory and wiped before its block is released. A value; no locking. Texts may lie within the string
+/// that takes them. More characters than an int counts are memory that there is not: std::bad_alloc.
 #ifndef KXCERT_FOUNDATION_SXSTRING_H_
 #define KXCERT_FOUNDATION_SXSTRING_H_
 
@@ -17,7 +18,7 @@ class KXCERT_EXPORT sxString {
   sxString(const sxString &other);                  ///< text and the sensitive flag
   ~sxString();
 
-  void Set(const char *text, int len);              ///< null: no text, length 0
+  void Set(const char *text, int len);              ///< null: no text, length 0; negative: an empty one
   void Set(const char *text);
   sxString &operator=(const sxString &other);
   sxString &operator+=(const sxString &other);      ///< sensitive if either was
@@ -43,7 +44,13 @@ class KXCERT_EXPORT sxString {
 
 KXCERT_EXPORT sxString operator+(const sxString &left, const char *right);
 KXCERT_EXPORT sxString operator+(const sxString &left, const sxString &right);
+
+/// Equal lengths and characters; null is as long as the empty text.
 KXCERT_EXPORT bool operator==(const sxString &left, const sxString &right);
 KXCERT_EXPORT bool operator!=(const sxString &left, const sxString &right);
+KXCERT_EXPORT bool operator==(const sxString &left, const char *right);
+KXCERT_EXPORT bool operator!=(const sxString &left, const char *right);
+KXCERT_EXPORT bool operator==(const char *left, const sxString &right);
+KXCERT_EXPORT bool operator!=(const char *left, const sxString &right);
 
 #endif

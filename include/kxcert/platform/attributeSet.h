@@ -3,8 +3,8 @@
 ///
 /// A value is a text or a nested set. Integers are decimal text and binary values hexadecimal text
 /// (lower case), so what is read back from a file answers every getter that its text allows. Members
-/// keep their order; a name stands once. An sxset owns its members and is a value: copies are deep.
-/// It does no locking.
+/// keep their order; a name stands once. An sxset owns its members and is a value: copies are deep, and
+/// it may be assigned from a set within itself. It does no locking.
 ///
 /// Text form: (:name (value) :name (:inner (...))). A value is a bare word of letters, digits and
 /// the characters . _ - + / @, or stands in double quotes, in which a backslash keeps the next
@@ -50,6 +50,9 @@ class KXCERT_EXPORT SxAtom {
 class KXCERT_EXPORT sxset {
  public:
   explicit sxset(const char *name = "");
+  sxset(const sxset &other) = default;
+  sxset(sxset &&other) noexcept = default;
+  sxset &operator=(sxset other) noexcept;
 
   const char *Name() const { return m_name.c_str(); }
   int Count() const { return static_cast<int>(m_members.size()); }

@@ -1,3 +1,5 @@
+#include <chrono>
+
 #include "asn1/modules/TESTTYPES.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "support/asnHex.h"
@@ -80,6 +82,20 @@ TEST(sxAsnList, RemovesAtTheCursor) {
     list.RemoveCurrFromList();
   }
   EXPECT_EQ("[99 ] of 1 at 0", Shown(list));
+}
+
+// Moving all others each time takes half a minute.
+TEST(sxAsnList, GrowsAtBothEndsInLittleTime) {
+  constexpr int kNumEach = 150000;
+  sxASN_TestNumbers list;
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < kNumEach; ++i) {
+    list.Append()->Set(i);
+    list.Prepend()->Set(-1 - i);
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  int expected = -kNumEach;
+  for (const sxASN_TestNumber &number : list) ASSERT_EQ(expected++, number.GetShortVal());
 }
 
 constexpr struct { const char *what; const char *hex; const char *again; const char *log; } kListCases[] = {

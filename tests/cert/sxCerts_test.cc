@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -45,6 +47,19 @@ TEST(sxCerts, HolesStayAndAddGoesBehindTheTop) {
   full.Add(c.Ref());
   EXPECT_EQ(12, full.Slots());
   EXPECT_EQ(c.Get(), full.Get(2));
+}
+
+// Looking for the top in each empty slot takes a minute.
+TEST(sxCerts, ManyReservedSlotsFillInLittleTime) {
+  const TestCert a("CN=a", nullptr);
+  constexpr int kNum = 300000;
+  sxCerts certs(kNum);
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < kNum; ++i) certs.Add(a.Ref());
+  EXPECT_EQ(kNum, certs.Count());
+  for (int i = kNum; i-- > 1;) certs.Del(i);
+  EXPECT_EQ(0, certs.Top());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 // The last reference must go with the set, and none before; the leak checker sees both.

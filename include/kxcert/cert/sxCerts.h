@@ -20,8 +20,8 @@ class KXCERT_EXPORT sxSignedObjects_imp {
   ~sxSignedObjects_imp();
 
   int Slots() const { return static_cast<int>(m_slots.size()); }
-  int Count() const;                               ///< slots that are not empty
-  int Top() const;                                 ///< highest slot that is not empty, or -1
+  int Count() const { return m_count; }            ///< slots that are not empty
+  int Top() const { return m_top; }                ///< highest slot that is not empty, or -1
   sxSigned *Get(int i) const;                      ///< lent; null for an empty or no slot
   void Add(sxSigned *obj);                         ///< at Top() + 1; adopts
   int Set(int i, sxSigned *obj);                   ///< adopts, 0; or -1 out of range, nothing adopted
@@ -30,6 +30,8 @@ class KXCERT_EXPORT sxSignedObjects_imp {
 
  private:
   std::vector<sxSigned *> m_slots;
+  int m_count = 0;
+  int m_top = -1;
 };
 
 class KXCERT_EXPORT sxCerts {

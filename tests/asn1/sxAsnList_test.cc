@@ -1,4 +1,4 @@
-#include <chrono>
+#include <ctime>
 
 #include "asn1/modules/TESTTYPES.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
@@ -84,16 +84,16 @@ TEST(sxAsnList, RemovesAtTheCursor) {
   EXPECT_EQ("[99 ] of 1 at 0", Shown(list));
 }
 
-// Moving all others each time takes half a minute.
+// Moving all others each time takes tens of seconds.
 TEST(sxAsnList, GrowsAtBothEndsInLittleTime) {
   constexpr int kNumEach = 150000;
   sxASN_TestNumbers list;
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   for (int i = 0; i < kNumEach; ++i) {
     list.Append()->Set(i);
     list.Prepend()->Set(-1 - i);
   }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
   int expected = -kNumEach;
   for (const sxASN_TestNumber &number : list) ASSERT_EQ(expected++, number.GetShortVal());
 }

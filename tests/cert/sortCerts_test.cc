@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/cert/signatureCache.h"
@@ -147,11 +147,11 @@ TEST(SortCertsCandidates, BoundsTheVerificationsOfAHostileSet) {
 TEST(SortCertsCandidates, SortsManyInLittleTime) {
   const TestCert a("O=Many/CN=a", nullptr, {.serial = "11223344", .issuerName = "O=Many/CN=b"});
   const TestCert b("O=Many/CN=b", nullptr, {.serial = "11223344", .issuerName = "O=Many/CN=a", .keyOf = &a});
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   for (const unsigned char stringTag : {0x0C, 0x04}) {
     Octets ders[] = {DerOf(*a.Get()), DerOf(*b.Get())};
     sxCerts certs;
-    for (int i = 0; i < 30000; ++i) {
+    for (int i = 0; i < 16000; ++i) {
       Octets &der = ders[i % 2];
       constexpr unsigned char kSerial[] = {0x02, 0x04, 0x11}, kCommonName[] = {0x55, 0x04, 0x03};
       auto at = std::search(der.begin(), der.end(), std::begin(kSerial), std::end(kSerial));
@@ -164,9 +164,9 @@ TEST(SortCertsCandidates, SortsManyInLittleTime) {
       certs.Add(sxCert_Decode(der.data(), LenOf(der)));
     }
     EXPECT_EQ(stringTag == 0x0C ? 0 : -1, sxCerts_Sort(certs));
-    EXPECT_EQ(stringTag == 0x0C ? 30000 : 1, certs.Count());
+    EXPECT_EQ(stringTag == 0x0C ? 16000 : 1, certs.Count());
   }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxDN.h"
@@ -54,12 +54,12 @@ TEST(sxCerts, ManyReservedSlotsFillInLittleTime) {
   const TestCert a("CN=a", nullptr);
   constexpr int kNum = 300000;
   sxCerts certs(kNum);
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   for (int i = 0; i < kNum; ++i) certs.Add(a.Ref());
   EXPECT_EQ(kNum, certs.Count());
   for (int i = kNum; i-- > 1;) certs.Del(i);
   EXPECT_EQ(0, certs.Top());
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
 }
 
 // The last reference must go with the set, and none before; the leak checker sees both.

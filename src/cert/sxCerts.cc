@@ -19,7 +19,8 @@ constexpr unsigned kMaxCertDer = 4096;   // of a certificate in a sequence; long
 }  // namespace
 
 sxSignedObjects_imp::sxSignedObjects_imp(const sxSignedObjects_imp &other)
-    : m_slots(other.m_slots), m_count(other.m_count), m_top(other.m_top) {
+    : m_slots(other.m_slots), m_kept(other.m_kept), m_count(other.m_count), m_top(other.m_top) {
+  sxSavePKobj(m_kept);
   for (sxSigned *obj : m_slots) sxSaveSigned(obj);
 }
 
@@ -50,6 +51,12 @@ void sxSignedObjects_imp::ClearAll() {
   for (sxSigned *&obj : m_slots) sxFreeSigned(std::exchange(obj, nullptr));
   m_count = 0;
   m_top = -1;
+  Keep(nullptr);
+}
+
+void sxSignedObjects_imp::Keep(sxPKobj *obj) {
+  sxSavePKobj(obj);
+  sxFreePKobj(std::exchange(m_kept, obj));
 }
 
 sxCerts::sxCerts(int capacity) : m_imp(new sxSignedObjects_imp(capacity)) {}

@@ -83,8 +83,11 @@ TEST(sxCerts, AdoptsReferences) {
   assigned.Swap(copy);
   EXPECT_EQ(1, copy.Count());
   EXPECT_EQ(0, assigned.Count());
+  copy.Keep(a.Get());
+  sxCerts(copy).Keep(b.Get());
   sxCerts_ClearAll(&copy);
   EXPECT_EQ(0, copy.Count());
+  copy.Keep(b.Get());
 }
 
 TEST(sxCerts, FindsBySubject) {

@@ -27,9 +27,11 @@ class KXCERT_EXPORT sxSignedObjects_imp {
   int Set(int i, sxSigned *obj);                   ///< adopts, 0; or -1 out of range, nothing adopted
   int Del(int i);                                  ///< empties the slot; later ones do not move; 0 or -1
   void ClearAll();
+  void Keep(sxPKobj *obj);                         ///< takes a reference in place of the one it had
 
  private:
   std::vector<sxSigned *> m_slots;
+  sxPKobj *m_kept = nullptr;
   int m_count = 0;
   int m_top = -1;
 };
@@ -51,6 +53,9 @@ class KXCERT_EXPORT sxCerts {
   void ClearAll() { m_imp->ClearAll(); }
   void Swap(sxCerts &other) noexcept;              ///< exchanges the members
   sxCert *GetBySubjectDN(const sxDN &dn) const;    ///< lent; the first one, or null
+  /// Keeps @p obj, say the root that a chain ends in, alive with the set and its copies, until it is
+  /// cleared or keeps another. Null: nothing.
+  void Keep(sxPKobj *obj) { m_imp->Keep(obj); }
 
   void Fprint(FILE *out, const char *title, sxCertHerrorDetails details, int indent) const;
   void Herror(const char *title, sxCertHerrorDetails details) const;

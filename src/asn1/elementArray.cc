@@ -16,8 +16,9 @@ void Move(sxAsnType **to, sxAsnType *const *from, int count) {
 }  // namespace
 
 void sxAsnElemArray::Insert(int at, std::unique_ptr<sxAsnType> elem) {
-  if ((at > 0 || m_start == 0) && m_start + m_count == m_capacity) MakeRoom(at == 0);
-  if (at == 0 && m_start > 0) {
+  const bool inFront = at == 0 && m_count > 0;
+  if (inFront ? m_start == 0 : m_start + m_count == m_capacity) MakeRoom(inFront);
+  if (inFront) {
     --m_start;
   } else {
     sxAsnType **const place = Area() + m_start + at;
@@ -27,10 +28,14 @@ void sxAsnElemArray::Insert(int at, std::unique_ptr<sxAsnType> elem) {
   ++m_count;
 }
 
+// Room is shared between both ends while a quarter is free, so that the next move is far away whichever
+// end grows. What is new goes to the end that asked: most lists grow at one.
 void sxAsnElemArray::MakeRoom(bool inFront) {
-  if (m_start > m_capacity / 2) {   // as many were removed in front as are moved now
-    Move(Area(), begin(), m_count);
-    m_start = 0;
+  const int numFree = m_capacity - m_count;
+  if (numFree > 0 && numFree >= m_capacity / 4) {
+    const int start = (numFree + (inFront ? 1 : 0)) / 2;
+    Move(Area() + start, begin(), m_count);
+    m_start = start;
     return;
   }
   if (m_capacity > std::numeric_limits<int>::max() / 2) throw std::bad_alloc();

@@ -1,5 +1,9 @@
 // Comparing names.
+#include <algorithm>
 #include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "dnValue.h"
 #include "sxDN_imp.h"
@@ -11,6 +15,11 @@ bool SameType(const sxAva &a, const sxAva &b) {
 }
 
 bool AvaEqual(const sxAva &a, const sxAva &b) { return SameType(a, b) && sxAttrValEqual(a, b); }
+
+// In front of what it counts, so that a key falls apart in one way only.
+void AppendLen(size_t len, std::string *key) {
+  for (int shift = 0; shift < 32; shift += 8) *key += static_cast<char>(len >> shift & 0xFF);
+}
 
 constexpr uint32_t kMaxPairedAvas = 64;   // an RDN has one AVA, seldom two; more than this equals nothing
 
@@ -27,6 +36,35 @@ bool sxAsn_RdnEqual(const sxFlatName::Range &a, const sxFlatName::Range &b) {
     while (partner < b.Count() && ((used >> partner & 1) != 0 || !AvaEqual(*ava, b.begin[partner]))) ++partner;
     if (partner == b.Count()) return false;
     used |= uint64_t{1} << partner;
+  }
+  return true;
+}
+
+bool sxAppendRdnKey(const sxFlatName::Range &rdn, std::string *key) {
+  if (rdn.Count() > kMaxPairedAvas) return false;
+  std::vector<std::string> avas;   // their order does not count
+  for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
+    std::string one;
+    AppendLen(ava->oidLen, &one);
+    one.append(reinterpret_cast<const char *>(ava->oid), ava->oidLen);
+    if (!sxAppendValueKey(*ava, &one)) return false;
+    avas.push_back(std::move(one));
+  }
+  std::sort(avas.begin(), avas.end());
+  AppendLen(avas.size(), key);
+  for (const std::string &ava : avas) {
+    AppendLen(ava.size(), key);
+    *key += ava;
+  }
+  return true;
+}
+
+bool sxDN_imp::AppendKey(std::string *key) const {
+  if (!m_hasName) return false;
+  sxFlatName::Range rdn = m_flat.Start();
+  for (uint32_t i = 0; i < m_flat.NumRdns(); ++i) {
+    rdn = m_flat.Next(rdn, i);
+    if (!sxAppendRdnKey(rdn, key)) return false;
   }
   return true;
 }

@@ -160,3 +160,17 @@ uint64_t sxAttrValHash(const sxAva &ava) {
   for (int c = text.Next(); c >= 0; c = text.Next()) add(c);
   return hash;
 }
+
+bool sxAppendValueKey(const sxAva &ava, std::string *key) {
+  sxValueText value;
+  if (!sxValueOctets(ava, &value)) return false;
+  if (value.raw) {
+    *key += {'#', static_cast<char>(ava.choice)};
+    for (const char c : value.octets) *key += static_cast<char>(FoldCase(static_cast<unsigned char>(c)));
+    return true;
+  }
+  *key += '"';
+  FoldedText text(value.octets);
+  for (int c = text.Next(); c >= 0; c = text.Next()) *key += static_cast<char>(c);
+  return true;
+}

@@ -33,4 +33,8 @@ bool sxAttrValEqual(const sxAva &a, const sxAva &b);
 /// Equal values have equal hashes.
 uint64_t sxAttrValHash(const sxAva &ava);
 
+/// Appends octets that are the same for equal values, and for no others.
+/// @return false for a value that equals none
+bool sxAppendValueKey(const sxAva &ava, std::string *key);
+
 #endif

@@ -1,5 +1,6 @@
 #include "kxcert/cert/sxCerts.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -18,37 +19,30 @@ constexpr unsigned kMaxCertDer = 4096;   // of a certificate in a sequence; long
 
 }  // namespace
 
-sxSignedObjects_imp::sxSignedObjects_imp(const sxSignedObjects_imp &other) : m_slots(other.m_slots) {
+sxSignedObjects_imp::sxSignedObjects_imp(const sxSignedObjects_imp &other)
+    : m_slots(other.m_slots), m_kept(other.m_kept), m_count(other.m_count), m_top(other.m_top) {
+  sxSavePKobj(m_kept);
   for (sxSigned *obj : m_slots) sxSaveSigned(obj);
 }
 
 sxSignedObjects_imp::~sxSignedObjects_imp() { ClearAll(); }
-
-int sxSignedObjects_imp::Count() const {
-  int count = 0;
-  for (const sxSigned *obj : m_slots) count += obj != nullptr ? 1 : 0;
-  return count;
-}
-
-int sxSignedObjects_imp::Top() const {
-  int top = Slots() - 1;
-  while (top >= 0 && m_slots[static_cast<size_t>(top)] == nullptr) --top;
-  return top;
-}
 
 sxSigned *sxSignedObjects_imp::Get(int i) const {
   return i < 0 || i >= Slots() ? nullptr : m_slots[static_cast<size_t>(i)];
 }
 
 void sxSignedObjects_imp::Add(sxSigned *obj) {
-  const size_t slot = static_cast<size_t>(Top() + 1);
-  if (slot >= m_slots.size()) m_slots.resize(m_slots.size() + kGrowBy);
-  m_slots[slot] = obj;
+  if (m_top + 1 == Slots()) m_slots.resize(m_slots.size() + kGrowBy);
+  Set(m_top + 1, obj);
 }
 
 int sxSignedObjects_imp::Set(int i, sxSigned *obj) {
   if (i < 0 || i >= Slots()) return -1;
-  sxFreeSigned(std::exchange(m_slots[static_cast<size_t>(i)], obj));
+  sxSigned *const old = std::exchange(m_slots[static_cast<size_t>(i)], obj);
+  m_count += (obj != nullptr ? 1 : 0) - (old != nullptr ? 1 : 0);
+  if (obj != nullptr) m_top = std::max(m_top, i);
+  while (m_top >= 0 && m_slots[static_cast<size_t>(m_top)] == nullptr) --m_top;
+  sxFreeSigned(old);
   return 0;
 }
 
@@ -56,6 +50,14 @@ int sxSignedObjects_imp::Del(int i) { return Set(i, nullptr); }
 
 void sxSignedObjects_imp::ClearAll() {
   for (sxSigned *&obj : m_slots) sxFreeSigned(std::exchange(obj, nullptr));
+  m_count = 0;
+  m_top = -1;
+  Keep(nullptr);
+}
+
+void sxSignedObjects_imp::Keep(sxPKobj *obj) {
+  sxSavePKobj(obj);
+  sxFreePKobj(std::exchange(m_kept, obj));
 }
 
 sxCerts::sxCerts(int capacity) : m_imp(new sxSignedObjects_imp(capacity)) {}

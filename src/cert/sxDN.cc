@@ -1,6 +1,7 @@
 #include "kxcert/cert/sxDN.h"
 
 #include <cstring>
+#include <map>
 #include <new>
 #include <utility>
 
@@ -210,21 +211,25 @@ int sxDN_imp::RemoveOid(const sxAsnOid *type) {
 
 int sxDN_imp::RemoveSubDN(const sxDN_imp &sub, sxDN_imp &out, int &whole) const {
   if (Count() == 0) return 0;
-  std::vector<sxFlatName::Range> rdns;
-  sxFlatName::Range rdn = m_flat.Start();
-  for (uint32_t i = 0; i < m_flat.NumRdns(); ++i) rdns.push_back(rdn = m_flat.Next(rdn, i));
-  // Marked first and removed together: removing one by one would encode the name anew each time.
-  std::vector<bool> gone(rdns.size());
-  size_t start = 0;   // all before it are gone
+  // Found by their keys, marked and then removed together: comparing each with each, or removing one by
+  // one, would take the square of their number.
+  std::map<std::string, std::vector<uint32_t>> places;   // of equal ones, the first last
+  sxFlatName::Range rdn = m_flat.End();
+  for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
+    rdn = m_flat.Previous(rdn, i);
+    std::string key;
+    if (sxAppendRdnKey(rdn, &key)) places[std::move(key)].push_back(i);
+  }
+  std::vector<bool> gone(m_flat.NumRdns());
   uint32_t numFound = 0;
   sxFlatName::Range wanted = sub.m_flat.Start();
   for (uint32_t i = 0; i < sub.m_flat.NumRdns(); ++i) {
     wanted = sub.m_flat.Next(wanted, i);
-    while (start < rdns.size() && gone[start]) ++start;
-    size_t j = start;
-    while (j < rdns.size() && (gone[j] || !sxAsn_RdnEqual(rdns[j], wanted))) ++j;
-    if (j == rdns.size()) continue;
-    gone[j] = true;
+    std::string key;
+    const auto found = sxAppendRdnKey(wanted, &key) ? places.find(key) : places.end();
+    if (found == places.end() || found->second.empty()) continue;
+    gone[found->second.back()] = true;
+    found->second.pop_back();
     ++numFound;
   }
   whole = numFound == sub.m_flat.NumRdns() ? 1 : 0;

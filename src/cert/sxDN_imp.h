@@ -48,6 +48,8 @@ class sxDN_imp : public sxPooled {
   bool IsSub(const sxDN_imp &suffix) const;
   int RemoveSubDN(const sxDN_imp &sub, sxDN_imp &out, int &whole) const;
   uint64_t Hash() const;
+  /// Appends octets that are the same for equal names, and for no others. @return false: equals none
+  bool AppendKey(std::string *key) const;
 
  private:
   void Forget();                                     // no name, no caches
@@ -75,6 +77,9 @@ std::unique_ptr<sxASN_RDNSequence> sxParseDN(const char *text);
 
 /// RDN equality: as many AVAs, each with a partner of its own of the same type and an equal value.
 bool sxAsn_RdnEqual(const sxFlatName::Range &a, const sxFlatName::Range &b);
+
+/// Appends octets that are the same for equal RDNs, and for no others. @return false: equals none
+bool sxAppendRdnKey(const sxFlatName::Range &rdn, std::string *key);
 
 /// The suffix test over two names, RDN by RDN from the root-most.
 bool sxASN_NameSub(const sxFlatName &name, const sxFlatName &suffix);

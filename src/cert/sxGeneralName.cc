@@ -174,6 +174,31 @@ bool sxGeneralName_imp::Equal(const sxGeneralName_imp &other) const {
   }
 }
 
+bool sxGeneralName_imp::AppendKey(std::string *key) const {
+  const auto append = [key](const void *octets, size_t len) { key->append(static_cast<const char *>(octets), len); };
+  *key += static_cast<char>(m_type);
+  switch (m_type) {
+    case sxGN_other:
+      append(&m_otherOid, sizeof m_otherOid);
+      [[fallthrough]];
+    case sxGN_email:
+    case sxGN_dns:
+    case sxGN_uri:
+      *key += m_text;
+      return true;
+    case sxGN_dn:
+      return m_dn->GetP()->AppendKey(key);
+    case sxGN_ip:
+      append(m_ip.octets, sizeof m_ip.octets);
+      return true;
+    case sxGN_ip6:
+      append(m_ip6.octets, sizeof m_ip6.octets);
+      return true;
+    default:
+      return false;
+  }
+}
+
 void sxGeneralName_imp::Sprint(SxStream *out, int indent) const {
   if (out == nullptr) return;
   out->Indent(indent);

@@ -34,6 +34,8 @@ class sxGeneralName_imp : public sxPooled {
   const sxAsnOid *GetOtherOid() const { return m_otherOid; }
   std::string GetStr() const;
   bool Equal(const sxGeneralName_imp &other) const;
+  /// Appends octets that are the same for equal names, and for no others. @return false: equals none
+  bool AppendKey(std::string *key) const;
   void Sprint(SxStream *out, int indent) const;
 
   /// @return false for a name that has no encoding

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/platform/log.h"
@@ -19,7 +21,14 @@ void sxGeneralNames_imp::Add(const sxGeneralName *name) {
 }
 
 void sxGeneralNames_imp::Add_IfNotExist(const sxGeneralName *name) {
-  if (name != nullptr && Match(name) == 0) Add(name);
+  if (name == nullptr) return;
+  if (m_known == nullptr) m_known = std::make_unique<Known>();
+  for (; m_known->numEntries < m_entries.size(); ++m_known->numEntries) {
+    std::string key;
+    if (m_entries[m_known->numEntries]->name.GetP()->AppendKey(&key)) m_known->keys.insert(std::move(key));
+  }
+  std::string key;   // a name without one equals nothing
+  if (!name->GetP()->AppendKey(&key) || m_known->keys.count(key) == 0) Add(name);
 }
 
 void sxGeneralNames_imp::Add_IfNotExist(const sxGeneralNames_imp &names) {
@@ -36,8 +45,14 @@ int sxGeneralNames_imp::Match(const sxGeneralName *name) const {
 }
 
 int sxGeneralNames_imp::Match(const sxGeneralNames_imp &names) const {
+  std::set<std::string> keys;
+  for (const auto &entry : m_entries) {
+    std::string key;
+    if (entry->name.GetP()->AppendKey(&key)) keys.insert(std::move(key));
+  }
   for (const auto &entry : names.m_entries) {
-    if (Match(&entry->name) != 0) return 1;
+    std::string key;
+    if (entry->name.GetP()->AppendKey(&key) && keys.count(key) != 0) return 1;
   }
   return 0;
 }
@@ -53,7 +68,7 @@ const sxGeneralName *sxGeneralNames_imp::GetFirstOfType(sxGNtype type, const sxA
 }
 
 void sxGeneralNames_imp::Set(const sxASN_GeneralNames *names) {
-  m_entries.clear();
+  Clear();
   if (names != nullptr) Append(*names);
 }
 

@@ -4,6 +4,8 @@
 #define KXCERT_SRC_CERT_SXGENERALNAMES_IMP_H_
 
 #include <memory>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "kxcert/cert/sxGeneralName.h"
@@ -27,7 +29,10 @@ class sxGeneralNames_imp : public sxPooled {
   void Set(const sxASN_GeneralNames *names);
   void Append(const sxASN_GeneralNames &names);
   void Append(const sxASN_GeneralName &name);
-  void Clear() { m_entries.clear(); }
+  void Clear() {
+    m_entries.clear();
+    m_known.reset();
+  }
 
   // Straight from plain octets; false (with some names appended) sends the caller to the codec.
   [[nodiscard]] bool AppendPlain(const sxSpan &names);           ///< the names of a GeneralNames
@@ -46,6 +51,13 @@ class sxGeneralNames_imp : public sxPooled {
     sxGeneralName name;
   };
   std::vector<std::unique_ptr<Entry>> m_entries;
+
+  // Keys of the first entries. Made by the first Add_IfNotExist, so that many take no square of time.
+  struct Known {
+    std::set<std::string> keys;
+    size_t numEntries = 0;
+  };
+  std::unique_ptr<Known> m_known;
 };
 
 #endif

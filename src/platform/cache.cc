@@ -83,25 +83,28 @@ Cache::Cache(unsigned maxEntries, unsigned timeoutSec, kxHashFunc hash, kxHashCo
 
 Cache::~Cache() { Clear(); }
 
-void Cache::Put(void *key, void *data, unsigned entrySec) {
+bool Cache::Put(void *key, void *data, unsigned entrySec) {
+  bool wasHere = false;
   Rep::Leaving leaving(*m_rep);
   const std::lock_guard<std::mutex> guard(m_rep->lock);
   if (Entry *old = m_rep->Find(key)) {
     m_rep->MoveOut(old, &leaving);
     // What is put again must not be destroyed.
     if (old->key == key) old->key = nullptr;
-    if (old->data == data) old->data = nullptr;
+    wasHere = old->data == data;
+    if (wasHere) old->data = nullptr;
   }
   const unsigned liveSec = ShorterLimit(m_rep->timeoutSec, entrySec);
   std::list<Entry> fresh{{key, data, kxClock_Now(), liveSec, {}}};
   if (key == nullptr || m_rep->maxEntries == 0 || !m_rep->table) {
     leaving.entries.splice(leaving.entries.end(), fresh);
-    return;
+    return wasHere;
   }
   if (m_rep->entries.size() >= m_rep->maxEntries) m_rep->MoveOut(&m_rep->entries.back(), &leaving);
   fresh.front().self = fresh.begin();   // a splice keeps iterators valid
   hash_insert(m_rep->table.get(), key, &fresh.front());
   m_rep->entries.splice(m_rep->entries.begin(), fresh);
+  return wasHere;
 }
 
 void *Cache::Get(const void *key, void (*onHit)(void *data)) {

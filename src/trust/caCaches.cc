@@ -8,13 +8,12 @@
 #include "kxcert/platform/cache.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "trust/sharedRef.h"
 
 namespace {
 
 void DestroyKey(void *key) { delete static_cast<CA_Identity *>(key); }
-void SaveRoot(void *root) { sxSavePKobj(static_cast<sxRootCA *>(root)); }
 void FreeRoot(void *root) { sxFreePKobj(static_cast<sxRootCA *>(root)); }
-void SaveCert(void *cert) { sxSaveSigned(static_cast<sxCert *>(cert)); }
 void FreeCert(void *cert) { sxFreeSigned(static_cast<sxCert *>(cert)); }
 
 std::unique_ptr<Cache> NewCache(unsigned size, unsigned timeoutSec, kxHashDestructor destroyData) {
@@ -27,18 +26,15 @@ bool IsValid(const CA_Identity &id, const char *what) {
   return id.Valid();
 }
 
-void *Lookup(Cache &cache, const sxDN &dn, const char *what, void (*onHit)(void *)) {
+void *Lookup(Cache &cache, const sxDN &dn, const char *what) {
   const CA_Identity id(dn);
-  return IsValid(id, what) ? cache.Get(&id, onHit) : nullptr;
+  return IsValid(id, what) ? cache.Get(&id) : nullptr;
 }
 
-// Takes a reference for the cache. Putting the very object again would keep the cache from dropping its
-// first reference, so that one leaves before; the lock keeps two such adders apart.
-void Store(Cache &cache, std::mutex &adding, const CA_Identity &id, sxPKobj *obj, void *data) {
-  const std::lock_guard<std::mutex> guard(adding);
+// Takes a reference for the cache.
+void Store(Cache &cache, const CA_Identity &id, sxPKobj *obj, void *data) {
   sxSavePKobj(obj);
-  if (cache.Get(&id) == data) cache.Delete(&id);
-  cache.Put(new CA_Identity(id), data, 0);
+  if (cache.Put(new CA_Identity(id), data, 0)) sxFreePKobj(obj);
 }
 
 int Remove(Cache &cache, const sxDN &dn, const char *what) {
@@ -90,16 +86,16 @@ int RootCA_Cache::Add(sxRootCA *root) {
   }
   const CA_Identity id(*dn);
   if (!IsValid(id, "RootCA_Cache::Add")) return -2;
-  Store(*m_cache, m_adding, id, root, root);
+  Store(*m_cache, id, root, root);
   return 0;
 }
 
 sxRootCA *RootCA_Cache::Get(const sxDN &dn) const {
-  return static_cast<sxRootCA *>(Lookup(*m_cache, dn, "RootCA_Cache::Get", nullptr));
+  return static_cast<sxRootCA *>(Lookup(*m_cache, dn, "RootCA_Cache::Get"));
 }
 
 sxRootCA *RootCA_Cache::Get_Save(const sxDN &dn) const {
-  return static_cast<sxRootCA *>(Lookup(*m_cache, dn, "RootCA_Cache::Get", SaveRoot));
+  return SharedRef<sxRootCA>::To([&] { return Get(dn); }).Release();
 }
 
 int RootCA_Cache::Delete(const sxDN &dn) { return Remove(*m_cache, dn, "RootCA_Cache::Delete"); }
@@ -125,16 +121,16 @@ int CA_Cert_Cache::add_CA_cert(sxCert *cert) {
   }
   const CA_Identity id(*dn);
   if (!IsValid(id, "CA_Cert_Cache::add_CA_cert")) return -2;
-  Store(*m_cache, m_adding, id, cert, cert);
+  Store(*m_cache, id, cert, cert);
   return 0;
 }
 
 sxCert *CA_Cert_Cache::get_CA_cert(const sxDN &dn) const {
-  return static_cast<sxCert *>(Lookup(*m_cache, dn, "CA_Cert_Cache::get_CA_cert", nullptr));
+  return static_cast<sxCert *>(Lookup(*m_cache, dn, "CA_Cert_Cache::get_CA_cert"));
 }
 
 sxCert *CA_Cert_Cache::get_CA_cert_Save(const sxDN &dn) const {
-  return static_cast<sxCert *>(Lookup(*m_cache, dn, "CA_Cert_Cache::get_CA_cert", SaveCert));
+  return SharedRef<sxCert>::To([&] { return get_CA_cert(dn); }).Release();
 }
 
 int CA_Cert_Cache::delete_CA_cert(const sxCert *cert) {

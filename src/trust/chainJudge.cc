@@ -14,6 +14,7 @@
 #include "kxcert/trust/fixChain.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "trust/certPool.h"
+#include "trust/sharedRef.h"
 #include "trust/sxKeyHolder_imp.h"
 
 namespace {
@@ -22,21 +23,11 @@ constexpr int kMaxText = 16384;   // three names of 4096 octets fit
 // Of one issuer: all that was ever on the path, verified or by name, and as many again as may fail.
 constexpr size_t kMaxCandidates = 2 * (kMaxChainLevels + kMaxDetours);
 
-struct FreeObject {
-  void operator()(sxPKobj *obj) const { sxFreePKobj(obj); }
-  void operator()(sxSigned *obj) const { sxFreeSigned(obj); }
-};
-using RootRef = std::unique_ptr<sxRootCA, FreeObject>;
-using CertRef = std::unique_ptr<sxCert, FreeObject>;
-
-// Takes the reference that the verdict will hold.
-RootRef NewReference(sxRootCA *root) {
-  sxSavePKobj(root);
-  return RootRef(root);
-}
+using RootRef = SharedRef<sxRootCA>;
+using CertRef = SharedRef<sxCert>;
 
 RootRef FindRoot(sxKeyHolder &holder, const sxDN *name) {
-  return name != nullptr ? NewReference(holder.RootCA_Lookup(*name)) : nullptr;
+  return name != nullptr ? RootRef::Adopt(holder.RootCA_Lookup_Save(*name)) : RootRef();
 }
 
 void AddReference(sxCerts &path, sxCert *cert) {
@@ -81,7 +72,7 @@ class PathSearch {
   void Run(sxChainVerdict &verdict) {
     Search();
     verdict.path.Swap(m_path);
-    verdict.root = m_root.release();
+    verdict.root = m_root.Release();
   }
 
  private:
@@ -89,7 +80,7 @@ class PathSearch {
     AddReference(m_path, &m_endEntity);
     m_tried.insert(OctetsOf(m_endEntity));
     RootRef namesake = FindRoot(m_holder, m_endEntity.Subject());
-    const Likeness likeness = namesake != nullptr ? LikenessOf(m_endEntity, *namesake) : Likeness::kNone;
+    const Likeness likeness = namesake ? LikenessOf(m_endEntity, *namesake) : Likeness::kNone;
     if (likeness == Likeness::kKey) return;
     if (likeness == Likeness::kOctets) {
       if (!EndInRoot()) m_root = std::move(namesake);   // one that signed itself stands there twice
@@ -97,8 +88,8 @@ class PathSearch {
     }
     if (Climb() || Repair()) return;
     const sxCerts verified = m_longest;
-    while (m_root == nullptr && GoOnByName()) Climb();
-    if (m_root == nullptr) m_path = verified;
+    while (!m_root && GoOnByName()) Climb();
+    if (!m_root) m_path = verified;
   }
 
   sxCert &Top() const { return *m_path.Get(m_path.Top()); }
@@ -106,7 +97,7 @@ class PathSearch {
 
   // From the top of the path to a root, over signatures that verify. Without one the path is as before.
   bool Climb() {
-    if (m_root != nullptr || EndInRoot()) return true;
+    if (m_root || EndInRoot()) return true;
     if (MayGoOn() && ClimbOn()) return true;
     if (m_path.Count() > m_longest.Count()) m_longest = m_path;
     return false;
@@ -143,8 +134,8 @@ class PathSearch {
 
   std::vector<sxCert *> IssuersOf(const sxCert &cert) {
     std::vector<sxCert *> issuers = m_pool.IssuersOf(cert, kMaxCandidates);
-    CertRef cached(cert.Issuer() != nullptr ? m_holder.GetIntermediateCA_Save(*cert.Issuer()) : nullptr);
-    if (cached != nullptr) {
+    CertRef cached = CertRef::Adopt(cert.Issuer() != nullptr ? m_holder.GetIntermediateCA_Save(*cert.Issuer()) : nullptr);
+    if (cached) {
       issuers.push_back(cached.get());
       m_cached.push_back(std::move(cached));
     }
@@ -154,9 +145,9 @@ class PathSearch {
   // With the holder's own chains and the sub-CAs of the callback. Nobody has verified these.
   bool Repair() {
     sxCerts repaired = m_longest;
-    RootRef found = NewReference(sxCert_FixChain(&repaired, m_holder));
+    RootRef found(sxCert_FixChain(&repaired, m_holder));   // which the chain keeps
     const sxCert *first = repaired.Get(0);
-    if (found == nullptr || first == nullptr || !(*first == m_endEntity)) return false;
+    if (!found || first == nullptr || !(*first == m_endEntity)) return false;
     m_path.Swap(repaired);
     m_root = std::move(found);
     return true;

@@ -1,5 +1,6 @@
 // Whether a certificate or a chain is trusted, and the canonical form of a trusted chain.
 #include <algorithm>
+#include <utility>
 
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/cert/sxDN.h"
@@ -52,15 +53,15 @@ sxKeyHolder_imp::Trust sxKeyHolder_imp::FindTrust(const sxCert &cert) {
     tderrorFunc("CERT", 1, 0, "%s: invalid certificate", "sxKeyHolder_imp::IsCertTrusted");
   }
   if (cert.Issuer() != nullptr) {
-    sxRootCA *root = RootCA_Lookup(*cert.Issuer());
-    sxCert *signer = sxTrust_SignerOf(root, cert);
-    if (signer != nullptr) return {root, TrustType_signedByCA, signer};
+    SharedRef<sxRootCA> root = RootRef(*cert.Issuer());
+    sxCert *signer = sxTrust_SignerOf(root.get(), cert);
+    if (signer != nullptr) return {std::move(root), TrustType_signedByCA, signer};
   }
   if (cert.Subject() != nullptr) {
-    sxRootCA *root = RootCA_Lookup(*cert.Subject());
-    if (sxTrust_IsTrustedCA(root, cert)) {
+    SharedRef<sxRootCA> root = RootRef(*cert.Subject());
+    if (sxTrust_IsTrustedCA(root.get(), cert)) {
       tderrorFunc("CERT", 5, 0, "%s: Trust Found!", "sxKeyHolder_imp::IsCertTrustedCA");
-      return {root, TrustType_trustedCA, nullptr};
+      return {std::move(root), TrustType_trustedCA, nullptr};
     }
   }
   return {};
@@ -93,6 +94,7 @@ void sxTrust_TruncateChain(sxCerts &chain, int level) {
 }
 
 void sxTrust_EndInRoot(sxCerts &chain, int level, const sxKeyHolder_imp::Trust &trust) {
+  chain.Keep(trust.root.get());
   if (trust.type == TrustType_signedByCA) {
     sxTrust_TruncateChain(chain, level + 1);
     AddReference(chain, trust.signer != nullptr ? trust.signer : trust.root->CertBySignee(chain.Get(chain.Top())));
@@ -107,7 +109,7 @@ void sxTrust_EndInRoot(sxCerts &chain, int level, const sxKeyHolder_imp::Trust &
   AddReference(chain, signer != nullptr ? signer : trust.root->Cert());
 }
 
-sxRootCA *sxKeyHolder_imp::IsChainTrusted(const sxCerts &chain, sxCerts &out) {
+SharedRef<sxRootCA> sxKeyHolder_imp::IsChainTrusted(const sxCerts &chain, sxCerts &out) {
   sxCerts working;
   sxCerts_Sort(chain, working);   // what is not on the path stays behind
   if (kxLog_TraceOn()) {
@@ -122,12 +124,12 @@ sxRootCA *sxKeyHolder_imp::IsChainTrusted(const sxCerts &chain, sxCerts &out) {
       tderrorFunc("CERT", 1, 0, "%s: invalid certificate at level %d", kIsChainTrusted, i);
       continue;
     }
-    const Trust trust = FindTrust(*cert);
-    if (trust.root != nullptr) {
+    Trust trust = FindTrust(*cert);
+    if (trust.root) {
       tderrorFunc("CERT", 5, 0, "%s: Trust Found !!\n", kIsChainTrusted);
       sxTrust_EndInRoot(working, i, trust);
       out.Swap(working);
-      return trust.root;
+      return std::move(trust.root);
     }
     if (i < working.Top()) continue;
     tderrorFunc("CERT", 5, 0, "%s: reached the chain's top level: %d", kIsChainTrusted, i);
@@ -140,7 +142,7 @@ sxRootCA *sxKeyHolder_imp::IsChainTrusted(const sxCerts &chain, sxCerts &out) {
     }
   }
   tderrorFunc("CERT", 3, 0, "%s: Trust Not Found.\n", kIsChainTrusted);
-  return nullptr;
+  return {};
 }
 
 int sxKeyHolder::IsCertTrustedCA(sxRootCA *ca, const sxCert &cert) {
@@ -151,10 +153,14 @@ int sxKeyHolder::IsSignedByTrustedCA(sxRootCA *ca, const sxCert &cert) {
   return sxTrust_SignerOf(ca, cert) != nullptr ? 1 : 0;
 }
 
-sxRootCA *sxKeyHolder::IsCertTrusted(const sxCert &cert, TrustType &type) {
-  const sxKeyHolder_imp::Trust trust = GetP()->FindTrust(cert);
+sxRootCA *sxKeyHolder::IsCertTrusted_Save(const sxCert &cert, TrustType &type) {
+  sxKeyHolder_imp::Trust trust = GetP()->FindTrust(cert);
   type = trust.type;
-  return trust.root;
+  return trust.root.Release();
+}
+
+sxRootCA *sxKeyHolder::IsCertTrusted(const sxCert &cert, TrustType &type) {
+  return SharedRef<sxRootCA>::Adopt(IsCertTrusted_Save(cert, type)).get();
 }
 
 int sxKeyHolder::IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) {
@@ -162,14 +168,13 @@ int sxKeyHolder::IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) {
 }
 
 sxRootCA *sxKeyHolder::IsChainTrusted(const sxCerts &chain, sxCerts &out) {
-  return GetP()->IsChainTrusted(chain, out);
+  return GetP()->IsChainTrusted(chain, out).get();
 }
-
 int sxKeyHolder::CopyChain(const sxCerts &sorted, sxCerts &out) { return sxTrust_CopyChain(sorted, out); }
 void sxKeyHolder::TruncateChain(sxCerts &chain, int level) { sxTrust_TruncateChain(chain, level); }
 
 void sxKeyHolder::CanonizeChain(sxRootCA *root, const sxCerts &sorted, sxCerts &out, int level, TrustType type) {
   if (level < 0 || root == nullptr || (type != TrustType_trustedCA && type != TrustType_signedByCA)) return;
   if (sxTrust_CopyChain(sorted, out) != 0) return;
-  sxTrust_EndInRoot(out, level, {root, type, nullptr});
+  sxTrust_EndInRoot(out, level, {SharedRef<sxRootCA>(root), type, nullptr});
 }

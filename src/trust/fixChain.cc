@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <string>
+#include <utility>
 
 #include "cert/dnValue.h"
 #include "cert/peerText.h"
@@ -12,6 +13,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "trust/sharedRef.h"
 #include "trust/sxKeyHolder_imp.h"
 
 namespace {
@@ -20,6 +22,8 @@ constexpr char kFixChain[] = "sxCert_FixChain_do";
 constexpr char kUseCN[] = "sxCert_UseCN2FetchUser";
 
 std::atomic<sxSubCAFunc> g_subCAFunc{nullptr};
+
+using RootRef = SharedRef<sxRootCA>;
 
 const char *NameOf(const sxRootCA &root) { return root.Name() != nullptr ? root.Name() : "no name"; }
 
@@ -44,11 +48,11 @@ bool IsAdditionalCert(const sxRootCA &root, const sxCert &cert) {
 }
 
 // The root whose own certificate stands at position i, or null.
-sxRootCA *RootAt(const sxCerts &chain, int i, sxKeyHolder &holder) {
+RootRef RootAt(const sxCerts &chain, int i, sxKeyHolder_imp &holder) {
   const sxCert *cert = chain.Get(i);
-  if (cert == nullptr || cert->Subject() == nullptr) return nullptr;
-  sxRootCA *root = holder.CAByDN(cert->Subject());
-  return root != nullptr && IsOwnCert(*root, *cert) ? root : nullptr;
+  if (cert == nullptr || cert->Subject() == nullptr) return {};
+  RootRef root = holder.ListedRootRef(cert->Subject());
+  return root && IsOwnCert(*root, *cert) ? std::move(root) : RootRef();
 }
 
 void CutAbove(sxCerts &chain, int last) {
@@ -59,28 +63,28 @@ void CutAbove(sxCerts &chain, int last) {
 }
 
 // The chain goes on past a root of the holder.
-sxRootCA *FixLongChain(sxCerts &chain, int top, sxKeyHolder &holder) {
+RootRef FixLongChain(sxCerts &chain, int top, sxKeyHolder_imp &holder) {
   for (int i = top - 1; i >= 1; --i) {
-    sxRootCA *root = RootAt(chain, i, holder);
-    if (root == nullptr) continue;
+    RootRef root = RootAt(chain, i, holder);
+    if (!root) continue;
     CutAbove(chain, i);
     herror_func(0, 0, "%s: Got a long chain. Found the root CA down the chain", kFixChain);
     return root;
   }
-  return nullptr;
+  return {};
 }
 
 // The chain ends below a sub-CA that stands in the chain of one of the holder's own keys.
-sxRootCA *FixShortChain(sxCerts &chain, int top, sxKeyHolder &holder) {
+RootRef FixShortChain(sxCerts &chain, int top, sxKeyHolder_imp &holder) {
   const sxDN *issuer = chain.Get(top)->Issuer();
   if (issuer == nullptr) {
     herror_func(0, 0, "%s: top cert doesn't have DN", kFixChain);
-    return nullptr;
+    return {};
   }
-  const sxCertifiedKey *key = holder.CertKeyBySubCA(*issuer);
-  if (key == nullptr || key->Root() == nullptr || key->Root()->Cert() == nullptr) {
+  const SharedRef<sxCertifiedKey> key = holder.KeyRefBySubCA(*issuer);
+  if (!key || key->Root() == nullptr || key->Root()->Cert() == nullptr) {
     herror_func(0, 0, "%s: Can't find the chains' root CA in my token", kFixChain);
-    return nullptr;
+    return {};
   }
   const sxCerts &own = key->Chain();
   const int ownTop = own.Top();
@@ -91,22 +95,23 @@ sxRootCA *FixShortChain(sxCerts &chain, int top, sxKeyHolder &holder) {
   while (j <= ownTop && !isIssuer(j)) ++j;
   if (j > ownTop) {
     herror_func(0, 0, "%s: Failed to fix chain", kFixChain);
-    return nullptr;
+    return {};
   }
   for (; j <= ownTop; ++j) {
     if (own.Get(j) != nullptr) AddReference(chain, own.Get(j));
   }
   if (!IsOwnCert(*key->Root(), *chain.Get(chain.Top()))) AddReference(chain, key->Root()->Cert());
   herror_func(0, 0, "%s: Got short chain. Extended it to my root CA", kFixChain);
-  return key->Root();
+  return RootRef(key->Root());
 }
 
 // The first lower root that the chain runs through is the one it is to end in.
-sxRootCA *CutAtLowerRoot(sxCerts &chain, int top, sxRootCA *root, sxKeyHolder &holder) {
+RootRef CutAtLowerRoot(sxCerts &chain, int top, RootRef root, sxKeyHolder_imp &holder) {
   for (int p = 1; p < top; ++p) {
     const sxCert *cert = chain.Get(p);
-    sxRootCA *lower = cert != nullptr && cert->Subject() != nullptr ? holder.CAByDN(cert->Subject()) : nullptr;
-    if (lower == nullptr) continue;
+    if (cert == nullptr || cert->Subject() == nullptr) continue;
+    RootRef lower = holder.ListedRootRef(cert->Subject());
+    if (!lower) continue;
     herror_func(0, 0,
                 "%s: Found additional root CA down the chain with the same DN, need to check if certificate "
                 "is indeed the same", kFixChain);
@@ -118,36 +123,36 @@ sxRootCA *CutAtLowerRoot(sxCerts &chain, int top, sxRootCA *root, sxKeyHolder &h
   return root;
 }
 
-sxRootCA *FixOnce(sxCerts &chain, sxKeyHolder &holder) {
+RootRef FixOnce(sxCerts &chain, sxKeyHolder_imp &holder) {
   const int top = chain.Top();
-  if (top < 0) return nullptr;
+  if (top < 0) return {};
   const sxCert *topCert = chain.Get(top);
-  sxRootCA *root = topCert->Subject() != nullptr ? holder.CAByDN(topCert->Subject()) : nullptr;
+  RootRef root = topCert->Subject() != nullptr ? holder.ListedRootRef(topCert->Subject()) : RootRef();
   bool wasRootAlone = false;
-  if (root != nullptr) {
+  if (root) {
     if (IsOwnCert(*root, *topCert)) {
       wasRootAlone = chain.Count() == 1;
     } else if (!IsAdditionalCert(*root, *topCert)) {
       herror_func(0, 0, "%s: Failed to fix chain, certificate of non-trusted CA with DN of trusted CA", kFixChain);
-      return nullptr;
+      return {};
     }
     chain.Del(top);
-  } else {
-    root = topCert->Issuer() != nullptr ? holder.CAByDN(topCert->Issuer()) : nullptr;
+  } else if (topCert->Issuer() != nullptr) {
+    root = holder.ListedRootRef(topCert->Issuer());
   }
-  if (root == nullptr) {
+  if (!root) {
     herror_func(0, 0, "%s: didn't find root ca in chain top", kFixChain);
-    sxRootCA *lower = FixLongChain(chain, top, holder);
-    return lower != nullptr ? lower : FixShortChain(chain, top, holder);
+    RootRef lower = FixLongChain(chain, top, holder);
+    return lower ? std::move(lower) : FixShortChain(chain, top, holder);
   }
   if (kxLog_DebugOn()) herror_func(0, 0, "%s: found root ca:%s", kFixChain, NameOf(*root));
   sxCert *rootCert = wasRootAlone ? root->Cert() : root->CertBySignee(chain.Get(chain.Top()));
   if (rootCert == nullptr) {
     herror_func(0, 0, "%s: didn't find cert in CA that matches chain top", kFixChain);
-    return nullptr;
+    return {};
   }
   AddReference(chain, rootCert);
-  if (top >= 2) return CutAtLowerRoot(chain, top, root, holder);
+  if (top >= 2) return CutAtLowerRoot(chain, top, std::move(root), holder);
   if (kxLog_DebugOn()) herror_func(0, 0, "%s: Found the root CA %s in my token", kFixChain, NameOf(*root));
   return root;
 }
@@ -165,12 +170,14 @@ int FailUser(const char *reason) {
 
 sxRootCA *sxCert_FixChain(sxCerts *chain, sxKeyHolder &holder) {
   if (chain == nullptr) return nullptr;
-  sxRootCA *root = FixOnce(*chain, holder);
-  if (root != nullptr) return root;
+  RootRef root = FixOnce(*chain, *holder.GetP());
   const sxSubCAFunc addSubCAs = g_subCAFunc;
-  if (IsOneSelfIssued(*chain) || addSubCAs == nullptr || addSubCAs(*chain) < 0) return nullptr;
-  sxCerts_Sort(*chain);   // what is not on the path has gone; the second attempt decides
-  return FixOnce(*chain, holder);
+  if (!root && !IsOneSelfIssued(*chain) && addSubCAs != nullptr && addSubCAs(*chain) >= 0) {
+    sxCerts_Sort(*chain);   // what is not on the path has gone; the second attempt decides
+    root = FixOnce(*chain, *holder.GetP());
+  }
+  chain->Keep(root.get());
+  return root.get();
 }
 
 sxRootCA *sxCert_FixChainC(sxCerts *chain, sxKeyHolder *holder) {

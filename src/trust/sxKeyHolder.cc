@@ -1,7 +1,6 @@
 #include "kxcert/trust/sxKeyHolder.h"
 
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "kxcert/cert/sxCerts.h"
@@ -13,12 +12,28 @@
 
 namespace {
 
-// The first object of a new iterator that fits, lent, or null.
-template <class Iterator, class Fits>
-auto FindFirst(Iterator *objects, Fits fits) {
-  const std::unique_ptr<Iterator> it(objects);
-  while (it->Curr() != nullptr && !fits(*it->Curr())) it->Next();
-  return it->Curr();
+// The first object that fits, lent, or null.
+template <class Object, class Fits>
+Object *FindFirst(const sxPKObjects &objects, const Fits &fits) {
+  const auto matches = [](const sxPKobj *obj, const void *wanted) -> bool {
+    return (*static_cast<const Fits *>(wanted))(static_cast<const Object &>(*obj));
+  };
+  return static_cast<Object *>(objects.FindFirst(matches, &fits));
+}
+
+// All of them, as they stood at one moment.
+template <class Object>
+std::vector<SharedRef<Object>> RefsOf(const sxPKObjects &objects) {
+  std::vector<Object *> lent;
+  const CountsLock lock;
+  FindFirst<Object>(objects, [&lent](const Object &obj) {
+    lent.push_back(const_cast<Object *>(&obj));
+    return false;
+  });
+  std::vector<SharedRef<Object>> refs;
+  refs.reserve(lent.size());
+  for (Object *obj : lent) refs.emplace_back(obj);
+  return refs;
 }
 
 bool HasName(const sxPKNamedObj &obj, const char *name) {
@@ -39,7 +54,7 @@ Preference PreferenceOf(const sxCertifiedKey &key) {
 }
 
 // A root of the holder that stands below another one of them adds no trust of its own.
-bool IsTopMost(sxKeyHolder &holder, const sxRootCA &root) {
+bool IsTopMost(sxKeyHolder_imp &holder, const sxRootCA &root) {
   const sxCert *cert = root.Cert();
   if (cert == nullptr || cert->Subject() == nullptr || cert->Issuer() == nullptr) {
     herror_func(0, 0, "sxKeyHolder_Sort: Bad certificate (%s)", root.Name() != nullptr ? root.Name() : "no name");
@@ -60,76 +75,81 @@ bool sxTrust_IsSelfIssued(const sxCert &cert) {
 }
 
 sxRootCA *sxKeyHolder_imp::CAByName(const char *name) {
-  return FindFirst(RootCAs(), [=](const sxRootCA &ca) { return HasName(ca, name); });
+  return FindFirst<sxRootCA>(ListedCAs(), [=](const sxRootCA &ca) { return HasName(ca, name); });
 }
 
 sxRootCA *sxKeyHolder_imp::CAByDN(const sxDN *dn) {
-  return FindFirst(RootCAs(), [=](const sxRootCA &ca) { return sxTrust_SameDN(ca.DN(), dn); });
+  return FindFirst<sxRootCA>(ListedCAs(), [=](const sxRootCA &ca) { return sxTrust_SameDN(ca.DN(), dn); });
 }
 
 sxRootCA *sxKeyHolder_imp::CAByID(const unsigned char *id, int idLen) {
-  return FindFirst(RootCAs(), [=](const sxRootCA &ca) { return ca.HasId(id, idLen); });
+  return FindFirst<sxRootCA>(ListedCAs(), [=](const sxRootCA &ca) { return ca.HasId(id, idLen); });
 }
 
 sxCertifiedKey *sxKeyHolder_imp::CertKeyByName(const char *name) {
-  return FindFirst(CertKeys(), [=](const sxCertifiedKey &key) { return HasName(key, name); });
+  return FindFirst<sxCertifiedKey>(ListedKeys(), [=](const sxCertifiedKey &key) { return HasName(key, name); });
 }
 
 sxCertifiedKey *sxKeyHolder_imp::CertKeyByDN(const sxDN *dn) {
-  return FindFirst(CertKeys(), [=](const sxCertifiedKey &key) { return sxTrust_SameDN(key.DN(), dn); });
+  return FindFirst<sxCertifiedKey>(ListedKeys(),
+                                   [=](const sxCertifiedKey &key) { return sxTrust_SameDN(key.DN(), dn); });
 }
 
 sxCertifiedKey *sxKeyHolder_imp::CertKeyBySubCA(const sxDN &dn) {
-  return FindFirst(CertKeys(), [&dn](const sxCertifiedKey &key) { return key.Chain().GetBySubjectDN(dn) != nullptr; });
+  return FindFirst<sxCertifiedKey>(
+      ListedKeys(), [&dn](const sxCertifiedKey &key) { return key.Chain().GetBySubjectDN(dn) != nullptr; });
 }
 
 sxCertifiedKey *sxKeyHolder_imp::CertKeyByCADN(const sxDN *dn) {
-  return FindFirst(CertKeys(), [=](const sxCertifiedKey &key) {
+  return FindFirst<sxCertifiedKey>(ListedKeys(), [=](const sxCertifiedKey &key) {
     return key.Root() != nullptr && sxTrust_SameDN(key.Root()->DN(), dn);
   });
 }
 
 sxCertifiedKey *sxKeyHolder_imp::CertKeyByID(const unsigned char *id, int idLen) {
-  return FindFirst(CertKeys(), [=](const sxCertifiedKey &key) { return key.HasId(id, idLen); });
+  return FindFirst<sxCertifiedKey>(ListedKeys(), [=](const sxCertifiedKey &key) { return key.HasId(id, idLen); });
 }
 
 sxCertifiedKey *sxKeyHolder_imp::CertKeyByDefault() {
-  sxCertifiedKey *lastOf[kNumPreferences] = {};
-  const std::unique_ptr<sxCertKey_iterator> it(CertKeys());
-  for (; it->Curr() != nullptr; it->Next()) {
-    const Preference preference = PreferenceOf(*it->Curr());
-    if (preference == kPreferred) return it->Curr();
-    lastOf[preference] = it->Curr();
-  }
-  return lastOf[kOther] != nullptr ? lastOf[kOther] : lastOf[kLast];
+  const sxCertifiedKey *lastOf[kNumPreferences] = {};
+  sxCertifiedKey *preferred = FindFirst<sxCertifiedKey>(ListedKeys(), [&lastOf](const sxCertifiedKey &key) {
+    const Preference preference = PreferenceOf(key);
+    lastOf[preference] = &key;
+    return preference == kPreferred;
+  });
+  if (preferred != nullptr) return preferred;
+  return const_cast<sxCertifiedKey *>(lastOf[kOther] != nullptr ? lastOf[kOther] : lastOf[kLast]);
 }
 
 void sxKeyHolder_imp::operator+=(sxKeyHolder_imp &other) {
   if (&other == this) return;
-  const std::unique_ptr<sxRootCA_iterator> cas(other.RootCAs());
-  for (; cas->Curr() != nullptr; cas->Next()) AddCA(cas->Curr());
-  const std::unique_ptr<sxCertKey_iterator> keys(other.CertKeys());
-  for (; keys->Curr() != nullptr; keys->Next()) AddCertKey(keys->Curr());
+  for (const SharedRef<sxRootCA> &ca : RefsOf<sxRootCA>(other.ListedCAs())) AddCA(ca.get());
+  for (const SharedRef<sxCertifiedKey> &key : RefsOf<sxCertifiedKey>(other.ListedKeys())) AddCertKey(key.get());
 }
 
-bool sxKeyHolder_imp::HasKeys() {
-  const std::unique_ptr<sxCertKey_iterator> keys(CertKeys());
-  return keys->Curr() != nullptr;
-}
-
-bool sxKeyHolder_imp::HasRootCAs() {
-  const std::unique_ptr<sxRootCA_iterator> cas(RootCAs());
-  return cas->Curr() != nullptr;
-}
+bool sxKeyHolder_imp::HasKeys() { return ListedKeys().Count() > 0; }
+bool sxKeyHolder_imp::HasRootCAs() { return ListedCAs().Count() > 0; }
 
 void sxKeyHolder_imp::Herror_Short() {
   if (!kxLog_DebugOn()) return;
   herror_func(0, 0, "Root CAs:");
-  const std::unique_ptr<sxRootCA_iterator> cas(RootCAs());
-  for (; cas->Curr() != nullptr; cas->Next()) cas->Curr()->Herror();
+  for (const SharedRef<sxRootCA> &ca : RefsOf<sxRootCA>(ListedCAs())) ca->Herror();
   herror_func(0, 0, "Certified keys:");
-  const std::unique_ptr<sxCertKey_iterator> keys(CertKeys());
-  for (; keys->Curr() != nullptr; keys->Next()) keys->Curr()->Herror();
+  for (const SharedRef<sxCertifiedKey> &key : RefsOf<sxCertifiedKey>(ListedKeys())) key->Herror();
+}
+
+sxKeyHolder *sxKeyHolder_imp::NewSorted() {
+  sxKeyHolder *sorted = sxKeyHolder_New();
+  for (const SharedRef<sxRootCA> &ca : RefsOf<sxRootCA>(ListedCAs())) {
+    if (CertKeyByID(ca->Id(), ca->IdLen()) == nullptr && IsTopMost(*this, *ca)) sorted->AddCA(ca.get());
+  }
+  const std::vector<SharedRef<sxCertifiedKey>> keys = RefsOf<sxCertifiedKey>(ListedKeys());
+  for (int preference = kPreferred; preference < kNumPreferences; ++preference) {
+    for (const SharedRef<sxCertifiedKey> &key : keys) {
+      if (PreferenceOf(*key) == preference) sorted->AddCertKey(key.get());
+    }
+  }
+  return sorted;
 }
 
 sxKeyHolder::sxKeyHolder(sxKeyHolder_imp *imp) : sxPKobj(imp) { imp->SetReal(this); }
@@ -140,6 +160,7 @@ sxRootCA_iterator *sxKeyHolder::RootCAs() { return GetP()->RootCAs(); }
 int sxKeyHolder::AddCA(sxRootCA *ca) { return GetP()->AddCA(ca); }
 int sxKeyHolder::RemoveCA(sxRootCA *ca) { return GetP()->RemoveCA(ca); }
 sxRootCA *sxKeyHolder::RootCA_Lookup(const sxDN &dn) { return GetP()->RootCA_Lookup(dn); }
+sxRootCA *sxKeyHolder::RootCA_Lookup_Save(const sxDN &dn) { return GetP()->RootRef(dn).Release(); }
 sxRootCA *sxKeyHolder::CAByName(const char *name) { return GetP()->CAByName(name); }
 sxRootCA *sxKeyHolder::CAByDN(const sxDN *dn) { return GetP()->CAByDN(dn); }
 sxRootCA *sxKeyHolder::CAByID(const unsigned char *id, int idLen) { return GetP()->CAByID(id, idLen); }
@@ -172,18 +193,5 @@ bool sxKeyHolder::HasRootCAs() { return GetP()->HasRootCAs(); }
 void sxKeyHolder::Herror_Short() { GetP()->Herror_Short(); }
 
 sxKeyHolder *sxKeyHolder_Sort(sxKeyHolder *holder) {
-  if (holder == nullptr) return nullptr;
-  sxKeyHolder *sorted = sxKeyHolder_New();
-  const std::unique_ptr<sxRootCA_iterator> cas(holder->RootCAs());
-  for (; cas->Curr() != nullptr; cas->Next()) {
-    sxRootCA *ca = cas->Curr();
-    if (holder->CertKeyByID(ca->Id(), ca->IdLen()) == nullptr && IsTopMost(*holder, *ca)) sorted->AddCA(ca);
-  }
-  std::vector<sxCertifiedKey *> keys[kNumPreferences];
-  const std::unique_ptr<sxCertKey_iterator> it(holder->CertKeys());
-  for (; it->Curr() != nullptr; it->Next()) keys[PreferenceOf(*it->Curr())].push_back(it->Curr());
-  for (const std::vector<sxCertifiedKey *> &equals : keys) {
-    for (sxCertifiedKey *key : equals) sorted->AddCertKey(key);
-  }
-  return sorted;
+  return holder != nullptr ? holder->GetP()->NewSorted() : nullptr;
 }

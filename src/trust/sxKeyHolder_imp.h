@@ -4,8 +4,11 @@
 #define KXCERT_SRC_TRUST_SXKEYHOLDER_IMP_H_
 
 #include "kxcert/foundation/sxPKobj_imp.h"
+#include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxKeyHolder.h"
 #include "kxcert/trust/sxPKObjects.h"
+#include "kxcert/trust/sxRootCA.h"
+#include "trust/sharedRef.h"
 
 class sxKeyHolder_imp : public sxPKobj_imp {
  public:
@@ -40,18 +43,34 @@ class sxKeyHolder_imp : public sxPKobj_imp {
   virtual sxCertifiedKey *CertKeyByCADN(const sxDN *dn);
   virtual sxCertifiedKey *CertKeyByID(const unsigned char *id, int idLen);
   virtual void Herror_Short();
+  sxKeyHolder *NewSorted();                           ///< as sxKeyHolder_Sort says
 
   virtual int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) = 0;
 
+  // What look-ups lend may go when another thread removes it; decisions hold references of their own.
+  SharedRef<sxRootCA> RootRef(const sxDN &dn) {
+    return SharedRef<sxRootCA>::To([&] { return RootCA_Lookup(dn); });
+  }
+  SharedRef<sxRootCA> ListedRootRef(const sxDN *dn) {
+    return SharedRef<sxRootCA>::To([&] { return CAByDN(dn); });
+  }
+  SharedRef<sxCertifiedKey> KeyRefBySubCA(const sxDN &dn) {
+    return SharedRef<sxCertifiedKey>::To([&] { return CertKeyBySubCA(dn); });
+  }
+
   /// What a trust search found: the root, why, and for TrustType_signedByCA the root's certificate
-  /// whose key verified the signature. All lent.
+  /// whose key verified the signature, lent by the root.
   struct Trust {
-    sxRootCA *root = nullptr;
+    SharedRef<sxRootCA> root = {};
     TrustType type = TrustType_none;
     sxCert *signer = nullptr;
   };
   Trust FindTrust(const sxCert &cert);
-  sxRootCA *IsChainTrusted(const sxCerts &chain, sxCerts &out);
+  SharedRef<sxRootCA> IsChainTrusted(const sxCerts &chain, sxCerts &out);
+
+ protected:
+  virtual const sxPKObjects &ListedCAs() const = 0;
+  virtual const sxPKObjects &ListedKeys() const = 0;
 };
 
 /// The certificate of a CA that issued @p cert by name and whose key verifies it. Lent, or null.

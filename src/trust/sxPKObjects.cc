@@ -1,6 +1,8 @@
 #include "kxcert/trust/sxPKObjects.h"
 
 #include <algorithm>
+#include <mutex>
+#include <shared_mutex>
 #include <unordered_map>
 #include <vector>
 
@@ -24,17 +26,61 @@ class sxPKObjects_imp {
   sxPKObjects_imp(const sxPKObjects_imp &) = delete;
   sxPKObjects_imp &operator=(const sxPKObjects_imp &) = delete;
 
+  // The lock of the reference counts is never waited for under the set's own.
   void Add(sxPKobj *obj) {
-    if (m_count == m_slots.size()) m_slots.resize(m_count + kGrowSlots);
     sxSavePKobj(obj);
+    const std::lock_guard<std::shared_mutex> guard(m_lock);
+    if (m_count == m_slots.size()) m_slots.resize(m_count + kGrowSlots);
     m_slots[m_count] = obj;
     Enter(m_count);
     ++m_count;
   }
 
   int Delete(sxPKobj *obj) {
+    if (!TakeOut(obj)) return -1;
+    sxFreePKobj(obj);
+    return 0;
+  }
+
+  sxPKobj *Get(int i) const {
+    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    return IsSlot(i) ? m_slots[static_cast<size_t>(i)] : nullptr;
+  }
+
+  bool IsInRange(int i) const {
+    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    return IsSlot(i);
+  }
+
+  int Count() const {
+    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    return static_cast<int>(m_count);
+  }
+
+  sxPKobj *Find(uint64_t hash, sxPKObjects::MatchFunc matches, const void *wanted) const {
+    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    const auto bucket = m_index.find(hash);
+    if (bucket == m_index.end()) return nullptr;
+    for (const size_t slot : bucket->second) {
+      if (matches(m_slots[slot], wanted)) return m_slots[slot];
+    }
+    return nullptr;
+  }
+
+  sxPKobj *FindFirst(sxPKObjects::MatchFunc matches, const void *wanted) const {
+    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    const auto end = m_slots.begin() + static_cast<ptrdiff_t>(m_count);
+    const auto found = std::find_if(m_slots.begin(), end, [=](sxPKobj *obj) { return matches(obj, wanted); });
+    return found != end ? *found : nullptr;
+  }
+
+ private:
+  bool IsSlot(int i) const { return i >= 0 && static_cast<size_t>(i) < m_slots.size(); }
+
+  bool TakeOut(const sxPKobj *obj) {
+    const std::lock_guard<std::shared_mutex> guard(m_lock);
     const auto found = std::find(m_slots.begin(), m_slots.end(), obj);
-    if (found == m_slots.end()) return -1;
+    if (found == m_slots.end()) return false;
     const auto hole = static_cast<size_t>(found - m_slots.begin());
     const size_t last = m_count - 1;
     Leave(hole);
@@ -45,23 +91,9 @@ class sxPKObjects_imp {
     }
     m_slots[last] = nullptr;
     m_count = last;
-    sxFreePKobj(obj);
-    return 0;
+    return true;
   }
 
-  sxPKobj *Find(uint64_t hash, sxPKObjects::MatchFunc matches, const void *wanted) const {
-    const auto bucket = m_index.find(hash);
-    if (bucket == m_index.end()) return nullptr;
-    for (const size_t slot : bucket->second) {
-      if (matches(m_slots[slot], wanted)) return m_slots[slot];
-    }
-    return nullptr;
-  }
-
-  std::vector<sxPKobj *> m_slots;   // the first m_count are occupied, the others null
-  size_t m_count = 0;
-
- private:
   void Enter(size_t slot) {
     if (m_hashOf == nullptr) return;
     std::vector<size_t> &bucket = m_index[m_hashOf(m_slots[slot])];
@@ -76,6 +108,9 @@ class sxPKObjects_imp {
     if (slots.empty()) m_index.erase(bucket);
   }
 
+  mutable std::shared_mutex m_lock;
+  std::vector<sxPKobj *> m_slots;                              // the first m_count are occupied, the others null
+  size_t m_count = 0;
   const sxPKObjects::HashFunc m_hashOf;                        // null: no index
   std::unordered_map<uint64_t, std::vector<size_t>> m_index;   // slots of each hash, ascending
 };
@@ -107,15 +142,14 @@ int sxPKObjects::Add(sxPKobj *obj) {
 }
 
 int sxPKObjects::Delete(sxPKobj *obj) { return obj != nullptr ? m_imp->Delete(obj) : -1; }
-sxPKobj *sxPKObjects::Get(int i) const {
-  return IsInRange(i) ? m_imp->m_slots[static_cast<size_t>(i)] : nullptr;
-}
-bool sxPKObjects::IsInRange(int i) const {
-  return i >= 0 && static_cast<size_t>(i) < m_imp->m_slots.size();
-}
-int sxPKObjects::Count() const { return static_cast<int>(m_imp->m_count); }
+sxPKobj *sxPKObjects::Get(int i) const { return m_imp->Get(i); }
+bool sxPKObjects::IsInRange(int i) const { return m_imp->IsInRange(i); }
+int sxPKObjects::Count() const { return m_imp->Count(); }
 sxPKobj *sxPKObjects::Find(uint64_t hash, MatchFunc matches, const void *wanted) const {
   return m_imp->Find(hash, matches, wanted);
+}
+sxPKobj *sxPKObjects::FindFirst(MatchFunc matches, const void *wanted) const {
+  return m_imp->FindFirst(matches, wanted);
 }
 
 sxRootCA_iterator::sxRootCA_iterator(const sxPKObjects &objects)

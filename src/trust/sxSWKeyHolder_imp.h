@@ -30,12 +30,14 @@ class sxSWKeyHolder_imp : public sxKeyHolder_imp {
   int AddCertKey(sxCertifiedKey *key) override;
   int RemoveCertKey(sxCertifiedKey *key) override;
 
-  bool HasKeys() override { return m_certKeys.Get(0) != nullptr; }
-  bool HasRootCAs() override { return m_rootCAs.Get(0) != nullptr; }
   int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) override;
 
   virtual int AddCA_Cache(sxRootCA *ca);
   virtual int RemoveCA_Cache(sxRootCA *ca);
+
+ protected:
+  const sxPKObjects &ListedCAs() const override { return m_rootCAs; }
+  const sxPKObjects &ListedKeys() const override { return m_certKeys; }
 
  private:
   bool IntermediatesOn(const char *what) const;      // traces when they are off

@@ -1,3 +1,5 @@
+#include <ctime>
+
 #include "asn1/modules/TESTTYPES.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "support/asnHex.h"
@@ -80,6 +82,20 @@ TEST(sxAsnList, RemovesAtTheCursor) {
     list.RemoveCurrFromList();
   }
   EXPECT_EQ("[99 ] of 1 at 0", Shown(list));
+}
+
+// Moving all others each time takes tens of seconds.
+TEST(sxAsnList, GrowsAtBothEndsInLittleTime) {
+  constexpr int kNumEach = 150000;
+  sxASN_TestNumbers list;
+  const std::clock_t start = std::clock();
+  for (int i = 0; i < kNumEach; ++i) {
+    list.Append()->Set(i);
+    list.Prepend()->Set(-1 - i);
+  }
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
+  int expected = -kNumEach;
+  for (const sxASN_TestNumber &number : list) ASSERT_EQ(expected++, number.GetShortVal());
 }
 
 constexpr struct { const char *what; const char *hex; const char *again; const char *log; } kListCases[] = {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
+
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -47,6 +49,19 @@ TEST(sxCerts, HolesStayAndAddGoesBehindTheTop) {
   EXPECT_EQ(c.Get(), full.Get(2));
 }
 
+// Looking for the top in each empty slot takes a minute.
+TEST(sxCerts, ManyReservedSlotsFillInLittleTime) {
+  const TestCert a("CN=a", nullptr);
+  constexpr int kNum = 300000;
+  sxCerts certs(kNum);
+  const std::clock_t start = std::clock();
+  for (int i = 0; i < kNum; ++i) certs.Add(a.Ref());
+  EXPECT_EQ(kNum, certs.Count());
+  for (int i = kNum; i-- > 1;) certs.Del(i);
+  EXPECT_EQ(0, certs.Top());
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
+}
+
 // The last reference must go with the set, and none before; the leak checker sees both.
 TEST(sxCerts, AdoptsReferences) {
   const TestCert a("CN=a", nullptr), b("CN=b", nullptr);
@@ -68,8 +83,11 @@ TEST(sxCerts, AdoptsReferences) {
   assigned.Swap(copy);
   EXPECT_EQ(1, copy.Count());
   EXPECT_EQ(0, assigned.Count());
+  copy.Keep(a.Get());
+  sxCerts(copy).Keep(b.Get());
   sxCerts_ClearAll(&copy);
   EXPECT_EQ(0, copy.Count());
+  copy.Keep(b.Get());
 }
 
 TEST(sxCerts, FindsBySubject) {

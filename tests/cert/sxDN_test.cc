@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
@@ -132,16 +132,23 @@ TEST(sxDN, RemoveSubDNIgnoresPlaces) {
   EXPECT_EQ("CN=a", TextOf(dn));
 }
 
-// Removing each RDN by itself from a tree would take minutes here.
+// Removing one by one from a tree, or comparing each with each, would take minutes here. Every second one
+// is spelt otherwise in the other name, and all stand the other way round.
 TEST(sxDN, RemoveSubDNOfManyRdnsIsQuick) {
-  Octets rdns;
-  for (int i = 0; i < 8000; ++i) rdns.insert(rdns.end(), {0x31, 0x00});
-  const sxDN dn = FromDer(Der(0x30, rdns));
+  Octets rdns, backwards;
+  for (int i = 0; i < 2 * 30000; ++i) {
+    const int number = i < 30000 ? i : 2 * 30000 - 1 - i;
+    const std::string text = (i < 30000 || number % 2 == 0 ? "A b" : " a  B") + std::to_string(number);
+    const Octets rdn = Der(0x31, Ava(kCN, number % 3 == 0 ? kPrintable : kUtf8, Text(text)));
+    Octets &to = i < 30000 ? rdns : backwards;
+    to.insert(to.end(), rdn.begin(), rdn.end());
+  }
+  const sxDN dn = FromDer(Der(0x30, rdns)), sub = FromDer(Der(0x30, backwards));
   sxDN out;
   int whole = 0;
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(1, dn.RemoveSubDN(dn, out, whole));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  const std::clock_t start = std::clock();
+  EXPECT_EQ(1, dn.RemoveSubDN(sub, out, whole));
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
   EXPECT_EQ(1, whole);
   EXPECT_EQ(0, out.Count());
 }

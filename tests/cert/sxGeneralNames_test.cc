@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <cstring>
+#include <ctime>
 
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"
@@ -41,6 +42,22 @@ TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
   itself.Add(&equalsNothing);
   itself.Add_IfNotExist(&itself);   // ends
   EXPECT_EQ(3, itself.Count());
+
+  // Names of every kind that has equals, twice; many of them, as comparing each with each takes minutes.
+  const sxAsnOid oid({1, 2, 3});
+  sxGeneralNames all;
+  const std::clock_t start = std::clock();
+  for (int i = 0; i < 2 * 20000; ++i) {
+    const unsigned number = static_cast<unsigned>(i % 20000);
+    const std::string text = std::to_string(number);
+    const in6_addr_kxt ip6 = {{static_cast<unsigned char>(number >> 8), static_cast<unsigned char>(number)}};
+    const sxDN dn(((i < 20000 ? "CN=a,O=" : "cn=A,o= ") + text).c_str());
+    const sxGeneralName kinds[] = {Dns(text.c_str()), sxGeneralName(number), sxGeneralName(ip6), sxGeneralName(&dn),
+                                   sxGeneralName(&oid, text.c_str(), static_cast<int>(text.size()))};
+    all.Add_IfNotExist(&kinds[number % 5]);
+  }
+  EXPECT_EQ(20000, all.Count());
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
 }
 
 TEST(sxGeneralNames, MatchesAnyWithAny) {

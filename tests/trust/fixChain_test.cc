@@ -53,11 +53,16 @@ TEST_F(FixChain, CutsChainsThatGoOnPastARoot) {
   EXPECT_EQ(lowerCA, Fix({&leaf, &lower, &upper, &root}, holder));   // neither the top nor its issuer is known
   EXPECT_THAT(Members(chain), ElementsAre(leaf.Get(), lower.Get()));
   EXPECT_TRUE(log.Has("sxCert_FixChain_do: Got a long chain. Found the root CA down the chain"));
+  // Its name alone is not enough.
+  const TestCert other("O=Fix/CN=lower", &upper, CaOptions()), byOther("O=Fix/CN=byOther", &other);
+  EXPECT_EQ(nullptr, Fix({&byOther, &other, &upper, &root}, holder));
 
   // Both are roots: the lower one ends the chain, also when only the issuer of its top is one.
   AddRoot(holder, root);
   EXPECT_EQ(lowerCA, Fix({&leaf, &lower, &upper}, holder));
   EXPECT_THAT(Members(chain), ElementsAre(leaf.Get(), lower.Get()));
+  EXPECT_NE(lowerCA, Fix({&byOther, &other, &upper}, holder));
+  EXPECT_THAT(Members(chain), ElementsAre(byOther.Get(), other.Get(), upper.Get(), root.Get()));
 }
 
 TEST_F(FixChain, ExtendsShortChainsFromItsOwnKeys) {

@@ -43,6 +43,7 @@ TEST(sxKeyHolder, FirstMatchInSlotOrderWins) {
   EXPECT_EQ(first, holder.RootCA_Lookup(*a.Get()->Subject()));
   EXPECT_EQ(nullptr, holder.CAByID(Octets("ID"), 2));
   EXPECT_EQ(nullptr, holder.CAByID(nullptr, 0));
+  EXPECT_EQ(nullptr, holder.CAByID(Octets(""), 0));   // as long as the last one's, which has none
   EXPECT_EQ(nullptr, holder.CAByName(nullptr));
   EXPECT_EQ(0, holder.RemoveCA(second));
   EXPECT_EQ(third, holder.CAByDN(b.Get()->Subject()));

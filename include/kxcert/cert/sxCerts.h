@@ -20,16 +20,20 @@ class KXCERT_EXPORT sxSignedObjects_imp {
   ~sxSignedObjects_imp();
 
   int Slots() const { return static_cast<int>(m_slots.size()); }
-  int Count() const;                               ///< slots that are not empty
-  int Top() const;                                 ///< highest slot that is not empty, or -1
+  int Count() const { return m_count; }            ///< slots that are not empty
+  int Top() const { return m_top; }                ///< highest slot that is not empty, or -1
   sxSigned *Get(int i) const;                      ///< lent; null for an empty or no slot
   void Add(sxSigned *obj);                         ///< at Top() + 1; adopts
   int Set(int i, sxSigned *obj);                   ///< adopts, 0; or -1 out of range, nothing adopted
   int Del(int i);                                  ///< empties the slot; later ones do not move; 0 or -1
   void ClearAll();
+  void Keep(sxPKobj *obj);                         ///< takes a reference in place of the one it had
 
  private:
   std::vector<sxSigned *> m_slots;
+  sxPKobj *m_kept = nullptr;
+  int m_count = 0;
+  int m_top = -1;
 };
 
 class KXCERT_EXPORT sxCerts {
@@ -49,6 +53,9 @@ class KXCERT_EXPORT sxCerts {
   void ClearAll() { m_imp->ClearAll(); }
   void Swap(sxCerts &other) noexcept;              ///< exchanges the members
   sxCert *GetBySubjectDN(const sxDN &dn) const;    ///< lent; the first one, or null
+  /// Keeps @p obj, say the root that a chain ends in, alive with the set and its copies, until it is
+  /// cleared or keeps another. Null: nothing.
+  void Keep(sxPKobj *obj) { m_imp->Keep(obj); }
 
   /// Unlike other lists an empty one says that it is: "0 certificates".
   void Sprint(SxStream *out, const char *title, sxCertHerrorDetails details, int indent) const;
@@ -67,9 +74,12 @@ KXCERT_EXPORT void sxCerts_Free(sxCerts *certs);
 KXCERT_EXPORT void sxCerts_ClearAll(sxCerts *certs);
 
 /// Path order, end entity first. The start is the member that issued no other member (a self-issued
-/// one only when nothing else is left); each next one is a member whose subject is the current issuer,
-/// chosen among several by key identifier, then by whose key verifies, then by input order. The path
-/// ends at a self-issued certificate or where no issuer is found.
+/// one only when nothing else is left); each next one is a member whose subject is the current issuer.
+/// Among several the one is taken whose key verifies; they are tried with a matching key identifier
+/// first, then those valid at the present time, then in input order, which also decides where none
+/// verifies. At most 64 signatures are verified, and none twice. The path ends where no issuer is
+/// found, and at a self-issued certificate unless another key of its CA verifies it (RFC 4210, 4.4).
+/// Copies of a certificate, octet for octet, are not on the path.
 /// @retval  0  every member is on the path
 /// @retval -1  the set is empty, or members that are not on the path were left out
 KXCERT_EXPORT int sxCerts_Sort(const sxCerts &in, sxCerts &out);

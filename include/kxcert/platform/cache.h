@@ -24,7 +24,9 @@ class KXCERT_EXPORT Cache {
   /// Takes over key and data in every case (an entry that cannot be held is destroyed at once) and
   /// replaces an equal key. @p entrySec limits this entry in addition to the cache's own limit; 0
   /// sets no limit of its own.
-  void Put(void *key, void *data, unsigned entrySec);
+  /// @return true when that very data was held under the key already: it stands for one reference, so
+  ///         that a caller who took another one for it drops that
+  bool Put(void *key, void *data, unsigned entrySec);
 
   /// The data of an equal, living key, which becomes the most recently used; null otherwise. An
   /// expired entry is destroyed on the way.

@@ -4,12 +4,11 @@
 /// Bounded, least recently used first out; each entry holds one reference. The caches lock themselves
 /// and may be used from any thread; reference counts then need sxPKobj::UseMutex(). What a lookup lends
 /// may be dropped by another thread that adds or deletes: the ..._Save forms hand over a reference of
-/// the caller's own, taken under the cache's lock.
+/// the caller's own.
 #ifndef KXCERT_TRUST_CACACHES_H_
 #define KXCERT_TRUST_CACACHES_H_
 
 #include <memory>
-#include <mutex>
 
 #include "kxcert/platform/export.h"
 
@@ -63,7 +62,6 @@ class KXCERT_EXPORT RootCA_Cache {
 
  private:
   const std::unique_ptr<Cache> m_cache;
-  std::mutex m_adding;
 };
 
 class KXCERT_EXPORT CA_Cert_Cache {
@@ -81,7 +79,6 @@ class KXCERT_EXPORT CA_Cert_Cache {
 
  private:
   const std::unique_ptr<Cache> m_cache;
-  std::mutex m_adding;
 };
 
 #endif

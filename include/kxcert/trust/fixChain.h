@@ -18,7 +18,7 @@ class sxRootCA;
 /// certificate, or extends it from the chain of one of the holder's own keys. When that fails, asks
 /// the sub-CA callback, sorts and tries once more. No signature below the root's is verified here.
 /// A failed repair leaves the chain partly changed: it is not trusted.
-/// @return the root that the chain now ends in, lent by the holder, or null
+/// @return the root that the chain now ends in, lent, or null; the chain keeps it
 KXCERT_EXPORT sxRootCA *sxCert_FixChain(sxCerts *chain, sxKeyHolder &holder);
 KXCERT_EXPORT sxRootCA *sxCert_FixChainC(sxCerts *chain, sxKeyHolder *holder);   ///< null also for null
 

@@ -5,10 +5,14 @@
 /// caches of root CAs and intermediate CA certificates. It answers lookups and decides whether a chain
 /// ends at a trusted root. Lookups lend; the first match in slot order wins.
 ///
-/// No locking: one thread changes a holder. While no one changes it, any number of threads may look
-/// up, decide trust and repair chains of their own against it; they only read the shared roots, keys
-/// and certificates. Reference counts then need sxPKobj::UseMutex(), called before. The
-/// intermediate-CA operations may run beside all of these, because that cache locks itself.
+/// Any number of threads may look up, decide trust and repair chains of their own while others add and
+/// remove CAs and keys, in every mode; reference counts then need sxPKobj::UseMutex(), called before.
+/// What a look-up lends may be dropped at any time by a thread that removes it, or, from a cache, by one
+/// that adds: where there is such a thread, use the ..._Save forms, which hand over a reference of the
+/// caller's own; or look up and save between sxPKobj::Lock() and Unlock(), which keeps every reference
+/// where it is. The root of a trusted or repaired chain lives as long as that chain. Iterators may miss
+/// an object that moves meanwhile. The roots and keys themselves are only read: their setters are for
+/// one thread alone, before the object is shared.
 #ifndef KXCERT_TRUST_SXKEYHOLDER_H_
 #define KXCERT_TRUST_SXKEYHOLDER_H_
 
@@ -51,14 +55,13 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   int RemoveCA(sxRootCA *ca);                          ///< 0, or negative when it is not here
   /// By name, in the root cache (mode 1: its text must be the same) or in the list (CAByDN).
   sxRootCA *RootCA_Lookup(const sxDN &dn);
+  sxRootCA *RootCA_Lookup_Save(const sxDN &dn);        ///< for sxFreePKobj, or null
   sxRootCA *CAByName(const char *name);
   sxRootCA *CAByDN(const sxDN *dn);                    ///< null finds a root without a name
   sxRootCA *CAByID(const unsigned char *id, int idLen);
 
   int AddIntermediateCA(sxCert *cert);                 ///< takes a reference; 0, or -1
-  /// Lent, or null. A thread that adds or removes may drop it at any time: when there is such a
-  /// thread, use GetIntermediateCA_Save.
-  sxCert *GetIntermediateCA(const sxDN &dn);
+  sxCert *GetIntermediateCA(const sxDN &dn);           ///< lent, or null
   sxCert *GetIntermediateCA_Save(const sxDN &dn);      ///< for sxFreeSigned, or null
   int IntermediateCAsCount();
   int RemoveIntermediateCA(const sxCert *cert);        ///< by its subject; 0, or -1
@@ -90,6 +93,7 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   /// The root that makes the certificate trusted, lent, or null.
   /// @param[out] type  why; TrustType_none with null
   sxRootCA *IsCertTrusted(const sxCert &cert, TrustType &type);
+  sxRootCA *IsCertTrusted_Save(const sxCert &cert, TrustType &type);   ///< for sxFreePKobj, or null
   /// 1 when a cached intermediate CA issued and signed it; that one is then added to @p chain.
   int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain);
 
@@ -101,7 +105,7 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   /// is itself a trusted CA's; at most kMaxChainLevels are looked at. Signatures below that level
   /// are not verified here: sxValidateSignatures does that with what @p out then holds.
   /// @param[out] out  the chain up to that level, then the root's certificate; untouched on failure
-  /// @return the root, lent, or null
+  /// @return the root, lent, or null; @p out keeps it, whatever other threads remove
   sxRootCA *IsChainTrusted(const sxCerts &chain, sxCerts &out);
   /// Empties @p out and adds every certificate. @return 0, or -1 when there is none
   int CopyChain(const sxCerts &sorted, sxCerts &out);

@@ -3,7 +3,12 @@
 ///
 /// Occupied slots always stand together at the front: an object is added in the first free slot, and
 /// when one is deleted the last one takes its place, so the order is not that of insertion any more.
-/// The set holds one reference of each object. No locking; reading may be shared while no one changes it.
+/// The set holds one reference of each object.
+///
+/// A set locks itself: any thread may look up, add and delete. What a look-up lends may be dropped by
+/// another thread that deletes: a caller that shares a set so looks up and saves between sxPKobj::Lock()
+/// and Unlock(), which keeps every reference where it is. Reference counts then need
+/// sxPKobj::UseMutex(). An iterator beside a thread that deletes may miss an object that moves.
 #ifndef KXCERT_TRUST_SXPKOBJECTS_H_
 #define KXCERT_TRUST_SXPKOBJECTS_H_
 
@@ -45,6 +50,9 @@ class KXCERT_EXPORT sxPKObjects {
 
   /// The object in the lowest slot that has this hash and matches. Lent; null without an index.
   sxPKobj *Find(uint64_t hash, MatchFunc matches, const void *wanted) const;
+  /// The object in the lowest slot that matches. Lent, or null. The set stays as it is until the end:
+  /// @p matches must not change it.
+  sxPKobj *FindFirst(MatchFunc matches, const void *wanted) const;
 
  private:
   sxPKObjects_imp *m_imp;            // owned, never null

@@ -5,7 +5,7 @@
 
 #include "check.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "support/asnClasses.h"
 
 namespace {

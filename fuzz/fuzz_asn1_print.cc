@@ -8,7 +8,7 @@
 
 #include "check.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "support/asnClasses.h"
 
 namespace {

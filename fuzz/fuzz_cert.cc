@@ -14,7 +14,7 @@
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/subjectPublicKey.h"
 #include "kxcert/keys/sxPubKey.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 namespace {
 

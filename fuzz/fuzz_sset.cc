@@ -5,7 +5,7 @@
 #include <string>
 
 #include "check.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const std::string text(reinterpret_cast<const char *>(data), size);

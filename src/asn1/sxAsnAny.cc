@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "kxcert/asn1/sxAsnPrint.h"
-#include "kxcert/platform/hashTable.h"
+#include "kxcert/foundation/hashTable.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "modules/registerModules.h"
 #include "primitive.h"
 

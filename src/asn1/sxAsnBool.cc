@@ -1,7 +1,7 @@
 #include "kxcert/asn1/sxAsnBool.h"
 
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "primitive.h"
 
 constinit const sxAsnTypeInfo sxAsnBool::kInfo = sxAsnPrimitiveInfo("sxAsnBool", 1, sxAsnCreate<sxAsnBool>);

@@ -5,7 +5,7 @@
 #include "integerDigits.h"
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "primitive.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "kxcert/asn1/sxAsnConstructed.h"
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "primitive.h"
 
 constinit const sxAsnTypeInfo sxAsnOcts::kInfo = sxAsnStringInfo("sxAsnOcts", 4, sxAsnCreate<sxAsnOcts>);

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 namespace {
 

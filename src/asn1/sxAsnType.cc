@@ -6,7 +6,7 @@
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "valueBlocks.h"
 
 void *sxAsnType::operator new(size_t size) { return sxAsnTakeBlock(size); }

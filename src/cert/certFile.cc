@@ -8,7 +8,7 @@
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/files.h"
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/hexText.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/digest.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "serialText.h"
 #include "sxCert_imp.h"
 

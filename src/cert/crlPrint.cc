@@ -10,7 +10,7 @@
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/keyCodes.h"
 #include "kxcert/platform/clock.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "serialText.h"
 #include "sxCRL_imp.h"
 #include "sxExtension_imp.h"

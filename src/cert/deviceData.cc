@@ -2,7 +2,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnOcts.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "sxExtension_imp.h"
 
 namespace {

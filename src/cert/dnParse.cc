@@ -5,7 +5,7 @@
 
 #include "kxcert/asn1/oids.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/registry.h"
+#include "kxcert/foundation/registry.h"
 #include "sxDN_imp.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "sxExtension_imp.h"
 #include "sxGeneralName_imp.h"
 #include "sxGeneralNames_imp.h"

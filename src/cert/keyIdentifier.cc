@@ -5,7 +5,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "serialText.h"
 #include "sxExtension_imp.h"
 #include "sxGeneralNames_imp.h"

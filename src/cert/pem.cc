@@ -7,7 +7,7 @@
 #include "kxcert/cert/certFormats.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
-#include "kxcert/platform/base64.h"
+#include "kxcert/foundation/base64.h"
 #include "kxcert/platform/log.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "sxExtension_imp.h"
 
 // All handles are deleted through sxExtension, which knows one size.

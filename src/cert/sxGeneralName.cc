@@ -5,7 +5,7 @@
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "peerText.h"
 #include "sxDN_imp.h"
 #include "sxGeneralName_imp.h"

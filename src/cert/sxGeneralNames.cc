@@ -3,7 +3,7 @@
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "sxGeneralName_imp.h"
 #include "sxGeneralNames_imp.h"
 

@@ -12,7 +12,7 @@
 #include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 /// @param out   null: standard output
 /// @param args  what Sprint takes behind the stream

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/attributeSet.h"
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/attributeSet.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/log.h"
 #include "libcryptoTypes.h"
 #include "secretAttribute.h"

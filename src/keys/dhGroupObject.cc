@@ -4,7 +4,7 @@
 
 #include "dhGroupTable.h"
 #include "kxcert/keys/dhGroups.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/log.h"
 
 namespace {

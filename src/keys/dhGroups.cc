@@ -5,7 +5,7 @@
 #include <set>
 
 #include "dhGroupTable.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/log.h"
 #include "lazyMutex.h"
 

@@ -5,7 +5,7 @@
 
 #include "kxcert/keys/bigNumSet.h"
 #include "kxcert/keys/dhGroups.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 
 static_assert(kMaxDhModulusLen <= kMaxSetNumberLen, "every key has a set form");
 

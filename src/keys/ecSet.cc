@@ -5,7 +5,7 @@
 #include "ecKey.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/log.h"
 #include "libcryptoTypes.h"
 #include "secretAttribute.h"

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "kxcert/keys/keyCodes.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/log.h"
 
 int CheckSetSlot(const char *func, const unsigned char *out, int outLen) {

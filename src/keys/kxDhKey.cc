@@ -7,7 +7,7 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/sxDhParams.h"
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/log.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/pkxl.h"
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/log.h"
 
 namespace {

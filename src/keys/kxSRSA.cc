@@ -7,7 +7,7 @@
 #include "kxSRSA_imp.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/rsaGeneration.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/fips.h"
 #include "kxcert/platform/log.h"
 #include "rsaExponent.h"

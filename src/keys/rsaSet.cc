@@ -6,7 +6,7 @@
 #include "kxcert/keys/bigNumSet.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkcs1.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/log.h"
 #include "rsaKey.h"
 #include "secretAttribute.h"

@@ -8,7 +8,7 @@
 
 #include "builtinKeys.h"
 #include "kxcert/keys/kxECDSA.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"

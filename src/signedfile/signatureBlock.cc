@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "kxcert/platform/base64.h"
+#include "kxcert/foundation/base64.h"
 #include "kxcert/platform/digest.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/signedfile/fileSignVerify.h"

@@ -7,7 +7,7 @@
 
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/digest.h"
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/log.h"
 #include "store/fdbCollect.h"
 

@@ -5,7 +5,7 @@
 
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
-#include "kxcert/platform/cache.h"
+#include "kxcert/foundation/cache.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "trust/sharedRef.h"

@@ -6,7 +6,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "trust/sxKeyHolder_imp.h"
 

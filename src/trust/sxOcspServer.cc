@@ -3,8 +3,8 @@
 #include <cstring>
 #include <memory>
 
-#include "kxcert/platform/attributeSet.h"
-#include "kxcert/platform/base64.h"
+#include "kxcert/foundation/attributeSet.h"
+#include "kxcert/foundation/base64.h"
 #include "kxcert/platform/log.h"
 #include "trust/sxOcspServer_imp.h"
 

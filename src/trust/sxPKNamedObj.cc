@@ -6,7 +6,7 @@
 
 #include "foundation/textOutput.h"
 #include "kxcert/cert/sxDN.h"
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
 #include "trust/sxPKNamedObj_imp.h"

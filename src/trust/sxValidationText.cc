@@ -8,7 +8,7 @@
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/cert/sxDN.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxValidation.h"
 

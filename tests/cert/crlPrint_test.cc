@@ -6,7 +6,7 @@
 
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "support/derOctets.h"
 #include "support/printed.h"
 #include "support/runCommand.h"

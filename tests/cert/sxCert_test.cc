@@ -15,7 +15,7 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/sxPubKey.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"

@@ -13,7 +13,7 @@
 
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/pkcs1.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"

@@ -12,7 +12,7 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/bigNumSet.h"
 #include "kxcert/keys/pkxl.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"

@@ -23,7 +23,7 @@
 #include "kxcert/keys/kxECDH.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/sxPubKey.h"
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/localSocket.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"

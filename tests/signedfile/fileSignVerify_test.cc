@@ -9,8 +9,8 @@
 #include <string>
 
 #include "kxcert/keys/sxPubKey.h"
-#include "kxcert/platform/attributeSet.h"
-#include "kxcert/platform/base64.h"
+#include "kxcert/foundation/attributeSet.h"
+#include "kxcert/foundation/base64.h"
 #include "support/logCapture.h"
 #include "support/runCommand.h"
 #include "support/scopedEnv.h"

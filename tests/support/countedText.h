@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "kxcert/platform/hashTable.h"
+#include "kxcert/foundation/hashTable.h"
 
 class CountedText {
  public:

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 
 /// An IKE group with generator 2. @param modHex  whole octets
 sxset DhObject(const std::string &name, int number, const std::string &modHex, int privBits);

@@ -6,7 +6,7 @@
 
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
-#include "kxcert/platform/base64.h"
+#include "kxcert/foundation/base64.h"
 
 std::string KeyFile(const std::string &name) { return KXCERT_TEST_DATA "/keys/" + name; }
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 /// What @p print writes to the file that it is called with.
 template <class Print>

@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "kxcert/cert/sxDN.h"
-#include "kxcert/platform/attributeSet.h"
-#include "kxcert/platform/base64.h"
+#include "kxcert/foundation/attributeSet.h"
+#include "kxcert/foundation/base64.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxOcspServer.h"
 #include "support/logCapture.h"

@@ -7,7 +7,7 @@
 #include "kxcert/asn1/sxAsnType.h"
 #include "kxcert/asn1/typeByName.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "logLines.h"
 #include "report.h"
 #include "verb.h"

@@ -12,7 +12,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/keys/sxPubKey.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "report.h"
 #include "unknownParts.h"
 #include "verb.h"

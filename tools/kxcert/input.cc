@@ -9,8 +9,8 @@
 #include <memory>
 #include <string_view>
 
-#include "kxcert/platform/base64.h"
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/base64.h"
+#include "kxcert/foundation/hexText.h"
 #include "visibleText.h"
 
 namespace {

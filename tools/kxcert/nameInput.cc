@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/hexText.h"
 #include "logLines.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/platform/digest.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 #include "visibleText.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <cstdio>
 
 #include "kxcert/foundation/sxString.h"
-#include "kxcert/platform/address.h"
+#include "kxcert/foundation/address.h"
 #include "kxcert/platform/export.h"
 
 class sxAsnOid;

@@ -11,8 +11,8 @@
 /// character. Spaces, TABs and line ends separate; '#' starts a comment up to the line's end. A set may
 /// carry a name of its own before its first member: (name :member (value)). Because (name) alone is a
 /// text, a named set without members is written (name :).
-#ifndef KXCERT_PLATFORM_ATTRIBUTESET_H_
-#define KXCERT_PLATFORM_ATTRIBUTESET_H_
+#ifndef KXCERT_FOUNDATION_ATTRIBUTESET_H_
+#define KXCERT_FOUNDATION_ATTRIBUTESET_H_
 
 #include <memory>
 #include <string>
@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "kxcert/platform/export.h"
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 class sxset;
 

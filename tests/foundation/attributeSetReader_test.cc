@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "support/logCapture.h"
 #include "support/tempDir.h"
 

@@ -1,4 +1,4 @@
-#include "kxcert/platform/address.h"
+#include "kxcert/foundation/address.h"
 
 #include <gtest/gtest.h>
 

@@ -4,12 +4,12 @@
 /// Every operation takes the cache's own lock; destructors run without it. What Get returns is lent:
 /// it stays valid until the entry is replaced, deleted, evicted or the cache goes, so a caller that
 /// shares a cache between threads takes its own reference through @p onHit, which runs under the lock.
-#ifndef KXCERT_PLATFORM_CACHE_H_
-#define KXCERT_PLATFORM_CACHE_H_
+#ifndef KXCERT_FOUNDATION_CACHE_H_
+#define KXCERT_FOUNDATION_CACHE_H_
 
 #include <memory>
 
-#include "kxcert/platform/hashTable.h"
+#include "kxcert/foundation/hashTable.h"
 
 class KXCERT_EXPORT Cache {
  public:

@@ -1,13 +1,13 @@
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
 
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/secureMemory.h"
-#include "platform/attributeSet_imp.h"
+#include "foundation/attributeSet_imp.h"
 
 namespace {
 

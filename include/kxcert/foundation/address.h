@@ -1,7 +1,7 @@
 /// @file
 /// IPv4 and IPv6 addresses as general names carry them.
-#ifndef KXCERT_PLATFORM_ADDRESS_H_
-#define KXCERT_PLATFORM_ADDRESS_H_
+#ifndef KXCERT_FOUNDATION_ADDRESS_H_
+#define KXCERT_FOUNDATION_ADDRESS_H_
 
 #include "kxcert/platform/export.h"
 

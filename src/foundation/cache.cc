@@ -1,4 +1,4 @@
-#include "kxcert/platform/cache.h"
+#include "kxcert/foundation/cache.h"
 
 #include <list>
 #include <mutex>

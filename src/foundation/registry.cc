@@ -1,4 +1,4 @@
-#include "kxcert/platform/registry.h"
+#include "kxcert/foundation/registry.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/configDir.h"
 #include "kxcert/platform/log.h"
 

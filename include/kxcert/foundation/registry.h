@@ -4,8 +4,8 @@
 /// The file is "registry" in the configuration directory, an attribute set whose members are the
 /// path's parts: (:SOFTWARE (:Norvane (:Tarnel (:bc_DirectoryString_choiceID (1))))). Without the file no key
 /// opens and callers use their defaults. Any thread; the file is read at each key that is opened.
-#ifndef KXCERT_PLATFORM_REGISTRY_H_
-#define KXCERT_PLATFORM_REGISTRY_H_
+#ifndef KXCERT_FOUNDATION_REGISTRY_H_
+#define KXCERT_FOUNDATION_REGISTRY_H_
 
 #include "kxcert/platform/export.h"
 

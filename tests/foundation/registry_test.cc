@@ -1,4 +1,4 @@
-#include "kxcert/platform/registry.h"
+#include "kxcert/foundation/registry.h"
 
 #include <gmock/gmock.h>
 

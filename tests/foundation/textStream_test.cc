@@ -1,4 +1,4 @@
-#include "kxcert/platform/textStream.h"
+#include "kxcert/foundation/textStream.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 /// @file
 /// Base64 (RFC 4648, section 4).
-#ifndef KXCERT_PLATFORM_BASE64_H_
-#define KXCERT_PLATFORM_BASE64_H_
+#ifndef KXCERT_FOUNDATION_BASE64_H_
+#define KXCERT_FOUNDATION_BASE64_H_
 
 #include "kxcert/platform/export.h"
 

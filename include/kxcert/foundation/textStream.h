@@ -1,7 +1,7 @@
 /// @file
 /// SxStream: a growable text that printing code appends to. A value; no locking.
-#ifndef KXCERT_PLATFORM_TEXTSTREAM_H_
-#define KXCERT_PLATFORM_TEXTSTREAM_H_
+#ifndef KXCERT_FOUNDATION_TEXTSTREAM_H_
+#define KXCERT_FOUNDATION_TEXTSTREAM_H_
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "kxcert/platform/hashTable.h"
+#include "kxcert/foundation/hashTable.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -4,8 +4,8 @@
 /// A table does no locking. Keys and data belong to the table once inserted; its destructors free
 /// them when they are replaced, removed or when the table goes. They are never called with null, nor
 /// for a key or data that is stored again.
-#ifndef KXCERT_PLATFORM_HASHTABLE_H_
-#define KXCERT_PLATFORM_HASHTABLE_H_
+#ifndef KXCERT_FOUNDATION_HASHTABLE_H_
+#define KXCERT_FOUNDATION_HASHTABLE_H_
 
 #include "kxcert/platform/export.h"
 

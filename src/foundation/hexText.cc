@@ -1,4 +1,4 @@
-#include "kxcert/platform/hexText.h"
+#include "kxcert/foundation/hexText.h"
 
 #include <cstdint>
 

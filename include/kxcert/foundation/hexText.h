@@ -1,7 +1,7 @@
 /// @file
 /// Hexadecimal text. Lower case for ever: keys of stored records are made of it.
-#ifndef KXCERT_PLATFORM_HEXTEXT_H_
-#define KXCERT_PLATFORM_HEXTEXT_H_
+#ifndef KXCERT_FOUNDATION_HEXTEXT_H_
+#define KXCERT_FOUNDATION_HEXTEXT_H_
 
 #include "kxcert/platform/export.h"
 

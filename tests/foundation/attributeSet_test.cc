@@ -1,4 +1,4 @@
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 
 #include <gtest/gtest.h>
 

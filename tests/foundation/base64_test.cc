@@ -1,4 +1,4 @@
-#include "kxcert/platform/base64.h"
+#include "kxcert/foundation/base64.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 /// @file
 /// What the parts of the attribute set share.
-#ifndef KXCERT_PLATFORM_ATTRIBUTESET_IMP_H_
-#define KXCERT_PLATFORM_ATTRIBUTESET_IMP_H_
+#ifndef KXCERT_SRC_FOUNDATION_ATTRIBUTESET_IMP_H_
+#define KXCERT_SRC_FOUNDATION_ATTRIBUTESET_IMP_H_
 
 #include <string>
 

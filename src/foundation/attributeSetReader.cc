@@ -4,10 +4,10 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "kxcert/platform/attributeSet.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
-#include "platform/attributeSet_imp.h"
+#include "foundation/attributeSet_imp.h"
 
 // Recursive descent over
 //   set    = "(" [word] members ")"        value = set | "(" word ")"

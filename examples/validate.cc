@@ -2,7 +2,7 @@
 // The further ones are what the peer sent along, in any order. The exit code is 0 when it is valid, 1 when
 // it is not, 2 when a file cannot be read.
 #include <cstdio>
-#include <kxcert/cert/certFormats.h>
+#include <kxcert/cert/certFile.h>
 #include <kxcert/foundation/kxBinBuf.h>
 #include <kxcert/trust/chainJudge.h>
 #include <kxcert/trust/sxKeyHolder.h>

@@ -7,7 +7,8 @@
 
 #include "check.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/certTime.h"
+#include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"

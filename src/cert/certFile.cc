@@ -5,7 +5,7 @@
 #include <strings.h>
 #include <vector>
 
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/certFile.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/files.h"
 #include "kxcert/foundation/hexText.h"

@@ -2,7 +2,6 @@
 #include <cstdio>
 
 #include "foundation/textOutput.h"
-#include "kxcert/cert/certFormats.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/digest.h"
 #include "kxcert/platform/log.h"

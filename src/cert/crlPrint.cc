@@ -4,7 +4,7 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/keys/algorithms.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/pem.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/foundation/base64.h"

@@ -2,7 +2,7 @@
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/platform/log.h"
 #include "sxCRL_imp.h"

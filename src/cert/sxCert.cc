@@ -4,7 +4,8 @@
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/certTime.h"
+#include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"

@@ -9,7 +9,7 @@
 #include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBuf.h"
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/pem.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/digest.h"

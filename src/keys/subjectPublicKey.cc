@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "curves.h"
-#include "kxECDSA_imp.h"
+#include "keys/ec/curves.h"
+#include "keys/ec/kxECDSA_imp.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnAny.h"

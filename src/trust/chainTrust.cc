@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "kxcert/cert/sxCerts.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/log.h"

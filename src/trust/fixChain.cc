@@ -9,6 +9,7 @@
 #include "cert/sxDN_imp.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCerts.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxCertifiedKey.h"

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/certFile.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/hexOctets.h"
 #include "support/tempDir.h"

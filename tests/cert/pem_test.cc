@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/pem.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "support/hexOctets.h"

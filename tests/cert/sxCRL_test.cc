@@ -7,7 +7,7 @@
 #include <random>
 
 #include "kxcert/asn1/sxAsnOid.h"
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/hexOctets.h"

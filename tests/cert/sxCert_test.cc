@@ -10,7 +10,9 @@
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/certFile.h"
+#include "kxcert/cert/certTime.h"
+#include "kxcert/cert/pem.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"

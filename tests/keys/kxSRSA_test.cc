@@ -8,7 +8,7 @@
 #include <algorithm>
 
 #include "keys/libcryptoTypes.h"
-#include "keys/pkxlMessage.h"
+#include "keys/offload/pkxlMessage.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/bigNumSet.h"
 #include "kxcert/keys/pkxl.h"

@@ -1,4 +1,4 @@
-#include "keys/lucasTest.h"
+#include "keys/rsa/lucasTest.h"
 
 #include <gtest/gtest.h>
 

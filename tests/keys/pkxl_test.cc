@@ -16,10 +16,10 @@
 #include <thread>
 #include <vector>
 
-#include "keys/pkxlDecision.h"
-#include "keys/pkxlMessage.h"
-#include "keys/pkxlPatience.h"
-#include "keys/rsaSelfTest.h"
+#include "keys/offload/pkxlDecision.h"
+#include "keys/offload/pkxlMessage.h"
+#include "keys/offload/pkxlPatience.h"
+#include "keys/rsa/rsaSelfTest.h"
 #include "kxcert/keys/kxECDH.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/sxPubKey.h"

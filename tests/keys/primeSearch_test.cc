@@ -1,4 +1,4 @@
-#include "keys/primeSearch.h"
+#include "keys/rsa/primeSearch.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <thread>
 
-#include "keys/auxiliaryPrimes.h"
+#include "keys/rsa/auxiliaryPrimes.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "support/fakeRandom.h"

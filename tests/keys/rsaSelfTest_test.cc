@@ -1,8 +1,8 @@
-#include "keys/rsaSelfTest.h"
+#include "keys/rsa/rsaSelfTest.h"
 
 #include <gtest/gtest.h>
 
-#include "keys/kxSRSA_imp.h"
+#include "keys/rsa/kxSRSA_imp.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/rsaGeneration.h"
 #include "kxcert/platform/fips.h"

@@ -2,8 +2,9 @@
 
 #include <memory>
 
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/certFile.h"
 #include "kxcert/cert/sxCerts.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "kxcert/asn1/sxAsnInt.h"
-#include "kxcert/cert/certFormats.h"
+#include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "certFacts.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/sxRootCA.h"
 

@@ -38,7 +38,7 @@ class KXCERT_EXPORT sxCert : public sxSigned {
   const unsigned char *SerialNum(int &len) const;  ///< lent: the serial's octets as AsnInt2Buf gives them
   const sxDN *Issuer() const;                      ///< lent; null only when not OK
   const sxDN *Subject() const;
-  /// Seconds since 1970-01-01 00:00 UTC, made as certFormats.h says: -1 for a text of another form and for
+  /// Seconds since 1970-01-01 00:00 UTC, made as certTime.h says: -1 for a text of another form and for
   /// what 32 bits do not hold, also for the one second before 1970; 2038-01-01 for every later day; fields
   /// beyond their range carry over (30 February is 1 or 2 March).
   int notBefore() const;

@@ -1,0 +1,82 @@
+// ASN.1 times to seconds.
+#include <cstdint>
+#include <cstring>
+
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/cert/certTime.h"
+#include "kxcert/platform/log.h"
+
+namespace {
+
+constexpr int kLastYear = 2037;   // later years are clamped, so that results fit 32 bits
+
+struct BrokenDown {
+  int year, month, day, hour, minute, second;
+};
+
+// Days from 1970-01-01 to the first day of a month of the proleptic Gregorian calendar; months beyond
+// 1 to 12 count on into other years.
+int64_t DaysToMonth(int year, int month) {
+  const int64_t months = int64_t{year} * 12 + (month - 1);
+  int64_t y = months / 12;
+  const int m = static_cast<int>(months % 12) + 1;
+  if (m <= 2) --y;   // years begin in March, so that the leap day is the last
+  const int64_t era = y / 400;
+  const int64_t yearOfEra = y - era * 400;
+  const int64_t dayOfYear = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5;
+  return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
+}
+
+// Fields beyond their range carry over, as the C library's conversions of broken-down times do.
+int ToSeconds(BrokenDown t) {
+  if (t.year > kLastYear) {
+    t.year = kLastYear + 1;
+    t.month = t.day = 1;
+  }
+  const int64_t days = DaysToMonth(t.year, t.month) + (t.day - 1);
+  const int64_t seconds = ((days * 24 + t.hour) * 60 + t.minute) * 60 + t.second;
+  return seconds < INT32_MIN || seconds > INT32_MAX ? -1 : static_cast<int>(seconds);
+}
+
+bool AllDigits(const unsigned char *text, int len) {
+  for (int i = 0; i < len; ++i) {
+    if (text[i] < '0' || text[i] > '9') return false;
+  }
+  return true;
+}
+
+int Pair(const unsigned char *text) { return (text[0] - '0') * 10 + (text[1] - '0'); }
+
+// Month to second, from the month's first digit on; numPairs 4 leaves the seconds 0.
+BrokenDown AfterYear(int year, const unsigned char *text, int numPairs) {
+  BrokenDown t = {year, Pair(text), Pair(text + 2), Pair(text + 4), Pair(text + 6), 0};
+  if (numPairs > 4) t.second = Pair(text + 8);
+  return t;
+}
+
+}  // namespace
+
+int sxGeneralTime2time(const unsigned char *text, int len) {
+  if (text == nullptr || len != 15 || text[14] != 'Z' || !AllDigits(text, 14)) return -1;
+  if (std::memcmp(text, "19700101", 8) == 0) return 0;   // whatever the time of day: intended
+  return ToSeconds(AfterYear(Pair(text) * 100 + Pair(text + 2), text + 4, 5));
+}
+
+int sxUTCTime2time(const unsigned char *text, int len) {
+  if (text == nullptr || (len != 11 && len != 13) || text[len - 1] != 'Z' || !AllDigits(text, len - 1)) return -1;
+  if (std::memcmp(text, "700101", 6) == 0) return 0;   // as above
+  const int year = Pair(text);
+  return ToSeconds(AfterYear(year < 50 ? 2000 + year : 1900 + year, text + 2, len == 13 ? 5 : 4));   // RFC 5280 4.1.2.5.1
+}
+
+int sxASN_Time2time(const sxASN_Time *time) {
+  if (time == nullptr || time->Value() == nullptr) return -1;
+  const auto *text = static_cast<const sxAsnOcts *>(time->Value());
+  switch (time->ChoiceId()) {
+    case sxASN_Time::utcTimeCid: return sxUTCTime2time(text->Data(), text->Len());
+    case sxASN_Time::generalTimeCid: return sxGeneralTime2time(text->Data(), text->Len());
+    default:
+      herror_func(0, 0, "sxASN_Time2time: unknown time type %d", time->ChoiceId());
+      return -1;
+  }
+}

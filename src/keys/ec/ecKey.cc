@@ -1,0 +1,204 @@
+#include "ecKey.h"
+
+#include <utility>
+
+#include "kxcert/asn1/sxAsnBuf.h"
+#include "kxcert/asn1/sxAsnOid.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/kxECDSA.h"
+#include "kxcert/platform/log.h"
+#include "keys/libcryptoTypes.h"
+
+namespace {
+
+constexpr const char *kCheckFunc = "kxECDSA_imp::test_if_ok";
+constexpr int kMaxPrivateDerLen = 1024;       // when read: more than the longest curve's key has, parameters spelt out
+constexpr int kPrivateDerRoom = 300;          // when written: a scalar, a point, an object identifier and their headers
+
+void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
+  BEncDefLen(buf, contentLen);
+  buf.PutByte(tag);
+}
+
+//   ECPrivateKey ::= SEQUENCE { version INTEGER (1), privateKey OCTET STRING,
+//                               parameters [0] OBJECT IDENTIFIER, publicKey [1] BIT STRING }   (RFC 5915, 3)
+// Written here, because libcrypto leaves a copy of the scalar in memory that it frees.
+int EncodePrivate(const Curve &curve, const EC_KEY *key, kxBinBuf &out) {
+  unsigned char point[kMaxPointLen];
+  const int pointLen = PointOfKey(key, point), scalarLen = curve.ScalarLen();
+  kxBinBuf scalar, area, der;
+  for (kxBinBuf *secret : {&scalar, &area, &der}) secret->SetSensitive(true);
+  scalar.Set(static_cast<unsigned int>(scalarLen));
+  area.Set(static_cast<unsigned int>(kPrivateDerRoom));
+  if (pointLen < 0 || BN_bn2binpad(EC_KEY_get0_private_key(key), scalar.Data(), scalarLen) != scalarLen) return -1;
+  sxAsnWriteBuf buf;   // writes towards the start
+  buf.Init(area.Data(), kPrivateDerRoom);
+  buf.PutSeg(point, pointLen);
+  buf.PutByte(0);   // unused bits
+  PutHeader(buf, buf.Written(), 0x03);
+  PutHeader(buf, buf.Written(), 0xA1);
+  const int end = buf.Written();
+  buf.PutSeg(curve.oid->Data(), curve.oid->Len());
+  PutHeader(buf, curve.oid->Len(), 0x06);
+  PutHeader(buf, buf.Written() - end, 0xA0);
+  buf.PutSeg(scalar.Data(), scalarLen);
+  PutHeader(buf, scalarLen, 0x04);
+  buf.PutByte(1);
+  PutHeader(buf, 1, 0x02);
+  PutHeader(buf, buf.Written(), 0x30);
+  if (buf.Overflow()) return -1;
+  der.Set(buf.Curr(), static_cast<unsigned int>(buf.Written()));
+  out = std::move(der);
+  return 0;
+}
+
+EC_KEY *FromPrivateDer(const unsigned char *data, int dataLen, int curveNid) {
+  if (dataLen > kMaxPrivateDerLen) return nullptr;
+  const ErrorQueueMark mark;
+  // With a curve given, the DER may leave its parameters out (RFC 5915, 3).
+  EC_KEY *base = curveNid == 0 ? nullptr : EC_KEY_by_nid_with_precompute(curveNid);
+  if (curveNid != 0 && base == nullptr) return nullptr;
+  const unsigned char *end = data;
+  EcKey read(d2i_ECPrivateKey(base == nullptr ? nullptr : &base, &end, dataLen));
+  if (read == nullptr) {
+    EC_KEY_free(base);   // libcrypto frees only what it made itself
+    herror_func(0, 0, "kxECDSA_from_buf: not an ECPrivateKey (%d bytes)", dataLen);
+    return nullptr;
+  }
+  const Curve *curve = CurveOfKey(read.get());
+  const BIGNUM *scalar = EC_KEY_get0_private_key(read.get());
+  if (end != data + dataLen || curve == nullptr || scalar == nullptr ||
+      (curveNid != 0 && curve->nid != curveNid)) {
+    herror_func(0, 0, "kxECDSA_from_buf: another curve, or octets after the key");
+    return nullptr;
+  }
+  unsigned char point[kMaxPointLen];
+  const int pointLen = PointOfKey(read.get(), point);
+  if (pointLen < 0) return nullptr;
+  kxBinBuf octets;
+  octets.SetSensitive(true);
+  octets.Set(static_cast<unsigned int>(curve->ScalarLen()));
+  if (BN_is_negative(scalar) || BN_bn2binpad(scalar, octets.Data(), curve->ScalarLen()) < 0) return nullptr;
+  return NewPrivateEcKey(*curve, point, pointLen, octets);   // onto the process's group
+}
+
+}  // namespace
+
+EC_KEY *NewPublicEcKey(const Curve &curve, const unsigned char *point, int pointLen) {
+  const ErrorQueueMark mark;
+  EcKey key(EC_KEY_by_nid_with_precompute(curve.nid));
+  if (key == nullptr || EC_KEY_oct2key(key.get(), point, static_cast<size_t>(pointLen), nullptr) != 1) {
+    return nullptr;
+  }
+  return key.release();
+}
+
+EC_KEY *NewPrivateEcKey(const Curve &curve, const unsigned char *point, int pointLen,
+                        const kxBinBuf &scalar) {
+  const ErrorQueueMark mark;
+  EcKey key(NewPublicEcKey(curve, point, pointLen));
+  const BigNum number(BN_bin2bn(scalar.Data(), static_cast<int>(scalar.Len()), nullptr));
+  if (key == nullptr || number == nullptr || EC_KEY_set_private_key(key.get(), number.get()) != 1) {
+    return nullptr;
+  }
+  // A scalar that does not belong to the point would sign what nobody can verify.
+  return kxECDSA_is_ok(key.get()) ? key.release() : nullptr;
+}
+
+const Curve *CurveOfKey(const EC_KEY *key) {
+  const EC_GROUP *group = key == nullptr ? nullptr : EC_KEY_get0_group(key);
+  if (group == nullptr || EC_KEY_decoded_from_explicit_params(key) == 1) return nullptr;
+  return FindCurve(EC_GROUP_get_curve_name(group));
+}
+
+int PointOfKey(const EC_KEY *key, unsigned char *point) {
+  const EC_POINT *own = EC_KEY_get0_public_key(key);
+  if (own == nullptr || EC_POINT_is_at_infinity(EC_KEY_get0_group(key), own)) return -1;
+  const size_t len = EC_POINT_point2oct(EC_KEY_get0_group(key), own, POINT_CONVERSION_UNCOMPRESSED, point,
+                                        kMaxPointLen, nullptr);
+  return len == 0 ? -1 : static_cast<int>(len);
+}
+
+void LogEcKey(const Curve &curve, const unsigned char *point, int pointLen, bool hasPrivate) {
+  if (!kxLog_DebugOn()) return;
+  herror_func(0, 0, "EC key: curve %s, public point:", curve.name);
+  hex_herror(point, pointLen);
+  herror_func(0, 0, "EC key: private part: %s", hasPrivate ? "yes" : "no");
+}
+
+EC_KEY *kxGenECDSA(int curveNid) {
+  const ErrorQueueMark mark;
+  EcKey key(EC_KEY_by_nid_with_precompute(curveNid));
+  if (key == nullptr || EC_KEY_generate_key(key.get()) != 1 || kxECDSA_is_ok(key.get()) == 0) return nullptr;
+  return key.release();
+}
+
+EC_KEY *kxGenECDSA(const char *curveName) {
+  const Curve *curve = FindCurve(curveName);
+  return curve == nullptr ? nullptr : kxGenECDSA(curve->nid);
+}
+
+EC_KEY *kxECDSA_from_buf(sxPK_Format format, const unsigned char *data, int dataLen, int curveNid) {
+  if (data == nullptr || dataLen < 1) return nullptr;
+  if (format == sxPK_private) return FromPrivateDer(data, dataLen, curveNid);
+  const Curve *curve = FindCurve(curveNid);
+  if (format != sxPK_public || curve == nullptr) return nullptr;
+  unsigned char point[kMaxPointLen];
+  const int pointLen = ReadPoint(kCheckFunc, *curve, data, dataLen, point);
+  return pointLen < 0 ? nullptr : NewPublicEcKey(*curve, point, pointLen);
+}
+
+int kxECDSA_to_buf(const EC_KEY *key, kxBinBuf &out, int privateForm) {
+  const Curve *const curve = CurveOfKey(key);
+  if (curve == nullptr) return -1;
+  if (privateForm == 0) {
+    unsigned char point[kMaxPointLen];
+    const int pointLen = PointOfKey(key, point);
+    if (pointLen < 0) return -1;
+    out.Set(point, static_cast<unsigned int>(pointLen));
+    return 0;
+  }
+  if (EC_KEY_get0_private_key(key) == nullptr) return -1;
+  const ErrorQueueMark mark;
+  return EncodePrivate(*curve, key, out);
+}
+
+int kxECDSA_is_ok(const EC_KEY *key) {
+  const EC_POINT *point = key == nullptr ? nullptr : EC_KEY_get0_public_key(key);
+  if (CurveOfKey(key) == nullptr || point == nullptr) {
+    herror_func(0, 0, "%s: no public key on a known curve", kCheckFunc);
+    return 0;
+  }
+  const ErrorQueueMark mark;
+  const EC_GROUP *group = EC_KEY_get0_group(key);
+  if (EC_POINT_is_at_infinity(group, point)) {
+    herror_func(0, 0, "%s: public key is the point at infinity", kCheckFunc);
+    return 0;
+  }
+  const BigNum p(BN_new()), x(BN_new()), y(BN_new());
+  if (EC_GROUP_get_curve(group, p.get(), nullptr, nullptr, nullptr) != 1 ||
+      EC_POINT_get_affine_coordinates(group, point, x.get(), y.get(), nullptr) != 1 ||
+      BN_is_negative(x.get()) || BN_is_negative(y.get()) || BN_cmp(x.get(), p.get()) >= 0 ||
+      BN_cmp(y.get(), p.get()) >= 0) {
+    herror_func(0, 0, "%s: public key fails sanity checks. Either X or Y is not between 0 and field order.",
+                kCheckFunc);
+    return 0;
+  }
+  if (EC_KEY_check_key(key) != 1) {
+    herror_func(0, 0, "%s: EC_KEY_check_key failed.", kCheckFunc);
+    return 0;
+  }
+  return 1;
+}
+
+void kxECDSA_herror(const EC_KEY *key) {
+  if (!kxLog_DebugOn()) return;
+  const Curve *curve = CurveOfKey(key);
+  unsigned char point[kMaxPointLen];
+  const int pointLen = curve == nullptr ? -1 : PointOfKey(key, point);
+  if (pointLen < 0) {
+    herror_func(0, 0, "kxECDSA_herror: no key");
+    return;
+  }
+  LogEcKey(*curve, point, pointLen, EC_KEY_get0_private_key(key) != nullptr);
+}

@@ -1,0 +1,20 @@
+// libcrypto's EC keys on our curves.
+#ifndef KXCERT_SRC_KEYS_EC_ECKEY_H_
+#define KXCERT_SRC_KEYS_EC_ECKEY_H_
+
+#include "curves.h"
+
+class kxBinBuf;
+
+/// A public key of a point that ReadPoint wrote; for EC_KEY_free, null on failure.
+EC_KEY *NewPublicEcKey(const Curve &curve, const unsigned char *point, int pointLen);
+/// The same with a scalar (big-endian), fully checked.
+EC_KEY *NewPrivateEcKey(const Curve &curve, const unsigned char *point, int pointLen,
+                        const kxBinBuf &scalar);
+/// The curve of a key's group; null when it is none of ours or not named.
+const Curve *CurveOfKey(const EC_KEY *key);
+/// The uncompressed public point, kMaxPointLen octets at most. @return its length, or -1
+[[nodiscard]] int PointOfKey(const EC_KEY *key, unsigned char *point);
+void LogEcKey(const Curve &curve, const unsigned char *point, int pointLen, bool hasPrivate);
+
+#endif

@@ -1,0 +1,62 @@
+// EC keys in configuration sets.
+#include <memory>
+#include <vector>
+
+#include "ecKey.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/kxECDSA.h"
+#include "kxcert/foundation/attributeSet.h"
+#include "kxcert/platform/log.h"
+#include "keys/libcryptoTypes.h"
+#include "keys/secretAttribute.h"
+
+namespace {
+
+constexpr size_t kMaxSetPointLen = 300;
+
+EC_KEY *ReadKey(const sxset &set) {
+  long long nid = 0;
+  if (!set.FindInt("NID", &nid) || nid < 1 || nid > 0xFFFF) return nullptr;
+  const Curve *curve = FindCurve(static_cast<int>(nid));
+  std::vector<unsigned char> octets;
+  if (curve == nullptr || !set.FindBinary("public", &octets) || octets.size() > kMaxSetPointLen) {
+    return nullptr;
+  }
+  unsigned char point[kMaxPointLen];
+  const int pointLen = ReadPoint("kxECDSA_imp::test_if_ok", *curve, octets.data(),
+                                 static_cast<int>(octets.size()), point);
+  if (pointLen < 0) return nullptr;
+  if (set.Find("private") == nullptr) return NewPublicEcKey(*curve, point, pointLen);
+  kxBinBuf scalar;
+  if (ReadSecretAttribute(set, "private", curve->ScalarLen(), scalar) != 0) return nullptr;
+  return NewPrivateEcKey(*curve, point, pointLen, scalar);
+}
+
+}  // namespace
+
+sxset *kxECDSA_to_set(const EC_KEY *key) {
+  const Curve *curve = CurveOfKey(key);
+  unsigned char point[kMaxPointLen];
+  const int pointLen = curve == nullptr ? -1 : PointOfKey(key, point);
+  if (pointLen < 0) return nullptr;
+  auto set = std::make_unique<sxset>();
+  set->SetInt("NID", curve->nid);
+  set->SetText("comment", curve->comment);
+  set->SetText("curve", curve->name);
+  set->SetBinary("public", point, pointLen);
+  if (const BIGNUM *number = EC_KEY_get0_private_key(key)) {
+    kxBinBuf scalar;
+    scalar.SetSensitive(true);
+    scalar.Set(static_cast<unsigned int>(curve->ScalarLen()));
+    if (BN_bn2binpad(number, scalar.Data(), curve->ScalarLen()) < 0) return nullptr;
+    set->SetBinary("private", scalar.Data(), curve->ScalarLen());
+  }
+  return set.release();
+}
+
+EC_KEY *kxECDSA_from_set(const sxset *set) {
+  if (set == nullptr) return nullptr;
+  EC_KEY *key = ReadKey(*set);
+  if (key == nullptr) herror_func(0, 0, "kxECDSA_from_set: no usable key");
+  return key;
+}

@@ -1,0 +1,165 @@
+#include "kxECDSA_imp.h"
+
+#include <openssl/ecdsa.h>
+
+#include "ecKey.h"
+#include "ecOperation.h"
+#include "keys/keyExport.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/kxECDSA.h"
+#include "kxcert/keys/pkcs1.h"
+#include "kxcert/platform/log.h"
+#include "keys/libcryptoTypes.h"
+
+kxECDSA_imp::kxECDSA_imp(int curveNid) {
+  Adopt(kxGenECDSA(curveNid));
+  if (!OK()) herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %d", curveNid);
+}
+
+kxECDSA_imp::kxECDSA_imp(const char *curveName) {
+  Adopt(kxGenECDSA(curveName));
+  if (!OK()) herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %s",
+                         curveName == nullptr ? "" : curveName);
+}
+
+kxECDSA_imp::kxECDSA_imp(sxPK_Format format, const unsigned char *data, int dataLen, int curveNid) {
+  if (format == sxPK_private) {
+    Adopt(kxECDSA_from_buf(format, data, dataLen, curveNid));
+  } else if (const Curve *curve = FindCurve(curveNid); curve != nullptr && format == sxPK_public) {
+    ImportPoint(*curve, data, dataLen);
+  }
+}
+
+kxECDSA_imp::kxECDSA_imp(const Curve &curve, const unsigned char *point, int pointLen) {
+  ImportPoint(curve, point, pointLen);
+}
+
+kxECDSA_imp::~kxECDSA_imp() { EC_KEY_free(m_key.load(std::memory_order_acquire)); }
+
+void kxECDSA_imp::Adopt(EC_KEY *key) {
+  m_key.store(key, std::memory_order_release);
+  const Curve *curve = CurveOfKey(key);
+  if (curve == nullptr) return;
+  m_pointLen = PointOfKey(key, m_point);
+  if (m_pointLen < 0) return;
+  m_hasPrivate = EC_KEY_get0_private_key(key) != nullptr;
+  m_curve = curve;
+}
+
+void kxECDSA_imp::ImportPoint(const Curve &curve, const unsigned char *point, int pointLen) {
+  m_pointLen = ReadPoint("kxECDSA_imp::test_if_ok", curve, point, pointLen, m_point);
+  if (m_pointLen > 0) m_curve = &curve;
+}
+
+EC_KEY *kxECDSA_imp::Key() const {
+  if (EC_KEY *key = m_key.load(std::memory_order_acquire)) return key;
+  EcKey made(NewPublicEcKey(*m_curve, m_point, m_pointLen));
+  EC_KEY *first = nullptr;   // of two threads that get here the first one's stays
+  if (!m_key.compare_exchange_strong(first, made.get(), std::memory_order_acq_rel)) return first;
+  return made.release();
+}
+
+int kxECDSA_imp::Flags() const {
+  if (!OK()) return 0;
+  return m_hasPrivate ? kKeyFlagsPublic | kKeyFlagsPrivate : kKeyFlagsPublic;
+}
+
+int kxECDSA_imp::Encrypt(sxPKop_type, const unsigned char *, int, unsigned char *, int) {
+  herror_func(0, 0, "kxECDSA_imp::Encrypt: an EC key does not encrypt");
+  return kKeyNotImplemented;
+}
+
+int kxECDSA_imp::Decrypt(sxPKop_type, const unsigned char *, int, unsigned char *, int) {
+  herror_func(0, 0, "kxECDSA_imp::Decrypt: an EC key does not decrypt");
+  return kKeyNotImplemented;
+}
+
+int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen,
+                      unsigned char *out, int outLen) {
+  return Sign(op, md, in, inLen, out, outLen, nullptr, nullptr);
+}
+
+int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen,
+                      unsigned char *out, int outLen, const BIGNUM *inverseNonce, const BIGNUM *r) {
+  constexpr const char *kFunc = "kxECDSA_imp::Sign";
+  if (!OK()) return kKeyNotUsable;
+  if (!m_hasPrivate) return kKeyNotImplemented;
+  if (in == nullptr || inLen < 1) return kKeyBadInput;
+  if (out == nullptr) return m_curve->maxSigLen;
+  if (outLen < m_curve->maxSigLen) {
+    herror_func(0, 0, "%s length too short", kFunc);
+    return kKeyOutputShort;
+  }
+  kxBinBuf info;
+  if (op == sxPKop_digest || op == sxPKop_digest_alt) {
+    if (kxPKCS1DigestInfo(in, inLen, md, info) != 0) return kKeyNoDigestInfo;
+    in = info.Data();
+    inLen = static_cast<int>(info.Len());
+  } else if (op != sxPKop_raw && op != sxPKop_either) {
+    herror_func(0, 0, "%s: unsupported op %d", kFunc, op);
+    return kKeyNotImplemented;
+  }
+  const EcRequest request{.data = in, .dataLen = inLen, .out = out, .inverseNonce = inverseNonce, .r = r};
+  const int rc = ecdsa_op_wrapper(kEcdsaSign, request, Key());
+  if (rc <= 0) {
+    herror_func(0, 0, "%s: failed, rc is %d", kFunc, rc);
+    return kKeyLibraryFailed;
+  }
+  return rc;
+}
+
+int kxECDSA_imp::Verify(sxPKop_type, sx_md_type, const unsigned char *data, int dataLen,
+                        const unsigned char *sig, int sigLen) {
+  constexpr const char *kFunc = "kxECDSA_imp::Verify";
+  if (!OK()) {
+    herror_func(0, 0, "%s: error: badly initialized.", kFunc);
+    return kKeyNotUsable;
+  }
+  if (data == nullptr || dataLen < 1 || sig == nullptr || sigLen < 0) {
+    herror_func(0, 0, "%s: error: bad data.", kFunc);
+    return kKeyBadInput;
+  }
+  EC_KEY *key = Key();
+  const EcRequest request{.data = data, .dataLen = dataLen, .sig = sig, .sigLen = sigLen};
+  const int rc = key == nullptr ? -1 : ecdsa_op_wrapper(kEcdsaVerify, request, key);
+  if (rc == 1) {
+    herror_func(0, 0, "%s: verify succeeded!", kFunc);
+    return 0;
+  }
+  if (rc == 0) {
+    herror_func(0, 0, "%s: error: bad data.", kFunc);
+    return kKeyUnequal;
+  }
+  herror_func(0, 0, "%s: general error: %d", kFunc, rc);
+  return kKeyLibraryFailed;
+}
+
+int kxECDSA_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
+  constexpr const char *kFunc = "kxECDSA_imp::Export";
+  if (!OK()) return kKeyNotUsable;
+  switch (format) {
+    case sxPK_set: {
+      const int rc = CheckSetSlot(kFunc, out, outLen);
+      return rc != 0 ? rc : StoreSet(kxECDSA_to_set(Key()), out);
+    }
+    case sxPK_public:
+      return StoreOctets(m_point, m_pointLen, out, outLen);
+    case sxPK_private: {
+      kxBinBuf der;
+      if (!m_hasPrivate || kxECDSA_to_buf(Key(), der, 1) != 0) return kKeyBadInput;
+      return StoreOctets(der.Data(), static_cast<int>(der.Len()), out, outLen);
+    }
+  }
+  herror_func(0, 0, "%s: %d not implemented", kFunc, format);
+  return kKeyNotImplemented;
+}
+
+int kxECDSA_imp::GetLen(sxPK_Len_Type type) {
+  if (!OK()) return -1;
+  if (type == sxPK_len_bits) return m_curve->orderBits;
+  return type == sxPK_len_output ? m_curve->maxSigLen : -1;
+}
+
+void kxECDSA_imp::Herror() const {
+  if (m_curve != nullptr) LogEcKey(*m_curve, m_point, m_pointLen, m_hasPrivate);
+}

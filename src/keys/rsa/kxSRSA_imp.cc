@@ -1,0 +1,169 @@
+#include "kxSRSA_imp.h"
+
+#include <cstring>
+
+#include "keys/keyExport.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/kxSRSA.h"
+#include "kxcert/keys/pkcs1.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/platform/secureMemory.h"
+#include "rsaKey.h"
+
+namespace {
+
+constexpr int kMaxRsaBytes = kMaxRsaBits / 8;
+
+// A block on the stack, wiped when it goes.
+struct SecretBlock {
+  ~SecretBlock() { KX_memset(octets, sizeof octets); }
+  unsigned char octets[kMaxRsaBytes];
+};
+
+// Octets of an element with that much content, and of a positive INTEGER (X.690, 8.1.3 and 8.3).
+int ElementLen(int contentLen) { return contentLen + (contentLen < 0x80 ? 2 : contentLen < 0x100 ? 3 : 4); }
+int NumberLen(const BIGNUM *number) { return ElementLen(BN_num_bits(number) / 8 + 1); }
+
+int PublicDerLen(const RSA *rsa) {
+  return ElementLen(NumberLen(RSA_get0_n(rsa)) + NumberLen(RSA_get0_e(rsa)));
+}
+
+}  // namespace
+
+kxSRSA_imp::kxSRSA_imp(RSA *rsa) : m_rsa(rsa) {
+  if (kxRSA_is_ok(rsa) == 0) m_rsa.reset();
+}
+
+kxSRSA_imp::kxSRSA_imp(sxPK_Format format, const unsigned char *data, int dataLen) {
+  if (format != sxPK_public && format != sxPK_private) return;
+  bool inFewestOctets = false;
+  m_rsa = ReadRsaKey(data, dataLen, format == sxPK_private, &inFewestOctets);
+  // When the lengths are short, too, encoding the key again would give the same octets.
+  if (m_rsa != nullptr && inFewestOctets && dataLen == PublicDerLen(m_rsa.get())) {
+    m_publicDer.assign(data, data + dataLen);
+  }
+}
+
+int kxSRSA_imp::Flags() const {
+  if (!OK()) return 0;
+  return HasPrivate() ? kKeyFlagsPublic | kKeyFlagsPrivate : kKeyFlagsPublic;
+}
+
+int kxSRSA_imp::Encrypt(sxPKop_type, const unsigned char *in, int inLen, unsigned char *out, int outLen) {
+  if (!OK()) return kKeyNotUsable;
+  if (in == nullptr || inLen < 1) return kKeyBadInput;
+  if (out == nullptr) return Nbytes();
+  if (outLen < Nbytes()) {
+    herror_func(0, 0, "kxSRSA_imp::Encrypt length to short");
+    return kKeyOutputShort;
+  }
+  const int len = RSA_public_encrypt_wrapper(inLen, in, outLen, out, m_rsa.get());
+  if (len < 0) {
+    herror_func(0, 0, "kxSRSA_imp::Encryption failed");
+    return kKeyLibraryFailed;
+  }
+  if (len != Nbytes()) {
+    herror_func(0, 0, "kxSRSA_imp::Encrypted len different from expected %d %d", len, Nbytes());
+    return kKeyLibraryFailed;
+  }
+  return len;
+}
+
+int kxSRSA_imp::Decrypt(sxPKop_type, const unsigned char *in, int inLen, unsigned char *out, int outLen) {
+  if (!OK()) return kKeyNotUsable;
+  if (in == nullptr || inLen < 1) return kKeyBadInput;
+  if (out == nullptr) return Nbytes();   // an upper bound: the text is eleven octets shorter at least
+  SecretBlock block;
+  const bool direct = outLen >= Nbytes();
+  const int len = direct ? RSA_private_decrypt_wrapper(inLen, in, outLen, out, m_rsa.get())
+                         : RSA_private_decrypt_wrapper(inLen, in, kMaxRsaBytes, block.octets, m_rsa.get());
+  if (len < 0) {
+    herror_func(0, 0, "kxSRSA_imp::Decrypt decryption failed");
+    return kKeyUnequal;
+  }
+  if (direct) return len;
+  if (len > outLen) {
+    herror_func(0, 0, "kxSRSA_imp::Decrypt value too long %d>%d", len, outLen);
+    return kKeyLenMismatch;
+  }
+  std::memcpy(out, block.octets, static_cast<size_t>(len));
+  return len;
+}
+
+int kxSRSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
+                     int outLen) {
+  constexpr const char *kFunc = "kxSRSA_imp::Sign";
+  if (!OK()) return kKeyNotUsable;
+  if (!HasPrivate()) return kKeyNotImplemented;
+  if (in == nullptr || inLen < 1) return kKeyBadInput;
+  if (out == nullptr) return Nbytes();
+  if (outLen < Nbytes()) {
+    herror_func(0, 0, "%s length too short", kFunc);
+    return kKeyOutputShort;
+  }
+  kxBinBuf info;
+  if (op == sxPKop_digest || op == sxPKop_digest_alt) {
+    if (kxPKCS1DigestInfo(in, inLen, md, info) != 0) return kKeyNoDigestInfo;
+    in = info.Data();
+    inLen = static_cast<int>(info.Len());
+  } else if (op != sxPKop_raw && op != sxPKop_either) {
+    herror_func(0, 0, "%s: unsupported op %d", kFunc, op);
+    return kKeyNotImplemented;
+  }
+  const int len = RSA_private_encrypt_wrapper(inLen, in, outLen, out, m_rsa.get());
+  if (len < 0) {
+    herror_func(0, 0, "%s: failed", kFunc);
+    return kKeyLibraryFailed;
+  }
+  return len;
+}
+
+int kxSRSA_imp::Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
+                       const unsigned char *sig, int sigLen) {
+  constexpr const char *kFunc = "kxSRSA_imp::Verify";
+  if (!OK()) return kKeyNotUsable;
+  if (data == nullptr || dataLen < 1) return kKeyBadInput;
+  if (sigLen != Nbytes()) {
+    herror_func(0, 0, "%s: Signature length mismatch %d != %d", kFunc, sigLen, Nbytes());
+    return kKeyLenMismatch;
+  }
+  if (sig == nullptr) return kKeyBadInput;
+  unsigned char opened[kMaxRsaBytes];
+  const int openedLen = RSA_public_decrypt_wrapper(sigLen, sig, kMaxRsaBytes, opened, m_rsa.get());
+  if (openedLen < 0) {
+    herror_func(0, 0, "%s failed", kFunc);
+    return kKeyLibraryFailed;
+  }
+  return sxComparePKCS1(op, md, data, dataLen, opened, openedLen);
+}
+
+int kxSRSA_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
+  constexpr const char *kFunc = "kxSRSA_imp::Export";
+  if (!OK()) return kKeyNotUsable;
+  if (format == sxPK_set) {
+    const int rc = CheckSetSlot(kFunc, out, outLen);
+    return rc != 0 ? rc : StoreSet(kxRSA_to_set(m_rsa.get()), out);
+  }
+  if (format != sxPK_public && format != sxPK_private) {
+    herror_func(0, 0, "%s: %d not implemented", kFunc, format);
+    return kKeyNotImplemented;
+  }
+  if (format == sxPK_public && !m_publicDer.empty()) {
+    return StoreOctets(m_publicDer.data(), static_cast<int>(m_publicDer.size()), out, outLen);
+  }
+  kxBinBuf der;
+  if (kxRSA_to_buf(m_rsa.get(), der, format == sxPK_private ? 1 : 0) != 0) return kKeyBadInput;
+  return StoreOctets(der.Data(), static_cast<int>(der.Len()), out, outLen);
+}
+
+int kxSRSA_imp::GetLen(sxPK_Len_Type type) {
+  if (!OK()) return -1;
+  switch (type) {
+    case sxPK_len_bits: return Nbytes() * 8;
+    case sxPK_len_output:
+    case sxPK_len_modulus: return Nbytes();
+  }
+  return -1;
+}
+
+void kxSRSA_imp::Herror() const { kxRSA_herror(m_rsa.get()); }

@@ -1,0 +1,21 @@
+// Which numbers are an RSA key, and how it is read.
+#ifndef KXCERT_SRC_KEYS_RSA_RSAKEY_H_
+#define KXCERT_SRC_KEYS_RSA_RSAKEY_H_
+
+#include "keys/libcryptoTypes.h"
+
+/// Null when libcrypto can verify with the key and its work is bounded; else what is wrong.
+const char *WhyNoRsaPublic(const BIGNUM *n, const BIGNUM *e);
+/// The same for all that a key has. Its private numbers must belong together; that its primes are prime
+/// is not looked at.
+const char *WhyNoRsaKey(const RSA *rsa);
+
+/// What kxRSA_from_buf does.
+/// @param[out] inFewestOctets  public form: whether no number has more octets than DER gives it, and no
+///                             element an indefinite length
+RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool *inFewestOctets);
+
+/// Whether both primes and the three values made from them are there (RFC 8017, 3.2).
+bool RsaHasCrtParts(const RSA *rsa);
+
+#endif

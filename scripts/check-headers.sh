@@ -10,17 +10,5 @@ for header in $(cd include && find kxcert -name '*.h'); do
     failed=1
   }
 done
-layers=(platform foundation asn1 keys cert store trust enroll signedfile)
-above=()
-for ((i = ${#layers[@]} - 1; i >= 0; --i)); do
-  layer=${layers[i]}
-  for upper in "${above[@]}"; do
-    [ "$layer/$upper" = enroll/signedfile ] && continue
-    if grep -rnE "#include \"(kxcert/)?$upper/" "include/kxcert/$layer" "src/$layer" 2>/dev/null; then
-      echo "$layer includes $upper, which stands above it" >&2
-      failed=1
-    fi
-  done
-  above+=("$layer")
-done
+./scripts/include-matrix.py >/dev/null || failed=1
 exit $failed

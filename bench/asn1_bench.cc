@@ -62,7 +62,7 @@ Octets DerOf(const T *object, I2d i2d) {
 
 struct Issuer {
   Key key{MUST(EVP_EC_gen("P-256"))};
-  std::vector<Cert> certs;   // the key's, with different serial numbers and names
+  std::vector<Cert> certs;  // the key's, with different serial numbers and names
 };
 
 Cert NewCert(EVP_PKEY *key, int serial) {
@@ -76,15 +76,17 @@ Cert NewCert(EVP_PKEY *key, int serial) {
   const std::pair<const char *, const char *> parts[] = {
       {"C", "DE"}, {"O", "Example Trust Services GmbH"}, {"CN", commonName.c_str()}};
   for (const auto &[type, value] : parts) {
-    MUST(X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8, reinterpret_cast<const unsigned char *>(value), -1, -1, 0));
+    MUST(X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8, reinterpret_cast<const unsigned char *>(value), -1, -1,
+                                    0));
   }
   X509_set_issuer_name(cert.get(), name);
   X509_set_pubkey(cert.get(), key);
   X509V3_CTX context;
   X509V3_set_ctx(&context, cert.get(), cert.get(), nullptr, nullptr, 0);
-  const std::pair<int, const char *> extensions[] = {
-      {NID_basic_constraints, "critical,CA:FALSE"}, {NID_key_usage, "critical,digitalSignature"},
-      {NID_subject_key_identifier, "hash"}, {NID_subject_alt_name, "DNS:gateway.example.com"}};
+  const std::pair<int, const char *> extensions[] = {{NID_basic_constraints, "critical,CA:FALSE"},
+                                                     {NID_key_usage, "critical,digitalSignature"},
+                                                     {NID_subject_key_identifier, "hash"},
+                                                     {NID_subject_alt_name, "DNS:gateway.example.com"}};
   for (const auto &[nid, value] : extensions) {
     X509_EXTENSION *extension = MUST(X509V3_EXT_conf_nid(nullptr, &context, nid, value));
     X509_add_ext(cert.get(), extension, -1);
@@ -144,16 +146,16 @@ Octets MakeCms() {
   return der;
 }
 
-STACK_OF(X509) *SomeCerts(int numCerts) {
+STACK_OF(X509) * SomeCerts(int numCerts) {
   STACK_OF(X509) *certs = sk_X509_new_null();
   for (int i = 0; i < numCerts; ++i) sk_X509_push(certs, TheIssuer().certs[static_cast<size_t>(i)].get());
-  return certs;   // the stack alone is the caller's
+  return certs;  // the stack alone is the caller's
 }
 
 Octets MakePkcs12() {
   STACK_OF(X509) *certs = SomeCerts(3);
-  PKCS12 *container = MUST(PKCS12_create("secret", "the key", TheIssuer().key.get(), TheIssuer().certs[0].get(), certs,
-                                         0, 0, 1, 1, 0));
+  PKCS12 *container =
+      MUST(PKCS12_create("secret", "the key", TheIssuer().key.get(), TheIssuer().certs[0].get(), certs, 0, 0, 1, 1, 0));
   Octets der = DerOf(container, i2d_PKCS12);
   PKCS12_free(container);
   sk_X509_free(certs);
@@ -198,8 +200,8 @@ Octets MakeCmp() {
   MUST(OSSL_CMP_CTX_set1_referenceValue(context, secret, 6) && OSSL_CMP_CTX_set1_secretValue(context, secret, 6));
   MUST(OSSL_CMP_CTX_set1_subjectName(context, X509_get_subject_name(cert)));
   MUST(OSSL_CMP_CTX_set1_recipient(context, X509_get_subject_name(cert)));
-  STACK_OF(GENERAL_NAME) *names = MUST(static_cast<STACK_OF(GENERAL_NAME) *>(
-      X509_get_ext_d2i(cert, NID_subject_alt_name, nullptr, nullptr)));
+  STACK_OF(GENERAL_NAME) *names =
+      MUST(static_cast<STACK_OF(GENERAL_NAME) *>(X509_get_ext_d2i(cert, NID_subject_alt_name, nullptr, nullptr)));
   for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
     MUST(OSSL_CMP_CTX_push1_subjectAltName(context, sk_GENERAL_NAME_value(names, i)));
   }
@@ -207,7 +209,7 @@ Octets MakeCmp() {
   OSSL_CMP_CTX_set_transfer_cb(context, KeepRequest);
   OSSL_CMP_CTX_set_transfer_cb_arg(context, &der);
   OSSL_CMP_CTX_set_log_verbosity(context, 0);
-  OSSL_CMP_exec_IR_ses(context);   // fails for want of an answer
+  OSSL_CMP_exec_IR_ses(context);  // fails for want of an answer
   OSSL_CMP_CTX_free(context);
   MUST(!der.empty());
   return der;
@@ -270,7 +272,7 @@ void ForgetEncoding(OCSP_BASICRESP *response) {
   const STACK_OF(X509) *certs = OCSP_resp_get0_certs(response);
   for (int i = 0; i < sk_X509_num(certs); ++i) ForgetEncoding(sk_X509_value(certs, i));
 }
-void ForgetEncoding(void *) {}   // nothing is kept, or nothing can be done about it
+void ForgetEncoding(void *) {}  // nothing is kept, or nothing can be done about it
 
 template <auto kD2i, auto kI2d, auto kFree>
 void LibcryptoEncode(benchmark::State &state, const Octets &der) {
@@ -291,7 +293,7 @@ void LibcryptoEncode(benchmark::State &state, const Octets &der) {
 
 template <class T, auto kD2i, auto kI2d, auto kFree>
 void Register(const std::string &name, const Octets &made) {
-  const Octets &der = *new Octets(made);   // lent to the benchmarks for the process
+  const Octets &der = *new Octets(made);  // lent to the benchmarks for the process
   benchmark::RegisterBenchmark(("asn1/decode/" + name + "/libcrypto").c_str(), LibcryptoDecode<kD2i, kFree>, der);
   benchmark::RegisterBenchmark(("asn1/decode/" + name + "/ours").c_str(), OursDecode<T>, der);
   benchmark::RegisterBenchmark(("asn1/encode/" + name + "/libcrypto").c_str(), LibcryptoEncode<kD2i, kI2d, kFree>, der);
@@ -319,7 +321,7 @@ const int kRegistered = [] {
   const Octets response = MakeOcsp();
   Register<sxASN_OCSPResponse, d2i_OCSP_RESPONSE, i2d_OCSP_RESPONSE, OCSP_RESPONSE_free>("ocsp", response);
   Register<sxASN_BasicOCSPResponse, d2i_OCSP_BASICRESP, i2d_OCSP_BASICRESP, OCSP_BASICRESP_free>("ocsp-basic",
-                                                                                               BasicOf(response));
+                                                                                                 BasicOf(response));
   Register<sxASN_PKIMessage, d2i_OSSL_CMP_MSG, i2d_OSSL_CMP_MSG, OSSL_CMP_MSG_free>("cmp", MakeCmp());
   return 0;
 }();

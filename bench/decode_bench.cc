@@ -13,7 +13,7 @@ namespace {
 // Octets of heap that each of many kept objects takes.
 template <class Make, class Drop>
 double HeldBytes(Make make, Drop drop) {
-  constexpr size_t kNumKept = 4096;   // far more than the lists of freed blocks can lend
+  constexpr size_t kNumKept = 4096;  // far more than the lists of freed blocks can lend
   std::vector<decltype(make())> kept;
   kept.reserve(kNumKept);
   const size_t before = mallinfo2().uordblks;
@@ -59,7 +59,7 @@ void Libcrypto(benchmark::State &state, const Octets &der) {
     benchmark::DoNotOptimize(ASN1_TIME_to_tm(X509_get0_notBefore(cert), &time));
     benchmark::DoNotOptimize(ASN1_TIME_to_tm(X509_get0_notAfter(cert), &time));
     benchmark::DoNotOptimize(X509_get0_pubkey(cert));
-    benchmark::DoNotOptimize(X509_get_extension_flags(cert));   // parses the extensions
+    benchmark::DoNotOptimize(X509_get_extension_flags(cert));  // parses the extensions
     X509_free(cert);
   }
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(der.size()));
@@ -79,7 +79,7 @@ void OursTree(benchmark::State &state, const Octets &der) {
 
 const int kRegistered = [] {
   for (const char *kind : {"rsa", "ec"}) {
-    static std::vector<BenchChain *> chains;   // lent to the benchmarks for the process
+    static std::vector<BenchChain *> chains;  // lent to the benchmarks for the process
     chains.push_back(new BenchChain(kind));
     const BenchChain &chain = *chains.back();
     const std::pair<const char *, const Octets *> inputs[] = {{"root", &chain.root}, {"leaf", &chain.leaf}};

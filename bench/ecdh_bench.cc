@@ -25,7 +25,7 @@ struct Group {
   int number;
   const char *curve;
   size_t fieldLen;
-  Octets peer;   // x and y
+  Octets peer;  // x and y
 };
 
 bool Exchange(const Group &group, unsigned char *secret) {
@@ -70,7 +70,7 @@ void Libcrypto(benchmark::State &state, const Group &group) {
 }
 
 void Register(const std::string &name, int number, const char *curve, size_t fieldLen) {
-  Group &group = *new Group{number, curve, fieldLen, Octets(2 * fieldLen)};   // lent to the benchmarks for the process
+  Group &group = *new Group{number, curve, fieldLen, Octets(2 * fieldLen)};  // lent to the benchmarks for the process
   kxECDH peer(number);
   if (peer.generate() != 0) return;
   peer.getPublic4IKE(group.peer.data(), static_cast<int>(group.peer.size()));

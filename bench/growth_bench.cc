@@ -17,8 +17,8 @@ void Run(benchmark::State &state, const CostlyInput &input, int numParts, int ro
   for (auto _ : state) {
     for (int i = 0; i < rounds; ++i) {
       const std::unique_ptr<sxAsnType> value(input.type->create());
-      const int rc = sxASN_DecodeBuf(*value, reinterpret_cast<const char *>(octets.data()),
-                                     static_cast<int>(octets.size()));
+      const int rc =
+          sxASN_DecodeBuf(*value, reinterpret_cast<const char *>(octets.data()), static_cast<int>(octets.size()));
       if ((rc == 0) != input.decodes) return state.SkipWithError("decodes, or does not, against what is known");
       if (rc != 0) continue;
       const std::unique_ptr<sxAsnType> copy(value->Dup());
@@ -32,12 +32,10 @@ void Run(benchmark::State &state, const CostlyInput &input, int numParts, int ro
 const int kRegistered = [] {
   for (const CostlyInput &input : CostlyInputs()) {
     const std::string name = std::string("growth/") + input.name;
-    benchmark::RegisterBenchmark((name + "/small").c_str(), [&input](benchmark::State &state) {
-      Run(state, input, kNumParts, kTimes);
-    });
-    benchmark::RegisterBenchmark((name + "/large").c_str(), [&input](benchmark::State &state) {
-      Run(state, input, kNumParts * kTimes, 1);
-    });
+    benchmark::RegisterBenchmark((name + "/small").c_str(),
+                                 [&input](benchmark::State &state) { Run(state, input, kNumParts, kTimes); });
+    benchmark::RegisterBenchmark((name + "/large").c_str(),
+                                 [&input](benchmark::State &state) { Run(state, input, kNumParts * kTimes, 1); });
   }
   return 0;
 }();

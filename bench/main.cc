@@ -38,7 +38,7 @@ class KeepingReporter : public benchmark::ConsoleReporter {
       std::vector<Side> &sides = m_groups[name.substr(0, slash)];
       const Side side = {name.substr(slash + 1), run.GetAdjustedRealTime()};
       if (!sides.empty() && sides.back().name == side.name) {
-        sides.back() = side;   // the median comes last
+        sides.back() = side;  // the median comes last
       } else {
         sides.push_back(side);
       }

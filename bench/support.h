@@ -19,7 +19,7 @@ std::vector<Octets> ReadPemBundle(const std::string &path);
 /// A chain of bench/data.
 struct BenchChain {
   Octets root, intermediate, leaf;
-  explicit BenchChain(const std::string &kind);   ///< "rsa" or "ec"
+  explicit BenchChain(const std::string &kind);  ///< "rsa" or "ec"
 };
 
 /// Debian's roots, as many as it takes with one of our own to come to 140.

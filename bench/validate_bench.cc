@@ -19,7 +19,9 @@ namespace {
 
 struct FreeObj {
   template <class T>
-  void operator()(T *obj) const { sxFreePKobj(obj); }
+  void operator()(T *obj) const {
+    sxFreePKobj(obj);
+  }
 };
 struct FreeCert {
   void operator()(sxCert *cert) const { sxCert_Free(cert); }
@@ -68,7 +70,7 @@ void Ours(benchmark::State &state, const BenchChain &octets, From from, Memory m
   const CountsAllocations counts(state);
   sxSignatureCache_SetSize(64);
   for (auto _ : state) {
-    if (memory == Memory::kCleared) sxSignatureCache_Clear();   // not timed, as is what goes afterwards
+    if (memory == Memory::kCleared) sxSignatureCache_Clear();  // not timed, as is what goes afterwards
     const auto start = std::chrono::steady_clock::now();
     sxCerts chain;
     if (from == From::kOctets) Fill(&chain, octets);
@@ -154,7 +156,7 @@ void NameLookup(benchmark::State &state, const BenchChain &octets) {
   const auto holder = NewHolder(octets.root);
   const CertRef root(Decode(octets.root));
   for (auto _ : state) {
-    const sxDN issuer(*root->Subject());   // a name that comes fresh, its hash not known yet
+    const sxDN issuer(*root->Subject());  // a name that comes fresh, its hash not known yet
     if (holder->RootCA_Lookup(issuer) == nullptr) state.SkipWithError("not found");
   }
 }
@@ -187,7 +189,7 @@ void NameLookupLibcrypto(benchmark::State &state, const BenchChain &octets) {
 
 const int kRegistered = [] {
   for (const std::string kind : {"rsa", "ec"}) {
-    static std::vector<BenchChain *> chains;   // lent to the benchmarks for the process
+    static std::vector<BenchChain *> chains;  // lent to the benchmarks for the process
     chains.push_back(new BenchChain(kind));
     const BenchChain &chain = *chains.back();
     const auto add = [](const std::string &name, auto func, auto &&...args) {

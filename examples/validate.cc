@@ -1,14 +1,14 @@
 // Validates a certificate against one trusted root: validate ROOT CERTIFICATE [FURTHER CERTIFICATE]...
 // The further ones are what the peer sent along, in any order. The exit code is 0 when it is valid, 1 when
 // it is not, 2 when a file cannot be read.
-#include <cstdio>
 #include <kxcert/cert/certFile.h>
 #include <kxcert/foundation/kxBinBuf.h>
 #include <kxcert/trust/chainJudge.h>
 #include <kxcert/trust/sxKeyHolder.h>
 #include <kxcert/trust/sxRootCA.h>
+#include <cstdio>
 
-static sxCert *ReadCert(const char *file) {   // null when it is none; else for sxCert_Free
+static sxCert *ReadCert(const char *file) {  // null when it is none; else for sxCert_Free
   char error[kCertFileErrLen] = "not a certificate";
   kxBinBuf octets;
   sxCert *cert = nullptr;
@@ -18,13 +18,13 @@ static sxCert *ReadCert(const char *file) {   // null when it is none; else for 
 }
 
 int main(int argc, char **argv) {
-  sxCerts read;   // all of them, before anything is decided
+  sxCerts read;  // all of them, before anything is decided
   for (int i = 1; i < argc; ++i) read.Add(ReadCert(argv[i]));
   if (argc < 3 || read.Count() != argc - 1) return 2;
 
   sxKeyHolder *holder = sxKeyHolder_New();
   auto *root = new sxRootCA("my root", read.Get(0), 0, sxCaType_other, 0, nullptr, 0, nullptr, 0);
-  holder->AddCA(root);   // the holder has a reference now, as the root has one of its certificate
+  holder->AddCA(root);  // the holder has a reference now, as the root has one of its certificate
   sxFreePKobj(root);
 
   sxChainQuestion question;

@@ -7,12 +7,12 @@
 #include <cstdlib>
 
 /// Ends the process when the property does not hold, in every build.
-#define KX_ASSERT(property)                                                            \
-  do {                                                                                 \
-    if (!(property)) {                                                                 \
+#define KX_ASSERT(property)                                                              \
+  do {                                                                                   \
+    if (!(property)) {                                                                   \
       std::fprintf(stderr, "%s:%d: does not hold: %s\n", __FILE__, __LINE__, #property); \
-      std::abort();                                                                    \
-    }                                                                                  \
+      std::abort();                                                                      \
+    }                                                                                    \
   } while (false)
 
 #endif

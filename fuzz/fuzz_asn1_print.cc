@@ -7,8 +7,8 @@
 #include <string>
 
 #include "check.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "support/asnClasses.h"
 
 namespace {

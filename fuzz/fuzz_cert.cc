@@ -12,10 +12,10 @@
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/subjectPublicKey.h"
 #include "kxcert/keys/sxPubKey.h"
-#include "kxcert/foundation/textStream.h"
 
 namespace {
 
@@ -52,8 +52,7 @@ void CheckFields(const sxCert &cert, const sxASN_Certificate &tree) {
   KX_ASSERT(AsnInt2BinBuf(body.serialNumber, serial) == 0);
   int len = 0;
   const unsigned char *octets = cert.SerialNum(len);
-  KX_ASSERT(std::string(octets, octets + len) ==
-            std::string(serial.Data(), serial.Data() + serial.Len()));
+  KX_ASSERT(std::string(octets, octets + len) == std::string(serial.Data(), serial.Data() + serial.Len()));
   CheckName(cert.Issuer(), body.issuer);
   CheckName(cert.Subject(), body.subject);
   KX_ASSERT(cert.notBefore() == sxASN_Time2time(body.validity->notBefore));

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int64_t kNow = 1893456000;   // 2030-01-01 00:00 UTC
+constexpr int64_t kNow = 1893456000;  // 2030-01-01 00:00 UTC
 constexpr uint32_t kMemory = 256;
 
 struct FreeObj {
@@ -26,7 +26,7 @@ struct FreeObj {
 
 // Two octets of length, high first, then that many octets or what is left.
 std::pair<const uint8_t *, size_t> NextBlob(const uint8_t **pos, const uint8_t *end) {
-  if (end - *pos < 2) {   // half a length ends the input
+  if (end - *pos < 2) {  // half a length ends the input
     *pos = end;
     return {nullptr, 0};
   }

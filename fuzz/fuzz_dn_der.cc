@@ -17,8 +17,7 @@ void CheckOne(const sxDN &dn) {
   KX_ASSERT(equalsItself == dn.IsSub(dn));
   KX_ASSERT((dn.GetStr() == nullptr) == (dn.GetStr_ascii() == nullptr));
   const sxDN copy(dn);
-  KX_ASSERT(copy.Equal(dn) == equalsItself && copy.Hash() == dn.Hash() &&
-            copy.Count() == dn.Count());
+  KX_ASSERT(copy.Equal(dn) == equalsItself && copy.Hash() == dn.Hash() && copy.Count() == dn.Count());
 
   unsigned char *der = nullptr;
   int derLen = 0;

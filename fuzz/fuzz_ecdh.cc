@@ -72,7 +72,7 @@ void TryValue(int group, std::vector<unsigned char> value, bool isX) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  set_max_ephemeral_ec_key_age(0xFFFFFFFF);   // the same key throughout
+  set_max_ephemeral_ec_key_age(0xFFFFFFFF);  // the same key throughout
   if (size > 0 && data[0] < 4) {
     TryValue(19 + data[0] % 2, std::vector<unsigned char>(data + 1, data + size), data[0] >= 2);
     return 0;

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr size_t kMaxLine = 999;         // characters that are taken for one line
+constexpr size_t kMaxLine = 999;  // characters that are taken for one line
 
 // What stands behind the line that ends the block; npos without one.
 size_t EndOfBlock(const std::string &content) {

@@ -37,8 +37,7 @@ inline bool TypeRoundTrips(const sxAva &ava) {
 inline bool NameRoundTrips(const sxDN &dn) {
   kxBinBuf der;
   sxFlatName flat;
-  if (dn.GetName() == nullptr ||
-      sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*dn.GetName()), der, 0) != 0 ||
+  if (dn.GetName() == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*dn.GetName()), der, 0) != 0 ||
       !flat.Read(der.Data(), der.Len(), true)) {
     return false;
   }

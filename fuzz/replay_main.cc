@@ -18,10 +18,10 @@ int main(int argc, char **argv) {
   std::sort(files.begin(), files.end());
   for (const std::filesystem::path &path : files) {
     std::printf("%s\n", path.c_str());
-    std::fflush(stdout);   // the last line names the file that ends the process
+    std::fflush(stdout);  // the last line names the file that ends the process
     std::ifstream file(path, std::ios::binary);
     const std::vector<char> content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    const auto octets = std::make_unique<uint8_t[]>(content.size());   // exact, so that a read past it shows
+    const auto octets = std::make_unique<uint8_t[]>(content.size());  // exact, so that a read past it shows
     std::copy(content.begin(), content.end(), octets.get());
     LLVMFuzzerTestOneInput(octets.get(), content.size());
   }

@@ -12,9 +12,9 @@ unsigned int ContextTag(const sxAsnElem &elem, int form) {
 }
 
 // The element without an explicit tag around it.
-int DecodeBare(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const sxAsnHeader &header,
-               const char *owner, const sxAsnTexts &texts, int &bytesDecoded) {
-  if (elem.type->kind == sxAsnKind::kAny) {   // it keeps or reads its own identifier and length
+int DecodeBare(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const sxAsnHeader &header, const char *owner,
+               const sxAsnTexts &texts, int &bytesDecoded) {
+  if (elem.type->kind == sxAsnKind::kAny) {  // it keeps or reads its own identifier and length
     buf.Rewind(header.start);
     bytesDecoded = header.startCount;
     const int rc = elem.fallBack && elem.definedBy >= 0
@@ -68,9 +68,7 @@ bool sxAsnElemAcceptsOther(const sxAsnElem &elem, unsigned int tag) {
 
 int sxAsnDecodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnReadBuf &buf, const sxAsnHeader &header,
                     const char *owner, const sxAsnTexts &texts, int &bytesDecoded) {
-  if (elem.tagging != sxAsnElem::kExplicit) {
-    return DecodeBare(elem, value, buf, header, owner, texts, bytesDecoded);
-  }
+  if (elem.tagging != sxAsnElem::kExplicit) { return DecodeBare(elem, value, buf, header, owner, texts, bytesDecoded); }
   const int len = BDecLen(buf, bytesDecoded);
   if (len >= 0 || len == kIndefiniteLen) {
     return sxAsnDecodeExplicit(elem, value, buf, len, owner, texts, bytesDecoded);
@@ -104,7 +102,7 @@ int sxAsnEncodeElem(const sxAsnElem &elem, sxAsnType &value, sxAsnWriteBuf &buf,
   const sxAsnTypeInfo &type = *elem.type;
   int len = type.kind == sxAsnKind::kAny ? value.BEnc(buf) : value.BEncContent(buf);
   if (len < 0) return herror_func(0, 0, texts.encodeContent, owner, elem.name), -1;
-  if (type.kind != sxAsnKind::kAny && type.kind != sxAsnKind::kChoice) {   // these write their own tag
+  if (type.kind != sxAsnKind::kAny && type.kind != sxAsnKind::kChoice) {  // these write their own tag
     const bool implicit = elem.tagging == sxAsnElem::kImplicit;
     len = EncodeHeader(elem, buf, len, implicit ? kContext : kUniversal, type.tag & kConstructed,
                        implicit ? elem.tagNumber : type.tag & 0x1F, owner, texts);

@@ -8,8 +8,8 @@
 
 /// Identifier and length of an element that was read; where it starts.
 struct sxAsnHeader {
-  const unsigned char *start;   ///< first identifier octet
-  int startCount;               ///< the caller's count of octets there
+  const unsigned char *start;  ///< first identifier octet
+  int startCount;              ///< the caller's count of octets there
   unsigned int tag;
 };
 
@@ -29,13 +29,13 @@ void sxAsnCopyElems(const sxAsnType &from, sxAsnType &to);
 /// stands here as its arguments.
 struct sxAsnTexts {
   const char *decodeLength;
-  const char *decodeContent;    ///< class, element
-  const char *unexpectedTag;    ///< class, offset
+  const char *decodeContent;  ///< class, element
+  const char *unexpectedTag;  ///< class, offset
   const char *decodeEoc;
-  const char *discrepancy;      ///< class, offset
-  const char *encodeContent;    ///< class, element
-  const char *encodeLength;     ///< class, element
-  const char *encodeTag;        ///< class, element
+  const char *discrepancy;    ///< class, offset
+  const char *encodeContent;  ///< class, element
+  const char *encodeLength;   ///< class, element
+  const char *encodeTag;      ///< class, element
 };
 
 /// Decodes one element whose identifier was read, up to its end, into @p value, which is empty and of

@@ -9,7 +9,7 @@
 /// fewest octets of its two's complement.
 struct sxAsnDigits {
   bool negative;
-  const unsigned char *octets;   ///< lent by the number or by the area
+  const unsigned char *octets;  ///< lent by the number or by the area
   int len;
 };
 

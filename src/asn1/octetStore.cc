@@ -10,7 +10,7 @@ void sxOctets::AssignLong(const unsigned char *data, int len) {
   unsigned char *const old = m_len > kInline ? m_area.heap.octets : nullptr;
   if (len > kInline) {
     auto *block = new unsigned char[static_cast<size_t>(len)];
-    std::memcpy(block, data, static_cast<size_t>(len));   // before the old block goes
+    std::memcpy(block, data, static_cast<size_t>(len));  // before the old block goes
     m_area.heap.octets = block;
     m_len = len;
   } else {

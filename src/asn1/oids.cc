@@ -1,7 +1,10 @@
 #include "kxcert/asn1/oids.h"
 
 // Each line: the constant and its arcs.
-#define KXCERT_OID(name, ...) constinit const sxAsnOid name{{__VA_ARGS__}}
+#define KXCERT_OID(name, ...)     \
+  constinit const sxAsnOid name { \
+    { __VA_ARGS__ }               \
+  }
 
 // RFC 1321, RFC 3279, RFC 5754; FIPS 180-4 registrations under 2.16.840.1.101.3.4.2
 KXCERT_OID(sxASN_md5, 1, 2, 840, 113549, 2, 5);

@@ -4,8 +4,8 @@
 
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/foundation/hashTable.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "modules/registerModules.h"
 #include "primitive.h"
 
@@ -20,9 +20,7 @@ unsigned HashOid(const void *key) {
 int CompareOid(const void *a, const void *b) {
   return static_cast<const sxAsnOid *>(a)->OidEquiv(*static_cast<const sxAsnOid *>(b)) ? 0 : 1;
 }
-unsigned HashInt(const void *key) {
-  return static_cast<unsigned>(static_cast<const sxAsnInt *>(key)->GetShortVal());
-}
+unsigned HashInt(const void *key) { return static_cast<unsigned>(static_cast<const sxAsnInt *>(key)->GetShortVal()); }
 int CompareInt(const void *a, const void *b) {
   return static_cast<const sxAsnInt *>(a)->intEquiv(*static_cast<const sxAsnInt *>(b)) ? 0 : 1;
 }
@@ -31,13 +29,11 @@ void DestroyInfo(void *data) { delete static_cast<sxAnyInfo *>(data); }
 // The keys lie within the entries, so that only the entries are destroyed. The tables live for the
 // process: open types are decoded by static destructors of users, too.
 kxHashTable *OidTable() {
-  static kxHashTable *const table =
-      _hash_create_with_destr(kNumBuckets, HashOid, CompareOid, nullptr, DestroyInfo);
+  static kxHashTable *const table = _hash_create_with_destr(kNumBuckets, HashOid, CompareOid, nullptr, DestroyInfo);
   return table;
 }
 kxHashTable *IntTable() {
-  static kxHashTable *const table =
-      _hash_create_with_destr(kNumBuckets, HashInt, CompareInt, nullptr, DestroyInfo);
+  static kxHashTable *const table = _hash_create_with_destr(kNumBuckets, HashInt, CompareInt, nullptr, DestroyInfo);
   return table;
 }
 
@@ -50,8 +46,8 @@ sxAsnType *NewValue(const sxAnyInfo *info) {
 
 constinit const sxAsnTypeInfo sxAsnRawAny::kInfo = {
     "sxAsnRawAny", sxAsnKind::kAny, false, false, 0, sxAsnCreate<sxAsnRawAny>, nullptr, 0};
-constinit const sxAsnTypeInfo sxAsnAny::kInfo = {
-    "sxAsnAny", sxAsnKind::kAny, false, false, 0, sxAsnCreate<sxAsnAny>, nullptr, 0};
+constinit const sxAsnTypeInfo sxAsnAny::kInfo = {"sxAsnAny", sxAsnKind::kAny,       false,   false,
+                                                 0,          sxAsnCreate<sxAsnAny>, nullptr, 0};
 
 sxAsnType *sxAsnRawAny::Dup() const {
   sxAsnType *copy = Clone();
@@ -158,7 +154,7 @@ void sxAsnAny::InstallAnyByOid(const sxAsnOid &oid, int anyId, sxAsnType *protot
     herror_func(0, 0, "sxAsnAny::InstallAnyByOid attempt to insert into hash failed");
     return;
   }
-  static_cast<void>(info.release());   // the table's now
+  static_cast<void>(info.release());  // the table's now
 }
 
 void sxAsnAny::InstallAnyByInt(const sxAsnInt &number, int anyId, sxAsnType *prototype) {
@@ -192,7 +188,7 @@ int sxAsnAny::CopyFrom(const sxAsnType &other) {
   if (&from == this) return 0;
   std::unique_ptr<sxAsnType> copy(from.m_value != nullptr ? from.m_value->Dup() : nullptr);
   m_info = from.m_info;
-  m_value = std::move(copy);   // last: either value may be a part of the other
+  m_value = std::move(copy);  // last: either value may be a part of the other
   return 0;
 }
 
@@ -201,7 +197,7 @@ int sxAsnAny::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   if (m_value == nullptr) return herror_func(0, 0, "sxAsnAny::BDec value is NULL"), -1;
   const sxAsnLevel level(buf);
   const int start = buf.GetOffset();
-  int counted = 0;   // not to be relied on: strings count an empty one too low
+  int counted = 0;  // not to be relied on: strings count an empty one too low
   if (!level.Ok() || m_value->BDec(buf, counted) < 0) {
     return herror_func(0, 0, "sxAsnAny::BDec attempt to decoded failed"), -1;
   }

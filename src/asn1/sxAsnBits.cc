@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "kxcert/asn1/sxAsnPrint.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "primitive.h"
 
 namespace {
@@ -20,9 +20,7 @@ unsigned char MaskOf(int bit) { return static_cast<unsigned char>(0x80 >> bit % 
 void AppendBits(std::vector<unsigned char> *octets, int *bitLen, const unsigned char *from, int fromBits) {
   const int shift = *bitLen % 8;
   const int numOctets = OctetsOf(fromBits);
-  if (shift != 0) {
-    octets->back() = static_cast<unsigned char>(octets->back() & (0xFF << (8 - shift)));
-  }
+  if (shift != 0) { octets->back() = static_cast<unsigned char>(octets->back() & (0xFF << (8 - shift))); }
   for (int i = 0; i < numOctets; ++i) {
     if (shift == 0) {
       octets->push_back(from[i]);
@@ -110,18 +108,17 @@ int sxAsnBits::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, 
 int sxAsnBits::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
   if ((tag & kConstructed) != 0) return BDecConsBits(buf, len, bytesDecoded);
   if (len < 1 || len > buf.GetLen()) {
-    herror_func(0, 0, "sxAsnBits::BDecContent: no content, or not all of it (%d). offset = %d", len,
-                buf.GetOffset());
+    herror_func(0, 0, "sxAsnBits::BDecContent: no content, or not all of it (%d). offset = %d", len, buf.GetOffset());
     return -1;
   }
   const unsigned char *content = buf.GetSeg(&len);
   bytesDecoded += len;
   const int unused = content[0];
-  if (unused > 7) {   // X.690 8.6.2.2
+  if (unused > 7) {  // X.690 8.6.2.2
     herror_func(0, 0, "sxAsnBits::BDecContent failed to decoded Content, bad unused byte. unused = %d", unused);
     return -1;
   }
-  if (len - 1 > INT32_MAX / 8) return -1;   // the count of bits would not fit
+  if (len - 1 > INT32_MAX / 8) return -1;  // the count of bits would not fit
   const int bitLen = (len - 1) * 8 - unused;
   if (bitLen < 0) {
     herror_func(0, 0, "sxAsnBits::BDecContent failed to decoded Content, bad bitLen. bitLen = %d", bitLen);
@@ -140,7 +137,7 @@ int sxAsnBits::BDecConsBits(sxAsnReadBuf &buf, int len, int &bytesDecoded) {
   }
   const bool indefinite = len == kIndefiniteLen;
   if (indefinite) {
-    len = RawLen(buf, 1) - 2;   // without the end-of-contents octets
+    len = RawLen(buf, 1) - 2;  // without the end-of-contents octets
     if (len < 0) {
       herror_func(0, 0, "sxAsnBits::BDecConsOcts attempt to decoded indefinite length bits failed");
       return -1;

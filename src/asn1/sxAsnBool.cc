@@ -1,7 +1,7 @@
 #include "kxcert/asn1/sxAsnBool.h"
 
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "primitive.h"
 
 constinit const sxAsnTypeInfo sxAsnBool::kInfo = sxAsnPrimitiveInfo("sxAsnBool", 1, sxAsnCreate<sxAsnBool>);
@@ -33,7 +33,7 @@ int sxAsnBool::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDe
   const int octet = buf.GetByte();
   if (octet < 0) return -1;
   ++bytesDecoded;
-  m_value = octet != 0 ? 1 : 0;   // X.690 8.2.2; DER's FF alone is not asked for
+  m_value = octet != 0 ? 1 : 0;  // X.690 8.2.2; DER's FF alone is not asked for
   return 1;
 }
 

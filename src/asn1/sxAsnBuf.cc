@@ -81,13 +81,11 @@ int BEncLongTag(sxAsnWriteBuf &buf, int tagClass, int form, int code) {
   const unsigned int number = static_cast<unsigned int>(code);
   const unsigned char lead = Octet(static_cast<unsigned int>(tagClass | form));
   if (code >= 0 && code < 31) {
-    if (buf.PutByte(Octet(lead | number)) < 0) {
-      return Fail("asn-tag BEncTag error can't write to buf code < 31");
-    }
+    if (buf.PutByte(Octet(lead | number)) < 0) { return Fail("asn-tag BEncTag error can't write to buf code < 31"); }
     return 1;
   }
   const unsigned char longLead = Octet(lead | 31U);
-  if (code >= 0 && code < 0x7F) {   // 126 and not 127, see the header
+  if (code >= 0 && code < 0x7F) {  // 126 and not 127, see the header
     const unsigned char octets[] = {Octet(number), longLead};
     const int written = PutReversed(buf, octets, 2);
     return written < 0 ? Fail("asn-tag BEncTag error can't write to buf code < 0x7f ") : written;
@@ -141,9 +139,7 @@ int BEncLongLen(sxAsnWriteBuf &buf, int len) {
   const unsigned int value = static_cast<unsigned int>(len);
   const unsigned char low = Octet(value);
   if (len < 0 || len >= 0x1000000) return Fail("BEncDefLen can't find match if");
-  if (len < 0x80) {
-    return buf.PutByte(low) < 0 ? Fail("BEncDefLen can't put byte to buf len < 0x80 ") : 1;
-  }
+  if (len < 0x80) { return buf.PutByte(low) < 0 ? Fail("BEncDefLen can't put byte to buf len < 0x80 ") : 1; }
   if (len < 0x100) {
     const unsigned char octets[] = {low, 0x81};
     return PutReversed(buf, octets, 2) < 0 ? Fail("BEncDefLen can't put byte to buf len < 0x100 ") : 2;
@@ -184,8 +180,8 @@ int RawLen(sxAsnReadBuf &buf, int all) {
     const int len = tag < 0 ? -1 : BDecLen(buf, total);
     if (len < 0) return Fail("asnLen: failed to decoded length");
     if (buf.Skip(len) != len) {
-      herror_func(0, 0, "asnLen failed to skip %u bytes before  offset = %d",
-                  static_cast<unsigned int>(len), buf.GetOffset());
+      herror_func(0, 0, "asnLen failed to skip %u bytes before  offset = %d", static_cast<unsigned int>(len),
+                  buf.GetOffset());
       return -1;
     }
     total += len;

@@ -5,8 +5,8 @@
 #include "element.h"
 #include "kxcert/asn1/sxAsnConstructed.h"
 #include "kxcert/asn1/sxAsnPrint.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ void sxAsnChoice::Clean() {
 }
 
 void sxAsnChoice::Choose(int choiceId, const sxAsnType &value) {
-  sxAsnType *const copy = value.Dup();   // before the old value goes: it may hold the argument
+  sxAsnType *const copy = value.Dup();  // before the old value goes: it may hold the argument
   Clean();
   m_choiceId = choiceId;
   m_value = copy;
@@ -48,7 +48,7 @@ int sxAsnChoice::CopyFrom(const sxAsnType &other) {
     Choose(from.m_choiceId, *from.m_value);
   } else {
     m_choiceId = from.m_choiceId;
-    Clean();   // last: it may hold the other
+    Clean();  // last: it may hold the other
   }
   return 0;
 }
@@ -70,18 +70,16 @@ int sxAsnChoice::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
 
 int sxAsnChoice::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
   const sxAsnTypeInfo &info = *Info();
-  const std::unique_ptr<sxAsnType> old(std::exchange(m_value, nullptr));   // the octets may lie within it
+  const std::unique_ptr<sxAsnType> old(std::exchange(m_value, nullptr));  // the octets may lie within it
   const sxAsnLevel level(buf);
   if (!level.Ok()) {
-    herror_func(0, 0, "%s::BDecContent: more than %d levels. offset = %d", info.name, kMaxNesting,
-                buf.GetOffset());
+    herror_func(0, 0, "%s::BDecContent: more than %d levels. offset = %d", info.name, kMaxNesting, buf.GetOffset());
     return -1;
   }
   int alternative = 0;
   while (alternative < info.numElems && !sxAsnElemAccepts(info.elems[alternative], tag)) ++alternative;
   if (alternative == info.numElems) {
-    herror_func(0, 0, "%s::BDecContent ERROR - unexpected tag in CHOICE offset = %d", info.name,
-                buf.GetOffset());
+    herror_func(0, 0, "%s::BDecContent ERROR - unexpected tag in CHOICE offset = %d", info.name, buf.GetOffset());
     return -1;
   }
   const int rc = info.elems[alternative].fallBack ? DecodeOrKeepRaw(buf, alternative, tag, len, bytesDecoded)
@@ -93,8 +91,7 @@ int sxAsnChoice::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &b
 // The identifier alone does not tell this alternative from content of another type. The raw element
 // comes first: it is what stays when the attempt fails, and its end bounds the attempt. Lengths inside
 // may claim all that follows, and copying that for each of many elements would take quadratic time.
-int sxAsnChoice::DecodeOrKeepRaw(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len,
-                                 int &bytesDecoded) {
+int sxAsnChoice::DecodeOrKeepRaw(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len, int &bytesDecoded) {
   const unsigned char *const content = buf.Curr();
   const int startCount = bytesDecoded;
   const int last = Info()->numElems - 1;
@@ -117,8 +114,7 @@ int sxAsnChoice::DecodeOrKeepRaw(sxAsnReadBuf &buf, int alternative, unsigned in
 
 // The identifier and length were read by the caller; the value's content, or the element inside an
 // explicit tag, follows.
-int sxAsnChoice::DecodeAlternative(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len,
-                                   int &bytesDecoded) {
+int sxAsnChoice::DecodeAlternative(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len, int &bytesDecoded) {
   const sxAsnTypeInfo &info = *Info();
   const sxAsnElem &elem = info.elems[alternative];
   Clean();

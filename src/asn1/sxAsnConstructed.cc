@@ -10,7 +10,7 @@ sxAsnType *sxAsnConstructed::Dup() const {
   std::unique_ptr<sxAsnType> copy(Clone());
   const sxAsnKind kind = Info()->kind;
   if (kind == sxAsnKind::kSequence || kind == sxAsnKind::kSet) {
-    sxAsnCopyElems(*this, *copy);   // CopyFrom makes a value more, for one that may be a part of the other
+    sxAsnCopyElems(*this, *copy);  // CopyFrom makes a value more, for one that may be a part of the other
   } else {
     copy->CopyFrom(*this);
   }

@@ -26,7 +26,7 @@ constexpr sxAsnElem kElems[] = {
 
 constinit const sxAsnTypeInfo sxAsnEXTERNALChoice::kInfo = {
     "sxAsnEXTERNALChoice", sxAsnKind::kChoice, false, false, 0, sxAsnCreate<sxAsnEXTERNALChoice>, kChoiceElems, 3};
-constinit const sxAsnTypeInfo sxAsnEXTERNAL::kInfo = {
-    "sxAsnEXTERNAL", sxAsnKind::kSequence, false, false, kExternalTag, sxAsnCreate<sxAsnEXTERNAL>, kElems, 4};
+constinit const sxAsnTypeInfo sxAsnEXTERNAL::kInfo = {"sxAsnEXTERNAL", sxAsnKind::kSequence,       false,  false,
+                                                      kExternalTag,    sxAsnCreate<sxAsnEXTERNAL>, kElems, 4};
 
 sxAsnEXTERNAL::~sxAsnEXTERNAL() { DestroyElems(*this, kInfo); }

@@ -4,13 +4,13 @@
 
 #include "integerDigits.h"
 #include "kxcert/asn1/sxAsnPrint.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "primitive.h"
 
 namespace {
 
-constexpr int kSmallLen = 4;   // content octets that fit the small value
+constexpr int kSmallLen = 4;  // content octets that fit the small value
 
 void BigEndian(int value, unsigned char (&octets)[kSmallLen]) {
   const uint32_t bits = static_cast<uint32_t>(value);
@@ -71,8 +71,7 @@ bool sxAsnInt::intEquiv(const sxAsnInt &other) const {
   sxAsnDigitArea otherArea;
   const sxAsnDigits a = sxAsnDigitsOf(*this, ownArea);
   const sxAsnDigits b = sxAsnDigitsOf(other, otherArea);
-  return a.negative == b.negative && a.len == b.len &&
-         std::memcmp(a.octets, b.octets, static_cast<size_t>(a.len)) == 0;
+  return a.negative == b.negative && a.len == b.len && std::memcmp(a.octets, b.octets, static_cast<size_t>(a.len)) == 0;
 }
 
 sxAsnType *sxAsnInt::Dup() const {
@@ -101,8 +100,8 @@ int sxAsnInt::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, E
 
 int sxAsnInt::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
   if (len < 1) {
-    herror_func(0, 0, "sxAsnInt::BDecContent: sxAsnInt must not be with INDEFINITE length (%d). offset = %d",
-                len, buf.GetOffset());
+    herror_func(0, 0, "sxAsnInt::BDecContent: sxAsnInt must not be with INDEFINITE length (%d). offset = %d", len,
+                buf.GetOffset());
     return -1;
   }
   if (len > buf.GetLen()) {
@@ -116,7 +115,7 @@ int sxAsnInt::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDec
     m_isMagnitude = false;
     return 1;
   }
-  uint32_t value = octets[0] >= 0x80 ? UINT32_MAX : 0;   // the sign
+  uint32_t value = octets[0] >= 0x80 ? UINT32_MAX : 0;  // the sign
   for (int i = 0; i < len; ++i) value = value << 8 | octets[i];
   Set(static_cast<int>(value));
   return 1;

@@ -8,8 +8,8 @@
 #include "kxcert/asn1/sxAsnBufSet.h"
 #include "kxcert/asn1/sxAsnConstructed.h"
 #include "kxcert/asn1/sxAsnPrint.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 
 namespace {
 
@@ -54,16 +54,14 @@ sxAsnType *sxAsnList::InsertNew(int at) {
   return elem;
 }
 
-void sxAsnList::SetCurrElmt(int index) {
-  m_curr = Count() == 0 ? kNoCursor : std::clamp(index, 0, Count() - 1);
-}
+void sxAsnList::SetCurrElmt(int index) { m_curr = Count() == 0 ? kNoCursor : std::clamp(index, 0, Count() - 1); }
 
 void sxAsnList::RemoveCurrFromList() {
   if (m_curr == kNoCursor) return;
   const int last = Count() - 1;
   m_elems.Remove(m_curr);
   if (last == 0 || (m_curr > 0 && m_curr < last)) {
-    m_curr = kNoCursor;   // after a middle one as well: intended, callers set it anew
+    m_curr = kNoCursor;  // after a middle one as well: intended, callers set it anew
   } else if (m_curr == last) {
     --m_curr;
   }
@@ -72,7 +70,7 @@ void sxAsnList::RemoveCurrFromList() {
 int sxAsnList::CopyFrom(const sxAsnType &other) {
   if (&other == this) return 0;
   if (other.Info() != Info()) return -1;
-  sxAsnElemArray copies;   // all of them before the old ones go: either list may be a part of the other
+  sxAsnElemArray copies;  // all of them before the old ones go: either list may be a part of the other
   for (const sxAsnType *elem : static_cast<const sxAsnList &>(other).m_elems) {
     copies.Insert(copies.Count(), std::unique_ptr<sxAsnType>(elem->Dup()));
   }
@@ -84,14 +82,13 @@ int sxAsnList::CopyFrom(const sxAsnType &other) {
 int sxAsnList::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
   const sxAsnTypeInfo &info = *Info();
   const sxAsnElem &elem = info.elems[0];
-  sxAsnElemArray old;   // until the end: the octets may lie within it
+  sxAsnElemArray old;  // until the end: the octets may lie within it
   if (Count() > 0) old.Swap(m_elems);
   m_curr = kNoCursor;
   if (len == 0 || (len < 0 && len != kIndefiniteLen)) return 1;
   const sxAsnLevel level(buf);
   if (!level.Ok()) {
-    herror_func(0, 0, "%s::BDecContent: more than %d levels. offset = %d", info.name, kMaxNesting,
-                buf.GetOffset());
+    herror_func(0, 0, "%s::BDecContent: more than %d levels. offset = %d", info.name, kMaxNesting, buf.GetOffset());
     return -1;
   }
   int counter = 0;
@@ -127,7 +124,7 @@ int sxAsnList::EncContent(sxAsnWriteBuf &buf) {
   const bool sorts = Info()->kind == sxAsnKind::kSetOf && buf.sortSets >= 1 && !buf.Measures();
   if (sorts && Count() > 1) return EncodeSorted(buf);
   int total = 0;
-  for (int i = Count() - 1; i >= 0; --i) {   // the buffer fills backwards
+  for (int i = Count() - 1; i >= 0; --i) {  // the buffer fills backwards
     const int len = EncodeElem(*m_elems[i], buf);
     if (len < 0) return -1;
     total += len;
@@ -138,7 +135,7 @@ int sxAsnList::EncContent(sxAsnWriteBuf &buf) {
 // Writes the elements as they stand. Mostly they were decoded from DER and so are in order already; if
 // not, the octets just written are sorted. Elements are encoded once in either case: sets hold sets.
 int sxAsnList::EncodeSorted(sxAsnWriteBuf &buf) {
-  std::vector<Written> elements;   // from the last to the first
+  std::vector<Written> elements;  // from the last to the first
   elements.reserve(static_cast<size_t>(Count()));
   int total = 0;
   int longest = 0;

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "kxcert/asn1/sxAsnPrint.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "primitive.h"
 
 constinit const sxAsnTypeInfo sxAsnOcts::kInfo = sxAsnStringInfo("sxAsnOcts", 4, sxAsnCreate<sxAsnOcts>);
@@ -54,13 +54,11 @@ int ReadHeader(const sxAsnTypeInfo &info, sxAsnReadBuf &buf, int &len, int &byte
 // The content octets of the primitive form, lent, or null.
 const unsigned char *TakePrimitive(sxAsnReadBuf &buf, int len, int &bytesDecoded) {
   if (len < 0) {
-    herror_func(0, 0,
-                "sxAsnOcts::BDecContent indefinite length is not permitted for non-constructed octet");
+    herror_func(0, 0, "sxAsnOcts::BDecContent indefinite length is not permitted for non-constructed octet");
     return nullptr;
   }
   if (len > buf.GetLen()) {
-    herror_func(0, 0, "sxAsnOcts::BDecContent:  can't get data from buffer before offset = %d",
-                buf.GetOffset());
+    herror_func(0, 0, "sxAsnOcts::BDecContent:  can't get data from buffer before offset = %d", buf.GetOffset());
     return nullptr;
   }
   bytesDecoded += len;
@@ -77,10 +75,9 @@ int JoinSegments(sxAsnReadBuf &buf, int len, int &bytesDecoded, std::vector<unsi
   }
   const bool indefinite = len == kIndefiniteLen;
   if (indefinite) {
-    len = RawLen(buf, 1) - 2;   // without the end-of-contents octets
+    len = RawLen(buf, 1) - 2;  // without the end-of-contents octets
     if (len < 0) {
-      herror_func(0, 0,
-                  "sxAsnOcts::BDEcConsOcts failed to get the length of octet for indefinite length");
+      herror_func(0, 0, "sxAsnOcts::BDEcConsOcts failed to get the length of octet for indefinite length");
       return -1;
     }
   }
@@ -126,9 +123,7 @@ void sxAsnOcts::Set(const char *text) {
   Set(reinterpret_cast<const unsigned char *>(text), text == nullptr ? 0 : static_cast<int>(std::strlen(text)));
 }
 
-void sxAsnOcts::Set(const unsigned char *octets, int len) {
-  m_octets.Assign(octets, octets == nullptr ? 0 : len);
-}
+void sxAsnOcts::Set(const unsigned char *octets, int len) { m_octets.Assign(octets, octets == nullptr ? 0 : len); }
 
 sxAsnType *sxAsnOcts::GetType(const char *name) {
   return name != nullptr && std::strcmp(name, kInfo.name) == 0 ? this : sxAsnType::GetType(name);

@@ -4,21 +4,21 @@
 #include <cstdio>
 #include <string>
 
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "primitive.h"
 
 namespace {
 
-constexpr int kMaxContent = 5 * kMaxOidArcs;   // octets that eleven arcs of 32 bits take
+constexpr int kMaxContent = 5 * kMaxOidArcs;  // octets that eleven arcs of 32 bits take
 constexpr int kPrintText = 200;
 
 }  // namespace
 
 constinit const sxAsnTypeInfo sxAsnOid::kInfo = sxAsnPrimitiveInfo("sxAsnOid", 6, sxAsnCreate<sxAsnOid>);
 
-void sxAsnOid::Set(unsigned int arc1, unsigned int arc2, int arc3, int arc4, int arc5, int arc6, int arc7,
-                   int arc8, int arc9, int arc10, int arc11) {
+void sxAsnOid::Set(unsigned int arc1, unsigned int arc2, int arc3, int arc4, int arc5, int arc6, int arc7, int arc8,
+                   int arc9, int arc10, int arc11) {
   unsigned char content[kMaxContent];
   int len = 0;
   content[len++] = static_cast<unsigned char>(arc1 * 40 + arc2);
@@ -29,7 +29,7 @@ void sxAsnOid::Set(unsigned int arc1, unsigned int arc2, int arc3, int arc4, int
     }
     EncVal(content, static_cast<unsigned int>(arc), len);
   }
-  std::putchar('\n');   // intended, see the header
+  std::putchar('\n');  // intended, see the header
   m_octets.Assign(content, len);
 }
 
@@ -49,7 +49,7 @@ int sxAsnOid::GetStr(char *buf, int bufLen) const {
   uint32_t value = 0;
   bool first = true;
   for (int i = 0; fits && i < Len(); ++i) {
-    value = value << 7 | (Data()[i] & 0x7FU);   // larger arcs wrap: 32 bits are what the text shows
+    value = value << 7 | (Data()[i] & 0x7FU);  // larger arcs wrap: 32 bits are what the text shows
     if ((Data()[i] & 0x80) != 0) continue;
     if (first) {
       const uint32_t arc1 = value / 40 > 2 ? 2 : value / 40;
@@ -87,15 +87,15 @@ int sxAsnOid::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, E
 
 int sxAsnOid::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
   if (len < 1) {
-    herror_func(0, 0, "sxAsnOid::BDecContent: sxAsnOid must not be with INDEFINITE length (%d). offset = %d",
-                len, buf.GetOffset());
+    herror_func(0, 0, "sxAsnOid::BDecContent: sxAsnOid must not be with INDEFINITE length (%d). offset = %d", len,
+                buf.GetOffset());
     return -1;
   }
   if (len > buf.GetLen()) {
     herror_func(0, 0, "sxAsnOid::BDecContent: can't get %d octets. offset = %d", len, buf.GetOffset());
     return -1;
   }
-  m_octets.Assign(buf.GetSeg(&len), len);   // as received: base 128 is looked at only by GetStr
+  m_octets.Assign(buf.GetSeg(&len), len);  // as received: base 128 is looked at only by GetStr
   bytesDecoded += len;
   return 1;
 }

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 
 namespace {
 

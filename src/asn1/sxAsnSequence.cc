@@ -5,8 +5,8 @@
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnConstructed.h"
 #include "kxcert/asn1/sxAsnPrint.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 
 namespace {
 
@@ -101,22 +101,21 @@ int sxAsnSequence::CopyFrom(const sxAsnType &other) {
 int sxAsnSequence::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
   const sxAsnLevel level(buf);
   if (!level.Ok()) {
-    herror_func(0, 0, "%s::BDecContent: more than %d levels. offset = %d", Info()->name, kMaxNesting,
-                buf.GetOffset());
+    herror_func(0, 0, "%s::BDecContent: more than %d levels. offset = %d", Info()->name, kMaxNesting, buf.GetOffset());
     return -1;
   }
-  const std::unique_ptr<sxAsnType> old = TakeElems(*this, *Info());   // until the end: the octets may lie within
+  const std::unique_ptr<sxAsnType> old = TakeElems(*this, *Info());  // until the end: the octets may lie within
   int counter = 0;
-  const int rc = Info()->kind == sxAsnKind::kSet ? DecodeInAnyOrder(buf, len, counter)
-                                                 : DecodeInOrder(buf, len, counter);
+  const int rc =
+      Info()->kind == sxAsnKind::kSet ? DecodeInAnyOrder(buf, len, counter) : DecodeInOrder(buf, len, counter);
   if (rc < 0) return -1;
   bytesDecoded += counter;
   return 1;
 }
 
 // Decodes the element at its place, which is empty, after its identifier was read.
-int sxAsnSequence::DecodeSlot(sxAsnReadBuf &buf, int i, unsigned int tag, const unsigned char *start,
-                              int startCount, int &counter) {
+int sxAsnSequence::DecodeSlot(sxAsnReadBuf &buf, int i, unsigned int tag, const unsigned char *start, int startCount,
+                              int &counter) {
   const sxAsnTypeInfo &info = *Info();
   const sxAsnElem &elem = info.elems[i];
   sxAsnType *const value = elem.type->create();
@@ -136,7 +135,7 @@ int sxAsnSequence::DecodeSlot(sxAsnReadBuf &buf, int i, unsigned int tag, const 
 
 int sxAsnSequence::DecodeInOrder(sxAsnReadBuf &buf, int len, int &counter) {
   const sxAsnTypeInfo &info = *Info();
-  int next = 0;   // first element that was neither decoded nor passed over
+  int next = 0;  // first element that was neither decoded nor passed over
   while (next < info.numElems) {
     if (len >= 0 && counter >= len) break;
     const unsigned char *const start = buf.Curr();
@@ -193,7 +192,7 @@ int sxAsnSequence::DecodeInAnyOrder(sxAsnReadBuf &buf, int len, int &counter) {
 int sxAsnSequence::EncContent(sxAsnWriteBuf &buf) {
   const sxAsnTypeInfo &info = *Info();
   int total = 0;
-  for (int i = info.numElems - 1; i >= 0; --i) {   // the buffer fills backwards
+  for (int i = info.numElems - 1; i >= 0; --i) {  // the buffer fills backwards
     sxAsnType *const value = GetSlot(*this, info.elems[i]);
     if (value == nullptr) continue;
     const int len = sxAsnEncodeElem(info.elems[i], *value, buf, info.name, kTexts);
@@ -207,7 +206,7 @@ int sxAsnSequence::Describe(SxStream &out, int indent) const {
   char spaces[40];
   StrIndent(indent, spaces, sizeof spaces);
   const sxAsnTypeInfo &info = *Info();
-  out.Printf("%sSEQUENCE { \n", spaces);   // a SET as well: the texts are one
+  out.Printf("%sSEQUENCE { \n", spaces);  // a SET as well: the texts are one
   for (int i = 0; i < info.numElems; ++i) {
     const sxAsnType *value = GetSlot(*this, info.elems[i]);
     if (value == nullptr) {

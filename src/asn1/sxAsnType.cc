@@ -5,8 +5,8 @@
 
 #include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "valueBlocks.h"
 
 void *sxAsnType::operator new(size_t size) { return sxAsnTakeBlock(size); }
@@ -53,7 +53,7 @@ void sxAsnType::Herror(int indent) {
   SxStream text;
   Describe(text, indent);
   std::string_view rest = text.Text();
-  while (!rest.empty()) {   // one log line for each line of the text
+  while (!rest.empty()) {  // one log line for each line of the text
     const size_t end = rest.find('\n');
     const std::string_view line = rest.substr(0, end);
     herror_func(0, 0, "%.*s", static_cast<int>(line.size()), line.data());
@@ -86,9 +86,7 @@ int sxASN_EncodeBuf(sxAsnType &value, char *out, int outSize, int &encodedLen, i
   buf.sortSets = sortSets != 0 ? 1 : 0;
   encodedLen = value.BEnc(buf);
   if (encodedLen < 0) return -1;
-  if (out != nullptr && encodedLen > 0) {
-    std::memcpy(out, buf.Curr(), static_cast<size_t>(encodedLen));
-  }
+  if (out != nullptr && encodedLen > 0) { std::memcpy(out, buf.Curr(), static_cast<size_t>(encodedLen)); }
   return 0;
 }
 
@@ -96,11 +94,7 @@ int sxASN_DecodeBuf(sxAsnType &value, const char *data, int len) {
   sxAsnReadBuf buf;
   buf.Init(reinterpret_cast<const unsigned char *>(data), data == nullptr ? 0 : len);
   int bytesDecoded = 0;
-  if (value.BDec(buf, bytesDecoded) < 0) {
-    return herror_func(0, 0, "BDecPdu failed to decoded"), -1;
-  }
-  if (bytesDecoded != len) {
-    return herror_func(0, 0, "sxASN_DecodeBuf not all the buffer was decoded"), -1;
-  }
+  if (value.BDec(buf, bytesDecoded) < 0) { return herror_func(0, 0, "BDecPdu failed to decoded"), -1; }
+  if (bytesDecoded != len) { return herror_func(0, 0, "sxASN_DecodeBuf not all the buffer was decoded"), -1; }
   return 0;
 }

@@ -23,6 +23,4 @@ const sxAsnTypeInfo *sxAsnFindType(const char *name) {
   return nullptr;
 }
 
-const sxAsnTypeInfo *sxAsnTypeAt(int index) {
-  return index < 0 || index >= kNumAllTypes ? nullptr : kAllTypes[index];
-}
+const sxAsnTypeInfo *sxAsnTypeAt(int index) { return index < 0 || index >= kNumAllTypes ? nullptr : kAllTypes[index]; }

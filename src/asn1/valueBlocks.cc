@@ -6,7 +6,7 @@
 #include <new>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KXCERT_CUTS_PAGES false   // the sanitizers must see every block come and go
+#define KXCERT_CUTS_PAGES false  // the sanitizers must see every block come and go
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define KXCERT_CUTS_PAGES false
@@ -20,12 +20,12 @@ namespace {
 
 constexpr bool kCutsPages = KXCERT_CUTS_PAGES;
 constexpr size_t kGrain = 8;
-constexpr size_t kAlign = 16;                        // malloc's; the size of what needs it is a multiple
-constexpr size_t kNumClasses = 25;                   // up to 200 bytes; longer blocks are malloc's
-constexpr size_t kPageSize = 4096;                   // and alignment: a block's address tells its page
-constexpr size_t kUsed = kPageSize - 2 * sizeof(size_t);   // malloc's own header fits in between pages
-constexpr unsigned kBatch = 64;                      // blocks that go between a thread and the pages at once
-constexpr unsigned kMaxKept = 4 * kBatch;            // of one size on a thread's list
+constexpr size_t kAlign = 16;                             // malloc's; the size of what needs it is a multiple
+constexpr size_t kNumClasses = 25;                        // up to 200 bytes; longer blocks are malloc's
+constexpr size_t kPageSize = 4096;                        // and alignment: a block's address tells its page
+constexpr size_t kUsed = kPageSize - 2 * sizeof(size_t);  // malloc's own header fits in between pages
+constexpr unsigned kBatch = 64;                           // blocks that go between a thread and the pages at once
+constexpr unsigned kMaxKept = 4 * kBatch;                 // of one size on a thread's list
 
 size_t ClassOf(size_t size) { return (size - 1) / kGrain; }
 size_t BlockSize(size_t sizeClass) { return (sizeClass + 1) * kGrain; }
@@ -39,11 +39,13 @@ struct alignas(kAlign) Page {
   Page *next;
   Page *prev;
   FreeBlock *free;
-  unsigned numFree;       // those on the list and those never cut
-  unsigned numUncut;      // the last ones of the page
+  unsigned numFree;   // those on the list and those never cut
+  unsigned numUncut;  // the last ones of the page
 };
 
-unsigned BlocksPerPage(size_t sizeClass) { return static_cast<unsigned>((kUsed - sizeof(Page)) / BlockSize(sizeClass)); }
+unsigned BlocksPerPage(size_t sizeClass) {
+  return static_cast<unsigned>((kUsed - sizeof(Page)) / BlockSize(sizeClass));
+}
 
 // The pages of one size that have free blocks, in no order. Plain data, never destroyed: values may
 // outlive every static object.

@@ -70,8 +70,7 @@ const sxKeywordRow Str2OID_table[] = {
 
 bool sxAppendKeyword(const unsigned char *content, int contentLen, std::string *text) {
   for (const sxKeywordRow *row = Str2OID_table; row->oid != nullptr; ++row) {
-    if (row->oid->Len() == contentLen &&
-        std::memcmp(row->oid->Data(), content, static_cast<size_t>(contentLen)) == 0) {
+    if (row->oid->Len() == contentLen && std::memcmp(row->oid->Data(), content, static_cast<size_t>(contentLen)) == 0) {
       *text += row->keyword;
       return true;
     }

@@ -23,17 +23,15 @@ class sxAuthorityInfoAccess_imp : public sxExtension_imp {
   }
 
   int Count() const { return static_cast<int>(m_methods.size()); }
-  const sxAsnOid *Method(int i) const {
-    return i >= 0 && i < Count() ? &m_methods[static_cast<size_t>(i)] : nullptr;
-  }
+  const sxAsnOid *Method(int i) const { return i >= 0 && i < Count() ? &m_methods[static_cast<size_t>(i)] : nullptr; }
   const sxGeneralNames &Locations() const { return m_locations; }
   void Add(const sxAsnOid &method, const sxGeneralName &location);
   void Set(const sxASN_AuthorityInfoAccessSyntax &value);
-  [[nodiscard]] bool SetPlain(const sxSpan &accesses);   ///< false sends the caller to the codec
+  [[nodiscard]] bool SetPlain(const sxSpan &accesses);  ///< false sends the caller to the codec
 
  private:
   std::vector<sxAsnOid> m_methods;
-  sxGeneralNames m_locations;      // one for each method
+  sxGeneralNames m_locations;  // one for each method
 };
 
 namespace {

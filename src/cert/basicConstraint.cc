@@ -3,8 +3,8 @@
 
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "sxExtension_imp.h"
 
 class sxBasicConstraint_imp : public sxExtension_imp {
@@ -18,9 +18,7 @@ class sxBasicConstraint_imp : public sxExtension_imp {
   void Fprint(FILE *out, int indent) const override { sxExtension_imp::Fprint(out, indent); }
   void Sprint(SxStream *out, int indent) const override;
   sxExtension_imp *Clone() const override { return new sxBasicConstraint_imp(*this); }
-  sxExtension *NewHandle() override {
-    return new sxBasicConstraint(std::unique_ptr<sxBasicConstraint_imp>(this));
-  }
+  sxExtension *NewHandle() override { return new sxBasicConstraint(std::unique_ptr<sxBasicConstraint_imp>(this)); }
 
   bool IsCA() const { return m_isCA; }
   int PathLen() const { return m_pathLen; }
@@ -77,13 +75,12 @@ sxExtension *sxParseBasicConstraint(const sxASN_Extension &ext, int &understood)
 sxASN_Extension *sxComposeBasicConstraint(const sxExtension &ext, int critical) {
   if (!sxExtensionIs(ext, sxBasicConstraint_imp::kName)) return nullptr;
   sxASN_BasicConstraints value;
-  value.cA = new sxAsnBool(Imp(ext).IsCA() ? 1 : 0);   // also when FALSE, although that is the default
+  value.cA = new sxAsnBool(Imp(ext).IsCA() ? 1 : 0);  // also when FALSE, although that is the default
   if (Imp(ext).PathLen() >= 0) value.pathLenConstraint = new sxAsnInt(Imp(ext).PathLen());
   return sxNewExtension(value, sxASN_id_ce_basicConstraints, critical);
 }
 
-sxBasicConstraint::sxBasicConstraint(bool isCA, int pathLen)
-    : sxExtension(new sxBasicConstraint_imp(isCA, pathLen)) {}
+sxBasicConstraint::sxBasicConstraint(bool isCA, int pathLen) : sxExtension(new sxBasicConstraint_imp(isCA, pathLen)) {}
 sxBasicConstraint::sxBasicConstraint(std::unique_ptr<sxBasicConstraint_imp> imp) : sxExtension(imp.release()) {}
 bool sxBasicConstraint::IsCA() const { return Imp(*this).IsCA(); }
 int sxBasicConstraint::PathLen() const { return Imp(*this).PathLen(); }

@@ -1,19 +1,19 @@
 // Certificate files.
+#include <strings.h>
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <strings.h>
 #include <vector>
 
 #include "kxcert/cert/certFile.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/files.h"
-#include "kxcert/foundation/hexText.h"
 
 namespace {
 
-constexpr size_t kPrefixLen = 5;   // of "{ASN}"
-constexpr long kMaxCertFileLen = 1 << 26;   // certificates are kilobytes; this bounds what a mistake costs
+constexpr size_t kPrefixLen = 5;           // of "{ASN}"
+constexpr long kMaxCertFileLen = 1 << 26;  // certificates are kilobytes; this bounds what a mistake costs
 
 struct CloseFile {
   void operator()(FILE *file) const { std::fclose(file); }
@@ -58,7 +58,7 @@ int sxCert_AsnBufFromFile(const char *name, kxBinBuf &out, char *err) {
   if (string_to_bytes(text.data(), static_cast<int>(len), octets.data(), static_cast<int>(octets.size())) != 0) {
     return Fail(err, "Error reading hex data from file %s", name);
   }
-  std::reverse(octets.begin(), octets.end());   // the form stores the last octet first: intended
+  std::reverse(octets.begin(), octets.end());  // the form stores the last octet first: intended
   out.Set(octets.data(), static_cast<unsigned int>(octets.size()));
   return 0;
 }

@@ -2,10 +2,10 @@
 #include <cstdio>
 
 #include "foundation/textOutput.h"
+#include "kxcert/foundation/textStream.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/digest.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/foundation/textStream.h"
 #include "serialText.h"
 #include "sxCert_imp.h"
 

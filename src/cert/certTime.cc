@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kLastYear = 2037;   // later years are clamped, so that results fit 32 bits
+constexpr int kLastYear = 2037;  // later years are clamped, so that results fit 32 bits
 
 struct BrokenDown {
   int year, month, day, hour, minute, second;
@@ -20,7 +20,7 @@ int64_t DaysToMonth(int year, int month) {
   const int64_t months = int64_t{year} * 12 + (month - 1);
   int64_t y = months / 12;
   const int m = static_cast<int>(months % 12) + 1;
-  if (m <= 2) --y;   // years begin in March, so that the leap day is the last
+  if (m <= 2) --y;  // years begin in March, so that the leap day is the last
   const int64_t era = y / 400;
   const int64_t yearOfEra = y - era * 400;
   const int64_t dayOfYear = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5;
@@ -58,15 +58,16 @@ BrokenDown AfterYear(int year, const unsigned char *text, int numPairs) {
 
 int sxGeneralTime2time(const unsigned char *text, int len) {
   if (text == nullptr || len != 15 || text[14] != 'Z' || !AllDigits(text, 14)) return -1;
-  if (std::memcmp(text, "19700101", 8) == 0) return 0;   // whatever the time of day: intended
+  if (std::memcmp(text, "19700101", 8) == 0) return 0;  // whatever the time of day: intended
   return ToSeconds(AfterYear(Pair(text) * 100 + Pair(text + 2), text + 4, 5));
 }
 
 int sxUTCTime2time(const unsigned char *text, int len) {
   if (text == nullptr || (len != 11 && len != 13) || text[len - 1] != 'Z' || !AllDigits(text, len - 1)) return -1;
-  if (std::memcmp(text, "700101", 6) == 0) return 0;   // as above
+  if (std::memcmp(text, "700101", 6) == 0) return 0;  // as above
   const int year = Pair(text);
-  return ToSeconds(AfterYear(year < 50 ? 2000 + year : 1900 + year, text + 2, len == 13 ? 5 : 4));   // RFC 5280 4.1.2.5.1
+  return ToSeconds(
+      AfterYear(year < 50 ? 2000 + year : 1900 + year, text + 2, len == 13 ? 5 : 4));  // RFC 5280 4.1.2.5.1
 }
 
 int sxASN_Time2time(const sxASN_Time *time) {
@@ -75,8 +76,6 @@ int sxASN_Time2time(const sxASN_Time *time) {
   switch (time->ChoiceId()) {
     case sxASN_Time::utcTimeCid: return sxUTCTime2time(text->Data(), text->Len());
     case sxASN_Time::generalTimeCid: return sxGeneralTime2time(text->Data(), text->Len());
-    default:
-      herror_func(0, 0, "sxASN_Time2time: unknown time type %d", time->ChoiceId());
-      return -1;
+    default: herror_func(0, 0, "sxASN_Time2time: unknown time type %d", time->ChoiceId()); return -1;
   }
 }

@@ -7,10 +7,10 @@
 #include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
+#include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/keyCodes.h"
 #include "kxcert/platform/clock.h"
-#include "kxcert/foundation/textStream.h"
 #include "serialText.h"
 #include "sxCRL_imp.h"
 #include "sxExtension_imp.h"
@@ -23,8 +23,7 @@ struct Label {
   int number;
   const char *text;
 };
-constexpr Label kSignatures[] = {
-    {sxPK_RSA, "RSA with "}, {sxPK_DSA, "DSA with "}, {sxPK_ECDSA, "ECDSA with "}};
+constexpr Label kSignatures[] = {{sxPK_RSA, "RSA with "}, {sxPK_DSA, "DSA with "}, {sxPK_ECDSA, "ECDSA with "}};
 constexpr Label kDigests[] = {
     {sx_md_md4, "MD4"},        {sx_md_md5, "MD5"},        {sx_md_sha1, "SHA-1"},
     {sx_md_sha256, "SHA-256"}, {sx_md_sha384, "SHA-384"}, {sx_md_sha512, "SHA-512"},
@@ -40,9 +39,9 @@ const char *TextOf(const Label (&labels)[kRows], int number, const char *otherwi
 
 // CRLReason; the bits of ReasonFlags have the same names, but no gap (RFC 5280, 5.3.1 and 4.2.1.13).
 constexpr Label kReasons[] = {
-    {0, "unspecified"}, {1, "keyCompromise"}, {2, "cACompromise"}, {3, "affiliationChanged"}, {4, "superseded"},
-    {5, "cessationOfOperation"}, {6, "certificateHold"}, {8, "removeFromCRL"}, {9, "privilegeWithdrawn"},
-    {10, "aACompromise"},
+    {0, "unspecified"},        {1, "keyCompromise"},        {2, "cACompromise"},    {3, "affiliationChanged"},
+    {4, "superseded"},         {5, "cessationOfOperation"}, {6, "certificateHold"}, {8, "removeFromCRL"},
+    {9, "privilegeWithdrawn"}, {10, "aACompromise"},
 };
 constexpr int ReasonOfFlag(int bit) { return bit <= sxASN_ReasonFlags::certificateHold ? bit : bit + 2; }
 constinit const sxAsnOid kReasonCode({2, 5, 29, 21});
@@ -122,9 +121,8 @@ void PrintList(SxStream *out, const sxASN_CertificateList &list, const sxCRL_imp
   const sxAsnOid &signature = *list.signatureAlgorithm->algorithm;
   const sxDN issuer(body.issuer);
   out->Indent(indent);
-  out->Printf(
-      "X509 CRL Version %u\n",
-      body.version == nullptr ? 1U : static_cast<unsigned>(body.version->GetShortVal()) + 1);
+  out->Printf("X509 CRL Version %u\n",
+              body.version == nullptr ? 1U : static_cast<unsigned>(body.version->GetShortVal()) + 1);
   if (crl != nullptr && crl->UnhandledCritExt() != nullptr) {
     out->Indent(indent);
     out->Printf("Unhandled critical extension %s\n", sxOidText(*crl->UnhandledCritExt()).c_str());

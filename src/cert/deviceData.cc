@@ -1,7 +1,7 @@
 // The device extensions, under the product's own arc: a UTF8String each.
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnOcts.h"
-#include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/foundation/textStream.h"
 #include "sxExtension_imp.h"
 
@@ -12,7 +12,8 @@ struct DeviceRow {
   const char *title;
 };
 
-constexpr DeviceRow kDeviceRows[] = {   // by e_DeviceDataType
+constexpr DeviceRow kDeviceRows[] = {
+    // by e_DeviceDataType
     {&sxASN_id_pki_extension_device_id, "Device Id"},
     {&sxASN_id_pki_extension_device_type, "Device Type"},
     {&sxASN_id_pki_extension_device_name, "Device Name"},
@@ -44,9 +45,7 @@ class sxExtDeviceData_imp : public sxExtension_imp {
 
 namespace {
 
-const sxExtDeviceData_imp &Imp(const sxExtension &ext) {
-  return static_cast<const sxExtDeviceData_imp &>(*ext.GetP());
-}
+const sxExtDeviceData_imp &Imp(const sxExtension &ext) { return static_cast<const sxExtDeviceData_imp &>(*ext.GetP()); }
 
 sxAsnUTF8String Utf8(const char *text) {
   sxAsnUTF8String value;
@@ -59,7 +58,7 @@ sxAsnUTF8String Utf8(const char *text) {
 void sxExtDeviceData_imp::Sprint(SxStream *out, int indent) const {
   out->Indent(indent);
   out->Printf("%s: ", kDeviceRows[m_type].title);
-  for (int i = 0; i < m_text.Len(); ++i) {   // control characters would end the text or the line
+  for (int i = 0; i < m_text.Len(); ++i) {  // control characters would end the text or the line
     const char c = static_cast<char>(m_text.Data()[i]);
     const bool isControl = m_text.Data()[i] < 0x20 || m_text.Data()[i] == 0x7F;
     out->Put(isControl ? std::string_view(".") : std::string_view(&c, 1));

@@ -21,7 +21,7 @@ void AppendLen(size_t len, std::string *key) {
   for (int shift = 0; shift < 32; shift += 8) *key += static_cast<char>(len >> shift & 0xFF);
 }
 
-constexpr uint32_t kMaxPairedAvas = 64;   // an RDN has one AVA, seldom two; more than this equals nothing
+constexpr uint32_t kMaxPairedAvas = 64;  // an RDN has one AVA, seldom two; more than this equals nothing
 
 }  // namespace
 
@@ -42,7 +42,7 @@ bool sxAsn_RdnEqual(const sxFlatName::Range &a, const sxFlatName::Range &b) {
 
 bool sxAppendRdnKey(const sxFlatName::Range &rdn, std::string *key) {
   if (rdn.Count() > kMaxPairedAvas) return false;
-  std::vector<std::string> avas;   // their order does not count
+  std::vector<std::string> avas;  // their order does not count
   for (const sxAva *ava = rdn.begin; ava < rdn.end; ++ava) {
     std::string one;
     AppendLen(ava->oidLen, &one);
@@ -100,7 +100,7 @@ uint64_t sxDN_imp::Hash() const {
   constexpr uint64_t kMix = 0x9E3779B97F4A7C15;
   uint64_t hash = m_flat.NumRdns() + 1;
   uint32_t rdn = 0;
-  uint64_t sum = 0;   // of an RDN's AVAs: their order does not count
+  uint64_t sum = 0;  // of an RDN's AVAs: their order does not count
   for (const sxAva &ava : m_flat.Avas()) {
     if (ava.rdn != rdn) {
       hash = (hash ^ sum) * kMix + ava.rdn;
@@ -114,6 +114,6 @@ uint64_t sxDN_imp::Hash() const {
   hash = (hash ^ sum) * kMix;
   hash ^= hash >> 32;
   if (hash == 0) hash = 1;
-  m_hash.store(hash, std::memory_order_relaxed);   // every thread computes the same
+  m_hash.store(hash, std::memory_order_relaxed);  // every thread computes the same
   return hash;
 }

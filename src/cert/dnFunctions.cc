@@ -36,9 +36,7 @@ sxDN *sxDN_DER_Decode(const unsigned char *der, int len) {
   return dn.release();
 }
 
-int sxDN_IsLegalDN(const char *text) {
-  return text != nullptr && PrintedOrNull(sxDN(text)) != nullptr ? 1 : 0;
-}
+int sxDN_IsLegalDN(const char *text) { return text != nullptr && PrintedOrNull(sxDN(text)) != nullptr ? 1 : 0; }
 
 int sxDN_add_CN(const char *dn, const char *cn, char *out, int outLen) {
   if (dn == nullptr || cn == nullptr || out == nullptr || outLen < 1) return -1;

@@ -4,17 +4,17 @@
 #include <vector>
 
 #include "kxcert/asn1/oids.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/registry.h"
+#include "kxcert/platform/log.h"
 #include "sxDN_imp.h"
 
 namespace {
 
-constexpr int kMaxAssertions = 5;   // of one RDN
+constexpr int kMaxAssertions = 5;  // of one RDN
 
 bool IsSpace(char c) { return c == ' ' || c == '\n'; }
 
-bool IsPrintable(char c) {   // without regard to the locale
+bool IsPrintable(char c) {  // without regard to the locale
   if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) return true;
   // The double quote is no PrintableString character of X.680; it counts here by intent.
   return c != '\0' && std::strchr("'\"()+,-./:=? ", c) != nullptr;
@@ -56,7 +56,7 @@ class Tokenizer {
       case State::kValue: return InValue(c, escaped);
       case State::kQuoted: return InQuoted(c, escaped);
       case State::kAfterQuoted:
-        m_state = c == ',' ? State::kAfterPair : State::kBeforeKey;   // anything else is dropped
+        m_state = c == ',' ? State::kAfterPair : State::kBeforeKey;  // anything else is dropped
         return true;
       case State::kAfterPair: break;
     }
@@ -64,7 +64,7 @@ class Tokenizer {
   }
 
   bool AtEnd() {
-    if (m_state == State::kValue) *m_out = '\0';   // not trimmed here
+    if (m_state == State::kValue) *m_out = '\0';  // not trimmed here
     return m_state == State::kValue || m_state == State::kBeforeKey || m_state == State::kAfterQuoted ||
            m_state == State::kAfterPair;
   }
@@ -76,7 +76,7 @@ class Tokenizer {
     }
     m_keys[*m_count] = m_out = m_in;
     m_state = State::kKey;
-    return InKey(c);   // "=" here makes an empty keyword, which no type has
+    return InKey(c);  // "=" here makes an empty keyword, which no type has
   }
 
   bool InKey(char c) {
@@ -93,12 +93,12 @@ class Tokenizer {
     // A quoted value is stored from the quote's own place on, so that writing never passes reading.
     m_values[(*m_count)++] = m_out = m_in;
     m_state = c == '"' ? State::kQuoted : State::kValue;
-    if (c != '"') Store(c, false);   // also a comma: unquoted values are never empty
+    if (c != '"') Store(c, false);  // also a comma: unquoted values are never empty
     return true;
   }
 
   void Store(char c, bool escaped) {
-    if (escaped) --m_out;   // replaces the stored backslash
+    if (escaped) --m_out;  // replaces the stored backslash
     *m_out++ = c;
   }
 
@@ -199,7 +199,7 @@ sxASN_AttributeValue *sxStr2AttrVal(const sxAsnOid &type, const char *text) {
 
 std::unique_ptr<sxASN_RDNSequence> sxParseDN(const char *text) {
   if (text == nullptr) return nullptr;
-  std::vector<char> copy(text, text + std::strlen(text) + 1);   // the tokenizer writes into it
+  std::vector<char> copy(text, text + std::strlen(text) + 1);  // the tokenizer writes into it
   auto name = std::make_unique<sxASN_RDNSequence>();
   char *rest = copy.data();
   while (*rest != '\0') {
@@ -208,7 +208,7 @@ std::unique_ptr<sxASN_RDNSequence> sxParseDN(const char *text) {
     int count = kMaxAssertions;
     rest = kxdn_explode_prefix(rest, keys, values, &count);
     if (rest == nullptr || count == 0) return nullptr;
-    sxASN_RelativeDistinguishedName *rdn = name->Prepend();   // text begins with the most specific
+    sxASN_RelativeDistinguishedName *rdn = name->Prepend();  // text begins with the most specific
     for (int i = 0; i < count; ++i) {
       if (!AppendAva(keys[i], values[i], rdn)) return nullptr;
     }

@@ -16,7 +16,7 @@ struct EscapedTable {
   }
 };
 constexpr EscapedTable kIsEscaped;
-constexpr uint64_t kHashStart = 0xCBF29CE484222325;   // FNV-1a, 64 bits
+constexpr uint64_t kHashStart = 0xCBF29CE484222325;  // FNV-1a, 64 bits
 constexpr uint64_t kHashPrime = 0x100000001B3;
 
 int FoldCase(unsigned char octet) { return octet >= 'A' && octet <= 'Z' ? octet + ('a' - 'A') : octet; }
@@ -26,7 +26,7 @@ void AppendUtf8(unsigned unit, std::string *text) {
     *text += static_cast<char>(unit);
   } else if (unit < 0x800) {
     *text += {static_cast<char>(0xC0 | unit >> 6), static_cast<char>(0x80 | (unit & 0x3F))};
-  } else {   // surrogates are units like any other
+  } else {  // surrogates are units like any other
     *text += {static_cast<char>(0xE0 | unit >> 12), static_cast<char>(0x80 | (unit >> 6 & 0x3F)),
               static_cast<char>(0x80 | (unit & 0x3F))};
   }
@@ -40,11 +40,11 @@ class FoldedText {
     while (m_pos < m_end && *m_pos == ' ') ++m_pos;
     while (m_end > m_pos && m_end[-1] == ' ') --m_end;
   }
-  int Next() {   // -1 at the end
+  int Next() {  // -1 at the end
     if (m_pos == m_end) return -1;
     const int folded = FoldCase(static_cast<unsigned char>(*m_pos++));
     if (folded == ' ') {
-      while (*m_pos == ' ') ++m_pos;   // stops: the last character is not a space
+      while (*m_pos == ' ') ++m_pos;  // stops: the last character is not a space
     }
     return folded;
   }
@@ -63,8 +63,7 @@ bool sxValueOctets(const sxAva &ava, sxValueText *out) {
     case sxASN_AttributeValue::teletexStringCid:
     case sxASN_AttributeValue::printableStringCid:
     case sxASN_AttributeValue::utf8StringCid:
-    case sxASN_AttributeValue::ia5StringCid:
-      return true;
+    case sxASN_AttributeValue::ia5StringCid: return true;
     case sxASN_AttributeValue::bmpStringCid:
       if (ava.valueLen % 2 != 0) {
         herror_func(0, 0, "sxBMPString2UTF8 odd length %d", static_cast<int>(ava.valueLen));
@@ -76,16 +75,12 @@ bool sxValueOctets(const sxAva &ava, sxValueText *out) {
       }
       out->octets = out->converted;
       return true;
-    case sxASN_AttributeValue::universalStringCid:
-      out->raw = true;
-      return true;
+    case sxASN_AttributeValue::universalStringCid: out->raw = true; return true;
     case sxASN_AttributeValue::bitStringCid:
       tderrorFunc("CERT", 5, 0, "sxAvaStr: choice type bitStringCid: %d", ava.choice);
       out->raw = true;
       return true;
-    default:
-      herror_func(0, 0, "sxAvaStr: unknown choice type %d", ava.choice);
-      return false;
+    default: herror_func(0, 0, "sxAvaStr: unknown choice type %d", ava.choice); return false;
   }
 }
 
@@ -99,7 +94,8 @@ bool sxAppendValue(const sxAva &ava, bool ascii, std::string *text) {
   if (!sxValueOctets(ava, &value)) return false;
   bool hex = value.raw || sxHoldsNul(value.octets);
   if (ascii && !hex) {
-    for (const char c : value.octets) hex |= static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7F;
+    for (const char c : value.octets)
+      hex |= static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7F;
   }
   if (hex) {
     constexpr char kDigits[] = "0123456789abcdef";
@@ -130,7 +126,8 @@ bool sxAttrValEqual(const sxAva &a, const sxAva &b) {
   if (left.raw) {
     if (a.choice != b.choice || left.octets.size() != right.octets.size()) return false;
     for (size_t i = 0; i < left.octets.size(); ++i) {
-      if (FoldCase(static_cast<unsigned char>(left.octets[i])) != FoldCase(static_cast<unsigned char>(right.octets[i]))) {
+      if (FoldCase(static_cast<unsigned char>(left.octets[i])) !=
+          FoldCase(static_cast<unsigned char>(right.octets[i]))) {
         return false;
       }
     }

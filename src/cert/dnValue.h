@@ -12,8 +12,8 @@
 /// The octets that stand for a value in text and comparisons.
 struct sxValueText {
   std::string_view octets;
-  bool raw = false;         ///< written as "#" and hexadecimal digits
-  std::string converted;    ///< holds octets when they had to be converted
+  bool raw = false;       ///< written as "#" and hexadecimal digits
+  std::string converted;  ///< holds octets when they had to be converted
 };
 
 /// @return false for alternatives that have no text (one line logged)

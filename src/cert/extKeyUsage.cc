@@ -66,15 +66,13 @@ class sxExtKeyUsage_imp : public sxExtension_imp {
     sxAsnOid oid;
     sxExtKeyUsageType purpose;
   };
-  std::vector<Item> m_items;     // in order
-  unsigned int m_present = 0;    // bit n: an item of purpose n
+  std::vector<Item> m_items;   // in order
+  unsigned int m_present = 0;  // bit n: an item of purpose n
 };
 
 namespace {
 
-const sxExtKeyUsage_imp &Imp(const sxExtension &ext) {
-  return static_cast<const sxExtKeyUsage_imp &>(*ext.GetP());
-}
+const sxExtKeyUsage_imp &Imp(const sxExtension &ext) { return static_cast<const sxExtKeyUsage_imp &>(*ext.GetP()); }
 
 }  // namespace
 

@@ -45,8 +45,7 @@ bool sxFlatName::Read(const unsigned char *der, uint32_t len, bool decoded) {
   m_avas.reserve(8);
   sxPlainElement rdn;
   for (pos = name.content.data; pos < name.content.End(); ++m_numRdns) {
-    if (!sxReadPlain(pos, name.content.End(), kSet, &rdn) ||
-        !ReadRdn(rdn.content.data, rdn.content.End(), decoded)) {
+    if (!sxReadPlain(pos, name.content.End(), kSet, &rdn) || !ReadRdn(rdn.content.data, rdn.content.End(), decoded)) {
       m_avas.clear();
       m_numRdns = 0;
       return false;

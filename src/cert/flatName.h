@@ -12,12 +12,12 @@
 
 /// One attribute type and value.
 struct sxAva {
-  uint32_t rdn;                    ///< number of its RDN, root-most 0
-  int32_t choice;                  ///< alternative of sxASN_AttributeValue
-  const unsigned char *oid;        ///< content octets
+  uint32_t rdn;              ///< number of its RDN, root-most 0
+  int32_t choice;            ///< alternative of sxASN_AttributeValue
+  const unsigned char *oid;  ///< content octets
   uint32_t oidLen;
   uint32_t valueLen;
-  const unsigned char *value;      ///< octets of the string; of a bit string those that hold its bits
+  const unsigned char *value;  ///< octets of the string; of a bit string those that hold its bits
 };
 
 class sxFlatName {
@@ -29,7 +29,7 @@ class sxFlatName {
   bool Read(const unsigned char *der, uint32_t len, bool decoded);
 
   uint32_t NumRdns() const { return m_numRdns; }
-  const std::vector<sxAva> &Avas() const { return m_avas; }   ///< root-most RDN first
+  const std::vector<sxAva> &Avas() const { return m_avas; }  ///< root-most RDN first
 
   /// Range of an RDN's AVAs, which lie behind each other: [begin, end).
   struct Range {

@@ -27,7 +27,7 @@ class sxExtGN_imp : public sxExtension_imp {
   const sxGeneralNames &Names() const { return m_names; }
 
  private:
-  const char *m_extName;   // borrowed, static
+  const char *m_extName;  // borrowed, static
   sxGeneralNames m_names;
 };
 
@@ -40,7 +40,7 @@ bool AppendPlainPoints(const sxSpan &points, sxGeneralNames_imp &names) {
   const unsigned char *pos = points.data;
   while (pos < points.End()) {
     sxPlainElement point;
-    sxPlainElement pointName;   // distributionPoint [0] { fullName [0] { ... } }
+    sxPlainElement pointName;  // distributionPoint [0] { fullName [0] { ... } }
     sxPlainElement fullName;
     if (!sxReadPlain(pos, points.End(), kSequenceOctet, &point)) return false;
     const unsigned char *inner = point.content.data;

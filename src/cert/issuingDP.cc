@@ -4,8 +4,8 @@
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "sxExtension_imp.h"
 #include "sxGeneralNames_imp.h"
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int kMaxUsageBits = 32;   // of the number; further bits of an extension are dropped
+constexpr int kMaxUsageBits = 32;  // of the number; further bits of an extension are dropped
 
 constexpr const char *kUsages[] = {
     "digitalSignature", "nonRepudiation", "keyEncipherment", "dataEncipherment", "keyAgreement",
@@ -32,7 +32,7 @@ class sxKeyUsage_imp : public sxExtension_imp {
   unsigned int KeyUsageBits() const { return m_bits; }
 
  private:
-  unsigned int m_bits;   // bit n is keyUsage bit n
+  unsigned int m_bits;  // bit n is keyUsage bit n
 };
 
 namespace {
@@ -69,7 +69,7 @@ sxASN_Extension *sxComposeKeyUsage(const sxExtension &ext, int critical) {
   if (!sxExtensionIs(ext, sxKeyUsage_imp::kName)) return nullptr;
   const unsigned int bits = Imp(ext).KeyUsageBits();
   int bitLen = kMaxUsageBits;
-  while (bitLen > 0 && (bits >> (bitLen - 1) & 1) == 0) --bitLen;   // X.690 11.2.2: no trailing zero bits
+  while (bitLen > 0 && (bits >> (bitLen - 1) & 1) == 0) --bitLen;  // X.690 11.2.2: no trailing zero bits
   sxASN_KeyUsage value(bitLen);
   for (int bit = 0; bit < bitLen; ++bit) {
     if ((bits >> bit & 1) != 0) value.SetBit(bit);

@@ -15,9 +15,7 @@ int sxHandOut(const char *func, std::string_view text, char *out, int outLen) {
 }
 
 int sxHandOutCut(const char *func, std::string_view text, char *out, int outLen) {
-  if (sxHoldsNul(text)) {
-    return herror_func(0, 0, "%s: NUL within a text of %zu characters", func, text.size()), -1;
-  }
+  if (sxHoldsNul(text)) { return herror_func(0, 0, "%s: NUL within a text of %zu characters", func, text.size()), -1; }
   const std::string_view fits = text.substr(0, static_cast<size_t>(outLen) - 1);
   std::memcpy(out, fits.data(), fits.size());
   out[fits.size()] = '\0';

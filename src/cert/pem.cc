@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "kxcert/cert/pem.h"
+#include "kxcert/foundation/base64.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
-#include "kxcert/foundation/base64.h"
 #include "kxcert/platform/log.h"
 
 namespace {
@@ -39,9 +39,7 @@ int DecodeBody(std::string_view body, unsigned char **out, int &len) {
   int decodedLen = 0;
   const std::unique_ptr<unsigned char, FreeBase64> decoded(
       Base64Decode(body.data(), static_cast<int>(body.size()), &decodedLen));
-  if (decoded == nullptr) {
-    return herror_func(0, 0, "%s: Cannot decode buffer (NULL) to PEM format", kFunc), -1;
-  }
+  if (decoded == nullptr) { return herror_func(0, 0, "%s: Cannot decode buffer (NULL) to PEM format", kFunc), -1; }
   if (decodedLen < 1) return herror_func(0, 0, "%s: Cannot decode buffer (0) to PEM format", kFunc), -1;
   *out = new unsigned char[static_cast<size_t>(decodedLen)];
   std::memcpy(*out, decoded.get(), static_cast<size_t>(decodedLen));
@@ -78,16 +76,16 @@ int Base64Decode_PEM(const char *text, unsigned char **out, int &len, const char
       herror_func(0, 0,
                   "%s: Footer is not found right after the content (at %d). \t\t\t\tEither not all the body "
                   "lines lengthes are %d, or footer doesn't \t\t\t\texist at all. String is: %.*s",
-                  kFunc, static_cast<int>(rest.find(end)), static_cast<int>(stride),
-                  static_cast<int>(rest.size()), rest.data());
+                  kFunc, static_cast<int>(rest.find(end)), static_cast<int>(stride), static_cast<int>(rest.size()),
+                  rest.data());
       return -2;
     }
     if (rest.size() - footerPos - end.size() > kMaxAfterFooter) {
       herror_func(0, 0,
                   "%s: The string (len = %d) containes characters after the footer \t\t\t(footer length = %d, "
                   "found at %d)- exit. String is: %.*s",
-                  kFunc, static_cast<int>(rest.size()), static_cast<int>(end.size()),
-                  static_cast<int>(footerPos), static_cast<int>(rest.size()), rest.data());
+                  kFunc, static_cast<int>(rest.size()), static_cast<int>(end.size()), static_cast<int>(footerPos),
+                  static_cast<int>(rest.size()), rest.data());
       return -2;
     }
   } else if (footerPos == std::string_view::npos) {

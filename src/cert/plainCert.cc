@@ -77,7 +77,7 @@ class Reader {
     if (!Take(kVersionTag, &tagged)) return false;
     Reader inside = Inside(tagged);
     if (!inside.Take(kInteger, &number) || !inside.AtEnd() || !IsInteger(number.content)) return false;
-    uint32_t value = number.content.data[0] >= 0x80 ? UINT32_MAX : 0;   // the low 32 bits, as GetShortVal
+    uint32_t value = number.content.data[0] >= 0x80 ? UINT32_MAX : 0;  // the low 32 bits, as GetShortVal
     for (uint32_t i = 0; i < number.content.len; ++i) value = value << 8 | number.content.data[i];
     *version = static_cast<int>(value + 1);
     return true;
@@ -91,7 +91,7 @@ class Reader {
         !IsBits(bits.content)) {
       return false;
     }
-    const bool wholeOctets = bits.content.data[0] == 0;   // a key with unused bits is no key: left empty
+    const bool wholeOctets = bits.content.data[0] == 0;  // a key with unused bits is no key: left empty
     if (wholeOctets) cert->keyBits = {bits.content.data + 1, bits.content.len - 1};
     return true;
   }
@@ -141,8 +141,8 @@ bool sxReadPlainCert(const unsigned char *der, uint32_t len, bool decoded, sxPla
   if (!all.Take(kSequence, &outer) || !all.AtEnd()) return false;
   Reader inside = all.Inside(outer);
   return inside.Take(kSequence, &body) && ReadBody(all.Inside(body), cert) &&
-         inside.TakeAlgorithm(&cert->signatureAlgorithm) && inside.Take(kBitString, &signature) &&
-         inside.AtEnd() && IsBits(signature.content);
+         inside.TakeAlgorithm(&cert->signatureAlgorithm) && inside.Take(kBitString, &signature) && inside.AtEnd() &&
+         IsBits(signature.content);
 }
 
 //   Extension ::= SEQUENCE { extnID, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }

@@ -7,33 +7,33 @@
 #include "plainDer.h"
 
 struct sxPlainTime {
-  int tag = 0;                    ///< 23 UTCTime, 24 GeneralizedTime
+  int tag = 0;  ///< 23 UTCTime, 24 GeneralizedTime
   sxSpan text;
 };
 
 struct sxPlainAlgorithm {
-  sxSpan oid;                     ///< content octets
-  sxSpan parameters;              ///< the whole element; empty when absent
+  sxSpan oid;         ///< content octets
+  sxSpan parameters;  ///< the whole element; empty when absent
 };
 
 struct sxPlainExtension {
-  sxSpan oid;                     ///< content octets
+  sxSpan oid;  ///< content octets
   bool critical = false;
-  sxSpan value;                   ///< octets of extnValue
+  sxSpan value;  ///< octets of extnValue
 };
 
 struct sxPlainCert {
-  int version = 1;                ///< the number encoded, plus 1
-  sxSpan serial;                  ///< content octets
-  sxSpan issuer;                  ///< whole elements
+  int version = 1;  ///< the number encoded, plus 1
+  sxSpan serial;    ///< content octets
+  sxSpan issuer;    ///< whole elements
   sxSpan subject;
   sxFlatName issuerName;
   sxFlatName subjectName;
   sxPlainTime notBefore;
   sxPlainTime notAfter;
   sxPlainAlgorithm keyAlgorithm;
-  sxSpan keyBits;                 ///< octets of the bit string
-  sxSpan extensions;              ///< content of the SEQUENCE, for sxReadPlainExtension; empty when absent
+  sxSpan keyBits;     ///< octets of the bit string
+  sxSpan extensions;  ///< content of the SEQUENCE, for sxReadPlainExtension; empty when absent
   sxPlainAlgorithm signatureAlgorithm;
 };
 

@@ -8,7 +8,7 @@
 namespace {
 
 constexpr size_t kMinTable = 16;
-constexpr int kMaxReserve = 1 << 20;   // a hint makes no larger allocation than this many entries
+constexpr int kMaxReserve = 1 << 20;  // a hint makes no larger allocation than this many entries
 
 // A polynomial of the octets modulo the prime 2^31 - 1, at a point that the process draws. Who chooses
 // the numbers of a CRL cannot choose which of them meet in the table: for two of n octets the odds are n
@@ -18,9 +18,9 @@ size_t Polynomial(const sxAsnDigits &number) {
   static const uint64_t point = [] {
     uint32_t drawn = 0;
     sxrand_gen(reinterpret_cast<unsigned char *>(&drawn), sizeof drawn);
-    return kPrime / 2 + drawn % (kPrime / 2);   // large, so that small numbers are spread as well
+    return kPrime / 2 + drawn % (kPrime / 2);  // large, so that small numbers are spread as well
   }();
-  uint64_t value = static_cast<uint64_t>(number.len) * 2 + (number.negative ? 1 : 0);   // as lengths and signs differ
+  uint64_t value = static_cast<uint64_t>(number.len) * 2 + (number.negative ? 1 : 0);  // as lengths and signs differ
   for (int i = 0; i < number.len; ++i) value = (value * point + number.octets[i]) % kPrime;
   return static_cast<size_t>(value * point % kPrime);
 }

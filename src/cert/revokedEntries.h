@@ -14,11 +14,11 @@
 
 class sxRevokedEntries {
  public:
-  void Reserve(int num);                                       ///< a hint
-  bool Add(const sxAsnInt &serial, int64_t revokedSec);        ///< false: the number is there already
-  bool Remove(const sxAsnInt &serial);                         ///< false: it was not there
+  void Reserve(int num);                                 ///< a hint
+  bool Add(const sxAsnInt &serial, int64_t revokedSec);  ///< false: the number is there already
+  bool Remove(const sxAsnInt &serial);                   ///< false: it was not there
   int Count() const { return static_cast<int>(m_entries.size() - m_numHoles); }
-  const sxRevokedEntry *Find(const sxAsnInt &serial) const;    ///< lent until a change, or null
+  const sxRevokedEntry *Find(const sxAsnInt &serial) const;  ///< lent until a change, or null
   const sxRevokedEntry *Next(const sxRevokedEntry *prev) const;
 
  private:
@@ -27,12 +27,12 @@ class sxRevokedEntries {
   };
 
   Slot *FindSlot(const sxAsnInt &serial) const;
-  void Rebuild(size_t numSlots);                               // without the holes
+  void Rebuild(size_t numSlots);  // without the holes
   void Enter(size_t index);
 
-  std::vector<Slot> m_entries;                                 // in the order of addition
+  std::vector<Slot> m_entries;  // in the order of addition
   size_t m_numHoles = 0;
-  std::vector<uint32_t> m_table;                               // open addressing: index + 1, or 0
+  std::vector<uint32_t> m_table;  // open addressing: index + 1, or 0
 };
 
 #endif

@@ -11,14 +11,14 @@ namespace {
 constexpr uint32_t kDefaultEntries = 8192;
 constexpr uint32_t kMaxEntries = 1U << 20;
 constexpr uint32_t kNumShards = 16;
-constexpr uint32_t kWays = 4;   // places in which a key may lie
+constexpr uint32_t kWays = 4;  // places in which a key may lie
 
 // A shard is a set-associative table: no entry has a block of its own, and what does not fit pushes
 // out the oldest of its four places.
 struct Shard {
   std::mutex mutex;
-  std::vector<sxSignatureKey> slots;    // kWays for each set
-  std::vector<uint8_t> nextWay;         // of each set: the place that goes next
+  std::vector<sxSignatureKey> slots;  // kWays for each set
+  std::vector<uint8_t> nextWay;       // of each set: the place that goes next
   uint32_t entries = 0;
 };
 
@@ -48,7 +48,7 @@ struct Memory {
 };
 
 Memory &TheMemory() {
-  static Memory *memory = new Memory;   // lives on: objects are verified by static destructors of users, too
+  static Memory *memory = new Memory;  // lives on: objects are verified by static destructors of users, too
   return *memory;
 }
 

@@ -18,7 +18,7 @@ class sxCRL_imp : public sxSigned_imp {
 
   void Sprint(SxStream *out, int indent) const override;
 
-  void Decode();   ///< entries and extensions, from the octets; or the error is set
+  void Decode();  ///< entries and extensions, from the octets; or the error is set
   const sxRevokedEntries &Entries() const { return m_entries; }
   const sxExtensionsList &Extensions() const { return m_extensions; }
   const sxAsnInt *Number() const { return m_number ? &*m_number : nullptr; }
@@ -37,7 +37,7 @@ class sxCRL_Encoder_imp : public sxCRL_imp {
  public:
   explicit sxCRL_Encoder_imp(int numExpected) : sxCRL_imp(nullptr, 0) { m_entries.Reserve(numExpected); }
 
-  void Sprint(SxStream *out, int indent) const override;   ///< the entries: there is nothing else yet
+  void Sprint(SxStream *out, int indent) const override;  ///< the entries: there is nothing else yet
 
   sxRevokedEntries &Entries() { return m_entries; }
 };

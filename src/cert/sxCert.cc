@@ -69,7 +69,7 @@ bool sxCert_imp::Read() {
     std::memcpy(m_plainOctets.get(), encoded.Data(), encoded.Len());
     m_plain = sxPlainCert();
     if (!sxReadPlainCert(m_plainOctets.get(), encoded.Len(), true, &m_plain)) return false;
-    SetSerial(*decoded.tbsCertificate->serialNumber);   // encoding it may have changed a long one
+    SetSerial(*decoded.tbsCertificate->serialNumber);  // encoding it may have changed a long one
   }
   return true;
 }
@@ -114,9 +114,8 @@ bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
     return false;
   }
   const sxSpan &parameters = cert.keyAlgorithm.parameters;
-  m_pubKey.reset(sxPubKey_FromSPKI(algorithm.Data(), algorithm.Len(), parameters.data,
-                                   static_cast<int>(parameters.len), cert.keyBits.data,
-                                   static_cast<int>(cert.keyBits.len), nullptr));
+  m_pubKey.reset(sxPubKey_FromSPKI(algorithm.Data(), algorithm.Len(), parameters.data, static_cast<int>(parameters.len),
+                                   cert.keyBits.data, static_cast<int>(cert.keyBits.len), nullptr));
   if (m_pubKey != nullptr) return true;
   SetError(algorithm.OidEquiv(sxASN_ECDSAPublicKey) ? "Error decoding ECDSA key" : "Error decoding key");
   return false;
@@ -131,7 +130,7 @@ void sxCert_imp::ExtractExtensions(const sxSpan &extensions) {
   sxExtensionsList::Appender appender(m_extensions, Get_ExtParserTable());
   sxPlainExtension plain;
   for (const unsigned char *pos = extensions.data; pos < extensions.End();) {
-    sxReadPlainExtension(pos, extensions.End(), &plain);   // read before, when the certificate was
+    sxReadPlainExtension(pos, extensions.End(), &plain);  // read before, when the certificate was
     ext.extnID->Set(plain.oid.data, static_cast<int>(plain.oid.len));
     ext.critical->Set(plain.critical ? 1 : 0);
     ext.extnValue->Set(plain.value.data, static_cast<int>(plain.value.len));
@@ -160,9 +159,7 @@ const sxExtension *sxCert::GetExt(const sxAsnOid *oid) const { return Extensions
 int sxCert::IsCritical(const sxAsnOid *oid) const { return Extensions().IsCritical(oid); }
 
 // The parser table decides which class stands under which identifier.
-const sxKeyUsage *sxCert::KeyUsage() const {
-  return static_cast<const sxKeyUsage *>(GetExt(&sxASN_id_ce_keyUsage));
-}
+const sxKeyUsage *sxCert::KeyUsage() const { return static_cast<const sxKeyUsage *>(GetExt(&sxASN_id_ce_keyUsage)); }
 const sxExtKeyUsage *sxCert::ExtKeyUsage() const {
   return static_cast<const sxExtKeyUsage *>(GetExt(&sxASN_id_ce_extKeyUsage));
 }

@@ -36,7 +36,7 @@ class sxCert_imp : public sxSigned_imp {
     void operator()(sxPubKey *key) const { sxFreePubKey(key); }
   };
 
-  bool Read();                                   // the fields, from the stored octets
+  bool Read();  // the fields, from the stored octets
   void Extract(sxPlainCert &cert);
   void SetSerial(const sxAsnInt &serial);
   std::unique_ptr<sxDN> NewName(const sxSpan &octets, sxFlatName &&flat) const;
@@ -47,7 +47,7 @@ class sxCert_imp : public sxSigned_imp {
 
   int m_version = 0;
   sxAsnInt m_serial;
-  unsigned char m_shortSerial[4] = {};           // octets of a serial that sxAsnInt keeps as a number
+  unsigned char m_shortSerial[4] = {};  // octets of a serial that sxAsnInt keeps as a number
   int m_shortSerialLen = 0;
   std::unique_ptr<sxDN> m_issuer;
   std::unique_ptr<sxDN> m_subject;
@@ -58,8 +58,8 @@ class sxCert_imp : public sxSigned_imp {
   std::unique_ptr<sxPubKey, FreeKey> m_pubKey;
   sxExtensionsList m_extensions;
 
-  sxPlainCert m_plain;                           // read by Read, used by Extract
-  std::unique_ptr<unsigned char[]> m_plainOctets;   // when the stored ones are not plain
+  sxPlainCert m_plain;                             // read by Read, used by Extract
+  std::unique_ptr<unsigned char[]> m_plainOctets;  // when the stored ones are not plain
 };
 
 #endif

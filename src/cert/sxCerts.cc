@@ -9,13 +9,13 @@
 #include "kxcert/asn1/sxAsnConstructed.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 
 namespace {
 
 constexpr size_t kGrowBy = 10;
-constexpr unsigned kMaxCertDer = 4096;   // of a certificate in a sequence; longer ones are refused
+constexpr unsigned kMaxCertDer = 4096;  // of a certificate in a sequence; longer ones are refused
 
 }  // namespace
 
@@ -159,7 +159,7 @@ sxCerts *sxCerts_buf2Certs(const unsigned char *octets, int len) {
   }
   if (contentLen == kIndefiniteLen && BDecEoc(buf, bytesDecoded) < 0) return nullptr;
   if (bytesDecoded != len) return nullptr;
-  auto certs = std::make_unique<sxCerts>(grown.Count());   // a slot for each, and no more
+  auto certs = std::make_unique<sxCerts>(grown.Count());  // a slot for each, and no more
   for (int i = 0; i < certs->Slots(); ++i) {
     sxCert_Save(grown.Get(i));
     certs->Set(i, grown.Get(i));

@@ -35,7 +35,7 @@ sxDN_imp::sxDN_imp(const char *text) {
 sxDN_imp::sxDN_imp(const unsigned char *der, int len) {
   if (der == nullptr || len < 1) return;
   if (LoadOctets(der, static_cast<uint32_t>(len), false)) return;
-  sxASN_RDNSequence name;   // not plain, or no name: the codec decides
+  sxASN_RDNSequence name;  // not plain, or no name: the codec decides
   if (sxASN_DecodeBuf(name, reinterpret_cast<const char *>(der), len) == 0) LoadTree(name);
 }
 
@@ -83,7 +83,7 @@ int sxDN_imp::Set(const sxDN_imp &other) {
   if (&other == this) return m_hasName ? 0 : -1;
   Forget();
   if (!other.m_hasName) return -1;
-  return LoadOctets(other.m_octets.data, other.m_octets.len, true) ? 0 : -1;   // they were read before
+  return LoadOctets(other.m_octets.data, other.m_octets.len, true) ? 0 : -1;  // they were read before
 }
 
 bool sxDN_imp::Print(bool ascii, std::string *text) const {
@@ -130,9 +130,7 @@ int sxDN_imp::DerEncode(unsigned char **out, int *len) const {
   kxBinBuf *der = nullptr;
   try {
     der = m_der.Get([this] { return Encode(); });
-  } catch (const std::bad_alloc &) {
-    herror_func(0, 0, "sxDN_imp::DerEncode: new operator failed");
-  }
+  } catch (const std::bad_alloc &) { herror_func(0, 0, "sxDN_imp::DerEncode: new operator failed"); }
   if (der == nullptr) return -1;
   *out = der->Data();
   *len = static_cast<int>(der->Len());
@@ -213,7 +211,7 @@ int sxDN_imp::RemoveSubDN(const sxDN_imp &sub, sxDN_imp &out, int &whole) const 
   if (Count() == 0) return 0;
   // Found by their keys, marked and then removed together: comparing each with each, or removing one by
   // one, would take the square of their number.
-  std::map<std::string, std::vector<uint32_t>> places;   // of equal ones, the first last
+  std::map<std::string, std::vector<uint32_t>> places;  // of equal ones, the first last
   sxFlatName::Range rdn = m_flat.End();
   for (uint32_t i = m_flat.NumRdns(); i-- > 0;) {
     rdn = m_flat.Previous(rdn, i);
@@ -233,7 +231,7 @@ int sxDN_imp::RemoveSubDN(const sxDN_imp &sub, sxDN_imp &out, int &whole) const 
     ++numFound;
   }
   whole = numFound == sub.m_flat.NumRdns() ? 1 : 0;
-  out.Set(*this);   // may be this name, or sub
+  out.Set(*this);  // may be this name, or sub
   if (numFound > 0) out.RemoveRdns(gone);
   return 1;
 }

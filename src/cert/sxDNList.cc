@@ -1,7 +1,7 @@
 #include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "sxDNList_imp.h"
 
 namespace {

@@ -25,7 +25,7 @@ class sxDNList_imp {
   void Herror(const char *title) const;
 
  private:
-  std::vector<std::unique_ptr<sxDN>> m_names;   // handles of their own: Get() lends them
+  std::vector<std::unique_ptr<sxDN>> m_names;  // handles of their own: Get() lends them
 };
 
 #endif

@@ -16,11 +16,11 @@
 #include "plainDer.h"
 #include "pooled.h"
 
-constexpr int kMaxDnDer = 4096;   ///< octets that DerEncode hands out
+constexpr int kMaxDnDer = 4096;  ///< octets that DerEncode hands out
 
 class sxDN_imp : public sxPooled {
  public:
-  sxDN_imp() = default;                              // no name
+  sxDN_imp() = default;  // no name
   explicit sxDN_imp(const char *text);
   sxDN_imp(const unsigned char *der, int len);
   explicit sxDN_imp(const sxASN_RDNSequence *name);
@@ -42,7 +42,7 @@ class sxDN_imp : public sxPooled {
   int Count() const { return static_cast<int>(m_flat.NumRdns()); }
   /// The most specific AVA of a type, lent until the name changes, or null.
   const sxAva *FindAva(const sxAsnOid &type) const;
-  int GetRDN(const char *func, const sxAsnOid &type, char *buf, int len) const;   ///< logs what does not fit as func
+  int GetRDN(const char *func, const sxAsnOid &type, char *buf, int len) const;  ///< logs what does not fit as func
   int IsContain(const sxAsnOid *type) const;
   bool Equal(const sxDN_imp &other) const;
   bool IsSub(const sxDN_imp &suffix) const;
@@ -52,24 +52,24 @@ class sxDN_imp : public sxPooled {
   bool AppendKey(std::string *key) const;
 
  private:
-  void Forget();                                     // no name, no caches
+  void Forget();  // no name, no caches
   bool LoadTree(const sxASN_RDNSequence &name);
-  bool LoadOctets(const unsigned char *der, uint32_t len, bool decoded);   // copies
+  bool LoadOctets(const unsigned char *der, uint32_t len, bool decoded);  // copies
   const char *Text(PublishOnce<std::string> &cache, bool ascii, const char *func) const;
   bool Print(bool ascii, std::string *text) const;
   std::unique_ptr<kxBinBuf> Encode() const;
-  int RemoveRdns(const std::vector<bool> &gone);     // by number; 1 or 0
+  int RemoveRdns(const std::vector<bool> &gone);  // by number; 1 or 0
   int RemoveRdnNumber(uint32_t rdn);
 
   bool m_hasName = false;
-  std::unique_ptr<unsigned char[]> m_owned;          // null when the octets are borrowed
+  std::unique_ptr<unsigned char[]> m_owned;  // null when the octets are borrowed
   sxSpan m_octets;
-  sxFlatName m_flat;                                 // positions in m_octets
+  sxFlatName m_flat;  // positions in m_octets
   mutable PublishOnce<std::string> m_str;
   mutable PublishOnce<std::string> m_str_ascii;
   mutable PublishOnce<kxBinBuf> m_der;
   mutable PublishOnce<sxASN_RDNSequence> m_name;
-  mutable std::atomic<uint64_t> m_hash{0};           // 0: not computed
+  mutable std::atomic<uint64_t> m_hash{0};  // 0: not computed
 };
 
 /// Parses text. Null when it is no name.

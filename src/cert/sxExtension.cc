@@ -6,16 +6,16 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "sxExtension_imp.h"
 
 // All handles are deleted through sxExtension, which knows one size.
 static_assert(sizeof(sxExtension) == sizeof(void *) && sizeof(sxBasicConstraint) == sizeof(sxExtension) &&
               sizeof(sxKeyUsage) == sizeof(sxExtension) && sizeof(sxExtKeyUsage) == sizeof(sxExtension) &&
               sizeof(sxExtGN) == sizeof(sxExtension) && sizeof(sxExtKeyID) == sizeof(sxExtension) &&
-              sizeof(sxAuthorityInfoAccess) == sizeof(sxExtension) &&
-              sizeof(sxExtDeviceData) == sizeof(sxExtension) && sizeof(sxIssuingDP) == sizeof(sxExtension));
+              sizeof(sxAuthorityInfoAccess) == sizeof(sxExtension) && sizeof(sxExtDeviceData) == sizeof(sxExtension) &&
+              sizeof(sxIssuingDP) == sizeof(sxExtension));
 
 void sxExtension_imp::Herror() const {
   if (!kxLog_DebugOn()) return;
@@ -49,7 +49,7 @@ sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int criti
 
 std::string sxOidText(const sxAsnOid &oid) {
   char text[252] = "";
-  static_cast<void>(oid.GetStr(text, sizeof text));   // what fits, when it is too long
+  static_cast<void>(oid.GetStr(text, sizeof text));  // what fits, when it is too long
   return text;
 }
 
@@ -95,12 +95,12 @@ int sxParseExtension(sxAsnType &value, const sxASN_Extension *ext) {
 int sxComposeExtension(sxAsnType &value, const sxAsnOid &oid, int critical, sxASN_Extension *out) {
   kxBinBuf encoded;
   if (out == nullptr || sxASN_EncodeBuf(value, encoded, 1) != 0) return -1;
-  auto extnID = std::make_unique<sxAsnOid>(oid);   // before the old one goes: it may be the argument
+  auto extnID = std::make_unique<sxAsnOid>(oid);  // before the old one goes: it may be the argument
   auto extnValue = std::make_unique<sxAsnOcts>(encoded.Data(), static_cast<int>(encoded.Len()));
   delete out->extnID;
   out->extnID = extnID.release();
   delete out->critical;
-  out->critical = critical != 0 ? new sxAsnBool(1) : nullptr;   // DEFAULT FALSE is absent (X.690, 11.5)
+  out->critical = critical != 0 ? new sxAsnBool(1) : nullptr;  // DEFAULT FALSE is absent (X.690, 11.5)
   delete out->extnValue;
   out->extnValue = extnValue.release();
   return 0;

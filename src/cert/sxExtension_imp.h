@@ -15,12 +15,12 @@ class sxExtension_imp : public sxPooled {
  public:
   virtual ~sxExtension_imp() = default;
   virtual const char *ExtName() const = 0;
-  virtual void Herror() const = 0;                            // has a body: Sprint's text, if gated in
-  virtual void Fprint(FILE *out, int indent) const = 0;       // has a body: Sprint's text
+  virtual void Herror() const = 0;                       // has a body: Sprint's text, if gated in
+  virtual void Fprint(FILE *out, int indent) const = 0;  // has a body: Sprint's text
   virtual void Sprint(SxStream *out, int indent) const = 0;
 
-  virtual sxExtension_imp *Clone() const = 0;                 ///< a deep copy, for delete
-  virtual sxExtension *NewHandle() = 0;                       ///< of its kind, for delete; adopts this
+  virtual sxExtension_imp *Clone() const = 0;  ///< a deep copy, for delete
+  virtual sxExtension *NewHandle() = 0;        ///< of its kind, for delete; adopts this
 
  protected:
   sxExtension_imp() = default;
@@ -33,7 +33,7 @@ bool sxExtensionIs(const sxExtension &ext, const char *extName);
 // Identifier octets that the plain readers look for.
 constexpr int kOidOctet = 0x06;
 constexpr int kSequenceOctet = 0x30;
-constexpr int kTag0Octet = 0xA0;   // [0], constructed
+constexpr int kTag0Octet = 0xA0;  // [0], constructed
 
 /// The content of an extnValue that is one plain SEQUENCE; false sends the caller to the codec.
 bool sxPlainSequence(const sxASN_Extension &ext, sxSpan *content);
@@ -50,7 +50,7 @@ sxExtension *sxParseKeyUsage(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseExtKeyUsage(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseDistPoints(const sxASN_Extension &ext, int &understood);
-sxExtension *sxParseKeyIdentifier(const sxASN_Extension &ext, int &understood);   // subject's, authority's
+sxExtension *sxParseKeyIdentifier(const sxASN_Extension &ext, int &understood);  // subject's, authority's
 sxExtension *sxParseAuthorityInfoAccess(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseDeviceData(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseIssuingDP(const sxASN_Extension &ext, int &understood);

@@ -2,8 +2,8 @@
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxExtensions.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "sxExtension_imp.h"
 
 namespace {
@@ -80,7 +80,7 @@ void sxExtensionsList::Add(const sxAsnOid *oid, int critical, sxExtension *ext) 
 }
 
 void sxExtensionsList::Add(const sxExtensionsList &other) {
-  ExtItem *copies = nullptr;   // linked last: the other list may be this one
+  ExtItem *copies = nullptr;  // linked last: the other list may be this one
   ExtItem **end = &copies;
   for (const ExtItem *item = other.m_first; item != nullptr; item = item->next) {
     *end = NewItem(*item->oid, item->critical, item->ext != nullptr ? Copy(*item->ext) : nullptr);
@@ -103,7 +103,7 @@ sxExtensionsList::Appender::Appender(sxExtensionsList &list, const sxExtParser *
     : m_table(table), m_end(EndOf(&list.m_first)) {}
 
 bool sxExtensionsList::Appender::Parse(const sxASN_Extension &ext) {
-  if (ext.extnID == nullptr) return true;   // nothing that was decoded lacks it
+  if (ext.extnID == nullptr) return true;  // nothing that was decoded lacks it
   const bool critical = ext.critical != nullptr && ext.critical->Value() == 1;
   const sxExtParser *row = FindRow(m_table, *ext.extnID);
   if (row != nullptr && row->parse == sxParseNoParse) return true;
@@ -112,7 +112,7 @@ bool sxExtensionsList::Appender::Parse(const sxASN_Extension &ext) {
   // parsers after it (test UnderstoodStaysSet).
   if (row != nullptr && row->parse != nullptr) object.reset(row->parse(ext, m_understood));
   if (critical && (object == nullptr || m_understood == 0)) return false;
-  if (object == nullptr) return true;   // not critical, and unknown or not decodable
+  if (object == nullptr) return true;  // not critical, and unknown or not decodable
   *m_end = NewItem(*ext.extnID, critical ? 1 : 0, object.release());
   m_end = &(*m_end)->next;
   return true;

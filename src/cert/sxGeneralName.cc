@@ -4,15 +4,15 @@
 
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "peerText.h"
 #include "sxDN_imp.h"
 #include "sxGeneralName_imp.h"
 
 namespace {
 
-constexpr int kKeywordLen = 257;   // "OID.", 252 characters and the NUL
+constexpr int kKeywordLen = 257;  // "OID.", 252 characters and the NUL
 
 // By kind; null where there is none.
 constexpr const char *kLabels[] = {"Other Name", "Email", "DNS", nullptr, "DN", nullptr, "URI", "IP", "IP6"};
@@ -49,15 +49,11 @@ sxGeneralName_imp::sxGeneralName_imp(const in6_addr_kxt &ip) : m_type(sxGN_ip6),
 sxGeneralName_imp::sxGeneralName_imp(const sxASN_GeneralName *name) {
   if (name == nullptr || name->Value() == nullptr) return;
   switch (name->ChoiceId()) {
-    case sxASN_GeneralName::otherNameCid:
-      SetOtherName(*name);
-      break;
+    case sxASN_GeneralName::otherNameCid: SetOtherName(*name); break;
     case sxASN_GeneralName::rfc822NameCid:
       SetText(sxGN_email, name->rfc822Name()->Data(), name->rfc822Name()->Len());
       break;
-    case sxASN_GeneralName::dNSNameCid:
-      SetText(sxGN_dns, name->dNSName()->Data(), name->dNSName()->Len());
-      break;
+    case sxASN_GeneralName::dNSNameCid: SetText(sxGN_dns, name->dNSName()->Data(), name->dNSName()->Len()); break;
     case sxASN_GeneralName::directoryNameCid:
       m_dn = std::make_unique<sxDN>(name->directoryName());
       m_type = m_dn->GetP()->HasName() ? sxGN_dn : sxGN_error;
@@ -65,10 +61,8 @@ sxGeneralName_imp::sxGeneralName_imp(const sxASN_GeneralName *name) {
     case sxASN_GeneralName::uniformResourceIdentifierCid:
       SetText(sxGN_uri, name->uniformResourceIdentifier()->Data(), name->uniformResourceIdentifier()->Len());
       break;
-    case sxASN_GeneralName::iPAddressCid:
-      SetAddress(name->iPAddress()->Data(), name->iPAddress()->Len());
-      break;
-    default:   // x400Address, ediPartyName, registeredID
+    case sxASN_GeneralName::iPAddressCid: SetAddress(name->iPAddress()->Data(), name->iPAddress()->Len()); break;
+    default:  // x400Address, ediPartyName, registeredID
       break;
   }
 }
@@ -134,12 +128,10 @@ std::string sxGeneralName_imp::OtherNameText() const {
 std::string sxGeneralName_imp::GetStr() const {
   char area[kAddr6TextLen];
   switch (m_type) {
-    case sxGN_other:
-      return OtherNameText();
+    case sxGN_other: return OtherNameText();
     case sxGN_email:
     case sxGN_dns:
-    case sxGN_uri:
-      return m_text;
+    case sxGN_uri: return m_text;
     case sxGN_dn: {
       const char *text = m_dn->GetStr();
       return text != nullptr ? text : "";
@@ -147,30 +139,23 @@ std::string sxGeneralName_imp::GetStr() const {
     case sxGN_ip:
       std::snprintf(area, sizeof area, "%d.%d.%d.%d", m_ip.octets[0], m_ip.octets[1], m_ip.octets[2], m_ip.octets[3]);
       return area;
-    case sxGN_ip6:
-      return praddr6(m_ip6, area, sizeof area);
-    default:
-      return "";
+    case sxGN_ip6: return praddr6(m_ip6, area, sizeof area);
+    default: return "";
   }
 }
 
 bool sxGeneralName_imp::Equal(const sxGeneralName_imp &other) const {
   if (m_type != other.m_type) return false;
   switch (m_type) {
-    case sxGN_other:   // the OID object itself: OIDs that are merely equal do not do
+    case sxGN_other:  // the OID object itself: OIDs that are merely equal do not do
       return m_otherOid == other.m_otherOid && m_text == other.m_text;
     case sxGN_email:
     case sxGN_dns:
-    case sxGN_uri:
-      return m_text == other.m_text;
-    case sxGN_dn:
-      return m_dn->Equal(*other.m_dn);
-    case sxGN_ip:
-      return std::memcmp(m_ip.octets, other.m_ip.octets, sizeof m_ip.octets) == 0;
-    case sxGN_ip6:
-      return kx_addr6_eq(m_ip6, other.m_ip6) != 0;
-    default:
-      return false;
+    case sxGN_uri: return m_text == other.m_text;
+    case sxGN_dn: return m_dn->Equal(*other.m_dn);
+    case sxGN_ip: return std::memcmp(m_ip.octets, other.m_ip.octets, sizeof m_ip.octets) == 0;
+    case sxGN_ip6: return kx_addr6_eq(m_ip6, other.m_ip6) != 0;
+    default: return false;
   }
 }
 
@@ -178,24 +163,14 @@ bool sxGeneralName_imp::AppendKey(std::string *key) const {
   const auto append = [key](const void *octets, size_t len) { key->append(static_cast<const char *>(octets), len); };
   *key += static_cast<char>(m_type);
   switch (m_type) {
-    case sxGN_other:
-      append(&m_otherOid, sizeof m_otherOid);
-      [[fallthrough]];
+    case sxGN_other: append(&m_otherOid, sizeof m_otherOid); [[fallthrough]];
     case sxGN_email:
     case sxGN_dns:
-    case sxGN_uri:
-      *key += m_text;
-      return true;
-    case sxGN_dn:
-      return m_dn->GetP()->AppendKey(key);
-    case sxGN_ip:
-      append(m_ip.octets, sizeof m_ip.octets);
-      return true;
-    case sxGN_ip6:
-      append(m_ip6.octets, sizeof m_ip6.octets);
-      return true;
-    default:
-      return false;
+    case sxGN_uri: *key += m_text; return true;
+    case sxGN_dn: return m_dn->GetP()->AppendKey(key);
+    case sxGN_ip: append(m_ip.octets, sizeof m_ip.octets); return true;
+    case sxGN_ip6: append(m_ip6.octets, sizeof m_ip6.octets); return true;
+    default: return false;
   }
 }
 
@@ -228,29 +203,18 @@ bool sxGeneralName_imp::ToAsn(sxASN_GeneralName &out) const {
       out.Set_otherName(other);
       return true;
     }
-    case sxGN_email:
-      out.Set_rfc822Name(sxAsnIA5String(text, len));
-      return true;
-    case sxGN_dns:
-      out.Set_dNSName(sxAsnIA5String(text, len));
-      return true;
-    case sxGN_uri:
-      out.Set_uniformResourceIdentifier(sxAsnIA5String(text, len));
-      return true;
+    case sxGN_email: out.Set_rfc822Name(sxAsnIA5String(text, len)); return true;
+    case sxGN_dns: out.Set_dNSName(sxAsnIA5String(text, len)); return true;
+    case sxGN_uri: out.Set_uniformResourceIdentifier(sxAsnIA5String(text, len)); return true;
     case sxGN_dn: {
       const sxASN_RDNSequence *name = m_dn->GetName();
       if (name == nullptr) return false;
       out.Set_directoryName(*name);
       return true;
     }
-    case sxGN_ip:
-      out.Set_iPAddress(sxAsnOcts(m_ip.octets, sizeof m_ip.octets));
-      return true;
-    case sxGN_ip6:
-      out.Set_iPAddress(sxAsnOcts(m_ip6.octets, sizeof m_ip6.octets));
-      return true;
-    default:
-      return false;
+    case sxGN_ip: out.Set_iPAddress(sxAsnOcts(m_ip.octets, sizeof m_ip.octets)); return true;
+    case sxGN_ip6: out.Set_iPAddress(sxAsnOcts(m_ip6.octets, sizeof m_ip6.octets)); return true;
+    default: return false;
   }
 }
 
@@ -287,9 +251,7 @@ sxString sxGeneralName::GetStr() const {
   return sxString(text.data(), static_cast<int>(text.size()));
 }
 
-bool sxGeneralName::Equal(const sxGeneralName *other) const {
-  return other != nullptr && m_imp->Equal(*other->m_imp);
-}
+bool sxGeneralName::Equal(const sxGeneralName *other) const { return other != nullptr && m_imp->Equal(*other->m_imp); }
 
 void sxGeneralName::Sprint(SxStream *out, int indent) const { m_imp->Sprint(out, indent); }
 

@@ -11,7 +11,7 @@
 #include "kxcert/cert/sxGeneralName.h"
 #include "pooled.h"
 
-constexpr int kMaxOtherNameText = 1255;   ///< characters of a kind 0 text
+constexpr int kMaxOtherNameText = 1255;  ///< characters of a kind 0 text
 
 class sxGeneralName_imp : public sxPooled {
  public:
@@ -50,9 +50,9 @@ class sxGeneralName_imp : public sxPooled {
   sxGNtype m_type = sxGN_error;
   inx_addr_kxt m_ip{};
   in6_addr_kxt m_ip6{};
-  const sxAsnOid *m_otherOid = nullptr;   // borrowed; kind 0 only
-  std::unique_ptr<sxDN> m_dn;             // kind 4 only
-  std::string m_text;                     // kinds 0, 1, 2, 6; holds no NUL
+  const sxAsnOid *m_otherOid = nullptr;  // borrowed; kind 0 only
+  std::unique_ptr<sxDN> m_dn;            // kind 4 only
+  std::string m_text;                    // kinds 0, 1, 2, 6; holds no NUL
 };
 
 #endif

@@ -2,8 +2,8 @@
 
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 #include "sxGeneralName_imp.h"
 #include "sxGeneralNames_imp.h"
 
@@ -27,7 +27,7 @@ void sxGeneralNames_imp::Add_IfNotExist(const sxGeneralName *name) {
     std::string key;
     if (m_entries[m_known->numEntries]->name.GetP()->AppendKey(&key)) m_known->keys.insert(std::move(key));
   }
-  std::string key;   // a name without one equals nothing
+  std::string key;  // a name without one equals nothing
   if (!name->GetP()->AppendKey(&key) || m_known->keys.count(key) == 0) Add(name);
 }
 
@@ -91,7 +91,7 @@ bool sxGeneralNames_imp::AppendPlain(const sxSpan &names) {
 
 bool sxGeneralNames_imp::AppendPlain(const sxPlainElement &name) {
   for (const sxGNtype type : {sxGN_email, sxGN_dns, sxGN_uri}) {
-    if (name.tag != (0x80 | type)) continue;   // [1], [2], [6]: these kinds are their tag numbers
+    if (name.tag != (0x80 | type)) continue;  // [1], [2], [6]: these kinds are their tag numbers
     const auto *text = reinterpret_cast<const char *>(name.content.data);
     m_entries.push_back(std::make_unique<Entry>(type, text, static_cast<int>(name.content.len)));
     return true;
@@ -152,9 +152,7 @@ const sxGeneralName *sxGeneralNames::GetFirstOfType(sxGNtype type, const sxAsnOi
 }
 void sxGeneralNames::Set(const sxASN_GeneralNames *names) { m_imp->Set(names); }
 int sxGeneralNames::DerEncode(unsigned char *out, int outLen) const { return m_imp->DerEncode(out, outLen); }
-void sxGeneralNames::Sprint(SxStream *out, const char *title, int indent) const {
-  m_imp->Sprint(out, title, indent);
-}
+void sxGeneralNames::Sprint(SxStream *out, const char *title, int indent) const { m_imp->Sprint(out, title, indent); }
 
 void sxGeneralNames::Fprint(FILE *out, const char *title, int indent) const {
   SxStream text;

@@ -30,7 +30,7 @@ bool HasSegmentedSignature(const unsigned char *octets, int len) {
   int bytesDecoded = 0;
   BDecTag(buf, bytesDecoded);
   BDecLen(buf, bytesDecoded);
-  for (int i = 0; i < 2; ++i) {   // the signed element and the algorithm
+  for (int i = 0; i < 2; ++i) {  // the signed element and the algorithm
     sxAsnRawAny skipped;
     if (skipped.BDec(buf, bytesDecoded) < 0) return true;
   }
@@ -164,7 +164,8 @@ int sxSigned_imp::VerifyParts(const Parts &parts, sxPubKey *key) const {
   const int digestLen = kx_md_len(mdType);
   const int family = AlgType_By_SignOID(parts.algorithm);
   if (mdType == sx_md_unknown || digestLen == 0 || family != key->algorithm()) {
-    herror_func(0, 0, "sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest %d, family %d, key %d)",
+    herror_func(0, 0,
+                "sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest %d, family %d, key %d)",
                 mdType, family, key->algorithm());
     return kKeyNotImplemented;
   }
@@ -179,7 +180,7 @@ int sxSigned_imp::VerifyParts(const Parts &parts, sxPubKey *key) const {
     SHA256_Update(&hash, body->data(), body->size());
     SHA256_Update(&hash, keyHash, SHA256_DIGEST_LENGTH);
     SHA256_Update(&hash, parts.algorithmOctets.data, parts.algorithmOctets.len);
-    SHA256_Update(&hash, parts.signature.data, parts.signature.len);   // last: the only other one without a fixed end
+    SHA256_Update(&hash, parts.signature.data, parts.signature.len);  // last: the only other one without a fixed end
     SHA256_Final(memoryKey.data(), &hash);
     if (sxSignatureMemory_Knows(memoryKey)) return 0;
   }

@@ -16,7 +16,7 @@
 
 class sxSigned_imp : public sxPKobj_imp {
  public:
-  sxSigned_imp(const unsigned char *buf, unsigned int len);   ///< copies; "Empty data" for none
+  sxSigned_imp(const unsigned char *buf, unsigned int len);  ///< copies; "Empty data" for none
 
   int OK() const { return m_ok; }
   const sxString &Error() const { return m_error; }
@@ -26,7 +26,7 @@ class sxSigned_imp : public sxPKobj_imp {
   const unsigned char *GetBuf() const { return m_der.get(); }
   unsigned int BufLen() const { return m_derLen; }
 
-  virtual void Sprint(SxStream *out, int indent) const;   ///< each kind its own
+  virtual void Sprint(SxStream *out, int indent) const;  ///< each kind its own
 
   int VerifySig(sxPubKey *key) const;
   int DecodeBuf(sxAsnType &value);
@@ -50,24 +50,24 @@ class sxSigned_imp : public sxPKobj_imp {
  private:
   /// What a signature is made of. Octets lie in the object, or in the parts that had to be decoded.
   struct Parts {
-    sxSpan toBeSigned;      // the first element as received
+    sxSpan toBeSigned;  // the first element as received
     sxAsnOid algorithm;
-    sxSpan algorithmOctets; // of the whole identifier, parameters included
+    sxSpan algorithmOctets;  // of the whole identifier, parameters included
     sxSpan signature;
   };
   using Digest = std::array<unsigned char, 32>;
 
-  int ConvertBuf();         // PEM to DER
+  int ConvertBuf();  // PEM to DER
   bool ReadParts(Parts *parts) const;
   int VerifyParts(const Parts &parts, sxPubKey *key) const;
-  const Digest *SignedDigest(const Parts &parts) const;   // lent; null when it cannot be computed
+  const Digest *SignedDigest(const Parts &parts) const;  // lent; null when it cannot be computed
 
   int32_t m_ok = 1;
   sxString m_error;
   std::unique_ptr<sxAsnOid> m_unhandledExt;
   std::unique_ptr<unsigned char[]> m_der;
   uint32_t m_derLen = 0;
-  mutable PublishOnce<Digest> m_signedDigest;   // SHA-256 of the signed octets
+  mutable PublishOnce<Digest> m_signedDigest;  // SHA-256 of the signed octets
 };
 
 #endif

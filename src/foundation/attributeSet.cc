@@ -5,13 +5,13 @@
 #include <cstdint>
 #include <cstring>
 
+#include "foundation/attributeSet_imp.h"
 #include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/secureMemory.h"
-#include "foundation/attributeSet_imp.h"
 
 namespace {
 
-constexpr int kMaxBinaryLen = (INT32_MAX - 1) / 2;   // its digits and a NUL are counted by an int
+constexpr int kMaxBinaryLen = (INT32_MAX - 1) / 2;  // its digits and a NUL are counted by an int
 
 const char *OrEmpty(const char *text) { return text == nullptr ? "" : text; }
 
@@ -56,7 +56,7 @@ SxAtom::SxAtom(SxAtom &&other) noexcept : m_set(std::move(other.m_set)) {
 SxAtom::~SxAtom() { WipeText(&m_text); }
 
 SxAtom &SxAtom::operator=(SxAtom other) noexcept {
-  WipeText(&m_text);   // a shorter text would overwrite the beginning only
+  WipeText(&m_text);  // a shorter text would overwrite the beginning only
   m_text.swap(other.m_text);
   m_set.swap(other.m_set);
   return *this;
@@ -119,9 +119,7 @@ const sxset *sxset::FindSet(const char *name) const {
   return found == nullptr ? nullptr : found->Set();
 }
 
-sxset *sxset::FindSet(const char *name) {
-  return const_cast<sxset *>(std::as_const(*this).FindSet(name));
-}
+sxset *sxset::FindSet(const char *name) { return const_cast<sxset *>(std::as_const(*this).FindSet(name)); }
 
 const char *sxset::FindText(const char *name) const {
   const SxAtom *found = Find(name);
@@ -154,7 +152,7 @@ void sxset::SetBinary(const char *name, const unsigned char *data, int dataLen) 
   if (data == nullptr || dataLen <= 0 || dataLen > kMaxBinaryLen) return SetText(name, "");
   std::string text(static_cast<size_t>(dataLen) * 2 + 1, '\0');
   bytes_to_string(data, dataLen, text.data(), static_cast<int>(text.size()));
-  text.pop_back();   // the NUL
+  text.pop_back();  // the NUL
   SetText(name, text.c_str());
   WipeText(&text);
 }
@@ -166,19 +164,17 @@ bool sxset::Remove(const char *name) {
   const auto isIt = [name](const auto &member) { return member.first == name; };
   const auto found = std::find_if(m_members.begin(), m_members.end(), isIt);
   if (found == m_members.end()) return false;
-  m_members.erase(found);   // the name may lie in there, and is not looked at again
+  m_members.erase(found);  // the name may lie in there, and is not looked at again
   return true;
 }
 
-bool sxset::operator==(const sxset &other) const {
-  return m_name == other.m_name && m_members == other.m_members;
-}
+bool sxset::operator==(const sxset &other) const { return m_name == other.m_name && m_members == other.m_members; }
 
 void sxset::Write(SxStream *out) const {
   if (out == nullptr) return;
   out->Put("(");
   if (!m_name.empty()) WriteWord(m_name, out);
-  if (!m_name.empty() && m_members.empty()) out->Put(" :");   // without it this would be a text
+  if (!m_name.empty() && m_members.empty()) out->Put(" :");  // without it this would be a text
   for (const auto &[name, value] : m_members) {
     out->Put(&name == &m_members.front().first && m_name.empty() ? ":" : " :");
     WriteWord(name, out);

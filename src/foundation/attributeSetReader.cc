@@ -4,10 +4,10 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "foundation/attributeSet_imp.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
-#include "foundation/attributeSet_imp.h"
 
 // Recursive descent over
 //   set    = "(" [word] members ")"        value = set | "(" word ")"
@@ -33,8 +33,10 @@ class sxsetReader {
   void SkipBlanks() {
     for (; m_pos < m_text.size(); ++m_pos) {
       const char c = m_text[m_pos];
-      if (c == '#') m_pos = std::min(m_text.find('\n', m_pos), m_text.size() - 1);
-      else if (c != ' ' && c != '\t' && c != '\r' && c != '\n') return;
+      if (c == '#')
+        m_pos = std::min(m_text.find('\n', m_pos), m_text.size() - 1);
+      else if (c != ' ' && c != '\t' && c != '\r' && c != '\n')
+        return;
     }
   }
 
@@ -48,8 +50,8 @@ class sxsetReader {
   bool Fail(size_t at, const char *what) {
     const std::string_view before = m_text.substr(0, at);
     const size_t lineStart = before.rfind('\n') == before.npos ? 0 : before.rfind('\n') + 1;
-    m_error = "line " + std::to_string(1 + std::count(before.begin(), before.end(), '\n')) +
-              ", column " + std::to_string(1 + at - lineStart) + ": " + what;
+    m_error = "line " + std::to_string(1 + std::count(before.begin(), before.end(), '\n')) + ", column " +
+              std::to_string(1 + at - lineStart) + ": " + what;
     return false;
   }
 
@@ -66,7 +68,7 @@ class sxsetReader {
     size_t end = m_pos;
     while (end < m_text.size() && m_text[end] != '"') end += m_text[end] == '\\' ? 2 : 1;
     if (end >= m_text.size()) return Fail(start, "the quotes are not closed");
-    word->reserve(end - m_pos);   // no growth, which would leave a copy behind unwiped
+    word->reserve(end - m_pos);  // no growth, which would leave a copy behind unwiped
     for (; m_pos < end; ++m_pos) {
       if (m_text[m_pos] == '\\') ++m_pos;
       if (m_text[m_pos] == '\0') return Fail(m_pos, "a NUL character");
@@ -84,7 +86,7 @@ class sxsetReader {
   }
 
   bool ReadMembers(sxset *set, int depth) {
-    std::unordered_set<std::string> names;   // so that many members take no longer than their text
+    std::unordered_set<std::string> names;  // so that many members take no longer than their text
     for (SkipBlanks(); Peek() != ')'; SkipBlanks()) {
       if (!Expect(':', "':' or ')' is expected")) return false;
       if (Peek() == ')' && !set->m_name.empty() && names.empty()) break;
@@ -175,9 +177,8 @@ sxset *sio_readx(const char *fileName, std::string *error) {
   if (fileName == nullptr) return Refuse("sio_readx", "no file name", error);
   std::string text;
   const char *failure = ReadFile(fileName, &text);
-  sxset *set = failure == nullptr
-                   ? ReadText("sio_readx", text, error)
-                   : Refuse("sio_readx", std::string(fileName) + ": " + failure, error);
-  WipeText(&text);   // keys are read by this way
+  sxset *set = failure == nullptr ? ReadText("sio_readx", text, error)
+                                  : Refuse("sio_readx", std::string(fileName) + ": " + failure, error);
+  WipeText(&text);  // keys are read by this way
   return set;
 }

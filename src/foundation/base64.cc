@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr size_t kLineOctets = 48;   // make 64 characters
+constexpr size_t kLineOctets = 48;  // make 64 characters
 constexpr int kGroupChars = 4;
 constexpr int kGroupOctets = 3;
 
@@ -53,10 +53,10 @@ class GroupReader {
     return true;
   }
 
-  unsigned m_bits = 0;     // of the group so far, the first character highest
+  unsigned m_bits = 0;  // of the group so far, the first character highest
   int m_numChars = 0;
   int m_numPads = 0;
-  bool m_ended = false;    // a padded group is the last one
+  bool m_ended = false;  // a padded group is the last one
 };
 
 }  // namespace
@@ -82,7 +82,7 @@ unsigned char *Base64Decode(const char *text, int textLen, int *dataLen) {
   *dataLen = 0;
   if (text == nullptr || textLen < 0) return nullptr;
   const size_t numGroups = static_cast<size_t>(textLen) / kGroupChars;
-  auto octets = std::make_unique<unsigned char[]>(numGroups * kGroupOctets + 1);   // never of length 0
+  auto octets = std::make_unique<unsigned char[]>(numGroups * kGroupOctets + 1);  // never of length 0
   unsigned char *out = octets.get();
   GroupReader reader;
   for (int i = 0; i < textLen; ++i) {

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr uint32_t kAlign = 8;   // of both halves of a pkxl_len_and_buf_t
+constexpr uint32_t kAlign = 8;  // of both halves of a pkxl_len_and_buf_t
 
 // Rounds up, checks the room and advances; null when there is none.
 unsigned char *Reserve(pkxl_buf_iter *iter, uint32_t size, uint32_t align) {
@@ -15,7 +15,7 @@ unsigned char *Reserve(pkxl_buf_iter *iter, uint32_t size, uint32_t align) {
       iter->overflow = true;
       return nullptr;
     }
-    iter->pos += step;   // kept even when the size then does not fit
+    iter->pos += step;  // kept even when the size then does not fit
   }
   if (iter->pos > iter->len || size > iter->len - iter->pos) {
     iter->overflow = true;

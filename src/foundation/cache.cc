@@ -11,8 +11,8 @@ struct Entry {
   void *key;
   void *data;
   int64_t storedAt;
-  unsigned liveSec;                  // 0: no limit
-  std::list<Entry>::iterator self;   // leads from the table back into the list
+  unsigned liveSec;                 // 0: no limit
+  std::list<Entry>::iterator self;  // leads from the table back into the list
 };
 
 // The shorter of two limits, where 0 is none.
@@ -67,8 +67,8 @@ struct Cache::Rep {
   unsigned timeoutSec = 0;
   kxHashDestructor destroyKey = nullptr;
   kxHashDestructor destroyData = nullptr;
-  std::list<Entry> entries;                           // most recently used first
-  std::unique_ptr<kxHashTable, DestroyTable> table;   // key to Entry; owns neither
+  std::list<Entry> entries;                          // most recently used first
+  std::unique_ptr<kxHashTable, DestroyTable> table;  // key to Entry; owns neither
 };
 
 Cache::Cache(unsigned maxEntries, unsigned timeoutSec, kxHashFunc hash, kxHashCompare compare,
@@ -101,7 +101,7 @@ bool Cache::Put(void *key, void *data, unsigned entrySec) {
     return wasHere;
   }
   if (m_rep->entries.size() >= m_rep->maxEntries) m_rep->MoveOut(&m_rep->entries.back(), &leaving);
-  fresh.front().self = fresh.begin();   // a splice keeps iterators valid
+  fresh.front().self = fresh.begin();  // a splice keeps iterators valid
   hash_insert(m_rep->table.get(), key, &fresh.front());
   m_rep->entries.splice(m_rep->entries.begin(), fresh);
   return wasHere;

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kMaxInitialBuckets = 1 << 16;   // the hint may not reserve more than this
+constexpr int kMaxInitialBuckets = 1 << 16;  // the hint may not reserve more than this
 
 struct Hash {
   kxHashFunc func;
@@ -23,10 +23,8 @@ struct Equal {
 }  // namespace
 
 struct kxHashTable {
-  kxHashTable(int numBuckets, kxHashFunc hash, kxHashCompare compare, kxHashDestructor key,
-              kxHashDestructor data)
-      : items(static_cast<size_t>(std::clamp(numBuckets, 0, kMaxInitialBuckets)), Hash{hash},
-              Equal{compare}),
+  kxHashTable(int numBuckets, kxHashFunc hash, kxHashCompare compare, kxHashDestructor key, kxHashDestructor data)
+      : items(static_cast<size_t>(std::clamp(numBuckets, 0, kMaxInitialBuckets)), Hash{hash}, Equal{compare}),
         destroyKey(key),
         destroyData(data) {}
   ~kxHashTable() {
@@ -83,14 +81,12 @@ int hash_remove(kxHashTable *table, const void *key) {
   if (table == nullptr || key == nullptr) return -1;
   const auto found = table->Find(key);
   if (found == table->items.end()) return -1;
-  const auto node = table->items.extract(found);   // first: key may be the stored one itself
+  const auto node = table->items.extract(found);  // first: key may be the stored one itself
   table->Destroy(node.key(), node.mapped());
   return 0;
 }
 
-int hash_count(const kxHashTable *table) {
-  return table == nullptr ? 0 : static_cast<int>(table->items.size());
-}
+int hash_count(const kxHashTable *table) { return table == nullptr ? 0 : static_cast<int>(table->items.size()); }
 
 unsigned hash_bytevalue(const void *data, int dataLen) {
   constexpr uint32_t kOffsetBasis = 2166136261U;

@@ -9,10 +9,10 @@
 #include <utility>
 
 #include "kxcert/foundation/sxString.h"
+#include "kxcert/foundation/textStream.h"
 #include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
-#include "kxcert/foundation/textStream.h"
 
 namespace {
 
@@ -20,9 +20,7 @@ constexpr int kMaxIndent = 79;
 constexpr unsigned int kPerRow = 16;
 
 // Compared unsigned, so that a negative indent is a large one.
-int ClampIndent(int indent) {
-  return static_cast<unsigned int>(indent) > kMaxIndent ? kMaxIndent : indent;
-}
+int ClampIndent(int indent) { return static_cast<unsigned int>(indent) > kMaxIndent ? kMaxIndent : indent; }
 
 void PrintRows(SxStream *out, const unsigned char *data, unsigned int len, int indent) {
   for (unsigned int i = 0; i < len; ++i) {
@@ -59,7 +57,7 @@ kxBinBuf &kxBinBuf::operator=(const kxBinBuf &other) {
 }
 
 kxBinBuf &kxBinBuf::operator=(kxBinBuf &&other) noexcept {
-  kxBinBuf taken(std::move(other));   // releases what was held here
+  kxBinBuf taken(std::move(other));  // releases what was held here
   std::swap(m_data, taken.m_data);
   std::swap(m_len, taken.m_len);
   std::swap(m_blockLen, taken.m_blockLen);
@@ -97,13 +95,11 @@ void kxBinBuf::Set(const unsigned char *data, unsigned int len) {
     return;
   }
   unsigned char *const block = NewBlock(len);
-  if (len != 0) std::memcpy(block, data, len);   // before the old block goes: data may lie in it
+  if (len != 0) std::memcpy(block, data, len);  // before the old block goes: data may lie in it
   Replace(block, len);
 }
 
-void kxBinBuf::Set(const char *data, unsigned int len) {
-  Set(reinterpret_cast<const unsigned char *>(data), len);
-}
+void kxBinBuf::Set(const char *data, unsigned int len) { Set(reinterpret_cast<const unsigned char *>(data), len); }
 
 void kxBinBuf::Set(unsigned int len) {
   if (len > m_len) {
@@ -116,7 +112,7 @@ void kxBinBuf::Set(unsigned int len) {
 
 void kxBinBuf::Set(const kxBinBuf &other) {
   if (&other == this) return;
-  if (other.m_sensitive) SetSensitive(true);   // locked before the secret arrives
+  if (other.m_sensitive) SetSensitive(true);  // locked before the secret arrives
   Set(other.m_data, other.m_len);
   SetSensitive(other.m_sensitive);
 }

@@ -30,10 +30,10 @@ class PublishOnce {
   }
   T *Known() const { return m_value.load(std::memory_order_acquire); }
 
-  void Reset() { delete m_value.exchange(nullptr); }   ///< only while no one reads
+  void Reset() { delete m_value.exchange(nullptr); }  ///< only while no one reads
 
  private:
-  mutable std::atomic<T *> m_value{nullptr};   // owned
+  mutable std::atomic<T *> m_value{nullptr};  // owned
 };
 
 #endif

@@ -26,7 +26,7 @@ NvpRegKey &Root() {
 
 std::unique_ptr<sxset> ReadFile() {
   const std::string name = kxConfigDir() + "/registry";
-  if (access(name.c_str(), F_OK) != 0) return nullptr;   // usual: every setting has a default
+  if (access(name.c_str(), F_OK) != 0) return nullptr;  // usual: every setting has a default
   std::string reason;
   std::unique_ptr<sxset> read(sio_readx(name.c_str(), &reason));
   if (!read) herror_func(0, 0, "NvpRegCreateKey: %s: %s", name.c_str(), reason.c_str());

@@ -25,9 +25,7 @@ int sxPKobj_imp::UseMutex() {
 
 int sxPKobj_imp::Lock() {
   MtMutex *const mutex = m_Mutex.load(std::memory_order_acquire);
-  if (mutex != nullptr && MtMutexLock(mutex) != 0) {
-    error(0, 1, "%s: Failed to Lock Mutex", "sxPKobj_imp::Lock");
-  }
+  if (mutex != nullptr && MtMutexLock(mutex) != 0) { error(0, 1, "%s: Failed to Lock Mutex", "sxPKobj_imp::Lock"); }
   return 0;
 }
 

@@ -27,9 +27,7 @@ int TextLen(const char *text) { return CheckedLen(View(text).size()); }
 sxString::sxString(const char *text) { ConstructorHelper(text, -1, false); }
 sxString::sxString(const char *text, int len) { ConstructorHelper(text, len, false); }
 sxString::sxString(const char *text, int len, bool sensitive) { ConstructorHelper(text, len, sensitive); }
-sxString::sxString(const sxString &other) {
-  ConstructorHelper(other.m_text, other.m_len, other.m_sensitive);
-}
+sxString::sxString(const sxString &other) { ConstructorHelper(other.m_text, other.m_len, other.m_sensitive); }
 sxString::~sxString() { SafeDelete(); }
 
 void sxString::ConstructorHelper(const char *text, int len, bool sensitive) {
@@ -46,7 +44,7 @@ void sxString::Set(const char *text, int len) {
     std::memcpy(block, text, static_cast<size_t>(len));
     block[len] = '\0';
   }
-  SafeDelete();   // only now: text may lie in the old block
+  SafeDelete();  // only now: text may lie in the old block
   m_text = block;
   m_len = block == nullptr ? 0 : len;
 }

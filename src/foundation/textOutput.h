@@ -6,8 +6,8 @@
 
 #include <cstdio>
 
-#include "kxcert/platform/log.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/log.h"
 
 /// @param out   null: standard output
 /// @param args  what Sprint takes behind the stream

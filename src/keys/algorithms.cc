@@ -7,7 +7,10 @@
 
 namespace {
 
-struct HashRow { const sxAsnOid *oid; int mdType; };
+struct HashRow {
+  const sxAsnOid *oid;
+  int mdType;
+};
 constexpr HashRow kHashes[] = {
     {&sxASN_md5, sx_md_md5},       {&sxASN_sha1, sx_md_sha1},     {&sxASN_sha256, sx_md_sha256},
     {&sxASN_sha384, sx_md_sha384}, {&sxASN_sha512, sx_md_sha512}, {&sxASN_sha512_256, sx_md_sha512_256},
@@ -15,18 +18,17 @@ constexpr HashRow kHashes[] = {
 
 // The first row that fits is the answer, in both directions; so the older identifier of SHA-1 with RSA
 // is read but never written.
-struct SignRow { const sxAsnOid *oid; int mdType; bool ecdsa; };
+struct SignRow {
+  const sxAsnOid *oid;
+  int mdType;
+  bool ecdsa;
+};
 constexpr SignRow kSignatures[] = {
-    {&sxASN_md5WithRSAEncryption, sx_md_md5, false},
-    {&sxASN_sha1WithRSAEncryption, sx_md_sha1, false},
-    {&sxASN_sha_1WithRSAEncryption, sx_md_sha1, false},
-    {&sxASN_sha256WithRSAEncryption, sx_md_sha256, false},
-    {&sxASN_sha384WithRSAEncryption, sx_md_sha384, false},
-    {&sxASN_sha512WithRSAEncryption, sx_md_sha512, false},
-    {&sxASN_sha1WithECDSAEncryption, sx_md_sha1, true},
-    {&sxASN_sha256WithECDSAEncryption, sx_md_sha256, true},
-    {&sxASN_sha384WithECDSAEncryption, sx_md_sha384, true},
-    {&sxASN_sha512WithECDSAEncryption, sx_md_sha512, true},
+    {&sxASN_md5WithRSAEncryption, sx_md_md5, false},        {&sxASN_sha1WithRSAEncryption, sx_md_sha1, false},
+    {&sxASN_sha_1WithRSAEncryption, sx_md_sha1, false},     {&sxASN_sha256WithRSAEncryption, sx_md_sha256, false},
+    {&sxASN_sha384WithRSAEncryption, sx_md_sha384, false},  {&sxASN_sha512WithRSAEncryption, sx_md_sha512, false},
+    {&sxASN_sha1WithECDSAEncryption, sx_md_sha1, true},     {&sxASN_sha256WithECDSAEncryption, sx_md_sha256, true},
+    {&sxASN_sha384WithECDSAEncryption, sx_md_sha384, true}, {&sxASN_sha512WithECDSAEncryption, sx_md_sha512, true},
 };
 
 // RFC 3279, 2.2.2, and RFC 5758, 3.1. DSA is only recognised, so that it can be refused by name.
@@ -34,11 +36,13 @@ constinit const sxAsnOid kDsaWithSha1{{1, 2, 840, 10040, 4, 3}};
 constinit const sxAsnOid kDsaWithSha224{{2, 16, 840, 1, 101, 3, 4, 3, 1}};
 constinit const sxAsnOid kDsaWithSha256{{2, 16, 840, 1, 101, 3, 4, 3, 2}};
 
-struct KindRow { const sxAsnOid *oid; sxPK_Alg kind; };
+struct KindRow {
+  const sxAsnOid *oid;
+  sxPK_Alg kind;
+};
 constexpr KindRow kOtherKinds[] = {
-    {&sxASN_rsaEncryption, sxPK_RSA}, {&sxASN_ECDSAPublicKey, sxPK_ECDSA},
-    {&sxASN_dsa, sxPK_DSA},           {&kDsaWithSha1, sxPK_DSA},
-    {&kDsaWithSha224, sxPK_DSA},      {&kDsaWithSha256, sxPK_DSA},
+    {&sxASN_rsaEncryption, sxPK_RSA}, {&sxASN_ECDSAPublicKey, sxPK_ECDSA}, {&sxASN_dsa, sxPK_DSA},
+    {&kDsaWithSha1, sxPK_DSA},        {&kDsaWithSha224, sxPK_DSA},         {&kDsaWithSha256, sxPK_DSA},
 };
 
 const SignRow *FindSignature(const sxAsnOid &oid) {

@@ -3,9 +3,9 @@
 #include <cstring>
 #include <memory>
 
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/hexText.h"
+#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
 #include "libcryptoTypes.h"
 #include "secretAttribute.h"
@@ -15,8 +15,7 @@ int ReadSecretAttribute(const sxset &set, const char *name, int maxLen, kxBinBuf
   if (text == nullptr) return -1;
   const size_t textLen = std::strlen(text);
   if (textLen == 0 || textLen % 2 != 0 || textLen / 2 > static_cast<size_t>(maxLen)) {
-    herror_func(0, 0, "ReadSecretAttribute: %zu digits in %s, at most %d octets are read", textLen, name,
-                maxLen);
+    herror_func(0, 0, "ReadSecretAttribute: %zu digits in %s, at most %d octets are read", textLen, name, maxLen);
     return -1;
   }
   const auto len = static_cast<unsigned int>(textLen / 2);

@@ -2,7 +2,7 @@
 #ifndef KXCERT_SRC_KEYS_DIGESTINFO_H_
 #define KXCERT_SRC_KEYS_DIGESTINFO_H_
 
-constexpr int kMaxDigestInfoDigest = 1 << 20;   // any digest, and room for callers' own ideas of one
+constexpr int kMaxDigestInfoDigest = 1 << 20;  // any digest, and room for callers' own ideas of one
 
 struct DigestInfoHeader {
   unsigned char area[48];

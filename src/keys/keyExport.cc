@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "kxcert/keys/keyCodes.h"
 #include "kxcert/foundation/attributeSet.h"
+#include "kxcert/keys/keyCodes.h"
 #include "kxcert/platform/log.h"
 
 int CheckSetSlot(const char *func, const unsigned char *out, int outLen) {
@@ -20,7 +20,7 @@ int CheckSetSlot(const char *func, const unsigned char *out, int outLen) {
 
 int StoreSet(sxset *set, unsigned char *out) {
   if (set == nullptr) return kKeyNotUsable;
-  std::memcpy(out, &set, sizeof set);   // the caller's area is an octet pointer: no alignment is promised
+  std::memcpy(out, &set, sizeof set);  // the caller's area is an octet pointer: no alignment is promised
   return 0;
 }
 

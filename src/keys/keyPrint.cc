@@ -21,7 +21,7 @@ void sxPubKey::Sprint(SxStream *out, int indent) const {
   if (out == nullptr) return;
   out->Indent(indent);
   if (OK() == 0) return out->Puts("Key: not usable\n");
-  auto &self = const_cast<sxPubKey &>(*this);   // only declared as if they changed it
+  auto &self = const_cast<sxPubKey &>(*this);  // only declared as if they changed it
   const bool isPrivate = (Flags() & kKeyFlagCanSign) != 0 || self.Export(sxPK_private, nullptr, 0) > 0;
   out->Printf("%s key (%d bits), private part: %s\n", NameOf(algorithm()), self.GetLen(sxPK_len_bits),
               isPrivate ? "yes" : "no");

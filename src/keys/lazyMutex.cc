@@ -10,7 +10,7 @@ bool LazyMutex::Create(const char *func) {
     herror_func(0, 0, "%s: Can't create mutex, operation failed", func);
     return false;
   }
-  MtMutex *first = nullptr;   // of two threads that get here the first one's stays
+  MtMutex *first = nullptr;  // of two threads that get here the first one's stays
   if (!m_mutex.compare_exchange_strong(first, made, std::memory_order_acq_rel)) MtMutexDestroy(made);
   return true;
 }

@@ -11,7 +11,7 @@ class LazyMutex {
  public:
   // From any thread. False when it cannot be made, with one line that names func.
   [[nodiscard]] bool Create(const char *func);
-  MtMutex *Get() const { return m_mutex.load(std::memory_order_acquire); }   // null before Create
+  MtMutex *Get() const { return m_mutex.load(std::memory_order_acquire); }  // null before Create
 
  private:
   std::atomic<MtMutex *> m_mutex{nullptr};
@@ -23,7 +23,7 @@ class LazyLock {
   ~LazyLock();
   LazyLock(const LazyLock &) = delete;
   LazyLock &operator=(const LazyLock &) = delete;
-  bool Held() const { return m_mutex != nullptr; }   // else one line is logged
+  bool Held() const { return m_mutex != nullptr; }  // else one line is logged
 
  private:
   MtMutex *m_mutex;

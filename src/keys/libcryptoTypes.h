@@ -12,10 +12,12 @@
 template <auto Fn>
 struct kxFree {
   template <class T>
-  void operator()(T *object) const { Fn(object); }
+  void operator()(T *object) const {
+    Fn(object);
+  }
 };
 
-using BigNum = std::unique_ptr<BIGNUM, kxFree<BN_clear_free>>;   // may be secret: always wiped
+using BigNum = std::unique_ptr<BIGNUM, kxFree<BN_clear_free>>;  // may be secret: always wiped
 using BigNumContext = std::unique_ptr<BN_CTX, kxFree<BN_CTX_free>>;
 using MontContext = std::unique_ptr<BN_MONT_CTX, kxFree<BN_MONT_CTX_free>>;
 using RsaKey = std::unique_ptr<RSA, kxFree<RSA_free>>;
@@ -29,7 +31,7 @@ class BigNumFrame {
   ~BigNumFrame() { BN_CTX_end(m_ctx); }
   BigNumFrame(const BigNumFrame &) = delete;
   BigNumFrame &operator=(const BigNumFrame &) = delete;
-  BIGNUM *New() { return BN_CTX_get(m_ctx); }   // null once one could not be had: asking the last is enough
+  BIGNUM *New() { return BN_CTX_get(m_ctx); }  // null once one could not be had: asking the last is enough
 
  private:
   BN_CTX *m_ctx;

@@ -11,17 +11,16 @@
 
 namespace {
 
-constexpr int kPaddingOverhead = 11;   // 00, type, eight octets of padding, 00
+constexpr int kPaddingOverhead = 11;  // 00, type, eight octets of padding, 00
 constexpr int kMaxBlockLen = 1 << 16;
 
-int CompareOctets(const unsigned char *expected, int expectedLen, const unsigned char *decoded,
-                  int decodedLen) {
+int CompareOctets(const unsigned char *expected, int expectedLen, const unsigned char *decoded, int decodedLen) {
   if (expectedLen != decodedLen) return kKeyLenMismatch;
   return std::memcmp(expected, decoded, static_cast<size_t>(expectedLen)) == 0 ? 0 : kKeyUnequal;
 }
 
-int CompareDigestInfo(int mdType, const unsigned char *digest, int digestLen,
-                      const unsigned char *decoded, int decodedLen) {
+int CompareDigestInfo(int mdType, const unsigned char *digest, int digestLen, const unsigned char *decoded,
+                      int decodedLen) {
   // RFC 8017, 9.2, note 2: absent parameters are accepted too. Held by
   // Pkcs1.ComparesWithTwoEncodingsOnly.
   for (const bool withNull : {true, false}) {
@@ -59,7 +58,7 @@ int MakeDigestInfoHeader(int mdType, int digestLen, bool withNull, DigestInfoHea
     return -1;
   }
   static constexpr unsigned char kNull[] = {0x05, 0x00};
-  sxAsnWriteBuf buf;   // writes towards the start; the longest header takes half of the area
+  sxAsnWriteBuf buf;  // writes towards the start; the longest header takes half of the area
   buf.Init(header->area, sizeof header->area);
   BEncDefLen(buf, digestLen);
   buf.PutByte(0x04);
@@ -91,20 +90,14 @@ int sxComparePKCS1(sxPKop_type op, int mdType, const unsigned char *expected, in
   if (expected == nullptr || expectedLen < 1 || decoded == nullptr || decodedLen < 0) return kKeyBadInput;
   int rc = 0;
   switch (op) {
-    case sxPKop_raw:
-      rc = CompareOctets(expected, expectedLen, decoded, decodedLen);
-      break;
+    case sxPKop_raw: rc = CompareOctets(expected, expectedLen, decoded, decodedLen); break;
     case sxPKop_either:
       rc = CompareOctets(expected, expectedLen, decoded, decodedLen);
       if (rc != 0) rc = CompareDigestInfo(mdType, expected, expectedLen, decoded, decodedLen);
       break;
     case sxPKop_digest:
-    case sxPKop_digest_alt:
-      rc = CompareDigestInfo(mdType, expected, expectedLen, decoded, decodedLen);
-      break;
-    default:
-      herror_func(0, 0, "%s: unsupported op %d", "sxComparePKCS1", op);
-      return kKeyNotImplemented;
+    case sxPKop_digest_alt: rc = CompareDigestInfo(mdType, expected, expectedLen, decoded, decodedLen); break;
+    default: herror_func(0, 0, "%s: unsupported op %d", "sxComparePKCS1", op); return kKeyNotImplemented;
   }
   if (rc != 0) LogMismatch(op, mdType, expected, expectedLen, decoded, decodedLen);
   return rc;
@@ -130,9 +123,7 @@ int sxpkcs1pad(int blockType, const kxBinBuf &data, int blockLen, kxBinBuf &bloc
   kxBinBuf padded;
   padded.SetSensitive(data.IsSensitive());
   padded.Set(static_cast<unsigned int>(blockLen));
-  if (kxPKCS1Pad(blockType, data.Data(), static_cast<int>(data.Len()), padded.Data(), blockLen) != 0) {
-    return -1;
-  }
+  if (kxPKCS1Pad(blockType, data.Data(), static_cast<int>(data.Len()), padded.Data(), blockLen) != 0) { return -1; }
   block = std::move(padded);
   return 0;
 }

@@ -58,7 +58,7 @@ int kxPKCS1_to_PKCS8(const kxBinBuf &pkcs1, kxBinBuf &pkcs8) {
   if (pkcs1.IsEmpty() || pkcs1.Len() > static_cast<unsigned int>(kMaxKeyLen)) return -1;
   const auto keyLen = static_cast<int>(pkcs1.Len());
   unsigned char area[48];
-  sxAsnWriteBuf buf;   // everything before the key, towards the start
+  sxAsnWriteBuf buf;  // everything before the key, towards the start
   buf.Init(area, sizeof area);
   BEncDefLen(buf, keyLen);
   buf.PutByte(0x04);

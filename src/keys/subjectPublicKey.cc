@@ -15,7 +15,10 @@
 namespace {
 
 // What each algorithm's failure is called; sxSpki_dsa stands for a kind that is never imported.
-struct AlgorithmRow { const sxAsnOid *oid; sxSpkiResult onFailure; };
+struct AlgorithmRow {
+  const sxAsnOid *oid;
+  sxSpkiResult onFailure;
+};
 constexpr AlgorithmRow kAlgorithms[] = {
     {&sxASN_rsaEncryption, sxSpki_bad_rsa},
     {&sxASN_ECDSAPublicKey, sxSpki_bad_ec},
@@ -60,8 +63,8 @@ sxPubKey *ImportEc(const unsigned char *params, int paramsLen, const unsigned ch
 
 }  // namespace
 
-sxPubKey *sxPubKey_FromSPKI(const unsigned char *algOid, int algOidLen, const unsigned char *params,
-                            int paramsLen, const unsigned char *key, int keyLen, sxSpkiResult *why) {
+sxPubKey *sxPubKey_FromSPKI(const unsigned char *algOid, int algOidLen, const unsigned char *params, int paramsLen,
+                            const unsigned char *key, int keyLen, sxSpkiResult *why) {
   const sxSpkiResult onFailure = Classify(algOid, algOidLen);
   sxPubKey *made = nullptr;
   if (onFailure == sxSpki_bad_rsa) made = sxImportRSAKey(sxPK_public, key, keyLen);
@@ -79,7 +82,7 @@ sxPubKey *sxPubKey_FromSPKI(const sxASN_SubjectPublicKeyInfo &spki, sxSpkiResult
   int paramsLen = 0;
   kxBinBuf encoded;
   if (sxAsnType *value = algorithm->parameters == nullptr ? nullptr : algorithm->parameters->Value()) {
-    if (value->Info() == &sxAsnRawAny::kInfo) {   // as decoded
+    if (value->Info() == &sxAsnRawAny::kInfo) {  // as decoded
       params = static_cast<const sxAsnRawAny *>(value)->Data();
       paramsLen = static_cast<const sxAsnRawAny *>(value)->Len();
     } else if (sxASN_EncodeBuf(*value, encoded, 1) == 0) {

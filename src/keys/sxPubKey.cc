@@ -21,22 +21,18 @@ int sxPubKey::Encrypt(sxPKop_type op, const unsigned char *in, int inLen, unsign
 int sxPubKey::Decrypt(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen) {
   return Imp()->Decrypt(op, in, inLen, out, outLen);
 }
-int sxPubKey::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
-                   int outLen) {
+int sxPubKey::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen) {
   return Imp()->Sign(op, md, in, inLen, out, outLen);
 }
 int sxPubKey::SignSetup() { return Imp()->SignSetup(); }
-int sxPubKey::Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
-                     const unsigned char *sig, int sigLen) {
+int sxPubKey::Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen, const unsigned char *sig,
+                     int sigLen) {
   return Imp()->Verify(op, md, data, dataLen, sig, sigLen);
 }
-int sxPubKey::Derive(sxPKop_type op, const unsigned char *peer, int peerLen, unsigned char *out,
-                     int outLen) {
+int sxPubKey::Derive(sxPKop_type op, const unsigned char *peer, int peerLen, unsigned char *out, int outLen) {
   return Imp()->Derive(op, peer, peerLen, out, outLen);
 }
-int sxPubKey::Export(sxPK_Format format, unsigned char *out, int outLen) {
-  return Imp()->Export(format, out, outLen);
-}
+int sxPubKey::Export(sxPK_Format format, unsigned char *out, int outLen) { return Imp()->Export(format, out, outLen); }
 int sxPubKey::GetLen(sxPK_Len_Type type) { return Imp()->GetLen(type); }
 const unsigned char *sxPubKey::ID() const { return Imp()->ID(); }
 int sxPubKey::IdLen() const { return Imp()->IdLen(); }
@@ -48,20 +44,20 @@ const unsigned char *sxPubKey::PublicKeyHash() const { return Imp()->PublicKeyHa
 void sxFreePubKey(sxPubKey *key) { sxFreePKobj(key); }
 void sxSavePubKey(sxPubKey *key) { sxSavePKobj(key); }
 
-int sxPubKey_Sign(sxPubKey *key, sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen,
-                  unsigned char *out, int outLen) {
+int sxPubKey_Sign(sxPubKey *key, sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
+                  int outLen) {
   return key == nullptr ? kKeyNotUsable : key->Sign(op, md, in, inLen, out, outLen);
 }
 int sxPubKey_Verify(sxPubKey *key, sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
                     const unsigned char *sig, int sigLen) {
   return key == nullptr ? kKeyNotUsable : key->Verify(op, md, data, dataLen, sig, sigLen);
 }
-int sxPubKey_Decrypt(sxPubKey *key, sxPKop_type op, const unsigned char *in, int inLen,
-                     unsigned char *out, int outLen) {
+int sxPubKey_Decrypt(sxPubKey *key, sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out,
+                     int outLen) {
   return key == nullptr ? kKeyNotUsable : key->Decrypt(op, in, inLen, out, outLen);
 }
-int sxPubKey_Derive(sxPubKey *key, sxPKop_type op, const unsigned char *peer, int peerLen,
-                    unsigned char *out, int outLen) {
+int sxPubKey_Derive(sxPubKey *key, sxPKop_type op, const unsigned char *peer, int peerLen, unsigned char *out,
+                    int outLen) {
   return key == nullptr ? kKeyNotUsable : key->Derive(op, peer, peerLen, out, outLen);
 }
 int sxPubKey_Export(sxPubKey *key, sxPK_Format format, unsigned char *out, int outLen) {
@@ -82,8 +78,7 @@ int sxPubKey_Equal(sxPubKey *a, sxPubKey *b) {
   const auto size = static_cast<size_t>(len);
   const std::unique_ptr<unsigned char[]> octets(new (std::nothrow) unsigned char[2 * size]);
   if (octets == nullptr) return differ("%s: cannot allocate memory.");
-  if (a->Export(sxPK_public, octets.get(), len) != len ||
-      b->Export(sxPK_public, octets.get() + size, len) != len) {
+  if (a->Export(sxPK_public, octets.get(), len) != len || b->Export(sxPK_public, octets.get() + size, len) != len) {
     return differ("%s: Internal error.");
   }
   if (std::memcmp(octets.get(), octets.get() + size, size) != 0) return differ("%s: Different keys.");

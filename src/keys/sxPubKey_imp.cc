@@ -27,8 +27,7 @@ int sxPubKey_imp_vc::Sign(sxPKop_type, sx_md_type, const unsigned char *, int, u
   return NotImplemented("Sign", *this);
 }
 int sxPubKey_imp_vc::SignSetup() { return NotImplemented("SignSetup", *this); }
-int sxPubKey_imp_vc::Verify(sxPKop_type, sx_md_type, const unsigned char *, int, const unsigned char *,
-                            int) {
+int sxPubKey_imp_vc::Verify(sxPKop_type, sx_md_type, const unsigned char *, int, const unsigned char *, int) {
   return NotImplemented("Verify", *this);
 }
 int sxPubKey_imp_vc::Derive(sxPKop_type, const unsigned char *, int, unsigned char *, int) {
@@ -45,9 +44,7 @@ int sxPubKey_imp_vc::Remove() {
   return -1;
 }
 
-void sxPubKey_imp_vc::Herror() const {
-  herror_func(0, 0, "Herror not implemeted for %s", ClassName());
-}
+void sxPubKey_imp_vc::Herror() const { herror_func(0, 0, "Herror not implemeted for %s", ClassName()); }
 
 const unsigned char *sxPubKey_imp_vc::PublicKeyHash() const {
   static_assert(std::tuple_size_v<Hash> == kPublicKeyHashLen);
@@ -64,9 +61,7 @@ const unsigned char *sxPubKey_imp_vc::PublicKeyHash() const {
   if (kx_md_hashbuf(sx_md_sha256, octets.data(), octets.size(), hash->data(), kPublicKeyHashLen) != 0) {
     return nullptr;
   }
-  const Hash *first = nullptr;   // of two threads that get here the first one's stays
-  if (!m_publicKeyHash.compare_exchange_strong(first, hash.get(), std::memory_order_acq_rel)) {
-    return first->data();
-  }
+  const Hash *first = nullptr;  // of two threads that get here the first one's stays
+  if (!m_publicKeyHash.compare_exchange_strong(first, hash.get(), std::memory_order_acq_rel)) { return first->data(); }
   return hash.release()->data();
 }

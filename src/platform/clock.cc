@@ -13,7 +13,7 @@ namespace {
 
 std::atomic<int64_t (*)()> g_source{nullptr};
 
-constexpr size_t kMaxCtimeLen = 25;   // with the line feed and a year of four digits
+constexpr size_t kMaxCtimeLen = 25;  // with the line feed and a year of four digits
 
 }  // namespace
 
@@ -32,7 +32,7 @@ int sxCtime_no_nl(int64_t timeSec, char *text, int textLen) {
   char line[64] = "";
   if (localtime_r(&when, &parts) == nullptr || asctime_r(&parts, line) == nullptr) return -1;
   const size_t len = std::strlen(line);
-  if (len > kMaxCtimeLen) return -1;   // glibc has refused such a year above, other libraries write on
+  if (len > kMaxCtimeLen) return -1;  // glibc has refused such a year above, other libraries write on
   std::memcpy(text, line, len - 1);
   text[len - 1] = '\0';
   return 0;

@@ -27,9 +27,12 @@ struct DigestRow {
   unsigned char *(*hash)(const unsigned char *data, size_t dataLen, unsigned char *digest);
 };
 constexpr DigestRow kDigests[] = {
-    {sx_md_md4, MD4_DIGEST_LENGTH, MD4},          {sx_md_md5, MD5_DIGEST_LENGTH, MD5},
-    {sx_md_sha1, SHA_DIGEST_LENGTH, SHA1},        {sx_md_sha256, SHA256_DIGEST_LENGTH, SHA256},
-    {sx_md_sha384, SHA384_DIGEST_LENGTH, SHA384}, {sx_md_sha512, SHA512_DIGEST_LENGTH, SHA512},
+    {sx_md_md4, MD4_DIGEST_LENGTH, MD4},
+    {sx_md_md5, MD5_DIGEST_LENGTH, MD5},
+    {sx_md_sha1, SHA_DIGEST_LENGTH, SHA1},
+    {sx_md_sha256, SHA256_DIGEST_LENGTH, SHA256},
+    {sx_md_sha384, SHA384_DIGEST_LENGTH, SHA384},
+    {sx_md_sha512, SHA512_DIGEST_LENGTH, SHA512},
     {sx_md_sha512_256, SHA256_DIGEST_LENGTH, Sha512_256},
 };
 static_assert(kMaxDigestLen == SHA512_DIGEST_LENGTH);
@@ -44,9 +47,7 @@ const DigestRow *FindRow(int mdType) {
 static_assert(sizeof(SHA512_CTX) <= sizeof(kxSHA512State));
 static_assert(alignof(SHA512_CTX) <= alignof(kxSHA512State));
 
-SHA512_CTX *Context(kxSHA512State *state) {
-  return std::launder(reinterpret_cast<SHA512_CTX *>(state->area));
-}
+SHA512_CTX *Context(kxSHA512State *state) { return std::launder(reinterpret_cast<SHA512_CTX *>(state->area)); }
 
 }  // namespace
 
@@ -59,7 +60,7 @@ int kx_md_hashbuf(int mdType, const void *data, size_t dataLen, unsigned char *d
   const DigestRow *row = FindRow(mdType);
   if (row == nullptr || digest == nullptr || digestLen != row->len) return -1;
   if (data == nullptr && dataLen != 0) return -1;
-  const void *area = data == nullptr ? "" : data;   // libcrypto may read nothing, but not from null
+  const void *area = data == nullptr ? "" : data;  // libcrypto may read nothing, but not from null
   return row->hash(static_cast<const unsigned char *>(area), dataLen, digest) == nullptr ? -1 : 0;
 }
 
@@ -80,8 +81,7 @@ int kxSHA512Final(kxSHA512State *state, unsigned char digest[64]) {
   return done == 1 ? 0 : -1;
 }
 
-int kx_hmac_sha1(const unsigned char *key, int keyLen, const void *data, size_t dataLen,
-                 unsigned char mac[20]) {
+int kx_hmac_sha1(const unsigned char *key, int keyLen, const void *data, size_t dataLen, unsigned char mac[20]) {
   if (keyLen < 0 || (key == nullptr && keyLen != 0) || (data == nullptr && dataLen != 0)) return -1;
   if (mac == nullptr) return -1;
   const void *keyArea = key == nullptr ? static_cast<const void *>("") : key;

@@ -34,14 +34,14 @@ bool kxEventLoop::Open(event_base *lent) {
   // Our own descriptor wakes the loop, so that a lent one needs no locks.
   m_wakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
   if (m_base == nullptr || m_wakeFd < 0) return false;
-  m_wake.reset(event_new(m_base, m_wakeFd, EV_READ | EV_PERSIST, [](evutil_socket_t, short, void *self) {
-    static_cast<kxEventLoop *>(self)->MakeDueCalls();
-  }, this));
+  m_wake.reset(event_new(
+      m_base, m_wakeFd, EV_READ | EV_PERSIST,
+      [](evutil_socket_t, short, void *self) { static_cast<kxEventLoop *>(self)->MakeDueCalls(); }, this));
   return m_wake != nullptr && event_add(m_wake.get(), nullptr) == 0;
 }
 
 kxEventLoop::~kxEventLoop() {
-  m_wake.reset();                        // before its loop; only one that never opened has it still
+  m_wake.reset();  // before its loop; only one that never opened has it still
   if (m_wakeFd >= 0) close(m_wakeFd);
 }
 
@@ -58,12 +58,10 @@ int kxEventLoop::Post(int delayMs, std::function<void()> call) try {
   // It can only fail by being full, and then the loop wakes as well.
   static_cast<void>(!write(m_wakeFd, &one, sizeof one));
   return 0;
-} catch (const std::bad_alloc &) {
-  return -1;
-}
+} catch (const std::bad_alloc &) { return -1; }
 
 void kxEventLoop::MakeDueCalls() {
-  const std::shared_ptr<kxEventLoop> self = shared_from_this();   // a call may close the environment
+  const std::shared_ptr<kxEventLoop> self = shared_from_this();  // a call may close the environment
   uint64_t count = 0;
   static_cast<void>(!read(m_wakeFd, &count, sizeof count));
   std::list<Call> posted;
@@ -87,30 +85,33 @@ void kxEventLoop::MakeDueCalls() {
 }
 
 void kxEventLoop::SetTimer(Call &call) {
-  call.timer.reset(event_new(m_base, -1, 0, [](evutil_socket_t, short, void *opaque) {
-    const auto *const due = static_cast<Call *>(opaque);
-    due->loop->Make(due->self);
-  }, &call));
+  call.timer.reset(event_new(
+      m_base, -1, 0,
+      [](evutil_socket_t, short, void *opaque) {
+        const auto *const due = static_cast<Call *>(opaque);
+        due->loop->Make(due->self);
+      },
+      &call));
   const auto leftUs = std::chrono::duration_cast<std::chrono::microseconds>(call.due - Clock::now()).count();
   timeval wait = {};
   if (leftUs > 0) wait = {static_cast<time_t>(leftUs / 1000000), static_cast<suseconds_t>(leftUs % 1000000)};
-  if (call.timer == nullptr || event_add(call.timer.get(), &wait) != 0) Make(call.self);   // early, not never
+  if (call.timer == nullptr || event_add(call.timer.get(), &wait) != 0) Make(call.self);  // early, not never
 }
 
 void kxEventLoop::Make(std::list<Call>::iterator call) {
   const std::shared_ptr<kxEventLoop> self = shared_from_this();
   std::list<Call> made;
-  made.splice(made.end(), m_waiting, call);   // it may post, destroy what it was about, and close the environment
+  made.splice(made.end(), m_waiting, call);  // it may post, destroy what it was about, and close the environment
   call->function();
 }
 
 int kxEventLoop::Run(int maxMs) {
   const std::shared_ptr<kxEventLoop> self = shared_from_this();
-  Event end;   // its timer goes with it
+  Event end;  // its timer goes with it
   if (maxMs >= 0) {
-    end.reset(event_new(m_base, -1, 0, [](evutil_socket_t, short, void *base) {
-      event_base_loopbreak(static_cast<event_base *>(base));
-    }, m_base));
+    end.reset(event_new(
+        m_base, -1, 0,
+        [](evutil_socket_t, short, void *base) { event_base_loopbreak(static_cast<event_base *>(base)); }, m_base));
     const timeval limit = {maxMs / 1000, static_cast<suseconds_t>(maxMs % 1000 * 1000)};
     if (end == nullptr || event_add(end.get(), &limit) != 0) return -1;
   }
@@ -132,7 +133,7 @@ void kxEventLoop::AddClient(std::weak_ptr<kxEventClient> client) {
 
 void kxEventLoop::Close() {
   {
-    std::list<Call> dropped;             // what the closures hold may post again, which is refused
+    std::list<Call> dropped;  // what the closures hold may post again, which is refused
     {
       const std::lock_guard<std::mutex> lock(m_mutex);
       m_closed = true;
@@ -144,22 +145,20 @@ void kxEventLoop::Close() {
   for (const std::weak_ptr<kxEventClient> &known : std::exchange(m_clients, {})) {
     if (const std::shared_ptr<kxEventClient> client = known.lock()) client->EnvironmentGone();
   }
-  if (m_numRuns == 0) m_own.reset();
-  else event_base_loopbreak(m_base);
+  if (m_numRuns == 0)
+    m_own.reset();
+  else
+    event_base_loopbreak(m_base);
 }
 
 sxd_env *sxd_env_create() try {
   const std::shared_ptr<kxEventLoop> loop = kxEventLoop::New(nullptr);
   return loop == nullptr ? nullptr : new sxd_env(loop);
-} catch (const std::bad_alloc &) {
-  return nullptr;
-}
+} catch (const std::bad_alloc &) { return nullptr; }
 sxd_env *sxd_env_wrap(event_base *base) try {
   const std::shared_ptr<kxEventLoop> loop = base == nullptr ? nullptr : kxEventLoop::New(base);
   return loop == nullptr ? nullptr : new sxd_env(loop);
-} catch (const std::bad_alloc &) {
-  return nullptr;
-}
+} catch (const std::bad_alloc &) { return nullptr; }
 void sxd_env_destroy(sxd_env *env) { const std::unique_ptr<sxd_env> gone(env); }
 int sxd_env_run(sxd_env *env) { return env == nullptr ? -1 : env->Loop()->Run(-1); }
 int sxd_env_run_for(sxd_env *env, int maxMs) { return env == nullptr || maxMs < 0 ? -1 : env->Loop()->Run(maxMs); }

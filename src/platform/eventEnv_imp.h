@@ -17,7 +17,7 @@ struct event;
 /// Who keeps something on the environment's behalf and drops it when that goes.
 class kxEventClient {
  public:
-  virtual void EnvironmentGone() = 0;            ///< on the loop's thread, within sxd_env_destroy
+  virtual void EnvironmentGone() = 0;  ///< on the loop's thread, within sxd_env_destroy
 
  protected:
   ~kxEventClient() = default;
@@ -32,21 +32,25 @@ class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
 
   /// What the closure holds goes when it was called or dropped. Any thread.
   int Post(int delayMs, std::function<void()> call);
-  int Run(int maxMs);                            ///< negative: no limit
-  void Stop();                                   ///< any thread
+  int Run(int maxMs);  ///< negative: no limit
+  void Stop();         ///< any thread
   void AddClient(std::weak_ptr<kxEventClient> client);
   /// Drops what was not called yet and tells the clients. Also within one of the calls, whose run then ends.
   void Close();
 
  private:
   using Clock = std::chrono::steady_clock;
-  struct FreeBase { void operator()(event_base *base) const; };
-  struct FreeEvent { void operator()(event *entry) const; };
+  struct FreeBase {
+    void operator()(event_base *base) const;
+  };
+  struct FreeEvent {
+    void operator()(event *entry) const;
+  };
   using Event = std::unique_ptr<event, FreeEvent>;
   struct Call {
     std::function<void()> function;
-    Clock::time_point due;                       // min(): as soon as the loop gets to it
-    kxEventLoop *loop = nullptr;                 // these while a timer is set
+    Clock::time_point due;        // min(): as soon as the loop gets to it
+    kxEventLoop *loop = nullptr;  // these while a timer is set
     std::list<Call>::iterator self;
     Event timer;
   };
@@ -57,16 +61,16 @@ class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
   void SetTimer(Call &call);
   void Make(std::list<Call>::iterator call);
 
-  std::unique_ptr<event_base, FreeBase> m_own;   // null over a lent loop
+  std::unique_ptr<event_base, FreeBase> m_own;  // null over a lent loop
   event_base *m_base = nullptr;
-  int m_numRuns = 0;                             // in progress
+  int m_numRuns = 0;  // in progress
   Event m_wake;
   std::list<Call> m_waiting;
-  std::vector<std::weak_ptr<kxEventClient>> m_clients;   // of the loop's thread, like all above
-  int m_wakeFd = -1;                             // readable while something was posted
-  std::mutex m_mutex;                            // guards what follows
+  std::vector<std::weak_ptr<kxEventClient>> m_clients;  // of the loop's thread, like all above
+  int m_wakeFd = -1;                                    // readable while something was posted
+  std::mutex m_mutex;                                   // guards what follows
   std::list<Call> m_posted;
-  bool m_closed = false;                         // written by the loop's thread only
+  bool m_closed = false;  // written by the loop's thread only
 };
 
 class sxd_env {

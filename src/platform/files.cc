@@ -46,9 +46,7 @@ int Take(const struct stat &from, kxFileInfo *info) {
   return 0;
 }
 
-int Synced(int result) {
-  return result == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1;
-}
+int Synced(int result) { return result == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1; }
 
 // 0 for a regular file; -1 with errno set.
 int RefuseSpecial(const struct stat &found) {
@@ -128,8 +126,7 @@ int64_t kxFile_Read(int fd, void *data, size_t len) {
   if (Refused(kxStep_read, nullptr)) return -1;
   size_t done = 0;
   while (done < len) {
-    const ssize_t got =
-        Resumed([&] { return read(fd, static_cast<char *>(data) + done, len - done); });
+    const ssize_t got = Resumed([&] { return read(fd, static_cast<char *>(data) + done, len - done); });
     if (got < 0) return -1;
     if (got == 0) break;
     done += static_cast<size_t>(got);
@@ -140,8 +137,7 @@ int64_t kxFile_Read(int fd, void *data, size_t len) {
 int kxFile_Write(int fd, const void *data, size_t len) {
   if (Refused(kxStep_write, nullptr)) return -1;
   for (size_t done = 0; done < len;) {
-    const ssize_t put =
-        Resumed([&] { return write(fd, static_cast<const char *>(data) + done, len - done); });
+    const ssize_t put = Resumed([&] { return write(fd, static_cast<const char *>(data) + done, len - done); });
     if (put < 0) return -1;
     done += static_cast<size_t>(put);
   }
@@ -172,9 +168,7 @@ int kxFile_Rename(const char *from, const char *to) {
   return Refused(kxStep_rename, to) || std::rename(from, to) != 0 ? -1 : 0;
 }
 
-int kxFile_Link(const char *from, const char *to) {
-  return Refused(kxStep_link, to) || link(from, to) != 0 ? -1 : 0;
-}
+int kxFile_Link(const char *from, const char *to) { return Refused(kxStep_link, to) || link(from, to) != 0 ? -1 : 0; }
 
 int kxFile_Remove(const char *path) { return Refused(kxStep_remove, path) || unlink(path) != 0 ? -1 : 0; }
 
@@ -205,7 +199,7 @@ kxDir *kxDir_Open(const char *path) {
 }
 
 const char *kxDir_Next(kxDir *dir) {
-  errno = 0;   // the end of the folder leaves it so
+  errno = 0;  // the end of the folder leaves it so
   if (Refused(kxStep_dirNext, nullptr)) return nullptr;
   const dirent *entry = readdir(dir->stream);
   return entry != nullptr ? entry->d_name : nullptr;

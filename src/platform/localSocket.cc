@@ -78,7 +78,7 @@ bool LeadsHere(const sockaddr_un &address, int listener) {
   for (int i = 0; probe >= 0 && !connected && i < kMaxTries; ++i) {
     connected = Connect(probe, address);
     if (!connected && errno != EAGAIN) break;
-    int waiting = -1;                    // the queue is full: of those that nobody will hear any more
+    int waiting = -1;  // the queue is full: of those that nobody will hear any more
     while (!connected && (waiting = accept(listener, nullptr, nullptr)) >= 0) close(waiting);
   }
   ucred peer = {};
@@ -225,7 +225,7 @@ void kxLocalSocket_Unlisten(const std::string &path, int listener) {
   sockaddr_un address;
   if (listener < 0) return;
   {
-    const PathLock lock(path);           // without it the socket stays, for the next one to replace
+    const PathLock lock(path);  // without it the socket stays, for the next one to replace
     if (SetAddress(path, &address) && lock.OK() && LeadsHere(address, listener)) unlink(path.c_str());
   }
   close(listener);

@@ -19,7 +19,7 @@ struct Sink {
 };
 
 std::mutex &SinkMutex() {
-  static std::mutex mutex;   // a function's static: lines may be written before main
+  static std::mutex mutex;  // a function's static: lines may be written before main
   return mutex;
 }
 Sink g_sink;
@@ -58,7 +58,7 @@ void WriteLine(std::string *line) {
     return;
   }
   line->push_back('\n');
-  std::fwrite(line->data(), 1, line->size(), stderr);   // one call: lines of threads do not mix
+  std::fwrite(line->data(), 1, line->size(), stderr);  // one call: lines of threads do not mix
 }
 
 }  // namespace

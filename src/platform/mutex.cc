@@ -10,8 +10,8 @@
 
 struct MtMutex {
   pthread_mutex_t system;
-  std::string name;      // empty: not shared
-  unsigned numUsers = 1; // guarded by the registry's lock
+  std::string name;       // empty: not shared
+  unsigned numUsers = 1;  // guarded by the registry's lock
 };
 
 namespace {
@@ -27,11 +27,11 @@ bool Allowed(const std::atomic<bool (*)()> &fake) {
 
 struct NamedMutexes {
   std::mutex lock;
-  std::map<std::string, MtMutex *> byName;   // an entry goes with the last user of its mutex
+  std::map<std::string, MtMutex *> byName;  // an entry goes with the last user of its mutex
 };
 
 NamedMutexes &Named() {
-  static auto *named = new NamedMutexes;   // lives on: static destructors give mutexes back too
+  static auto *named = new NamedMutexes;  // lives on: static destructors give mutexes back too
   return *named;
 }
 
@@ -40,8 +40,7 @@ std::unique_ptr<MtMutex> Make(int kind) {
   auto made = std::make_unique<MtMutex>();
   pthread_mutexattr_t attr;
   if (!Allowed(g_mayCreate) || pthread_mutexattr_init(&attr) != 0) return nullptr;
-  const bool done = pthread_mutexattr_settype(&attr, kind) == 0 &&
-                    pthread_mutex_init(&made->system, &attr) == 0;
+  const bool done = pthread_mutexattr_settype(&attr, kind) == 0 && pthread_mutex_init(&made->system, &attr) == 0;
   pthread_mutexattr_destroy(&attr);
   return done ? std::move(made) : nullptr;
 }

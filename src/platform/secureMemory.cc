@@ -19,7 +19,7 @@ struct PageLocks {
 };
 
 PageLocks &Locks() {
-  static PageLocks *locks = new PageLocks;   // lives on: blocks are unlocked by static destructors too
+  static PageLocks *locks = new PageLocks;  // lives on: blocks are unlocked by static destructors too
   return *locks;
 }
 

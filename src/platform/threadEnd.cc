@@ -6,7 +6,7 @@
 namespace {
 
 std::atomic<bool> g_processEnds{false};
-thread_local bool t_ends = false;                // has no destructor, so it can be read to the last
+thread_local bool t_ends = false;  // has no destructor, so it can be read to the last
 
 // Objects of a thread go before those of the process when main returns.
 struct ThreadWatch {

@@ -29,9 +29,7 @@ struct RTComm {
 RTComm *RTComm_create(sxd_env *env) try {
   if (env == nullptr) return nullptr;
   return new RTComm{std::make_shared<kxResultChannel>(env->Loop(), false)};
-} catch (const std::bad_alloc &) {
-  return nullptr;
-}
+} catch (const std::bad_alloc &) { return nullptr; }
 
 int RTComm_start(RTComm *comm) {
   if (comm == nullptr) return -1;
@@ -50,7 +48,7 @@ using Clock = std::chrono::steady_clock;
 struct Job {
   std::unique_ptr<RTApcServant> servant;
   uint64_t number;
-  bool handled;                          // the handler returned
+  bool handled;  // the handler returned
 };
 
 struct Hash {
@@ -81,23 +79,23 @@ class RTApc_imp final : public kxEventClient, public std::enable_shared_from_thi
   };
 
   // Of the loop's thread:
-  RTApc *pool;                           // null once it ended
-  const std::shared_ptr<kxResultChannel> channel;   // null: no work is taken
+  RTApc *pool;                                     // null once it ended
+  const std::shared_ptr<kxResultChannel> channel;  // null: no work is taken
   const int waitLimitMs;
-  const pid_t process = getpid();        // a child has neither the threads nor sound mutexes
-  bool refuses = false;                  // it ends, or was abandoned
+  const pid_t process = getpid();  // a child has neither the threads nor sound mutexes
+  bool refuses = false;            // it ends, or was abandoned
   uint64_t nextNumber = 0;
   std::unordered_map<const RTApcServant *, Entry, Hash, Equal> waiting;
   std::multimap<Clock::time_point, const RTApcServant *> deadlines;
-  Clock::time_point timerDue = Clock::time_point::max();   // of the earliest timer that is set
+  Clock::time_point timerDue = Clock::time_point::max();  // of the earliest timer that is set
 
-  std::mutex mutex;                      // guards what follows
+  std::mutex mutex;  // guards what follows
   std::condition_variable changed;
   std::list<Worker> workers;
   int numWanted = 0;
   int numRunning = 0;
   bool ending = false;
-  bool abandoned = false;                // nobody wants results
+  bool abandoned = false;  // nobody wants results
   std::list<Job> queued;
   std::list<Job> done;
 
@@ -125,7 +123,7 @@ int RTApc_imp::SetNumThreads(int numThreads) {
     const auto self = workers.emplace(workers.end());
     try {
       self->thread = std::thread([imp = shared_from_this(), self] { imp->Work(self); });
-    } catch (const std::exception &) {   // no thread, or no memory
+    } catch (const std::exception &) {  // no thread, or no memory
       workers.erase(self);
       numWanted = numRunning;
       return -1;
@@ -153,7 +151,7 @@ void RTApc_imp::Work(std::list<Worker>::iterator self) {
     lock.lock();
     if (abandoned) {
       lock.unlock();
-      job.clear();                       // may be the last that holds a key
+      job.clear();  // may be the last that holds a key
       lock.lock();
     } else {
       done.splice(done.end(), job);
@@ -204,9 +202,7 @@ int RTApc_imp::Queue(const RTApcServant &work, int timeoutMs) try {
   queued.splice(queued.end(), job);
   changed.notify_one();
   return 0;
-} catch (const std::bad_alloc &) {
-  return -1;
-}
+} catch (const std::bad_alloc &) { return -1; }
 
 // One timer, for the earliest deadline; those that later ones replaced find nothing to do.
 void RTApc_imp::SetTimer() {
@@ -224,7 +220,7 @@ void RTApc_imp::SetTimer() {
 
 void RTApc_imp::HandleResults() {
   JoinEnded();
-  while (pool != nullptr) {              // a result handler may end the pool
+  while (pool != nullptr) {  // a result handler may end the pool
     std::list<Job> job;
     {
       const std::lock_guard<std::mutex> lock(mutex);
@@ -232,7 +228,7 @@ void RTApc_imp::HandleResults() {
       job.splice(job.end(), done, done.begin());
     }
     const auto entry = waiting.find(job.front().servant.get());
-    if (entry == waiting.end() || entry->second.number != job.front().number) continue;   // answered already
+    if (entry == waiting.end() || entry->second.number != job.front().number) continue;  // answered already
     if (job.front().handled) {
       Answer(entry, job.front().servant.get(), kRTWaitDone);
     } else {
@@ -242,7 +238,7 @@ void RTApc_imp::HandleResults() {
 }
 
 void RTApc_imp::HandleTimeouts() {
-  HandleResults();                       // what is done is not late
+  HandleResults();  // what is done is not late
   while (pool != nullptr && !deadlines.empty() && deadlines.begin()->first <= Clock::now()) {
     const auto entry = waiting.find(deadlines.begin()->second);
     {
@@ -256,7 +252,7 @@ void RTApc_imp::HandleTimeouts() {
 
 // Tells the clone that is finished, or else the one that waited.
 void RTApc_imp::Answer(std::unordered_map<const RTApcServant *, Entry, Hash, Equal>::iterator entry,
-                          RTApcServant *finished, int waitResult) {
+                       RTApcServant *finished, int waitResult) {
   deadlines.erase(entry->second.deadline);
   const std::unique_ptr<RTApcServant> waiter = std::move(entry->second.servant);
   waiting.erase(entry);
@@ -280,7 +276,7 @@ void RTApc_imp::Abandon() {
 }
 
 void RTApc_imp::End() {
-  if (kxThread_IsEnding()) Abandon();    // after main nobody is called
+  if (kxThread_IsEnding()) Abandon();  // after main nobody is called
   refuses = true;
   {
     const std::lock_guard<std::mutex> lock(mutex);

@@ -6,10 +6,10 @@
 // A deployment puts its own point here when it configures the build: -DKXCERT_SIGNED_FILE_POINT=04...
 // Nobody has the private part of this one.
 #ifndef KXCERT_SIGNED_FILE_POINT
-#define KXCERT_SIGNED_FILE_POINT \
-    "0401ec943a231f7d4ec1f9b1c5a860bb1247876c8afe991d4678483c8c70dd1af23562c51e53c616abb0d586ac126c758b32" \
-    "c34dd30a181b1b41dbab53ee146837db88013e7bf96dd234602298e55f95f348319de1e6a9c4d3c5e0ba8fd42cdd321714df" \
-    "d3f4669ab363a625947a660e685c9afb0e341d6212f53acc427c344ef54acd32e5"
+#define KXCERT_SIGNED_FILE_POINT                                                                         \
+  "0401ec943a231f7d4ec1f9b1c5a860bb1247876c8afe991d4678483c8c70dd1af23562c51e53c616abb0d586ac126c758b32" \
+  "c34dd30a181b1b41dbab53ee146837db88013e7bf96dd234602298e55f95f348319de1e6a9c4d3c5e0ba8fd42cdd321714df" \
+  "d3f4669ab363a625947a660e685c9afb0e341d6212f53acc427c344ef54acd32e5"
 #endif
 
 const char *const kProductionKey = KXCERT_P521_KEY(KXCERT_SIGNED_FILE_POINT);

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "builtinKeys.h"
-#include "kxcert/keys/kxECDSA.h"
 #include "kxcert/foundation/attributeSet.h"
+#include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
@@ -16,11 +16,15 @@
 
 namespace {
 
-constexpr int kP521 = 716;               // libcrypto's number, which the sets have as well
+constexpr int kP521 = 716;  // libcrypto's number, which the sets have as well
 
-struct CloseFile { void operator()(std::FILE *file) const { std::fclose(file); } };
+struct CloseFile {
+  void operator()(std::FILE *file) const { std::fclose(file); }
+};
 using File = std::unique_ptr<std::FILE, CloseFile>;
-struct DropKey { void operator()(sxPubKey *key) const { sxFreePubKey(key); } };
+struct DropKey {
+  void operator()(sxPubKey *key) const { sxFreePubKey(key); }
+};
 using Key = std::unique_ptr<sxPubKey, DropKey>;
 
 std::atomic<bool> g_refuseZeroTime{false};
@@ -48,7 +52,7 @@ constexpr RCRow kTexts[] = {
 struct SignedFile {
   const char *func;
   const char *file;
-  const char *sigFile;                   // null: the block is embedded
+  const char *sigFile;  // null: the block is embedded
   unsigned char digest[64];
   SignatureBlock block;
 
@@ -183,8 +187,7 @@ int get_timestamp_and_signature(const char *file, unsigned long long &timestamp,
   return FSV_OK;
 }
 
-int hash_file(const char *file, unsigned long long timestamp, unsigned char digest[64], bool textMode,
-              bool skipBlock) {
+int hash_file(const char *file, unsigned long long timestamp, unsigned char digest[64], bool textMode, bool skipBlock) {
   const File from = Open(file);
   if (from == nullptr) return FSV_FILE_NOT_FOUND;
   if (digest == nullptr) return FSV_READ_FAILED;

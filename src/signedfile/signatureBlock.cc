@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr size_t kMaxLine = 1000;        // with its NUL; a longer line is taken as several
+constexpr size_t kMaxLine = 1000;  // with its NUL; a longer line is taken as several
 constexpr size_t kChunk = 30000;
 constexpr int kNumBytesShown = 120;
 constexpr unsigned char kLastControl = 31;
@@ -81,7 +81,7 @@ int HashFile(std::FILE *file, const unsigned char timestamp[8], unsigned char di
   }
   const std::unique_ptr<unsigned char[]> chunk(new unsigned char[kChunk]);
   unsigned char *const begin = chunk.get();
-  unsigned int numHashed = 0;            // as it is shown: modulo 2^32
+  unsigned int numHashed = 0;  // as it is shown: modulo 2^32
   bool first = true;
   while (const size_t numRead = std::fread(begin, 1, kChunk, file)) {
     const unsigned char *const end = textMode ? std::remove_if(begin, begin + numRead, IsControl) : begin + numRead;

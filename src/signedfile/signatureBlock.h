@@ -7,7 +7,7 @@
 #include <vector>
 
 struct SignatureBlock {
-  unsigned char timestamp[8] = {};       // seconds since 1970, in network byte order
+  unsigned char timestamp[8] = {};  // seconds since 1970, in network byte order
   std::vector<unsigned char> signature;
 
   uint64_t Seconds() const;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kTopic[] = "CrlDB";
 constexpr char kFolder[] = "CrlCache";
-constexpr char kInit[] = "CrlDB::Init";   // who opens the database, whatever is done with it first
+constexpr char kInit[] = "CrlDB::Init";  // who opens the database, whatever is done with it first
 
 using KeyText = std::unique_ptr<char, sxFreeBlock>;
 
@@ -38,9 +38,7 @@ char *CrlDB::Key(const sxGeneralName &dp, const char *suffix) const {
 int CrlDB::Store(const sxGeneralName &dp, const char *suffix, const sxCRL *crl, long expiry) {
   constexpr char kFunc[] = "CrlDB::Store";
   // One under construction has no octets.
-  if (crl == nullptr || crl->GetBuf() == nullptr) {
-    return tderrorFunc(kTopic, 1, 0, "%s: bad args", kFunc), -1;
-  }
+  if (crl == nullptr || crl->GetBuf() == nullptr) { return tderrorFunc(kTopic, 1, 0, "%s: bad args", kFunc), -1; }
   const KeyText key(Key(dp, suffix));
   const int result = m_records->Store(kFunc, key.get(), crl->GetBuf(), crl->BufLen(), expiry);
   if (result != 0) tderrorFunc(kTopic, 2, 0, "%s: fdb->Store failed", kFunc);
@@ -65,7 +63,7 @@ int CrlDB::Remove(const sxGeneralName &dp, const char *suffix) {
 }
 
 void CrlDB::GarbageCollector() {
-  constexpr char kFunc[] = "CrlDB:GarbageCollector";   // one colon: as it is searched for in traces
+  constexpr char kFunc[] = "CrlDB:GarbageCollector";  // one colon: as it is searched for in traces
   tderrorFunc(kTopic, 4, 0, "%s: Performing CRL cache garbage collection.", kFunc);
   m_records->CollectGarbage(kFunc);
 }
@@ -73,7 +71,7 @@ void CrlDB::GarbageCollector() {
 int CrlDB::Destroy() { return m_records->Destroy(); }
 
 CrlDB &sxCRLCache_db() {
-  static auto *const db = new CrlDB;   // lives on: timers may fire while static objects go
+  static auto *const db = new CrlDB;  // lives on: timers may fire while static objects go
   return *db;
 }
 

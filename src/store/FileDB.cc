@@ -77,7 +77,7 @@ int FileDB_Locker::Lock() {
     if (m_mutex == nullptr) {
       tderrorFunc(kTopic, 1, 0, "%s: MtMutexCreateRecursive(%s) failed", kFunc, m_name);
       std::free(m_name);
-      m_name = nullptr;   // a lock that some operations hold and others do without would be none
+      m_name = nullptr;  // a lock that some operations hold and others do without would be none
       return -1;
     }
     mutex = m_mutex;
@@ -136,12 +136,11 @@ int FileDB_WriteSafe::Remove(const char *key) {
 FileDB_Safe::~FileDB_Safe() = default;
 
 int FileDB_Safe::Get(const char *key, void **out) {
-  if (out != nullptr) *out = nullptr;   // also when the lock is not to be had
+  if (out != nullptr) *out = nullptr;  // also when the lock is not to be had
   return Locked(this, [=, this] { return FileDB::Get(key, out); });
 }
 
-std::unique_ptr<FileDB> FileDB_New(const char *name, const char *version, const char *topic,
-                                   const char *func) {
+std::unique_ptr<FileDB> FileDB_New(const char *name, const char *version, const char *topic, const char *func) {
   // The secure form: in a set-user-id program the caller's environment does not switch locks off.
   const char *type = secure_getenv(kLockTypeVariable);
   if (type == nullptr) return Make<FileDB_Safe>(name, version);
@@ -169,7 +168,7 @@ void FileDB_Iter::Destroy() {
 }
 
 FileDB_SafeIter::FileDB_SafeIter(FileDB &db) : FileDB_Iter(db) {
-  if (m_db.Lock() != 0) m_restart = 0;   // Next then has no folder to walk, and says so
+  if (m_db.Lock() != 0) m_restart = 0;  // Next then has no folder to walk, and says so
 }
 
 FileDB_SafeIter::~FileDB_SafeIter() { FileDB_SafeIter::Destroy(); }

@@ -20,12 +20,10 @@ int ReadNumber(const char *func, std::string_view name, const char *whole, unsig
   if (name.size() > kPrefixLen + kMaxNumberLen) {
     return tderrorFunc(kTopic, 1, 0, "%s: number space is too large in \"%s\"", func, whole), -1;
   }
-  if (!name.starts_with(kPrefix)) {
-    return tderrorFunc(kTopic, 1, 0, "%s: illegal string \"%s\"", func, whole), -1;
-  }
+  if (!name.starts_with(kPrefix)) { return tderrorFunc(kTopic, 1, 0, "%s: illegal string \"%s\"", func, whole), -1; }
   const std::string_view digits = name.substr(kPrefixLen);
   const char *const end = digits.data() + digits.size();
-  unsigned value = 0;   // from_chars takes digits alone: no sign, no space
+  unsigned value = 0;  // from_chars takes digits alone: no sign, no space
   const auto read = std::from_chars(digits.data(), end, value);
   if (read.ec != std::errc() || read.ptr != end || (value == 0 && digits != "0")) {
     return tderrorFunc(kTopic, 1, 0, "%s: illegal crl_number in \"%s\"", func, whole), -1;
@@ -44,9 +42,7 @@ int sxca_DN_to_crl_number(const char *dn, unsigned &number) {
     return tderrorFunc(kTopic, 1, 0, "%s: Couldn't get CRL file name from %s", kFunc, dn), -1;
   }
   const std::string_view name(commonName);
-  if (name.size() <= kPrefixLen) {
-    return tderrorFunc(kTopic, 1, 0, "%s: CRL filename lacks number", kFunc), -1;
-  }
+  if (name.size() <= kPrefixLen) { return tderrorFunc(kTopic, 1, 0, "%s: CRL filename lacks number", kFunc), -1; }
   return ReadNumber(kFunc, name, dn, number);
 }
 

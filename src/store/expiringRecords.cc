@@ -5,9 +5,9 @@
 #include <cstring>
 #include <limits>
 
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/digest.h"
-#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/log.h"
 #include "store/fdbCollect.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kVersion[] = "1";
 constexpr size_t kExpiryLen = 4;
-constexpr int kKeyDigestLen = 16;   // MD5: it spreads names over file names and protects nothing
+constexpr int kKeyDigestLen = 16;  // MD5: it spreads names over file names and protects nothing
 constexpr int kKeyTextLen = 2 * kKeyDigestLen + 1;
 
 int32_t Clamped(int64_t expirySec) {
@@ -44,9 +44,7 @@ int sxExpiringRecords::InitPath(const char *func, const char *path) {
 }
 
 FileDB &sxExpiringRecords::Open() {
-  if (m_db == nullptr) {
-    m_db = FileDB_New(m_name.empty() ? nullptr : m_name.c_str(), kVersion, m_topic, m_openFunc);
-  }
+  if (m_db == nullptr) { m_db = FileDB_New(m_name.empty() ? nullptr : m_name.c_str(), kVersion, m_topic, m_openFunc); }
   return *m_db;
 }
 

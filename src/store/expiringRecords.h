@@ -43,7 +43,7 @@ class sxExpiringRecords {
   sxExpiringRecords(const char *topic, const char *folder, const char *openFunc)
       : m_topic(topic), m_folder(folder), m_openFunc(openFunc) {}
 
-  int InitPath(const char *func, const char *path);   ///< closes what is open; nothing on disk changes
+  int InitPath(const char *func, const char *path);  ///< closes what is open; nothing on disk changes
   /// Lent until InitPath or Destroy. Without a path all that it does fails.
   FileDB &Open();
 
@@ -60,7 +60,7 @@ class sxExpiringRecords {
   /// Removes what is too short or expired, links to nowhere and old temporaries, all under the database's
   /// lock. What cannot be looked at for now stays.
   void CollectGarbage(const char *func);
-  int Destroy();                    ///< the folder too; the next use begins anew
+  int Destroy();  ///< the folder too; the next use begins anew
 
  private:
   bool IsGarbage(const char *func, const fdb_look &look, const char *key, int64_t nowSec) const;
@@ -68,8 +68,8 @@ class sxExpiringRecords {
   const char *const m_topic;
   const char *const m_folder;
   const char *const m_openFunc;
-  std::string m_name;               // path and folder; empty until InitPath
-  std::unique_ptr<FileDB> m_db;     // null until first use
+  std::string m_name;            // path and folder; empty until InitPath
+  std::unique_ptr<FileDB> m_db;  // null until first use
 };
 
 #endif

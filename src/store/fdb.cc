@@ -15,7 +15,7 @@
 
 struct fdb_iterator {
   kxDir *stream;
-  int32_t done;   // 1 once the stream has ended or failed
+  int32_t done;  // 1 once the stream has ended or failed
 };
 
 namespace {
@@ -57,8 +57,8 @@ class TempFile {
   const char *Name() const { return m_name.c_str(); }
 
  private:
-  std::string m_name;   // empty while there is no file
-  int m_fd = -1;        // between Open and Write
+  std::string m_name;  // empty while there is no file
+  int m_fd = -1;       // between Open and Write
 };
 
 // The name is made, closed and opened again, so that a file system that reports only then what it
@@ -177,9 +177,7 @@ int fdb_read(fdb_handle *db, const char *key, void **out) {
   if (!file.IsOpen()) return tderrorFunc(kFdbTopic, 1, errno, "%s: fopen(%s)", kFunc, name.c_str()), -1;
   const int64_t len = LenOf(found, file.Fd());
   if (len < 0) return tderrorFunc(kFdbTopic, 1, errno, "%s: fstat(%s)", kFunc, name.c_str()), -1;
-  if (len > INT32_MAX) {
-    return tderrorFunc(kFdbTopic, 1, 0, "%s: record too long: %s", kFunc, name.c_str()), -1;
-  }
+  if (len > INT32_MAX) { return tderrorFunc(kFdbTopic, 1, 0, "%s: record too long: %s", kFunc, name.c_str()), -1; }
   // An empty record has a block, too. Zeroed: where the file turns out shorter, nobody gets to see
   // what else this process had in its memory.
   std::unique_ptr<void, FreeBlock> block(std::calloc(1, len > 0 ? static_cast<size_t>(len) : 1));

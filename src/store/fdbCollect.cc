@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int64_t kTempLifeSec = 3600;   // a store takes seconds
+constexpr int64_t kTempLifeSec = 3600;  // a store takes seconds
 constexpr char kLookFunc[] = "fdb_look";
 
 bool IsTempName(std::string_view name) {
@@ -31,7 +31,7 @@ fdb_look::fdb_look(const fdb_handle &db, const char *key)
       m_what(Look()) {}
 
 fdb_look::Found fdb_look::Look() const {
-  const int err = errno;   // of the step that failed, if one did
+  const int err = errno;  // of the step that failed, if one did
   kxFileInfo opened;
   if (m_file.IsOpen()) {
     const bool replaced = m_info.isRegular && (kxFile_OpenInfo(m_file.Fd(), &opened) != 0 || !IsIt(opened));
@@ -65,7 +65,7 @@ int fdb_look::Remove() const {
     return err == ENOSPC || err == EDQUOT ? Unlink(m_name) : err == ENOENT ? 0 : -1;
   }
   if (kxFile_Info(aside.c_str(), &info) == 0) return IsIt(info) ? Unlink(aside) : PutBack(aside);
-  return errno == ENOENT ? 0 : PutBack(aside);   // gone with another collector's temporaries
+  return errno == ENOENT ? 0 : PutBack(aside);  // gone with another collector's temporaries
 }
 
 // 0 or an errno value.
@@ -87,7 +87,7 @@ int fdb_look::MoveAside(std::string *aside) const {
 int fdb_look::PutBack(const std::string &aside) const {
   if (kxFile_Link(aside.c_str(), m_name.c_str()) == 0 || errno == EEXIST) {
     static_cast<void>(Unlink(aside));
-  } else if (kxFile_Rename(aside.c_str(), m_name.c_str()) != 0) {   // file systems without second names
+  } else if (kxFile_Rename(aside.c_str(), m_name.c_str()) != 0) {  // file systems without second names
     tderrorFunc(kFdbTopic, 1, errno, "%s: rename(%s,%s)", kLookFunc, aside.c_str(), m_name.c_str());
   }
   return -1;

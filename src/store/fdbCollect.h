@@ -11,9 +11,9 @@
 class fdb_look {
  public:
   enum Found {
-    kRecord,    ///< Read says what it begins with
-    kNothing,   ///< a name with no file behind it: a link to nowhere
-    kUnknown,   ///< gone or replaced meanwhile, or not to be opened for now (descriptors, memory, rights)
+    kRecord,   ///< Read says what it begins with
+    kNothing,  ///< a name with no file behind it: a link to nowhere
+    kUnknown,  ///< gone or replaced meanwhile, or not to be opened for now (descriptors, memory, rights)
   };
 
   fdb_look(const fdb_handle &db, const char *key);
@@ -36,7 +36,7 @@ class fdb_look {
 
   const fdb_handle &m_db;
   const std::string m_name;
-  kxFileInfo m_info = {};   // of the name, which may be a link
+  kxFileInfo m_info = {};  // of the name, which may be a link
   const bool m_there;
   const fdb_open_file m_file;
   const Found m_what;

@@ -21,8 +21,8 @@ struct fdb_destroy_iter {
 
 struct fdb_handle {
   std::string path;
-  int durable = 1;   // unless fdb_set_durable has said otherwise
-  std::vector<std::unique_ptr<fdb_iterator, fdb_destroy_iter>> leftOpen;   // by fdb_destroy
+  int durable = 1;                                                        // unless fdb_set_durable has said otherwise
+  std::vector<std::unique_ptr<fdb_iterator, fdb_destroy_iter>> leftOpen;  // by fdb_destroy
 };
 
 std::string fdb_filename_pre(const fdb_handle &db, const char *prefix, const char *suffix);

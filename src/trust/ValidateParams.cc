@@ -15,17 +15,16 @@ class ValidateParams_imp {
   bool checkNextUpd = true;
   int writeCrlToWeb = 0;
   int crlSizeValidation = 0;
-  sxcert_black_list *blackList = nullptr;   // borrowed
+  sxcert_black_list *blackList = nullptr;  // borrowed
   int64_t time = kPresentTime;
 };
 
 ValidateParams::ValidateParams() : m_imp(new ValidateParams_imp) {}
 
 // The size validation comes before the web flag here, unlike in the fields.
-ValidateParams::ValidateParams(int crl_validation, int ocsp_validation, int cert_start_grace,
-                               int cert_end_grace, int crl_start_grace, int crl_end_grace,
-                               int check_this_upd, int check_next_upd, int crl_size_validation,
-                               int write_crl_to_web)
+ValidateParams::ValidateParams(int crl_validation, int ocsp_validation, int cert_start_grace, int cert_end_grace,
+                               int crl_start_grace, int crl_end_grace, int check_this_upd, int check_next_upd,
+                               int crl_size_validation, int write_crl_to_web)
     : m_imp(new ValidateParams_imp{crl_validation != 0, ocsp_validation, cert_start_grace, cert_end_grace,
                                    crl_start_grace, crl_end_grace, check_this_upd != 0, check_next_upd != 0,
                                    write_crl_to_web, crl_size_validation, nullptr, kPresentTime}) {}

@@ -17,8 +17,7 @@ void FreeRoot(void *root) { sxFreePKobj(static_cast<sxRootCA *>(root)); }
 void FreeCert(void *cert) { sxFreeSigned(static_cast<sxCert *>(cert)); }
 
 std::unique_ptr<Cache> NewCache(unsigned size, unsigned timeoutSec, kxHashDestructor destroyData) {
-  return std::make_unique<Cache>(size, timeoutSec, CA_Identity::Hash, CA_Identity::Compare, DestroyKey,
-                                 destroyData);
+  return std::make_unique<Cache>(size, timeoutSec, CA_Identity::Hash, CA_Identity::Compare, DestroyKey, destroyData);
 }
 
 bool IsValid(const CA_Identity &id, const char *what) {
@@ -74,8 +73,7 @@ int CA_Identity::Compare(const void *a, const void *b) {
   return left.m_len < right.m_len ? 1 : -1;
 }
 
-RootCA_Cache::RootCA_Cache(unsigned size, unsigned timeoutSec)
-    : m_cache(NewCache(size, timeoutSec, FreeRoot)) {}
+RootCA_Cache::RootCA_Cache(unsigned size, unsigned timeoutSec) : m_cache(NewCache(size, timeoutSec, FreeRoot)) {}
 RootCA_Cache::~RootCA_Cache() = default;
 
 int RootCA_Cache::Add(sxRootCA *root) {
@@ -109,8 +107,7 @@ int RootCA_Cache::Delete(const sxRootCA *root) {
 
 int RootCA_Cache::Count() const { return m_cache->Count(); }
 
-CA_Cert_Cache::CA_Cert_Cache(unsigned size, unsigned timeoutSec)
-    : m_cache(NewCache(size, timeoutSec, FreeCert)) {}
+CA_Cert_Cache::CA_Cert_Cache(unsigned size, unsigned timeoutSec) : m_cache(NewCache(size, timeoutSec, FreeCert)) {}
 CA_Cert_Cache::~CA_Cert_Cache() = default;
 
 int CA_Cert_Cache::add_CA_cert(sxCert *cert) {

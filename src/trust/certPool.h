@@ -28,7 +28,7 @@ class CertPool {
     bool isOutOfDate;
     sxCert *cert;
   };
-  std::vector<Entry> m_entries;   // sorted, without copies
+  std::vector<Entry> m_entries;  // sorted, without copies
 };
 
 #endif

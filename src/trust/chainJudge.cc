@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr int kMaxText = 16384;   // three names of 4096 octets fit
+constexpr int kMaxText = 16384;  // three names of 4096 octets fit
 // Of one issuer: all that was ever on the path, verified or by name, and as many again as may fail.
 constexpr size_t kMaxCandidates = 2 * (kMaxChainLevels + kMaxDetours);
 
@@ -35,13 +35,9 @@ void AddReference(sxCerts &path, sxCert *cert) {
   path.Add(cert);
 }
 
-std::string_view OctetsOf(const sxCert &cert) {
-  return {reinterpret_cast<const char *>(cert.GetBuf()), cert.BufLen()};
-}
+std::string_view OctetsOf(const sxCert &cert) { return {reinterpret_cast<const char *>(cert.GetBuf()), cert.BufLen()}; }
 
-bool VerifiesItself(const sxCert &cert) {
-  return sxTrust_IsSelfIssued(cert) && cert.VerifySig(cert.PubKey()) == 0;
-}
+bool VerifiesItself(const sxCert &cert) { return sxTrust_IsSelfIssued(cert) && cert.VerifySig(cert.PubKey()) == 0; }
 
 // What the end entity has in common with a root of its name.
 enum class Likeness { kNone, kKey, kOctets };
@@ -83,7 +79,7 @@ class PathSearch {
     const Likeness likeness = namesake ? LikenessOf(m_endEntity, *namesake) : Likeness::kNone;
     if (likeness == Likeness::kKey) return;
     if (likeness == Likeness::kOctets) {
-      if (!EndInRoot()) m_root = std::move(namesake);   // one that signed itself stands there twice
+      if (!EndInRoot()) m_root = std::move(namesake);  // one that signed itself stands there twice
       return;
     }
     if (Climb() || Repair()) return;
@@ -134,7 +130,8 @@ class PathSearch {
 
   std::vector<sxCert *> IssuersOf(const sxCert &cert) {
     std::vector<sxCert *> issuers = m_pool.IssuersOf(cert, kMaxCandidates);
-    CertRef cached = CertRef::Adopt(cert.Issuer() != nullptr ? m_holder.GetIntermediateCA_Save(*cert.Issuer()) : nullptr);
+    CertRef cached =
+        CertRef::Adopt(cert.Issuer() != nullptr ? m_holder.GetIntermediateCA_Save(*cert.Issuer()) : nullptr);
     if (cached) {
       issuers.push_back(cached.get());
       m_cached.push_back(std::move(cached));
@@ -145,7 +142,7 @@ class PathSearch {
   // With the holder's own chains and the sub-CAs of the callback. Nobody has verified these.
   bool Repair() {
     sxCerts repaired = m_longest;
-    RootRef found(sxCert_FixChain(&repaired, m_holder));   // which the chain keeps
+    RootRef found(sxCert_FixChain(&repaired, m_holder));  // which the chain keeps
     const sxCert *first = repaired.Get(0);
     if (!found || first == nullptr || !(*first == m_endEntity)) return false;
     m_path.Swap(repaired);
@@ -174,9 +171,9 @@ class PathSearch {
   const CertPool m_pool;
   sxCert &m_endEntity;
   sxCerts m_path;
-  RootRef m_root;                       // the path's last certificate is one of this root's; null: no trust
+  RootRef m_root;  // the path's last certificate is one of this root's; null: no trust
   std::vector<CertRef> m_cached;
-  std::set<std::string_view> m_tried;   // octets of what was on the path once
+  std::set<std::string_view> m_tried;  // octets of what was on the path once
   sxCerts m_longest;
   int m_numDetours = 0;
 };
@@ -192,7 +189,7 @@ void Validate(const sxChainQuestion &question, const ValidateParams &params, sxC
     // Always the signatures: a repaired path, or one by names, has some that nobody has verified.
     verdict.code = sxCert_ValCerts(verdict.root, &verdict.path, nullptr, nullptr, params, text.data(), kMaxText,
                                    &verdict.level, nullptr, nullptr, question.flags | sxValidate_signatures);
-    if (verdict.code == sxValidation_async) {   // nobody is there to be called back
+    if (verdict.code == sxValidation_async) {  // nobody is there to be called back
       verdict.code = sxValidation_unknownStatus;
       sxCert_ValErrToStr(&verdict.path, verdict.code, verdict.level, text.data(), kMaxText);
     }
@@ -205,7 +202,7 @@ void Validate(const sxChainQuestion &question, const ValidateParams &params, sxC
 sxChainVerdict::~sxChainVerdict() { sxFreePKobj(root); }
 
 sxValidationRC sxJudgeChain(const sxChainQuestion &question, sxChainVerdict &verdict) {
-  sxChainVerdict result;   // the question may refer to what the verdict holds
+  sxChainVerdict result;  // the question may refer to what the verdict holds
   if (question.endEntity == nullptr || question.endEntity->OK() == 0 || question.holder == nullptr) {
     tderrorFunc("CERT", 1, 0, "%s", "sxJudgeChain: no end entity that is OK, or no key holder");
     result.text = sxValidationRC_GetString(result.code);

@@ -3,11 +3,11 @@
 #include <utility>
 
 #include "kxcert/cert/sxCerts.h"
-#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
+#include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/log.h"
-#include "kxcert/foundation/textStream.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "trust/sxKeyHolder_imp.h"
 
@@ -75,7 +75,7 @@ int sxTrust_CopyChain(const sxCerts &sorted, sxCerts &out) {
     tderrorFunc("CERT", 1, 0, "%s: sorted_chain <= 0, returning.", "sxKeyHolder::CopyChain");
     return -1;
   }
-  sxCerts copy(count + 1);   // room for the root's certificate
+  sxCerts copy(count + 1);  // room for the root's certificate
   for (int i = 0, pos = 0; i < sorted.Slots(); ++i) {
     sxCert *cert = sorted.Get(i);
     if (cert == nullptr) continue;
@@ -112,7 +112,7 @@ void sxTrust_EndInRoot(sxCerts &chain, int level, const sxKeyHolder_imp::Trust &
 
 SharedRef<sxRootCA> sxKeyHolder_imp::IsChainTrusted(const sxCerts &chain, sxCerts &out) {
   sxCerts working;
-  sxCerts_Sort(chain, working);   // what is not on the path stays behind
+  sxCerts_Sort(chain, working);  // what is not on the path stays behind
   if (kxLog_TraceOn()) {
     tderrorFunc("CERT", 5, 0, "%s: unsorted chain size %d", kIsChainTrusted, chain.Count());
     tderrorFunc("CERT", 5, 0, "%s: sorted chain size %d", kIsChainTrusted, working.Count());
@@ -146,9 +146,7 @@ SharedRef<sxRootCA> sxKeyHolder_imp::IsChainTrusted(const sxCerts &chain, sxCert
   return {};
 }
 
-int sxKeyHolder::IsCertTrustedCA(sxRootCA *ca, const sxCert &cert) {
-  return sxTrust_IsTrustedCA(ca, cert) ? 1 : 0;
-}
+int sxKeyHolder::IsCertTrustedCA(sxRootCA *ca, const sxCert &cert) { return sxTrust_IsTrustedCA(ca, cert) ? 1 : 0; }
 
 int sxKeyHolder::IsSignedByTrustedCA(sxRootCA *ca, const sxCert &cert) {
   return sxTrust_SignerOf(ca, cert) != nullptr ? 1 : 0;

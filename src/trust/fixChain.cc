@@ -9,9 +9,9 @@
 #include "cert/sxDN_imp.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCerts.h"
-#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/log.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "trust/sharedRef.h"
@@ -33,9 +33,7 @@ void AddReference(sxCerts &chain, sxCert *cert) {
   chain.Add(cert);
 }
 
-bool IsOwnCert(const sxRootCA &root, const sxCert &cert) {
-  return root.Cert() != nullptr && *root.Cert() == cert;
-}
+bool IsOwnCert(const sxRootCA &root, const sxCert &cert) { return root.Cert() != nullptr && *root.Cert() == cert; }
 
 bool IsAdditionalCert(const sxRootCA &root, const sxCert &cert) {
   const sxCerts *certs = root.AdditionalCerts();
@@ -92,7 +90,7 @@ RootRef FixShortChain(sxCerts &chain, int top, sxKeyHolder_imp &holder) {
   const auto isIssuer = [&own, issuer](int j) {
     return own.Get(j) != nullptr && own.Get(j)->Subject() != nullptr && own.Get(j)->Subject()->Equal(*issuer);
   };
-  int j = 1;   // position 0 is the holder's own certificate
+  int j = 1;  // position 0 is the holder's own certificate
   while (j <= ownTop && !isIssuer(j)) ++j;
   if (j > ownTop) {
     herror_func(0, 0, "%s: Failed to fix chain", kFixChain);
@@ -115,9 +113,10 @@ RootRef CutAtLowerRoot(sxCerts &chain, int top, RootRef root, sxKeyHolder_imp &h
     if (!lower) continue;
     herror_func(0, 0,
                 "%s: Found additional root CA down the chain with the same DN, need to check if certificate "
-                "is indeed the same", kFixChain);
+                "is indeed the same",
+                kFixChain);
     if (!IsOwnCert(*lower, *cert)) continue;
-    CutAbove(chain, p);   // the root's certificate that was just appended, too
+    CutAbove(chain, p);  // the root's certificate that was just appended, too
     herror_func(0, 0, "%s: finished removing non-needed certs from the chain returning chopped chain", kFixChain);
     return lower;
   }
@@ -174,7 +173,7 @@ sxRootCA *sxCert_FixChain(sxCerts *chain, sxKeyHolder &holder) {
   RootRef root = FixOnce(*chain, *holder.GetP());
   const sxSubCAFunc addSubCAs = g_subCAFunc;
   if (!root && !IsOneSelfIssued(*chain) && addSubCAs != nullptr && addSubCAs(*chain) >= 0) {
-    sxCerts_Sort(*chain);   // what is not on the path has gone; the second attempt decides
+    sxCerts_Sort(*chain);  // what is not on the path has gone; the second attempt decides
     root = FixOnce(*chain, *holder.GetP());
   }
   chain->Keep(root.get());
@@ -204,6 +203,6 @@ int sxCert_UseCN2FetchUser(sxCerts *chain, sxKeyHolder *holder, char *cn, int cn
   if (name == nullptr || !sxAppendValue(*name, false, &nameText)) {
     return FailUser("Failed to find common name in the DN");
   }
-  if (sxValueHoldsNul(*name)) return FailUser("NUL within the common name");   // no user is called so
+  if (sxValueHoldsNul(*name)) return FailUser("NUL within the common name");  // no user is called so
   return sxHandOutCut(kUseCN, nameText, cn, cnLen) == 0 && sxHandOutCut(kUseCN, subjectText, dn, dnLen) == 0 ? 1 : -1;
 }

@@ -23,7 +23,7 @@ template <class T>
 class SharedRef {
  public:
   SharedRef() = default;
-  explicit SharedRef(T *obj) : m_obj(obj) { sxSavePKobj(obj); }   ///< takes a reference of its own
+  explicit SharedRef(T *obj) : m_obj(obj) { sxSavePKobj(obj); }  ///< takes a reference of its own
   SharedRef(SharedRef &&other) noexcept : m_obj(other.Release()) {}
   SharedRef &operator=(SharedRef &&other) noexcept {
     std::swap(m_obj, other.m_obj);
@@ -38,7 +38,7 @@ class SharedRef {
     return SharedRef(lookUp());
   }
 
-  static SharedRef Adopt(T *obj) {                                ///< the caller's reference
+  static SharedRef Adopt(T *obj) {  ///< the caller's reference
     SharedRef ref;
     ref.m_obj = obj;
     return ref;
@@ -49,7 +49,7 @@ class SharedRef {
   T &operator*() const { return *m_obj; }
   explicit operator bool() const { return m_obj != nullptr; }
   bool operator==(const T *obj) const { return m_obj == obj; }
-  T *Release() { return std::exchange(m_obj, nullptr); }          ///< hands the reference over
+  T *Release() { return std::exchange(m_obj, nullptr); }  ///< hands the reference over
 
  private:
   T *m_obj = nullptr;

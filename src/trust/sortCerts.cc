@@ -17,20 +17,20 @@
 
 namespace {
 
-constexpr int kMaxSortVerifications = 64;   // in one sort; after them the order of the candidates decides
-constexpr size_t kMaxNamesOfOneHash = 8;    // different ones; more are made on purpose, and issue nothing
+constexpr int kMaxSortVerifications = 64;  // in one sort; after them the order of the candidates decides
+constexpr size_t kMaxNamesOfOneHash = 8;   // different ones; more are made on purpose, and issue nothing
 constexpr int kNoName = -1;
 
 struct Member {
   sxCert *cert;
-  int order;               // of input
-  int subject = kNoName;   // equal names have equal numbers, so that the steps below compare numbers
+  int order;              // of input
+  int subject = kNoName;  // equal names have equal numbers, so that the steps below compare numbers
   int issuer = kNoName;
-  bool isOutdated = false; // or not valid yet
-  size_t namePlace = 0;    // in PathBuilder's orders
+  bool isOutdated = false;  // or not valid yet
+  size_t namePlace = 0;     // in PathBuilder's orders
   size_t idPlace = 0;
   std::string_view keyId = {};
-  size_t key = 0;          // equal keys of one name have equal numbers
+  size_t key = 0;  // equal keys of one name have equal numbers
 
   bool IsSelfIssued() const { return subject != kNoName && subject == issuer; }
 };
@@ -38,7 +38,7 @@ struct Member {
 struct NameOf {
   uint64_t hash;
   const sxDN *dn;
-  int *number;             // where its number goes
+  int *number;  // where its number goes
 };
 
 // The numbers are below twice the number of members.
@@ -54,11 +54,11 @@ void NumberNames(std::vector<Member> &members) {
     add(member.cert->Issuer(), &member.issuer);
   }
   std::sort(names.begin(), names.end(), [](const NameOf &a, const NameOf &b) { return a.hash < b.hash; });
-  std::vector<size_t> firsts;   // of the different names with the current hash; nearly always one
+  std::vector<size_t> firsts;  // of the different names with the current hash; nearly always one
   for (size_t i = 0; i < names.size(); ++i) {
     if (i == 0 || names[i].hash != names[i - 1].hash) firsts.clear();
-    const auto known = std::find_if(firsts.begin(), firsts.end(),
-                                    [&](size_t first) { return names[first].dn->Equal(*names[i].dn); });
+    const auto known =
+        std::find_if(firsts.begin(), firsts.end(), [&](size_t first) { return names[first].dn->Equal(*names[i].dn); });
     if (known == firsts.end() && firsts.size() == kMaxNamesOfOneHash) continue;
     *names[i].number = static_cast<int>(known != firsts.end() ? *known : i);
     if (known == firsts.end()) firsts.push_back(i);
@@ -82,13 +82,13 @@ std::vector<Member> MembersOf(const sxCerts &certs) {
 
 // Lower is better: end entities, then members of a loop, then what issued itself.
 int StartRank(const Member &member, const std::vector<int> &numIssued) {
-  const int own = member.IsSelfIssued() ? 1 : 0;   // having issued itself does not count
+  const int own = member.IsSelfIssued() ? 1 : 0;  // having issued itself does not count
   const bool issuedAnother = member.subject != kNoName && numIssued[static_cast<size_t>(member.subject)] > own;
   return 2 * own + (issuedAnother ? 1 : 0);
 }
 
 Member &FindStart(std::vector<Member> &members) {
-  std::vector<int> numIssued(2 * members.size(), 0);   // by the number of the issuer's name
+  std::vector<int> numIssued(2 * members.size(), 0);  // by the number of the issuer's name
   for (const Member &member : members) {
     if (member.issuer != kNoName) ++numIssued[static_cast<size_t>(member.issuer)];
   }
@@ -112,7 +112,7 @@ class TakenPlaces {
  public:
   explicit TakenPlaces(size_t count) : m_next(count + 1) { std::iota(m_next.begin(), m_next.end(), size_t{0}); }
   void Leave(size_t place) { m_next[place] = place + 1; }
-  size_t FirstFrom(size_t place) {   // the count when there is none
+  size_t FirstFrom(size_t place) {  // the count when there is none
     while (m_next[place] != place) place = m_next[place] = m_next[m_next[place]];
     return place;
   }
@@ -127,7 +127,9 @@ class TakenPlaces {
 class PathBuilder {
  public:
   explicit PathBuilder(std::vector<Member> &members)
-      : m_members(members), m_byName(members.size()), m_firstOfName(2 * members.size(), members.size()),
+      : m_members(members),
+        m_byName(members.size()),
+        m_firstOfName(2 * members.size(), members.size()),
         m_namesLeft(members.size()) {
     SortByName();
     const auto isRival = [](const Member *a, const Member *b) {
@@ -167,7 +169,7 @@ class PathBuilder {
  private:
   struct Found {
     Member *verifying = nullptr;
-    Member *untried = nullptr;   // the first that there was no verification left for
+    Member *untried = nullptr;  // the first that there was no verification left for
   };
 
   void SortByName() {
@@ -217,8 +219,8 @@ class PathBuilder {
     });
     m_numKeys.resize(m_firstOfName.size());
     for (size_t i = 0; i < byKey.size(); ++i) {
-      const bool isKnown = i > 0 && byKey[i]->subject == byKey[i - 1]->subject &&
-                           KeyHashOf(*byKey[i]) == KeyHashOf(*byKey[i - 1]);
+      const bool isKnown =
+          i > 0 && byKey[i]->subject == byKey[i - 1]->subject && KeyHashOf(*byKey[i]) == KeyHashOf(*byKey[i - 1]);
       if (!isKnown) m_numOfKey.push_back(0);
       if (!isKnown && byKey[i]->subject != kNoName) ++m_numKeys[static_cast<size_t>(byKey[i]->subject)];
       byKey[i]->key = m_numOfKey.size() - 1;
@@ -280,16 +282,16 @@ class PathBuilder {
   }
 
   std::vector<Member> &m_members;
-  std::vector<Member *> m_byName;       // by subject, then in order of preference
-  std::vector<size_t> m_firstOfName;    // places in m_byName, by the name's number
+  std::vector<Member *> m_byName;     // by subject, then in order of preference
+  std::vector<size_t> m_firstOfName;  // places in m_byName, by the name's number
   TakenPlaces m_namesLeft;
   // What follows is made only where a name has rivals, which is seldom.
   bool m_hasRivals = false;
-  std::vector<Member *> m_byKeyId;      // by subject and key identifier, then in order of preference
+  std::vector<Member *> m_byKeyId;  // by subject and key identifier, then in order of preference
   TakenPlaces m_idsLeft{0};
-  std::vector<int> m_numOfKey;          // unused members, by the key's number
-  std::vector<int> m_numKeys;           // of unused members, by the name's number
-  std::vector<int> m_triedInStep;       // by the key's number
+  std::vector<int> m_numOfKey;     // unused members, by the key's number
+  std::vector<int> m_numKeys;      // of unused members, by the name's number
+  std::vector<int> m_triedInStep;  // by the key's number
   int m_step = 0;
   int m_numVerificationsLeft = kMaxSortVerifications;
 };
@@ -302,7 +304,7 @@ int sxCerts_Sort(const sxCerts &in, sxCerts &out) {
     out.ClearAll();
     return -1;
   }
-  sxCerts path(static_cast<int>(members.size()) + 1);   // one more, for the root that callers add
+  sxCerts path(static_cast<int>(members.size()) + 1);  // one more, for the root that callers add
   PathBuilder builder(members);
   int numOnPath = 0;
   for (Member *member = &FindStart(members); member != nullptr; member = builder.IssuerOf(*member)) {

@@ -24,13 +24,13 @@ struct Request {
 
 struct Findings {
   int level = -1;
-  long *expiration;   // may be null
+  long *expiration;  // may be null
 };
 
 sxValidationRC CheckPath(const Request &request, Findings &findings) {
   long ignored = 0;
-  return sxValidatePath(*request.chain, findings.level,
-                        findings.expiration != nullptr ? *findings.expiration : ignored, request.params);
+  return sxValidatePath(*request.chain, findings.level, findings.expiration != nullptr ? *findings.expiration : ignored,
+                        request.params);
 }
 
 sxValidationRC CheckSignatures(const Request &request, Findings &findings) {
@@ -47,7 +47,7 @@ sxValidationRC CheckRevocation(const Request &request, Findings &findings) {
   const sxRevocationFunc check = g_revocationFunc;
   if (check == nullptr) {
     tderrorFunc(kTopic, 3, 0, "sxCert_OurValCerts: no revocation checking is installed");
-    return sxValidation_unknownStatus;   // not checked is not the same as good
+    return sxValidation_unknownStatus;  // not checked is not the same as good
   }
   return check(request.env, request.root, *request.chain, request.params, request.callback, request.opaque,
                kRevocationTimeoutMs, findings.level);
@@ -57,7 +57,8 @@ struct CheckRow {
   sxValidationFlags flag;
   sxValidationRC (*check)(const Request &request, Findings &findings);
 };
-constexpr CheckRow kChecks[] = {   // in the order in which they run
+constexpr CheckRow kChecks[] = {
+    // in the order in which they run
     {sxValidate_path, CheckPath},
     {sxValidate_signatures, CheckSignatures},
     {sxValidate_nameConstraints, CheckNameConstraints},
@@ -65,9 +66,7 @@ constexpr CheckRow kChecks[] = {   // in the order in which they run
 };
 
 sxValidationRC RunChecks(const Request &request, int flags, Findings &findings) {
-  if (request.root == nullptr || request.chain == nullptr || request.chain->Top() < 0) {
-    return sxValidation_badInput;
-  }
+  if (request.root == nullptr || request.chain == nullptr || request.chain->Top() < 0) { return sxValidation_badInput; }
   for (const CheckRow &row : kChecks) {
     if ((flags & row.flag) == 0) continue;
     const sxValidationRC rc = row.check(request, findings);
@@ -106,6 +105,6 @@ sxValidationRC sxCert_ValCerts_e(sxd_env *env, sxRootCA *root, sxCerts *chain, s
 sxValidationRC sxCert_ValCerts(sxRootCA *root, sxCerts *chain, sxCRLs *crls, long *expiration,
                                const ValidateParams &params, char *errBuf, int errLen, int *level,
                                sxValidationCallback callback, void *opaque, int flags) {
-  return sxCert_ValCerts_e(nullptr, root, chain, crls, expiration, params, errBuf, errLen, level, callback,
-                           opaque, flags);
+  return sxCert_ValCerts_e(nullptr, root, chain, crls, expiration, params, errBuf, errLen, level, callback, opaque,
+                           flags);
 }

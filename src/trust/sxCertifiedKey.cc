@@ -3,8 +3,8 @@
 #include "kxcert/keys/sxPubKey.h"
 #include "trust/sxCertifiedKey_imp.h"
 
-sxCertifiedKey_imp::sxCertifiedKey_imp(const char *name, const sxCerts &chain, sxRootCA *root,
-                                       sxPubKey *key, int purpose, const unsigned char *id, int idLen)
+sxCertifiedKey_imp::sxCertifiedKey_imp(const char *name, const sxCerts &chain, sxRootCA *root, sxPubKey *key,
+                                       int purpose, const unsigned char *id, int idLen)
     : sxPKNamedObj_imp(name, purpose, id, idLen), m_chain(chain), m_root(root), m_key(key) {
   sxSavePubKey(m_key);
 }
@@ -16,8 +16,8 @@ const sxDN *sxCertifiedKey_imp::DN() const {
   return own != nullptr ? own->Subject() : nullptr;
 }
 
-sxCertifiedKey::sxCertifiedKey(const char *name, const sxCerts &chain, sxRootCA *root, sxPubKey *key,
-                               int purpose, const unsigned char *id, int idLen)
+sxCertifiedKey::sxCertifiedKey(const char *name, const sxCerts &chain, sxRootCA *root, sxPubKey *key, int purpose,
+                               const unsigned char *id, int idLen)
     : sxPKNamedObj(new sxCertifiedKey_imp(name, chain, root, key, purpose, id, idLen)) {}
 
 sxCertifiedKey_imp *sxCertifiedKey::Imp() const { return static_cast<sxCertifiedKey_imp *>(m_imp); }

@@ -21,7 +21,7 @@ class sxCertifiedKey_imp : public sxPKNamedObj_imp {
 
   const sxCerts m_chain;
   const SharedRef<sxRootCA> m_root;
-  sxPubKey *const m_key;             // one reference, or null
+  sxPubKey *const m_key;  // one reference, or null
 };
 
 #endif

@@ -178,9 +178,7 @@ sxCertifiedKey *sxKeyHolder::CertKeyByName(const char *name) { return GetP()->Ce
 sxCertifiedKey *sxKeyHolder::CertKeyByDN(const sxDN *dn) { return GetP()->CertKeyByDN(dn); }
 sxCertifiedKey *sxKeyHolder::CertKeyBySubCA(const sxDN &dn) { return GetP()->CertKeyBySubCA(dn); }
 sxCertifiedKey *sxKeyHolder::CertKeyByCADN(const sxDN *dn) { return GetP()->CertKeyByCADN(dn); }
-sxCertifiedKey *sxKeyHolder::CertKeyByID(const unsigned char *id, int idLen) {
-  return GetP()->CertKeyByID(id, idLen);
-}
+sxCertifiedKey *sxKeyHolder::CertKeyByID(const unsigned char *id, int idLen) { return GetP()->CertKeyByID(id, idLen); }
 sxCertifiedKey *sxKeyHolder::CertKeyByDefault() { return GetP()->CertKeyByDefault(); }
 
 sxKeyHolder &sxKeyHolder::operator+=(sxKeyHolder &other) {
@@ -192,6 +190,4 @@ bool sxKeyHolder::HasKeys() { return GetP()->HasKeys(); }
 bool sxKeyHolder::HasRootCAs() { return GetP()->HasRootCAs(); }
 void sxKeyHolder::Herror_Short() { GetP()->Herror_Short(); }
 
-sxKeyHolder *sxKeyHolder_Sort(sxKeyHolder *holder) {
-  return holder != nullptr ? holder->GetP()->NewSorted() : nullptr;
-}
+sxKeyHolder *sxKeyHolder_Sort(sxKeyHolder *holder) { return holder != nullptr ? holder->GetP()->NewSorted() : nullptr; }

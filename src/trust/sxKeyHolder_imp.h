@@ -12,7 +12,7 @@
 
 class sxKeyHolder_imp : public sxPKobj_imp {
  public:
-  virtual void SetReal(sxKeyHolder *real) = 0;        ///< the handle, borrowed
+  virtual void SetReal(sxKeyHolder *real) = 0;  ///< the handle, borrowed
   virtual sxKeyHolder *GetReal() const = 0;
 
   virtual sxRootCA_iterator *RootCAs() = 0;
@@ -43,7 +43,7 @@ class sxKeyHolder_imp : public sxPKobj_imp {
   virtual sxCertifiedKey *CertKeyByCADN(const sxDN *dn);
   virtual sxCertifiedKey *CertKeyByID(const unsigned char *id, int idLen);
   virtual void Herror_Short();
-  sxKeyHolder *NewSorted();                           ///< as sxKeyHolder_Sort says
+  sxKeyHolder *NewSorted();  ///< as sxKeyHolder_Sort says
 
   virtual int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) = 0;
 

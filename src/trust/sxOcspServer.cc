@@ -12,7 +12,9 @@ namespace {
 
 constexpr char kCreateObject[] = "sxOcspServer::CreateObject";
 
-struct FreeBase64 { void operator()(unsigned char *octets) const { Base64FreeBuffer(octets); } };
+struct FreeBase64 {
+  void operator()(unsigned char *octets) const { Base64FreeBuffer(octets); }
+};
 
 // A new certificate for sxCert_Free, or null.
 sxCert *DecodeCert(const char *text) {
@@ -43,7 +45,7 @@ sxOcspServer *sxOcspServer::CreateObject(const sxset *config) {
     tderrorFunc("CERT", 3, 0, "%s: No cert template in params.", kCreateObject);
   } else {
     cert = DecodeCert(certText);
-    if (cert == nullptr) {   // a responder whose certificate was meant to be checked is not made without
+    if (cert == nullptr) {  // a responder whose certificate was meant to be checked is not made without
       tderrorFunc("CERT", 1, 0, "%s: %s: no certificate in %zu characters", kCreateObject, config->Name(),
                   std::strlen(certText));
       return nullptr;

@@ -10,8 +10,7 @@
 
 class sxOcspServer_imp : public sxPKobj_imp {
  public:
-  sxOcspServer_imp(const sxString &name, const sxString &url, sxCert *cert)
-      : m_name(name), m_url(url), m_cert(cert) {}
+  sxOcspServer_imp(const sxString &name, const sxString &url, sxCert *cert) : m_name(name), m_url(url), m_cert(cert) {}
 
   void Sprint(SxStream *out, int indent) const;
 

@@ -81,9 +81,7 @@ const sxDN *sxPKNamedObj::DN() const { return NamedImp()->DN(); }
 const unsigned char *sxPKNamedObj::Id() const { return NamedImp()->Id(); }
 int sxPKNamedObj::IdLen() const { return NamedImp()->IdLen(); }
 int sxPKNamedObj::Purpose() const { return NamedImp()->Purpose(); }
-bool sxPKNamedObj::HasId(const unsigned char *id, int idLen) const {
-  return NamedImp()->HasId(id, idLen);
-}
+bool sxPKNamedObj::HasId(const unsigned char *id, int idLen) const { return NamedImp()->HasId(id, idLen); }
 void sxPKNamedObj::Herror() const { NamedImp()->Herror(); }
 void sxPKNamedObj::Sprint(SxStream *out, int indent) const {
   if (out != nullptr) NamedImp()->Sprint(out, indent);

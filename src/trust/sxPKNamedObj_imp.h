@@ -28,10 +28,10 @@ class sxPKNamedObj_imp : public sxPKobj_imp {
   virtual void Sprint(SxStream *out, int indent) const;
 
  private:
-  const char *ShownName() const;     // never null
+  const char *ShownName() const;  // never null
   std::string HexId() const;
 
-  std::unique_ptr<char[]> m_name;    // null, or ends in NUL
+  std::unique_ptr<char[]> m_name;  // null, or ends in NUL
   const std::vector<unsigned char> m_id;
   const int m_purpose;
 };

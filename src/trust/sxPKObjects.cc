@@ -109,10 +109,10 @@ class sxPKObjects_imp {
   }
 
   mutable std::shared_mutex m_lock;
-  std::vector<sxPKobj *> m_slots;                              // the first m_count are occupied, the others null
+  std::vector<sxPKobj *> m_slots;  // the first m_count are occupied, the others null
   size_t m_count = 0;
-  const sxPKObjects::HashFunc m_hashOf;                        // null: no index
-  std::unordered_map<uint64_t, std::vector<size_t>> m_index;   // slots of each hash, ascending
+  const sxPKObjects::HashFunc m_hashOf;                       // null: no index
+  std::unordered_map<uint64_t, std::vector<size_t>> m_index;  // slots of each hash, ascending
 };
 
 class sxPKObjects_iterator_imp {
@@ -122,9 +122,7 @@ class sxPKObjects_iterator_imp {
   sxPKobj *Curr() const { return m_objects.Get(m_index); }
   void Next() {
     if (!m_objects.IsInRange(m_index)) return;
-    do {
-      ++m_index;
-    } while (m_objects.IsInRange(m_index) && m_objects.Get(m_index) == nullptr);
+    do { ++m_index; } while (m_objects.IsInRange(m_index) && m_objects.Get(m_index) == nullptr);
   }
 
  private:
@@ -152,20 +150,17 @@ sxPKobj *sxPKObjects::FindFirst(MatchFunc matches, const void *wanted) const {
   return m_imp->FindFirst(matches, wanted);
 }
 
-sxRootCA_iterator::sxRootCA_iterator(const sxPKObjects &objects)
-    : m_imp(new sxPKObjects_iterator_imp(objects)) {}
+sxRootCA_iterator::sxRootCA_iterator(const sxPKObjects &objects) : m_imp(new sxPKObjects_iterator_imp(objects)) {}
 sxRootCA_iterator::~sxRootCA_iterator() { delete m_imp; }
 sxRootCA *sxRootCA_iterator::Curr() const { return static_cast<sxRootCA *>(m_imp->Curr()); }
 void sxRootCA_iterator::Next() { m_imp->Next(); }
 
-sxCertKey_iterator::sxCertKey_iterator(const sxPKObjects &objects)
-    : m_imp(new sxPKObjects_iterator_imp(objects)) {}
+sxCertKey_iterator::sxCertKey_iterator(const sxPKObjects &objects) : m_imp(new sxPKObjects_iterator_imp(objects)) {}
 sxCertKey_iterator::~sxCertKey_iterator() { delete m_imp; }
 sxCertifiedKey *sxCertKey_iterator::Curr() const { return static_cast<sxCertifiedKey *>(m_imp->Curr()); }
 void sxCertKey_iterator::Next() { m_imp->Next(); }
 
-sxOCSP_iterator::sxOCSP_iterator(const sxPKObjects &objects)
-    : m_imp(new sxPKObjects_iterator_imp(objects)) {}
+sxOCSP_iterator::sxOCSP_iterator(const sxPKObjects &objects) : m_imp(new sxPKObjects_iterator_imp(objects)) {}
 sxOCSP_iterator::~sxOCSP_iterator() { delete m_imp; }
 sxOcspServer *sxOCSP_iterator::Curr() const { return static_cast<sxOcspServer *>(m_imp->Curr()); }
 void sxOCSP_iterator::Next() { m_imp->Next(); }

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr char kCertBySignee[] = "sxRootCA::CertBySubordinate";   // under which traces know it
+constexpr char kCertBySignee[] = "sxRootCA::CertBySubordinate";  // under which traces know it
 
 // Lets go of what was there, unless it is that very object.
 template <class T>
@@ -39,8 +39,8 @@ sxCert *sxRootCA_imp::CertBySignee(const sxCert *cert) const {
 
 sxRootCA::sxRootCA(const char *name, sxCert *cert, unsigned int valType, SxCaType caType, int purpose,
                    const unsigned char *id, int idLen, sxGeneralNames *nameConstraints, int crlTo)
-    : sxPKNamedObj(new sxRootCA_imp(name, cert, valType, caType, purpose, id, idLen, nameConstraints,
-                                    crlTo, sxRevocationMethod_params, nullptr)) {}
+    : sxPKNamedObj(new sxRootCA_imp(name, cert, valType, caType, purpose, id, idLen, nameConstraints, crlTo,
+                                    sxRevocationMethod_params, nullptr)) {}
 
 sxRootCA_imp *sxRootCA::Imp() const { return static_cast<sxRootCA_imp *>(m_imp); }
 

@@ -19,8 +19,13 @@ class sxRootCA_imp : public sxPKNamedObj_imp {
   sxRootCA_imp(const char *name, sxCert *cert, unsigned int valType, SxCaType caType, int purpose,
                const unsigned char *id, int idLen, sxGeneralNames *nameConstraints, int crlTo,
                SxCaRevocationMethod method, sxPKObjects *ocspServers)
-      : sxPKNamedObj_imp(name, purpose, id, idLen), m_cert(cert), m_nameConstraints(nameConstraints),
-        m_valType(valType), m_caType(caType), m_crlTo(crlTo), m_revocationMethod(method),
+      : sxPKNamedObj_imp(name, purpose, id, idLen),
+        m_cert(cert),
+        m_nameConstraints(nameConstraints),
+        m_valType(valType),
+        m_caType(caType),
+        m_crlTo(crlTo),
+        m_revocationMethod(method),
         m_ocspServers(ocspServers) {}
 
   const sxDN *DN() const override { return m_cert.get() != nullptr ? m_cert.get()->Subject() : nullptr; }

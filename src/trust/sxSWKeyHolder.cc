@@ -12,7 +12,7 @@ namespace {
 
 constexpr unsigned kDefaultCacheSize = 4;
 constexpr unsigned kIntermediatesPerRoot = 3;
-constexpr unsigned kMaxCacheSize = 1U << 20;   // of root CAs; our choice, it keeps the product in range
+constexpr unsigned kMaxCacheSize = 1U << 20;  // of root CAs; our choice, it keeps the product in range
 
 unsigned CacheSize(int size) { return std::min(static_cast<unsigned>(std::max(size, 0)), kMaxCacheSize); }
 unsigned Timeout(int sec) { return static_cast<unsigned>(std::max(sec, 0)); }
@@ -30,11 +30,14 @@ bool HasDN(const sxPKobj *obj, const void *dn) {
 }  // namespace
 
 sxSWKeyHolder_imp::sxSWKeyHolder_imp()
-    : m_rootCAs(HashOf), m_rootCA_Cache(kDefaultCacheSize, 0), m_intermediateCA_Cache(kDefaultCacheSize, 0),
+    : m_rootCAs(HashOf),
+      m_rootCA_Cache(kDefaultCacheSize, 0),
+      m_intermediateCA_Cache(kDefaultCacheSize, 0),
       m_mode(sxKeyHolder_noCaches) {}
 
 sxSWKeyHolder_imp::sxSWKeyHolder_imp(int cacheSize, int timeoutSec, int mode)
-    : m_rootCAs(HashOf), m_rootCA_Cache(CacheSize(cacheSize), 0),
+    : m_rootCAs(HashOf),
+      m_rootCA_Cache(CacheSize(cacheSize), 0),
       m_intermediateCA_Cache(kIntermediatesPerRoot * CacheSize(cacheSize), Timeout(timeoutSec)),
       m_mode(mode) {}
 
@@ -79,7 +82,7 @@ int sxSWKeyHolder_imp::AddIntermediateCA(sxCert *cert) {
     tderrorFunc("CERT", 1, 0, "%s: invalid CA cert", kWhat);
     return -1;
   }
-  m_intermediateCA_Cache.add_CA_cert(cert);   // one whose name has no text is traced there
+  m_intermediateCA_Cache.add_CA_cert(cert);  // one whose name has no text is traced there
   return 0;
 }
 
@@ -135,7 +138,7 @@ int sxSWKeyHolder_imp::IsSignedByIntermediateCA(const sxCert &cert, sxCerts &cha
     return 0;
   }
   tderrorFunc("CERT", 5, 0, "%s: matching IntermediateCA Found !!", kWhat);
-  chain.Add(issuer);   // which adopts the reference
+  chain.Add(issuer);  // which adopts the reference
   return 1;
 }
 
@@ -144,13 +147,9 @@ sxSWKeyHolder::sxSWKeyHolder() : sxKeyHolder(new sxSWKeyHolder_imp) {}
 sxSWKeyHolder::sxSWKeyHolder(int cacheSize, int timeoutSec, int mode)
     : sxKeyHolder(new sxSWKeyHolder_imp(cacheSize, timeoutSec, mode)) {}
 
-int sxSWKeyHolder::AddCA_Cache(sxRootCA *ca) {
-  return static_cast<sxSWKeyHolder_imp *>(m_imp)->AddCA_Cache(ca);
-}
+int sxSWKeyHolder::AddCA_Cache(sxRootCA *ca) { return static_cast<sxSWKeyHolder_imp *>(m_imp)->AddCA_Cache(ca); }
 
-int sxSWKeyHolder::RemoveCA_Cache(sxRootCA *ca) {
-  return static_cast<sxSWKeyHolder_imp *>(m_imp)->RemoveCA_Cache(ca);
-}
+int sxSWKeyHolder::RemoveCA_Cache(sxRootCA *ca) { return static_cast<sxSWKeyHolder_imp *>(m_imp)->RemoveCA_Cache(ca); }
 
 sxKeyHolder *sxKeyHolder_New() { return new sxSWKeyHolder; }
 

@@ -40,14 +40,14 @@ class sxSWKeyHolder_imp : public sxKeyHolder_imp {
   const sxPKObjects &ListedKeys() const override { return m_certKeys; }
 
  private:
-  bool IntermediatesOn(const char *what) const;      // traces when they are off
+  bool IntermediatesOn(const char *what) const;  // traces when they are off
 
-  sxPKObjects m_rootCAs;                             // indexed by the hash of the subject
+  sxPKObjects m_rootCAs;  // indexed by the hash of the subject
   sxPKObjects m_certKeys;
   RootCA_Cache m_rootCA_Cache;
   CA_Cert_Cache m_intermediateCA_Cache;
   const int m_mode;
-  sxKeyHolder *m_real = nullptr;                     // borrowed
+  sxKeyHolder *m_real = nullptr;  // borrowed
 };
 
 #endif

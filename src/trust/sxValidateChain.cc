@@ -71,7 +71,7 @@ sxValidationRC ValidateLink(const sxCert &issuer, const sxCert &subject, int &le
       return sxValidation_issuerIsNoCA;
     }
     const int pathLen = constraints->PathLen();
-    if (pathLen >= 0 && pathLen < level) {   // as many CA certificates as level says stand below the issuer
+    if (pathLen >= 0 && pathLen < level) {  // as many CA certificates as level says stand below the issuer
       tderrorFunc(kTopic, 3, 0, "%s: PathLen:%d < elevel:%d.", kValidatePath, pathLen, level);
       ++level;
       return sxValidation_pathLenExceeded;
@@ -115,7 +115,7 @@ sxValidationRC sxValidatePath(const sxCerts &chain, int &level, long &expiration
   expiration = issuer->notAfter();
   for (level = top - 1; level >= 0; --level) {
     const sxCert *subject = chain.Get(level);
-    rc = sxValidateCert(subject, now, params);   // a missing one is bad input
+    rc = sxValidateCert(subject, now, params);  // a missing one is bad input
     if (rc == sxValidation_OK) rc = ValidateLink(*issuer, *subject, level);
     if (rc != sxValidation_OK) return rc;
     expiration = std::min(expiration, static_cast<long>(subject->notAfter()));
@@ -148,7 +148,7 @@ sxValidationRC sxValidateNameConstraints(const sxRootCA *root, const sxCert *cer
   const sxDN *subject = cert != nullptr ? cert->Subject() : nullptr;
   if (subject == nullptr) return sxValidation_badInput;
   for (int i = 0; i < constraints->Count(); ++i) {
-    const sxDN *subtree = constraints->Get(i)->GetDN();   // null for names of other kinds
+    const sxDN *subtree = constraints->Get(i)->GetDN();  // null for names of other kinds
     if (subtree != nullptr && subject->IsSub(*subtree)) return sxValidation_OK;
   }
   if (kxLog_TraceOn()) {

@@ -25,7 +25,7 @@ class sxcert_black_list_imp : public sxCRL_Encoder {
 namespace {
 
 constexpr char kTopic[] = "VALIDATE";
-constexpr int kDeleteAt = 1;   // the count at which free deletes; not 0, by intent
+constexpr int kDeleteAt = 1;  // the count at which free deletes; not 0, by intent
 
 }  // namespace
 
@@ -44,7 +44,7 @@ int sxcert_black_list::Add(const sxAsnInt &serial) {
 int sxcert_black_list::AddFromString(const sxString &hex) {
   constexpr char kWhat[] = "sxcert_black_list::AddFromString";
   const int len = hex.length() / 2;
-  std::vector<unsigned char> octets(static_cast<size_t>(len) + 1);   // never without a block
+  std::vector<unsigned char> octets(static_cast<size_t>(len) + 1);  // never without a block
   const int rc = sxcert_hex_to_bin(hex.getstr(), octets.data(), len);
   if (rc != 0) {
     tderrorFunc(kTopic, 1, 0, "%s: sxcert_hex_to_bin failed. rc: %d", kWhat, rc);
@@ -73,11 +73,9 @@ int sxcert_black_list::free(sxcert_black_list *list) {
   const int count = --list->m_imp->m_refCount;
   if (count > kDeleteAt) return count;
   if (count <= 0) {
-    tderrorFunc(kTopic, 3, 0, "%s: zero/negative reference count for %p: %d", kWhat, static_cast<void *>(list),
-                count);
+    tderrorFunc(kTopic, 3, 0, "%s: zero/negative reference count for %p: %d", kWhat, static_cast<void *>(list), count);
   }
-  tderrorFunc(kTopic, 5, 0, "%s: deleting black_list: %p reference count: %d", kWhat, static_cast<void *>(list),
-              count);
+  tderrorFunc(kTopic, 5, 0, "%s: deleting black_list: %p reference count: %d", kWhat, static_cast<void *>(list), count);
   delete list;
   return count;
 }
@@ -92,8 +90,8 @@ int sxcert_hex_to_bin(const char *hex, unsigned char *out, int len) {
   }
   const size_t hexLen = std::strlen(hex);
   if (hexLen != 2 * static_cast<size_t>(len)) {
-    tderrorFunc(kTopic, 1, 0, "%s: improper len. strlen(hexstr): %d, while len*2: %d", kWhat,
-                static_cast<int>(hexLen), len * 2);
+    tderrorFunc(kTopic, 1, 0, "%s: improper len. strlen(hexstr): %d, while len*2: %d", kWhat, static_cast<int>(hexLen),
+                len * 2);
     return -1;
   }
   for (int i = 0; i < len; ++i) {

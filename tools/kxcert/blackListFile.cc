@@ -33,7 +33,7 @@ std::string NegativeDigits(const std::string &magnitude) {
 
 // @param text  without the white space around it
 bool AddSerial(std::string_view text, sxcert_black_list &list) {
-  const bool isNegative = text.starts_with('-');   // as such serials are printed here
+  const bool isNegative = text.starts_with('-');  // as such serials are printed here
   const std::string digits = Digits(text.substr(isNegative ? 1 : 0));
   if (digits.empty()) return false;
   if (isNegative) return list.AddFromString(NegativeDigits(digits).c_str()) == 0;

@@ -61,10 +61,9 @@ void RunBlock(const Block &block, const Options &options, Report &report) {
   const std::unique_ptr<sxAsnType> value(info.create());
   {
     const LogLines log;
-    if (sxASN_DecodeBuf(*value, reinterpret_cast<const char *>(block.der.data()),
-                        static_cast<int>(block.der.size())) != 0) {
-      return report.Problem(kExitInputError, block.where,
-                            std::string("not a ") + info.name + log.Reason());
+    if (sxASN_DecodeBuf(*value, reinterpret_cast<const char *>(block.der.data()), static_cast<int>(block.der.size())) !=
+        0) {
+      return report.Problem(kExitInputError, block.where, std::string("not a ") + info.name + log.Reason());
     }
   }
   nlohmann::ordered_json facts = {{"input", VisibleLine(block.where)}, {"octets", block.der.size()}};

@@ -19,8 +19,13 @@ struct CodeName {
 };
 constexpr CodeName kAlgorithms[] = {{sxPK_RSA, "RSA"}, {sxPK_DH, "DH"}, {sxPK_DSA, "DSA"}, {sxPK_ECDSA, "ECDSA"}};
 constexpr CodeName kDigests[] = {
-    {sx_md_md4, "MD4"},       {sx_md_md5, "MD5"},       {sx_md_sha1, "SHA-1"},   {sx_md_sha256, "SHA-256"},
-    {sx_md_sha384, "SHA-384"}, {sx_md_sha512, "SHA-512"}, {sx_md_sha512_256, "SHA-512/256"},
+    {sx_md_md4, "MD4"},
+    {sx_md_md5, "MD5"},
+    {sx_md_sha1, "SHA-1"},
+    {sx_md_sha256, "SHA-256"},
+    {sx_md_sha384, "SHA-384"},
+    {sx_md_sha512, "SHA-512"},
+    {sx_md_sha512_256, "SHA-512/256"},
 };
 
 template <size_t kRows>
@@ -31,7 +36,7 @@ const char *NameOf(const CodeName (&table)[kRows], int code) {
   return "unknown";
 }
 
-constexpr int kNumKeyUsages = 9;   // bits that KeyusageStr knows
+constexpr int kNumKeyUsages = 9;  // bits that KeyusageStr knows
 
 nlohmann::ordered_json TimeFacts(int64_t seconds) {
   return {{"seconds", seconds}, {"text", PrintCertTime(seconds)}, {"clamped", seconds >= kFirstClampedSec}};
@@ -65,7 +70,8 @@ std::string NumberText(const sxAsnInt &number) {
   if (!IsNegative(number)) return HexOf(octets.Data(), octets.Len());
   std::vector<unsigned char> magnitude(octets.Data(), octets.Data() + octets.Len());
   Negate(magnitude);
-  magnitude.erase(magnitude.begin(), std::find_if(magnitude.begin(), magnitude.end() - 1, [](int o) { return o != 0; }));
+  magnitude.erase(magnitude.begin(),
+                  std::find_if(magnitude.begin(), magnitude.end() - 1, [](int o) { return o != 0; }));
   return "-" + HexOf(magnitude.data(), magnitude.size());
 }
 

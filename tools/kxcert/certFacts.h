@@ -12,15 +12,15 @@ class sxCert;
 class sxDN;
 class sxExtKeyID;
 
-std::string NameText(const sxDN *dn);                 ///< the ASCII form; a word in brackets without one
-std::string NumberText(const sxAsnInt &number);       ///< hexadecimal; of a negative one "-" and the magnitude
+std::string NameText(const sxDN *dn);            ///< the ASCII form; a word in brackets without one
+std::string NumberText(const sxAsnInt &number);  ///< hexadecimal; of a negative one "-" and the magnitude
 std::string SerialText(const sxCert &cert);
 bool IsNegative(const sxAsnInt &number);
-void Negate(std::vector<unsigned char> &octets);      ///< in two's complement
-std::string KeyText(const sxCert &cert);              ///< "RSA, 2048 bits"
-std::string ValidityText(const sxCert &cert);         ///< "2024-... UTC to 2034-... UTC"
-std::string SignatureText(const sxCert &cert);        ///< "ECDSA with SHA-256"
-std::string KeyIdText(const sxExtKeyID *keyId);       ///< hexadecimal; "" without one
+void Negate(std::vector<unsigned char> &octets);  ///< in two's complement
+std::string KeyText(const sxCert &cert);          ///< "RSA, 2048 bits"
+std::string ValidityText(const sxCert &cert);     ///< "2024-... UTC to 2034-... UTC"
+std::string SignatureText(const sxCert &cert);    ///< "ECDSA with SHA-256"
+std::string KeyIdText(const sxExtKeyID *keyId);   ///< hexadecimal; "" without one
 
 nlohmann::ordered_json CertFacts(const sxCert &cert);
 

@@ -50,7 +50,7 @@ std::vector<FoundCert> ReadFolder(const std::string &folder, Report &report) {
     if (it->is_regular_file(ignored)) files.push_back(it->path().string());
   }
   if (error) report.Problem(kExitInputError, folder, "cannot be listed: " + error.message());
-  std::sort(files.begin(), files.end());   // the order of a folder is not the same everywhere
+  std::sort(files.begin(), files.end());  // the order of a folder is not the same everywhere
   int numOthers = 0;
   for (const std::string &file : files) {
     std::vector<FoundCert> found = ReadQuietly(file);
@@ -109,7 +109,7 @@ std::vector<FoundCert> ReadCerts(const std::string &path, Report &report) {
 
 std::vector<FoundCert> ReadTrust(const std::vector<std::string> &paths, Report &report) {
   std::vector<FoundCert> certs;
-  std::set<std::string_view> seen;   // views of the certificates' own octets
+  std::set<std::string_view> seen;  // views of the certificates' own octets
   for (const std::string &path : paths) {
     std::error_code ignored;
     const bool folder = path != "-" && std::filesystem::is_directory(path, ignored);

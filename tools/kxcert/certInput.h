@@ -18,8 +18,8 @@ struct FreeCert {
 using CertRef = std::unique_ptr<sxCert, FreeCert>;
 
 struct FoundCert {
-  CertRef cert;        ///< OK
-  std::string where;   ///< file, and line for PEM
+  CertRef cert;       ///< OK
+  std::string where;  ///< file, and line for PEM
 };
 
 enum class BlockKind { kCertificate, kCrl, kOther };

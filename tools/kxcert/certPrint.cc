@@ -11,8 +11,8 @@
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "kxcert/keys/sxPubKey.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/keys/sxPubKey.h"
 #include "report.h"
 #include "unknownParts.h"
 #include "verb.h"
@@ -21,7 +21,7 @@
 namespace {
 
 constinit const sxAsnOid kCrlNumber({2, 5, 29, 20});
-constexpr int kIndent = 1;   // TABs under the line that names the block
+constexpr int kIndent = 1;  // TABs under the line that names the block
 
 const std::map<std::string, sxCertHerrorDetails> kLevels = {
     {"brief", sxCert_brief}, {"full", sxCert_full}, {"key", sxCert_full_key}};
@@ -59,7 +59,7 @@ void AddToCert(const sxCert &cert, SxStream *out, nlohmann::ordered_json &facts)
 std::string CertText(const sxCert &cert, sxCertHerrorDetails level, nlohmann::ordered_json &facts) {
   SxStream text;
   cert.Sprint(&text, std::min(level, sxCert_full), kIndent);
-  SxStream more;   // of a subject alone the facts are told, too
+  SxStream more;  // of a subject alone the facts are told, too
   AddToCert(cert, &more, facts);
   if (level >= sxCert_full) text.Put(more.Text());
   if (level == sxCert_full_key) cert.PubKey()->Sprint(&text, kIndent);
@@ -163,7 +163,8 @@ void Run(const Options &options, Report &report) {
 Action AddCertPrint(CLI::App &verb) {
   const auto options = std::make_shared<Options>();
   verb.add_option("FILE", options->files, "DER, PEM or {ASN} files; - is standard input")->required();
-  verb.add_option("--level", options->level, "brief: subjects, of CRLs issuers and counts; full; key: and the key's octets")
+  verb.add_option("--level", options->level,
+                  "brief: subjects, of CRLs issuers and counts; full; key: and the key's octets")
       ->transform(CLI::CheckedTransformer(kLevels).description("(brief, full, key)"))
       ->option_text("LEVEL");
   return [options](Report &report) { Run(*options, report); };

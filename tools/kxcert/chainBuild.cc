@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "certFacts.h"
-#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/trust/sxRootCA.h"
 
 namespace {
@@ -76,7 +76,7 @@ void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidatePara
   }
   const sxCerts chain = SetOf({&given.chain});
   sxCerts path;
-  sxCerts_Sort(chain, path);   // what it leaves out is found below
+  sxCerts_Sort(chain, path);  // what it leaves out is found below
   question.endEntity = path.Get(0);
   question.pool = &chain;
   // Other issuers only when the chain's own do not do: otherwise these would be left over.

@@ -23,9 +23,9 @@ HolderRef MakeHolder(const std::vector<FoundCert> &trust);
 /// What the command line named; all of it could be read.
 struct GivenCerts {
   std::vector<FoundCert> trust;
-  std::vector<FoundCert> endEntity;   ///< the first one is judged, the others are as if untrusted; may be empty
+  std::vector<FoundCert> endEntity;  ///< the first one is judged, the others are as if untrusted; may be empty
   std::vector<FoundCert> chain;
-  std::vector<FoundCert> untrusted;   ///< issuers that may be missing in the chain; they need not be used
+  std::vector<FoundCert> untrusted;  ///< issuers that may be missing in the chain; they need not be used
 };
 
 struct JudgedChain {
@@ -44,9 +44,9 @@ void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidatePara
 
 /// Why no root was found, as seen from the chain's top certificate.
 struct MissingIssuer {
-  std::string name;          ///< of the issuer, ASCII
-  std::string keyId;         ///< authorityKeyIdentifier, hexadecimal; may be empty
-  std::string help;          ///< one sentence: what would help
+  std::string name;   ///< of the issuer, ASCII
+  std::string keyId;  ///< authorityKeyIdentifier, hexadecimal; may be empty
+  std::string help;   ///< one sentence: what would help
 };
 MissingIssuer FindMissingIssuer(const sxCert &top, sxKeyHolder &holder);
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kMaxErrorText = 16384;   // three names of 4096 octets fit
+constexpr int kMaxErrorText = 16384;  // three names of 4096 octets fit
 
 struct Place {
   const sxCerts &chain;
@@ -36,9 +36,8 @@ bool Begun(const Place &p) {
 bool NotOver(const Place &p) { return p.now <= p.Cert().notAfter() + GraceOr(p.params.Cert_end_grace(), 0); }
 
 // The next three ask the certificate as an issuer.
-bool MaySign(const Place &p) {   // counts only where the extension is critical, as validation has it
-  return p.level == 0 || p.Cert().IsCritical(&sxASN_id_ce_keyUsage) == 0 ||
-         p.Cert().HasKeyUsage(sxKU_keyCertSign) != 0;
+bool MaySign(const Place &p) {  // counts only where the extension is critical, as validation has it
+  return p.level == 0 || p.Cert().IsCritical(&sxASN_id_ce_keyUsage) == 0 || p.Cert().HasKeyUsage(sxKU_keyCertSign) != 0;
 }
 bool PathLenKept(const Place &p) {
   const sxBasicConstraint *constraint = p.Cert().GetBasicConstraint();
@@ -58,7 +57,7 @@ enum class Applies { kAll, kIssuers, kIssued };
 struct CheckRow {
   const char *name;
   Applies applies;
-  int code;                      // of a failure
+  int code;  // of a failure
   bool (*passes)(const Place &place);
 };
 constexpr CheckRow kChecks[] = {

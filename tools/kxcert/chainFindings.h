@@ -16,16 +16,16 @@ class sxCerts;
 
 struct Verdict {
   int code;
-  int level;                  ///< index of the certificate that failed, or -1
-  std::string text;           ///< the code's fixed text
-  std::vector<std::string> facts;   ///< "label: value"
+  int level;                       ///< index of the certificate that failed, or -1
+  std::string text;                ///< the code's fixed text
+  std::vector<std::string> facts;  ///< "label: value"
 };
 
 /// The library's texts for a code at a level.
 Verdict Explain(const sxCerts &chain, int code, int level);
 
 struct LevelFindings {
-  std::vector<std::string> passed;   ///< names of checks
+  std::vector<std::string> passed;  ///< names of checks
   std::vector<Verdict> failed;
 };
 

@@ -44,8 +44,8 @@ std::vector<FoundCert> ReadAll(const std::vector<std::string> &paths, Report &re
 }
 
 GivenCerts ReadGiven(const Options &options, Report &report) {
-  GivenCerts given{ReadTrust(options.trust, report), {}, ReadAll(options.files, report),
-                   ReadAll(options.untrusted, report)};
+  GivenCerts given{
+      ReadTrust(options.trust, report), {}, ReadAll(options.files, report), ReadAll(options.untrusted, report)};
   if (!options.endEntity.empty()) given.endEntity = ReadCerts(options.endEntity, report);
   return given;
 }
@@ -53,7 +53,7 @@ GivenCerts ReadGiven(const Options &options, Report &report) {
 struct Decision {
   JudgedChain judged;
   Verdict verdict;
-  MissingIssuer missing;        // when there is no root
+  MissingIssuer missing;  // when there is no root
   int64_t now;
 
   const sxCerts &Path() const { return judged.verdict.path; }
@@ -111,9 +111,7 @@ void PrintVerdict(const Decision &decision, Report &report) {
   const bool valid = verdict.code == sxValidation_OK;
   report.Verdict(valid, (valid ? "VALID (" : "NOT VALID (") + std::to_string(verdict.code) + "): " + verdict.text);
   report.Line("  end entity:  " + NameText(chain.Get(0)->Subject()));
-  if (decision.Root() != nullptr) {
-    report.Line("  root:        " + NameText(decision.Root()->DN()) + " (trusted)");
-  }
+  if (decision.Root() != nullptr) { report.Line("  root:        " + NameText(decision.Root()->DN()) + " (trusted)"); }
   if (verdict.level >= 0) {
     report.Line("  decided at:  level " + std::to_string(verdict.level) + ", " +
                 NameText(chain.Get(verdict.level)->Subject()));
@@ -191,7 +189,7 @@ void PrintLevels(const Decision &decision, const GivenCerts &given, const Valida
 
 void Run(const Options &options, Report &report) {
   Decision decision;
-  decision.now = kxClock_Now();   // one time for the whole run
+  decision.now = kxClock_Now();  // one time for the whole run
   if (!options.at.empty()) ParseTime(options.at, &decision.now);
   ValidateParams params;
   params.Set_time(decision.now);
@@ -200,7 +198,7 @@ void Run(const Options &options, Report &report) {
   BlackListRef blackList;
   if (!options.blackList.empty()) {
     blackList = ReadBlackList(options.blackList, report);
-    if (blackList == nullptr) return;   // without the list nothing may be called valid
+    if (blackList == nullptr) return;  // without the list nothing may be called valid
     params.Set_BlackList(blackList.get());
   }
   const GivenCerts given = ReadGiven(options, report);
@@ -211,7 +209,7 @@ void Run(const Options &options, Report &report) {
   FillDocument(decision, report.Document());
   PrintVerdict(decision, report);
   PrintLevels(decision, given, params, report);
-  if (decision.IsLeftOver()) return;   // told as facts
+  if (decision.IsLeftOver()) return;  // told as facts
   for (const FoundCert *found : decision.judged.leftOver) {
     report.Note(found->where, "not part of the chain: " + NameText(found->cert->Subject()));
   }

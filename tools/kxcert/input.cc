@@ -19,7 +19,7 @@ constexpr std::string_view kHexPrefix = "{ASN}";
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";   // editors put it before UTF-8 text
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors put it before UTF-8 text
 constexpr size_t kChunkLen = 65536;
 
 struct CloseFile {

@@ -9,19 +9,19 @@
 #include <string>
 #include <vector>
 
-constexpr size_t kMaxInputLen = size_t{1} << 28;   ///< octets; a large CRL has tens of millions
+constexpr size_t kMaxInputLen = size_t{1} << 28;  ///< octets; a large CRL has tens of millions
 
 struct Block {
-  std::string label;                 ///< of PEM: "CERTIFICATE"; empty for other forms
-  std::string where;                 ///< names the block in messages: file, and line for PEM
-  std::vector<unsigned char> der;    ///< empty when the block cannot be read
-  std::string error;                 ///< why not
+  std::string label;               ///< of PEM: "CERTIFICATE"; empty for other forms
+  std::string where;               ///< names the block in messages: file, and line for PEM
+  std::vector<unsigned char> der;  ///< empty when the block cannot be read
+  std::string error;               ///< why not
 };
 
 struct Input {
-  std::string name;                  ///< as given
+  std::string name;  ///< as given
   std::vector<Block> blocks;
-  std::string error;                 ///< why there are no blocks; else empty
+  std::string error;  ///< why there are no blocks; else empty
 };
 
 /// Reads a file, or standard input for "-", which can be read only once.

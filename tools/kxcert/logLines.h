@@ -19,12 +19,12 @@ class LogLines {
 
  private:
   static constexpr size_t kMaxLines = 3;
-  static constexpr size_t kMaxLineLen = 300;   ///< characters
+  static constexpr size_t kMaxLineLen = 300;  ///< characters
 
   static void Take(void *opaque, const char *line, size_t lineLen);
 
   std::vector<std::string> m_lines;
-  const int m_debug;   // the switch as it was
+  const int m_debug;  // the switch as it was
 };
 
 #endif

@@ -72,7 +72,7 @@ int Run(int argc, char **argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &error) {
-    if (error.get_exit_code() == 0) return app.exit(error);   // help and version
+    if (error.get_exit_code() == 0) return app.exit(error);  // help and version
     std::fprintf(stderr, "kxcert: %s\nRun with --help for more information.\n", VisibleText(error.what()).c_str());
     return kExitUsage;
   }
@@ -84,7 +84,7 @@ int Run(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  fsv_refuse_zero_time(true);   // no verb takes a signature whose time is not signed
+  fsv_refuse_zero_time(true);  // no verb takes a signature whose time is not signed
   try {
     return Run(argc, argv);
   } catch (const std::exception &error) {

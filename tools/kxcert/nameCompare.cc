@@ -6,6 +6,6 @@
 #include "verb.h"
 
 Action AddNameCompare(CLI::App &verb) {
-  return AddNameQuestion(verb, {"A", "B", "equal", "equal", "not equal",
-                                [](const sxDN &a, const sxDN &b) { return a.Equal(b); }});
+  return AddNameQuestion(
+      verb, {"A", "B", "equal", "equal", "not equal", [](const sxDN &a, const sxDN &b) { return a.Equal(b); }});
 }

@@ -10,8 +10,8 @@ namespace {
 // No text form of a name is all hexadecimal digits: it has "=" in it.
 std::optional<sxDN> FromHex(const std::string &text) {
   std::vector<unsigned char> der(text.size() / 2);
-  if (der.empty() || string_to_bytes(text.data(), static_cast<int>(text.size()), der.data(),
-                                     static_cast<int>(der.size())) != 0) {
+  if (der.empty() ||
+      string_to_bytes(text.data(), static_cast<int>(text.size()), der.data(), static_cast<int>(der.size())) != 0) {
     return std::nullopt;
   }
   sxDN name(der.data(), static_cast<int>(der.size()));

@@ -8,9 +8,9 @@
 class sxDN;
 
 struct NameQuestion {
-  const char *first;    ///< the arguments, as usage names them
+  const char *first;  ///< the arguments, as usage names them
   const char *second;
-  const char *member;   ///< the answer in the JSON document
+  const char *member;  ///< the answer in the JSON document
   const char *yes;
   const char *no;
   bool (*ask)(const sxDN &first, const sxDN &second);

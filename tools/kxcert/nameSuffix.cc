@@ -6,7 +6,7 @@
 #include "verb.h"
 
 Action AddNameSuffix(CLI::App &verb) {
-  return AddNameQuestion(verb, {"NAME", "SUFFIX", "under", "the name ends with the suffix",
-                                "the name does not end with the suffix",
-                                [](const sxDN &name, const sxDN &suffix) { return name.IsSub(suffix); }});
+  return AddNameQuestion(
+      verb, {"NAME", "SUFFIX", "under", "the name ends with the suffix", "the name does not end with the suffix",
+             [](const sxDN &name, const sxDN &suffix) { return name.IsSub(suffix); }});
 }

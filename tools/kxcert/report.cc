@@ -41,7 +41,7 @@ void Report::Verdict(bool good, std::string_view text) {
 }
 
 void Report::Talk(std::string_view source, std::string_view text) {
-  std::fflush(stdout);   // so that both read in order where they go to one place
+  std::fflush(stdout);  // so that both read in order where they go to one place
   const std::string shown = VisibleLine(text);
   if (source.empty()) {
     std::fprintf(stderr, "kxcert: %s\n", shown.c_str());

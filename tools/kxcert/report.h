@@ -14,7 +14,7 @@
 
 class Report {
  public:
-  static constexpr int kSchema = 1;   ///< of the JSON documents; grows when a member changes its meaning
+  static constexpr int kSchema = 1;  ///< of the JSON documents; grows when a member changes its meaning
 
   /// @param command  noun and verb, for the document
   Report(const std::string &command, bool json);
@@ -26,10 +26,12 @@ class Report {
   /// Says on standard error, and in the document's "problems", what is wrong with an input.
   /// @param source  names the input; may be empty
   void Problem(ExitCode code, std::string_view source, std::string_view text);
-  void Note(std::string_view source, std::string_view text);   ///< the same, but changes no exit code
+  void Note(std::string_view source, std::string_view text);  ///< the same, but changes no exit code
 
-  ExitCode Worst() const { return m_exitCode; }   ///< so far
-  void Worsen(ExitCode code) { if (code > m_exitCode) m_exitCode = code; }
+  ExitCode Worst() const { return m_exitCode; }  ///< so far
+  void Worsen(ExitCode code) {
+    if (code > m_exitCode) m_exitCode = code;
+  }
   nlohmann::ordered_json &Document() { return m_document; }
   bool IsJson() const { return m_json; }
 

@@ -13,7 +13,7 @@ using std::chrono::sys_seconds;
 using std::chrono::year_month_day;
 
 constexpr int64_t kDaySec = 86400;
-constexpr int64_t kLastSecond = 253402300799;   // of the year 9999
+constexpr int64_t kLastSecond = 253402300799;  // of the year 9999
 
 bool AllDigits(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
@@ -89,6 +89,4 @@ std::string PrintTime(int64_t seconds) {
   return text;
 }
 
-std::string PrintCertTime(int64_t seconds) {
-  return seconds >= kFirstClampedSec ? "after 2037" : PrintTime(seconds);
-}
+std::string PrintCertTime(int64_t seconds) { return seconds >= kFirstClampedSec ? "after 2037" : PrintTime(seconds); }

@@ -7,7 +7,7 @@
 #include <string>
 
 /// The library's times end here: later ones are clamped to this day.
-constexpr int64_t kFirstClampedSec = 2145916800;   // 2038-01-01 00:00 UTC
+constexpr int64_t kFirstClampedSec = 2145916800;  // 2038-01-01 00:00 UTC
 
 /// Reads "YYYY-MM-DD", with " HH:MM" or " HH:MM:SS" and "UTC" or "Z" behind it when wanted ("T" may
 /// stand for the space), or seconds since 1970-01-01 00:00 UTC.

@@ -7,15 +7,15 @@
 #include "kxcert/asn1/sxAsnBuf.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/platform/digest.h"
-#include "kxcert/foundation/textStream.h"
 #include "visibleText.h"
 
 namespace {
 
 constexpr int kSha256Len = 32;
-constexpr int kMaxOctetsShown = 4096;   // of one extension; a file may hold megabytes
+constexpr int kMaxOctetsShown = 4096;  // of one extension; a file may hold megabytes
 constexpr int kVersionTag = 0xA0;
 
 void PrintOctets(const sxASN_Extension &ext, const std::string &title, SxStream *out, int indent) {
@@ -31,7 +31,7 @@ void PrintOctets(const sxASN_Extension &ext, const std::string &title, SxStream 
 
 std::string OidText(const sxAsnOid &oid) {
   char text[252] = "";
-  static_cast<void>(oid.GetStr(text, sizeof text));   // a longer one ends in "?"
+  static_cast<void>(oid.GetStr(text, sizeof text));  // a longer one ends in "?"
   return text;
 }
 
@@ -83,7 +83,7 @@ std::string Sha256Of(const unsigned char *octets, size_t len) {
 
 // RFC 5280, 4.1: the element behind version, serialNumber, signature, issuer, validity and subject.
 std::string SpkiSha256(const sxCert &cert) {
-  constexpr int kBefore = 5;   // and the version, which may be absent
+  constexpr int kBefore = 5;  // and the version, which may be absent
   sxAsnReadBuf buf;
   buf.Init(cert.GetBuf(), static_cast<int>(cert.BufLen()));
   int bytesDecoded = 0;

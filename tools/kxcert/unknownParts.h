@@ -15,7 +15,7 @@ class sxCert;
 class sxExtensionsList;
 class SxStream;
 
-std::string OidText(const sxAsnOid &oid);             ///< dotted decimal
+std::string OidText(const sxAsnOid &oid);  ///< dotted decimal
 /// The identifier, and the one among its parameters when they are one: a named curve.
 std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm);
 /// "" for a signature that the library knows, else its algorithm.
@@ -28,7 +28,7 @@ std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm);
 nlohmann::ordered_json PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known,
                                     const sxAsnOid *alsoKnown, SxStream *out, int indent);
 
-std::string Sha256Of(const unsigned char *octets, size_t len);   ///< hexadecimal
-std::string SpkiSha256(const sxCert &cert);           ///< of SubjectPublicKeyInfo as received; "" without one
+std::string Sha256Of(const unsigned char *octets, size_t len);  ///< hexadecimal
+std::string SpkiSha256(const sxCert &cert);                     ///< of SubjectPublicKeyInfo as received; "" without one
 
 #endif

@@ -35,6 +35,4 @@ std::string HexOf(const unsigned char *data, size_t dataLen) {
   return text;
 }
 
-std::string_view TrimEnd(std::string_view text) {
-  return text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
-}
+std::string_view TrimEnd(std::string_view text) { return text.substr(0, text.find_last_not_of(" \t\r\n") + 1); }

@@ -12,12 +12,12 @@
 int main(int argc, char **argv) {
   CLI::App app("Does key operations for the processes of its user on this machine, until SIGTERM.", "kxcert-offloadd");
   int numThreads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 64U));
-  app.add_option("--threads", numThreads, "worker threads")->check(CLI::Range(1, RTApc::kMaxThreads))->capture_default_str();
+  app.add_option("--threads", numThreads, "worker threads")
+      ->check(CLI::Range(1, RTApc::kMaxThreads))
+      ->capture_default_str();
   try {
     app.parse(argc, argv);
-  } catch (const CLI::ParseError &e) {
-    return app.exit(e) == 0 ? 0 : 2;
-  }
-  prctl(PR_SET_DUMPABLE, 0);             // keys pass through here: no core files, no tracing
+  } catch (const CLI::ParseError &e) { return app.exit(e) == 0 ? 0 : 2; }
+  prctl(PR_SET_DUMPABLE, 0);  // keys pass through here: no core files, no tracing
   return Serve(numThreads);
 }

@@ -26,13 +26,15 @@ namespace {
 // closed at once, and their callers go on without us.
 constexpr int kMaxClients = 500;
 constexpr int kMaxClientsOfProcess = 128;
-constexpr int kPauseMs = 100;            // before accepting again when there are no descriptors
-constexpr int kLeaveMs = 500;            // what workers may still take when the service is to end
+constexpr int kPauseMs = 100;  // before accepting again when there are no descriptors
+constexpr int kLeaveMs = 500;  // what workers may still take when the service is to end
 
 template <auto Fn>
 struct Free {
   template <class T>
-  void operator()(T *object) const { Fn(object); }
+  void operator()(T *object) const {
+    Fn(object);
+  }
 };
 using Event = std::unique_ptr<event, Free<event_free>>;
 
@@ -78,9 +80,9 @@ class Service {
   int m_listener = -1;
   Event m_acceptable;
   std::list<Reception> m_receptions;
-  std::map<int, int> m_numOfProcess;     // clients
+  std::map<int, int> m_numOfProcess;  // clients
   int m_numClients = 0;
-  int m_numWorking = 0;                  // of the clients: with the workers
+  int m_numWorking = 0;  // of the clients: with the workers
   long m_numAnswered = 0;
   bool m_ends = false;
 };
@@ -108,7 +110,7 @@ class Service::Work : public RTApcServant {
 
  private:
   Service *m_service;
-  ClientRef m_client;                    // by the clones
+  ClientRef m_client;  // by the clones
 };
 
 Service::Service(int numThreads) {
@@ -151,7 +153,7 @@ void Service::Enter(int descriptor) try {
   reception->readable.reset(event_new(m_base.get(), client->socket.Descriptor(), EV_READ, readable, &*reception));
   ++numOfProcess;
   ++m_numClients;
-  GoOn(*reception);                      // mostly all is there
+  GoOn(*reception);  // mostly all is there
 } catch (const std::bad_alloc &) {
   // Closed by now, or when its time is over.
 }
@@ -160,7 +162,8 @@ void Service::GoOn(Reception &reception) {
   const ClientRef client = reception.client;
   auto step = kxLocalSocket::kFailed;
   try {
-    step = client->socket.ReceiveStep([&client](uint32_t len) { return client->request.Set(len), client->request.Data(); });
+    step = client->socket.ReceiveStep(
+        [&client](uint32_t len) { return client->request.Set(len), client->request.Data(); });
   } catch (const std::bad_alloc &) {
     // As if it had hung up.
   }
@@ -225,7 +228,7 @@ int Service::Run() {
   std::fprintf(stderr, "kxcert-offloadd: %d threads, listening at %s\n", m_pool->NumThreads(), m_path.c_str());
   const int rc = sxd_env_run(m_env.get()) == 0 ? 0 : 4;
   if (rc == 0) std::fprintf(stderr, "kxcert-offloadd: answered %ld requests\n", m_numAnswered);
-  if (m_numWorking > 0) std::_Exit(rc);   // the pool would wait for what its workers do
+  if (m_numWorking > 0) std::_Exit(rc);  // the pool would wait for what its workers do
   return rc;
 }
 

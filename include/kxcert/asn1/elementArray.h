@@ -21,28 +21,28 @@ class KXCERT_EXPORT sxAsnElemArray {
   ~sxAsnElemArray() { Clear(); }
 
   int Count() const { return m_count; }
-  sxAsnType *operator[](int index) const { return begin()[index]; }   ///< lent; 0 to Count() - 1
+  sxAsnType *operator[](int index) const { return begin()[index]; }  ///< lent; 0 to Count() - 1
   sxAsnType *const *begin() const { return (m_capacity == kInPlace ? &m_only : m_block) + m_start; }
   sxAsnType *const *end() const { return begin() + m_count; }
 
   /// Puts @p elem before the element @p at, 0 to Count(). Throws std::bad_alloc; nothing has changed then.
   void Insert(int at, std::unique_ptr<sxAsnType> elem);
-  void Remove(int at);                  ///< deletes the element
+  void Remove(int at);  ///< deletes the element
   void Clear();
-  void Swap(sxAsnElemArray &other) noexcept;   ///< exchanges the elements
+  void Swap(sxAsnElemArray &other) noexcept;  ///< exchanges the elements
 
  private:
-  static constexpr int kInPlace = 1;    // the capacity of an array without a block
+  static constexpr int kInPlace = 1;  // the capacity of an array without a block
   static constexpr int kSmallestBlock = 4;
 
   sxAsnType **Area() { return m_capacity == kInPlace ? &m_only : m_block; }
-  void MakeRoom(bool inFront);          // at the end, or in front of the first
+  void MakeRoom(bool inFront);  // at the end, or in front of the first
 
   union {
     sxAsnType *m_only = nullptr;
-    sxAsnType **m_block;                // from malloc
+    sxAsnType **m_block;  // from malloc
   };
-  int m_start = 0;                      // where the first element stands
+  int m_start = 0;  // where the first element stands
   int m_count = 0;
   int m_capacity = kInPlace;
 };

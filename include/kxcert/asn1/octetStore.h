@@ -25,14 +25,16 @@ class KXCERT_EXPORT sxOctets {
     if (this != &other) Assign(other.Data(), other.m_len);
     return *this;
   }
-  sxOctets &operator=(sxOctets &&other) noexcept {   ///< leaves the other one empty
+  sxOctets &operator=(sxOctets &&other) noexcept {  ///< leaves the other one empty
     if (this == &other) return *this;
     if (m_len > kInline) delete[] m_area.heap.octets;
     m_area = other.m_area;
     m_len = std::exchange(other.m_len, 0);
     return *this;
   }
-  ~sxOctets() { if (m_len > kInline) delete[] m_area.heap.octets; }
+  ~sxOctets() {
+    if (m_len > kInline) delete[] m_area.heap.octets;
+  }
 
   int Len() const { return m_len; }
   const unsigned char *Data() const { return m_len > kInline ? m_area.heap.octets : m_area.here; }
@@ -87,7 +89,7 @@ class KXCERT_EXPORT sxOctets {
   union Area {
     constexpr Area() : here{} {}
     unsigned char here[kInline];
-    Block heap;   // owned while m_len > kInline
+    Block heap;  // owned while m_len > kInline
   } m_area;
   int m_len = 0;
 };

@@ -18,7 +18,7 @@ KXCERT_OID(sxASN_sha512_256);
 // Signatures
 KXCERT_OID(sxASN_md5WithRSAEncryption);
 KXCERT_OID(sxASN_sha1WithRSAEncryption);
-KXCERT_OID(sxASN_sha_1WithRSAEncryption);   // the older one, OIW
+KXCERT_OID(sxASN_sha_1WithRSAEncryption);  // the older one, OIW
 KXCERT_OID(sxASN_sha256WithRSAEncryption);
 KXCERT_OID(sxASN_sha384WithRSAEncryption);
 KXCERT_OID(sxASN_sha512WithRSAEncryption);

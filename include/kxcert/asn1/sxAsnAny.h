@@ -28,7 +28,7 @@ class KXCERT_EXPORT sxAsnRawAny : public sxAsnType {
   sxAsnType *Dup() const override;
   /// Takes exactly one complete element; indefinite lengths may nest and are counted, not recursed.
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
-  int BEnc(sxAsnWriteBuf &buf) override;                     ///< -1 without data
+  int BEnc(sxAsnWriteBuf &buf) override;  ///< -1 without data
   int Describe(SxStream &out, int indent) const override;
   int CopyFrom(const sxAsnType &other) override;
 
@@ -38,17 +38,17 @@ class KXCERT_EXPORT sxAsnRawAny : public sxAsnType {
 
 /// Entry of a registry.
 struct sxAnyInfo {
-  int anyId;                              ///< number given at installation
-  sxAsnOid oid;                           ///< key in the registry by OBJECT IDENTIFIER
-  sxAsnInt number;                        ///< key in the registry by INTEGER
+  int anyId;        ///< number given at installation
+  sxAsnOid oid;     ///< key in the registry by OBJECT IDENTIFIER
+  sxAsnInt number;  ///< key in the registry by INTEGER
   std::unique_ptr<sxAsnType> prototype;
 };
 
 class KXCERT_EXPORT sxAsnAny : public sxAsnType {
  public:
   sxAsnAny() = default;
-  explicit sxAsnAny(const sxAsnOid &type);                   ///< an empty value of the selected class
-  sxAsnAny(const sxAsnOid &type, sxAsnType *value);          ///< adopts the value
+  explicit sxAsnAny(const sxAsnOid &type);           ///< an empty value of the selected class
+  sxAsnAny(const sxAsnOid &type, sxAsnType *value);  ///< adopts the value
   explicit sxAsnAny(const sxAsnInt &type);
   sxAsnAny(const sxAsnInt &type, sxAsnType *value);
   sxAsnAny(const sxAsnAny &other) : sxAsnType() { CopyFrom(other); }
@@ -61,23 +61,23 @@ class KXCERT_EXPORT sxAsnAny : public sxAsnType {
   void SetTypeByOid(const sxAsnOid &type);
   void SetTypeByInt(const sxAsnInt &type);
 
-  sxAsnType *Value() const { return m_value.get(); }         ///< lent, may be null
-  void SetValue(sxAsnType *value) {                          ///< adopts; its own value: no change
+  sxAsnType *Value() const { return m_value.get(); }  ///< lent, may be null
+  void SetValue(sxAsnType *value) {                   ///< adopts; its own value: no change
     if (value != m_value.get()) m_value.reset(value);
   }
-  const sxAnyInfo *Selected() const { return m_info; }       ///< lent, may be null
+  const sxAnyInfo *Selected() const { return m_info; }  ///< lent, may be null
 
   /// The first installation of a key wins; a later prototype is logged and destroyed. Only while the
   /// library is loaded, or from one thread before any decoding.
   static void InstallAnyByOid(const sxAsnOid &oid, int anyId, sxAsnType *prototype);
   static void InstallAnyByInt(const sxAsnInt &number, int anyId, sxAsnType *prototype);
-  static const sxAnyInfo *FindByOid(const sxAsnOid &oid);    ///< lent, null when unknown
+  static const sxAnyInfo *FindByOid(const sxAsnOid &oid);  ///< lent, null when unknown
   static const sxAnyInfo *FindByInt(const sxAsnInt &number);
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
   const char *TypeName() const override { return Info()->name; }
-  sxAsnType *GetType(const char *name) override;             ///< itself, else the value's answer
+  sxAsnType *GetType(const char *name) override;  ///< itself, else the value's answer
   sxAsnType *Clone() const override { return Info()->create(); }
   sxAsnType *Dup() const override;
   /// Adds the octets that the value took of the buffer, whatever its class counts.
@@ -89,7 +89,7 @@ class KXCERT_EXPORT sxAsnAny : public sxAsnType {
   int CopyFrom(const sxAsnType &other) override;
 
  private:
-  const sxAnyInfo *m_info = nullptr;      // not owned
+  const sxAnyInfo *m_info = nullptr;  // not owned
   std::unique_ptr<sxAsnType> m_value;
 };
 

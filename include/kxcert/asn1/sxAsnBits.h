@@ -19,28 +19,28 @@ class KXCERT_EXPORT sxAsnBits : public sxAsnType {
   sxAsnBits(sxAsnBits &&other) noexcept
       : sxAsnType(), m_octets(std::move(other.m_octets)), m_bitLen(std::exchange(other.m_bitLen, 0)) {}
   sxAsnBits &operator=(const sxAsnBits &other) = default;
-  sxAsnBits &operator=(sxAsnBits &&other) noexcept {         ///< leaves the other one empty
+  sxAsnBits &operator=(sxAsnBits &&other) noexcept {  ///< leaves the other one empty
     m_octets = std::move(other.m_octets);
     m_bitLen = std::exchange(other.m_bitLen, 0);
     return *this;
   }
 
-  void Set(int bitCount);                                    ///< all bits clear; negative: none
+  void Set(int bitCount);  ///< all bits clear; negative: none
   void ReSet(int bitCount) { Set(bitCount); }
-  void Set(const unsigned char *octets, int bitCount);       ///< null or negative: no bits
+  void Set(const unsigned char *octets, int bitCount);  ///< null or negative: no bits
   void ReSet(const unsigned char *octets, int bitCount) { Set(octets, bitCount); }
   void Set(const sxAsnBits &other) { *this = other; }
   void ReSet(const sxAsnBits &other) { *this = other; }
 
-  int SetBit(int bit);                                       ///< 0, or -1 out of range
-  int ClearBit(int bit);                                     ///< 0, or -1 out of range
-  int GetBit(int bit) const;                                 ///< 0 or 1, or -1 out of range
+  int SetBit(int bit);        ///< 0, or -1 out of range
+  int ClearBit(int bit);      ///< 0, or -1 out of range
+  int GetBit(int bit) const;  ///< 0 or 1, or -1 out of range
   /// Appends its bits. @return 0, or -1 when an int cannot count them: nothing changes
   int Concat(const sxAsnBits &other);
   bool BitsEquiv(const sxAsnBits &other) const;
 
   int BitLen() const { return m_bitLen; }
-  int Len() const { return m_octets.Len(); }                 ///< octets: (BitLen() + 7) / 8
+  int Len() const { return m_octets.Len(); }  ///< octets: (BitLen() + 7) / 8
   const unsigned char *Data() const { return m_octets.Data(); }
 
   static const sxAsnTypeInfo kInfo;
@@ -61,7 +61,7 @@ class KXCERT_EXPORT sxAsnBits : public sxAsnType {
   int BDecConsBits(sxAsnReadBuf &buf, int len, int &bytesDecoded);
 
   sxOctets m_octets;
-  int m_bitLen = 0;      // set last: never more bits than octets, also when memory ends
+  int m_bitLen = 0;  // set last: never more bits than octets, also when memory ends
 };
 
 #endif

@@ -9,7 +9,7 @@ class KXCERT_EXPORT sxAsnBool : public sxAsnType {
  public:
   explicit sxAsnBool(int value = 0) : m_value(value != 0 ? 1 : 0) {}
   void Set(int value) { m_value = value != 0 ? 1 : 0; }
-  int Value() const { return m_value; }          ///< 0 or 1
+  int Value() const { return m_value; }  ///< 0 or 1
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }

@@ -11,13 +11,13 @@
 
 #include "kxcert/platform/export.h"
 
-constexpr int kMaxNesting = 64;        ///< levels that decode within each other; deeper input fails
-constexpr int kIndefiniteLen = -2;     ///< what BDecLen returns for the octet 0x80
+constexpr int kMaxNesting = 64;     ///< levels that decode within each other; deeper input fails
+constexpr int kIndefiniteLen = -2;  ///< what BDecLen returns for the octet 0x80
 
 /// Cursor over octets that are read.
 class KXCERT_EXPORT sxAsnReadBuf {
  public:
-  void Init(const unsigned char *data, int len) {   ///< null or a negative length: no octets
+  void Init(const unsigned char *data, int len) {  ///< null or a negative length: no octets
     m_start = m_curr = m_element = data;
     m_end = data + (data != nullptr && len > 0 ? len : 0);
     m_nesting = 0;
@@ -25,19 +25,19 @@ class KXCERT_EXPORT sxAsnReadBuf {
   void Set(const unsigned char *data, int len) { Init(data, len); }
 
   int GetOffset() const { return static_cast<int>(m_curr - m_start); }
-  int GetLen() const { return static_cast<int>(m_end - m_curr); }   ///< octets that remain
+  int GetLen() const { return static_cast<int>(m_end - m_curr); }  ///< octets that remain
 
   int PeekByte() const { return m_curr < m_end ? *m_curr : AtEnd("sxAsnReadBuf::PeekByte"); }
-  int GetByte() { return m_curr < m_end ? *m_curr++ : AtEnd("sxAsnReadBuf::GetByte"); }   ///< or -1
+  int GetByte() { return m_curr < m_end ? *m_curr++ : AtEnd("sxAsnReadBuf::GetByte"); }  ///< or -1
 
   /// The current position; advances by *len, which is first cut to what remains.
   const unsigned char *GetSeg(int *len);
-  int Skip(int n);                               ///< clamped at the end; octets really skipped
-  int Back(int n);                               ///< 1, or -1 when that would pass the start
+  int Skip(int n);  ///< clamped at the end; octets really skipped
+  int Back(int n);  ///< 1, or -1 when that would pass the start
   /// Copies and advances when @p n octets remain, and returns n; else the count that remains.
   int CopyOut(unsigned char *dst, int n);
 
-  const unsigned char *Curr() const { return m_curr; }   ///< borrowed from the caller's octets
+  const unsigned char *Curr() const { return m_curr; }  ///< borrowed from the caller's octets
 
   /// Start of the element whose identifier was read last. Open types need it, because they keep those
   /// octets too.
@@ -45,13 +45,13 @@ class KXCERT_EXPORT sxAsnReadBuf {
   void MarkElement(const unsigned char *at) { m_element = at; }
   void Rewind(const unsigned char *to) { m_curr = to; }  ///< to a position that was read before
   const unsigned char *End() const { return m_end; }
-  void SetEnd(const unsigned char *end) { m_end = end; } ///< within the octets given to Init
+  void SetEnd(const unsigned char *end) { m_end = end; }  ///< within the octets given to Init
 
-  bool EnterLevel() { return ++m_nesting <= kMaxNesting; }   ///< pair with LeaveLevel, also on false
+  bool EnterLevel() { return ++m_nesting <= kMaxNesting; }  ///< pair with LeaveLevel, also on false
   void LeaveLevel() { --m_nesting; }
 
  private:
-  static int AtEnd(const char *func);            // logs, returns -1
+  static int AtEnd(const char *func);  // logs, returns -1
 
   const unsigned char *m_start = nullptr;
   const unsigned char *m_curr = nullptr;
@@ -78,18 +78,18 @@ class sxAsnLevel {
 /// write succeeds and stores nothing.
 class KXCERT_EXPORT sxAsnWriteBuf {
  public:
-  void Init(unsigned char *data, int len) {      ///< null: measures; a negative length: no room
+  void Init(unsigned char *data, int len) {  ///< null: measures; a negative length: no room
     m_start = data;
     m_end = data + (data != nullptr && len > 0 ? len : 0);
     m_curr = m_end;
   }
-  void ReSet() {                                 ///< empties; clears both flags
+  void ReSet() {  ///< empties; clears both flags
     m_curr = m_end;
     sortSets = 0;
     m_overflow = false;
   }
 
-  int PutByte(unsigned char octet) {             ///< 1, or -1 when there is no room
+  int PutByte(unsigned char octet) {  ///< 1, or -1 when there is no room
     if (m_start == nullptr) return 1;
     if (m_curr == m_start) return NoRoom("sxAsnWriteBuf::PutByte");
     *--m_curr = octet;
@@ -104,19 +104,19 @@ class KXCERT_EXPORT sxAsnWriteBuf {
     return 1;
   }
 
-  void Unput(int n) {                            ///< takes back octets written last, at most all
+  void Unput(int n) {  ///< takes back octets written last, at most all
     if (m_start != nullptr && n > 0) m_curr += n < Written() ? n : Written();
   }
   bool Full() const { return m_curr == m_start && m_start != nullptr; }
   bool Measures() const { return m_start == nullptr; }
   bool Overflow() const { return m_overflow; }
-  unsigned char *Curr() const { return m_curr; }                       ///< first octet written
-  int Written() const { return static_cast<int>(m_end - m_curr); }     ///< octets written so far
+  unsigned char *Curr() const { return m_curr; }                    ///< first octet written
+  int Written() const { return static_cast<int>(m_end - m_curr); }  ///< octets written so far
 
-  int sortSets = 0;   ///< 1 or more: SET OF encoders sort their elements (X.690, 11.6)
+  int sortSets = 0;  ///< 1 or more: SET OF encoders sort their elements (X.690, 11.6)
 
  private:
-  int NoRoom(const char *func);                  // sets the flag, logs, returns -1
+  int NoRoom(const char *func);  // sets the flag, logs, returns -1
 
   unsigned char *m_curr = nullptr;
   unsigned char *m_end = nullptr;
@@ -156,7 +156,7 @@ inline int BEncTag(sxAsnWriteBuf &buf, int tagClass, int form, int code) {
 inline int BDecLen(sxAsnReadBuf &buf, int &bytesDecoded) {
   const unsigned char *curr = buf.Curr();
   const int left = buf.GetLen();
-  if (left > 0 && *curr < 0x80 && *curr < left) {   // the common case: one octet, and the room is there
+  if (left > 0 && *curr < 0x80 && *curr < left) {  // the common case: one octet, and the room is there
     buf.GetByte();
     ++bytesDecoded;
     return *curr;
@@ -169,11 +169,11 @@ inline int BEncDefLen(sxAsnWriteBuf &buf, int len) {
   if (len >= 0 && len < 0x80 && !buf.Full()) return buf.PutByte(static_cast<unsigned char>(len));
   return BEncLongLen(buf, len);
 }
-KXCERT_EXPORT int BEncIndefLen(sxAsnWriteBuf &buf);                       ///< 1, or -1
+KXCERT_EXPORT int BEncIndefLen(sxAsnWriteBuf &buf);  ///< 1, or -1
 
-KXCERT_EXPORT int BDecEoc(sxAsnReadBuf &buf, int &bytesDecoded);          ///< 1, or -1
-KXCERT_EXPORT int BEncEoc(sxAsnWriteBuf &buf);                            ///< 2, or -1
-KXCERT_EXPORT int BEoc(const unsigned char *octets);                      ///< 1 when both are 0, else -1
+KXCERT_EXPORT int BDecEoc(sxAsnReadBuf &buf, int &bytesDecoded);  ///< 1, or -1
+KXCERT_EXPORT int BEncEoc(sxAsnWriteBuf &buf);                    ///< 2, or -1
+KXCERT_EXPORT int BEoc(const unsigned char *octets);              ///< 1 when both are 0, else -1
 
 /// Measures without consuming. With @p all 0: one whole element of definite length. Otherwise: the
 /// contents of an indefinite-length element up to and with its end-of-contents octets; the elements

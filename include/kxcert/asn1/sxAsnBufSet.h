@@ -11,7 +11,7 @@
 /// An owned copy of one element's encoding.
 class KXCERT_EXPORT sxAsnDataBuf {
  public:
-  sxAsnDataBuf(const unsigned char *data, int len)   ///< null or a negative length: no octets
+  sxAsnDataBuf(const unsigned char *data, int len)  ///< null or a negative length: no octets
       : m_octets(data, data + (data != nullptr && len > 0 ? len : 0)) {}
   const unsigned char *Data() const { return m_octets.data(); }
   int Len() const { return static_cast<int>(m_octets.size()); }

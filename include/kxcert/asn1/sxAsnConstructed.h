@@ -42,7 +42,7 @@ class KXCERT_EXPORT sxAsnSequence : public sxAsnConstructed {
 
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;
   int EncContent(sxAsnWriteBuf &buf) override;
-  static void DestroyElems(sxAsnType &self, const sxAsnTypeInfo &info);   // by generated destructors
+  static void DestroyElems(sxAsnType &self, const sxAsnTypeInfo &info);  // by generated destructors
 
  private:
   int DecodeInOrder(sxAsnReadBuf &buf, int len, int &counter);
@@ -60,7 +60,7 @@ class KXCERT_EXPORT sxAsnList : public sxAsnConstructed {
 
   /// Moves the cursor to the @p index-th element from 0; past the end selects the last.
   void SetCurrElmt(int index);
-  int GetCurrElmtIndex() const { return m_curr == kNoCursor ? Count() : m_curr; }   ///< Count() without a cursor
+  int GetCurrElmtIndex() const { return m_curr == kNoCursor ? Count() : m_curr; }  ///< Count() without a cursor
   /// Deletes the element at the cursor. Removing the first makes its successor current, the last its
   /// predecessor; a middle one leaves no cursor.
   void RemoveCurrFromList();
@@ -76,8 +76,8 @@ class KXCERT_EXPORT sxAsnList : public sxAsnConstructed {
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;
   int EncContent(sxAsnWriteBuf &buf) override;
 
-  void Insert(int at, sxAsnType *elem);   // takes over the element
-  sxAsnType *InsertNew(int at);           // the new element becomes current and is lent
+  void Insert(int at, sxAsnType *elem);  // takes over the element
+  sxAsnType *InsertNew(int at);          // the new element becomes current and is lent
   int AtCursor() const { return m_curr == kNoCursor ? 0 : m_curr; }
   int BehindCursor() const { return m_curr == kNoCursor ? Count() : m_curr + 1; }
   sxAsnType *CurrElem() const { return m_curr == kNoCursor ? nullptr : m_elems[m_curr]; }
@@ -117,17 +117,17 @@ class sxAsnListOf : public sxAsnList {
   /// Each makes a new element, links it, makes it current and lends it to be filled.
   T *Append() { return static_cast<T *>(InsertNew(Count())); }
   T *Prepend() { return static_cast<T *>(InsertNew(0)); }
-  T *InsertAfter() { return static_cast<T *>(InsertNew(BehindCursor())); }   ///< no cursor: at the end
-  T *InsertBefore() { return static_cast<T *>(InsertNew(AtCursor())); }      ///< no cursor: at the start
+  T *InsertAfter() { return static_cast<T *>(InsertNew(BehindCursor())); }  ///< no cursor: at the end
+  T *InsertBefore() { return static_cast<T *>(InsertNew(AtCursor())); }     ///< no cursor: at the start
 
   /// Each links a copy and leaves the cursor where it is.
   sxAsnListOf &AppendCopy(const T &elem) { return Insert(Count(), elem.Dup()), *this; }
   sxAsnListOf &PrependCopy(const T &elem) { return Insert(0, elem.Dup()), *this; }
   sxAsnListOf &InsertAfterAndCopy(const T &elem) { return Insert(BehindCursor(), elem.Dup()), *this; }
   sxAsnListOf &InsertBeforeAndCopy(const T &elem) { return Insert(AtCursor(), elem.Dup()), *this; }
-  T *CurrElmt() const { return static_cast<T *>(CurrElem()); }        ///< lent, null without a cursor
+  T *CurrElmt() const { return static_cast<T *>(CurrElem()); }  ///< lent, null without a cursor
 
- protected:   // copies and assignments are the generated classes' own: here they would lose the elements
+ protected:  // copies and assignments are the generated classes' own: here they would lose the elements
   sxAsnListOf() = default;
   sxAsnListOf(const sxAsnListOf &) = default;
   sxAsnListOf &operator=(const sxAsnListOf &) = default;
@@ -138,11 +138,11 @@ class KXCERT_EXPORT sxAsnChoice : public sxAsnConstructed {
  public:
   ~sxAsnChoice() override { Clean(); }
 
-  int ChoiceId() const { return m_choiceId; }      ///< from 0 in definition order; 0 while empty
-  sxAsnType *Value() const { return m_value; }     ///< lent, null while empty
-  void Clean();                                    ///< deletes the value
+  int ChoiceId() const { return m_choiceId; }   ///< from 0 in definition order; 0 while empty
+  sxAsnType *Value() const { return m_value; }  ///< lent, null while empty
+  void Clean();                                 ///< deletes the value
 
-  sxAsnType *GetType(const char *name) override;   ///< itself, else the value's answer
+  sxAsnType *GetType(const char *name) override;  ///< itself, else the value's answer
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
   int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
@@ -153,7 +153,7 @@ class KXCERT_EXPORT sxAsnChoice : public sxAsnConstructed {
   sxAsnChoice(const sxAsnChoice &) : sxAsnConstructed() {}
   sxAsnChoice &operator=(const sxAsnChoice &) { return *this; }
 
-  void Choose(int choiceId, const sxAsnType &value);   // stores a copy
+  void Choose(int choiceId, const sxAsnType &value);  // stores a copy
   sxAsnType *Chosen(int choiceId) const { return m_choiceId == choiceId ? m_value : nullptr; }
 
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;
@@ -164,7 +164,7 @@ class KXCERT_EXPORT sxAsnChoice : public sxAsnConstructed {
   int DecodeOrKeepRaw(sxAsnReadBuf &buf, int alternative, unsigned int tag, int len, int &bytesDecoded);
 
   int m_choiceId = 0;
-  sxAsnType *m_value = nullptr;                    // owned
+  sxAsnType *m_value = nullptr;  // owned
 };
 
 #endif

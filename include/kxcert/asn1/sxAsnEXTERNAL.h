@@ -48,9 +48,9 @@ class KXCERT_EXPORT sxAsnEXTERNAL : public sxAsnSequence {
   }
   ~sxAsnEXTERNAL() override;
 
-  sxAsnOid *direct_reference = nullptr;                   ///< may be null in what decodes
-  sxAsnInt *indirect_reference = nullptr;                 ///< may be null in what decodes
-  sxAsnObjectDescriptor *data_value_descriptor = nullptr; ///< may be null in what decodes
+  sxAsnOid *direct_reference = nullptr;                    ///< may be null in what decodes
+  sxAsnInt *indirect_reference = nullptr;                  ///< may be null in what decodes
+  sxAsnObjectDescriptor *data_value_descriptor = nullptr;  ///< may be null in what decodes
   sxAsnEXTERNALChoice *encoding = nullptr;
 
   static const sxAsnTypeInfo kInfo;

@@ -21,10 +21,10 @@ class KXCERT_EXPORT sxAsnInt : public sxAsnType {
   void Set(const unsigned char *octets, unsigned int len);
   /// The octets of a big value; -1 unless exactly @p len are held.
   int GetBuf(unsigned char *octets, int len) const;
-  int GetShortVal() const;                       ///< the low 32 bits
+  int GetShortVal() const;  ///< the low 32 bits
   bool IsBig() const { return m_big.Len() > 0; }
-  const sxOctets &BigOctets() const { return m_big; }   ///< empty for a small value
-  bool IsMagnitude() const { return m_isMagnitude; }    ///< the big octets were set, not decoded
+  const sxOctets &BigOctets() const { return m_big; }  ///< empty for a small value
+  bool IsMagnitude() const { return m_isMagnitude; }   ///< the big octets were set, not decoded
 
   /// True when both denote the same number, however each is stored: decoded octets are two's complement,
   /// those that were set a magnitude.
@@ -49,7 +49,7 @@ class KXCERT_EXPORT sxAsnInt : public sxAsnType {
 
  private:
   int m_small = 0;
-  bool m_isMagnitude = false;   // of m_big; otherwise two's complement
+  bool m_isMagnitude = false;  // of m_big; otherwise two's complement
   sxOctets m_big;
 };
 

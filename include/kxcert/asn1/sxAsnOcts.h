@@ -11,10 +11,10 @@
 class KXCERT_EXPORT sxAsnOcts : public sxAsnType {
  public:
   sxAsnOcts() = default;
-  explicit sxAsnOcts(const unsigned char *text);             ///< up to its NUL
+  explicit sxAsnOcts(const unsigned char *text);  ///< up to its NUL
   sxAsnOcts(const unsigned char *octets, int len) { Set(octets, len); }
 
-  void Set(const char *text);                                ///< up to its NUL; null empties
+  void Set(const char *text);  ///< up to its NUL; null empties
   void ReSet(const char *text) { Set(text); }
   void Set(const unsigned char *octets, int len);
   void ReSet(const unsigned char *octets, int len) { Set(octets, len); }
@@ -22,13 +22,13 @@ class KXCERT_EXPORT sxAsnOcts : public sxAsnType {
   void ReSet(const sxAsnOcts &other) { Set(other); }
   bool OctsEquiv(const sxAsnOcts &other) const { return m_octets.Equals(other.m_octets); }
 
-  const unsigned char *Data() const { return m_octets.Data(); }   ///< borrowed until it changes
+  const unsigned char *Data() const { return m_octets.Data(); }  ///< borrowed until it changes
   int Len() const { return m_octets.Len(); }
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
   const char *TypeName() const override { return Info()->name; }
-  sxAsnType *GetType(const char *name) override;             ///< strings answer to "sxAsnOcts" too
+  sxAsnType *GetType(const char *name) override;  ///< strings answer to "sxAsnOcts" too
   sxAsnType *Clone() const override { return Info()->create(); }
   sxAsnType *Dup() const override;
   /// A length octet of 0 ends the element at once and is not added to @p bytesDecoded; kept so by
@@ -47,12 +47,12 @@ class KXCERT_EXPORT sxAsnOcts : public sxAsnType {
 };
 
 /// The string and time types add nothing but their names and tags.
-#define KXCERT_ASN1_STRING_CLASS(Class)                                \
-  class KXCERT_EXPORT Class : public sxAsnOcts {                       \
-   public:                                                             \
-    using sxAsnOcts::sxAsnOcts;                                        \
-    static const sxAsnTypeInfo kInfo;                                  \
-    const sxAsnTypeInfo *Info() const override { return &kInfo; }      \
+#define KXCERT_ASN1_STRING_CLASS(Class)                           \
+  class KXCERT_EXPORT Class : public sxAsnOcts {                  \
+   public:                                                        \
+    using sxAsnOcts::sxAsnOcts;                                   \
+    static const sxAsnTypeInfo kInfo;                             \
+    const sxAsnTypeInfo *Info() const override { return &kInfo; } \
   }
 KXCERT_ASN1_STRING_CLASS(sxAsnUTF8String);
 KXCERT_ASN1_STRING_CLASS(sxAsnNumericString);

@@ -6,8 +6,8 @@
 #include "kxcert/asn1/octetStore.h"
 #include "kxcert/asn1/sxAsnType.h"
 
-constexpr int kMinOidText = 20;    ///< shortest area that GetStr writes to
-constexpr int kMaxOidArcs = 11;    ///< arcs that Set takes
+constexpr int kMinOidText = 20;  ///< shortest area that GetStr writes to
+constexpr int kMaxOidArcs = 11;  ///< arcs that Set takes
 
 class KXCERT_EXPORT sxAsnOid : public sxAsnType {
  public:
@@ -24,10 +24,10 @@ class KXCERT_EXPORT sxAsnOid : public sxAsnType {
 
   /// Arcs after the last are -1. arc1 * 40 + arc2 must stay below 128. With all eleven arcs given, a
   /// line feed goes to standard output; kept so by intent.
-  void Set(unsigned int arc1, unsigned int arc2, int arc3 = -1, int arc4 = -1, int arc5 = -1,
-           int arc6 = -1, int arc7 = -1, int arc8 = -1, int arc9 = -1, int arc10 = -1, int arc11 = -1);
-  void ReSet(unsigned int arc1, unsigned int arc2, int arc3 = -1, int arc4 = -1, int arc5 = -1,
-             int arc6 = -1, int arc7 = -1, int arc8 = -1, int arc9 = -1, int arc10 = -1, int arc11 = -1) {
+  void Set(unsigned int arc1, unsigned int arc2, int arc3 = -1, int arc4 = -1, int arc5 = -1, int arc6 = -1,
+           int arc7 = -1, int arc8 = -1, int arc9 = -1, int arc10 = -1, int arc11 = -1);
+  void ReSet(unsigned int arc1, unsigned int arc2, int arc3 = -1, int arc4 = -1, int arc5 = -1, int arc6 = -1,
+             int arc7 = -1, int arc8 = -1, int arc9 = -1, int arc10 = -1, int arc11 = -1) {
     Set(arc1, arc2, arc3, arc4, arc5, arc6, arc7, arc8, arc9, arc10, arc11);
   }
   void Set(const unsigned char *content, int len) { m_octets.Assign(content, content == nullptr ? 0 : len); }
@@ -43,7 +43,7 @@ class KXCERT_EXPORT sxAsnOid : public sxAsnType {
   /// Appends one arc in base 128 at @p pos, which moves on; @p content has room for 5 octets there.
   static void EncVal(unsigned char *content, unsigned int arc, int &pos) { AppendArc(content, arc, pos); }
 
-  const unsigned char *Data() const { return m_octets.Data(); }   ///< content octets
+  const unsigned char *Data() const { return m_octets.Data(); }  ///< content octets
   int Len() const { return m_octets.Len(); }
 
   static const sxAsnTypeInfo kInfo;

@@ -12,7 +12,7 @@ class SxStream;
 /// Two spaces a level, at most bufLen/2 - 1 levels, and a NUL.
 KXCERT_EXPORT void StrIndent(int indent, char *buf, int bufLen);
 
-constexpr int kMaxHexPrint = 1600;   ///< octets that HexPrint shows
+constexpr int kMaxHexPrint = 1600;  ///< octets that HexPrint shows
 
 /// Rows of twenty "%02x " items after a line feed; to the log without line feeds when @p toLog.
 KXCERT_EXPORT void HexPrint(FILE *out, const unsigned char *data, int len, int indent, int toLog);

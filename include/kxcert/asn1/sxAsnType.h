@@ -24,13 +24,13 @@ struct sxAsnElem;
 /// What the codec knows of a class. One constant record per class; the generated ones differ in
 /// nothing else.
 struct sxAsnTypeInfo {
-  const char *name;              ///< of the class: "sxASN_Validity"
+  const char *name;  ///< of the class: "sxASN_Validity"
   sxAsnKind kind;
-  bool bothForms;                ///< a string: primitive or constructed
-  bool zeroResult;               ///< success of BDecContent (CHOICE) is 0 instead of 1
-  int tag;                       ///< universal identifier, constructed bit included; 0: none of its own
-  sxAsnType *(*create)();        ///< a new, empty value
-  const sxAsnElem *elems;        ///< SEQUENCE, SET: elements; OF: one row; CHOICE: alternatives
+  bool bothForms;          ///< a string: primitive or constructed
+  bool zeroResult;         ///< success of BDecContent (CHOICE) is 0 instead of 1
+  int tag;                 ///< universal identifier, constructed bit included; 0: none of its own
+  sxAsnType *(*create)();  ///< a new, empty value
+  const sxAsnElem *elems;  ///< SEQUENCE, SET: elements; OF: one row; CHOICE: alternatives
   int numElems;
 };
 
@@ -38,15 +38,15 @@ struct sxAsnTypeInfo {
 struct sxAsnElem {
   enum Tagging : uint8_t { kNone, kImplicit, kExplicit };
 
-  const char *name;              ///< as in the module definition
+  const char *name;  ///< as in the module definition
   const sxAsnTypeInfo *type;
-  uint16_t offset = 0;           ///< of the element pointer in a SEQUENCE or SET class
+  uint16_t offset = 0;  ///< of the element pointer in a SEQUENCE or SET class
   Tagging tagging = kNone;
-  uint8_t tagNumber = 0;         ///< of the context tag, below 31
-  bool optional = false;         ///< OPTIONAL or DEFAULT
-  int8_t definedBy = -1;         ///< ANY DEFINED BY: index of the element that selects the type
-  bool fallBack = false;         ///< CHOICE: content that does not decode goes to the ANY alternative;
-                                 ///< ANY DEFINED BY: it is kept as raw octets
+  uint8_t tagNumber = 0;  ///< of the context tag, below 31
+  bool optional = false;  ///< OPTIONAL or DEFAULT
+  int8_t definedBy = -1;  ///< ANY DEFINED BY: index of the element that selects the type
+  bool fallBack = false;  ///< CHOICE: content that does not decode goes to the ANY alternative;
+                          ///< ANY DEFINED BY: it is kept as raw octets
 };
 
 class KXCERT_EXPORT sxAsnType {
@@ -54,17 +54,17 @@ class KXCERT_EXPORT sxAsnType {
   virtual ~sxAsnType() = default;
 
   virtual const char *TypeName() const = 0;
-  virtual sxAsnType *GetType(const char *name);        ///< this when the name is its own, else null
-  virtual sxAsnType *Clone() const { return nullptr; } ///< a new, empty value for delete
-  virtual sxAsnType *Dup() const = 0;                  ///< a new, deep copy for delete
+  virtual sxAsnType *GetType(const char *name);         ///< this when the name is its own, else null
+  virtual sxAsnType *Clone() const { return nullptr; }  ///< a new, empty value for delete
+  virtual sxAsnType *Dup() const = 0;                   ///< a new, deep copy for delete
 
   /// Decodes a whole element. Adds the octets consumed to @p bytesDecoded. The octets may lie within
   /// what the value held before. On failure the value is partly filled and not to be used.
   /// @return 0 or 1, or -1
   virtual int BDec(sxAsnReadBuf &buf, int &bytesDecoded);
-  virtual int BEnc(sxAsnWriteBuf &buf);                ///< octets written, or -1
-  virtual void Herror(int indent);                     ///< Print's text to the debug log
-  virtual int Print(FILE *out, int indent);            ///< null: standard output; 0, or -1 (no value)
+  virtual int BEnc(sxAsnWriteBuf &buf);      ///< octets written, or -1
+  virtual void Herror(int indent);           ///< Print's text to the debug log
+  virtual int Print(FILE *out, int indent);  ///< null: standard output; 0, or -1 (no value)
 
   /// The contents alone: identifier and length octets were read, or are written, by the caller.
   int BDecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
@@ -73,7 +73,7 @@ class KXCERT_EXPORT sxAsnType {
   int BEncContent(sxAsnWriteBuf &buf) { return EncContent(buf); }
 
   virtual const sxAsnTypeInfo *Info() const { return nullptr; }
-  virtual int Describe(SxStream &out, int indent) const;   ///< Print's text; 0, or -1 (no value)
+  virtual int Describe(SxStream &out, int indent) const;  ///< Print's text; 0, or -1 (no value)
   /// Makes this a deep copy; either value may be a part of the other.
   /// @return 0, or -1 for a value of another class (nothing changes)
   virtual int CopyFrom(const sxAsnType &) { return -1; }
@@ -100,8 +100,7 @@ KXCERT_EXPORT int sxASN_EncodeBuf(sxAsnType &value, kxBinBuf &out, int sortSets)
 
 /// Encodes into the caller's area, or only measures when @p out is null.
 /// @param[out] encodedLen  octets, or -1
-KXCERT_EXPORT int sxASN_EncodeBuf(sxAsnType &value, char *out, int outSize, int &encodedLen,
-                                  int sortSets);
+KXCERT_EXPORT int sxASN_EncodeBuf(sxAsnType &value, char *out, int outSize, int &encodedLen, int sortSets);
 
 /// Decodes one value that takes up all @p len octets, which may lie within @p value.
 /// @return 0, or -1 (null, a negative length, nothing decoded, or octets remain)

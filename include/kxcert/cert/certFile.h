@@ -7,7 +7,7 @@
 
 class kxBinBuf;
 
-constexpr int kCertFileErrLen = 512;   ///< room that the error text of sxCert_AsnBufFromFile takes
+constexpr int kCertFileErrLen = 512;  ///< room that the error text of sxCert_AsnBufFromFile takes
 
 /// Reads a certificate file: DER or PEM as it stands, or "{ASN}" and hexadecimal text, whose octets
 /// are then reversed by intent.

@@ -9,8 +9,8 @@ class sxASN_Time;
 
 /// Seconds since 1970-01-01 00:00 UTC, or -1. Years after 2037 become 1 January 2038 with their time
 /// of day, so that results fit 32 bits; 1 January 1970 is 0 whatever its time of day. By intent.
-KXCERT_EXPORT int sxGeneralTime2time(const unsigned char *text, int len);   ///< YYYYMMDDHHMMSSZ
-KXCERT_EXPORT int sxUTCTime2time(const unsigned char *text, int len);       ///< YYMMDDHHMM[SS]Z
+KXCERT_EXPORT int sxGeneralTime2time(const unsigned char *text, int len);  ///< YYYYMMDDHHMMSSZ
+KXCERT_EXPORT int sxUTCTime2time(const unsigned char *text, int len);      ///< YYMMDDHHMM[SS]Z
 KXCERT_EXPORT int sxASN_Time2time(const sxASN_Time *time);
 
 #endif

@@ -20,7 +20,6 @@ class sxString;
 /// @retval -3  bad arguments
 KXCERT_EXPORT int Base64Decode_PEM(const char *text, unsigned char **out, int &len, const char *header,
                                    const char *footer, int strict, const char *strip);
-KXCERT_EXPORT int Base64Encode_PEM(const sxString &header, const sxString &footer, const kxBinBuf &data,
-                                   sxString &out);
+KXCERT_EXPORT int Base64Encode_PEM(const sxString &header, const sxString &footer, const kxBinBuf &data, sxString &out);
 
 #endif

@@ -13,6 +13,6 @@ KXCERT_EXPORT sxAsnInt *AsnIntFromBuf(const unsigned char *octets, int len);
 /// A serial's octets: as stored when longer than four, else the fewest that hold the value.
 /// @return octets, also for a null @p buf; -1 (logged) when they do not fit
 KXCERT_EXPORT int AsnInt2Buf(const sxAsnInt *serial, unsigned char *buf, int len);
-KXCERT_EXPORT int AsnInt2BinBuf(const sxAsnInt *serial, kxBinBuf &out);     ///< 0 or -1
+KXCERT_EXPORT int AsnInt2BinBuf(const sxAsnInt *serial, kxBinBuf &out);  ///< 0 or -1
 
 #endif

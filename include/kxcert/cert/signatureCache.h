@@ -13,8 +13,8 @@
 struct sxSignatureCacheStats {
   uint64_t hits;
   uint64_t misses;
-  uint32_t entries;      ///< held now
-  uint32_t maxEntries;   ///< 0 while it is off
+  uint32_t entries;     ///< held now
+  uint32_t maxEntries;  ///< 0 while it is off
 };
 
 /// Sets how many signatures are kept, at 32 bytes each (8192 to begin with; rounded up to a power of

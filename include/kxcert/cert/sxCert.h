@@ -31,7 +31,7 @@ enum sxCertHerrorDetails : int { sxCert_brief = 1, sxCert_full = 2, sxCert_full_
 
 class KXCERT_EXPORT sxCert : public sxSigned {
  public:
-  sxCert(const unsigned char *buf, unsigned int len);   ///< DER or strict PEM; see OK()
+  sxCert(const unsigned char *buf, unsigned int len);  ///< DER or strict PEM; see OK()
 
   int Version() const;                             ///< the INTEGER plus 1 in 32 bits, whatever it is; 1 without
   const sxAsnInt *SerialNum() const;               ///< lent
@@ -42,15 +42,15 @@ class KXCERT_EXPORT sxCert : public sxSigned {
   /// what 32 bits do not hold, also for the one second before 1970; 2038-01-01 for every later day; fields
   /// beyond their range carry over (30 February is 1 or 2 March).
   int notBefore() const;
-  int notAfter() const;                            ///< likewise
-  int signatureSignAlgorithm() const;              ///< of the outer field: 0 RSA, 2 DSA, 3 ECDSA; -1 unknown
-  int signatureHashAlgorithm() const;              ///< likewise: sx_md_type; 3 unknown, or none named
-  sxPubKey *PubKey() const;                        ///< lent; null only when not OK
+  int notAfter() const;                ///< likewise
+  int signatureSignAlgorithm() const;  ///< of the outer field: 0 RSA, 2 DSA, 3 ECDSA; -1 unknown
+  int signatureHashAlgorithm() const;  ///< likewise: sx_md_type; 3 unknown, or none named
+  sxPubKey *PubKey() const;            ///< lent; null only when not OK
 
   const sxExtensionsList &Extensions() const;
-  const sxExtension *GetExt(const sxAsnOid *oid) const;   ///< lent; null when absent
-  int IsCritical(const sxAsnOid *oid) const;       ///< 1 when present and critical, else 0
-  const sxKeyUsage *KeyUsage() const;              ///< each lent; null when absent
+  const sxExtension *GetExt(const sxAsnOid *oid) const;  ///< lent; null when absent
+  int IsCritical(const sxAsnOid *oid) const;             ///< 1 when present and critical, else 0
+  const sxKeyUsage *KeyUsage() const;                    ///< each lent; null when absent
   const sxExtKeyUsage *ExtKeyUsage() const;
   const sxBasicConstraint *GetBasicConstraint() const;
   const sxGeneralNames *AltNames() const;
@@ -58,12 +58,12 @@ class KXCERT_EXPORT sxCert : public sxSigned {
   const sxExtKeyID *AuthorityKeyId() const;
   const sxAuthorityInfoAccess *AuthInfoAccess() const;
   const sxGeneralNames *DistPoints() const;
-  int HasKeyUsage(sxKeyUsageType bit) const;       ///< 1 when the extension is there and has the bit
+  int HasKeyUsage(sxKeyUsageType bit) const;  ///< 1 when the extension is there and has the bit
 
-  int operator==(const sxCert &other) const;       ///< 1 when the octets are the same, else 0
+  int operator==(const sxCert &other) const;  ///< 1 when the octets are the same, else 0
 
   void Sprint(SxStream *out, sxCertHerrorDetails details, int indent) const;
-  void Fprint(FILE *out, sxCertHerrorDetails details, int indent) const;   ///< null: standard output
+  void Fprint(FILE *out, sxCertHerrorDetails details, int indent) const;  ///< null: standard output
   void Herror(sxCertHerrorDetails details, int indent = 0) const;
 
  private:
@@ -74,7 +74,7 @@ class KXCERT_EXPORT sxCert : public sxSigned {
 KXCERT_EXPORT sxCert *sxCert_Decode(const unsigned char *buf, int len);
 KXCERT_EXPORT void sxCert_Free(sxCert *cert);
 KXCERT_EXPORT void sxCert_Save(sxCert *cert);
-KXCERT_EXPORT int sxCert_GetSubject(sxCert *cert, char *buf, int len);   ///< 0, or -1 (does not fit)
+KXCERT_EXPORT int sxCert_GetSubject(sxCert *cert, char *buf, int len);  ///< 0, or -1 (does not fit)
 KXCERT_EXPORT void sxCert_Herror_buf(const unsigned char *buf, int len);
 KXCERT_EXPORT void sxCert_Sprint_certbuf(SxStream *out, const unsigned char *buf, int len, int indent);
 KXCERT_EXPORT void sxCert_Fprint_certbuf(FILE *out, const unsigned char *buf, int len, int indent);
@@ -82,7 +82,7 @@ KXCERT_EXPORT void sxCert_Fprint_certbuf(FILE *out, const unsigned char *buf, in
 /// entries with the first hundred of them. What does not decode prints "Error: " and why.
 KXCERT_EXPORT void sxCert_Sprint_CRLbuf(SxStream *out, const unsigned char *buf, int len, int indent);
 KXCERT_EXPORT void sxCert_Fprint_CRLbuf(FILE *out, const unsigned char *buf, int len, int indent);
-KXCERT_EXPORT int sxCert_IsSameSerialNumber(const sxAsnInt *a, const sxAsnInt *b);   ///< 1 or 0
+KXCERT_EXPORT int sxCert_IsSameSerialNumber(const sxAsnInt *a, const sxAsnInt *b);  ///< 1 or 0
 
 /// 1 when a certificate's key may be of that algorithm: RSA, under its own identifier or one of its
 /// signatures', or EC; else 0.

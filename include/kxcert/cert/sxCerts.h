@@ -15,19 +15,19 @@
 class KXCERT_EXPORT sxSignedObjects_imp {
  public:
   explicit sxSignedObjects_imp(int capacity) : m_slots(capacity > 0 ? static_cast<size_t>(capacity) : 0) {}
-  sxSignedObjects_imp(const sxSignedObjects_imp &other);            ///< takes references
+  sxSignedObjects_imp(const sxSignedObjects_imp &other);  ///< takes references
   sxSignedObjects_imp &operator=(const sxSignedObjects_imp &) = delete;
   ~sxSignedObjects_imp();
 
   int Slots() const { return static_cast<int>(m_slots.size()); }
-  int Count() const { return m_count; }            ///< slots that are not empty
-  int Top() const { return m_top; }                ///< highest slot that is not empty, or -1
-  sxSigned *Get(int i) const;                      ///< lent; null for an empty or no slot
-  void Add(sxSigned *obj);                         ///< at Top() + 1; adopts
-  int Set(int i, sxSigned *obj);                   ///< adopts, 0; or -1 out of range, nothing adopted
-  int Del(int i);                                  ///< empties the slot; later ones do not move; 0 or -1
+  int Count() const { return m_count; }  ///< slots that are not empty
+  int Top() const { return m_top; }      ///< highest slot that is not empty, or -1
+  sxSigned *Get(int i) const;            ///< lent; null for an empty or no slot
+  void Add(sxSigned *obj);               ///< at Top() + 1; adopts
+  int Set(int i, sxSigned *obj);         ///< adopts, 0; or -1 out of range, nothing adopted
+  int Del(int i);                        ///< empties the slot; later ones do not move; 0 or -1
   void ClearAll();
-  void Keep(sxPKobj *obj);                         ///< takes a reference in place of the one it had
+  void Keep(sxPKobj *obj);  ///< takes a reference in place of the one it had
 
  private:
   std::vector<sxSigned *> m_slots;
@@ -39,20 +39,20 @@ class KXCERT_EXPORT sxSignedObjects_imp {
 class KXCERT_EXPORT sxCerts {
  public:
   explicit sxCerts(int capacity = 0);
-  sxCerts(const sxCerts &other);                   ///< the same certificates, one more reference each
+  sxCerts(const sxCerts &other);  ///< the same certificates, one more reference each
   sxCerts &operator=(const sxCerts &other);
   ~sxCerts();
 
   int Slots() const { return m_imp->Slots(); }
-  int Count() const { return m_imp->Count(); }     ///< slots that are not empty
+  int Count() const { return m_imp->Count(); }  ///< slots that are not empty
   int Top() const { return m_imp->Top(); }
   sxCert *Get(int i) const { return static_cast<sxCert *>(m_imp->Get(i)); }
   void Add(sxCert *cert) { m_imp->Add(cert); }
   int Set(int i, sxCert *cert) { return m_imp->Set(i, cert); }
   int Del(int i) { return m_imp->Del(i); }
   void ClearAll() { m_imp->ClearAll(); }
-  void Swap(sxCerts &other) noexcept;              ///< exchanges the members
-  sxCert *GetBySubjectDN(const sxDN &dn) const;    ///< lent; the first one, or null
+  void Swap(sxCerts &other) noexcept;            ///< exchanges the members
+  sxCert *GetBySubjectDN(const sxDN &dn) const;  ///< lent; the first one, or null
   /// Keeps @p obj, say the root that a chain ends in, alive with the set and its copies, until it is
   /// cleared or keeps another. Null: nothing.
   void Keep(sxPKobj *obj) { m_imp->Keep(obj); }
@@ -63,7 +63,7 @@ class KXCERT_EXPORT sxCerts {
   void Herror(const char *title, sxCertHerrorDetails details) const;
 
  private:
-  sxSignedObjects_imp *m_imp;                      // owned, never null
+  sxSignedObjects_imp *m_imp;  // owned, never null
 };
 
 /// DER of the certificate sequence, into the caller's area. @return octets, or -1

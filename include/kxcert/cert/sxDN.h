@@ -25,26 +25,26 @@ class SxStream;
 
 class KXCERT_EXPORT sxDN {
  public:
-  sxDN();                                          ///< no name; GetStr() is null
-  explicit sxDN(const char *text);                 ///< null or unreadable: no name; "" an empty name
-  sxDN(const unsigned char *der, int len);         ///< undecodable: no name
-  explicit sxDN(const sxASN_RDNSequence *name);    ///< deep copy; null: no name
+  sxDN();                                        ///< no name; GetStr() is null
+  explicit sxDN(const char *text);               ///< null or unreadable: no name; "" an empty name
+  sxDN(const unsigned char *der, int len);       ///< undecodable: no name
+  explicit sxDN(const sxASN_RDNSequence *name);  ///< deep copy; null: no name
   sxDN(const sxDN &other);
   sxDN &operator=(const sxDN &other);
   ~sxDN();
 
-  int Set(const sxDN &other);                      ///< 0, or -1 when the other has no name
-  int RemoveCN();                                  ///< 1 when the most specific RDN held a CN and went
-  int RemoveOid(const sxAsnOid *type);             ///< 1 when an RDN with it went, root-most first
+  int Set(const sxDN &other);           ///< 0, or -1 when the other has no name
+  int RemoveCN();                       ///< 1 when the most specific RDN held a CN and went
+  int RemoveOid(const sxAsnOid *type);  ///< 1 when an RDN with it went, root-most first
 
   /// Text, borrowed until the name changes. Null without a name or with a value that has no text. A
   /// value that holds a NUL is written in "#" form, here and wherever it is handed out by itself.
   const char *GetStr() const;
-  const char *GetStr_ascii() const;                ///< values outside 0x20..0x7F in "#" form
+  const char *GetStr_ascii() const;  ///< values outside 0x20..0x7F in "#" form
   /// DER of at most 4096 octets, borrowed until the name changes. @return 0 or -1
   int DerEncode(unsigned char **out, int *len) const;
-  const sxASN_RDNSequence *GetName() const;        ///< lent; null without a name
-  int Count() const;                               ///< RDNs; 0 without a name
+  const sxASN_RDNSequence *GetName() const;  ///< lent; null without a name
+  int Count() const;                         ///< RDNs; 0 without a name
 
   /// The most specific AVA of a type, printed as in GetStr. @return 0, or -1 (absent; does not fit, which
   /// is logged)
@@ -52,14 +52,14 @@ class KXCERT_EXPORT sxDN {
   int GetCN(char *buf, int len) const;
   int GetO(char *buf, int len) const;
   int GetOU(char *buf, int len) const;
-  int IsContain(const sxAsnOid *type) const;       ///< 0 when found, -1 when not; callers rely on it
+  int IsContain(const sxAsnOid *type) const;  ///< 0 when found, -1 when not; callers rely on it
 
   /// Same RDNs in the same order; values without regard to case and to how spaces run. Names without a
   /// name, or with a value that has no text, equal nothing.
   bool Equal(const sxDN &other) const;
   bool operator==(const sxDN &other) const { return Equal(other); }
   bool operator!=(const sxDN &other) const { return !Equal(other); }
-  bool IsSub(const sxDN &suffix) const;            ///< the text ends with the suffix's RDNs
+  bool IsSub(const sxDN &suffix) const;  ///< the text ends with the suffix's RDNs
   /// Copies this name to @p out without the RDNs of @p sub, wherever they stand. whole: all were found.
   /// @return 1, or 0 without a name or RDNs (out and whole untouched)
   int RemoveSubDN(const sxDN &sub, sxDN &out, int &whole) const;
@@ -67,32 +67,32 @@ class KXCERT_EXPORT sxDN {
   /// Equal names have equal hashes; the same on every target. 0 without a name.
   uint64_t Hash() const;
 
-  void Sprint(SxStream *out, int indent) const;    ///< one line: GetStr(), or "<no name>"
-  void Fprint(FILE *out, int indent) const;        ///< null: standard output
-  void Herror() const;                             ///< the same text to the debug log
-  sxDN_imp *GetP() const { return m_imp; }         ///< the library's own use
+  void Sprint(SxStream *out, int indent) const;  ///< one line: GetStr(), or "<no name>"
+  void Fprint(FILE *out, int indent) const;      ///< null: standard output
+  void Herror() const;                           ///< the same text to the debug log
+  sxDN_imp *GetP() const { return m_imp; }       ///< the library's own use
 
  private:
   friend class sxCert_imp;
-  explicit sxDN(sxDN_imp *imp) : m_imp(imp) {}     // adopts
+  explicit sxDN(sxDN_imp *imp) : m_imp(imp) {}  // adopts
 
-  sxDN_imp *m_imp;                                 // owned, never null
+  sxDN_imp *m_imp;  // owned, never null
 };
 
 /// Texts in, texts out; 0 or -1 unless said otherwise. An area that is too short (or of a negative
 /// length) stays untouched, and the log says so.
 KXCERT_EXPORT const char *sxDN_GetStr(sxDN *dn);
 KXCERT_EXPORT void sxDN_Free(sxDN *dn);
-KXCERT_EXPORT sxDN *sxDN_DER_Decode(const unsigned char *der, int len);   ///< for sxDN_Free, or null
-KXCERT_EXPORT int sxDN_IsLegalDN(const char *text);                       ///< 1 or 0
+KXCERT_EXPORT sxDN *sxDN_DER_Decode(const unsigned char *der, int len);  ///< for sxDN_Free, or null
+KXCERT_EXPORT int sxDN_IsLegalDN(const char *text);                      ///< 1 or 0
 /// @p cn is an assertion such as "CN=name".
 KXCERT_EXPORT int sxDN_add_CN(const char *dn, const char *cn, char *out, int outLen);
 KXCERT_EXPORT int sxDN_remove_CN(const char *dn, char *out, int outLen);
 KXCERT_EXPORT int sxDN_OU_from_string(const char *dn, char *buf, int len);
 KXCERT_EXPORT int sxDN_CN_from_string(const char *dn, char *buf, int len);
-KXCERT_EXPORT int sxDN_contains_suffix(const char *dn, const char *suffix);   ///< 1, 0, or -1 for null
-KXCERT_EXPORT int sxDN_cmp_strings(const char *a, const char *b);             ///< 1 when equal, else 0
-KXCERT_EXPORT sxAsnOid *sxDN_Str2OID(const char *keyword);                    ///< for delete, or null
+KXCERT_EXPORT int sxDN_contains_suffix(const char *dn, const char *suffix);  ///< 1, 0, or -1 for null
+KXCERT_EXPORT int sxDN_cmp_strings(const char *a, const char *b);            ///< 1 when equal, else 0
+KXCERT_EXPORT sxAsnOid *sxDN_Str2OID(const char *keyword);                   ///< for delete, or null
 /// "CN" and the like, or "OID.1.2.3". @return length, or -1 when it does not fit
 KXCERT_EXPORT int sxDN_OID2Str(const sxAsnOid &type, char *buf, int len);
 

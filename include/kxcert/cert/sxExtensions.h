@@ -38,16 +38,30 @@ class SxStream;
 
 /// Bits of keyUsage (RFC 5280, 4.2.1.3).
 enum sxKeyUsageType : int {
-  sxKU_digitalSignature = 0, sxKU_nonRepudiation = 1, sxKU_keyEncipherment = 2,
-  sxKU_dataEncipherment = 3, sxKU_keyAgreement = 4, sxKU_keyCertSign = 5, sxKU_cRLSign = 6,
-  sxKU_encipherOnly = 7, sxKU_decipherOnly = 8,
+  sxKU_digitalSignature = 0,
+  sxKU_nonRepudiation = 1,
+  sxKU_keyEncipherment = 2,
+  sxKU_dataEncipherment = 3,
+  sxKU_keyAgreement = 4,
+  sxKU_keyCertSign = 5,
+  sxKU_cRLSign = 6,
+  sxKU_encipherOnly = 7,
+  sxKU_decipherOnly = 8,
 };
 
 /// Purposes of extKeyUsage, as indexes of ExtKeyusageStr.
 enum sxExtKeyUsageType : int {
-  sxEKU_bad = 0, sxEKU_serverAuth = 1, sxEKU_clientAuth = 2, sxEKU_codeSigning = 3,
-  sxEKU_emailProtection = 4, sxEKU_ipsecEndSystem = 5, sxEKU_ipsecTunnel = 6, sxEKU_ipsecUser = 7,
-  sxEKU_timeStamping = 8, sxEKU_smartCardLogon = 9, sxEKU_none = 10,
+  sxEKU_bad = 0,
+  sxEKU_serverAuth = 1,
+  sxEKU_clientAuth = 2,
+  sxEKU_codeSigning = 3,
+  sxEKU_emailProtection = 4,
+  sxEKU_ipsecEndSystem = 5,
+  sxEKU_ipsecTunnel = 6,
+  sxEKU_ipsecUser = 7,
+  sxEKU_timeStamping = 8,
+  sxEKU_smartCardLogon = 9,
+  sxEKU_none = 10,
 };
 
 enum sxKeyIdType : int { sxKeyId_subject = 0, sxKeyId_authority = 1 };
@@ -57,7 +71,7 @@ enum e_DeviceDataType : int { e_DeviceId = 0, e_DeviceType = 1, e_DeviceName = 2
 /// deep copy of the other one; each kind takes its own.
 class KXCERT_EXPORT sxExtension {
  public:
-  explicit sxExtension(sxExtension_imp *imp) : m_imp(imp) {}   ///< adopts; never null
+  explicit sxExtension(sxExtension_imp *imp) : m_imp(imp) {}  ///< adopts; never null
   sxExtension(const sxExtension &other);
   /// A deep copy. An extension of another kind changes nothing (one line logged): whoever holds this one
   /// by its kind would read the wrong object.
@@ -67,7 +81,7 @@ class KXCERT_EXPORT sxExtension {
 
   const char *ExtName() const;
   void Herror() const;
-  void Fprint(FILE *out, int indent) const;                    ///< null: standard output
+  void Fprint(FILE *out, int indent) const;  ///< null: standard output
   void Sprint(SxStream *out, int indent) const;
   sxExtension_imp *GetP() const { return m_imp; }
 
@@ -75,18 +89,18 @@ class KXCERT_EXPORT sxExtension {
   /// this class well defined, although the handle has no table of virtual functions.
   static void *operator new(size_t size);
   static void operator delete(sxExtension *self, std::destroying_delete_t);
-  static void operator delete(void *block, size_t size) noexcept;   ///< after a constructor that threw
+  static void operator delete(void *block, size_t size) noexcept;  ///< after a constructor that threw
 
  protected:
-  sxExtension_imp *m_imp;                                      // owned, never null
+  sxExtension_imp *m_imp;  // owned, never null
 };
 
 class KXCERT_EXPORT sxBasicConstraint : public sxExtension {
  public:
-  sxBasicConstraint(bool isCA, int pathLen);                   ///< a negative pathLen: absent
+  sxBasicConstraint(bool isCA, int pathLen);  ///< a negative pathLen: absent
   void Set(const sxBasicConstraint &other) { *this = other; }
   bool IsCA() const;
-  int PathLen() const;                                         ///< -1 when absent
+  int PathLen() const;  ///< -1 when absent
 
  private:
   friend class sxBasicConstraint_imp;
@@ -95,10 +109,10 @@ class KXCERT_EXPORT sxBasicConstraint : public sxExtension {
 
 class KXCERT_EXPORT sxKeyUsage : public sxExtension {
  public:
-  explicit sxKeyUsage(unsigned int bits);                      ///< bit n of the number is keyUsage bit n
+  explicit sxKeyUsage(unsigned int bits);  ///< bit n of the number is keyUsage bit n
   void Set(const sxKeyUsage &other) { *this = other; }
   unsigned int KeyUsageBits() const;
-  static const char *KeyusageStr(int bit);                     ///< bits 0 to 8 only, not tested
+  static const char *KeyusageStr(int bit);  ///< bits 0 to 8 only, not tested
 
  private:
   friend class sxKeyUsage_imp;
@@ -110,11 +124,11 @@ class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
   sxExtKeyUsage();
   void Set(const sxExtKeyUsage &other) { *this = other; }
   int Count() const;
-  sxExtKeyUsageType Purpose(int i) const;                      ///< sxEKU_bad for unknown ones
+  sxExtKeyUsageType Purpose(int i) const;  ///< sxEKU_bad for unknown ones
   bool Has(sxExtKeyUsageType purpose) const;
-  void Add(const sxAsnOid &purpose);                           ///< a copy
-  sxASN_ExtKeyUsageSyntax *ExtKeyUsage_2_ASN() const;          ///< new, for delete
-  static const char *ExtKeyusageStr(int index);                ///< 0 to 10 only, not tested
+  void Add(const sxAsnOid &purpose);                   ///< a copy
+  sxASN_ExtKeyUsageSyntax *ExtKeyUsage_2_ASN() const;  ///< new, for delete
+  static const char *ExtKeyusageStr(int index);        ///< 0 to 10 only, not tested
 
  private:
   friend class sxExtKeyUsage_imp;
@@ -125,7 +139,7 @@ class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
 /// all points in order; composing writes one point for each name.
 class KXCERT_EXPORT sxExtGN : public sxExtension {
  public:
-  sxExtGN(const char *extName, const sxGeneralNames &names);   ///< extName: one of the two below, lent
+  sxExtGN(const char *extName, const sxGeneralNames &names);  ///< extName: one of the two below, lent
   void Set(const sxExtGN &other) { *this = other; }
   const sxGeneralNames &Names() const;
 
@@ -143,9 +157,9 @@ class KXCERT_EXPORT sxExtKeyID : public sxExtension {
   sxExtKeyID(const kxBinBuf &keyId, const sxGeneralNames &issuer, const sxAsnInt *serial);
   void Set(const sxExtKeyID &other) { *this = other; }
   sxKeyIdType KIdType() const;
-  const kxBinBuf &KIdBuf() const;                              ///< empty when absent
-  const sxGeneralNames &KIdGNs() const;                        ///< empty when absent
-  const sxAsnInt *KIdSN() const;                               ///< null when absent
+  const kxBinBuf &KIdBuf() const;        ///< empty when absent
+  const sxGeneralNames &KIdGNs() const;  ///< empty when absent
+  const sxAsnInt *KIdSN() const;         ///< null when absent
 
  private:
   friend class sxExtKeyID_imp;
@@ -157,7 +171,7 @@ class KXCERT_EXPORT sxAuthorityInfoAccess : public sxExtension {
   sxAuthorityInfoAccess();
   void Set(const sxAuthorityInfoAccess &other) { *this = other; }
   int Count() const;
-  const sxAsnOid *Method(int i) const;                         ///< lent until Add; null out of range
+  const sxAsnOid *Method(int i) const;  ///< lent until Add; null out of range
   /// The locations, one for each method, in order.
   const sxGeneralNames &AuthorityInfoAccess() const;
   void Add(const sxAsnOid &method, const class sxGeneralName &location);
@@ -173,7 +187,7 @@ class KXCERT_EXPORT sxExtDeviceData : public sxExtension {
   sxExtDeviceData(e_DeviceDataType type, const char *text);
   void Set(const sxExtDeviceData &other) { *this = other; }
   e_DeviceDataType Type() const;
-  const sxAsnUTF8String *getAsAsn1Utf8String() const;          ///< lent
+  const sxAsnUTF8String *getAsAsn1Utf8String() const;  ///< lent
 
  private:
   friend class sxExtDeviceData_imp;
@@ -190,8 +204,8 @@ class KXCERT_EXPORT sxIssuingDP : public sxExtension {
   bool OnlyCACerts() const;
   bool OnlyAttributeCerts() const;
   bool IndirectCRL() const;
-  bool HasOnlySomeReasons() const;                             ///< the CRL covers some reasons only
-  unsigned int SomeReasons() const;                            ///< these: bit n is ReasonFlags bit n; else 0
+  bool HasOnlySomeReasons() const;   ///< the CRL covers some reasons only
+  unsigned int SomeReasons() const;  ///< these: bit n is ReasonFlags bit n; else 0
 
  private:
   friend class sxIssuingDP_imp;
@@ -204,13 +218,19 @@ using sxExtParseFunc = sxExtension *(*)(const sxASN_Extension &ext, int &underst
 /// Makes the extension of an object, for delete; null when the object is of another kind.
 using sxExtComposeFunc = sxASN_Extension *(*)(const sxExtension &ext, int critical);
 
-struct sxExtParser { const sxAsnOid *oid; sxExtParseFunc parse; };        ///< ends with a null oid
-struct sxExtComposer { const sxAsnOid *oid; sxExtComposeFunc compose; };  ///< ends with a null oid
+struct sxExtParser {
+  const sxAsnOid *oid;
+  sxExtParseFunc parse;
+};  ///< ends with a null oid
+struct sxExtComposer {
+  const sxAsnOid *oid;
+  sxExtComposeFunc compose;
+};  ///< ends with a null oid
 
 /// Marks a row whose extensions are skipped without any effect, critical or not.
 KXCERT_EXPORT sxExtension *sxParseNoParse(const sxASN_Extension &ext, int &understood);
 
-KXCERT_EXPORT const sxExtParser *Get_ExtParserTable();         ///< certificates
+KXCERT_EXPORT const sxExtParser *Get_ExtParserTable();  ///< certificates
 KXCERT_EXPORT const sxExtParser *Get_CRLExtParserTable();
 KXCERT_EXPORT const sxExtComposer *Get_ExtComposerTable();
 KXCERT_EXPORT const sxExtComposer *Get_CRLExtComposerTable();
@@ -219,8 +239,8 @@ class KXCERT_EXPORT sxExtensionsList {
  public:
   struct ExtItem {
     int32_t critical;
-    sxAsnOid *oid;                   ///< owned
-    sxExtension *ext;                ///< owned; null for a critical one without object
+    sxAsnOid *oid;     ///< owned
+    sxExtension *ext;  ///< owned; null for a critical one without object
     ExtItem *next;
   };
 
@@ -233,10 +253,10 @@ class KXCERT_EXPORT sxExtensionsList {
   void Set(const sxExtensionsList &other);
   /// Copies the OID, adopts @p ext (null OID: destroys it, adds nothing). Walks to the end of the list.
   void Add(const sxAsnOid *oid, int critical, sxExtension *ext);
-  void Add(const sxExtensionsList &other);                         ///< copies
-  const sxExtension *Find(const sxAsnOid *oid) const;              ///< lent; null when absent
-  int IsCritical(const sxAsnOid *oid) const;                       ///< 1 when present and critical
-  const ExtItem *First() const { return m_first; }                 ///< lent; null when empty
+  void Add(const sxExtensionsList &other);             ///< copies
+  const sxExtension *Find(const sxAsnOid *oid) const;  ///< lent; null when absent
+  int IsCritical(const sxAsnOid *oid) const;           ///< 1 when present and critical
+  const ExtItem *First() const { return m_first; }     ///< lent; null when empty
 
   /// Appends what @p table understands, in order. Stops at a critical extension that it does not; the
   /// items before it stay. What is not critical and does not decode is left out.
@@ -249,7 +269,7 @@ class KXCERT_EXPORT sxExtensionsList {
   class KXCERT_EXPORT Appender {
    public:
     Appender(sxExtensionsList &list, const sxExtParser *table);
-    bool Parse(const sxASN_Extension &ext);   ///< false: critical and not understood, nothing added
+    bool Parse(const sxASN_Extension &ext);  ///< false: critical and not understood, nothing added
 
    private:
     const sxExtParser *m_table;
@@ -262,18 +282,17 @@ class KXCERT_EXPORT sxExtensionsList {
   void Herror() const;
 
  private:
-  ExtItem *m_first = nullptr;        // owned, in order
+  ExtItem *m_first = nullptr;  // owned, in order
 };
 
 KXCERT_EXPORT sxExtensionsList *sxExtensionsList_New();
 KXCERT_EXPORT int sxExtensionsList_Add(sxExtensionsList *list, const sxAsnOid *oid, int critical,
-                                       sxExtension *ext);   ///< 0, or -1 for null (ext not taken)
+                                       sxExtension *ext);  ///< 0, or -1 for null (ext not taken)
 KXCERT_EXPORT void sxExtensionsList_Delete(sxExtensionsList *list);
 
 /// Decodes extnValue. @return 0 or -1
 KXCERT_EXPORT int sxParseExtension(sxAsnType &value, const sxASN_Extension *ext);
 /// Encodes into extnValue; the critical BOOLEAN is present only when critical. @return 0 or -1
-KXCERT_EXPORT int sxComposeExtension(sxAsnType &value, const sxAsnOid &oid, int critical,
-                                     sxASN_Extension *out);
+KXCERT_EXPORT int sxComposeExtension(sxAsnType &value, const sxAsnOid &oid, int critical, sxASN_Extension *out);
 
 #endif

@@ -19,14 +19,14 @@ class SxStream;
 
 class KXCERT_EXPORT sxSigned : public sxPKobj {
  public:
-  explicit sxSigned(sxSigned_imp *imp);            ///< adopts
+  explicit sxSigned(sxSigned_imp *imp);  ///< adopts
 
-  int OK() const;                                  ///< 1, or 0 when Error() says why not
+  int OK() const;  ///< 1, or 0 when Error() says why not
   const sxString &Error() const;
-  void SetError(const sxString &text);             ///< clears OK
-  const sxAsnOid *UnhandledCritExt() const;        ///< lent; the first one, null when there is none
-  void SetUnhandledExt(const sxAsnOid *oid);       ///< a copy; null clears
-  const unsigned char *GetBuf() const;             ///< the object's DER, lent
+  void SetError(const sxString &text);        ///< clears OK
+  const sxAsnOid *UnhandledCritExt() const;   ///< lent; the first one, null when there is none
+  void SetUnhandledExt(const sxAsnOid *oid);  ///< a copy; null clears
+  const unsigned char *GetBuf() const;        ///< the object's DER, lent
   unsigned int BufLen() const;
 
   /// Verifies the signature over the object's own octets. @return the key's result code: 0 is valid
@@ -36,14 +36,14 @@ class KXCERT_EXPORT sxSigned : public sxPKobj {
 
   /// What it is: a certificate or CRL in full, of others the length; "Error: " and why when it is not OK.
   void Sprint(SxStream *out, int indent) const;
-  void Fprint(FILE *out, int indent) const;        ///< null: standard output
-  void Herror() const;                             ///< the same text to the debug log
+  void Fprint(FILE *out, int indent) const;  ///< null: standard output
+  void Herror() const;                       ///< the same text to the debug log
 
  protected:
   sxSigned_imp *Imp() const;
 };
 
-KXCERT_EXPORT void sxSaveSigned(sxSigned *obj);    ///< null is ignored
-KXCERT_EXPORT void sxFreeSigned(sxSigned *obj);    ///< null is ignored
+KXCERT_EXPORT void sxSaveSigned(sxSigned *obj);  ///< null is ignored
+KXCERT_EXPORT void sxFreeSigned(sxSigned *obj);  ///< null is ignored
 
 #endif

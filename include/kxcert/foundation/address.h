@@ -5,10 +5,14 @@
 
 #include "kxcert/platform/export.h"
 
-struct inx_addr_kxt { unsigned char octets[4]; };    ///< network order
-struct in6_addr_kxt { unsigned char octets[16]; };   ///< network order
+struct inx_addr_kxt {
+  unsigned char octets[4];
+};  ///< network order
+struct in6_addr_kxt {
+  unsigned char octets[16];
+};  ///< network order
 
-constexpr int kAddr6TextLen = 46;   ///< longest text and its NUL
+constexpr int kAddr6TextLen = 46;  ///< longest text and its NUL
 
 /// The address as RFC 5952 writes it, into the caller's area.
 /// @return @p text, or null when textLen is below kAddr6TextLen

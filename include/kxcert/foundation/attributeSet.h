@@ -19,8 +19,8 @@
 #include <utility>
 #include <vector>
 
-#include "kxcert/platform/export.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/platform/export.h"
 
 class sxset;
 
@@ -34,17 +34,17 @@ class KXCERT_EXPORT SxAtom {
   SxAtom &operator=(SxAtom other) noexcept;
   ~SxAtom();
 
-  const sxset *Set() const { return m_set.get(); }   ///< the nested set, lent; null for a text
+  const sxset *Set() const { return m_set.get(); }  ///< the nested set, lent; null for a text
   sxset *Set() { return m_set.get(); }
-  const char *Text() const;                          ///< lent; null for a nested set
-  bool GetInt(long long *value) const;               ///< false unless the text is a decimal number
-  bool GetBinary(std::vector<unsigned char> *octets) const;   ///< false unless whole hex pairs
+  const char *Text() const;                                  ///< lent; null for a nested set
+  bool GetInt(long long *value) const;                       ///< false unless the text is a decimal number
+  bool GetBinary(std::vector<unsigned char> *octets) const;  ///< false unless whole hex pairs
 
-  bool operator==(const SxAtom &other) const;        ///< equal texts or equal sets
+  bool operator==(const SxAtom &other) const;  ///< equal texts or equal sets
 
  private:
-  std::string m_text;             // may hold key material: wiped when the atom goes or is moved from
-  std::unique_ptr<sxset> m_set;   // null for a text
+  std::string m_text;            // may hold key material: wiped when the atom goes or is moved from
+  std::unique_ptr<sxset> m_set;  // null for a text
 };
 
 class KXCERT_EXPORT sxset {
@@ -56,30 +56,30 @@ class KXCERT_EXPORT sxset {
 
   const char *Name() const { return m_name.c_str(); }
   int Count() const { return static_cast<int>(m_members.size()); }
-  const char *MemberName(int i) const;     ///< null out of range
-  const SxAtom *Member(int i) const;       ///< null out of range
-  const SxAtom *Find(const char *name) const;   ///< lent, null when absent
+  const char *MemberName(int i) const;         ///< null out of range
+  const SxAtom *Member(int i) const;           ///< null out of range
+  const SxAtom *Find(const char *name) const;  ///< lent, null when absent
   SxAtom *Find(const char *name);
-  const sxset *FindSet(const char *name) const; ///< the nested set of that name, or null
+  const sxset *FindSet(const char *name) const;  ///< the nested set of that name, or null
   sxset *FindSet(const char *name);
   const char *FindText(const char *name) const;
   bool FindInt(const char *name, long long *value) const;
   bool FindBinary(const char *name, std::vector<unsigned char> *octets) const;
 
-  void SetText(const char *name, const char *text);   ///< each replaces a member of that name
+  void SetText(const char *name, const char *text);  ///< each replaces a member of that name
   void SetInt(const char *name, long long value);
   /// Null, or more octets than an int can count the digits of, store the empty text.
   void SetBinary(const char *name, const unsigned char *data, int dataLen);
   void SetSet(const char *name, const sxset &inner);  ///< a deep copy
   bool Remove(const char *name);
 
-  bool operator==(const sxset &other) const;          ///< names, order and values
+  bool operator==(const sxset &other) const;  ///< names, order and values
 
   /// The text form, without a line feed of its own. The stream is not wiped.
   void Write(SxStream *out) const;
 
  private:
-  friend class sxsetReader;   // appends without the search that Set... makes
+  friend class sxsetReader;  // appends without the search that Set... makes
 
   void Put(const char *name, SxAtom value);
 
@@ -87,8 +87,8 @@ class KXCERT_EXPORT sxset {
   std::vector<std::pair<std::string, SxAtom>> m_members;
 };
 
-constexpr int kMaxSetNesting = 64;       ///< sets in sets that are read, the outermost counted
-constexpr long kMaxSetFileLen = 1 << 24; ///< bytes of a file that sio_readx takes
+constexpr int kMaxSetNesting = 64;        ///< sets in sets that are read, the outermost counted
+constexpr long kMaxSetFileLen = 1 << 24;  ///< bytes of a file that sio_readx takes
 
 /// Reads one set. Nothing but white space and comments may follow it.
 /// @param[out] error  what is wrong, "line L, column C: ..." (columns count bytes from 1), or why the

@@ -11,9 +11,9 @@
 
 struct pkxl_buf_iter {
   unsigned char *base;
-  uint32_t len;        ///< bytes of the area
-  uint32_t pos;        ///< bytes used so far
-  bool overflow;       ///< once set, every call fails
+  uint32_t len;   ///< bytes of the area
+  uint32_t pos;   ///< bytes used so far
+  bool overflow;  ///< once set, every call fails
 };
 
 struct pkxl_len_and_buf_t {

@@ -15,8 +15,8 @@ class KXCERT_EXPORT Cache {
  public:
   /// @param maxEntries  bound; the entry used longest ago goes first (0 holds nothing)
   /// @param timeoutSec  seconds each entry lives, 0 for no limit
-  Cache(unsigned maxEntries, unsigned timeoutSec, kxHashFunc hash, kxHashCompare compare,
-        kxHashDestructor destroyKey, kxHashDestructor destroyData);
+  Cache(unsigned maxEntries, unsigned timeoutSec, kxHashFunc hash, kxHashCompare compare, kxHashDestructor destroyKey,
+        kxHashDestructor destroyData);
   ~Cache();
   Cache(const Cache &) = delete;
   Cache &operator=(const Cache &) = delete;
@@ -31,9 +31,9 @@ class KXCERT_EXPORT Cache {
   /// The data of an equal, living key, which becomes the most recently used; null otherwise. An
   /// expired entry is destroyed on the way.
   void *Get(const void *key, void (*onHit)(void *data) = nullptr);
-  int Delete(const void *key);   ///< 0, or -1 when there is none
+  int Delete(const void *key);  ///< 0, or -1 when there is none
   void Clear();
-  int Count() const;             ///< living and expired entries that are still held
+  int Count() const;  ///< living and expired entries that are still held
 
  private:
   struct Rep;

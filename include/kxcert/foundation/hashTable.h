@@ -11,14 +11,12 @@
 
 struct kxHashTable;
 using kxHashFunc = unsigned (*)(const void *key);
-using kxHashCompare = int (*)(const void *a, const void *b);   ///< 0 when equal
-using kxHashDestructor = void (*)(void *item);                 ///< may be null: nothing is freed
+using kxHashCompare = int (*)(const void *a, const void *b);  ///< 0 when equal
+using kxHashDestructor = void (*)(void *item);                ///< may be null: nothing is freed
 
 /// @param numBuckets  a hint; the table grows
-KXCERT_EXPORT kxHashTable *_hash_create_with_destr(int numBuckets, kxHashFunc hash,
-                                                   kxHashCompare compare,
-                                                   kxHashDestructor destroyKey,
-                                                   kxHashDestructor destroyData);
+KXCERT_EXPORT kxHashTable *_hash_create_with_destr(int numBuckets, kxHashFunc hash, kxHashCompare compare,
+                                                   kxHashDestructor destroyKey, kxHashDestructor destroyData);
 KXCERT_EXPORT void hash_destroy(kxHashTable *table);
 
 /// The data stored under an equal key, lent; null when there is none.
@@ -28,7 +26,7 @@ KXCERT_EXPORT void *hash_lookup(const kxHashTable *table, const void *key);
 /// @retval 0   stored, the table owns both
 /// @retval -1  null table or key; nothing taken
 KXCERT_EXPORT int hash_insert(kxHashTable *table, void *key, void *data);
-KXCERT_EXPORT int hash_remove(kxHashTable *table, const void *key);   ///< 0, or -1 when not found
+KXCERT_EXPORT int hash_remove(kxHashTable *table, const void *key);  ///< 0, or -1 when not found
 KXCERT_EXPORT int hash_count(const kxHashTable *table);
 
 /// FNV-1a over the bytes; the same on every target.

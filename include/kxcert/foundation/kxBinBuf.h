@@ -18,11 +18,11 @@ class sxString;
 
 class KXCERT_EXPORT kxBinBuf {
  public:
-  kxBinBuf() = default;                               ///< empty, no block
-  explicit kxBinBuf(unsigned int len);                ///< that many bytes, contents undefined
+  kxBinBuf() = default;                 ///< empty, no block
+  explicit kxBinBuf(unsigned int len);  ///< that many bytes, contents undefined
   kxBinBuf(const unsigned char *data, unsigned int len);
   kxBinBuf(const char *data, unsigned int len);
-  kxBinBuf(const kxBinBuf &other);                    ///< bytes and the sensitive flag
+  kxBinBuf(const kxBinBuf &other);  ///< bytes and the sensitive flag
   kxBinBuf(kxBinBuf &&other) noexcept;
   ~kxBinBuf();
 
@@ -30,24 +30,24 @@ class KXCERT_EXPORT kxBinBuf {
   /// else the block is replaced. Null empties the buffer.
   void Set(const unsigned char *data, unsigned int len);
   void Set(const char *data, unsigned int len);
-  void Set(const kxBinBuf &other);                    ///< bytes and the sensitive flag
-  void Set(unsigned int len);                         ///< size only: growing loses the contents
+  void Set(const kxBinBuf &other);  ///< bytes and the sensitive flag
+  void Set(unsigned int len);       ///< size only: growing loses the contents
   kxBinBuf &operator=(const kxBinBuf &other);
   kxBinBuf &operator=(kxBinBuf &&other) noexcept;
   void Clear() { Set(static_cast<const unsigned char *>(nullptr), 0); }
 
   /// The bytes may lie within the buffer. Null adds nothing; on an empty buffer each call is Set.
   void Append(const unsigned char *data, unsigned int len);
-  void Append(const kxBinBuf &other);                 ///< to itself: deliberately no change
+  void Append(const kxBinBuf &other);  ///< to itself: deliberately no change
   void Prepend(const unsigned char *data, unsigned int len);
-  void Prepend(const kxBinBuf &other);                ///< to itself: deliberately no change
+  void Prepend(const kxBinBuf &other);  ///< to itself: deliberately no change
 
   void SetSensitive(bool on);
-  void Zero();                                        ///< all bytes become 0; the length stays
-  void SafeDelete();                                  ///< wipes if sensitive, releases the block
+  void Zero();        ///< all bytes become 0; the length stays
+  void SafeDelete();  ///< wipes if sensitive, releases the block
 
   unsigned int Len() const { return m_len; }
-  const unsigned char *Data() const { return m_data; }   ///< borrowed until the next change
+  const unsigned char *Data() const { return m_data; }  ///< borrowed until the next change
   unsigned char *Data() { return m_data; }
   bool IsEmpty() const { return m_data == nullptr || m_len == 0; }
   bool IsSensitive() const { return m_sensitive; }
@@ -66,13 +66,12 @@ class KXCERT_EXPORT kxBinBuf {
  private:
   unsigned char *NewBlock(size_t len) const;
   void Replace(unsigned char *block, unsigned int len);
-  void Join(const unsigned char *first, unsigned int firstLen, const unsigned char *second,
-            unsigned int secondLen);
+  void Join(const unsigned char *first, unsigned int firstLen, const unsigned char *second, unsigned int secondLen);
   void GiveUpTail(unsigned int newLen);
 
-  unsigned char *m_data = nullptr;   // owned, from new[]
+  unsigned char *m_data = nullptr;  // owned, from new[]
   unsigned int m_len = 0;
-  unsigned int m_blockLen = 0;       // what was allocated, and what is locked while sensitive
+  unsigned int m_blockLen = 0;  // what was allocated, and what is locked while sensitive
   bool m_sensitive = false;
 };
 

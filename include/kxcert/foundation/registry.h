@@ -21,6 +21,6 @@ KXCERT_EXPORT NvpRegKey *NvpRegCreateKey(NvpRegKey *root, const char *path);
 /// @retval  0  *value is set
 /// @retval -1  null argument, no such value, or it is no 32-bit number
 KXCERT_EXPORT int NvpRegQueryValueEx(NvpRegKey *key, const char *name, unsigned *value);
-KXCERT_EXPORT void NvpRegCloseKey(NvpRegKey *key);   ///< null and the root are ignored
+KXCERT_EXPORT void NvpRegCloseKey(NvpRegKey *key);  ///< null and the root are ignored
 
 #endif

@@ -16,25 +16,25 @@ class sxPKobj_imp;
 
 class KXCERT_EXPORT sxPKobj {
  public:
-  explicit sxPKobj(sxPKobj_imp *imp) : m_imp(imp) {}   ///< adopts
-  ~sxPKobj();                                          ///< deletes it, whatever its count
+  explicit sxPKobj(sxPKobj_imp *imp) : m_imp(imp) {}  ///< adopts
+  ~sxPKobj();                                         ///< deletes it, whatever its count
   sxPKobj(const sxPKobj &) = delete;
   sxPKobj &operator=(const sxPKobj &) = delete;
 
   void IncRef();
-  int DecRef();                                        ///< the new count; 0 without implementation
-  int UsingMutex();                                    ///< 1 once UseMutex() has made the mutex
-  static int UseMutex();                               ///< 0, or -1 when it cannot be made
-  static int Lock();                                   ///< always 0: a failure is reported and survived
+  int DecRef();           ///< the new count; 0 without implementation
+  int UsingMutex();       ///< 1 once UseMutex() has made the mutex
+  static int UseMutex();  ///< 0, or -1 when it cannot be made
+  static int Lock();      ///< always 0: a failure is reported and survived
   static int Unlock();
 
-  sxPKobj_imp *GetP() const { return m_imp; }          ///< the library's own use; lent, may be null
+  sxPKobj_imp *GetP() const { return m_imp; }  ///< the library's own use; lent, may be null
 
  protected:
-  sxPKobj_imp *m_imp;                                  // owned, may be null
+  sxPKobj_imp *m_imp;  // owned, may be null
 };
 
-KXCERT_EXPORT void sxSavePKobj(sxPKobj *obj);          ///< null is ignored
-KXCERT_EXPORT void sxFreePKobj(sxPKobj *obj);          ///< null is ignored
+KXCERT_EXPORT void sxSavePKobj(sxPKobj *obj);  ///< null is ignored
+KXCERT_EXPORT void sxFreePKobj(sxPKobj *obj);  ///< null is ignored
 
 #endif

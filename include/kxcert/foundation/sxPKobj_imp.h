@@ -27,7 +27,7 @@ class KXCERT_EXPORT sxPKobj_imp {
 
  private:
   int32_t refcount = 1;
-  static std::atomic<MtMutex *> m_Mutex;   // null until UseMutex(); lives for the process
+  static std::atomic<MtMutex *> m_Mutex;  // null until UseMutex(); lives for the process
 };
 
 #endif

@@ -12,32 +12,32 @@
 class KXCERT_EXPORT sxString {
  public:
   sxString() = default;
-  sxString(const char *text);                       // NOLINT: converts by intent
-  sxString(const char *text, int len);              ///< len -1: up to the NUL
+  sxString(const char *text);           // NOLINT: converts by intent
+  sxString(const char *text, int len);  ///< len -1: up to the NUL
   sxString(const char *text, int len, bool sensitive);
-  sxString(const sxString &other);                  ///< text and the sensitive flag
+  sxString(const sxString &other);  ///< text and the sensitive flag
   ~sxString();
 
-  void Set(const char *text, int len);              ///< null: no text, length 0; negative: an empty one
+  void Set(const char *text, int len);  ///< null: no text, length 0; negative: an empty one
   void Set(const char *text);
   sxString &operator=(const sxString &other);
-  sxString &operator+=(const sxString &other);      ///< sensitive if either was
+  sxString &operator+=(const sxString &other);  ///< sensitive if either was
 
   operator const char *() const { return m_text; }  // NOLINT: converts by intent
   const char *getstr() const { return m_text; }     ///< borrowed until the next change
   int length() const { return m_len; }
   bool IsSensitive() const { return m_sensitive; }
 
-  void ToLower();                                   ///< tolower, in place
-  void print() const;                               ///< text and a line feed to standard output
-  void Zero();                                      ///< wipes the text; the length stays
-  void SafeDelete();                                ///< wipes if sensitive, releases the block
+  void ToLower();      ///< tolower, in place
+  void print() const;  ///< text and a line feed to standard output
+  void Zero();         ///< wipes the text; the length stays
+  void SafeDelete();   ///< wipes if sensitive, releases the block
   void SetSensitive(bool on);
 
  private:
   void ConstructorHelper(const char *text, int len, bool sensitive);
 
-  char *m_text = nullptr;   // owned, m_len + 1 bytes
+  char *m_text = nullptr;  // owned, m_len + 1 bytes
   int m_len = 0;
   bool m_sensitive = false;
 };

@@ -10,13 +10,15 @@
 
 class KXCERT_EXPORT SxStream {
  public:
-  void Puts(const char *text) { if (text != nullptr) m_text += text; }
+  void Puts(const char *text) {
+    if (text != nullptr) m_text += text;
+  }
   void Put(std::string_view text) { m_text += text; }
-  void Printf(const char *fmt, ...) KXCERT_PRINTF(2, 3);   ///< appends; no length limit
-  void Indent(int numTabs);                                ///< appends that many TABs (none below 1)
+  void Printf(const char *fmt, ...) KXCERT_PRINTF(2, 3);  ///< appends; no length limit
+  void Indent(int numTabs);                               ///< appends that many TABs (none below 1)
 
   int Length() const { return static_cast<int>(m_text.size()); }
-  const char *GetBuf() const { return m_text.c_str(); }    ///< borrowed until the next append
+  const char *GetBuf() const { return m_text.c_str(); }  ///< borrowed until the next append
   const std::string &Text() const { return m_text; }
 
  private:

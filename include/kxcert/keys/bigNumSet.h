@@ -8,7 +8,7 @@
 struct bignum_st;
 class sxset;
 
-constexpr int kMaxSetNumberLen = 1024;   ///< octets of the longest number, in either direction
+constexpr int kMaxSetNumberLen = 1024;  ///< octets of the longest number, in either direction
 
 /// A new set (for delete) with one binary attribute. The number 0 is one octet 00.
 /// @return null for null arguments, a negative number or one above kMaxSetNumberLen

@@ -14,13 +14,13 @@
 
 /// One group as configured.
 struct DhGrpParams {
-  std::string name;                 ///< unique within a list
-  int grpNum = 0;                   ///< IKE group number, unique within a list
-  int privLen = 0;                  ///< of private values, bits
-  int modSize = 0;                  ///< of the modulus, bits
-  int genSize = 0;                  ///< of the generator, bits
-  std::vector<unsigned char> mod;   ///< big-endian
-  std::vector<unsigned char> gen;   ///< big-endian
+  std::string name;                ///< unique within a list
+  int grpNum = 0;                  ///< IKE group number, unique within a list
+  int privLen = 0;                 ///< of private values, bits
+  int modSize = 0;                 ///< of the modulus, bits
+  int genSize = 0;                 ///< of the generator, bits
+  std::vector<unsigned char> mod;  ///< big-endian
+  std::vector<unsigned char> gen;  ///< big-endian
 };
 
 // What the rules answer; 0: none is broken.
@@ -35,7 +35,7 @@ constexpr int kDhPrivLenOutOfRange = 9;
 constexpr int kDhPredefinedMissing = 10;
 constexpr int kDhNoInput = 11;
 
-constexpr int kMinDhPrivLen = 128;   ///< bits
+constexpr int kMinDhPrivLen = 128;  ///< bits
 
 /// Legal are 1, 2, 5, 14 to 20, 22 to 24, and 32768 to 65535, which are for private use (RFC 7296,
 /// 3.3.2). @return 1 for any other (one line logged), else 0
@@ -64,6 +64,6 @@ KXCERT_EXPORT int ValidateDhGrpList(int count, const DhGrpParams *list);
 /// @param[out] list  null when there are none
 /// @return their count; -1 when nothing is loaded
 KXCERT_EXPORT int GetDhParams(DhGrpParams **list);
-KXCERT_EXPORT void DestroyDhGrpParams(DhGrpParams *list);   ///< null is ignored
+KXCERT_EXPORT void DestroyDhGrpParams(DhGrpParams *list);  ///< null is ignored
 
 #endif

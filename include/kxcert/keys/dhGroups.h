@@ -14,8 +14,8 @@ class sxset;
 /// Octets of the longest modulus or generator that is loaded: 8192 bits, the largest well-known group,
 /// and as much as a set holds of one number.
 constexpr int kMaxDhModulusLen = 1024;
-constexpr int kMaxDhGroupNameLen = 255;      ///< bytes of the longest name that is loaded
-constexpr int kMaxIkeGroupNumber = 0xFFFF;   ///< IKE carries sixteen bits (RFC 7296, 3.3.2)
+constexpr int kMaxDhGroupNameLen = 255;     ///< bytes of the longest name that is loaded
+constexpr int kMaxIkeGroupNumber = 0xFFFF;  ///< IKE carries sixteen bits (RFC 7296, 3.3.2)
 
 /// Replaces the table. The previous one goes first, whatever comes of the load: after a failure there
 /// are no groups at all, rather than some of them.

@@ -11,7 +11,7 @@
 
 struct bignum_st;
 
-constexpr int kMaxDhCofactor = 999;      ///< the largest j that is tried; by intent no further
+constexpr int kMaxDhCofactor = 999;  ///< the largest j that is tried; by intent no further
 
 /// @param[out] q  the prime (p - 1) / j of the smallest j; may be null; untouched on failure
 /// @retval  0  legal

@@ -27,8 +27,8 @@ class KXCERT_EXPORT kxDHPreCompute {
   kxDHPreCompute(const kxDHPreCompute &) = delete;
   kxDHPreCompute &operator=(const kxDHPreCompute &) = delete;
 
-  int OK() const;          ///< 0 for parameters that are not OK or no group (one line logged)
-  int NumBytes() const;    ///< octets of the longest private value
+  int OK() const;        ///< 0 for parameters that are not OK or no group (one line logged)
+  int NumBytes() const;  ///< octets of the longest private value
   /// Whether the table belongs to this group. Names alone do not tell: groups can be loaded anew.
   bool IsFor(const bignum_st *p, const bignum_st *g) const;
 
@@ -39,7 +39,7 @@ class KXCERT_EXPORT kxDHPreCompute {
   int GenPub(bignum_st *result, const unsigned char *privateOctets, int len) const;
 
  private:
-  std::unique_ptr<const kxDHPreCompute_imp> m_imp;   // null while not OK
+  std::unique_ptr<const kxDHPreCompute_imp> m_imp;  // null while not OK
 };
 
 /// The process's list.

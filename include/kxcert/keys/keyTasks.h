@@ -29,7 +29,7 @@ enum KeyTaskRC : int {
   TASK_TIMEOUT = -999,
   TASK_QUEUING_ERROR = -1000,
 };
-KXCERT_EXPORT const char *TaskRC2str(int rc);      ///< "TASK_SUCCESS", ...; "Unknown Error"
+KXCERT_EXPORT const char *TaskRC2str(int rc);  ///< "TASK_SUCCESS", ...; "Unknown Error"
 
 enum KeyTaskType : int { kTaskDHNewKey = 1, kTaskDHDerive = 2, kTaskRSASign = 3, kTaskRSADecrypt = 4 };
 
@@ -42,8 +42,8 @@ class KXCERT_EXPORT TaskData {
   TaskData(const TaskData &) = delete;
   TaskData &operator=(const TaskData &) = delete;
 
-  virtual int TaskType() const = 0;                ///< KeyTaskType; another number is refused when it runs
-  int TaskId() const { return m_id; }              ///< of this one in the process
+  virtual int TaskType() const = 0;    ///< KeyTaskType; another number is refused when it runs
+  int TaskId() const { return m_id; }  ///< of this one in the process
 
   void Lock() { m_mutex.lock(); }
   void Unlock() { m_mutex.unlock(); }
@@ -51,7 +51,7 @@ class KXCERT_EXPORT TaskData {
   void SetRC(int rc) { m_rc = rc; }
   const char *ErrMsg() const { return m_errMsg.empty() ? nullptr : m_errMsg.c_str(); }
   void SetErrMsg(const char *text) { m_errMsg = text == nullptr ? "" : text; }
-  bool IsAnswered() const { return m_isAnswered; } ///< the completion has, or is about to have, the result
+  bool IsAnswered() const { return m_isAnswered; }  ///< the completion has, or is about to have, the result
   void SetAnswered() { m_isAnswered = true; }
   /// Keeps @p info, for instance what the completion is given, until the record goes.
   void Keep(std::shared_ptr<const void> info) { m_kept = std::move(info); }
@@ -80,8 +80,8 @@ class KXCERT_EXPORT DHNewKeyTaskData : public TaskData {
   int TaskType() const override { return kTaskDHNewKey; }
   const char *GroupName() const { return m_hasGroup ? m_groupName.c_str() : nullptr; }
   int PrivBits() const { return m_privBits; }
-  void SetKey(sxPubKey *key);                      ///< takes over the reference
-  sxPubKey *TakeKey();                             ///< hands it over; null when there is none
+  void SetKey(sxPubKey *key);  ///< takes over the reference
+  sxPubKey *TakeKey();         ///< hands it over; null when there is none
 
  private:
   ~DHNewKeyTaskData() override;
@@ -98,14 +98,14 @@ class KXCERT_EXPORT KeyOpTaskData : public TaskData {
   sxPKop_type Op() const { return m_op; }
   const kxBinBuf &Input() const { return m_input; }
   void SetResult(std::unique_ptr<unsigned char[]> octets, int len);
-  unsigned char *TakeResult(int *len);             ///< for delete[]; null when there is none
+  unsigned char *TakeResult(int *len);  ///< for delete[]; null when there is none
 
  protected:
   KeyOpTaskData(sxPubKey *key, sxPKop_type op, const unsigned char *data, int dataLen);
   ~KeyOpTaskData() override;
 
  private:
-  sxPubKey *const m_key;                           // one reference
+  sxPubKey *const m_key;  // one reference
   const sxPKop_type m_op;
   kxBinBuf m_input;
   std::unique_ptr<unsigned char[]> m_result;
@@ -139,7 +139,7 @@ class KXCERT_EXPORT RSADecryptKeyTaskData : public KeyOpTaskData {
   int OutLen() const { return m_outLen; }
 
  private:
-  unsigned char *const m_out;                      // lent until the task completes
+  unsigned char *const m_out;  // lent until the task completes
   const int m_outLen;
 };
 
@@ -168,10 +168,10 @@ class KXCERT_EXPORT KeyTask : public RTApcServant {
 
  private:
   struct Handed;
-  TaskData *m_task;                                // one reference
+  TaskData *m_task;  // one reference
   KeyTaskCompletion m_completion;
   void *m_info;
-  std::shared_ptr<Handed> m_handed;                // by the clones
+  std::shared_ptr<Handed> m_handed;  // by the clones
 };
 
 /// Starts the pool on @p env, which is lent until the next start or KeyTaskMngmnt_destroy. With 0 threads, or

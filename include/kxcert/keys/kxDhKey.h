@@ -16,8 +16,8 @@ constexpr int kDhKeyHashLen = 32;
 // Export also gives the set form (sxPK_set).
 class KXCERT_EXPORT kxDhKey : public kxSDH {
  public:
-  kxDhKey(const sxDhParams &params, int privBits);   ///< as kxSDH
-  explicit kxDhKey(kxDhKey_imp *imp);                ///< adopts; for this library
+  kxDhKey(const sxDhParams &params, int privBits);  ///< as kxSDH
+  explicit kxDhKey(kxDhKey_imp *imp);               ///< adopts; for this library
 
   /// SHA-256 over the public octets (sxPK_public), so over group and public value, never x. Our choice.
   /// @param[out] hash  kDhKeyHashLen octets; untouched on failure
@@ -46,6 +46,6 @@ KXCERT_EXPORT sxset *DhKey_toset(const kxDhKey *key);
 KXCERT_EXPORT kxDhKey *DhKey_fromset(const sxset *set);
 /// GetHash of the key in a set. @return 0 or -1
 KXCERT_EXPORT int DhKey_binaryhash_fromset(const sxset *set, kxBinBuf &hash);
-KXCERT_EXPORT void DhKey_destroy(kxDhKey *key);      ///< drops one reference
+KXCERT_EXPORT void DhKey_destroy(kxDhKey *key);  ///< drops one reference
 
 #endif

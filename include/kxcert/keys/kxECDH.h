@@ -33,7 +33,7 @@ using kxECDH_callback = void (*)(void *opaque, int rc, void *result, int resultL
 
 class KXCERT_EXPORT kxECDH {
  public:
-  explicit kxECDH(int group);                        ///< as initialize; see OK()
+  explicit kxECDH(int group);  ///< as initialize; see OK()
 
   /// With a key pair from elsewhere (stage 2). Each text is as long as the field, no more and no less:
   /// 64 hexadecimal digits of either case for group 19, 96 for group 20, big-endian. The point must be
@@ -58,7 +58,7 @@ class KXCERT_EXPORT kxECDH {
   kxECDH(const kxECDH &) = delete;
   kxECDH &operator=(const kxECDH &) = delete;
 
-  int OK() const;                                    ///< 1, or 0 in stage -1
+  int OK() const;  ///< 1, or 0 in stage -1
 
   /// Begins anew. A group other than 19 and 20 leaves the exchange in stage -1.
   int initialize(int group);
@@ -94,17 +94,17 @@ class KXCERT_EXPORT kxECDH {
   /// What the latest asynchronous call was given; null before the first one. Either may be null.
   void get_cb_and_opaque(kxECDH_callback *callback, void **opaque) const;
 
-  int getGroup() const;                              ///< 19 or 20; 0 in stage -1
+  int getGroup() const;  ///< 19 or 20; 0 in stage -1
   /// The own key pair as hexadecimal text, lower case, as long as the field. From stage 2 on.
   int getPublic(sxString &x, sxString &y) const;
-  int getPrivate(sxString &privateHex) const;        ///< @p privateHex becomes sensitive
-  int isKeyShared() const;   ///< 1 when other exchanges may have the same key pair, else 0
+  int getPrivate(sxString &privateHex) const;  ///< @p privateHex becomes sensitive
+  int isKeyShared() const;                     ///< 1 when other exchanges may have the same key pair, else 0
 
  private:
   friend KXCERT_EXPORT void call_kxecdh_generate(kxECDH *exchange);
   friend KXCERT_EXPORT void call_kxecdh_derive(kxECDH *exchange);
 
-  kxECDH_imp *m_imp;   // owned, never null
+  kxECDH_imp *m_imp;  // owned, never null
 };
 
 /// The bodies of generateA and deriveA, for who will not wait for the one under way: do its work on the calling

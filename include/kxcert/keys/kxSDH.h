@@ -41,9 +41,9 @@ class KXCERT_EXPORT kxSDH : public sxPubKey {
   /// @param y  null: computed from x
   kxSDH(const sxDhParams &params, const bignum_st *x, const bignum_st *y);
 
-  const bignum_st *Private() const;       ///< x, lent; null when there is none
-  const bignum_st *Public() const;        ///< y, lent; null when not OK
-  int ModLen() const;                     ///< octets of p; 0 when not OK
+  const bignum_st *Private() const;  ///< x, lent; null when there is none
+  const bignum_st *Public() const;   ///< y, lent; null when not OK
+  int ModLen() const;                ///< octets of p; 0 when not OK
 
   /// peer ^ x mod p. Refused are 0, 1 and p - 1, which anybody can tell without x.
   /// @return the secret, owned by the caller: for BN_clear_free; null (one line logged)
@@ -54,7 +54,7 @@ class KXCERT_EXPORT kxSDH : public sxPubKey {
   int GetDHRawPublic(unsigned char *out, int outLen) const;
 
  protected:
-  explicit kxSDH(kxSDH_imp *imp);         ///< adopts
+  explicit kxSDH(kxSDH_imp *imp);  ///< adopts
 
  private:
   kxSDH_imp *Imp() const;
@@ -68,6 +68,6 @@ KXCERT_EXPORT sxPubKey *sxNewDHKey(const char *groupName, int privBits);
 /// From any thread.
 using sxNewDHKeyFunc = sxPubKey *(*)(const char *groupName, int privBits);
 KXCERT_EXPORT void sxSetNewDHKey_func(sxNewDHKeyFunc func);
-KXCERT_EXPORT int sxIsSW_DH();            ///< 1 while the built-in function is installed
+KXCERT_EXPORT int sxIsSW_DH();  ///< 1 while the built-in function is installed
 
 #endif

@@ -35,9 +35,9 @@ class KXCERT_EXPORT kxSRSA : public sxPubKey {
   /// Adopts a libcrypto key, also when it is refused; see OK().
   explicit kxSRSA(rsa_st *rsa);
 
-  int HasPrivate() const;                          ///< 1 or 0
-  int Nbits() const;                               ///< of the modulus; 0 when not OK
-  int Nbytes() const;                              ///< octets of every signature and ciphertext
+  int HasPrivate() const;  ///< 1 or 0
+  int Nbits() const;       ///< of the modulus; 0 when not OK
+  int Nbytes() const;      ///< octets of every signature and ciphertext
 
  private:
   kxSRSA_imp *Imp() const;
@@ -66,7 +66,7 @@ using sxImportRSAKeyFunc = sxPubKey *(*)(sxPK_Format format, const unsigned char
 using sxGenRSAKeyFunc = sxPubKey *(*)(int bits, int exponent);
 KXCERT_EXPORT void sxSetImportRSAKey_func(sxImportRSAKeyFunc func);
 KXCERT_EXPORT void sxSetGenRSAKey_func(sxGenRSAKeyFunc func);
-KXCERT_EXPORT int sxIsSW_RSA();                    ///< 1 while both built-in functions are installed
+KXCERT_EXPORT int sxIsSW_RSA();  ///< 1 while both built-in functions are installed
 
 /// Power-on self-test: signs, verifies, encrypts and decrypts with a fixed key. @return 0 or -1
 KXCERT_EXPORT int kxTestRSA();
@@ -95,13 +95,13 @@ KXCERT_EXPORT void kxRSA_herror(const rsa_st *rsa);
 /// 2 for the others.
 /// @param outLen  at least RSA_size(rsa)
 /// @return octets written, or -1
-KXCERT_EXPORT int RSA_private_encrypt_wrapper(int inLen, const unsigned char *in, int outLen,
-                                              unsigned char *out, rsa_st *rsa);
-KXCERT_EXPORT int RSA_private_decrypt_wrapper(int inLen, const unsigned char *in, int outLen,
-                                              unsigned char *out, rsa_st *rsa);
-KXCERT_EXPORT int RSA_public_encrypt_wrapper(int inLen, const unsigned char *in, int outLen,
-                                             unsigned char *out, rsa_st *rsa);
-KXCERT_EXPORT int RSA_public_decrypt_wrapper(int inLen, const unsigned char *in, int outLen,
-                                             unsigned char *out, rsa_st *rsa);
+KXCERT_EXPORT int RSA_private_encrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out,
+                                              rsa_st *rsa);
+KXCERT_EXPORT int RSA_private_decrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out,
+                                              rsa_st *rsa);
+KXCERT_EXPORT int RSA_public_encrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out,
+                                             rsa_st *rsa);
+KXCERT_EXPORT int RSA_public_decrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out,
+                                             rsa_st *rsa);
 
 #endif

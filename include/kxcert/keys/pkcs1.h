@@ -26,16 +26,15 @@ KXCERT_EXPORT int kxPKCS1DigestInfo(const unsigned char *digest, int digestLen, 
 /// @retval kKeyBadInput        null, a negative length, or nothing to compare with
 /// @retval kKeyLibraryFailed   there is no DigestInfo of that kind
 /// @retval kKeyNotImplemented  another operation
-KXCERT_EXPORT int sxComparePKCS1(sxPKop_type op, int mdType, const unsigned char *expected,
-                                 int expectedLen, const unsigned char *decoded, int decodedLen);
+KXCERT_EXPORT int sxComparePKCS1(sxPKop_type op, int mdType, const unsigned char *expected, int expectedLen,
+                                 const unsigned char *decoded, int decodedLen);
 
 /// Blocks: 00, the type, padding, 00, the data. Type 1 pads with FF, type 2 with random octets, at
 /// least eight of them.
 /// @param blockType  1 or 2
 /// @retval  0  @p blockLen octets are written
 /// @retval -1  another type, null, or data longer than blockLen - 11
-KXCERT_EXPORT int kxPKCS1Pad(int blockType, const unsigned char *data, int dataLen, unsigned char *block,
-                             int blockLen);
+KXCERT_EXPORT int kxPKCS1Pad(int blockType, const unsigned char *data, int dataLen, unsigned char *block, int blockLen);
 
 /// As kxPKCS1Pad, on buffers. @p block becomes sensitive when @p data is. @return 0 or -1
 KXCERT_EXPORT int sxpkcs1pad(int blockType, const kxBinBuf &data, int blockLen, kxBinBuf &block);

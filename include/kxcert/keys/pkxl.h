@@ -28,7 +28,7 @@ constexpr int kPkxlTimeoutMs = 3000;
 /// environment variable PKXL_FORCE=1, or here.
 KXCERT_EXPORT bool pkxl_should_use();
 KXCERT_EXPORT void pkxl_enable_usage();
-KXCERT_EXPORT void pkxl_stop_usage();              ///< also against PKXL_FORCE
+KXCERT_EXPORT void pkxl_stop_usage();  ///< also against PKXL_FORCE
 
 /// RSA with PKCS #1 padding.
 /// @param      operation  0 private decrypt, 1 private encrypt; public ones (2, 3) are never served

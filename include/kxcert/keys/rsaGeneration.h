@@ -37,11 +37,11 @@ class KXCERT_EXPORT kxRSAGenRecord {
   kxRSAGenRecord(const kxRSAGenRecord &) = delete;
   kxRSAGenRecord &operator=(const kxRSAGenRecord &) = delete;
 
-  int p1Bits = 0, p2Bits = 0, q1Bits = 0, q2Bits = 0;   ///< sizes of the auxiliary primes
-  bignum_st *p1 = nullptr, *p2 = nullptr;               ///< auxiliary primes: p = 1 mod p1, -1 mod p2
+  int p1Bits = 0, p2Bits = 0, q1Bits = 0, q2Bits = 0;  ///< sizes of the auxiliary primes
+  bignum_st *p1 = nullptr, *p2 = nullptr;              ///< auxiliary primes: p = 1 mod p1, -1 mod p2
   bignum_st *q1 = nullptr, *q2 = nullptr;
-  bignum_st *Xp = nullptr, *Xq = nullptr;               ///< the random numbers the searches began at
-  bignum_st *p = nullptr, *q = nullptr;                 ///< as found from Xp and Xq: q may be the larger
+  bignum_st *Xp = nullptr, *Xq = nullptr;  ///< the random numbers the searches began at
+  bignum_st *p = nullptr, *q = nullptr;    ///< as found from Xp and Xq: q may be the larger
   bignum_st *n = nullptr, *d = nullptr;
 };
 

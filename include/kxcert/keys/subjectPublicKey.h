@@ -12,10 +12,10 @@ class sxPubKey;
 
 enum sxSpkiResult : int {
   sxSpki_ok = 0,
-  sxSpki_unsupported,     ///< neither RSA nor EC nor DSA, or no algorithm at all
+  sxSpki_unsupported,  ///< neither RSA nor EC nor DSA, or no algorithm at all
   sxSpki_dsa,
-  sxSpki_bad_rsa,         ///< RSA, but no usable RSAPublicKey in the bit string
-  sxSpki_bad_ec,          ///< EC, but the curve is not named, not ours, or the point is none of it
+  sxSpki_bad_rsa,  ///< RSA, but no usable RSAPublicKey in the bit string
+  sxSpki_bad_ec,   ///< EC, but the curve is not named, not ours, or the point is none of it
 };
 
 /// The key from its pieces, which are only borrowed. RSA keys go through sxImportRSAKey.
@@ -27,9 +27,8 @@ enum sxSpkiResult : int {
 /// @param key     octets of the bit string, without the one that counts unused bits
 /// @param[out] why  may be null
 /// @return a new key for sxFreePubKey, or null
-KXCERT_EXPORT sxPubKey *sxPubKey_FromSPKI(const unsigned char *algOid, int algOidLen,
-                                          const unsigned char *params, int paramsLen,
-                                          const unsigned char *key, int keyLen, sxSpkiResult *why);
+KXCERT_EXPORT sxPubKey *sxPubKey_FromSPKI(const unsigned char *algOid, int algOidLen, const unsigned char *params,
+                                          int paramsLen, const unsigned char *key, int keyLen, sxSpkiResult *why);
 
 /// The same from a decoded tree. Unused bits in the bit string make the key undecodable.
 KXCERT_EXPORT sxPubKey *sxPubKey_FromSPKI(const sxASN_SubjectPublicKeyInfo &spki, sxSpkiResult *why);

@@ -20,20 +20,20 @@ class KXCERT_EXPORT sxDhParams {
   sxDhParams(const sxDhParams &) = delete;
   sxDhParams &operator=(const sxDhParams &) = delete;
 
-  int OK() const;                        ///< 1 when the group was found, else 0 (one line logged)
-  const char *Name() const;              ///< as given; "" for null
+  int OK() const;            ///< 1 when the group was found, else 0 (one line logged)
+  const char *Name() const;  ///< as given; "" for null
   // Lent as long as the object lives. Null and 0 when it is not OK.
-  const unsigned char *Mod() const;      ///< big-endian
+  const unsigned char *Mod() const;  ///< big-endian
   int ModLen() const;
-  const unsigned char *Gen() const;      ///< big-endian
+  const unsigned char *Gen() const;  ///< big-endian
   int GenLen() const;
   int PrivBits() const;
-  int PrivBytes() const;                 ///< octets that hold so many bits
+  int PrivBytes() const;  ///< octets that hold so many bits
 
  private:
-  sxDhParams_imp *m_imp;                 // owned, never null
+  sxDhParams_imp *m_imp;  // owned, never null
 };
 
-constexpr int kMinDhPrivBytes = 16;      ///< octets of the shortest private value that can be asked for
+constexpr int kMinDhPrivBytes = 16;  ///< octets of the shortest private value that can be asked for
 
 #endif

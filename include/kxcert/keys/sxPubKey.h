@@ -25,20 +25,19 @@ constexpr int kPublicKeyHashLen = 32;
 
 class KXCERT_EXPORT sxPubKey : public sxPKobj {
  public:
-  explicit sxPubKey(sxPubKey_imp_vc *imp);         ///< adopts; null makes a handle that is not OK
+  explicit sxPubKey(sxPubKey_imp_vc *imp);  ///< adopts; null makes a handle that is not OK
 
-  int algorithm() const;                           ///< sxPK_Alg
-  int OK() const;                                  ///< 1 when the key is usable, else 0
-  int Flags() const;                               ///< 0 for a key that is not OK
+  int algorithm() const;  ///< sxPK_Alg
+  int OK() const;         ///< 1 when the key is usable, else 0
+  int Flags() const;      ///< 0 for a key that is not OK
 
   int Encrypt(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen);
   int Decrypt(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen);
-  int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
-           int outLen);
+  int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen);
   int SignSetup();
   /// @retval 0  the signature is valid
-  int Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
-             const unsigned char *sig, int sigLen);
+  int Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen, const unsigned char *sig,
+             int sigLen);
   int Derive(sxPKop_type op, const unsigned char *peer, int peerLen, unsigned char *out, int outLen);
 
   // Asynchronous: @p callback is called once. Those that queue a task (keyTasks.h) do the work on a worker
@@ -67,17 +66,17 @@ class KXCERT_EXPORT sxPubKey : public sxPKobj {
   /// sxPK_set stores a new sxset (for delete) as a pointer at @p out, which needs no alignment;
   /// @p outLen must then be kKeySetCapacity, and the result is 0. See sxPK_Format for the others.
   int Export(sxPK_Format format, unsigned char *out, int outLen);
-  int GetLen(sxPK_Len_Type type);                  ///< -1 for another type, or a key that is not OK
+  int GetLen(sxPK_Len_Type type);  ///< -1 for another type, or a key that is not OK
 
-  const unsigned char *ID() const;                 ///< lent: an identifier of the key, or null
+  const unsigned char *ID() const;  ///< lent: an identifier of the key, or null
   int IdLen() const;
   int Remove();
   const char *ClassName() const;
-  void Herror() const;                             ///< the public parts to the debug log
+  void Herror() const;  ///< the public parts to the debug log
   /// Algorithm, size, whether there is a private part, and the public octets (sxPK_public); of a key that
   /// is not OK only that. The parts one by one, as Herror writes them, are each kind's own.
   void Sprint(SxStream *out, int indent) const;
-  void Fprint(FILE *out, int indent) const;        ///< null: standard output
+  void Fprint(FILE *out, int indent) const;  ///< null: standard output
 
   /// SHA-256 over the octet algorithm() and the public octets (sxPK_public). The same for equal keys,
   /// in every process. Made at the first call, from any thread.
@@ -88,15 +87,14 @@ class KXCERT_EXPORT sxPubKey : public sxPKobj {
   sxPubKey_imp_vc *Imp() const;
 };
 
-KXCERT_EXPORT void sxFreePubKey(sxPubKey *key);    ///< null is ignored
-KXCERT_EXPORT void sxSavePubKey(sxPubKey *key);    ///< null is ignored
+KXCERT_EXPORT void sxFreePubKey(sxPubKey *key);  ///< null is ignored
+KXCERT_EXPORT void sxSavePubKey(sxPubKey *key);  ///< null is ignored
 
 // Each returns kKeyNotUsable for a null key.
-KXCERT_EXPORT int sxPubKey_Sign(sxPubKey *key, sxPKop_type op, sx_md_type md, const unsigned char *in,
-                                int inLen, unsigned char *out, int outLen);
-KXCERT_EXPORT int sxPubKey_Verify(sxPubKey *key, sxPKop_type op, sx_md_type md,
-                                  const unsigned char *data, int dataLen, const unsigned char *sig,
-                                  int sigLen);
+KXCERT_EXPORT int sxPubKey_Sign(sxPubKey *key, sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen,
+                                unsigned char *out, int outLen);
+KXCERT_EXPORT int sxPubKey_Verify(sxPubKey *key, sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
+                                  const unsigned char *sig, int sigLen);
 KXCERT_EXPORT int sxPubKey_Decrypt(sxPubKey *key, sxPKop_type op, const unsigned char *in, int inLen,
                                    unsigned char *out, int outLen);
 KXCERT_EXPORT int sxPubKey_Derive(sxPubKey *key, sxPKop_type op, const unsigned char *peer, int peerLen,

@@ -23,11 +23,10 @@ class KXCERT_EXPORT sxPubKey_imp_vc : public sxPKobj_imp {
   virtual int Flags() const = 0;
   virtual int Encrypt(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen);
   virtual int Decrypt(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen);
-  virtual int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
-                   int outLen);
+  virtual int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen);
   virtual int SignSetup();
-  virtual int Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
-                     const unsigned char *sig, int sigLen);
+  virtual int Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen, const unsigned char *sig,
+                     int sigLen);
 
   /// What a kind does not override does the operation at once, discards what came of it, and has
   /// @p callback called from @p env with the result code -1, whatever came. That is so by intent: the
@@ -39,18 +38,17 @@ class KXCERT_EXPORT sxPubKey_imp_vc : public sxPKobj_imp {
                        sxPKCallback callback, void *opaque, sxd_env *env);
   virtual int SignA(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, sxPKCallback callback,
                     void *opaque, sxd_env *env);
-  virtual int VerifyA(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
-                      const unsigned char *sig, int sigLen, sxPKCallback callback, void *opaque, sxd_env *env);
+  virtual int VerifyA(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen, const unsigned char *sig,
+                      int sigLen, sxPKCallback callback, void *opaque, sxd_env *env);
   virtual int DeriveA(sxPKop_type op, const unsigned char *peer, int peerLen, sxPKCallback callback, void *opaque,
                       sxd_env *env);
 
-  virtual int Derive(sxPKop_type op, const unsigned char *peer, int peerLen, unsigned char *out,
-                     int outLen);
+  virtual int Derive(sxPKop_type op, const unsigned char *peer, int peerLen, unsigned char *out, int outLen);
   virtual int Export(sxPK_Format format, unsigned char *out, int outLen);
   virtual int GetLen(sxPK_Len_Type type);
-  virtual const unsigned char *ID() const;         ///< PublicKeyHash(); our choice of an identifier
-  virtual int IdLen() const;                       ///< 0 while there is none
-  virtual int Remove();                            ///< -1: a key kept in memory is in no store
+  virtual const unsigned char *ID() const;  ///< PublicKeyHash(); our choice of an identifier
+  virtual int IdLen() const;                ///< 0 while there is none
+  virtual int Remove();                     ///< -1: a key kept in memory is in no store
   virtual const char *ClassName() const = 0;
   virtual void Herror() const;
 
@@ -58,7 +56,7 @@ class KXCERT_EXPORT sxPubKey_imp_vc : public sxPKobj_imp {
 
  private:
   using Hash = std::array<unsigned char, 32>;
-  mutable std::atomic<const Hash *> m_publicKeyHash{nullptr};   // owned; set once
+  mutable std::atomic<const Hash *> m_publicKeyHash{nullptr};  // owned; set once
 };
 
 #endif

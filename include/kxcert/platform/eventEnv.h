@@ -27,7 +27,7 @@ KXCERT_EXPORT void sxd_env_destroy(sxd_env *env);
 KXCERT_EXPORT int sxd_env_run(sxd_env *env);
 /// The same, and returns after @p maxMs milliseconds at the latest.
 KXCERT_EXPORT int sxd_env_run_for(sxd_env *env, int maxMs);
-KXCERT_EXPORT void sxd_env_stop(sxd_env *env);     ///< any thread; ends the run in progress, or the next one
+KXCERT_EXPORT void sxd_env_stop(sxd_env *env);  ///< any thread; ends the run in progress, or the next one
 
 using T_event_callback = void (*)(void *opaque);
 

@@ -14,15 +14,15 @@
 #include "kxcert/platform/export.h"
 
 struct kxFileInfo {
-  int64_t size;          ///< bytes; of a symbolic link the length of its target's name
-  bool isRegular;        ///< neither link, folder nor device
-  uint64_t device;       ///< with the inode: the same file, for as long as somebody has it open
+  int64_t size;     ///< bytes; of a symbolic link the length of its target's name
+  bool isRegular;   ///< neither link, folder nor device
+  uint64_t device;  ///< with the inode: the same file, for as long as somebody has it open
   uint64_t inode;
-  int64_t modifiedSec;   ///< seconds since 1970-01-01 00:00 UTC
+  int64_t modifiedSec;  ///< seconds since 1970-01-01 00:00 UTC
 };
 
-KXCERT_EXPORT int kxFile_Info(const char *path, kxFileInfo *info);   ///< of a link itself (lstat)
-KXCERT_EXPORT int kxFile_OpenInfo(int fd, kxFileInfo *info);         ///< of what is open (fstat)
+KXCERT_EXPORT int kxFile_Info(const char *path, kxFileInfo *info);  ///< of a link itself (lstat)
+KXCERT_EXPORT int kxFile_OpenInfo(int fd, kxFileInfo *info);        ///< of what is open (fstat)
 
 /// A descriptor for kxFile_Close. A pipe or device that is not ready does not hold the caller up.
 KXCERT_EXPORT int kxFile_OpenRead(const char *path);
@@ -31,7 +31,7 @@ KXCERT_EXPORT int kxFile_OpenRead(const char *path);
 /// EISDIR, what else is no regular file with ENXIO.
 /// @param[out] info  when not null: of the file that is open
 KXCERT_EXPORT int kxFile_OpenRegular(const char *path, kxFileInfo *info);
-KXCERT_EXPORT std::FILE *kxFile_OpenRegularStream(const char *path);   ///< the same, for fclose()
+KXCERT_EXPORT std::FILE *kxFile_OpenRegularStream(const char *path);  ///< the same, for fclose()
 /// Whether something is there that kxFile_OpenRegular refuses for what it is. False for null.
 KXCERT_EXPORT bool kxFile_IsSpecial(const char *path);
 /// Makes a file that only its owner may read and write; EEXIST when the name is taken.
@@ -41,20 +41,20 @@ KXCERT_EXPORT int kxFile_OpenWrite(const char *path);
 
 /// @return bytes read: @p len, or fewer when the file ends before; -1 with some of them in @p data
 KXCERT_EXPORT int64_t kxFile_Read(int fd, void *data, size_t len);
-KXCERT_EXPORT int kxFile_Write(int fd, const void *data, size_t len);   ///< all of it, or -1
+KXCERT_EXPORT int kxFile_Write(int fd, const void *data, size_t len);  ///< all of it, or -1
 /// Returns once the content is on the disk. File systems that have no such step count as done.
 KXCERT_EXPORT int kxFile_Sync(int fd);
-KXCERT_EXPORT int kxFile_Close(int fd);   ///< the descriptor is gone in every case
+KXCERT_EXPORT int kxFile_Close(int fd);  ///< the descriptor is gone in every case
 
-KXCERT_EXPORT int kxFile_Rename(const char *from, const char *to);   ///< replaces @p to in one step
+KXCERT_EXPORT int kxFile_Rename(const char *from, const char *to);  ///< replaces @p to in one step
 /// Gives the file a second name; EEXIST when that is taken.
 KXCERT_EXPORT int kxFile_Link(const char *from, const char *to);
 KXCERT_EXPORT int kxFile_Remove(const char *path);
 /// Replaces the last six characters of @p path by random letters and digits.
 KXCERT_EXPORT int kxFile_FillTemplate(char *path);
 
-KXCERT_EXPORT int kxDir_Make(const char *path);     ///< mode 0777, less the process's umask
-KXCERT_EXPORT int kxDir_Remove(const char *path);   ///< of an empty folder
+KXCERT_EXPORT int kxDir_Make(const char *path);    ///< mode 0777, less the process's umask
+KXCERT_EXPORT int kxDir_Remove(const char *path);  ///< of an empty folder
 /// Returns once the names in the folder, which kxFile_OpenRead has opened, are on the disk.
 KXCERT_EXPORT int kxDir_Sync(int fd);
 
@@ -63,13 +63,28 @@ KXCERT_EXPORT kxDir *kxDir_Open(const char *path);  ///< for kxDir_Close
 /// The next name in the folder's own order, "." and ".." included. Lent until the next call for the
 /// same @p dir. Null with errno 0 at the end, null with errno set on failure.
 KXCERT_EXPORT const char *kxDir_Next(kxDir *dir);
-KXCERT_EXPORT int kxDir_Close(kxDir *dir);          ///< it is gone in every case
+KXCERT_EXPORT int kxDir_Close(kxDir *dir);  ///< it is gone in every case
 
 enum kxFileStep : int {
-  kxStep_info, kxStep_openInfo, kxStep_openRead, kxStep_createNew, kxStep_openWrite, kxStep_read,
-  kxStep_write, kxStep_sync, kxStep_close, kxStep_rename, kxStep_remove, kxStep_fillTemplate,
-  kxStep_dirMake, kxStep_dirRemove, kxStep_dirOpen, kxStep_dirNext, kxStep_dirClose,
-  kxStep_link, kxStep_dirSync,
+  kxStep_info,
+  kxStep_openInfo,
+  kxStep_openRead,
+  kxStep_createNew,
+  kxStep_openWrite,
+  kxStep_read,
+  kxStep_write,
+  kxStep_sync,
+  kxStep_close,
+  kxStep_rename,
+  kxStep_remove,
+  kxStep_fillTemplate,
+  kxStep_dirMake,
+  kxStep_dirRemove,
+  kxStep_dirOpen,
+  kxStep_dirNext,
+  kxStep_dirClose,
+  kxStep_link,
+  kxStep_dirSync,
 };
 
 /// Asked before the system is, so that a test can make any step fail: 0 lets it go on, an errno value

@@ -11,6 +11,6 @@ KXCERT_EXPORT bool IsFIPS140();
 /// Called after a failed key or self-test: logs, then aborts the process unless a handler is
 /// installed; the handler may return, and then so does this.
 KXCERT_EXPORT void fips_reboot();
-KXCERT_EXPORT void fips_set_reboot_handler(void (*handler)());   ///< null goes back to abort
+KXCERT_EXPORT void fips_set_reboot_handler(void (*handler)());  ///< null goes back to abort
 
 #endif

@@ -50,9 +50,9 @@ class KXCERT_EXPORT kxLocalSocket {
     return ReceiveArea();
   }
 
-  int Descriptor() const { return m_descriptor; }   ///< lent, for waiting; negative while not OK()
-  int PeerProcess() const { return m_peerProcess; }   ///< who connected, or made the socket
-  int LeftMs() const;                                  ///< until the time limit, or 0
+  int Descriptor() const { return m_descriptor; }    ///< lent, for waiting; negative while not OK()
+  int PeerProcess() const { return m_peerProcess; }  ///< who connected, or made the socket
+  int LeftMs() const;                                ///< until the time limit, or 0
 
  private:
   enum Readiness { kReadable, kWritable };
@@ -67,9 +67,9 @@ class KXCERT_EXPORT kxLocalSocket {
   int m_descriptor;
   int64_t m_deadlineMs;
   int m_peerProcess = 0;
-  uint32_t m_numReceived = 0;            // octets of the length, or of the area
+  uint32_t m_numReceived = 0;  // octets of the length, or of the area
   uint32_t m_areaLen = 0;
-  unsigned char *m_area = nullptr;       // lent; null until the length is known
+  unsigned char *m_area = nullptr;  // lent; null until the length is known
 };
 
 /// Makes a socket at @p path that only this process's user may connect to. One that nobody listens at any

@@ -27,8 +27,7 @@ using kxLogSink = void (*)(void *opaque, const char *line, size_t lineLen);
 KXCERT_EXPORT void kxLog_SetSink(kxLogSink sink, void *opaque);
 
 inline bool kxLog_DebugOn() {
-  return dodebugprt.load(std::memory_order_relaxed) != 0 ||
-         g_MsgTypeThr.load(std::memory_order_relaxed) >= 4;
+  return dodebugprt.load(std::memory_order_relaxed) != 0 || g_MsgTypeThr.load(std::memory_order_relaxed) >= 4;
 }
 inline bool kxLog_TraceOn() { return g_MsgTypeMaxThr.load(std::memory_order_relaxed) > 3; }
 
@@ -41,8 +40,7 @@ KXCERT_EXPORT void hex_herror(const unsigned char *data, int dataLen);
 
 /// One line on the trace channel: "[topic] text". Level 1 is an error, 2 a warning, 3 a notice, 4 to
 /// 6 detail; at level 1 with @p err not 0, ": " and the text of that errno value follow.
-KXCERT_EXPORT void tderrorFunc(const char *topic, int level, int err, const char *fmt, ...)
-    KXCERT_PRINTF(4, 5);
+KXCERT_EXPORT void tderrorFunc(const char *topic, int level, int err, const char *fmt, ...) KXCERT_PRINTF(4, 5);
 
 /// One line that is written whatever the switches say, followed by the text of @p errnum unless it is
 /// 0. The process goes on: @p status is kept for the callers' sake and unused.

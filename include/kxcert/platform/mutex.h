@@ -14,9 +14,9 @@ KXCERT_EXPORT MtMutex *MtMutexCreate();
 /// last user. A null name gives one that is not shared.
 KXCERT_EXPORT MtMutex *MtMutexCreateRecursive(const char *name);
 
-KXCERT_EXPORT int MtMutexLock(MtMutex *mutex);     ///< 0, or -1 for null or a system refusal
-KXCERT_EXPORT int MtMutexUnLock(MtMutex *mutex);   ///< 0, or -1 for null or a lock that is not held
-KXCERT_EXPORT void MtMutexDestroy(MtMutex *mutex); ///< drops one user; null is ignored
+KXCERT_EXPORT int MtMutexLock(MtMutex *mutex);      ///< 0, or -1 for null or a system refusal
+KXCERT_EXPORT int MtMutexUnLock(MtMutex *mutex);    ///< 0, or -1 for null or a lock that is not held
+KXCERT_EXPORT void MtMutexDestroy(MtMutex *mutex);  ///< drops one user; null is ignored
 
 /// Asked before the system is, so that a test can make an operation fail: false refuses it and changes
 /// nothing, true lets the system go on. Null members refuse nothing.

@@ -19,9 +19,9 @@ class RTApc_imp;
 
 /// Results go through @p env. For RTComm_destroy; environment, channel and pools may go in any order.
 struct RTComm;
-KXCERT_EXPORT RTComm *RTComm_create(sxd_env *env); ///< null: no environment, or out of memory
-KXCERT_EXPORT int RTComm_start(RTComm *comm);      ///< results flow from here on; 0, or -1
-KXCERT_EXPORT void RTComm_destroy(RTComm *comm);   ///< null is ignored
+KXCERT_EXPORT RTComm *RTComm_create(sxd_env *env);  ///< null: no environment, or out of memory
+KXCERT_EXPORT int RTComm_start(RTComm *comm);       ///< results flow from here on; 0, or -1
+KXCERT_EXPORT void RTComm_destroy(RTComm *comm);    ///< null is ignored
 
 /// What a result handler is told.
 enum RTWaitResult { kRTWaitDone = 0, kRTWaitTimedOut = 1, kRTWaitFailed = 2 };
@@ -44,7 +44,7 @@ class KXCERT_EXPORT RTApcServant {
   /// The same work is equal and has equal hashes; other work that is queued at the same time is not equal.
   virtual size_t hash() const = 0;
   virtual bool operator==(const RTApcServant &other) const = 0;
-  virtual RTApcServant *clone() const = 0;           ///< for delete
+  virtual RTApcServant *clone() const = 0;  ///< for delete
 };
 
 class KXCERT_EXPORT RTApc {
@@ -67,11 +67,11 @@ class KXCERT_EXPORT RTApc {
   int Queue(const RTApcServant &work, int timeoutMs);
   /// Drops what was not answered; from here on nothing is taken. What runs goes on to its end.
   void Abandon();
-  bool IsInherited() const;              ///< this process is a child of the pool's
+  bool IsInherited() const;  ///< this process is a child of the pool's
 
  private:
   friend int RTApc_SetNumThreads(RTApc *pool, int numThreads);
-  std::shared_ptr<RTApc_imp> m_imp;      // with the workers and what is posted to the loop
+  std::shared_ptr<RTApc_imp> m_imp;  // with the workers and what is posted to the loop
 };
 
 /// Adds threads, or ends as many once they are done with what they do; while work runs.

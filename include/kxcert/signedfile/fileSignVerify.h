@@ -61,7 +61,7 @@ KXCERT_EXPORT int FileSignVerify2C(const char *file, const char *sigFile, const 
 
 // The steps.
 
-constexpr unsigned int kMaxFileSignatureLen = 256;   ///< octets; the longest of P-521 has 139
+constexpr unsigned int kMaxFileSignatureLen = 256;  ///< octets; the longest of P-521 has 139
 
 /// Reads a signature block.
 /// @param[out]    timestamp  in network byte order: its octets in memory are those of the file

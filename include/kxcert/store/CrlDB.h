@@ -32,9 +32,9 @@ class KXCERT_EXPORT CrlDB {
   CrlDB(const CrlDB &) = delete;
   CrlDB &operator=(const CrlDB &) = delete;
 
-  int InitPath(const char *path);   ///< 0, or -1 for null; closes what is open, removes nothing
-  void Init();                      ///< opens the database unless it is
-  FileDB *FDB();                    ///< the same; lent until InitPath or Destroy, never null
+  int InitPath(const char *path);  ///< 0, or -1 for null; closes what is open, removes nothing
+  void Init();                     ///< opens the database unless it is
+  FileDB *FDB();                   ///< the same; lent until InitPath or Destroy, never null
 
   /// The file database's key: 32 hexadecimal digits, for free(). Null for a name that has no text.
   /// @param dp      its text is what counts: names that print alike are one
@@ -52,16 +52,16 @@ class KXCERT_EXPORT CrlDB {
   /// hour. What another process stores meanwhile stays, and so does what cannot be looked at for now (no
   /// descriptors or memory, say). The whole walk is under the database's lock.
   void GarbageCollector();
-  int Destroy();   ///< removes the folder, as FileDB::Destroy; the next use begins anew
+  int Destroy();  ///< removes the folder, as FileDB::Destroy; the next use begins anew
 
  private:
   const std::unique_ptr<sxExpiringRecords> m_records;
 };
 
 /// The process's one CRL database.
-KXCERT_EXPORT int sxCRLCache_set_dbpath(const char *path);     ///< its InitPath
-KXCERT_EXPORT int remove_crl_cache_db();                       ///< its Destroy
-KXCERT_EXPORT void crl_db_garbage_collector(void *opaque);     ///< its GarbageCollector; opaque is unused
-KXCERT_EXPORT CrlDB &sxCRLCache_db();                          ///< lent, lives as long as the process
+KXCERT_EXPORT int sxCRLCache_set_dbpath(const char *path);  ///< its InitPath
+KXCERT_EXPORT int remove_crl_cache_db();                    ///< its Destroy
+KXCERT_EXPORT void crl_db_garbage_collector(void *opaque);  ///< its GarbageCollector; opaque is unused
+KXCERT_EXPORT CrlDB &sxCRLCache_db();                       ///< lent, lives as long as the process
 
 #endif

@@ -23,43 +23,43 @@ struct fdb_iterator;
 /// A named recursive lock that is made when it is first taken. If it cannot be made, it never is.
 class KXCERT_EXPORT FileDB_Locker {
  public:
-  explicit FileDB_Locker(const char *name);   ///< a copy; null makes a lock that fails
-  ~FileDB_Locker();                           ///< holds nothing any more, or others wait for ever
+  explicit FileDB_Locker(const char *name);  ///< a copy; null makes a lock that fails
+  ~FileDB_Locker();                          ///< holds nothing any more, or others wait for ever
   FileDB_Locker(const FileDB_Locker &) = delete;
   FileDB_Locker &operator=(const FileDB_Locker &) = delete;
 
-  int Lock();     ///< 0 or -1
-  int Unlock();   ///< 0, or -1 (this thread does not hold it, say)
+  int Lock();    ///< 0 or -1
+  int Unlock();  ///< 0, or -1 (this thread does not hold it, say)
   bool HasName() const;
 
  private:
-  std::mutex m_making;          // guards the two below: threads may meet at the first Lock
-  char *m_name;                 // owned, from strdup; null after a failure
-  MtMutex *m_mutex = nullptr;   // owned
+  std::mutex m_making;         // guards the two below: threads may meet at the first Lock
+  char *m_name;                // owned, from strdup; null after a failure
+  MtMutex *m_mutex = nullptr;  // owned
 };
 
 /// Nothing locks except Destroy.
 class KXCERT_EXPORT FileDB {
  public:
-  FileDB(const char *name, const char *version);   ///< as fdb_open
-  virtual ~FileDB();                               ///< the files stay
+  FileDB(const char *name, const char *version);  ///< as fdb_open
+  virtual ~FileDB();                              ///< the files stay
   FileDB(const FileDB &) = delete;
   FileDB &operator=(const FileDB &) = delete;
 
-  virtual int Get(const char *key, void **out);    ///< for free(); @return length or -1
+  virtual int Get(const char *key, void **out);  ///< for free(); @return length or -1
   virtual int Store(const char *key, void *buf, int len);
   virtual int Remove(const char *key);
 
-  int Lock();      ///< 0 or -1; the holder may take it again and gives it back as often
-  int Unlock();    ///< 0 or -1
-  int Destroy();   ///< as fdb_destroy, under the lock
+  int Lock();     ///< 0 or -1; the holder may take it again and gives it back as often
+  int Unlock();   ///< 0 or -1
+  int Destroy();  ///< as fdb_destroy, under the lock
 
  private:
   friend class FileDB_Iter;
-  friend class sxExpiringRecords;   // looks at files, not at keys, when it collects
+  friend class sxExpiringRecords;  // looks at files, not at keys, when it collects
 
-  fdb_handle *m_fdb;                         // owned; null when opening failed
-  std::unique_ptr<FileDB_Locker> m_locker;   // null when opening failed
+  fdb_handle *m_fdb;                        // owned; null when opening failed
+  std::unique_ptr<FileDB_Locker> m_locker;  // null when opening failed
 };
 
 /// Store and Remove take the lock; Get does not.
@@ -96,15 +96,15 @@ class KXCERT_EXPORT FileDB_Iter {
   FileDB_Iter(const FileDB_Iter &) = delete;
   FileDB_Iter &operator=(const FileDB_Iter &) = delete;
 
-  const char *Next();       ///< lent until the next call; null at the end and on failure
-  virtual void Destroy();   ///< closes the folder; harmless when repeated
+  const char *Next();      ///< lent until the next call; null at the end and on failure
+  virtual void Destroy();  ///< closes the folder; harmless when repeated
 
  protected:
-  int32_t m_restart = 1;    // the folder is still to be opened
+  int32_t m_restart = 1;  // the folder is still to be opened
   FileDB &m_db;
 
  private:
-  fdb_iterator *m_iter = nullptr;   // owned
+  fdb_iterator *m_iter = nullptr;  // owned
 };
 
 /// The same under the database's lock: taken here, given back by Destroy. Without the lock it finds

@@ -45,14 +45,14 @@ KXCERT_EXPORT int fdb_read(fdb_handle *db, const char *key, void **out);
 /// @return 0 or -1
 KXCERT_EXPORT int fdb_store(fdb_handle *db, const char *key, const void *buf, int len);
 
-KXCERT_EXPORT int fdb_remove(fdb_handle *db, const char *key);   ///< 0, or -1 (no such record, say)
+KXCERT_EXPORT int fdb_remove(fdb_handle *db, const char *key);  ///< 0, or -1 (no such record, say)
 
 /// Walks the keys in the folder's own order. What is stored or removed meanwhile may be met or not.
 /// @return for fdb_iter_destroy, or null
 KXCERT_EXPORT fdb_iterator *fdb_iter(fdb_handle *db);
 /// The next key, lent until the next call for the same iterator; null at the end, and from then on.
 KXCERT_EXPORT const char *fdb_iter_next(fdb_iterator *iter);
-KXCERT_EXPORT void fdb_iter_destroy(fdb_iterator *iter);   ///< null is ignored
+KXCERT_EXPORT void fdb_iter_destroy(fdb_iterator *iter);  ///< null is ignored
 
 /// The files stay. Null is ignored.
 KXCERT_EXPORT void fdb_close(fdb_handle *db);

@@ -25,7 +25,7 @@ class KXCERT_EXPORT CA_Identity {
   ~CA_Identity();
   CA_Identity &operator=(const CA_Identity &) = delete;
 
-  bool Valid() const { return m_len > 0; }   ///< false for a name without text or with an empty one
+  bool Valid() const { return m_len > 0; }  ///< false for a name without text or with an empty one
   const char *Data() const { return m_data; }
   int Len() const { return m_len; }
 
@@ -41,7 +41,7 @@ class KXCERT_EXPORT CA_Identity {
 
 class KXCERT_EXPORT RootCA_Cache {
  public:
-  RootCA_Cache(unsigned size, unsigned timeoutSec);   ///< timeoutSec 0: no limit
+  RootCA_Cache(unsigned size, unsigned timeoutSec);  ///< timeoutSec 0: no limit
   ~RootCA_Cache();
   RootCA_Cache(const RootCA_Cache &) = delete;
   RootCA_Cache &operator=(const RootCA_Cache &) = delete;
@@ -51,8 +51,8 @@ class KXCERT_EXPORT RootCA_Cache {
   /// @retval -1  null, or a root without a name
   /// @retval -2  the name has no text
   int Add(sxRootCA *root);
-  sxRootCA *Get(const sxDN &dn) const;        ///< lent, or null
-  sxRootCA *Get_Save(const sxDN &dn) const;   ///< for sxFreePKobj, or null
+  sxRootCA *Get(const sxDN &dn) const;       ///< lent, or null
+  sxRootCA *Get_Save(const sxDN &dn) const;  ///< for sxFreePKobj, or null
   /// @retval  0  no such root is in the cache any more
   /// @retval -1  null, or a root without a name
   /// @retval -2  the name has no text
@@ -71,10 +71,10 @@ class KXCERT_EXPORT CA_Cert_Cache {
   CA_Cert_Cache(const CA_Cert_Cache &) = delete;
   CA_Cert_Cache &operator=(const CA_Cert_Cache &) = delete;
 
-  int add_CA_cert(sxCert *cert);                  ///< by its subject; results as RootCA_Cache::Add
-  sxCert *get_CA_cert(const sxDN &dn) const;      ///< lent, or null
-  sxCert *get_CA_cert_Save(const sxDN &dn) const; ///< for sxFreeSigned, or null
-  int delete_CA_cert(const sxCert *cert);         ///< by its subject; results as RootCA_Cache::Delete
+  int add_CA_cert(sxCert *cert);                   ///< by its subject; results as RootCA_Cache::Add
+  sxCert *get_CA_cert(const sxDN &dn) const;       ///< lent, or null
+  sxCert *get_CA_cert_Save(const sxDN &dn) const;  ///< for sxFreeSigned, or null
+  int delete_CA_cert(const sxCert *cert);          ///< by its subject; results as RootCA_Cache::Delete
   int Count() const;
 
  private:

@@ -25,11 +25,11 @@ constexpr int kMaxDetours = 64;
 
 /// Everything is borrowed for the call. Members may be added at the end.
 struct sxChainQuestion {
-  sxCert *endEntity = nullptr;          ///< the certificate that is judged
+  sxCert *endEntity = nullptr;  ///< the certificate that is judged
   /// Where issuers are taken from: any order, holes, copies and strangers do no harm, and the end entity
   /// may be among them. Null: none. The verdict does not depend on the order.
   const sxCerts *pool = nullptr;
-  sxKeyHolder *holder = nullptr;        ///< the roots that are trusted; its intermediates are tried as well
+  sxKeyHolder *holder = nullptr;  ///< the roots that are trusted; its intermediates are tried as well
   ValidateParams params;
   /// sxValidationFlags. What is left out is not checked. Where sxValidate_revocation stands without a
   /// revocation function the code is -965.
@@ -47,9 +47,9 @@ struct KXCERT_EXPORT sxChainVerdict {
   ~sxChainVerdict();
 
   sxValidationRC code = sxValidation_badInput;
-  int level = -1;                       ///< of the path: where it failed, as sxCert_ValCerts says; -1 on success
-  sxString text;                        ///< the code's text; when it failed, the facts as well, a line each
-  sxRootCA *root = nullptr;             ///< one reference, which the verdict drops; null without trust
+  int level = -1;            ///< of the path: where it failed, as sxCert_ValCerts says; -1 on success
+  sxString text;             ///< the code's text; when it failed, the facts as well, a line each
+  sxRootCA *root = nullptr;  ///< one reference, which the verdict drops; null without trust
   /// Get(0) is the end entity, octet for octet; then its issuers. With a root, the last one is that
   /// root's certificate; without, the one whose issuer was not found. Empty for -1000.
   sxCerts path;

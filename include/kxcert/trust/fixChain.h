@@ -20,11 +20,11 @@ class sxRootCA;
 /// A failed repair leaves the chain partly changed: it is not trusted.
 /// @return the root that the chain now ends in, lent, or null; the chain keeps it
 KXCERT_EXPORT sxRootCA *sxCert_FixChain(sxCerts *chain, sxKeyHolder &holder);
-KXCERT_EXPORT sxRootCA *sxCert_FixChainC(sxCerts *chain, sxKeyHolder *holder);   ///< null also for null
+KXCERT_EXPORT sxRootCA *sxCert_FixChainC(sxCerts *chain, sxKeyHolder *holder);  ///< null also for null
 
 /// Adds missing sub-CA certificates to a chain; negative: it could not.
 using sxSubCAFunc = int (*)(sxCerts &chain);
-KXCERT_EXPORT void sxCert_SetSubCAFunc(sxSubCAFunc func);   ///< null: none
+KXCERT_EXPORT void sxCert_SetSubCAFunc(sxSubCAFunc func);  ///< null: none
 
 /// Whether a peer's user name is to be taken from its certificate. Sorts and repairs the chain: the
 /// names are those of chain->Get(0) afterwards, which need not be what the peer sent first, and no
@@ -35,7 +35,6 @@ KXCERT_EXPORT void sxCert_SetSubCAFunc(sxSubCAFunc func);   ///< null: none
 /// @retval  0  the chain's root does not say so
 /// @retval -1  bad arguments, a chain that cannot be sorted or repaired, no subject, no common name or
 ///             one that holds a NUL
-KXCERT_EXPORT int sxCert_UseCN2FetchUser(sxCerts *chain, sxKeyHolder *holder, char *cn, int cnLen,
-                                         char *dn, int dnLen);
+KXCERT_EXPORT int sxCert_UseCN2FetchUser(sxCerts *chain, sxKeyHolder *holder, char *cn, int cnLen, char *dn, int dnLen);
 
 #endif

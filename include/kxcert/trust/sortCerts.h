@@ -17,6 +17,6 @@ class sxCerts;
 /// @retval  0  every member is on the path
 /// @retval -1  the set is empty, or members that are not on the path were left out
 KXCERT_EXPORT int sxCerts_Sort(const sxCerts &in, sxCerts &out);
-KXCERT_EXPORT int sxCerts_Sort(sxCerts &certs);    ///< in place
+KXCERT_EXPORT int sxCerts_Sort(sxCerts &certs);  ///< in place
 
 #endif

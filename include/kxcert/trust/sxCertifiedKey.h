@@ -21,9 +21,9 @@ class KXCERT_EXPORT sxCertifiedKey : public sxPKNamedObj {
   sxCertifiedKey(const char *name, const sxCerts &chain, sxRootCA *root, sxPubKey *key, int purpose,
                  const unsigned char *id, int idLen);
 
-  const sxCerts &Chain() const;   ///< lent
-  sxRootCA *Root() const;         ///< lent, or null
-  sxPubKey *PubKey() const;       ///< lent, or null
+  const sxCerts &Chain() const;  ///< lent
+  sxRootCA *Root() const;        ///< lent, or null
+  sxPubKey *PubKey() const;      ///< lent, or null
 
  private:
   sxCertifiedKey_imp *Imp() const;

@@ -33,46 +33,46 @@ class SxStream;
 /// Why a certificate is trusted.
 enum TrustType : int {
   TrustType_none = 0,
-  TrustType_trustedCA = 1,     ///< it is a trusted CA's certificate: same name, same key
-  TrustType_signedByCA = 2,    ///< a trusted CA's key verifies its signature
+  TrustType_trustedCA = 1,   ///< it is a trusted CA's certificate: same name, same key
+  TrustType_signedByCA = 2,  ///< a trusted CA's key verifies its signature
 };
 
 /// How a software holder keeps CAs. Other values than 0 and 1 mean the same as 2.
 enum sxKeyHolderMode : int {
   sxKeyHolder_noCaches = 0,
-  sxKeyHolder_cachedRoots = 1,         ///< AddCA and RootCA_Lookup use the cache only; intermediates too
+  sxKeyHolder_cachedRoots = 1,  ///< AddCA and RootCA_Lookup use the cache only; intermediates too
   sxKeyHolder_cachedIntermediates = 2,
 };
 
-constexpr int kMaxChainLevels = 100;   ///< levels that IsChainTrusted looks at
+constexpr int kMaxChainLevels = 100;  ///< levels that IsChainTrusted looks at
 
 class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
  public:
-  explicit sxKeyHolder(sxKeyHolder_imp *imp);          ///< adopts
+  explicit sxKeyHolder(sxKeyHolder_imp *imp);  ///< adopts
 
-  sxRootCA_iterator *RootCAs();                        ///< new, for delete; borrows the holder
-  int AddCA(sxRootCA *ca);                             ///< takes a reference; 0, or negative
-  int RemoveCA(sxRootCA *ca);                          ///< 0, or negative when it is not here
+  sxRootCA_iterator *RootCAs();  ///< new, for delete; borrows the holder
+  int AddCA(sxRootCA *ca);       ///< takes a reference; 0, or negative
+  int RemoveCA(sxRootCA *ca);    ///< 0, or negative when it is not here
   /// By name, in the root cache (mode 1: its text must be the same) or in the list (CAByDN).
   sxRootCA *RootCA_Lookup(const sxDN &dn);
-  sxRootCA *RootCA_Lookup_Save(const sxDN &dn);        ///< for sxFreePKobj, or null
+  sxRootCA *RootCA_Lookup_Save(const sxDN &dn);  ///< for sxFreePKobj, or null
   sxRootCA *CAByName(const char *name);
-  sxRootCA *CAByDN(const sxDN *dn);                    ///< null finds a root without a name
+  sxRootCA *CAByDN(const sxDN *dn);  ///< null finds a root without a name
   sxRootCA *CAByID(const unsigned char *id, int idLen);
 
-  int AddIntermediateCA(sxCert *cert);                 ///< takes a reference; 0, or -1
-  sxCert *GetIntermediateCA(const sxDN &dn);           ///< lent, or null
-  sxCert *GetIntermediateCA_Save(const sxDN &dn);      ///< for sxFreeSigned, or null
+  int AddIntermediateCA(sxCert *cert);             ///< takes a reference; 0, or -1
+  sxCert *GetIntermediateCA(const sxDN &dn);       ///< lent, or null
+  sxCert *GetIntermediateCA_Save(const sxDN &dn);  ///< for sxFreeSigned, or null
   int IntermediateCAsCount();
-  int RemoveIntermediateCA(const sxCert *cert);        ///< by its subject; 0, or -1
+  int RemoveIntermediateCA(const sxCert *cert);  ///< by its subject; 0, or -1
 
-  sxCertKey_iterator *CertKeys();                      ///< new, for delete; borrows the holder
-  int AddCertKey(sxCertifiedKey *key);                 ///< takes a reference; 0, or -1
+  sxCertKey_iterator *CertKeys();       ///< new, for delete; borrows the holder
+  int AddCertKey(sxCertifiedKey *key);  ///< takes a reference; 0, or -1
   int RemoveCertKey(sxCertifiedKey *key);
   sxCertifiedKey *CertKeyByName(const char *name);
-  sxCertifiedKey *CertKeyByDN(const sxDN *dn);         ///< by the subject of its first certificate
-  sxCertifiedKey *CertKeyBySubCA(const sxDN &dn);      ///< a certificate of its chain has that subject
-  sxCertifiedKey *CertKeyByCADN(const sxDN *dn);       ///< by its root's name
+  sxCertifiedKey *CertKeyByDN(const sxDN *dn);     ///< by the subject of its first certificate
+  sxCertifiedKey *CertKeyBySubCA(const sxDN &dn);  ///< a certificate of its chain has that subject
+  sxCertifiedKey *CertKeyByCADN(const sxDN *dn);   ///< by its root's name
   sxCertifiedKey *CertKeyByID(const unsigned char *id, int idLen);
   /// The first key whose root's CA type is 1 or 2; else the last one whose root's type is neither of
   /// these nor 3; else the last one whose root's type is 3. Keys without a root are passed over.
@@ -82,18 +82,18 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   sxKeyHolder &operator+=(sxKeyHolder &other);
   bool HasKeys();
   bool HasRootCAs();
-  void Herror_Short();                                 ///< the names it holds, to the debug log
+  void Herror_Short();  ///< the names it holds, to the debug log
   /// The listed root CAs and the certified keys, each list with a title unless it is empty.
   void Sprint(SxStream *out, int indent) const;
-  void Fprint(FILE *out, int indent) const;            ///< null: standard output
-  void Herror() const;                                 ///< the same text to the debug log
+  void Fprint(FILE *out, int indent) const;  ///< null: standard output
+  void Herror() const;                       ///< the same text to the debug log
 
-  int IsCertTrustedCA(sxRootCA *ca, const sxCert &cert);       ///< 1: same name, same key; else 0
-  int IsSignedByTrustedCA(sxRootCA *ca, const sxCert &cert);   ///< 1: the CA issued and signed it; else 0
+  int IsCertTrustedCA(sxRootCA *ca, const sxCert &cert);      ///< 1: same name, same key; else 0
+  int IsSignedByTrustedCA(sxRootCA *ca, const sxCert &cert);  ///< 1: the CA issued and signed it; else 0
   /// The root that makes the certificate trusted, lent, or null.
   /// @param[out] type  why; TrustType_none with null
   sxRootCA *IsCertTrusted(const sxCert &cert, TrustType &type);
-  sxRootCA *IsCertTrusted_Save(const sxCert &cert, TrustType &type);   ///< for sxFreePKobj, or null
+  sxRootCA *IsCertTrusted_Save(const sxCert &cert, TrustType &type);  ///< for sxFreePKobj, or null
   /// 1 when a cached intermediate CA issued and signed it; that one is then added to @p chain.
   int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain);
 
@@ -109,26 +109,26 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   sxRootCA *IsChainTrusted(const sxCerts &chain, sxCerts &out);
   /// Empties @p out and adds every certificate. @return 0, or -1 when there is none
   int CopyChain(const sxCerts &sorted, sxCerts &out);
-  void TruncateChain(sxCerts &chain, int level);       ///< deletes the positions from @p level on
+  void TruncateChain(sxCerts &chain, int level);  ///< deletes the positions from @p level on
   /// Makes @p out end in the root's certificate. Nothing happens for a negative level, no root, or
   /// another type than the two above.
   /// @param level  where trust was found in @p sorted
   void CanonizeChain(sxRootCA *root, const sxCerts &sorted, sxCerts &out, int level, TrustType type);
 
-  sxKeyHolder_imp *GetP() const;                       ///< the library's own use
+  sxKeyHolder_imp *GetP() const;  ///< the library's own use
 };
 
 /// Keeps everything in memory.
 class KXCERT_EXPORT sxSWKeyHolder : public sxKeyHolder {
  public:
-  sxSWKeyHolder();                                     ///< mode 0
+  sxSWKeyHolder();  ///< mode 0
   /// @param cacheSize   root CAs that the cache holds; three times as many intermediate CAs
   /// @param timeoutSec  how long an intermediate CA stays, 0 for no limit
   /// @param mode        sxKeyHolderMode
   sxSWKeyHolder(int cacheSize, int timeoutSec, int mode);
 
-  int AddCA_Cache(sxRootCA *ca);                       ///< results as RootCA_Cache::Add
-  int RemoveCA_Cache(sxRootCA *ca);                    ///< results as RootCA_Cache::Delete
+  int AddCA_Cache(sxRootCA *ca);     ///< results as RootCA_Cache::Add
+  int RemoveCA_Cache(sxRootCA *ca);  ///< results as RootCA_Cache::Delete
 };
 
 /// Each is for sxFreePKobj.

@@ -37,15 +37,15 @@ class KXCERT_EXPORT sxPKObjects {
   sxPKObjects(const sxPKObjects &) = delete;
   sxPKObjects &operator=(const sxPKObjects &) = delete;
 
-  int Add(sxPKobj *obj);             ///< takes a reference; 0, or -1 for null
-  int Delete(sxPKobj *obj);          ///< drops it; 0, or -1 for null or when it is not here
-  sxPKobj *Get(int i) const;         ///< lent; null for an empty or no slot
-  bool IsInRange(int i) const;       ///< whether there is such a slot, empty or not
-  int Count() const;                 ///< occupied slots
+  int Add(sxPKobj *obj);        ///< takes a reference; 0, or -1 for null
+  int Delete(sxPKobj *obj);     ///< drops it; 0, or -1 for null or when it is not here
+  sxPKobj *Get(int i) const;    ///< lent; null for an empty or no slot
+  bool IsInRange(int i) const;  ///< whether there is such a slot, empty or not
+  int Count() const;            ///< occupied slots
 
   /// Every object in slot order, each as its own kind prints. An empty set writes nothing, no title either.
-  void Sprint(SxStream *out, const char *title, int indent) const;   ///< title null: none
-  void Fprint(FILE *out, const char *title, int indent) const;       ///< out null: standard output
+  void Sprint(SxStream *out, const char *title, int indent) const;  ///< title null: none
+  void Fprint(FILE *out, const char *title, int indent) const;      ///< out null: standard output
   void Herror(const char *title) const;
 
   /// The object in the lowest slot that has this hash and matches. Lent; null without an index.
@@ -55,7 +55,7 @@ class KXCERT_EXPORT sxPKObjects {
   sxPKobj *FindFirst(MatchFunc matches, const void *wanted) const;
 
  private:
-  sxPKObjects_imp *m_imp;            // owned, never null
+  sxPKObjects_imp *m_imp;  // owned, never null
 };
 
 /// Each starts at slot 0 and borrows the set. Visit while Curr() is not null, calling Next() after each.
@@ -66,11 +66,11 @@ class KXCERT_EXPORT sxRootCA_iterator {
   sxRootCA_iterator(const sxRootCA_iterator &) = delete;
   sxRootCA_iterator &operator=(const sxRootCA_iterator &) = delete;
 
-  sxRootCA *Curr() const;            ///< lent; null for an empty slot or past the end
+  sxRootCA *Curr() const;  ///< lent; null for an empty slot or past the end
   void Next();
 
  private:
-  sxPKObjects_iterator_imp *m_imp;   // owned, never null
+  sxPKObjects_iterator_imp *m_imp;  // owned, never null
 };
 
 class KXCERT_EXPORT sxCertKey_iterator {
@@ -84,7 +84,7 @@ class KXCERT_EXPORT sxCertKey_iterator {
   void Next();
 
  private:
-  sxPKObjects_iterator_imp *m_imp;   // owned, never null
+  sxPKObjects_iterator_imp *m_imp;  // owned, never null
 };
 
 class KXCERT_EXPORT sxOCSP_iterator {
@@ -98,7 +98,7 @@ class KXCERT_EXPORT sxOCSP_iterator {
   void Next();
 
  private:
-  sxPKObjects_iterator_imp *m_imp;   // owned, never null
+  sxPKObjects_iterator_imp *m_imp;  // owned, never null
 };
 
 #endif

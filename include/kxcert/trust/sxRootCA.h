@@ -16,13 +16,18 @@ class sxRootCA_imp;
 /// What kind of CA the configuration says it is. The library reads only an order of preference from
 /// it (sxKeyHolder::CertKeyByDefault): 1 and 2 before all others, 3 after them.
 enum SxCaType : int {
-  sxCaType_other = 0, sxCaType_first = 1, sxCaType_second = 2, sxCaType_last = 3,
+  sxCaType_other = 0,
+  sxCaType_first = 1,
+  sxCaType_second = 2,
+  sxCaType_last = 3,
 };
 
 /// Which sources revocation checking consults. The numbers are this library's choice.
 enum SxCaRevocationMethod : int {
-  sxRevocationMethod_params = 0,   ///< what the validation parameters say
-  sxRevocationMethod_crl = 1, sxRevocationMethod_ocsp = 2, sxRevocationMethod_both = 3,
+  sxRevocationMethod_params = 0,  ///< what the validation parameters say
+  sxRevocationMethod_crl = 1,
+  sxRevocationMethod_ocsp = 2,
+  sxRevocationMethod_both = 3,
 };
 
 class KXCERT_EXPORT sxRootCA : public sxPKNamedObj {
@@ -34,29 +39,29 @@ class KXCERT_EXPORT sxRootCA : public sxPKNamedObj {
   /// @param id               idLen octets, copied
   /// @param nameConstraints  adopted, or null: no constraints
   /// @param crlTo            kept as it is given, for revocation checking
-  sxRootCA(const char *name, sxCert *cert, unsigned int valType, SxCaType caType, int purpose,
-           const unsigned char *id, int idLen, sxGeneralNames *nameConstraints, int crlTo);
+  sxRootCA(const char *name, sxCert *cert, unsigned int valType, SxCaType caType, int purpose, const unsigned char *id,
+           int idLen, sxGeneralNames *nameConstraints, int crlTo);
 
-  sxCert *Cert() const;                              ///< lent, or null
-  const sxCerts *AdditionalCerts() const;            ///< lent, or null
-  const sxGeneralNames *NameConstraints() const;     ///< lent, or null
+  sxCert *Cert() const;                           ///< lent, or null
+  const sxCerts *AdditionalCerts() const;         ///< lent, or null
+  const sxGeneralNames *NameConstraints() const;  ///< lent, or null
   unsigned int ValType() const;
   SxCaType CAType() const;
   int CrlTo() const;
   bool IsMsEnterprise() const;
   bool UseCN2FetchUser() const;
   SxCaRevocationMethod RevocationMethod() const;
-  sxPKObjects *OcspServers() const;                  ///< lent, of sxOcspServer, or null
-  const sxGeneralNames *ForcedCrlDp() const;         ///< lent, or null
+  sxPKObjects *OcspServers() const;           ///< lent, of sxOcspServer, or null
+  const sxGeneralNames *ForcedCrlDp() const;  ///< lent, or null
 
-  void SetAdditionalCerts(sxCerts *certs);           ///< adopted; null: none
+  void SetAdditionalCerts(sxCerts *certs);  ///< adopted; null: none
   void SetValType(unsigned int valType);
   void SetCAType(SxCaType caType);
   void SetMsEnterprise(bool on);
   void SetUseCN2FetchUser(bool on);
   void SetRevocationMethod(SxCaRevocationMethod method);
-  void SetOcspServers(sxPKObjects *servers);         ///< adopted; null: none
-  void SetForcedCrlDp(sxGeneralNames *points);       ///< adopted; null: none
+  void SetOcspServers(sxPKObjects *servers);    ///< adopted; null: none
+  void SetForcedCrlDp(sxGeneralNames *points);  ///< adopted; null: none
 
   /// The certificate of this CA whose key verifies the signature of @p cert: the own one first, then
   /// the additional ones in order. Lent; null when none does.

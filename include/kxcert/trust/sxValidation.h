@@ -23,7 +23,7 @@ struct sxd_env;
 
 enum sxValidationRC : int {
   sxValidation_OK = 0,
-  sxValidation_async = -1,                 ///< the result comes through the callback
+  sxValidation_async = -1,  ///< the result comes through the callback
   sxValidation_blackListed = -1002,
   sxValidation_notTrusted = -1001,
   sxValidation_badInput = -1000,
@@ -49,8 +49,11 @@ enum sxValidationRC : int {
 
 /// What sxCert_ValCerts runs, in this order.
 enum sxValidationFlags : int {
-  sxValidate_path = 1, sxValidate_signatures = 2, sxValidate_nameConstraints = 8,
-  sxValidate_revocation = 4, sxValidate_all = 15,
+  sxValidate_path = 1,
+  sxValidate_signatures = 2,
+  sxValidate_nameConstraints = 8,
+  sxValidate_revocation = 4,
+  sxValidate_all = 15,
 };
 
 constexpr int kDefaultGraceSec = 7200;
@@ -58,7 +61,7 @@ constexpr int kRevocationTimeoutMs = 60000;
 
 /// Static text of a code; "validation general error" for a number that is none.
 KXCERT_EXPORT const char *sxValidationRC_GetString(int rc);
-KXCERT_EXPORT bool isCertificateRevoked(int rc);                 ///< exactly for -991
+KXCERT_EXPORT bool isCertificateRevoked(int rc);  ///< exactly for -991
 
 /// Seconds before notBefore at which certificates become valid where parameters say -1.
 KXCERT_EXPORT void sxCertValidate_SetGracePeriod(unsigned int sec);
@@ -91,8 +94,7 @@ KXCERT_EXPORT sxValidationRC sxValidateNameConstraints(const sxRootCA *root, con
 KXCERT_EXPORT long sxGetChainExpiration(const sxCerts &chain);
 
 /// Result of a validation that went on: code, its text, level, expiration, opaque.
-using sxValidationCallback = void (*)(sxValidationRC rc, const char *text, int level, long expiration,
-                                      void *opaque);
+using sxValidationCallback = void (*)(sxValidationRC rc, const char *text, int level, long expiration, void *opaque);
 
 /// Revocation checking, as a component above installs it.
 /// @param      env        of the caller, or null
@@ -101,9 +103,8 @@ using sxValidationCallback = void (*)(sxValidationRC rc, const char *text, int l
 /// @param      params     borrowed for the call only; they say as of which time
 /// @param[out] level      index of the certificate that failed
 /// @return 0, -1, or one of -991, -990, -989, -988, -986, -985, -984, -967, -965
-using sxRevocationFunc = sxValidationRC (*)(sxd_env *env, sxRootCA *root, sxCerts &chain,
-                                            const ValidateParams &params, sxValidationCallback callback,
-                                            void *opaque, int timeoutMs, int &level);
+using sxRevocationFunc = sxValidationRC (*)(sxd_env *env, sxRootCA *root, sxCerts &chain, const ValidateParams &params,
+                                            sxValidationCallback callback, void *opaque, int timeoutMs, int &level);
 /// Takes CRLs that a caller of sxCert_ValCerts brought along, for the revocation checks to come.
 using sxPushCRLsFunc = void (*)(sxCRLs &crls, int crlTo);
 
@@ -121,13 +122,11 @@ KXCERT_EXPORT void sxCertValidate_SetPushCRLsFunc(sxPushCRLsFunc func);
 /// @param      callback    handed to the revocation function, with @p opaque
 /// @param      flags       sxValidationFlags
 KXCERT_EXPORT sxValidationRC sxCert_ValCerts_e(sxd_env *env, sxRootCA *root, sxCerts *chain, sxCRLs *crls,
-                                               long *expiration, const ValidateParams &params,
-                                               char *errBuf, int errLen, int *level,
-                                               sxValidationCallback callback, void *opaque, int flags);
-KXCERT_EXPORT sxValidationRC sxCert_ValCerts(sxRootCA *root, sxCerts *chain, sxCRLs *crls,
-                                             long *expiration, const ValidateParams &params, char *errBuf,
-                                             int errLen, int *level, sxValidationCallback callback,
-                                             void *opaque, int flags);
+                                               long *expiration, const ValidateParams &params, char *errBuf, int errLen,
+                                               int *level, sxValidationCallback callback, void *opaque, int flags);
+KXCERT_EXPORT sxValidationRC sxCert_ValCerts(sxRootCA *root, sxCerts *chain, sxCRLs *crls, long *expiration,
+                                             const ValidateParams &params, char *errBuf, int errLen, int *level,
+                                             sxValidationCallback callback, void *opaque, int flags);
 
 /// Writes why a validation failed: the text of the code; then a line each for the level, the subject
 /// and serial number of the certificate there, and the fact that decided (the date, the path length
@@ -136,7 +135,7 @@ KXCERT_EXPORT sxValidationRC sxCert_ValCerts(sxRootCA *root, sxCerts *chain, sxC
 /// @return 0, or -1 for no area
 KXCERT_EXPORT int sxCert_ValErrToStr(const sxCerts *chain, int rc, int level, char *buf, int len);
 /// Names the root as well, and says that a CRL was at hand, when they are not null.
-KXCERT_EXPORT int sxCert_ValErrToStr_ex(const sxCerts *chain, const sxCRL *crl, int rc, int level, char *buf,
-                                        int len, const sxRootCA *root = nullptr);
+KXCERT_EXPORT int sxCert_ValErrToStr_ex(const sxCerts *chain, const sxCRL *crl, int rc, int level, char *buf, int len,
+                                        const sxRootCA *root = nullptr);
 
 #endif

@@ -20,32 +20,32 @@ class SxStream;
 
 class KXCERT_EXPORT sxcert_black_list {
  public:
-  explicit sxcert_black_list(int numExpected = 0);   ///< as sxCRL_Encoder takes it
+  explicit sxcert_black_list(int numExpected = 0);  ///< as sxCRL_Encoder takes it
   sxcert_black_list(const sxcert_black_list &) = delete;
   sxcert_black_list &operator=(const sxcert_black_list &) = delete;
 
-  int Add(const sxAsnInt &serial);                   ///< a copy, dated now; always 0
+  int Add(const sxAsnInt &serial);  ///< a copy, dated now; always 0
   /// Adds the number with these content octets (two's complement, big-endian), two digits each. A
   /// positive serial whose first octet is 80 or more needs its leading 00: "ff12" is another, negative
   /// number. Texts of this library that name a serial write it so.
   /// @return 0 or -1
   int AddFromString(const sxString &hex);
-  bool IsExist(const sxCert &cert) const;            ///< by its serial number
+  bool IsExist(const sxCert &cert) const;  ///< by its serial number
   int Size() const;
 
   /// The number of entries and the first hundred of them, as a CRL's.
   void Sprint(SxStream *out, int indent) const;
-  void Fprint(FILE *out, int indent) const;          ///< null: standard output
-  void Herror() const;                               ///< the same text to the debug log
+  void Fprint(FILE *out, int indent) const;  ///< null: standard output
+  void Herror() const;                       ///< the same text to the debug log
 
-  static int Diff(const sxcert_black_list *a, const sxcert_black_list *b);   ///< always 0, by intent
-  static int save(sxcert_black_list *list);          ///< the new count; -2 for null
-  static int free(sxcert_black_list *list);          ///< the new count; 0 for null
+  static int Diff(const sxcert_black_list *a, const sxcert_black_list *b);  ///< always 0, by intent
+  static int save(sxcert_black_list *list);                                 ///< the new count; -2 for null
+  static int free(sxcert_black_list *list);                                 ///< the new count; 0 for null
 
  private:
   ~sxcert_black_list();
 
-  sxcert_black_list_imp *m_imp;                      // owned, never null
+  sxcert_black_list_imp *m_imp;  // owned, never null
 };
 
 /// Reads exactly 2 * @p len characters, each pair as scanf's "%02x" does: a sign or a space may stand

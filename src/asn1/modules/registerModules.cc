@@ -31,9 +31,9 @@ void ByInt(int number) {
 // Every module begins with these; from the second on they are dropped as duplicates.
 void InstallShared() {
   ByInt<sxAsnInt>(1);
-  ByOid<sxAsnOcts>(1, 2, 840, 113549, 1, 7, 1);       // PKCS #7 data
-  ByOid<sxAsnOcts>(1, 2, 840, 113549, 1, 9, 22, 1);   // PKCS #9 x509Certificate
-  ByOid<sxAsnOcts>(1, 2, 840, 113549, 1, 9, 23, 1);   // PKCS #9 x509Crl
+  ByOid<sxAsnOcts>(1, 2, 840, 113549, 1, 7, 1);      // PKCS #7 data
+  ByOid<sxAsnOcts>(1, 2, 840, 113549, 1, 9, 22, 1);  // PKCS #9 x509Certificate
+  ByOid<sxAsnOcts>(1, 2, 840, 113549, 1, 9, 23, 1);  // PKCS #9 x509Crl
 }
 
 }  // namespace
@@ -47,7 +47,7 @@ PKIX1Implicit88_InitAny::PKIX1Implicit88_InitAny() {
 
 SXUTILS_InitAny::SXUTILS_InitAny() {
   InstallShared();
-  ByOid<sxAsnOcts>(1, 3, 14, 3, 2, 7);   // DES-CBC: its initialisation vector
+  ByOid<sxAsnOcts>(1, 3, 14, 3, 2, 7);  // DES-CBC: its initialisation vector
   ByOid<sxASN_EncryptedPrivateKeyInfo>(1, 2, 840, 113549, 1, 12, 10, 1, 2);
 }
 
@@ -72,7 +72,7 @@ PKCS12_InitAny::PKCS12_InitAny() {
 PKIXCRMF_InitAny::PKIXCRMF_InitAny() {
   InstallShared();
   ByOid<sxASN_PBMParameter>(1, 2, 840, 113533, 7, 66, 13);
-  ByInt<sxASN_CertId>(1089568);   // this number by intent
+  ByInt<sxASN_CertId>(1089568);  // this number by intent
 }
 
 EnrollmentMessageSyntax_InitAny::EnrollmentMessageSyntax_InitAny() {
@@ -84,7 +84,7 @@ EnrollmentMessageSyntax_InitAny::EnrollmentMessageSyntax_InitAny() {
 
 PKIXCMP_InitAny::PKIXCMP_InitAny() { InstallShared(); }
 
-OCSP_InitAny::OCSP_InitAny() = default;   // registers nothing
+OCSP_InitAny::OCSP_InitAny() = default;  // registers nothing
 
 void sxAsnRegisterModules() {
   struct Modules {

@@ -3,8 +3,8 @@
 #include <iterator>
 
 #include "dhGroupTable.h"
-#include "kxcert/keys/dhGroups.h"
 #include "kxcert/foundation/attributeSet.h"
+#include "kxcert/keys/dhGroups.h"
 #include "kxcert/platform/log.h"
 
 namespace {
@@ -12,14 +12,21 @@ namespace {
 constexpr const char *kFunc = "LoadDHGroup";
 
 // Groups of older protocols. Their names are all there are, and fix the private length.
-struct SpecialGroup { const char *type; const char *name; int privBits; };
+struct SpecialGroup {
+  const char *type;
+  const char *name;
+  int privBits;
+};
 constexpr SpecialGroup kSpecialGroups[] = {
     {"SKIP_DH_parameters", "skip512", 128},
     {"SKIP_DH_parameters", "skip1024", 400},
     {"SKIP_DH_parameters", "skip2048", 400},
     {"SXZ_DH_parameters", "sxz512", 128},
 };
-struct SpecialType { const char *type; const char *refusal; };
+struct SpecialType {
+  const char *type;
+  const char *refusal;
+};
 constexpr SpecialType kSpecialTypes[] = {
     {"SKIP_DH_parameters", "%s: SKIP group: %s not supported"},
     {"SXZ_DH_parameters", "%s: SXZ group: %s not supported"},
@@ -33,8 +40,7 @@ bool Fail(const char *fmt) {
 bool ReadNumber(const sxset &object, const char *name, std::vector<unsigned char> *octets) {
   const char *text = object.FindText(name);
   const size_t textLen = text == nullptr ? 0 : std::strlen(text);
-  if (textLen == 0 || textLen > 2 * static_cast<size_t>(kMaxDhModulusLen) ||
-      !object.FindBinary(name, octets)) {
+  if (textLen == 0 || textLen > 2 * static_cast<size_t>(kMaxDhModulusLen) || !object.FindBinary(name, octets)) {
     herror_func(0, 0, "%s: %s has %zu characters, not 1 to %d octets in hexadecimal", kFunc, name, textLen,
                 kMaxDhModulusLen);
     return false;
@@ -52,8 +58,7 @@ bool ReadName(const sxset &object, std::string *name) {
 
 // A size is given in bits and compared in octets, so that a modulus whose top bits are 0 loads; by
 // intent. Held by LoadAllDHGroups.ComparesSizesInOctets.
-bool CheckSize(const sxset &object, const char *name, size_t numOctets, const char *missing,
-               const char *differs) {
+bool CheckSize(const sxset &object, const char *name, size_t numOctets, const char *missing, const char *differs) {
   long long bits = 0;
   if (!object.FindInt(name, &bits)) return Fail(missing);
   if (DhSizeMatches(bits, numOctets)) return true;

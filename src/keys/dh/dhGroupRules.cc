@@ -11,7 +11,9 @@ namespace {
 
 constexpr int kPredefined[] = {1, 2, 5};
 
-struct NumberRange { int first, last; };
+struct NumberRange {
+  int first, last;
+};
 constexpr NumberRange kLegalNumbers[] = {{1, 2}, {5, 5}, {14, 18}, {19, 20}, {22, 24}, {32768, 65535}};
 
 int Broken(int rule, const char *fmt, const char *func) {
@@ -50,9 +52,7 @@ int VerifyDhGrpNum(int count, const DhGrpParams *list, int oldNumber, int newNum
       return Broken(kDhNumberNotUnique, "%s: new group number is not unique", kFunc);
     }
   }
-  if (group == end) {
-    return Broken(kDhNumberUnknown, "%s: old group number does not exist in group list", kFunc);
-  }
+  if (group == end) { return Broken(kDhNumberUnknown, "%s: old group number does not exist in group list", kFunc); }
   return 0;
 }
 
@@ -104,8 +104,13 @@ int GetDhParams(DhGrpParams **list) {
   *list = new DhGrpParams[groups.size()];
   for (size_t i = 0; i < groups.size(); ++i) {
     const DhGroup &group = groups[i];
-    (*list)[i] = {group.name, group.number, group.privBits, static_cast<int>(group.mod.size()) * 8,
-                  static_cast<int>(group.gen.size()) * 8, group.mod, group.gen};
+    (*list)[i] = {group.name,
+                  group.number,
+                  group.privBits,
+                  static_cast<int>(group.mod.size()) * 8,
+                  static_cast<int>(group.gen.size()) * 8,
+                  group.mod,
+                  group.gen};
   }
   return static_cast<int>(groups.size());
 }

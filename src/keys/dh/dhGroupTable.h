@@ -9,11 +9,11 @@
 class sxset;
 
 struct DhGroup {
-  std::string name;                 // empty: the row that ends the table
-  int privBits = 0;                 // 1 to 8 * mod.size()
-  std::vector<unsigned char> mod;   // big-endian, as configured; not known to be prime
+  std::string name;                // empty: the row that ends the table
+  int privBits = 0;                // 1 to 8 * mod.size()
+  std::vector<unsigned char> mod;  // big-endian, as configured; not known to be prime
   std::vector<unsigned char> gen;
-  int number = 0;                   // 0 for the special groups, which IKE does not number
+  int number = 0;  // 0 for the special groups, which IKE does not number
 };
 
 // The row of one object; false (one line logged) when it is no group.

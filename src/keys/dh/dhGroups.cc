@@ -5,18 +5,21 @@
 #include <set>
 
 #include "dhGroupTable.h"
+#include "keys/lazyMutex.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/log.h"
-#include "keys/lazyMutex.h"
 
 namespace {
 
-struct GroupName { int number; const char *name; };
+struct GroupName {
+  int number;
+  const char *name;
+};
 constexpr GroupName kWellKnown[] = {
-    {1, "Group 1 (768 bit)"},     {2, "Group 2 (1024 bit)"},   {5, "Group 5 (1536 bit)"},
-    {14, "Group 14 (2048 bit)"},  {15, "Group 15 (3072 bit)"}, {16, "Group 16 (4096 bit)"},
-    {17, "Group 17 (6144 bit)"},  {18, "Group 18 (8192 bit)"}, {19, "Group 19 (256 bit)"},
-    {20, "Group 20 (384 bit)"},   {51200, "Group 51200 (512 bit)"},
+    {1, "Group 1 (768 bit)"},    {2, "Group 2 (1024 bit)"},        {5, "Group 5 (1536 bit)"},
+    {14, "Group 14 (2048 bit)"}, {15, "Group 15 (3072 bit)"},      {16, "Group 16 (4096 bit)"},
+    {17, "Group 17 (6144 bit)"}, {18, "Group 18 (8192 bit)"},      {19, "Group 19 (256 bit)"},
+    {20, "Group 20 (384 bit)"},  {51200, "Group 51200 (512 bit)"},
 };
 
 // The array ends with a row without a name; null while nothing is loaded. Guarded by g_mutex and not
@@ -43,7 +46,7 @@ bool IsIkeName(const std::string &name) {
 
 // A name that outlives its row: a caller of a lookup holds no lock while another thread loads anew.
 const char *KeepName(const std::string &name) {
-  static auto *kept = new std::set<std::string>;   // guarded by g_mutex, like the table
+  static auto *kept = new std::set<std::string>;  // guarded by g_mutex, like the table
   return kept->insert(name).first->c_str();
 }
 
@@ -76,7 +79,7 @@ int LoadAllDHGroups(const sxset *const *groups) {
 }
 
 void DestroyDHP() {
-  if (g_mutex.Get() == nullptr) return;   // nothing was ever loaded
+  if (g_mutex.Get() == nullptr) return;  // nothing was ever loaded
   const LazyLock lock(g_mutex, "DestroyDHP");
   if (lock.Held()) DropTable();
 }
@@ -88,9 +91,8 @@ const char *FindIKEDHGroupByGrpNum(int groupNumber) {
   if (g_mutex.Get() == nullptr) return nullptr;
   const LazyLock lock(g_mutex, "FindIKEDHGroupByGrpNum");
   if (!lock.Held()) return nullptr;
-  const DhGroup *row = FindRow([groupNumber](const DhGroup &candidate) {
-    return candidate.number == groupNumber && IsIkeName(candidate.name);
-  });
+  const DhGroup *row = FindRow(
+      [groupNumber](const DhGroup &candidate) { return candidate.number == groupNumber && IsIkeName(candidate.name); });
   return row == nullptr ? nullptr : KeepName(row->name);
 }
 
@@ -118,8 +120,7 @@ bool CopyDhGroup(const char *func, const char *name, DhGroup *group) {
       return true;
     }
   }
-  herror_func(0, 0, "%s: Can't create mutex or DHP, DHP was not initialized, can't create new DHParams.",
-              func);
+  herror_func(0, 0, "%s: Can't create mutex or DHP, DHP was not initialized, can't create new DHParams.", func);
   return false;
 }
 

@@ -1,8 +1,8 @@
 #include "kxcert/keys/dhModulus.h"
 
+#include "keys/libcryptoTypes.h"
 #include "kxcert/keys/dhGroups.h"
 #include "kxcert/platform/log.h"
-#include "keys/libcryptoTypes.h"
 
 namespace {
 
@@ -19,9 +19,7 @@ int dh_find_p_factor(const BIGNUM *p, BIGNUM *q, int *j) {
   if (!IsSane(p)) return -1;
   const BigNumContext context(BN_CTX_new());
   const BigNum order(BN_dup(p)), quotient(BN_new());
-  if (context == nullptr || order == nullptr || quotient == nullptr || BN_sub_word(order.get(), 1) != 1) {
-    return -1;
-  }
+  if (context == nullptr || order == nullptr || quotient == nullptr || BN_sub_word(order.get(), 1) != 1) { return -1; }
   for (int candidate = 2; candidate <= kMaxDhCofactor; ++candidate) {
     const auto divisor = static_cast<BN_ULONG>(candidate);
     if (BN_mod_word(order.get(), divisor) != 0) continue;

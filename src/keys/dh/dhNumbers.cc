@@ -6,9 +6,8 @@
 
 namespace {
 
-constexpr unsigned char kDhKeyAgreement[] = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86,
-                                             0xF7, 0x0D, 0x01, 0x03, 0x01};
-constexpr int kMaxNumberDerLen = kMaxDhModulusLen + 8;   // with its header and a sign octet
+constexpr unsigned char kDhKeyAgreement[] = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x03, 0x01};
+constexpr int kMaxNumberDerLen = kMaxDhModulusLen + 8;  // with its header and a sign octet
 constexpr int kMaxOtherDerLen = 64;
 
 void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
@@ -19,7 +18,7 @@ void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
 [[nodiscard]] bool PutNumber(sxAsnWriteBuf &buf, const BIGNUM *number) {
   kxBinBuf octets;
   octets.SetSensitive(true);
-  octets.Set(static_cast<unsigned int>(BN_num_bits(number) / 8 + 1));   // the top bit is the sign
+  octets.Set(static_cast<unsigned int>(BN_num_bits(number) / 8 + 1));  // the top bit is the sign
   const auto len = static_cast<int>(octets.Len());
   if (BN_bn2binpad(number, octets.Data(), len) != len) return false;
   buf.PutSeg(octets.Data(), len);
@@ -40,7 +39,7 @@ void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
 
 [[nodiscard]] bool PutPublic(sxAsnWriteBuf &buf, const DhNumbers &numbers) {
   if (!PutNumber(buf, numbers.y.get())) return false;
-  buf.PutByte(0);   // unused bits
+  buf.PutByte(0);  // unused bits
   PutHeader(buf, buf.Written(), 0x03);
   return PutAlgorithm(buf, numbers);
 }
@@ -58,11 +57,9 @@ void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
 
 const char *WhyNoDhGroup(const BIGNUM *p, const BIGNUM *g) {
   if (p == nullptr || g == nullptr) return "modulus or generator is missing";
-  if (BN_is_negative(p) || !BN_is_odd(p) || BN_is_one(p) || BN_is_word(p, 3)) {
-    return "modulus is even or below 5";
-  }
+  if (BN_is_negative(p) || !BN_is_odd(p) || BN_is_one(p) || BN_is_word(p, 3)) { return "modulus is even or below 5"; }
   if (BN_num_bytes(p) > kMaxDhModulusLen) return "modulus is too long";
-  const BigNum highest(BN_dup(p));   // p - 2
+  const BigNum highest(BN_dup(p));  // p - 2
   if (highest == nullptr || BN_sub_word(highest.get(), 2) != 1) return "no memory";
   if (BN_is_negative(g) || BN_is_zero(g) || BN_is_one(g) || BN_ucmp(g, highest.get()) > 0) {
     return "generator is not from 2 to p - 2";
@@ -91,8 +88,8 @@ bool DhValuesFit(const DhNumbers &numbers) {
 bool SecretModExp(BIGNUM *result, const BIGNUM *base, const DhNumbers &numbers) {
   const BigNumContext context(BN_CTX_secure_new());
   const ErrorQueueMark mark;
-  return context != nullptr && BN_mod_exp_mont_consttime(result, base, numbers.x.get(), numbers.p.get(),
-                                                         context.get(), nullptr) == 1;
+  return context != nullptr &&
+         BN_mod_exp_mont_consttime(result, base, numbers.x.get(), numbers.p.get(), context.get(), nullptr) == 1;
 }
 
 int EncodeDhKey(const DhNumbers &numbers, bool privateForm, kxBinBuf &out) {

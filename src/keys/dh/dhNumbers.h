@@ -10,8 +10,8 @@ class kxBinBuf;
 
 struct DhNumbers {
   std::string groupName;
-  int privBits = 0;    // what new private values in this group are to have
-  BigNum p, g, x, y;   // x is null in a public key
+  int privBits = 0;   // what new private values in this group are to have
+  BigNum p, g, x, y;  // x is null in a public key
 };
 
 // Null when a key can be made in that group; else what is wrong. Null numbers are wrong too.

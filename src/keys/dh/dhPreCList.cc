@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "keys/lazyMutex.h"
 #include "kxcert/keys/dhPreCompute.h"
 #include "kxcert/keys/sxDhParams.h"
 #include "kxcert/platform/log.h"
-#include "keys/lazyMutex.h"
 
 namespace {
 
@@ -48,7 +48,7 @@ std::shared_ptr<const kxDHPreCompute> Make(const char *func, const char *groupNa
 int DHPreCList::CreateMutex() { return g_mutex.Create("DHPreCList::CreateMutex") ? 0 : -1; }
 
 void DHPreCList::Destroy() {
-  if (g_mutex.Get() == nullptr) return;   // nothing was ever listed
+  if (g_mutex.Get() == nullptr) return;  // nothing was ever listed
   const LazyLock lock(g_mutex, "DHPreCList::Destroy");
   if (lock.Held()) List().clear();
 }
@@ -82,7 +82,7 @@ int DHPreCompute_AddGroup(const char *groupName) {
 
 int DHPreCompute_Reconf() {
   constexpr const char *kFunc = "DHPreCompute_Reconf";
-  if (g_mutex.Get() == nullptr) return 0;   // nothing was ever listed
+  if (g_mutex.Get() == nullptr) return 0;  // nothing was ever listed
   std::vector<std::string> names;
   {
     const LazyLock lock(g_mutex, kFunc);
@@ -96,7 +96,7 @@ int DHPreCompute_Reconf() {
     const LazyLock lock(g_mutex, kFunc);
     if (!lock.Held()) return -1;
     DHPreCElm *found = Find(name);
-    if (found == nullptr) continue;   // destroyed meanwhile
+    if (found == nullptr) continue;  // destroyed meanwhile
     found->preCompute = std::move(made);
   }
   const LazyLock lock(g_mutex, kFunc);
@@ -105,6 +105,4 @@ int DHPreCompute_Reconf() {
   return rc;
 }
 
-const kxDHPreCompute *DHPreC_ByGroup(const char *groupName) {
-  return DHPreCList::DhPreC_Bygroup(groupName).get();
-}
+const kxDHPreCompute *DHPreC_ByGroup(const char *groupName) { return DHPreCList::DhPreC_Bygroup(groupName).get(); }

@@ -4,11 +4,11 @@
 #include <new>
 
 #include "dhNumbers.h"
+#include "keys/libcryptoTypes.h"
 #include "kxcert/keys/dhGroups.h"
 #include "kxcert/keys/sxDhParams.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
-#include "keys/libcryptoTypes.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ void SelectRow(const uint64_t *rows, int rowWords, unsigned wanted, uint64_t *ou
   for (int i = 0; i < rowWords; ++i) out[i] = 0;
   for (unsigned row = 0; row < kNumRows; ++row, rows += rowWords) {
     uint32_t isWanted = ((row ^ wanted) - 1) >> 31;
-    __asm__("" : "+r"(isWanted));   // else the compiler knows it is 0 or 1 and may make a branch of it
+    __asm__("" : "+r"(isWanted));  // else the compiler knows it is 0 or 1 and may make a branch of it
     const uint64_t mask = 0 - static_cast<uint64_t>(isWanted);
     for (int i = 0; i < rowWords; ++i) out[i] |= rows[i] & mask;
   }
@@ -60,9 +60,7 @@ void SelectRow(const uint64_t *rows, int rowWords, unsigned wanted, uint64_t *ou
 // the other rows; libcrypto multiplies short numbers on another path, and time would tell how many digits
 // are 0. What remains is a matter of chance: one row in 2 ^ 64 is short.
 struct kxDHPreCompute_imp {
-  size_t WordsBefore(int digit) const {
-    return static_cast<size_t>(digit) * kNumRows * static_cast<size_t>(rowWords);
-  }
+  size_t WordsBefore(int digit) const { return static_cast<size_t>(digit) * kNumRows * static_cast<size_t>(rowWords); }
   const uint64_t *Digit(int i) const { return rows.get() + WordsBefore(i); }
   uint64_t *Row(int i, unsigned b) { return rows.get() + WordsBefore(i) + b * static_cast<size_t>(rowWords); }
   bool Fill(BN_CTX *context);
@@ -79,10 +77,9 @@ struct kxDHPreCompute_imp {
 
 // Sets blind and start, both in Montgomery form. It fails for a modulus that is not prime only.
 bool kxDHPreCompute_imp::Blind(BN_CTX *context, BIGNUM *blind) {
-  const BigNum count(BN_new()), last(BN_dup(p.get()));   // p - 1
-  return count != nullptr && BN_set_word(count.get(), static_cast<BN_ULONG>(numDigits)) == 1 &&
-         last != nullptr && BN_sub_word(last.get(), 1) == 1 &&
-         BN_priv_rand_range(blind, last.get()) == 1 && BN_add_word(blind, 1) == 1 &&
+  const BigNum count(BN_new()), last(BN_dup(p.get()));  // p - 1
+  return count != nullptr && BN_set_word(count.get(), static_cast<BN_ULONG>(numDigits)) == 1 && last != nullptr &&
+         BN_sub_word(last.get(), 1) == 1 && BN_priv_rand_range(blind, last.get()) == 1 && BN_add_word(blind, 1) == 1 &&
          BN_mod_inverse(start.get(), blind, p.get(), context) != nullptr &&
          BN_mod_exp(start.get(), start.get(), count.get(), p.get(), context) == 1 &&
          BN_to_montgomery(start.get(), start.get(), mont.get(), context) == 1 &&
@@ -96,7 +93,7 @@ bool kxDHPreCompute_imp::Fill(BN_CTX *context) {
       BN_to_montgomery(base.get(), g.get(), mont.get(), context) != 1) {
     return false;
   }
-  for (int i = 0; i < numDigits; ++i) {   // base is g ^ (32 ^ i)
+  for (int i = 0; i < numDigits; ++i) {  // base is g ^ (32 ^ i)
     if (BN_copy(power.get(), blind.get()) == nullptr) return false;
     for (unsigned b = 0; b < kNumRows; ++b) {
       auto *octets = reinterpret_cast<unsigned char *>(Row(i, b));

@@ -3,9 +3,9 @@
 #include <cstring>
 #include <memory>
 
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/keys/bigNumSet.h"
 #include "kxcert/keys/dhGroups.h"
-#include "kxcert/foundation/attributeSet.h"
 
 static_assert(kMaxDhModulusLen <= kMaxSetNumberLen, "every key has a set form");
 

@@ -4,10 +4,10 @@
 
 #include "dhSet.h"
 #include "kxDhKey_imp.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/sxDhParams.h"
-#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/log.h"
 
 namespace {

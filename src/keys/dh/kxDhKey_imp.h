@@ -11,11 +11,11 @@ class kxDhKey_imp : public kxSDH_imp {
  public:
   using kxSDH_imp::kxSDH_imp;
 
-  int Export(sxPK_Format format, unsigned char *out, int outLen) override;   // sxPK_set as well
+  int Export(sxPK_Format format, unsigned char *out, int outLen) override;  // sxPK_set as well
 
   [[nodiscard]] int GetHash(kxBinBuf &hash) const;
   sxset *ToSet() const;
-  kxDhKey_imp *GenKey() const;                       // never null; see OK()
+  kxDhKey_imp *GenKey() const;  // never null; see OK()
 };
 
 #endif

@@ -7,13 +7,12 @@
 
 namespace {
 
-std::atomic<sxNewDHKeyFunc> g_newFunc{nullptr};   // null: the built-in one
+std::atomic<sxNewDHKeyFunc> g_newFunc{nullptr};  // null: the built-in one
 
 }  // namespace
 
 kxSDH::kxSDH(const sxDhParams &params, int privBits) : sxPubKey(new kxSDH_imp(params, privBits)) {}
-kxSDH::kxSDH(const sxDhParams &params, const BIGNUM *x, const BIGNUM *y)
-    : sxPubKey(new kxSDH_imp(params, x, y)) {}
+kxSDH::kxSDH(const sxDhParams &params, const BIGNUM *x, const BIGNUM *y) : sxPubKey(new kxSDH_imp(params, x, y)) {}
 kxSDH::kxSDH(kxSDH_imp *imp) : sxPubKey(imp) {}
 
 kxSDH_imp *kxSDH::Imp() const { return static_cast<kxSDH_imp *>(m_imp); }

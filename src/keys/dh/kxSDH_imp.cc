@@ -43,9 +43,8 @@ bool MakePublic(const kxBinBuf &privateOctets, DhNumbers *numbers) {
     herror_func(0, 0, "%s: New DH public key was created with the pre computation", kFunc);
     return true;
   }
-  herror_func(0, 0,
-              "%s: Cannot find DH pre computation for group - %s. Will compute without pre computation.",
-              kFunc, numbers->groupName.c_str());
+  herror_func(0, 0, "%s: Cannot find DH pre computation for group - %s. Will compute without pre computation.", kFunc,
+              numbers->groupName.c_str());
   return SecretModExp(numbers->y.get(), numbers->g.get(), *numbers);
 }
 
@@ -84,7 +83,7 @@ kxSDH_imp::kxSDH_imp(const sxDhParams &params, const BIGNUM *x, const BIGNUM *y)
     numbers.y.reset(BN_new());
     if (!SecretModExp(numbers.y.get(), numbers.g.get(), numbers)) numbers.y.reset();
   }
-  if (x != nullptr && numbers.x == nullptr) return;   // no memory
+  if (x != nullptr && numbers.x == nullptr) return;  // no memory
   if (x != nullptr && y != nullptr && WhyNoDhKey(numbers) == nullptr && !DhValuesFit(numbers)) {
     herror_func(0, 0, "%s: no key in group %s: private value does not belong to the public one", kFunc,
                 numbers.groupName.c_str());
@@ -120,7 +119,7 @@ BIGNUM *kxSDH_imp::MakeShared(const BIGNUM *peer) const {
     herror_func(0, 0, "%s: no private value, or no peer value", kMember);
     return nullptr;
   }
-  BigNum secret = NewSecretNumber(), last(BN_dup(m_numbers.p.get()));   // p - 1
+  BigNum secret = NewSecretNumber(), last(BN_dup(m_numbers.p.get()));  // p - 1
   if (secret == nullptr || last == nullptr || BN_sub_word(last.get(), 1) != 1 ||
       !SecretModExp(secret.get(), peer, m_numbers)) {
     herror_func(0, 0, "%s: libcrypto failed", kMember);

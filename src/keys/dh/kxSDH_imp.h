@@ -28,13 +28,13 @@ class kxSDH_imp : public sxPubKey_imp_vc {
   virtual int ModLen() const { return m_modLen; }
 
   BIGNUM *MakeShared(const BIGNUM *peer) const;
-  const DhNumbers &Numbers() const { return m_numbers; }   // all null while not OK
+  const DhNumbers &Numbers() const { return m_numbers; }  // all null while not OK
 
  private:
   void Adopt(DhNumbers numbers);
 
   DhNumbers m_numbers;
-  int m_modLen = 0;   // octets of p, without zeros that the configuration may have put before it
+  int m_modLen = 0;  // octets of p, without zeros that the configuration may have put before it
 };
 
 #endif

@@ -20,8 +20,7 @@ bool DhPrivLenFits(int privBits, int modLen) {
   return privBits > 0 && DhOctets(privBits) >= kMinDhPrivBytes && DhOctets(privBits) <= modLen;
 }
 
-sxDhParams::sxDhParams(const char *groupName, int privBits)
-    : m_imp(new sxDhParams_imp(groupName, privBits)) {}
+sxDhParams::sxDhParams(const char *groupName, int privBits) : m_imp(new sxDhParams_imp(groupName, privBits)) {}
 sxDhParams::~sxDhParams() { delete m_imp; }
 
 int sxDhParams::OK() const { return m_imp->m_ok ? 1 : 0; }

@@ -7,21 +7,18 @@
 #include <iterator>
 #include <mutex>
 
+#include "keys/libcryptoTypes.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/log.h"
-#include "keys/libcryptoTypes.h"
 
 namespace {
 
 // RFC 5480, 2.1.1.1; the first one is the default.
 constexpr Curve kCurves[] = {
-    {"prime256v1", NID_X9_62_prime256v1, "X9.62/SECG curve over a 256 bit prime field", &sxASN_prime256v1,
-     256, 32, 72},
-    {"secp384r1", NID_secp384r1, "NIST/SECG curve over a 384 bit prime field", &sxASN_secp384r1, 384, 48,
-     104},
-    {"secp521r1", NID_secp521r1, "NIST/SECG curve over a 521 bit prime field", &sxASN_secp521r1, 521, 66,
-     139},
+    {"prime256v1", NID_X9_62_prime256v1, "X9.62/SECG curve over a 256 bit prime field", &sxASN_prime256v1, 256, 32, 72},
+    {"secp384r1", NID_secp384r1, "NIST/SECG curve over a 384 bit prime field", &sxASN_secp384r1, 384, 48, 104},
+    {"secp521r1", NID_secp521r1, "NIST/SECG curve over a 521 bit prime field", &sxASN_secp521r1, 521, 66, 139},
 };
 constexpr size_t kNumCurves = std::size(kCurves);
 static_assert(NID_X9_62_prime256v1 == 415 && NID_secp384r1 == 715 && NID_secp521r1 == 716,
@@ -38,8 +35,7 @@ EC_GROUP *MakeGroup(const char *func, const Curve &curve) {
     herror_func(0, 0, "%s: Failed to allocate group object.", func);
     return nullptr;
   }
-  herror_func(0, 0, "%s: Allocated group object at %p. Calling precompute.", func,
-              static_cast<void *>(group));
+  herror_func(0, 0, "%s: Allocated group object at %p. Calling precompute.", func, static_cast<void *>(group));
   const int rc = EC_GROUP_precompute_mult(group, nullptr);
   herror_func(0, 0, "%s: Precompute returned %d", func, rc);
   return group;
@@ -109,8 +105,7 @@ const EC_GROUP *CurveGroup(const Curve &curve) {
   return group;
 }
 
-int ReadPoint(const char *func, const Curve &curve, const unsigned char *octets, int len,
-              unsigned char *point) {
+int ReadPoint(const char *func, const Curve &curve, const unsigned char *octets, int len, unsigned char *point) {
   const EC_GROUP *group = CurveGroup(curve);
   if (group == nullptr || octets == nullptr || len < 1) return -1;
   thread_local PointScratch scratch;
@@ -118,17 +113,16 @@ int ReadPoint(const char *func, const Curve &curve, const unsigned char *octets,
   if (decoded == nullptr) decoded.reset(EC_POINT_new(group));
   const ErrorQueueMark mark;
   if (!IsKnownForm(octets[0]) || decoded == nullptr || scratch.context == nullptr ||
-      EC_POINT_oct2point(group, decoded.get(), octets, static_cast<size_t>(len),
-                         scratch.context.get()) != 1) {
+      EC_POINT_oct2point(group, decoded.get(), octets, static_cast<size_t>(len), scratch.context.get()) != 1) {
     if (kxLog_DebugOn()) herror_func(0, 0, WhyNoPoint(curve, octets, len), func);
     return -1;
   }
-  if (octets[0] == POINT_CONVERSION_UNCOMPRESSED) {   // the only octets that denote this point
+  if (octets[0] == POINT_CONVERSION_UNCOMPRESSED) {  // the only octets that denote this point
     std::memcpy(point, octets, static_cast<size_t>(len));
     return len;
   }
-  const size_t written = EC_POINT_point2oct(group, decoded.get(), POINT_CONVERSION_UNCOMPRESSED, point,
-                                            kMaxPointLen, scratch.context.get());
+  const size_t written = EC_POINT_point2oct(group, decoded.get(), POINT_CONVERSION_UNCOMPRESSED, point, kMaxPointLen,
+                                            scratch.context.get());
   return written == 0 ? -1 : static_cast<int>(written);
 }
 

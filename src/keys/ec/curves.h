@@ -8,14 +8,14 @@ class sxAsnOid;
 
 struct Curve {
   const char *name;
-  int nid;                 // libcrypto's identifier
+  int nid;  // libcrypto's identifier
   const char *comment;
   const sxAsnOid *oid;
   int orderBits;
-  int coordLen;            // octets of a coordinate
-  int maxSigLen;           // octets of the longest ECDSA-Sig-Value
+  int coordLen;   // octets of a coordinate
+  int maxSigLen;  // octets of the longest ECDSA-Sig-Value
 
-  int PointLen() const { return 1 + 2 * coordLen; }   // uncompressed
+  int PointLen() const { return 1 + 2 * coordLen; }  // uncompressed
   int ScalarLen() const { return (orderBits + 7) / 8; }
 };
 
@@ -23,7 +23,7 @@ constexpr int kMaxPointLen = 1 + 2 * 66;
 
 // Lent, null for another curve.
 const Curve *FindCurve(int nid);
-const Curve *FindCurve(const char *name);   // null or "": the default one
+const Curve *FindCurve(const char *name);  // null or "": the default one
 const Curve *FindCurve(const unsigned char *oid, int oidLen);
 
 /// The process's group of the curve, with multiples of its generator computed ahead; made at the first

@@ -2,18 +2,18 @@
 
 #include <utility>
 
+#include "keys/libcryptoTypes.h"
 #include "kxcert/asn1/sxAsnBuf.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/log.h"
-#include "keys/libcryptoTypes.h"
 
 namespace {
 
 constexpr const char *kCheckFunc = "kxECDSA_imp::test_if_ok";
-constexpr int kMaxPrivateDerLen = 1024;       // when read: more than the longest curve's key has, parameters spelt out
-constexpr int kPrivateDerRoom = 300;          // when written: a scalar, a point, an object identifier and their headers
+constexpr int kMaxPrivateDerLen = 1024;  // when read: more than the longest curve's key has, parameters spelt out
+constexpr int kPrivateDerRoom = 300;     // when written: a scalar, a point, an object identifier and their headers
 
 void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
   BEncDefLen(buf, contentLen);
@@ -31,10 +31,10 @@ int EncodePrivate(const Curve &curve, const EC_KEY *key, kxBinBuf &out) {
   scalar.Set(static_cast<unsigned int>(scalarLen));
   area.Set(static_cast<unsigned int>(kPrivateDerRoom));
   if (pointLen < 0 || BN_bn2binpad(EC_KEY_get0_private_key(key), scalar.Data(), scalarLen) != scalarLen) return -1;
-  sxAsnWriteBuf buf;   // writes towards the start
+  sxAsnWriteBuf buf;  // writes towards the start
   buf.Init(area.Data(), kPrivateDerRoom);
   buf.PutSeg(point, pointLen);
-  buf.PutByte(0);   // unused bits
+  buf.PutByte(0);  // unused bits
   PutHeader(buf, buf.Written(), 0x03);
   PutHeader(buf, buf.Written(), 0xA1);
   const int end = buf.Written();
@@ -61,14 +61,13 @@ EC_KEY *FromPrivateDer(const unsigned char *data, int dataLen, int curveNid) {
   const unsigned char *end = data;
   EcKey read(d2i_ECPrivateKey(base == nullptr ? nullptr : &base, &end, dataLen));
   if (read == nullptr) {
-    EC_KEY_free(base);   // libcrypto frees only what it made itself
+    EC_KEY_free(base);  // libcrypto frees only what it made itself
     herror_func(0, 0, "kxECDSA_from_buf: not an ECPrivateKey (%d bytes)", dataLen);
     return nullptr;
   }
   const Curve *curve = CurveOfKey(read.get());
   const BIGNUM *scalar = EC_KEY_get0_private_key(read.get());
-  if (end != data + dataLen || curve == nullptr || scalar == nullptr ||
-      (curveNid != 0 && curve->nid != curveNid)) {
+  if (end != data + dataLen || curve == nullptr || scalar == nullptr || (curveNid != 0 && curve->nid != curveNid)) {
     herror_func(0, 0, "kxECDSA_from_buf: another curve, or octets after the key");
     return nullptr;
   }
@@ -79,7 +78,7 @@ EC_KEY *FromPrivateDer(const unsigned char *data, int dataLen, int curveNid) {
   octets.SetSensitive(true);
   octets.Set(static_cast<unsigned int>(curve->ScalarLen()));
   if (BN_is_negative(scalar) || BN_bn2binpad(scalar, octets.Data(), curve->ScalarLen()) < 0) return nullptr;
-  return NewPrivateEcKey(*curve, point, pointLen, octets);   // onto the process's group
+  return NewPrivateEcKey(*curve, point, pointLen, octets);  // onto the process's group
 }
 
 }  // namespace
@@ -93,14 +92,11 @@ EC_KEY *NewPublicEcKey(const Curve &curve, const unsigned char *point, int point
   return key.release();
 }
 
-EC_KEY *NewPrivateEcKey(const Curve &curve, const unsigned char *point, int pointLen,
-                        const kxBinBuf &scalar) {
+EC_KEY *NewPrivateEcKey(const Curve &curve, const unsigned char *point, int pointLen, const kxBinBuf &scalar) {
   const ErrorQueueMark mark;
   EcKey key(NewPublicEcKey(curve, point, pointLen));
   const BigNum number(BN_bin2bn(scalar.Data(), static_cast<int>(scalar.Len()), nullptr));
-  if (key == nullptr || number == nullptr || EC_KEY_set_private_key(key.get(), number.get()) != 1) {
-    return nullptr;
-  }
+  if (key == nullptr || number == nullptr || EC_KEY_set_private_key(key.get(), number.get()) != 1) { return nullptr; }
   // A scalar that does not belong to the point would sign what nobody can verify.
   return kxECDSA_is_ok(key.get()) ? key.release() : nullptr;
 }
@@ -114,8 +110,8 @@ const Curve *CurveOfKey(const EC_KEY *key) {
 int PointOfKey(const EC_KEY *key, unsigned char *point) {
   const EC_POINT *own = EC_KEY_get0_public_key(key);
   if (own == nullptr || EC_POINT_is_at_infinity(EC_KEY_get0_group(key), own)) return -1;
-  const size_t len = EC_POINT_point2oct(EC_KEY_get0_group(key), own, POINT_CONVERSION_UNCOMPRESSED, point,
-                                        kMaxPointLen, nullptr);
+  const size_t len =
+      EC_POINT_point2oct(EC_KEY_get0_group(key), own, POINT_CONVERSION_UNCOMPRESSED, point, kMaxPointLen, nullptr);
   return len == 0 ? -1 : static_cast<int>(len);
 }
 
@@ -177,9 +173,8 @@ int kxECDSA_is_ok(const EC_KEY *key) {
   }
   const BigNum p(BN_new()), x(BN_new()), y(BN_new());
   if (EC_GROUP_get_curve(group, p.get(), nullptr, nullptr, nullptr) != 1 ||
-      EC_POINT_get_affine_coordinates(group, point, x.get(), y.get(), nullptr) != 1 ||
-      BN_is_negative(x.get()) || BN_is_negative(y.get()) || BN_cmp(x.get(), p.get()) >= 0 ||
-      BN_cmp(y.get(), p.get()) >= 0) {
+      EC_POINT_get_affine_coordinates(group, point, x.get(), y.get(), nullptr) != 1 || BN_is_negative(x.get()) ||
+      BN_is_negative(y.get()) || BN_cmp(x.get(), p.get()) >= 0 || BN_cmp(y.get(), p.get()) >= 0) {
     herror_func(0, 0, "%s: public key fails sanity checks. Either X or Y is not between 0 and field order.",
                 kCheckFunc);
     return 0;

@@ -9,8 +9,7 @@ class kxBinBuf;
 /// A public key of a point that ReadPoint wrote; for EC_KEY_free, null on failure.
 EC_KEY *NewPublicEcKey(const Curve &curve, const unsigned char *point, int pointLen);
 /// The same with a scalar (big-endian), fully checked.
-EC_KEY *NewPrivateEcKey(const Curve &curve, const unsigned char *point, int pointLen,
-                        const kxBinBuf &scalar);
+EC_KEY *NewPrivateEcKey(const Curve &curve, const unsigned char *point, int pointLen, const kxBinBuf &scalar);
 /// The curve of a key's group; null when it is none of ours or not named.
 const Curve *CurveOfKey(const EC_KEY *key);
 /// The uncompressed public point, kMaxPointLen octets at most. @return its length, or -1

@@ -3,10 +3,10 @@
 #include <openssl/ecdh.h>
 
 #include "ecKey.h"
-#include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/log.h"
 #include "keys/libcryptoTypes.h"
 #include "keys/offload/pkxlOffer.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/platform/log.h"
 
 int ecdsa_op_wrapper(EcOperation operation, const EcRequest &request, EC_KEY *key) {
   int result = -1;
@@ -22,8 +22,8 @@ int EcdsaHere(EcOperation operation, const EcRequest &request, EC_KEY *key) {
   const ErrorQueueMark mark;
   if (operation == kEcdsaSign) {
     unsigned int len = 0;
-    const int rc = ECDSA_sign_ex(0, request.data, request.dataLen, request.out, &len,
-                                 request.inverseNonce, request.r, key);
+    const int rc =
+        ECDSA_sign_ex(0, request.data, request.dataLen, request.out, &len, request.inverseNonce, request.r, key);
     return rc == 1 ? static_cast<int>(len) : rc;
   }
   if (operation == kEcdsaVerify) {

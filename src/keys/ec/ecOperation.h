@@ -12,10 +12,10 @@ enum EcOperation : int { kEcdsaSign = 4, kEcdsaVerify = 5 };
 struct EcRequest {
   const unsigned char *data;
   int dataLen;
-  const unsigned char *sig = nullptr;      // verifying: DER
+  const unsigned char *sig = nullptr;  // verifying: DER
   int sigLen = 0;
-  unsigned char *out = nullptr;            // signing: at least ECDSA_size octets
-  const BIGNUM *inverseNonce = nullptr;    // signing: both or none
+  unsigned char *out = nullptr;          // signing: at least ECDSA_size octets
+  const BIGNUM *inverseNonce = nullptr;  // signing: both or none
   const BIGNUM *r = nullptr;
 };
 

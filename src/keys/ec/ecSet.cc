@@ -3,12 +3,12 @@
 #include <vector>
 
 #include "ecKey.h"
-#include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/keys/kxECDSA.h"
-#include "kxcert/foundation/attributeSet.h"
-#include "kxcert/platform/log.h"
 #include "keys/libcryptoTypes.h"
 #include "keys/secretAttribute.h"
+#include "kxcert/foundation/attributeSet.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/kxECDSA.h"
+#include "kxcert/platform/log.h"
 
 namespace {
 
@@ -19,12 +19,10 @@ EC_KEY *ReadKey(const sxset &set) {
   if (!set.FindInt("NID", &nid) || nid < 1 || nid > 0xFFFF) return nullptr;
   const Curve *curve = FindCurve(static_cast<int>(nid));
   std::vector<unsigned char> octets;
-  if (curve == nullptr || !set.FindBinary("public", &octets) || octets.size() > kMaxSetPointLen) {
-    return nullptr;
-  }
+  if (curve == nullptr || !set.FindBinary("public", &octets) || octets.size() > kMaxSetPointLen) { return nullptr; }
   unsigned char point[kMaxPointLen];
-  const int pointLen = ReadPoint("kxECDSA_imp::test_if_ok", *curve, octets.data(),
-                                 static_cast<int>(octets.size()), point);
+  const int pointLen =
+      ReadPoint("kxECDSA_imp::test_if_ok", *curve, octets.data(), static_cast<int>(octets.size()), point);
   if (pointLen < 0) return nullptr;
   if (set.Find("private") == nullptr) return NewPublicEcKey(*curve, point, pointLen);
   kxBinBuf scalar;

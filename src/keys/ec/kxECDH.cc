@@ -5,10 +5,10 @@
 
 #include "ecKey.h"
 #include "ecOperation.h"
+#include "kxcert/foundation/hexText.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/pkxl.h"
-#include "kxcert/foundation/hexText.h"
 #include "kxcert/platform/log.h"
 
 namespace {
@@ -16,10 +16,10 @@ namespace {
 struct IkeGroup {
   int number;
   int nid;
-  const char *text;   // kGroupTextLen characters
+  const char *text;  // kGroupTextLen characters
 };
 constexpr int kGroupTextLen = 2;
-constexpr IkeGroup kIkeGroups[] = {{19, 415, "19"}, {20, 715, "20"}};   // RFC 5903, section 9
+constexpr IkeGroup kIkeGroups[] = {{19, 415, "19"}, {20, 715, "20"}};  // RFC 5903, section 9
 
 const IkeGroup *FindGroup(int number) {
   for (const IkeGroup &group : kIkeGroups) {
@@ -249,7 +249,8 @@ int kxECDH::derive() {
   constexpr const char *kFunc = "kxECDH::derive";
   if (!m_imp->IsIdle(kFunc) || !m_imp->Allows(kFunc, kPeerStored)) return -1;
   kxBinBuf secret;
-  if (ComputeEcdhSecret(*m_imp->m_curve, m_imp->m_own.get(), m_imp->m_peer, m_imp->m_offloadKey, secret) != 0) return -1;
+  if (ComputeEcdhSecret(*m_imp->m_curve, m_imp->m_own.get(), m_imp->m_peer, m_imp->m_offloadKey, secret) != 0)
+    return -1;
   m_imp->AdoptSecret(std::move(secret));
   return 0;
 }

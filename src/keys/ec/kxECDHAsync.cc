@@ -55,7 +55,7 @@ class DeriveCall : public EcdhCall {
     return m_out;
   }
 
-  unsigned char *const m_out;            // lent until the callback is made
+  unsigned char *const m_out;  // lent until the callback is made
   const Curve &m_curve;
   const EcKey m_own;
   unsigned char m_peer[kMaxPointLen];
@@ -118,7 +118,7 @@ void kxECDH::get_cb_and_opaque(kxECDH_callback *callback, void **opaque) const {
 void call_kxecdh_generate(kxECDH *exchange) {
   const auto call = CallOf<GenerateCall>("call_kxecdh_generate", exchange == nullptr ? nullptr : exchange->m_imp);
   if (call == nullptr) return;
-  exchange->m_imp->m_call.reset();       // else generate refuses
+  exchange->m_imp->m_call.reset();  // else generate refuses
   call->Tell(exchange->generate() == 0);
 }
 

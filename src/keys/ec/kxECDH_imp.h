@@ -3,10 +3,10 @@
 #define KXCERT_SRC_KEYS_EC_KXECDH_IMP_H_
 
 #include "curves.h"
-#include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/keys/kxECDH.h"
 #include "keys/libcryptoTypes.h"
 #include "keys/tasks/poolWork.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/kxECDH.h"
 
 class EcdhCall;
 
@@ -28,23 +28,23 @@ class kxECDH_imp {
   int ReadMaterial(const char *privateHex, const char *xHex, const char *yHex);
   [[nodiscard]] bool Allows(const char *func, EcdhStage lowest) const;
   [[nodiscard]] bool AllowsGenerate(const char *func) const;
-  [[nodiscard]] bool IsIdle(const char *func) const;   // whether no asynchronous call is under way
+  [[nodiscard]] bool IsIdle(const char *func) const;  // whether no asynchronous call is under way
   int Queue(std::shared_ptr<EcdhCall> call, kxECDH_callback callback, void *opaque);
 
   int FieldLen() const { return m_curve->coordLen; }
 
   EcdhStage m_stage = kInvalid;
   int m_group = 0;
-  const Curve *m_curve = nullptr;      // null in kInvalid only
+  const Curve *m_curve = nullptr;  // null in kInvalid only
   EcKey m_own;
-  bool m_ownIsShared = false;          // the process's key: only read here
-  kxBinBuf m_offloadKey;               // sensitive: the own key as DER; empty when the service is not used
-  unsigned char m_peer[kMaxPointLen] = {};   // uncompressed
-  kxBinBuf m_secret;                   // sensitive
+  bool m_ownIsShared = false;               // the process's key: only read here
+  kxBinBuf m_offloadKey;                    // sensitive: the own key as DER; empty when the service is not used
+  unsigned char m_peer[kMaxPointLen] = {};  // uncompressed
+  kxBinBuf m_secret;                        // sensitive
 
   kxECDH_callback m_callback = nullptr;
   void *m_opaque = nullptr;
-  std::shared_ptr<EcdhCall> m_call;    // under way
+  std::shared_ptr<EcdhCall> m_call;  // under way
 };
 
 /// The secret of an own key and a peer's point, both on that curve; sensitive. @return 0 or -1
@@ -70,12 +70,12 @@ class EcdhCall : public PoolWork {
   kxECDH_imp &Imp() const { return *m_imp; }
 
  private:
-  virtual bool Adopt() = 0;              // what the worker made; false: it failed
+  virtual bool Adopt() = 0;  // what the worker made; false: it failed
   virtual const char *Failure() const = 0;
-  virtual void *Result(int *len) = 0;    // of a call that is done
+  virtual void *Result(int *len) = 0;  // of a call that is done
 
-  kxECDH *m_exchange;                    // null once the call is of no interest
-  kxECDH_imp *const m_imp;               // the exchange's
+  kxECDH *m_exchange;       // null once the call is of no interest
+  kxECDH_imp *const m_imp;  // the exchange's
 };
 
 #endif

@@ -9,8 +9,8 @@ kxECDSA::kxECDSA(sxPK_Format format, const unsigned char *data, int dataLen, int
 
 kxECDSA_imp *kxECDSA::Imp() const { return static_cast<kxECDSA_imp *>(m_imp); }
 
-int kxECDSA::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
-                  int outLen, const BIGNUM *inverseNonce, const BIGNUM *r) {
+int kxECDSA::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen,
+                  const BIGNUM *inverseNonce, const BIGNUM *r) {
   return Imp()->Sign(op, md, in, inLen, out, outLen, inverseNonce, r);
 }
 int kxECDSA::HasPrivate() const { return Imp()->HasPrivate() ? 1 : 0; }

@@ -5,11 +5,11 @@
 #include "ecKey.h"
 #include "ecOperation.h"
 #include "keys/keyExport.h"
+#include "keys/libcryptoTypes.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/platform/log.h"
-#include "keys/libcryptoTypes.h"
 
 kxECDSA_imp::kxECDSA_imp(int curveNid) {
   Adopt(kxGenECDSA(curveNid));
@@ -18,8 +18,8 @@ kxECDSA_imp::kxECDSA_imp(int curveNid) {
 
 kxECDSA_imp::kxECDSA_imp(const char *curveName) {
   Adopt(kxGenECDSA(curveName));
-  if (!OK()) herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %s",
-                         curveName == nullptr ? "" : curveName);
+  if (!OK())
+    herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %s", curveName == nullptr ? "" : curveName);
 }
 
 kxECDSA_imp::kxECDSA_imp(sxPK_Format format, const unsigned char *data, int dataLen, int curveNid) {
@@ -54,7 +54,7 @@ void kxECDSA_imp::ImportPoint(const Curve &curve, const unsigned char *point, in
 EC_KEY *kxECDSA_imp::Key() const {
   if (EC_KEY *key = m_key.load(std::memory_order_acquire)) return key;
   EcKey made(NewPublicEcKey(*m_curve, m_point, m_pointLen));
-  EC_KEY *first = nullptr;   // of two threads that get here the first one's stays
+  EC_KEY *first = nullptr;  // of two threads that get here the first one's stays
   if (!m_key.compare_exchange_strong(first, made.get(), std::memory_order_acq_rel)) return first;
   return made.release();
 }
@@ -74,13 +74,13 @@ int kxECDSA_imp::Decrypt(sxPKop_type, const unsigned char *, int, unsigned char 
   return kKeyNotImplemented;
 }
 
-int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen,
-                      unsigned char *out, int outLen) {
+int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
+                      int outLen) {
   return Sign(op, md, in, inLen, out, outLen, nullptr, nullptr);
 }
 
-int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen,
-                      unsigned char *out, int outLen, const BIGNUM *inverseNonce, const BIGNUM *r) {
+int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen,
+                      const BIGNUM *inverseNonce, const BIGNUM *r) {
   constexpr const char *kFunc = "kxECDSA_imp::Sign";
   if (!OK()) return kKeyNotUsable;
   if (!m_hasPrivate) return kKeyNotImplemented;
@@ -108,8 +108,8 @@ int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, in
   return rc;
 }
 
-int kxECDSA_imp::Verify(sxPKop_type, sx_md_type, const unsigned char *data, int dataLen,
-                        const unsigned char *sig, int sigLen) {
+int kxECDSA_imp::Verify(sxPKop_type, sx_md_type, const unsigned char *data, int dataLen, const unsigned char *sig,
+                        int sigLen) {
   constexpr const char *kFunc = "kxECDSA_imp::Verify";
   if (!OK()) {
     herror_func(0, 0, "%s: error: badly initialized.", kFunc);
@@ -142,8 +142,7 @@ int kxECDSA_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
       const int rc = CheckSetSlot(kFunc, out, outLen);
       return rc != 0 ? rc : StoreSet(kxECDSA_to_set(Key()), out);
     }
-    case sxPK_public:
-      return StoreOctets(m_point, m_pointLen, out, outLen);
+    case sxPK_public: return StoreOctets(m_point, m_pointLen, out, outLen);
     case sxPK_private: {
       kxBinBuf der;
       if (!m_hasPrivate || kxECDSA_to_buf(Key(), der, 1) != 0) return kKeyBadInput;

@@ -22,17 +22,16 @@ class kxECDSA_imp : public sxPubKey_imp_vc {
   int Flags() const override;
   int Encrypt(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen) override;
   int Decrypt(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen) override;
-  int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
-           int outLen) override;
-  int Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
-             const unsigned char *sig, int sigLen) override;
+  int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen) override;
+  int Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen, const unsigned char *sig,
+             int sigLen) override;
   int Export(sxPK_Format format, unsigned char *out, int outLen) override;
   int GetLen(sxPK_Len_Type type) override;
   const char *ClassName() const override { return "kxECDSA"; }
   void Herror() const override;
 
-  virtual int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
-                   int outLen, const BIGNUM *inverseNonce, const BIGNUM *r);
+  virtual int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen,
+                   const BIGNUM *inverseNonce, const BIGNUM *r);
 
   bool HasPrivate() const { return m_hasPrivate; }
   int Nbits() const { return m_curve == nullptr ? 0 : m_curve->orderBits; }
@@ -40,13 +39,13 @@ class kxECDSA_imp : public sxPubKey_imp_vc {
  private:
   void Adopt(EC_KEY *key);
   void ImportPoint(const Curve &curve, const unsigned char *point, int pointLen);
-  EC_KEY *Key() const;   // lent; null only when libcrypto fails
+  EC_KEY *Key() const;  // lent; null only when libcrypto fails
 
-  const Curve *m_curve = nullptr;   // null while not OK
+  const Curve *m_curve = nullptr;  // null while not OK
   bool m_hasPrivate = false;
   int m_pointLen = 0;
   unsigned char m_point[kMaxPointLen];
-  mutable std::atomic<EC_KEY *> m_key{nullptr};   // owned; set once
+  mutable std::atomic<EC_KEY *> m_key{nullptr};  // owned; set once
 };
 
 #endif

@@ -3,11 +3,11 @@
 #include <mutex>
 
 #include "curves.h"
+#include "keys/libcryptoTypes.h"
 #include "kxcert/keys/kxECDH.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/log.h"
-#include "keys/libcryptoTypes.h"
 
 std::atomic<unsigned int> max_ephemeral_ec_key_age{10};
 
@@ -16,7 +16,7 @@ namespace {
 constexpr const char *kFunc = "EC_KEY_new_semi_ephemeral";
 
 struct Entry {
-  std::mutex mutex;   // held while a pair is made: those that wait for it want that very pair
+  std::mutex mutex;  // held while a pair is made: those that wait for it want that very pair
   EcKey key;
   unsigned int createdSec = 0;
 };

@@ -9,14 +9,14 @@
 #include <cstring>
 
 #include "keys/ec/curves.h"
+#include "keys/libcryptoTypes.h"
+#include "keys/offload/pkxlOffer.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/configDir.h"
 #include "kxcert/platform/fips.h"
 #include "kxcert/platform/log.h"
-#include "keys/libcryptoTypes.h"
 #include "pkxlDecision.h"
-#include "keys/offload/pkxlOffer.h"
 
 namespace {
 
@@ -54,7 +54,7 @@ Decision Decide() {
 bool pkxl_should_use() {
   int decision = g_decision.load(std::memory_order_relaxed);
   if (decision == kUndecided) {
-    decision = Decide();   // threads that come here at once come to the same
+    decision = Decide();  // threads that come here at once come to the same
     g_decision.store(decision, std::memory_order_relaxed);
   }
   return decision == kMayUse && g_usage.load(std::memory_order_relaxed);
@@ -62,7 +62,7 @@ bool pkxl_should_use() {
 
 void pkxl_enable_usage() { g_usage = true; }
 void pkxl_stop_usage() {
-  static_cast<void>(pkxl_should_use());   // what the environment forces is read first
+  static_cast<void>(pkxl_should_use());  // what the environment forces is read first
   g_usage = false;
 }
 

@@ -7,10 +7,12 @@ namespace {
 // Both ends are of one installation: they differ only while it is being replaced.
 constexpr uint32_t kVersion = 0x706B7802;
 constexpr uint32_t kAlign = 4;
-constexpr uint32_t kItemOverhead = 24;   // a length, and the gaps before it and behind it
+constexpr uint32_t kItemOverhead = 24;  // a length, and the gaps before it and behind it
 
 bool PutNumber(pkxl_buf_iter *iter, uint32_t number) { return pkxl_buf_iter_put(iter, &number, sizeof number, kAlign); }
-bool GetNumber(pkxl_buf_iter *iter, uint32_t *number) { return pkxl_buf_iter_get(iter, number, sizeof *number, kAlign); }
+bool GetNumber(pkxl_buf_iter *iter, uint32_t *number) {
+  return pkxl_buf_iter_get(iter, number, sizeof *number, kAlign);
+}
 
 bool GetVersion(pkxl_buf_iter *iter) {
   uint32_t version = 0;

@@ -12,15 +12,15 @@ constexpr uint32_t kEcdhComputeKey = 6;
 /// The items are lent: to the area that is read, or by the caller.
 struct PkxlRequest {
   uint32_t operation = 0;
-  uint32_t curve = 0;              ///< libcrypto's identifier; 0 for RSA
-  uint32_t capacity = 0;           ///< of the output
-  pkxl_len_and_buf_t input = {};   ///< the data; ECDH: the peer's point
-  pkxl_len_and_buf_t signature = {};   ///< nothing: for verifying, which is not served
-  pkxl_len_and_buf_t key = {};     ///< private, DER
+  uint32_t curve = 0;                 ///< libcrypto's identifier; 0 for RSA
+  uint32_t capacity = 0;              ///< of the output
+  pkxl_len_and_buf_t input = {};      ///< the data; ECDH: the peer's point
+  pkxl_len_and_buf_t signature = {};  ///< nothing: for verifying, which is not served
+  pkxl_len_and_buf_t key = {};        ///< private, DER
 };
 
 struct PkxlAnswer {
-  bool served = false;             ///< false: the caller is to do it by itself
+  bool served = false;  ///< false: the caller is to do it by itself
   int32_t result = 0;
   pkxl_len_and_buf_t output = {};
 };

@@ -7,16 +7,16 @@
 
 #include "keys/ec/ecKey.h"
 #include "keys/ec/ecOperation.h"
+#include "keys/offload/pkxlDecision.h"
+#include "keys/offload/pkxlMessage.h"
+#include "keys/rsa/rsaKey.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkxl.h"
 #include "kxcert/platform/localSocket.h"
 #include "kxcert/platform/log.h"
-#include "keys/offload/pkxlDecision.h"
-#include "keys/offload/pkxlMessage.h"
 #include "pkxlPatience.h"
-#include "keys/rsa/rsaKey.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ constexpr int64_t kSlowMs = 1000;
 thread_local int t_numStaying = 0;
 
 PkxlPatience &Patience() {
-  static auto *const patience = new PkxlPatience;   // for threads that outlive the static objects
+  static auto *const patience = new PkxlPatience;  // for threads that outlive the static objects
   return *patience;
 }
 
@@ -70,7 +70,7 @@ bool Offer(const PkxlRequest &request, IsRight isRight) {
   Attempt attempt;
   PkxlAnswer answer;
   if (!attempt.IsAllowed() || !Exchange(message, &answer)) return false;
-  if (!answer.served || answer.result <= 0) {   // it may be right; here is seen why
+  if (!answer.served || answer.result <= 0) {  // it may be right; here is seen why
     attempt.EndsWell();
     return false;
   }
@@ -143,7 +143,7 @@ void PkxlForgetTrouble() { Patience().Forget(); }
 bool PkxlOfferRsa(RsaOperation operation, int inLen, const unsigned char *in, unsigned char *out, RSA *rsa,
                   int *result) {
   if (operation != kPrivateDecrypt && operation != kPrivateEncrypt) return false;
-  if (RSA_get0_d(rsa) == nullptr || !RsaHasCrtParts(rsa)) return false;   // it has no such form
+  if (RSA_get0_d(rsa) == nullptr || !RsaHasCrtParts(rsa)) return false;  // it has no such form
   kxBinBuf key;
   if (kxRSA_to_buf(rsa, key, 1) != 0) {
     herror_func(0, 0, "%s: kxRSA_to_buf failed (operation %d)", "rsa_op_wrapper", operation);
@@ -164,8 +164,12 @@ bool PkxlOfferEcdsaSign(const unsigned char *data, int dataLen, unsigned char *o
     return false;
   }
   const ErrorQueueMark mark;
-  const PkxlRequest request{static_cast<uint32_t>(kEcdsaSign), static_cast<uint32_t>(curve->nid),
-                            static_cast<uint32_t>(curve->maxSigLen), Item(data, dataLen), {}, Item(keyDer)};
+  const PkxlRequest request{static_cast<uint32_t>(kEcdsaSign),
+                            static_cast<uint32_t>(curve->nid),
+                            static_cast<uint32_t>(curve->maxSigLen),
+                            Item(data, dataLen),
+                            {},
+                            Item(keyDer)};
   return Offer(request, [&](const pkxl_len_and_buf_t &signature) {
     if (ECDSA_verify(0, data, dataLen, signature.buf, Len(signature), key) != 1) return false;
     std::memcpy(out, signature.buf, signature.len);
@@ -178,8 +182,8 @@ bool PkxlOfferEcdh(const pkxl_len_and_buf_t &peer, unsigned char *out, const pkx
                    int *result) {
   const Curve *const curve = FindCurve(curveNid);
   if (curve == nullptr) return false;
-  const PkxlRequest request{kEcdhComputeKey, static_cast<uint32_t>(curveNid), static_cast<uint32_t>(curve->coordLen),
-                            peer, {}, keyDer};
+  const PkxlRequest request{
+      kEcdhComputeKey, static_cast<uint32_t>(curveNid), static_cast<uint32_t>(curve->coordLen), peer, {}, keyDer};
   return Offer(request, [&](const pkxl_len_and_buf_t &secret) {
     if (Len(secret) != curve->coordLen) return false;
     std::memcpy(out, secret.buf, secret.len);

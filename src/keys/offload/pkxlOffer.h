@@ -7,8 +7,8 @@
 #include <openssl/ec.h>
 #include <openssl/rsa.h>
 
-#include "kxcert/foundation/bufIter.h"
 #include "keys/rsa/rsaOperation.h"
+#include "kxcert/foundation/bufIter.h"
 
 class kxBinBuf;
 

@@ -16,7 +16,7 @@ class PkxlPatience {
   // What one use of the service was begun with.
   struct Use {
     bool allowed;
-    uint64_t era;        // uses that began before a trouble say nothing about the time after it
+    uint64_t era;  // uses that began before a trouble say nothing about the time after it
     int64_t beganMs;
   };
 
@@ -28,8 +28,8 @@ class PkxlPatience {
  private:
   std::mutex m_mutex;
   uint64_t m_era = 0;
-  bool m_suspected = false;      // from a trouble until a use ends well
-  bool m_tried = false;          // while suspected: one is at it
+  bool m_suspected = false;  // from a trouble until a use ends well
+  bool m_tried = false;      // while suspected: one is at it
   int64_t m_whileMs = 0;
   int64_t m_untilMs = 0;
 };

@@ -3,17 +3,17 @@
 
 #include "keys/ec/ecKey.h"
 #include "keys/ec/ecOperation.h"
+#include "keys/libcryptoTypes.h"
+#include "keys/rsa/rsaOperation.h"
 #include "kxcert/keys/keyCodes.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkxl.h"
-#include "keys/libcryptoTypes.h"
 #include "pkxlMessage.h"
-#include "keys/rsa/rsaOperation.h"
 
 namespace {
 
-constexpr uint32_t kMaxCapacity = 16 * 1024;   // more than any operation writes
+constexpr uint32_t kMaxCapacity = 16 * 1024;  // more than any operation writes
 
 int Len(const pkxl_len_and_buf_t &item) { return static_cast<int>(item.len); }
 

@@ -2,24 +2,26 @@
 
 #include <openssl/rand.h>
 
+#include "keys/rsa/primeSearch.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/random.h"
 #include "lucasTest.h"
-#include "keys/rsa/primeSearch.h"
 
 namespace {
 
 constexpr int kSmallestPrimeBits = 512;
 constexpr int kPrimeBitsStep = 128;
-constexpr int kDistanceMargin = 101;          // FIPS 186-4, B.3.6: Xp and Xq differ in their first 100 bits
-constexpr BN_ULONG kRootOfTwo = 0xB504F334;   // sqrt(2) 2^31, rounded up
+constexpr int kDistanceMargin = 101;         // FIPS 186-4, B.3.6: Xp and Xq differ in their first 100 bits
+constexpr BN_ULONG kRootOfTwo = 0xB504F334;  // sqrt(2) 2^31, rounded up
 constexpr int kMaxRejectedPairs = 80;
-constexpr int kSeedSlice = 64;                // octets for the random pool before each auxiliary prime
+constexpr int kSeedSlice = 64;  // octets for the random pool before each auxiliary prime
 constexpr int kNumAuxiliaryPrimes = 4;
-constexpr int kCandidateRounds = 8;           // of Miller-Rabin; the Lucas test comes on top
+constexpr int kCandidateRounds = 8;  // of Miller-Rabin; the Lucas test comes on top
 
-struct AuxiliaryRow { int belowPrimeBits, bits, rounds; };
+struct AuxiliaryRow {
+  int belowPrimeBits, bits, rounds;
+};
 // The numbers are those of FIPS 186-4, tables B.1 and C.2, for moduli of 1024, 2048 and 3072 bits. Here they
 // are looked up by the size of the prime, so that a modulus gets the row of one half as long. That is meant
 // to be so: other software counts on it. Held by AuxiliaryPrimes.SizesFollowThePrimeNotTheModulus.
@@ -40,14 +42,12 @@ bool DrawStarts(const PrimeSizes &sizes, BIGNUM *xp, BIGNUM *xq, BN_CTX *ctx) {
   BIGNUM *distance = frame.New();
   if (distance == nullptr) return false;
   for (int rejected = 0; rejected <= kMaxRejectedPairs; ++rejected) {
-    if (!DrawStart(sizes.primeBits, xp, ctx) || !DrawStart(sizes.primeBits, xq, ctx) ||
-        !BN_sub(distance, xp, xq)) {
+    if (!DrawStart(sizes.primeBits, xp, ctx) || !DrawStart(sizes.primeBits, xq, ctx) || !BN_sub(distance, xp, xq)) {
       return false;
     }
     if (BN_num_bits(distance) > sizes.minDistanceBits) return true;
   }
-  herror_func(0, 0, "BuildPrimes: more than %d pairs of random numbers lay too close together",
-              kMaxRejectedPairs);
+  herror_func(0, 0, "BuildPrimes: more than %d pairs of random numbers lay too close together", kMaxRejectedPairs);
   return false;
 }
 
@@ -56,7 +56,7 @@ bool DrawStarts(const PrimeSizes &sizes, BIGNUM *xp, BIGNUM *xq, BN_CTX *ctx) {
 template <class Test>
 bool FirstThatPasses(BIGNUM *n, const BIGNUM *step, int bits, Test test) {
   PrimeSieve sieve(n, step, bits);
-  while (BN_num_bits(n) == bits) {       // no prime in range: as good as never
+  while (BN_num_bits(n) == bits) {  // no prime in range: as good as never
     const int verdict = sieve.IsComposite() ? 0 : test();
     if (verdict != 0) return verdict > 0;
     if (!BN_add(n, n, step)) return false;
@@ -95,12 +95,11 @@ bool DrawAuxiliaryPrimes(const PrimeSizes &sizes, BuiltPrime *p, BuiltPrime *q, 
 // *prime = the first number from x on that is 1 modulo aux1 and -1 modulo aux2; *step = aux1 aux2.
 bool FirstCandidate(const BuiltPrime &from, BIGNUM *prime, BIGNUM *step, BN_CTX *ctx) {
   BigNumFrame frame(ctx);
-  BIGNUM *one = frame.New(), *minusOne = frame.New();   // modulo aux1 and 0 modulo aux2, and the other way
+  BIGNUM *one = frame.New(), *minusOne = frame.New();  // modulo aux1 and 0 modulo aux2, and the other way
   const BIGNUM *aux1 = from.aux1.get(), *aux2 = from.aux2.get();
-  return minusOne != nullptr && BN_mul(step, aux1, aux2, ctx) &&
-         BN_mod_inverse(one, aux2, aux1, ctx) != nullptr && BN_mul(one, one, aux2, ctx) &&
-         BN_mod_inverse(minusOne, aux1, aux2, ctx) != nullptr && BN_mul(minusOne, minusOne, aux1, ctx) &&
-         BN_sub(prime, one, minusOne) && BN_sub(prime, prime, from.x.get()) &&
+  return minusOne != nullptr && BN_mul(step, aux1, aux2, ctx) && BN_mod_inverse(one, aux2, aux1, ctx) != nullptr &&
+         BN_mul(one, one, aux2, ctx) && BN_mod_inverse(minusOne, aux1, aux2, ctx) != nullptr &&
+         BN_mul(minusOne, minusOne, aux1, ctx) && BN_sub(prime, one, minusOne) && BN_sub(prime, prime, from.x.get()) &&
          BN_nnmod(prime, prime, step, ctx) && BN_add(prime, prime, from.x.get());
 }
 

@@ -10,10 +10,10 @@
 
 /// What the size of a prime decides.
 struct PrimeSizes {
-  int primeBits;         ///< 512, or a multiple of 128 above it
-  int minDistanceBits;   ///< |Xp - Xq| must have more bits than that
-  int auxiliaryBits;     ///< of p1, p2, q1 and q2, exactly
-  int auxiliaryRounds;   ///< of Miller-Rabin for each of those
+  int primeBits;        ///< 512, or a multiple of 128 above it
+  int minDistanceBits;  ///< |Xp - Xq| must have more bits than that
+  int auxiliaryBits;    ///< of p1, p2, q1 and q2, exactly
+  int auxiliaryRounds;  ///< of Miller-Rabin for each of those
 };
 
 /// @param wantedBits  up to 512: 512; else rounded up to a multiple of 128

@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "kxSRSA_imp.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/rsaGeneration.h"
-#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/fips.h"
 #include "kxcert/platform/log.h"
 #include "rsaExponent.h"
@@ -15,8 +15,8 @@
 
 namespace {
 
-std::atomic<sxImportRSAKeyFunc> g_importFunc{nullptr};   // null: the built-in one
-std::atomic<sxGenRSAKeyFunc> g_genFunc{nullptr};         // null: the built-in one
+std::atomic<sxImportRSAKeyFunc> g_importFunc{nullptr};  // null: the built-in one
+std::atomic<sxGenRSAKeyFunc> g_genFunc{nullptr};        // null: the built-in one
 
 struct DropKey {
   void operator()(sxPubKey *key) const { sxFreePubKey(key); }
@@ -59,7 +59,7 @@ sxPubKey *sxImportRSAKey_from_Set(const sxset *set) {
 }
 
 int sxExportRSAKey(sxPubKey *key, sxPK_Format format, kxBinBuf &out) {
-  if (format == sxPK_set) return kKeyNotImplemented;   // sxExportRSAKey_to_Set does that
+  if (format == sxPK_set) return kKeyNotImplemented;  // sxExportRSAKey_to_Set does that
   const int len = sxPubKey_Export(key, format, nullptr, 0);
   if (len <= 0) return len < 0 ? len : kKeyBadInput;
   kxBinBuf octets;
@@ -93,8 +93,7 @@ sxPubKey *sxGenerateRSA(int bits, int exponent) {
 void sxSetImportRSAKey_func(sxImportRSAKeyFunc func) { g_importFunc.store(func, std::memory_order_release); }
 void sxSetGenRSAKey_func(sxGenRSAKeyFunc func) { g_genFunc.store(func, std::memory_order_release); }
 int sxIsSW_RSA() {
-  return g_importFunc.load(std::memory_order_acquire) == nullptr &&
-                 g_genFunc.load(std::memory_order_acquire) == nullptr
+  return g_importFunc.load(std::memory_order_acquire) == nullptr && g_genFunc.load(std::memory_order_acquire) == nullptr
              ? 1
              : 0;
 }

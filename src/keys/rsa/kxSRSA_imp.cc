@@ -24,9 +24,7 @@ struct SecretBlock {
 int ElementLen(int contentLen) { return contentLen + (contentLen < 0x80 ? 2 : contentLen < 0x100 ? 3 : 4); }
 int NumberLen(const BIGNUM *number) { return ElementLen(BN_num_bits(number) / 8 + 1); }
 
-int PublicDerLen(const RSA *rsa) {
-  return ElementLen(NumberLen(RSA_get0_n(rsa)) + NumberLen(RSA_get0_e(rsa)));
-}
+int PublicDerLen(const RSA *rsa) { return ElementLen(NumberLen(RSA_get0_n(rsa)) + NumberLen(RSA_get0_e(rsa))); }
 
 }  // namespace
 
@@ -72,7 +70,7 @@ int kxSRSA_imp::Encrypt(sxPKop_type, const unsigned char *in, int inLen, unsigne
 int kxSRSA_imp::Decrypt(sxPKop_type, const unsigned char *in, int inLen, unsigned char *out, int outLen) {
   if (!OK()) return kKeyNotUsable;
   if (in == nullptr || inLen < 1) return kKeyBadInput;
-  if (out == nullptr) return Nbytes();   // an upper bound: the text is eleven octets shorter at least
+  if (out == nullptr) return Nbytes();  // an upper bound: the text is eleven octets shorter at least
   SecretBlock block;
   const bool direct = outLen >= Nbytes();
   const int len = direct ? RSA_private_decrypt_wrapper(inLen, in, outLen, out, m_rsa.get())
@@ -118,8 +116,8 @@ int kxSRSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int
   return len;
 }
 
-int kxSRSA_imp::Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
-                       const unsigned char *sig, int sigLen) {
+int kxSRSA_imp::Verify(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen, const unsigned char *sig,
+                       int sigLen) {
   constexpr const char *kFunc = "kxSRSA_imp::Verify";
   if (!OK()) return kKeyNotUsable;
   if (data == nullptr || dataLen < 1) return kKeyBadInput;

@@ -11,9 +11,7 @@ int IsSquare(const BIGNUM *n, BN_CTX *ctx) {
   BIGNUM *root = frame.New(), *next = frame.New();
   if (next == nullptr || !BN_set_bit(root, (BN_num_bits(n) + 1) / 2)) return -1;
   for (;;) {
-    if (!BN_div(next, nullptr, n, root, ctx) || !BN_add(next, next, root) || !BN_rshift1(next, next)) {
-      return -1;
-    }
+    if (!BN_div(next, nullptr, n, root, ctx) || !BN_add(next, next, root) || !BN_rshift1(next, next)) { return -1; }
     if (BN_cmp(next, root) >= 0) break;
     std::swap(next, root);
   }
@@ -49,8 +47,7 @@ class LucasTerms {
     m_product = m_frame.New();
     return m_mont != nullptr && m_product != nullptr && BN_MONT_CTX_set(m_mont.get(), m_n, m_ctx) &&
            BN_nnmod(m_d, discriminant, m_n, m_ctx) && BN_to_montgomery(m_d, m_d, m_mont.get(), m_ctx) &&
-           BN_to_montgomery(m_term.u, BN_value_one(), m_mont.get(), m_ctx) &&
-           BN_copy(m_term.v, m_term.u) != nullptr;
+           BN_to_montgomery(m_term.u, BN_value_one(), m_mont.get(), m_ctx) && BN_copy(m_term.v, m_term.u) != nullptr;
   }
 
   // k becomes 2 k + bit. Both are computed whichever is kept: the bits are those of a secret prime.
@@ -64,7 +61,9 @@ class LucasTerms {
   bool VIsZero() const { return BN_is_zero(m_term.v); }
 
  private:
-  struct Pair { BIGNUM *u = nullptr, *v = nullptr; };
+  struct Pair {
+    BIGNUM *u = nullptr, *v = nullptr;
+  };
 
   bool Multiply(BIGNUM *result, const BIGNUM *a, const BIGNUM *b) {
     return BN_mod_mul_montgomery(result, a, b, m_mont.get(), m_ctx);

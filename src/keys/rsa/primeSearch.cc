@@ -43,7 +43,7 @@ void Reduce(const BIGNUM *n, int numPrimes, uint16_t *rests) {
 // The numbers of one Miller-Rabin test: n - 1 = odd 2^twos.
 struct Tested {
   const BIGNUM *n;
-  BIGNUM *last, *odd;                    // last: n - 1
+  BIGNUM *last, *odd;  // last: n - 1
   int twos;
   BN_MONT_CTX *mont;
 };
@@ -73,7 +73,7 @@ int MillerRabinTest(const BIGNUM *n, int rounds, BN_CTX *ctx) {
   while (!BN_is_bit_set(tested.last, tested.twos)) ++tested.twos;
   if (!BN_rshift(tested.odd, tested.last, tested.twos)) return -1;
   for (int round = 0; round < rounds; ++round) {
-    if (!BN_priv_rand_range(base, range) || !BN_add_word(base, 2)) return -1;   // 2 to n - 2
+    if (!BN_priv_rand_range(base, range) || !BN_add_word(base, 2)) return -1;  // 2 to n - 2
     const int passed = PassesBase(tested, base, power, ctx);
     if (passed != 1) return passed;
   }

@@ -19,7 +19,7 @@
 class PrimeSieve {
  public:
   static constexpr int kMaxPrimes = 2048;
-  static constexpr int kLargestPrime = 17881;      ///< the last of kMaxPrimes
+  static constexpr int kLargestPrime = 17881;  ///< the last of kMaxPrimes
 
   /// Both may be secret. @param bits  of the numbers: more of them deserve more primes
   PrimeSieve(const BIGNUM *n, const BIGNUM *step, int bits);
@@ -27,7 +27,7 @@ class PrimeSieve {
   PrimeSieve(const PrimeSieve &) = delete;
   PrimeSieve &operator=(const PrimeSieve &) = delete;
 
-  bool IsComposite() const;                        ///< of the number it stands at; false: it is not known
+  bool IsComposite() const;  ///< of the number it stands at; false: it is not known
   void Advance();
 
  private:

@@ -1,13 +1,13 @@
 // Which numbers are an RSA key: cheap questions only, since whoever is sent a key asks them.
-#include "kxcert/keys/kxSRSA.h"
 #include "keys/rsa/rsaKey.h"
+#include "kxcert/keys/kxSRSA.h"
 
 namespace {
 
 // Above this size libcrypto verifies with short exponents only.
 constexpr int kSmallModulusBits = OPENSSL_RSA_SMALL_MODULUS_BITS;
 constexpr int kMaxLongModulusExponentBits = OPENSSL_RSA_MAX_PUBEXP_BITS;
-constexpr int kMinPrimeShare = 4;   // neither prime is shorter than that part of the modulus
+constexpr int kMinPrimeShare = 4;  // neither prime is shorter than that part of the modulus
 
 static_assert(kMaxRsaBits <= OPENSSL_RSA_MAX_MODULUS_BITS);
 
@@ -31,15 +31,14 @@ bool ExponentsFit(const PrivateNumbers &key, const BIGNUM *prime, const BIGNUM *
   BIGNUM *const order = BN_CTX_get(context), *const value = BN_CTX_get(context);
   if (value == nullptr || BN_copy(order, prime) == nullptr || BN_sub_word(order, 1) != 1) return false;
   if (BN_mod_mul(value, key.e, key.d, order, context) != 1 || !BN_is_one(value)) return false;
-  return shortExponent == nullptr ||
-         (BN_mod(value, key.d, order, context) == 1 && BN_cmp(value, shortExponent) == 0);
+  return shortExponent == nullptr || (BN_mod(value, key.d, order, context) == 1 && BN_cmp(value, shortExponent) == 0);
 }
 
 bool InverseFits(const PrivateNumbers &key, BN_CTX *context) {
   const BigNumFrame frame(context);
   BIGNUM *const value = BN_CTX_get(context);
-  return value != nullptr && IsBelow(key.qInv, key.p) &&
-         BN_mod_mul(value, key.q, key.qInv, key.p, context) == 1 && BN_is_one(value);
+  return value != nullptr && IsBelow(key.qInv, key.p) && BN_mod_mul(value, key.q, key.qInv, key.p, context) == 1 &&
+         BN_is_one(value);
 }
 
 // Lengths first: foreign numbers can be of any.

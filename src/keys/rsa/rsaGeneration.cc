@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "auxiliaryPrimes.h"
+#include "keys/libcryptoTypes.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/log.h"
-#include "keys/libcryptoTypes.h"
 #include "rsaExponent.h"
 
 namespace {
@@ -54,8 +54,7 @@ RsaKey AssembleKey(BigNum p, BigNum q, BigNum e, BigNum d, BN_CTX *ctx) {
   BigNum dmp1 = CrtExponent(d.get(), p.get(), ctx), dmq1 = CrtExponent(d.get(), q.get(), ctx);
   BigNum iqmp = NewSecretNumber();
   if (key == nullptr || n == nullptr || dmp1 == nullptr || dmq1 == nullptr || iqmp == nullptr ||
-      !BN_mul(n.get(), p.get(), q.get(), ctx) ||
-      BN_mod_inverse(iqmp.get(), q.get(), p.get(), ctx) == nullptr) {
+      !BN_mul(n.get(), p.get(), q.get(), ctx) || BN_mod_inverse(iqmp.get(), q.get(), p.get(), ctx) == nullptr) {
     return nullptr;
   }
   // None of them fails when all its numbers are there; the key owns them from then on.
@@ -66,20 +65,24 @@ RsaKey AssembleKey(BigNum p, BigNum q, BigNum e, BigNum d, BN_CTX *ctx) {
 }
 
 void ClearNumbers(kxRSAGenRecord *record) {
-  for (BIGNUM **number : {&record->p1, &record->p2, &record->q1, &record->q2, &record->Xp, &record->Xq,
-                          &record->p, &record->q, &record->n, &record->d}) {
+  for (BIGNUM **number : {&record->p1, &record->p2, &record->q1, &record->q2, &record->Xp, &record->Xq, &record->p,
+                          &record->q, &record->n, &record->d}) {
     BN_clear_free(*number);
     *number = nullptr;
   }
 }
 
 bool FillRecord(kxRSAGenRecord *record, const BuiltPrime &p, const BuiltPrime &q, const RSA *key) {
-  struct Row { BIGNUM **slot; const BIGNUM *number; BigNum copy; };
-  Row rows[] = {{&record->p1, p.aux1.get(), nullptr},    {&record->p2, p.aux2.get(), nullptr},
-                {&record->q1, q.aux1.get(), nullptr},    {&record->q2, q.aux2.get(), nullptr},
-                {&record->Xp, p.x.get(), nullptr},       {&record->Xq, q.x.get(), nullptr},
-                {&record->p, p.prime.get(), nullptr},    {&record->q, q.prime.get(), nullptr},
-                {&record->n, RSA_get0_n(key), nullptr},  {&record->d, RSA_get0_d(key), nullptr}};
+  struct Row {
+    BIGNUM **slot;
+    const BIGNUM *number;
+    BigNum copy;
+  };
+  Row rows[] = {{&record->p1, p.aux1.get(), nullptr},   {&record->p2, p.aux2.get(), nullptr},
+                {&record->q1, q.aux1.get(), nullptr},   {&record->q2, q.aux2.get(), nullptr},
+                {&record->Xp, p.x.get(), nullptr},      {&record->Xq, q.x.get(), nullptr},
+                {&record->p, p.prime.get(), nullptr},   {&record->q, q.prime.get(), nullptr},
+                {&record->n, RSA_get0_n(key), nullptr}, {&record->d, RSA_get0_d(key), nullptr}};
   for (Row &row : rows) {
     row.copy.reset(BN_dup(row.number));
     if (row.copy == nullptr) return false;
@@ -102,15 +105,12 @@ RsaKey GenerateBuilt(int primeBits, int exponent, kxRSAGenRecord *record) {
   const BigNumContext ctx(BN_CTX_secure_new());
   BigNum e(BN_new()), d = NewSecretNumber();
   BuiltPrime p, q;
-  if (ctx == nullptr || e == nullptr || d == nullptr ||
-      !BN_set_word(e.get(), static_cast<BN_ULONG>(exponent)) ||
+  if (ctx == nullptr || e == nullptr || d == nullptr || !BN_set_word(e.get(), static_cast<BN_ULONG>(exponent)) ||
       BuildPrimes(sizes, e.get(), &p, &q, ctx.get()) != 0) {
     return nullptr;
   }
   const BigNum totient = Totient(p.prime.get(), q.prime.get(), ctx.get());
-  if (totient == nullptr || BN_mod_inverse(d.get(), e.get(), totient.get(), ctx.get()) == nullptr) {
-    return nullptr;
-  }
+  if (totient == nullptr || BN_mod_inverse(d.get(), e.get(), totient.get(), ctx.get()) == nullptr) { return nullptr; }
 
   BigNum larger = NewSecretNumber(), smaller = NewSecretNumber();
   if (larger == nullptr || smaller == nullptr || BN_copy(larger.get(), p.prime.get()) == nullptr ||
@@ -145,8 +145,7 @@ RsaKey GenerateWithRandomExponent(int bits) {
     return nullptr;
   }
   const BigNum totient = Totient(p.get(), q.get(), ctx.get());
-  if (totient == nullptr ||
-      !DrawExponents(2 * (4 * numBytes + 1), totient.get(), e.get(), d.get(), ctx.get())) {
+  if (totient == nullptr || !DrawExponents(2 * (4 * numBytes + 1), totient.get(), e.get(), d.get(), ctx.get())) {
     return nullptr;
   }
   return AssembleKey(std::move(p), std::move(q), std::move(e), std::move(d), ctx.get());
@@ -163,9 +162,7 @@ RSA *kxGenRSA(int bits, int exponent) {
   constexpr const char *kFunc = "kxGenRSA";
   exponent = UsedRsaExponent(exponent);
   const int maxBits = exponent == 0 ? kMaxRandomExponentRsaBits : kMaxRsaBits;
-  if (bits < kMinRsaBits || bits > maxBits) {
-    return Refuse(kFunc, "no keys of that size are made", bits, exponent);
-  }
+  if (bits < kMinRsaBits || bits > maxBits) { return Refuse(kFunc, "no keys of that size are made", bits, exponent); }
   if (const char *reason = WhyRefused(exponent)) return Refuse(kFunc, reason, bits, exponent);
   const ErrorQueueMark mark;
   RsaKey key = exponent == 0 ? GenerateWithRandomExponent(bits) : GenerateBuilt(bits / 2, exponent, nullptr);

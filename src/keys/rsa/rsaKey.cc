@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int kMaxNumberOctets = kMaxRsaBits / 8 + 1;   // and a leading 00
+constexpr int kMaxNumberOctets = kMaxRsaBits / 8 + 1;  // and a leading 00
 // Modulus, exponents, and the shorter numbers, none longer than the modulus.
 constexpr int kMaxPrivateDerLen = 6 * (kMaxNumberOctets + 8);
 
@@ -39,7 +39,7 @@ bool ReadDer(const unsigned char *data, int dataLen, BigNum *n, BigNum *e) {
 RsaKey NewPublic(BigNum n, BigNum e) {
   RsaKey rsa(RSA_new());
   if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), nullptr) != 1) return nullptr;
-  static_cast<void>(n.release());   // now the key's
+  static_cast<void>(n.release());  // now the key's
   static_cast<void>(e.release());
   return rsa;
 }

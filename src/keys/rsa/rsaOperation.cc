@@ -1,11 +1,11 @@
 #include "rsaOperation.h"
 
-#include "kxcert/keys/kxSRSA.h"
 #include "keys/libcryptoTypes.h"
 #include "keys/offload/pkxlOffer.h"
+#include "kxcert/keys/kxSRSA.h"
 
-int rsa_op_wrapper(RsaOperation operation, int inLen, const unsigned char *in, int outLen,
-                   unsigned char *out, RSA *rsa) {
+int rsa_op_wrapper(RsaOperation operation, int inLen, const unsigned char *in, int outLen, unsigned char *out,
+                   RSA *rsa) {
   // libcrypto writes up to RSA_size octets without asking how many there is room for.
   if (rsa == nullptr || in == nullptr || out == nullptr || inLen < 0 || outLen < RSA_size(rsa)) return -1;
   int result = -1;
@@ -26,19 +26,15 @@ int RsaOperationHere(RsaOperation operation, int inLen, const unsigned char *in,
   return -1;
 }
 
-int RSA_private_encrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out,
-                                RSA *rsa) {
+int RSA_private_encrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out, RSA *rsa) {
   return rsa_op_wrapper(kPrivateEncrypt, inLen, in, outLen, out, rsa);
 }
-int RSA_private_decrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out,
-                                RSA *rsa) {
+int RSA_private_decrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out, RSA *rsa) {
   return rsa_op_wrapper(kPrivateDecrypt, inLen, in, outLen, out, rsa);
 }
-int RSA_public_encrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out,
-                               RSA *rsa) {
+int RSA_public_encrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out, RSA *rsa) {
   return rsa_op_wrapper(kPublicEncrypt, inLen, in, outLen, out, rsa);
 }
-int RSA_public_decrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out,
-                               RSA *rsa) {
+int RSA_public_decrypt_wrapper(int inLen, const unsigned char *in, int outLen, unsigned char *out, RSA *rsa) {
   return rsa_op_wrapper(kPublicDecrypt, inLen, in, outLen, out, rsa);
 }

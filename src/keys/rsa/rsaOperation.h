@@ -11,8 +11,8 @@ enum RsaOperation : int { kPrivateDecrypt = 0, kPrivateEncrypt = 1, kPublicDecry
 /// when that is in use (kxcert/keys/pkxl.h) and does it right, all else in this process.
 /// @param outLen  at least RSA_size(rsa)
 /// @return octets written, or -1
-int rsa_op_wrapper(RsaOperation operation, int inLen, const unsigned char *in, int outLen,
-                   unsigned char *out, RSA *rsa);
+int rsa_op_wrapper(RsaOperation operation, int inLen, const unsigned char *in, int outLen, unsigned char *out,
+                   RSA *rsa);
 /// The same, in this process whatever is in use.
 int RsaOperationHere(RsaOperation operation, int inLen, const unsigned char *in, int outLen, unsigned char *out,
                      RSA *rsa);

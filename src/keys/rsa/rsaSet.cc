@@ -2,14 +2,14 @@
 #include <cstring>
 #include <memory>
 
+#include "keys/secretAttribute.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/bigNumSet.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkcs1.h"
-#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/log.h"
 #include "rsaKey.h"
-#include "keys/secretAttribute.h"
 
 namespace {
 
@@ -36,12 +36,11 @@ RSA *FromPkcs8(const sxset &privatePart) {
   }
   kxBinBuf pkcs8, pkcs1;
   RSA *rsa = nullptr;
-  if (ReadSecretAttribute(privatePart, "pkcs8", kMaxPkcs8Len, pkcs8) == 0 &&
-      kxPKCS8_to_PKCS1(pkcs8, pkcs1) == 0) {
+  if (ReadSecretAttribute(privatePart, "pkcs8", kMaxPkcs8Len, pkcs8) == 0 && kxPKCS8_to_PKCS1(pkcs8, pkcs1) == 0) {
     rsa = kxRSA_from_buf(pkcs1.Data(), static_cast<int>(pkcs1.Len()), 1);
   }
-  herror_func(0, 0, rsa != nullptr ? "kxRSA_from_set: got rsa from pkcs8"
-                                   : "kxRSA_from_set: error reading pkcs8 - continuing");
+  herror_func(
+      0, 0, rsa != nullptr ? "kxRSA_from_set: got rsa from pkcs8" : "kxRSA_from_set: error reading pkcs8 - continuing");
   return rsa;
 }
 
@@ -56,7 +55,7 @@ RSA *FromNumbers(const sxset &set) {
   }
   RsaKey rsa(RSA_new());
   if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), d.get()) != 1) return nullptr;
-  static_cast<void>(n.release());   // now the key's
+  static_cast<void>(n.release());  // now the key's
   static_cast<void>(e.release());
   static_cast<void>(d.release());
   return kxRSA_is_ok(rsa.get()) ? rsa.release() : nullptr;

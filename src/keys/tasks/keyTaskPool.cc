@@ -10,12 +10,12 @@
 #include <string>
 #include <utility>
 
+#include "keys/tasks/poolWork.h"
 #include "kxcert/keys/keyTasks.h"
 #include "kxcert/keys/kxSDH.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
 #include "platform/eventEnv_imp.h"
-#include "keys/tasks/poolWork.h"
 
 namespace {
 
@@ -117,7 +117,7 @@ Outcome TaskRSADecrypt(TaskData *data) {
 struct TaskRow {
   int type;
   Outcome (*run)(TaskData *task);
-  const char *className;                 // of the keys that workers take; null: asked of sxIsSW_DH
+  const char *className;  // of the keys that workers take; null: asked of sxIsSW_DH
   Failure failure;
 };
 constexpr TaskRow kTasks[] = {
@@ -165,9 +165,7 @@ Outcome Run(TaskData *task) try {
     if (key->OK() == 0) return row->failure;
   }
   return row->run(task);
-} catch (const std::bad_alloc &) {
-  return {TASK_GENERAL_ERROR, kNoMemory};
-}
+} catch (const std::bad_alloc &) { return {TASK_GENERAL_ERROR, kNoMemory}; }
 
 // What the completion is given, taken out of the record. The lock is held.
 void *TakeResult(TaskData *task, int *len) {
@@ -196,7 +194,10 @@ KeyTask::KeyTask(TaskData *task, KeyTaskCompletion completion, void *info)
   TaskData_Save(m_task);
 }
 KeyTask::KeyTask(const KeyTask &other)
-    : RTApcServant(other), m_task(other.m_task), m_completion(other.m_completion), m_info(other.m_info),
+    : RTApcServant(other),
+      m_task(other.m_task),
+      m_completion(other.m_completion),
+      m_info(other.m_info),
       m_handed(other.m_handed) {
   TaskData_Save(m_task);
 }
@@ -214,7 +215,7 @@ void KeyTask::HandOver() { m_handed->task = m_task; }
 
 size_t KeyTask::hash() const { return static_cast<size_t>(m_task->TaskId()); }
 bool KeyTask::operator==(const RTApcServant &other) const {
-  const auto *const task = dynamic_cast<const KeyTask *>(&other);   // the pool has other work, too
+  const auto *const task = dynamic_cast<const KeyTask *>(&other);  // the pool has other work, too
   return task != nullptr && m_task == task->m_task;
 }
 
@@ -224,7 +225,7 @@ void KeyTask::task_handler() {
     herror_func(0, 0, "<%d> %s: %s", gettid(), "KeyTask::task_handler", outcome.errMsg.c_str());
   }
   const TaskLock lock(m_task);
-  if (m_task->IsAnswered()) return;      // too late: what the caller was told stands
+  if (m_task->IsAnswered()) return;  // too late: what the caller was told stands
   m_task->SetRC(outcome.rc);
   m_task->SetErrMsg(outcome.errMsg.c_str());
 }
@@ -254,7 +255,7 @@ class kxKeyTaskManager {
   // libcrypto first, so that at the end of the process it goes after the workers.
   kxKeyTaskManager() { OPENSSL_init_crypto(0, nullptr); }
   ~kxKeyTaskManager() {
-    if (m_pool.pool != nullptr) m_pool.pool->Abandon();   // after main nobody is called
+    if (m_pool.pool != nullptr) m_pool.pool->Abandon();  // after main nobody is called
   }
   int Start(sxd_env *env, int numThreads);
   int SetNumThreads(int numThreads);
@@ -264,7 +265,9 @@ class kxKeyTaskManager {
   kxEventLoop *Loop() const { return m_loop.get(); }
 
  private:
-  struct FreeComm { void operator()(RTComm *comm) const { RTComm_destroy(comm); } };
+  struct FreeComm {
+    void operator()(RTComm *comm) const { RTComm_destroy(comm); }
+  };
   struct Workers {
     std::unique_ptr<RTComm, FreeComm> comm;
     std::unique_ptr<RTApc> pool;
@@ -273,7 +276,7 @@ class kxKeyTaskManager {
   int StaySynchronous(const char *why);
 
   bool m_synchronous = false;
-  std::shared_ptr<kxEventLoop> m_loop;   // of the latest start; null without an environment
+  std::shared_ptr<kxEventLoop> m_loop;  // of the latest start; null without an environment
   Workers m_pool;
 };
 
@@ -406,6 +409,4 @@ int QueuePoolWork(const std::shared_ptr<PoolWork> &work) try {
   }
   if (manager.Pool() == nullptr || manager.Pool()->IsInherited()) return refuse(TASK_NOT_INITIALIZED);
   return manager.Pool()->Queue(PoolServant(work), -1) == 0 ? 0 : refuse(TASK_QUEUING_ERROR);
-} catch (const std::bad_alloc &) {
-  return TASK_QUEUING_ERROR;
-}
+} catch (const std::bad_alloc &) { return TASK_QUEUING_ERROR; }

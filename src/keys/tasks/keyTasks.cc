@@ -12,12 +12,18 @@ struct TaskRCRow {
   const char *name;
 };
 constexpr TaskRCRow kTaskRCs[] = {
-    {TASK_INSERTED_TO_QUEUE, "TASK_INSERTED_TO_QUEUE"}, {TASK_SUCCESS, "TASK_SUCCESS"},
-    {TASK_DECRYPT_ERROR, "TASK_DECRYPT_ERROR"},         {TASK_GENERAL_ERROR, "TASK_GENERAL_ERROR"},
-    {TASK_NOT_INITIALIZED, "TASK_NOT_INITIALIZED"},     {TASK_SIGNING_ERROR, "TASK_SIGNING_ERROR"},
-    {TASK_DERIVING_ERROR, "TASK_DERIVING_ERROR"},       {TASK_CREATION_ERROR, "TASK_CREATION_ERROR"},
-    {TASK_BAD_INPUT, "TASK_BAD_INPUT"},                 {TASK_WAIT_ERROR, "TASK_WAIT_ERROR"},
-    {TASK_TIMEOUT, "TASK_TIMEOUT"},                     {TASK_QUEUING_ERROR, "TASK_QUEUING_ERROR"},
+    {TASK_INSERTED_TO_QUEUE, "TASK_INSERTED_TO_QUEUE"},
+    {TASK_SUCCESS, "TASK_SUCCESS"},
+    {TASK_DECRYPT_ERROR, "TASK_DECRYPT_ERROR"},
+    {TASK_GENERAL_ERROR, "TASK_GENERAL_ERROR"},
+    {TASK_NOT_INITIALIZED, "TASK_NOT_INITIALIZED"},
+    {TASK_SIGNING_ERROR, "TASK_SIGNING_ERROR"},
+    {TASK_DERIVING_ERROR, "TASK_DERIVING_ERROR"},
+    {TASK_CREATION_ERROR, "TASK_CREATION_ERROR"},
+    {TASK_BAD_INPUT, "TASK_BAD_INPUT"},
+    {TASK_WAIT_ERROR, "TASK_WAIT_ERROR"},
+    {TASK_TIMEOUT, "TASK_TIMEOUT"},
+    {TASK_QUEUING_ERROR, "TASK_QUEUING_ERROR"},
 };
 
 std::atomic<int> g_nextTaskId{1};
@@ -62,7 +68,7 @@ KeyOpTaskData::KeyOpTaskData(sxPubKey *key, sxPKop_type op, const unsigned char 
     : m_key(key), m_op(op) {
   m_input.SetSensitive(true);
   if (data != nullptr && dataLen > 0) m_input.Set(data, static_cast<unsigned int>(dataLen));
-  sxSavePubKey(key);   // last: what throws above leaves no reference
+  sxSavePubKey(key);  // last: what throws above leaves no reference
 }
 
 KeyOpTaskData::~KeyOpTaskData() {

@@ -37,7 +37,7 @@ struct TaskCallback {
 void FreeResult(int taskType, void *result, int resultLen) {
   if (taskType == kTaskDHNewKey) {
     sxFreePubKey(static_cast<sxPubKey *>(result));
-  } else if (taskType != kTaskRSADecrypt) {   // that one is the caller's own
+  } else if (taskType != kTaskRSADecrypt) {  // that one is the caller's own
     const std::unique_ptr<unsigned char[]> octets(static_cast<unsigned char *>(result));
     KX_memset(octets.get(), static_cast<size_t>(resultLen));
   }
@@ -46,7 +46,7 @@ void FreeResult(int taskType, void *result, int resultLen) {
 // The completion of all tasks that are made here: tells the user and lets go of the record.
 void TellUser(TaskData *task, void *opaque, void *result, int resultLen) {
   constexpr const char *kFunc = "sxPubKeyTaskCB";
-  const auto *const info = static_cast<const TaskCallback *>(opaque);   // the record keeps it
+  const auto *const info = static_cast<const TaskCallback *>(opaque);  // the record keeps it
   herror_func(0, 0, "%s: Entering with task ID = %d.", kFunc, task->TaskId());
   if (info->callback == nullptr) {
     herror_func(0, 0, "%s: Error: Missing CBInfo or CB", kFunc);
@@ -103,8 +103,7 @@ int sxPubKey_imp_vc::SignA(sxPKop_type op, sx_md_type md, const unsigned char *i
 }
 int sxPubKey_imp_vc::VerifyA(sxPKop_type op, sx_md_type md, const unsigned char *data, int dataLen,
                              const unsigned char *sig, int sigLen, sxPKCallback callback, void *opaque, sxd_env *env) {
-  return CallLater("sxPubKey_imp::VerifyA", callback, opaque, env,
-                   [&] { Verify(op, md, data, dataLen, sig, sigLen); });
+  return CallLater("sxPubKey_imp::VerifyA", callback, opaque, env, [&] { Verify(op, md, data, dataLen, sig, sigLen); });
 }
 int sxPubKey_imp_vc::DeriveA(sxPKop_type op, const unsigned char *peer, int peerLen, sxPKCallback callback,
                              void *opaque, sxd_env *env) {
@@ -138,8 +137,8 @@ int sxPubKey::DeriveA(sxPKop_type op, const unsigned char *peer, int peerLen, sx
     herror_func(0, 0, "%s: Illegal key len (%d).", "sxPubKey::DeriveA", peerLen);
     return kKeyLibraryFailed;
   }
-  return QueueTask<DHDeriveKeyTaskData>("sxPubKey::DeriveA", "DH derive", "DHDeriveKeyTaskData", callback, opaque,
-                                        this, op, peer, peerLen);
+  return QueueTask<DHDeriveKeyTaskData>("sxPubKey::DeriveA", "DH derive", "DHDeriveKeyTaskData", callback, opaque, this,
+                                        op, peer, peerLen);
 }
 int sxPubKey_NewDH(const char *groupName, int privBits, sxPKCallback callback, void *opaque) {
   return QueueTask<DHNewKeyTaskData>("sxPubKey_NewDH", "new DH", "DHNewKeyTaskData", callback, opaque, groupName,

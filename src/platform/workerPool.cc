@@ -28,7 +28,7 @@ struct RTComm {
 
 RTComm *RTComm_create(sxd_env *env) try {
   if (env == nullptr) return nullptr;
-  return new RTComm{std::make_shared<kxResultChannel>(env->Loop(), false)};
+  return new RTComm{std::make_shared<kxResultChannel>(kxResultChannel{env->Loop(), false})};
 } catch (const std::bad_alloc &) { return nullptr; }
 
 int RTComm_start(RTComm *comm) {
@@ -304,8 +304,8 @@ RTApc::~RTApc() {
     return;
   }
   // The threads stayed with the parent and can be neither joined nor let go of here.
-  static auto *const kept = new std::vector<std::shared_ptr<RTApc_imp>>;
-  kept->push_back(m_imp);
+  static std::vector<std::shared_ptr<RTApc_imp>> &kept = *new std::vector<std::shared_ptr<RTApc_imp>>;
+  kept.push_back(m_imp);
 }
 
 void RTApc::Abandon() { m_imp->Abandon(); }

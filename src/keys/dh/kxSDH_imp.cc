@@ -48,6 +48,8 @@ bool MakePublic(const kxBinBuf &privateOctets, DhNumbers *numbers) {
   return SecretModExp(numbers->y.get(), numbers->g.get(), *numbers);
 }
 
+constexpr int kMaxDraws = 16;
+
 // x are octets as they come, neither reduced nor with a bit forced; by intent. Groups whose order is
 // prime but for a small factor have no weak private values worth leaving out.
 bool MakePair(DhNumbers *numbers) {
@@ -56,9 +58,10 @@ bool MakePair(DhNumbers *numbers) {
   octets.Set(static_cast<unsigned int>(DhOctets(numbers->privBits)));
   const auto len = static_cast<int>(octets.Len());
   numbers->x = NewSecretNumber();
-  if (len == 0 || numbers->x == nullptr || sxrand_gen(octets.Data(), len) != 0 ||
-      BN_bin2bn(octets.Data(), len, numbers->x.get()) == nullptr) {
-    return false;
+  if (len == 0 || numbers->x == nullptr) return false;
+  // Octets that are all zero are no key when they come back; only a group of the tests' size draws them.
+  for (int i = 0; i < kMaxDraws && BN_is_zero(numbers->x.get()); ++i) {
+    if (sxrand_gen(octets.Data(), len) != 0 || BN_bin2bn(octets.Data(), len, numbers->x.get()) == nullptr) return false;
   }
   return MakePublic(octets, numbers);
 }

@@ -149,14 +149,9 @@ void RTApc_imp::Work(std::list<Worker>::iterator self) {
       // The one that waits is told.
     }
     lock.lock();
-    if (abandoned) {
-      lock.unlock();
-      job.clear();  // may be the last that holds a key
-      lock.lock();
-    } else {
-      done.splice(done.end(), job);
-      WakeLoop();
-    }
+    // Also what nobody wants: the last reference to a key is dropped on the loop's thread, as all others are.
+    done.splice(done.end(), job);
+    if (!abandoned) WakeLoop();
   }
   --numRunning;
   self->ended = true;

@@ -90,23 +90,14 @@ TEST(AllClasses, DecodeFromAPartOfThemselves) {
   check(any, static_cast<sxAsnOcts *>(any.Value()), OCTETS);
 }
 
-struct ExtensionRow {
-  unsigned arc;
-  const sxAsnTypeInfo *info;
-};  // under id-ce, 2.5.29
+struct ExtensionRow { unsigned arc; const sxAsnTypeInfo *info; };   // under id-ce, 2.5.29
 const ExtensionRow kExtensionRows[] = {
-    {15, &sxASN_KeyUsage::kInfo},
-    {17, &sxASN_GeneralNames::kInfo},
-    {19, &sxASN_BasicConstraints::kInfo},
-    {28, &sxASN_IssuingDistributionPoint::kInfo},
-    {30, &sxASN_NameConstraints::kInfo},
-    {31, &sxASN_CRLDistPointsSyntax::kInfo},
-    {32, &sxASN_CertificatePolicies::kInfo},
-    {33, &sxASN_PolicyMappings::kInfo},
-    {35, &sxASN_AuthorityKeyIdentifier::kInfo},
-    {36, &sxASN_PolicyConstraints::kInfo},
-    {37, &sxASN_ExtKeyUsageSyntax::kInfo},
-    {21, &sxASN_CRLReason::kInfo},
+    {15, &sxASN_KeyUsage::kInfo},               {17, &sxASN_GeneralNames::kInfo},
+    {19, &sxASN_BasicConstraints::kInfo},       {28, &sxASN_IssuingDistributionPoint::kInfo},
+    {30, &sxASN_NameConstraints::kInfo},        {31, &sxASN_CRLDistPointsSyntax::kInfo},
+    {32, &sxASN_CertificatePolicies::kInfo},    {33, &sxASN_PolicyMappings::kInfo},
+    {35, &sxASN_AuthorityKeyIdentifier::kInfo}, {36, &sxASN_PolicyConstraints::kInfo},
+    {37, &sxASN_ExtKeyUsageSyntax::kInfo},      {21, &sxASN_CRLReason::kInfo},
 };
 
 // Checks what an extension holds; returns how many classes of the table it met.

@@ -19,10 +19,10 @@ namespace {
 
 using Octets = std::vector<unsigned char>;
 
-constexpr size_t kMaxChanged = 800;  // larger messages would only take longer: all kinds have a small one
+constexpr size_t kMaxChanged = 800;   // larger messages would only take longer: all kinds have a small one
 
 struct Message {
-  std::string name;  // of the file
+  std::string name;   // of the file
   const sxAsnTypeInfo *type;
   Octets octets;
 };

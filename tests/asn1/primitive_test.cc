@@ -14,12 +14,7 @@
 namespace {
 
 // Without again it does not decode.
-constexpr struct {
-  const char *what;
-  const char *hex;
-  long value;
-  const char *again;
-} kIntCases[] = {
+constexpr struct { const char *what; const char *hex; long value; const char *again; } kIntCases[] = {
     {"zero", "020100", 0, "020100"},
     {"largest of one octet", "02017f", 127, "02017f"},
     {"needs a sign octet", "02020080", 128, "02020080"},
@@ -126,13 +121,7 @@ TEST(sxAsnNull, TakesAnyElementOfLengthZero) {
   EXPECT_EQ("NULL\n", Printed(value));
 }
 
-constexpr struct {
-  const char *what;
-  const char *hex;
-  int bufLen;
-  int rc;
-  const char *text;
-} kOidCases[] = {
+constexpr struct { const char *what; const char *hex; int bufLen; int rc; const char *text; } kOidCases[] = {
     {"fits", "06062a864886f70d", 20, 0, "1.2.840.113549"},
     {"too long", "06092a864886f70d010101", 20, -1, "1.2.840.113549.1?"},
     {"one more would fit", "06092a864886f70d010101", 21, -1, "1.2.840.113549.1.1?"},

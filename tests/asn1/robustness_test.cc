@@ -1,8 +1,8 @@
 // Input made to cost much.
 #include <gtest/gtest.h>
 
-#include "kxcert/asn1/modules/PKCS12.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/modules/PKCS12.h"
 #include "kxcert/asn1/modules/PKIXCMP.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/asnChecks.h"
@@ -25,7 +25,7 @@ class CostlyInputTest : public testing::TestWithParam<CostlyInput> {};
 // grows is measured by the benchmark "growth".
 TEST_P(CostlyInputTest, TakesMemoryInProportion) {
   constexpr int kNumParts = 400000;
-  constexpr size_t kMaxMemory = 40;  // times the input, while it is decoded
+  constexpr size_t kMaxMemory = 40;        // times the input, while it is decoded
   const CostlyInput &input = GetParam();
   const Octets octets = input.make(kNumParts);
   const HeapPeak peak;
@@ -52,13 +52,13 @@ Octets NestedMessages(int count) {
   return message;
 }
 
-Octets NestedBags(int count) {  // a certificate bag that says it holds a certificate bag
+Octets NestedBags(int count) {   // a certificate bag that says it holds a certificate bag
   Octets bag = Der(kSequence, {Hex("06022a03"), Hex("a0020500")});
   for (int i = 0; i < count; ++i) bag = Der(kSequence, {Hex("060b2a864886f70d010c0a0103"), Der(0xA0, bag)});
   return bag;
 }
 
-Octets NestedMacs(int count) {  // an algorithm whose parameters name themselves as their algorithm
+Octets NestedMacs(int count) {   // an algorithm whose parameters name themselves as their algorithm
   Octets algorithm = Hex("300406022a03");
   for (int i = 0; i < count; ++i) {
     const Octets parameters = Der(kSequence, {Hex("040141"), algorithm, Hex("020101"), Hex("300406022a03")});
@@ -68,12 +68,7 @@ Octets NestedMacs(int count) {  // an algorithm whose parameters name themselves
 }
 
 // The deepest that decodes: a message takes 3 of the 64 levels and its header 7, a bag 2, ...
-const struct {
-  const char *what;
-  const sxAsnTypeInfo *type;
-  Octets (*make)(int count);
-  int deepest;
-} kNestings[] = {
+const struct { const char *what; const sxAsnTypeInfo *type; Octets (*make)(int count); int deepest; } kNestings[] = {
     {"messages", &sxASN_PKIMessage::kInfo, NestedMessages, 19},
     {"bags", &sxASN_CertBag::kInfo, NestedBags, 31},
     {"algorithms", &sxASN_AlgorithmIdentifier::kInfo, NestedMacs, 21},

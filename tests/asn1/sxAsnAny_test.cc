@@ -25,11 +25,7 @@
 namespace {
 
 // With log it does not decode.
-constexpr struct {
-  const char *what;
-  const char *hex;
-  const char *log;
-} kRawCases[] = {
+constexpr struct { const char *what; const char *hex; const char *log; } kRawCases[] = {
     {"definite", "3003020105", nullptr},
     {"long identifier", "9f807f0105", nullptr},
     {"empty", "0500", nullptr},
@@ -98,7 +94,7 @@ TEST(sxAsnAny, FirstInstallationWins) {
   EXPECT_EQ(1002, sxAsnAny::FindByInt(sxAsnInt(424242))->anyId);
   EXPECT_TRUE(log.Has("sxAsnAny::InstallAnyByInt Duplicate Int"));
 
-  sxAsnAny::InstallAnyByInt(sxAsnInt(424243), 1004, nullptr);  // without a prototype nothing decodes
+  sxAsnAny::InstallAnyByInt(sxAsnInt(424243), 1004, nullptr);   // without a prototype nothing decodes
   sxAsnAny any(sxAsnInt(424243));
   EXPECT_EQ(nullptr, any.Value());
   EXPECT_EQ(-1, DecodeHex("0500", any));
@@ -118,12 +114,12 @@ TEST(sxAsnAny, IsTheValueThatItsTypeSelects) {
   EXPECT_EQ("-", Reencode("020105", any));
   EXPECT_TRUE(log.Has("sxAsnAny::BDec attempt to decoded failed"));
 
-  sxASN_AnotherName name;  // keeps what is no principal name
+  sxASN_AnotherName name;   // keeps what is no principal name
   EXPECT_EQ("3011060a2b060104018237140203a00316017a", Reencode("3013060a2b060104018237140203a08016017a0000", name));
 
   const sxAsnAny copy(any);
   EXPECT_NE(any.Value(), copy.Value());
-  any.SetTypeByInt(sxAsnInt(777));  // unknown
+  any.SetTypeByInt(sxAsnInt(777));   // unknown
   EXPECT_EQ(nullptr, any.Selected());
   EXPECT_EQ("020105", Reencode("020105", any));
   EXPECT_EQ(any.Value(), any.GetType("sxAsnRawAny"));
@@ -140,37 +136,22 @@ TEST(sxAsnAny, IsTheValueThatItsTypeSelects) {
 
 // By hand, in the order of the identifier numbers. Each module begins with the first four keys once more;
 // those rows are dropped and use up their numbers.
-constexpr struct {
-  int id;
-  const char *key;
-  const char *className;
-} kRegistrations[] = {
-    {0, "1", "sxAsnInt"},
-    {1, "1.2.840.113549.1.7.1", "sxAsnOcts"},
-    {2, "1.2.840.113549.1.9.22.1", "sxAsnOcts"},
-    {3, "1.2.840.113549.1.9.23.1", "sxAsnOcts"},
-    {8, "1.3.6.1.4.1.311.20.2.3", "sxASN_PrincipalName"},
-    {13, "1.3.14.3.2.7", "sxAsnOcts"},
-    {14, "1.2.840.113549.1.12.10.1.2", "sxASN_EncryptedPrivateKeyInfo"},
-    {19, "2.16.840.1.113730.2.5", "sxASN_CertificateSequence"},
-    {20, "1.2.840.113549.1.7.6", "sxASN_EncryptedData"},
-    {21, "1.2.840.113549.1.7.2", "sxASN_SignedData"},
-    {22, "1.2.840.113549.1.7.3", "sxASN_EnvelopedData"},
-    {27, "1.2.840.113549.1.12.1.6", "sxASN_PKCS12PbeParams"},
-    {28, "1.2.840.113549.1.12.1.3", "sxASN_PKCS12PbeParams"},
-    {29, "1.2.840.113549.1.12.10.1.1", "sxASN_PrivateKeyInfo"},
-    {31, "1.2.840.113549.1.12.10.1.3", "sxASN_CertBag"},
-    {32, "1.2.840.113549.1.12.10.1.4", "sxASN_CRLBag"},
-    {37, "1.2.840.113533.7.66.13", "sxASN_PBMParameter"},
-    {38, "1089568", "sxASN_CertId"},
-    {43, "1.3.6.1.5.5.7.7.2", "sxASN_IdentificationSetOf"},
-    {44, "1.3.6.1.5.5.7.7.3", "sxASN_IdentityProofSetOf"},
-    {45, "1.3.6.1.5.5.7.7.1", "sxASN_CMCStatusInfoSetOf"},
+constexpr struct { int id; const char *key; const char *className; } kRegistrations[] = {
+    {0, "1", "sxAsnInt"}, {1, "1.2.840.113549.1.7.1", "sxAsnOcts"}, {2, "1.2.840.113549.1.9.22.1", "sxAsnOcts"},
+    {3, "1.2.840.113549.1.9.23.1", "sxAsnOcts"}, {8, "1.3.6.1.4.1.311.20.2.3", "sxASN_PrincipalName"},
+    {13, "1.3.14.3.2.7", "sxAsnOcts"}, {14, "1.2.840.113549.1.12.10.1.2", "sxASN_EncryptedPrivateKeyInfo"},
+    {19, "2.16.840.1.113730.2.5", "sxASN_CertificateSequence"}, {20, "1.2.840.113549.1.7.6", "sxASN_EncryptedData"},
+    {21, "1.2.840.113549.1.7.2", "sxASN_SignedData"}, {22, "1.2.840.113549.1.7.3", "sxASN_EnvelopedData"},
+    {27, "1.2.840.113549.1.12.1.6", "sxASN_PKCS12PbeParams"}, {28, "1.2.840.113549.1.12.1.3", "sxASN_PKCS12PbeParams"},
+    {29, "1.2.840.113549.1.12.10.1.1", "sxASN_PrivateKeyInfo"}, {31, "1.2.840.113549.1.12.10.1.3", "sxASN_CertBag"},
+    {32, "1.2.840.113549.1.12.10.1.4", "sxASN_CRLBag"}, {37, "1.2.840.113533.7.66.13", "sxASN_PBMParameter"},
+    {38, "1089568", "sxASN_CertId"}, {43, "1.3.6.1.5.5.7.7.2", "sxASN_IdentificationSetOf"},
+    {44, "1.3.6.1.5.5.7.7.3", "sxASN_IdentityProofSetOf"}, {45, "1.3.6.1.5.5.7.7.1", "sxASN_CMCStatusInfoSetOf"},
 };
 
 TEST(Modules, RegisterTheirOpenTypes) {
   for (const auto &r : kRegistrations) {
-    SCOPED_TRACE(r.key);  // dotted, or a number
+    SCOPED_TRACE(r.key);   // dotted, or a number
     const sxAnyInfo *info = std::strchr(r.key, '.') != nullptr ? sxAsnAny::FindByOid(*OidOf(r.key))
                                                                : sxAsnAny::FindByInt(sxAsnInt(std::atoi(r.key)));
     ASSERT_NE(nullptr, info);
@@ -204,11 +185,7 @@ TEST(Modules, RegisterOnce) {
   EXPECT_EQ(13, sxAsnAny::FindByOid(*OidOf("1.3.14.3.2.7"))->anyId);
 }
 
-constexpr struct {
-  const char *what;
-  const char *hex;
-  int choiceId;
-} kExternalCases[] = {
+constexpr struct { const char *what; const char *hex; int choiceId; } kExternalCases[] = {
     {"ASN.1 type", "280906022a03a003020105", sxAsnEXTERNALChoice::single_ASN1_typeCid},
     {"octets", "2806020107810141", sxAsnEXTERNALChoice::octet_alignedCid},
     {"bits, described", "280707014182020780", sxAsnEXTERNALChoice::arbitraryCid},

@@ -11,13 +11,7 @@
 
 namespace {
 
-struct BitsCase {
-  const char *what;
-  const char *hex;
-  const char *again;
-  int bitLen;
-  const char *log;
-};
+struct BitsCase { const char *what; const char *hex; const char *again; int bitLen; const char *log; };
 constexpr BitsCase kBitsCases[] = {
     {"none", "030100", "030100", 0, nullptr},
     {"nine bits", "0303078080", "0303078080", 9, nullptr},
@@ -42,9 +36,11 @@ TEST(sxAsnBits, DecodesBothForms) {
   for (const BitsCase &c : kBitsCases) {
     SCOPED_TRACE(c.what);
     const LogCapture log;
-    sxAsnBits value(300);  // of more than the new value needs
+    sxAsnBits value(300);   // of more than the new value needs
     EXPECT_EQ(c.again, Reencode(c.hex, value));
-    if (c.again[0] != '-') { EXPECT_EQ(c.bitLen, value.BitLen()); }
+    if (c.again[0] != '-') {
+      EXPECT_EQ(c.bitLen, value.BitLen());
+    }
     EXPECT_TRUE(c.log == nullptr || log.Has(c.log));
   }
 }

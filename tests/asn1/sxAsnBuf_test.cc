@@ -19,7 +19,7 @@ struct Reader {
 };
 
 struct Writer {
-  explicit Writer(int size) : area(static_cast<size_t>(size) + 1) {  // null would only measure
+  explicit Writer(int size) : area(static_cast<size_t>(size) + 1) {   // null would only measure
     buf.Init(area.data(), size);
     buf.ReSet();
   }
@@ -80,7 +80,7 @@ TEST(sxAsnWriteBuf, FillsFromItsEnd) {
   w.buf.ReSet();
   EXPECT_EQ(-1, w.buf.PutByte(1));
 
-  w.buf.Init(nullptr, 0);  // measures
+  w.buf.Init(nullptr, 0);   // measures
   w.buf.ReSet();
   EXPECT_EQ(1, w.buf.PutByte(1));
   EXPECT_EQ(4, w.buf.PutSeg(seg, 4));
@@ -88,13 +88,7 @@ TEST(sxAsnWriteBuf, FillsFromItsEnd) {
 }
 
 // The failure is that of a write that does not fit.
-constexpr struct {
-  int tagClass;
-  int form;
-  int code;
-  const char *hex;
-  const char *failure;
-} kTagCases[] = {
+constexpr struct { int tagClass; int form; int code; const char *hex; const char *failure; } kTagCases[] = {
     {kUniversal, kConstructed, 16, "30", " error can't write to buf code < 31"},
     {kPrivate, kConstructed, 30, "fe", " error can't write to buf code < 31"},
     {kContext, kPrimitive, 31, "9f1f", " error can't write to buf code < 0x7f "},
@@ -117,7 +111,7 @@ TEST(Tag, WritesAndReadsEveryLength) {
     EXPECT_EQ(c.hex, w.Hex());
     if (len > 0) {
       Reader r(c.hex);
-      unsigned expected = 0;  // the octets, the first lowest
+      unsigned expected = 0;   // the octets, the first lowest
       for (int i = len - 1; i >= 0; --i) expected = expected << 8 | r.octets[static_cast<size_t>(i)];
       EXPECT_EQ(static_cast<int>(expected), BDecTag(r.buf, r.count));
       EXPECT_EQ(len, r.count);
@@ -137,13 +131,7 @@ TEST(Tag, RefusesWhatHasNoEnd) {
   EXPECT_TRUE(log.Has("asn-tag BDecTag error tag value to long before  offset = 4"));
 }
 
-constexpr struct {
-  const char *what;
-  const char *hex;
-  int len;
-  int count;
-  const char *failure;
-} kLenCases[] = {
+constexpr struct { const char *what; const char *hex; int len; int count; const char *failure; } kLenCases[] = {
     {"nothing", "", -1, 0, "BDecLen: Decoded couldn't get byte offset = 0"},
     {"none", "00", 0, 1, nullptr},
     {"all that follows", "02 0000", 2, 1, nullptr},
@@ -169,11 +157,7 @@ TEST(Length, Reads) {
   }
 }
 
-constexpr struct {
-  int len;
-  const char *hex;
-  const char *failure;
-} kEncLenCases[] = {
+constexpr struct { int len; const char *hex; const char *failure; } kEncLenCases[] = {
     {0, "00", "BEncDefLen can't put byte to buf len < 0x80 "},
     {0x7F, "7f", "BEncDefLen can't put byte to buf len < 0x80 "},
     {0x80, "8180", "BEncDefLen can't put byte to buf len < 0x100 "},
@@ -220,16 +204,15 @@ TEST(EndOfContents, ReadsAndWrites) {
   EXPECT_TRUE(log.Has("BEncIndefLen can't write to buffer"));
 }
 
-constexpr struct {
-  const char *what;
-  const char *hex;
-  int all;
-  int len;
-} kRawLenCases[] = {
-    {"one element", "3003020105 05", 0, 5}, {"contents up to the marker", "040141 0401 42 0000 05", 1, 8},
-    {"no contents", "0000", 1, 2},          {"an indefinite length inside", "2480 0000 0000", 1, -1},
-    {"half a marker", "040141 00", 1, -1},  {"a marker with a second octet", "0001", 1, -1},
-    {"no marker", "040141", 1, -1},         {"an identifier that is too long", "1fffffff 00 0000", 1, -1},
+constexpr struct { const char *what; const char *hex; int all; int len; } kRawLenCases[] = {
+    {"one element", "3003020105 05", 0, 5},
+    {"contents up to the marker", "040141 0401 42 0000 05", 1, 8},
+    {"no contents", "0000", 1, 2},
+    {"an indefinite length inside", "2480 0000 0000", 1, -1},
+    {"half a marker", "040141 00", 1, -1},
+    {"a marker with a second octet", "0001", 1, -1},
+    {"no marker", "040141", 1, -1},
+    {"an identifier that is too long", "1fffffff 00 0000", 1, -1},
 };
 
 TEST(RawLen, MeasuresWithoutMoving) {
@@ -253,13 +236,7 @@ TEST(sxAsnBufSet, SortsByOctetsAndPrefixesFirst) {
   EXPECT_EQ(1, set.Scratch().sortSets);
   Writer w(16);
   EXPECT_EQ(12, set.Encode(w.buf));
-  EXPECT_EQ(
-      "3101"
-      "310140"
-      "310141"
-      "310141"
-      "80",
-      w.Hex());
+  EXPECT_EQ("3101" "310140" "310141" "310141" "80", w.Hex());
 }
 
 TEST(sxAsnBufSet, FailsWhenAnElementWasLost) {

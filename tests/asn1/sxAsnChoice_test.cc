@@ -48,7 +48,7 @@ TEST(sxAsnChoice, SetStoresACopy) {
   time.Set_utcTime(value);
   value.Set("B");
   EXPECT_EQ("170141", EncodeHex(time));
-  time.Set_utcTime(*time.utcTime());  // its own value
+  time.Set_utcTime(*time.utcTime());   // its own value
   EXPECT_EQ("170141", EncodeHex(time));
   EXPECT_EQ(&time, time.GetType("sxASN_Time"));
   EXPECT_EQ(time.Value(), time.GetType("sxAsnOcts"));
@@ -77,11 +77,7 @@ TEST(sxAsnChoice, DirectoryNameHasAnExplicitTag) {
   }
 }
 
-constexpr struct {
-  const char *what;
-  const char *hex;
-  int choiceId;
-} kFallBackCases[] = {
+constexpr struct { const char *what; const char *hex; int choiceId; } kFallBackCases[] = {
     {"a list of extensions", "300b3009060355040f04020500", sxASN_AttributeValue::extensionsCid},
     {"another SEQUENCE", "3003020105", sxASN_AttributeValue::otherCid},
     {"another SEQUENCE, indefinite", "30803080020105000000 00", sxASN_AttributeValue::otherCid},
@@ -124,17 +120,8 @@ TEST(sxAsnChoice, KeepsTheWholeElementWhenOnlyTheContentIsAskedFor) {
 // What does not decode is tried within its own octets: otherwise each of many short elements could
 // have all that follows copied before it is kept raw.
 TEST(sxAsnChoice, TriesWithinTheElement) {
-  constexpr char kPastTheEnd[] =
-      "310c"
-      "30083007"
-      "06022a030401"
-      "4100";
-  constexpr char kClaimsTheRest[] =
-      "3114"
-      "30093007"
-      "06012a04820009"
-      "0c07"
-      "41424344454647";
+  constexpr char kPastTheEnd[] = "310c" "30083007" "06022a030401" "4100";
+  constexpr char kClaimsTheRest[] = "3114" "30093007" "06012a04820009" "0c07" "41424344454647";
   for (const char *hex : {kPastTheEnd, kClaimsTheRest}) {
     SCOPED_TRACE(hex);
     const LogCapture log;

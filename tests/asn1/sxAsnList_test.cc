@@ -70,13 +70,13 @@ TEST(sxAsnList, RemovesAtTheCursor) {
   list.RemoveCurrFromList();
   EXPECT_EQ("[] of 0 at 0", Shown(list));
 
-  for (int i = 0; i < 100; ++i) list.Prepend()->Set(i);  // a queue: in at the front, out at the end
+  for (int i = 0; i < 100; ++i) list.Prepend()->Set(i);   // a queue: in at the front, out at the end
   for (int i = 0; i < 99; ++i) {
     list.SetCurrElmt(100);
     list.RemoveCurrFromList();
   }
   EXPECT_EQ("[99 ] of 1 at 0", Shown(list));
-  for (int i = 0; i < 100; ++i) {  // and the other way round
+  for (int i = 0; i < 100; ++i) {                          // and the other way round
     list.Append()->Set(i);
     list.SetCurrElmt(0);
     list.RemoveCurrFromList();
@@ -98,12 +98,7 @@ TEST(sxAsnList, GrowsAtBothEndsInLittleTime) {
   for (const sxASN_TestNumber &number : list) ASSERT_EQ(expected++, number.GetShortVal());
 }
 
-constexpr struct {
-  const char *what;
-  const char *hex;
-  const char *again;
-  const char *log;
-} kListCases[] = {
+constexpr struct { const char *what; const char *hex; const char *again; const char *log; } kListCases[] = {
     {"empty", "3000", "3000", nullptr},
     {"two", "3012 3007 06022a03 040141 3007 06022a04 040142", "3012300706022a03040141300706022a04040142", nullptr},
     {"indefinite", "3080 3007 06022a03 040141 0000", "3009300706022a03040141", nullptr},
@@ -139,34 +134,16 @@ TEST(sxAsnList, DecodesAndEncodes) {
 
 TEST(sxAsnList, SortsSetsWhenAsked) {
   sxASN_RelativeDistinguishedName name;
-  constexpr char kUnsorted[] =
-      "3114"
-      "3008060355040b0c0142"
-      "3008060355040b0c0141";
+  constexpr char kUnsorted[] = "3114" "3008060355040b0c0142" "3008060355040b0c0141";
   ASSERT_EQ(0, DecodeHex(kUnsorted, name));
   EXPECT_EQ(kUnsorted, EncodeHex(name, 0));
-  EXPECT_EQ(
-      "3114"
-      "3008060355040b0c0141"
-      "3008060355040b0c0142",
-      EncodeHex(name, 1));
+  EXPECT_EQ("3114" "3008060355040b0c0141" "3008060355040b0c0142", EncodeHex(name, 1));
   EXPECT_EQ(kUnsorted, EncodeHex(name, 0)) << "the list itself keeps its order";
 
-  sxASN_TestSets sets;  // sets in a set: the inner ones sort first
-  EXPECT_EQ(
-      "310e"
-      "3103020103"
-      "3107"
-      "020101"
-      "02020102",
-      Reencode("310e 3107 02020102 020101 3103020103", sets));
+  sxASN_TestSets sets;   // sets in a set: the inner ones sort first
+  EXPECT_EQ("310e" "3103020103" "3107" "020101" "02020102", Reencode("310e 3107 02020102 020101 3103020103", sets));
   sxASN_TestNumbers numbers;
-  EXPECT_EQ(
-      "310a"
-      "020107"
-      "020109"
-      "02020100",
-      Reencode("310a 02020100 020109 020107", numbers));
+  EXPECT_EQ("310a" "020107" "020109" "02020100", Reencode("310a 02020100 020109 020107", numbers));
 }
 
 TEST(sxAsnList, SaysWhichStepDidNotEncode) {
@@ -176,11 +153,12 @@ TEST(sxAsnList, SaysWhichStepDidNotEncode) {
   char area[8];
   int len = 0;
   EXPECT_EQ(0, sxASN_EncodeBuf(list, area, 5, len, 1));
-  constexpr const char *kTexts[] = {"sxASN_TestNumbers::BEncContent: attempt to encoded TestNumber failed",
-                                    "sxASN_TestNumbers:EncContent attempt to encoded length failed",
-                                    " sxASN_TestNumbers::BEncContent attempt to encoded tag failed",
-                                    "sxASN_TestNumbers::BEnc: attempt to encoded length failed",
-                                    "sxASN_TestNumbers::BEnc: attempt to encoded tag failed"};
+  constexpr const char *kTexts[] = {
+      "sxASN_TestNumbers::BEncContent: attempt to encoded TestNumber failed",
+      "sxASN_TestNumbers:EncContent attempt to encoded length failed",
+      " sxASN_TestNumbers::BEncContent attempt to encoded tag failed",
+      "sxASN_TestNumbers::BEnc: attempt to encoded length failed",
+      "sxASN_TestNumbers::BEnc: attempt to encoded tag failed"};
   for (int size = 0; size < 5; ++size) {
     EXPECT_EQ(-1, sxASN_EncodeBuf(list, area, size, len, 1));
     EXPECT_TRUE(log.Has(kTexts[size])) << kTexts[size];
@@ -192,13 +170,11 @@ TEST(sxAsnList, PrintsItsElements) {
   sxASN_TestNumbers list;
   list.Append()->Set(1);
   list.Append()->Set(2);
-  EXPECT_EQ(
-      "  SET OF { \n"
-      "    TestNumber   int = 1\n"
-      "    TestNumber   int = 2\n"
-      "\n"
-      "  }\n",
-      Printed(list, 1));
+  EXPECT_EQ("  SET OF { \n"
+            "    TestNumber   int = 1\n"
+            "    TestNumber   int = 2\n"
+            "\n"
+            "  }\n", Printed(list, 1));
 }
 
 }  // namespace

@@ -14,12 +14,7 @@
 namespace {
 
 // log may be null.
-constexpr struct {
-  const char *what;
-  const char *hex;
-  const char *again;
-  const char *log;
-} kOctsCases[] = {
+constexpr struct { const char *what; const char *hex; const char *again; const char *log; } kOctsCases[] = {
     {"primitive", "04024142", "04024142", nullptr},
     {"longer length than needed", "0481024142", "04024142", nullptr},
     {"length 0 in two octets", "048100", "0400", nullptr},
@@ -71,15 +66,12 @@ TEST(sxAsnOcts, NestsToTheLimit) {
   }
 }
 
-constexpr struct {
-  const sxAsnTypeInfo *info;
-  int tag;
-} kStringCases[] = {
-    {&sxAsnObjectDescriptor::kInfo, 7}, {&sxAsnUTF8String::kInfo, 12},    {&sxAsnNumericString::kInfo, 18},
+constexpr struct { const sxAsnTypeInfo *info; int tag; } kStringCases[] = {
+    {&sxAsnObjectDescriptor::kInfo, 7}, {&sxAsnUTF8String::kInfo, 12}, {&sxAsnNumericString::kInfo, 18},
     {&sxAsnPrintableString::kInfo, 19}, {&sxAsnTeletexString::kInfo, 20}, {&sxAsnT61String::kInfo, 20},
-    {&sxAsnVideotexString::kInfo, 21},  {&sxAsnIA5String::kInfo, 22},     {&sxAsnUTCTime::kInfo, 23},
+    {&sxAsnVideotexString::kInfo, 21}, {&sxAsnIA5String::kInfo, 22}, {&sxAsnUTCTime::kInfo, 23},
     {&sxAsnGeneralizedTime::kInfo, 24}, {&sxAsnGraphicString::kInfo, 25}, {&sxAsnVisibleString::kInfo, 26},
-    {&sxAsnISO646String::kInfo, 26},    {&sxAsnGeneralString::kInfo, 27}, {&sxAsnUniversalString::kInfo, 28},
+    {&sxAsnISO646String::kInfo, 26}, {&sxAsnGeneralString::kInfo, 27}, {&sxAsnUniversalString::kInfo, 28},
     {&sxAsnBMPString::kInfo, 30},
 };
 
@@ -111,7 +103,7 @@ TEST(sxAsnOcts, WholeElementCountsAndReturnsOddly) {
   sxAsnOcts string;
   sxAsnUTF8String text;
   EXPECT_EQ(1, string.BDec(buf, count));
-  EXPECT_EQ(0, text.BDec(buf, count));  // 0 for a string type
+  EXPECT_EQ(0, text.BDec(buf, count));   // 0 for a string type
   EXPECT_TRUE(string.OctsEquiv(text));
   count = 0;
   EXPECT_EQ(1, string.BDec(buf, count));
@@ -137,15 +129,13 @@ TEST(sxAsnOcts, Prints) {
   sxAsnOcts value;
   EXPECT_EQ("sxAsnOcts::Print no octet to print, buffer empty", Printed(value));
   value.Set("a line of 20 letters\x7f\x80");
-  EXPECT_EQ(
-      "Octet String\n"
-      "  61 20 6c 69 6e 65 20 6f 66 20 32 30 20 6c 65 74 74 65 72 73 \n"
-      "  7f 80 \n"
-      "  a line of 20 letters\n"
-      "  ..\n",
-      Printed(value, 1));
+  EXPECT_EQ("Octet String\n"
+            "  61 20 6c 69 6e 65 20 6f 66 20 32 30 20 6c 65 74 74 65 72 73 \n"
+            "  7f 80 \n"
+            "  a line of 20 letters\n"
+            "  ..\n", Printed(value, 1));
 
-  const LogCapture log;  // Herror writes the same lines there
+  const LogCapture log;   // Herror writes the same lines there
   value.Set("AB");
   value.Herror(1);
   const unsigned char octets[] = {0x41, 0x42};

@@ -11,12 +11,7 @@ namespace {
 #define UTC2 "170d3336303130313030303030305a"
 
 // again is "=" for the same octets and "-" for a refusal.
-struct SequenceCase {
-  const char *what;
-  const char *hex;
-  const char *again;
-  const char *log;
-};
+struct SequenceCase { const char *what; const char *hex; const char *again; const char *log; };
 constexpr SequenceCase kValidityCases[] = {
     {"definite", "301e" UTC1 UTC2, "=", nullptr},
     {"indefinite", "3080" UTC1 UTC2 "0000", "301e" UTC1 UTC2, nullptr},
@@ -181,7 +176,7 @@ TEST(sxAsnSequence, SaysWhichElementDidNotEncode) {
   const LogCapture log;
   sxASN_Validity value;
   value.notBefore = new sxASN_Time;
-  value.notAfter = new sxASN_Time;  // without a value
+  value.notAfter = new sxASN_Time;   // without a value
   EXPECT_EQ("-", EncodeHex(value));
   EXPECT_TRUE(log.Has("sxASN_Validity::BEncContent: attempt to encoded notAfter Content failed"));
   EXPECT_TRUE(log.Has("sxASN_Validity::BEnc: attempt to encoded  content failed"));
@@ -193,12 +188,10 @@ TEST(sxAsnSequence, SaysWhichElementDidNotEncode) {
   EXPECT_EQ(32, len);
   EXPECT_EQ(0, sxASN_EncodeBuf(value, area, 32, len, 1));
   EXPECT_EQ("301e" UTC1 UTC2, EncodeHex(reinterpret_cast<unsigned char *>(area), 32));
-  struct {
-    int size;
-    const char *text;
-  } kTight[] = {{29, "attempt to encoded notBefore Content failed"},
-                {30, "sxASN_Validity::BEnc: attempt to encoded length failed"},
-                {31, "sxASN_Validity::BEnc: attempt to encoded tag failed"}};
+  struct { int size; const char *text; } kTight[] = {
+      {29, "attempt to encoded notBefore Content failed"},
+      {30, "sxASN_Validity::BEnc: attempt to encoded length failed"},
+      {31, "sxASN_Validity::BEnc: attempt to encoded tag failed"}};
   for (const auto &tight : kTight) {
     EXPECT_EQ(-1, sxASN_EncodeBuf(value, area, tight.size, len, 1));
     EXPECT_EQ(-1, len);
@@ -210,19 +203,17 @@ TEST(sxAsnSequence, PrintsItsElements) {
   sxASN_TestSet set;
   ASSERT_EQ(0, DecodeHex("3112" SET_NUMBER UTC1, set));
   set.when->Set_utcTime(sxAsnUTCTime(reinterpret_cast<const unsigned char *>("Z")));
-  EXPECT_EQ(
-      "  SEQUENCE { \n"
-      "    number   int = 5\n"
-      "    when         utcTime   Octet String\n"
-      "    5a \n"
-      "    Z\n"
-      "    flag  -- void --\n"
-      "    text  -- void --\n"
-      "    kind  -- void --\n"
-      "    who  -- void --\n"
-      "\n"
-      "  }\n",
-      Printed(set, 1));
+  EXPECT_EQ("  SEQUENCE { \n"
+            "    number   int = 5\n"
+            "    when         utcTime   Octet String\n"
+            "    5a \n"
+            "    Z\n"
+            "    flag  -- void --\n"
+            "    text  -- void --\n"
+            "    kind  -- void --\n"
+            "    who  -- void --\n"
+            "\n"
+            "  }\n", Printed(set, 1));
 }
 
 }  // namespace

@@ -11,13 +11,10 @@
 namespace {
 
 constexpr size_t kSizes[] = {1, 8, 24, 25, 40, 41, 56, 128, 199, 200, 201, 216, 1000};
-constexpr int kCount = 3000;            // of each size: more than a thread keeps, and many pages
-constexpr long kMostKept = 256 * 1024;  // one empty page of each size, and what one thread keeps
+constexpr int kCount = 3000;   // of each size: more than a thread keeps, and many pages
+constexpr long kMostKept = 256 * 1024;   // one empty page of each size, and what one thread keeps
 
-struct Block {
-  unsigned char *octets;
-  size_t size;
-};
+struct Block { unsigned char *octets; size_t size; };
 
 unsigned char Mark(size_t i) { return static_cast<unsigned char>(i * 7 + 1); }
 

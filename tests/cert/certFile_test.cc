@@ -10,13 +10,7 @@
 namespace {
 
 // octets in hexadecimal; error with the file's name for %s
-struct FileCase {
-  const char *what;
-  const char *content;
-  int rc;
-  const char *octets;
-  const char *error;
-};
+struct FileCase { const char *what; const char *content; int rc; const char *octets; const char *error; };
 constexpr FileCase kFileCases[] = {
     {"as it stands", "\x30\x03\x02\x01\x05", 0, "3003020105", ""},
     {"text, too", "-----", 0, "2d2d2d2d2d", ""},
@@ -56,7 +50,7 @@ TEST(CertFile, SaysWhatCannotBeOpened) {
   char err[kCertFileErrLen];
   EXPECT_EQ(-1, sxCert_AsnBufFromFile(dir.File("none").c_str(), out, err));
   EXPECT_EQ("Error opening file " + dir.File("none"), err);
-  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));  // opening it would wait for a writer
+  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));   // opening it would wait for a writer
   for (const std::string &special : {dir.Path(), dir.File("pipe")}) {
     EXPECT_EQ(-1, sxCert_AsnBufFromFile(special.c_str(), out, err));
     EXPECT_EQ("Error opening file " + special, err);

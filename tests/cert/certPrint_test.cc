@@ -128,10 +128,7 @@ TEST_F(CertPrint, SetsPrintTheirMembers) {
 // The labels of the digests, with their spaces, over RSA.
 TEST_F(CertPrint, NamesTheDigest) {
   RunCommand("openssl genrsa -out " + m_dir.File("key") + " 1024 2>/dev/null");
-  const struct {
-    const char *option;
-    const char *line;
-  } kDigests[] = {
+  const struct { const char *option; const char *line; } kDigests[] = {
       {"-md5", "Signature Algorithm: RSA with MD5   Public key: RSA (1024 bits)\n"},
       {"-sha1", "Signature Algorithm: RSA with SHA-1  Public key: RSA (1024 bits)\n"},
       {"-sha384", "Signature Algorithm: RSA with SHA-384  Public key: RSA (1024 bits)\n"},

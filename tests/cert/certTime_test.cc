@@ -20,11 +20,7 @@ int GeneralTime(const std::string &text) {
   return sxGeneralTime2time(reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size()));
 }
 
-struct TimeCase {
-  const char *what;
-  const char *text;
-  int seconds;
-};
+struct TimeCase { const char *what; const char *text; int seconds; };
 constexpr TimeCase kUtcCases[] = {
     {"the first second of the second day", "700102000000Z", 86400},
     {"the first day is 0 at any hour", "700101120000Z", 0},

@@ -8,13 +8,7 @@
 
 namespace {
 
-constexpr struct {
-  const char *what;
-  const char *name;
-  const char *suffix;
-  int isSub;
-  int equal;
-} kSuffixCases[] = {
+constexpr struct { const char *what; const char *name; const char *suffix; int isSub; int equal; } kSuffixCases[] = {
     {"last RDNs of the text", "CN=x,O=y,C=z", "O=y,C=z", 1, 0},
     {"swapped", "O=y,C=z", "CN=x,O=y,C=z", 0, 0},
     {"another order", "CN=x,O=y,C=z", "C=z,O=y", 0, 0},

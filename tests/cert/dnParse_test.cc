@@ -17,11 +17,7 @@ namespace {
 std::string TextOf(const sxDN &dn) { return dn.GetStr() == nullptr ? "(null)" : dn.GetStr(); }
 
 // What prints as "(null)" is no name.
-constexpr struct {
-  const char *what;
-  const char *text;
-  const char *printed;
-} kParseCases[] = {
+constexpr struct { const char *what; const char *text; const char *printed; } kParseCases[] = {
     {"keywords in any case, spaces around", "cn=Foo, o=Bar ,c=US", "CN=Foo,O=Bar,C=US"},
     {"spaces and line feeds between all parts", " \nCN \n= \nFoo \n, O=b", "CN=Foo,O=b"},
     {"semicolon and plus part assertions of one RDN", "CN=a+OU=b;O=c,C=d", "CN=a+OU=b+O=c,C=d"},
@@ -123,12 +119,7 @@ TEST(DnParse, TokenizerGivesOneRdnAndTheRest) {
 }
 
 // The alternative and octets of the value that a text becomes.
-const struct {
-  const char *what;
-  const sxAsnOid *type;
-  const char *text;
-  int choice;
-} kValueCases[] = {
+const struct { const char *what; const sxAsnOid *type; const char *text; int choice; } kValueCases[] = {
     {"letters and digits", &sxASN_id_at_commonName, "azAZ09", sxASN_AttributeValue::printableStringCid},
     {"the other printable characters", &sxASN_id_at_commonName, "'\"()+,-./:=? ",
      sxASN_AttributeValue::printableStringCid},
@@ -173,12 +164,7 @@ TEST(DnParse, KeywordsMapBothWays) {
 
 // The setting is read once per process, so each case runs in one of its own.
 // Without value there is no file.
-constexpr struct {
-  const char *what;
-  const char *value;
-  int choice;
-  const char *logged;
-} kSettingCases[] = {
+constexpr struct { const char *what; const char *value; int choice; const char *logged; } kSettingCases[] = {
     {"no file", nullptr, sxASN_AttributeValue::utf8StringCid,
      "get_bc_ds_choiceID: Failed to open registry;  using default"},
     {"no such value", "(:other (1))", sxASN_AttributeValue::utf8StringCid, ""},
@@ -200,7 +186,9 @@ TEST(DnParseDeathTest, TheRegistryChoosesTheStringType) {
     SCOPED_TRACE(c.what);
     const TempDir dir;
     const ScopedEnv env("KXCERT_CONF_DIR", dir.Path().c_str());
-    if (c.value != nullptr) { dir.Write("registry", "(:SOFTWARE (:Norvane (:Tarnel " + std::string(c.value) + ")))"); }
+    if (c.value != nullptr) {
+      dir.Write("registry", "(:SOFTWARE (:Norvane (:Tarnel " + std::string(c.value) + ")))");
+    }
     EXPECT_EXIT(ExitWithTheChoice(), testing::ExitedWithCode(c.choice), c.logged);
   }
 }

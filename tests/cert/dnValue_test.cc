@@ -17,13 +17,7 @@ sxDN NameWith(int tag, const char *hex) { return NameWith(tag, DecodeHex(hex)); 
 std::string OrNull(const char *text) { return text == nullptr ? "(null)" : text; }
 
 // text is GetStr's and ascii GetStr_ascii's; null is the same.
-struct PrintCase {
-  const char *what;
-  int tag;
-  const char *hex;
-  const char *text;
-  const char *ascii;
-};
+struct PrintCase { const char *what; int tag; const char *hex; const char *text; const char *ascii; };
 constexpr PrintCase kPrintCases[] = {
     {"PrintableString", 0x13, "61", "CN=a", nullptr},
     {"TeletexString", 0x14, "E4", "CN=\xE4", "CN=#e4"},
@@ -85,14 +79,7 @@ TEST(DnValue, AValueWithoutTextLeavesNoTextAndNoEqual) {
   EXPECT_TRUE(dn.IsSub(sxDN("O=o")));
 }
 
-struct EqualCase {
-  const char *what;
-  int tagA;
-  const char *hexA;
-  int tagB;
-  const char *hexB;
-  bool equal;
-};
+struct EqualCase { const char *what; int tagA; const char *hexA; int tagB; const char *hexB; bool equal; };
 constexpr EqualCase kEqualCases[] = {
     {"the same", 0x13, "6162", 0x13, "6162", true},
     {"another string type", 0x13, "6162", 0x0C, "6162", true},

@@ -31,12 +31,7 @@ Result Unwrap(const std::string &text, int strict, const char *strip = nullptr) 
 
 std::string Line(size_t numChars) { return std::string(numChars, 'A'); }
 
-struct StrictCase {
-  const char *what;
-  std::string text;
-  int rc;
-  size_t numOctets;
-};
+struct StrictCase { const char *what; std::string text; int rc; size_t numOctets; };
 
 TEST(Pem, StrictTable) {
   const std::string begin = kBegin + "\n";
@@ -92,14 +87,11 @@ TEST(Pem, SaysWhatIsWrong) {
   Unwrap("xy", 1);
   EXPECT_TRUE(log.Has("Base64Decode_PEM: Header is not at the top (-1) - exit"));
   Unwrap(kBegin + "\nAAAA", 1);
-  EXPECT_TRUE(
-      log.Has("Base64Decode_PEM: Footer is not found right after the content (at -1). \t\t\t\tEither not all "
-              "the body lines lengthes are 65, or footer doesn't \t\t\t\texist at all. String is: AAAA"));
+  EXPECT_TRUE(log.Has("Base64Decode_PEM: Footer is not found right after the content (at -1). \t\t\t\tEither not all "
+                      "the body lines lengthes are 65, or footer doesn't \t\t\t\texist at all. String is: AAAA"));
   Unwrap(kBegin + "\r\nAAAA\r\n" + kEnd + "abc", 1);
-  EXPECT_TRUE(
-      log.Has("Base64Decode_PEM: The string (len = 24) containes characters after the footer \t\t\t(footer "
-              "length = 15, found at 6)- exit. String is: AAAA\r\n" +
-              kEnd + "abc"));
+  EXPECT_TRUE(log.Has("Base64Decode_PEM: The string (len = 24) containes characters after the footer \t\t\t(footer "
+                      "length = 15, found at 6)- exit. String is: AAAA\r\n" + kEnd + "abc"));
   Unwrap(kBegin + "\n?\n" + kEnd, 1);
   EXPECT_TRUE(log.Has("Base64Decode_PEM: Cannot decode buffer (NULL) to PEM format"));
   Unwrap(kBegin + "\n" + kEnd, 1);

@@ -16,11 +16,7 @@ std::unique_ptr<sxAsnInt> FromHex(const char *hex) {
   return std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), static_cast<int>(octets.size())));
 }
 
-constexpr struct {
-  const char *what;
-  const char *content;
-  const char *octets;
-} kSerialCases[] = {
+constexpr struct { const char *what; const char *content; const char *octets; } kSerialCases[] = {
     {"zero is one octet", "00", "00"},
     {"one octet", "7F", "7f"},
     {"a sign octet goes", "0080", "80"},

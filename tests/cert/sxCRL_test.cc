@@ -33,10 +33,7 @@ TEST(sxCRL, FindsANumberHoweverItIsStored) {
   EXPECT_EQ(1, crl.AddEntry(Number("00a1b2c3d4e5"), 100));
   EXPECT_EQ(1, crl.AddEntry(sxAsnInt(-5), 200));
   EXPECT_EQ(1, crl.AddEntry(sxAsnInt(7), 300));
-  struct {
-    const char *hex;
-    int64_t time;
-  } const found[] = {
+  struct { const char *hex; int64_t time; } const found[] = {
       {"00a1b2c3d4e5", 100}, {"0000a1b2c3d4e5", 100}, {"fffffffffb", 200}, {"fb", 200}, {"000000000007", 300},
   };
   for (const auto &c : found) {
@@ -47,7 +44,7 @@ TEST(sxCRL, FindsANumberHoweverItIsStored) {
   for (const char *absent : {"a1b2c3d4e5", "00fb", "08", "00a1b2c3d4e6"}) {
     EXPECT_EQ(nullptr, crl.FindEntry(Number(absent))) << absent;
   }
-  EXPECT_EQ(0, crl.AddEntry(Number("0000000007"), 999));  // the number is there
+  EXPECT_EQ(0, crl.AddEntry(Number("0000000007"), 999));   // the number is there
   EXPECT_THAT(Times(crl), testing::ElementsAre(100, 200, 300));
 }
 
@@ -70,7 +67,7 @@ TEST(sxCRL, KeepsOrderThroughAnyAddingAndRemoving) {
     expected.push_back(time);
     ASSERT_NE(nullptr, crl.FindEntry(sxAsnInt(serial)));
   }
-  std::sort(expected.begin(), expected.end());  // steps only grow: the order of addition
+  std::sort(expected.begin(), expected.end());   // steps only grow: the order of addition
   EXPECT_EQ(expected, Times(crl));
 }
 
@@ -132,7 +129,7 @@ TEST(sxCRL, NamesACriticalExtensionOfAnEntry) {
   EXPECT_EQ(1, crl.OK());
   const sxAsnOid *oid = crl.UnhandledCritExt();
   ASSERT_NE(nullptr, oid);
-  EXPECT_EQ((Octets{0x55, 0x1D, 0x1D}), Octets(oid->Data(), oid->Data() + oid->Len()));  // 2.5.29.29
+  EXPECT_EQ((Octets{0x55, 0x1D, 0x1D}), Octets(oid->Data(), oid->Data() + oid->Len()));   // 2.5.29.29
 }
 
 }  // namespace

@@ -16,8 +16,8 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
-#include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/sxPubKey.h"
+#include "kxcert/foundation/textStream.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
@@ -156,11 +156,7 @@ TEST(sxCert, SaysWhatIsWrong) {
   const auto keyCalled = [&](const sxAsnOid &oid) {
     return withKey([&](sxASN_SubjectPublicKeyInfo &key) { *key.algorithm->algorithm = oid; });
   };
-  const struct {
-    const char *what;
-    Octets octets;
-    const char *error;
-  } kCases[] = {
+  const struct { const char *what; Octets octets; const char *error; } kCases[] = {
       {"nothing", {}, "Empty data"},
       {"no certificate", DecodeHex("3000"), kUndecodable},
       {"an octet behind it", Joined({DerOf(*good.Get()), {0}}), kUndecodable},
@@ -174,8 +170,7 @@ TEST(sxCert, SaysWhatIsWrong) {
       {"unused bits in the key", withKey([](auto &key) {
          const Octets point(key.subjectPublicKey->Data(), key.subjectPublicKey->Data() + key.subjectPublicKey->Len());
          key.subjectPublicKey->Set(point.data(), key.subjectPublicKey->BitLen() - 1);
-       }),
-       "Error decoding ECDSA key"},
+       }), "Error decoding ECDSA key"},
       {"no curve", withKey([](auto &key) { delete std::exchange(key.algorithm->parameters, nullptr); }),
        "Error decoding ECDSA key"},
   };

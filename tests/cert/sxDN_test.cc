@@ -28,7 +28,7 @@ TEST(sxDN, EncodesTheRootMostRdnFirst) {
   EXPECT_EQ(3, dn.Count());
   EXPECT_EQ("3000", DerOf(sxDN("")));
   EXPECT_EQ("-", DerOf(sxDN()));
-  const sxDN unsorted("OU=b+CN=a");  // an RDN is sorted in its encoding only
+  const sxDN unsorted("OU=b+CN=a");   // an RDN is sorted in its encoding only
   EXPECT_EQ("OU=b+CN=a", TextOf(unsorted));
   EXPECT_EQ("OU=b+CN=a", TextOf(sxDN(unsorted.GetName())));
   EXPECT_EQ("CN=a+OU=b", TextOf(FromDer(DecodeHex(DerOf(unsorted).c_str()))));
@@ -62,11 +62,7 @@ TEST(sxDN, CopiesShareNothing) {
   EXPECT_EQ("O=b", TextOf(assigned));
 }
 
-struct RemoveCase {
-  const char *name;
-  int removed;
-  const char *left;
-};
+struct RemoveCase { const char *name; int removed; const char *left; };
 
 TEST(sxDN, RemoveCNLooksAtTheMostSpecificRdnOnly) {
   constexpr RemoveCase kCases[] = {
@@ -107,14 +103,7 @@ TEST(sxDN, RemoveOidTakesTheRootMostRdnWithTheType) {
 }
 
 // whole 7 and left "old" stand for untouched.
-struct SubCase {
-  const char *what;
-  const char *name;
-  const char *sub;
-  int rc;
-  int whole;
-  const char *left;
-};
+struct SubCase { const char *what; const char *name; const char *sub; int rc; int whole; const char *left; };
 constexpr SubCase kSubCases[] = {
     {"anywhere", "CN=a,OU=b,O=c,C=d", "C=d,OU=B", 1, 1, "CN=a,O=c"},
     {"not all of them", "CN=a,O=c", "OU=x,CN=a", 1, 0, "O=c"},
@@ -182,7 +171,7 @@ TEST(sxDN, FindsAttributesByType) {
   EXPECT_EQ(-1, dn.GetCN(buf, -1));
   EXPECT_STREQ("\xC3\xA4", buf);
 
-  EXPECT_EQ(0, dn.IsContain(&sxASN_id_at_organizationalUnitName));  // 0 is "found"
+  EXPECT_EQ(0, dn.IsContain(&sxASN_id_at_organizationalUnitName));   // 0 is "found"
   EXPECT_EQ(-1, dn.IsContain(&sxASN_id_at_localityName));
   EXPECT_EQ(-1, dn.IsContain(nullptr));
   EXPECT_EQ(-1, sxDN("").IsContain(&sxASN_id_at_commonName));
@@ -197,10 +186,7 @@ TEST(sxDN, BerTwinsAreTheSameName) {
   const Octets cn = Ava(kCN, kPrintable, Text("ab"));
   const Octets segments = Joined({Der(kPrintable, Text("a")), Der(kPrintable, Text("b"))});
   const Octets octetSegments = Joined({Der(0x04, Text("a")), Der(0x04, Text("b"))});
-  const struct {
-    const char *what;
-    Octets der;
-  } kTwins[] = {
+  const struct { const char *what; Octets der; } kTwins[] = {
       {"plain", NameOf({c, cn})},
       {"indefinite name", Indefinite(0x30, Joined({Der(0x31, c), Der(0x31, cn)}))},
       {"indefinite RDN", Der(0x30, {Indefinite(0x31, c), Der(0x31, cn)})},
@@ -223,10 +209,7 @@ TEST(sxDN, BerTwinsAreTheSameName) {
 // A value may be any element, in any encoding that the codec takes; the name's other parts stay.
 TEST(sxDN, KeepsNamesWithValuesOfOtherTypes) {
   const Octets type = DecodeHex("0603550406");
-  const struct {
-    const char *what;
-    Octets value;
-  } kValues[] = {
+  const struct { const char *what; Octets value; } kValues[] = {
       {"an indefinite element", Indefinite(0xA0, Der(0x05, Octets()))},
       {"a long length", {0x02, 0x84, 0, 0, 0, 1, 5}},
       {"a long identifier", {0x5F, 0x21, 0x01, 0x00}},
@@ -271,8 +254,8 @@ TEST(sxDN, RefusesWhatIsNoName) {
 }
 
 TEST(sxDN, ManyThreadsReadOneName) {
-  const Octets der =
-      NameOf({Ava("1.2.3", kUtf8, Text("c")), Ava(kO, 0x1E, DecodeHex("006F")), Ava(kCN, kUtf8, Text("\xC3\xA4"))});
+  const Octets der = NameOf({Ava("1.2.3", kUtf8, Text("c")), Ava(kO, 0x1E, DecodeHex("006F")),
+                             Ava(kCN, kUtf8, Text("\xC3\xA4"))});
   for (int round = 0; round < 20; ++round) {
     const sxDN dn = FromDer(der), other("CN=\xC3\xA4,O=o,OID.1.2.3=c");
     OnThreads(8, [&dn, &other](int) {

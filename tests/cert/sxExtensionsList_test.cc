@@ -22,7 +22,7 @@ constexpr const char *kUsage = "300b0603551d0f0404 03020186";
 constexpr const char *kUsageCritical = "300e0603551d0f0101ff0404 03020186";
 constexpr const char *kUsageBroken = "300b0603551d0f0404 04020186";
 constexpr const char *kUsageBrokenCritical = "300e0603551d0f0101ff0404 04020186";
-constexpr const char *kPolicies = "300a0603551d200403 020101";  // not even policies inside
+constexpr const char *kPolicies = "300a0603551d200403 020101";   // not even policies inside
 constexpr const char *kPoliciesCritical = "300d0603551d200101ff0403 020101";
 constexpr const char *kUnknownCritical = "300b06022a030101ff04020500";
 constexpr const char *kUnknownNotCritical = "300806022a0304020500";
@@ -45,7 +45,7 @@ std::vector<std::string> Names(const sxExtensionsList &list) {
 struct ParseCase {
   const char *what;
   std::vector<const char *> extensions;
-  const char *stopped;  // OID, or ""
+  const char *stopped;   // OID, or ""
   std::vector<std::string> names;
 };
 
@@ -73,7 +73,7 @@ TEST(sxExtensionsList, ParsesUntilACriticalOneIsNotUnderstood) {
   }
   sxExtensionsList list;
   EXPECT_EQ(nullptr, list.Parse(nullptr, Get_ExtParserTable()));
-  EXPECT_EQ(nullptr, list.Parse(Extensions({kBasic}).get(), nullptr));  // without a table nothing is understood
+  EXPECT_EQ(nullptr, list.Parse(Extensions({kBasic}).get(), nullptr));   // without a table nothing is understood
   EXPECT_NE(nullptr, list.Parse(Extensions({kBasicCritical}).get(), nullptr));
   // The table of CRLs knows its own alone.
   const char *const brokenPoint = "300d0603551d1c0101ff0403 300000", *const obsolete = "300c0603551d1a0101ff04020500";
@@ -93,15 +93,16 @@ sxExtension *MakeUnderstood(const sxASN_Extension &, int &understood) {
 }
 
 TEST(sxExtensionsList, UnderstoodStaysSet) {
-  const sxExtParser table[] = {
-      {&sxASN_id_ce_keyUsage, MakeSilently}, {&sxASN_id_ce_basicConstraints, MakeUnderstood}, {nullptr, nullptr}};
+  const sxExtParser table[] = {{&sxASN_id_ce_keyUsage, MakeSilently},
+                               {&sxASN_id_ce_basicConstraints, MakeUnderstood},
+                               {nullptr, nullptr}};
   sxExtensionsList first;
   EXPECT_NE(nullptr, first.Parse(Extensions({kUsageCritical, kBasic}).get(), table));
   EXPECT_THAT(Names(first), IsEmpty());
   sxExtensionsList second;
   EXPECT_EQ(nullptr, second.Parse(Extensions({kBasic, kUsageCritical}).get(), table));
   EXPECT_THAT(Names(second), ElementsAre("Basic Constraint", "Key Usage!"));
-  sxExtensionsList third;  // the flag starts at 0 with every call
+  sxExtensionsList third;   // the flag starts at 0 with every call
   EXPECT_EQ(nullptr, third.Parse(Extensions({kBasic}).get(), table));
   EXPECT_NE(nullptr, third.Parse(Extensions({kUsageCritical}).get(), table));
   sxExtensionsList notCritical;
@@ -113,7 +114,7 @@ TEST(sxExtensionsList, FindsByValueTheFirst) {
   sxExtensionsList list;
   list.Add(&sxASN_id_ce_keyUsage, 0, new sxKeyUsage(1));
   list.Add(&sxASN_id_ce_keyUsage, 1, new sxKeyUsage(2));
-  list.Add(nullptr, 1, new sxKeyUsage(3));  // destroyed
+  list.Add(nullptr, 1, new sxKeyUsage(3));   // destroyed
   const sxAsnOid equal(sxASN_id_ce_keyUsage);
   EXPECT_EQ(list.First()->ext, list.Find(&equal));
   EXPECT_EQ(0, list.IsCritical(&equal));
@@ -149,12 +150,7 @@ TEST(sxExtensionsList, ComposesAllOrNothing) {
   std::unique_ptr<sxASN_Extensions> composed(out);
   EXPECT_EQ("3011300f0603551d130101ff04053003010100", EncodeHex(*composed));
 
-  const struct {
-    const char *what;
-    const sxAsnOid *oid;
-    sxExtension *ext;
-    std::string kind;
-  } kCases[] = {
+  const struct { const char *what; const sxAsnOid *oid; sxExtension *ext; std::string kind; } kCases[] = {
       {"no row", &sxASN_id_ce_certificatePolicies, new sxKeyUsage(1), ""},
       {"no object", &sxASN_id_ce_keyUsage, nullptr, ""},
       {"another kind", &sxASN_id_ce_keyUsage, new sxBasicConstraint(true, 0), " of type: Basic Constraint"},
@@ -177,7 +173,7 @@ TEST(sxExtensionsList, ComposesAllOrNothing) {
 
 TEST(sxExtensionsList, FlatFunctionsRefuseNull) {
   sxExtensionsList *list = sxExtensionsList_New();
-  const std::unique_ptr<sxExtension> ext(new sxKeyUsage(1));  // not taken by the refusals
+  const std::unique_ptr<sxExtension> ext(new sxKeyUsage(1));   // not taken by the refusals
   EXPECT_EQ(-1, sxExtensionsList_Add(nullptr, &sxASN_id_ce_keyUsage, 0, ext.get()));
   EXPECT_EQ(-1, sxExtensionsList_Add(list, nullptr, 0, ext.get()));
   EXPECT_EQ(-1, sxExtensionsList_Add(list, &sxASN_id_ce_keyUsage, 0, nullptr));
@@ -227,8 +223,7 @@ TEST(sxExtensionsList, CertificateOfOpensslComesBackOctetByOctet) {
   const std::string config = dir.Write("req.cnf", kRequest);
   const std::string der = RunCommand(
       "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout /dev/null -set_serial 0x8034 "
-      "-outform DER -config " +
-      config + " 2>/dev/null");
+      "-outform DER -config " + config + " 2>/dev/null");
   sxASN_Certificate cert;
   ASSERT_EQ(0, sxASN_DecodeBuf(cert, der.data(), static_cast<int>(der.size())));
   sxASN_Extensions &extensions = *cert.tbsCertificate->extensions;

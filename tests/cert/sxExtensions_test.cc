@@ -50,14 +50,7 @@ std::string Composed(const sxAsnOid &oid, const sxExtension &ext) {
 }
 
 TEST(sxBasicConstraint, ReadsAndWrites) {
-  struct Case {
-    const char *what;
-    const char *hex;
-    bool parses;
-    bool isCA;
-    int pathLen;
-    const char *composed;
-  };
+  struct Case { const char *what; const char *hex; bool parses; bool isCA; int pathLen; const char *composed; };
   constexpr Case kCases[] = {
       {"empty: no CA, written with its BOOLEAN", "3000", true, false, -1, "3003010100"},
       {"CA", "30030101ff", true, true, -1, "30030101ff"},
@@ -67,7 +60,8 @@ TEST(sxBasicConstraint, ReadsAndWrites) {
       {"2^31 levels are as many as an int has", "300a0101ff02050080000000", true, true, INT32_MAX,
        "30090101ff02047fffffff"},
       {"3 levels in six octets", "300b0101ff0206000000000003", true, true, 3, "30060101ff020103"},
-      {"2^64 levels do not wrap", "300e0101ff0209010000000000000000", true, true, INT32_MAX, "30090101ff02047fffffff"},
+      {"2^64 levels do not wrap", "300e0101ff0209010000000000000000", true, true, INT32_MAX,
+       "30090101ff02047fffffff"},
       {"a negative number is not \"absent\"", "30060101ff0201ff", false, false, 0, ""},
       {"nor is a long negative one", "300a0101ff0205ff00000000", false, false, 0, ""},
       {"octets after the value", "300000", false, false, 0, ""},
@@ -88,18 +82,14 @@ TEST(sxBasicConstraint, ReadsAndWrites) {
 }
 
 TEST(sxKeyUsage, WritesNoTrailingZeroBits) {
-  struct Case {
-    const char *hex;
-    unsigned bits;
-    const char *composed;
-  };
+  struct Case { const char *hex; unsigned bits; const char *composed; };
   constexpr Case kCases[] = {
       {"030100", 0, "030100"},
-      {"03020780", 0x1, "03020780"},                        // digitalSignature
-      {"03020080", 0x1, "03020780"},                        // the same with seven zero bits
-      {"03020186", 0x61, "03020186"},                       // digitalSignature, keyCertSign, cRLSign
-      {"0303070080", 0x100, "0303070080"},                  // decipherOnly
-      {"0306000000000180", 0x80000000U, "03050000000001"},  // bits from 32 on are dropped
+      {"03020780", 0x1, "03020780"},             // digitalSignature
+      {"03020080", 0x1, "03020780"},             // the same with seven zero bits
+      {"03020186", 0x61, "03020186"},            // digitalSignature, keyCertSign, cRLSign
+      {"0303070080", 0x100, "0303070080"},       // decipherOnly
+      {"0306000000000180", 0x80000000U, "03050000000001"},   // bits from 32 on are dropped
   };
   for (const Case &c : kCases) {
     SCOPED_TRACE(c.hex);
@@ -108,7 +98,7 @@ TEST(sxKeyUsage, WritesNoTrailingZeroBits) {
     EXPECT_EQ(c.bits, ext->KeyUsageBits());
     EXPECT_EQ(c.composed, Composed(sxASN_id_ce_keyUsage, *ext));
   }
-  EXPECT_EQ(nullptr, ParseAs<sxKeyUsage>(sxASN_id_ce_keyUsage, "03020880"));  // eight unused bits
+  EXPECT_EQ(nullptr, ParseAs<sxKeyUsage>(sxASN_id_ce_keyUsage, "03020880"));   // eight unused bits
 }
 
 TEST(sxKeyUsage, NamesEveryBit) {
@@ -122,9 +112,9 @@ TEST(sxKeyUsage, NamesEveryBit) {
 
 TEST(sxExtKeyUsage, MapsEveryKnownPurposeAndKeepsTheOthers) {
   const sxAsnOid *const known[] = {
-      &sxASN_id_kp_serverAuth,      &sxASN_id_kp_clientAuth,     &sxASN_id_kp_codeSigning,
+      &sxASN_id_kp_serverAuth,  &sxASN_id_kp_clientAuth,     &sxASN_id_kp_codeSigning,
       &sxASN_id_kp_emailProtection, &sxASN_id_kp_ipsecEndSystem, &sxASN_id_kp_ipsecTunnel,
-      &sxASN_id_kp_ipsecUser,       &sxASN_id_kp_timeStamping,   &sxASN_id_kp_smartCardLogon};
+      &sxASN_id_kp_ipsecUser,   &sxASN_id_kp_timeStamping,   &sxASN_id_kp_smartCardLogon};
   sxExtKeyUsage usage;
   for (int i = 0; i < 9; ++i) {
     const auto purpose = static_cast<sxExtKeyUsageType>(i + 1);
@@ -153,48 +143,41 @@ TEST(sxExtKeyUsage, MapsEveryKnownPurposeAndKeepsTheOthers) {
 }
 
 // What is read of a value, and how it is written again.
-const struct {
-  const char *what;
-  const sxAsnOid *oid;
-  const char *hex;
-  const char *printed;
-  const char *composed;
-} kKindCases[] = {
-    {"subject key identifier", &sxASN_id_ce_subjectKeyIdentifier, "0403010203",
-     "Subject Key Identifier:\n\tKey Id: 01 02 03\n", "="},
-    {"authority key identifier", &sxASN_id_ce_authorityKeyIdentifier, "3010 80020a0b a1058603753a78 8203008034",
-     "Authority Key Identifier:\n\tKey Id: 0a 0b\n\tAuthority issuer name:\n\t\tURI: u:x\n"
-     "\tAuthority Serial Number: 00 80 34\n",
-     "="},
-    {"with nothing in it", &sxASN_id_ce_authorityKeyIdentifier, "3000", "Authority Key Identifier:\n", "="},
-    // Two names in one point; one name with reasons and cRLIssuer; a relative name; an empty point. There
-    // is a point for each name then.
-    {"distribution points", &sxASN_id_ce_cRLDistributionPoints,
-     "3034 300ca00aa008 8602613a 8602623a 3012a006a004 8602633a 81020780 a204a4023000"
-     "300ea00ca10a 30080603550403130161 3000",
-     "CRL distribution Points:\nURI: a:\nURI: b:\nURI: c:\n",
-     "301e 3008a006a0048602613a 3008a006a0048602623a 3008a006a0048602633a"},
-    {"a name without encoding", &sxASN_id_ce_subjectAltName, "3008 820161 8803550403",
-     "Subject Alternate names:\nDNS: a\nError in general name. type = -1\n", ""},
-    {"a principal name of another type", &sxASN_id_ce_subjectAltName,
-     "3018 a013 060a2b060104018237140203 a005 1603754078 820161",
-     "Subject Alternate names:\nError in general name. type = -1\nDNS: a\n", ""},
-    {"information access", &sxASN_id_pe_authorityInfoAccess,
-     "301d 300f06082b060105050730028603753a78 300a06022a03870401020304",
-     "Authority Info Access:\n\tCA Issuers\n\t\tURI: u:x\n\t1.2.3\n\t\tIP: 1.2.3.4\n", "="},
-    {"device identifier", &sxASN_id_pki_extension_device_id, "0c026162", "Device Id: ab\n", "="},
-    {"device type", &sxASN_id_pki_extension_device_type, "0c026162", "Device Type: ab\n", "="},
-    {"device name", &sxASN_id_pki_extension_device_name, "0c026162", "Device Name: ab\n", "="},
-    {"control characters", &sxASN_id_pki_extension_device_id, "0c0461006209", "Device Id: a.b.\n", "="},
-    {"another string type", &sxASN_id_pki_extension_device_id, "13026162", nullptr, nullptr},
-    {"issuing point", &sxASN_id_ce_issuingDistributionPoint,
-     "3019 a007a0058603753a78 8101ff 8201ff 83020780 8401ff 8501ff",
-     "Issuing Distribution Point:\n\tURI: u:x\n\tOnly user certificates\n\tOnly CA certificates\n"
-     "\tOnly attribute certificates\n\tIndirect CRL\n\tOnly some reasons\n",
-     "="},
-    // It narrows the CRL in a way that would be lost.
-    {"a name relative to the issuer", &sxASN_id_ce_issuingDistributionPoint, "300ea00ca10a30080603550403130161",
-     nullptr, nullptr},
+const struct { const char *what; const sxAsnOid *oid; const char *hex; const char *printed; const char *composed; }
+    kKindCases[] = {
+        {"subject key identifier", &sxASN_id_ce_subjectKeyIdentifier, "0403010203",
+         "Subject Key Identifier:\n\tKey Id: 01 02 03\n", "="},
+        {"authority key identifier", &sxASN_id_ce_authorityKeyIdentifier, "3010 80020a0b a1058603753a78 8203008034",
+         "Authority Key Identifier:\n\tKey Id: 0a 0b\n\tAuthority issuer name:\n\t\tURI: u:x\n"
+         "\tAuthority Serial Number: 00 80 34\n", "="},
+        {"with nothing in it", &sxASN_id_ce_authorityKeyIdentifier, "3000", "Authority Key Identifier:\n", "="},
+        // Two names in one point; one name with reasons and cRLIssuer; a relative name; an empty point. There
+        // is a point for each name then.
+        {"distribution points", &sxASN_id_ce_cRLDistributionPoints,
+         "3034 300ca00aa008 8602613a 8602623a 3012a006a004 8602633a 81020780 a204a4023000"
+         "300ea00ca10a 30080603550403130161 3000",
+         "CRL distribution Points:\nURI: a:\nURI: b:\nURI: c:\n",
+         "301e 3008a006a0048602613a 3008a006a0048602623a 3008a006a0048602633a"},
+        {"a name without encoding", &sxASN_id_ce_subjectAltName, "3008 820161 8803550403",
+         "Subject Alternate names:\nDNS: a\nError in general name. type = -1\n", ""},
+        {"a principal name of another type", &sxASN_id_ce_subjectAltName,
+         "3018 a013 060a2b060104018237140203 a005 1603754078 820161",
+         "Subject Alternate names:\nError in general name. type = -1\nDNS: a\n", ""},
+        {"information access", &sxASN_id_pe_authorityInfoAccess,
+         "301d 300f06082b060105050730028603753a78 300a06022a03870401020304",
+         "Authority Info Access:\n\tCA Issuers\n\t\tURI: u:x\n\t1.2.3\n\t\tIP: 1.2.3.4\n", "="},
+        {"device identifier", &sxASN_id_pki_extension_device_id, "0c026162", "Device Id: ab\n", "="},
+        {"device type", &sxASN_id_pki_extension_device_type, "0c026162", "Device Type: ab\n", "="},
+        {"device name", &sxASN_id_pki_extension_device_name, "0c026162", "Device Name: ab\n", "="},
+        {"control characters", &sxASN_id_pki_extension_device_id, "0c0461006209", "Device Id: a.b.\n", "="},
+        {"another string type", &sxASN_id_pki_extension_device_id, "13026162", nullptr, nullptr},
+        {"issuing point", &sxASN_id_ce_issuingDistributionPoint,
+         "3019 a007a0058603753a78 8101ff 8201ff 83020780 8401ff 8501ff",
+         "Issuing Distribution Point:\n\tURI: u:x\n\tOnly user certificates\n\tOnly CA certificates\n"
+         "\tOnly attribute certificates\n\tIndirect CRL\n\tOnly some reasons\n", "="},
+        // It narrows the CRL in a way that would be lost.
+        {"a name relative to the issuer", &sxASN_id_ce_issuingDistributionPoint, "300ea00ca10a30080603550403130161",
+         nullptr, nullptr},
 };
 
 TEST(sxExtension, EachKindReadsPrintsAndWrites) {
@@ -227,15 +210,12 @@ TEST(sxExtension, EachKindReadsPrintsAndWrites) {
 // Plain DER is read without the codec. A length in five octets sends the same content through it, so
 // both must agree whatever one octet is changed to.
 TEST(sxExtGN, PlainReaderAgreesWithTheCodec) {
-  struct Case {
-    const sxAsnOid *oid;
-    const char *content;
-  };
+  struct Case { const sxAsnOid *oid; const char *content; };
   const Case kCases[] = {
       {&sxASN_id_ce_subjectAltName, "8203682e65 8103614062 8603753a78"},
       {&sxASN_id_ce_cRLDistributionPoints, "300ca00aa0088602613a8602623a 3008a006a0048602633a"},
       {&sxASN_id_pe_authorityInfoAccess, "300e06082b060105050730018602613a 300806022a038602623a"},
-      {&sxASN_id_pe_authorityInfoAccess, "30060600 8602613a"},  // no method: refused by both
+      {&sxASN_id_pe_authorityInfoAccess, "30060600 8602613a"},   // no method: refused by both
   };
   int numParsed = 0;
   int numRefused = 0;
@@ -271,19 +251,16 @@ TEST(sxExtKeyID, PrintsSerialsOfEveryLength) {
     const std::string hex = EncodeHex({0x30, static_cast<unsigned char>(len + 2), 0x82, len}) + serial;
     const auto ext = ParseAs<sxExtKeyID>(sxASN_id_ce_authorityKeyIdentifier, hex.c_str());
     ASSERT_NE(nullptr, ext);
-    EXPECT_EQ(std::string("Authority Key Identifier:\n\tAuthority Serial Number: ") + serial + "\n", Sprinted(*ext, 0));
+    EXPECT_EQ(std::string("Authority Key Identifier:\n\tAuthority Serial Number: ") + serial + "\n",
+              Sprinted(*ext, 0));
   }
 }
 
 TEST(sxIssuingDP, KeepsEachFlagByItself) {
-  const struct {
-    const char *hex;
-    bool (sxIssuingDP::*isSet)() const;
-  } kCases[] = {{"30038101ff", &sxIssuingDP::OnlyUserCerts},
-                {"30038201ff", &sxIssuingDP::OnlyCACerts},
-                {"300483020780", &sxIssuingDP::HasOnlySomeReasons},
-                {"30038401ff", &sxIssuingDP::IndirectCRL},
-                {"30038501ff", &sxIssuingDP::OnlyAttributeCerts}};
+  const struct { const char *hex; bool (sxIssuingDP::*isSet)() const; } kCases[] = {
+      {"30038101ff", &sxIssuingDP::OnlyUserCerts}, {"30038201ff", &sxIssuingDP::OnlyCACerts},
+      {"300483020780", &sxIssuingDP::HasOnlySomeReasons}, {"30038401ff", &sxIssuingDP::IndirectCRL},
+      {"30038501ff", &sxIssuingDP::OnlyAttributeCerts}};
   for (const auto &set : kCases) {
     const auto one = ParseAs<sxIssuingDP>(sxASN_id_ce_issuingDistributionPoint, set.hex);
     ASSERT_NE(nullptr, one) << set.hex;
@@ -307,7 +284,7 @@ TEST(sxExtension, CopiesAreOfTheirKindAndDeep) {
   copy = *&copy;
   EXPECT_EQ("Extended Key Usage: serverAuth\n", Sprinted(copy, 0));
   sxBasicConstraint constraint(true, 3);
-  static_cast<sxExtension &>(constraint) = copy;  // another kind would be read as this one
+  static_cast<sxExtension &>(constraint) = copy;   // another kind would be read as this one
   EXPECT_EQ(3, constraint.PathLen());
 }
 
@@ -316,9 +293,9 @@ TEST(sxComposeExtension, LeavesItsTargetAloneOnFailure) {
   sxAsnInt value(5);
   ASSERT_EQ(0, sxComposeExtension(value, sxASN_id_ce_keyUsage, 1, &ext));
   EXPECT_EQ("300d0603551d0f0101ff0403020105", EncodeHex(ext));
-  ASSERT_EQ(0, sxComposeExtension(value, *ext.extnID, 0, &ext));  // its own OID; critical goes
+  ASSERT_EQ(0, sxComposeExtension(value, *ext.extnID, 0, &ext));   // its own OID; critical goes
   EXPECT_EQ("300a0603551d0f0403020105", EncodeHex(ext));
-  sxASN_GeneralName empty;  // a CHOICE without a value has no encoding
+  sxASN_GeneralName empty;   // a CHOICE without a value has no encoding
   EXPECT_EQ(-1, sxComposeExtension(empty, sxASN_id_ce_keyUsage, 1, &ext));
   EXPECT_EQ("300a0603551d0f0403020105", EncodeHex(ext));
   EXPECT_EQ(-1, sxComposeExtension(value, sxASN_id_ce_keyUsage, 1, nullptr));

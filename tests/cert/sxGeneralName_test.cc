@@ -30,12 +30,7 @@ std::string StrOf(const sxGeneralName &name) {
   return {text.getstr(), static_cast<size_t>(text.length())};
 }
 
-constexpr struct {
-  const char *what;
-  const char *hex;
-  int kind;
-  const char *text;
-} kDerCases[] = {
+constexpr struct { const char *what; const char *hex; int kind; const char *text; } kDerCases[] = {
     {"e-mail", "8103614062", 1, "a@b"},
     {"DNS", "8203682e65", 2, "h.e"},
     {"DNS, empty", "8200", 2, ""},

@@ -34,13 +34,13 @@ TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
   const sxGeneralNames more = DnsNames({"b", "c", "c", "A"});
   names.Add_IfNotExist(&more);
   EXPECT_EQ(5, names.Count());
-  EXPECT_EQ(first, names.Get(0));  // what was lent stays where it is
+  EXPECT_EQ(first, names.Get(0));   // what was lent stays where it is
   for (const int outside : {-1, 5}) EXPECT_EQ(nullptr, names.Get(outside));
 
   sxGeneralNames itself = DnsNames({"a"});
   const sxGeneralName equalsNothing;
   itself.Add(&equalsNothing);
-  itself.Add_IfNotExist(&itself);  // ends
+  itself.Add_IfNotExist(&itself);   // ends
   EXPECT_EQ(3, itself.Count());
 
   // Names of every kind that has equals, twice; many of them, as comparing each with each takes minutes.
@@ -73,7 +73,7 @@ TEST(sxGeneralNames, MatchesAnyWithAny) {
 
 TEST(sxGeneralNames, FindsTheFirstOfAKind) {
   const sxAsnOid otherOid({1, 2, 3});
-  const sxAsnOid principalOid(sxASN_id_principalName);  // equal by value, another object
+  const sxAsnOid principalOid(sxASN_id_principalName);   // equal by value, another object
   sxGeneralNames names = DnsNames({"a", "b"});
   const sxGeneralName other(&otherOid, "o", 1), principal(&sxASN_id_principalName, "p", 1);
   names.Add(&other);
@@ -122,7 +122,7 @@ TEST(sxDNList, EncodesDecodesAndPrints) {
   EXPECT_THAT(log.Lines(), ElementsAre("DNs:", "CN=a,C=DE", "O=b"));
 
   for (int len = -1; len < derLen; ++len) EXPECT_EQ(-1, decoded.DerDecode(der, len)) << len;
-  EXPECT_EQ(2, decoded.Count());  // as it was
+  EXPECT_EQ(2, decoded.Count());   // as it was
   const sxDN noName;
   list.Add(&noName);
   EXPECT_EQ(-1, list.DerEncode(nullptr, 0));

@@ -126,12 +126,8 @@ TEST_F(sxSignedTest, RefusesASignatureInSegments) {
   ASSERT_EQ(all, Der(0x30, {before, Der(0x03, bits)}));
   const Octets half(bits.begin(), bits.begin() + 9);
   const Octets rest = Joined({{0}, Octets(bits.begin() + 9, bits.end())});
-  const struct {
-    Octets signature;
-    int rc;
-  } kCases[] = {
-      {Der(0x03, bits), 0},
-      {Der(0x23, Der(0x03, bits)), kKeyLenMismatch},
+  const struct { Octets signature; int rc; } kCases[] = {
+      {Der(0x03, bits), 0}, {Der(0x23, Der(0x03, bits)), kKeyLenMismatch},
       {Der(0x23, {Der(0x03, half), Der(0x03, rest)}), kKeyLenMismatch},
       {Indefinite(0x23, Der(0x03, bits)), kKeyLenMismatch},
   };
@@ -151,18 +147,13 @@ TEST_F(sxSignedTest, KeepsItsErrorAndItsExtension) {
   const sxAsnOid oid({1, 2, 3});
   cert.SetUnhandledExt(&oid);
   ASSERT_NE(nullptr, cert.UnhandledCritExt());
-  EXPECT_NE(&oid, cert.UnhandledCritExt());  // a copy
+  EXPECT_NE(&oid, cert.UnhandledCritExt());   // a copy
   EXPECT_TRUE(cert.UnhandledCritExt()->OidEquiv(oid));
   cert.SetUnhandledExt(nullptr);
   EXPECT_EQ(nullptr, cert.UnhandledCritExt());
 }
 
-struct Counts {
-  uint64_t hits;
-  uint64_t misses;
-  uint32_t entries;
-  bool operator==(const Counts &) const = default;
-};
+struct Counts { uint64_t hits; uint64_t misses; uint32_t entries; bool operator==(const Counts &) const = default; };
 std::ostream &operator<<(std::ostream &out, const Counts &c) {
   return out << c.hits << " hits, " << c.misses << " misses, " << c.entries << " entries";
 }

@@ -41,6 +41,7 @@ verify() { "$KXCERT" chain verify "${at[@]}" --trust root.pem "$@"; }
     [[ $output == *'valid until: 2031-01-01 00:00:00 UTC'* ]]
     [[ $output == *'revocation:  not checked, which is not the same as good'* ]]
     [ "$(grep -c '^level ' <<<"$output")" -eq 3 ]
+    [[ $output == *'not checked: '*'black list (no black list is set)'* ]]   # so it is not passed either
   done
   openssl verify -attime 1906545600 -CAfile root.pem -untrusted ca.pem leaf.pem
 }
@@ -60,7 +61,7 @@ verify() { "$KXCERT" chain verify "${at[@]}" --trust root.pem "$@"; }
   done <<'CASES'
 -996|0|issuer without cA: CN=Issuer,O=Example|issuer-is-no-ca|issuer leaf
 -992|1|key usage: without keyCertSign|key-usage|issuer leaf
--995|2|path length constraint: 0, CA certificates below: 1|path-length|middle issuer leaf
+-995|2|path length constraint: 0', 'CA certificates below: 1|path-length|middle issuer leaf
 -997|0|critical extension: 1.3.6.1.4.1.99999.1|unknown-critical|issuer leaf
 -993|0|not verified by the key of: CN=Issuer,O=Example|signature-p256-sha256|issuer leaf
 CASES

@@ -9,13 +9,10 @@ namespace {
 
 using SetPtr = std::unique_ptr<sxset>;
 
-constexpr struct {
-  const char *text;
-  const char *written;
-} kReadCases[] = {
+constexpr struct { const char *text; const char *written; } kReadCases[] = {
     {"()", "()"},
     {" # a comment\n ( ) # after it", "()"},
-    {"(name)", "(name :)"},  // outermost, it can only be a set
+    {"(name)", "(name :)"},   // outermost, it can only be a set
     {"(name :)", "(name :)"},
     {"(:curve (:NID (716) :comment (\"NIST/SECG curve over a 521 bit prime field\")))",
      "(:curve (:NID (716) :comment (\"NIST/SECG curve over a 521 bit prime field\")))"},
@@ -37,10 +34,7 @@ TEST(AttributeSetReader, ReadsTheTextForm) {
   }
 }
 
-constexpr struct {
-  const char *text;
-  const char *error;
-} kErrorCases[] = {
+constexpr struct { const char *text; const char *error; } kErrorCases[] = {
     {"", "line 1, column 1: a set begins with '('"},
     {"x", "line 1, column 1: a set begins with '('"},
     {"# only\n", "line 2, column 1: a set begins with '('"},
@@ -67,7 +61,7 @@ TEST(AttributeSetReader, SaysWhereATextIsWrong) {
     EXPECT_EQ(c.error, error) << c.text;
   }
   EXPECT_EQ(nullptr, sio_sread(nullptr, nullptr));
-  LogCapture log;  // which gets the reason when nobody asks for it
+  LogCapture log;   // which gets the reason when nobody asks for it
   EXPECT_EQ(nullptr, sio_sread("(:key (s3cret", nullptr));
   EXPECT_THAT(log.Lines(), testing::ElementsAre("sio_sread: line 1, column 14: ':' or ')' is expected"));
 }
@@ -84,7 +78,7 @@ TEST(AttributeSetReader, NestsAsDeepAsTheBoundAndNoDeeper) {
   for (const int numSets : {kMaxSetNesting, kMaxSetNesting + 1, 1'000'000}) {
     std::string text;
     for (int i = 1; i < numSets; ++i) text += "(:a ";
-    text += "(:b (text))";  // the parentheses of a text are no set
+    text += "(:b (text))";   // the parentheses of a text are no set
     text.append(static_cast<size_t>(numSets - 1), ')');
     std::string error;
     EXPECT_EQ(numSets == kMaxSetNesting, SetPtr(sio_sread(text.c_str(), &error)) != nullptr);
@@ -96,11 +90,8 @@ TEST(AttributeSetReader, ReadsFilesOrSaysWhyNot) {
   const TempDir dir;
   std::string largest(kMaxSetFileLen, ' ');
   largest.replace(0, 2, "()");
-  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));  // opening it would wait for a writer
-  const struct {
-    std::string file;
-    std::string error;
-  } kFiles[] = {
+  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));   // opening it would wait for a writer
+  const struct { std::string file; std::string error; } kFiles[] = {
       {dir.Write("good", "(:a (1))\n"), ""},
       {dir.Write("largest", largest), ""},
       {dir.Write("larger", largest + " "), dir.File("larger") + ": the file is too long"},

@@ -17,25 +17,15 @@ std::string Written(const sxset &set) {
 }
 
 TEST(AttributeSet, EachGetterAnswersWhatItsTextAllows) {
-  struct Case {
-    const char *text;
-    bool isInt;
-    long long value;
-    const char *hex;
-  };  // null: not binary
+  struct Case { const char *text; bool isInt; long long value; const char *hex; };   // null: not binary
   constexpr Case kCases[] = {
-      {"716", true, 716, nullptr},
-      {"-12", true, -12, nullptr},
-      {"0010", true, 10, "0010"},
-      {"", false, 0, ""},
+      {"716", true, 716, nullptr},         {"-12", true, -12, nullptr},
+      {"0010", true, 10, "0010"},          {"", false, 0, ""},
       {"9223372036854775807", true, INT64_MAX, nullptr},
       {"9223372036854775808", false, 0, nullptr},
-      {"+1", false, 0, nullptr},
-      {" 1", false, 0, nullptr},
-      {"1x", false, 0, nullptr},
-      {"0aFF", false, 0, "0aff"},
-      {"0a f", false, 0, nullptr},
-      {"f", false, 0, nullptr},
+      {"+1", false, 0, nullptr},           {" 1", false, 0, nullptr},
+      {"1x", false, 0, nullptr},           {"0aFF", false, 0, "0aff"},
+      {"0a f", false, 0, nullptr},         {"f", false, 0, nullptr},
   };
   for (const Case &c : kCases) {
     SCOPED_TRACE(c.text);
@@ -59,7 +49,7 @@ TEST(AttributeSet, AMemberIsReplacedInItsPlace) {
   set.SetText("b", "x");
   set.SetBinary("a", octets, 2);
   EXPECT_EQ("(s :a (ab01) :b (x))", Written(set));
-  set.SetSet("b", set);  // a copy, even of itself
+  set.SetSet("b", set);   // a copy, even of itself
   EXPECT_EQ("(s :a (ab01) :b (s :a (ab01) :b (x)))", Written(set));
   EXPECT_EQ(nullptr, set.FindText("b"));
   EXPECT_TRUE(set.Remove("a"));
@@ -89,9 +79,9 @@ TEST(AttributeSet, CopiesAreDeepAndComparedByOrder) {
   text.SetText("in", "n");
   EXPECT_FALSE(text == set);
   copy.FindSet("in")->SetText("y", std::string(50, 'x').c_str());
-  copy.SetText("z", "");  // as many members as the inner set
+  copy.SetText("z", "");   // as many members as the inner set
   const std::string inner = Written(*copy.FindSet("in"));
-  copy = *copy.FindSet("in");  // a part of itself
+  copy = *copy.FindSet("in");   // a part of itself
   EXPECT_EQ(inner, Written(copy));
 }
 

@@ -33,13 +33,9 @@ std::optional<std::string> Decode(const std::string &text) {
 }
 
 // RFC 4648, section 10.
-constexpr const char *kVectors[][2] = {{"", ""},
-                                       {"f", "Zg==\n"},
-                                       {"fo", "Zm8=\n"},
-                                       {"foo", "Zm9v\n"},
-                                       {"foob", "Zm9vYg==\n"},
-                                       {"fooba", "Zm9vYmE=\n"},
-                                       {"foobar", "Zm9vYmFy\n"}};
+constexpr const char *kVectors[][2] = {
+    {"", ""},           {"f", "Zg==\n"},         {"fo", "Zm8=\n"},        {"foo", "Zm9v\n"},
+    {"foob", "Zm9vYg==\n"}, {"fooba", "Zm9vYmE=\n"}, {"foobar", "Zm9vYmFy\n"}};
 
 TEST(Base64, AgreesWithThePublishedVectorsAndOpenssl) {
   for (const auto &[octets, text] : kVectors) {
@@ -49,18 +45,14 @@ TEST(Base64, AgreesWithThePublishedVectorsAndOpenssl) {
   const TempDir dir;
   std::string octets;
   for (int i = 0; i < 200; ++i) octets.push_back(static_cast<char>(i * 89));
-  for (const size_t len : {47U, 48U, 49U, 96U, 200U}) {  // about the end of the first line, and several lines
+  for (const size_t len : {47U, 48U, 49U, 96U, 200U}) {   // about the end of the first line, and several lines
     const std::string part = octets.substr(0, len);
     EXPECT_EQ(RunCommand("openssl base64 -in " + dir.Write("octets", part)), Encode(part));
     EXPECT_EQ(part, Decode(Encode(part)));
   }
 }
 
-struct StrictCase {
-  const char *what;
-  const char *text;
-  const char *hex;
-};  // null: refused
+struct StrictCase { const char *what; const char *text; const char *hex; };   // null: refused
 constexpr StrictCase kStrictCases[] = {
     {"nothing", "", ""},
     {"white space only", " \t\r\n", ""},
@@ -85,7 +77,9 @@ TEST(Base64, DecodesStrictly) {
     SCOPED_TRACE(c.what);
     const std::optional<std::string> got = Decode(c.text);
     ASSERT_EQ(c.hex != nullptr, got.has_value());
-    if (got) { EXPECT_EQ(c.hex, EncodeHex(reinterpret_cast<const unsigned char *>(got->data()), got->size())); }
+    if (got) {
+      EXPECT_EQ(c.hex, EncodeHex(reinterpret_cast<const unsigned char *>(got->data()), got->size()));
+    }
   }
   EXPECT_EQ(std::nullopt, Decode(std::string("Zm9v\0", 5)));
   int len = 0;

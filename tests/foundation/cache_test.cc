@@ -47,7 +47,7 @@ TEST_F(CacheTest, EqualKeysReplaceAndDeleteRemoves) {
   Put(cache, "a");
   cache.Put(key, data, 0);
   EXPECT_EQ(2, Text::s_numDestroyed);
-  cache.Put(key, data, 0);  // put again: not destroyed
+  cache.Put(key, data, 0);   // put again: not destroyed
   EXPECT_EQ(2, Text::s_numDestroyed);
   EXPECT_EQ("A", Get(cache, "a"));
   EXPECT_EQ(0, cache.Delete(key));
@@ -55,24 +55,19 @@ TEST_F(CacheTest, EqualKeysReplaceAndDeleteRemoves) {
   const Text gone("a");
   EXPECT_EQ(-1, cache.Delete(&gone));
 
-  Cache holdsNothing(0, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);  // and still takes over
+  Cache holdsNothing(0, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);   // and still takes over
   Put(holdsNothing, "a");
   holdsNothing.Put(nullptr, Text::New("no key"), 0);
   EXPECT_EQ(7, Text::s_numDestroyed);
   EXPECT_EQ(0, holdsNothing.Count());
 }
 
-struct LifeCase {
-  const char *what;
-  unsigned cacheSec;
-  unsigned entrySec;
-  int64_t advance;
-  bool lives;
-};
+struct LifeCase { const char *what; unsigned cacheSec; unsigned entrySec; int64_t advance; bool lives; };
 constexpr LifeCase kLifeCases[] = {
-    {"no limit", 0, 0, 1'000'000'000, true}, {"cache, last second", 10, 0, 9, true}, {"cache, over", 10, 0, 10, false},
-    {"entry is shorter", 10, 3, 3, false},   {"entry is longer", 10, 30, 10, false}, {"entry alone", 0, 3, 2, true},
-    {"entry alone, over", 0, 3, 3, false},   {"clock set back", 10, 0, -1, false},
+    {"no limit", 0, 0, 1'000'000'000, true},  {"cache, last second", 10, 0, 9, true},
+    {"cache, over", 10, 0, 10, false},        {"entry is shorter", 10, 3, 3, false},
+    {"entry is longer", 10, 30, 10, false},   {"entry alone", 0, 3, 2, true},
+    {"entry alone, over", 0, 3, 3, false},    {"clock set back", 10, 0, -1, false},
 };
 
 TEST_F(CacheTest, EntriesLiveAsLongAsTheShorterLimit) {
@@ -95,7 +90,7 @@ Cache *g_usedByDestructor = nullptr;
 TEST_F(CacheTest, DestructorsMayUseTheCache) {
   const auto destroyAndUse = [](void *data) {
     Text::Destroy(data);
-    EXPECT_LE(0, g_usedByDestructor->Count());  // a lock held here would never be given
+    EXPECT_LE(0, g_usedByDestructor->Count());   // a lock held here would never be given
   };
   Cache cache(1, 0, Text::Hash, Text::Compare, Text::Destroy, destroyAndUse);
   g_usedByDestructor = &cache;

@@ -42,15 +42,15 @@ TEST(HashTable, ReplacingAndRemovingDestroyOnce) {
   void *data = Text::New("new");
   ASSERT_EQ(0, hash_insert(table, key, data));
   EXPECT_EQ(2, Text::s_numDestroyed);
-  ASSERT_EQ(0, hash_insert(table, key, data));  // stored again: nothing is destroyed
+  ASSERT_EQ(0, hash_insert(table, key, data));   // stored again: nothing is destroyed
   EXPECT_EQ(2, Text::s_numDestroyed);
   EXPECT_STREQ("new", Lookup(table, "k"));
-  EXPECT_EQ(0, hash_remove(table, key));  // by the stored key itself
+  EXPECT_EQ(0, hash_remove(table, key));         // by the stored key itself
   EXPECT_EQ(4, Text::s_numDestroyed);
   EXPECT_EQ(-1, hash_remove(table, nullptr));
   EXPECT_EQ(0, hash_count(table));
   Text local("k");
-  EXPECT_EQ(-1, hash_insert(table, nullptr, &local));  // refused and not taken
+  EXPECT_EQ(-1, hash_insert(table, nullptr, &local));   // refused and not taken
   EXPECT_EQ(-1, hash_insert(nullptr, &local, &local));
   EXPECT_EQ(nullptr, hash_lookup(nullptr, &local));
   EXPECT_EQ(-1, hash_remove(table, &local));
@@ -65,7 +65,7 @@ TEST(HashTable, ByteValueIsFnv1aAndByteCompareGivesOneSign) {
   EXPECT_EQ(0xe40c292cU, hash_bytevalue("a", 1));
   EXPECT_EQ(0xbf9cf968U, hash_bytevalue("foobar", 6));
   EXPECT_EQ(0, hash_bytecmp("ab", "ac", 1));
-  EXPECT_EQ(-1, hash_bytecmp("a\x01", "a\xff", 2));  // unsigned octets
+  EXPECT_EQ(-1, hash_bytecmp("a\x01", "a\xff", 2));   // unsigned octets
   EXPECT_EQ(1, hash_bytecmp("z", "a", 1));
   EXPECT_EQ(0, hash_bytecmp(nullptr, nullptr, 0));
 }

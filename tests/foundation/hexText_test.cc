@@ -21,12 +21,9 @@ TEST(HexText, WritesLowerCaseAndReadsEither) {
 }
 
 TEST(HexText, RefusesAndLeavesTheResultAlone) {
-  constexpr struct {
-    const char *text;
-    int textLen;
-    int dataLen;
-  } kCases[] = {{"0102", 3, 2}, {"0102", 4, 1}, {"01 2", 4, 2}, {"010g", 4, 2}, {"01/2", 4, 2},
-                {"01:2", 4, 2}, {"01@2", 4, 2}, {"01`2", 4, 2}, {"01", -2, -1}, {nullptr, 2, 1}};
+  constexpr struct { const char *text; int textLen; int dataLen; } kCases[] = {
+      {"0102", 3, 2}, {"0102", 4, 1}, {"01 2", 4, 2}, {"010g", 4, 2}, {"01/2", 4, 2},
+      {"01:2", 4, 2}, {"01@2", 4, 2}, {"01`2", 4, 2}, {"01", -2, -1}, {nullptr, 2, 1}};
   for (const auto &c : kCases) {
     unsigned char read[2] = {7, 7};
     EXPECT_EQ(-1, string_to_bytes(c.text, c.textLen, read, c.dataLen)) << c.text;
@@ -36,7 +33,7 @@ TEST(HexText, RefusesAndLeavesTheResultAlone) {
   const unsigned char octets[2] = {};
   EXPECT_EQ(-1, bytes_to_string(octets, 2, text, 4));
   EXPECT_EQ(-1, bytes_to_string(octets, -1, text, 5));
-  EXPECT_EQ(-1, bytes_to_string(octets, INT_MAX, text, 5));  // twice that is no int
+  EXPECT_EQ(-1, bytes_to_string(octets, INT_MAX, text, 5));   // twice that is no int
   EXPECT_EQ(-1, bytes_to_string(nullptr, 1, text, 5));
   EXPECT_STREQ("keep", text);
 }

@@ -15,7 +15,7 @@
 namespace {
 
 const std::string kTabs79(79, '\t');
-constexpr unsigned kManyPages = 16 * 4096;  // no neighbour on the heap shares all of these
+constexpr unsigned kManyPages = 16 * 4096;   // no neighbour on the heap shares all of these
 
 kxBinBuf Make(const char *hex) {
   const std::vector<unsigned char> octets = DecodeHex(hex);
@@ -28,7 +28,7 @@ TEST(kxBinBuf, SetKeepsTheBlockUntilItIsTooShort) {
   kxBinBuf buf = Make("00 01 02 03 04 05");
   buf.SetSensitive(true);
   const unsigned char *block = buf.Data();
-  buf.Set(buf.Data() + 1, 4);  // overlapping; what is cut off is wiped
+  buf.Set(buf.Data() + 1, 4);   // overlapping; what is cut off is wiped
   EXPECT_EQ("01020304", Hex(buf));
   EXPECT_EQ("010203040000", EncodeHex(buf.Data(), 6));
   buf.Set(2U);
@@ -57,7 +57,7 @@ TEST(kxBinBuf, JoinsAtEitherEndButNeverWithItself) {
   buf.Append(buf);
   buf.Prepend(buf);
   EXPECT_EQ("0001020304", Hex(buf));
-  buf.Append(buf.Data() + 3, 2);  // a part of itself is copied before the block goes
+  buf.Append(buf.Data() + 3, 2);   // a part of itself is copied before the block goes
   EXPECT_EQ("00010203040304", Hex(buf));
   EXPECT_THROW(buf.Append(buf.Data(), UINT32_MAX), std::bad_alloc);
   EXPECT_EQ("00010203040304", Hex(buf));
@@ -101,7 +101,7 @@ TEST(kxBinBuf, IsLockedInMemoryWhileSensitive) {
   EXPECT_EQ(before, kxMem_NumLockedPages());
   buf.SetSensitive(true);
   EXPECT_LT(before, kxMem_NumLockedPages());
-  buf.Set(10U);  // the block stays, and so does its lock
+  buf.Set(10U);   // the block stays, and so does its lock
   buf.SetSensitive(false);
   EXPECT_EQ(before, kxMem_NumLockedPages());
   {
@@ -113,12 +113,7 @@ TEST(kxBinBuf, IsLockedInMemoryWhileSensitive) {
   EXPECT_EQ(before, kxMem_NumLockedPages());
 }
 
-const struct {
-  const char *what;
-  const char *hex;
-  int indent;
-  std::string fprinted;
-} kPrintCases[] = {
+const struct { const char *what; const char *hex; int indent; std::string fprinted; } kPrintCases[] = {
     {"empty", "", 1, "\tEmpty\n"},
     {"indent above 79", "0a", 100, kTabs79 + "0a \n"},
     {"indent below 0", "0a", -1, kTabs79 + "0a \n"},
@@ -158,11 +153,14 @@ TEST(kxBinBufFile, ReadsBackWhatWasWrittenOrSaysWhatFailed) {
   EXPECT_EQ(-1, Buf2File(dir.File("no/folder").c_str(), buf));
   EXPECT_EQ(-1, Buf2File("/dev/full", buf));
   EXPECT_THAT(log.Lines(),
-              testing::ElementsAre("File2Buf: No file name", "File2Buf: Couldn't open file -  " + dir.File("none"),
-                                   "File2Buf: Failed to get file length or file is empty- " + empty + " ",
-                                   "Buf2File: No file name", "Buf2File: Couldn't open file -  " + dir.File("no/folder"),
-                                   "Buf2File: Failed to write into file- /dev/full "));
-  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));  // opening it would wait for a writer
+              testing::ElementsAre(
+                  "File2Buf: No file name",
+                  "File2Buf: Couldn't open file -  " + dir.File("none"),
+                  "File2Buf: Failed to get file length or file is empty- " + empty + " ",
+                  "Buf2File: No file name",
+                  "Buf2File: Couldn't open file -  " + dir.File("no/folder"),
+                  "Buf2File: Failed to write into file- /dev/full "));
+  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));   // opening it would wait for a writer
   EXPECT_EQ(-1, File2Buf(dir.File("pipe").c_str(), buf));
   EXPECT_EQ(-1, File2Buf(dir.Path().c_str(), buf));
 }

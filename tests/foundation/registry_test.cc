@@ -27,13 +27,12 @@ TEST_F(RegistryTest, WithoutAUsableFileNoKeyOpens) {
 }
 
 TEST_F(RegistryTest, OpensKeysByPathAndReadsThirtyTwoBits) {
-  m_dir.Write("registry",
-              "(:SOFTWARE (:Norvane (:Tarnel (:zero (0) :most (4294967295)"
-              " :more (4294967296) :less (-1) :text (abc) :deeper (:x (7))))))");
+  m_dir.Write("registry", "(:SOFTWARE (:Norvane (:Tarnel (:zero (0) :most (4294967295)"
+                          " :more (4294967296) :less (-1) :text (abc) :deeper (:x (7))))))");
   NvpRegKey *key = NvpRegCreateKey(m_root, "SOFTWARE\\Norvane\\Tarnel");
   ASSERT_NE(nullptr, key);
-  for (const char *path :
-       {"", "software", "SOFTWARE\\", "SOFTWARE\\None", "\\SOFTWARE", "SOFTWARE\\Norvane\\Tarnel\\text"}) {
+  for (const char *path : {"", "software", "SOFTWARE\\", "SOFTWARE\\None", "\\SOFTWARE",
+                           "SOFTWARE\\Norvane\\Tarnel\\text"}) {
     EXPECT_EQ(nullptr, NvpRegCreateKey(m_root, path)) << path;
   }
   unsigned value = 5;
@@ -46,7 +45,7 @@ TEST_F(RegistryTest, OpensKeysByPathAndReadsThirtyTwoBits) {
   EXPECT_EQ(0, NvpRegQueryValueEx(key, "zero", &value));
   EXPECT_EQ(0U, value);
 
-  NvpRegKey *below = NvpRegCreateKey(key, "deeper");  // a key opens what is below itself
+  NvpRegKey *below = NvpRegCreateKey(key, "deeper");   // a key opens what is below itself
   EXPECT_EQ(0, NvpRegQueryValueEx(below, "x", &value));
   EXPECT_EQ(7U, value);
   NvpRegCloseKey(below);

@@ -40,7 +40,7 @@ TEST(sxPKobj, LogsWhatIsFreedOnceTooOftenOrWhileReferenced) {
   auto *obj = new sxPKobj(new Probe(&numDead));
   EXPECT_EQ(0, obj->DecRef());
   sxFreePKobj(obj);
-  { sxPKobj alone(new Probe(&numDead)); }  // its creator's reference needs no free
+  { sxPKobj alone(new Probe(&numDead)); }   // its creator's reference needs no free
   EXPECT_THAT(log.Lines(), testing::ElementsAre("sxFreePKobj: negative reference count -1"));
   log.Clear();
   {
@@ -72,7 +72,7 @@ TEST(sxPKobj, ReportsAFailingMutexAndGoesOn) {
   LogCapture log;
   MtMutex_SetFake({.mayLock = [] { return false; }});
   EXPECT_EQ(0, sxPKobj::Lock());
-  EXPECT_EQ(0, sxPKobj::Unlock());  // of a mutex that is not held
+  EXPECT_EQ(0, sxPKobj::Unlock());   // of a mutex that is not held
   MtMutex_SetFake({});
   ASSERT_EQ(2U, log.Lines().size());
   EXPECT_THAT(log.Lines()[0], testing::StartsWith("sxPKobj_imp::Lock: Failed to Lock Mutex"));

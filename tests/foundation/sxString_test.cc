@@ -24,7 +24,7 @@ TEST(sxString, BuiltFromNullHasNoText) {
   sxString none(nullptr);
   EXPECT_EQ(nullptr, none.getstr());
   EXPECT_EQ(0, none.length());
-  EXPECT_EQ(none, sxString(""));  // lengths and characters count, not the block
+  EXPECT_EQ(none, sxString(""));   // lengths and characters count, not the block
   none.Set("x");
   none.Set(nullptr);
   EXPECT_EQ(nullptr, none.getstr());
@@ -44,7 +44,7 @@ TEST(sxString, AssignmentAndSetSurviveTheirOwnText) {
 TEST(sxString, ConcatenationWithASensitiveTextIsSensitiveAndLocked) {
   const size_t before = kxMem_NumLockedPages();
   {
-    const std::string longText(16 * 4096, 's');  // pages of its own
+    const std::string longText(16 * 4096, 's');   // pages of its own
     const sxString secret(longText.c_str(), -1, true);
     const size_t withSecret = kxMem_NumLockedPages();
     EXPECT_LT(before, withSecret);

@@ -11,7 +11,7 @@ TEST(SxStream, AppendsTextOfAnyLength) {
   out.Puts("a");
   out.Puts(nullptr);
   out.Put({"bcd", 2});
-  for (const size_t len : {511U, 512U, 3000U}) {  // about the fixed area that most texts fit
+  for (const size_t len : {511U, 512U, 3000U}) {   // about the fixed area that most texts fit
     const std::string before = out.Text();
     const std::string text(len, 'y');
     out.Printf("%s|", text.c_str());

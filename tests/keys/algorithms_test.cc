@@ -10,11 +10,7 @@
 namespace {
 
 // Dotted texts stand here again on purpose: they come from the RFCs, not from the tables.
-constexpr struct {
-  const char *dotted;
-  int mdType;
-  int ecdsa;
-} kSignCases[] = {
+constexpr struct { const char *dotted; int mdType; int ecdsa; } kSignCases[] = {
     {"1.2.840.113549.1.1.4", 1, 0},  {"1.2.840.113549.1.1.5", 2, 0},  {"1.2.840.113549.1.1.11", 5, 0},
     {"1.2.840.113549.1.1.12", 6, 0}, {"1.2.840.113549.1.1.13", 7, 0}, {"1.2.840.10045.4.1", 2, 1},
     {"1.2.840.10045.4.3.2", 5, 1},   {"1.2.840.10045.4.3.3", 6, 1},   {"1.2.840.10045.4.3.4", 7, 1},
@@ -38,7 +34,7 @@ TEST(Algorithms, KnowWhatIsMissing) {
   EXPECT_EQ(nullptr, SignOID_By_MD(sx_md_sha512_256, 0));
   EXPECT_EQ(nullptr, HashOID_By_MD(sx_md_unknown));
   EXPECT_EQ(nullptr, HashOID_By_MD(sx_md_md4));
-  EXPECT_EQ(2, MdType_By_SignOID(sxASN_sha_1WithRSAEncryption));  // the older identifier is read, never written
+  EXPECT_EQ(2, MdType_By_SignOID(sxASN_sha_1WithRSAEncryption));   // the older identifier is read, never written
   EXPECT_EQ(0, AlgType_By_SignOID(sxASN_sha_1WithRSAEncryption));
   EXPECT_EQ(3, MdType_By_SignOID(sxASN_id_ce_keyUsage));
   EXPECT_EQ(3, MdType_By_SignOID(sxASN_rsaEncryption));

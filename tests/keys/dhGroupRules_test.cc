@@ -25,10 +25,7 @@ TEST(GrpNumOutOfLegalRange, KnowsBothEndsOfEachRange) {
 
 TEST(VerifyDhGrpNum, AnswersTheFirstBrokenRule) {
   const std::vector<DhGrpParams> list = Groups();
-  struct {
-    int oldNumber, newNumber, rule;
-    const char *line;
-  } const cases[] = {
+  struct { int oldNumber, newNumber, rule; const char *line; } const cases[] = {
       {14, 22, 0, nullptr},
       {14, 14, 0, nullptr},
       {5, 5, 8, "VerifyDhGrpNum: Can't change group number since it's predefined"},
@@ -54,11 +51,7 @@ TEST(VerifyDhPrivLen, ReportsItsBounds) {
 }
 
 TEST(ValidateDhGrpList, NamesWhatIsBroken) {
-  struct {
-    int rule;
-    const char *line;
-    void (*make)(std::vector<DhGrpParams> &);
-  } const faults[] = {
+  struct { int rule; const char *line; void (*make)(std::vector<DhGrpParams> &); } const faults[] = {
       {10, "ValidateDhGrpList: missing predefined group", [](auto &list) { list.erase(list.begin() + 1); }},
       {4, "ValidateDhGrpList: group not unique", [](auto &list) { list[3].name = list[0].name; }},
       {3, "ValidateDhGrpList: group number not unique", [](auto &list) { list[3].grpNum = 5; }},

@@ -14,7 +14,7 @@ namespace {
 TEST(LoadAllDHGroups, ReadsTheTextOfAnObject) {
   const std::string modulus = DhModulusHex(1024);
   const std::string text = "(\"Group 2 (1024 bit)\" :type (IKE_DH_parameters) :mod (" + modulus +
-                           ") :modsize (1024) :root (02) :rootsize (2) :DH_group_number (2) :private_key_length (162))";
+      ") :modsize (1024) :root (02) :rootsize (2) :DH_group_number (2) :private_key_length (162))";
   const std::unique_ptr<sxset> object(sio_sread(text.c_str(), nullptr));
   ASSERT_NE(nullptr, object);
   const DhTable table({*object});
@@ -28,9 +28,7 @@ TEST(LoadAllDHGroups, ReadsTheTextOfAnObject) {
   EXPECT_EQ(121, sxDhParams("Group 2 (1024 bit)", 121).PrivBits());
 }
 
-struct Change {
-  const char *member, *text, *line;
-};  // a null text takes the member away
+struct Change { const char *member, *text, *line; };   // a null text takes the member away
 
 TEST(LoadAllDHGroups, LeavesNoTableWhenAnObjectIsBroken) {
   const std::string tooLong((kMaxDhModulusLen + 1) * 2, 'f'), noDigits = "x" + DhModulusHex(1024).substr(1);
@@ -78,12 +76,12 @@ TEST(LoadAllDHGroups, TakesWhatIsOddByIntent) {
   EXPECT_EQ(400, sxDhParams("skip1024").PrivBits());
   EXPECT_EQ(400, sxDhParams("skip2048").PrivBits());
   EXPECT_EQ(128, sxDhParams("sxz512").PrivBits());
-  EXPECT_EQ(-1, FindIKEDHGroupByModSize(96));  // no IKE names
+  EXPECT_EQ(-1, FindIKEDHGroupByModSize(96));   // no IKE names
 }
 
 TEST(FindIKEDHGroup, ByNumberAndBySize) {
   DestroyDHP();
-  EXPECT_STREQ("Group 2 (1024 bit)", FindIKEDHGroupByGrpNum(2));  // nothing loaded
+  EXPECT_STREQ("Group 2 (1024 bit)", FindIKEDHGroupByGrpNum(2));   // nothing loaded
   EXPECT_STREQ("Group 51200 (512 bit)", FindIKEDHGroupByGrpNum(51200));
   EXPECT_EQ(nullptr, FindIKEDHGroupByGrpNum(40000));
   const std::string p = DhModulusHex(1024);
@@ -96,7 +94,7 @@ TEST(FindIKEDHGroup, ByNumberAndBySize) {
     EXPECT_EQ(40000, FindIKEDHGroupByModSize(128));
     EXPECT_EQ(-1, FindIKEDHGroupByModSize(96));
   }
-  EXPECT_STREQ("my isakmp", name);  // lent beyond the table
+  EXPECT_STREQ("my isakmp", name);   // lent beyond the table
 }
 
 TEST(DhGroups, SayWhenTheMutexFails) {
@@ -107,7 +105,7 @@ TEST(DhGroups, SayWhenTheMutexFails) {
   EXPECT_TRUE(log.Has("LoadAllDHGroups: Can't lock mutex, operation failed"));
   EXPECT_EQ(0, sxDhParams("toy").OK());
   MtMutex_SetFake({});
-  EXPECT_EQ(1, sxDhParams("toy").OK());  // the table is as it was
+  EXPECT_EQ(1, sxDhParams("toy").OK());   // the table is as it was
 }
 
 }  // namespace

@@ -7,16 +7,13 @@
 namespace {
 
 TEST(DhModulus, WantsAPrimeWithALargeSubgroup) {
-  const std::string tooLong = "1" + std::string(2 * 1024 - 1, '0') + "1";  // 8196 bits, hexadecimal
-  struct {
-    std::string p;
-    int rc;
-    std::string q;
-    int j;
-  } const cases[] = {
-      {"17", 0, "0B", 2},      {"0FB34B", 0, "0407", 998},  // 998 * 1031 + 1
-      {"0F9449", -1, "07", 0},                              // 1000 * 1021 + 1: one cofactor too far
-      {"15", -5, "07", 0},     {tooLong, -5, "07", 0},
+  const std::string tooLong = "1" + std::string(2 * 1024 - 1, '0') + "1";   // 8196 bits, hexadecimal
+  struct { std::string p; int rc; std::string q; int j; } const cases[] = {
+      {"17", 0, "0B", 2},
+      {"0FB34B", 0, "0407", 998},   // 998 * 1031 + 1
+      {"0F9449", -1, "07", 0},      // 1000 * 1021 + 1: one cofactor too far
+      {"15", -5, "07", 0},
+      {tooLong, -5, "07", 0},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.p.substr(0, 8));

@@ -26,13 +26,9 @@ std::string Power(const sxDhParams &params, const BIGNUM *x) {
 }
 
 TEST(kxDHPreCompute, AgreesWithExponentiation) {
-  struct {
-    const char *what;
-    std::string modHex;
-    int privBits;
-  } const cases[] = {
+  struct { const char *what; std::string modHex; int privBits; } const cases[] = {
       {"17 bits, three octets", "010001", 24},
-      {"65 bits: the top word is nearly empty", "01000000000000000D", 72},  // 2^64 + 13, prime
+      {"65 bits: the top word is nearly empty", "01000000000000000D", 72},   // 2^64 + 13, prime
       {"digits end within the first octet", DhModulusHex(768), 152},
       {"digits end with it", DhModulusHex(1024), 160},
   };
@@ -72,17 +68,17 @@ TEST(DHPreCompute, IsUsedForItsOwnGroupOnly) {
   ASSERT_EQ(0, DHPreCompute_AddGroup(kGroup2));
   ASSERT_EQ(0, DHPreCompute_AddGroup("toy"));
   expectKey(0, with);
-  expectKey(256, without);  // longer than the table is
+  expectKey(256, without);   // longer than the table is
   // Another group under the same name: the list still has the powers of the first.
   ASSERT_EQ(0, LoadDhGroups({DhObject(kGroup2, 2, DhModulusHex(768), 160)}));
   expectKey(0, without);
-  EXPECT_EQ(-1, DHPreCompute_Reconf());  // "toy" is gone
+  EXPECT_EQ(-1, DHPreCompute_Reconf());   // "toy" is gone
   expectKey(0, with);
   EXPECT_EQ(nullptr, DHPreC_ByGroup("toy"));
   const auto held = DHPreCList::DhPreC_Bygroup(kGroup2);
   DHPreCList::Destroy();
   expectKey(0, without);
-  EXPECT_EQ(20, held->NumBytes());  // goes with its last user
+  EXPECT_EQ(20, held->NumBytes());   // goes with its last user
   EXPECT_EQ(0, LoadDhGroups({DhObject("even", 40000, "010000", 24)}));
   EXPECT_EQ(-1, DHPreCompute_AddGroup("even"));
 }

@@ -38,9 +38,7 @@ struct Told {
   std::thread::id thread;
   sxd_env *stops = nullptr;
 
-  std::unique_ptr<unsigned char[]> TakeOctets() {
-    return std::unique_ptr<unsigned char[]>(static_cast<unsigned char *>(result));
-  }
+  std::unique_ptr<unsigned char[]> TakeOctets() { return std::unique_ptr<unsigned char[]>(static_cast<unsigned char *>(result)); }
 };
 void Tell(void *opaque, int rc, void *result, int resultLen, const char *errText) {
   auto *const told = static_cast<Told *>(opaque);
@@ -64,7 +62,9 @@ class KeyTasks : public testing::Test {
     EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
     EXPECT_EQ(1, m_told.numCalls);
   }
-  int SignA(sxPubKey &key) { return key.SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, Tell, &m_told, m_env); }
+  int SignA(sxPubKey &key) {
+    return key.SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, Tell, &m_told, m_env);
+  }
   int Verify(sxPubKey &key, const unsigned char *sig, int sigLen) {
     return key.Verify(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, sig, sigLen);
   }
@@ -94,7 +94,7 @@ TEST_F(KeyTasks, DecryptIntoTheCallersArea) {
   ASSERT_EQ(256, m_rsa->Encrypt(sxPKop_digest, m_digest.data(), 32, sealed.data(), 256));
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
   EXPECT_EQ(1, m_rsa->DecryptA(sxPKop_digest, sealed.data(), 256, opened.data(), 256, Tell, &m_told, m_env));
-  sealed.assign(256, 0);  // the record has a copy
+  sealed.assign(256, 0);   // the record has a copy
   RunUntilTold();
   EXPECT_EQ(opened.data(), m_told.result);
   EXPECT_EQ(32, m_told.resultLen);
@@ -132,7 +132,8 @@ TEST_F(KeyTasks, KeysThatAreNotOkFailInTheWayOfTheTask) {
   };
   EXPECT_EQ(TASK_SIGNING_ERROR, ended(SignA(*bad)));
   EXPECT_EQ(TASK_DERIVING_ERROR, ended(bad->DeriveA(sxPKop_raw, m_digest.data(), 32, Tell, &m_told, m_env)));
-  EXPECT_EQ(TASK_DECRYPT_ERROR, ended(bad->DecryptA(sxPKop_raw, m_digest.data(), 32, area, 32, Tell, &m_told, m_env)));
+  EXPECT_EQ(TASK_DECRYPT_ERROR,
+            ended(bad->DecryptA(sxPKop_raw, m_digest.data(), 32, area, 32, Tell, &m_told, m_env)));
 }
 
 TEST_F(KeyTasks, AgreeOnASecret) {
@@ -180,9 +181,8 @@ TEST_F(KeyTasks, OthersWorkOnTheCallingThread) {
 
   const LogCapture log;
   EXPECT_EQ(-1, KeyTaskMngmnt_init(m_env, 0));
-  EXPECT_TRUE(
-      log.Has("KeyTaskMngmnt_init: Will not create working threads. "
-              "All keys operations will be done synchronically."));
+  EXPECT_TRUE(log.Has("KeyTaskMngmnt_init: Will not create working threads. "
+                      "All keys operations will be done synchronically."));
   m_told = {};
   EXPECT_EQ(1, SignA(*m_rsa));
   ASSERT_EQ(1, m_told.numCalls);
@@ -306,16 +306,13 @@ TEST_F(KeyTasks, DroppedWithTheEnvironmentAndAtExit) {
   EXPECT_EQ(0, m_told.numCalls);
 
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_EXIT(
-      {
-        static sxd_env *const env = sxd_env_create();  // never destroyed
-        KeyTaskMngmnt_init(env, 2);
-        const auto fail = [](void *, int, void *, int, const char *) { _exit(1); };
-        for (int i = 0; i < 20; ++i)
-          m_rsa->SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, fail, nullptr, nullptr);
-        std::exit(0);
-      },
-      testing::ExitedWithCode(0), "");
+  EXPECT_EXIT({
+    static sxd_env *const env = sxd_env_create();   // never destroyed
+    KeyTaskMngmnt_init(env, 2);
+    const auto fail = [](void *, int, void *, int, const char *) { _exit(1); };
+    for (int i = 0; i < 20; ++i) m_rsa->SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, fail, nullptr, nullptr);
+    std::exit(0);
+  }, testing::ExitedWithCode(0), "");
 }
 
 TEST_F(KeyTasks, ACompletionMayReplaceAndStopThePool) {
@@ -325,7 +322,9 @@ TEST_F(KeyTasks, ACompletionMayReplaceAndStopThePool) {
   const auto replace = [](void *opaque, int rc, void *octets, int, const char *) {
     const std::unique_ptr<unsigned char[]> signature(static_cast<unsigned char *>(octets));
     EXPECT_EQ(TASK_SUCCESS, rc);
-    if (++*static_cast<int *>(opaque) == 1) { EXPECT_EQ(0, KeyTaskMngmnt_init(env, 2)); }
+    if (++*static_cast<int *>(opaque) == 1) {
+      EXPECT_EQ(0, KeyTaskMngmnt_init(env, 2));
+    }
     EXPECT_EQ(0, KeyTaskMngmnt_reconf(1));
   };
   int numCalls = 0;
@@ -375,8 +374,7 @@ TEST_F(KeyTasks, UnknownKindsAndNames) {
 TEST_F(KeyTasks, OperationsOfTheKindsThemselvesTellMinusOne) {
   Octets signature(256);
   const int len = m_rsa->Sign(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, signature.data(), 256);
-  EXPECT_EQ(0,
-            m_rsa->VerifyA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, signature.data(), len, Tell, &m_told, m_env));
+  EXPECT_EQ(0, m_rsa->VerifyA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, signature.data(), len, Tell, &m_told, m_env));
   EXPECT_EQ(0, m_told.numCalls);
   RunUntilTold();
   EXPECT_EQ(-1, m_told.rc) << "also for a valid signature: intended";

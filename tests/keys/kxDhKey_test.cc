@@ -27,7 +27,7 @@ TEST(kxDhKey, IsTheSameAfterItsTextForm) {
     key.reset(DhKey_create("Group 2 (1024 bit)", 200));
     ASSERT_NE(nullptr, key);
     SetRef(DhKey_toset(key.get()))->Write(&text);
-  }  // from here on no group is loaded
+  }   // from here on no group is loaded
   const SetRef read(sio_sread(text.GetBuf(), nullptr));
   const DhKeyRef again(DhKey_fromset(read.get()));
   ASSERT_NE(nullptr, again);
@@ -52,7 +52,7 @@ TEST(kxDhKey, IsTheSameAfterItsTextForm) {
   kxBinBuf hash;
   EXPECT_EQ(0, DhKey_gethash(key.get(), hashText));
   EXPECT_EQ(EncodeHex(expected, kDhKeyHashLen), hashText.getstr());
-  read->Remove("private");  // of a public key it is the same
+  read->Remove("private");   // of a public key it is the same
   EXPECT_EQ(0, DhKey_binaryhash_fromset(read.get(), hash));
   EXPECT_EQ(hashText.getstr(), EncodeHex(hash.Data(), hash.Len()));
 }
@@ -64,10 +64,7 @@ TEST(kxDhKey, RefusesBrokenSets) {
   const SetRef good(key->ToSet());
   EXPECT_NE(nullptr, DhKeyRef(DhKey_fromset(good.get())));
   const std::string tooLong(2050, 'f');
-  struct {
-    const char *member, *value, *line;
-  } const cases[] = {
-      // numbers in little-endian order
+  struct { const char *member, *value, *line; } const cases[] = {   // numbers in little-endian order
       {"modulus", tooLong.c_str(), "modulus or generator is missing"},
       {"modulus", "000001", "modulus is even or below 5"},
       {"generator", "000001", "generator is not from 2 to p - 2"},

@@ -23,10 +23,7 @@ namespace {
 
 // Private value and point of both sides, and what they share. RFC 5903, 8.1 and 8.2; the third was computed
 // apart from any library, such that each kind of value needs padding.
-struct Vector {
-  int group;
-  const char *i, *gix, *giy, *r = "", *grx = "", *gry = "", *girx = "";
-};
+struct Vector { int group; const char *i, *gix, *giy, *r = "", *grx = "", *gry = "", *girx = ""; };
 constexpr Vector kVectors[] = {
     {19, "c88f01f510d9ac3f70a292daa2316de544e9aab8afe84049c62a9c57862d1433",
      "dad0b65394221cf9b051e1feca5787d098dfe637fc90b9ef945d0c3772581180",
@@ -113,8 +110,7 @@ TEST_F(kxECDHTest, AgreesWithTheOpensslCommand) {
     std::string info = RunCommand("openssl pkey -pubout -outform DER -in " + keyFile);
     std::ranges::copy(PublicOf(ours), info.end() - LenOf(point) + 1);
     const std::string command = "openssl pkeyutl -derive -inkey " + keyFile + " -peerform DER -peerkey ";
-    EXPECT_EQ(Text(RunCommand(command + dir.Write("peer", info))),
-              SharedWith(ours, Octets(point.begin() + 1, point.end())));
+    EXPECT_EQ(Text(RunCommand(command + dir.Write("peer", info))), SharedWith(ours, Octets(point.begin() + 1, point.end())));
   }
 }
 
@@ -153,10 +149,7 @@ TEST_F(kxECDHTest, TakesPeerPointsOfTheCurveOnly) {
   const std::string x = kVectors[0].grx, y = kVectors[0].gry, zeros(64, '0');
   const std::string p = "ffffffff00000001000000000000000000000000ffffffffffffffffffffffff";
   const std::string rootB = "66485c780e2f83d72433bd5d84a06bb6541c2af31dae871728bf856a174f93f4";
-  const struct {
-    const char *what;
-    std::string hex, why;
-  } cases[] = {
+  const struct { const char *what; std::string hex, why; } cases[] = {
       {"zeros", zeros + zeros, "Peer point is at infinity or not on curve"},
       {"of order 2 on another curve", zeros.substr(1) + "5" + zeros, "Peer point is at infinity or not on curve"},
       {"0 and a root of b, but x is p", p + rootB, "Peer point is at infinity or not on curve"},
@@ -178,12 +171,8 @@ TEST_F(kxECDHTest, TakesPeerPointsOfTheCurveOnly) {
 TEST_F(kxECDHTest, RefusesOtherKeyMaterial) {
   const Vector &c = kVectors[0];
   const std::string good = Material(c), point = good.substr(67);
-  const std::string cases[] = {"",
-                               good + "0",
-                               "20" + good.substr(2),
-                               good.substr(0, 66) + "g" + point,
-                               good.substr(0, 66) + "::" + point.substr(1),
-                               "19:" + std::string(c.r) + point,
+  const std::string cases[] = {"", good + "0", "20" + good.substr(2), good.substr(0, 66) + "g" + point,
+                               good.substr(0, 66) + "::" + point.substr(1), "19:" + std::string(c.r) + point,
                                "19:" + std::string(64, 'f') + point};
   EXPECT_EQ(1, kxECDH(good.c_str()).OK());
   for (const std::string &text : cases) {
@@ -234,8 +223,7 @@ TEST_P(kxECDHAsync, CompletesOnTheLoopAndNeverWithinTheCall) {
   KeyTaskMngmnt_init(m_env, GetParam());
   EXPECT_EQ(0, exchange->generateA(Complete, &m_done));
   EXPECT_EQ(-4, exchange->generate() + exchange->initialize(20) + exchange->generateA(Complete, &m_done) +
-                    exchange->setPeerPublic(peer.data(), 64))
-      << "nothing changes it meanwhile";
+                    exchange->setPeerPublic(peer.data(), 64)) << "nothing changes it meanwhile";
   EXPECT_TRUE(m_log.Has("kxECDH::initialize: Called while an asynchronous call is under way."));
   EXPECT_EQ(0, m_done.numCalls);
   EXPECT_EQ(0, sxd_env_run_for(m_env, 20000));
@@ -247,7 +235,7 @@ TEST_P(kxECDHAsync, CompletesOnTheLoopAndNeverWithinTheCall) {
   EXPECT_EQ(-1, exchange->deriveA(out, 31, Complete, &m_done));
   EXPECT_TRUE(m_log.Has("kxECDH::deriveA: passed buffer is too small (31 < 32)"));
   EXPECT_EQ(-1, exchange->deriveA(nullptr, 32, Complete, &m_done));
-  m_done.doomed = exchange;  // the callback deletes it
+  m_done.doomed = exchange;   // the callback deletes it
   EXPECT_EQ(0, exchange->deriveA(out, 32, Complete, &m_done));
   EXPECT_EQ(-1, exchange->derive());
   EXPECT_EQ(1, m_done.numCalls);

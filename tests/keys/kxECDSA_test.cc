@@ -11,9 +11,9 @@
 #include <cstring>
 #include <thread>
 
-#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/pkcs1.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"
@@ -24,13 +24,7 @@
 
 namespace {
 
-constexpr struct {
-  const char *name;
-  int nid;
-  int orderBits;
-  int maxSigLen;
-  const char *comment;
-} kCurves[] = {
+constexpr struct { const char *name; int nid; int orderBits; int maxSigLen; const char *comment; } kCurves[] = {
     {"prime256v1", 415, 256, 72, "X9.62/SECG curve over a 256 bit prime field"},
     {"secp384r1", 715, 384, 104, "NIST/SECG curve over a 384 bit prime field"},
     {"secp521r1", 716, 521, 139, "NIST/SECG curve over a 521 bit prime field"},
@@ -54,11 +48,7 @@ PubKeyRef Import(const std::string &hex, int nid) {
 }
 
 // RFC 6979, A.2.5 to A.2.7: the message is "sample", hashed as long as the curve.
-constexpr struct {
-  int nid;
-  sx_md_type md;
-  const char *x, *ux, *uy, *k, *r, *s;
-} kRfc6979Cases[] = {
+constexpr struct { int nid; sx_md_type md; const char *x, *ux, *uy, *k, *r, *s; } kRfc6979Cases[] = {
     {415, sx_md_sha256, "C9AFA9D845BA75166B5C215767B1D6934E50C3DB36E89B127B8A622B120F6721",
      "60FED4BA255A9D31C961EB74C6356D68C049B8923B61FA6CE669622E60F29FB6",
      "7903FE1008B8BC99A41AE9E95628BC64F2F1B20C2D7E9F5177A3C294D4462299",
@@ -127,8 +117,8 @@ TEST(kxECDSA, MakesTheSignaturesOfRfc6979) {
     BN_CTX_free(context);
     Octets digest(static_cast<size_t>(kx_md_len(c.md))), sig(static_cast<size_t>(key.GetLen(sxPK_len_output)));
     kx_md_hashbuf(c.md, "sample", 6, digest.data(), LenOf(digest));
-    const int len =
-        key.Sign(sxPKop_raw, c.md, digest.data(), LenOf(digest), sig.data(), LenOf(sig), inverse.get(), r.get());
+    const int len = key.Sign(sxPKop_raw, c.md, digest.data(), LenOf(digest), sig.data(), LenOf(sig), inverse.get(),
+                             r.get());
     ASSERT_GT(len, 0);
     sig.resize(static_cast<size_t>(len));
     EXPECT_EQ(EncodeHex(SigValue(r.get(), s.get())), EncodeHex(sig));
@@ -146,8 +136,8 @@ TEST(kxECDSA, AgreesWithTheOpensslCommand) {
       SCOPED_TRACE(testing::Message() << c.name << ", " << digestLen << " octets");
       const PubKeyRef key = EcTestKey(c.name), publicKey = PublicPart(*key);
       const Octets digest(static_cast<size_t>(digestLen), 0x3C);
-      const std::string common =
-          " -inkey " + KeyFile(c.name + std::string(".pem")) + " -in " + dir.Write("digest", StringOf(digest));
+      const std::string common = " -inkey " + KeyFile(c.name + std::string(".pem")) + " -in " +
+                                 dir.Write("digest", StringOf(digest));
       RunCommand("openssl pkeyutl -verify -sigfile " + dir.Write("sig", StringOf(SignedRaw(*key, digest))) + common);
       EXPECT_EQ(0, Verified(*publicKey, digest, Text(RunCommand("openssl pkeyutl -sign" + common))));
     }
@@ -185,7 +175,7 @@ TEST(kxECDSA, GeneratesOnKnownCurves) {
   const EcKeyRef pointless(EC_KEY_by_nid_with_precompute(415), EC_KEY_free);
   EXPECT_EQ(0, kxECDSA_is_ok(pointless.get()));
   EXPECT_EQ(0, kxECDSA_is_ok(nullptr));
-  EC_POINT *infinity = EC_POINT_new(EC_KEY_get0_group(pointless.get()));  // which a new point is at
+  EC_POINT *infinity = EC_POINT_new(EC_KEY_get0_group(pointless.get()));   // which a new point is at
   EC_KEY_set_public_key(pointless.get(), infinity);
   EC_POINT_free(infinity);
   EXPECT_EQ(0, kxECDSA_is_ok(pointless.get()));
@@ -247,11 +237,7 @@ TEST(kxECDSA, RefusesOddSignatures) {
   const Octets digest(32, 4);
   const std::string n = "00ffffffff00000000ffffffffffffffffbce6faada7179e84f3b9cac2fc632551";
   const std::string good = EncodeHex(SignedRaw(*key, digest));
-  const struct {
-    const char *what;
-    std::string hex;
-    int rc;
-  } cases[] = {
+  const struct { const char *what; std::string hex; int rc; } cases[] = {
       {"r is 0", "3006020100020101", kKeyUnequal},
       {"s is 0", "3006020101020100", kKeyUnequal},
       {"r is the order", "30260221" + n + "020101", kKeyUnequal},
@@ -271,7 +257,7 @@ TEST(kxECDSA, RefusesOddSignatures) {
   for (const auto &c : cases) {
     SCOPED_TRACE(c.what);
     Octets sig = DecodeHex(c.hex.c_str());
-    sig.reserve(1);  // data() is null otherwise
+    sig.reserve(1);   // data() is null otherwise
     EXPECT_EQ(c.rc, Verified(*key, digest, sig));
   }
 }
@@ -280,12 +266,7 @@ TEST(kxECDSA, ImportsPointsOfTheCurveOnly) {
   const std::string x = "60fed4ba255a9d31c961eb74c6356d68c049b8923b61fa6ce669622e60f29fb6";
   const std::string y = "7903fe1008b8bc99a41ae9e95628bc64f2f1b20c2d7e9f5177a3c294d4462299";
   const std::string p = "ffffffff00000001000000000000000000000000ffffffffffffffffffffffff";
-  const struct {
-    const char *what;
-    std::string hex;
-    int nid;
-    const char *why;
-  } cases[] = {
+  const struct { const char *what; std::string hex; int nid; const char *why; } cases[] = {
       {"uncompressed", "04" + x + y, 415, nullptr},
       {"compressed", "03" + x, 415, nullptr},
       {"infinity", "00", 415, "kxECDSA_imp::test_if_ok: public key is the point at infinity"},
@@ -313,7 +294,7 @@ TEST(kxECDSA, ImportsPointsOfTheCurveOnly) {
     } else if (c.why != nullptr) {
       EXPECT_TRUE(log.Has(c.why)) << testing::PrintToString(log.Lines());
     }
-    const Octets octets = DecodeHex(c.hex.c_str());  // the plain function agrees
+    const Octets octets = DecodeHex(c.hex.c_str());   // the plain function agrees
     EXPECT_EQ(ok, EcKeyRef(kxECDSA_from_buf(sxPK_public, octets.data(), LenOf(octets), c.nid), EC_KEY_free) != nullptr);
   }
 }
@@ -332,7 +313,7 @@ TEST(kxECDSA, ImportsPrivateKeysThatFitTheirPoint) {
     der.push_back(0);
     EXPECT_FALSE(usable(0));
     der.pop_back();
-    der[static_cast<size_t>(c.orderBits / 16)] ^= 1;  // an octet in the middle of the scalar
+    der[static_cast<size_t>(c.orderBits / 16)] ^= 1;   // an octet in the middle of the scalar
     EXPECT_FALSE(usable(0));
   }
   // Another curve, and the numbers of a curve instead of its name.
@@ -367,7 +348,7 @@ TEST(kxECDSA, GoesIntoASetAndBack) {
     EXPECT_EQ(Exported(*key, sxPK_private), Octets(der.Data(), der.Data() + der.Len()));
 
     const std::string scalar = set->FindText("private");
-    set->SetText("private", "01");  // belongs to another point
+    set->SetText("private", "01");   // belongs to another point
     EXPECT_EQ(nullptr, read());
     set->SetText("private", (scalar + "00").c_str());
     EXPECT_EQ(nullptr, read());
@@ -400,7 +381,7 @@ TEST(kxECDSA, LogsNothingSecret) {
   EXPECT_NE(std::string::npos, all.find("private part: yes"));
   all.erase(std::remove(all.begin(), all.end(), ' '), all.end());
   EXPECT_NE(std::string::npos, all.find(EncodeHex(Exported(*key, sxPK_public)).substr(0, 16)));
-  for (size_t pos = 7; pos + 4 <= 39; ++pos) {  // the scalar: 30 77 02 01 01 04 20, then 32 octets
+  for (size_t pos = 7; pos + 4 <= 39; ++pos) {   // the scalar: 30 77 02 01 01 04 20, then 32 octets
     ASSERT_EQ(std::string::npos, all.find(EncodeHex(der.data() + pos, 4))) << "octet " << pos;
   }
 }
@@ -410,7 +391,7 @@ TEST(kxECDSA, ManyThreadsMayUseAKeyFirst) {
     const PubKeyRef key = EcTestKey(c.name);
     const Octets digest(32, 1), sig = SignedRaw(*key, digest), point = Exported(*key, sxPK_public);
     for (int round = 0; round < 5; ++round) {
-      const PubKeyRef shared = PublicPart(*key);  // has no libcrypto key yet
+      const PubKeyRef shared = PublicPart(*key);   // has no libcrypto key yet
       std::atomic<int> numReady{0};
       OnThreads(8, [&](int) {
         ++numReady;

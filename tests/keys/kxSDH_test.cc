@@ -28,7 +28,7 @@ std::string RawPublic(const kxSDH &key) {
   return EncodeHex(raw);
 }
 
-Octets Derived(kxSDH &key, const Octets &peer) {  // as many octets as the modulus has
+Octets Derived(kxSDH &key, const Octets &peer) {   // as many octets as the modulus has
   Octets secret(peer.size());
   const auto len = static_cast<int>(peer.size());
   EXPECT_EQ(len, key.Derive(sxPKop_raw, peer.data(), len, nullptr, 0));
@@ -70,12 +70,10 @@ TEST(kxSDH, ComputesInTheGroup) {
   const Num three(3), sixteen(16);
   kxSDH key(sxDhParams("toy"), three.n, nullptr), other(sxDhParams("toy"), sixteen.n, nullptr);
   EXPECT_EQ("000008", RawPublic(key));
-  EXPECT_EQ("010000", RawPublic(other));  // 2^16 = -1
-  struct {
-    const char *peer, *secret, *line;
-  } const cases[] = {
-      {"05", "00007d", ""},      // zeros up to the modulus
-      {"010006", "00007d", ""},  // 5 + p: reduced, not refused
+  EXPECT_EQ("010000", RawPublic(other));   // 2^16 = -1
+  struct { const char *peer, *secret, *line; } const cases[] = {
+      {"05", "00007d", ""},            // zeros up to the modulus
+      {"010006", "00007d", ""},        // 5 + p: reduced, not refused
       {"00", "eeeeee", "kxSDH_imp::MakeShared: illegal shared secret :0"},
       {"01", "eeeeee", "kxSDH_imp::MakeShared: illegal shared secret :1"},
       {"010000", "eeeeee", "kxSDH_imp::MakeShared: illegal shared secret : -1"},
@@ -107,28 +105,25 @@ TEST(kxSDH, AnswersItsKindAndSizes) {
   EXPECT_EQ(kKeyNotUsable, unusable.Export(sxPK_public, out.data(), 3));
   EXPECT_EQ(kKeyBadInput, publicOnly.Export(sxPK_private, nullptr, 0));
   EXPECT_EQ(1, sxPubKey_Equal(&key, &publicOnly));
-  struct {
-    kxSDH *key;
-    int peerLen, outLen, rc;
-  } const derivations[] = {{&key, kMaxDhPeerLen, 3, 3}, {&key, kMaxDhPeerLen + 1, 3, -1},
-                           {&key, -1, 3, -1},           {&key, 1, 2, -1},
-                           {&publicOnly, 1, 3, -1},     {&unusable, 1, 3, -1}};
-  for (const auto &d : derivations) {  // -1 whatever the reason
+  struct { kxSDH *key; int peerLen, outLen, rc; } const derivations[] = {
+      {&key, kMaxDhPeerLen, 3, 3}, {&key, kMaxDhPeerLen + 1, 3, -1}, {&key, -1, 3, -1},
+      {&key, 1, 2, -1},            {&publicOnly, 1, 3, -1},          {&unusable, 1, 3, -1}};
+  for (const auto &d : derivations) {   // -1 whatever the reason
     EXPECT_EQ(d.rc, d.key->Derive(sxPKop_raw, peer.data(), d.peerLen, out.data(), d.outLen)) << d.peerLen;
   }
 }
 
 TEST(kxSDH, RefusesNumbersThatAreNoKey) {
-  struct {
-    const char *mod, *gen, *x, *y;
-    int made, wrapped;
-  } const cases[] = {
-      {"0017", "02", "ff", "04", 1, 1},                                  // a zero before the modulus does no harm
-      {"17", "16", "01", "01", 0, 0},                                    // p - 1
-      {"17", "01", "01", "01", 0, 0},   {"18", "02", "01", "01", 0, 0},  // even
-      {"17", "02", "01", "00", 1, 0},   {"17", "02", "01", "17", 1, 0},  // p
-      {"17", "02", "0100", "01", 1, 0},                                  // x is longer than p
-      {"17", "02", "00", "01", 1, 0},   {"17", "02", "ff", "03", 1, 0},  // y is not g ^ x
+  struct { const char *mod, *gen, *x, *y; int made, wrapped; } const cases[] = {
+      {"0017", "02", "ff", "04", 1, 1},   // a zero before the modulus does no harm
+      {"17", "16", "01", "01", 0, 0},     // p - 1
+      {"17", "01", "01", "01", 0, 0},
+      {"18", "02", "01", "01", 0, 0},     // even
+      {"17", "02", "01", "00", 1, 0},
+      {"17", "02", "01", "17", 1, 0},     // p
+      {"17", "02", "0100", "01", 1, 0},   // x is longer than p
+      {"17", "02", "00", "01", 1, 0},
+      {"17", "02", "ff", "03", 1, 0},     // y is not g ^ x
   };
   for (const auto &c : cases) {
     sxset object = DhObject("g", 40000, c.mod, 8);
@@ -146,7 +141,7 @@ TEST(kxSDH, DrawsThePrivateLengthThatFits) {
   const sxDhParams params("Group 2 (1024 bit)");
   for (const auto &[bits, octets] : std::vector<std::pair<int, int>>{
            {64, 20}, {120, 20}, {128, 16}, {129, 17}, {1024, 128}, {1032, 20}, {-8, 20}, {INT32_MAX, 20}}) {
-    int longest = 0;  // all four begin with a zero octet once in four thousand million times
+    int longest = 0;   // all four begin with a zero octet once in four thousand million times
     for (int i = 0; i < 4; ++i) longest = std::max(longest, BN_num_bytes(kxSDH(params, bits).Private()));
     EXPECT_EQ(octets, longest) << bits;
   }

@@ -9,10 +9,10 @@
 
 #include "keys/libcryptoTypes.h"
 #include "keys/offload/pkxlMessage.h"
-#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/bigNumSet.h"
 #include "kxcert/keys/pkxl.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"
@@ -33,7 +33,7 @@ int Verified(sxPubKey &key, sxPKop_type op, int md, const Octets &data, const Oc
   return key.Verify(op, static_cast<sx_md_type>(md), data.data(), LenOf(data), sig.data(), LenOf(sig));
 }
 
-using SetRef = std::unique_ptr<sxset>;  // a set that the key made
+using SetRef = std::unique_ptr<sxset>;   // a set that the key made
 
 // Numbers in hexadecimal; an RSAPublicKey made of them, each with the octets given.
 std::string Tlv(const std::string &tag, const std::string &content) {
@@ -45,15 +45,13 @@ std::string Tlv(const std::string &tag, const std::string &content) {
 std::string PublicDer(const std::string &modulus, const std::string &exponent) {
   return Tlv("30", Tlv("02", modulus) + Tlv("02", exponent));
 }
-std::string OddNumber(int bits) {  // 2^(bits-1) + 1, with a sign octet where it needs one
+std::string OddNumber(int bits) {   // 2^(bits-1) + 1, with a sign octet where it needs one
   std::string hex = bits % 8 == 0 ? "0080" : bits % 8 == 1 ? "01" : "";
   return hex + std::string(static_cast<size_t>((bits - 1) / 8 - 1) * 2, '0') + "01";
 }
 
-constexpr struct {
-  int md;
-  const char *name;
-} kDigestNames[] = {{1, "md5"}, {2, "sha1"}, {5, "sha256"}, {6, "sha384"}, {7, "sha512"}, {8, "sha512-256"}};
+constexpr struct { int md; const char *name; } kDigestNames[] = {{1, "md5"},    {2, "sha1"},   {5, "sha256"},
+                                       {6, "sha384"}, {7, "sha512"}, {8, "sha512-256"}};
 
 TEST(kxSRSA, AgreesWithTheOpensslCommand) {
   const TempDir dir;
@@ -83,7 +81,7 @@ TEST(kxSRSA, EncryptsForTheOpensslCommandAndBack) {
   EXPECT_EQ(StringOf(text), RunCommand("openssl pkeyutl -decrypt" + inkey + dir.Write("c", StringOf(cipher))));
 
   cipher = Text(RunCommand("openssl pkeyutl -encrypt" + inkey + dir.Write("t", StringOf(text))));
-  for (const int capacity : {256, 255, 7}) {  // into the caller's area, and through the inner one
+  for (const int capacity : {256, 255, 7}) {   // into the caller's area, and through the inner one
     Octets plain(static_cast<size_t>(capacity));
     ASSERT_EQ(7, key->Decrypt(sxPKop_digest, cipher.data(), LenOf(cipher), plain.data(), capacity));
     EXPECT_EQ(StringOf(text), StringOf(plain).substr(0, 7));
@@ -105,7 +103,7 @@ TEST(kxSRSA, AnswersItsKindAndSizes) {
   EXPECT_EQ(128, key->GetLen(sxPK_len_modulus));
   EXPECT_EQ(-1, key->GetLen(static_cast<sxPK_Len_Type>(3)));
 
-  const Octets odd = DecodeHex(PublicDer(OddNumber(1025), "010001").c_str());  // rounds up to whole octets
+  const Octets odd = DecodeHex(PublicDer(OddNumber(1025), "010001").c_str());   // rounds up to whole octets
   kxSRSA wide(sxPK_public, odd.data(), LenOf(odd));
   EXPECT_EQ(1025, wide.Nbits());
   EXPECT_EQ(129, wide.Nbytes());
@@ -141,7 +139,7 @@ TEST(kxSRSA, ReachesEachResultCode) {
   EXPECT_EQ(kKeyNoDigestInfo, key->Sign(op(0), md(3), i, 20, o, 128));
   EXPECT_EQ(kKeyNotImplemented, key->Sign(op(4), md(2), i, 20, o, 128));
   EXPECT_TRUE(log.Has("kxSRSA_imp::Sign: unsupported op 4"));
-  const Octets tooLong(118);  // 117 octets are what a block of 128 holds
+  const Octets tooLong(118);   // 117 octets are what a block of 128 holds
   EXPECT_EQ(kKeyLibraryFailed, key->Sign(op(1), md(2), tooLong.data(), 118, o, 128));
   EXPECT_TRUE(log.Has("kxSRSA_imp::Sign: failed"));
 
@@ -164,13 +162,13 @@ TEST(kxSRSA, ReachesEachResultCode) {
   EXPECT_EQ(128, key->Decrypt(op(0), i, 20, nullptr, 0));
   EXPECT_EQ(kKeyUnequal, publicKey->Decrypt(op(0), sig.data(), 128, o, 128));
   EXPECT_TRUE(log.Has("kxSRSA_imp::Decrypt decryption failed"));
-  EXPECT_EQ(0u, ERR_peek_error());  // nothing is left to be taken for a later failure
+  EXPECT_EQ(0u, ERR_peek_error());   // nothing is left to be taken for a later failure
 }
 
 TEST(kxSRSA, ComparesWhatItOpens) {
   const PubKeyRef key = RsaTestKey(1024);
   const Octets digest(20, 3), bare = DecodeHex(("301f300706052b0e03021a0414" + EncodeHex(digest)).c_str());
-  const Octets sig = Signed(*key, sxPKop_either, 2, bare);  // a DigestInfo without parameters
+  const Octets sig = Signed(*key, sxPKop_either, 2, bare);   // a DigestInfo without parameters
   EXPECT_EQ(0, Verified(*key, sxPKop_digest, 2, digest, sig));
   EXPECT_EQ(0, Verified(*key, sxPKop_either, 2, digest, sig));
   EXPECT_EQ(0, Verified(*key, sxPKop_raw, 2, bare, sig));
@@ -182,11 +180,7 @@ TEST(kxSRSA, ImportsWhatCanBeVerifiedWith) {
   const std::string n = OddNumber(1024), e = "010001", good = PublicDer(n, e);
   std::string even = n;
   even.back() = '2';
-  const struct {
-    const char *what;
-    std::string hex;
-    bool ok;
-  } cases[] = {
+  const struct { const char *what; std::string hex; bool ok; } cases[] = {
       {"65537", good, true},
       {"exponent 3", PublicDer(n, "03"), true},
       {"exponent 1", PublicDer(n, "01"), false},
@@ -219,7 +213,7 @@ TEST(kxSRSA, ImportsWhatCanBeVerifiedWith) {
     const Octets der = DecodeHex(c.hex.c_str());
     const PubKeyRef key(sxImportRSAKey(sxPK_public, der.data(), LenOf(der)));
     ASSERT_EQ(c.ok, key != nullptr);
-    const unsigned char *end = der.data();  // libcrypto reads the same, and writes it in DER
+    const unsigned char *end = der.data();   // libcrypto reads the same, and writes it in DER
     const RsaKey lib(d2i_RSAPublicKey(nullptr, &end, LenOf(der)));
     if (!c.ok) continue;
     ASSERT_NE(nullptr, lib);
@@ -234,31 +228,14 @@ TEST(kxSRSA, ImportsWhatCanBeVerifiedWith) {
 }
 
 // One number of a sound key is replaced: 0 to 7 are n, e, d, p, q, dP, dQ and qInv.
-struct NumberCase {
-  const char *what;
-  size_t which;
-  int add;
-  int shift;
-  bool plusP = false;
-};
+struct NumberCase { const char *what; size_t which; int add; int shift; bool plusP = false; };
 constexpr NumberCase kWrongNumbers[] = {
-    {"modulus", 0, 2, 0},
-    {"public exponent", 1, 2, 0},
-    {"private exponent", 2, 2, 0},
-    {"even d", 2, 1, 0},
-    {"d beyond n", 2, 1, 20},
-    {"even p", 3, 1, 0},
-    {"p", 3, 2, 0},
-    {"endless p", 3, 1, 60000},
-    {"q", 4, 2, 0},
-    {"endless q", 4, 1, 60000},
-    {"dP", 5, 2, 0},
-    {"endless dP", 5, 0, 60000},
-    {"dQ", 6, 2, 0},
-    {"endless dQ", 6, 0, 60000},
-    {"qInv", 7, 1, 0},
-    {"endless qInv", 7, 0, 60000},
-    {"qInv + p", 7, 0, 0, true},
+    {"modulus", 0, 2, 0},      {"public exponent", 1, 2, 0}, {"private exponent", 2, 2, 0},
+    {"even d", 2, 1, 0},       {"d beyond n", 2, 1, 20},     {"even p", 3, 1, 0},
+    {"p", 3, 2, 0},            {"endless p", 3, 1, 60000},   {"q", 4, 2, 0},
+    {"endless q", 4, 1, 60000}, {"dP", 5, 2, 0},             {"endless dP", 5, 0, 60000},
+    {"dQ", 6, 2, 0},           {"endless dQ", 6, 0, 60000},  {"qInv", 7, 1, 0},
+    {"endless qInv", 7, 0, 60000}, {"qInv + p", 7, 0, 0, true},
 };
 
 RsaKey WithNumber(const RSA *sound, const NumberCase &change) {
@@ -313,7 +290,7 @@ TEST(kxSRSA, RefusesPrivateNumbersThatDoNotBelongTogether) {
   RsaKey third = WithNumber(sound.get(), {"a third prime", 0, 0, 0});
   ASSERT_EQ(1, RSA_set0_multi_prime_params(third.get(), primes, exponents, coefficients, 1));
   check(std::move(third), false);
-  for (const NumberCase &c : {NumberCase{"even d", 2, 1, 0}, NumberCase{"d beyond n", 2, 1, 20}}) {  // n, e and d alone
+  for (const NumberCase &c : {NumberCase{"even d", 2, 1, 0}, NumberCase{"d beyond n", 2, 1, 20}}) {   // n, e and d alone
     const SetRef set(kxRSA_to_set(WithNumber(sound.get(), c).get()));
     set->FindSet("private")->Remove("pkcs8");
     EXPECT_EQ(nullptr, sxImportRSAKey_from_Set(set.get())) << c.what;
@@ -367,7 +344,7 @@ TEST(kxSRSA, GoesIntoASetAndBack) {
   ASSERT_TRUE(full->FindSet("modulus")->FindBinary("value", &value));
   std::reverse(value.begin(), value.end());
   const Octets publicDer = Exported(*key, sxPK_public);
-  EXPECT_EQ(EncodeHex(publicDer).substr(14, 256), EncodeHex(value));  // 30 81 89 02 81 81 00, then n
+  EXPECT_EQ(EncodeHex(publicDer).substr(14, 256), EncodeHex(value));   // 30 81 89 02 81 81 00, then n
 
   SxStream text;
   full->Write(&text);
@@ -380,11 +357,11 @@ TEST(kxSRSA, GoesIntoASetAndBack) {
   full->FindSet("private")->SetText("pkcs8", std::string(2 * 65537, '0').c_str());
   EXPECT_NE(nullptr, PubKeyRef(sxImportRSAKey_from_Set(full.get())));
   EXPECT_TRUE(log.Has("kxRSA_from_set: nb 65537, len 65536"));
-  full->FindSet("private")->SetText("pkcs8", "3003020100");  // broken: the numbers still do
+  full->FindSet("private")->SetText("pkcs8", "3003020100");   // broken: the numbers still do
   back.reset(sxImportRSAKey_from_Set(full.get()));
   ASSERT_NE(nullptr, back);
   EXPECT_TRUE(log.Has("kxRSA_from_set: error reading pkcs8 - continuing"));
-  EXPECT_EQ(kKeyBadInput, back->Export(sxPK_private, nullptr, 0));  // without its primes
+  EXPECT_EQ(kKeyBadInput, back->Export(sxPK_private, nullptr, 0));   // without its primes
   const Octets digest(20, 9);
   EXPECT_EQ(0, Verified(*publicKey, sxPKop_digest, 2, digest, Signed(*back, sxPKop_digest, 2, digest)));
   const SetRef bare(sxExportRSAKey_to_Set(back.get()));

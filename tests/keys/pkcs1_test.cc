@@ -44,12 +44,7 @@ TEST(Pkcs1, WritesDigestInfoAsTheTreeDoes) {
 
 // RFC 8017, 9.2, note 1: the SHA-256 prefix is 3031300d060960864801650304020105000420.
 constexpr char kDigest[] = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
-constexpr struct {
-  const char *what;
-  const char *before;
-  const char *after;
-  int rc;
-} kCompareCases[] = {
+constexpr struct { const char *what; const char *before; const char *after; int rc; } kCompareCases[] = {
     {"parameters NULL", "3031300d060960864801650304020105000420", "", 0},
     {"parameters absent", "302f300b0609608648016503040201 0420", "", 0},
     {"long length octets", "308131300d060960864801650304020105000420", "", kKeyLenMismatch},
@@ -73,7 +68,7 @@ TEST(Pkcs1, ComparesWithTwoEncodingsOnly) {
     };
     EXPECT_EQ(c.rc, compare());
     if (c.rc != 0) continue;
-    for (unsigned char &octet : decoded) {  // every octet counts
+    for (unsigned char &octet : decoded) {   // every octet counts
       octet ^= 1;
       EXPECT_EQ(kKeyUnequal, compare());
       octet ^= 1;
@@ -124,7 +119,7 @@ TEST(Pkcs1, PadsAndUnpads) {
     EXPECT_TRUE(back.IsSensitive());
 
     EXPECT_EQ(-1, sxpkcs1unpad(3 - type, block, back));
-    block.Data()[5] = 0;  // a padding of three octets
+    block.Data()[5] = 0;   // a padding of three octets
     EXPECT_EQ(-1, sxpkcs1unpad(type, block, back));
     EXPECT_TRUE(back == data);
     EXPECT_EQ(0, sxpkcs1pad(type, data, 13, block));
@@ -134,11 +129,7 @@ TEST(Pkcs1, PadsAndUnpads) {
   EXPECT_EQ(-1, sxpkcs1pad(0, data, 32, block));
 }
 
-constexpr struct {
-  const char *what;
-  const char *hex;
-  int rc;
-} kPkcs8Cases[] = {
+constexpr struct { const char *what; const char *hex; int rc; } kPkcs8Cases[] = {
     {"as written here", "3017 020100 300d06092a864886f70d0101010500 0403010203", 0},
     {"parameters absent", "3015 020100 300b06092a864886f70d010101 0403010203", 0},
     {"attributes", "3019 020100 300d06092a864886f70d0101010500 0403010203 a000", 0},

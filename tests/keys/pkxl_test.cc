@@ -20,10 +20,10 @@
 #include "keys/offload/pkxlMessage.h"
 #include "keys/offload/pkxlPatience.h"
 #include "keys/rsa/rsaSelfTest.h"
-#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/keys/kxECDH.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/sxPubKey.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/platform/localSocket.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"
@@ -124,7 +124,7 @@ bool OperationsWork(const std::function<void()> &before = [] {}) {
   before();
   return good && opened == digest && ExchangeWorks();
 }
-constexpr int kNumPrivate = 3 + 1 + 1;  // of them: public ones stay here
+constexpr int kNumPrivate = 3 + 1 + 1;   // of them: public ones stay here
 
 TEST_F(Pkxl, OperationsGoToTheService) {
   const Service service(ServeWell);
@@ -134,7 +134,7 @@ TEST_F(Pkxl, OperationsGoToTheService) {
   EXPECT_TRUE(OperationsWork());
   EXPECT_EQ(kNumPrivate, service.NumAsked());
   const PubKeyRef key = RsaTestKey(1024);
-  Octets block(128);  // it opens to no padding: no trouble, and no plaintext
+  Octets block(128);   // it opens to no padding: no trouble, and no plaintext
   EXPECT_EQ(kKeyUnequal, key->Decrypt(sxPKop_digest, Octets(128, 1).data(), 128, block.data(), 128));
   EXPECT_EQ(kNumPrivate + 1, service.NumAsked());
   pkxl_stop_usage();
@@ -267,17 +267,14 @@ TEST_F(Pkxl, TroubleMeansDoingItHere) {
 
 // Each row is a use of the service: when it begins, how long it takes, how it ends, whether it is allowed.
 TEST(PkxlPatience, GrowsWithTrouble) {
-  struct Row {
-    int64_t atMs, tookMs;
-    bool trouble, allowed;
-  };
+  struct Row { int64_t atMs, tookMs; bool trouble, allowed; };
   constexpr Row kRows[] = {
-      {0, 3000, true, true},                               // to 4000
-      {3500, 0, false, false},  {6000, 3000, true, true},  // never well between: to 11000
-      {10999, 0, false, false}, {11000, 10, false, true},  // well again
-      {11500, 10, true, true},                             // soon after: to 15510
+      {0, 3000, true, true},            // to 4000
+      {3500, 0, false, false},  {6000, 3000, true, true},     // never well between: to 11000
+      {10999, 0, false, false}, {11000, 10, false, true},     // well again
+      {11500, 10, true, true},          // soon after: to 15510
       {15509, 0, false, false}, {15510, 0, false, true},
-      {19511, 0, true, true},  // after as long a while as the last: the first trouble again
+      {19511, 0, true, true},           // after as long a while as the last: the first trouble again
       {20510, 0, false, false}, {20511, 0, false, true},
   };
   PkxlPatience patience;
@@ -293,7 +290,7 @@ TEST(PkxlPatience, GrowsWithTrouble) {
 
   patience.Forget();
   const PkxlPatience::Use uses[] = {patience.Begin(0), patience.Begin(0), patience.Begin(0)};
-  for (const PkxlPatience::Use &use : uses) patience.Ended(use, &use != &uses[2], 3000);  // that is one trouble
+  for (const PkxlPatience::Use &use : uses) patience.Ended(use, &use != &uses[2], 3000);   // that is one trouble
   EXPECT_FALSE(patience.Begin(3999).allowed);
   EXPECT_TRUE(patience.Begin(4000).allowed);
 }

@@ -26,8 +26,7 @@ BigNum Word(BN_ULONG word) {
 int g_numDraws = 0;
 
 TEST(MillerRabin, TakesAsManyBasesAsToldAndNoMore) {
-  const FakeRandom counting(
-      [](unsigned char *data, int len) { return ++g_numDraws, std::memset(data, 0x5A, len * 1u), 1; });
+  const FakeRandom counting([](unsigned char *data, int len) { return ++g_numDraws, std::memset(data, 0x5A, len * 1u), 1; });
   const BigNum prime = Hex("1fffffffffffffff"), composite = Hex("1fffffffffffffed");
   for (const int rounds : {1, 8, 28}) {
     g_numDraws = 0;
@@ -53,7 +52,7 @@ TEST(PrimeSieve, TellsMultiplesOfSmallPrimesAllAlongTheWay) {
   for (BN_ULONG n = 3; primes.size() < 1024; n += 2) {
     if (BN_check_prime(Word(n).get(), nullptr, nullptr) == 1) primes.push_back(n);
   }
-  for (const int bits : {64, 1024}) {  // as many primes are used
+  for (const int bits : {64, 1024}) {   // as many primes are used
     const BigNum number = Hex("123456789abcdef1"), step = Hex("fedcba9877654322");
     PrimeSieve sieve(number.get(), step.get(), bits);
     for (int i = 0; i < 2000; ++i, sieve.Advance(), BN_add(number.get(), number.get(), step.get())) {

@@ -17,10 +17,10 @@ TEST(RsaSelfTest, PassesAndCanFail) {
   const PubKeyRef key = RsaTestKey(1024);
   EXPECT_TRUE(PassesSelfTest(*key));
   EXPECT_FALSE(PassesSelfTest(*PublicPart(*key)));
-  EXPECT_FALSE(PassesSelfTest(*RsaTestKey(2048)));  // its signatures do not have 128 octets
+  EXPECT_FALSE(PassesSelfTest(*RsaTestKey(2048)));   // its signatures do not have 128 octets
   const LogCapture log;
   const FakeRandom none([](unsigned char *, int) { return 0; });
-  EXPECT_EQ(-1, kxTestRSA());  // no padding to encrypt with
+  EXPECT_EQ(-1, kxTestRSA());                        // no padding to encrypt with
   EXPECT_TRUE(log.Has("kxTestRSA: failed"));
 }
 
@@ -44,7 +44,7 @@ TEST(RsaSelfTest, AKeyThatDoesNotFitTogetherIsFatal) {
   const auto der = ReadPem(KeyFile("rsa1024.pem"));
   const RsaKey key(kxRSA_from_buf(der.data(), static_cast<int>(der.size()), 1));
   RSA *rsa = RSA_new();
-  BIGNUM *exponent = BN_new();  // not the key's own, which nobody can tell without the primes
+  BIGNUM *exponent = BN_new();   // not the key's own, which nobody can tell without the primes
   ASSERT_TRUE(BN_set_word(exponent, 17) &&
               RSA_set0_key(rsa, BN_dup(RSA_get0_n(key.get())), exponent, BN_dup(RSA_get0_d(key.get()))));
   const LogCapture log;
@@ -58,7 +58,7 @@ TEST(RsaSelfTest, GenerationCanBeReplaced) {
   {
     const Generator working(RsaTestKey(1024).release());
     EXPECT_EQ(0, sxIsSW_RSA());
-    const PubKeyRef made(sxGenerateRSA(3000, 3));  // another generator is spared exponent 3, too
+    const PubKeyRef made(sxGenerateRSA(3000, 3));   // another generator is spared exponent 3, too
     EXPECT_TRUE(made.get() == Generator::s_key && Generator::s_bits == 3000 && Generator::s_exponent == 17);
     Generator::s_key = nullptr;
     EXPECT_EQ(nullptr, sxGenerateRSA(1024, 17));
@@ -69,7 +69,7 @@ TEST(RsaSelfTest, GenerationCanBeReplaced) {
   ASSERT_TRUE(made != nullptr && randomExponent != nullptr);
   EXPECT_EQ(2048, made->GetLen(sxPK_len_bits));
   EXPECT_EQ(17, Exported(*made, sxPK_public).back());
-  EXPECT_EQ(3072, randomExponent->GetLen(sxPK_len_bits));  // 3067, the most that libcrypto verifies with
+  EXPECT_EQ(3072, randomExponent->GetLen(sxPK_len_bits));   // 3067, the most that libcrypto verifies with
   EXPECT_EQ(nullptr, sxGenerateRSA(1024, 2));
   EXPECT_EQ(0, kxSRSA(1024, 2).OK());
   EXPECT_EQ(1369, kxSRSA(1000, 17).Flags());
@@ -93,7 +93,7 @@ class OddKey : public kxSRSA_imp {
 
 TEST(RsaSelfTest, EncryptsOnlyForKeysWithBothFlags) {
   // Flags, errors in the length and in the last octet, whether the key is consistent.
-  constexpr int kCases[][4] = {{0x6, 0, 0, 1}, {0x6, 0, 1, 0}, {0x6, -1, 0, 0}, {0x6, -120, 0, 0},
+  constexpr int kCases[][4] = {{0x6, 0, 0, 1}, {0x6, 0, 1, 0}, {0x6, -1, 0, 0},  {0x6, -120, 0, 0},
                                {0x2, 0, 1, 1}, {0x4, 0, 1, 1}, {1369, 0, 1, 1}};
   for (const auto &[flags, lenError, octetError, consistent] : kCases) {
     sxPubKey key(new OddKey(flags, lenError, octetError));

@@ -17,8 +17,8 @@ namespace {
 
 sxSpkiResult Outcome(const sxAsnOid &oid, const Octets &params, const Octets &key) {
   sxSpkiResult why = sxSpki_ok;
-  const PubKeyRef made(
-      sxPubKey_FromSPKI(oid.Data(), oid.Len(), params.data(), LenOf(params), key.data(), LenOf(key), &why));
+  const PubKeyRef made(sxPubKey_FromSPKI(oid.Data(), oid.Len(), params.data(), LenOf(params), key.data(),
+                                         LenOf(key), &why));
   EXPECT_EQ(why == sxSpki_ok, made != nullptr);
   return why;
 }
@@ -29,9 +29,9 @@ TEST(SubjectPublicKey, ReadsWhatTheOpensslCommandWrites) {
       SCOPED_TRACE(testing::Message() << name << ", " << form);
       const bool isRsa = name[0] == 'r';
       const std::string file = KeyFile(name + std::string(".pem"));
-      const std::string der = RunCommand(isRsa ? "openssl rsa -pubout -outform DER 2>/dev/null -in " + file
-                                               : "openssl ec -pubout -outform DER 2>/dev/null -conv_form " +
-                                                     std::string(form) + " -in " + file);
+      const std::string der = RunCommand(
+          isRsa ? "openssl rsa -pubout -outform DER 2>/dev/null -in " + file
+                : "openssl ec -pubout -outform DER 2>/dev/null -conv_form " + std::string(form) + " -in " + file);
       sxASN_SubjectPublicKeyInfo spki;
       ASSERT_EQ(0, sxASN_DecodeBuf(spki, der.data(), static_cast<int>(der.size())));
       sxSpkiResult why = sxSpki_unsupported;
@@ -48,9 +48,9 @@ TEST(SubjectPublicKey, ReadsWhatTheOpensslCommandWrites) {
 TEST(SubjectPublicKey, TakesRsaSignatureAlgorithms) {
   const Octets key = Exported(*RsaTestKey(1024), sxPK_public);
   const Octets null = {5, 0}, odd = {2, 1, 7};
-  for (const sxAsnOid *oid :
-       {&sxASN_rsaEncryption, &sxASN_md5WithRSAEncryption, &sxASN_sha1WithRSAEncryption, &sxASN_sha_1WithRSAEncryption,
-        &sxASN_sha256WithRSAEncryption, &sxASN_sha384WithRSAEncryption, &sxASN_sha512WithRSAEncryption}) {
+  for (const sxAsnOid *oid : {&sxASN_rsaEncryption, &sxASN_md5WithRSAEncryption, &sxASN_sha1WithRSAEncryption,
+                              &sxASN_sha_1WithRSAEncryption, &sxASN_sha256WithRSAEncryption,
+                              &sxASN_sha384WithRSAEncryption, &sxASN_sha512WithRSAEncryption}) {
     EXPECT_EQ(sxSpki_ok, Outcome(*oid, null, key));
     EXPECT_EQ(sxSpki_ok, Outcome(*oid, {}, key));
     EXPECT_EQ(sxSpki_ok, Outcome(*oid, odd, key));

@@ -44,11 +44,12 @@ TEST(sxPubKey, BaseRefusesByName) {
   EXPECT_EQ(-1, key->Remove());
   key->Herror();
   EXPECT_THAT(log.Lines(),
-              testing::ElementsAre("Encrypt not implemeted for BareKey", "Decrypt not implemeted for BareKey",
-                                   "Sign not implemeted for BareKey", "SignSetup not implemeted for BareKey",
-                                   "Verify not implemeted for BareKey", "Derive not implemeted for BareKey",
-                                   "Export not implemeted for BareKey", "GetLen not implemeted for BareKey",
-                                   "sxPubKey_imp::Remove: Not implemented", "Herror not implemeted for BareKey"));
+              testing::ElementsAre(
+                  "Encrypt not implemeted for BareKey", "Decrypt not implemeted for BareKey",
+                  "Sign not implemeted for BareKey", "SignSetup not implemeted for BareKey",
+                  "Verify not implemeted for BareKey", "Derive not implemeted for BareKey",
+                  "Export not implemeted for BareKey", "GetLen not implemeted for BareKey",
+                  "sxPubKey_imp::Remove: Not implemented", "Herror not implemeted for BareKey"));
   EXPECT_EQ(nullptr, key->PublicKeyHash());
   EXPECT_EQ(0, key->IdLen());
 }
@@ -75,10 +76,11 @@ TEST(sxPubKey, EqualSaysWhatDiffers) {
   EXPECT_EQ(0, sxPubKey_Equal(abc.get(), longer.get()));
   EXPECT_EQ(0, sxPubKey_Equal(abc.get(), broken.get()));
   EXPECT_EQ(0, sxPubKey_Equal(abc.get(), abd.get()));
-  EXPECT_THAT(log.Lines(), testing::ElementsAre("sxPubKey_Equal: bad input.", "sxPubKey_Equal: Cannot export key.",
-                                                "sxPubKey_Equal: Different keys (length).",
-                                                "sxPubKey_Equal: Internal error.", "sxPubKey_Equal: Different keys."));
-  const PubKeyRef rsa = RsaTestKey(1024), ec = EcTestKey("prime256v1");  // the private part is not looked at
+  EXPECT_THAT(log.Lines(),
+              testing::ElementsAre("sxPubKey_Equal: bad input.", "sxPubKey_Equal: Cannot export key.",
+                                   "sxPubKey_Equal: Different keys (length).",
+                                   "sxPubKey_Equal: Internal error.", "sxPubKey_Equal: Different keys."));
+  const PubKeyRef rsa = RsaTestKey(1024), ec = EcTestKey("prime256v1");   // the private part is not looked at
   EXPECT_EQ(1, sxPubKey_Equal(rsa.get(), PublicPart(*rsa).get()));
   EXPECT_EQ(1, sxPubKey_Equal(ec.get(), PublicPart(*ec).get()));
   EXPECT_EQ(0, sxPubKey_Equal(rsa.get(), ec.get()));

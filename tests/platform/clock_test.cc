@@ -13,24 +13,18 @@ TEST(Clock, IsTheSystemsUntilItIsReplaced) {
   const int64_t before = std::time(nullptr);
   EXPECT_LE(before, kxClock_Now());
   {
-    FixedClock clock(5'000'000'000);  // beyond 32 bits
+    FixedClock clock(5'000'000'000);   // beyond 32 bits
     clock.Advance(-1);
     EXPECT_EQ(4'999'999'999, kxClock_Now());
   }
   EXPECT_GE(std::time(nullptr), kxClock_Now());
 }
 
-struct CtimeCase {
-  int64_t timeSec;
-  const char *text;
-};  // null: refused
+struct CtimeCase { int64_t timeSec; const char *text; };   // null: refused
 constexpr CtimeCase kCtimeCases[] = {
-    {0, "Thu Jan  1 00:00:00 1970"},
-    {-1, "Wed Dec 31 23:59:59 1969"},
-    {951782400, "Tue Feb 29 00:00:00 2000"},
-    {253402300799, "Fri Dec 31 23:59:59 9999"},
-    {253402300800, nullptr},
-    {INT64_MAX, nullptr},
+    {0, "Thu Jan  1 00:00:00 1970"},           {-1, "Wed Dec 31 23:59:59 1969"},
+    {951782400, "Tue Feb 29 00:00:00 2000"},   {253402300799, "Fri Dec 31 23:59:59 9999"},
+    {253402300800, nullptr},                   {INT64_MAX, nullptr},
     {-30641760000, "Tue Jan  1 00:00:00 999"},
 };
 

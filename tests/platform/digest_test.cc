@@ -8,14 +8,10 @@
 
 namespace {
 
-constexpr struct {
-  int type;
-  const char *opensslName;
-  const char *ofAbc;
-} kDigestCases[] = {
+constexpr struct { int type; const char *opensslName; const char *ofAbc; } kDigestCases[] = {
     // openssl has no MD4 unless the legacy provider is loaded
-    {sx_md_md4, nullptr, "a448017aaf21d8525fc10ae87aa6729d"},  // RFC 1320, A.5
-    {sx_md_md5, "md5", "900150983cd24fb0d6963f7d28e17f72"},    // RFC 1321, A.5
+    {sx_md_md4, nullptr, "a448017aaf21d8525fc10ae87aa6729d"},      // RFC 1320, A.5
+    {sx_md_md5, "md5", "900150983cd24fb0d6963f7d28e17f72"},        // RFC 1321, A.5
     // FIPS 180-4 with NIST's example values
     {sx_md_sha1, "sha1", "a9993e364706816aba3e25717850c26c9cd0d89d"},
     {sx_md_sha256, "sha256", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
@@ -76,11 +72,7 @@ TEST(Digest, Sha512InStepsIsTheSameAndWipesItsState) {
 
 // RFC 2202, section 3, cases 1, 2 and 6.
 TEST(Digest, HmacSha1AgreesWithThePublishedVectors) {
-  const struct {
-    std::string key;
-    std::string data;
-    const char *mac;
-  } cases[] = {
+  const struct { std::string key; std::string data; const char *mac; } cases[] = {
       {std::string(20, '\x0b'), "Hi There", "b617318655057264e28bc0b6fb378c8ef146be00"},
       {"Jefe", "what do ya want for nothing?", "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79"},
       {std::string(80, '\xaa'), "Test Using Larger Than Block-Size Key - Hash Key First",

@@ -13,7 +13,7 @@ namespace {
 using Env = std::unique_ptr<sxd_env, decltype(&sxd_env_destroy)>;
 Env NewEnv() { return Env(sxd_env_create(), sxd_env_destroy); }
 
-constexpr int kLongMs = 20000;  // nothing takes as long unless it hangs
+constexpr int kLongMs = 20000;   // nothing takes as long unless it hangs
 
 struct Note {
   std::string *text;
@@ -72,8 +72,7 @@ TEST(EventEnv, MayGoWithinOneOfItsCalls) {
   std::string text;
   Note dropped{&text, 'x'};
   sxd_env *const env = sxd_env_create();
-  EXPECT_EQ(0, T_event_sched_e(
-                   env, 0, [](void *self) { sxd_env_destroy(static_cast<sxd_env *>(self)); }, env));
+  EXPECT_EQ(0, T_event_sched_e(env, 0, [](void *self) { sxd_env_destroy(static_cast<sxd_env *>(self)); }, env));
   for (const int delayMs : {0, 1}) EXPECT_EQ(0, T_event_sched_e(env, delayMs, Write, &dropped));
   EXPECT_EQ(0, sxd_env_run(env)) << "the run ends";
   EXPECT_EQ("", text);

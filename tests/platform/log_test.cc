@@ -10,14 +10,8 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr struct {
-  int debugPrint;
-  int typeThr;
-  int typeMaxThr;
-  bool debugOn;
-  bool traceOn;
-} kGateCases[] = {
-    {0, 0, 0, false, false}, {1, 0, 0, true, false}, {0, 3, 3, false, false},
+constexpr struct { int debugPrint; int typeThr; int typeMaxThr; bool debugOn; bool traceOn; } kGateCases[] = {
+    {0, 0, 0, false, false}, {1, 0, 0, true, false},  {0, 3, 3, false, false},
     {0, 4, 0, true, false},  {0, 0, 4, false, true},
 };
 
@@ -46,14 +40,14 @@ TEST(Log, AppendsTheSystemErrorToErrorsOnly) {
   tderrorFunc("fdb", 2, ENOENT, "late");
   tderrorFunc("fdb", 1, 0, "plain");
   error(0, ENOENT, "read");
-  EXPECT_THAT(log.Lines(), ElementsAre("[fdb] open 7: No such file or directory", "[fdb] late", "[fdb] plain",
-                                       "read: No such file or directory"));
+  EXPECT_THAT(log.Lines(), ElementsAre("[fdb] open 7: No such file or directory", "[fdb] late",
+                                       "[fdb] plain", "read: No such file or directory"));
 }
 
 TEST(Log, WritesWholeLinesToItsSinkOrToStandardError) {
   {
     LogCapture log;
-    for (const size_t len : {511U, 512U, 5000U}) {  // about the fixed area that most lines fit
+    for (const size_t len : {511U, 512U, 5000U}) {   // about the fixed area that most lines fit
       const std::string text(len, 'x');
       herror_func(0, 0, "%s", text.c_str());
       EXPECT_EQ(text, log.Lines().back());

@@ -17,7 +17,7 @@ int UnlockOnAnotherThread(MtMutex *mutex) {
 TEST(MtMutex, KeepsThreadsApart) {
   MtMutex *mutex = MtMutexCreate();
   ASSERT_NE(nullptr, mutex);
-  int count = 0;  // plain on purpose
+  int count = 0;   // plain on purpose
   OnThreads(2, [&](int) {
     for (int i = 0; i < 5000; ++i) {
       MtMutexLock(mutex);
@@ -36,7 +36,7 @@ TEST(MtMutex, RefusesWhatWouldBeUndefined) {
   MtMutex *mutex = MtMutexCreate();
   EXPECT_EQ(-1, MtMutexUnLock(mutex));
   EXPECT_EQ(0, MtMutexLock(mutex));
-  EXPECT_EQ(-1, MtMutexLock(mutex));  // a plain one is not recursive
+  EXPECT_EQ(-1, MtMutexLock(mutex));   // a plain one is not recursive
   EXPECT_EQ(-1, UnlockOnAnotherThread(mutex));
   EXPECT_EQ(0, MtMutexUnLock(mutex));
   MtMutexDestroy(mutex);
@@ -56,8 +56,8 @@ TEST(MtMutex, EqualNamesShareOneUntilItsLastUserIsGone) {
   MtMutex *other = MtMutexCreateRecursive("MtMutex_test2");
   MtMutex *unnamed = MtMutexCreateRecursive(nullptr);
   EXPECT_NE(first, other);
-  EXPECT_NE(unnamed, MtMutexCreateRecursive("MtMutex_test"));  // a second user of the first
-  MtMutex_SetFake({.mayCreate = Refuse});                      // from here on only sharing can succeed
+  EXPECT_NE(unnamed, MtMutexCreateRecursive("MtMutex_test"));   // a second user of the first
+  MtMutex_SetFake({.mayCreate = Refuse});   // from here on only sharing can succeed
   EXPECT_EQ(first, MtMutexCreateRecursive("MtMutex_test"));
   MtMutexDestroy(first);
   MtMutexDestroy(first);

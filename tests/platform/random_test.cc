@@ -12,7 +12,7 @@ TEST(Random, FillsExactlyTheArea) {
   unsigned char second[34] = {};
   ASSERT_EQ(0, sxrand_gen(first + 1, 32));
   ASSERT_EQ(0, sxrand_gen(second + 1, 32));
-  EXPECT_NE(EncodeHex(first, 34), EncodeHex(second, 34));  // equal by chance: once in 2^256
+  EXPECT_NE(EncodeHex(first, 34), EncodeHex(second, 34));   // equal by chance: once in 2^256
   EXPECT_EQ(0, first[0] | first[33] | second[0] | second[33]);
   EXPECT_EQ(0, sxrand_gen(first, 0));
   EXPECT_EQ(-1, sxrand_gen(first, -1));

@@ -24,14 +24,14 @@ TEST(SecureMemory, APageStaysLockedUntilItsLastBlockIsGone) {
   kxMem_Lock(bytes, 10);
   kxMem_Lock(bytes + 100, 10);
   EXPECT_EQ(before + 1, kxMem_NumLockedPages());
-  kxMem_Lock(bytes + pageLen - 1, 2);  // the last byte of one page, the first of the next
+  kxMem_Lock(bytes + pageLen - 1, 2);   // the last byte of one page, the first of the next
   EXPECT_EQ(before + 2, kxMem_NumLockedPages());
   kxMem_Unlock(bytes, 10);
   kxMem_Unlock(bytes + pageLen - 1, 2);
   EXPECT_EQ(before + 1, kxMem_NumLockedPages());
   kxMem_Unlock(bytes + 100, 10);
   EXPECT_EQ(before, kxMem_NumLockedPages());
-  kxMem_Unlock(bytes + 100, 10);  // once too often
+  kxMem_Unlock(bytes + 100, 10);   // once too often
   kxMem_Lock(bytes, 0);
   EXPECT_EQ(before, kxMem_NumLockedPages());
 }

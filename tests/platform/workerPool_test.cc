@@ -24,8 +24,8 @@ struct Seen {
   std::function<void()> answered = [] {};
   std::mutex mutex;
   std::set<std::thread::id> workers;
-  std::map<int, int> waitResults;  // by number
-  std::map<int, bool> ranHere;     // the clone that is told has run
+  std::map<int, int> waitResults;        // by number
+  std::map<int, bool> ranHere;           // the clone that is told has run
 };
 
 class Task : public RTApcServant {
@@ -57,7 +57,7 @@ class Task : public RTApcServant {
   bool m_ran = false;
 };
 
-class Gate {  // holds workers until it opens
+class Gate {   // holds workers until it opens
  public:
   void Wait() {
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -105,7 +105,7 @@ class WorkerPool : public testing::Test {
   int Queue(int number, int timeoutMs = -1) { return m_pool->Queue(Task(&m_seen, number), timeoutMs); }
 
   Seen m_seen;
-  Gate m_gate;  // outlives the workers
+  Gate m_gate;                           // outlives the workers
   sxd_env *m_env = sxd_env_create();
   RTComm *const m_comm = RTComm_create(m_env);
   std::unique_ptr<RTApc> m_pool;
@@ -179,7 +179,7 @@ TEST_F(WorkerPool, GrowsAndShrinksAtWork) {
 TEST_F(WorkerPool, EndsWithEverythingAnswered) {
   Start(2);
   for (int i = 0; i < 50; ++i) EXPECT_EQ(0, Queue(i));
-  m_pool.reset();  // the loop does not run
+  m_pool.reset();   // the loop does not run
   EXPECT_EQ(50U, m_seen.waitResults.size());
   for (const auto &[number, waitResult] : m_seen.waitResults) EXPECT_EQ(kRTWaitDone, waitResult);
   RunFor(0);
@@ -189,7 +189,7 @@ TEST_F(WorkerPool, EndsWithEverythingAnswered) {
 TEST_F(WorkerPool, AResultMayEndThePool) {
   Start(2);
   m_seen.answered = [this] {
-    const std::unique_ptr<RTApc> ends = std::move(m_pool);  // null from the second on
+    const std::unique_ptr<RTApc> ends = std::move(m_pool);   // null from the second on
     sxd_env_stop(m_env);
   };
   for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i));
@@ -229,7 +229,7 @@ TEST_F(WorkerPool, StaysWithTheParent) {
   const pid_t child = fork();
   if (child == 0) {
     const bool refused = m_pool->NumThreads() == 0 && Queue(2) == -1 && RTApc_SetNumThreads(m_pool.get(), 1) == -1;
-    m_pool.reset();  // must not wait for threads that are not here
+    m_pool.reset();                      // must not wait for threads that are not here
     _exit(refused ? 0 : 1);
   }
   int status = -1;

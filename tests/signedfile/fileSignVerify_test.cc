@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
+#include "kxcert/keys/sxPubKey.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/base64.h"
-#include "kxcert/keys/sxPubKey.h"
 #include "support/logCapture.h"
 #include "support/runCommand.h"
 #include "support/scopedEnv.h"
@@ -21,8 +21,7 @@ namespace {
 const std::string kTestKeyFile = KXCERT_TEST_DATA "/signedfile/test.key";
 
 std::string Base64(const std::string &octets) {
-  char *const text =
-      Base64Encode(reinterpret_cast<const unsigned char *>(octets.data()), static_cast<int>(octets.size()));
+  char *const text = Base64Encode(reinterpret_cast<const unsigned char *>(octets.data()), static_cast<int>(octets.size()));
   std::string line(text);
   Base64FreeBuffer(text);
   std::erase(line, '\n');
@@ -41,17 +40,16 @@ class FileSign : public testing::Test {
   std::string Signature(const std::string &signedOctets, const std::string &keyFile = kTestKeyFile) {
     m_folder.Write("signed", signedOctets);
     const std::string in = m_folder.File("signed");
-    RunCommand("openssl dgst -sha512 -binary -out " + in + ".digest " + in + " && openssl pkeyutl -sign -inkey " +
-               keyFile + " -in " + in + ".digest -out " + in + ".sig");
+    RunCommand("openssl dgst -sha512 -binary -out " + in + ".digest " + in + " && openssl pkeyutl -sign -inkey " + keyFile +
+               " -in " + in + ".digest -out " + in + ".sig");
     return m_folder.Read("signed.sig");
   }
   static std::string Block(const std::string &time, const std::string &signature) {
-    return "# NORVANE SIGNATURE BEGINS #\nversion 1\nTimeStamp = " + Base64(time) +
-           "\nother\nSIG = " + Base64(signature) + "\n# NORVANE SIGNATURE ENDS #\n";
+    return "# NORVANE SIGNATURE BEGINS #\nversion 1\nTimeStamp = " + Base64(time) + "\nother\nSIG = " + Base64(signature) +
+           "\n# NORVANE SIGNATURE ENDS #\n";
   }
   // A text file with its block; what is signed has no control characters.
-  std::string TextFile(const std::string &name, uint64_t seconds, const std::string &content,
-                       const std::string &signedContent) {
+  std::string TextFile(const std::string &name, uint64_t seconds, const std::string &content, const std::string &signedContent) {
     const std::string time = TimeOctets(seconds);
     return m_folder.Write(name, Block(time, Signature((seconds != 0 ? time : "") + signedContent)) + content);
   }
@@ -77,11 +75,11 @@ TEST_F(FileSign, TextKeepsItsSignatureWithOtherControlCharacters) {
 
 TEST_F(FileSign, SeparateBlocksSignEveryOctet) {
   std::string content;
-  for (int i = 0; i < 70000; ++i) content += static_cast<char>(i * 7);  // more than two chunks, all values
+  for (int i = 0; i < 70000; ++i) content += static_cast<char>(i * 7);   // more than two chunks, all values
   const std::string time = TimeOctets(5);
   const std::string file = m_folder.Write("data", content);
   std::string block = Block(time, Signature(time + content));
-  block.resize(block.find("# NORVANE SIGNATURE ENDS"));  // need not end here
+  block.resize(block.find("# NORVANE SIGNATURE ENDS"));   // need not end here
   const std::string sigFile = m_folder.Write("data.sig", block);
   EXPECT_EQ(FSV_OK, FileSignVerify2(file.c_str(), sigFile.c_str(), nullptr, nullptr));
   EXPECT_EQ(FSV_OK, FileSignVerify2C(file.c_str(), sigFile.c_str(), nullptr, nullptr));
@@ -95,7 +93,7 @@ TEST_F(FileSign, SeparateBlocksSignEveryOctet) {
 TEST_F(FileSign, FindsNoFileInFoldersPipesAndDevices) {
   const std::string text = TextFile("text", 7, "content\n", "content");
   const std::string pipe = m_folder.File("pipe");
-  ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));  // whoever opens it waits for a writer
+  ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));   // whoever opens it waits for a writer
   std::filesystem::create_symlink("pipe", m_folder.File("toPipe"));
   std::filesystem::create_symlink("text", m_folder.File("toText"));
   EXPECT_EQ(FSV_OK, Verify(m_folder.File("toText")));
@@ -146,22 +144,18 @@ TEST_F(FileSign, WhichKeyDecides) {
   const std::string productionFile = m_folder.Write("production.key", out.Text());
   EXPECT_EQ(FSV_NOT_VERIFIED, Verify(text, nullptr, productionFile.c_str())) << "the test key is not tried";
 
-  RunCommand("openssl ecparam -name secp521r1 -genkey -noout -out " + m_folder.File("own.pem") + " && openssl ec -in " +
-             m_folder.File("own.pem") +
-             " -pubout -outform DER 2>/dev/null | tail -c 133 | od -An -v -tx1 | "
-             "tr -d ' \\n' >" +
-             m_folder.File("own.hex"));
-  const std::string ownFile =
-      m_folder.Write("own.key", "(:curve (:NID (716) :comment (\"own\")) :public (" + m_folder.Read("own.hex") + "))");
+  RunCommand("openssl ecparam -name secp521r1 -genkey -noout -out " + m_folder.File("own.pem") +
+             " && openssl ec -in " + m_folder.File("own.pem") + " -pubout -outform DER 2>/dev/null | tail -c 133 | od -An -v -tx1 | "
+             "tr -d ' \\n' >" + m_folder.File("own.hex"));
+  const std::string ownFile = m_folder.Write(
+      "own.key", "(:curve (:NID (716) :comment (\"own\")) :public (" + m_folder.Read("own.hex") + "))");
   const std::string time = TimeOctets(7);
-  const std::string own =
-      m_folder.Write("own", Block(time, Signature(time + "content", m_folder.File("own.pem"))) + "content");
+  const std::string own = m_folder.Write("own", Block(time, Signature(time + "content", m_folder.File("own.pem"))) + "content");
   EXPECT_EQ(FSV_OK, Verify(own, nullptr, ownFile.c_str()));
   EXPECT_EQ(FSV_NOT_VERIFIED, Verify(own));
 
   const LogCapture log;
-  for (const char *bad :
-       {"", "(:public (04))", "(:curve (:NID (415)) :public (04))", "(:curve (:NID (716)) :public (04ff))"}) {
+  for (const char *bad : {"", "(:public (04))", "(:curve (:NID (415)) :public (04))", "(:curve (:NID (716)) :public (04ff))"}) {
     EXPECT_EQ(FSV_NO_KEY, Verify(own, nullptr, m_folder.Write("bad.key", bad).c_str())) << bad;
   }
   EXPECT_EQ(FSV_NO_KEY, Verify(own, nullptr, "/nowhere"));
@@ -170,9 +164,7 @@ TEST_F(FileSign, WhichKeyDecides) {
 
 TEST_F(FileSign, RefusesAnOlderVersion) {
   const std::string text = TextFile("text", 1000, "new\n", "new");
-  const auto oldWith = [this](uint64_t seconds) {
-    return m_folder.Write("old", Block(TimeOctets(seconds), "any") + "old\n");
-  };
+  const auto oldWith = [this](uint64_t seconds) { return m_folder.Write("old", Block(TimeOctets(seconds), "any") + "old\n"); };
   const LogCapture log;
   EXPECT_EQ(FSV_OK, Verify(text, oldWith(400).c_str()));
   EXPECT_TRUE(log.Has("New file is 600 seconds newer than the old file"));
@@ -207,7 +199,9 @@ TEST_F(FileSign, BlocksThatAreNone) {
       {"a marker behind 5000 characters", std::string(5000, '-') + good, FSV_NOT_VERIFIED},
       {"NUL in a line", std::string("NORVANE\0SIGNATURE\n", 18) + good, FSV_NOT_VERIFIED},
   };
-  for (const auto &test : cases) { EXPECT_EQ(test.rc, Verify(m_folder.Write("file", test.content))) << test.what; }
+  for (const auto &test : cases) {
+    EXPECT_EQ(test.rc, Verify(m_folder.Write("file", test.content))) << test.what;
+  }
   EXPECT_EQ(FSV_FILE_NOT_FOUND, Verify("/nowhere"));
   EXPECT_EQ(FSV_FILE_NOT_FOUND, FileSignVerify(nullptr, nullptr, nullptr));
 }

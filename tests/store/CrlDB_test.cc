@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr long kNow = 1893456000;  // 2030-01-01 00:00 UTC
+constexpr long kNow = 1893456000;   // 2030-01-01 00:00 UTC
 constexpr char kUri[] = "http://ca.example/1.crl";
 
 struct FreeCrl {
@@ -80,7 +80,7 @@ TEST_F(CrlDatabase, RecordsAreExpiryAndDerUnderMd5OfTheName) {
 }
 
 TEST_F(CrlDatabase, StoresExpiriesIn32Bits) {
-  EXPECT_EQ(-1, m_db.Store(sxGeneralName(), "My CA", m_crl.get(), kNow));  // there is no key
+  EXPECT_EQ(-1, m_db.Store(sxGeneralName(), "My CA", m_crl.get(), kNow));   // there is no key
   EXPECT_EQ(-1, m_db.Store(m_dp, nullptr, nullptr, kNow));
   for (const auto &[given, stored] : {std::pair{LONG_MAX, INT32_MAX}, {-1L, -1}, {LONG_MIN, INT32_MIN}}) {
     ASSERT_EQ(0, Store(nullptr, given));
@@ -124,8 +124,8 @@ TEST_F(CrlDatabase, CollectsWhatIsExpiredShortOrUnreadable) {
   EXPECT_TRUE(fs::is_empty(m_dir.File("CrlCache_1")));
   EXPECT_EQ(0, remove_crl_cache_db());
   EXPECT_FALSE(Exists("CrlCache_1"));
-  EXPECT_EQ(0, sxCRLCache_db().Store(m_dp, nullptr, m_crl.get(), kNow));  // begins anew
-  ASSERT_EQ(0, m_db.InitPath(m_dir.File(".").c_str()));                   // the same folder
+  EXPECT_EQ(0, sxCRLCache_db().Store(m_dp, nullptr, m_crl.get(), kNow));   // begins anew
+  ASSERT_EQ(0, m_db.InitPath(m_dir.File(".").c_str()));                    // the same folder
   EXPECT_NE(nullptr, Get(nullptr, kNow - 1));
 }
 
@@ -153,7 +153,7 @@ TEST_F(CrlDatabase, CollectsTheFileThatItLookedAt) {
         });
         m_db.GarbageCollector();
       }
-      if (numLeft > 0) break;  // no such step any more
+      if (numLeft > 0) break;   // no such step any more
       EXPECT_EQ(expected, m_dir.Read("CrlCache_1/rec_k"));
       EXPECT_EQ(1, std::distance(fs::directory_iterator(m_dir.File("CrlCache_1")), {}));
     }

@@ -34,13 +34,10 @@ class FileDBTest : public testing::Test {
   LogCapture m_log;
 };
 
-struct LockTypeCase {
-  const char *value;
-  bool storeLocks, getLocks;
-};
+struct LockTypeCase { const char *value; bool storeLocks, getLocks; };
 constexpr LockTypeCase kLockTypeCases[] = {
     {"NO_LOCK", false, false}, {"LOCK_WRITE", true, false}, {"LOCK_ALL", true, true},
-    {nullptr, true, true},     {"lock_write", true, true},  {"NO_LOCK ", true, true},
+    {nullptr, true, true}, {"lock_write", true, true}, {"NO_LOCK ", true, true},
 };
 
 TEST_F(FileDBTest, TheEnvironmentSaysWhatLocks) {
@@ -58,7 +55,7 @@ TEST_F(FileDBTest, TheEnvironmentSaysWhatLocks) {
     EXPECT_EQ(c.storeLocks ? -1 : 0, db->Remove("k"));
     EXPECT_EQ(-1, db->Destroy());
     MtMutex_SetFake({});
-    EXPECT_EQ(c.storeLocks ? 5 : -1, Length(*db, "k"));  // refused, nothing was touched
+    EXPECT_EQ(c.storeLocks ? 5 : -1, Length(*db, "k"));   // refused, nothing was touched
     EXPECT_EQ(0, db->Destroy());
   }
 }
@@ -86,10 +83,10 @@ TEST_F(FileDBTest, IteratingHoldsTheLockOfEveryObjectOnTheFolder) {
   {
     FileDB_SafeIter iter(db);
     stored = std::async(std::launch::async, [&] { return Store(same, "c"); });
-    EXPECT_EQ(0, std::async(std::launch::async, [&] { return Store(other, "x"); }).get());  // a lock of its own
+    EXPECT_EQ(0, std::async(std::launch::async, [&] { return Store(other, "x"); }).get());   // a lock of its own
     while (const char *key = iter.Next()) {
       keys.insert(key);
-      EXPECT_EQ(5, Length(db, key));  // the holder's own operations go on
+      EXPECT_EQ(5, Length(db, key));   // the holder's own operations go on
       EXPECT_EQ(0, db.Remove(key));
     }
     EXPECT_EQ(std::future_status::timeout, stored.wait_for(std::chrono::milliseconds(30)));
@@ -108,7 +105,7 @@ TEST_F(FileDBTest, UnlocksWhateverHappened) {
     EXPECT_EQ(nullptr, iter.Next());
   }
   EXPECT_TRUE(m_log.Has("FileDB_Iter::Next: bad iterator"));
-  EXPECT_EQ(-1, db.Unlock());  // given back already
+  EXPECT_EQ(-1, db.Unlock());   // given back already
 }
 
 }  // namespace

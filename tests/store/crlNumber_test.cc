@@ -9,11 +9,7 @@
 namespace {
 
 // Each fault has its own line: what stands behind the function's name; "" for none.
-struct NumberCase {
-  const char *from;
-  unsigned number;
-  const char *line;
-};
+struct NumberCase { const char *from; unsigned number; const char *line; };
 
 constexpr NumberCase kCases[] = {
     {"CN=ICA_CRL0,O=x", 0, ""},
@@ -38,11 +34,13 @@ TEST(CrlNumber, IsReadFromNamesAndUris) {
     SCOPED_TRACE(c.from != nullptr ? c.from : "(null)");
     const bool isUri = c.from != nullptr && std::string(c.from).starts_with("http:");
     LogCapture log;
-    unsigned number = 1;  // stays on failure
+    unsigned number = 1;   // stays on failure
     EXPECT_EQ(*c.line == '\0' ? 0 : -1, (isUri ? sxca_URI_to_crl_number : sxca_DN_to_crl_number)(c.from, number));
     EXPECT_EQ(c.number, number);
     const std::string func = isUri ? "sxca_URI_to_crl_number: " : "sxca_DN_to_crl_number: ";
-    if (*c.line != '\0') { EXPECT_EQ("[CrlDB] " + func + c.line, log.Lines().back()); }
+    if (*c.line != '\0') {
+      EXPECT_EQ("[CrlDB] " + func + c.line, log.Lines().back());
+    }
   }
 }
 

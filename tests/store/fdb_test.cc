@@ -94,7 +94,7 @@ TEST_F(Fdb, KeepsRecordsAsFilesOfTheirOctets) {
   EXPECT_EQ(octets, m_dir.Read("db_1/rec_k1"));
   EXPECT_EQ("shorter", Read("k2"));
   EXPECT_THAT(Files(), ElementsAre("rec_k1", "rec_k2"));
-  m_db.reset(fdb_open(m_dir.File("db").c_str(), "1"));  // what is there is used
+  m_db.reset(fdb_open(m_dir.File("db").c_str(), "1"));   // what is there is used
   EXPECT_THAT(Keys(), ElementsAre("k1", "k2"));
   EXPECT_EQ(0, fdb_remove(m_db.get(), "k1"));
   EXPECT_EQ("-", Read("k1"));
@@ -117,11 +117,7 @@ TEST_F(Fdb, AFailureAtAnyStepLeavesTheOldRecordAlone) {
 
 TEST_F(Fdb, TheCallerOrTheEnvironmentSaysWhatAStoreWaitsFor) {
   constexpr int kNotSaid = -1;
-  const struct {
-    const char *env;
-    int said;
-    bool file, folder;
-  } kCases[] = {
+  const struct { const char *env; int said; bool file, folder; } kCases[] = {
       {nullptr, kNotSaid, true, false}, {"0", kNotSaid, false, false}, {"1", kNotSaid, true, false},
       {"2", kNotSaid, true, true},      {"3", kNotSaid, true, false},  {"20", kNotSaid, true, false},
       {"2", 0, false, false},           {"0", 1, true, false},         {nullptr, 2, true, true},
@@ -143,7 +139,7 @@ TEST_F(Fdb, TheCallerOrTheEnvironmentSaysWhatAStoreWaitsFor) {
       const FileFake fake([refused](kxFileStep step, const char *) { return step == refused ? EMFILE : 0; });
       EXPECT_EQ(-1, Store("k", "new"));
     }
-    EXPECT_EQ(found, Read("k"));  // the new one is there, but may not outlive a power cut
+    EXPECT_EQ(found, Read("k"));   // the new one is there, but may not outlive a power cut
   }
   EXPECT_EQ(0, fdb_set_durable(kNotSaid));
 }
@@ -198,9 +194,9 @@ TEST_F(Fdb, ARecordThatShrinksKeepsItsLength) {
 TEST_F(Fdb, MeetsFilesThatItDidNotStore) {
   const std::string target = m_dir.Write("target", std::string(1000, 't'));
   fs::create_symlink(target, m_folder + "/rec_link");
-  EXPECT_EQ(std::string(target.size(), 't'), Read("link"));  // the link is measured, not its target
+  EXPECT_EQ(std::string(target.size(), 't'), Read("link"));   // the link is measured, not its target
   ASSERT_EQ(0, mkfifo((m_folder + "/rec_pipe").c_str(), 0600));
-  EXPECT_EQ("", Read("pipe"));  // nobody is waited for
+  EXPECT_EQ("", Read("pipe"));                                // nobody is waited for
   fs::resize_file(m_dir.Write("db_1/rec_big", "x"), uintmax_t{1} << 31);
   const HeapPeak peak;
   EXPECT_EQ("-", Read("big"));
@@ -235,7 +231,7 @@ TEST_F(Fdb, AProcessKilledWhileStoringLeavesWholeRecords) {
   for (const char *key : {"0", "1", "2"}) ASSERT_EQ(0, Store(key, Value(0)));
   std::set<std::string> seen;
   for (int round = 0; round < 60; ++round) {
-    int stored[2];  // one byte, so that a slow machine kills no child before its first store
+    int stored[2];   // one byte, so that a slow machine kills no child before its first store
     ASSERT_EQ(0, pipe(stored));
     const pid_t child = fork();
     if (child == 0) {

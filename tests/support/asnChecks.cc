@@ -36,7 +36,7 @@ void CheckSample(const sxAsnTypeInfo &info, const Octets &octets, const Octets &
   const Value copy(value->Clone());
   copy->CopyFrom(*value);
   copy->CopyFrom(*copy);
-  value.reset();  // what a copy shared with it would now be gone
+  value.reset();   // what a copy shared with it would now be gone
   EXPECT_EQ(hex, EncodeHex(*dup));
   EXPECT_EQ(printed, Printed(*dup, 1));
   EXPECT_EQ(hex, EncodeHex(*copy));

@@ -7,7 +7,7 @@ namespace {
 
 using Octets = std::vector<unsigned char>;
 
-constexpr int kMaxDepth = 8;  // types may hold themselves: from here on optional elements are left out
+constexpr int kMaxDepth = 8;   // types may hold themselves: from here on optional elements are left out
 
 Octets Wrap(int tag, const Octets &content) {
   const size_t len = content.size();
@@ -26,7 +26,7 @@ Octets PrimitiveContent(int tag) {
     case 1: return DecodeHex("ff");
     case 3: return DecodeHex("0640");
     case 5: return {};
-    case 6: return DecodeHex("2a8648ce3d09");  // no open type is registered under it
+    case 6: return DecodeHex("2a8648ce3d09");   // no open type is registered under it
     default: return DecodeHex("05");
   }
 }
@@ -36,19 +36,22 @@ Octets Sample(const sxAsnTypeInfo &info, int alternative, int depth);
 Octets Element(const sxAsnElem &elem, int depth) {
   const sxAsnTypeInfo &type = *elem.type;
   Octets octets = Sample(type, 0, depth + 1);
-  if (elem.tagging == sxAsnElem::kImplicit)
-    octets[0] = static_cast<unsigned char>(0x80 | (type.tag & 0x20) | elem.tagNumber);
+  if (elem.tagging == sxAsnElem::kImplicit) octets[0] = static_cast<unsigned char>(0x80 | (type.tag & 0x20) | elem.tagNumber);
   return elem.tagging == sxAsnElem::kExplicit ? Wrap(0xA0 | elem.tagNumber, octets) : octets;
 }
 
 Octets Sample(const sxAsnTypeInfo &info, int alternative, int depth) {
   Octets content;
   switch (info.kind) {
-    case sxAsnKind::kPrimitive: return Wrap(info.tag, PrimitiveContent(info.tag));
-    case sxAsnKind::kAny: return DecodeHex("0d0203ff");  // a universal type that has no class
-    case sxAsnKind::kChoice: return Element(info.elems[alternative], depth);
+    case sxAsnKind::kPrimitive:
+      return Wrap(info.tag, PrimitiveContent(info.tag));
+    case sxAsnKind::kAny:
+      return DecodeHex("0d0203ff");   // a universal type that has no class
+    case sxAsnKind::kChoice:
+      return Element(info.elems[alternative], depth);
     case sxAsnKind::kSequenceOf:
-    case sxAsnKind::kSetOf: return Wrap(info.tag, depth < kMaxDepth ? Element(info.elems[0], depth) : content);
+    case sxAsnKind::kSetOf:
+      return Wrap(info.tag, depth < kMaxDepth ? Element(info.elems[0], depth) : content);
     default:
       for (int i = 0; i < info.numElems; ++i) {
         if (info.elems[i].optional && depth >= kMaxDepth) continue;

@@ -4,12 +4,12 @@
 
 #include "kxcert/cert/certFile.h"
 #include "kxcert/cert/sxCerts.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/trust/chainJudge.h"
 #include "kxcert/trust/fixChain.h"
-#include "kxcert/trust/sortCerts.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxKeyHolder.h"
 #include "kxcert/trust/sxRootCA.h"
@@ -189,8 +189,7 @@ const std::vector<ChainCode> &ChainCodes() {
 }
 
 const char *CodeName(sxValidationRC rc) {
-  for (const ChainCode &code : ChainCodes())
-    if (code.rc == rc) return code.name;
+  for (const ChainCode &code : ChainCodes())  if (code.rc == rc) return code.name;
   return nullptr;
 }
 

@@ -22,8 +22,8 @@ struct ChainQuestion {
   int startGraceSec = kGraceDefault;
   int endGraceSec = kGraceDefault;
   int64_t nowSec = 0;
-  bool sort = false;      ///< before the repair
-  bool fix = false;       ///< repair; else look for a trusted root
+  bool sort = false;  ///< before the repair
+  bool fix = false;   ///< repair; else look for a trusted root
   bool named = false;     ///< neither: ask about one end entity, with the chain as a pool
   std::string endEntity;  ///< empty: the one that sorting finds
 };
@@ -50,11 +50,7 @@ const char *CodeName(sxValidationRC rc);
 bool CodeOfName(const std::string &name, sxValidationRC *rc);
 
 /// Every code that a chain without revocation can have, with its name and text.
-struct ChainCode {
-  sxValidationRC rc;
-  const char *name;
-  const char *text;
-};
+struct ChainCode { sxValidationRC rc; const char *name; const char *text; };
 const std::vector<ChainCode> &ChainCodes();
 
 #endif

@@ -31,9 +31,7 @@ Octets EmptySegments(int count) {
 }
 // One element around as many equal parts.
 template <int Tag, unsigned char... Part>
-Octets Of(int count) {
-  return Der(Tag, Repeated({Part...}, count));
-}
+Octets Of(int count) { return Der(Tag, Repeated({Part...}, count)); }
 Octets IndefiniteSegments(int count) { return Indefinite(kConstructedOcts, Repeated({0x04, 0x01, 0x41}, count)); }
 // 60 levels around all of them.
 template <int Tag, unsigned char... Part>
@@ -42,7 +40,7 @@ Octets Deep(int count) {
   for (int i = 0; i < 60; ++i) all = Der(Tag, all);
   return all;
 }
-Octets SetOfStrings(int count) {  // in descending order where they differ, so that sorting has to work
+Octets SetOfStrings(int count) {   // in descending order where they differ, so that sorting has to work
   Octets content;
   for (int i = count; i > 0; --i) {
     const Octets element = Der(4, {Octets{static_cast<unsigned char>(i >> 16), static_cast<unsigned char>(i >> 8),

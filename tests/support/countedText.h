@@ -10,7 +10,7 @@
 
 class CountedText {
  public:
-  static void *New(const char *text) { return new CountedText(text); }  ///< for Destroy
+  static void *New(const char *text) { return new CountedText(text); }   ///< for Destroy
   static void Destroy(void *text) {
     ++s_numDestroyed;
     delete static_cast<CountedText *>(text);
@@ -24,7 +24,7 @@ class CountedText {
     return text == nullptr ? "(none)" : static_cast<const CountedText *>(text)->m_text.c_str();
   }
 
-  explicit CountedText(const char *text) : m_text(text) {}  // on the stack: a key to look up with
+  explicit CountedText(const char *text) : m_text(text) {}   // on the stack: a key to look up with
 
   static inline int s_numDestroyed = 0;
 

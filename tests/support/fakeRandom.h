@@ -10,7 +10,7 @@ class FakeRandom {
   explicit FakeRandom(int (*bytes)(unsigned char *, int), int (*seed)(const void *, int) = nullptr)
       : m_method(*RAND_OpenSSL()) {
     unsigned char octet;
-    RAND_bytes(&octet, 1);  // libcrypto leaks when it ends without ever having used its own
+    RAND_bytes(&octet, 1);   // libcrypto leaks when it ends without ever having used its own
     if (bytes != nullptr) m_method.bytes = bytes;
     if (seed != nullptr) m_method.seed = seed;
     RAND_set_rand_method(&m_method);

@@ -42,7 +42,8 @@ namespace {
 
 void *Count(void *block) {
   const long held = g_held += static_cast<long>(malloc_usable_size(block));
-  for (long peak = g_peak; held > peak && !g_peak.compare_exchange_weak(peak, held);) {}
+  for (long peak = g_peak; held > peak && !g_peak.compare_exchange_weak(peak, held);) {
+  }
   return block;
 }
 void Discount(void *block) { g_held -= static_cast<long>(malloc_usable_size(block)); }

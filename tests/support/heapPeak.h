@@ -14,7 +14,7 @@ class HeapPeak {
 
   // Both are 0 under the sanitizers, which have their own malloc.
   size_t Bytes() const;
-  long HeldNow() const;  ///< above what was held before; may be negative
+  long HeldNow() const;                   ///< above what was held before; may be negative
 
  private:
   const long m_before;

@@ -4,17 +4,16 @@
 
 #include <fstream>
 
-#include "kxcert/foundation/base64.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
+#include "kxcert/foundation/base64.h"
 
 std::string KeyFile(const std::string &name) { return KXCERT_TEST_DATA "/keys/" + name; }
 
 std::vector<unsigned char> ReadPem(const std::string &path) {
   std::ifstream file(path);
   std::string body;
-  for (std::string line; std::getline(file, line);)
-    if (line.rfind("-----", 0) != 0) body += line + "\n";
+  for (std::string line; std::getline(file, line);)  if (line.rfind("-----", 0) != 0) body += line + "\n";
   int len = 0;
   unsigned char *octets = Base64Decode(body.data(), static_cast<int>(body.size()), &len);
   std::vector<unsigned char> found(octets, octets + len);

@@ -18,8 +18,9 @@ LogCapture::~LogCapture() {
 
 bool LogCapture::Has(const std::string &text) const {
   const std::vector<std::string> lines = Lines();
-  return std::any_of(lines.begin(), lines.end(),
-                     [&text](const std::string &line) { return line.find(text) != std::string::npos; });
+  return std::any_of(lines.begin(), lines.end(), [&text](const std::string &line) {
+    return line.find(text) != std::string::npos;
+  });
 }
 
 std::vector<std::string> LogCapture::Lines() const {

@@ -17,7 +17,7 @@ class LogCapture {
   LogCapture(const LogCapture &) = delete;
   LogCapture &operator=(const LogCapture &) = delete;
 
-  bool Has(const std::string &text) const;  ///< whether a line contains it
+  bool Has(const std::string &text) const;   ///< whether a line contains it
   std::vector<std::string> Lines() const;
   void Clear();
 

@@ -59,8 +59,8 @@ Octets TestCrl(int numEntries, bool criticalEntries) {
 
 Octets TestCrlOf(const char *entries, const char *extensions) {
   const Octets algorithm = DecodeHex("300a06082a8648ce3d040303");
-  Octets body =
-      Joined({DecodeHex("020101"), algorithm, NameOf({Ava(kCN, kUtf8, Text("ca"))}), Der(0x17, Text("300101000000Z"))});
+  Octets body = Joined({DecodeHex("020101"), algorithm, NameOf({Ava(kCN, kUtf8, Text("ca"))}),
+                        Der(0x17, Text("300101000000Z"))});
   if (*entries != '\0') body = Joined({body, Der(0x30, DecodeHex(entries))});
   if (*extensions != '\0') body = Joined({body, Der(0xA0, Der(0x30, DecodeHex(extensions)))});
   return Der(0x30, {Der(0x30, body), algorithm, DecodeHex("030100")});

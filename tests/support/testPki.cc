@@ -12,14 +12,12 @@ namespace {
 template <auto Fn>
 struct Free {
   template <class T>
-  void operator()(T *p) const {
-    Fn(p);
-  }
+  void operator()(T *p) const { Fn(p); }
 };
 using X509Ptr = std::unique_ptr<X509, Free<X509_free>>;
 using NamePtr = std::unique_ptr<X509_NAME, Free<X509_NAME_free>>;
 
-constexpr size_t kMaxStandardLen = 64;  // libcrypto's checks end there
+constexpr size_t kMaxStandardLen = 64;   // libcrypto's checks end there
 
 NamePtr NewName(const std::string &text) {
   NamePtr name(X509_NAME_new());

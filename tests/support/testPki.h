@@ -13,7 +13,7 @@
 
 #include "kxcert/cert/sxCerts.h"
 
-constexpr int64_t kTestNow = 1893456000;  ///< 2030-01-01 00:00 UTC; certificates are valid around it
+constexpr int64_t kTestNow = 1893456000;   ///< 2030-01-01 00:00 UTC; certificates are valid around it
 constexpr int64_t kTestDay = 86400;
 
 class TestCert;
@@ -21,13 +21,13 @@ class TestCert;
 struct TestCertOptions {
   int64_t notBefore = kTestNow - kTestDay;
   int64_t notAfter = kTestNow + 365 * kTestDay;
-  std::string serial = "01";          ///< hexadecimal
-  std::string basicConstraints = {};  ///< as in an OpenSSL configuration; "": no extension
+  std::string serial = "01";             ///< hexadecimal
+  std::string basicConstraints = {};     ///< as in an OpenSSL configuration; "": no extension
   std::string keyUsage = {};
-  bool keyIds = false;               ///< subject and authority key identifiers, made from the keys
-  bool criticalUnknown = false;      ///< a critical extension 1.2.3.4.5
-  const char *issuerName = nullptr;  ///< instead of the issuer's subject
-  const TestCert *keyOf = nullptr;   ///< the same key pair; null: a new one
+  bool keyIds = false;                   ///< subject and authority key identifiers, made from the keys
+  bool criticalUnknown = false;          ///< a critical extension 1.2.3.4.5
+  const char *issuerName = nullptr;      ///< instead of the issuer's subject
+  const TestCert *keyOf = nullptr;       ///< the same key pair; null: a new one
 };
 
 /// An ECDSA P-256 certificate.
@@ -40,8 +40,8 @@ class TestCert {
   TestCert &operator=(const TestCert &) = delete;
   ~TestCert() { sxCert_Free(m_cert); }
 
-  sxCert *Get() const { return m_cert; }  ///< lent
-  sxCert *Ref() const;                    ///< one more reference, for a set to adopt
+  sxCert *Get() const { return m_cert; }   ///< lent
+  sxCert *Ref() const;                     ///< one more reference, for a set to adopt
 
  private:
   std::shared_ptr<EVP_PKEY> m_key;

@@ -19,8 +19,8 @@ inline sxRootCA *AddRoot(sxKeyHolder &holder, const TestCert &cert, const char *
 }
 
 /// A certified key that a key holder keeps alive.
-inline sxCertifiedKey *AddKey(sxKeyHolder &holder, const sxCerts &chain, sxRootCA *root, const char *name = nullptr,
-                              const char *id = "") {
+inline sxCertifiedKey *AddKey(sxKeyHolder &holder, const sxCerts &chain, sxRootCA *root,
+                              const char *name = nullptr, const char *id = "") {
   auto *key = new sxCertifiedKey(name, chain, root, nullptr, 0, reinterpret_cast<const unsigned char *>(id),
                                  static_cast<int>(std::char_traits<char>::length(id)));
   holder.AddCertKey(key);

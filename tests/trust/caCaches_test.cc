@@ -20,7 +20,7 @@ TEST(CaIdentity, OrdersByTheSharedLengthThenShorterIsGreater) {
   EXPECT_EQ(-1, CA_Identity::Compare(&ab, &a));
   EXPECT_EQ(-1, CA_Identity::Compare(&a, &b));
   EXPECT_EQ(-1, CA_Identity::Compare(&ab, &b));
-  const Octets withNul = NameOf({Ava(kCN, kUtf8, {'a', 0, 'b'})});  // no C string of it is "CN=a"
+  const Octets withNul = NameOf({Ava(kCN, kUtf8, {'a', 0, 'b'})});   // no C string of it is "CN=a"
   const sxDN nulName(withNul.data(), LenOf(withNul));
   const CA_Identity nul(nulName);
   EXPECT_NE(0, CA_Identity::Compare(&a, &nul));
@@ -52,12 +52,12 @@ TEST(CaCertCache, CountsReferencesThroughReplacingEvictingAndExpiring) {
   {
     CA_Cert_Cache cache(2, 100);
     EXPECT_EQ(0, cache.add_CA_cert(a.Get()));
-    EXPECT_EQ(0, cache.add_CA_cert(a.Get()));  // the same object again
+    EXPECT_EQ(0, cache.add_CA_cert(a.Get()));   // the same object again
     EXPECT_EQ(1, cache.Count());
     EXPECT_EQ(0, cache.add_CA_cert(newA.Get()));
     EXPECT_EQ(newA.Get(), cache.get_CA_cert(*a.Get()->Subject()));
     EXPECT_EQ(0, cache.add_CA_cert(b.Get()));
-    EXPECT_EQ(0, cache.add_CA_cert(c.Get()));  // a's place
+    EXPECT_EQ(0, cache.add_CA_cert(c.Get()));   // a's place
     EXPECT_EQ(nullptr, cache.get_CA_cert(*a.Get()->Subject()));
     EXPECT_EQ(0, cache.delete_CA_cert(c.Get()));
     EXPECT_EQ(nullptr, cache.get_CA_cert(*c.Get()->Subject()));
@@ -66,7 +66,7 @@ TEST(CaCertCache, CountsReferencesThroughReplacingEvictingAndExpiring) {
     clock.Advance(100);
     EXPECT_EQ(nullptr, cache.get_CA_cert(*b.Get()->Subject()));
     sxCert_Free(kept);
-    EXPECT_EQ(0, cache.add_CA_cert(a.Get()));  // one that goes with the cache
+    EXPECT_EQ(0, cache.add_CA_cert(a.Get()));   // one that goes with the cache
   }
   // Each is back at its creator's reference.
   for (const TestCert *cert : {&a, &b, &c, &newA}) {

@@ -48,11 +48,11 @@ TEST_F(ChainJudge, TakesNoPromiseOfRevocation) {
   static int64_t asked = 0;
   question.flags = sxValidate_all;
   EXPECT_EQ(sxValidation_unknownStatus, sxJudgeChain(question, verdict));
-  sxCertValidate_SetRevocationFunc(
-      [](sxd_env *, sxRootCA *, sxCerts &, const ValidateParams &params, sxValidationCallback, void *, int, int &) {
-        asked = params.Time();
-        return sxValidation_async;
-      });
+  sxCertValidate_SetRevocationFunc([](sxd_env *, sxRootCA *, sxCerts &, const ValidateParams &params,
+                                      sxValidationCallback, void *, int, int &) {
+    asked = params.Time();
+    return sxValidation_async;
+  });
   EXPECT_EQ(sxValidation_unknownStatus, sxJudgeChain(question, verdict));
   sxCertValidate_SetRevocationFunc(nullptr);
   EXPECT_EQ(kTestNow, asked);
@@ -63,8 +63,8 @@ TEST_F(ChainJudge, FindsTheIssuerInACrowd) {
   const TestCert stranger("O=Trust/CN=stranger", nullptr);
   std::vector<std::unique_ptr<TestCert>> crowd;
   for (int i = 0; i < kMaxDetours; ++i) {
-    crowd.push_back(
-        std::make_unique<TestCert>("O=Trust/CN=sub", &stranger, CaOptions({.keyOf = i % 2 == 0 ? &stranger : &sub})));
+    crowd.push_back(std::make_unique<TestCert>("O=Trust/CN=sub", &stranger,
+                                               CaOptions({.keyOf = i % 2 == 0 ? &stranger : &sub})));
     pool.Add(crowd.back()->Ref());
     pool.Add(crowd.back()->Ref());
   }

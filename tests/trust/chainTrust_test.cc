@@ -34,7 +34,7 @@ TEST_F(ChainTrust, EndsTheChainInTheRootThatSigned) {
 }
 
 TEST_F(ChainTrust, LeavesTheResultAloneWithoutTrust) {
-  const TestCert sameName("O=Trust/CN=root", nullptr, CaOptions());  // but another key
+  const TestCert sameName("O=Trust/CN=root", nullptr, CaOptions());   // but another key
   AddRoot(holder, sameName);
   sxCerts kept = SetOf({&leaf});
   LogCapture log;
@@ -133,7 +133,7 @@ TEST_F(ChainTrust, ManyThreadsValidateWhileOneReplacesTheRoot) {
     OnThreads(4, [&](int thread) {
       while (thread == 0 && numValidating > 0) {
         sxRootCA *old = std::exchange(current, AddRoot(shared, root));
-        if (mode != sxKeyHolder_cachedRoots) shared.RemoveCA(old);  // the cache did it
+        if (mode != sxKeyHolder_cachedRoots) shared.RemoveCA(old);   // the cache did it
       }
       for (int i = 0; thread != 0 && i < 200; ++i) {
         sxCerts chain = SetOf({&leaf, &sub});

@@ -50,7 +50,7 @@ TEST_F(FixChain, TakesAdditionalCertificatesOfTheRoot) {
 
 TEST_F(FixChain, CutsChainsThatGoOnPastARoot) {
   sxRootCA *lowerCA = AddRoot(holder, lower);
-  EXPECT_EQ(lowerCA, Fix({&leaf, &lower, &upper, &root}, holder));  // neither the top nor its issuer is known
+  EXPECT_EQ(lowerCA, Fix({&leaf, &lower, &upper, &root}, holder));   // neither the top nor its issuer is known
   EXPECT_THAT(Members(chain), ElementsAre(leaf.Get(), lower.Get()));
   EXPECT_TRUE(log.Has("sxCert_FixChain_do: Got a long chain. Found the root CA down the chain"));
   // Its name alone is not enough.
@@ -67,7 +67,7 @@ TEST_F(FixChain, CutsChainsThatGoOnPastARoot) {
 
 TEST_F(FixChain, ExtendsShortChainsFromItsOwnKeys) {
   sxSWKeyHolder other;
-  sxRootCA *ca = AddRoot(other, root);  // known to the key, not to the holder
+  sxRootCA *ca = AddRoot(other, root);   // known to the key, not to the holder
   const TestCert own("O=Fix/CN=own", &lower);
   AddKey(holder, SetOf({&own, &lower, &upper}), ca);
   EXPECT_EQ(ca, Fix({&leaf}, holder));
@@ -98,17 +98,14 @@ TEST_F(FixChain, AsksForSubCAsOnceAndTriesAgain) {
   g_missing[0] = &upper;
   g_missing[1] = &lower;
   g_numCalls = 0;
-  sxCert_SetSubCAFunc([](sxCerts &) {
-    ++g_numCalls;
-    return -1;
-  });
+  sxCert_SetSubCAFunc([](sxCerts &) { ++g_numCalls; return -1; });
   EXPECT_EQ(nullptr, Fix({&leaf}, holder));
   sxCert_SetSubCAFunc(AddMissing);
   EXPECT_EQ(ca, Fix({&leaf}, holder));
   EXPECT_THAT(Members(chain), ElementsAre(leaf.Get(), lower.Get(), upper.Get(), root.Get()));
   EXPECT_EQ(2, g_numCalls);
   const TestCert alone("O=Fix/CN=alone", nullptr);
-  EXPECT_EQ(nullptr, Fix({&alone}, holder));  // self-issued: nobody is asked
+  EXPECT_EQ(nullptr, Fix({&alone}, holder));   // self-issued: nobody is asked
   EXPECT_EQ(2, g_numCalls);
 }
 
@@ -134,11 +131,7 @@ TEST_F(FixChain, TakesTheUserNameOnlyWhereTheRootSaysSo) {
 
   const TestCert noCN("O=Fix/OU=nobody", &root), stranger("O=Else/CN=x", nullptr);
   const TestCert withNul(std::string("O=Fix/CN=leaf\0.guest", 20), &root);
-  struct Case {
-    const char *said;
-    sxCerts chain;
-    int cnLen;
-  };
+  struct Case { const char *said; sxCerts chain; int cnLen; };
   Case cases[] = {{"Got inconsistent chain from peer", SetOf({&leaf, &root}), 3},
                   {"Failed to get root CA from chain", SetOf({&stranger}), 3},
                   {"Failed to find common name in the DN", SetOf({&noCN}), 3},

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <ctime>
 
-#include "kxcert/cert/signatureCache.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/trust/sortCerts.h"
+#include "kxcert/cert/signatureCache.h"
 #include "support/derOctets.h"
 #include "support/fixedClock.h"
 #include "support/testPki.h"
@@ -31,7 +31,7 @@ TEST_F(SortCerts, PutsAnyOrderIntoPathOrder) {
     sxCerts certs;
     for (const TestCert *cert : order) certs.Add(cert->Ref());
     certs.Add(leaf.Ref());
-    ASSERT_EQ(0, certs.Del(4));  // a hole at the end
+    ASSERT_EQ(0, certs.Del(4));   // a hole at the end
     EXPECT_EQ(0, sxCerts_Sort(certs));
     EXPECT_THAT(Members(certs), ElementsAre(leaf.Get(), lower.Get(), upper.Get(), root.Get()));
   } while (std::next_permutation(order.begin(), order.end()));
@@ -82,7 +82,7 @@ TEST(SortCertsCandidates, ChoosesByKeyIdentifierThenByKeyThenByOrder) {
   sxCerts certs = SetOf({&wrong, &right, &top, &leaf});
   const uint64_t numVerified = NumVerified();
   EXPECT_EQ(-1, sxCerts_Sort(certs));
-  EXPECT_EQ(numVerified + 1, NumVerified());  // the identifier named the right one
+  EXPECT_EQ(numVerified + 1, NumVerified());   // the identifier named the right one
   EXPECT_THAT(Members(certs), ElementsAre(leaf.Get(), right.Get(), top.Get()));
 
   const TestCert plainLeaf("O=Two/CN=leaf", &right);

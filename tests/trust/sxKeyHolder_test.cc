@@ -36,14 +36,14 @@ TEST(sxKeyHolder, FirstMatchInSlotOrderWins) {
   EXPECT_EQ(nullptr, holder.CAByDN(nullptr));
   holder.AddCA(noCert);
   sxFreePKobj(noCert);
-  EXPECT_EQ(noCert, holder.CAByDN(nullptr));  // two absent names are equal
+  EXPECT_EQ(noCert, holder.CAByDN(nullptr));   // two absent names are equal
   EXPECT_EQ(second, holder.CAByDN(upperB.Get()->Subject()));
   EXPECT_EQ(second, holder.CAByName("two"));
   EXPECT_EQ(second, holder.CAByID(Octets("ID2"), 3));
   EXPECT_EQ(first, holder.RootCA_Lookup(*a.Get()->Subject()));
   EXPECT_EQ(nullptr, holder.CAByID(Octets("ID"), 2));
   EXPECT_EQ(nullptr, holder.CAByID(nullptr, 0));
-  EXPECT_EQ(nullptr, holder.CAByID(Octets(""), 0));  // as long as the last one's, which has none
+  EXPECT_EQ(nullptr, holder.CAByID(Octets(""), 0));   // as long as the last one's, which has none
   EXPECT_EQ(nullptr, holder.CAByName(nullptr));
   EXPECT_EQ(0, holder.RemoveCA(second));
   EXPECT_EQ(third, holder.CAByDN(b.Get()->Subject()));
@@ -72,11 +72,7 @@ TEST(sxKeyHolder, FindsCertifiedKeys) {
 }
 
 TEST(sxKeyHolder, PrefersKeysByTheTypeOfTheirRoot) {
-  struct Case {
-    const char *what;
-    std::vector<int> types;
-    int expected;
-  };  // -1: no root
+  struct Case { const char *what; std::vector<int> types; int expected; };   // -1: no root
   const Case cases[] = {
       {"nothing", {}, -1},
       {"only without a root", {-1, -1}, -1},
@@ -107,9 +103,9 @@ TEST(sxKeyHolder, SortKeepsTopMostRootsAndOrdersKeys) {
   const TestCert outside("O=Else/CN=top", nullptr), foreign("O=Sorted/CN=foreign", &outside);
   LogCapture log;
   sxSWKeyHolder holder;
-  AddRoot(holder, below);  // its issuer is trusted here
+  AddRoot(holder, below);                                        // its issuer is trusted here
   sxRootCA *top = AddRoot(holder, root);
-  AddRoot(holder, root, "own", sxCaType_other, "KEY");  // a certified key has this identifier
+  AddRoot(holder, root, "own", sxCaType_other, "KEY");           // a certified key has this identifier
   sxRootCA *kept = AddRoot(holder, foreign, nullptr, sxCaType_last);
   sxRootCA *bare = new sxRootCA(nullptr, nullptr, 0, sxCaType_first, 0, nullptr, 0, nullptr, 0);
   holder.AddCA(bare);

@@ -32,13 +32,13 @@ TEST(sxPKObjects, MovesTheLastObjectIntoTheHole) {
   for (sxRootCA *&root : roots) {
     root = NewRoot(0);
     EXPECT_EQ(0, objects.Add(root));
-    sxFreePKobj(root);  // the set holds its own reference
+    sxFreePKobj(root);   // the set holds its own reference
   }
   EXPECT_EQ(0, objects.Delete(roots[0]));
   EXPECT_THAT(Visit(objects), testing::ElementsAre(roots[6], roots[1], roots[2], roots[3], roots[4], roots[5]));
   EXPECT_EQ(0, objects.Delete(roots[5]));
   EXPECT_THAT(Visit(objects), testing::ElementsAre(roots[6], roots[1], roots[2], roots[3], roots[4]));
-  EXPECT_TRUE(objects.IsInRange(9));  // slots come by five and stay
+  EXPECT_TRUE(objects.IsInRange(9));    // slots come by five and stay
   EXPECT_FALSE(objects.IsInRange(10));
   EXPECT_FALSE(objects.IsInRange(-1));
   EXPECT_EQ(nullptr, objects.Get(5));
@@ -58,7 +58,7 @@ TEST(sxPKObjects, FindsTheLowestSlotAfterAnyAddingAndDeleting) {
   constexpr int kNumRoots = 12;
   std::mt19937 random(7);
   std::vector<sxRootCA *> roots;
-  for (int i = 0; i < kNumRoots; ++i) roots.push_back(NewRoot(i / 2));  // two of each purpose
+  for (int i = 0; i < kNumRoots; ++i) roots.push_back(NewRoot(i / 2));   // two of each purpose
   {
     sxPKObjects objects(HashOf);
     for (int step = 0; step < 3000; ++step) {
@@ -71,8 +71,8 @@ TEST(sxPKObjects, FindsTheLowestSlotAfterAnyAddingAndDeleting) {
       const std::vector<sxRootCA *> slots = Visit(objects);
       ASSERT_EQ(objects.Count(), static_cast<int>(slots.size()));
       for (int purpose = 0; purpose <= kNumRoots / 2; ++purpose) {
-        const auto first =
-            std::find_if(slots.begin(), slots.end(), [=](const sxRootCA *slot) { return slot->Purpose() == purpose; });
+        const auto first = std::find_if(slots.begin(), slots.end(),
+                                        [=](const sxRootCA *slot) { return slot->Purpose() == purpose; });
         ASSERT_EQ(first != slots.end() ? *first : nullptr,
                   objects.Find(static_cast<uint64_t>(purpose) % 4, HasPurpose, &purpose));
       }

@@ -34,7 +34,7 @@ TEST(sxRootCA, IsNamedByItsNameOrElseByItsSubject) {
   EXPECT_EQ(nullptr, bare->Name());
   EXPECT_EQ(nullptr, bare->DN());
   EXPECT_EQ(0, bare->IdLen());
-  EXPECT_FALSE(bare->HasId(bare->Id(), bare->IdLen()));  // nothing equals an absent identifier
+  EXPECT_FALSE(bare->HasId(bare->Id(), bare->IdLen()));   // nothing equals an absent identifier
 }
 
 TEST(sxRootCA, FindsWhichOfItsCertificatesSigned) {
@@ -48,7 +48,7 @@ TEST(sxRootCA, FindsWhichOfItsCertificatesSigned) {
   EXPECT_TRUE(log.Has("sxRootCA::CertBySubordinate: \"this\" has NULL additional certs"));
   auto *additional = new sxCerts(SetOf({&third, &second}));
   root->SetAdditionalCerts(additional);
-  root->SetAdditionalCerts(additional);  // again: it stays
+  root->SetAdditionalCerts(additional);   // again: it stays
   EXPECT_EQ(second.Get(), root->CertBySignee(bySecond.Get()));
   EXPECT_EQ(third.Get(), root->CertBySignee(byThird.Get()));
   additional->Del(0);

@@ -23,12 +23,7 @@ ValidateParams Grace(int startSec, int endSec) {
 TEST(ValidateCert, ComparesDatesWithTheirGrace) {
   const TestCert cert("O=Val/CN=dates", nullptr);
   const int64_t start = cert.Get()->notBefore(), end = cert.Get()->notAfter();
-  const struct {
-    const char *what;
-    int64_t now;
-    int startGrace, endGrace;
-    sxValidationRC rc;
-  } cases[] = {
+  const struct { const char *what; int64_t now; int startGrace, endGrace; sxValidationRC rc; } cases[] = {
       {"first second", start, 0, 0, sxValidation_OK},
       {"explicit 0 at the start", start - 1, 0, -1, sxValidation_notYetValid},
       {"process-wide grace", start - 7200, -1, -1, sxValidation_OK},
@@ -77,7 +72,7 @@ struct PathCase {
   TestCertOptions root, upper, lower, leaf;
   sxValidationRC rc;
   int level;
-  const char *fact;  // line of the error text, or null
+  const char *fact;   // line of the error text, or null
 };
 
 TEST(ValidatePath, GivesEachFaultItsCodeLevelAndFact) {
@@ -86,76 +81,27 @@ TEST(ValidatePath, GivesEachFaultItsCodeLevelAndFact) {
   const PathCase cases[] = {
       {"in order", CaOptions(), CaOptions(), CaOptions(), {}, sxValidation_OK, -1, nullptr},
       {"no constraints at all", {}, {}, {}, {}, sxValidation_OK, -1, nullptr},
-      {"path lengths that just suffice",
-       With("CA:TRUE,pathlen:2"),
-       With("CA:TRUE,pathlen:1"),
-       With("CA:TRUE,pathlen:0"),
-       {},
-       sxValidation_OK,
-       -1,
-       nullptr},
+      {"path lengths that just suffice", With("CA:TRUE,pathlen:2"), With("CA:TRUE,pathlen:1"),
+       With("CA:TRUE,pathlen:0"), {}, sxValidation_OK, -1, nullptr},
       {"leaf not yet valid", CaOptions(), CaOptions(), CaOptions(), future, sxValidation_notYetValid, 0,
        "not valid before: 2030-01-02 00:00:00 UTC"},
-      {"top expired",
-       Expired(kTestNow - 1),
-       CaOptions(),
-       CaOptions(),
-       {},
-       sxValidation_expired,
-       3,
+      {"top expired", Expired(kTestNow - 1), CaOptions(), CaOptions(), {}, sxValidation_expired, 3,
        "not valid after: 2029-12-31 23:59:59 UTC"},
       {"a sub-CA expired", CaOptions(), CaOptions(), Expired(kTestNow - 1), {}, sxValidation_expired, 1, nullptr},
       {"a critical extension that nobody knows", CaOptions(), CaOptions(), CaOptions(), critical,
        sxValidation_unhandledCritExt, 0, "critical extension: 1.2.3.4.5"},
-      {"may not sign",
-       CaOptions(),
-       With("CA:TRUE", "critical,digitalSignature"),
-       CaOptions(),
-       {},
-       sxValidation_wrongKeyUsage,
-       2,
-       "key usage: without keyCertSign"},
-      {"key usage that is not critical",
-       CaOptions(),
-       With("CA:TRUE", "digitalSignature"),
-       CaOptions(),
-       {},
-       sxValidation_OK,
-       -1,
-       nullptr},
-      {"no CA",
-       CaOptions(),
-       CaOptions(),
-       With("CA:FALSE"),
-       {},
-       sxValidation_issuerIsNoCA,
-       0,
+      {"may not sign", CaOptions(), With("CA:TRUE", "critical,digitalSignature"), CaOptions(), {},
+       sxValidation_wrongKeyUsage, 2, "key usage: without keyCertSign"},
+      {"key usage that is not critical", CaOptions(), With("CA:TRUE", "digitalSignature"), CaOptions(), {},
+       sxValidation_OK, -1, nullptr},
+      {"no CA", CaOptions(), CaOptions(), With("CA:FALSE"), {}, sxValidation_issuerIsNoCA, 0,
        "issuer without cA: CN=lower,O=Val"},
-      {"one sub-CA too many",
-       CaOptions(),
-       With("CA:TRUE,pathlen:0"),
-       CaOptions(),
-       {},
-       sxValidation_pathLenExceeded,
-       2,
-       "path length constraint: 0, CA certificates below: 1"},
-      {"one sub-CA too many for the root",
-       With("CA:TRUE,pathlen:1"),
-       CaOptions(),
-       CaOptions(),
-       {},
-       sxValidation_pathLenExceeded,
-       3,
-       "path length constraint: 1, CA certificates below: 2"},
-      {"another issuer",
-       CaOptions(),
-       CaOptions(),
-       CaOptions(),
-       {.issuerName = "O=Val/CN=else"},
-       sxValidation_inconsistentChain,
-       0,
-       "issuer: CN=else,O=Val\nnext in chain: CN=lower,O=Val"},
-  };
+      {"one sub-CA too many", CaOptions(), With("CA:TRUE,pathlen:0"), CaOptions(), {},
+       sxValidation_pathLenExceeded, 2, "path length constraint: 0\nCA certificates below: 1"},
+      {"one sub-CA too many for the root", With("CA:TRUE,pathlen:1"), CaOptions(), CaOptions(), {},
+       sxValidation_pathLenExceeded, 3, "path length constraint: 1\nCA certificates below: 2"},
+      {"another issuer", CaOptions(), CaOptions(), CaOptions(), {.issuerName = "O=Val/CN=else"},
+       sxValidation_inconsistentChain, 0, "issuer: CN=else,O=Val\nnext in chain: CN=lower,O=Val"}, };
   for (const PathCase &c : cases) {
     SCOPED_TRACE(c.what);
     const TestCert root("O=Val/CN=root", nullptr, c.root), upper("O=Val/CN=upper", &root, c.upper);
@@ -174,7 +120,9 @@ TEST(ValidatePath, GivesEachFaultItsCodeLevelAndFact) {
     const std::string head = std::string(sxValidationRC_GetString(c.rc)) + "\nlevel: " + std::to_string(level) +
                              "\nsubject: " + chain.Get(level)->Subject()->GetStr() + "\nserial number: 01\n";
     EXPECT_THAT(text, testing::StartsWith(head));
-    if (c.fact != nullptr) { EXPECT_EQ(head + c.fact, text); }
+    if (c.fact != nullptr) {
+      EXPECT_EQ(head + c.fact, text);
+    }
   }
 }
 
@@ -196,10 +144,10 @@ TEST(ValidatePath, ReportsTheEarliestEndAndNeedsEveryCertificate) {
   EXPECT_EQ(sxValidation_badInput, sxValidatePath(sxCerts(), level, expiration));
   EXPECT_EQ(sxValidation_badInput, sxValidateSignatures(sxCerts(), level));
   EXPECT_EQ(-1, sxGetChainExpiration(sxCerts()));
-  const TestCert unreadable("O=Val/CN=unreadable", &root, Expired(-1));  // the same value
+  const TestCert unreadable("O=Val/CN=unreadable", &root, Expired(-1));   // the same value
   EXPECT_EQ(-1, sxGetChainExpiration(SetOf({&leaf, &unreadable})));
   EXPECT_EQ(-1, sxGetChainExpiration(SetOf({&unreadable, &leaf})));
-  EXPECT_EQ(sxValidation_OK, sxValidatePath(SetOf({&leaf}), level, expiration));  // only its own dates count
+  EXPECT_EQ(sxValidation_OK, sxValidatePath(SetOf({&leaf}), level, expiration));   // only its own dates count
 }
 
 sxRootCA *ConstrainedRoot(const TestCert &cert) {
@@ -221,15 +169,15 @@ class ValCerts : public testing::Test {
 
   sxValidationRC Run(sxCerts *with, int flags) {
     level = 99;
-    return sxCert_ValCerts_e(env, constrained, with, nullptr, &expiration, ValidateParams(), text, sizeof text, &level,
-                             nullptr, this, flags);
+    return sxCert_ValCerts_e(env, constrained, with, nullptr, &expiration, ValidateParams(), text, sizeof text,
+                             &level, nullptr, this, flags);
   }
 
   FixedClock clock{kTestNow};
   const TestCert root{"O=Val/CN=root", nullptr, CaOptions()}, inside{"O=Val/OU=in/CN=leaf", &root};
   const TestCert outside{"O=Val/OU=out/CN=leaf", &root};
   sxRootCA *constrained = ConstrainedRoot(root);
-  sxd_env *env = reinterpret_cast<sxd_env *>(&clock);  // only handed on
+  sxd_env *env = reinterpret_cast<sxd_env *>(&clock);   // only handed on
   char text[512] = "old";
   int level = 0;
   long expiration = 0;
@@ -243,10 +191,8 @@ TEST_F(ValCerts, ChecksNameConstraintsOfTheEndEntity) {
   LogCapture log;
   EXPECT_EQ(sxValidation_nameConstraints, Run(&chain, sxValidate_nameConstraints));
   EXPECT_EQ(0, level);
-  EXPECT_STREQ(
-      "Certificate name constraints failed.\nlevel: 0\nsubject: CN=leaf,OU=out,O=Val\n"
-      "serial number: 01\nname outside the constraints: CN=leaf,OU=out,O=Val",
-      text);
+  EXPECT_STREQ("Certificate name constraints failed.\nlevel: 0\nsubject: CN=leaf,OU=out,O=Val\n"
+               "serial number: 01\nname outside the constraints: CN=leaf,OU=out,O=Val", text);
   EXPECT_TRUE(log.Has("sxValidateNameConstraints: CN=leaf,OU=out,O=Val doesn't conform to name constraints"));
   EXPECT_EQ(sxValidation_OK, Run(&chain, 0));
 }
@@ -266,8 +212,9 @@ TEST_F(ValCerts, FindsASignatureThatIsNotTheIssuers) {
 TEST_F(ValCerts, CutsTheTextToTheArea) {
   sxCerts chain = SetOf({&outside, &root});
   char area[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
-  EXPECT_EQ(sxValidation_nameConstraints, sxCert_ValCerts(constrained, &chain, nullptr, nullptr, ValidateParams(), area,
-                                                          6, nullptr, nullptr, nullptr, sxValidate_nameConstraints));
+  EXPECT_EQ(sxValidation_nameConstraints,
+            sxCert_ValCerts(constrained, &chain, nullptr, nullptr, ValidateParams(), area, 6, nullptr, nullptr,
+                            nullptr, sxValidate_nameConstraints));
   EXPECT_EQ(std::string("Certi\0xx", 8), std::string(area, 8));
   EXPECT_EQ(-1, sxCert_ValErrToStr(&chain, -993, 0, area, 0));
   EXPECT_EQ(-1, sxCert_ValErrToStr(&chain, -993, 0, nullptr, 9));
@@ -289,29 +236,23 @@ TEST_F(ValCerts, NeedsARootAndAChainAndSaysWhatItDidNotCheck) {
   EXPECT_EQ(sxValidation_badInput, Run(nullptr, sxValidate_path));
   EXPECT_STREQ("validate bad input.", text);
   EXPECT_EQ(sxValidation_badInput, Run(&empty, 0));
-  EXPECT_EQ(sxValidation_badInput, sxCert_ValCerts(nullptr, &chain, nullptr, nullptr, ValidateParams(), nullptr, 0,
-                                                   nullptr, nullptr, nullptr, sxValidate_path));
-  EXPECT_EQ(sxValidation_unknownStatus, Run(&chain, sxValidate_all));  // revocation
+  EXPECT_EQ(sxValidation_badInput,
+            sxCert_ValCerts(nullptr, &chain, nullptr, nullptr, ValidateParams(), nullptr, 0, nullptr, nullptr,
+                            nullptr, sxValidate_path));
+  EXPECT_EQ(sxValidation_unknownStatus, Run(&chain, sxValidate_all));   // revocation
   EXPECT_EQ(-1, level);
   EXPECT_STREQ("validation status unknown.", text);
   EXPECT_EQ(sxValidation_OK, Run(&chain, sxValidate_all & ~sxValidate_revocation));
 }
 
-struct Seen {
-  sxd_env *env;
-  sxRootCA *root;
-  void *opaque;
-  int timeoutMs;
-  int numCalls;
-  int crlTo;
-};
+struct Seen { sxd_env *env; sxRootCA *root; void *opaque; int timeoutMs; int numCalls; int crlTo; };
 Seen g_seen;
 
 TEST_F(ValCerts, RunsTheInstalledRevocationFunctionLast) {
   sxCerts chain = SetOf({&inside, &root}), bad = SetOf({&outside, &root});
   g_seen = {};
-  sxCertValidate_SetRevocationFunc([](sxd_env *e, sxRootCA *r, sxCerts &, const ValidateParams &, sxValidationCallback,
-                                      void *opaque, int timeoutMs, int &at) {
+  sxCertValidate_SetRevocationFunc([](sxd_env *e, sxRootCA *r, sxCerts &, const ValidateParams &,
+                                      sxValidationCallback, void *opaque, int timeoutMs, int &at) {
     g_seen = {e, r, opaque, timeoutMs, g_seen.numCalls + 1, g_seen.crlTo};
     at = 0;
     return g_seen.numCalls == 1 ? sxValidation_revoked : sxValidation_async;
@@ -326,9 +267,9 @@ TEST_F(ValCerts, RunsTheInstalledRevocationFunctionLast) {
   EXPECT_EQ(constrained, g_seen.root);
   EXPECT_EQ(this, g_seen.opaque);
   EXPECT_EQ(60000, g_seen.timeoutMs);
-  auto *crls = reinterpret_cast<sxCRLs *>(&chain);  // only handed on
-  EXPECT_EQ(sxValidation_async, sxCert_ValCerts(constrained, &chain, crls, nullptr, ValidateParams(), text, sizeof text,
-                                                nullptr, nullptr, nullptr, sxValidate_revocation));
+  auto *crls = reinterpret_cast<sxCRLs *>(&chain);   // only handed on
+  EXPECT_EQ(sxValidation_async, sxCert_ValCerts(constrained, &chain, crls, nullptr, ValidateParams(), text,
+                                                sizeof text, nullptr, nullptr, nullptr, sxValidate_revocation));
   EXPECT_STREQ("", text);
   EXPECT_EQ(77, g_seen.crlTo);
 }
@@ -343,9 +284,8 @@ TEST(ValidateParams, ConstructorTakesTheSizeCheckBeforeTheWebFlag) {
   const ValidateParams params(2, 3, 4, 5, 6, 7, 0, 9, 10, 11);
   ValidateParams copy;
   ValidateParams_Set(&copy, &params);
-  const int values[] = {copy.OCSP_validation(), copy.Cert_start_grace(), copy.Cert_end_grace(),
-                        copy.Crl_start_grace(), copy.Crl_end_grace(),    copy.CRL_size_validation(),
-                        copy.Write_crl_to_web()};
+  const int values[] = {copy.OCSP_validation(), copy.Cert_start_grace(), copy.Cert_end_grace(), copy.Crl_start_grace(),
+                        copy.Crl_end_grace(), copy.CRL_size_validation(), copy.Write_crl_to_web()};
   EXPECT_THAT(values, testing::ElementsAre(3, 4, 5, 6, 7, 10, 11));
   EXPECT_TRUE(copy.CRL_validation() && !copy.Check_this_upd() && copy.Check_next_upd());
 }

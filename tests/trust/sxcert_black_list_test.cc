@@ -13,7 +13,7 @@
 namespace {
 
 TEST(BlackList, HoldsTheSerialsOfCertificates) {
-  const TestCert withLong("O=Black/CN=long", nullptr, {.serial = "8FEDCBA987654321"});  // and a leading zero octet
+  const TestCert withLong("O=Black/CN=long", nullptr, {.serial = "8FEDCBA987654321"});   // and a leading zero octet
   const TestCert withShort("O=Black/CN=short", nullptr, {.serial = "0102"});
 
   sxcert_black_list *list = new sxcert_black_list(0);
@@ -26,9 +26,9 @@ TEST(BlackList, HoldsTheSerialsOfCertificates) {
   EXPECT_FALSE(list->IsExist(*withShort.Get()));
   EXPECT_EQ(0, list->AddFromString("000102"));
   EXPECT_TRUE(list->IsExist(*withShort.Get()));
-  EXPECT_EQ(0, list->AddFromString("008fedcba987654321"));  // the number that is there
+  EXPECT_EQ(0, list->AddFromString("008fedcba987654321"));   // the number that is there
   EXPECT_EQ(2, list->Size());
-  EXPECT_EQ(0, list->AddFromString("8fedcba987654321"));  // another one: negative
+  EXPECT_EQ(0, list->AddFromString("8fedcba987654321"));     // another one: negative
   EXPECT_EQ(3, list->Size());
   sxcert_black_list *other = new sxcert_black_list(5);
   EXPECT_EQ(0, sxcert_black_list::Diff(list, other));
@@ -75,7 +75,7 @@ TEST(BlackList, GoesWithTheFreeThatLeavesOneOrLess) {
   sxcert_black_list *attached = new sxcert_black_list(0);
   ValidateParams params;
   params.Set_BlackList(attached);
-  ValidateParams copy(params);  // carries the list and saves nothing
+  ValidateParams copy(params);   // carries the list and saves nothing
   EXPECT_EQ(attached, copy.Get_BlackList());
   EXPECT_EQ(3, sxcert_black_list::save(attached));
   EXPECT_EQ(2, sxcert_black_list::free(attached));

@@ -55,8 +55,8 @@ TEST(TrustPrint, EveryClassDescribesItself) {
   auto *key = new sxCertifiedKey("mine", SetOf({&own}), ca, own.Get()->PubKey(), 4, nullptr, 0);
   const std::string keyText = "\tmine\n\t\tPurpose: 4\n\t\tRoot CA: CN=root\n\t\tChain: 1 certificates\n" +
                               ("\t\t\tSubject: CN=own\n\n" + Sprinted(*own.Get()->PubKey(), 2));
-  EXPECT_TRUE(
-      Sprinted(*own.Get()->PubKey(), 0).starts_with("ECDSA key (256 bits), private part: no\nPublic key octets:\n04 "));
+  EXPECT_TRUE(Sprinted(*own.Get()->PubKey(), 0)
+                  .starts_with("ECDSA key (256 bits), private part: no\nPublic key octets:\n04 "));
   EXPECT_EQ(kRootText, Fprinted(*ca, 1));
   EXPECT_EQ(keyText, Sprinted(*key, 1));
   ExpectForms("\tOCSP server: ours\n\tURL: http://ocsp.example\n", *server);

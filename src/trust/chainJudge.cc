@@ -14,6 +14,7 @@
 #include "kxcert/trust/fixChain.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "trust/certPool.h"
+#include "trust/rules.h"
 #include "trust/sharedRef.h"
 #include "trust/sxKeyHolder_imp.h"
 
@@ -197,6 +198,21 @@ void Validate(const sxChainQuestion &question, const ValidateParams &params, sxC
   verdict.text = verdict.code == sxValidation_OK ? sxValidationRC_GetString(sxValidation_OK) : text.data();
 }
 
+sxFinding RevocationFinding(int flags, const sxChainVerdict &verdict) {
+  sxFinding finding{verdict.code, 0, "revocation", "RFC 5280, 6.3", sxFindingResult::kPassed, nullptr, {}, nullptr};
+  const bool isAsked = (flags & sxValidate_revocation) != 0;
+  if (!isAsked || (verdict.code != sxValidation_OK && RuleOf(verdict.code) != nullptr)) {
+    finding.code = sxValidation_unknownStatus;
+    finding.result = sxFindingResult::kNotChecked;
+    finding.reason = isAsked ? "another rule failed before" : "nobody asked for it";
+  } else if (verdict.code != sxValidation_OK) {
+    finding.result = sxFindingResult::kFailed;
+    finding.level = verdict.level;
+    finding.advice = "Ask the CA for the certificate's status.";
+  }
+  return finding;
+}
+
 }  // namespace
 
 sxChainVerdict::~sxChainVerdict() { sxFreePKobj(root); }
@@ -212,11 +228,16 @@ sxValidationRC sxJudgeChain(const sxChainQuestion &question, sxChainVerdict &ver
     params.Set_time(question.time != kPresentTime ? question.time : params.Time());
     PathSearch(question, params.Time()).Run(result);
     Validate(question, params, result);
+    if (question.wantsFindings) {
+      result.findings = sxFindAll(result.path, result.root, params, question.flags | sxValidate_signatures);
+      result.findings.push_back(RevocationFinding(question.flags, result));
+    }
   }
   verdict.path.Swap(result.path);
   std::swap(verdict.root, result.root);
   verdict.code = result.code;
   verdict.level = result.level;
   verdict.text = result.text;
+  verdict.findings.swap(result.findings);
   return verdict.code;
 }

@@ -1,16 +1,15 @@
 // Result codes as text, and what a validation that failed found.
 #include <algorithm>
 #include <cstring>
-#include <ctime>
 
 #include "cert/serialText.h"
-#include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxValidation.h"
+#include "trust/rules.h"
 
 namespace {
 
@@ -50,8 +49,6 @@ constexpr TextRow kTexts[] = {
     {sxValidation_unknownStatus, "validation status unknown."},
 };
 
-constexpr int kMaxOidText = 256;
-
 // The form without control characters: a line feed in a name would forge a fact.
 const char *TextOf(const sxDN *dn) {
   const char *text = dn != nullptr ? dn->GetStr_ascii() : nullptr;
@@ -64,73 +61,15 @@ const sxCert *At(const sxCerts &chain, int level) {
   return cert != nullptr && cert->OK() ? cert : nullptr;
 }
 
-void PutDate(SxStream &out, const char *what, int sec) {
-  const time_t time = sec;
-  tm utc;
-  char text[32];
-  if (gmtime_r(&time, &utc) == nullptr || strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc) == 0) return;
-  out.Printf("\n%s: %s", what, text);
+// What decided, of the certificate at that level, which is there.
+std::vector<sxFact> FactsOf(const sxCerts &chain, int rc, int level) {
+  std::vector<sxFact> facts;
+  const Rule *rule = RuleOf(rc);
+  const int below = rule != nullptr ? level - rule->levelsUp : level;
+  const RulePlace place{At(chain, below), At(chain, below + 1), below, nullptr, nullptr, 0};
+  if (rule != nullptr) rule->facts(place, facts);
+  return facts;
 }
-
-// Each writes the fact that decided, for the certificate at that level, which is there.
-void NotBefore(SxStream &out, const sxCerts &chain, int level) {
-  PutDate(out, "not valid before", chain.Get(level)->notBefore());
-}
-
-void NotAfter(SxStream &out, const sxCerts &chain, int level) {
-  PutDate(out, "not valid after", chain.Get(level)->notAfter());
-}
-
-void CriticalExtension(SxStream &out, const sxCerts &chain, int level) {
-  char oid[kMaxOidText] = "";
-  if (chain.Get(level)->UnhandledCritExt() == nullptr) return;
-  chain.Get(level)->UnhandledCritExt()->GetStr(oid, sizeof oid);
-  out.Printf("\ncritical extension: %s", oid);
-}
-
-void PathLength(SxStream &out, const sxCerts &chain, int level) {
-  const sxBasicConstraint *constraints = chain.Get(level)->GetBasicConstraint();
-  if (constraints == nullptr) return;
-  out.Printf("\npath length constraint: %d, CA certificates below: %d", constraints->PathLen(), level - 1);
-}
-
-void KeyUsage(SxStream &out, const sxCerts &, int) { out.Puts("\nkey usage: without keyCertSign"); }
-
-void IssuerIsNoCA(SxStream &out, const sxCerts &chain, int level) {
-  if (const sxCert *issuer = At(chain, level + 1)) out.Printf("\nissuer without cA: %s", TextOf(issuer->Subject()));
-}
-
-void IssuerNames(SxStream &out, const sxCerts &chain, int level) {
-  out.Printf("\nissuer: %s", TextOf(chain.Get(level)->Issuer()));
-  if (const sxCert *issuer = At(chain, level + 1)) out.Printf("\nnext in chain: %s", TextOf(issuer->Subject()));
-}
-
-void Verifier(SxStream &out, const sxCerts &chain, int level) {
-  if (const sxCert *issuer = At(chain, level + 1)) {
-    out.Printf("\nnot verified by the key of: %s", TextOf(issuer->Subject()));
-  }
-}
-
-void ConstrainedName(SxStream &out, const sxCerts &chain, int level) {
-  out.Printf("\nname outside the constraints: %s", TextOf(chain.Get(level)->Subject()));
-}
-
-struct FactRow {
-  sxValidationRC rc;
-  void (*put)(SxStream &out, const sxCerts &chain, int level);
-};
-constexpr FactRow kFacts[] = {
-    {sxValidation_notYetValid, NotBefore},
-    {sxValidation_expired, NotAfter},
-    {sxValidation_unhandledCritExt, CriticalExtension},
-    {sxValidation_issuerIsNoCA, IssuerIsNoCA},
-    {sxValidation_pathLenExceeded, PathLength},
-    {sxValidation_inconsistentChain, IssuerNames},
-    {sxValidation_badSignature, Verifier},
-    {sxValidation_wrongKeyUsage, KeyUsage},
-    {sxValidation_nameConstraints, ConstrainedName},
-    {sxValidation_notTrusted, IssuerNames},
-};
 
 void PutLevel(SxStream &out, const sxCerts &chain, int rc, int level) {
   out.Printf("\nlevel: %d", level);
@@ -138,9 +77,7 @@ void PutLevel(SxStream &out, const sxCerts &chain, int rc, int level) {
   if (cert == nullptr) return;
   out.Printf("\nsubject: %s", TextOf(cert->Subject()));
   out.Printf("\nserial number: %s", sxSerialText(*cert->SerialNum()).c_str());
-  for (const FactRow &row : kFacts) {
-    if (row.rc == rc) row.put(out, chain, level);
-  }
+  for (const sxFact &fact : FactsOf(chain, rc, level)) out.Printf("\n%s: %s", fact.label, fact.value.c_str());
 }
 
 }  // namespace

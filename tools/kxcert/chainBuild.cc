@@ -67,7 +67,7 @@ HolderRef MakeHolder(const std::vector<FoundCert> &trust) {
 void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidateParams &params, int flags,
                 JudgedChain &judged) {
   const sxCerts all = SetOf({&given.endEntity, &given.chain, &given.untrusted});
-  sxChainQuestion question{.holder = &holder, .params = params, .flags = flags};
+  sxChainQuestion question{.holder = &holder, .params = params, .flags = flags, .wantsFindings = true};
   if (!given.endEntity.empty()) {
     question.endEntity = given.endEntity.front().cert.get();
     question.pool = &all;

@@ -5,7 +5,6 @@
 #include "blackListFile.h"
 #include "certFacts.h"
 #include "chainBuild.h"
-#include "chainFindings.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "report.h"
@@ -50,9 +49,17 @@ GivenCerts ReadGiven(const Options &options, Report &report) {
   return given;
 }
 
+// The answer in one line, and what decided.
+struct Answer {
+  int code;
+  int level;  // of the certificate that decided, or -1
+  std::vector<sxFact> facts;
+  std::string help;
+};
+
 struct Decision {
   JudgedChain judged;
-  Verdict verdict;
+  Answer answer;
   MissingIssuer missing;  // when there is no root
   int64_t now;
 
@@ -62,16 +69,45 @@ struct Decision {
   bool IsLeftOver() const { return judged.verdict.code == sxValidation_OK && !judged.leftOver.empty(); }
 };
 
+const sxFinding *DecidingFinding(const sxChainVerdict &verdict) {
+  for (const sxFinding &finding : verdict.findings) {
+    const bool fails = finding.result == sxFindingResult::kFailed;
+    if (fails && finding.code == verdict.code && finding.level == verdict.level) return &finding;
+  }
+  return nullptr;
+}
+
+// What would help, as a sentence.
+std::string HelpOf(const Decision &decision, const sxFinding *deciding) {
+  const sxChainVerdict &verdict = decision.judged.verdict;
+  if (verdict.code == sxValidation_OK) return "";
+  if (verdict.code == sxValidation_notTrusted) return decision.missing.help;
+  const sxCert *cert = verdict.path.Get(verdict.level);
+  if (verdict.code == sxValidation_expired && cert != nullptr && cert->notAfter() >= kFirstClampedSec) {
+    return "Ask about an earlier time: dates after 2037 count as 1 January 2038.";
+  }
+  if (deciding != nullptr && deciding->advice != nullptr) return deciding->advice;
+  return "Check the certificates given: one of them cannot be used.";
+}
+
 void Decide(const GivenCerts &given, sxKeyHolder &holder, const ValidateParams &params, Decision &decision) {
   JudgeGiven(given, holder, params, kFlags, decision.judged);
-  const sxChainVerdict &judged = decision.judged.verdict;
-  decision.verdict = Explain(judged.path, judged.code, judged.level);
-  if (judged.root == nullptr) decision.missing = FindMissingIssuer(*judged.path.Get(judged.path.Top()), holder);
-  if (!decision.IsLeftOver()) return;
-  decision.verdict = Explain(judged.path, sxValidation_inconsistentChain, -1);
+  const sxChainVerdict &verdict = decision.judged.verdict;
+  if (verdict.root == nullptr) decision.missing = FindMissingIssuer(*verdict.path.Get(verdict.path.Top()), holder);
+  if (!decision.IsLeftOver()) {
+    const sxFinding *deciding = DecidingFinding(verdict);
+    decision.answer = {verdict.code, verdict.level, {}, HelpOf(decision, deciding)};
+    if (deciding != nullptr) decision.answer.facts = deciding->facts;
+    return;
+  }
+  decision.answer = {
+      sxValidation_inconsistentChain,
+      -1,
+      {},
+      "Name the certificate to judge with --end-entity, or give what may be left over with --untrusted."};
   for (const FoundCert *found : decision.judged.leftOver) {
-    decision.verdict.facts.push_back("not part of the chain: " + NameText(found->cert->Subject()) + ", from " +
-                                     VisibleLine(found->where));
+    decision.answer.facts.push_back(
+        {"not part of the chain", NameText(found->cert->Subject()) + ", from " + VisibleLine(found->where)});
   }
 }
 
@@ -84,50 +120,45 @@ std::string WhereFrom(const sxCert &cert, const GivenCerts &given) {
   return "";
 }
 
-std::string Join(const std::vector<std::string> &items) {
-  std::string text;
-  for (const std::string &item : items) text += (text.empty() ? "" : ", ") + item;
-  return text;
-}
+std::string FactText(const sxFact &fact) { return std::string(fact.label) + ": " + VisibleLine(fact.value); }
 
-// What would help, as sentences.
-std::string Help(const Decision &decision) {
-  const Verdict &verdict = decision.verdict;
-  if (verdict.code == sxValidation_OK) return "";
-  if (verdict.code == sxValidation_notTrusted) return decision.missing.help;
-  if (decision.IsLeftOver()) {
-    return "Name the certificate to judge with --end-entity, or give what may be left over with --untrusted.";
-  }
-  const sxCert *cert = decision.Path().Get(verdict.level);
-  if (verdict.code == sxValidation_expired && cert != nullptr && cert->notAfter() >= kFirstClampedSec) {
-    return "Ask about an earlier time: dates after 2037 count as 1 January 2038.";
-  }
-  return Advice(verdict.code);
-}
+std::string CodeText(int code) { return std::to_string(code) + " " + sxValidationRC_GetString(code); }
 
 void PrintVerdict(const Decision &decision, Report &report) {
-  const Verdict &verdict = decision.verdict;
+  const Answer &answer = decision.answer;
   const sxCerts &chain = decision.Path();
-  const bool valid = verdict.code == sxValidation_OK;
-  report.Verdict(valid, (valid ? "VALID (" : "NOT VALID (") + std::to_string(verdict.code) + "): " + verdict.text);
+  const bool valid = answer.code == sxValidation_OK;
+  report.Verdict(valid, (valid ? "VALID (" : "NOT VALID (") + std::to_string(answer.code) +
+                            "): " + sxValidationRC_GetString(answer.code));
   report.Line("  end entity:  " + NameText(chain.Get(0)->Subject()));
-  if (decision.Root() != nullptr) { report.Line("  root:        " + NameText(decision.Root()->DN()) + " (trusted)"); }
-  if (verdict.level >= 0) {
-    report.Line("  decided at:  level " + std::to_string(verdict.level) + ", " +
-                NameText(chain.Get(verdict.level)->Subject()));
+  if (decision.Root() != nullptr) report.Line("  root:        " + NameText(decision.Root()->DN()) + " (trusted)");
+  if (answer.level >= 0) {
+    report.Line("  decided at:  level " + std::to_string(answer.level) + ", " +
+                NameText(chain.Get(answer.level)->Subject()));
   }
-  for (const std::string &fact : verdict.facts) report.Line("  fact:        " + fact);
+  for (const sxFact &fact : answer.facts) report.Line("  fact:        " + FactText(fact));
   if (decision.Root() == nullptr) {
     report.Line("  missing:     " + decision.missing.name +
                 (decision.missing.keyId.empty() ? "" : ", key id " + decision.missing.keyId));
   }
-  if (!valid) report.Line("  what to do:  " + Help(decision));
+  if (!valid) report.Line("  what to do:  " + answer.help);
   report.Line("  time:        " + PrintTime(decision.now));
   if (valid) report.Line("  valid until: " + PrintCertTime(sxGetChainExpiration(chain)));
   report.Line(std::string("  revocation:  ") + kRevocation);
 }
 
-void PrintLevel(int level, const sxCert &cert, const LevelFindings &findings, const std::string &where,
+// The rules of one result at a level, with their reasons, in one line.
+std::string RulesText(const std::vector<sxFinding> &findings, int level, sxFindingResult result) {
+  std::string text;
+  for (const sxFinding &finding : findings) {
+    if (finding.level != level || finding.result != result) continue;
+    text += (text.empty() ? "" : ", ") + std::string(finding.rule);
+    if (finding.reason != nullptr) text += std::string(" (") + finding.reason + ")";
+  }
+  return text.empty() ? "nothing" : text;
+}
+
+void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &findings, const std::string &where,
                 Report &report) {
   report.Line();
   report.Line("level " + std::to_string(level) + ": " + NameText(cert.Subject()));
@@ -135,54 +166,78 @@ void PrintLevel(int level, const sxCert &cert, const LevelFindings &findings, co
   report.Line("  serial:      " + SerialText(cert) + (where.empty() ? "" : ", from " + where));
   report.Line("  validity:    " + ValidityText(cert));
   report.Line("  key:         " + KeyText(cert) + "; signed: " + SignatureText(cert));
-  report.Line("  passed:      " + (findings.passed.empty() ? "nothing" : Join(findings.passed)));
-  for (const Verdict &failed : findings.failed) {
-    report.Line("  FAILED:      " + std::to_string(failed.code) + " " + failed.text);
-    for (const std::string &fact : failed.facts) report.Line("               " + fact);
+  report.Line("  passed:      " + RulesText(findings, level, sxFindingResult::kPassed));
+  report.Line("  not checked: " + RulesText(findings, level, sxFindingResult::kNotChecked));
+  for (const sxFinding &finding : findings) {
+    if (finding.level != level || finding.result != sxFindingResult::kFailed) continue;
+    report.Line("  FAILED:      " + CodeText(finding.code));
+    for (const sxFact &fact : finding.facts) report.Line("               " + FactText(fact));
   }
 }
 
-nlohmann::ordered_json VerdictFacts(const Verdict &verdict) {
-  nlohmann::ordered_json facts = {{"code", verdict.code}, {"text", verdict.text}};
-  if (verdict.level >= 0) facts["level"] = verdict.level;
-  facts["facts"] = nlohmann::ordered_json::array();
-  for (const std::string &fact : verdict.facts) facts["facts"].push_back(VisibleLine(fact));
+nlohmann::ordered_json FactTexts(const std::vector<sxFact> &facts) {
+  auto texts = nlohmann::ordered_json::array();
+  for (const sxFact &fact : facts) texts.push_back(FactText(fact));
+  return texts;
+}
+
+nlohmann::ordered_json AnswerFacts(const Answer &answer) {
+  nlohmann::ordered_json facts = {{"code", answer.code}, {"text", sxValidationRC_GetString(answer.code)}};
+  if (answer.level >= 0) facts["level"] = answer.level;
+  facts["facts"] = FactTexts(answer.facts);
   return facts;
 }
 
+void AddFindings(const std::vector<sxFinding> &findings, int level, nlohmann::ordered_json &document) {
+  for (const char *list : {"passed", "notChecked", "failed"}) document[list] = nlohmann::ordered_json::array();
+  for (const sxFinding &finding : findings) {
+    if (finding.level != level) continue;
+    switch (finding.result) {
+      case sxFindingResult::kPassed: document["passed"].push_back(finding.rule); break;
+      case sxFindingResult::kNotChecked:
+        document["notChecked"].push_back({{"rule", finding.rule}, {"reason", finding.reason}});
+        break;
+      case sxFindingResult::kFailed:
+        document["failed"].push_back({{"rule", finding.rule},
+                                      {"source", finding.source},
+                                      {"code", finding.code},
+                                      {"text", sxValidationRC_GetString(finding.code)},
+                                      {"level", finding.level},
+                                      {"facts", FactTexts(finding.facts)}});
+        break;
+    }
+  }
+}
+
 void FillDocument(const Decision &decision, nlohmann::ordered_json &document) {
-  document["valid"] = decision.verdict.code == sxValidation_OK;
-  document["verdict"] = VerdictFacts(decision.verdict);
-  const std::string help = Help(decision);
-  if (!help.empty()) document["help"] = help;
+  const Answer &answer = decision.answer;
+  document["valid"] = answer.code == sxValidation_OK;
+  document["verdict"] = AnswerFacts(answer);
+  if (!answer.help.empty()) document["help"] = answer.help;
   if (decision.Root() != nullptr) {
     document["root"] = NameText(decision.Root()->DN());
   } else {
     document["missingIssuer"] = {{"name", decision.missing.name}, {"keyId", decision.missing.keyId}};
   }
   document["time"] = {{"seconds", decision.now}, {"text", PrintTime(decision.now)}};
-  if (decision.verdict.code == sxValidation_OK) {
+  if (answer.code == sxValidation_OK) {
     const long until = sxGetChainExpiration(decision.Path());
     document["validUntil"] = {{"seconds", until}, {"text", PrintCertTime(until)}};
   }
   document["revocation"] = kRevocation;
 }
 
-void PrintLevels(const Decision &decision, const GivenCerts &given, const ValidateParams &params, Report &report) {
+void PrintLevels(const Decision &decision, const GivenCerts &given, Report &report) {
   const sxCerts &chain = decision.Path();
-  const std::vector<LevelFindings> all =
-      FindAll(chain, decision.Root() != nullptr, params, decision.now, decision.verdict);
+  const std::vector<sxFinding> &findings = decision.judged.verdict.findings;
   report.Document()["levels"] = nlohmann::ordered_json::array();
   for (int level = 0; level <= chain.Top(); ++level) {
-    const LevelFindings &findings = all[static_cast<size_t>(level)];
     const sxCert &cert = *chain.Get(level);
     const std::string where = WhereFrom(cert, given);
     PrintLevel(level, cert, findings, where, report);
     nlohmann::ordered_json facts = CertFacts(cert);
     facts["input"] = VisibleLine(where);
-    facts["passed"] = findings.passed;
-    facts["failed"] = nlohmann::ordered_json::array();
-    for (const Verdict &failed : findings.failed) facts["failed"].push_back(VerdictFacts(failed));
+    AddFindings(findings, level, facts);
     report.Document()["levels"].push_back(std::move(facts));
   }
 }
@@ -205,10 +260,10 @@ void Run(const Options &options, Report &report) {
   if (report.Worst() != kExitYes) return report.Problem(kExitInputError, "", "no verdict: not all input could be read");
   const HolderRef holder = MakeHolder(given.trust);
   Decide(given, *holder, params, decision);
-  if (decision.verdict.code != sxValidation_OK) report.Worsen(kExitNo);
+  if (decision.answer.code != sxValidation_OK) report.Worsen(kExitNo);
   FillDocument(decision, report.Document());
   PrintVerdict(decision, report);
-  PrintLevels(decision, given, params, report);
+  PrintLevels(decision, given, report);
   if (decision.IsLeftOver()) return;  // told as facts
   for (const FoundCert *found : decision.judged.leftOver) {
     report.Note(found->where, "not part of the chain: " + NameText(found->cert->Subject()));

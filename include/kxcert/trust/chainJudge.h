@@ -10,10 +10,12 @@
 #define KXCERT_TRUST_CHAINJUDGE_H_
 
 #include <cstdint>
+#include <vector>
 
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/trust/ValidateParams.h"
+#include "kxcert/trust/sxFinding.h"
 #include "kxcert/trust/sxValidation.h"
 
 class sxKeyHolder;
@@ -37,6 +39,7 @@ struct sxChainQuestion {
   /// Seconds since 1970-01-01 00:00 UTC that dates are compared with. kPresentTime: what @c params
   /// say, which is the clock's unless set.
   int64_t time = kPresentTime;
+  bool wantsFindings = false;  ///< a verdict alone is cheaper
 };
 
 /// Members may be added at the end.
@@ -53,6 +56,9 @@ struct KXCERT_EXPORT sxChainVerdict {
   /// Get(0) is the end entity, octet for octet; then its issuers. With a root, the last one is that
   /// root's certificate; without, the one whose issuer was not found. Empty for -1000.
   sxCerts path;
+  /// For a question that wants them: what every rule says of every certificate of the path, behind the first
+  /// failure too, and what was said of revocation. Empty for -1000.
+  std::vector<sxFinding> findings;
 };
 
 /// Judges one certificate. The end entity is never exchanged, not even for a root's own copy: when its

@@ -145,10 +145,17 @@ class PathSearch {
     sxCerts repaired = m_longest;
     RootRef found(sxCert_FixChain(&repaired, m_holder));  // which the chain keeps
     const sxCert *first = repaired.Get(0);
-    if (!found || first == nullptr || !(*first == m_endEntity)) return false;
+    // An own key's root is trusted for that key; here counts what the holder trusts now.
+    if (!found || !IsHolders(*found) || first == nullptr || !(*first == m_endEntity)) return false;
     m_path.Swap(repaired);
     m_root = std::move(found);
     return true;
+  }
+
+  bool IsHolders(const sxRootCA &root) {
+    const sxDN *name = root.DN();
+    return name != nullptr &&
+           (FindRoot(m_holder, name) == &root || RootRef::To([this, name] { return m_holder.CAByDN(name); }) == &root);
   }
 
   // Puts the first namesake of the missing issuer on the path, so that the checks can say what is wrong.

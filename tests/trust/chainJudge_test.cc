@@ -43,6 +43,17 @@ TEST_F(ChainJudge, AnswersAgainFromItsOwnVerdict) {
   EXPECT_EQ(0, verdict.path.Count());
 }
 
+// The chain of an own key may bring the missing sub-CA, but no trust of its own.
+TEST_F(ChainJudge, TrustsNoRootThatTheHolderGaveUp) {
+  const TestCert own("O=Trust/CN=own", &sub);
+  sxRootCA *const ca = holder.CAByDN(root.Get()->Subject());
+  AddKey(holder, SetOf({&own, &sub}), ca);
+  question.pool = nullptr;
+  EXPECT_EQ(sxValidation_OK, sxJudgeChain(question, verdict));
+  EXPECT_EQ(0, holder.RemoveCA(ca));
+  EXPECT_EQ(sxValidation_notTrusted, sxJudgeChain(question, verdict));
+}
+
 // Revocation is asked as of the question's time, and has nobody to call back.
 TEST_F(ChainJudge, TakesNoPromiseOfRevocation) {
   static int64_t asked = 0;

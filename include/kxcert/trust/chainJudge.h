@@ -65,6 +65,7 @@ struct KXCERT_EXPORT sxChainVerdict {
 /// octets are those of a root's certificate it is trusted as it stands; when it only has a root's name
 /// and key, the code is -1001, whoever signed it.
 ///
+/// The first path to a root is judged: no other one is tried when it fails by its dates or constraints.
 /// A path is made of signatures that verify. Where none leads to a root, but one does by names alone,
 /// that one is in the verdict, with the code of what is wrong with it.
 /// @param      question  may refer to the verdict's own path

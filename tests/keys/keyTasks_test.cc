@@ -307,8 +307,15 @@ TEST_F(KeyTasks, DroppedWithTheEnvironmentAndAtExit) {
 
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT({
-    static sxd_env *const env = sxd_env_create();   // never destroyed
-    KeyTaskMngmnt_init(env, 2);
+    static struct AtEnd {
+      ~AtEnd() {
+        if (KeyTaskMngmnt_init(env, 1) != -1) _exit(2);
+        KeyTaskMngmnt_destroy();
+        sxd_env_destroy(env);
+      }
+      sxd_env *const env = sxd_env_create();
+    } atEnd;
+    KeyTaskMngmnt_init(atEnd.env, 2);
     const auto fail = [](void *, int, void *, int, const char *) { _exit(1); };
     for (int i = 0; i < 20; ++i) m_rsa->SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, fail, nullptr, nullptr);
     std::exit(0);

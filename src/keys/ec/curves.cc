@@ -6,11 +6,13 @@
 #include <cstring>
 #include <iterator>
 #include <mutex>
+#include <optional>
 
 #include "keys/libcryptoTypes.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/log.h"
+#include "platform/threadEnd.h"
 
 namespace {
 
@@ -69,6 +71,11 @@ const char *WhyNoPoint(const Curve &curve, const unsigned char *octets, int len)
   return "%s: public key is not on the curve";
 }
 
+PointScratch &ScratchOfThread() {
+  thread_local PointScratch scratch;
+  return scratch;
+}
+
 }  // namespace
 
 const Curve *FindCurve(int nid) {
@@ -108,7 +115,10 @@ const EC_GROUP *CurveGroup(const Curve &curve) {
 int ReadPoint(const char *func, const Curve &curve, const unsigned char *octets, int len, unsigned char *point) {
   const EC_GROUP *group = CurveGroup(curve);
   if (group == nullptr || octets == nullptr || len < 1) return -1;
-  thread_local PointScratch scratch;
+  // What the thread keeps is gone while static objects are destroyed.
+  kxThread_WatchEnd();
+  std::optional<PointScratch> fresh;
+  PointScratch &scratch = kxThread_IsEnding() ? fresh.emplace() : ScratchOfThread();
   EcPoint &decoded = scratch.points[&curve - kCurves];
   if (decoded == nullptr) decoded.reset(EC_POINT_new(group));
   const ErrorQueueMark mark;

@@ -16,6 +16,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
 #include "platform/eventEnv_imp.h"
+#include "platform/threadEnd.h"
 
 namespace {
 
@@ -252,14 +253,11 @@ void KeyTask::result_handler(int waitResult, RTApc *) {
 // that come of it may use the manager.
 class kxKeyTaskManager {
  public:
-  // libcrypto first, so that at the end of the process it goes after the workers.
-  kxKeyTaskManager() { OPENSSL_init_crypto(0, nullptr); }
-  ~kxKeyTaskManager() {
-    if (m_pool.pool != nullptr) m_pool.pool->Abandon();  // after main nobody is called
-  }
   int Start(sxd_env *env, int numThreads);
   int SetNumThreads(int numThreads);
   void Stop() { Replace({}, false); }
+  /// Main returned: nobody is called any more, and no pool starts.
+  void EndOfProcess();
   bool IsSynchronous() const { return m_synchronous; }
   RTApc *Pool() const { return m_pool.pool.get(); }
   kxEventLoop *Loop() const { return m_loop.get(); }
@@ -275,6 +273,7 @@ class kxKeyTaskManager {
   void Replace(Workers workers, bool synchronous);
   int StaySynchronous(const char *why);
 
+  bool m_ended = false;  // with the process
   bool m_synchronous = false;
   std::shared_ptr<kxEventLoop> m_loop;  // of the latest start; null without an environment
   Workers m_pool;
@@ -284,8 +283,14 @@ namespace {
 
 constexpr const char *kSynchronously = "All keys operations will be done synchronically.";
 
+// Lives on for static objects that ask it as they go; its workers end with main. libcrypto comes first, so
+// that it goes after them.
 kxKeyTaskManager &Manager() {
-  static kxKeyTaskManager manager;
+  static auto &manager = *new kxKeyTaskManager;
+  static const struct Ender {
+    Ender() { OPENSSL_init_crypto(0, nullptr); }
+    ~Ender() { manager.EndOfProcess(); }
+  } ender;
   return manager;
 }
 
@@ -296,6 +301,12 @@ void kxKeyTaskManager::Replace(Workers workers, bool synchronous) {
   std::swap(m_pool, workers);
 }
 
+void kxKeyTaskManager::EndOfProcess() {
+  m_ended = true;
+  if (m_pool.pool != nullptr) m_pool.pool->Abandon();
+  Replace({}, false);
+}
+
 int kxKeyTaskManager::StaySynchronous(const char *why) {
   herror_func(0, 0, "%s %s", why, kSynchronously);
   Replace({}, true);
@@ -304,6 +315,7 @@ int kxKeyTaskManager::StaySynchronous(const char *why) {
 
 int kxKeyTaskManager::Start(sxd_env *env, int numThreads) {
   constexpr const char *kFunc = "KeyTaskMngmnt_init";
+  if (m_ended || kxThread_IsEnding()) return -1;
   m_loop = env == nullptr ? nullptr : env->Loop();
   if (numThreads <= 0) return StaySynchronous("KeyTaskMngmnt_init: Will not create working threads.");
   Workers workers;

@@ -12,10 +12,9 @@ void SxStream::Printf(const char *fmt, ...) {
   const int len = std::vsnprintf(fixed, sizeof fixed, fmt, args);
   va_end(args);
   if (len >= static_cast<int>(sizeof fixed)) {
-    const size_t start = m_text.size();
-    m_text.resize(start + static_cast<size_t>(len) + 1);
-    std::vsnprintf(m_text.data() + start, static_cast<size_t>(len) + 1, fmt, again);
-    m_text.resize(start + static_cast<size_t>(len));
+    std::string longer(static_cast<size_t>(len) + 1, '\0');  // apart: arguments may be this stream's own text
+    std::vsnprintf(longer.data(), longer.size(), fmt, again);
+    m_text.append(longer, 0, static_cast<size_t>(len));
   } else if (len > 0) {
     m_text.append(fixed, static_cast<size_t>(len));
   }

@@ -236,9 +236,12 @@ void RTApc_imp::HandleTimeouts() {
   HandleResults();  // what is done is not late
   while (pool != nullptr && !deadlines.empty() && deadlines.begin()->first <= Clock::now()) {
     const auto entry = waiting.find(deadlines.begin()->second);
+    std::list<Job> dropped;  // without the lock: a servant may ask the pool as it goes
     {
       const std::lock_guard<std::mutex> lock(mutex);
-      queued.remove_if([&entry](const Job &job) { return job.number == entry->second.number; });
+      const auto late = std::find_if(queued.begin(), queued.end(),
+                                     [&entry](const Job &job) { return job.number == entry->second.number; });
+      if (late != queued.end()) dropped.splice(dropped.end(), queued, late);
     }
     Answer(entry, nullptr, kRTWaitTimedOut);
   }

@@ -209,6 +209,26 @@ TEST_F(WorkerPool, AResultCannotQueueIntoAPoolThatEnds) {
   EXPECT_EQ(10U, m_seen.waitResults.size());
 }
 
+// A servant that asks the pool as it goes, whenever that is.
+TEST_F(WorkerPool, DropsServantsWithoutItsLock) {
+  class Asks : public Task {
+   public:
+    Asks(Seen *seen, int number, RTApc *pool) : Task(seen, number), m_pool(pool) {}
+    ~Asks() override { m_pool->NumThreads(); }
+    RTApcServant *clone() const override { return new Asks(*this); }
+
+   private:
+    RTApc *m_pool;
+  };
+  Start(1);
+  m_seen.work = [this](int) { m_gate.Wait(); };
+  EXPECT_EQ(0, Queue(1));
+  EXPECT_EQ(0, m_pool->Queue(Asks(&m_seen, 2, m_pool.get()), 20));
+  RunUntil(1);
+  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[2]);
+  m_gate.Open();
+}
+
 TEST_F(WorkerPool, TheEnvironmentMayGoFirst) {
   Start(2);
   m_seen.work = [this](int) { m_gate.Wait(); };

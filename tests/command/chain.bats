@@ -154,6 +154,10 @@ CASES
     [[ $stderr == *'missing.pem: cannot be opened: '*'gone.pem: cannot be opened: '*'no verdict'* ]]
   done
   cat leaf.pem ca.pem | { run -0 verify -; }
+  # Others read a certificate here; passing it over would judge the next one.
+  { sed 's/ CERTIFICATE/ TRUSTED CERTIFICATE/' evil.pem && cat leaf.pem; } >odd.pem
+  run -3 --separate-stderr verify --end-entity odd.pem ca.pem
+  [[ -z $output && $stderr == *'"TRUSTED CERTIFICATE" is not read here'* ]]
 }
 
 @test "chain verify: the answer is about what was given, or about what was named" {

@@ -15,11 +15,18 @@ namespace {
 
 bool IsCertLabel(std::string_view label) { return label == "CERTIFICATE" || label == "X509 CERTIFICATE"; }
 
+bool IsOddCertLabel(std::string_view label) { return !IsCertLabel(label) && label.ends_with("CERTIFICATE"); }
+
 void ReadBlock(const Block &block, Report &report, std::vector<FoundCert> &certs) {
   if (!block.error.empty()) return report.Problem(kExitInputError, block.where, block.error);
   switch (KindOf(block)) {
     case BlockKind::kCrl: return report.Note(block.where, "a CRL; passed over");
-    case BlockKind::kOther: return report.Note(block.where, "a PEM block \"" + block.label + "\"; passed over");
+    case BlockKind::kOther:
+      // Others read one in such a block: passing it over could make the answer one about another certificate.
+      if (IsOddCertLabel(block.label)) {
+        return report.Problem(kExitInputError, block.where, "a PEM block \"" + block.label + "\" is not read here");
+      }
+      return report.Note(block.where, "a PEM block \"" + block.label + "\"; passed over");
     case BlockKind::kCertificate: break;
   }
   CertRef cert = MakeCert(block);

@@ -89,4 +89,7 @@ std::string PrintTime(int64_t seconds) {
   return text;
 }
 
-std::string PrintCertTime(int64_t seconds) { return seconds >= kFirstClampedSec ? "after 2037" : PrintTime(seconds); }
+std::string PrintCertTime(int64_t seconds) {
+  if (seconds == -1) return "a time that cannot be read";
+  return seconds >= kFirstClampedSec ? "after 2037" : PrintTime(seconds);
+}

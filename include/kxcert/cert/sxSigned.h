@@ -31,7 +31,8 @@ class KXCERT_EXPORT sxSigned : public sxPKobj {
 
   /// Verifies the signature over the object's own octets. @return the key's result code: 0 is valid
   int VerifySig(sxPubKey *key) const;
-  /// Decodes the object's octets, DER or PEM, as that type. @return 0, or -1 with Error() set
+  /// Decodes the object's octets, DER or PEM, as that type. @return 0; or -1 with Error() set, and the object,
+  /// which others may share, is not OK any more: ask only for the type that it is
   int DecodeBuf(sxAsnType &value);
 
   /// What it is: a certificate or CRL in full, of others the length; "Error: " and why when it is not OK.

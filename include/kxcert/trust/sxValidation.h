@@ -19,7 +19,7 @@ class sxCerts;
 class sxCRL;
 class sxCRLs;
 class sxRootCA;
-struct sxd_env;
+class sxd_env;
 
 enum sxValidationRC : int {
   sxValidation_OK = 0,

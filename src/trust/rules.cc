@@ -190,9 +190,9 @@ constexpr Rule kCertificateRules[] = {
     {"critical extensions", "RFC 5280, 4.2", sxValidation_unhandledCritExt, 0, ExtensionsKnown, PutExtension,
      "Issue the certificate without this critical extension: nothing here understands it."},
     {"notBefore", "RFC 5280, 4.1.2.5", sxValidation_notYetValid, 0, Begun, PutNotBefore,
-     "Check this machine's clock; else wait, or widen --grace-start."},
+     "Check this machine's clock; else wait, or set a longer grace period before it."},
     {"notAfter", "RFC 5280, 4.1.2.5", sxValidation_expired, 0, NotOver, PutNotAfter,
-     "Check this machine's clock; else renew this certificate, or widen --grace-end."},
+     "Check this machine's clock; else renew this certificate, or set a grace period after it."},
 };
 
 constexpr Rule kLinkRules[] = {

@@ -46,7 +46,7 @@ enum sxDerTag : int {
 };
 /// [number], around a primitive value or implicitly one, and around whole elements.
 constexpr int DerContext(int number) { return kContext | number; }
-constexpr int DerContextConstructed(int number) { return kContext | kConstructed | number; }
+constexpr int DerContextConstructed(int number) { return DerContext(number) | kConstructed; }
 
 struct sxDerElement {
   int tag = 0;

@@ -38,7 +38,7 @@ inline bool NameRoundTrips(const sxDN &dn) {
   kxBinBuf der;
   sxFlatName flat;
   if (dn.GetName() == nullptr || sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(*dn.GetName()), der, 0) != 0 ||
-      !flat.Read(der.Data(), der.Len(), true)) {
+      !flat.Read({der.Data(), der.Len()}, true)) {
     return false;
   }
   sxFlatName::Range rdn = flat.Start();

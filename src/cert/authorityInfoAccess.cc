@@ -27,7 +27,7 @@ class sxAuthorityInfoAccess_imp : public sxExtension_imp {
   const sxGeneralNames &Locations() const { return m_locations; }
   void Add(const sxAsnOid &method, const sxGeneralName &location);
   void Set(const sxASN_AuthorityInfoAccessSyntax &value);
-  [[nodiscard]] bool SetPlain(const sxSpan &accesses);  ///< false sends the caller to the codec
+  [[nodiscard]] bool SetPlain(sxDerReader accesses);  ///< false sends the caller to the codec
 
  private:
   std::vector<sxAsnOid> m_methods;
@@ -53,19 +53,16 @@ void sxAuthorityInfoAccess_imp::Add(const sxAsnOid &method, const sxGeneralName 
   m_locations.Add(&location);
 }
 
-bool sxAuthorityInfoAccess_imp::SetPlain(const sxSpan &accesses) {
-  const unsigned char *pos = accesses.data;
-  while (pos < accesses.End()) {
-    sxPlainElement access;
-    sxPlainElement method;
-    sxPlainElement location;
-    if (!sxReadPlain(pos, accesses.End(), kSequenceOctet, &access)) return false;
-    const unsigned char *inner = access.content.data;
-    const unsigned char *const end = access.content.End();
-    if (!sxReadPlain(inner, end, kOidOctet, &method) || method.content.len == 0) return false;
-    if (!sxReadPlain(inner, end, &location) || inner != end) return false;
-    if (!m_locations.GetP()->AppendPlain(location)) return false;
-    m_methods.emplace_back().Set(method.content.data, static_cast<int>(method.content.len));
+bool sxAuthorityInfoAccess_imp::SetPlain(sxDerReader accesses) {
+  sxDerReader access;
+  sxOctetView method;
+  sxDerElement location;
+  while (!accesses.AtEnd()) {
+    if (!accesses.Enter(kDerSequence, &access) || !access.Take(kDerOid, &method) || method.empty() ||
+        !access.Take(&location) || !access.AtEnd() || !m_locations.GetP()->AppendPlain(location)) {
+      return false;
+    }
+    m_methods.emplace_back().Set(method.data(), sxLen(method));
   }
   return true;
 }
@@ -94,7 +91,7 @@ void sxAuthorityInfoAccess_imp::Sprint(SxStream *out, int indent) const {
 
 sxExtension *sxParseAuthorityInfoAccess(const sxASN_Extension &ext, int &understood) {
   auto imp = std::make_unique<sxAuthorityInfoAccess_imp>();
-  sxSpan content;
+  sxDerReader content;
   if (!sxPlainSequence(ext, &content) || !imp->SetPlain(content)) {
     sxASN_AuthorityInfoAccessSyntax value;
     if (sxParseExtension(value, &ext) != 0) return nullptr;

@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "asn1/der.h"
+
 /// One attribute type and value.
 struct sxAva {
   uint32_t rdn;              ///< number of its RDN, root-most 0
@@ -26,7 +28,7 @@ class sxFlatName {
   /// @param decoded  the octets are the codec's own encoding of a name that decoded: a value of an open
   ///                 type then passes as it came, plain or not
   /// @return false when the encoding is not plain or no name at all; the object is then empty
-  bool Read(const unsigned char *der, uint32_t len, bool decoded);
+  bool Read(sxOctetView der, bool decoded);
 
   uint32_t NumRdns() const { return m_numRdns; }
   const std::vector<sxAva> &Avas() const { return m_avas; }  ///< root-most RDN first
@@ -45,8 +47,8 @@ class sxFlatName {
   Range End() const { return {m_avas.data() + m_avas.size(), m_avas.data() + m_avas.size()}; }
 
  private:
-  bool ReadRdn(const unsigned char *pos, const unsigned char *end, bool decoded);
-  bool ReadAva(const unsigned char *pos, const unsigned char *end, bool decoded);
+  bool ReadRdn(sxDerReader rdn, bool decoded);
+  bool ReadAva(sxDerReader ava, bool decoded);
 
   std::vector<sxAva> m_avas;
   uint32_t m_numRdns = 0;

@@ -36,20 +36,14 @@ namespace {
 const sxExtGN_imp &Imp(const sxExtension &ext) { return static_cast<const sxExtGN_imp &>(*ext.GetP()); }
 
 // Points that are a full name and nothing else, as nearly all are.
-bool AppendPlainPoints(const sxSpan &points, sxGeneralNames_imp &names) {
-  const unsigned char *pos = points.data;
-  while (pos < points.End()) {
-    sxPlainElement point;
-    sxPlainElement pointName;  // distributionPoint [0] { fullName [0] { ... } }
-    sxPlainElement fullName;
-    if (!sxReadPlain(pos, points.End(), kSequenceOctet, &point)) return false;
-    const unsigned char *inner = point.content.data;
-    if (!sxReadPlain(inner, point.content.End(), kTag0Octet, &pointName)) return false;
-    if (inner != point.content.End()) return false;
-    inner = pointName.content.data;
-    if (!sxReadPlain(inner, pointName.content.End(), kTag0Octet, &fullName)) return false;
-    if (inner != pointName.content.End()) return false;
-    if (!names.AppendPlain(fullName.content)) return false;
+bool AppendPlainPoints(sxDerReader points, sxGeneralNames_imp &names) {
+  constexpr int kTag0 = DerContextConstructed(0);
+  sxDerReader point, pointName, fullName;  // distributionPoint [0] { fullName [0] { ... } }
+  while (!points.AtEnd()) {
+    if (!points.Enter(kDerSequence, &point) || !point.Enter(kTag0, &pointName) || !point.AtEnd() ||
+        !pointName.Enter(kTag0, &fullName) || !pointName.AtEnd() || !names.AppendPlain(fullName)) {
+      return false;
+    }
   }
   return true;
 }
@@ -58,7 +52,7 @@ bool AppendPlainPoints(const sxSpan &points, sxGeneralNames_imp &names) {
 
 sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood) {
   auto imp = std::make_unique<sxExtGN_imp>(kExtNameSubjectAltName);
-  sxSpan content;
+  sxDerReader content;
   if (!sxPlainSequence(ext, &content) || !imp->Names().GetP()->AppendPlain(content)) {
     sxASN_GeneralNames value;
     if (sxParseExtension(value, &ext) != 0) return nullptr;
@@ -72,7 +66,7 @@ sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood) 
 sxExtension *sxParseDistPoints(const sxASN_Extension &ext, int &understood) {
   auto imp = std::make_unique<sxExtGN_imp>(kExtNameDistPoints);
   sxGeneralNames_imp &names = *imp->Names().GetP();
-  sxSpan content;
+  sxDerReader content;
   if (!sxPlainSequence(ext, &content) || !AppendPlainPoints(content, names)) {
     sxASN_CRLDistPointsSyntax value;
     if (sxParseExtension(value, &ext) != 0) return nullptr;

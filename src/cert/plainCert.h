@@ -3,37 +3,37 @@
 #ifndef KXCERT_SRC_CERT_PLAINCERT_H_
 #define KXCERT_SRC_CERT_PLAINCERT_H_
 
+#include "asn1/der.h"
 #include "flatName.h"
-#include "plainDer.h"
 
 struct sxPlainTime {
   int tag = 0;  ///< 23 UTCTime, 24 GeneralizedTime
-  sxSpan text;
+  sxOctetView text;
 };
 
 struct sxPlainAlgorithm {
-  sxSpan oid;         ///< content octets
-  sxSpan parameters;  ///< the whole element; empty when absent
+  sxOctetView oid;         ///< content octets
+  sxOctetView parameters;  ///< the whole element; empty when absent
 };
 
 struct sxPlainExtension {
-  sxSpan oid;  ///< content octets
+  sxOctetView oid;  ///< content octets
   bool critical = false;
-  sxSpan value;  ///< octets of extnValue
+  sxOctetView value;  ///< octets of extnValue
 };
 
 struct sxPlainCert {
-  int version = 1;  ///< the number encoded, plus 1
-  sxSpan serial;    ///< content octets
-  sxSpan issuer;    ///< whole elements
-  sxSpan subject;
+  int version = 1;     ///< the number encoded, plus 1
+  sxOctetView serial;  ///< content octets
+  sxOctetView issuer;  ///< whole elements
+  sxOctetView subject;
   sxFlatName issuerName;
   sxFlatName subjectName;
   sxPlainTime notBefore;
   sxPlainTime notAfter;
   sxPlainAlgorithm keyAlgorithm;
-  sxSpan keyBits;     ///< octets of the bit string
-  sxSpan extensions;  ///< content of the SEQUENCE, for sxReadPlainExtension; empty when absent
+  sxOctetView keyBits;     ///< octets of the bit string
+  sxOctetView extensions;  ///< content of the SEQUENCE, for sxTakePlainExtension; empty when absent
   sxPlainAlgorithm signatureAlgorithm;
 };
 
@@ -45,9 +45,9 @@ struct sxPlainCert {
 /// @param decoded  the octets are the codec's own encoding of a certificate that decoded: open types
 ///                 then pass whatever they hold
 /// @return false when the encoding is not plain or no certificate
-bool sxReadPlainCert(const unsigned char *der, uint32_t len, bool decoded, sxPlainCert *cert);
+bool sxReadPlainCert(sxOctetView der, bool decoded, sxPlainCert *cert);
 
-/// Reads the extension at @p pos, which moves behind it. @return false when it is not plain or none
-bool sxReadPlainExtension(const unsigned char *&pos, const unsigned char *end, sxPlainExtension *ext);
+/// Takes the next extension. @return false when it is not plain or none
+bool sxTakePlainExtension(sxDerReader &extensions, sxPlainExtension *ext);
 
 #endif

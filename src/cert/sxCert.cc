@@ -17,9 +17,6 @@
 
 namespace {
 
-constexpr int kInteger = 2;
-constexpr int kUtcTime = 0x17;
-
 const char *Chars(const unsigned char *octets) { return reinterpret_cast<const char *>(octets); }
 
 // What subjectPublicKeyInfo may name; signature algorithms stand there, too, in what some issuers write.
@@ -30,8 +27,8 @@ const sxAsnOid *const kKeyAlgorithms[] = {
 };
 
 int Seconds(const sxPlainTime &time) {
-  const int len = static_cast<int>(time.text.len);
-  return time.tag == kUtcTime ? sxUTCTime2time(time.text.data, len) : sxGeneralTime2time(time.text.data, len);
+  const int len = sxLen(time.text);
+  return time.tag == kDerUtcTime ? sxUTCTime2time(time.text.data(), len) : sxGeneralTime2time(time.text.data(), len);
 }
 
 }  // namespace
@@ -51,12 +48,12 @@ sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_im
 // Plain DER is read as it stands; everything else is decoded by the codec and read from its encoding.
 bool sxCert_imp::Read() {
   m_plain = sxPlainCert();
-  if (sxReadPlainCert(GetBuf(), BufLen(), false, &m_plain)) {
+  if (sxReadPlainCert({GetBuf(), BufLen()}, false, &m_plain)) {
     sxAsnReadBuf buf;
-    buf.Init(m_plain.serial.data, static_cast<int>(m_plain.serial.len));
+    buf.Init(m_plain.serial.data(), sxLen(m_plain.serial));
     sxAsnInt serial;
     int bytesDecoded = 0;
-    serial.BDecContent(buf, kInteger, static_cast<int>(m_plain.serial.len), bytesDecoded);
+    serial.BDecContent(buf, kDerInteger, sxLen(m_plain.serial), bytesDecoded);
     SetSerial(serial);
   } else {
     sxASN_Certificate decoded;
@@ -68,7 +65,7 @@ bool sxCert_imp::Read() {
     m_plainOctets = std::make_unique_for_overwrite<unsigned char[]>(encoded.Len());
     std::memcpy(m_plainOctets.get(), encoded.Data(), encoded.Len());
     m_plain = sxPlainCert();
-    if (!sxReadPlainCert(m_plainOctets.get(), encoded.Len(), true, &m_plain)) return false;
+    if (!sxReadPlainCert({m_plainOctets.get(), encoded.Len()}, true, &m_plain)) return false;
     SetSerial(*decoded.tbsCertificate->serialNumber);  // encoding it may have changed a long one
   }
   return true;
@@ -78,15 +75,13 @@ void sxCert_imp::Extract(sxPlainCert &cert) {
   m_version = cert.version;
   m_issuer = NewName(cert.issuer, std::move(cert.issuerName));
   m_subject = NewName(cert.subject, std::move(cert.subjectName));
-  if (cert.notBefore.text.data == nullptr || cert.notAfter.text.data == nullptr) {
-    return SetError("No validity period");
-  }
+  if (cert.notBefore.tag == 0 || cert.notAfter.tag == 0) { return SetError("No validity period"); }
   m_notBefore = Seconds(cert.notBefore);
   m_notAfter = Seconds(cert.notAfter);
   if (!ExtractKey(cert)) return;
   ExtractExtensions(cert.extensions);
   sxAsnOid signatureOid;
-  signatureOid.Set(cert.signatureAlgorithm.oid.data, static_cast<int>(cert.signatureAlgorithm.oid.len));
+  signatureOid.Set(cert.signatureAlgorithm.oid.data(), sxLen(cert.signatureAlgorithm.oid));
   m_signAlgorithm = AlgType_By_SignOID(signatureOid);
   m_hashAlgorithm = MdType_By_SignOID(signatureOid);
 }
@@ -102,26 +97,26 @@ const unsigned char *sxCert_imp::SerialNum(int &len) const {
 }
 
 // The octets stay where they are: the certificate keeps them as long as its names.
-std::unique_ptr<sxDN> sxCert_imp::NewName(const sxSpan &octets, sxFlatName &&flat) const {
+std::unique_ptr<sxDN> sxCert_imp::NewName(sxOctetView octets, sxFlatName &&flat) const {
   return std::unique_ptr<sxDN>(new sxDN(new sxDN_imp(octets, std::move(flat))));
 }
 
 bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
   sxAsnOid algorithm;
-  algorithm.Set(cert.keyAlgorithm.oid.data, static_cast<int>(cert.keyAlgorithm.oid.len));
+  algorithm.Set(cert.keyAlgorithm.oid.data(), sxLen(cert.keyAlgorithm.oid));
   if (isSupportedSignatureAlgorithm(algorithm) == 0) {
     SetError(algorithm.OidEquiv(sxASN_dsa) ? "DSA key not supported" : "Not RSA key");
     return false;
   }
-  const sxSpan &parameters = cert.keyAlgorithm.parameters;
-  m_pubKey.reset(sxPubKey_FromSPKI(algorithm.Data(), algorithm.Len(), parameters.data, static_cast<int>(parameters.len),
-                                   cert.keyBits.data, static_cast<int>(cert.keyBits.len), nullptr));
+  const sxOctetView parameters = cert.keyAlgorithm.parameters;
+  m_pubKey.reset(sxPubKey_FromSPKI(algorithm.Data(), algorithm.Len(), parameters.data(), sxLen(parameters),
+                                   cert.keyBits.data(), sxLen(cert.keyBits), nullptr));
   if (m_pubKey != nullptr) return true;
   SetError(algorithm.OidEquiv(sxASN_ECDSAPublicKey) ? "Error decoding ECDSA key" : "Error decoding key");
   return false;
 }
 
-void sxCert_imp::ExtractExtensions(const sxSpan &extensions) {
+void sxCert_imp::ExtractExtensions(sxOctetView extensions) {
   // One object for all of them: parsers read it and keep nothing of it.
   sxASN_Extension ext;
   ext.extnID = new sxAsnOid;
@@ -129,11 +124,11 @@ void sxCert_imp::ExtractExtensions(const sxSpan &extensions) {
   ext.extnValue = new sxAsnOcts;
   sxExtensionsList::Appender appender(m_extensions, Get_ExtParserTable());
   sxPlainExtension plain;
-  for (const unsigned char *pos = extensions.data; pos < extensions.End();) {
-    sxReadPlainExtension(pos, extensions.End(), &plain);  // read before, when the certificate was
-    ext.extnID->Set(plain.oid.data, static_cast<int>(plain.oid.len));
+  for (sxDerReader each(extensions); !each.AtEnd();) {
+    if (!sxTakePlainExtension(each, &plain)) return;  // never: they were read before
+    ext.extnID->Set(plain.oid.data(), sxLen(plain.oid));
     ext.critical->Set(plain.critical ? 1 : 0);
-    ext.extnValue->Set(plain.value.data, static_cast<int>(plain.value.len));
+    ext.extnValue->Set(plain.value.data(), sxLen(plain.value));
     if (appender.Parse(ext)) continue;
     // This leaves the certificate OK; whoever validates it refuses it.
     return SetUnhandledExt(ext.extnID);

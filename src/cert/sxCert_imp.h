@@ -39,9 +39,9 @@ class sxCert_imp : public sxSigned_imp {
   bool Read();  // the fields, from the stored octets
   void Extract(sxPlainCert &cert);
   void SetSerial(const sxAsnInt &serial);
-  std::unique_ptr<sxDN> NewName(const sxSpan &octets, sxFlatName &&flat) const;
+  std::unique_ptr<sxDN> NewName(sxOctetView octets, sxFlatName &&flat) const;
   bool ExtractKey(const sxPlainCert &cert);
-  void ExtractExtensions(const sxSpan &extensions);
+  void ExtractExtensions(sxOctetView extensions);
   void PrintFull(SxStream *out, int indent) const;
   void PrintAlgorithms(SxStream *out) const;
 

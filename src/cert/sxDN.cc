@@ -34,7 +34,7 @@ sxDN_imp::sxDN_imp(const char *text) {
 
 sxDN_imp::sxDN_imp(const unsigned char *der, int len) {
   if (der == nullptr || len < 1) return;
-  if (LoadOctets(der, static_cast<uint32_t>(len), false)) return;
+  if (LoadOctets(sxView(der, len), false)) return;
   sxASN_RDNSequence name;  // not plain, or no name: the codec decides
   if (sxASN_DecodeBuf(name, reinterpret_cast<const char *>(der), len) == 0) LoadTree(name);
 }
@@ -45,7 +45,7 @@ sxDN_imp::sxDN_imp(const sxASN_RDNSequence *name) {
 
 sxDN_imp::sxDN_imp(const sxDN_imp &other) { Set(other); }
 
-sxDN_imp::sxDN_imp(const sxSpan &octets, sxFlatName &&flat)
+sxDN_imp::sxDN_imp(sxOctetView octets, sxFlatName &&flat)
     : m_hasName(true), m_octets(octets), m_flat(std::move(flat)) {}
 
 void sxDN_imp::Forget() {
@@ -64,15 +64,16 @@ bool sxDN_imp::LoadTree(const sxASN_RDNSequence &name) {
   kxBinBuf encoded;
   // Unsorted: AVAs keep their order within an RDN.
   if (sxASN_EncodeBuf(const_cast<sxASN_RDNSequence &>(name), encoded, 0) != 0) return false;
-  return LoadOctets(encoded.Data(), encoded.Len(), true);
+  return LoadOctets({encoded.Data(), encoded.Len()}, true);
 }
 
-bool sxDN_imp::LoadOctets(const unsigned char *der, uint32_t len, bool decoded) {
-  auto copy = std::make_unique_for_overwrite<unsigned char[]>(len);
-  std::memcpy(copy.get(), der, len);
+bool sxDN_imp::LoadOctets(sxOctetView der, bool decoded) {
+  auto copy = std::make_unique_for_overwrite<unsigned char[]>(der.size());
+  std::ranges::copy(der, copy.get());
+  const sxOctetView octets = {copy.get(), der.size()};
   sxFlatName flat;
-  if (!flat.Read(copy.get(), len, decoded)) return false;
-  m_octets = {copy.get(), len};
+  if (!flat.Read(octets, decoded)) return false;
+  m_octets = octets;
   m_owned = std::move(copy);
   m_flat = std::move(flat);
   m_hasName = true;
@@ -83,7 +84,7 @@ int sxDN_imp::Set(const sxDN_imp &other) {
   if (&other == this) return m_hasName ? 0 : -1;
   Forget();
   if (!other.m_hasName) return -1;
-  return LoadOctets(other.m_octets.data, other.m_octets.len, true) ? 0 : -1;  // they were read before
+  return LoadOctets(other.m_octets, true) ? 0 : -1;  // they were read before
 }
 
 bool sxDN_imp::Print(bool ascii, std::string *text) const {
@@ -106,7 +107,7 @@ const char *sxDN_imp::Text(PublishOnce<std::string> &cache, bool ascii, const ch
     const std::string *text = cache.Get([this, ascii]() -> std::unique_ptr<std::string> {
       if (!m_hasName) return nullptr;
       auto printed = std::make_unique<std::string>();
-      printed->reserve(m_octets.len);
+      printed->reserve(m_octets.size());
       return Print(ascii, printed.get()) ? std::move(printed) : nullptr;
     });
     return text != nullptr ? text->c_str() : nullptr;
@@ -141,8 +142,8 @@ const sxASN_RDNSequence *sxDN_imp::GetName() const {
   if (!m_hasName) return nullptr;
   return m_name.Get([this]() -> std::unique_ptr<sxASN_RDNSequence> {
     auto name = std::make_unique<sxASN_RDNSequence>();
-    const auto *octets = reinterpret_cast<const char *>(m_octets.data);
-    if (sxASN_DecodeBuf(*name, octets, static_cast<int>(m_octets.len)) != 0) return nullptr;
+    const auto *octets = reinterpret_cast<const char *>(m_octets.data());
+    if (sxASN_DecodeBuf(*name, octets, sxLen(m_octets)) != 0) return nullptr;
     return name;
   });
 }

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "asn1/der.h"
 #include "flatName.h"
 #include "foundation/publishOnce.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "plainDer.h"
 #include "pooled.h"
 
 constexpr int kMaxDnDer = 4096;  ///< octets that DerEncode hands out
@@ -28,7 +28,7 @@ class sxDN_imp : public sxPooled {
   sxDN_imp &operator=(const sxDN_imp &) = delete;
 
   /// A name over plain octets that outlive it and were read already.
-  sxDN_imp(const sxSpan &octets, sxFlatName &&flat);
+  sxDN_imp(sxOctetView octets, sxFlatName &&flat);
 
   int Set(const sxDN_imp &other);
   int RemoveCN();
@@ -54,7 +54,7 @@ class sxDN_imp : public sxPooled {
  private:
   void Forget();  // no name, no caches
   bool LoadTree(const sxASN_RDNSequence &name);
-  bool LoadOctets(const unsigned char *der, uint32_t len, bool decoded);  // copies
+  bool LoadOctets(sxOctetView der, bool decoded);  // copies
   const char *Text(PublishOnce<std::string> &cache, bool ascii, const char *func) const;
   bool Print(bool ascii, std::string *text) const;
   std::unique_ptr<kxBinBuf> Encode() const;
@@ -63,7 +63,7 @@ class sxDN_imp : public sxPooled {
 
   bool m_hasName = false;
   std::unique_ptr<unsigned char[]> m_owned;  // null when the octets are borrowed
-  sxSpan m_octets;
+  sxOctetView m_octets;
   sxFlatName m_flat;  // positions in m_octets
   mutable PublishOnce<std::string> m_str;
   mutable PublishOnce<std::string> m_str_ascii;

@@ -32,14 +32,10 @@ void sxExtension_imp::Fprint(FILE *out, int indent) const {
 
 bool sxExtensionIs(const sxExtension &ext, const char *extName) { return std::strcmp(ext.ExtName(), extName) == 0; }
 
-bool sxPlainSequence(const sxASN_Extension &ext, sxSpan *content) {
+bool sxPlainSequence(const sxASN_Extension &ext, sxDerReader *content) {
   if (ext.extnValue == nullptr) return false;
-  const unsigned char *pos = ext.extnValue->Data();
-  const unsigned char *const end = pos + ext.extnValue->Len();
-  sxPlainElement sequence;
-  if (!sxReadPlain(pos, end, kSequenceOctet, &sequence) || pos != end) return false;
-  *content = sequence.content;
-  return true;
+  sxDerReader all(sxView(ext.extnValue->Data(), ext.extnValue->Len()));
+  return all.Enter(kDerSequence, content) && all.AtEnd();
 }
 
 sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int critical) {

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <string>
 
+#include "asn1/der.h"
 #include "kxcert/cert/sxExtensions.h"
-#include "plainDer.h"
 #include "pooled.h"
 
 /// The order of the first five slots is fixed.
@@ -30,13 +30,8 @@ class sxExtension_imp : public sxPooled {
 
 bool sxExtensionIs(const sxExtension &ext, const char *extName);
 
-// Identifier octets that the plain readers look for.
-constexpr int kOidOctet = 0x06;
-constexpr int kSequenceOctet = 0x30;
-constexpr int kTag0Octet = 0xA0;  // [0], constructed
-
 /// The content of an extnValue that is one plain SEQUENCE; false sends the caller to the codec.
-bool sxPlainSequence(const sxASN_Extension &ext, sxSpan *content);
+bool sxPlainSequence(const sxASN_Extension &ext, sxDerReader *content);
 
 /// A new extension around @p value, for delete; null when it cannot be encoded.
 sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int critical);

@@ -80,20 +80,19 @@ void sxGeneralNames_imp::Append(const sxASN_GeneralNames &names) {
 
 void sxGeneralNames_imp::Append(const sxASN_GeneralName &name) { m_entries.push_back(std::make_unique<Entry>(&name)); }
 
-bool sxGeneralNames_imp::AppendPlain(const sxSpan &names) {
-  const unsigned char *pos = names.data;
-  while (pos < names.End()) {
-    sxPlainElement name;
-    if (!sxReadPlain(pos, names.End(), &name) || !AppendPlain(name)) return false;
+bool sxGeneralNames_imp::AppendPlain(sxDerReader names) {
+  sxDerElement name;
+  while (!names.AtEnd()) {
+    if (!names.Take(&name) || !AppendPlain(name)) return false;
   }
   return true;
 }
 
-bool sxGeneralNames_imp::AppendPlain(const sxPlainElement &name) {
+bool sxGeneralNames_imp::AppendPlain(const sxDerElement &name) {
   for (const sxGNtype type : {sxGN_email, sxGN_dns, sxGN_uri}) {
-    if (name.tag != (0x80 | type)) continue;  // [1], [2], [6]: these kinds are their tag numbers
-    const auto *text = reinterpret_cast<const char *>(name.content.data);
-    m_entries.push_back(std::make_unique<Entry>(type, text, static_cast<int>(name.content.len)));
+    if (name.tag != DerContext(type)) continue;  // [1], [2], [6]: these kinds are their tag numbers
+    const auto *text = reinterpret_cast<const char *>(name.content.data());
+    m_entries.push_back(std::make_unique<Entry>(type, text, sxLen(name.content)));
     return true;
   }
   return false;

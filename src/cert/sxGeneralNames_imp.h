@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "asn1/der.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "plainDer.h"
 #include "pooled.h"
 
 class sxGeneralNames_imp : public sxPooled {
@@ -35,8 +35,8 @@ class sxGeneralNames_imp : public sxPooled {
   }
 
   // Straight from plain octets; false (with some names appended) sends the caller to the codec.
-  [[nodiscard]] bool AppendPlain(const sxSpan &names);         ///< the names of a GeneralNames
-  [[nodiscard]] bool AppendPlain(const sxPlainElement &name);  ///< kinds 1, 2 and 6
+  [[nodiscard]] bool AppendPlain(sxDerReader names);         ///< the names of a GeneralNames
+  [[nodiscard]] bool AppendPlain(const sxDerElement &name);  ///< kinds 1, 2 and 6
   int DerEncode(unsigned char *out, int outLen) const;
   void Sprint(SxStream *out, const char *title, int indent) const;
 

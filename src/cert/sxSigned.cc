@@ -19,10 +19,6 @@
 
 namespace {
 
-constexpr int kSequence = 0x30;
-constexpr int kOid = 0x06;
-constexpr int kBitString = 0x03;
-
 // Whether a signed structure that was decoded has its signature in segments.
 bool HasSegmentedSignature(const unsigned char *octets, int len) {
   sxAsnReadBuf buf;
@@ -94,22 +90,19 @@ int sxSigned_imp::ConvertBuf() {
 //   Signed ::= SEQUENCE { toBeSigned ANY, signatureAlgorithm AlgorithmIdentifier, signature BIT STRING }
 // Read without a tree when it is plain; otherwise the codec finds the ends of its elements.
 bool sxSigned_imp::ReadParts(Parts *parts) const {
-  sxPlainElement outer, body, algorithm, oid, signature;
-  const unsigned char *pos = m_der.get();
-  if (!sxReadPlain(pos, pos + m_derLen, kSequence, &outer)) return false;
-  pos = outer.content.data;
-  const unsigned char *const end = outer.content.End();
-  if (!sxReadPlain(pos, end, &body) || !sxReadPlain(pos, end, kSequence, &algorithm) ||
-      !sxReadPlain(pos, end, kBitString, &signature) || pos != end || signature.content.len < 1 ||
-      signature.content.data[0] != 0) {
+  sxDerReader outer;
+  sxDerElement body, algorithm;
+  sxOctetView oid, signature;
+  sxDerReader all({m_der.get(), m_derLen});
+  if (!all.Enter(kDerSequence, &outer) || !outer.Take(&body) || !outer.Take(kDerSequence, &algorithm) ||
+      !outer.Take(kDerBitString, &signature) || !outer.AtEnd() || signature.empty() || signature[0] != 0) {
     return false;
   }
-  pos = algorithm.content.data;
-  if (!sxReadPlain(pos, algorithm.content.End(), kOid, &oid) || oid.content.len == 0) return false;
-  parts->toBeSigned = body.Whole();
-  parts->algorithm.Set(oid.content.data, static_cast<int>(oid.content.len));
-  parts->algorithmOctets = algorithm.Whole();
-  parts->signature = {signature.content.data + 1, signature.content.len - 1};
+  if (!sxDerReader(algorithm.content).Take(kDerOid, &oid) || oid.empty()) return false;
+  parts->toBeSigned = body.whole;
+  parts->algorithm.Set(oid.data(), sxLen(oid));
+  parts->algorithmOctets = algorithm.whole;
+  parts->signature = signature.subspan(1);
   return true;
 }
 
@@ -143,10 +136,10 @@ int sxSigned_imp::VerifySig(sxPubKey *key) const {
     return kKeyLenMismatch;
   }
   const auto *body = static_cast<const sxAsnRawAny *>(decoded.toBeSigned->Value());
-  parts.toBeSigned = {body->Data(), static_cast<uint32_t>(body->Len())};
+  parts.toBeSigned = sxView(body->Data(), body->Len());
   parts.algorithm = *decoded.signatureAlgorithm->algorithm;
-  parts.algorithmOctets = {parts.algorithm.Data(), static_cast<uint32_t>(parts.algorithm.Len())};
-  parts.signature = {decoded.signature->Data(), static_cast<uint32_t>(decoded.signature->Len())};
+  parts.algorithmOctets = sxView(parts.algorithm.Data(), parts.algorithm.Len());
+  parts.signature = sxView(decoded.signature->Data(), decoded.signature->Len());
   return VerifyParts(parts, key);
 }
 
@@ -154,7 +147,8 @@ const sxSigned_imp::Digest *sxSigned_imp::SignedDigest(const Parts &parts) const
   return m_signedDigest.Get([&parts]() -> std::unique_ptr<Digest> {
     auto digest = std::make_unique<Digest>();
     const int len = static_cast<int>(digest->size());
-    const int rc = kx_md_hashbuf(sx_md_sha256, parts.toBeSigned.data, parts.toBeSigned.len, digest->data(), len);
+    const int rc = kx_md_hashbuf(sx_md_sha256, parts.toBeSigned.data(),
+                                 static_cast<unsigned int>(parts.toBeSigned.size()), digest->data(), len);
     return rc == 0 ? std::move(digest) : nullptr;
   });
 }
@@ -179,21 +173,23 @@ int sxSigned_imp::VerifyParts(const Parts &parts, sxPubKey *key) const {
     SHA256_Init(&hash);
     SHA256_Update(&hash, body->data(), body->size());
     SHA256_Update(&hash, keyHash, SHA256_DIGEST_LENGTH);
-    SHA256_Update(&hash, parts.algorithmOctets.data, parts.algorithmOctets.len);
-    SHA256_Update(&hash, parts.signature.data, parts.signature.len);  // last: the only other one without a fixed end
+    SHA256_Update(&hash, parts.algorithmOctets.data(), parts.algorithmOctets.size());
+    SHA256_Update(&hash, parts.signature.data(),
+                  parts.signature.size());  // last: the only other one without a fixed end
     SHA256_Final(memoryKey.data(), &hash);
     if (sxSignatureMemory_Knows(memoryKey)) return 0;
   }
   unsigned char digest[kMaxDigestLen];
   if (body != nullptr && mdType == sx_md_sha256) {
     std::memcpy(digest, body->data(), body->size());
-  } else if (kx_md_hashbuf(mdType, parts.toBeSigned.data, parts.toBeSigned.len, digest, digestLen) != 0) {
+  } else if (kx_md_hashbuf(mdType, parts.toBeSigned.data(), static_cast<unsigned int>(parts.toBeSigned.size()), digest,
+                           digestLen) != 0) {
     return kKeyLibraryFailed;
   }
   // RSA wraps the digest in a DigestInfo; ECDSA takes it bare.
   const sxPKop_type op = family == sxPK_RSA ? sxPKop_digest : sxPKop_raw;
-  const int rc = key->Verify(op, static_cast<sx_md_type>(mdType), digest, digestLen, parts.signature.data,
-                             static_cast<int>(parts.signature.len));
+  const int rc = key->Verify(op, static_cast<sx_md_type>(mdType), digest, digestLen, parts.signature.data(),
+                             sxLen(parts.signature));
   if (rc == 0 && body != nullptr) sxSignatureMemory_Keep(memoryKey);
   return rc;
 }

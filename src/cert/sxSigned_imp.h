@@ -7,12 +7,12 @@
 #include <cstdint>
 #include <memory>
 
+#include "asn1/der.h"
 #include "foundation/publishOnce.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/sxSigned.h"
 #include "kxcert/foundation/sxPKobj_imp.h"
 #include "kxcert/foundation/sxString.h"
-#include "plainDer.h"
 
 class sxSigned_imp : public sxPKobj_imp {
  public:
@@ -50,10 +50,10 @@ class sxSigned_imp : public sxPKobj_imp {
  private:
   /// What a signature is made of. Octets lie in the object, or in the parts that had to be decoded.
   struct Parts {
-    sxSpan toBeSigned;  // the first element as received
+    sxOctetView toBeSigned;  // the first element as received
     sxAsnOid algorithm;
-    sxSpan algorithmOctets;  // of the whole identifier, parameters included
-    sxSpan signature;
+    sxOctetView algorithmOctets;  // of the whole identifier, parameters included
+    sxOctetView signature;
   };
   using Digest = std::array<unsigned char, 32>;
 

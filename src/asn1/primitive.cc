@@ -23,3 +23,17 @@ int sxAsnWriteHeader(const sxAsnTypeInfo &info, sxAsnWriteBuf &buf, int contentL
   const int tagLen = BEncTag(buf, kUniversal, kPrimitive, info.tag);
   return tagLen < 0 ? -1 : contentLen + lenLen + tagLen;
 }
+
+sxAsnType *sxAsnPrimitive::Dup() const {
+  sxAsnType *copy = Clone();
+  copy->CopyFrom(*this);
+  return copy;
+}
+
+int sxAsnPrimitive::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
+  int len = 0;
+  const int tag = sxAsnReadHeader(*Info(), buf, len, bytesDecoded);
+  return tag < 0 || DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0 ? -1 : 1;
+}
+
+int sxAsnPrimitive::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }

@@ -3,7 +3,7 @@
 #ifndef KXCERT_SRC_ASN1_PRIMITIVE_H_
 #define KXCERT_SRC_ASN1_PRIMITIVE_H_
 
-#include "kxcert/asn1/sxAsnType.h"
+#include "kxcert/asn1/sxAsnPrimitive.h"
 
 template <class T>
 sxAsnType *sxAsnCreate() {

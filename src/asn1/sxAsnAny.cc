@@ -49,18 +49,6 @@ constinit const sxAsnTypeInfo sxAsnRawAny::kInfo = {
 constinit const sxAsnTypeInfo sxAsnAny::kInfo = {"sxAsnAny", sxAsnKind::kAny,       false,   false,
                                                  0,          sxAsnCreate<sxAsnAny>, nullptr, 0};
 
-sxAsnType *sxAsnRawAny::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
-}
-
-int sxAsnRawAny::CopyFrom(const sxAsnType &other) {
-  if (other.Info() != Info()) return -1;
-  m_octets = static_cast<const sxAsnRawAny &>(other).m_octets;
-  return 0;
-}
-
 int sxAsnRawAny::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   const unsigned char *const start = buf.Curr();
   const int startOffset = buf.GetOffset();

@@ -84,27 +84,6 @@ bool sxAsnBits::BitsEquiv(const sxAsnBits &other) const {
   return m_bitLen == other.m_bitLen && m_octets.Equals(other.m_octets);
 }
 
-sxAsnType *sxAsnBits::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
-}
-
-int sxAsnBits::CopyFrom(const sxAsnType &other) {
-  if (other.Info() != Info()) return -1;
-  *this = static_cast<const sxAsnBits &>(other);
-  return 0;
-}
-
-int sxAsnBits::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
-  int len = 0;
-  const int tag = sxAsnReadHeader(*Info(), buf, len, bytesDecoded);
-  if (tag < 0 || DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
-  return 1;
-}
-
-int sxAsnBits::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }
-
 int sxAsnBits::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
   if ((tag & kConstructed) != 0) return BDecConsBits(buf, len, bytesDecoded);
   if (len < 1 || len > buf.GetLen()) {

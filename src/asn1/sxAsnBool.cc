@@ -7,27 +7,6 @@
 constinit const sxAsnTypeInfo sxAsnBool::kInfo = sxAsnPrimitiveInfo("sxAsnBool", 1, sxAsnCreate<sxAsnBool>);
 constinit const sxAsnTypeInfo sxAsnNull::kInfo = sxAsnPrimitiveInfo("sxAsnNull", 5, sxAsnCreate<sxAsnNull>);
 
-sxAsnType *sxAsnBool::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
-}
-
-int sxAsnBool::CopyFrom(const sxAsnType &other) {
-  if (other.Info() != Info()) return -1;
-  m_value = static_cast<const sxAsnBool &>(other).m_value;
-  return 0;
-}
-
-int sxAsnBool::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
-  int len = 0;
-  const int tag = sxAsnReadHeader(*Info(), buf, len, bytesDecoded);
-  if (tag < 0 || DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
-  return 1;
-}
-
-int sxAsnBool::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }
-
 int sxAsnBool::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
   if (len != 1) return herror_func(0, 0, "AsnBool::BDecContent:  boolean value too long."), -1;
   const int octet = buf.GetByte();
@@ -50,8 +29,6 @@ int sxAsnNull::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   if (tag != Info()->tag) herror_func(0, 0, "sxAsnNull::Bdec wrong tag before offset = %d", buf.GetOffset());
   return DecContent(buf, static_cast<unsigned int>(tag), BDecLen(buf, bytesDecoded), bytesDecoded);
 }
-
-int sxAsnNull::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, 0); }
 
 int sxAsnNull::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &) {
   if (len == 0) return 1;

@@ -74,30 +74,6 @@ bool sxAsnInt::intEquiv(const sxAsnInt &other) const {
   return a.negative == b.negative && a.len == b.len && std::memcmp(a.octets, b.octets, static_cast<size_t>(a.len)) == 0;
 }
 
-sxAsnType *sxAsnInt::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
-}
-
-int sxAsnInt::CopyFrom(const sxAsnType &other) {
-  if (other.Info() != Info()) return -1;
-  const auto &from = static_cast<const sxAsnInt &>(other);
-  m_small = from.m_small;
-  m_isMagnitude = from.m_isMagnitude;
-  m_big = from.m_big;
-  return 0;
-}
-
-int sxAsnInt::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
-  int len = 0;
-  const int tag = sxAsnReadHeader(*Info(), buf, len, bytesDecoded);
-  if (tag < 0 || DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
-  return 1;
-}
-
-int sxAsnInt::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }
-
 int sxAsnInt::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
   if (len < 1) {
     herror_func(0, 0, "sxAsnInt::BDecContent: sxAsnInt must not be with INDEFINITE length (%d). offset = %d", len,

@@ -129,18 +129,6 @@ sxAsnType *sxAsnOcts::GetType(const char *name) {
   return name != nullptr && std::strcmp(name, kInfo.name) == 0 ? this : sxAsnType::GetType(name);
 }
 
-sxAsnType *sxAsnOcts::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
-}
-
-int sxAsnOcts::CopyFrom(const sxAsnType &other) {
-  if (other.Info() != Info()) return -1;
-  m_octets = static_cast<const sxAsnOcts &>(other).m_octets;
-  return 0;
-}
-
 int sxAsnOcts::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   const sxAsnTypeInfo &info = *Info();
   int len = 0;
@@ -152,8 +140,6 @@ int sxAsnOcts::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
   if (tag < 0 || DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
   return &info == &kInfo ? 1 : 0;
 }
-
-int sxAsnOcts::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }
 
 int sxAsnOcts::DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) {
   if ((tag & kConstructed) == 0) {

@@ -64,27 +64,6 @@ int sxAsnOid::GetStr(char *buf, int bufLen) const {
   return fits ? 0 : tooShort();
 }
 
-sxAsnType *sxAsnOid::Dup() const {
-  sxAsnType *copy = Clone();
-  copy->CopyFrom(*this);
-  return copy;
-}
-
-int sxAsnOid::CopyFrom(const sxAsnType &other) {
-  if (other.Info() != Info()) return -1;
-  m_octets = static_cast<const sxAsnOid &>(other).m_octets;
-  return 0;
-}
-
-int sxAsnOid::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
-  int len = 0;
-  const int tag = sxAsnReadHeader(*Info(), buf, len, bytesDecoded);
-  if (tag < 0 || DecContent(buf, static_cast<unsigned int>(tag), len, bytesDecoded) < 0) return -1;
-  return 1;
-}
-
-int sxAsnOid::BEnc(sxAsnWriteBuf &buf) { return sxAsnWriteHeader(*Info(), buf, EncContent(buf)); }
-
 int sxAsnOid::DecContent(sxAsnReadBuf &buf, unsigned int, int len, int &bytesDecoded) {
   if (len < 1) {
     herror_func(0, 0, "sxAsnOid::BDecContent: sxAsnOid must not be with INDEFINITE length (%d). offset = %d", len,

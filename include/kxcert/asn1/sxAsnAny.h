@@ -11,10 +11,10 @@
 #include "kxcert/asn1/octetStore.h"
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/asn1/sxAsnOid.h"
-#include "kxcert/asn1/sxAsnType.h"
+#include "kxcert/asn1/sxAsnPrimitive.h"
 
 /// One element of any type, kept as its octets (identifier and length included).
-class KXCERT_EXPORT sxAsnRawAny : public sxAsnType {
+class KXCERT_EXPORT sxAsnRawAny : public sxAsnPrimitiveOf<sxAsnRawAny> {
  public:
   /// A copy; null or a negative length: no data.
   void SetData(const unsigned char *octets, int len) { m_octets.Assign(octets, octets == nullptr ? 0 : len); }
@@ -23,14 +23,10 @@ class KXCERT_EXPORT sxAsnRawAny : public sxAsnType {
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
-  const char *TypeName() const override { return Info()->name; }
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override;
   /// Takes exactly one complete element; indefinite lengths may nest and are counted, not recursed.
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
   int BEnc(sxAsnWriteBuf &buf) override;  ///< -1 without data
   int Describe(SxStream &out, int indent) const override;
-  int CopyFrom(const sxAsnType &other) override;
 
  private:
   sxOctets m_octets;

@@ -9,15 +9,15 @@
 #include <utility>
 
 #include "kxcert/asn1/octetStore.h"
-#include "kxcert/asn1/sxAsnType.h"
+#include "kxcert/asn1/sxAsnPrimitive.h"
 
-class KXCERT_EXPORT sxAsnBits : public sxAsnType {
+class KXCERT_EXPORT sxAsnBits : public sxAsnPrimitiveOf<sxAsnBits> {
  public:
   sxAsnBits() = default;
   explicit sxAsnBits(int bitCount) { Set(bitCount); }
   sxAsnBits(const sxAsnBits &other) = default;
   sxAsnBits(sxAsnBits &&other) noexcept
-      : sxAsnType(), m_octets(std::move(other.m_octets)), m_bitLen(std::exchange(other.m_bitLen, 0)) {}
+      : sxAsnPrimitiveOf(), m_octets(std::move(other.m_octets)), m_bitLen(std::exchange(other.m_bitLen, 0)) {}
   sxAsnBits &operator=(const sxAsnBits &other) = default;
   sxAsnBits &operator=(sxAsnBits &&other) noexcept {  ///< leaves the other one empty
     m_octets = std::move(other.m_octets);
@@ -45,13 +45,7 @@ class KXCERT_EXPORT sxAsnBits : public sxAsnType {
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
-  const char *TypeName() const override { return Info()->name; }
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override;
-  int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
-  int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
-  int CopyFrom(const sxAsnType &other) override;
 
  protected:
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;

@@ -3,9 +3,9 @@
 #ifndef KXCERT_ASN1_SXASNBOOL_H_
 #define KXCERT_ASN1_SXASNBOOL_H_
 
-#include "kxcert/asn1/sxAsnType.h"
+#include "kxcert/asn1/sxAsnPrimitive.h"
 
-class KXCERT_EXPORT sxAsnBool : public sxAsnType {
+class KXCERT_EXPORT sxAsnBool : public sxAsnPrimitiveOf<sxAsnBool> {
  public:
   explicit sxAsnBool(int value = 0) : m_value(value != 0 ? 1 : 0) {}
   void Set(int value) { m_value = value != 0 ? 1 : 0; }
@@ -13,13 +13,7 @@ class KXCERT_EXPORT sxAsnBool : public sxAsnType {
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
-  const char *TypeName() const override { return Info()->name; }
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override;
-  int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
-  int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
-  int CopyFrom(const sxAsnType &other) override;
 
  protected:
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;
@@ -29,18 +23,13 @@ class KXCERT_EXPORT sxAsnBool : public sxAsnType {
   int m_value;
 };
 
-class KXCERT_EXPORT sxAsnNull : public sxAsnType {
+class KXCERT_EXPORT sxAsnNull : public sxAsnPrimitiveOf<sxAsnNull> {
  public:
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
-  const char *TypeName() const override { return Info()->name; }
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override { return Clone(); }
   /// Takes any element of length 0, whatever its tag; this leniency is intended.
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
-  int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
-  int CopyFrom(const sxAsnType &other) override { return other.Info() == Info() ? 0 : -1; }
 
  protected:
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;

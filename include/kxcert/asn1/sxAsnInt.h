@@ -7,9 +7,9 @@
 #define KXCERT_ASN1_SXASNINT_H_
 
 #include "kxcert/asn1/octetStore.h"
-#include "kxcert/asn1/sxAsnType.h"
+#include "kxcert/asn1/sxAsnPrimitive.h"
 
-class KXCERT_EXPORT sxAsnInt : public sxAsnType {
+class KXCERT_EXPORT sxAsnInt : public sxAsnPrimitiveOf<sxAsnInt> {
  public:
   sxAsnInt() = default;
   explicit sxAsnInt(int value) : m_small(value) {}
@@ -32,13 +32,7 @@ class KXCERT_EXPORT sxAsnInt : public sxAsnType {
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
-  const char *TypeName() const override { return Info()->name; }
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override;
-  int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
-  int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
-  int CopyFrom(const sxAsnType &other) override;
 
  protected:
   /// One to four octets become the small value, five and more are kept as they are.

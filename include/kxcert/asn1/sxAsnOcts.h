@@ -6,9 +6,9 @@
 #define KXCERT_ASN1_SXASNOCTS_H_
 
 #include "kxcert/asn1/octetStore.h"
-#include "kxcert/asn1/sxAsnType.h"
+#include "kxcert/asn1/sxAsnPrimitive.h"
 
-class KXCERT_EXPORT sxAsnOcts : public sxAsnType {
+class KXCERT_EXPORT sxAsnOcts : public sxAsnPrimitiveOf<sxAsnOcts> {
  public:
   sxAsnOcts() = default;
   explicit sxAsnOcts(const unsigned char *text);  ///< up to its NUL
@@ -27,16 +27,11 @@ class KXCERT_EXPORT sxAsnOcts : public sxAsnType {
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
-  const char *TypeName() const override { return Info()->name; }
   sxAsnType *GetType(const char *name) override;  ///< strings answer to "sxAsnOcts" too
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override;
   /// A length octet of 0 ends the element at once and is not added to @p bytesDecoded; kept so by
   /// intent. The string and time types return 0 on success, OCTET STRING 1.
   int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
-  int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
-  int CopyFrom(const sxAsnType &other) override;
 
  protected:
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;

@@ -4,12 +4,12 @@
 #define KXCERT_ASN1_SXASNOID_H_
 
 #include "kxcert/asn1/octetStore.h"
-#include "kxcert/asn1/sxAsnType.h"
+#include "kxcert/asn1/sxAsnPrimitive.h"
 
 constexpr int kMinOidText = 20;  ///< shortest area that GetStr writes to
 constexpr int kMaxOidArcs = 11;  ///< arcs that Set takes
 
-class KXCERT_EXPORT sxAsnOid : public sxAsnType {
+class KXCERT_EXPORT sxAsnOid : public sxAsnPrimitiveOf<sxAsnOid> {
  public:
   constexpr sxAsnOid() = default;
   /// A constant, from arcs known when compiling; the encoding has sxOctets::kInline octets at most.
@@ -48,13 +48,7 @@ class KXCERT_EXPORT sxAsnOid : public sxAsnType {
 
   static const sxAsnTypeInfo kInfo;
   const sxAsnTypeInfo *Info() const override { return &kInfo; }
-  const char *TypeName() const override { return Info()->name; }
-  sxAsnType *Clone() const override { return Info()->create(); }
-  sxAsnType *Dup() const override;
-  int BDec(sxAsnReadBuf &buf, int &bytesDecoded) override;
-  int BEnc(sxAsnWriteBuf &buf) override;
   int Describe(SxStream &out, int indent) const override;
-  int CopyFrom(const sxAsnType &other) override;
 
  protected:
   int DecContent(sxAsnReadBuf &buf, unsigned int tag, int len, int &bytesDecoded) override;

@@ -3,6 +3,9 @@ add_library(kxcert_settings INTERFACE)
 target_compile_options(kxcert_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wundef
   -Wno-invalid-offsetof -fno-strict-overflow -fstack-protector-strong)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  target_compile_options(kxcert_settings INTERFACE -Wthread-safety)
+endif()
 target_compile_definitions(kxcert_settings INTERFACE OPENSSL_API_COMPAT=0x10101000L)
 if(KXCERT_WERROR)
   target_compile_options(kxcert_settings INTERFACE -Werror)

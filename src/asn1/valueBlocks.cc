@@ -1,8 +1,8 @@
 #include "valueBlocks.h"
+#include "platform/guarded.h"
 
 #include <cstdint>
 #include <cstdlib>
-#include <mutex>
 #include <new>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -55,7 +55,7 @@ class Pages {
 
   // Puts as many as @p count blocks in front of @p list; fewer when memory ends.
   unsigned Take(size_t sizeClass, unsigned count, FreeBlock *&list) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const sxLock lock(m_mutex);
     unsigned numTaken = 0;
     FreeBlock **end = &list;
     FreeBlock *const others = list;
@@ -73,7 +73,7 @@ class Pages {
 
   // Takes @p count blocks off the list.
   void Give(size_t sizeClass, unsigned count, FreeBlock *&list) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const sxLock lock(m_mutex);
     for (; count > 0 && list != nullptr; --count) {
       FreeBlock *const block = list;
       list = block->next;
@@ -90,7 +90,7 @@ class Pages {
   }
 
  private:
-  bool AddPage(size_t sizeClass) {
+  bool AddPage(size_t sizeClass) REQUIRES(m_mutex) {
     void *memory = nullptr;
     // aligned_alloc wants a size of whole pages, and a program with a sanitizer of its own insists on it.
     if (posix_memalign(&memory, kPageSize, kUsed) != 0) return false;
@@ -109,19 +109,19 @@ class Pages {
     return new (first + (BlocksPerPage(sizeClass) - page.numUncut--) * BlockSize(sizeClass)) FreeBlock;
   }
 
-  void Link(Page *page) {
+  void Link(Page *page) REQUIRES(m_mutex) {
     page->prev = nullptr;
     page->next = m_first;
     if (m_first != nullptr) m_first->prev = page;
     m_first = page;
   }
-  void Unlink(Page *page) {
+  void Unlink(Page *page) REQUIRES(m_mutex) {
     (page->prev != nullptr ? page->prev->next : m_first) = page->next;
     if (page->next != nullptr) page->next->prev = page->prev;
   }
 
-  std::mutex m_mutex;
-  Page *m_first = nullptr;
+  sxMutex m_mutex;
+  Page *m_first GUARDED_BY(m_mutex) = nullptr;
 };
 
 constinit Pages g_pages[kNumClasses];

@@ -1,9 +1,9 @@
 #include "signatureMemory.h"
+#include "platform/guarded.h"
 
 #include <atomic>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace {
@@ -16,10 +16,10 @@ constexpr uint32_t kWays = 4;  // places in which a key may lie
 // A shard is a set-associative table: no entry has a block of its own, and what does not fit pushes
 // out the oldest of its four places.
 struct Shard {
-  std::mutex mutex;
-  std::vector<sxSignatureKey> slots;  // kWays for each set
-  std::vector<uint8_t> nextWay;       // of each set: the place that goes next
-  uint32_t entries = 0;
+  sxMutex mutex;
+  std::vector<sxSignatureKey> slots GUARDED_BY(mutex);  // kWays for each set
+  std::vector<uint8_t> nextWay GUARDED_BY(mutex);       // of each set: the place that goes next
+  uint32_t entries GUARDED_BY(mutex) = 0;
 };
 
 struct Memory {
@@ -38,7 +38,7 @@ struct Memory {
       while (rounded < wanted) rounded *= 2;
     }
     for (Shard &shard : shards) {
-      const std::lock_guard<std::mutex> lock(shard.mutex);
+      const sxLock lock(shard.mutex);
       shard.slots.assign(rounded / kNumShards, sxSignatureKey{});
       shard.nextWay.assign(rounded / kNumShards / kWays, 0);
       shard.entries = 0;
@@ -60,10 +60,12 @@ uint32_t Word(const sxSignatureKey &key, size_t at) {
 
 Shard &ShardOf(const sxSignatureKey &key) { return TheMemory().shards[Word(key, 0) % kNumShards]; }
 
-// First place of the key's set; only with the shard locked and not empty.
-size_t SetOf(const Shard &shard, const sxSignatureKey &key) { return Word(key, 4) % shard.nextWay.size(); }
+// First place of the key's set; only when the shard is not empty.
+size_t SetOf(const Shard &shard, const sxSignatureKey &key) REQUIRES(shard.mutex) {
+  return Word(key, 4) % shard.nextWay.size();
+}
 
-bool Holds(const Shard &shard, const sxSignatureKey &key) {
+bool Holds(const Shard &shard, const sxSignatureKey &key) REQUIRES(shard.mutex) {
   if (shard.nextWay.empty()) return false;
   const size_t first = SetOf(shard, key) * kWays;
   for (size_t i = first; i < first + kWays; ++i) {
@@ -80,7 +82,7 @@ bool sxSignatureMemory_Knows(const sxSignatureKey &key) {
   Shard &shard = ShardOf(key);
   bool known = false;
   {
-    const std::lock_guard<std::mutex> lock(shard.mutex);
+    const sxLock lock(shard.mutex);
     known = Holds(shard, key);
   }
   (known ? TheMemory().hits : TheMemory().misses).fetch_add(1, std::memory_order_relaxed);
@@ -89,7 +91,7 @@ bool sxSignatureMemory_Knows(const sxSignatureKey &key) {
 
 void sxSignatureMemory_Keep(const sxSignatureKey &key) {
   Shard &shard = ShardOf(key);
-  const std::lock_guard<std::mutex> lock(shard.mutex);
+  const sxLock lock(shard.mutex);
   if (shard.nextWay.empty() || Holds(shard, key)) return;
   const size_t set = SetOf(shard, key);
   sxSignatureKey &slot = shard.slots[set * kWays + shard.nextWay[set]];
@@ -108,7 +110,7 @@ sxSignatureCacheStats sxSignatureCache_Stats() {
                                  memory.misses.load(std::memory_order_relaxed), 0,
                                  memory.maxEntries.load(std::memory_order_relaxed)};
   for (Shard &shard : memory.shards) {
-    const std::lock_guard<std::mutex> lock(shard.mutex);
+    const sxLock lock(shard.mutex);
     stats.entries += shard.entries;
   }
   return stats;

@@ -1,9 +1,9 @@
 #include "kxcert/foundation/cache.h"
 
 #include <list>
-#include <mutex>
 
 #include "kxcert/platform/clock.h"
+#include "platform/guarded.h"
 
 namespace {
 
@@ -55,20 +55,20 @@ struct Cache::Rep {
     void operator()(kxHashTable *t) const { hash_destroy(t); }
   };
 
-  Entry *Find(const void *key) const { return static_cast<Entry *>(hash_lookup(table.get(), key)); }
+  Entry *Find(const void *key) const REQUIRES(lock) { return static_cast<Entry *>(hash_lookup(table.get(), key)); }
 
-  void MoveOut(Entry *entry, Leaving *leaving) {
+  void MoveOut(Entry *entry, Leaving *leaving) REQUIRES(lock) {
     hash_remove(table.get(), entry->key);
     leaving->entries.splice(leaving->entries.end(), entries, entry->self);
   }
 
-  std::mutex lock;
+  sxMutex lock;
   unsigned maxEntries = 0;
   unsigned timeoutSec = 0;
   kxHashDestructor destroyKey = nullptr;
   kxHashDestructor destroyData = nullptr;
-  std::list<Entry> entries;                          // most recently used first
-  std::unique_ptr<kxHashTable, DestroyTable> table;  // key to Entry; owns neither
+  std::list<Entry> entries GUARDED_BY(lock);         // most recently used first
+  std::unique_ptr<kxHashTable, DestroyTable> table;  // key to Entry; owns neither; guarded like the entries
 };
 
 Cache::Cache(unsigned maxEntries, unsigned timeoutSec, kxHashFunc hash, kxHashCompare compare,
@@ -86,7 +86,7 @@ Cache::~Cache() { Clear(); }
 bool Cache::Put(void *key, void *data, unsigned entrySec) {
   bool wasHere = false;
   Rep::Leaving leaving(*m_rep);
-  const std::lock_guard<std::mutex> guard(m_rep->lock);
+  const sxLock guard(m_rep->lock);
   if (Entry *old = m_rep->Find(key)) {
     m_rep->MoveOut(old, &leaving);
     // What is put again must not be destroyed.
@@ -109,7 +109,7 @@ bool Cache::Put(void *key, void *data, unsigned entrySec) {
 
 void *Cache::Get(const void *key, void (*onHit)(void *data)) {
   Rep::Leaving leaving(*m_rep);
-  const std::lock_guard<std::mutex> guard(m_rep->lock);
+  const sxLock guard(m_rep->lock);
   Entry *found = m_rep->Find(key);
   if (found == nullptr) return nullptr;
   if (IsExpired(*found)) {
@@ -123,7 +123,7 @@ void *Cache::Get(const void *key, void (*onHit)(void *data)) {
 
 int Cache::Delete(const void *key) {
   Rep::Leaving leaving(*m_rep);
-  const std::lock_guard<std::mutex> guard(m_rep->lock);
+  const sxLock guard(m_rep->lock);
   Entry *found = m_rep->Find(key);
   if (found == nullptr) return -1;
   m_rep->MoveOut(found, &leaving);
@@ -132,11 +132,11 @@ int Cache::Delete(const void *key) {
 
 void Cache::Clear() {
   Rep::Leaving leaving(*m_rep);
-  const std::lock_guard<std::mutex> guard(m_rep->lock);
+  const sxLock guard(m_rep->lock);
   while (!m_rep->entries.empty()) m_rep->MoveOut(&m_rep->entries.front(), &leaving);
 }
 
 int Cache::Count() const {
-  const std::lock_guard<std::mutex> guard(m_rep->lock);
+  const sxLock guard(m_rep->lock);
   return static_cast<int>(m_rep->entries.size());
 }

@@ -51,7 +51,7 @@ int kxEventLoop::Post(int delayMs, std::function<void()> call) try {
   std::list<Call> posted(1);
   posted.front().function = std::move(call);
   posted.front().due = delayMs == 0 ? Clock::time_point::min() : Clock::now() + std::chrono::milliseconds(delayMs);
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  const sxLock lock(m_mutex);
   if (m_closed) return -1;
   m_posted.splice(m_posted.end(), posted);
   const uint64_t one = 1;
@@ -66,7 +66,7 @@ void kxEventLoop::MakeDueCalls() {
   static_cast<void>(!read(m_wakeFd, &count, sizeof count));
   std::list<Call> posted;
   {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const sxLock lock(m_mutex);
     posted.swap(m_posted);
   }
   // By time, so that those which are late all alike keep their order.
@@ -135,7 +135,7 @@ void kxEventLoop::Close() {
   {
     std::list<Call> dropped;  // what the closures hold may post again, which is refused
     {
-      const std::lock_guard<std::mutex> lock(m_mutex);
+      const sxLock lock(m_mutex);
       m_closed = true;
       dropped.swap(m_posted);
     }

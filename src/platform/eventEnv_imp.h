@@ -3,14 +3,15 @@
 #ifndef KXCERT_SRC_PLATFORM_EVENTENV_IMP_H_
 #define KXCERT_SRC_PLATFORM_EVENTENV_IMP_H_
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "kxcert/platform/eventEnv.h"
+#include "platform/guarded.h"
 
 struct event;
 
@@ -68,9 +69,9 @@ class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
   std::list<Call> m_waiting;
   std::vector<std::weak_ptr<kxEventClient>> m_clients;  // of the loop's thread, like all above
   int m_wakeFd = -1;                                    // readable while something was posted
-  std::mutex m_mutex;                                   // guards what follows
-  std::list<Call> m_posted;
-  bool m_closed = false;  // written by the loop's thread only
+  sxMutex m_mutex;
+  std::list<Call> m_posted GUARDED_BY(m_mutex);
+  std::atomic<bool> m_closed{false};  // set by the loop's thread, with the mutex: then nothing is posted
 };
 
 class sxd_env {

@@ -1,10 +1,10 @@
 #include "kxcert/platform/log.h"
+#include "platform/guarded.h"
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <string>
 
 std::atomic<int> dodebugprt{0};
@@ -17,12 +17,8 @@ struct Sink {
   kxLogSink func = nullptr;
   void *opaque = nullptr;
 };
-
-std::mutex &SinkMutex() {
-  static std::mutex mutex;  // a function's static: lines may be written before main
-  return mutex;
-}
-Sink g_sink;
+constinit sxMutex g_sinkMutex;  // ready before static constructors, which may write lines
+Sink g_sink GUARDED_BY(g_sinkMutex);
 
 void AppendFormat(std::string *line, const char *fmt, va_list args) {
   char fixed[512];
@@ -50,7 +46,7 @@ void AppendErrno(std::string *line, int errnum) {
 void WriteLine(std::string *line) {
   Sink sink;
   {
-    const std::lock_guard<std::mutex> lock(SinkMutex());
+    const sxLock lock(g_sinkMutex);
     sink = g_sink;
   }
   if (sink.func != nullptr) {
@@ -64,7 +60,7 @@ void WriteLine(std::string *line) {
 }  // namespace
 
 void kxLog_SetSink(kxLogSink sink, void *opaque) {
-  const std::lock_guard<std::mutex> lock(SinkMutex());
+  const sxLock lock(g_sinkMutex);
   g_sink = {sink, opaque};
 }
 

@@ -1,17 +1,17 @@
 #include "kxcert/platform/mutex.h"
+#include "platform/guarded.h"
 
 #include <pthread.h>
 
 #include <atomic>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 struct MtMutex {
   pthread_mutex_t system;
   std::string name;       // empty: not shared
-  unsigned numUsers = 1;  // guarded by the registry's lock
+  unsigned numUsers = 1;  // touched with the registry's lock only
 };
 
 namespace {
@@ -26,8 +26,8 @@ bool Allowed(const std::atomic<bool (*)()> &fake) {
 }
 
 struct NamedMutexes {
-  std::mutex lock;
-  std::map<std::string, MtMutex *> byName;  // an entry goes with the last user of its mutex
+  sxMutex lock;
+  std::map<std::string, MtMutex *> byName GUARDED_BY(lock);  // an entry goes with the last user of its mutex
 };
 
 NamedMutexes &Named() {
@@ -52,7 +52,7 @@ MtMutex *MtMutexCreate() { return Make(PTHREAD_MUTEX_ERRORCHECK).release(); }
 MtMutex *MtMutexCreateRecursive(const char *name) {
   if (name == nullptr || *name == '\0') return Make(PTHREAD_MUTEX_RECURSIVE).release();
   NamedMutexes &named = Named();
-  const std::lock_guard<std::mutex> guard(named.lock);
+  const sxLock guard(named.lock);
   const auto found = named.byName.find(name);
   if (found != named.byName.end()) {
     ++found->second->numUsers;
@@ -79,7 +79,7 @@ void MtMutexDestroy(MtMutex *mutex) {
   if (mutex == nullptr) return;
   if (!mutex->name.empty()) {
     NamedMutexes &named = Named();
-    const std::lock_guard<std::mutex> guard(named.lock);
+    const sxLock guard(named.lock);
     if (--mutex->numUsers != 0) return;
     named.byName.erase(mutex->name);
   }

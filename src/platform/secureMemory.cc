@@ -1,11 +1,11 @@
 #include "kxcert/platform/secureMemory.h"
+#include "platform/guarded.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 
 #include <openssl/crypto.h>
 
@@ -14,8 +14,8 @@ namespace {
 // How many sensitive blocks lie on each locked page. mlock itself does not count, so unlocking one
 // block would release its neighbours on the same page.
 struct PageLocks {
-  std::mutex mutex;
-  std::map<uintptr_t, unsigned> usersByPage;
+  sxMutex mutex;
+  std::map<uintptr_t, unsigned> usersByPage GUARDED_BY(mutex);
 };
 
 PageLocks &Locks() {
@@ -28,12 +28,16 @@ uintptr_t PageSize() {
   return size;
 }
 
-template <class OnPage>
-void ForEachPage(const void *data, size_t len, OnPage onPage) {
-  if (data == nullptr || len == 0) return;
-  const uintptr_t first = reinterpret_cast<uintptr_t>(data) / PageSize();
-  const uintptr_t last = (reinterpret_cast<uintptr_t>(data) + len - 1) / PageSize();
-  for (uintptr_t page = first; page <= last; ++page) onPage(page);
+// Numbers of the pages that hold some of the octets: [first, end).
+struct PageRange {
+  uintptr_t first = 0;
+  uintptr_t end = 0;
+};
+
+PageRange PagesOf(const void *data, size_t len) {
+  if (data == nullptr || len == 0) return {};
+  const uintptr_t start = reinterpret_cast<uintptr_t>(data);
+  return {start / PageSize(), (start + len - 1) / PageSize() + 1};
 }
 
 void *PageAddress(uintptr_t page) { return reinterpret_cast<void *>(page * PageSize()); }
@@ -46,27 +50,28 @@ void KX_memset(void *data, size_t len) {
 
 void kxMem_Lock(const void *data, size_t len) {
   PageLocks &locks = Locks();
-  const std::lock_guard<std::mutex> guard(locks.mutex);
-  ForEachPage(data, len, [&locks](uintptr_t page) {
+  const sxLock guard(locks.mutex);
+  const PageRange pages = PagesOf(data, len);
+  for (uintptr_t page = pages.first; page != pages.end; ++page) {
     // A refusal (RLIMIT_MEMLOCK) leaves the page counted but swappable; the wipe still happens.
     if (locks.usersByPage[page]++ == 0) (void)mlock(PageAddress(page), PageSize());
-  });
+  }
 }
 
 void kxMem_Unlock(const void *data, size_t len) {
   PageLocks &locks = Locks();
-  const std::lock_guard<std::mutex> guard(locks.mutex);
-  ForEachPage(data, len, [&locks](uintptr_t page) {
+  const sxLock guard(locks.mutex);
+  const PageRange pages = PagesOf(data, len);
+  for (uintptr_t page = pages.first; page != pages.end; ++page) {
     const auto found = locks.usersByPage.find(page);
-    if (found == locks.usersByPage.end()) return;
-    if (--found->second != 0) return;
+    if (found == locks.usersByPage.end() || --found->second != 0) continue;
     locks.usersByPage.erase(found);
     (void)munlock(PageAddress(page), PageSize());
-  });
+  }
 }
 
 size_t kxMem_NumLockedPages() {
   PageLocks &locks = Locks();
-  const std::lock_guard<std::mutex> guard(locks.mutex);
+  const sxLock guard(locks.mutex);
   return locks.usersByPage.size();
 }

@@ -7,7 +7,6 @@
 #include <condition_variable>
 #include <list>
 #include <map>
-#include <mutex>
 #include <new>
 #include <thread>
 #include <unordered_map>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "eventEnv_imp.h"
+#include "platform/guarded.h"
 #include "threadEnd.h"
 
 // Shared with the pools on it, so that they may end later.
@@ -89,15 +89,15 @@ class RTApc_imp final : public kxEventClient, public std::enable_shared_from_thi
   std::multimap<Clock::time_point, const RTApcServant *> deadlines;
   Clock::time_point timerDue = Clock::time_point::max();  // of the earliest timer that is set
 
-  std::mutex mutex;  // guards what follows
+  sxMutex mutex;
   std::condition_variable changed;
-  std::list<Worker> workers;
-  int numWanted = 0;
-  int numRunning = 0;
-  bool ending = false;
-  bool abandoned = false;  // nobody wants results
-  std::list<Job> queued;
-  std::list<Job> done;
+  std::list<Worker> workers GUARDED_BY(mutex);
+  int numWanted GUARDED_BY(mutex) = 0;
+  int numRunning GUARDED_BY(mutex) = 0;
+  bool ending GUARDED_BY(mutex) = false;
+  bool abandoned GUARDED_BY(mutex) = false;  // nobody wants results
+  std::list<Job> queued GUARDED_BY(mutex);
+  std::list<Job> done GUARDED_BY(mutex);
 
   int SetNumThreads(int numThreads);
   void Work(std::list<Worker>::iterator self);
@@ -117,7 +117,7 @@ class RTApc_imp final : public kxEventClient, public std::enable_shared_from_thi
 };
 
 int RTApc_imp::SetNumThreads(int numThreads) {
-  const std::unique_lock<std::mutex> lock(mutex);
+  const sxLock lock(mutex);
   numWanted = numThreads;
   while (numRunning < numWanted) {
     const auto self = workers.emplace(workers.end());
@@ -135,20 +135,20 @@ int RTApc_imp::SetNumThreads(int numThreads) {
 }
 
 void RTApc_imp::Work(std::list<Worker>::iterator self) {
-  std::unique_lock<std::mutex> lock(mutex);
+  sxLock lock(mutex);
   for (;;) {
-    changed.wait(lock, [this] { return !queued.empty() || ending || numRunning > numWanted; });
+    while (queued.empty() && !ending && numRunning <= numWanted) changed.wait(lock.ForWaiting());
     if (numRunning > numWanted || queued.empty()) break;
     std::list<Job> job;
     job.splice(job.end(), queued, queued.begin());
-    lock.unlock();
+    lock.Unlock();
     try {
       job.front().servant->task_handler();
       job.front().handled = true;
     } catch (...) {
       // The one that waits is told.
     }
-    lock.lock();
+    lock.Lock();
     // Also what nobody wants: the last reference to a key is dropped on the loop's thread, as all others are.
     done.splice(done.end(), job);
     if (!abandoned) WakeLoop();
@@ -166,7 +166,7 @@ void RTApc_imp::WakeLoop() noexcept try {
 void RTApc_imp::JoinEnded() {
   std::list<Worker> ended;
   {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const sxLock lock(mutex);
     for (auto worker = workers.begin(); worker != workers.end();) {
       const auto next = std::next(worker);
       if (worker->ended) ended.splice(ended.end(), workers, worker);
@@ -193,7 +193,7 @@ int RTApc_imp::Queue(const RTApcServant &work, int timeoutMs) try {
   }
   ++nextNumber;
   SetTimer();
-  const std::lock_guard<std::mutex> lock(mutex);
+  const sxLock lock(mutex);
   queued.splice(queued.end(), job);
   changed.notify_one();
   return 0;
@@ -218,7 +218,7 @@ void RTApc_imp::HandleResults() {
   while (pool != nullptr) {  // a result handler may end the pool
     std::list<Job> job;
     {
-      const std::lock_guard<std::mutex> lock(mutex);
+      const sxLock lock(mutex);
       if (done.empty()) return;
       job.splice(job.end(), done, done.begin());
     }
@@ -238,7 +238,7 @@ void RTApc_imp::HandleTimeouts() {
     const auto entry = waiting.find(deadlines.begin()->second);
     std::list<Job> dropped;  // without the lock: a servant may ask the pool as it goes
     {
-      const std::lock_guard<std::mutex> lock(mutex);
+      const sxLock lock(mutex);
       const auto late = std::find_if(queued.begin(), queued.end(),
                                      [&entry](const Job &job) { return job.number == entry->second.number; });
       if (late != queued.end()) dropped.splice(dropped.end(), queued, late);
@@ -263,7 +263,7 @@ void RTApc_imp::Abandon() {
   refuses = true;
   std::list<Job> dropped;
   {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const sxLock lock(mutex);
     ending = abandoned = true;
     dropped.swap(queued);
     dropped.splice(dropped.end(), done);
@@ -276,13 +276,14 @@ void RTApc_imp::Abandon() {
 void RTApc_imp::End() {
   if (kxThread_IsEnding()) Abandon();  // after main nobody is called
   refuses = true;
+  std::list<Worker> ended;
   {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const sxLock lock(mutex);
     ending = true;
     changed.notify_all();
+    ended.swap(workers);
   }
-  for (Worker &worker : workers) worker.thread.join();
-  workers.clear();
+  for (Worker &worker : ended) worker.thread.join();
   HandleResults();
   while (!waiting.empty()) Answer(waiting.begin(), nullptr, kRTWaitFailed);
   pool = nullptr;
@@ -312,7 +313,7 @@ bool RTApc::IsInherited() const { return m_imp->IsInherited(); }
 
 int RTApc::NumThreads() const {
   if (IsInherited()) return 0;
-  const std::lock_guard<std::mutex> lock(m_imp->mutex);
+  const sxLock lock(m_imp->mutex);
   return m_imp->numWanted;
 }
 

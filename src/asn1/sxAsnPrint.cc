@@ -4,6 +4,7 @@
 
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/platform/log.h"
+#include "platform/textForms.h"
 
 namespace {
 
@@ -21,8 +22,8 @@ void ForEachRow(const unsigned char *data, int len, AppendItem appendItem, OnRow
 }
 
 void AppendHex(std::string *row, unsigned char octet) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  *row += {kDigits[octet >> 4], kDigits[octet & 0xF], ' '};
+  kxAppendHex(row, octet);
+  *row += ' ';
 }
 
 void AppendChar(std::string *row, unsigned char octet) {

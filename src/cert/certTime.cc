@@ -1,4 +1,5 @@
 // ASN.1 times to seconds.
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 
@@ -14,26 +15,15 @@ struct BrokenDown {
   int year, month, day, hour, minute, second;
 };
 
-// Days from 1970-01-01 to the first day of a month of the proleptic Gregorian calendar; months beyond
-// 1 to 12 count on into other years.
-int64_t DaysToMonth(int year, int month) {
-  const int64_t months = int64_t{year} * 12 + (month - 1);
-  int64_t y = months / 12;
-  const int m = static_cast<int>(months % 12) + 1;
-  if (m <= 2) --y;  // years begin in March, so that the leap day is the last
-  const int64_t era = y / 400;
-  const int64_t yearOfEra = y - era * 400;
-  const int64_t dayOfYear = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5;
-  return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
-}
-
 // Fields beyond their range carry over, as the C library's conversions of broken-down times do.
 int ToSeconds(BrokenDown t) {
   if (t.year > kLastYear) {
     t.year = kLastYear + 1;
     t.month = t.day = 1;
   }
-  const int64_t days = DaysToMonth(t.year, t.month) + (t.day - 1);
+  using namespace std::chrono;
+  const year_month month = year(t.year) / January + months(t.month - 1);
+  const int64_t days = sys_days(month / 1).time_since_epoch().count() + (t.day - 1);
   const int64_t seconds = ((days * 24 + t.hour) * 60 + t.minute) * 60 + t.second;
   return seconds < INT32_MIN || seconds > INT32_MAX ? -1 : static_cast<int>(seconds);
 }

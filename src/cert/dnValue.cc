@@ -1,8 +1,10 @@
 #include "dnValue.h"
 
+#include "foundation/fnv.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/platform/log.h"
 #include "peerText.h"
+#include "platform/textForms.h"
 
 namespace {
 
@@ -16,8 +18,6 @@ struct EscapedTable {
   }
 };
 constexpr EscapedTable kIsEscaped;
-constexpr uint64_t kHashStart = 0xCBF29CE484222325;  // FNV-1a, 64 bits
-constexpr uint64_t kHashPrime = 0x100000001B3;
 
 int FoldCase(unsigned char octet) { return octet >= 'A' && octet <= 'Z' ? octet + ('a' - 'A') : octet; }
 
@@ -98,12 +98,8 @@ bool sxAppendValue(const sxAva &ava, bool ascii, std::string *text) {
       hex |= static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7F;
   }
   if (hex) {
-    constexpr char kDigits[] = "0123456789abcdef";
     *text += '#';
-    for (const char c : value.octets) {
-      const auto octet = static_cast<unsigned char>(c);
-      *text += {kDigits[octet >> 4], kDigits[octet & 0xF]};
-    }
+    for (const char c : value.octets) kxAppendHex(text, static_cast<unsigned char>(c));
     return true;
   }
   // Backslash, quote and spaces at the ends stay as they are: intended, though the parser reads them
@@ -144,18 +140,17 @@ bool sxAttrValEqual(const sxAva &a, const sxAva &b) {
 }
 
 uint64_t sxAttrValHash(const sxAva &ava) {
-  uint64_t hash = kHashStart;
-  const auto add = [&hash](int octet) { hash = (hash ^ static_cast<uint64_t>(octet)) * kHashPrime; };
+  kxFnv1a<uint64_t> hash;
   sxValueText value;
-  if (!sxValueOctets(ava, &value)) return hash;
+  if (!sxValueOctets(ava, &value)) return hash.value;
   if (value.raw) {
-    add(0x100 + ava.choice);
-    for (const char c : value.octets) add(FoldCase(static_cast<unsigned char>(c)));
-    return hash;
+    hash.Add(static_cast<unsigned>(0x100 + ava.choice));
+    for (const char c : value.octets) hash.Add(static_cast<unsigned>(FoldCase(static_cast<unsigned char>(c))));
+    return hash.value;
   }
   FoldedText text(value.octets);
-  for (int c = text.Next(); c >= 0; c = text.Next()) add(c);
-  return hash;
+  for (int c = text.Next(); c >= 0; c = text.Next()) hash.Add(static_cast<unsigned>(c));
+  return hash.value;
 }
 
 bool sxAppendValueKey(const sxAva &ava, std::string *key) {

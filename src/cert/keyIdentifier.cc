@@ -6,6 +6,7 @@
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/textStream.h"
+#include "platform/textForms.h"
 #include "serialText.h"
 #include "sxExtension_imp.h"
 #include "sxGeneralNames_imp.h"
@@ -47,7 +48,9 @@ namespace {
 const sxExtKeyID_imp &Imp(const sxExtension &ext) { return static_cast<const sxExtKeyID_imp &>(*ext.GetP()); }
 
 void PutHex(SxStream *out, const unsigned char *octets, int len) {
-  for (int i = 0; i < len; ++i) out->Printf(" %02x", octets[i]);
+  std::string text;
+  for (const unsigned char octet : sxView(octets, len)) kxAppendHex(&(text += ' '), octet);
+  out->Puts(text.c_str());
 }
 
 void PutSerial(SxStream *out, const sxAsnInt &serial) {

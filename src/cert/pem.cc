@@ -9,16 +9,13 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/platform/log.h"
+#include "platform/owned.h"
 
 namespace {
 
 constexpr const char *kFunc = "Base64Decode_PEM";
 constexpr size_t kLineLen = 64;
 constexpr size_t kMaxAfterFooter = 2;
-
-struct FreeBase64 {
-  void operator()(unsigned char *octets) const { Base64FreeBuffer(octets); }
-};
 
 // Where the footer must start after lines of full length and at most one short one, or npos.
 size_t StrictFooter(std::string_view body, size_t stride, std::string_view footer) {
@@ -37,7 +34,7 @@ size_t StrictFooter(std::string_view body, size_t stride, std::string_view foote
 
 int DecodeBody(std::string_view body, unsigned char **out, int &len) {
   int decodedLen = 0;
-  const std::unique_ptr<unsigned char, FreeBase64> decoded(
+  const sxOwned<unsigned char, Base64FreeBuffer> decoded(
       Base64Decode(body.data(), static_cast<int>(body.size()), &decodedLen));
   if (decoded == nullptr) { return herror_func(0, 0, "%s: Cannot decode buffer (NULL) to PEM format", kFunc), -1; }
   if (decodedLen < 1) return herror_func(0, 0, "%s: Cannot decode buffer (0) to PEM format", kFunc), -1;

@@ -2,11 +2,13 @@
 #include <cstring>
 #include <memory>
 
+#include "asn1/der.h"
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
+#include "platform/textForms.h"
 #include "serialText.h"
 
 namespace {
@@ -58,19 +60,17 @@ int AsnInt2BinBuf(const sxAsnInt *serial, kxBinBuf &out) {
 }
 
 std::string sxSerialText(const sxAsnInt &serial) {
-  constexpr char kDigits[] = "0123456789abcdef";
   std::string text;
-  const auto put = [&](int octet) { text += {kDigits[octet >> 4 & 0xF], kDigits[octet & 0xF]}; };
   if (serial.IsBig()) {
     const sxOctets &octets = serial.BigOctets();
-    if (serial.IsMagnitude() && octets.Data()[0] >= 0x80) put(0);
-    for (int i = 0; i < octets.Len(); ++i) put(octets.Data()[i]);
+    if (serial.IsMagnitude() && octets.Data()[0] >= 0x80) text = "00";
+    kxAppendHex(&text, sxView(octets.Data(), octets.Len()));
     return text;
   }
   const int value = serial.GetShortVal();
   int len = 1;
   while (len < kSmallLen && value >> (8 * len - 1) != value >> 31) ++len;
-  while (len-- > 0) put(value >> 8 * len);
+  while (len-- > 0) kxAppendHex(&text, static_cast<unsigned char>(value >> 8 * len));
   return text;
 }
 

@@ -10,6 +10,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "plainCert.h"
+#include "platform/owned.h"
 #include "sxSigned_imp.h"
 
 class sxCert_imp : public sxSigned_imp {
@@ -32,10 +33,6 @@ class sxCert_imp : public sxSigned_imp {
   void Sprint(SxStream *out, sxCertHerrorDetails details, int indent) const;
 
  private:
-  struct FreeKey {
-    void operator()(sxPubKey *key) const { sxFreePubKey(key); }
-  };
-
   bool Read();  // the fields, from the stored octets
   void Extract(sxPlainCert &cert);
   void SetSerial(const sxAsnInt &serial);
@@ -55,7 +52,7 @@ class sxCert_imp : public sxSigned_imp {
   int m_notAfter = 0;
   int m_signAlgorithm = 0;
   int m_hashAlgorithm = 0;
-  std::unique_ptr<sxPubKey, FreeKey> m_pubKey;
+  sxOwned<sxPubKey, sxFreePubKey> m_pubKey;
   sxExtensionsList m_extensions;
 
   sxPlainCert m_plain;                             // read by Read, used by Extract

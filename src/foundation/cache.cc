@@ -4,6 +4,7 @@
 
 #include "kxcert/platform/clock.h"
 #include "platform/guarded.h"
+#include "platform/owned.h"
 
 namespace {
 
@@ -51,10 +52,6 @@ struct Cache::Rep {
     const Rep &m_rep;
   };
 
-  struct DestroyTable {
-    void operator()(kxHashTable *t) const { hash_destroy(t); }
-  };
-
   Entry *Find(const void *key) const REQUIRES(lock) { return static_cast<Entry *>(hash_lookup(table.get(), key)); }
 
   void MoveOut(Entry *entry, Leaving *leaving) REQUIRES(lock) {
@@ -67,8 +64,8 @@ struct Cache::Rep {
   unsigned timeoutSec = 0;
   kxHashDestructor destroyKey = nullptr;
   kxHashDestructor destroyData = nullptr;
-  std::list<Entry> entries GUARDED_BY(lock);         // most recently used first
-  std::unique_ptr<kxHashTable, DestroyTable> table;  // key to Entry; owns neither; guarded like the entries
+  std::list<Entry> entries GUARDED_BY(lock);  // most recently used first
+  sxOwned<kxHashTable, hash_destroy> table;   // key to Entry; owns neither; guarded like the entries
 };
 
 Cache::Cache(unsigned maxEntries, unsigned timeoutSec, kxHashFunc hash, kxHashCompare compare,

@@ -6,6 +6,8 @@
 #include <memory>
 #include <unordered_map>
 
+#include "foundation/fnv.h"
+
 namespace {
 
 constexpr int kMaxInitialBuckets = 1 << 16;  // the hint may not reserve more than this
@@ -89,13 +91,10 @@ int hash_remove(kxHashTable *table, const void *key) {
 int hash_count(const kxHashTable *table) { return table == nullptr ? 0 : static_cast<int>(table->items.size()); }
 
 unsigned hash_bytevalue(const void *data, int dataLen) {
-  constexpr uint32_t kOffsetBasis = 2166136261U;
-  constexpr uint32_t kPrime = 16777619U;
-  uint32_t value = kOffsetBasis;
-  if (data == nullptr) return value;
+  kxFnv1a<uint32_t> hash;
   const auto *bytes = static_cast<const unsigned char *>(data);
-  for (int i = 0; i < dataLen; ++i) value = (value ^ bytes[i]) * kPrime;
-  return value;
+  for (int i = 0; data != nullptr && i < dataLen; ++i) hash.Add(bytes[i]);
+  return hash.value;
 }
 
 int hash_bytecmp(const void *a, const void *b, int len) {

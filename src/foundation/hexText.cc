@@ -1,6 +1,10 @@
 #include "kxcert/foundation/hexText.h"
 
 #include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "platform/textForms.h"
 
 namespace {
 
@@ -25,12 +29,9 @@ int string_to_bytes(const char *text, int textLen, unsigned char *data, int data
 }
 
 int bytes_to_string(const unsigned char *data, int dataLen, char *text, int textLen) {
-  constexpr char kDigits[] = "0123456789abcdef";
   if (data == nullptr || text == nullptr || dataLen < 0 || textLen < int64_t{2} * dataLen + 1) return -1;
-  for (int i = 0; i < dataLen; ++i) {
-    *text++ = kDigits[data[i] >> 4];
-    *text++ = kDigits[data[i] & 15];
-  }
-  *text = '\0';
+  std::string digits;
+  kxAppendHex(&digits, {data, static_cast<size_t>(dataLen)});
+  std::memcpy(text, digits.c_str(), digits.size() + 1);
   return 0;
 }

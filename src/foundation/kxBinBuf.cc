@@ -13,6 +13,8 @@
 #include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
+#include "platform/owned.h"
+#include "platform/textForms.h"
 
 namespace {
 
@@ -23,20 +25,18 @@ constexpr unsigned int kPerRow = 16;
 int ClampIndent(int indent) { return static_cast<unsigned int>(indent) > kMaxIndent ? kMaxIndent : indent; }
 
 void PrintRows(SxStream *out, const unsigned char *data, unsigned int len, int indent) {
-  for (unsigned int i = 0; i < len; ++i) {
-    if (i % kPerRow == 0) {
-      if (i != 0) out->Puts("\n");
-      out->Indent(indent);
-    }
-    out->Printf("%02x ", data[i]);
-  }
-  out->Puts("\n");
+  unsigned int start = 0;
+  do {
+    const unsigned int end = len - start > kPerRow ? start + kPerRow : len;
+    std::string row;
+    kxAppendHex(&row, {data + start, data + end}, " ");
+    if (len != 0) out->Indent(indent);
+    out->Puts((row + "\n").c_str());
+    start = end;
+  } while (start < len);
 }
 
-struct CloseFile {
-  void operator()(FILE *file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
+using File = sxOwned<FILE, std::fclose>;
 
 }  // namespace
 

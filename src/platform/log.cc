@@ -1,11 +1,14 @@
 #include "kxcert/platform/log.h"
-#include "platform/guarded.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <string>
+
+#include "platform/guarded.h"
+#include "platform/textForms.h"
 
 std::atomic<int> dodebugprt{0};
 std::atomic<int> g_MsgTypeThr{0};
@@ -19,22 +22,6 @@ struct Sink {
 };
 constinit sxMutex g_sinkMutex;  // ready before static constructors, which may write lines
 Sink g_sink GUARDED_BY(g_sinkMutex);
-
-void AppendFormat(std::string *line, const char *fmt, va_list args) {
-  char fixed[512];
-  va_list again;
-  va_copy(again, args);
-  const int len = std::vsnprintf(fixed, sizeof fixed, fmt, args);
-  if (len >= static_cast<int>(sizeof fixed)) {
-    const size_t start = line->size();
-    line->resize(start + static_cast<size_t>(len) + 1);
-    std::vsnprintf(line->data() + start, static_cast<size_t>(len) + 1, fmt, again);
-    line->resize(start + static_cast<size_t>(len));
-  } else if (len > 0) {
-    line->append(fixed, static_cast<size_t>(len));
-  }
-  va_end(again);
-}
 
 void AppendErrno(std::string *line, int errnum) {
   char text[128] = "";
@@ -69,7 +56,7 @@ int herror_func(int, int, const char *fmt, ...) {
   std::string line;
   va_list args;
   va_start(args, fmt);
-  AppendFormat(&line, fmt, args);
+  kxAppendFormat(&line, fmt, args);
   va_end(args);
   WriteLine(&line);
   return 0;
@@ -80,12 +67,7 @@ void hex_herror(const unsigned char *data, int dataLen) {
   constexpr int kPerLine = 16;
   for (int start = 0; start < dataLen; start += kPerLine) {
     std::string line;
-    const int end = dataLen - start > kPerLine ? start + kPerLine : dataLen;
-    for (int i = start; i < end; ++i) {
-      char pair[4];
-      std::snprintf(pair, sizeof pair, "%02x ", data[i]);
-      line += pair;
-    }
+    kxAppendHex(&line, {data + start, static_cast<size_t>(std::min(kPerLine, dataLen - start))}, " ");
     WriteLine(&line);
   }
 }
@@ -97,7 +79,7 @@ void tderrorFunc(const char *topic, int level, int err, const char *fmt, ...) {
   line += "] ";
   va_list args;
   va_start(args, fmt);
-  AppendFormat(&line, fmt, args);
+  kxAppendFormat(&line, fmt, args);
   va_end(args);
   if (level == 1 && err != 0) AppendErrno(&line, err);
   WriteLine(&line);
@@ -107,7 +89,7 @@ void error(int, int errnum, const char *fmt, ...) {
   std::string line;
   va_list args;
   va_start(args, fmt);
-  AppendFormat(&line, fmt, args);
+  kxAppendFormat(&line, fmt, args);
   va_end(args);
   if (errnum != 0) AppendErrno(&line, errnum);
   WriteLine(&line);

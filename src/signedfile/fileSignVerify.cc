@@ -12,20 +12,15 @@
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
+#include "platform/owned.h"
 #include "signatureBlock.h"
 
 namespace {
 
 constexpr int kP521 = 716;  // libcrypto's number, which the sets have as well
 
-struct CloseFile {
-  void operator()(std::FILE *file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-struct DropKey {
-  void operator()(sxPubKey *key) const { sxFreePubKey(key); }
-};
-using Key = std::unique_ptr<sxPubKey, DropKey>;
+using File = sxOwned<std::FILE, std::fclose>;
+using Key = sxOwned<sxPubKey, sxFreePubKey>;
 
 std::atomic<bool> g_refuseZeroTime{false};
 

@@ -7,16 +7,13 @@
 
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/mutex.h"
+#include "platform/owned.h"
 #include "kxcert/store/fdb.h"
 
 namespace {
 
 constexpr char kTopic[] = "fdb";
 constexpr char kLockTypeVariable[] = "FDB_ENV_LOCK_TYPE";
-
-struct FreeText {
-  void operator()(char *text) const { std::free(text); }
-};
 
 template <class Kind>
 std::unique_ptr<FileDB> Make(const char *name, const char *version) {
@@ -36,7 +33,7 @@ constexpr LockTypeRow kLockTypes[] = {
 // The folder's path with every separator replaced: equal for objects on the same path. Null when out
 // of memory, or the folder is not open.
 std::unique_ptr<FileDB_Locker> NewLocker(const std::string &path) {
-  const std::unique_ptr<char, FreeText> name(strdup(path.c_str()));
+  const sxOwned<char, std::free> name(strdup(path.c_str()));
   if (name == nullptr) return tderrorFunc(kTopic, 1, errno, "FileDB::FileDB: strdup"), nullptr;
   for (char *c = name.get(); *c != '\0'; ++c) {
     if (*c == '/' || *c == '\\') *c = '_';

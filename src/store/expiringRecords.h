@@ -17,12 +17,11 @@
 #include <string>
 
 #include "kxcert/store/FileDB.h"
+#include "platform/owned.h"
 
 class fdb_look;
 
-struct sxFreeBlock {
-  void operator()(void *block) const { std::free(block); }
-};
+using sxFreeBlock = sxFreeBy<std::free>;
 
 /// What a record held; the value lies in the block.
 struct sxExpiringRecord {

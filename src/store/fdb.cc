@@ -20,10 +20,6 @@ struct fdb_iterator {
 
 namespace {
 
-struct FreeBlock {
-  void operator()(void *block) const { std::free(block); }
-};
-
 constexpr char kDurableVariable[] = "KXCERT_FDB_DURABLE";
 // What a store waits for, each including the one before.
 enum Durable : int { kDurable_asOpened = -1, kDurable_none, kDurable_file, kDurable_folder };
@@ -180,7 +176,7 @@ int fdb_read(fdb_handle *db, const char *key, void **out) {
   if (len > INT32_MAX) { return tderrorFunc(kFdbTopic, 1, 0, "%s: record too long: %s", kFunc, name.c_str()), -1; }
   // An empty record has a block, too. Zeroed: where the file turns out shorter, nobody gets to see
   // what else this process had in its memory.
-  std::unique_ptr<void, FreeBlock> block(std::calloc(1, len > 0 ? static_cast<size_t>(len) : 1));
+  sxOwned<void, std::free> block(std::calloc(1, len > 0 ? static_cast<size_t>(len) : 1));
   if (block == nullptr) return tderrorFunc(kFdbTopic, 1, errno, "%s: malloc", kFunc), -1;
   const int64_t got = kxFile_Read(file.Fd(), block.get(), static_cast<size_t>(len));
   if (got != len) {

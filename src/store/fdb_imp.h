@@ -8,6 +8,7 @@
 
 #include "kxcert/platform/files.h"
 #include "kxcert/store/fdb.h"
+#include "platform/owned.h"
 
 constexpr char kFdbTopic[] = "fdb";
 constexpr char kFdbRecordPrefix[] = "rec_";
@@ -15,14 +16,10 @@ constexpr char kFdbTempPrefix[] = "tmp";
 constexpr char kFdbTempTemplate[] = "XXXXXX";
 constexpr int kFdbMaxTempAttempts = 5;
 
-struct fdb_destroy_iter {
-  void operator()(fdb_iterator *iter) const { fdb_iter_destroy(iter); }
-};
-
 struct fdb_handle {
   std::string path;
-  int durable = 1;                                                        // unless fdb_set_durable has said otherwise
-  std::vector<std::unique_ptr<fdb_iterator, fdb_destroy_iter>> leftOpen;  // by fdb_destroy
+  int durable = 1;                                                // unless fdb_set_durable has said otherwise
+  std::vector<sxOwned<fdb_iterator, fdb_iter_destroy>> leftOpen;  // by fdb_destroy
 };
 
 std::string fdb_filename_pre(const fdb_handle &db, const char *prefix, const char *suffix);

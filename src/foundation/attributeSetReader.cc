@@ -66,7 +66,7 @@ class sxsetReader {
   bool ReadQuoted(std::string *word) {
     const size_t start = m_pos++;
     size_t end = m_pos;
-    while (end < m_text.size() && m_text[end] != '"') end += m_text[end] == '\\' ? 2 : 1;
+    while (end < m_text.size() && m_text[end] != '"') end += m_text[end] == '\\' ? 2U : 1U;
     if (end >= m_text.size()) return Fail(start, "the quotes are not closed");
     word->reserve(end - m_pos);  // no growth, which would leave a copy behind unwiped
     for (; m_pos < end; ++m_pos) {

@@ -82,8 +82,9 @@ class RTApc_imp final : public kxEventClient, public std::enable_shared_from_thi
   RTApc *pool;                                     // null once it ended
   const std::shared_ptr<kxResultChannel> channel;  // null: no work is taken
   const int waitLimitMs;
-  const pid_t process = getpid();  // a child has neither the threads nor sound mutexes
-  bool refuses = false;            // it ends, or was abandoned
+  const pid_t process = getpid();         // a child has neither the threads nor sound mutexes
+  std::shared_ptr<RTApc_imp> keptBefore;  // once it is kept itself
+  bool refuses = false;                   // it ends, or was abandoned
   uint64_t nextNumber = 0;
   std::unordered_map<const RTApcServant *, Entry, Hash, Equal> waiting;
   std::multimap<Clock::time_point, const RTApcServant *> deadlines;
@@ -115,6 +116,18 @@ class RTApc_imp final : public kxEventClient, public std::enable_shared_from_thi
   void EnvironmentGone() override { Abandon(); }
   void End();
 };
+
+namespace {
+
+// What a child has of its parent's pools: their threads can be neither joined nor let go of. Never destroyed.
+union Kept {
+  constexpr Kept() : last() {}
+  ~Kept() {}
+  std::shared_ptr<RTApc_imp> last;  // and, linked, those before it
+};
+constinit Kept g_kept;
+
+}  // namespace
 
 int RTApc_imp::SetNumThreads(int numThreads) {
   const sxLock lock(mutex);
@@ -302,9 +315,7 @@ RTApc::~RTApc() {
     m_imp->End();
     return;
   }
-  // The threads stayed with the parent and can be neither joined nor let go of here.
-  static std::vector<std::shared_ptr<RTApc_imp>> &kept = *new std::vector<std::shared_ptr<RTApc_imp>>;
-  kept.push_back(m_imp);
+  m_imp->keptBefore = std::exchange(g_kept.last, m_imp);
 }
 
 void RTApc::Abandon() { m_imp->Abandon(); }

@@ -7,8 +7,8 @@
 
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/mutex.h"
-#include "platform/owned.h"
 #include "kxcert/store/fdb.h"
+#include "platform/owned.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "kxcert/cert/certFile.h"
 #include "kxcert/foundation/hexText.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/platform/files.h"
+#include "platform/files.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 #include "foundation/attributeSet_imp.h"
 #include "kxcert/foundation/attributeSet.h"
-#include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
+#include "platform/files.h"
 
 // Recursive descent over
 //   set    = "(" [word] members ")"        value = set | "(" word ")"

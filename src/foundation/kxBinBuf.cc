@@ -10,10 +10,11 @@
 
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/foundation/textStream.h"
-#include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/secureMemory.h"
+#include "platform/files.h"
 #include "platform/owned.h"
+#include "platform/pageLocks.h"
 #include "platform/textForms.h"
 
 namespace {

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "kxcert/foundation/attributeSet.h"
-#include "kxcert/platform/configDir.h"
 #include "kxcert/platform/log.h"
+#include "platform/configDir.h"
 
 // A copy of what stood under the key when it was opened. The root stays empty: it only stands for the file.
 struct NvpRegKey {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "kxcert/platform/secureMemory.h"
+#include "platform/pageLocks.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #define _FILE_OFFSET_BITS 64
 #define _TIME_BITS 64
 
-#include "kxcert/platform/files.h"
+#include "platform/files.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-#include "kxcert/platform/localSocket.h"
+#include "platform/localSocket.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,5 +1,6 @@
 #include "kxcert/platform/mutex.h"
 #include "platform/guarded.h"
+#include "platform/mutexFake.h"
 
 #include <pthread.h>
 

@@ -10,8 +10,8 @@
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/clock.h"
-#include "kxcert/platform/files.h"
 #include "kxcert/platform/log.h"
+#include "platform/files.h"
 #include "platform/owned.h"
 #include "signatureBlock.h"
 

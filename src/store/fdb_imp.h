@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "kxcert/platform/files.h"
 #include "kxcert/store/fdb.h"
+#include "platform/files.h"
 #include "platform/owned.h"
 
 constexpr char kFdbTopic[] = "fdb";

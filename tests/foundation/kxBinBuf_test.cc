@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "kxcert/foundation/sxString.h"
-#include "kxcert/platform/secureMemory.h"
+#include "platform/pageLocks.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
 #include "support/printed.h"

@@ -5,6 +5,7 @@
 
 #include "kxcert/foundation/sxPKobj_imp.h"
 #include "kxcert/platform/mutex.h"
+#include "platform/mutexFake.h"
 #include "support/logCapture.h"
 #include "support/onThreads.h"
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "kxcert/platform/secureMemory.h"
+#include "platform/pageLocks.h"
 
 namespace {
 

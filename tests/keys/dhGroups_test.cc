@@ -6,6 +6,7 @@
 
 #include "kxcert/keys/sxDhParams.h"
 #include "kxcert/platform/mutex.h"
+#include "platform/mutexFake.h"
 #include "support/dhTestGroups.h"
 #include "support/logCapture.h"
 

@@ -24,7 +24,7 @@
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/foundation/attributeSet.h"
-#include "kxcert/platform/localSocket.h"
+#include "platform/localSocket.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"
 #include "support/logCapture.h"

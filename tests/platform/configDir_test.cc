@@ -1,4 +1,4 @@
-#include "kxcert/platform/configDir.h"
+#include "platform/configDir.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,5 @@
 #include "kxcert/platform/mutex.h"
+#include "platform/mutexFake.h"
 
 #include <gtest/gtest.h>
 

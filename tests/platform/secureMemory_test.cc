@@ -1,4 +1,5 @@
 #include "kxcert/platform/secureMemory.h"
+#include "platform/pageLocks.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

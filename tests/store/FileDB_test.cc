@@ -8,6 +8,7 @@
 #include <string>
 
 #include "kxcert/platform/mutex.h"
+#include "platform/mutexFake.h"
 #include "support/logCapture.h"
 #include "support/scopedEnv.h"
 #include "support/tempDir.h"

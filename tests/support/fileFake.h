@@ -6,7 +6,7 @@
 #include <functional>
 #include <utility>
 
-#include "kxcert/platform/files.h"
+#include "platform/files.h"
 
 /// Asks the function before every step while it lives: 0 goes on, an errno value fails. One at a time.
 class FileFake {

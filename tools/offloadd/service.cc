@@ -17,8 +17,8 @@
 
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/pkxl.h"
-#include "kxcert/platform/localSocket.h"
 #include "kxcert/platform/workerPool.h"
+#include "platform/localSocket.h"
 
 namespace {
 

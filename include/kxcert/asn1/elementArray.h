@@ -9,11 +9,10 @@
 
 #include <memory>
 
-#include "kxcert/platform/export.h"
 
 class sxAsnType;
 
-class KXCERT_EXPORT sxAsnElemArray {
+class sxAsnElemArray {
  public:
   sxAsnElemArray() = default;
   sxAsnElemArray(const sxAsnElemArray &) = delete;

@@ -18,13 +18,4 @@ KXCERT_EXPORT int MtMutexLock(MtMutex *mutex);      ///< 0, or -1 for null or a 
 KXCERT_EXPORT int MtMutexUnLock(MtMutex *mutex);    ///< 0, or -1 for null or a lock that is not held
 KXCERT_EXPORT void MtMutexDestroy(MtMutex *mutex);  ///< drops one user; null is ignored
 
-/// Asked before the system is, so that a test can make an operation fail: false refuses it and changes
-/// nothing, true lets the system go on. Null members refuse nothing.
-struct MtMutexFake {
-  bool (*mayCreate)() = nullptr;
-  bool (*mayLock)() = nullptr;
-  bool (*mayUnlock)() = nullptr;
-};
-KXCERT_EXPORT void MtMutex_SetFake(const MtMutexFake &fake);
-
 #endif

@@ -13,10 +13,10 @@
 #include "keys/offload/pkxlOffer.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
-#include "kxcert/platform/configDir.h"
 #include "kxcert/platform/fips.h"
 #include "kxcert/platform/log.h"
 #include "pkxlDecision.h"
+#include "platform/configDir.h"
 
 namespace {
 

@@ -14,9 +14,9 @@
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkxl.h"
-#include "kxcert/platform/localSocket.h"
 #include "kxcert/platform/log.h"
 #include "pkxlPatience.h"
+#include "platform/localSocket.h"
 
 namespace {
 

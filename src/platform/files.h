@@ -4,14 +4,12 @@
 /// Every function returns 0 or a value on success; -1 or null with errno set on failure. A step that a
 /// signal interrupts is taken up again. What is opened here is closed when the process starts another
 /// program. Files larger than 2 GiB and folders of any file system work on every word size. Any thread.
-#ifndef KXCERT_PLATFORM_FILES_H_
-#define KXCERT_PLATFORM_FILES_H_
+#ifndef KXCERT_SRC_PLATFORM_FILES_H_
+#define KXCERT_SRC_PLATFORM_FILES_H_
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-
-#include "kxcert/platform/export.h"
 
 struct kxFileInfo {
   int64_t size;     ///< bytes; of a symbolic link the length of its target's name
@@ -21,49 +19,49 @@ struct kxFileInfo {
   int64_t modifiedSec;  ///< seconds since 1970-01-01 00:00 UTC
 };
 
-KXCERT_EXPORT int kxFile_Info(const char *path, kxFileInfo *info);  ///< of a link itself (lstat)
-KXCERT_EXPORT int kxFile_OpenInfo(int fd, kxFileInfo *info);        ///< of what is open (fstat)
+int kxFile_Info(const char *path, kxFileInfo *info);  ///< of a link itself (lstat)
+int kxFile_OpenInfo(int fd, kxFileInfo *info);        ///< of what is open (fstat)
 
 /// A descriptor for kxFile_Close. A pipe or device that is not ready does not hold the caller up.
-KXCERT_EXPORT int kxFile_OpenRead(const char *path);
+int kxFile_OpenRead(const char *path);
 /// The same for a regular file, or a link to one; nothing else is opened. For paths from outside, where
 /// a pipe would hold the reader up and a device has no end. A null path fails with EINVAL, a folder with
 /// EISDIR, what else is no regular file with ENXIO.
 /// @param[out] info  when not null: of the file that is open
-KXCERT_EXPORT int kxFile_OpenRegular(const char *path, kxFileInfo *info);
-KXCERT_EXPORT std::FILE *kxFile_OpenRegularStream(const char *path);  ///< the same, for fclose()
+int kxFile_OpenRegular(const char *path, kxFileInfo *info);
+std::FILE *kxFile_OpenRegularStream(const char *path);  ///< the same, for fclose()
 /// Whether something is there that kxFile_OpenRegular refuses for what it is. False for null.
-KXCERT_EXPORT bool kxFile_IsSpecial(const char *path);
+bool kxFile_IsSpecial(const char *path);
 /// Makes a file that only its owner may read and write; EEXIST when the name is taken.
-KXCERT_EXPORT int kxFile_CreateNew(const char *path);
+int kxFile_CreateNew(const char *path);
 /// Opens a file that is there, and empties it; ELOOP for a symbolic link.
-KXCERT_EXPORT int kxFile_OpenWrite(const char *path);
+int kxFile_OpenWrite(const char *path);
 
 /// @return bytes read: @p len, or fewer when the file ends before; -1 with some of them in @p data
-KXCERT_EXPORT int64_t kxFile_Read(int fd, void *data, size_t len);
-KXCERT_EXPORT int kxFile_Write(int fd, const void *data, size_t len);  ///< all of it, or -1
+int64_t kxFile_Read(int fd, void *data, size_t len);
+int kxFile_Write(int fd, const void *data, size_t len);  ///< all of it, or -1
 /// Returns once the content is on the disk. File systems that have no such step count as done.
-KXCERT_EXPORT int kxFile_Sync(int fd);
-KXCERT_EXPORT int kxFile_Close(int fd);  ///< the descriptor is gone in every case
+int kxFile_Sync(int fd);
+int kxFile_Close(int fd);  ///< the descriptor is gone in every case
 
-KXCERT_EXPORT int kxFile_Rename(const char *from, const char *to);  ///< replaces @p to in one step
+int kxFile_Rename(const char *from, const char *to);  ///< replaces @p to in one step
 /// Gives the file a second name; EEXIST when that is taken.
-KXCERT_EXPORT int kxFile_Link(const char *from, const char *to);
-KXCERT_EXPORT int kxFile_Remove(const char *path);
+int kxFile_Link(const char *from, const char *to);
+int kxFile_Remove(const char *path);
 /// Replaces the last six characters of @p path by random letters and digits.
-KXCERT_EXPORT int kxFile_FillTemplate(char *path);
+int kxFile_FillTemplate(char *path);
 
-KXCERT_EXPORT int kxDir_Make(const char *path);    ///< mode 0777, less the process's umask
-KXCERT_EXPORT int kxDir_Remove(const char *path);  ///< of an empty folder
+int kxDir_Make(const char *path);    ///< mode 0777, less the process's umask
+int kxDir_Remove(const char *path);  ///< of an empty folder
 /// Returns once the names in the folder, which kxFile_OpenRead has opened, are on the disk.
-KXCERT_EXPORT int kxDir_Sync(int fd);
+int kxDir_Sync(int fd);
 
 struct kxDir;
-KXCERT_EXPORT kxDir *kxDir_Open(const char *path);  ///< for kxDir_Close
+kxDir *kxDir_Open(const char *path);  ///< for kxDir_Close
 /// The next name in the folder's own order, "." and ".." included. Lent until the next call for the
 /// same @p dir. Null with errno 0 at the end, null with errno set on failure.
-KXCERT_EXPORT const char *kxDir_Next(kxDir *dir);
-KXCERT_EXPORT int kxDir_Close(kxDir *dir);  ///< it is gone in every case
+const char *kxDir_Next(kxDir *dir);
+int kxDir_Close(kxDir *dir);  ///< it is gone in every case
 
 enum kxFileStep : int {
   kxStep_info,
@@ -90,6 +88,6 @@ enum kxFileStep : int {
 /// Asked before the system is, so that a test can make any step fail: 0 lets it go on, an errno value
 /// makes it fail with that. Nothing is then done, except that closing closes. @p path is null where
 /// the step has none. Null goes back.
-KXCERT_EXPORT void kxFile_SetFake(int (*refuse)(kxFileStep step, const char *path));
+void kxFile_SetFake(int (*refuse)(kxFileStep step, const char *path));
 
 #endif

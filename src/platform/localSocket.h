@@ -3,15 +3,13 @@
 ///
 /// A message is its length (32 bits, this machine's byte order) and its octets. Every operation ends by
 /// the time limit that the connection was made with. One thread uses a connection at a time.
-#ifndef KXCERT_PLATFORM_LOCALSOCKET_H_
-#define KXCERT_PLATFORM_LOCALSOCKET_H_
+#ifndef KXCERT_SRC_PLATFORM_LOCALSOCKET_H_
+#define KXCERT_SRC_PLATFORM_LOCALSOCKET_H_
 
 #include <cstdint>
 #include <string>
 
-#include "kxcert/platform/export.h"
-
-class KXCERT_EXPORT kxLocalSocket {
+class kxLocalSocket {
  public:
   static constexpr uint32_t kMaxMessageLen = 32 * 1024;
   enum Step { kFailed = -1, kMore, kDone };
@@ -76,9 +74,9 @@ class KXCERT_EXPORT kxLocalSocket {
 /// more is replaced, anything else at the path is left alone. Processes that do this at once take turns, by a
 /// lock on the file @p path.lock, which stays.
 /// @return the listening descriptor, close-on-exec and not blocking, or -1 (errno says why)
-KXCERT_EXPORT int kxLocalSocket_Listen(const std::string &path);
+int kxLocalSocket_Listen(const std::string &path);
 /// Closes that descriptor, and removes the socket unless what is at @p path by now is another process's. In the
 /// process that made it; nobody else accepts from the descriptor any more.
-KXCERT_EXPORT void kxLocalSocket_Unlisten(const std::string &path, int listener);
+void kxLocalSocket_Unlisten(const std::string &path, int listener);
 
 #endif

@@ -8,6 +8,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/mutex.h"
 #include "kxcert/store/fdb.h"
+#include "platform/guarded.h"
 #include "platform/owned.h"
 
 namespace {
@@ -53,31 +54,39 @@ int Locked(FileDB *db, Operation operation) {
 
 }  // namespace
 
-FileDB_Locker::FileDB_Locker(const char *name) : m_name(name != nullptr ? strdup(name) : nullptr) {
-  if (m_name == nullptr) tderrorFunc(kTopic, 1, errno, "FileDB_Locker::FileDB_Locker: strdup");
+// Threads may meet at the first Lock.
+struct FileDB_Locker::State {
+  sxMutex making;
+  sxOwned<char, std::free> name GUARDED_BY(making);  // null after a failure
+  sxOwned<MtMutex, MtMutexDestroy> mutex GUARDED_BY(making);
+};
+
+FileDB_Locker::FileDB_Locker(const char *name) : m_state(std::make_unique<State>()) {
+  m_state->name.reset(name != nullptr ? strdup(name) : nullptr);
+  if (m_state->name == nullptr) tderrorFunc(kTopic, 1, errno, "FileDB_Locker::FileDB_Locker: strdup");
 }
 
-FileDB_Locker::~FileDB_Locker() {
-  std::free(m_name);
-  MtMutexDestroy(m_mutex);
-}
+FileDB_Locker::~FileDB_Locker() = default;
 
-bool FileDB_Locker::HasName() const { return m_name != nullptr; }
+bool FileDB_Locker::HasName() const {
+  const sxLock guard(m_state->making);
+  return m_state->name != nullptr;
+}
 
 int FileDB_Locker::Lock() {
   constexpr char kFunc[] = "FileDB_Locker::Lock";
   MtMutex *mutex = nullptr;
   {
-    const std::lock_guard<std::mutex> guard(m_making);
-    if (m_name == nullptr) return -1;
-    if (m_mutex == nullptr) m_mutex = MtMutexCreateRecursive(m_name);
-    if (m_mutex == nullptr) {
-      tderrorFunc(kTopic, 1, 0, "%s: MtMutexCreateRecursive(%s) failed", kFunc, m_name);
-      std::free(m_name);
-      m_name = nullptr;  // a lock that some operations hold and others do without would be none
+    State &state = *m_state;
+    const sxLock guard(state.making);
+    if (state.name == nullptr) return -1;
+    if (state.mutex == nullptr) state.mutex.reset(MtMutexCreateRecursive(state.name.get()));
+    if (state.mutex == nullptr) {
+      tderrorFunc(kTopic, 1, 0, "%s: MtMutexCreateRecursive(%s) failed", kFunc, state.name.get());
+      state.name.reset();  // a lock that some operations hold and others do without would be none
       return -1;
     }
-    mutex = m_mutex;
+    mutex = state.mutex.get();
   }
   if (MtMutexLock(mutex) == 0) return 0;
   return tderrorFunc(kTopic, 1, 0, "%s: MtMutexLock failed", kFunc), -1;
@@ -87,10 +96,11 @@ int FileDB_Locker::Unlock() {
   constexpr char kFunc[] = "FileDB_Locker::Unlock";
   MtMutex *mutex = nullptr;
   {
-    const std::lock_guard<std::mutex> guard(m_making);
-    if (m_name == nullptr) return -1;
-    if (m_mutex == nullptr) return tderrorFunc(kTopic, 1, 0, "%s: no locker", kFunc), -1;
-    mutex = m_mutex;
+    State &state = *m_state;
+    const sxLock guard(state.making);
+    if (state.name == nullptr) return -1;
+    if (state.mutex == nullptr) return tderrorFunc(kTopic, 1, 0, "%s: no locker", kFunc), -1;
+    mutex = state.mutex.get();
   }
   if (MtMutexUnLock(mutex) == 0) return 0;
   return tderrorFunc(kTopic, 1, 0, "%s: MtMutexUnLock failed", kFunc), -1;

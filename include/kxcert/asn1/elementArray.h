@@ -9,7 +9,6 @@
 
 #include <memory>
 
-
 class sxAsnType;
 
 class sxAsnElemArray {

@@ -12,11 +12,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 
 #include "kxcert/platform/export.h"
 
-struct MtMutex;
 struct fdb_handle;
 struct fdb_iterator;
 
@@ -33,9 +31,8 @@ class KXCERT_EXPORT FileDB_Locker {
   bool HasName() const;
 
  private:
-  std::mutex m_making;         // guards the two below: threads may meet at the first Lock
-  char *m_name;                // owned, from strdup; null after a failure
-  MtMutex *m_mutex = nullptr;  // owned
+  struct State;
+  std::unique_ptr<State> m_state;
 };
 
 /// Nothing locks except Destroy.

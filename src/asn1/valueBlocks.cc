@@ -168,7 +168,7 @@ void *TakeFromPages(size_t sizeClass) {
 }  // namespace
 
 void *sxAsnTakeBlock(size_t size) {
-  const size_t sizeClass = ClassOf(size);
+  const size_t sizeClass = ClassOf(size);  // NOLINT(clang-analyzer-deadcode.DeadStores): read where pages are cut
   if (!kCutsPages || sizeClass >= kNumClasses) {
     void *const block = std::malloc(size);
     if (block == nullptr) throw std::bad_alloc();
@@ -183,7 +183,7 @@ void *sxAsnTakeBlock(size_t size) {
 
 void sxAsnGiveBlock(void *block, size_t size) noexcept {
   if (block == nullptr) return;
-  const size_t sizeClass = ClassOf(size);
+  const size_t sizeClass = ClassOf(size);  // NOLINT(clang-analyzer-deadcode.DeadStores): read where pages are cut
   if (!kCutsPages || sizeClass >= kNumClasses) return std::free(block);
   FreeBlock *&first = t_blocks.first[sizeClass];
   first = new (block) FreeBlock{first};

@@ -72,6 +72,7 @@ void sxDNList_imp::Herror(const char *title) const {
 
 sxDNList::sxDNList() : m_imp(new sxDNList_imp) {}
 sxDNList::sxDNList(const sxDNList &other) : m_imp(new sxDNList_imp(*other.m_imp)) {}
+sxDNList::sxDNList(sxDNList &&other) : sxDNList() { std::swap(m_imp, other.m_imp); }  // NOLINT: takes memory
 sxDNList::~sxDNList() { delete m_imp; }
 
 sxDNList &sxDNList::operator=(const sxDNList &other) {

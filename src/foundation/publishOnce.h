@@ -26,7 +26,7 @@ class PublishOnce {
     if (made == nullptr || !m_value.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel)) {
       return expected;
     }
-    return made.release();
+    return made.release();  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): m_value owns it
   }
   T *Known() const { return m_value.load(std::memory_order_acquire); }
 

@@ -59,6 +59,15 @@ sxString &sxString::operator=(const sxString &other) {
   return *this;
 }
 
+sxString &sxString::operator=(sxString &&other) noexcept {
+  if (this == &other) return *this;
+  SafeDelete();
+  m_text = std::exchange(other.m_text, nullptr);
+  m_len = std::exchange(other.m_len, 0);
+  m_sensitive = other.m_sensitive;
+  return *this;
+}
+
 sxString &sxString::operator+=(const sxString &other) {
   const bool sensitive = m_sensitive || other.m_sensitive;
   const size_t len = static_cast<size_t>(m_len) + static_cast<size_t>(other.m_len);

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <utility>
 
 #include "kxcert/platform/export.h"
 
@@ -30,7 +31,12 @@ class KXCERT_EXPORT sxDN {
   sxDN(const unsigned char *der, int len);       ///< undecodable: no name
   explicit sxDN(const sxASN_RDNSequence *name);  ///< deep copy; null: no name
   sxDN(const sxDN &other);
+  sxDN(sxDN &&other);  ///< leaves a new, empty one behind  NOLINT: takes memory for it
   sxDN &operator=(const sxDN &other);
+  sxDN &operator=(sxDN &&other) noexcept {  ///< the other one gets what was here
+    std::swap(m_imp, other.m_imp);
+    return *this;
+  }
   ~sxDN();
 
   int Set(const sxDN &other);           ///< 0, or -1 when the other has no name

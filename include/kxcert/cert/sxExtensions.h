@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "kxcert/platform/export.h"
 
@@ -246,7 +247,12 @@ class KXCERT_EXPORT sxExtensionsList {
 
   sxExtensionsList() = default;
   sxExtensionsList(const sxExtensionsList &other);
+  sxExtensionsList(sxExtensionsList &&other) noexcept : m_first(std::exchange(other.m_first, nullptr)) {}
   sxExtensionsList &operator=(const sxExtensionsList &other);
+  sxExtensionsList &operator=(sxExtensionsList &&other) noexcept {  ///< the other one gets what was here
+    std::swap(m_first, other.m_first);
+    return *this;
+  }
   ~sxExtensionsList();
 
   void Clear();

@@ -9,6 +9,7 @@
 #define KXCERT_CERT_SXGENERALNAME_H_
 
 #include <cstdio>
+#include <utility>
 
 #include "kxcert/foundation/address.h"
 #include "kxcert/foundation/sxString.h"
@@ -52,7 +53,12 @@ class KXCERT_EXPORT sxGeneralName {
   /// have 4 or 16 octets. Everything else becomes -1.
   explicit sxGeneralName(const sxASN_GeneralName *name);
   sxGeneralName(const sxGeneralName &other);
+  sxGeneralName(sxGeneralName &&other);  ///< leaves a new, empty one behind  NOLINT: takes memory for it
   sxGeneralName &operator=(const sxGeneralName &other);
+  sxGeneralName &operator=(sxGeneralName &&other) noexcept {  ///< the other one gets what was here
+    std::swap(m_imp, other.m_imp);
+    return *this;
+  }
   ~sxGeneralName();
   void Set(const sxGeneralName &other) { *this = other; }
 
@@ -82,7 +88,12 @@ class KXCERT_EXPORT sxGeneralNames {
   sxGeneralNames();
   explicit sxGeneralNames(const sxASN_GeneralNames *names);
   sxGeneralNames(const sxGeneralNames &other);
+  sxGeneralNames(sxGeneralNames &&other);  ///< leaves a new, empty one behind  NOLINT: takes memory for it
   sxGeneralNames &operator=(const sxGeneralNames &other);
+  sxGeneralNames &operator=(sxGeneralNames &&other) noexcept {  ///< the other one gets what was here
+    std::swap(m_imp, other.m_imp);
+    return *this;
+  }
   ~sxGeneralNames();
   void Set(const sxGeneralNames &other) { *this = other; }
 
@@ -112,7 +123,12 @@ class KXCERT_EXPORT sxDNList {
  public:
   sxDNList();
   sxDNList(const sxDNList &other);
+  sxDNList(sxDNList &&other);  ///< leaves a new, empty one behind  NOLINT: takes memory for it
   sxDNList &operator=(const sxDNList &other);
+  sxDNList &operator=(sxDNList &&other) noexcept {  ///< the other one gets what was here
+    std::swap(m_imp, other.m_imp);
+    return *this;
+  }
   ~sxDNList();
   void Set(const sxDNList &other) { *this = other; }
 

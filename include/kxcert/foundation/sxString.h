@@ -7,6 +7,8 @@
 #ifndef KXCERT_FOUNDATION_SXSTRING_H_
 #define KXCERT_FOUNDATION_SXSTRING_H_
 
+#include <utility>
+
 #include "kxcert/platform/export.h"
 
 class KXCERT_EXPORT sxString {
@@ -16,12 +18,18 @@ class KXCERT_EXPORT sxString {
   sxString(const char *text, int len);  ///< len -1: up to the NUL
   sxString(const char *text, int len, bool sensitive);
   sxString(const sxString &other);  ///< text and the sensitive flag
+  /// Leaves the other one without text; its flag stays.
+  sxString(sxString &&other) noexcept
+      : m_text(std::exchange(other.m_text, nullptr)),
+        m_len(std::exchange(other.m_len, 0)),
+        m_sensitive(other.m_sensitive) {}
   ~sxString();
 
   void Set(const char *text, int len);  ///< null: no text, length 0; negative: an empty one
   void Set(const char *text);
   sxString &operator=(const sxString &other);
-  sxString &operator+=(const sxString &other);  ///< sensitive if either was
+  sxString &operator=(sxString &&other) noexcept;  ///< the same; drops the old text
+  sxString &operator+=(const sxString &other);     ///< sensitive if either was
 
   operator const char *() const { return m_text; }  // NOLINT: converts by intent
   const char *getstr() const { return m_text; }     ///< borrowed until the next change

@@ -2,7 +2,7 @@
 """Changes single lines of the production code and lists those changes that no test notices.
 
   tests/mutate.py make --seed N [--count 150] >LIST    chooses changes: a line each, file, old and new line
-  tests/mutate.py run LIST [--preset debug] [--jobs J] builds and tests each, prints survivors and rates
+  tests/mutate.py run LIST OUT [--jobs J]               builds and tests each; survivors and rates
 
 A change flips a comparison or a condition, drops a guard or a statement, moves a bound, or swaps a
 constant. A list outlives moved lines and files: a line is looked for by its text, in its file first. Each
@@ -61,13 +61,25 @@ def production_files(root):
                 yield path
 
 
+def lines_of(revision):
+    """Lines that stand once in the production code of a revision."""
+    listed = subprocess.run(['git', 'ls-tree', '-r', '--name-only', revision, *SOURCES], cwd=ROOT, check=True,
+                            capture_output=True, text=True).stdout.split()
+    counts = collections.Counter()
+    for name in listed:
+        counts.update(subprocess.run(['git', 'show', f'{revision}:{name}'], cwd=ROOT, check=True, capture_output=True,
+                                     text=True, errors='replace').stdout.split('\n'))
+    return {line for line, count in counts.items() if count == 1}
+
+
 def make(args):
     rng = random.Random(args.seed)
+    also = lines_of(args.also) if args.also else None
     by_folder = collections.defaultdict(list)
     for path in production_files(ROOT):
         lines = path.read_text().split('\n')
         for line in lines:
-            if lines.count(line) == 1 and changes_of(line):
+            if lines.count(line) == 1 and changes_of(line) and (also is None or line in also):
                 name = str(path.relative_to(ROOT))
                 by_folder['/'.join(name.split('/')[:2])].append((name, line))
     total = sum(len(lines) for lines in by_folder.values())
@@ -102,7 +114,7 @@ def suites_of(tree, name):
     return ':'.join(f'{suite}.*:*/{suite}.*' for suite in sorted(suites))
 
 
-def judge(tree, build, unfit, change):
+def judge(tree, build, unfit, unit_only, change):
     name, old, new = change
     path = find(tree, name, old)
     if path is None:
@@ -118,6 +130,8 @@ def judge(tree, build, unfit, change):
         for chosen in ([f'{near}-{without}'] if near else []) + [f'*-{near}:{without}']:
             if command([*tests, f'--gtest_filter={chosen}'], tree, UNIT_LIMIT_S) != 0:
                 return 'killed'
+        if unit_only:
+            return 'survives'
         command(['cmake', '--build', build], tree, 1200)
         return 'killed' if command(['ctest', '--test-dir', build, '-R', REST], tree, REST_LIMIT_S) != 0 else 'survives'
     finally:
@@ -127,10 +141,11 @@ def judge(tree, build, unfit, change):
 def prepare(scratch, number, preset, revision):
     """A copy of what is committed, built; its tests that do not pass."""
     tree = scratch / f'tree{number}'
-    if tree.exists():
-        shutil.rmtree(tree)
-    subprocess.run(['git', 'clone', '-q', '--shared', ROOT, tree], check=True)
-    subprocess.run(['git', 'checkout', '-q', revision], cwd=tree, check=True)
+    if not tree.exists():
+        subprocess.run(['git', 'clone', '-q', '--shared', ROOT, tree], check=True)
+    subprocess.run(['git', 'fetch', '-q', 'origin'], cwd=tree, check=True)
+    commit = subprocess.run(['git', 'rev-parse', revision], cwd=ROOT, check=True, capture_output=True, text=True).stdout
+    subprocess.run(['git', 'checkout', '-q', '-f', commit.strip()], cwd=tree, check=True)
     build = tree / 'build' / preset
     launcher = ['-DCMAKE_CXX_COMPILER_LAUNCHER=ccache'] if shutil.which('ccache') else []
     for words in (['cmake', '--preset', preset, '-DKXCERT_WERROR=OFF', *launcher], ['cmake', '--build', '--preset', preset],
@@ -145,25 +160,39 @@ def prepare(scratch, number, preset, revision):
 
 
 def run(args):
-    changes = [line.split('\t') for line in args.list.read().splitlines() if line]
-    free = queue.Queue()
-    for number in range(args.jobs):
-        free.put(prepare(pathlib.Path(args.scratch), number, args.preset, args.revision))
+    """Appends a line to OUT for each change: verdict, then the change. What OUT judged before is not tried again."""
+    known = {}
+    if args.out.exists():
+        for line in args.out.read_text().splitlines():
+            verdict, change = line.split('\t', 1)
+            known[change] = verdict
+    changes = [line for line in args.list.read().splitlines() if line and line not in known]
+    if changes:
+        free = queue.Queue()
+        for number in range(args.jobs):
+            free.put(prepare(pathlib.Path(args.scratch), number, args.preset, args.revision))
 
-    def one(change):
-        place = free.get()
-        try:
-            return change, judge(*place, change)
-        finally:
-            free.put(place)
+        def one(change):
+            place = free.get()
+            try:
+                return change, judge(*place, args.unit_only, change.split('\t'))
+            finally:
+                free.put(place)
 
+        with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool, args.out.open('a') as out:
+            for job in concurrent.futures.as_completed([pool.submit(one, change) for change in changes]):
+                change, verdict = job.result()
+                print(verdict, change, sep='\t', file=out, flush=True)
+    report(args.out)
+
+
+def report(out):
     tally = collections.defaultdict(collections.Counter)
-    with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool:
-        for (name, old, new), verdict in pool.map(one, changes):
-            print(verdict, name, sep='\t', file=sys.stderr, flush=True)
-            tally['/'.join(name.split('/')[:2])][verdict] += 1
-            if verdict != 'killed':
-                print(f'{verdict}: {name}\n  - {old.strip()}\n  + {new.strip()}', flush=True)
+    for line in out.read_text().splitlines():
+        verdict, name, old, new = line.split('\t')
+        tally['/'.join(name.split('/')[:2])][verdict] += 1
+        if verdict == 'survives':
+            print(f'{name}\n  - {old.strip()}\n  + {new.strip()}')
     total = collections.Counter()
     for folder, counts in sorted(tally.items()) + [('all', total)]:
         if folder != 'all':
@@ -181,9 +210,12 @@ def main():
     maker.add_argument('--seed', type=int, required=True)
     maker.add_argument('--count', type=int, default=150)
     maker.add_argument('--least', type=int, default=5, help='of each folder')
+    maker.add_argument('--also', metavar='REVISION', help='only lines that stand once in that revision too')
     maker.set_defaults(func=make)
     runner = verbs.add_parser('run')
     runner.add_argument('list', type=argparse.FileType())
+    runner.add_argument('out', type=pathlib.Path)
+    runner.add_argument('--unit-only', action='store_true', help='leave the tests of the command out')
     runner.add_argument('--preset', default='debug')
     runner.add_argument('--revision', default='HEAD', help='whose tests are asked')
     runner.add_argument('--jobs', type=int, default=1)

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include "kxcert/foundation/attributeSet.h"
+#include "support/caseFile.h"
 #include "support/logCapture.h"
 #include "support/tempDir.h"
 
@@ -9,56 +10,26 @@ namespace {
 
 using SetPtr = std::unique_ptr<sxset>;
 
-constexpr struct { const char *text; const char *written; } kReadCases[] = {
-    {"()", "()"},
-    {" # a comment\n ( ) # after it", "()"},
-    {"(name)", "(name :)"},   // outermost, it can only be a set
-    {"(name :)", "(name :)"},
-    {"(:curve (:NID (716) :comment (\"NIST/SECG curve over a 521 bit prime field\")))",
-     "(:curve (:NID (716) :comment (\"NIST/SECG curve over a 521 bit prime field\")))"},
-    {"(\n\t:a\n\t(x) # why\r\n\t:b ( \"y z\" ):c(aZ09._-+/@))", "(:a (x) :b (\"y z\") :c (aZ09._-+/@))"},
-    {"(:a (in :b (1)) :c (in :) :d ())", "(:a (in :b (1)) :c (in :) :d ())"},
-    {R"((:"a b" ("q\"b\\s\n") :e ("")))", R"((:"a b" ("q\"b\\sn") :e ("")))"},
-    {"(:a (\"#no comment)\"))", "(:a (\"#no comment)\"))"},
-};
+// A cell as it stands, or in quotes.
+std::string TextOf(const std::string &cell) { return cell.front() == '"' ? CaseText(cell) : cell; }
 
 TEST(AttributeSetReader, ReadsTheTextForm) {
-  for (const auto &c : kReadCases) {
+  for (const CaseRow &row : CaseRows("foundation/setTexts.txt", 2)) {
     std::string error = "untouched";
-    const SetPtr set(sio_sread(c.text, &error));
-    ASSERT_TRUE(set) << c.text << ": " << error;
+    const SetPtr set(sio_sread(TextOf(row[0]).c_str(), &error));
+    ASSERT_TRUE(set) << row.where << ": " << error;
     SxStream out;
     set->Write(&out);
-    EXPECT_EQ(c.written, out.Text());
+    EXPECT_EQ(row[1] == "=" ? row[0] : row[1], out.Text()) << row.where;
     EXPECT_EQ("untouched", error);
   }
 }
 
-constexpr struct { const char *text; const char *error; } kErrorCases[] = {
-    {"", "line 1, column 1: a set begins with '('"},
-    {"x", "line 1, column 1: a set begins with '('"},
-    {"# only\n", "line 2, column 1: a set begins with '('"},
-    {"() x", "line 1, column 4: nothing may follow the set"},
-    {"(:a (1)", "line 1, column 8: ':' or ')' is expected"},
-    {"(:a (1) b)", "line 1, column 9: ':' or ')' is expected"},
-    {"(:a (1 2))", "line 1, column 8: ':' or ')' is expected"},
-    {"(:a\n  x)", "line 2, column 3: a value in parentheses is expected"},
-    {"(: a (1))", "line 1, column 3: a word is expected"},
-    {"(:)", "line 1, column 3: a word is expected"},
-    {"(n :a (1) :)", "line 1, column 12: a word is expected"},
-    {"(:a (=))", "line 1, column 6: a word is expected"},
-    {"(:a (\xfc))", "line 1, column 6: a word is expected"},
-    {"(:a (1)\n :b (2)\n :a (3))", "line 3, column 3: this name stands already"},
-    {"(:a (\"b\n))", "line 1, column 6: the quotes are not closed"},
-    {"(:a (\"b\\", "line 1, column 6: the quotes are not closed"},
-    {"(:a (\"b\\\"))", "line 1, column 6: the quotes are not closed"},
-};
-
 TEST(AttributeSetReader, SaysWhereATextIsWrong) {
-  for (const auto &c : kErrorCases) {
+  for (const CaseRow &row : CaseRows("foundation/setErrors.txt", 2)) {
     std::string error;
-    EXPECT_FALSE(SetPtr(sio_sread(c.text, &error))) << c.text;
-    EXPECT_EQ(c.error, error) << c.text;
+    EXPECT_FALSE(SetPtr(sio_sread(TextOf(row[0]).c_str(), &error))) << row.where;
+    EXPECT_EQ(row[1], error) << row.where;
   }
   EXPECT_EQ(nullptr, sio_sread(nullptr, nullptr));
   LogCapture log;   // which gets the reason when nobody asks for it

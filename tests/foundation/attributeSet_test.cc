@@ -6,7 +6,7 @@
 #include <new>
 #include <random>
 
-#include "support/hexOctets.h"
+#include "support/caseFile.h"
 
 namespace {
 
@@ -17,27 +17,18 @@ std::string Written(const sxset &set) {
 }
 
 TEST(AttributeSet, EachGetterAnswersWhatItsTextAllows) {
-  struct Case { const char *text; bool isInt; long long value; const char *hex; };   // null: not binary
-  constexpr Case kCases[] = {
-      {"716", true, 716, nullptr},         {"-12", true, -12, nullptr},
-      {"0010", true, 10, "0010"},          {"", false, 0, ""},
-      {"9223372036854775807", true, INT64_MAX, nullptr},
-      {"9223372036854775808", false, 0, nullptr},
-      {"+1", false, 0, nullptr},           {" 1", false, 0, nullptr},
-      {"1x", false, 0, nullptr},           {"0aFF", false, 0, "0aff"},
-      {"0a f", false, 0, nullptr},         {"f", false, 0, nullptr},
-  };
-  for (const Case &c : kCases) {
-    SCOPED_TRACE(c.text);
+  for (const CaseRow &row : CaseRows("foundation/setMembers.txt", 3)) {
+    SCOPED_TRACE(testing::PrintToString(row));
+    const std::string text = row[0].front() == '"' ? CaseText(row[0]) : row[0];
     sxset set;
-    set.SetText("a", c.text);
+    set.SetText("a", text.c_str());
     long long value = -99;
-    std::vector<unsigned char> octets = {1};
-    EXPECT_EQ(c.isInt, set.FindInt("a", &value));
-    EXPECT_EQ(c.isInt ? c.value : -99, value);
-    EXPECT_EQ(c.hex != nullptr, set.FindBinary("a", &octets));
-    EXPECT_EQ(c.hex == nullptr ? "01" : c.hex, EncodeHex(octets));
-    EXPECT_STREQ(c.text, set.FindText("a"));
+    Octets octets = {1};
+    EXPECT_EQ(row[1] != "-", set.FindInt("a", &value));
+    EXPECT_EQ(row[1] != "-" ? std::stoll(row[1]) : -99, value);
+    EXPECT_EQ(row[2] != "-", set.FindBinary("a", &octets));
+    EXPECT_EQ(row[2] != "-" ? CaseOctets(row[2]) : Octets{1}, octets);
+    EXPECT_EQ(text, set.FindText("a"));
     EXPECT_EQ(nullptr, set.FindSet("a"));
   }
 }

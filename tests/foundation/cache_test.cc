@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "support/caseFile.h"
 #include "support/countedText.h"
 #include "support/fixedClock.h"
 #include "support/onThreads.h"
@@ -62,26 +63,19 @@ TEST_F(CacheTest, EqualKeysReplaceAndDeleteRemoves) {
   EXPECT_EQ(0, holdsNothing.Count());
 }
 
-struct LifeCase { const char *what; unsigned cacheSec; unsigned entrySec; int64_t advance; bool lives; };
-constexpr LifeCase kLifeCases[] = {
-    {"no limit", 0, 0, 1'000'000'000, true},  {"cache, last second", 10, 0, 9, true},
-    {"cache, over", 10, 0, 10, false},        {"entry is shorter", 10, 3, 3, false},
-    {"entry is longer", 10, 30, 10, false},   {"entry alone", 0, 3, 2, true},
-    {"entry alone, over", 0, 3, 3, false},    {"clock set back", 10, 0, -1, false},
-};
-
 TEST_F(CacheTest, EntriesLiveAsLongAsTheShorterLimit) {
-  for (const LifeCase &c : kLifeCases) {
-    SCOPED_TRACE(c.what);
+  for (const CaseRow &row : CaseRows("foundation/cacheLives.txt", 5)) {
+    SCOPED_TRACE(testing::PrintToString(row));
     m_clock.Set(1000);
     Text::s_numDestroyed = 0;
-    Cache cache(2, c.cacheSec, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
-    Put(cache, "a", c.entrySec);
-    m_clock.Advance(c.advance);
+    const bool lives = row[4] == "yes";
+    Cache cache(2, static_cast<unsigned>(std::stoi(row[1])), Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
+    Put(cache, "a", static_cast<unsigned>(std::stoi(row[2])));
+    m_clock.Advance(std::stoll(row[3]));
     EXPECT_EQ(1, cache.Count());
-    EXPECT_EQ(c.lives ? "a" : "(none)", Get(cache, "a"));
-    EXPECT_EQ(c.lives ? 1 : 0, cache.Count());
-    EXPECT_EQ(c.lives ? 0 : 2, Text::s_numDestroyed);
+    EXPECT_EQ(lives ? "a" : "(none)", Get(cache, "a"));
+    EXPECT_EQ(lives ? 1 : 0, cache.Count());
+    EXPECT_EQ(lives ? 0 : 2, Text::s_numDestroyed);
   }
 }
 

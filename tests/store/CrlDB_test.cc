@@ -17,7 +17,6 @@
 #include "support/fileFake.h"
 #include "support/fixedClock.h"
 #include "support/logCapture.h"
-#include "support/runCommand.h"
 #include "support/tempDir.h"
 #include "support/testCrl.h"
 
@@ -63,7 +62,7 @@ class CrlDatabase : public testing::Test {
 
 TEST_F(CrlDatabase, RecordsAreExpiryAndDerUnderMd5OfTheName) {
   ASSERT_EQ(0, Store("My CA", kNow));
-  const std::string md5 = RunCommand("printf '" + std::string(kUri) + "My CA\\0' | openssl md5 -r").substr(0, 32);
+  const std::string md5 = "5b6d0b4269c3498da68e16eb412fd6b8";   // of the URI, the suffix and a NUL
   EXPECT_EQ(Expiry(kNow) + std::string(m_der.begin(), m_der.end()), m_dir.Read("CrlCache_1/rec_" + md5));
   EXPECT_EQ(nullptr, Get("My CA", kNow));
   EXPECT_TRUE(m_log.Has("[CrlDB] CrlDB::Get: old record"));

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "asn1/modules/TESTTYPES.h"
+#include "kxcert/asn1/sxAsnBool.h"
 #include "kxcert/asn1/sxAsnEXTERNAL.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/asnChecks.h"
@@ -51,6 +52,7 @@ TEST(Decode, GivesTheValueOrSaysWhyNot) {
     Value &over = old.try_emplace(row[0], info.create()).first->second;
     CheckDecodes(row, *over);
     const Value copy(over->Dup());
+    EXPECT_EQ(-1, copy->CopyFrom(info.tag == sxAsnBool::kInfo.tag ? *Value(new sxAsnNull) : *Value(new sxAsnBool)));
     EXPECT_EQ(EncodeHex(*over), EncodeHex(*copy));
     if (row[3] == "=") CheckSample(info, CaseOctets(row[2]));
   }

@@ -9,7 +9,7 @@
 #include "kxcert/asn1/typeByName.h"
 #include "support/asnChecks.h"
 #include "support/asnHex.h"
-#include "support/derOctets.h"
+#include "support/caseFile.h"
 #include "support/hexOctets.h"
 
 namespace {
@@ -22,7 +22,7 @@ struct Message {
   Octets octets;
 };
 
-const std::string kFolder = KXCERT_TEST_DATA "/asn1/golden/";
+const std::filesystem::path kFolder = KXCERT_TEST_DATA "/asn1/golden";
 
 // Files named NAME.TYPE.der or .ber, in the order of their names.
 std::vector<Message> Messages() {
@@ -32,7 +32,7 @@ std::vector<Message> Messages() {
     if (path.extension() != ".der" && path.extension() != ".ber") continue;
     const sxAsnTypeInfo *const info = sxAsnFindType(path.stem().extension().string().substr(1).c_str());
     EXPECT_NE(nullptr, info) << path;
-    if (info != nullptr) messages.push_back({path.filename().string(), info, ReadOctets(path.string())});
+    if (info != nullptr) messages.push_back({path.filename().string(), info, Text(CaseData("asn1/golden/" + path.filename().string()))});
   }
   EXPECT_GT(messages.size(), 80U);
   std::sort(messages.begin(), messages.end(), [](const Message &a, const Message &b) { return a.name < b.name; });
@@ -73,14 +73,14 @@ TEST(Messages, OfOpensslKeepTheirOctets) {
 TEST(Messages, PrintAsTheirTrees) {
   int numTrees = 0;
   for (const Message &message : Messages()) {
-    const std::string expected = kFolder + message.name.substr(0, message.name.size() - 4) + ".txt";
+    const std::filesystem::path expected = (kFolder / message.name).replace_extension(".txt");
     if (!std::filesystem::exists(expected)) continue;
     ++numTrees;
     const std::unique_ptr<sxAsnType> value(message.type->create());
     ASSERT_EQ(0, DecodeOctets(message.octets, *value)) << message.name;
     const std::string printed = Printed(*value);
-    if (printed == StringOf(ReadOctets(expected))) continue;
-    const std::string got = (std::filesystem::temp_directory_path() / "kxcert-tree.txt").string();
+    if (printed == CaseData("asn1/golden/" + expected.filename().string())) continue;
+    const std::filesystem::path got = std::filesystem::temp_directory_path() / "kxcert-tree.txt";
     std::ofstream(got, std::ios::binary) << printed;
     FAIL() << "another tree than " << expected << "; read the difference, and to accept what came out:\n  "
            << "diff " << expected << " " << got << "\n  cp " << got << " " << expected;

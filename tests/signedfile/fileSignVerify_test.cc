@@ -85,18 +85,6 @@ TEST_F(FileSign, SeparateBlocksSignEveryOctet) {
   EXPECT_EQ(FSV_FILE_NOT_FOUND, FileSignVerify2(file.c_str(), "/nowhere", nullptr, nullptr));
 }
 
-TEST_F(FileSign, SeparateBlocksRefuseATimeOfZeroWhenAsked) {
-  const std::string timed = m_folder.Write("timed.sig", Block("\"TIMETIME\"", SignatureOf("timetime")));
-  const std::string timeless = m_folder.Write("timeless.sig", Block("00*8", SignatureOf("timetime")));
-  const std::string content = m_folder.Write("content", "content");
-  const std::string twisted = m_folder.Write("twisted", "TIMETIMEcontent");
-  for (const bool refuse : {true, false}) {
-    fsv_refuse_zero_time(refuse);
-    EXPECT_EQ(FSV_OK, FileSignVerify2(content.c_str(), timed.c_str(), nullptr, nullptr));
-    EXPECT_EQ(refuse ? FSV_NOT_SIGNED : FSV_OK, FileSignVerify2(twisted.c_str(), timeless.c_str(), nullptr, nullptr));
-  }
-}
-
 TEST_F(FileSign, FindsNoFileInFoldersPipesAndDevices) {
   const std::string text = Signed(kSeven, "seven", "content\n"), pipe = m_folder.File("pipe");
   ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));   // whoever opens it waits for a writer

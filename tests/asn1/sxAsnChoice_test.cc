@@ -30,6 +30,9 @@ TEST(sxAsnChoice, ContentResultOfTimeIsZero) {
   sxASN_DirectoryString text;
   buf.Init(&octet, 1);
   EXPECT_EQ(1, text.BDecContent(buf, 19, 1, count));
+  const Octets element = CaseOctets("13 01 41");
+  buf.Init(element.data(), LenOf(element));
+  EXPECT_EQ(1, text.BDec(buf, count));
 }
 
 TEST(sxAsnChoice, SetStoresACopy) {

@@ -120,8 +120,8 @@ TEST_F(WorkerPool, WorksOnThreadsAndAnswersOnTheLoop) {
   RunUntil(3);
   EXPECT_EQ(3U, m_seen.workers.size());
   EXPECT_EQ(0U, m_seen.workers.count(std::this_thread::get_id()));
-  for (const auto &[number, waitResult] : m_seen.waitResults) EXPECT_EQ(kRTWaitDone, waitResult);
-  for (const auto &[number, ranHere] : m_seen.ranHere) EXPECT_TRUE(ranHere);
+  EXPECT_EQ((WaitResults{{0, kRTWaitDone}, {1, kRTWaitDone}, {2, kRTWaitDone}}), m_seen.waitResults);
+  EXPECT_TRUE(m_seen.ranHere[0] && m_seen.ranHere[1] && m_seen.ranHere[2]);
   EXPECT_EQ(0, Queue(4)) << "and goes on";
   RunUntil(4);
 }

@@ -125,7 +125,7 @@ TEST_F(Fdb, TheCallerOrTheEnvironmentSaysWhatAStoreWaitsFor) {
   }
   for (const int unknown : {-2, 3}) EXPECT_EQ(-1, fdb_set_durable(unknown));
   for (const auto &[refused, found] : {std::pair{kxStep_openRead, "old"}, {kxStep_dirSync, "new"}}) {
-    const FileFake::Refuse refuse = [refused](kxFileStep step, const char *) { return step == refused ? EMFILE : 0; };
+    const FileFake::Refuse refuse = [at = refused](kxFileStep step, const char *) { return step == at ? EMFILE : 0; };
     EXPECT_EQ(-1, FileFake(refuse).While([this] { return Store("k", "new"); }));
     EXPECT_EQ(found, Read("k"));   // the new one is there, but may not outlive a power cut
   }

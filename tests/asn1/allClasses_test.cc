@@ -2,17 +2,15 @@
 #include <gtest/gtest.h>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
-#include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/modules/PKIXCMP.h"
-#include "kxcert/asn1/oids.h"
 #include "support/asnChecks.h"
 #include "support/asnClasses.h"
 #include "support/asnHex.h"
+#include "support/derOctets.h"
 #include "support/hexOctets.h"
 
 namespace {
 
-using Octets = std::vector<unsigned char>;
 using Value = std::unique_ptr<sxAsnType>;
 
 int NumAlternatives(const sxAsnTypeInfo &info) { return info.kind == sxAsnKind::kChoice ? info.numElems : 1; }
@@ -88,51 +86,6 @@ TEST(AllClasses, DecodeFromAPartOfThemselves) {
   sxAsnAny any;
   any.SetValue(new sxAsnOcts);
   check(any, static_cast<sxAsnOcts *>(any.Value()), OCTETS);
-}
-
-struct ExtensionRow { unsigned arc; const sxAsnTypeInfo *info; };   // under id-ce, 2.5.29
-const ExtensionRow kExtensionRows[] = {
-    {15, &sxASN_KeyUsage::kInfo},               {17, &sxASN_GeneralNames::kInfo},
-    {19, &sxASN_BasicConstraints::kInfo},       {28, &sxASN_IssuingDistributionPoint::kInfo},
-    {30, &sxASN_NameConstraints::kInfo},        {31, &sxASN_CRLDistPointsSyntax::kInfo},
-    {32, &sxASN_CertificatePolicies::kInfo},    {33, &sxASN_PolicyMappings::kInfo},
-    {35, &sxASN_AuthorityKeyIdentifier::kInfo}, {36, &sxASN_PolicyConstraints::kInfo},
-    {37, &sxASN_ExtKeyUsageSyntax::kInfo},      {21, &sxASN_CRLReason::kInfo},
-};
-
-// Checks what an extension holds; returns how many classes of the table it met.
-int CheckExtensions(const sxASN_Extensions &extensions) {
-  int met = 0;
-  for (const sxASN_Extension &extension : extensions) {
-    const Octets octets(extension.extnValue->Data(), extension.extnValue->Data() + extension.extnValue->Len());
-    for (const ExtensionRow &row : kExtensionRows) {
-      if (!sxAsnOid({2, 5, 29, row.arc}).OidEquiv(*extension.extnID)) continue;
-      CheckSample(*row.info, octets);
-      ++met;
-    }
-    if (extension.extnID->OidEquiv(sxASN_id_pe_authorityInfoAccess)) {
-      CheckSample(sxASN_AuthorityInfoAccessSyntax::kInfo, octets);
-    }
-  }
-  return met;
-}
-
-// Made by tests/data/asn1/make.sh.
-TEST(AllClasses, RealFilesAndTheirExtensionsKeepTheirOctets) {
-  const std::string folder = KXCERT_TEST_DATA "/asn1/";
-  for (const char *name : {"rsa-cert.der", "ec-cert.der"}) {
-    const Octets octets = ReadOctets(folder + name);
-    CheckSample(sxASN_Certificate::kInfo, octets);
-    CheckChangedOctets(sxASN_Certificate::kInfo, octets);
-  }
-  CheckSample(sxASN_CertificateList::kInfo, ReadOctets(folder + "list.der"));
-  sxASN_Certificate cert;
-  ASSERT_EQ(0, DecodeOctets(ReadOctets(folder + "rsa-cert.der"), cert));
-  EXPECT_EQ(10, CheckExtensions(*cert.tbsCertificate->extensions));
-  sxASN_CertificateList list;
-  ASSERT_EQ(0, DecodeOctets(ReadOctets(folder + "list.der"), list));
-  EXPECT_EQ(2, CheckExtensions(*list.tbsCertList->crlExtensions));
-  EXPECT_EQ(1, CheckExtensions(*(*list.tbsCertList->revokedCertificates->begin()).crlEntryExtensions));
 }
 
 }  // namespace

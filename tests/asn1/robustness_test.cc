@@ -5,10 +5,9 @@
 #include "kxcert/asn1/modules/PKCS12.h"
 #include "kxcert/asn1/modules/PKIXCMP.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "support/asnChecks.h"
 #include "support/asnHex.h"
+#include "support/caseFile.h"
 #include "support/costlyInputs.h"
-#include "support/derOctets.h"
 #include "support/heapPeak.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
@@ -45,7 +44,7 @@ INSTANTIATE_TEST_SUITE_P(Asn1, CostlyInputTest, testing::ValuesIn(CostlyInputs()
 // A confirmation inside as many messages; the headers are those of a real one.
 Octets NestedMessages(int count) {
   sxASN_PKIMessage sample;
-  EXPECT_EQ(0, DecodeOctets(ReadOctets(KXCERT_TEST_DATA "/asn1/golden/cmp-rejected-1.answer.PKIMessage.der"), sample));
+  EXPECT_EQ(0, DecodeOctets(Text(CaseData("asn1/golden/cmp-rejected-1.answer.PKIMessage.der")), sample));
   const Octets header = Hex(EncodeHex(*sample.header).c_str());
   Octets message = Der(kSequence, {header, Hex("b3020500")});
   for (int i = 0; i < count; ++i) message = Der(kSequence, {header, Der(0xB4, Der(kSequence, message))});

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "kxcert/asn1/sxAsnBufSet.h"
+#include "support/caseFile.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
 
@@ -10,10 +11,8 @@ namespace {
 
 // A cursor over octets in a block of their own.
 struct Reader {
-  explicit Reader(const char *hex) : octets(DecodeHex(hex)) {
-    buf.Init(octets.data(), static_cast<int>(octets.size()));
-  }
-  std::vector<unsigned char> octets;
+  explicit Reader(const char *hex) : octets(CaseOctets(hex)) { buf.Init(octets.data(), LenOf(octets)); }
+  Octets octets;
   sxAsnReadBuf buf;
   int count = 0;
 };
@@ -24,7 +23,7 @@ struct Writer {
     buf.ReSet();
   }
   std::string Hex() const { return EncodeHex(buf.Curr(), static_cast<size_t>(buf.Written())); }
-  std::vector<unsigned char> area;
+  Octets area;
   sxAsnWriteBuf buf;
 };
 
@@ -87,38 +86,30 @@ TEST(sxAsnWriteBuf, FillsFromItsEnd) {
   EXPECT_FALSE(w.buf.Overflow());
 }
 
-// The failure is that of a write that does not fit.
-constexpr struct { int tagClass; int form; int code; const char *hex; const char *failure; } kTagCases[] = {
-    {kUniversal, kConstructed, 16, "30", " error can't write to buf code < 31"},
-    {kPrivate, kConstructed, 30, "fe", " error can't write to buf code < 31"},
-    {kContext, kPrimitive, 31, "9f1f", " error can't write to buf code < 0x7f "},
-    {kApplication, kPrimitive, 126, "5f7e", " error can't write to buf code < 0x7f "},
-    {kContext, kPrimitive, 127, "9f807f", " error can't write to buf code <= 0x3fff"},
-    {kContext, kPrimitive, 16383, "9fff7f", " error can't write to buf code <= 0x3fff"},
-    {kContext, kConstructed, 16384, "bf818000", " error can't write to buf code <= 0x1fffff "},
-    {kContext, kConstructed, 2097151, "bfffff7f", " error can't write to buf code <= 0x1fffff "},
-    {kContext, kConstructed, 2097152, "", ": code too long"},
-    {kContext, kConstructed, -1, "", ": code too long"},
-};
+// What encode wrote, in an area that holds it and in one that is an octet too small.
+template <class Encode>
+void CheckWrites(const std::string &hex, const std::string &failure, Encode encode) {
+  const LogCapture log;
+  const int len = static_cast<int>(hex.size() / 2);
+  Writer w(8), tight(len > 0 ? len - 1 : 0);
+  EXPECT_EQ(len > 0 ? len : -1, encode(w.buf));
+  EXPECT_EQ(hex, w.Hex());
+  EXPECT_EQ(-1, encode(tight.buf));
+  EXPECT_TRUE(log.Has(failure)) << testing::PrintToString(log.Lines());
+}
 
 TEST(Tag, WritesAndReadsEveryLength) {
-  for (const auto &c : kTagCases) {
-    SCOPED_TRACE(c.code);
-    const LogCapture log;
-    Writer w(8);
-    const int len = static_cast<int>(std::string(c.hex).size() / 2);
-    EXPECT_EQ(len > 0 ? len : -1, BEncTag(w.buf, c.tagClass, c.form, c.code));
-    EXPECT_EQ(c.hex, w.Hex());
-    if (len > 0) {
-      Reader r(c.hex);
-      unsigned expected = 0;   // the octets, the first lowest
-      for (int i = len - 1; i >= 0; --i) expected = expected << 8 | r.octets[static_cast<size_t>(i)];
-      EXPECT_EQ(static_cast<int>(expected), BDecTag(r.buf, r.count));
-      EXPECT_EQ(len, r.count);
-      Writer tight(len - 1);
-      EXPECT_EQ(-1, BEncTag(tight.buf, c.tagClass, c.form, c.code));
-    }
-    EXPECT_TRUE(log.Has(std::string("asn-tag BEncTag") + c.failure));
+  for (const CaseRow &row : CaseRows("asn1/tags.txt", 4)) {
+    SCOPED_TRACE(testing::PrintToString(row) + " " + row[1]);
+    const Octets kind = CaseOctets(row[0]), octets = CaseOctets(row[2]);
+    CheckWrites(row[2], "asn-tag BEncTag" + CaseText(row[3]),
+                [&](sxAsnWriteBuf &buf) { return BEncTag(buf, kind[0], kind[1], std::stoi(row[1])); });
+    if (octets.empty()) continue;
+    Reader r(row[2].c_str());
+    unsigned expected = 0;   // the octets, the first lowest
+    for (size_t i = octets.size(); i > 0; --i) expected = expected << 8 | octets[i - 1];
+    EXPECT_EQ(static_cast<int>(expected), BDecTag(r.buf, r.count));
+    EXPECT_EQ(LenOf(octets), r.count);
   }
 }
 
@@ -131,56 +122,21 @@ TEST(Tag, RefusesWhatHasNoEnd) {
   EXPECT_TRUE(log.Has("asn-tag BDecTag error tag value to long before  offset = 4"));
 }
 
-constexpr struct { const char *what; const char *hex; int len; int count; const char *failure; } kLenCases[] = {
-    {"nothing", "", -1, 0, "BDecLen: Decoded couldn't get byte offset = 0"},
-    {"none", "00", 0, 1, nullptr},
-    {"all that follows", "02 0000", 2, 1, nullptr},
-    {"one more than follows", "03 0000", 3, 1, "BDecLen: length exceeds buffer"},
-    {"indefinite", "80", kIndefiniteLen, 1, nullptr},
-    {"longer than needed", "8101 00", 1, 2, nullptr},
-    {"four octets", "8400000001 00", 1, 5, nullptr},
-    {"four octets, too long", "8400000002 00", -1, 5, "BDecLen: length exceeds buffer"},
-    {"five octets", "850000000001 00", -1, 1, "BDecLen: length overflow before offset = 1"},
-    {"cut short", "8201", -1, 2, "BDec: decoded couldn't get data offset = 2"},
-    {"negative", "8480000000", INT32_MIN, 5, nullptr},
-    {"negative, the indefinite form's number", "84fffffffe", kIndefiniteLen, 5, nullptr},
-};
-
 TEST(Length, Reads) {
-  for (const auto &c : kLenCases) {
-    SCOPED_TRACE(c.what);
+  for (const CaseRow &row : CaseRows("asn1/lengths.txt", 5, 4)) {
+    SCOPED_TRACE(testing::PrintToString(row));
     const LogCapture log;
-    Reader r(c.hex);
-    EXPECT_EQ(c.failure != nullptr ? -1 : c.len, BDecLen(r.buf, r.count));
-    EXPECT_EQ(c.count, r.count);
-    EXPECT_TRUE(c.failure == nullptr || log.Has(c.failure));
+    Reader r(row[1].c_str());
+    EXPECT_EQ(std::stol(row[2]), BDecLen(r.buf, r.count));
+    EXPECT_EQ(std::stoi(row[3]), r.count);
+    EXPECT_TRUE(row[4].empty() ? log.Lines().empty() : log.Has(row[4])) << testing::PrintToString(log.Lines());
   }
 }
 
-constexpr struct { int len; const char *hex; const char *failure; } kEncLenCases[] = {
-    {0, "00", "BEncDefLen can't put byte to buf len < 0x80 "},
-    {0x7F, "7f", "BEncDefLen can't put byte to buf len < 0x80 "},
-    {0x80, "8180", "BEncDefLen can't put byte to buf len < 0x100 "},
-    {0xFF, "81ff", "BEncDefLen can't put byte to buf len < 0x100 "},
-    {0x100, "820100", "BEncDefLen can't put byte to buf  len < 0x10000"},
-    {0xFFFF, "82ffff", "BEncDefLen can't put byte to buf  len < 0x10000"},
-    {0x10000, "83010000", "BEncDefLen can't put byte in buf  len < 0x1000000"},
-    {0xFFFFFF, "83ffffff", "BEncDefLen can't put byte in buf  len < 0x1000000"},
-    {0x1000000, "", "BEncDefLen can't find match if"},
-    {-1, "", "BEncDefLen can't find match if"},
-};
-
 TEST(Length, WritesTheFewestOctets) {
-  for (const auto &c : kEncLenCases) {
-    SCOPED_TRACE(c.len);
-    const LogCapture log;
-    Writer w(8);
-    const int len = static_cast<int>(std::string(c.hex).size() / 2);
-    EXPECT_EQ(len > 0 ? len : -1, BEncDefLen(w.buf, c.len));
-    EXPECT_EQ(c.hex, w.Hex());
-    Writer tight(len > 0 ? len - 1 : 0);
-    EXPECT_EQ(-1, BEncDefLen(tight.buf, c.len));
-    EXPECT_TRUE(log.Has(c.failure));
+  for (const CaseRow &row : CaseRows("asn1/shortestLengths.txt", 3)) {
+    SCOPED_TRACE(testing::PrintToString(row));
+    CheckWrites(row[1], CaseText(row[2]), [&](sxAsnWriteBuf &buf) { return BEncDefLen(buf, std::stoi(row[0])); });
   }
 }
 
@@ -204,29 +160,19 @@ TEST(EndOfContents, ReadsAndWrites) {
   EXPECT_TRUE(log.Has("BEncIndefLen can't write to buffer"));
 }
 
-constexpr struct { const char *what; const char *hex; int all; int len; } kRawLenCases[] = {
-    {"one element", "3003020105 05", 0, 5},
-    {"contents up to the marker", "040141 0401 42 0000 05", 1, 8},
-    {"no contents", "0000", 1, 2},
-    {"an indefinite length inside", "2480 0000 0000", 1, -1},
-    {"half a marker", "040141 00", 1, -1},
-    {"a marker with a second octet", "0001", 1, -1},
-    {"no marker", "040141", 1, -1},
-    {"an identifier that is too long", "1fffffff 00 0000", 1, -1},
-};
-
 TEST(RawLen, MeasuresWithoutMoving) {
-  for (const auto &c : kRawLenCases) {
-    SCOPED_TRACE(c.what);
-    Reader r(c.hex);
-    EXPECT_EQ(c.len, RawLen(r.buf, c.all));
-    EXPECT_TRUE(c.len < 0 || r.buf.GetOffset() == 0);
+  for (const CaseRow &row : CaseRows("asn1/rawLengths.txt", 4)) {
+    SCOPED_TRACE(testing::PrintToString(row));
+    Reader r(row[1].c_str());
+    const int len = RawLen(r.buf, std::stoi(row[2]));
+    EXPECT_EQ(std::stoi(row[3]), len);
+    EXPECT_TRUE(len < 0 || r.buf.GetOffset() == 0);
   }
 }
 
 void AddTo(sxAsnBufSet *set, const char *hex) {
-  const std::vector<unsigned char> octets = DecodeHex(hex);
-  set->Scratch().PutSeg(octets.data(), static_cast<int>(octets.size()));
+  const Octets octets = CaseOctets(hex);
+  set->Scratch().PutSeg(octets.data(), LenOf(octets));
   set->FinishBuf();
 }
 

@@ -13,9 +13,8 @@ TEST(bufIter, PlacesAndPicksAlignedItems) {
   pkxl_buf_iter iter;
   pkxl_buf_iter_init(&iter, area, sizeof area);
   const pkxl_len_and_buf_t item = {3, text};
-  ASSERT_TRUE(pkxl_buf_iter_put(&iter, "x", 1, 0));
-  ASSERT_TRUE(pkxl_put_len_and_buf_on_iter(&iter, &item));   // length at 8, bytes at 16
-  ASSERT_TRUE(pkxl_buf_iter_put(&iter, &number, 2, 2));      // at 20
+  ASSERT_TRUE(pkxl_buf_iter_put(&iter, "x", 1, 0) && pkxl_put_len_and_buf_on_iter(&iter, &item) &&   // at 8 and 16
+              pkxl_buf_iter_put(&iter, &number, 2, 2));                                              // at 20
   EXPECT_EQ(22U, iter.pos);
   EXPECT_EQ('x', area[0]);
   EXPECT_EQ(0, std::memcmp(area + 16, "abc", 3));
@@ -24,15 +23,11 @@ TEST(bufIter, PlacesAndPicksAlignedItems) {
   char x = 0;
   pkxl_len_and_buf_t read = {};
   void *numberPtr = nullptr;
-  ASSERT_TRUE(pkxl_buf_iter_get(&iter, &x, 1, 0));
-  ASSERT_TRUE(pkxl_get_buf_ptr_and_len_from_iter(&iter, &read));
+  ASSERT_TRUE(pkxl_buf_iter_get(&iter, &x, 1, 0) && pkxl_get_buf_ptr_and_len_from_iter(&iter, &read));
   EXPECT_FALSE(pkxl_buf_iter_is_at_end(&iter));
   ASSERT_TRUE(pkxl_buf_iter_get_ptr(&iter, &numberPtr, 2, 2));
   EXPECT_TRUE(pkxl_buf_iter_is_at_end(&iter));
-  EXPECT_EQ('x', x);
-  EXPECT_EQ(3U, read.len);
-  EXPECT_EQ(area + 16, read.buf);
-  EXPECT_EQ(area + 20, numberPtr);
+  EXPECT_TRUE(x == 'x' && read.len == 3 && read.buf == area + 16 && numberPtr == area + 20);
 }
 
 TEST(bufIter, OverflowIsStickyAndKeepsTheRoundedPosition) {

@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "support/caseFile.h"
 #include "support/countedText.h"
 #include "support/fixedClock.h"
 #include "support/onThreads.h"
@@ -12,10 +13,15 @@ namespace {
 
 using Text = CountedText;
 
+struct TextCache : Cache {
+  explicit TextCache(int maxEntries, unsigned maxSec = 0, void (*destroyData)(void *) = Text::Destroy)
+      : Cache(maxEntries, maxSec, Text::Hash, Text::Compare, Text::Destroy, destroyData) {
+    Text::s_numDestroyed = 0;
+  }
+};
+
 class CacheTest : public testing::Test {
  protected:
-  CacheTest() { Text::s_numDestroyed = 0; }
-
   static void Put(Cache &cache, const char *key, unsigned entrySec = 0) {
     cache.Put(Text::New(key), Text::New(key), entrySec);
   }
@@ -28,7 +34,7 @@ class CacheTest : public testing::Test {
 };
 
 TEST_F(CacheTest, TheEntryUsedLongestAgoGoesFirst) {
-  Cache cache(2, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
+  TextCache cache(2);
   Put(cache, "a");
   Put(cache, "b");
   EXPECT_EQ("a", Get(cache, "a"));
@@ -41,7 +47,7 @@ TEST_F(CacheTest, TheEntryUsedLongestAgoGoesFirst) {
 }
 
 TEST_F(CacheTest, EqualKeysReplaceAndDeleteRemoves) {
-  Cache cache(2, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
+  TextCache cache(2);
   void *key = Text::New("a");
   void *data = Text::New("A");
   Put(cache, "a");
@@ -55,33 +61,25 @@ TEST_F(CacheTest, EqualKeysReplaceAndDeleteRemoves) {
   const Text gone("a");
   EXPECT_EQ(-1, cache.Delete(&gone));
 
-  Cache holdsNothing(0, 0, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);   // and still takes over
+  TextCache holdsNothing(0);   // and still takes over
   Put(holdsNothing, "a");
   holdsNothing.Put(nullptr, Text::New("no key"), 0);
-  EXPECT_EQ(7, Text::s_numDestroyed);
+  EXPECT_EQ(3, Text::s_numDestroyed);
   EXPECT_EQ(0, holdsNothing.Count());
 }
 
-struct LifeCase { const char *what; unsigned cacheSec; unsigned entrySec; int64_t advance; bool lives; };
-constexpr LifeCase kLifeCases[] = {
-    {"no limit", 0, 0, 1'000'000'000, true},  {"cache, last second", 10, 0, 9, true},
-    {"cache, over", 10, 0, 10, false},        {"entry is shorter", 10, 3, 3, false},
-    {"entry is longer", 10, 30, 10, false},   {"entry alone", 0, 3, 2, true},
-    {"entry alone, over", 0, 3, 3, false},    {"clock set back", 10, 0, -1, false},
-};
-
 TEST_F(CacheTest, EntriesLiveAsLongAsTheShorterLimit) {
-  for (const LifeCase &c : kLifeCases) {
-    SCOPED_TRACE(c.what);
+  for (const CaseRow &row : CaseRows("foundation/cacheLives.txt", 5)) {
+    SCOPED_TRACE(testing::PrintToString(row));
     m_clock.Set(1000);
-    Text::s_numDestroyed = 0;
-    Cache cache(2, c.cacheSec, Text::Hash, Text::Compare, Text::Destroy, Text::Destroy);
-    Put(cache, "a", c.entrySec);
-    m_clock.Advance(c.advance);
+    const bool lives = row[4] == "yes";
+    TextCache cache(2, static_cast<unsigned>(std::stoi(row[1])));
+    Put(cache, "a", static_cast<unsigned>(std::stoi(row[2])));
+    m_clock.Advance(std::stoll(row[3]));
     EXPECT_EQ(1, cache.Count());
-    EXPECT_EQ(c.lives ? "a" : "(none)", Get(cache, "a"));
-    EXPECT_EQ(c.lives ? 1 : 0, cache.Count());
-    EXPECT_EQ(c.lives ? 0 : 2, Text::s_numDestroyed);
+    EXPECT_EQ(lives ? "a" : "(none)", Get(cache, "a"));
+    EXPECT_EQ(lives ? 1 : 0, cache.Count());
+    EXPECT_EQ(lives ? 0 : 2, Text::s_numDestroyed);
   }
 }
 
@@ -92,7 +90,7 @@ TEST_F(CacheTest, DestructorsMayUseTheCache) {
     Text::Destroy(data);
     EXPECT_LE(0, g_usedByDestructor->Count());   // a lock held here would never be given
   };
-  Cache cache(1, 0, Text::Hash, Text::Compare, Text::Destroy, destroyAndUse);
+  TextCache cache(1, 0, destroyAndUse);
   g_usedByDestructor = &cache;
   Put(cache, "a");
   Put(cache, "b");

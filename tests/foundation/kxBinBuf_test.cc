@@ -7,6 +7,7 @@
 
 #include "kxcert/foundation/sxString.h"
 #include "platform/pageLocks.h"
+#include "support/caseFile.h"
 #include "support/hexOctets.h"
 #include "support/logCapture.h"
 #include "support/printed.h"
@@ -14,11 +15,10 @@
 
 namespace {
 
-const std::string kTabs79(79, '\t');
 constexpr unsigned kManyPages = 16 * 4096;   // no neighbour on the heap shares all of these
 
 kxBinBuf Make(const char *hex) {
-  const std::vector<unsigned char> octets = DecodeHex(hex);
+  const Octets octets = CaseOctets(hex);
   return {octets.data(), static_cast<unsigned>(octets.size())};
 }
 
@@ -36,8 +36,7 @@ TEST(kxBinBuf, SetKeepsTheBlockUntilItIsTooShort) {
   EXPECT_EQ("0102", Hex(buf));
   EXPECT_EQ("010200000000", EncodeHex(buf.Data(), 6));
   EXPECT_EQ(block, buf.Data());
-  const std::vector<unsigned char> longer(9, 7);
-  buf.Set(longer.data(), 9);
+  buf.Set(CaseOctets("07*9").data(), 9);
   EXPECT_EQ("070707070707070707", Hex(buf));
   block = buf.Data();
   buf.Set(20U);
@@ -113,21 +112,14 @@ TEST(kxBinBuf, IsLockedInMemoryWhileSensitive) {
   EXPECT_EQ(before, kxMem_NumLockedPages());
 }
 
-const struct { const char *what; const char *hex; int indent; std::string fprinted; } kPrintCases[] = {
-    {"empty", "", 1, "\tEmpty\n"},
-    {"indent above 79", "0a", 100, kTabs79 + "0a \n"},
-    {"indent below 0", "0a", -1, kTabs79 + "0a \n"},
-    {"17 bytes, two rows", "000102030405060708090a0b0c0d0e0f10", 2,
-     "\t\t00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f \n\t\t10 \n"},
-};
-
 TEST(kxBinBuf, PrintsRowsOfSixteen) {
-  for (const auto &c : kPrintCases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(c.fprinted, Fprinted(Make(c.hex), c.indent));
-    const std::string tabs = c.fprinted.substr(0, c.fprinted.find_first_not_of('\t'));
+  for (const CaseRow &row : CaseRows("foundation/printedBuffers.txt", 4)) {
+    SCOPED_TRACE(testing::PrintToString(row));
+    const kxBinBuf buf = Make(row[1].c_str());
+    EXPECT_EQ(CaseText(row[3]), Fprinted(buf, std::stoi(row[2])));
     // The stream form has a title, and an end of line but no word for an empty buffer.
-    EXPECT_EQ(tabs + "T:\n" + (*c.hex == '\0' ? "\n" : c.fprinted), Sprinted(Make(c.hex), "T", c.indent));
+    const std::string tabs = CaseText(row[3]).substr(0, CaseText(row[3]).find_first_not_of('\t'));
+    EXPECT_EQ(tabs + "T:\n" + (buf.IsEmpty() ? "\n" : CaseText(row[3])), Sprinted(buf, "T", std::stoi(row[2])));
   }
   LogCapture log;
   kxBinBuf().Herror("nothing");
@@ -152,14 +144,11 @@ TEST(kxBinBufFile, ReadsBackWhatWasWrittenOrSaysWhatFailed) {
   EXPECT_EQ(-1, Buf2File(sxString(), buf));
   EXPECT_EQ(-1, Buf2File(dir.File("no/folder").c_str(), buf));
   EXPECT_EQ(-1, Buf2File("/dev/full", buf));
-  EXPECT_THAT(log.Lines(),
-              testing::ElementsAre(
-                  "File2Buf: No file name",
-                  "File2Buf: Couldn't open file -  " + dir.File("none"),
-                  "File2Buf: Failed to get file length or file is empty- " + empty + " ",
-                  "Buf2File: No file name",
-                  "Buf2File: Couldn't open file -  " + dir.File("no/folder"),
-                  "Buf2File: Failed to write into file- /dev/full "));
+  const std::vector<std::string> said = {
+      "File2Buf: No file name", "File2Buf: Couldn't open file -  " + dir.File("none"),
+      "File2Buf: Failed to get file length or file is empty- " + empty + " ", "Buf2File: No file name",
+      "Buf2File: Couldn't open file -  " + dir.File("no/folder"), "Buf2File: Failed to write into file- /dev/full "};
+  EXPECT_EQ(said, log.Lines());
   ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));   // opening it would wait for a writer
   EXPECT_EQ(-1, File2Buf(dir.File("pipe").c_str(), buf));
   EXPECT_EQ(-1, File2Buf(dir.Path().c_str(), buf));

@@ -10,13 +10,10 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr struct { int debugPrint; int typeThr; int typeMaxThr; bool debugOn; bool traceOn; } kGateCases[] = {
-    {0, 0, 0, false, false}, {1, 0, 0, true, false},  {0, 3, 3, false, false},
-    {0, 4, 0, true, false},  {0, 0, 4, false, true},
-};
-
 TEST(Log, WritesOnlyThroughAnOpenGate) {
-  for (const auto &c : kGateCases) {
+  constexpr struct { int debugPrint; int typeThr; int typeMaxThr; bool debugOn; bool traceOn; } kCases[] = {
+      {0, 0, 0, false, false}, {1, 0, 0, true, false}, {0, 3, 3, false, false}, {0, 4, 0, true, false}, {0, 0, 4, false, true}};
+  for (const auto &c : kCases) {
     LogCapture log;
     dodebugprt = c.debugPrint;
     g_MsgTypeThr = c.typeThr;

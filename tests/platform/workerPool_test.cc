@@ -4,12 +4,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <condition_variable>
 #include <functional>
+#include <latch>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <semaphore>
 #include <set>
 #include <thread>
 #include <utility>
@@ -18,13 +18,15 @@ namespace {
 
 constexpr int kLongMs = 20000;
 
+using WaitResults = std::map<int, int>;   // by number
+
 // What a test sees of its work: shared by the clones.
 struct Seen {
   std::function<void(int number)> work = [](int) {};
   std::function<void()> answered = [] {};
   std::mutex mutex;
   std::set<std::thread::id> workers;
-  std::map<int, int> waitResults;        // by number
+  WaitResults waitResults;
   std::map<int, bool> ranHere;           // the clone that is told has run
 };
 
@@ -60,26 +62,17 @@ class Task : public RTApcServant {
 class Gate {   // holds workers until it opens
  public:
   void Wait() {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    ++m_numWaiting;
-    m_changed.notify_all();
-    m_changed.wait(lock, [this] { return m_open; });
+    m_waiting.release();
+    m_opened.wait();
   }
   void WaitFor(int numWaiting) {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this, numWaiting] { return m_numWaiting >= numWaiting; });
+    for (int i = 0; i < numWaiting; ++i) m_waiting.acquire();
   }
-  void Open() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_open = true;
-    m_changed.notify_all();
-  }
+  void Open() { m_opened.count_down(); }
 
  private:
-  std::mutex m_mutex;
-  std::condition_variable m_changed;
-  int m_numWaiting = 0;
-  bool m_open = false;
+  std::counting_semaphore<> m_waiting{0};
+  std::latch m_opened{1};
 };
 
 class WorkerPool : public testing::Test {
@@ -93,6 +86,10 @@ class WorkerPool : public testing::Test {
     EXPECT_EQ(0, RTComm_start(m_comm));
     m_pool = std::make_unique<RTApc>(m_comm, numThreads, waitLimitMs);
   }
+  void StartHeld(int numThreads, int waitLimitMs = -1) {   // until the gate opens
+    Start(numThreads, waitLimitMs);
+    m_seen.work = [this](int) { m_gate.Wait(); };
+  }
   // Runs the loop until as many were answered.
   void RunUntil(size_t numAnswered) {
     m_seen.answered = [this, numAnswered] {
@@ -102,6 +99,9 @@ class WorkerPool : public testing::Test {
     EXPECT_EQ(numAnswered, m_seen.waitResults.size());
   }
   void RunFor(int maxMs) { EXPECT_EQ(0, sxd_env_run_for(m_env, maxMs)); }
+  void QueueUpTo(int end) {
+    for (int i = 0; i < end; ++i) EXPECT_EQ(0, Queue(i));
+  }
   int Queue(int number, int timeoutMs = -1) { return m_pool->Queue(Task(&m_seen, number), timeoutMs); }
 
   Seen m_seen;
@@ -112,29 +112,26 @@ class WorkerPool : public testing::Test {
 };
 
 TEST_F(WorkerPool, WorksOnThreadsAndAnswersOnTheLoop) {
-  Start(3);
-  m_seen.work = [this](int) { m_gate.Wait(); };
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(0, Queue(i));
+  StartHeld(3);
+  QueueUpTo(3);
   EXPECT_EQ(-1, Queue(1)) << "equal work waits already";
   m_gate.WaitFor(3);
   m_gate.Open();
   RunUntil(3);
   EXPECT_EQ(3U, m_seen.workers.size());
   EXPECT_EQ(0U, m_seen.workers.count(std::this_thread::get_id()));
-  for (const auto &[number, waitResult] : m_seen.waitResults) EXPECT_EQ(kRTWaitDone, waitResult);
-  for (const auto &[number, ranHere] : m_seen.ranHere) EXPECT_TRUE(ranHere);
+  EXPECT_EQ((WaitResults{{0, kRTWaitDone}, {1, kRTWaitDone}, {2, kRTWaitDone}}), m_seen.waitResults);
+  EXPECT_TRUE(m_seen.ranHere[0] && m_seen.ranHere[1] && m_seen.ranHere[2]);
   EXPECT_EQ(0, Queue(4)) << "and goes on";
   RunUntil(4);
 }
 
 TEST_F(WorkerPool, DropsWhatComesTooLate) {
-  Start(1);
-  m_seen.work = [this](int) { m_gate.Wait(); };
+  StartHeld(1);
   EXPECT_EQ(0, Queue(1, 20));
   EXPECT_EQ(0, Queue(2, 30)) << "never begun";
   RunUntil(2);
-  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[1]);
-  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[2]);
+  EXPECT_EQ((WaitResults{{1, kRTWaitTimedOut}, {2, kRTWaitTimedOut}}), m_seen.waitResults);
   EXPECT_FALSE(m_seen.ranHere[1]);
   m_seen.waitResults.clear();
   EXPECT_EQ(0, Queue(1)) << "the same again, while the first still runs";
@@ -145,13 +142,11 @@ TEST_F(WorkerPool, DropsWhatComesTooLate) {
 }
 
 TEST_F(WorkerPool, ThePoolsLimitHoldsForAll) {
-  Start(1, 20);
-  m_seen.work = [this](int) { m_gate.Wait(); };
+  StartHeld(1, 20);
   EXPECT_EQ(0, Queue(1));
   EXPECT_EQ(0, Queue(2, kLongMs));
   RunUntil(2);
-  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[1]);
-  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[2]);
+  EXPECT_EQ((WaitResults{{1, kRTWaitTimedOut}, {2, kRTWaitTimedOut}}), m_seen.waitResults);
   m_gate.Open();
 }
 
@@ -164,9 +159,8 @@ TEST_F(WorkerPool, TellsOfWorkThatThrows) {
 }
 
 TEST_F(WorkerPool, GrowsAndShrinksAtWork) {
-  Start(1);
-  m_seen.work = [this](int) { m_gate.Wait(); };
-  for (int i = 0; i < 8; ++i) EXPECT_EQ(0, Queue(i));
+  StartHeld(1);
+  QueueUpTo(8);
   EXPECT_EQ(0, RTApc_SetNumThreads(m_pool.get(), 4));
   m_gate.WaitFor(4);
   EXPECT_EQ(0, RTApc_SetNumThreads(m_pool.get(), 2));
@@ -178,7 +172,7 @@ TEST_F(WorkerPool, GrowsAndShrinksAtWork) {
 
 TEST_F(WorkerPool, EndsWithEverythingAnswered) {
   Start(2);
-  for (int i = 0; i < 50; ++i) EXPECT_EQ(0, Queue(i));
+  QueueUpTo(50);
   m_pool.reset();   // the loop does not run
   EXPECT_EQ(50U, m_seen.waitResults.size());
   for (const auto &[number, waitResult] : m_seen.waitResults) EXPECT_EQ(kRTWaitDone, waitResult);
@@ -192,7 +186,7 @@ TEST_F(WorkerPool, AResultMayEndThePool) {
     const std::unique_ptr<RTApc> ends = std::move(m_pool);   // null from the second on
     sxd_env_stop(m_env);
   };
-  for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i));
+  QueueUpTo(10);
   EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
   EXPECT_EQ(10U, m_seen.waitResults.size());
 }
@@ -204,7 +198,7 @@ TEST_F(WorkerPool, AResultCannotQueueIntoAPoolThatEnds) {
     EXPECT_EQ(-1, pool->Queue(Task(&m_seen, 100), -1));
     EXPECT_EQ(-1, RTApc_SetNumThreads(pool, 4));
   };
-  for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i));
+  QueueUpTo(10);
   m_pool.reset();
   EXPECT_EQ(10U, m_seen.waitResults.size());
 }
@@ -220,8 +214,7 @@ TEST_F(WorkerPool, DropsServantsWithoutItsLock) {
    private:
     RTApc *m_pool;
   };
-  Start(1);
-  m_seen.work = [this](int) { m_gate.Wait(); };
+  StartHeld(1);
   EXPECT_EQ(0, Queue(1));
   EXPECT_EQ(0, m_pool->Queue(Asks(&m_seen, 2, m_pool.get()), 20));
   RunUntil(1);
@@ -230,8 +223,7 @@ TEST_F(WorkerPool, DropsServantsWithoutItsLock) {
 }
 
 TEST_F(WorkerPool, TheEnvironmentMayGoFirst) {
-  Start(2);
-  m_seen.work = [this](int) { m_gate.Wait(); };
+  StartHeld(2);
   for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i, i == 9 ? 1 : -1));
   m_gate.WaitFor(2);
   sxd_env_destroy(std::exchange(m_env, nullptr));
@@ -243,8 +235,7 @@ TEST_F(WorkerPool, TheEnvironmentMayGoFirst) {
 }
 
 TEST_F(WorkerPool, StaysWithTheParent) {
-  Start(2);
-  m_seen.work = [this](int) { m_gate.Wait(); };
+  StartHeld(2);
   EXPECT_EQ(0, Queue(1));
   const pid_t child = fork();
   if (child == 0) {

@@ -9,6 +9,7 @@
 
 #include "kxcert/platform/mutex.h"
 #include "platform/mutexFake.h"
+#include "support/caseFile.h"
 #include "support/logCapture.h"
 #include "support/scopedEnv.h"
 #include "support/tempDir.h"
@@ -35,28 +36,23 @@ class FileDBTest : public testing::Test {
   LogCapture m_log;
 };
 
-struct LockTypeCase { const char *value; bool storeLocks, getLocks; };
-constexpr LockTypeCase kLockTypeCases[] = {
-    {"NO_LOCK", false, false}, {"LOCK_WRITE", true, false}, {"LOCK_ALL", true, true},
-    {nullptr, true, true}, {"lock_write", true, true}, {"NO_LOCK ", true, true},
-};
-
 TEST_F(FileDBTest, TheEnvironmentSaysWhatLocks) {
-  for (const LockTypeCase &c : kLockTypeCases) {
-    const std::string value = c.value != nullptr ? c.value : "";
-    SCOPED_TRACE(value);
-    const ScopedEnv type("FDB_ENV_LOCK_TYPE", c.value);
+  for (const CaseRow &row : CaseRows("store/lockTypes.txt", 2)) {
+    SCOPED_TRACE(row.where);
+    const bool isSet = row[0] != "(none)", storeLocks = row[1] != "-", getLocks = row[1] == "write read";
+    const std::string value = isSet ? CaseText(row[0]) : "";
+    const ScopedEnv type("FDB_ENV_LOCK_TYPE", isSet ? value.c_str() : nullptr);
     m_log.Clear();
     const std::unique_ptr<FileDB> db = FileDB_New(m_name.c_str(), "1", "T", "User::Init");
-    EXPECT_EQ(c.value != nullptr, m_log.Has("[T] User::Init: FDB_ENV_LOCK_TYPE=" + value));
+    EXPECT_EQ(isSet, m_log.Has("[T] User::Init: FDB_ENV_LOCK_TYPE=" + value));
     ASSERT_EQ(0, Store(*db, "k"));
     MtMutex_SetFake({.mayLock = Refuse});
-    EXPECT_EQ(c.getLocks ? -1 : 5, Length(*db, "k"));
-    EXPECT_EQ(c.storeLocks ? -1 : 0, Store(*db, "k2"));
-    EXPECT_EQ(c.storeLocks ? -1 : 0, db->Remove("k"));
+    EXPECT_EQ(getLocks ? -1 : 5, Length(*db, "k"));
+    EXPECT_EQ(storeLocks ? -1 : 0, Store(*db, "k2"));
+    EXPECT_EQ(storeLocks ? -1 : 0, db->Remove("k"));
     EXPECT_EQ(-1, db->Destroy());
     MtMutex_SetFake({});
-    EXPECT_EQ(c.storeLocks ? 5 : -1, Length(*db, "k"));   // refused, nothing was touched
+    EXPECT_EQ(storeLocks ? 5 : -1, Length(*db, "k"));   // refused, nothing was touched
     EXPECT_EQ(0, db->Destroy());
   }
 }

@@ -15,6 +15,7 @@
 #include <string>
 #include <thread>
 
+#include "support/caseFile.h"
 #include "support/fileFake.h"
 #include "support/heapPeak.h"
 #include "support/logCapture.h"
@@ -44,9 +45,8 @@ class Fdb : public testing::Test {
     void *block = this;
     const int len = fdb_read(m_db.get(), key.c_str(), &block);
     EXPECT_EQ(len < 0, block == nullptr);
-    const std::string value = len < 0 ? "-" : std::string(static_cast<char *>(block), static_cast<size_t>(len));
-    free(block);
-    return value;
+    const std::unique_ptr<void, decltype(&free)> owned(block, free);
+    return len < 0 ? "-" : std::string(static_cast<char *>(block), static_cast<size_t>(len));
   }
   std::set<std::string> Keys() {
     std::set<std::string> keys;
@@ -67,11 +67,7 @@ class Fdb : public testing::Test {
       SCOPED_TRACE(n);
       const long numOpen = NumOpenFiles();
       int left = n;
-      int result;
-      {
-        const FileFake fake([&left](kxFileStep, const char *) { return --left == 0 ? EIO : 0; });
-        result = operation();
-      }
+      const int result = FileFake([&left](kxFileStep, const char *) { return --left == 0 ? EIO : 0; }).While(operation);
       EXPECT_EQ(left > 0 ? 0 : -1, result);
       EXPECT_EQ(numOpen, NumOpenFiles());
       if (left > 0) return n - 1;
@@ -116,32 +112,24 @@ TEST_F(Fdb, AFailureAtAnyStepLeavesTheOldRecordAlone) {
 }
 
 TEST_F(Fdb, TheCallerOrTheEnvironmentSaysWhatAStoreWaitsFor) {
-  constexpr int kNotSaid = -1;
-  const struct { const char *env; int said; bool file, folder; } kCases[] = {
-      {nullptr, kNotSaid, true, false}, {"0", kNotSaid, false, false}, {"1", kNotSaid, true, false},
-      {"2", kNotSaid, true, true},      {"3", kNotSaid, true, false},  {"20", kNotSaid, true, false},
-      {"2", 0, false, false},           {"0", 1, true, false},         {nullptr, 2, true, true},
-  };
-  for (const auto &c : kCases) {
-    SCOPED_TRACE(testing::Message() << &c - kCases);
-    const ScopedEnv env("KXCERT_FDB_DURABLE", c.env);
+  for (const CaseRow &row : CaseRows("store/durable.txt", 3)) {
+    SCOPED_TRACE(row.where);
+    const ScopedEnv env("KXCERT_FDB_DURABLE", row[0] == "(none)" ? nullptr : row[0].c_str());
     m_db.reset(fdb_open(m_dir.File("db").c_str(), "1"));
-    EXPECT_EQ(0, fdb_set_durable(c.said));
+    EXPECT_EQ(0, fdb_set_durable(std::stoi(row[1])));
     std::multiset<kxFileStep> steps;
     const FileFake fake([&steps](kxFileStep step, const char *) { return steps.insert(step), 0; });
     EXPECT_EQ(0, Store("k", "old"));
-    EXPECT_EQ(c.file, steps.contains(kxStep_sync));
-    EXPECT_EQ(c.folder, steps.contains(kxStep_dirSync));
+    EXPECT_EQ(row[2].starts_with("file"), steps.contains(kxStep_sync));
+    EXPECT_EQ(row[2] == "file folder", steps.contains(kxStep_dirSync));
   }
   for (const int unknown : {-2, 3}) EXPECT_EQ(-1, fdb_set_durable(unknown));
   for (const auto &[refused, found] : {std::pair{kxStep_openRead, "old"}, {kxStep_dirSync, "new"}}) {
-    {
-      const FileFake fake([refused](kxFileStep step, const char *) { return step == refused ? EMFILE : 0; });
-      EXPECT_EQ(-1, Store("k", "new"));
-    }
+    const FileFake::Refuse refuse = [at = refused](kxFileStep step, const char *) { return step == at ? EMFILE : 0; };
+    EXPECT_EQ(-1, FileFake(refuse).While([this] { return Store("k", "new"); }));
     EXPECT_EQ(found, Read("k"));   // the new one is there, but may not outlive a power cut
   }
-  EXPECT_EQ(0, fdb_set_durable(kNotSaid));
+  EXPECT_EQ(0, fdb_set_durable(-1));
 }
 
 TEST_F(Fdb, RefusesNullsAndKeysThatLeadElsewhere) {
@@ -230,7 +218,7 @@ bool IsWhole(const std::string &found) { return !found.empty() && found[0] >= 'a
 TEST_F(Fdb, AProcessKilledWhileStoringLeavesWholeRecords) {
   for (const char *key : {"0", "1", "2"}) ASSERT_EQ(0, Store(key, Value(0)));
   std::set<std::string> seen;
-  for (int round = 0; round < 60; ++round) {
+  for (int round = 0; round < 40; ++round) {
     int stored[2];   // one byte, so that a slow machine kills no child before its first store
     ASSERT_EQ(0, pipe(stored));
     const pid_t child = fork();
@@ -244,7 +232,7 @@ TEST_F(Fdb, AProcessKilledWhileStoringLeavesWholeRecords) {
     char byte;
     EXPECT_EQ(1, read(stored[0], &byte, 1));
     close(stored[0]);
-    usleep(static_cast<useconds_t>(round * 137));
+    usleep(static_cast<useconds_t>(round * 200));
     kill(child, SIGKILL);
     ASSERT_EQ(child, waitpid(child, nullptr, 0));
     EXPECT_THAT(Keys(), ElementsAre("0", "1", "2"));

@@ -3,13 +3,9 @@
 #ifndef KXCERT_TESTS_SUPPORT_ASNCHECKS_H_
 #define KXCERT_TESTS_SUPPORT_ASNCHECKS_H_
 
-#include <string>
 #include <vector>
 
 #include "kxcert/asn1/sxAsnType.h"
-
-/// The file's octets; the running test fails when there is no such file.
-std::vector<unsigned char> ReadOctets(const std::string &path);
 
 /// Encodes to @p der; so do copies of every kind, which outlive what they were made from; every shorter
 /// prefix is refused, and so is one octet more.

@@ -1,5 +1,6 @@
 #include "support/asnHex.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "kxcert/foundation/kxBinBuf.h"
@@ -8,7 +9,7 @@
 
 int DecodeOctets(const std::vector<unsigned char> &octets, sxAsnType &value) {
   const auto block = std::make_unique<char[]>(octets.size());
-  for (size_t i = 0; i < octets.size(); ++i) block[i] = static_cast<char>(octets[i]);
+  std::copy(octets.begin(), octets.end(), block.get());
   return sxASN_DecodeBuf(value, block.get(), static_cast<int>(octets.size()));
 }
 

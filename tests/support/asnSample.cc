@@ -1,33 +1,17 @@
-#include <string>
-
 #include "support/asnClasses.h"
-#include "support/hexOctets.h"
+#include "support/caseFile.h"
 
 namespace {
 
-using Octets = std::vector<unsigned char>;
-
 constexpr int kMaxDepth = 8;   // types may hold themselves: from here on optional elements are left out
-
-Octets Wrap(int tag, const Octets &content) {
-  const size_t len = content.size();
-  Octets all;
-  all.reserve(len + 4);
-  all.push_back(static_cast<unsigned char>(tag));
-  if (len >= 0x80) all.push_back(len < 0x100 ? 0x81 : 0x82);
-  if (len >= 0x100) all.push_back(static_cast<unsigned char>(len >> 8));
-  all.push_back(static_cast<unsigned char>(len));
-  for (const unsigned char octet : content) all.push_back(octet);
-  return all;
-}
 
 Octets PrimitiveContent(int tag) {
   switch (tag) {
-    case 1: return DecodeHex("ff");
-    case 3: return DecodeHex("0640");
+    case 1: return CaseOctets("ff");
+    case 3: return CaseOctets("0640");
     case 5: return {};
-    case 6: return DecodeHex("2a8648ce3d09");   // no open type is registered under it
-    default: return DecodeHex("05");
+    case 6: return CaseOctets("2a8648ce3d09");   // no open type is registered under it
+    default: return CaseOctets("05");
   }
 }
 
@@ -37,28 +21,28 @@ Octets Element(const sxAsnElem &elem, int depth) {
   const sxAsnTypeInfo &type = *elem.type;
   Octets octets = Sample(type, 0, depth + 1);
   if (elem.tagging == sxAsnElem::kImplicit) octets[0] = static_cast<unsigned char>(0x80 | (type.tag & 0x20) | elem.tagNumber);
-  return elem.tagging == sxAsnElem::kExplicit ? Wrap(0xA0 | elem.tagNumber, octets) : octets;
+  return elem.tagging == sxAsnElem::kExplicit ? Der(0xA0 | elem.tagNumber, octets) : octets;
 }
 
 Octets Sample(const sxAsnTypeInfo &info, int alternative, int depth) {
   Octets content;
   switch (info.kind) {
     case sxAsnKind::kPrimitive:
-      return Wrap(info.tag, PrimitiveContent(info.tag));
+      return Der(info.tag, PrimitiveContent(info.tag));
     case sxAsnKind::kAny:
-      return DecodeHex("0d0203ff");   // a universal type that has no class
+      return CaseOctets("0d0203ff");   // a universal type that has no class
     case sxAsnKind::kChoice:
       return Element(info.elems[alternative], depth);
     case sxAsnKind::kSequenceOf:
     case sxAsnKind::kSetOf:
-      return Wrap(info.tag, depth < kMaxDepth ? Element(info.elems[0], depth) : content);
+      return Der(info.tag, depth < kMaxDepth ? Element(info.elems[0], depth) : content);
     default:
       for (int i = 0; i < info.numElems; ++i) {
         if (info.elems[i].optional && depth >= kMaxDepth) continue;
         const Octets octets = Element(info.elems[i], depth);
         content.insert(content.end(), octets.begin(), octets.end());
       }
-      return Wrap(info.tag, content);
+      return Der(info.tag, content);
   }
 }
 

@@ -20,6 +20,10 @@ class FileFake {
   FileFake(const FileFake &) = delete;
   FileFake &operator=(const FileFake &) = delete;
 
+  /// For an object that lives for one operation only.
+  template <class Operation>
+  auto While(Operation operation) const { return operation(); }
+
  private:
   static inline Refuse s_refuse;
 };

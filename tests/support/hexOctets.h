@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-/// Digits of either case; spaces may stand between pairs. Anything else fails the running test and
-/// ends the octets there.
+/// Digits of either case; blanks may stand between pairs. Throws std::runtime_error for what is none; the
+/// rest of the notation of caseFile.h is known, too.
 std::vector<unsigned char> DecodeHex(const char *text);
 
 /// Lower case, no spaces.

@@ -4,6 +4,7 @@
 #define KXCERT_TESTS_SUPPORT_DEROCTETS_H_
 
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -22,6 +23,12 @@ Octets Der(int tag, std::initializer_list<Octets> parts);
 
 /// The same element with an indefinite length; the identifier must be a constructed one.
 Octets Indefinite(int tag, const Octets &content);
+
+/// Elements of one-octet identifiers and definite lengths, each as @p change makes it, innermost first; the
+/// lengths around it fit again.
+Octets Rewritten(const Octets &der, const std::function<Octets(int tag, const Octets &content)> &change);
+/// Every element that begins with these octets becomes others; none is also something.
+Octets Replaced(const Octets &der, const Octets &start, const Octets &by);
 
 /// From "1.2.3".
 std::unique_ptr<sxAsnOid> OidOf(const char *dotted);

@@ -5,9 +5,11 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
 #include "kxcert/foundation/textStream.h"
+#include "support/caseFile.h"
 
 /// What @p print writes to the file that it is called with.
 template <class Print>
@@ -33,5 +35,19 @@ std::string Sprinted(const Object &object, Args... args) {
   object.Sprint(&out, args...);
   return out.Text();
 }
+
+/// Print-outs below their titles, one behind the other: what a file of expected ones holds. A run with
+/// KXCERT_ACCEPT=1 writes that file anew.
+class PrintOuts {
+ public:
+  void Add(const std::string &title, const std::string &text) { m_all += "== " + title + "\n" + text; }
+  void ExpectIn(const std::string &file) const {
+    if (std::getenv("KXCERT_ACCEPT") != nullptr) std::ofstream(KXCERT_TEST_DATA "/" + file) << m_all;
+    EXPECT_EQ(CaseData(file), m_all) << file;
+  }
+
+ private:
+  std::string m_all;
+};
 
 #endif

@@ -82,6 +82,8 @@ TEST(sxCRL, DecodesItsEntries) {
   ASSERT_NE(nullptr, crl);
   EXPECT_EQ(der, Octets(crl->GetBuf(), crl->GetBuf() + crl->BufLen()));
   EXPECT_THAT(Times(*crl), testing::ElementsAre(1893456000, 1893456000));
+  EXPECT_EQ(1, crl->IsEntryExist(*TestCert("CN=a", nullptr, {.serial = "012C"}).Get()));
+  EXPECT_EQ(0, crl->IsEntryExist(*TestCert("CN=a", nullptr, {.serial = "012E"}).Get()));
   EXPECT_NE(nullptr, crl->FindEntry(sxAsnInt(301)));
   EXPECT_EQ(nullptr, crl->FindEntry(sxAsnInt(302)));
   EXPECT_EQ(nullptr, crl->UnhandledCritExt());

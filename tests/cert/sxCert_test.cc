@@ -29,16 +29,11 @@ sxCert CertOf(const Octets &octets) {
 
 // All of its extensions' getters, as digits.
 std::string Extensions(const sxCert &cert) {
+  const void *const all[] = {cert.KeyUsage(), cert.ExtKeyUsage(), cert.GetBasicConstraint(), cert.AltNames(),
+                             cert.SubjectKeyId(), cert.AuthorityKeyId(), cert.AuthInfoAccess(), cert.DistPoints(),
+                             cert.UnhandledCritExt()};
   std::string text;
-  for (const void *each : {static_cast<const void *>(cert.KeyUsage()), static_cast<const void *>(cert.ExtKeyUsage()),
-                           static_cast<const void *>(cert.GetBasicConstraint()),
-                           static_cast<const void *>(cert.AltNames()), static_cast<const void *>(cert.SubjectKeyId()),
-                           static_cast<const void *>(cert.AuthorityKeyId()),
-                           static_cast<const void *>(cert.AuthInfoAccess()),
-                           static_cast<const void *>(cert.DistPoints()),
-                           static_cast<const void *>(cert.UnhandledCritExt())}) {
-    text += each == nullptr ? '0' : '1';
-  }
+  for (const void *each : all) text += each == nullptr ? '0' : '1';
   return text;
 }
 
@@ -254,28 +249,18 @@ TEST(sxCert, SupportsTheKeyAlgorithmsOfItsList) {
   EXPECT_EQ(0, isSupportedSignatureAlgorithm(sxAsnOid()));
 }
 
-// Certificates as text: the format is read by others.
-class CertPrint : public testing::Test {
- protected:
-  CertPrint() { tzset(); }
+const TestCertOptions kPrinted{.serial = "F102", .issuerName = "O=\xC3\xA4/CN=ca"};
 
-  const ScopedEnv m_zone{"TZ", "UTC"};
-};
-
-TestCertOptions Options() {
-  TestCertOptions options;
-  options.serial = "F102";
-  options.issuerName = "O=\xC3\xA4/CN=ca";
-  return options;
-}
-
-TEST_F(CertPrint, PrintsByLevel) {
-  const TestCert made("O=Ex/CN=a,b", nullptr, Options());
+// The format is read by others.
+TEST(CertPrint, PrintsByLevel) {
+  const ScopedEnv zone("TZ", "UTC");
+  tzset();
+  const TestCert made("O=Ex/CN=a,b", nullptr, kPrinted);
   const sxCert &cert = *made.Get();
   PrintOuts out;
   out.Add("brief", Sprinted(cert, sxCert_brief, 1));
   out.Add("full", Sprinted(cert, sxCert_full, 0));
-  TestCertOptions options = Options();
+  TestCertOptions options = kPrinted;
   options.basicConstraints = "critical,CA:TRUE";
   options.keyUsage = "keyCertSign";
   options.criticalUnknown = true;
@@ -311,8 +296,8 @@ TEST_F(CertPrint, PrintsByLevel) {
   EXPECT_EQ(6U, log.Lines().size());
 }
 
-TEST_F(CertPrint, WritesToFilesAndToTheLog) {
-  const TestCert made("O=Ex/CN=a,b", nullptr, Options());
+TEST(CertPrint, WritesToFilesAndToTheLog) {
+  const TestCert made("O=Ex/CN=a,b", nullptr, kPrinted);
   const sxCert &cert = *made.Get();
   const std::string full = Sprinted(cert, sxCert_full, 0);
   EXPECT_EQ(full, Fprinted(cert, sxCert_full, 0));

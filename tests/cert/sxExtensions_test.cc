@@ -63,16 +63,16 @@ Octets Composed(const sxAsnOid &oid, const sxExtension &ext) {
 
 // What its handle answers.
 std::string Facts(const std::string &kind, const sxExtension &ext) {
-  char text[64] = "";
   std::string all;
   if (kind == "basicConstraints") {
     const auto &basic = static_cast<const sxBasicConstraint &>(ext);
-    std::snprintf(text, sizeof text, " (CA %d, %d)", basic.IsCA(), basic.PathLen());
-  } else if (kind == "keyUsage") {
-    std::snprintf(text, sizeof text, " (bits %x)", static_cast<const sxKeyUsage &>(ext).KeyUsageBits());
-  } else if (kind.ends_with("KeyIdentifier")) {
-    std::snprintf(text, sizeof text, " (type %d)", static_cast<const sxExtKeyID &>(ext).KIdType());
-  } else if (kind == "extKeyUsage") {
+    return " (CA " + std::to_string(basic.IsCA()) + ", " + std::to_string(basic.PathLen()) + ")";
+  }
+  if (kind == "keyUsage") return " (bits " + std::to_string(static_cast<const sxKeyUsage &>(ext).KeyUsageBits()) + ")";
+  if (kind.ends_with("KeyIdentifier")) {
+    return " (type " + std::to_string(static_cast<const sxExtKeyID &>(ext).KIdType()) + ")";
+  }
+  if (kind == "extKeyUsage") {
     const auto &usage = static_cast<const sxExtKeyUsage &>(ext);
     for (int i = 0; i < usage.Count(); ++i) all += " " + std::to_string(usage.Purpose(i));
     for (int i = 0; i < 11; ++i) {
@@ -80,14 +80,13 @@ std::string Facts(const std::string &kind, const sxExtension &ext) {
       EXPECT_EQ((all + " ").find(" " + std::to_string(i) + " ") != std::string::npos, has) << i;
     }
     return " (purposes" + all + ")";
-  } else if (kind == "issuingDistributionPoint") {
-    const auto &point = static_cast<const sxIssuingDP &>(ext);
-    const bool flags[] = {point.OnlyUserCerts(), point.OnlyCACerts(), point.HasOnlySomeReasons(), point.IndirectCRL(),
-                          point.OnlyAttributeCerts()};
-    for (int i = 0; i < 5; ++i) all += flags[i] ? std::to_string(i + 1) : "";
-    return " (flags " + all + ")";
   }
-  return text;
+  if (kind != "issuingDistributionPoint") return "";
+  const auto &point = static_cast<const sxIssuingDP &>(ext);
+  const bool flags[] = {point.OnlyUserCerts(), point.OnlyCACerts(), point.HasOnlySomeReasons(), point.IndirectCRL(),
+                        point.OnlyAttributeCerts()};
+  for (int i = 0; i < 5; ++i) all += flags[i] ? std::to_string(i + 1) : "";
+  return " (flags " + all + ")";
 }
 
 TEST(sxExtension, EachKindReadsPrintsAndWrites) {

@@ -60,17 +60,3 @@ Octets Replaced(const Octets &der, const Octets &start, const Octets &by) {
 std::unique_ptr<sxAsnOid> OidOf(const char *dotted) {
   return std::unique_ptr<sxAsnOid>(sxDN_Str2OID((std::string("OID.") + dotted).c_str()));
 }
-
-Octets Ava(const char *oid, int tag, const Octets &value) {
-  const std::unique_ptr<sxAsnOid> type = OidOf(oid);
-  return Der(0x30, {Der(0x06, Octets(type->Data(), type->Data() + type->Len())), Der(tag, value)});
-}
-
-Octets NameOf(std::initializer_list<Octets> avas) {
-  Octets rdns;
-  for (const Octets &ava : avas) {
-    const Octets rdn = Der(0x31, ava);
-    rdns.insert(rdns.end(), rdn.begin(), rdn.end());
-  }
-  return Der(0x30, rdns);
-}

@@ -33,18 +33,6 @@ Octets Replaced(const Octets &der, const Octets &start, const Octets &by);
 /// From "1.2.3".
 std::unique_ptr<sxAsnOid> OidOf(const char *dotted);
 
-/// One attribute type and value; @p oid is dotted.
-Octets Ava(const char *oid, int tag, const Octets &value);
-/// A name of RDNs with one such attribute each, root-most first.
-Octets NameOf(std::initializer_list<Octets> avas);
-
-constexpr char kCN[] = "2.5.4.3";
-constexpr char kC[] = "2.5.4.6";
-constexpr char kO[] = "2.5.4.10";
-
-constexpr int kPrintable = 0x13;
-constexpr int kUtf8 = 0x0C;
-
 inline const char *Chars(const Octets &octets) { return reinterpret_cast<const char *>(octets.data()); }
 inline std::string StringOf(const Octets &octets) { return std::string(octets.begin(), octets.end()); }
 inline int LenOf(const Octets &octets) { return static_cast<int>(octets.size()); }

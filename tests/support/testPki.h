@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include <openssl/evp.h>
+#include <openssl/x509.h>
 
 #include "kxcert/cert/sxCerts.h"
 
@@ -46,6 +46,7 @@ class TestCert {
 
  private:
   std::shared_ptr<EVP_PKEY> m_key;
+  const std::shared_ptr<X509> m_x509{X509_new(), X509_free};
   sxCert *m_cert = nullptr;
 };
 

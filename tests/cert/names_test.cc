@@ -4,6 +4,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "support/asnHex.h"
 #include "support/hexOctets.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -89,7 +90,12 @@ std::string Odd(const CaseRow &row) {
 
 TEST(Names, ReadPrintAndEncode) {
   ExpectRows("cert/names.txt", 3, {
-      {"read", [](const CaseRow &r) { return TextOf(sxDN(NullFor(Plain(r[1])))); }},
+      {"read", [](const CaseRow &r) {
+         const sxDN dn(NullFor(Plain(r[1])));
+         EXPECT_EQ((dn.GetStr() == nullptr ? "\t<no name>" : "\t" + TextOf(dn)) + "\n", Fprinted(dn, 1));
+         dn.Sprint(nullptr, 1);
+         return TextOf(dn);
+       }},
       {"legal", [](const CaseRow &r) { return to_string(sxDN_IsLegalDN(NullFor(r[1]))); }},
       {"keyword", Keyword},
       {"string", String},

@@ -127,6 +127,8 @@ TEST(CrlPrint, PrintsWhatItHolds) {
       "30{06{551d14}04{02{1000}}} 30{06{551d1c}0101ff 04{30{82{ff} 83{076080}}}}");
   const sxCRL crl(scoped.data(), static_cast<unsigned>(scoped.size()));
   EXPECT_EQ(Sprinted(crl, 1), Fprinted(crl, 1));
+  crl.Sprint(nullptr, 1);
+  sxCert_Sprint_CRLbuf(nullptr, scoped.data(), LenOf(scoped), 0);
   const std::string hundred = Printed(TestCrl(100), 0), more = Printed(TestCrl(102), 0);
   PrintOuts out;
   out.Add("two entries", Printed(TestCrl(2), 1));

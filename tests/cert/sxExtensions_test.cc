@@ -317,6 +317,8 @@ TEST(sxExtensionsList, ReadsPrintsAndWritesAllKindsTogether) {
   ASSERT_EQ(nullptr, list.Parse(cert.tbsCertificate->extensions, Get_ExtParserTable()));
   EXPECT_EQ(CaseData("cert/every-extension.txt"), Sprinted(list, 0));
   EXPECT_EQ(Indented(Sprinted(list, 0), 2), Sprinted(list, 2));
+  EXPECT_EQ(Sprinted(list, 1), Fprinted(list, 1));
+  list.Sprint(nullptr, 1);
   sxASN_Extensions *out = nullptr;
   ASSERT_EQ(0, list.Compose(Get_ExtComposerTable(), &out));
   const std::unique_ptr<sxASN_Extensions> composed(out);

@@ -46,6 +46,7 @@ std::string Read(const CaseRow &row) {
   Octets der(100);
   const int derLen = names.DerEncode(der.data(), LenOf(der));
   const std::string line = Sprinted(name, 0);
+  name.Sprint(nullptr, 0);
   EXPECT_EQ("\t\t" + line, Sprinted(name, 2));
   if (name.GetType() < 0) {
     EXPECT_EQ(-1, derLen);
@@ -182,6 +183,7 @@ TEST(sxGeneralNames, PrintsTitleAndNamesAtOneIndent) {
   EXPECT_EQ("\tNames:\n\tDNS: a\n\tDNS: b\n", Fprinted(names, "Names", 1));
   EXPECT_EQ("DNS: a\nDNS: b\n", Fprinted(names, nullptr, 0));
   EXPECT_EQ("", Fprinted(empty, "Names", 1));
+  names.Sprint(nullptr, "Names", 1);
   EXPECT_EQ("", Fprinted(sxDNList(), "Names", 1));
   LogCapture log;
   empty.Herror("Names");
@@ -206,6 +208,7 @@ TEST(sxDNList, EncodesDecodesAndPrints) {
   EXPECT_EQ(nullptr, decoded.Get(2));
   EXPECT_EQ("\tDNs:\n\tCN=a,C=DE\n\tO=b\n", Fprinted(decoded, "DNs", 1));
   EXPECT_EQ("CN=a,C=DE\nO=b\n", Fprinted(decoded, nullptr, 0));
+  decoded.Sprint(nullptr, "DNs", 1);
   LogCapture log;
   decoded.Herror("DNs");
   EXPECT_THAT(log.Lines(), ElementsAre("DNs:", "CN=a,C=DE", "O=b"));

@@ -24,10 +24,15 @@ std::string Captured(const Print &print) {
   return captured;
 }
 
-/// What the object's Fprint and Sprint write, with all arguments behind the first.
+/// What the object's Fprint and Sprint write, with all arguments behind the first; Fprint writes the same to
+/// standard output when there is no file.
 template <class Object, class... Args>
 std::string Fprinted(const Object &object, Args... args) {
-  return Captured([&](FILE *out) { object.Fprint(out, args...); });
+  const std::string text = Captured([&](FILE *out) { object.Fprint(out, args...); });
+  testing::internal::CaptureStdout();
+  object.Fprint(nullptr, args...);
+  EXPECT_EQ(text, testing::internal::GetCapturedStdout());
+  return text;
 }
 template <class Object, class... Args>
 std::string Sprinted(const Object &object, Args... args) {

@@ -110,6 +110,7 @@ TEST(sxDN, FlatFunctionsHandOver) {
   EXPECT_TRUE(log.Lines().empty());
   EXPECT_EQ(nullptr, sxDN_DER_Decode(der.data(), LenOf(der) - 1));
   EXPECT_TRUE(log.Has("sxDN_DER_Decode: error decoding DN"));
+  EXPECT_FALSE(sxDN().IsSub(sxDN("")));
   EXPECT_EQ(0U, sxDN().Hash());
   EXPECT_NE(0U, sxDN("").Hash());
   EXPECT_EQ(nullptr, sxStr2AttrVal(sxASN_id_dc, nullptr));

@@ -2,22 +2,27 @@
 
 #include <gmock/gmock.h>
 
+#include <ctime>
 #include <map>
-#include <memory>
 #include <random>
 
+#include "cert/rows.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/serialNumber.h"
+#include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "support/hexOctets.h"
+#include "support/printed.h"
+#include "support/scopedEnv.h"
 #include "support/testCrl.h"
+#include "support/testPki.h"
 
 namespace {
 
 sxAsnInt Number(const char *hex) {
-  const std::vector<unsigned char> octets = DecodeHex(hex);
-  return *std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), static_cast<int>(octets.size())));
+  const Octets octets = CaseOctets(hex);
+  return *std::unique_ptr<sxAsnInt>(AsnIntFromBuf(octets.data(), LenOf(octets)));
 }
 
 std::vector<int64_t> Times(const sxCRL &crl) {
@@ -77,6 +82,8 @@ TEST(sxCRL, DecodesItsEntries) {
   ASSERT_NE(nullptr, crl);
   EXPECT_EQ(der, Octets(crl->GetBuf(), crl->GetBuf() + crl->BufLen()));
   EXPECT_THAT(Times(*crl), testing::ElementsAre(1893456000, 1893456000));
+  EXPECT_EQ(1, crl->IsEntryExist(*TestCert("CN=a", nullptr, {.serial = "012C"}).Get()));
+  EXPECT_EQ(0, crl->IsEntryExist(*TestCert("CN=a", nullptr, {.serial = "012E"}).Get()));
   EXPECT_NE(nullptr, crl->FindEntry(sxAsnInt(301)));
   EXPECT_EQ(nullptr, crl->FindEntry(sxAsnInt(302)));
   EXPECT_EQ(nullptr, crl->UnhandledCritExt());
@@ -85,51 +92,58 @@ TEST(sxCRL, DecodesItsEntries) {
   EXPECT_EQ(nullptr, sxCRL_Decode(nullptr, 1));
 }
 
-constexpr char kNumber[] = "300b0603551d14 0404 02021000";
-constexpr char kKeyId[] = "300d0603551d23 0406 30048002abcd";
-constexpr char kScope[] = "300f0603551d1c 0101ff 0405 30038201ff";
-constexpr char kAdvisoryScope[] = "300c0603551d1c 0405 30038201ff";
-constexpr char kRelativeScope[] = "30100603551d1c 0101ff 0406 3004a002a100";
-constexpr char kUnknown[] = "3009 06022a03 0101ff 0400";
-
-TEST(sxCRL, KeepsItsExtensionsAndLeavesAScopeUnhandled) {
-  const struct {
-    const char *what;
-    std::string extensions;
-    const char *unhandled;
-    bool hasRest, hasScope;
-  } kCases[] = {
-      {"none", "", "", false, false},
-      {"number and key identifier", std::string(kNumber) + kKeyId, "", true, false},
-      {"a scope", std::string(kNumber) + kScope + kKeyId, "551d1c", true, true},
-      {"one that is not critical", std::string(kKeyId) + kAdvisoryScope + kNumber, "", true, true},
-      {"one that is not understood", kRelativeScope, "551d1c", false, false},
-      {"behind an unknown one", std::string(kUnknown) + kScope + kNumber + kKeyId, "2a03", true, true},
-  };
-  for (const auto &c : kCases) {
-    SCOPED_TRACE(c.what);
-    const Octets der = TestCrlOf("", c.extensions.c_str());
-    const sxCRL crl(der.data(), static_cast<unsigned>(der.size()));
-    ASSERT_EQ(1, crl.OK());
-    const sxAsnOid *oid = crl.UnhandledCritExt();
-    EXPECT_EQ(DecodeHex(c.unhandled), oid == nullptr ? Octets() : Octets(oid->Data(), oid->Data() + oid->Len()));
-    ASSERT_EQ(c.hasRest, crl.Number() != nullptr && crl.AuthorityKeyId() != nullptr);
-    ASSERT_EQ(c.hasScope, crl.IssuingDP() != nullptr);
-    if (c.hasRest) {
-      EXPECT_EQ(0x1000, crl.Number()->GetShortVal());
-      EXPECT_EQ(0xAB, crl.AuthorityKeyId()->KIdBuf().Data()[0]);
-    }
-    EXPECT_TRUE(!c.hasScope || crl.IssuingDP()->OnlyCACerts());
-  }
-}
-
-TEST(sxCRL, NamesACriticalExtensionOfAnEntry) {
-  const Octets der = TestCrl(1, true);
-  const sxCRL crl(der.data(), static_cast<unsigned>(der.size()));
+std::string Unhandled(const sxCRL &crl) {
   EXPECT_EQ(1, crl.OK());
   const sxAsnOid *oid = crl.UnhandledCritExt();
-  ASSERT_NE(nullptr, oid);
-  EXPECT_EQ((Octets{0x55, 0x1D, 0x1D}), Octets(oid->Data(), oid->Data() + oid->Len()));   // 2.5.29.29
+  return oid == nullptr ? "" : EncodeHex(oid->Data(), static_cast<size_t>(oid->Len()));
+}
+
+TEST(sxCRL, KeepsItsExtensionsAndLeavesAScopeUnhandled) {
+  ExpectRows("cert/crl-extensions.txt", 3, {{"crl", [](const CaseRow &row) {
+    const Octets der = TestCrlOf("", row[1]);
+    const sxCRL crl(der.data(), static_cast<unsigned>(der.size()));
+    std::string text = Unhandled(crl) + ":";
+    if (crl.Number() != nullptr) text += " " + std::to_string(crl.Number()->GetShortVal());
+    if (crl.AuthorityKeyId() != nullptr) text += " " + EncodeHex(crl.AuthorityKeyId()->KIdBuf().Data(), 1);
+    if (crl.IssuingDP() != nullptr && crl.IssuingDP()->OnlyCACerts()) text += " scope";
+    return text;
+  }}});
+  const Octets der = TestCrl(1, true);   // a critical extension of an entry
+  EXPECT_EQ("551d1d", Unhandled(sxCRL(der.data(), static_cast<unsigned>(der.size()))));
+}
+
+std::string Printed(const Octets &octets, int indent) {
+  SxStream text;
+  sxCert_Sprint_CRLbuf(&text, octets.data(), LenOf(octets), indent);
+  return text.Text();
+}
+
+TEST(CrlPrint, PrintsWhatItHolds) {
+  const ScopedEnv zone("TZ", "UTC");
+  tzset();
+  // Serials 5, key compromise, and 6; only for CA certificates and for the reasons 1, 2 and 8.
+  const Octets scoped = TestCrlOf(
+      "30{020105 17{\"300101000000Z\"} 30{30{06{551d15}04{0a0101}}}} 30{020106 17{\"300101000000Z\"}}",
+      "30{06{551d14}04{02{1000}}} 30{06{551d1c}0101ff 04{30{82{ff} 83{076080}}}}");
+  const sxCRL crl(scoped.data(), static_cast<unsigned>(scoped.size()));
+  EXPECT_EQ(Sprinted(crl, 1), Fprinted(crl, 1));
+  crl.Sprint(nullptr, 1);
+  sxCert_Sprint_CRLbuf(nullptr, scoped.data(), LenOf(scoped), 0);
+  const std::string hundred = Printed(TestCrl(100), 0), more = Printed(TestCrl(102), 0);
+  PrintOuts out;
+  out.Add("two entries", Printed(TestCrl(2), 1));
+  out.Add("version 1", Printed(TestCrl(0), 0));
+  out.Add("extensions and reasons, of an object", Sprinted(crl, 1));
+  out.Add("nothing", Printed({}, 0) + Sprinted(sxCRL(nullptr, 0), 0));
+  out.Add("no CRL", Printed(Text("no CRL"), 1));
+  out.Add("how a hundred entries end", hundred.substr(hundred.find("018e") - 16));
+  out.Add("how 102 end", more.substr(more.find("018f") - 16));
+  out.ExpectIn("cert/crl-prints.txt");
+  EXPECT_NE(std::string::npos, more.find("Revoked Certificates: 102\n"));
+  EXPECT_EQ(hundred, Printed(Text(Pem(TestCrl(100), "X509 CRL")), 0));
+  testing::internal::CaptureStdout();
+  sxCert_Fprint_CRLbuf(nullptr, scoped.data(), LenOf(scoped), 0);
+  EXPECT_EQ(Printed(scoped, 0), testing::internal::GetCapturedStdout());
 }
 
 }  // namespace

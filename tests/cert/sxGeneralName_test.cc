@@ -1,158 +1,112 @@
+// General names, lists of them, and lists of names.
 #include "kxcert/cert/sxGeneralName.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <cstring>
+#include <ctime>
 
+#include "cert/rows.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"
-#include "support/hexOctets.h"
+#include "support/asnHex.h"
 #include "support/printed.h"
+
+using testing::ElementsAre;
 
 namespace {
 
-sxGeneralName Text(sxGNtype type, const char *text) { return {type, text, static_cast<int>(std::strlen(text))}; }
-
-sxGeneralName Principal(const sxAsnOid &oid, const std::string &text) {
+sxGeneralName Named(sxGNtype type, const std::string &text) { return {type, text.data(), static_cast<int>(text.size())}; }
+sxGeneralName Other(const sxAsnOid &oid, const std::string &text) {
   return {&oid, text.data(), static_cast<int>(text.size())};
 }
-
-sxGeneralName FromDer(const char *hex) {
-  const std::vector<unsigned char> der = DecodeHex(hex);
+sxGeneralName FromDer(const std::string &notation) {
   sxASN_GeneralName name;
-  EXPECT_EQ(0, sxASN_DecodeBuf(name, reinterpret_cast<const char *>(der.data()), static_cast<int>(der.size())));
+  EXPECT_EQ(0, DecodeOctets(CaseOctets(notation), name));
   return sxGeneralName(&name);
 }
-
 std::string StrOf(const sxGeneralName &name) {
   const sxString text = name.GetStr();
   return {text.getstr(), static_cast<size_t>(text.length())};
 }
-
-constexpr struct { const char *what; const char *hex; int kind; const char *text; } kDerCases[] = {
-    {"e-mail", "8103614062", 1, "a@b"},
-    {"DNS", "8203682e65", 2, "h.e"},
-    {"DNS, empty", "8200", 2, ""},
-    {"DNS, NUL inside", "8204670065 76", -1, ""},
-    {"DNS, NUL at its end", "82026700", -1, ""},
-    {"URI", "8603753a78", 6, "u:x"},
-    {"directory name", "a40e 300c 310a 3008 0603550403 130161", 4, "CN=a"},
-    {"directory name, empty", "a402 3000", 4, ""},
-    {"IPv4", "8704c0000201", 7, "192.0.2.1"},
-    {"IPv6", "8710 20010db8 00000000 00000000 00000001", 8, "2001:db8::1"},
-    {"no address", "8700", -1, ""},
-    {"address of 3 octets", "8703c00002", -1, ""},
-    {"address and mask of IPv4", "8708c0000200ffffff00", -1, ""},
-    {"address of 17 octets", "8711 20010db8 00000000 00000000 0000000100", -1, ""},
-    {"principal name", "a013 060a2b060104018237140203 a005 0c03754078", 0, "principalName: u@x"},
-    {"principal name, empty", "a010 060a2b060104018237140203 a002 0c00", 0, "principalName: "},
-    {"principal name of another string type", "a013 060a2b060104018237140203 a005 1603754078", -1, ""},
-    {"principal name, NUL inside", "a013 060a2b060104018237140203 a005 0c03750078", -1, ""},
-    {"other name of another type", "a00b 06022a03 a005 0c03754078", -1, ""},
-    {"X.400 address", "a3020500", -1, ""},
-    {"EDI party", "a505 a103 130161", -1, ""},
-    {"registered ID", "8803550403", -1, ""},
-};
-
-TEST(sxGeneralName, ReadsAsn1AndWritesItBack) {
-  for (const auto &c : kDerCases) {
-    SCOPED_TRACE(c.what);
-    const sxGeneralName name = FromDer(c.hex);
-    ASSERT_EQ(c.kind, name.GetType());
-    EXPECT_EQ(c.text, StrOf(name));
-    EXPECT_EQ(c.kind >= 0, name.Equal(&name));
-    sxGeneralNames names;
+sxGeneralNames DnsNames(const std::vector<const char *> &texts) {
+  sxGeneralNames names;
+  for (const char *text : texts) {
+    const sxGeneralName name = Named(sxGN_dns, text);
     names.Add(&name);
-    unsigned char der[100];
-    const int derLen = names.DerEncode(der, sizeof der);
-    if (c.kind < 0) {
-      EXPECT_EQ(-1, derLen);
-      continue;
-    }
-    const std::string content = EncodeHex(DecodeHex(c.hex));
-    char header[12];
-    std::snprintf(header, sizeof header, "30%02x", static_cast<unsigned>(content.size() / 2));
-    ASSERT_LT(0, derLen);
-    EXPECT_EQ(header + content, EncodeHex(der, static_cast<size_t>(derLen)));
-    EXPECT_EQ(derLen, names.DerEncode(nullptr, 0));
-    EXPECT_EQ(-1, names.DerEncode(der, derLen - 1));
   }
+  return names;
+}
+
+// What there is of it is its line without the label; and its encoding comes back in a list.
+std::string Read(const CaseRow &row) {
+  const sxGeneralName name = FromDer(row[1]);
+  sxGeneralNames names;
+  names.Add(&name);
+  Octets der(100);
+  const int derLen = names.DerEncode(der.data(), LenOf(der));
+  const std::string line = Sprinted(name, 0);
+  name.Sprint(nullptr, 0);
+  EXPECT_EQ("\t\t" + line, Sprinted(name, 2));
+  if (name.GetType() < 0) {
+    EXPECT_EQ(-1, derLen);
+    EXPECT_EQ("", StrOf(name));
+  } else {
+    EXPECT_EQ(derLen, names.DerEncode(nullptr, 0));
+    EXPECT_EQ(-1, names.DerEncode(der.data(), derLen - 1));
+    der.resize(static_cast<size_t>(derLen));
+    EXPECT_EQ(CaseOctets("30{" + row[1] + "}"), der);
+    const bool isPlain = StrOf(name).find('\n') == std::string::npos;
+    EXPECT_TRUE(!isPlain || line.ends_with(": " + StrOf(name) + "\n")) << StrOf(name);
+  }
+  return std::to_string(name.GetType()) + " " + OnOneLine(line);
+}
+
+TEST(sxGeneralName, ReadsComparesAndPrints) {
+  ExpectRows("cert/general-names.txt", 4, {
+      {"read", Read},
+      {"equal", [](const CaseRow &row) {
+         const sxGeneralName a = FromDer(row[1]), b = FromDer(row[2]);
+         EXPECT_EQ(a.Equal(&b), b.Equal(&a));
+         return std::to_string(a.Equal(&b));
+       }},
+  });
+  const sxGeneralName host = Named(sxGN_dns, "host");
+  const sxGeneralName withNul = Named(sxGN_dns, std::string("host\0", 5));
+  EXPECT_FALSE(host.Equal(nullptr));
+  EXPECT_FALSE(host.Equal(&withNul));
+  // Other names want the same OID object.
+  const sxAsnOid ownOid(sxASN_id_principalName), unknown({1, 2, 3, 4});
+  const sxGeneralName one = Other(sxASN_id_principalName, "u@x"), equalOid = Other(ownOid, "u@x");
+  EXPECT_FALSE(one.Equal(&equalOid));
+  EXPECT_EQ(&sxASN_id_principalName, FromDer("a0{06{2b060104018237140203} a0{0c{\"u\"}}}").GetOtherOid());
+  EXPECT_EQ("Other Name: OID.1.2.3.4: u\n", Sprinted(Other(unknown, "u"), 0));
 }
 
 TEST(sxGeneralName, ConstructorsAcceptTheirKindsAlone) {
   for (int kind = -1; kind <= 9; ++kind) {
     const bool isText = kind == 1 || kind == 2 || kind == 6;
-    EXPECT_EQ(isText ? kind : -1, Text(static_cast<sxGNtype>(kind), "x").GetType()) << kind;
+    EXPECT_EQ(isText ? kind : -1, Named(static_cast<sxGNtype>(kind), "x").GetType()) << kind;
   }
-  EXPECT_EQ(-1, sxGeneralName().GetType());
-  EXPECT_EQ(-1, sxGeneralName(sxGN_dns, nullptr, 1).GetType());
-  EXPECT_EQ(-1, sxGeneralName(sxGN_dns, "x", -1).GetType());
-  EXPECT_EQ(-1, sxGeneralName(static_cast<const sxAsnOid *>(nullptr), "x", 1).GetType());
-  EXPECT_EQ(-1, sxGeneralName(static_cast<const sxDN *>(nullptr)).GetType());
   const sxDN noName;
-  EXPECT_EQ(-1, sxGeneralName(&noName).GetType());
+  const sxGeneralName none[] = {{}, {sxGN_dns, nullptr, 1}, {sxGN_dns, "x", -1},
+                                {static_cast<const sxAsnOid *>(nullptr), "x", 1},
+                                sxGeneralName(static_cast<const sxDN *>(nullptr)), sxGeneralName(&noName)};
+  for (const sxGeneralName &name : none) EXPECT_EQ(-1, name.GetType());
   EXPECT_EQ("host", StrOf(sxGeneralName(sxGN_dns, "hostname", 4)));
-}
-
-TEST(sxGeneralName, Ipv4NumberIsReadFromItsHighOctet) {
-  const sxGeneralName name(0xC0000201UL);
-  EXPECT_EQ("192.0.2.1", StrOf(name));
-  EXPECT_EQ(0xC0000201UL, name.GetIP());
-  ASSERT_NE(nullptr, name.GetIPAddr());
-  EXPECT_EQ(192, name.GetIPAddr()->octets[0]);
-  EXPECT_EQ(nullptr, name.GetIP6());
-}
-
-TEST(sxGeneralName, EqualityIsExact) {
-  const sxGeneralName host = Text(sxGN_dns, "host.example");
-  EXPECT_TRUE(host.Equal(&host));
-  EXPECT_FALSE(host.Equal(nullptr));
-  const sxGeneralName others[] = {Text(sxGN_dns, "Host.example"), Text(sxGN_uri, "host.example"),
-                                  Text(sxGN_dns, "host.exampl"), sxGeneralName(sxGN_dns, "host.example\0", 13)};
-  for (const sxGeneralName &other : others) EXPECT_FALSE(host.Equal(&other)) << Sprinted(other, 0);
-
-  const sxGeneralName ip(0xC0000201UL), otherIp(0xC0000202UL);
-  EXPECT_FALSE(ip.Equal(&otherIp));
-  const sxGeneralName ip6 = FromDer("8710 20010db8 00000000 00000000 00000001");
-  const sxGeneralName otherIp6 = FromDer("8710 20010db8 00000000 00000000 00000002");
-  EXPECT_TRUE(ip6.Equal(&ip6));
-  EXPECT_FALSE(ip6.Equal(&otherIp6));
-
-  const sxDN upper("CN=A B,C=DE"), lower("cn=a  b,c=de");
-  const sxGeneralName upperName(&upper), lowerName(&lower);
-  EXPECT_TRUE(upperName.Equal(&lowerName));
-
-  // Other names want the same OID object.
-  const sxAsnOid ownOid(sxASN_id_principalName);
-  const sxGeneralName one = Principal(sxASN_id_principalName, "u@x"), same = Principal(sxASN_id_principalName, "u@x");
-  const sxGeneralName equalOid = Principal(ownOid, "u@x"), otherText = Principal(sxASN_id_principalName, "U@x");
-  EXPECT_TRUE(one.Equal(&same));
-  EXPECT_FALSE(one.Equal(&equalOid));
-  EXPECT_FALSE(one.Equal(&otherText));
-  EXPECT_EQ(&sxASN_id_principalName, FromDer("a013 060a2b060104018237140203 a005 0c03754078").GetOtherOid());
-}
-
-TEST(sxGeneralName, PrintsOneLineForEachKind) {
-  const sxDN dn("CN=a,C=DE");
-  const sxAsnOid unknown({1, 2, 3, 4});
-  EXPECT_EQ("\tOther Name: principalName: u@x\n", Sprinted(Principal(sxASN_id_principalName, "u@x"), 1));
-  EXPECT_EQ("Other Name: OID.1.2.3.4: u\n", Sprinted(Principal(unknown, "u"), 0));
-  EXPECT_EQ("Email: a@b\n", Sprinted(Text(sxGN_email, "a@b"), 0));
-  EXPECT_EQ("DNS: h\n", Sprinted(Text(sxGN_dns, "h"), 0));
-  EXPECT_EQ("DN: CN=a,C=DE\n", Sprinted(sxGeneralName(&dn), 0));
-  EXPECT_EQ("URI: u\n", Sprinted(Text(sxGN_uri, "u"), 0));
-  EXPECT_EQ("\t\tIP: 1.2.3.4\n", Sprinted(sxGeneralName(0x01020304UL), 2));
-  EXPECT_EQ("IP6: ::\n", Sprinted(sxGeneralName(in6_addr_kxt{}), 0));
-  EXPECT_EQ("\tError in general name. type = -1\n", Sprinted(sxGeneralName(), 1));
-  EXPECT_EQ("DNS: h.DNS: i.[2J\n", Sprinted(Text(sxGN_dns, "h\nDNS: i\x1b[2J"), 0));
+  const sxGeneralName address(0xC0000201UL);   // read from its high octet
+  EXPECT_EQ("192.0.2.1", StrOf(address));
+  EXPECT_EQ(0xC0000201UL, address.GetIP());
+  ASSERT_NE(nullptr, address.GetIPAddr());
+  EXPECT_EQ(192, address.GetIPAddr()->octets[0]);
+  EXPECT_EQ(nullptr, address.GetIP6());
 }
 
 TEST(sxGeneralName, OtherNameTextIsCutAt1255) {
   const std::string prefix = "principalName: ";
   for (const size_t len : {1255 - prefix.size(), 1256 - prefix.size(), size_t{5000}}) {
     const std::string value(len, 'v');
-    EXPECT_EQ((prefix + value).substr(0, 1255), StrOf(Principal(sxASN_id_principalName, value)));
+    EXPECT_EQ((prefix + value).substr(0, 1255), StrOf(Other(sxASN_id_principalName, value)));
   }
 }
 
@@ -164,9 +118,104 @@ TEST(sxGeneralName, CopiesShareNothing) {
     copy = original;
     EXPECT_NE(original.GetDN(), copy.GetDN());
   }
-  EXPECT_EQ("CN=a", StrOf(copy));
   copy = *&copy;
   EXPECT_EQ("CN=a", StrOf(copy));
+}
+
+TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
+  sxGeneralNames names = DnsNames({"a", "b"});
+  const sxGeneralName *first = names.Get(0);
+  names.Add(nullptr);
+  names.Add(names.Get(0));
+  EXPECT_EQ(3, names.Count());
+  const sxGeneralNames more = DnsNames({"b", "c", "c", "A"});
+  names.Add_IfNotExist(&more);
+  EXPECT_EQ(5, names.Count());
+  EXPECT_EQ(first, names.Get(0));   // what was lent stays where it is
+  for (const int outside : {-1, 5}) EXPECT_EQ(nullptr, names.Get(outside));
+
+  sxGeneralNames itself = DnsNames({"a"});
+  const sxGeneralName equalsNothing;
+  itself.Add(&equalsNothing);
+  itself.Add_IfNotExist(&itself);   // ends
+  EXPECT_EQ(3, itself.Count());
+
+  // Names of every kind that has equals, twice; many of them, as comparing each with each takes minutes.
+  const sxAsnOid oid({1, 2, 3});
+  sxGeneralNames all;
+  const std::clock_t start = std::clock();
+  for (int i = 0; i < 2 * 20000; ++i) {
+    const unsigned number = static_cast<unsigned>(i % 20000);
+    const std::string text = std::to_string(number);
+    const in6_addr_kxt ip6 = {{static_cast<unsigned char>(number >> 8), static_cast<unsigned char>(number)}};
+    const sxDN dn(((i < 20000 ? "CN=a,O=" : "cn=A,o= ") + text).c_str());
+    const sxGeneralName kinds[] = {Named(sxGN_dns, text), sxGeneralName(number), sxGeneralName(ip6),
+                                   sxGeneralName(&dn), Other(oid, text)};
+    all.Add_IfNotExist(&kinds[number % 5]);
+  }
+  EXPECT_EQ(20000, all.Count());
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
+}
+
+TEST(sxGeneralNames, MatchesAnyWithAnyAndFindsTheFirstOfAKind) {
+  sxGeneralNames names = DnsNames({"a", "b"});
+  const sxGeneralName b = Named(sxGN_dns, "b"), c = Named(sxGN_dns, "c");
+  EXPECT_EQ(1, names.Match(&b));
+  EXPECT_EQ(0, names.Match(&c));
+  EXPECT_EQ(1, names.Match(DnsNames({"c", "b"})));
+  EXPECT_EQ(0, names.Match(DnsNames({"c"})));
+  EXPECT_EQ(0, names.Match(sxGeneralNames()));
+  EXPECT_EQ(0, sxGeneralNames().Match(names));
+
+  const sxAsnOid otherOid({1, 2, 3}), principalOid(sxASN_id_principalName);   // equal by value, another object
+  const sxGeneralName other = Other(otherOid, "o"), principal = Other(sxASN_id_principalName, "p");
+  names.Add(&other);
+  names.Add(&principal);
+  EXPECT_EQ(names.Get(0), names.GetFirstOfType(sxGN_dns));
+  EXPECT_EQ(names.Get(3), names.GetFirstOfType(sxGN_other, &principalOid));
+  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_other, nullptr));
+  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_other, &sxASN_id_ad_ocsp));
+  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_uri));
+}
+
+TEST(sxGeneralNames, PrintsTitleAndNamesAtOneIndent) {
+  const sxGeneralNames names = DnsNames({"a", "b"}), empty;
+  EXPECT_EQ("\tNames:\n\tDNS: a\n\tDNS: b\n", Fprinted(names, "Names", 1));
+  EXPECT_EQ("DNS: a\nDNS: b\n", Fprinted(names, nullptr, 0));
+  EXPECT_EQ("", Fprinted(empty, "Names", 1));
+  names.Sprint(nullptr, "Names", 1);
+  EXPECT_EQ("", Fprinted(sxDNList(), "Names", 1));
+  LogCapture log;
+  empty.Herror("Names");
+  sxDNList().Herror("Names");
+  names.Herror("Names");
+  EXPECT_THAT(log.Lines(), ElementsAre("Names:\nDNS: a\nDNS: b\n"));
+}
+
+TEST(sxDNList, EncodesDecodesAndPrints) {
+  sxDNList list;
+  const sxDN first("CN=a,C=DE"), second("O=b"), noName;
+  for (const sxDN *dn : {&first, static_cast<const sxDN *>(nullptr), &second}) list.Add(dn);
+  unsigned char der[200];
+  const int derLen = list.DerEncode(der, sizeof der);
+  ASSERT_LT(0, derLen);
+  EXPECT_EQ(derLen, list.DerEncode(nullptr, 0));
+  EXPECT_EQ(-1, list.DerEncode(der, derLen - 1));
+  sxDNList decoded;
+  ASSERT_EQ(0, decoded.DerDecode(der, derLen));
+  ASSERT_EQ(2, decoded.Count());
+  EXPECT_TRUE(decoded.Get(0)->Equal(first) && decoded.Get(1)->Equal(second));
+  EXPECT_EQ(nullptr, decoded.Get(2));
+  EXPECT_EQ("\tDNs:\n\tCN=a,C=DE\n\tO=b\n", Fprinted(decoded, "DNs", 1));
+  EXPECT_EQ("CN=a,C=DE\nO=b\n", Fprinted(decoded, nullptr, 0));
+  decoded.Sprint(nullptr, "DNs", 1);
+  LogCapture log;
+  decoded.Herror("DNs");
+  EXPECT_THAT(log.Lines(), ElementsAre("DNs:", "CN=a,C=DE", "O=b"));
+  for (int len = -1; len < derLen; ++len) EXPECT_EQ(-1, decoded.DerDecode(der, len)) << len;
+  EXPECT_EQ(2, decoded.Count());   // as it was
+  list.Add(&noName);
+  EXPECT_EQ(-1, list.DerEncode(nullptr, 0));
 }
 
 }  // namespace

@@ -1,25 +1,21 @@
 // Signatures of certificates, and the memory of those that verified.
 #include "kxcert/cert/sxSigned.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
+#include <gmock/gmock.h>
 
 #include "cert/signatureMemory.h"
-#include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/signatureCache.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/keys/sxPubKey.h"
-#include "support/derOctets.h"
-#include "support/hexOctets.h"
+#include "support/caseFile.h"
 #include "support/logCapture.h"
 #include "support/onThreads.h"
-#include "support/runCommand.h"
-#include "support/tempDir.h"
 #include "support/testPki.h"
 
 namespace {
+
+using testing::ElementsAre;
 
 constexpr uint32_t kDefaultSize = 8192;
 
@@ -36,62 +32,37 @@ CertRef WithLastOctetChanged(const sxCert &cert) {
   return Decoded(der);
 }
 
-// The serial number of the certificates here is 010203, so that it can be found and changed.
-CertRef WithSerialChanged(const sxCert &cert) {
-  Octets der = DerOf(cert);
-  const Octets serial = DecodeHex("0203010203");
-  const auto at = std::search(der.begin(), der.end(), serial.begin(), serial.end());
-  if (at == der.end()) return nullptr;
-  at[4] = 9;
-  return Decoded(der);
-}
-
 class sxSignedTest : public testing::Test {
  protected:
   sxSignedTest() { sxSignatureCache_SetSize(kDefaultSize); }
   ~sxSignedTest() override { sxSignatureCache_SetSize(kDefaultSize); }
-
-  void NewKey(const char *name, const char *command) const {
-    RunCommand(std::string("openssl ") + command + " -out " + m_dir.File(name) + " 2>/dev/null");
-  }
-  CertRef NewCert(const char *key, const std::string &options) const {
-    const std::string der = RunCommand("openssl req -x509 -outform der -set_serial 0x010203 -subj /CN=a -key " +
-                                       m_dir.File(key) + " " + options);
-    return Decoded(Text(der));
-  }
-
-  const TempDir m_dir;
 };
 
 // Every digest with every kind of key: the signature is valid, and no longer so when the body, the
 // signature or the key is another. All of it twice, and again without the memory.
 TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
-  NewKey("rsa", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024");
-  NewKey("p256", "ecparam -genkey -noout -name prime256v1");
-  NewKey("p384", "ecparam -genkey -noout -name secp384r1");
-  NewKey("p521", "ecparam -genkey -noout -name secp521r1");
-  const CertRef otherRsa =
-      (NewKey("rsa2", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024"), NewCert("rsa2", "-sha256"));
-  const TestCert otherEc("CN=a", nullptr);
-  ASSERT_NE(nullptr, otherRsa);
-  for (const char *key : {"rsa", "p256", "p384", "p521"}) {
-    for (const char *digest : {"-md5", "-sha1", "-sha256", "-sha384", "-sha512"}) {
-      const bool isRsa = std::string(key) == "rsa";
-      if (!isRsa && std::string(digest) == "-md5") continue;  // there is no such algorithm
-      SCOPED_TRACE(std::string(key) + " " + digest);
-      const CertRef cert = NewCert(key, digest);
-      ASSERT_NE(nullptr, cert);
-      const CertRef changedBody = WithSerialChanged(*cert), changedSignature = WithLastOctetChanged(*cert);
+  const TestCert rsa("CN=a", nullptr, {.key = "RSA-1024"}), otherRsa("CN=a", nullptr, {.key = "RSA-1024"});
+  const TestCert p256("CN=a", nullptr), p384("CN=a", nullptr, {.key = "P-384"});
+  const TestCert p521("CN=a", nullptr, {.key = "P-521"}), otherEc("CN=a", nullptr);
+  for (const TestCert *key : {&rsa, &p256, &p384, &p521}) {
+    for (const char *digest : {"MD5", "SHA1", "SHA256", "SHA384", "SHA512"}) {
+      const bool isRsa = key == &rsa;
+      if (!isRsa && std::string(digest) == "MD5") continue;  // there is no such algorithm
+      const TestCert made("CN=a", nullptr, {.serial = "010203", .keyOf = key, .digest = digest});
+      const sxCert &cert = *made.Get();
+      SCOPED_TRACE(std::to_string(cert.PubKey()->GetLen(sxPK_len_bits)) + " bits, " + digest);
+      const CertRef changedBody = Decoded(Replaced(DerOf(cert), {2, 3, 1, 2, 3}, {2, 3, 1, 2, 9}));
+      const CertRef changedSignature = WithLastOctetChanged(cert);
       ASSERT_TRUE(changedBody != nullptr && changedSignature != nullptr);
-      sxPubKey *const other = isRsa ? otherRsa->PubKey() : otherEc.Get()->PubKey();
-      sxPubKey *const otherFamily = isRsa ? otherEc.Get()->PubKey() : otherRsa->PubKey();
+      sxPubKey *const other = (isRsa ? otherRsa : otherEc).Get()->PubKey();
+      sxPubKey *const otherFamily = (isRsa ? otherEc : otherRsa).Get()->PubKey();
       for (const uint32_t size : {kDefaultSize, kDefaultSize, 0U}) {
         if (size == 0) sxSignatureCache_SetSize(0);
-        EXPECT_EQ(0, cert->VerifySig(cert->PubKey()));
-        EXPECT_GT(0, changedBody->VerifySig(cert->PubKey()));
-        EXPECT_GT(0, changedSignature->VerifySig(cert->PubKey()));
-        EXPECT_GT(0, cert->VerifySig(other));
-        EXPECT_EQ(kKeyNotImplemented, cert->VerifySig(otherFamily));
+        EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
+        EXPECT_GT(0, changedBody->VerifySig(cert.PubKey()));
+        EXPECT_GT(0, changedSignature->VerifySig(cert.PubKey()));
+        EXPECT_GT(0, cert.VerifySig(other));
+        EXPECT_EQ(kKeyNotImplemented, cert.VerifySig(otherFamily));
       }
       sxSignatureCache_SetSize(kDefaultSize);
     }
@@ -100,42 +71,44 @@ TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
 
 TEST_F(sxSignedTest, SaysWhyItCannotVerify) {
   LogCapture log;
-  NewKey("rsa", "genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:1024");
-  const CertRef pss = NewCert("rsa", "-sha256 -sigopt rsa_padding_mode:pss");  // no algorithm of the table
-  ASSERT_NE(nullptr, pss);
-  EXPECT_EQ(kKeyNotImplemented, pss->VerifySig(pss->PubKey()));
-  EXPECT_TRUE(
-      log.Has("sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest 3, family "
-              "-1, key 0)"));
-  EXPECT_EQ(kKeyNotUsable, pss->VerifySig(nullptr));
+  const TestCert made("CN=a", nullptr);
+  sxPubKey *const key = made.Get()->PubKey();
+  const CertRef unknown =
+      Decoded(Replaced(DerOf(*made.Get()), CaseOctets("06{2a8648ce3d040302}"), CaseOctets("06{2a03}")));
+  ASSERT_NE(nullptr, unknown);
+  EXPECT_EQ(kKeyNotImplemented, unknown->VerifySig(key));
+  EXPECT_TRUE(log.Has(
+      "sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest 3, family -1, key 3)"));
+  EXPECT_EQ(kKeyNotUsable, made.Get()->VerifySig(nullptr));
   sxPubKey unusable(nullptr);
-  EXPECT_EQ(kKeyNotUsable, pss->VerifySig(&unusable));
-  EXPECT_EQ(kKeyNotUsable, sxCert(nullptr, 0).VerifySig(pss->PubKey()));
+  EXPECT_EQ(kKeyNotUsable, made.Get()->VerifySig(&unusable));
+  EXPECT_EQ(kKeyNotUsable, sxCert(nullptr, 0).VerifySig(key));
   const unsigned char octets[] = {0x30, 0x00};
-  EXPECT_EQ(kKeyBadInput, sxCert(octets, sizeof octets).VerifySig(pss->PubKey()));
+  EXPECT_EQ(kKeyBadInput, sxCert(octets, sizeof octets).VerifySig(key));
 }
 
 // Cut in segments in any way the octets of a signature are the same, those of the certificate are not.
 TEST_F(sxSignedTest, RefusesASignatureInSegments) {
   const TestCert made("CN=a", nullptr);
   const Octets all = DerOf(*made.Get());
-  sxASN_Signed tree;
-  ASSERT_EQ(0, sxASN_DecodeBuf(tree, Chars(all), LenOf(all)));
-  const Octets bits(all.end() - tree.signature->Len() - 1, all.end());
-  const Octets before(all.begin() + (all[1] == 0x81 ? 3 : 4), all.end() - LenOf(bits) - 2);
-  ASSERT_EQ(all, Der(0x30, {before, Der(0x03, bits)}));
-  const Octets half(bits.begin(), bits.begin() + 9);
-  const Octets rest = Joined({{0}, Octets(bits.begin() + 9, bits.end())});
-  const struct { Octets signature; int rc; } kCases[] = {
-      {Der(0x03, bits), 0}, {Der(0x23, Der(0x03, bits)), kKeyLenMismatch},
-      {Der(0x23, {Der(0x03, half), Der(0x03, rest)}), kKeyLenMismatch},
-      {Indefinite(0x23, Der(0x03, bits)), kKeyLenMismatch},
+  const Octets content(all.begin() + (all[1] == 0x81 ? 3 : 4), all.end());
+  const std::function<Octets(const Octets &)> kCuts[] = {
+      [](const Octets &bits) { return Der(0x03, bits); },
+      [](const Octets &bits) { return Der(0x23, Der(0x03, bits)); },
+      [](const Octets &bits) { return Indefinite(0x23, Der(0x03, bits)); },
+      [](const Octets &bits) {
+        const Octets half(bits.begin(), bits.begin() + 9), rest(bits.begin() + 9, bits.end());
+        return Der(0x23, {Der(0x03, half), Der(0x03, Joined({{0}, rest}))});
+      },
   };
-  for (const auto &c : kCases) {
-    for (const Octets &der : {Der(0x30, {before, c.signature}), Indefinite(0x30, Joined({before, c.signature}))}) {
+  for (const auto &cut : kCuts) {
+    const Octets changed = Rewritten(content, [&cut](int tag, const Octets &value) {   // the key does not hold a SEQUENCE
+      return tag == 0x03 && value[1] == 0x30 ? cut(value) : Der(tag, value);
+    });
+    for (const Octets &der : {Der(0x30, changed), Indefinite(0x30, changed)}) {
       const CertRef cert = Decoded(der);
       ASSERT_NE(nullptr, cert);
-      EXPECT_EQ(c.rc, cert->VerifySig(made.Get()->PubKey()));
+      EXPECT_EQ(changed == content ? 0 : kKeyLenMismatch, cert->VerifySig(made.Get()->PubKey()));
     }
   }
 }
@@ -153,53 +126,39 @@ TEST_F(sxSignedTest, KeepsItsErrorAndItsExtension) {
   EXPECT_EQ(nullptr, cert.UnhandledCritExt());
 }
 
-struct Counts { uint64_t hits; uint64_t misses; uint32_t entries; bool operator==(const Counts &) const = default; };
-std::ostream &operator<<(std::ostream &out, const Counts &c) {
-  return out << c.hits << " hits, " << c.misses << " misses, " << c.entries << " entries";
-}
-
-// Counts since the object was made.
-class Counter {
- public:
-  Counts operator()() const {
-    const sxSignatureCacheStats now = sxSignatureCache_Stats();
-    return {now.hits - m_start.hits, now.misses - m_start.misses, now.entries};
-  }
-
- private:
-  const sxSignatureCacheStats m_start = sxSignatureCache_Stats();
-};
-
 TEST_F(sxSignedTest, RemembersSuccessesOnly) {
   const TestCert a("CN=a", nullptr), b("CN=a", nullptr);
   const sxCert &cert = *a.Get();
-  const Counter counts;
+  // Hits and misses since now, and entries.
+  const auto counts = [start = sxSignatureCache_Stats()] {
+    const sxSignatureCacheStats now = sxSignatureCache_Stats();
+    return std::vector<uint64_t>{now.hits - start.hits, now.misses - start.misses, now.entries};
+  };
   EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
-  EXPECT_EQ((Counts{0, 1, 1}), counts());
+  EXPECT_THAT(counts(), ElementsAre(0, 1, 1));
   EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
-  EXPECT_EQ((Counts{1, 1, 1}), counts());
+  EXPECT_THAT(counts(), ElementsAre(1, 1, 1));
   const CertRef twin = Decoded(DerOf(cert));  // another object of the same octets and the same key
   EXPECT_EQ(0, twin->VerifySig(twin->PubKey()));
-  EXPECT_EQ((Counts{2, 1, 1}), counts());
+  EXPECT_THAT(counts(), ElementsAre(2, 1, 1));
 
   const CertRef bad = WithLastOctetChanged(cert);
   for (int i = 0; i < 2; ++i) {
     EXPECT_NE(0, bad->VerifySig(cert.PubKey()));
-    EXPECT_NE(0,
-              cert.VerifySig(b.Get()->PubKey()));  // a success with one key says nothing of another
+    EXPECT_NE(0, cert.VerifySig(b.Get()->PubKey()));  // a success with one key says nothing of another
   }
-  EXPECT_EQ((Counts{2, 5, 1}), counts());
+  EXPECT_THAT(counts(), ElementsAre(2, 5, 1));
 
   sxSignatureCache_Clear();
-  EXPECT_EQ(0U, counts().entries);
+  EXPECT_THAT(counts(), ElementsAre(2, 5, 0));
   EXPECT_EQ(kDefaultSize, sxSignatureCache_Stats().maxEntries);
   EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
-  EXPECT_EQ((Counts{2, 6, 1}), counts());
+  EXPECT_THAT(counts(), ElementsAre(2, 6, 1));
 
   sxSignatureCache_SetSize(0);
   EXPECT_EQ(0U, sxSignatureCache_Stats().maxEntries);
   for (int i = 0; i < 2; ++i) EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
-  EXPECT_EQ((Counts{2, 6, 0}), counts());
+  EXPECT_THAT(counts(), ElementsAre(2, 6, 0));
 }
 
 TEST_F(sxSignedTest, MemoryIsBounded) {

@@ -5,6 +5,7 @@
 #ifndef KXCERT_TESTS_SUPPORT_COSTLYINPUTS_H_
 #define KXCERT_TESTS_SUPPORT_COSTLYINPUTS_H_
 
+#include <functional>
 #include <ostream>
 #include <vector>
 
@@ -13,7 +14,7 @@
 struct CostlyInput {
   const char *name;
   const sxAsnTypeInfo *type;
-  std::vector<unsigned char> (*make)(int numParts);
+  std::function<std::vector<unsigned char>(int numParts)> make;
   bool decodes = true;
 };
 

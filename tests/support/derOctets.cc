@@ -1,5 +1,7 @@
 #include "support/derOctets.h"
 
+#include <algorithm>
+
 #include "kxcert/cert/sxDN.h"
 
 Octets Joined(std::initializer_list<Octets> parts) {
@@ -29,20 +31,32 @@ Octets Indefinite(int tag, const Octets &content) {
   return Joined({{static_cast<unsigned char>(tag), 0x80}, content, {0, 0}});
 }
 
+Octets Rewritten(const Octets &der, const std::function<Octets(int tag, const Octets &content)> &change) {
+  Octets out;
+  for (auto at = der.begin(); at != der.end();) {
+    const int tag = *at;
+    long len = at[1];
+    at += 2;
+    if (len >= 0x80) {
+      int numOctets = static_cast<int>(len) & 0x7F;
+      for (len = 0; numOctets > 0; --numOctets) len = len << 8 | *at++;
+    }
+    const Octets content(at, at + len);
+    const Octets element = change(tag, (tag & 0x20) != 0 ? Rewritten(content, change) : content);
+    out.insert(out.end(), element.begin(), element.end());
+    at += len;
+  }
+  return out;
+}
+
+Octets Replaced(const Octets &der, const Octets &start, const Octets &by) {
+  return Rewritten(der, [&](int tag, const Octets &content) {
+    const Octets element = Der(tag, content);
+    const bool isIt = element.size() >= start.size() && std::equal(start.begin(), start.end(), element.begin());
+    return isIt ? by : element;
+  });
+}
+
 std::unique_ptr<sxAsnOid> OidOf(const char *dotted) {
   return std::unique_ptr<sxAsnOid>(sxDN_Str2OID((std::string("OID.") + dotted).c_str()));
-}
-
-Octets Ava(const char *oid, int tag, const Octets &value) {
-  const std::unique_ptr<sxAsnOid> type = OidOf(oid);
-  return Der(0x30, {Der(0x06, Octets(type->Data(), type->Data() + type->Len())), Der(tag, value)});
-}
-
-Octets NameOf(std::initializer_list<Octets> avas) {
-  Octets rdns;
-  for (const Octets &ava : avas) {
-    const Octets rdn = Der(0x31, ava);
-    rdns.insert(rdns.end(), rdn.begin(), rdn.end());
-  }
-  return Der(0x30, rdns);
 }

@@ -4,6 +4,7 @@
 #define KXCERT_TESTS_SUPPORT_DEROCTETS_H_
 
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -23,20 +24,14 @@ Octets Der(int tag, std::initializer_list<Octets> parts);
 /// The same element with an indefinite length; the identifier must be a constructed one.
 Octets Indefinite(int tag, const Octets &content);
 
+/// Elements of one-octet identifiers and definite lengths, each as @p change makes it, innermost first; the
+/// lengths around it fit again.
+Octets Rewritten(const Octets &der, const std::function<Octets(int tag, const Octets &content)> &change);
+/// Every element that begins with these octets becomes others; none is also something.
+Octets Replaced(const Octets &der, const Octets &start, const Octets &by);
+
 /// From "1.2.3".
 std::unique_ptr<sxAsnOid> OidOf(const char *dotted);
-
-/// One attribute type and value; @p oid is dotted.
-Octets Ava(const char *oid, int tag, const Octets &value);
-/// A name of RDNs with one such attribute each, root-most first.
-Octets NameOf(std::initializer_list<Octets> avas);
-
-constexpr char kCN[] = "2.5.4.3";
-constexpr char kC[] = "2.5.4.6";
-constexpr char kO[] = "2.5.4.10";
-
-constexpr int kPrintable = 0x13;
-constexpr int kUtf8 = 0x0C;
 
 inline const char *Chars(const Octets &octets) { return reinterpret_cast<const char *>(octets.data()); }
 inline std::string StringOf(const Octets &octets) { return std::string(octets.begin(), octets.end()); }

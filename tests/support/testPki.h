@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include <openssl/evp.h>
+#include <openssl/x509.h>
 
 #include "kxcert/cert/sxCerts.h"
 
@@ -28,9 +28,10 @@ struct TestCertOptions {
   bool criticalUnknown = false;          ///< a critical extension 1.2.3.4.5
   const char *issuerName = nullptr;      ///< instead of the issuer's subject
   const TestCert *keyOf = nullptr;       ///< the same key pair; null: a new one
+  std::string key = "P-256";             ///< of a new one: a curve, or "RSA-" and the bits
+  const char *digest = "SHA256";
 };
 
-/// An ECDSA P-256 certificate.
 class TestCert {
  public:
   /// @param subject  "O=Example/CN=name", root-most first; values of any octets and length
@@ -45,6 +46,7 @@ class TestCert {
 
  private:
   std::shared_ptr<EVP_PKEY> m_key;
+  const std::shared_ptr<X509> m_x509{X509_new(), X509_free};
   sxCert *m_cert = nullptr;
 };
 
@@ -58,5 +60,9 @@ sxCerts SetOf(std::initializer_list<const TestCert *> certs);
 std::vector<const sxCert *> Members(const sxCerts &certs);
 
 std::vector<unsigned char> DerOf(const sxCert &cert);
+
+/// The octets between markers with that label, in lines of so many characters.
+std::string Pem(const std::vector<unsigned char> &der, const std::string &label = "CERTIFICATE", size_t lineLen = 64,
+                const std::string &lineEnd = "\n");
 
 #endif

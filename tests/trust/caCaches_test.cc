@@ -4,7 +4,7 @@
 
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/sxRootCA.h"
-#include "support/derOctets.h"
+#include "support/caseFile.h"
 #include "support/fixedClock.h"
 #include "support/logCapture.h"
 #include "support/testPki.h"
@@ -20,7 +20,7 @@ TEST(CaIdentity, OrdersByTheSharedLengthThenShorterIsGreater) {
   EXPECT_EQ(-1, CA_Identity::Compare(&ab, &a));
   EXPECT_EQ(-1, CA_Identity::Compare(&a, &b));
   EXPECT_EQ(-1, CA_Identity::Compare(&ab, &b));
-  const Octets withNul = NameOf({Ava(kCN, kUtf8, {'a', 0, 'b'})});   // no C string of it is "CN=a"
+  const Octets withNul = CaseOctets("30{31{30{06{550403} 0C{\"a\\0b\"}}}}");   // no C string of it is "CN=a"
   const sxDN nulName(withNul.data(), LenOf(withNul));
   const CA_Identity nul(nulName);
   EXPECT_NE(0, CA_Identity::Compare(&a, &nul));

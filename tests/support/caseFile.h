@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "support/derOctets.h"
+#include "support/notation.h"
 
 struct CaseRow {
   std::string where;               ///< "keys/refused.txt:12"
@@ -40,16 +40,6 @@ struct CaseBlock {
 
 /// @param keys  that a block may have
 std::vector<CaseBlock> CaseBlocks(const std::string &file, const std::vector<std::string> &keys);
-
-/// Octets in a notation for encodings:
-///   0A1b 0c     hexadecimal, blanks anywhere between octets
-///   "text"      its characters; \n \0 \" \\ and \xHH are known
-///   30{ ... }   an element: identifier, shortest length, content
-///   30<...>     the same with an indefinite length
-///   41*300      the octet, text or element before it, so many times
-Octets CaseOctets(const std::string &notation);
-/// The same as text.
-std::string CaseText(const std::string &notation);
 
 /// Whole contents of a file below tests/data.
 std::string CaseData(const std::string &file);

@@ -5,7 +5,7 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
-#include "support/caseFile.h"
+#include "support/notation.h"
 
 namespace {
 

@@ -1,3 +1,4 @@
+#include "foundation/textOutput.h"
 #include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/textStream.h"
@@ -65,7 +66,7 @@ void sxDNList_imp::Sprint(SxStream *out, const char *title, int indent) const {
 }
 
 void sxDNList_imp::Herror(const char *title) const {
-  if (!kxLog_DebugOn() || m_names.empty()) return;
+  if (dodebugprt == 0 || m_names.empty()) return;
   if (title != nullptr) herror_func(0, 0, "%s:", title);
   for (const auto &dn : m_names) herror_func(0, 0, "%s", TextOf(*dn));
 }
@@ -91,10 +92,6 @@ int sxDNList::DerEncode(unsigned char *out, int outLen) const { return m_imp->De
 int sxDNList::DerDecode(const unsigned char *der, int len) { return m_imp->DerDecode(der, len); }
 void sxDNList::Sprint(SxStream *out, const char *title, int indent) const { m_imp->Sprint(out, title, indent); }
 
-void sxDNList::Fprint(FILE *out, const char *title, int indent) const {
-  SxStream text;
-  Sprint(&text, title, indent);
-  if (text.Length() > 0) std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
-}
+void sxDNList::Fprint(FILE *out, const char *title, int indent) const { sxFprintOf(*this, out, title, indent); }
 
 void sxDNList::Herror(const char *title) const { m_imp->Herror(title); }

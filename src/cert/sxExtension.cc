@@ -3,6 +3,7 @@
 #include <memory>
 #include <typeinfo>
 
+#include "foundation/textOutput.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -17,18 +18,8 @@ static_assert(sizeof(sxExtension) == sizeof(void *) && sizeof(sxBasicConstraint)
               sizeof(sxAuthorityInfoAccess) == sizeof(sxExtension) && sizeof(sxExtDeviceData) == sizeof(sxExtension) &&
               sizeof(sxIssuingDP) == sizeof(sxExtension));
 
-void sxExtension_imp::Herror() const {
-  if (!kxLog_DebugOn()) return;
-  SxStream text;
-  Sprint(&text, 0);
-  if (text.Length() > 0) herror_func(0, 0, "%s", text.GetBuf());
-}
-
-void sxExtension_imp::Fprint(FILE *out, int indent) const {
-  SxStream text;
-  Sprint(&text, indent);
-  if (text.Length() > 0) std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
-}
+void sxExtension_imp::Herror() const { sxHerrorOf(*this, 0); }
+void sxExtension_imp::Fprint(FILE *out, int indent) const { sxFprintOf(*this, out, indent); }
 
 bool sxExtensionIs(const sxExtension &ext, const char *extName) { return std::strcmp(ext.ExtName(), extName) == 0; }
 

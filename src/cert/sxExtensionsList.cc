@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "foundation/textOutput.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/textStream.h"
@@ -164,18 +165,8 @@ void sxExtensionsList::Sprint(SxStream *out, int indent) const {
   }
 }
 
-void sxExtensionsList::Fprint(FILE *out, int indent) const {
-  SxStream text;
-  Sprint(&text, indent);
-  if (text.Length() > 0) std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
-}
-
-void sxExtensionsList::Herror() const {
-  if (!kxLog_DebugOn() || m_first == nullptr) return;
-  SxStream text;
-  Sprint(&text, 0);
-  herror_func(0, 0, "%s", text.GetBuf());
-}
+void sxExtensionsList::Fprint(FILE *out, int indent) const { sxFprintOf(*this, out, indent); }
+void sxExtensionsList::Herror() const { sxHerrorOf(*this, 0); }
 
 sxExtensionsList *sxExtensionsList_New() { return new sxExtensionsList; }
 

@@ -1,4 +1,5 @@
 #include "kxcert/cert/sxGeneralName.h"
+#include "foundation/textOutput.h"
 
 #include <cstring>
 
@@ -258,15 +259,5 @@ bool sxGeneralName::Equal(const sxGeneralName *other) const { return other != nu
 
 void sxGeneralName::Sprint(SxStream *out, int indent) const { m_imp->Sprint(out, indent); }
 
-void sxGeneralName::Fprint(FILE *out, int indent) const {
-  SxStream text;
-  Sprint(&text, indent);
-  std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
-}
-
-void sxGeneralName::Herror() const {
-  if (!kxLog_DebugOn()) return;
-  SxStream text;
-  Sprint(&text, 0);
-  herror_func(0, 0, "%s", text.GetBuf());
-}
+void sxGeneralName::Fprint(FILE *out, int indent) const { sxFprintOf(*this, out, indent); }
+void sxGeneralName::Herror() const { sxHerrorOf(*this, 0); }

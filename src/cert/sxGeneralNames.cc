@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "foundation/textOutput.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/textStream.h"
@@ -156,15 +157,5 @@ void sxGeneralNames::Set(const sxASN_GeneralNames *names) { m_imp->Set(names); }
 int sxGeneralNames::DerEncode(unsigned char *out, int outLen) const { return m_imp->DerEncode(out, outLen); }
 void sxGeneralNames::Sprint(SxStream *out, const char *title, int indent) const { m_imp->Sprint(out, title, indent); }
 
-void sxGeneralNames::Fprint(FILE *out, const char *title, int indent) const {
-  SxStream text;
-  Sprint(&text, title, indent);
-  if (text.Length() > 0) std::fputs(text.GetBuf(), out == nullptr ? stdout : out);
-}
-
-void sxGeneralNames::Herror(const char *title) const {
-  if (!kxLog_DebugOn() || Count() == 0) return;
-  SxStream text;
-  Sprint(&text, title, 0);
-  herror_func(0, 0, "%s", text.GetBuf());
-}
+void sxGeneralNames::Fprint(FILE *out, const char *title, int indent) const { sxFprintOf(*this, out, title, indent); }
+void sxGeneralNames::Herror(const char *title) const { sxHerrorOf(*this, title, 0); }

@@ -57,17 +57,18 @@ def main():
             extra, named = left_over(case)
             if extra:
                 status, got = judge(kxcert, path.parent, case, pathlib.Path(work, 'list'))
-                told = ' '.join(got['verdict']['facts'])
-                if (status, got['verdict']['code']) != (1, INCONSISTENT) or any(name not in told for name in extra):
-                    wrong.append(f'{path.parent.name}: {extra} left over, got {got["verdict"]}')
+                told = ' '.join(cert['input'] for cert in got['leftOver'])
+                if (status, got['code']) != (1, INCONSISTENT) or any(name not in told for name in extra):
+                    wrong.append(f'{path.parent.name}: {extra} left over, got {got["code"]}, {told}')
                 case['end-entity'] = named
             status, got = judge(kxcert, path.parent, case, pathlib.Path(work, 'list'))
             judged += 1
-            failed = [(finding['code'], pathlib.Path(level['input'].split(' line ')[0]).name)
-                      for level in got['levels'] for finding in level['failed']]
+            files = [pathlib.Path(cert['input'].split(' line ')[0]).name for cert in got['path']]
+            failed = [(finding['code'], files[finding['level']])
+                      for finding in got['findings'] if finding['outcome'] == 'failed']
             want = [] if code == 'OK' else [(CODES[code], blamed or failed[0][1])]
-            if got['verdict']['code'] != CODES[code] or failed != want or status != (0 if code == 'OK' else 1):
-                wrong.append(f'{path.parent.name}: expected {case["expect"]}, got {got["verdict"]}, {failed}')
+            if got['code'] != CODES[code] or failed != want or status != (0 if code == 'OK' else 1):
+                wrong.append(f'{path.parent.name}: expected {case["expect"]}, got {got["code"]}, {failed}')
     print(f'{judged} cases, {len(wrong)} wrong', *wrong, sep='\n')
     return 1 if wrong or judged < 50 else 0
 

@@ -54,21 +54,21 @@ verify() { "$KXCERT" chain verify "${at[@]}" --trust root.pem "$@"; }
 }
 
 @test "chain verify: one fault each, its code, level and fact" {
-  data=$BATS_TEST_DIRNAME/../data/chain
-  while IFS='|' read -r code level fact folder files; do
-    set -- "${at[@]}" --trust "$data/$folder/root.pem" $(printf "$data/$folder/%s.pem " $files)
+  certs=$BATS_TEST_DIRNAME/../data/chain/certs
+  while IFS='|' read -r code level fact files; do
+    set -- "${at[@]}" --trust "$certs/root.pem" $(printf "$certs/%s.pem " $files)
     run -1 "$KXCERT" chain verify --json "$@"
     got=$(json "d['code'], d['level'], d['valid'], $failed")   # the fault alone, at the level that decided
-    [[ $got == "($code, $level, False, [($level, $code, ["*"$fact"*"])])" ]] || { echo "$folder: $got"; false; }
+    [[ $got == "($code, $level, False, [($level, $code, ["*"$fact"*"])])" ]] || { echo "$files: $got"; false; }
     run -1 "$KXCERT" chain verify "$@"
     [[ ${lines[0]} == "NOT VALID ($code): "* ]]
     [[ $output == *'what to do:  '* ]]
   done <<'CASES'
--996|0|issuer without cA: CN=Issuer,O=Example|issuer-is-no-ca|issuer leaf
--992|1|key usage: without keyCertSign|key-usage|issuer leaf
--995|2|path length constraint: 0', 'CA certificates below: 1|path-length|middle issuer leaf
--997|0|critical extension: 1.3.6.1.4.1.99999.1|unknown-critical|issuer leaf
--993|0|not verified by the key of: CN=Issuer,O=Example|signature-p256-sha256|issuer leaf
+-996|0|issuer without cA: CN=Issuer,O=Example|issuer-is-no-ca.issuer leaf
+-992|1|key usage: without keyCertSign|key-usage.issuer leaf
+-995|2|path length constraint: 0', 'CA certificates below: 1|path-length.middle too-long.issuer leaf
+-997|0|critical extension: 1.3.6.1.4.1.99999.1|issuer unknown-critical.leaf
+-993|0|not verified by the key of: CN=Issuer,O=Example|issuer signature-p256-sha256.leaf
 CASES
 }
 

@@ -23,8 +23,9 @@ namespace {
 
 constexpr int kChecks = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
 constexpr char kNow[] = "2030-01-01 00:00:00";
-const Words kSettings = {"additional", "blacklist",   "constraint", "end-entity", "fact",    "grace-end",
-                         "grace-start", "intermediate", "named",    "own-chain",  "reason", "run", "time"};
+const Words kSettings = {"additional", "blacklist",   "constraint", "end-entity", "fact",  "grace-end",
+                         "grace-start", "intermediate", "json", "log", "named", "own-chain",  "reason", "run",
+                         "time", "tried"};
 
 struct FreeObject {
   void operator()(sxPKobj *obj) const { sxFreePKobj(obj); }
@@ -34,13 +35,6 @@ template <class T>
 using Ref = std::unique_ptr<T, FreeObject>;
 
 std::string DerOf(const sxCert &cert) { return {reinterpret_cast<const char *>(cert.GetBuf()), cert.BufLen()}; }
-
-Words Split(const std::string &text) {
-  std::istringstream in(text);
-  Words words;
-  for (std::string word; in >> word;) words.push_back(word);
-  return words;
-}
 
 int64_t ReadTime(std::string text) {
   tm parts{};
@@ -120,6 +114,10 @@ class Court {
     sxJudgeChain(question, verdict);
     answer.level = verdict.level;
     answer.text = verdict.Json().getstr();
+    for (const sxTriedPath &path : verdict.tried) {
+      answer.tried.push_back(std::string(sxValidationName(path.code)) + " at " + std::to_string(path.level) + ": " +
+                             path.ended);
+    }
     Tell(verdict.code, verdict.path, answer);
     if (verdict.code == sxValidation_notTrusted) answer.verdict = "notTrusted";
     if (verdict.path.Get(0) == nullptr || !(*verdict.path.Get(0) == *question.endEntity)) answer.verdict += "!";
@@ -135,20 +133,12 @@ class Court {
       answer.serial = sxSerialText(*blamed->SerialNum());
       answer.verdict += " at " + m_names[DerOf(*blamed)];
     }
-    answer.verdict += ":";
-    for (int i = 0; i <= path.Top(); ++i) answer.verdict += " " + m_names[DerOf(*path.Get(i))];
+    answer.verdict += ": " + NamesOf(path, m_names);
   }
 
   sxCerts Load(const Words &names) {
-    sxCerts certs;
-    for (const std::string &name : names) {
-      const std::string pem = CaseData("chain/certs/" + name + ".pem");
-      sxCert *cert = sxCert_Decode(reinterpret_cast<const unsigned char *>(pem.data()), static_cast<int>(pem.size()));
-      m_isReadable = m_isReadable && cert != nullptr;
-      if (cert == nullptr) continue;
-      m_names[DerOf(*cert)] = name;
-      certs.Add(cert);
-    }
+    const sxCerts certs = LoadCerts(names, m_names);
+    m_isReadable = m_isReadable && certs.Count() == static_cast<int>(names.size());
     return certs;
   }
 
@@ -171,7 +161,7 @@ class Court {
 
   const Scenario &m_scenario;
   bool m_isReadable = true;
-  std::map<std::string, std::string> m_names;  // by DER
+  CertNames m_names;
   const Ref<sxcert_black_list> m_blackList{new sxcert_black_list};
   ValidateParams m_params;
   int64_t m_now = 0;
@@ -181,6 +171,31 @@ class Court {
 };
 
 }  // namespace
+
+Words Split(const std::string &text) {
+  std::istringstream in(text);
+  Words words;
+  for (std::string word; in >> word;) words.push_back(word);
+  return words;
+}
+
+sxCerts LoadCerts(const Words &files, CertNames &names) {
+  sxCerts certs;
+  for (const std::string &file : files) {
+    const std::string pem = CaseData("chain/certs/" + file + ".pem");
+    sxCert *cert = sxCert_Decode(reinterpret_cast<const unsigned char *>(pem.data()), static_cast<int>(pem.size()));
+    if (cert == nullptr) continue;
+    names[DerOf(*cert)] = file;
+    certs.Add(cert);
+  }
+  return certs;
+}
+
+std::string NamesOf(const sxCerts &certs, CertNames &names) {
+  std::string all;
+  for (int i = 0; i <= certs.Top(); ++i) all += (i > 0 ? " " : "") + names[DerOf(*certs.Get(i))];
+  return all;
+}
 
 Scenario::Scenario(const CaseRow &row) : m_cells(row.cells) {
   std::string text = m_cells[5];

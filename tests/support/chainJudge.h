@@ -7,10 +7,17 @@
 #include <string>
 #include <vector>
 
+#include "kxcert/cert/sxCerts.h"
 #include "kxcert/trust/sxValidation.h"
 #include "support/caseFile.h"
 
 using Words = std::vector<std::string>;
+using CertNames = std::map<std::string, std::string>;   ///< by DER
+
+Words Split(const std::string &text);
+/// Certificates of tests/data/chain/certs; what is none is left out. Adds their names.
+sxCerts LoadCerts(const Words &files, CertNames &names);
+std::string NamesOf(const sxCerts &certs, CertNames &names);
 
 class Scenario {
  public:
@@ -37,9 +44,10 @@ struct ChainAnswer {
   int level = -1;
   long expirationSec = -1;
   long chainExpirationSec = -1;   ///< as sxGetChainExpiration says
-  std::string text;               ///< the message; empty on success and without trust
+  std::string text;               ///< the message, empty on success and without trust; or the JSON
   std::string subject;            ///< at the level; empty without one
   std::string serial;
+  Words tried;                    ///< "expired at 1: why it ended"; of the call that is told the end entity
 };
 
 /// Sorts and looks for a trusted root, or repairs, as the setting "run" says; then the path, signature and name checks.

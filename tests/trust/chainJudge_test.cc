@@ -101,18 +101,6 @@ TEST_F(Ways, AsksTheCacheWhereTheHolderDoes) {
   EXPECT_EQ(verdict.tried.size(), static_cast<size_t>(verdict.judged) + 1);
 }
 
-// What the end entity itself does wrong no other path puts right.
-TEST_F(Ways, StopsAtTheEndEntitysOwnFault) {
-  const TestCert again("O=Trust/CN=sub", &root, CaOptions({.serial = "02", .keyOf = &sub}));
-  question.time = kTestNow + 365 * kTestDay + 1;
-  EXPECT_EQ(sxValidation_expired, Judge(leaf, {&sub, &again}));
-  EXPECT_EQ(2u, verdict.tried.size());   // the issuers failed first
-  question.time = kTestNow;
-  const TestCert odd("O=Trust/CN=odd", &sub, {.criticalUnknown = true});
-  EXPECT_EQ(sxValidation_unhandledCritExt, Judge(odd, {&sub, &again}));
-  EXPECT_EQ(1u, verdict.tried.size());
-}
-
 TEST_F(Ways, AsksTheCallbackForMore) {
   static const TestCert *brought = nullptr;
   brought = &sub;

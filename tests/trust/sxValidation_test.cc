@@ -2,14 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include <climits>
-
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/trust/sxcert_black_list.h"
+#include "support/caseFile.h"
 #include "support/fixedClock.h"
 #include "support/logCapture.h"
 #include "support/testRoots.h"
+#include "trust/rules.h"
 
 namespace {
 
@@ -23,20 +23,11 @@ ValidateParams Grace(int startSec, int endSec) {
 TEST(ValidateCert, ComparesDatesWithTheirGrace) {
   const TestCert cert("O=Val/CN=dates", nullptr);
   const int64_t start = cert.Get()->notBefore(), end = cert.Get()->notAfter();
-  const struct { const char *what; int64_t now; int startGrace, endGrace; sxValidationRC rc; } cases[] = {
-      {"first second", start, 0, 0, sxValidation_OK},
-      {"explicit 0 at the start", start - 1, 0, -1, sxValidation_notYetValid},
-      {"process-wide grace", start - 7200, -1, -1, sxValidation_OK},
-      {"past the process-wide grace", start - 7201, -1, -1, sxValidation_notYetValid},
-      {"last second", end, -1, -1, sxValidation_OK},
-      {"no default grace at the end", end + 1, -1, -1, sxValidation_expired},
-      {"last second of an end grace", end + 60, -1, 60, sxValidation_OK},
-      {"past an end grace", end + 61, -1, 60, sxValidation_expired},
-      {"sums pass 32 bits", end + 1, INT_MAX, INT_MAX, sxValidation_OK},
-  };
-  for (const auto &c : cases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(c.rc, sxValidateCert(cert.Get(), static_cast<long>(c.now), Grace(c.startGrace, c.endGrace)));
+  for (const CaseRow &row : CaseRows("trust/dates.txt", 6)) {
+    SCOPED_TRACE(row.where);
+    const int64_t now = (row[1] == "start" ? start : end) + std::stoi(row[2]);
+    EXPECT_EQ(row[5], sxValidationName(sxValidateCert(cert.Get(), static_cast<long>(now),
+                                                      Grace(std::stoi(row[3]), std::stoi(row[4])))));
   }
   sxCertValidate_SetGracePeriod(10);
   EXPECT_EQ(sxValidation_OK, sxValidateCert(cert.Get(), static_cast<long>(start - 10), ValidateParams()));

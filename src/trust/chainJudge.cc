@@ -43,8 +43,8 @@ void TakeBest(PathSearch &search, sxChainVerdict &verdict) {
   verdict.path = best.certs;
   verdict.root = best.root;
   sxSavePKobj(verdict.root);
-  verdict.bound = search.Bound();
-  if (verdict.bound != sxSearchBound::kNone) {
+  if (best.code != sxValidation_OK && search.Bound() != sxSearchBound::kNone) {
+    verdict.bound = search.Bound();
     verdict.text += sxString(("\nsearch ended after: " + BoundText(verdict.bound)).c_str());
   }
 }

@@ -162,12 +162,11 @@ const char *PathSearch::WhyDead(const sxCert &top) {
 void PathSearch::AskForSubCAs() {
   const sxTriedPath *longest = LongestDeadEnd();
   if (longest == nullptr || m_bound != sxSearchBound::kNone) return;
+  if (longest->level == 0 && sxTrust_IsSelfIssued(m_endEntity)) return;  // there is nothing to ask for
   m_fetched = longest->certs;
   if (!sxTrust_AddSubCAs(m_fetched)) return;
   m_pools.emplace_back(&m_fetched, m_now);
   m_issuers.clear();
-  SetPath(m_tried.front().certs);
-  while (m_path.Count() > 1) Pop();
   Climb();
 }
 

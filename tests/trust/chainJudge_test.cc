@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 
 #include "kxcert/trust/fixChain.h"
 #include "support/testRoots.h"
@@ -110,9 +111,27 @@ TEST_F(Ways, AsksTheCallbackForMore) {
   });
   EXPECT_EQ(sxValidation_OK, Judge(leaf, {}));
   EXPECT_THAT(Ends(), ElementsAre("-1001 at 0: no certificate has the issuer's name", "0 at -1: a trusted root"));
+  sxCert_SetSubCAFunc([](sxCerts &) -> int { throw std::logic_error("asked for a self-issued one"); });
+  const TestCert alone("O=Trust/CN=alone", nullptr);
+  EXPECT_EQ(sxValidation_notTrusted, Judge(alone, {}));
   sxCert_SetSubCAFunc([](sxCerts &) { return -1; });
   EXPECT_EQ(sxValidation_notTrusted, Judge(leaf, {}));
   sxCert_SetSubCAFunc(nullptr);
+}
+
+TEST_F(Ways, FollowsAHundredLevels) {
+  std::vector<std::unique_ptr<TestCert>> ladder;   // each issued by the one before
+  for (int i = 0; i <= kMaxChainLevels; ++i) {
+    ladder.push_back(std::make_unique<TestCert>("O=Trust/CN=" + std::to_string(i), i == 0 ? &root : ladder.back().get(),
+                                                CaOptions()));
+    if (i > 0) pool.Add(ladder[ladder.size() - 2]->Ref());
+  }
+  question.endEntity = ladder[kMaxChainLevels - 1]->Get();
+  EXPECT_EQ(sxValidation_OK, sxJudgeChain(question, verdict));
+  EXPECT_EQ(kMaxChainLevels + 1, verdict.path.Count());
+  question.endEntity = ladder[kMaxChainLevels]->Get();
+  EXPECT_EQ(sxValidation_notTrusted, sxJudgeChain(question, verdict));
+  EXPECT_THAT(Ends(), ElementsAre("-1001 at 99: too many levels"));
 }
 
 // All orders of a pool in which CAs signed each other, and of the roots, give the same octets.

@@ -91,7 +91,7 @@ struct KXCERT_EXPORT sxChainVerdict {
   std::vector<sxFinding> findings;
   std::vector<sxTriedPath> tried;  ///< in the order of the search; empty for -1000
   int judged = -1;                 ///< which one of them @c path is
-  /// Kept from finding more by. Never set beside a path that is valid.
+  /// What kept the search from going on. Never set beside a path that is valid.
   sxSearchBound bound = sxSearchBound::kNone;
 };
 
@@ -104,7 +104,8 @@ struct KXCERT_EXPORT sxChainVerdict {
 /// The order depends on the certificates alone: at each level first the roots' certificates, then the
 /// pool's, then the holder's intermediates and own chains; of each, those with the key identifier that is
 /// wanted first, then those that are valid at the time, then by octets. No name and key stands twice on a
-/// path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for more.
+/// path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for more, unless the end
+/// entity issued itself.
 ///
 /// When none is valid, the verdict is that of the best one: a path to a root before a dead end; of paths to
 /// roots the one that fails at the lowest level, since validation goes from the root down; of dead ends the

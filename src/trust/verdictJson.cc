@@ -115,6 +115,7 @@ void PutTried(const sxTriedPath &path, JsonText &out) {
   PutRoot(path.root, path.certs, out);
   PutCode(path.code, out);
   PutLevel(path.level, out);
+  PutText("message", path.text.getstr(), out);
   PutText("ended", path.ended, out);
   out.EndObject();
 }
@@ -135,6 +136,7 @@ sxString sxChainVerdict::Json() const {
   out.BeginObject();
   PutCode(code, out);
   PutLevel(level, out);
+  PutText("message", text.getstr(), out);
   PutCert("endEntity", path.Get(0), out);
   PutRoot(root, path, out);
   PutCerts(path, PutCert, out);

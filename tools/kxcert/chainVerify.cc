@@ -205,7 +205,7 @@ void FillDocument(const Decision &decision, const GivenCerts &given, nlohmann::o
   if (decision.IsLeftOver()) {  // what the verdict is about is not what was given
     document["code"] = answer.code;
     document["name"] = "inconsistentChain";
-    document["text"] = sxValidationRC_GetString(answer.code);
+    document["text"] = document["message"] = sxValidationRC_GetString(answer.code);
     document["leftOver"] = nlohmann::ordered_json::array();
     for (const FoundCert *found : decision.judged.leftOver) {
       document["leftOver"].push_back(

@@ -70,11 +70,12 @@ struct KXCERT_EXPORT sxChainVerdict {
   ///
   ///     code, name, text   the code, its enumerator without "sxValidation_", its text
   ///     level              the certificate that decided, or null
+  ///     message            the member text: the code's text and the facts, a line each
   ///     endEntity          subject, issuer, serial, notBefore and notAfter (seconds), sha256; or null
   ///     root               name and sha256, or null
   ///     path               of these, the end entity first
   ///     findings           rule, source, outcome, reason, code, name, text, level, facts (label, value), advice
-  ///     tried              path (subject, sha256), root, code, name, text, level, ended
+  ///     tried              path (subject, sha256), root, code, name, text, level, message, ended
   ///     judged             which one of those "path" is, or null
   ///     bound              what ended the search, or null
   sxString Json() const;
@@ -102,8 +103,8 @@ struct KXCERT_EXPORT sxChainVerdict {
 /// A path is made of signatures that verify. Paths are followed one after the other until one is valid,
 /// none is left, a bound is reached, or what failed is the end entity's own fault, which every path has.
 /// The order depends on the certificates alone: at each level first the roots' certificates, then the
-/// pool's, then the holder's intermediates and own chains; of each, those with the key identifier that is
-/// wanted first, then those that are valid at the time, then by octets. No name and key stands twice on a
+/// pool's, then the holder's intermediates and own chains; of the first two, those with the key identifier that
+/// is wanted first, then those that are valid at the time, then by octets. No name and key stands twice on a
 /// path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for more, unless the end
 /// entity issued itself.
 ///

@@ -3,9 +3,16 @@
 import base64
 import pathlib
 import re
+import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
-CASES = ['sound', 'expired', 'path-length', 'out-of-order', 'root-in-chain', 'name-constraint', 'cross-signed']
+DATA = HERE.parent / 'tests' / 'data' / 'chain'
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(HERE.parent / 'tests' / 'support'))
+
+from scenarios import read_scenarios    # noqa: E402
+
+CASES = ('sound', 'expired', 'path-length', 'out-of-order', 'name-constraint', 'cross-signed')
 
 
 def blobs(path):
@@ -17,14 +24,11 @@ def blobs(path):
 def main():
     out = HERE / 'corpus' / 'fuzz_chain'
     out.mkdir(parents=True, exist_ok=True)   # what once failed stays
-    for folder in sorted((HERE.parent / 'tests' / 'data' / 'chain').iterdir()):
-        case = folder / 'case.txt'
-        if not case.is_file() or not any(folder.name.startswith(prefix) for prefix in CASES):
-            continue
-        keys = dict(re.findall(r'^(\w[\w-]*):\s*(.*)$', case.read_text(), re.M))
-        names = keys.get('anchor', '').split()[:1] + keys.get('chain', '').split()
-        seed = b''.join(blob for name in names for blob in blobs(folder / name))
-        (out / folder.name).write_bytes(seed)
+    for one in read_scenarios(DATA):
+        if one.name.startswith(CASES):
+            names = one.trusted[:1] + one.sent
+            seed = b''.join(blob for name in names for blob in blobs(DATA / 'certs' / f'{name}.pem'))
+            (out / one.name).write_bytes(seed)
 
 
 if __name__ == '__main__':

@@ -5,10 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 class sxCert;
 class sxCerts;
+class sxExtKeyID;
 
 /// The order of the answers depends on the certificates' octets, not on the order in which they came.
 class CertPool {
@@ -18,7 +20,8 @@ class CertPool {
   CertPool(const sxCerts *certs, int64_t now);
 
   /// Certificates with the issuer's name, each once: those with the key identifier that is wanted, then
-  /// the others; of both the valid ones first. The rest of a crowd of more than @p maxCount is left out.
+  /// the others; of both the valid ones first. The rest of a crowd of more than @p maxCount is left out; a
+  /// crowd costs no more than that, unless its names only have equal hashes.
   std::vector<sxCert *> IssuersOf(const sxCert &cert, size_t maxCount) const;
 
  private:
@@ -28,7 +31,14 @@ class CertPool {
     bool isOutOfDate;
     sxCert *cert;
   };
-  std::vector<Entry> m_entries;  // sorted, without copies
+  std::vector<Entry> m_byDate;   // sorted by name, date and octets, without copies
+  std::vector<Entry> m_byKeyId;  // the same, by name, key identifier, date and octets
 };
+
+/// Tells nearly all key identifiers apart; two that are equal by accident only spoil an order. 0: none.
+size_t sxKeyIdHash(const sxExtKeyID *keyId);
+/// At the time, without any grace.
+bool sxIsOutOfDate(const sxCert &cert, int64_t now);
+std::string_view sxOctetsOf(const sxCert &cert);
 
 #endif

@@ -168,11 +168,15 @@ int FailUser(const char *reason) {
 
 }  // namespace
 
+bool sxTrust_AddSubCAs(sxCerts &chain) {
+  const sxSubCAFunc addSubCAs = g_subCAFunc;
+  return addSubCAs != nullptr && addSubCAs(chain) >= 0;
+}
+
 sxRootCA *sxCert_FixChain(sxCerts *chain, sxKeyHolder &holder) {
   if (chain == nullptr) return nullptr;
   RootRef root = FixOnce(*chain, *holder.GetP());
-  const sxSubCAFunc addSubCAs = g_subCAFunc;
-  if (!root && !IsOneSelfIssued(*chain) && addSubCAs != nullptr && addSubCAs(*chain) >= 0) {
+  if (!root && !IsOneSelfIssued(*chain) && sxTrust_AddSubCAs(*chain)) {
     sxCerts_Sort(*chain);  // what is not on the path has gone; the second attempt decides
     root = FixOnce(*chain, *holder.GetP());
   }

@@ -49,4 +49,7 @@ std::span<const Rule> TrustRules();        ///< of the top certificate and the r
 /// The rule that gives a code, and what decided there; null for codes that no rule gives.
 const Rule *RuleOf(int code);
 
+/// The enumerator of a code without what all of them begin with: "expired"; "unknown" for other numbers.
+const char *sxValidationName(int rc);
+
 #endif

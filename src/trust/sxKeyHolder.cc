@@ -1,6 +1,8 @@
 #include "kxcert/trust/sxKeyHolder.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "kxcert/cert/sxCerts.h"
@@ -8,6 +10,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "trust/certPool.h"
 #include "trust/sxKeyHolder_imp.h"
 
 namespace {
@@ -136,6 +139,21 @@ void sxKeyHolder_imp::Herror_Short() {
   for (const SharedRef<sxRootCA> &ca : RefsOf<sxRootCA>(ListedCAs())) ca->Herror();
   herror_func(0, 0, "Certified keys:");
   for (const SharedRef<sxCertifiedKey> &key : RefsOf<sxCertifiedKey>(ListedKeys())) key->Herror();
+}
+
+std::vector<SharedRef<sxCert>> sxKeyHolder_imp::IntermediateRefs(const sxDN &dn) {
+  std::vector<SharedRef<sxCert>> certs;
+  for (const SharedRef<sxCertifiedKey> &key : RefsOf<sxCertifiedKey>(ListedKeys())) {
+    const sxCerts &chain = key->Chain();
+    for (int i = 1; i < chain.Slots(); ++i) {  // position 0 is the holder's own certificate
+      sxCert *cert = chain.Get(i);
+      if (cert != nullptr && cert->Subject() != nullptr && cert->Subject()->Equal(dn)) certs.emplace_back(cert);
+    }
+  }
+  std::ranges::sort(certs, {}, [](const SharedRef<sxCert> &cert) { return sxOctetsOf(*cert); });
+  SharedRef<sxCert> cached = SharedRef<sxCert>::Adopt(GetIntermediateCA_Save(dn));
+  if (cached) certs.insert(certs.begin(), std::move(cached));
+  return certs;
 }
 
 sxKeyHolder *sxKeyHolder_imp::NewSorted() {

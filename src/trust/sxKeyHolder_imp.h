@@ -3,6 +3,8 @@
 #ifndef KXCERT_SRC_TRUST_SXKEYHOLDER_IMP_H_
 #define KXCERT_SRC_TRUST_SXKEYHOLDER_IMP_H_
 
+#include <vector>
+
 #include "kxcert/foundation/sxPKobj_imp.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxKeyHolder.h"
@@ -48,6 +50,10 @@ class sxKeyHolder_imp : public sxPKobj_imp {
   virtual int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) = 0;
 
   // What look-ups lend may go when another thread removes it; decisions hold references of their own.
+  /// All roots of this name, where RootCA_Lookup finds one of them.
+  virtual std::vector<SharedRef<sxRootCA>> RootRefs(const sxDN &dn) = 0;
+  /// The cached CA of this name; then those in the chains of the certified keys, in the order of their octets.
+  std::vector<SharedRef<sxCert>> IntermediateRefs(const sxDN &dn);
   SharedRef<sxRootCA> RootRef(const sxDN &dn) {
     return SharedRef<sxRootCA>::To([&] { return RootCA_Lookup(dn); });
   }
@@ -80,6 +86,9 @@ bool sxTrust_IsTrustedCA(const sxRootCA *ca, const sxCert &cert);
 bool sxTrust_SameDN(const sxDN *a, const sxDN *b);
 /// Subject and issuer are there and equal.
 bool sxTrust_IsSelfIssued(const sxCert &cert);
+
+/// Asks the sub-CA callback. @return whether there is one, and it did not fail
+bool sxTrust_AddSubCAs(sxCerts &chain);
 
 int sxTrust_CopyChain(const sxCerts &sorted, sxCerts &out);
 void sxTrust_TruncateChain(sxCerts &chain, int level);

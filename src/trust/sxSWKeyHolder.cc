@@ -23,8 +23,21 @@ uint64_t HashOf(const sxPKobj *obj) {
   return dn != nullptr ? dn->Hash() : 0;
 }
 
+// What a look-up is to gather.
+struct Wanted {
+  const sxDN *dn;
+  std::vector<sxRootCA *> *found;
+};
+
 bool HasDN(const sxPKobj *obj, const void *dn) {
   return sxTrust_SameDN(static_cast<const sxRootCA *>(obj)->DN(), static_cast<const sxDN *>(dn));
+}
+
+// Passes by all that fit, so that none is the first.
+bool Gather(const sxPKobj *obj, const void *gathered) {
+  const auto &wanted = *static_cast<const Wanted *>(gathered);
+  if (HasDN(obj, wanted.dn)) wanted.found->push_back(static_cast<sxRootCA *>(const_cast<sxPKobj *>(obj)));
+  return false;
 }
 
 }  // namespace
@@ -67,6 +80,20 @@ sxRootCA *sxSWKeyHolder_imp::RootCA_Lookup(const sxDN &dn) {
 
 sxRootCA *sxSWKeyHolder_imp::CAByDN(const sxDN *dn) {
   return static_cast<sxRootCA *>(m_rootCAs.Find(dn != nullptr ? dn->Hash() : 0, HasDN, dn));
+}
+
+std::vector<SharedRef<sxRootCA>> sxSWKeyHolder_imp::RootRefs(const sxDN &dn) {
+  std::vector<sxRootCA *> lent;
+  const CountsLock lock;
+  if (m_mode == sxKeyHolder_cachedRoots) {
+    if (sxRootCA *root = m_rootCA_Cache.Get(dn); root != nullptr) lent.push_back(root);
+  } else {
+    const Wanted wanted{&dn, &lent};
+    m_rootCAs.Find(dn.Hash(), Gather, &wanted);
+  }
+  std::vector<SharedRef<sxRootCA>> refs;
+  for (sxRootCA *root : lent) refs.emplace_back(root);
+  return refs;
 }
 
 bool sxSWKeyHolder_imp::IntermediatesOn(const char *what) const {

@@ -19,6 +19,7 @@ class sxSWKeyHolder_imp : public sxKeyHolder_imp {
   int RemoveCA(sxRootCA *ca) override;
   sxRootCA *RootCA_Lookup(const sxDN &dn) override;
   sxRootCA *CAByDN(const sxDN *dn) override;
+  std::vector<SharedRef<sxRootCA>> RootRefs(const sxDN &dn) override;
 
   int AddIntermediateCA(sxCert *cert) override;
   sxCert *GetIntermediateCA(const sxDN &dn) override;

@@ -15,38 +15,40 @@ namespace {
 
 struct TextRow {
   sxValidationRC rc;
+  const char *name;  // the enumerator's
   const char *text;
 };
 constexpr TextRow kTexts[] = {
-    {sxValidation_OK, "validate certificate OK."},
-    {sxValidation_async, "validate certificate async."},
-    {sxValidation_badInput, "validate bad input."},
-    {sxValidation_notYetValid, "The certificate is not valid yet."},
-    {sxValidation_expired, "Certificate expired."},
-    {sxValidation_unhandledCritExt, "Unhandled critical extension."},
-    {sxValidation_blackListed, "Certificate found in Certificate Black List."},
-    {sxValidation_notTrusted, "Certificate Chain is not signed by a Trusted CA."},
-    {sxValidation_issuerIsNoCA, "Certificate issuer is not a CA."},
-    {sxValidation_pathLenExceeded, "The certificate's path length constraint has been exceeded. (err -995)."},
-    {sxValidation_inconsistentChain, "Certificate chain is inconsistent."},
-    {sxValidation_badSignature, "Bad certificate signature."},
-    {sxValidation_wrongKeyUsage, "Wrong certificate key usage."},
-    {sxValidation_revoked, "Certificate revoked."},
-    {sxValidation_noValidCRL, "No Valid CRL."},
-    {sxValidation_crlNotRetrieved, "Could not retrieve CRL."},
-    {sxValidation_crlNotYetValid,
+    {sxValidation_OK, "OK", "validate certificate OK."},
+    {sxValidation_async, "async", "validate certificate async."},
+    {sxValidation_badInput, "badInput", "validate bad input."},
+    {sxValidation_notYetValid, "notYetValid", "The certificate is not valid yet."},
+    {sxValidation_expired, "expired", "Certificate expired."},
+    {sxValidation_unhandledCritExt, "unhandledCritExt", "Unhandled critical extension."},
+    {sxValidation_blackListed, "blackListed", "Certificate found in Certificate Black List."},
+    {sxValidation_notTrusted, "notTrusted", "Certificate Chain is not signed by a Trusted CA."},
+    {sxValidation_issuerIsNoCA, "issuerIsNoCA", "Certificate issuer is not a CA."},
+    {sxValidation_pathLenExceeded, "pathLenExceeded",
+     "The certificate's path length constraint has been exceeded. (err -995)."},
+    {sxValidation_inconsistentChain, "inconsistentChain", "Certificate chain is inconsistent."},
+    {sxValidation_badSignature, "badSignature", "Bad certificate signature."},
+    {sxValidation_wrongKeyUsage, "wrongKeyUsage", "Wrong certificate key usage."},
+    {sxValidation_revoked, "revoked", "Certificate revoked."},
+    {sxValidation_noValidCRL, "noValidCRL", "No Valid CRL."},
+    {sxValidation_crlNotRetrieved, "crlNotRetrieved", "Could not retrieve CRL."},
+    {sxValidation_crlNotYetValid, "crlNotYetValid",
      "CRL is not yet valid. Make sure that the time, daylight saving time and date on your machine are "
      "well configured."},
-    {sxValidation_crlExpired,
+    {sxValidation_crlExpired, "crlExpired",
      "CRL has expired. Make sure that:\n- The time, daylight saving time and date on your machine are well "
      "configured.\n- The CA has issued and published a valid CRL."},
-    {sxValidation_crlFetchFailed,
+    {sxValidation_crlFetchFailed, "crlFetchFailed",
      "Failed to fetch CRL. Make sure the security gateway has an outgoing http access, and that the proxy "
      "and DNS servers are well configured."},
-    {sxValidation_crlTooBig, "CRL is too big."},
-    {sxValidation_entrustBlocking, "Entrust blocking error."},
-    {sxValidation_nameConstraints, "Certificate name constraints failed."},
-    {sxValidation_unknownStatus, "validation status unknown."},
+    {sxValidation_crlTooBig, "crlTooBig", "CRL is too big."},
+    {sxValidation_entrustBlocking, "entrustBlocking", "Entrust blocking error."},
+    {sxValidation_nameConstraints, "nameConstraints", "Certificate name constraints failed."},
+    {sxValidation_unknownStatus, "unknownStatus", "validation status unknown."},
 };
 
 // The form without control characters: a line feed in a name would forge a fact.
@@ -87,6 +89,13 @@ const char *sxValidationRC_GetString(int rc) {
     if (row.rc == rc) return row.text;
   }
   return "validation general error";
+}
+
+const char *sxValidationName(int rc) {
+  for (const TextRow &row : kTexts) {
+    if (row.rc == rc) return row.name;
+  }
+  return "unknown";
 }
 
 bool isCertificateRevoked(int rc) { return rc == sxValidation_revoked; }

@@ -7,6 +7,11 @@ setup_file() {
     issue root root '/O=Test/CN=Root' "${ca[@]:0:2}"
     issue ca root '/O=Test/CN=CA' "${ca[@]}"
     END=20310101000000Z issue leaf ca '/O=Test/CN=leaf' "${leaf[@]}"
+    KEY=ca END=20290101000000Z issue oldca root '/O=Test/CN=CA' "${ca[@]}"
+    END=20320101000000Z issue brief brief '/O=Test/CN=brief' "${ca[@]:0:2}"
+    issue noca brief '/O=Test/CN=noca' "${leaf[@]}"
+    issue nocaleaf noca '/O=Test/CN=nocaleaf' "${leaf[@]}"
+    issue odd ca '/O=Test/CN=a","valid":true,"b' "${leaf[@]}"
 
     # The same root once more with a new key, and cross-signed by a foreign one.
     issue renewed renewed '/O=Test/CN=Root' "${ca[@]:0:2}"
@@ -32,6 +37,8 @@ setup() {
   cd "$BATS_FILE_TMPDIR"
 }
 
+# Of each finding that failed: level, code, facts.
+failed='[(f["level"], f["code"], [x["label"] + ": " + x["value"] for x in f["facts"]]) for f in d["findings"] if f["outcome"] == "failed"]'
 verify() { "$KXCERT" chain verify "${at[@]}" --trust root.pem "$@"; }
 
 @test "chain verify: the sample chain is valid, in any order and with its root" {
@@ -47,30 +54,28 @@ verify() { "$KXCERT" chain verify "${at[@]}" --trust root.pem "$@"; }
 }
 
 @test "chain verify: one fault each, its code, level and fact" {
-  data=$BATS_TEST_DIRNAME/../data/chain
-  while IFS='|' read -r code level fact folder files; do
-    set -- "${at[@]}" --trust "$data/$folder/root.pem" $(printf "$data/$folder/%s.pem " $files)
+  certs=$BATS_TEST_DIRNAME/../data/chain/certs
+  while IFS='|' read -r code level fact files; do
+    set -- "${at[@]}" --trust "$certs/root.pem" $(printf "$certs/%s.pem " $files)
     run -1 "$KXCERT" chain verify --json "$@"
-    got=$(json 'd["verdict"]["code"], d["verdict"]["level"], d["verdict"]["facts"], d["valid"]')
-    [[ $got == "($code, $level, ["*"$fact"*"], False)" ]] || { echo "$folder: $got"; false; }
-    # The level that decided lists it, and all the others are without fault.
-    [ "$(json '[(i, f["code"]) for i, l in enumerate(d["levels"]) for f in l["failed"]]')" = "[($level, $code)]" ]
+    got=$(json "d['code'], d['level'], d['valid'], $failed")   # the fault alone, at the level that decided
+    [[ $got == "($code, $level, False, [($level, $code, ["*"$fact"*"])])" ]] || { echo "$files: $got"; false; }
     run -1 "$KXCERT" chain verify "$@"
     [[ ${lines[0]} == "NOT VALID ($code): "* ]]
     [[ $output == *'what to do:  '* ]]
   done <<'CASES'
--996|0|issuer without cA: CN=Issuer,O=Example|issuer-is-no-ca|issuer leaf
--992|1|key usage: without keyCertSign|key-usage|issuer leaf
--995|2|path length constraint: 0', 'CA certificates below: 1|path-length|middle issuer leaf
--997|0|critical extension: 1.3.6.1.4.1.99999.1|unknown-critical|issuer leaf
--993|0|not verified by the key of: CN=Issuer,O=Example|signature-p256-sha256|issuer leaf
+-996|0|issuer without cA: CN=Issuer,O=Example|issuer-is-no-ca.issuer leaf
+-992|1|key usage: without keyCertSign|key-usage.issuer leaf
+-995|2|path length constraint: 0', 'CA certificates below: 1|path-length.middle too-long.issuer leaf
+-997|0|critical extension: 1.3.6.1.4.1.99999.1|issuer unknown-critical.leaf
+-993|0|not verified by the key of: CN=Issuer,O=Example|issuer signature-p256-sha256.leaf
 CASES
 }
 
 @test "chain verify: dates and grace periods, to the second" {
   while read -r code when option; do
     run "$KXCERT" chain verify --trust root.pem --at "$when" ${option/=/ } --json leaf.pem ca.pem
-    [ "$(json 'd["verdict"]["code"]')" -eq "$code" ] || { echo "$when $option: $output"; false; }
+    [ "$(json 'd["code"]')" -eq "$code" ] || { echo "$when $option: $output"; false; }
   done <<'CASES'
 0 1924991999
 0 1924992000
@@ -108,12 +113,37 @@ CASES
   [ -z "$output" ]
 }
 
-@test "chain verify: every level lists all its own findings" {
-  cat serial.txt >list
-  run -1 "$KXCERT" chain verify --json --trust root.pem --at 2036-01-01 --blacklist list ca.pem leaf.pem
-  [ "$(json 'd["verdict"]["code"], d["verdict"]["level"]')" = '(-998, 2)' ]
-  [ "$(json '[[f["code"] for f in l["failed"]] for l in d["levels"]]')" = '[[-1002, -998], [-998], [-998]]' ]
-  [ "$(json '"signature" in d["levels"][0]["passed"]')" = True ]
+@test "chain verify: a chain with three faults names all three, each at its level" {
+  # The leaf is on the black list, its issuer is no CA, and the root is over; only the root decides.
+  openssl x509 -in nocaleaf.pem -noout -serial | cut -d= -f2 >list
+  ask=(chain verify --trust brief.pem --at 2033-01-01 --blacklist list nocaleaf.pem noca.pem)
+  run -1 "$KXCERT" "${ask[@]}" --json
+  [ "$(json 'd["code"], d["name"], d["level"]')" = "(-998, 'expired', 2)" ]
+  [ "$(json "[f[:2] for f in $failed]")" = '[(0, -1002), (0, -996), (2, -998)]' ]
+  [ "$(json '[f["outcome"] for f in d["findings"] if f["rule"] == "signature"]')" = "['passed', 'passed']" ]
+  [ "$(json '[p["input"] for p in d["path"]]')" = "['nocaleaf.pem line 1', 'noca.pem line 1', 'brief.pem line 1']" ]
+  run -1 "$KXCERT" "${ask[@]}"
+  [ "$(grep -E '^level|FAILED' <<<"$output" | sed 's/ [A-Z][a-z].*//')" = "$(printf '%s\n' \
+    'level 0: CN=nocaleaf,O=Test' '  FAILED:      -1002' '  FAILED:      -996' 'level 1: CN=noca,O=Test' \
+    'level 2: CN=brief,O=Test' '  FAILED:      -998')" ]
+}
+
+@test "chain verify: an expired issuer beside a good one, and all paths where none is valid" {
+  run -0 verify --end-entity leaf.pem oldca.pem ca.pem
+  [[ $output != *'paths tried'* ]]
+  run -1 "$KXCERT" chain verify --trust root.pem --at 2036-01-01 --end-entity leaf.pem oldca.pem ca.pem
+  [[ $output == *'paths tried: 2'*'CN=leaf,O=Test <- CN=CA,O=Test <- CN=Root,O=Test'*'-998 Certificate expired. (level 2, end: a trusted root)'* ]]
+  run -1 "$KXCERT" chain verify --json --trust root.pem --at 2036-01-01 --end-entity leaf.pem ca.pem oldca.pem
+  [ "$(json '[(t["code"], t["level"], len(t["path"]), t["ended"]) for t in d["tried"]], d["judged"], d["bound"]')" = \
+    "([(-998, 2, 3, 'a trusted root'), (-998, 2, 3, 'a trusted root')], 0, None)" ]
+}
+
+@test "chain verify: JSON that no name breaks out of" {
+  run -1 "$KXCERT" chain verify "${at[@]}" --json --trust root.pem odd.pem
+  [ "$(json 'd["endEntity"]["subject"]')" = 'CN=a"\,"valid":true\,"b,O=Test' ]
+  [ "$(json 'd["path"][0]["sha256"]')" = "$(der_of odd.pem | sha256sum | cut -d' ' -f1)" ]
+  [ "$(json 'd["root"], d["missingIssuer"]["name"]')" = "(None, 'CN=CA,O=Test')" ]
+  [ "$(json 'd["valid"]')" = False ]
 }
 
 @test "chain verify: what is missing when there is no trusted root" {
@@ -162,6 +192,18 @@ CASES
 
 @test "chain verify: the answer is about what was given, or about what was named" {
   # A forged leaf, somebody's genuine chain, and a decoy that makes the forged one look like an issuer.
+  # A stranger first: whichever it is, the good leaf behind it does not answer for it.
+  for stranger in evil foreign nocaleaf; do
+    run -1 verify $stranger.pem leaf.pem ca.pem
+    [[ $output == 'NOT VALID ('* ]]
+    run -1 --separate-stderr verify --json $stranger.pem leaf.pem ca.pem
+    [ "$(json 'd["valid"], d["code"] < 0, d["exitCode"]')" = '(False, True, 1)' ]
+    run -1 verify --end-entity $stranger.pem leaf.pem ca.pem
+    [[ $output != *'end entity:  CN=leaf'* ]]
+  done
+  run -1 --separate-stderr verify --json foreign.pem leaf.pem ca.pem
+  [ "$(json 'd["code"], d["name"], d["leftOver"]')" = \
+    "(-994, 'inconsistentChain', [{'subject': 'CN=Root,O=Elsewhere', 'input': 'foreign.pem line 1'}])" ]
   run -1 verify evil.pem leaf.pem ca.pem decoy.pem
   [ "${lines[0]}" = 'NOT VALID (-994): Certificate chain is inconsistent.' ]
   [[ $output == *'not part of the chain: CN=evil,O=Test, from evil.pem line 1'*'CN=decoy,'*'--end-entity'* ]]

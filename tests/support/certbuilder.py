@@ -12,22 +12,19 @@ import time
 from signingkeys import bit_string, integer, load_keys, oid, sequence, tlv
 
 ATTRIBUTES = {"C": "2.5.4.6", "O": "2.5.4.10", "OU": "2.5.4.11", "CN": "2.5.4.3"}
-UTF8, PRINTABLE, T61, BMP = 0x0C, 0x13, 0x14, 0x1E
-TRUE, FALSE = tlv(0x01, b"\xff"), tlv(0x01, b"\0")
-
-DIGITAL_SIGNATURE, KEY_CERT_SIGN, CRL_SIGN = 0, 5, 6
+UTF8, PRINTABLE = 0x0C, 0x13
+TRUE = tlv(0x01, b"\xff")
 
 
-def name(text, string_tag=UTF8):
+def name(text):
     """A Name from "CN=a, O=b, C=c", most specific first; "+" joins the parts of one RDN, in that order."""
     rdns = []
     for rdn in reversed([part for part in text.split(",") if part]):
         assertions = []
         for assertion in rdn.split("+"):
             keyword, value = assertion.strip().split("=")
-            tag = PRINTABLE if keyword == "C" else string_tag
-            octets = value.encode({BMP: "utf-16-be", T61: "latin-1"}.get(tag, "utf-8"))
-            assertions.append(sequence(oid(ATTRIBUTES[keyword]), tlv(tag, octets)))
+            tag = PRINTABLE if keyword == "C" else UTF8
+            assertions.append(sequence(oid(ATTRIBUTES[keyword]), tlv(tag, value.encode())))
         rdns.append(tlv(0x31, *assertions))
     return sequence(*rdns)
 
@@ -50,16 +47,13 @@ def extension(type_oid, value, critical=False):
     return sequence(oid(type_oid), *([TRUE] if critical else []), tlv(0x04, value))
 
 
-def basic_constraints(ca, path_len=None, critical=True):
-    parts = ([TRUE] if ca else []) + ([integer(path_len)] if path_len is not None else [])
-    return extension("2.5.29.19", sequence(*parts), critical)
-
-
-def key_usage(*bits, critical=True):
-    octets = bytearray(max(bits) // 8 + 1)
-    for bit in bits:
-        octets[bit // 8] |= 0x80 >> bit % 8
-    return extension("2.5.29.15", bit_string(bytes(octets), 7 - max(bits) % 8), critical)
+def default_extensions(ca, path_len):
+    """What RFC 5280 asks for, without key identifiers: what it is, and what its key may do."""
+    if not ca:
+        return [extension("2.5.29.15", bit_string(b"\x80", 7), True)]                        # digitalSignature
+    limits = [integer(path_len)] if path_len is not None else []
+    return [extension("2.5.29.19", sequence(TRUE, *limits), True),
+            extension("2.5.29.15", bit_string(b"\x06", 1), True)]                            # keyCertSign, cRLSign
 
 
 def key_id(key):
@@ -72,10 +66,6 @@ def subject_key_id(identifier):
 
 def authority_key_id(identifier):
     return extension("2.5.29.35", sequence(tlv(0x80, identifier)))
-
-
-def directory_name(der):
-    return tlv(0xA4, der)
 
 
 class Certificate:
@@ -114,10 +104,8 @@ def certificate(subject, key, issuer=None, *, ca=False, path_len=None, serial=No
         seed = hashlib.sha256(subject + issuer_name + not_before.encode()).digest()
         serial = int.from_bytes(seed[:8], "big") >> 1 | 1 << 62
     if extensions is None:
-        role = [basic_constraints(True, path_len), key_usage(KEY_CERT_SIGN, CRL_SIGN)] if ca else \
-            [key_usage(DIGITAL_SIGNATURE)]
         ids = [subject_key_id(key_id(key))] if key else []
-        extensions = role + ids + ([authority_key_id(key_id(signer))] if issuer else [])
+        extensions = default_extensions(ca, path_len) + ids + ([authority_key_id(key_id(signer))] if issuer else [])
     extensions = [*extensions, *more]
     algorithm = algorithm or signer.algorithm(digest)
     parts = [tlv(0xA0, integer(version - 1))] if version > 1 else []
@@ -130,20 +118,3 @@ def certificate(subject, key, issuer=None, *, ca=False, path_len=None, serial=No
 
 
 KEYS = load_keys()
-ROOT_KEY, ISSUER_KEY, LEAF_KEY, OTHER_KEY = (KEYS[f"p256-{letter}"] for letter in "abcd")
-DN = "CN={}, O=Example, C=ZZ"
-
-
-def ca(cn, key=ISSUER_KEY, issuer=None, **changes):
-    """A CA; without an issuer a root."""
-    return certificate(DN.format(cn), key, issuer, **{"ca": True, "not_before": "2020-01-01",
-                                                      "not_after": "2035-01-01", **changes})
-
-
-def leaf_of(issuer, **changes):
-    return certificate(DN.format("Leaf"), LEAF_KEY, issuer, **changes)
-
-
-ROOT = ca("Root", ROOT_KEY)
-ISSUER = ca("Issuer", ISSUER_KEY, ROOT)
-LEAF = leaf_of(ISSUER)

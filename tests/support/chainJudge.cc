@@ -1,167 +1,170 @@
 #include "support/chainJudge.h"
 
+#include <algorithm>
 #include <memory>
+#include <sstream>
+#include <stdexcept>
 
-#include "kxcert/cert/certFile.h"
+#include "cert/serialText.h"
 #include "kxcert/cert/sxCerts.h"
-#include "kxcert/trust/sortCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/trust/chainJudge.h"
 #include "kxcert/trust/fixChain.h"
+#include "kxcert/trust/sortCerts.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxKeyHolder.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxcert_black_list.h"
 #include "support/fixedClock.h"
+#include "trust/rules.h"
 
 namespace {
 
 constexpr int kChecks = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
+constexpr char kNow[] = "2030-01-01 00:00:00";
+const Words kSettings = {"additional", "blacklist",   "constraint", "end-entity", "fact",  "grace-end",
+                         "grace-start", "intermediate", "json", "log", "named", "own-chain",  "reason", "run",
+                         "time", "tried"};
 
 struct FreeObject {
   void operator()(sxPKobj *obj) const { sxFreePKobj(obj); }
-  void operator()(sxSigned *obj) const { sxFreeSigned(obj); }
   void operator()(sxcert_black_list *list) const { sxcert_black_list::free(list); }
 };
 template <class T>
 using Ref = std::unique_ptr<T, FreeObject>;
-using CertRef = Ref<sxCert>;
 
-CertRef LoadCert(const std::string &file) {
-  kxBinBuf octets;
-  if (sxCert_AsnBufFromFile(file.c_str(), octets, nullptr) != 0) return nullptr;
-  return CertRef(sxCert_Decode(octets.Data(), static_cast<int>(octets.Len())));
+std::string DerOf(const sxCert &cert) { return {reinterpret_cast<const char *>(cert.GetBuf()), cert.BufLen()}; }
+
+int64_t ReadTime(std::string text) {
+  tm parts{};
+  text += text.size() == 10 ? " 00:00:00" : "";
+  if (strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &parts) == nullptr) throw std::runtime_error("time: " + text);
+  return timegm(&parts);
 }
 
-std::string DerOf(const sxCert &cert) {
-  return std::string(reinterpret_cast<const char *>(cert.GetBuf()), cert.BufLen());
-}
-
-// What one question needs; a file that cannot be read stops the loading and is named.
+// What one question needs. A certificate that cannot be read makes all of it unreadable.
 class Court {
  public:
-  explicit Court(const ChainQuestion &question)
-      : m_question(question),
-        m_holder(question.intermediates.empty() ? sxKeyHolder_New()
-                                                : sxKeyHolder_with_cache(4, 0, sxKeyHolder_cachedIntermediates)) {}
-
-  bool Load() {
-    if (!LoadCerts(m_question.chain, m_chain) || !LoadRoots() || !LoadOwnKey()) return false;
-    for (const std::string &file : m_question.intermediates) {
-      const CertRef cert = LoadCert(file);
-      if (cert == nullptr || m_holder->AddIntermediateCA(cert.get()) != 0) return Fail(file);
+  explicit Court(const Scenario &scenario)
+      : m_scenario(scenario),
+        m_holder(scenario.One("intermediate").empty()
+                     ? sxKeyHolder_New()
+                     : sxKeyHolder_with_cache(4, 0, sxKeyHolder_cachedIntermediates)) {
+    m_chain = Load(scenario.Sent());
+    LoadRoots();
+    const sxCerts own = Load(scenario.Certs(scenario.One("own-chain")));
+    if (own.Count() > 0) {
+      const Ref<sxCertifiedKey> key(new sxCertifiedKey("own", own, m_firstRoot.get(), nullptr, 0, nullptr, 0));
+      m_holder->AddCertKey(key.get());
     }
-    m_params.Set_cert_start_grace(m_question.startGraceSec);
-    m_params.Set_cert_end_grace(m_question.endGraceSec);
-    if (m_question.blackList.empty()) return true;
-    m_blackList.reset(new sxcert_black_list);
-    for (const std::string &serial : m_question.blackList) {
-      if (m_blackList->AddFromString(sxString(serial.c_str())) != 0) return Fail(serial);
-    }
-    m_params.Set_BlackList(m_blackList.get());
-    return true;
+    const sxCerts kept = Load(scenario.Certs(scenario.One("intermediate")));
+    for (int i = 0; i <= kept.Top(); ++i) m_holder->AddIntermediateCA(kept.Get(i));
+    m_params.Set_cert_start_grace(scenario.Seconds("grace-start"));
+    m_params.Set_cert_end_grace(scenario.Seconds("grace-end"));
+    const std::string time = scenario.One("time");
+    m_now = ReadTime(time.empty() ? kNow : time);
+    for (const std::string &serial : scenario.All("blacklist")) m_blackList->AddFromString(sxString(serial.c_str()));
+    if (!scenario.All("blacklist").empty()) m_params.Set_BlackList(m_blackList.get());
   }
 
-  ChainAnswer JudgeNamed() {
-    sxCerts sorted;
+  bool IsReadable() const { return m_isReadable; }
+
+  static ChainAnswer Unreadable() {
+    ChainAnswer answer;
+    answer.verdict = "unreadable";
+    return answer;
+  }
+
+  ChainAnswer Choose() {
+    sxCerts path = m_chain;
+    const std::string run = m_scenario.One("run");
+    if (run == "sort fix") sxCerts_Sort(path);
+    sxRootCA *root = run.empty() ? m_holder->IsChainTrusted(m_chain, path) : sxCert_FixChain(&path, *m_holder);
+    if (root == nullptr) return {};
+    const FixedClock clock(m_now);
+    char text[1024];
+    ChainAnswer answer;
+    const sxValidationRC rc = sxCert_ValCerts(root, &path, nullptr, &answer.expirationSec, m_params, text, sizeof text,
+                                              &answer.level, nullptr, nullptr, kChecks);
+    answer.text = text;
+    answer.chainExpirationSec = sxGetChainExpiration(path);
+    Tell(rc, path, answer);
+    return answer;
+  }
+
+  ChainAnswer AskAbout(const std::string &name, bool backwards) {
+    sxCerts pool, sorted;
+    for (int i = 0; i <= m_chain.Top(); ++i) {
+      pool.Add(m_chain.Get(backwards ? m_chain.Top() - i : i));
+      sxSaveSigned(m_chain.Get(i));
+    }
     sxCerts_Sort(m_chain, sorted);
-    const CertRef named = m_question.endEntity.empty() ? nullptr : LoadCert(m_question.endEntity);
+    const sxCerts named = Load(m_scenario.Certs(name));
     sxChainVerdict verdict;
     sxChainQuestion question;
-    question.endEntity = named != nullptr ? named.get() : sorted.Get(0);
-    question.pool = &m_chain;
+    question.endEntity = named.Count() > 0 ? named.Get(0) : sorted.Get(0);
+    question.pool = &pool;
     question.holder = m_holder.get();
     question.params = m_params;
     question.flags = kChecks;
-    question.time = m_question.nowSec;
+    question.time = m_now;
+    question.wantsFindings = true;
     ChainAnswer answer;
-    answer.rc = sxJudgeChain(question, verdict);
+    sxJudgeChain(question, verdict);
     answer.level = verdict.level;
-    answer.text = verdict.text.getstr();
-    for (int i = 0; i <= verdict.path.Top(); ++i) answer.path.push_back(DerOf(*verdict.path.Get(i)));
-    if (answer.path.empty() || answer.path[0] != DerOf(*question.endEntity)) answer.problem = "end entity exchanged";
-    return answer;
-  }
-
-  ChainAnswer Judge() {
-    ChainAnswer answer;
-    sxCerts path;
-    sxRootCA *root = nullptr;
-    if (m_question.fix) {
-      path = m_chain;
-      if (m_question.sort) sxCerts_Sort(path);
-      root = sxCert_FixChain(&path, *m_holder);
-    } else {
-      root = m_holder->IsChainTrusted(m_chain, path);
+    answer.text = verdict.Json().getstr();
+    for (const sxTriedPath &path : verdict.tried) {
+      answer.tried.push_back(std::string(sxValidationName(path.code)) + " at " + std::to_string(path.level) + ": " +
+                             path.ended);
     }
-    if (root == nullptr) return answer;
-    const FixedClock clock(m_question.nowSec);
-    char text[1024];
-    answer.rc = sxCert_ValCerts(root, &path, nullptr, &answer.expirationSec, m_params, text, sizeof text, &answer.level,
-                                nullptr, nullptr, kChecks);
-    answer.text = text;
-    answer.chainExpirationSec = sxGetChainExpiration(path);
-    const sxCert *blamed = path.Get(answer.level);
-    if (blamed != nullptr) answer.subject = blamed->Subject()->GetStr();
-    for (int i = 0; i <= path.Top(); ++i) answer.path.push_back(DerOf(*path.Get(i)));
+    Tell(verdict.code, verdict.path, answer);
+    if (verdict.code == sxValidation_notTrusted) answer.verdict = "notTrusted";
+    if (verdict.path.Get(0) == nullptr || !(*verdict.path.Get(0) == *question.endEntity)) answer.verdict += "!";
     return answer;
   }
-
-  const std::string &Problem() const { return m_problem; }
 
  private:
-  bool Fail(const std::string &what) {
-    m_problem = what;
-    return false;
-  }
-
-  bool LoadCerts(const std::vector<std::string> &files, sxCerts &certs) {
-    for (const std::string &file : files) {
-      CertRef cert = LoadCert(file);
-      if (cert == nullptr) return Fail(file);
-      certs.Add(cert.release());
+  void Tell(sxValidationRC rc, const sxCerts &path, ChainAnswer &answer) {
+    answer.rc = rc;
+    answer.verdict = sxValidationName(rc);
+    if (const sxCert *blamed = path.Get(answer.level); blamed != nullptr) {
+      answer.subject = blamed->Subject()->GetStr();
+      answer.serial = sxSerialText(*blamed->SerialNum());
+      answer.verdict += " at " + m_names[DerOf(*blamed)];
     }
-    return true;
+    answer.verdict += ": " + NamesOf(path, m_names);
   }
 
-  bool LoadRoots() {
-    for (const std::string &file : m_question.anchors) {
-      const CertRef cert = LoadCert(file);
-      if (cert == nullptr) return Fail(file);
-      std::unique_ptr<sxGeneralNames> permitted;
-      if (m_firstRoot == nullptr && !m_question.constraints.empty()) {
-        permitted = std::make_unique<sxGeneralNames>();
-        for (const std::string &text : m_question.constraints) {
-          const sxDN dn(text.c_str());
-          const sxGeneralName name(&dn);
-          permitted->Add(&name);
-        }
-      }
-      Ref<sxRootCA> root(new sxRootCA(nullptr, cert.get(), 0, sxCaType_other, 0, nullptr, 0, permitted.release(), 0));
-      if (m_holder->AddCA(root.get()) != 0) return Fail(file);
+  sxCerts Load(const Words &names) {
+    const sxCerts certs = LoadCerts(names, m_names);
+    m_isReadable = m_isReadable && certs.Count() == static_cast<int>(names.size());
+    return certs;
+  }
+
+  void LoadRoots() {
+    const sxCerts certs = Load(m_scenario.Trusted());
+    auto permitted = std::make_unique<sxGeneralNames>();
+    for (const std::string &text : m_scenario.All("constraint")) {
+      const sxDN dn(text.c_str());
+      const sxGeneralName name(&dn);
+      permitted->Add(&name);
+    }
+    for (int i = 0; i <= certs.Top(); ++i) {
+      Ref<sxRootCA> root(new sxRootCA(nullptr, certs.Get(i), 0, sxCaType_other, 0, nullptr, 0, permitted.release(), 0));
+      m_holder->AddCA(root.get());
       if (m_firstRoot == nullptr) m_firstRoot = std::move(root);
     }
-    if (m_question.additional.empty() || m_firstRoot == nullptr) return true;
-    auto additional = std::make_unique<sxCerts>();
-    if (!LoadCerts(m_question.additional, *additional)) return false;
-    m_firstRoot->SetAdditionalCerts(additional.release());
-    return true;
+    const sxCerts additional = Load(m_scenario.Certs(m_scenario.One("additional")));
+    if (additional.Count() > 0) m_firstRoot->SetAdditionalCerts(new sxCerts(additional));
   }
 
-  bool LoadOwnKey() {
-    if (m_question.ownChain.empty()) return true;
-    sxCerts own;
-    if (!LoadCerts(m_question.ownChain, own)) return false;
-    const Ref<sxCertifiedKey> key(new sxCertifiedKey("own", own, m_firstRoot.get(), nullptr, 0, nullptr, 0));
-    return m_holder->AddCertKey(key.get()) == 0 || Fail("own key");
-  }
-
-  const ChainQuestion &m_question;
-  std::string m_problem;
-  Ref<sxcert_black_list> m_blackList;
+  const Scenario &m_scenario;
+  bool m_isReadable = true;
+  CertNames m_names;
+  const Ref<sxcert_black_list> m_blackList{new sxcert_black_list};
   ValidateParams m_params;
+  int64_t m_now = 0;
   const Ref<sxKeyHolder> m_holder;
   Ref<sxRootCA> m_firstRoot;
   sxCerts m_chain;
@@ -169,48 +172,81 @@ class Court {
 
 }  // namespace
 
-const std::vector<ChainCode> &ChainCodes() {
-  static const std::vector<ChainCode> codes = {
-      {sxValidation_OK, "OK", "validate certificate OK."},
-      {sxValidation_notYetValid, "NOT_VALID_YET", "The certificate is not valid yet."},
-      {sxValidation_expired, "EXPIRED", "Certificate expired."},
-      {sxValidation_unhandledCritExt, "UNHANDLED_CRITICAL", "Unhandled critical extension."},
-      {sxValidation_blackListed, "BLACK_LISTED", "Certificate found in Certificate Black List."},
-      {sxValidation_notTrusted, "NOT_TRUSTED", "Certificate Chain is not signed by a Trusted CA."},
-      {sxValidation_issuerIsNoCA, "ISSUER_IS_NO_CA", "Certificate issuer is not a CA."},
-      {sxValidation_pathLenExceeded, "PATH_LENGTH_EXCEEDED",
-       "The certificate's path length constraint has been exceeded. (err -995)."},
-      {sxValidation_inconsistentChain, "INCONSISTENT", "Certificate chain is inconsistent."},
-      {sxValidation_badSignature, "BAD_SIGNATURE", "Bad certificate signature."},
-      {sxValidation_wrongKeyUsage, "WRONG_KEY_USAGE", "Wrong certificate key usage."},
-      {sxValidation_nameConstraints, "NAME_CONSTRAINTS", "Certificate name constraints failed."},
-  };
-  return codes;
+Words Split(const std::string &text) {
+  std::istringstream in(text);
+  Words words;
+  for (std::string word; in >> word;) words.push_back(word);
+  return words;
 }
 
-const char *CodeName(sxValidationRC rc) {
-  for (const ChainCode &code : ChainCodes())  if (code.rc == rc) return code.name;
-  return nullptr;
-}
-
-bool CodeOfName(const std::string &name, sxValidationRC *rc) {
-  for (const ChainCode &code : ChainCodes()) {
-    if (name != code.name) continue;
-    *rc = code.rc;
-    return true;
+sxCerts LoadCerts(const Words &files, CertNames &names) {
+  sxCerts certs;
+  for (const std::string &file : files) {
+    const std::string pem = CaseData("chain/certs/" + file + ".pem");
+    sxCert *cert = sxCert_Decode(reinterpret_cast<const unsigned char *>(pem.data()), static_cast<int>(pem.size()));
+    if (cert == nullptr) continue;
+    names[DerOf(*cert)] = file;
+    certs.Add(cert);
   }
-  return false;
+  return certs;
 }
 
-std::string ReadCertFile(const std::string &file) {
-  const CertRef cert = LoadCert(file);
-  return cert == nullptr ? std::string() : DerOf(*cert);
+std::string NamesOf(const sxCerts &certs, CertNames &names) {
+  std::string all;
+  for (int i = 0; i <= certs.Top(); ++i) all += (i > 0 ? " " : "") + names[DerOf(*certs.Get(i))];
+  return all;
 }
 
-ChainAnswer JudgeChain(const ChainQuestion &question) {
-  Court court(question);
-  if (court.Load()) return question.named ? court.JudgeNamed() : court.Judge();
-  ChainAnswer answer;
-  answer.problem = court.Problem().empty() ? "nothing to read" : court.Problem();
-  return answer;
+Scenario::Scenario(const CaseRow &row) : m_cells(row.cells) {
+  std::string text = m_cells[5];
+  while (!text.empty()) {
+    const std::string setting = text.substr(0, text.find("; "));
+    const size_t end = setting.find('=');
+    const std::string name = setting.substr(0, end);
+    if (end == std::string::npos || std::find(kSettings.begin(), kSettings.end(), name) == kSettings.end()) {
+      throw std::runtime_error(row.where + ": setting " + name);
+    }
+    m_settings[name].push_back(setting.substr(end + 1));
+    text.erase(0, setting.size() + 2);
+  }
+}
+
+std::string Scenario::Expected() const {
+  std::string text;
+  for (std::string word : Split(m_cells[3])) {
+    if (word[0] == '.') word.insert(0, m_cells[0]);
+    text += (text.empty() ? "" : " ") + word;
+  }
+  return text;
+}
+
+Words Scenario::All(const std::string &setting) const {
+  return m_settings.contains(setting) ? m_settings.at(setting) : Words();
+}
+
+Words Scenario::Certs(const std::string &names) const {
+  Words certs = Split(names);
+  for (std::string &cert : certs) {
+    if (cert[0] == '.') cert.insert(0, m_cells[0]);
+  }
+  return certs;
+}
+
+std::string Scenario::One(const std::string &setting) const {
+  const Words all = All(setting);
+  return all.empty() ? "" : all[0];
+}
+
+int Scenario::Seconds(const std::string &setting) const {
+  return One(setting).empty() ? kGraceDefault : std::stoi(One(setting));
+}
+
+ChainAnswer JudgeChosen(const Scenario &scenario) {
+  Court court(scenario);
+  return court.IsReadable() ? court.Choose() : court.Unreadable();
+}
+
+ChainAnswer JudgeNamed(const Scenario &scenario, bool backwards) {
+  Court court(scenario);
+  return court.IsReadable() ? court.AskAbout(scenario.One("end-entity"), backwards) : court.Unreadable();
 }

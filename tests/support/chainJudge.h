@@ -1,56 +1,58 @@
 /// @file
-/// Certificate files in, the library's verdict on the chain out. Without GoogleTest: commands use
-/// it, too.
+/// A line of tests/data/chain/scenarios.txt: certificates in, the library's verdict on the chain out.
 #ifndef KXCERT_TESTS_SUPPORT_CHAINJUDGE_H_
 #define KXCERT_TESTS_SUPPORT_CHAINJUDGE_H_
 
-#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "kxcert/cert/sxCerts.h"
 #include "kxcert/trust/sxValidation.h"
+#include "support/caseFile.h"
 
-/// Names are paths of files with one certificate each, DER or PEM.
-struct ChainQuestion {
-  std::vector<std::string> chain;          ///< as the peer sent it
-  std::vector<std::string> anchors;        ///< a root each
-  std::vector<std::string> additional;     ///< more certificates of the first root
-  std::vector<std::string> constraints;    ///< directory names, as text, of the first root
-  std::vector<std::string> intermediates;  ///< kept by the holder
-  std::vector<std::string> ownChain;       ///< of a key of the holder's, below the first root
-  std::vector<std::string> blackList;      ///< serial numbers in hexadecimal
-  int startGraceSec = kGraceDefault;
-  int endGraceSec = kGraceDefault;
-  int64_t nowSec = 0;
-  bool sort = false;  ///< before the repair
-  bool fix = false;   ///< repair; else look for a trusted root
-  bool named = false;     ///< neither: ask about one end entity, with the chain as a pool
-  std::string endEntity;  ///< empty: the one that sorting finds
+using Words = std::vector<std::string>;
+using CertNames = std::map<std::string, std::string>;   ///< by DER
+
+Words Split(const std::string &text);
+/// Certificates of tests/data/chain/certs; what is none is left out. Adds their names.
+sxCerts LoadCerts(const Words &files, CertNames &names);
+std::string NamesOf(const sxCerts &certs, CertNames &names);
+
+class Scenario {
+ public:
+  explicit Scenario(const CaseRow &row);
+
+  Words Sent() const { return Certs(m_cells[1]); }
+  Words Trusted() const { return Certs(m_cells[2]); }
+  /// "expired at leaf: leaf issuer root", with whole names.
+  std::string Expected() const;
+  /// Values of a setting, none when it is not there; where they are certificates, their names.
+  Words All(const std::string &setting) const;
+  Words Certs(const std::string &names) const;   ///< ".leaf" is the scenario's own
+  std::string One(const std::string &setting) const;
+  int Seconds(const std::string &setting) const;   ///< kGraceDefault without it
+
+ private:
+  Words m_cells;
+  std::map<std::string, Words> m_settings;
 };
 
 struct ChainAnswer {
-  std::string problem;  ///< not empty: a file cannot be read; all else is unset
+  std::string verdict = "notTrusted";  ///< as Scenario::Expected() says it
   sxValidationRC rc = sxValidation_notTrusted;
   int level = -1;
   long expirationSec = -1;
   long chainExpirationSec = -1;   ///< as sxGetChainExpiration says
-  std::string text;               ///< the message; empty on success and without trust
+  std::string text;               ///< the message, empty on success and without trust; or the JSON
   std::string subject;            ///< at the level; empty without one
-  std::vector<std::string> path;  ///< DER, end entity first, the trusted root last
+  std::string serial;
+  Words tried;                    ///< "expired at 1: why it ended"; of the call that is told the end entity
 };
 
-/// Makes the holder, finds the root, and runs the path, signature and name checks. Sets the clock.
-ChainAnswer JudgeChain(const ChainQuestion &question);
-
-/// DER of the certificate in the file; empty when there is none that is OK.
-std::string ReadCertFile(const std::string &file);
-
-/// The name that cases give a code ("EXPIRED"), and back. Null and false for others.
-const char *CodeName(sxValidationRC rc);
-bool CodeOfName(const std::string &name, sxValidationRC *rc);
-
-/// Every code that a chain without revocation can have, with its name and text.
-struct ChainCode { sxValidationRC rc; const char *name; const char *text; };
-const std::vector<ChainCode> &ChainCodes();
+/// Sorts and looks for a trusted root, or repairs, as the setting "run" says; then the path, signature and name checks.
+ChainAnswer JudgeChosen(const Scenario &scenario);
+/// The call that is told the end entity; the verdict ends in "!" where it is about another one.
+ChainAnswer JudgeNamed(const Scenario &scenario, bool backwards);
 
 #endif

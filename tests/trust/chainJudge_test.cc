@@ -3,6 +3,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+#include "kxcert/trust/fixChain.h"
 #include "support/testRoots.h"
 
 using testing::ElementsAre;
@@ -69,21 +74,130 @@ TEST_F(ChainJudge, TakesNoPromiseOfRevocation) {
   EXPECT_EQ(kTestNow, asked);
 }
 
-// Namesakes that did not sign, and some with the issuer's own key that lead nowhere, all before the issuer.
-TEST_F(ChainJudge, FindsTheIssuerInACrowd) {
+// A path is one way to trust among several: what fails on it need not fail on the next.
+struct Ways : ChainJudge {
+  sxValidationRC Judge(const TestCert &endEntity, std::initializer_list<const TestCert *> sent) {
+    pool = SetOf(sent);
+    question.endEntity = endEntity.Get();
+    return sxJudgeChain(question, verdict);
+  }
+  std::vector<std::string> Ends() const {
+    std::vector<std::string> ends;
+    for (const sxTriedPath &path : verdict.tried) {
+      ends.push_back(std::to_string(path.code) + " at " + std::to_string(path.level) + ": " + path.ended);
+    }
+    return ends;
+  }
+
+  const TestCertOptions expired = CaOptions({.notAfter = kTestNow - 1});
+  const TestCert other{"O=Trust/CN=other", nullptr, CaOptions()};
+};
+
+// A holder that looks up in its cache has one root of a name.
+TEST_F(Ways, AsksTheCacheWhereTheHolderDoes) {
+  sxSWKeyHolder cached(4, 0, sxKeyHolder_cachedRoots);
+  AddRoot(cached, root);
+  question.holder = &cached;
+  EXPECT_EQ(sxValidation_OK, Judge(leaf, {&sub}));
+  EXPECT_EQ(verdict.tried.size(), static_cast<size_t>(verdict.judged) + 1);
+}
+
+TEST_F(Ways, AsksTheCallbackForMore) {
+  static const TestCert *brought = nullptr;
+  brought = &sub;
+  sxCert_SetSubCAFunc([](sxCerts &chain) {
+    chain.Add(brought->Ref());
+    return 0;
+  });
+  EXPECT_EQ(sxValidation_OK, Judge(leaf, {}));
+  EXPECT_THAT(Ends(), ElementsAre("-1001 at 0: no certificate has the issuer's name", "0 at -1: a trusted root"));
+  sxCert_SetSubCAFunc([](sxCerts &) -> int { throw std::logic_error("asked for a self-issued one"); });
+  const TestCert alone("O=Trust/CN=alone", nullptr);
+  EXPECT_EQ(sxValidation_notTrusted, Judge(alone, {}));
+  sxCert_SetSubCAFunc([](sxCerts &) { return -1; });
+  EXPECT_EQ(sxValidation_notTrusted, Judge(leaf, {}));
+  sxCert_SetSubCAFunc(nullptr);
+}
+
+TEST_F(Ways, FollowsAHundredLevels) {
+  std::vector<std::unique_ptr<TestCert>> ladder;   // each issued by the one before
+  for (int i = 0; i <= kMaxChainLevels; ++i) {
+    ladder.push_back(std::make_unique<TestCert>("O=Trust/CN=" + std::to_string(i), i == 0 ? &root : ladder.back().get(),
+                                                CaOptions()));
+    if (i > 0) pool.Add(ladder[ladder.size() - 2]->Ref());
+  }
+  question.endEntity = ladder[kMaxChainLevels - 1]->Get();
+  EXPECT_EQ(sxValidation_OK, sxJudgeChain(question, verdict));
+  EXPECT_EQ(kMaxChainLevels + 1, verdict.path.Count());
+  question.endEntity = ladder[kMaxChainLevels]->Get();
+  EXPECT_EQ(sxValidation_notTrusted, sxJudgeChain(question, verdict));
+  EXPECT_THAT(Ends(), ElementsAre("-1001 at 99: too many levels"));
+}
+
+// All orders of a pool in which CAs signed each other, and of the roots, give the same octets.
+TEST_F(Ways, DoesNotDependOnAnyOrder) {
+  const TestCert otherByRoot("O=Trust/CN=other", &root, CaOptions({.keyOf = &other}));
+  const TestCert rootByOther("O=Trust/CN=root", &other, CaOptions({.keyOf = &root}));
+  const TestCert subByOther("O=Trust/CN=sub", &other, CaOptions({.criticalUnknown = true, .keyOf = &sub}));
+  const TestCert namesake("O=Trust/CN=sub", &root, CaOptions());
+  TestCertOptions old = expired;
+  old.keyOf = &sub;
+  const TestCert expiredSub("O=Trust/CN=sub", &root, old);
+  std::vector<const TestCert *> sent = {&expiredSub, &namesake, &subByOther, &rootByOther, &otherByRoot};
+  question.wantsFindings = true;
+  std::string first;
+  for (const bool isReversed : {false, true}) {
+    sxSWKeyHolder roots;
+    for (const TestCert *cert : {&root, &other}) AddRoot(roots, isReversed ? (cert == &root ? other : root) : *cert);
+    question.holder = &roots;
+    std::sort(sent.begin(), sent.end());
+    do {
+      pool = SetOf({});
+      for (const TestCert *cert : sent) pool.Add(cert->Ref());
+      EXPECT_EQ(sxValidation_unhandledCritExt, sxJudgeChain(question, verdict));
+      if (first.empty()) first = verdict.Json().getstr();
+      ASSERT_EQ(first, verdict.Json().getstr());
+    } while (std::next_permutation(sent.begin(), sent.end()));
+  }
+  EXPECT_LE(3u, verdict.tried.size());
+  EXPECT_EQ(std::string::npos, first.find('\n'));
+}
+
+// Namesakes that did not sign, and some with the issuer's own key that lead nowhere, cost a bounded search.
+TEST_F(Ways, FindsTheIssuerInACrowd) {
   const TestCert stranger("O=Trust/CN=stranger", nullptr);
   std::vector<std::unique_ptr<TestCert>> crowd;
-  for (int i = 0; i < kMaxDetours; ++i) {
-    crowd.push_back(std::make_unique<TestCert>("O=Trust/CN=sub", &stranger,
-                                               CaOptions({.keyOf = i % 2 == 0 ? &stranger : &sub})));
-    pool.Add(crowd.back()->Ref());
-    pool.Add(crowd.back()->Ref());
-  }
+  const auto add = [&](const TestCert &keyOf, int count) {
+    for (int i = 0; i < count; ++i) {
+      crowd.push_back(std::make_unique<TestCert>("O=Trust/CN=sub", &stranger, CaOptions({.keyOf = &keyOf})));
+      pool.Add(crowd.back()->Ref());
+      pool.Add(crowd.back()->Ref());
+    }
+  };
+  std::vector<std::unique_ptr<TestCert>> keys;
+  add(sub, kMaxJudgePaths - 1);
   EXPECT_EQ(sxValidation_OK, sxJudgeChain(question, verdict)) << verdict.text.getstr();
   EXPECT_THAT(Members(verdict.path), ElementsAre(leaf.Get(), sub.Get(), root.Get()));
-  const TestCert tooMany("O=Trust/CN=sub", &stranger, CaOptions());
-  pool.Add(tooMany.Ref());
+  pool.Del(0);
+  add(sub, 2);
   EXPECT_EQ(sxValidation_notTrusted, sxJudgeChain(question, verdict));
+  EXPECT_EQ(sxSearchBound::kPaths, verdict.bound);
+  EXPECT_EQ(static_cast<size_t>(kMaxJudgePaths), verdict.tried.size());
+  EXPECT_NE(nullptr, std::strstr(verdict.text.getstr(), "\nsearch ended after: 64 paths"));
+  EXPECT_NE(nullptr, std::strstr(verdict.Json().getstr(), "\"bound\":\"paths\""));
+  pool = SetOf({});
+  crowd.clear();
+  for (int i = 0; i < kMaxJudgeVerifications; ++i) {
+    crowd.push_back(std::make_unique<TestCert>("O=Trust/CN=sub", &stranger, CaOptions()));
+    pool.Add(crowd.back()->Ref());
+  }
+  EXPECT_EQ(sxValidation_notTrusted, sxJudgeChain(question, verdict));
+  EXPECT_EQ(sxSearchBound::kNone, verdict.bound);
+  const TestCert last("O=Trust/CN=sub", &stranger, CaOptions());
+  pool.Add(last.Ref());
+  EXPECT_EQ(sxValidation_notTrusted, sxJudgeChain(question, verdict));
+  EXPECT_EQ(sxSearchBound::kVerifications, verdict.bound);
+  EXPECT_NE(nullptr, std::strstr(verdict.text.getstr(), "\nsearch ended after: 256 verifications"));
 }
 
 // No signature stays unverified because nobody asked for the check.

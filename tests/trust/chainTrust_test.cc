@@ -89,22 +89,6 @@ TEST_F(ChainTrust, CanonizesByLevelAndType) {
   EXPECT_TRUE(log.Has("sxKeyHolder::CopyChain: sorted_chain <= 0, returning."));
 }
 
-TEST_F(ChainTrust, CompletesTheChainFromCachedIntermediates) {
-  sxKeyHolder *caching = sxKeyHolder_with_cache(4, 0, 2);
-  sxRootCA *trusted = AddRoot(*caching, root);
-  EXPECT_EQ(nullptr, caching->IsChainTrusted(SetOf({&leaf}), out));
-  caching->AddIntermediateCA(sub.Get());
-  EXPECT_EQ(trusted, caching->IsChainTrusted(SetOf({&leaf}), out));
-  EXPECT_THAT(Members(out), ElementsAre(leaf.Get(), sub.Get(), root.Get()));
-
-  const TestCert sameName("O=Trust/CN=sub", &root, CaOptions());
-  caching->AddIntermediateCA(sameName.Get());
-  LogCapture log;
-  EXPECT_EQ(nullptr, caching->IsChainTrusted(SetOf({&leaf}), out));
-  EXPECT_TRUE(log.Has("sxSWKeyHolder_imp::IsSignedByIntermediateCA: signatures don't match"));
-  sxFreePKobj(caching);
-}
-
 // Each certificate is issued by the next; the last one by the root.
 TEST_F(ChainTrust, LooksAtAHundredLevels) {
   sxRootCA *trusted = AddRoot(holder, root);

@@ -2,8 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/sxPKObjects.h"
+#include "support/caseFile.h"
 #include "support/logCapture.h"
 #include "support/testRoots.h"
 
@@ -72,24 +75,17 @@ TEST(sxKeyHolder, FindsCertifiedKeys) {
 }
 
 TEST(sxKeyHolder, PrefersKeysByTheTypeOfTheirRoot) {
-  struct Case { const char *what; std::vector<int> types; int expected; };   // -1: no root
-  const Case cases[] = {
-      {"nothing", {}, -1},
-      {"only without a root", {-1, -1}, -1},
-      {"the last of type 3", {3, -1, 3}, 2},
-      {"the last of another type", {0, 3, 7, 3}, 2},
-      {"the first of type 1 or 2", {0, 3, 2, 1, 4}, 2},
-  };
   const TestCert cert("O=Default/CN=x", nullptr);
-  for (const Case &c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const CaseRow &row : CaseRows("trust/defaultKeys.txt", 3)) {
+    SCOPED_TRACE(row.where);
     sxSWKeyHolder holder;
     std::vector<sxCertifiedKey *> keys;
-    for (const int type : c.types) {
+    std::istringstream types(row[1]);
+    for (int type = 0; types >> type;) {
       sxRootCA *root = type < 0 ? nullptr : AddRoot(holder, cert, nullptr, static_cast<SxCaType>(type));
       keys.push_back(AddKey(holder, SetOf({&cert}), root));
     }
-    sxCertifiedKey *expected = c.expected < 0 ? nullptr : keys[static_cast<size_t>(c.expected)];
+    sxCertifiedKey *expected = row[2] == "none" ? nullptr : keys.at(std::stoul(row[2]));
     EXPECT_EQ(expected, holder.CertKeyByDefault());
     sxKeyHolder *sorted = sxKeyHolder_Sort(&holder);
     EXPECT_EQ(expected, sorted->CertKeyByDefault());

@@ -2,14 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include <climits>
-
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/trust/sxcert_black_list.h"
+#include "support/caseFile.h"
 #include "support/fixedClock.h"
 #include "support/logCapture.h"
 #include "support/testRoots.h"
+#include "trust/rules.h"
 
 namespace {
 
@@ -23,20 +23,11 @@ ValidateParams Grace(int startSec, int endSec) {
 TEST(ValidateCert, ComparesDatesWithTheirGrace) {
   const TestCert cert("O=Val/CN=dates", nullptr);
   const int64_t start = cert.Get()->notBefore(), end = cert.Get()->notAfter();
-  const struct { const char *what; int64_t now; int startGrace, endGrace; sxValidationRC rc; } cases[] = {
-      {"first second", start, 0, 0, sxValidation_OK},
-      {"explicit 0 at the start", start - 1, 0, -1, sxValidation_notYetValid},
-      {"process-wide grace", start - 7200, -1, -1, sxValidation_OK},
-      {"past the process-wide grace", start - 7201, -1, -1, sxValidation_notYetValid},
-      {"last second", end, -1, -1, sxValidation_OK},
-      {"no default grace at the end", end + 1, -1, -1, sxValidation_expired},
-      {"last second of an end grace", end + 60, -1, 60, sxValidation_OK},
-      {"past an end grace", end + 61, -1, 60, sxValidation_expired},
-      {"sums pass 32 bits", end + 1, INT_MAX, INT_MAX, sxValidation_OK},
-  };
-  for (const auto &c : cases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(c.rc, sxValidateCert(cert.Get(), static_cast<long>(c.now), Grace(c.startGrace, c.endGrace)));
+  for (const CaseRow &row : CaseRows("trust/dates.txt", 6)) {
+    SCOPED_TRACE(row.where);
+    const int64_t now = (row[1] == "start" ? start : end) + std::stoi(row[2]);
+    EXPECT_EQ(row[5], sxValidationName(sxValidateCert(cert.Get(), static_cast<long>(now),
+                                                      Grace(std::stoi(row[3]), std::stoi(row[4])))));
   }
   sxCertValidate_SetGracePeriod(10);
   EXPECT_EQ(sxValidation_OK, sxValidateCert(cert.Get(), static_cast<long>(start - 10), ValidateParams()));
@@ -60,71 +51,7 @@ TEST(ValidateCert, LooksAtTheBlackListFirst) {
   sxcert_black_list::free(list);
 }
 
-TestCertOptions With(const char *basicConstraints, const char *keyUsage = "critical,keyCertSign") {
-  return {.basicConstraints = basicConstraints, .keyUsage = keyUsage};
-}
-
 TestCertOptions Expired(int64_t at) { return CaOptions({.notAfter = at}); }
-
-// root, upper and lower sub-CA, leaf; one of them with a fault.
-struct PathCase {
-  const char *what;
-  TestCertOptions root, upper, lower, leaf;
-  sxValidationRC rc;
-  int level;
-  const char *fact;   // line of the error text, or null
-};
-
-TEST(ValidatePath, GivesEachFaultItsCodeLevelAndFact) {
-  FixedClock clock(kTestNow);
-  const TestCertOptions critical{.criticalUnknown = true}, future{.notBefore = kTestNow + kTestDay};
-  const PathCase cases[] = {
-      {"in order", CaOptions(), CaOptions(), CaOptions(), {}, sxValidation_OK, -1, nullptr},
-      {"no constraints at all", {}, {}, {}, {}, sxValidation_OK, -1, nullptr},
-      {"path lengths that just suffice", With("CA:TRUE,pathlen:2"), With("CA:TRUE,pathlen:1"),
-       With("CA:TRUE,pathlen:0"), {}, sxValidation_OK, -1, nullptr},
-      {"leaf not yet valid", CaOptions(), CaOptions(), CaOptions(), future, sxValidation_notYetValid, 0,
-       "not valid before: 2030-01-02 00:00:00 UTC"},
-      {"top expired", Expired(kTestNow - 1), CaOptions(), CaOptions(), {}, sxValidation_expired, 3,
-       "not valid after: 2029-12-31 23:59:59 UTC"},
-      {"a sub-CA expired", CaOptions(), CaOptions(), Expired(kTestNow - 1), {}, sxValidation_expired, 1, nullptr},
-      {"a critical extension that nobody knows", CaOptions(), CaOptions(), CaOptions(), critical,
-       sxValidation_unhandledCritExt, 0, "critical extension: 1.2.3.4.5"},
-      {"may not sign", CaOptions(), With("CA:TRUE", "critical,digitalSignature"), CaOptions(), {},
-       sxValidation_wrongKeyUsage, 2, "key usage: without keyCertSign"},
-      {"key usage that is not critical", CaOptions(), With("CA:TRUE", "digitalSignature"), CaOptions(), {},
-       sxValidation_OK, -1, nullptr},
-      {"no CA", CaOptions(), CaOptions(), With("CA:FALSE"), {}, sxValidation_issuerIsNoCA, 0,
-       "issuer without cA: CN=lower,O=Val"},
-      {"one sub-CA too many", CaOptions(), With("CA:TRUE,pathlen:0"), CaOptions(), {},
-       sxValidation_pathLenExceeded, 2, "path length constraint: 0\nCA certificates below: 1"},
-      {"one sub-CA too many for the root", With("CA:TRUE,pathlen:1"), CaOptions(), CaOptions(), {},
-       sxValidation_pathLenExceeded, 3, "path length constraint: 1\nCA certificates below: 2"},
-      {"another issuer", CaOptions(), CaOptions(), CaOptions(), {.issuerName = "O=Val/CN=else"},
-       sxValidation_inconsistentChain, 0, "issuer: CN=else,O=Val\nnext in chain: CN=lower,O=Val"}, };
-  for (const PathCase &c : cases) {
-    SCOPED_TRACE(c.what);
-    const TestCert root("O=Val/CN=root", nullptr, c.root), upper("O=Val/CN=upper", &root, c.upper);
-    const TestCert lower("O=Val/CN=lower", &upper, c.lower), leaf("O=Val/CN=leaf", &lower, c.leaf);
-    const sxCerts chain = SetOf({&leaf, &lower, &upper, &root});
-    int level = 99;
-    long expiration = -5;
-    EXPECT_EQ(c.rc, sxValidatePath(chain, level, expiration));
-    EXPECT_EQ(c.level, level);
-    char text[1024];
-    ASSERT_EQ(0, sxCert_ValErrToStr(&chain, c.rc, level, text, sizeof text));
-    if (c.level < 0) {
-      EXPECT_STREQ("validate certificate OK.", text);
-      continue;
-    }
-    const std::string head = std::string(sxValidationRC_GetString(c.rc)) + "\nlevel: " + std::to_string(level) +
-                             "\nsubject: " + chain.Get(level)->Subject()->GetStr() + "\nserial number: 01\n";
-    EXPECT_THAT(text, testing::StartsWith(head));
-    if (c.fact != nullptr) {
-      EXPECT_EQ(head + c.fact, text);
-    }
-  }
-}
 
 TEST(ValidatePath, ReportsTheEarliestEndAndNeedsEveryCertificate) {
   FixedClock clock(kTestNow);
@@ -272,12 +199,6 @@ TEST_F(ValCerts, RunsTheInstalledRevocationFunctionLast) {
                                                 sizeof text, nullptr, nullptr, nullptr, sxValidate_revocation));
   EXPECT_STREQ("", text);
   EXPECT_EQ(77, g_seen.crlTo);
-}
-
-TEST(ValidationRC, OnlyOneCodeMeansRevoked) {
-  for (int rc = -1005; rc <= 5; ++rc) EXPECT_EQ(rc == -991, isCertificateRevoked(rc)) << rc;
-  EXPECT_STREQ("Certificate found in Certificate Black List.", sxValidationRC_GetString(-1002));
-  EXPECT_STREQ("validation general error", sxValidationRC_GetString(-966));
 }
 
 TEST(ValidateParams, ConstructorTakesTheSizeCheckBeforeTheWebFlag) {

@@ -175,48 +175,45 @@ void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &fin
   }
 }
 
-nlohmann::ordered_json FactTexts(const std::vector<sxFact> &facts) {
-  auto texts = nlohmann::ordered_json::array();
-  for (const sxFact &fact : facts) texts.push_back(FactText(fact));
-  return texts;
-}
-
-nlohmann::ordered_json AnswerFacts(const Answer &answer) {
-  nlohmann::ordered_json facts = {{"code", answer.code}, {"text", sxValidationRC_GetString(answer.code)}};
-  if (answer.level >= 0) facts["level"] = answer.level;
-  facts["facts"] = FactTexts(answer.facts);
-  return facts;
-}
-
-void AddFindings(const std::vector<sxFinding> &findings, int level, nlohmann::ordered_json &document) {
-  for (const char *list : {"passed", "notChecked", "failed"}) document[list] = nlohmann::ordered_json::array();
-  for (const sxFinding &finding : findings) {
-    if (finding.level != level) continue;
-    switch (finding.result) {
-      case sxFindingResult::kPassed: document["passed"].push_back(finding.rule); break;
-      case sxFindingResult::kNotChecked:
-        document["notChecked"].push_back({{"rule", finding.rule}, {"reason", finding.reason}});
-        break;
-      case sxFindingResult::kFailed:
-        document["failed"].push_back({{"rule", finding.rule},
-                                      {"source", finding.source},
-                                      {"code", finding.code},
-                                      {"text", sxValidationRC_GetString(finding.code)},
-                                      {"level", finding.level},
-                                      {"facts", FactTexts(finding.facts)}});
-        break;
+// The other paths that were followed, where there was more than one.
+void PrintTried(const sxChainVerdict &verdict, Report &report) {
+  if (verdict.tried.size() < 2) return;
+  report.Line();
+  report.Line("paths tried: " + std::to_string(verdict.tried.size()));
+  for (size_t i = 0; i < verdict.tried.size(); ++i) {
+    const sxTriedPath &path = verdict.tried[i];
+    std::string names;
+    for (int level = 0; level <= path.certs.Top(); ++level) {
+      names += (level > 0 ? " <- " : "") + NameText(path.certs.Get(level)->Subject());
     }
+    report.Line("  " + std::to_string(i + 1) + ":           " + names);
+    const std::string where = path.level >= 0 ? "level " + std::to_string(path.level) + ", " : "";
+    report.Line("               " + CodeText(path.code) + " (" + where + "end: " + path.ended + ")");
   }
+  if (verdict.bound != sxSearchBound::kNone) report.Line("  bound:       more paths were not tried");
 }
 
-void FillDocument(const Decision &decision, nlohmann::ordered_json &document) {
+// The library's own JSON, and what only the command knows: the files, and what was left over.
+void FillDocument(const Decision &decision, const GivenCerts &given, nlohmann::ordered_json &document) {
   const Answer &answer = decision.answer;
   document["valid"] = answer.code == sxValidation_OK;
-  document["verdict"] = AnswerFacts(answer);
+  document.update(nlohmann::ordered_json::parse(decision.judged.verdict.Json().getstr()));
+  int level = 0;
+  for (nlohmann::ordered_json &cert : document["path"]) {
+    cert["input"] = VisibleLine(WhereFrom(*decision.Path().Get(level++), given));
+  }
+  if (decision.IsLeftOver()) {  // what the verdict is about is not what was given
+    document["code"] = answer.code;
+    document["name"] = "inconsistentChain";
+    document["text"] = document["message"] = sxValidationRC_GetString(answer.code);
+    document["leftOver"] = nlohmann::ordered_json::array();
+    for (const FoundCert *found : decision.judged.leftOver) {
+      document["leftOver"].push_back(
+          {{"subject", NameText(found->cert->Subject())}, {"input", VisibleLine(found->where)}});
+    }
+  }
   if (!answer.help.empty()) document["help"] = answer.help;
-  if (decision.Root() != nullptr) {
-    document["root"] = NameText(decision.Root()->DN());
-  } else {
+  if (decision.Root() == nullptr) {
     document["missingIssuer"] = {{"name", decision.missing.name}, {"keyId", decision.missing.keyId}};
   }
   document["time"] = {{"seconds", decision.now}, {"text", PrintTime(decision.now)}};
@@ -229,16 +226,9 @@ void FillDocument(const Decision &decision, nlohmann::ordered_json &document) {
 
 void PrintLevels(const Decision &decision, const GivenCerts &given, Report &report) {
   const sxCerts &chain = decision.Path();
-  const std::vector<sxFinding> &findings = decision.judged.verdict.findings;
-  report.Document()["levels"] = nlohmann::ordered_json::array();
   for (int level = 0; level <= chain.Top(); ++level) {
     const sxCert &cert = *chain.Get(level);
-    const std::string where = WhereFrom(cert, given);
-    PrintLevel(level, cert, findings, where, report);
-    nlohmann::ordered_json facts = CertFacts(cert);
-    facts["input"] = VisibleLine(where);
-    AddFindings(findings, level, facts);
-    report.Document()["levels"].push_back(std::move(facts));
+    PrintLevel(level, cert, decision.judged.verdict.findings, WhereFrom(cert, given), report);
   }
 }
 
@@ -261,9 +251,10 @@ void Run(const Options &options, Report &report) {
   const HolderRef holder = MakeHolder(given.trust);
   Decide(given, *holder, params, decision);
   if (decision.answer.code != sxValidation_OK) report.Worsen(kExitNo);
-  FillDocument(decision, report.Document());
+  FillDocument(decision, given, report.Document());
   PrintVerdict(decision, report);
   PrintLevels(decision, given, report);
+  PrintTried(decision.judged.verdict, report);
   if (decision.IsLeftOver()) return;  // told as facts
   for (const FoundCert *found : decision.judged.leftOver) {
     report.Note(found->where, "not part of the chain: " + NameText(found->cert->Subject()));

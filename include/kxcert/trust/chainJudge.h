@@ -21,9 +21,13 @@
 class sxKeyHolder;
 class sxRootCA;
 
-/// Certificates of the pool that one question may try in vain: forged namesakes, ways that end nowhere.
-/// Those whose key identifier is the wanted one come first, then those valid at the time.
-constexpr int kMaxDetours = 64;
+/// What one question may cost, whatever is in the pool: signatures that are verified on the search, the
+/// same one with the same key counted once, ...
+constexpr int kMaxJudgeVerifications = 256;
+/// ... and paths that are followed to their end, dead ends among them.
+constexpr int kMaxJudgePaths = 64;
+
+enum class sxSearchBound { kNone, kVerifications, kPaths };
 
 /// Everything is borrowed for the call. Members may be added at the end.
 struct sxChainQuestion {
@@ -31,7 +35,8 @@ struct sxChainQuestion {
   /// Where issuers are taken from: any order, holes, copies and strangers do no harm, and the end entity
   /// may be among them. Null: none. The verdict does not depend on the order.
   const sxCerts *pool = nullptr;
-  sxKeyHolder *holder = nullptr;  ///< the roots that are trusted; its intermediates are tried as well
+  /// The roots that are trusted; its intermediates and the chains of its own keys are tried as well.
+  sxKeyHolder *holder = nullptr;
   ValidateParams params;
   /// sxValidationFlags. What is left out is not checked. Where sxValidate_revocation stands without a
   /// revocation function the code is -965.
@@ -42,6 +47,17 @@ struct sxChainQuestion {
   bool wantsFindings = false;  ///< a verdict alone is cheaper
 };
 
+/// A path that was followed to its end. A value; copies share the certificates.
+struct sxTriedPath {
+  sxCerts certs;  ///< the end entity first; with a root, its certificate last
+  /// That the path ends in, lent: it lives as long as @c certs. Null for a dead end.
+  sxRootCA *root = nullptr;
+  sxValidationRC code = sxValidation_notTrusted;
+  int level = -1;               ///< as sxCert_ValCerts says; the top of a dead end
+  sxString text;                ///< the code's text; when it failed, the facts as well, a line each
+  const char *ended = nullptr;  ///< static: why it goes no further
+};
+
 /// Members may be added at the end.
 struct KXCERT_EXPORT sxChainVerdict {
   sxChainVerdict() = default;
@@ -49,9 +65,24 @@ struct KXCERT_EXPORT sxChainVerdict {
   sxChainVerdict &operator=(const sxChainVerdict &) = delete;
   ~sxChainVerdict();
 
+  /// All of it as a JSON object on one line; the same verdict gives the same octets. Names are anyone's:
+  /// they are escaped, and control characters never leave.
+  ///
+  ///     code, name, text   the code, its enumerator without "sxValidation_", its text
+  ///     level              the certificate that decided, or null
+  ///     message            the member text: the code's text and the facts, a line each
+  ///     endEntity          subject, issuer, serial, notBefore and notAfter (seconds), sha256; or null
+  ///     root               name and sha256, or null
+  ///     path               of these, the end entity first
+  ///     findings           rule, source, outcome, reason, code, name, text, level, facts (label, value), advice
+  ///     tried              path (subject, sha256), root, code, name, text, level, message, ended
+  ///     judged             which one of those "path" is, or null
+  ///     bound              what ended the search, or null
+  sxString Json() const;
+
   sxValidationRC code = sxValidation_badInput;
   int level = -1;            ///< of the path: where it failed, as sxCert_ValCerts says; -1 on success
-  sxString text;             ///< the code's text; when it failed, the facts as well, a line each
+  sxString text;             ///< as the path's; and, in one more line, which bound ended the search
   sxRootCA *root = nullptr;  ///< one reference, which the verdict drops; null without trust
   /// Get(0) is the end entity, octet for octet; then its issuers. With a root, the last one is that
   /// root's certificate; without, the one whose issuer was not found. Empty for -1000.
@@ -59,14 +90,27 @@ struct KXCERT_EXPORT sxChainVerdict {
   /// For a question that wants them: what every rule says of every certificate of the path, behind the first
   /// failure too, and what was said of revocation. Empty for -1000.
   std::vector<sxFinding> findings;
+  std::vector<sxTriedPath> tried;  ///< in the order of the search; empty for -1000
+  int judged = -1;                 ///< which one of them @c path is
+  /// What kept the search from going on. Never set beside a path that is valid.
+  sxSearchBound bound = sxSearchBound::kNone;
 };
 
 /// Judges one certificate. The end entity is never exchanged, not even for a root's own copy: when its
 /// octets are those of a root's certificate it is trusted as it stands; when it only has a root's name
 /// and key, the code is -1001, whoever signed it.
 ///
-/// The first path to a root is judged: no other one is tried when it fails by its dates or constraints.
-/// A path is made of signatures that verify. Where none leads to a root, but one does by names alone,
+/// A path is made of signatures that verify. Paths are followed one after the other until one is valid,
+/// none is left, a bound is reached, or what failed is the end entity's own fault, which every path has.
+/// The order depends on the certificates alone: at each level first the roots' certificates, then the
+/// pool's, then the holder's intermediates and own chains; of the first two, those with the key identifier that
+/// is wanted first, then those that are valid at the time, then by octets. No name and key stands twice on a
+/// path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for more, unless the end
+/// entity issued itself.
+///
+/// When none is valid, the verdict is that of the best one: a path to a root before a dead end; of paths to
+/// roots the one that fails at the lowest level, since validation goes from the root down; of dead ends the
+/// longest; then the one that was tried first. Where no path leads to a root, but one does by names alone,
 /// that one is in the verdict, with the code of what is wrong with it.
 /// @param      question  may refer to the verdict's own path
 /// @param[out] verdict   replaced as a whole

@@ -1,0 +1,358 @@
+#include "trust/pathSearch.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <tuple>
+
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/trust/sxRootCA.h"
+#include "trust/rules.h"
+#include "trust/sxKeyHolder_imp.h"
+
+namespace {
+
+constexpr int kMaxText = 16384;  // three names of 4096 octets fit
+// Of one subject: all that may be verified, all that may be on the path, and one more to reach the bound.
+constexpr size_t kMaxCandidates = kMaxJudgeVerifications + kMaxChainLevels + 1;
+
+constexpr char kAtRoot[] = "a trusted root";
+constexpr char kByNames[] = "a trusted root by names alone: not every signature verifies";
+constexpr char kImitation[] = "it has a trusted root's name and key, but not its octets";
+constexpr char kTooLong[] = "too many levels";
+constexpr char kOwnRoot[] = "it signed itself and is no trusted root";
+constexpr char kNoIssuer[] = "no certificate has the issuer's name";
+constexpr char kOnlyNamesakes[] = "no certificate with the issuer's name signed it";
+constexpr char kLoop[] = "its issuers are on the path already";
+constexpr char kBound[] = "the search ended here";
+
+// What no other path can change: all above is in order, and the end entity is not, or nobody is there to
+// ask about revocation.
+bool IsFinal(const sxTriedPath &path) {
+  if (path.level < 0) return true;
+  const auto isOf = [&path](const Rule &rule) { return rule.code == path.code; };
+  return path.level == 0 && std::ranges::any_of(CertificateRules(), isOf);
+}
+
+// Smaller is better. What was tried first is better among equals.
+auto RankOf(const sxTriedPath &path) {
+  return std::pair(path.root == nullptr, path.root == nullptr ? -path.level : path.level);
+}
+
+bool HasSameCerts(const sxCerts &a, const sxCerts &b) {
+  if (a.Top() != b.Top()) return false;
+  for (int i = 0; i <= a.Top(); ++i) {
+    if (!(*a.Get(i) == *b.Get(i))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+// One certificate of one trusted root.
+struct PathSearch::Anchor {
+  SharedRef<sxRootCA> root;
+  sxCert *cert;  // lent by the root
+};
+
+PathSearch::PathSearch(const sxChainQuestion &question, const ValidateParams &params)
+    : m_question(question),
+      m_params(params),
+      m_now(params.Time()),
+      m_holder(*question.holder->GetP()),
+      m_endEntity(*question.endEntity) {
+  m_pools.emplace_back(question.pool, m_now);
+}
+
+PathSearch::~PathSearch() = default;
+
+void PathSearch::Run() {
+  sxSaveSigned(&m_endEntity);
+  m_path.Add(&m_endEntity);
+  Search();
+}
+
+size_t PathSearch::Best() const {
+  const auto best = std::ranges::min_element(m_tried, {}, RankOf);
+  return static_cast<size_t>(best - m_tried.begin());
+}
+
+void PathSearch::Search() {
+  bool isImitation = false;
+  if (StandsAsRoot(isImitation)) return;
+  if (isImitation) {
+    EndDead(kImitation);
+    return;
+  }
+  if (Climb() || m_reachedRoot) return;
+  AskForSubCAs();
+  if (!m_reachedRoot && m_bound == sxSearchBound::kNone) SearchByNames();
+}
+
+// Whether the end entity is a root's certificate, octet for octet. If so, it was judged.
+bool PathSearch::StandsAsRoot(bool &isImitation) {
+  bool isRoot = false;
+  for (const Anchor &anchor : AnchorsNamed(m_endEntity.Subject(), nullptr)) {
+    isRoot |= *anchor.cert == m_endEntity;
+    isImitation |= sxPubKey_Equal(anchor.cert->PubKey(), m_endEntity.PubKey()) == 1;
+  }
+  if (!isRoot) return false;
+  bool isSigned = false;
+  if (TryAnchors(m_endEntity, isSigned)) return true;
+  if (isSigned && VerifiesItself(m_endEntity)) return true;  // it stands there twice, as its own issuer
+  for (const Anchor &anchor : AnchorsNamed(m_endEntity.Subject(), nullptr)) {
+    if (*anchor.cert == m_endEntity && JudgeAlone(anchor)) return true;
+  }
+  return true;
+}
+
+// Follows every path on from the top. @return the search is over
+bool PathSearch::Climb() {
+  const sxCert &top = Top();
+  bool goesOn = false;
+  if (TryAnchors(top, goesOn)) return true;
+  if (m_path.Count() >= kMaxChainLevels) return goesOn ? false : EndDead(kTooLong);
+  if (VerifiesItself(top)) return goesOn ? false : EndDead(kOwnRoot);
+  if (TryIssuers(top, goesOn)) return true;
+  return goesOn ? false : EndDead(WhyDead(top));
+}
+
+bool PathSearch::TryAnchors(const sxCert &subject, bool &goesOn) {
+  const bool isEndEntity = m_path.Count() == 1;  // which may be a root itself, and its own issuer
+  for (const Anchor &anchor : AnchorsNamed(subject.Issuer(), &subject)) {
+    if ((!isEndEntity && IsOnPath(*anchor.cert)) || !Verifies(subject, *anchor.cert)) continue;
+    goesOn = true;
+    if (Judge(anchor)) return true;
+  }
+  return m_bound != sxSearchBound::kNone && Stop(goesOn);
+}
+
+bool PathSearch::TryIssuers(const sxCert &subject, bool &goesOn) {
+  const std::vector<Anchor> anchors = AnchorsNamed(subject.Issuer(), &subject);
+  // What a root's own certificate leads to is that root, which was tried.
+  const auto isRootAgain = [&](const sxCert &cert) {
+    return sxTrust_IsSelfIssued(cert) && VerifiesItself(cert) &&
+           std::ranges::any_of(anchors, [&](const Anchor &a) { return IdentityOf(*a.cert) == IdentityOf(cert); });
+  };
+  for (sxCert *issuer : IssuersOf(subject)) {
+    if (IsOnPath(*issuer) || !Verifies(subject, *issuer) || isRootAgain(*issuer)) {
+      if (m_bound != sxSearchBound::kNone) return Stop(goesOn);
+      continue;
+    }
+    goesOn = true;
+    Push(issuer);
+    const bool isOver = Climb();
+    Pop();
+    if (isOver) return true;
+  }
+  return false;
+}
+
+const char *PathSearch::WhyDead(const sxCert &top) {
+  const std::vector<sxCert *> &issuers = IssuersOf(top);
+  const std::vector<Anchor> anchors = AnchorsNamed(top.Issuer(), nullptr);
+  if (issuers.empty() && anchors.empty()) return kNoIssuer;
+  const bool isLoop =
+      std::ranges::any_of(issuers, [&](sxCert *cert) { return IsOnPath(*cert) && Verifies(top, *cert); });
+  return isLoop ? kLoop : kOnlyNamesakes;
+}
+
+// What the callback adds goes into a pool, as if it had been sent.
+void PathSearch::AskForSubCAs() {
+  const sxTriedPath *longest = LongestDeadEnd();
+  if (longest == nullptr || m_bound != sxSearchBound::kNone) return;
+  if (longest->level == 0 && sxTrust_IsSelfIssued(m_endEntity)) return;  // there is nothing to ask for
+  m_fetched = longest->certs;
+  if (!sxTrust_AddSubCAs(m_fetched)) return;
+  m_pools.emplace_back(&m_fetched, m_now);
+  m_issuers.clear();
+  Climb();
+}
+
+// Goes on from the longest dead end to the first namesake of the missing issuer, so that the checks can say what
+// is wrong; ends with the first root.
+void PathSearch::SearchByNames() {
+  const sxTriedPath *longest = LongestDeadEnd();
+  if (longest == nullptr) return;
+  sxCerts way = longest->certs;
+  m_goesByName = true;
+  do {
+    SetPath(way);
+    m_longest.ClearAll();
+    if (m_path.Count() >= kMaxChainLevels || VerifiesItself(Top()) || !StepByName()) return;
+    way = m_longest;
+  } while (way.Count() > 0);
+}
+
+// @return there is more to do, from m_longest
+bool PathSearch::StepByName() {
+  for (sxCert *issuer : IssuersOf(Top())) {
+    if (IsOnPath(*issuer)) continue;
+    for (const Anchor &anchor : AnchorsNamed(issuer->Subject(), nullptr)) {
+      if (IdentityOf(*anchor.cert) != IdentityOf(*issuer)) continue;
+      Judge(anchor);
+      return false;
+    }
+    Push(issuer);
+    return !Climb();
+  }
+  return false;
+}
+
+// The path as it stands, and the root's certificate above. @return the search is over
+bool PathSearch::Judge(const Anchor &anchor) {
+  sxTriedPath path;
+  path.certs = m_path;
+  path.root = anchor.root.get();
+  path.ended = m_goesByName ? kByNames : kAtRoot;
+  sxSaveSigned(anchor.cert);
+  path.certs.Add(anchor.cert);
+  path.certs.Keep(anchor.root.get());
+  return Keep(std::move(path)) || m_goesByName;
+}
+
+bool PathSearch::JudgeAlone(const Anchor &anchor) {
+  sxTriedPath path;
+  path.certs = m_path;
+  path.root = anchor.root.get();
+  path.ended = kAtRoot;
+  path.certs.Keep(anchor.root.get());
+  return Keep(std::move(path));
+}
+
+bool PathSearch::EndDead(const char *ended) {
+  if (m_goesByName) {
+    if (m_path.Count() > m_longest.Count()) m_longest = m_path;
+    return !MayEndOneMore();
+  }
+  sxTriedPath path;
+  path.certs = m_path;
+  path.ended = ended;
+  return Keep(std::move(path));
+}
+
+bool PathSearch::MayEndOneMore() {
+  if (m_numEnded == kMaxJudgePaths && m_bound == sxSearchBound::kNone) m_bound = sxSearchBound::kPaths;
+  return m_numEnded++ < kMaxJudgePaths;
+}
+
+// A bound was reached at the top. What was followed so far is told.
+bool PathSearch::Stop(bool goesOn) {
+  if (!goesOn) EndDead(kBound);
+  return true;
+}
+
+// Judges and remembers it. @return the search is over
+bool PathSearch::Keep(sxTriedPath &&path) {
+  for (const sxTriedPath &known : m_tried) {  // the callback's answer lets all be followed once more
+    if (known.root == path.root && HasSameCerts(known.certs, path.certs)) return m_bound != sxSearchBound::kNone;
+  }
+  if (!MayEndOneMore()) return true;
+  std::vector<char> text(kMaxText);
+  if (path.root != nullptr) {
+    m_reachedRoot = true;
+    // What the search followed was verified; what it followed by names was not.
+    const int flags =
+        m_goesByName ? m_question.flags | sxValidate_signatures : m_question.flags & ~sxValidate_signatures;
+    path.code = sxCert_ValCerts(path.root, &path.certs, nullptr, nullptr, m_params, text.data(), kMaxText, &path.level,
+                                nullptr, nullptr, flags);
+    if (path.code == sxValidation_async) path.code = sxValidation_unknownStatus;  // nobody is there to be called back
+  } else {
+    path.level = path.certs.Top();
+  }
+  sxCert_ValErrToStr(&path.certs, path.code, path.code == sxValidation_OK ? -1 : path.level, text.data(), kMaxText);
+  path.text = text.data();
+  m_tried.push_back(std::move(path));
+  return m_tried.back().root != nullptr && IsFinal(m_tried.back());
+}
+
+const sxTriedPath *PathSearch::LongestDeadEnd() const {
+  const sxTriedPath *longest = nullptr;
+  for (const sxTriedPath &path : m_tried) {
+    if (path.root == nullptr && (longest == nullptr || path.level > longest->level)) longest = &path;
+  }
+  return longest;
+}
+
+// Whether the signature verifies; each with each key once.
+bool PathSearch::Verifies(const sxCert &subject, const sxCert &issuer) {
+  if (issuer.PubKey() == nullptr || issuer.PubKey()->PublicKeyHash() == nullptr) return false;
+  const auto key = std::pair(&subject, IdentityOf(issuer).second);
+  if (const auto known = m_verified.find(key); known != m_verified.end()) return known->second;
+  if (m_verified.size() == kMaxJudgeVerifications) {
+    m_bound = sxSearchBound::kVerifications;
+    return false;
+  }
+  return m_verified[key] = subject.VerifySig(issuer.PubKey()) == 0;
+}
+
+bool PathSearch::VerifiesItself(const sxCert &cert) { return sxTrust_IsSelfIssued(cert) && Verifies(cert, cert); }
+
+// In the order in which they are tried.
+std::vector<PathSearch::Anchor> PathSearch::AnchorsNamed(const sxDN *name, const sxCert *subject) {
+  std::vector<Anchor> anchors;
+  if (name == nullptr) return anchors;
+  for (const SharedRef<sxRootCA> &root : m_holder.RootRefs(*name)) {
+    if (root->Cert() != nullptr) anchors.push_back({SharedRef<sxRootCA>(root.get()), root->Cert()});
+    const sxCerts *others = root->AdditionalCerts();
+    for (int i = 0; others != nullptr && i < others->Slots(); ++i) {
+      if (others->Get(i) != nullptr) anchors.push_back({SharedRef<sxRootCA>(root.get()), others->Get(i)});
+    }
+  }
+  const auto rank = [this, subject](const Anchor &anchor) {
+    const size_t wanted = subject != nullptr ? sxKeyIdHash(subject->AuthorityKeyId()) : 0;
+    const bool isWanted = wanted != 0 && sxKeyIdHash(anchor.cert->SubjectKeyId()) == wanted;
+    const char *title = anchor.root->Name();
+    return std::tuple(!isWanted, sxIsOutOfDate(*anchor.cert, m_now), sxOctetsOf(*anchor.cert),
+                      std::string_view(title != nullptr ? title : ""));
+  };
+  std::ranges::stable_sort(anchors, {}, rank);
+  return anchors;
+}
+
+const std::vector<sxCert *> &PathSearch::IssuersOf(const sxCert &cert) {
+  const auto [entry, isNew] = m_issuers.try_emplace(&cert);
+  std::vector<sxCert *> &issuers = entry->second;
+  if (!isNew || cert.Issuer() == nullptr) return issuers;
+  for (const CertPool &pool : m_pools) {
+    const std::vector<sxCert *> found = pool.IssuersOf(cert, kMaxCandidates);
+    issuers.insert(issuers.end(), found.begin(), found.end());
+  }
+  for (SharedRef<sxCert> &own : m_holder.IntermediateRefs(*cert.Issuer())) {
+    issuers.push_back(own.get());
+    m_held.push_back(std::move(own));
+  }
+  std::set<std::string_view> seen;
+  std::erase_if(issuers, [&seen](const sxCert *issuer) { return !seen.insert(sxOctetsOf(*issuer)).second; });
+  return issuers;
+}
+
+PathSearch::Identity PathSearch::IdentityOf(const sxCert &cert) {
+  Identity identity{cert.Subject() != nullptr ? cert.Subject()->Hash() : 0, {}};
+  const unsigned char *hash = cert.PubKey() != nullptr ? cert.PubKey()->PublicKeyHash() : nullptr;
+  if (hash != nullptr) std::memcpy(identity.second.data(), hash, identity.second.size());
+  return identity;
+}
+
+// A name and key that are there again lead nowhere that the first one does not. The end entity's may come
+// again: it is the one certificate that cannot be left out.
+bool PathSearch::IsOnPath(const sxCert &cert) const {
+  return cert == m_endEntity || m_onPath.contains(IdentityOf(cert));
+}
+
+void PathSearch::Push(sxCert *cert) {
+  m_onPath.insert(IdentityOf(*cert));
+  sxSaveSigned(cert);
+  m_path.Add(cert);
+}
+
+void PathSearch::Pop() {
+  m_onPath.erase(m_onPath.find(IdentityOf(Top())));
+  m_path.Del(m_path.Top());
+}
+
+void PathSearch::SetPath(const sxCerts &path) {
+  while (m_path.Count() > 1) Pop();
+  for (int i = 1; i <= path.Top(); ++i) Push(path.Get(i));
+}

@@ -1,5 +1,4 @@
 // kxcert chain verify: the verdict about a chain, and what every certificate of it has to do with it.
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "blackListFile.h"
@@ -175,21 +174,21 @@ void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &fin
   }
 }
 
-nlohmann::ordered_json FactTexts(const std::vector<sxFact> &facts) {
-  auto texts = nlohmann::ordered_json::array();
+Facts FactTexts(const std::vector<sxFact> &facts) {
+  auto texts = Facts::array();
   for (const sxFact &fact : facts) texts.push_back(FactText(fact));
   return texts;
 }
 
-nlohmann::ordered_json AnswerFacts(const Answer &answer) {
-  nlohmann::ordered_json facts = {{"code", answer.code}, {"text", sxValidationRC_GetString(answer.code)}};
+Facts AnswerFacts(const Answer &answer) {
+  Facts facts = {{"code", answer.code}, {"text", sxValidationRC_GetString(answer.code)}};
   if (answer.level >= 0) facts["level"] = answer.level;
   facts["facts"] = FactTexts(answer.facts);
   return facts;
 }
 
-void AddFindings(const std::vector<sxFinding> &findings, int level, nlohmann::ordered_json &document) {
-  for (const char *list : {"passed", "notChecked", "failed"}) document[list] = nlohmann::ordered_json::array();
+void AddFindings(const std::vector<sxFinding> &findings, int level, Facts &document) {
+  for (const char *list : {"passed", "notChecked", "failed"}) document[list] = Facts::array();
   for (const sxFinding &finding : findings) {
     if (finding.level != level) continue;
     switch (finding.result) {
@@ -209,7 +208,7 @@ void AddFindings(const std::vector<sxFinding> &findings, int level, nlohmann::or
   }
 }
 
-void FillDocument(const Decision &decision, nlohmann::ordered_json &document) {
+void FillDocument(const Decision &decision, Facts &document) {
   const Answer &answer = decision.answer;
   document["valid"] = answer.code == sxValidation_OK;
   document["verdict"] = AnswerFacts(answer);
@@ -230,12 +229,12 @@ void FillDocument(const Decision &decision, nlohmann::ordered_json &document) {
 void PrintLevels(const Decision &decision, const GivenCerts &given, Report &report) {
   const sxCerts &chain = decision.Path();
   const std::vector<sxFinding> &findings = decision.judged.verdict.findings;
-  report.Document()["levels"] = nlohmann::ordered_json::array();
+  report.Document()["levels"] = Facts::array();
   for (int level = 0; level <= chain.Top(); ++level) {
     const sxCert &cert = *chain.Get(level);
     const std::string where = WhereFrom(cert, given);
     PrintLevel(level, cert, findings, where, report);
-    nlohmann::ordered_json facts = CertFacts(cert);
+    Facts facts = CertFacts(cert);
     facts["input"] = VisibleLine(where);
     AddFindings(findings, level, facts);
     report.Document()["levels"].push_back(std::move(facts));
@@ -272,25 +271,18 @@ void Run(const Options &options, Report &report) {
 
 }  // namespace
 
-Action AddChainVerify(CLI::App &verb) {
+Verb ChainVerify() {
   const auto options = std::make_shared<Options>();
-  verb.add_option("FILE", options->files, "the chain's certificates in any order; - is standard input");
-  verb.add_option("--trust", options->trust, "file or folder with trusted roots; may be repeated")
-      ->required()
-      ->allow_extra_args(false);
-  verb.add_option("--end-entity", options->endEntity, "file whose first certificate is judged; FILE may hold anything");
-  verb.add_option("--untrusted", options->untrusted, "file with issuers that need not be used; may be repeated")
-      ->allow_extra_args(false);
-  verb.add_option("--at", options->at,
-                  "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970")
-      ->check(CLI::Validator(CheckTime, "", "time"));
-  verb.add_option("--grace-start", options->graceStartSec, "seconds before notBefore that are let pass (7200)")
-      ->check(CLI::NonNegativeNumber);
-  verb.add_option("--grace-end", options->graceEndSec, "seconds after notAfter that are let pass (0)")
-      ->check(CLI::NonNegativeNumber);
-  verb.add_option("--blacklist", options->blackList, "file with hexadecimal serial numbers, one a line");
-  verb.parse_complete_callback([options] {
-    if (options->files.empty() && options->endEntity.empty()) throw CLI::RequiredError("FILE or --end-entity");
-  });
-  return [options](Report &report) { Run(*options, report); };
+  return {
+      {{"FILE", "the chain's certificates in any order; - is standard input", &options->files},
+       {"--trust", "file or folder with trusted roots; may be repeated", &options->trust, true},
+       {"--end-entity", "file whose first certificate is judged; FILE may hold anything", &options->endEntity},
+       {"--untrusted", "file with issuers that need not be used; may be repeated", &options->untrusted},
+       {"--at", "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970", &options->at, false,
+        CheckTime},
+       {"--grace-start", "seconds before notBefore that are let pass (7200)", &options->graceStartSec},
+       {"--grace-end", "seconds after notAfter that are let pass (0)", &options->graceEndSec},
+       {"--blacklist", "file with hexadecimal serial numbers, one a line", &options->blackList}},
+      [options](Report &report) { Run(*options, report); },
+      [options] { return options->files.empty() && options->endEntity.empty() ? "FILE or --end-entity" : nullptr; }};
 }

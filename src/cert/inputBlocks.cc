@@ -193,6 +193,7 @@ bool sxInputBlocks::Imp::DecodeBase64(std::string_view text) {
 // The form stores the last octet first: intended, as in sxCert_AsnBufFromFile.
 void sxInputBlocks::Imp::ReadHex(sxInputBlock &block) {
   std::string digits;
+  digits.reserve(m_text.size());  // growing would leave copies behind that nobody wipes
   std::copy_if(m_text.begin() + kHexPrefix.size(), m_text.end(), std::back_inserter(digits),
                [](char c) { return !IsBlank(c); });
   m_decoded.resize(digits.size() / 2);

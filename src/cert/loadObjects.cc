@@ -117,12 +117,11 @@ sxPubKey *ImportPrivateInfo(sxOctetView octets, std::string *why) {
     return nullptr;
   }
   if (sxEqual(info.oid, sxView(sxASN_rsaEncryption.Data(), sxASN_rsaEncryption.Len()))) {
-    const kxBinBuf pkcs8(octets.data(), static_cast<unsigned int>(octets.size()));
-    kxBinBuf pkcs1;
-    sxPubKey *const key = kxPKCS8_to_PKCS1(pkcs8, pkcs1) != 0
-                              ? nullptr
-                              : sxImportRSAKey(sxPK_private, pkcs1.Data(), static_cast<int>(pkcs1.Len()));
-    return key;
+    kxBinBuf pkcs8, pkcs1;
+    pkcs8.SetSensitive(true);
+    pkcs8.Set(octets.data(), static_cast<unsigned int>(octets.size()));
+    if (kxPKCS8_to_PKCS1(pkcs8, pkcs1) != 0) return nullptr;
+    return sxImportRSAKey(sxPK_private, pkcs1.Data(), static_cast<int>(pkcs1.Len()));
   }
   const bool isEc = sxEqual(info.oid, sxView(sxASN_ECDSAPublicKey.Data(), sxASN_ECDSAPublicKey.Len()));
   const Curve *curve = nullptr;

@@ -67,7 +67,7 @@ void RunBlock(const std::string &where, const sxInputBlock &block, const Options
       return report.Problem(kExitInputError, where, std::string("not a ") + info.name + log.Reason());
     }
   }
-  Facts facts = {{"input", VisibleLine(where)}, {"octets", block.octets.size()}};
+  Facts facts = {{"input", where}, {"octets", block.octets.size()}};
   if (options.check) {
     Compare(where, block.octets, *value, facts, report);
   } else {
@@ -89,7 +89,7 @@ void RunFile(const std::string &file, const Options &options, Report &report) {
   sxInputBlock block;
   if (!blocks.Next(block)) return report.Problem(kExitInputError, name, "is empty");
   const sxLoadPlace place = {name.c_str(), block.number, 0, block.offset, block.line};
-  RunBlock(place.Text(), block, options, report);
+  RunBlock(VisibleLine(place.Text()), block, options, report);
 }
 
 void Run(const Options &options, Report &report) {

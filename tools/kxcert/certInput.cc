@@ -8,6 +8,7 @@
 #include "input.h"
 #include "kxcert/cert/loadFiles.h"
 #include "report.h"
+#include "visibleText.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ std::vector<FoundCert> CertsOf(const sxLoader &loader) {
   for (const sxLoadItem &item : loader.Items()) {
     if (item.cert == nullptr) continue;
     sxCert_Save(item.cert);
-    certs.push_back({CertRef(item.cert), item.place.Text()});
+    certs.push_back({CertRef(item.cert), VisibleLine(item.place.Text())});
   }
   return certs;
 }

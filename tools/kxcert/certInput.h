@@ -18,7 +18,7 @@ using CertRef = std::unique_ptr<sxCert, FreeCert>;
 
 struct FoundCert {
   CertRef cert;       ///< OK
-  std::string where;  ///< file, and line for PEM
+  std::string where;  ///< file, and line for PEM; printable ASCII, in one line whatever the file's name
 };
 
 /// Every certificate of one file. What else is in the file is a note; what cannot be read, or a file

@@ -78,10 +78,10 @@ bool SplitHeaders(std::string_view &body, std::string_view *headers) {
 
 }  // namespace
 
-class sxInputBlocks::Imp {
+class sxInputBlocks_imp {
  public:
-  Imp(const unsigned char *octets, size_t len);
-  ~Imp() { Wipe(); }
+  sxInputBlocks_imp(const unsigned char *octets, size_t len);
+  ~sxInputBlocks_imp() { Wipe(); }
   bool Next(sxInputBlock &block);
 
  private:
@@ -104,7 +104,7 @@ class sxInputBlocks::Imp {
   std::vector<unsigned char> m_decoded;
 };
 
-sxInputBlocks::Imp::Imp(const unsigned char *octets, size_t len)
+sxInputBlocks_imp::sxInputBlocks_imp(const unsigned char *octets, size_t len)
     : m_text(reinterpret_cast<const char *>(octets), octets == nullptr ? 0 : len) {
   if (m_text.starts_with(kByteOrderMark)) m_base = kByteOrderMark.size();
   m_text.remove_prefix(m_base);
@@ -122,7 +122,7 @@ sxInputBlocks::Imp::Imp(const unsigned char *octets, size_t len)
   }
 }
 
-bool sxInputBlocks::Imp::Next(sxInputBlock &block) {
+bool sxInputBlocks_imp::Next(sxInputBlock &block) {
   block = sxInputBlock();
   if (m_pos == kNone) return false;
   block.number = ++m_number;
@@ -143,7 +143,7 @@ bool sxInputBlocks::Imp::Next(sxInputBlock &block) {
 
 // The search for the end goes no further than the next block: blocks without an end would each search all
 // that follows them.
-bool sxInputBlocks::Imp::TakePem(sxInputBlock &block) {
+bool sxInputBlocks_imp::TakePem(sxInputBlock &block) {
   m_line += static_cast<size_t>(std::count(m_text.begin() + static_cast<std::ptrdiff_t>(m_counted),
                                            m_text.begin() + static_cast<std::ptrdiff_t>(m_pos), '\n'));
   m_counted = m_pos;
@@ -166,7 +166,7 @@ bool sxInputBlocks::Imp::TakePem(sxInputBlock &block) {
   return true;
 }
 
-void sxInputBlocks::Imp::ReadBody(std::string_view body, sxInputBlock &block) {
+void sxInputBlocks_imp::ReadBody(std::string_view body, sxInputBlock &block) {
   std::string_view headers;
   if (!SplitHeaders(body, &headers) || !DecodeBase64(body)) {
     block.error = "the PEM block is not Base64";
@@ -177,7 +177,7 @@ void sxInputBlocks::Imp::ReadBody(std::string_view body, sxInputBlock &block) {
 }
 
 // @return false also when there is nothing in it
-bool sxInputBlocks::Imp::DecodeBase64(std::string_view text) {
+bool sxInputBlocks_imp::DecodeBase64(std::string_view text) {
   Wipe();
   m_decoded.clear();
   if (text.size() > kMaxInputLen) return false;
@@ -191,7 +191,7 @@ bool sxInputBlocks::Imp::DecodeBase64(std::string_view text) {
 }
 
 // The form stores the last octet first: intended, as in sxCert_AsnBufFromFile.
-void sxInputBlocks::Imp::ReadHex(sxInputBlock &block) {
+void sxInputBlocks_imp::ReadHex(sxInputBlock &block) {
   std::string digits;
   digits.reserve(m_text.size());  // growing would leave copies behind that nobody wipes
   std::copy_if(m_text.begin() + kHexPrefix.size(), m_text.end(), std::back_inserter(digits),
@@ -207,6 +207,7 @@ void sxInputBlocks::Imp::ReadHex(sxInputBlock &block) {
   KX_memset(digits.data(), digits.size());
 }
 
-sxInputBlocks::sxInputBlocks(const unsigned char *octets, size_t len) : m_imp(std::make_unique<Imp>(octets, len)) {}
+sxInputBlocks::sxInputBlocks(const unsigned char *octets, size_t len)
+    : m_imp(std::make_unique<sxInputBlocks_imp>(octets, len)) {}
 sxInputBlocks::~sxInputBlocks() = default;
 bool sxInputBlocks::Next(sxInputBlock &block) { return m_imp->Next(block); }

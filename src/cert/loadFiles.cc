@@ -8,8 +8,8 @@
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/keys/sxPubKey.h"
-#include "platform/files.h"
 #include "loadObjects.h"
+#include "platform/files.h"
 #include "readInput.h"
 
 namespace {
@@ -52,9 +52,9 @@ bool IsFolder(const char *path) {
 }  // namespace
 
 // The items of one input.
-class sxLoader::Reader {
+class sxLoadReader {
  public:
-  Reader(sxLoader &loader, const char *name, sxOctetView octets)
+  sxLoadReader(sxLoader &loader, const char *name, sxOctetView octets)
       : m_loader(loader), m_items(loader.m_items), m_octets(octets), m_name(name) {}
   void Run();
 
@@ -75,20 +75,20 @@ class sxLoader::Reader {
 };
 
 // One item more than the limit, which says so.
-bool sxLoader::Reader::HasRoom() { return m_items.size() < kMaxLoadItems || m_loader.HasRoom(m_name); }
+bool sxLoadReader::HasRoom() { return m_items.size() < kMaxLoadItems || m_loader.HasRoom(m_name); }
 
-size_t sxLoader::Reader::OffsetOf(sxOctetView octets, size_t blockOffset) const {
+size_t sxLoadReader::OffsetOf(sxOctetView octets, size_t blockOffset) const {
   const bool inFile = !octets.empty() && octets.data() >= m_octets.data() && &octets.back() <= &m_octets.back();
   return inFile ? static_cast<size_t>(octets.data() - m_octets.data()) : blockOffset;
 }
 
-void sxLoader::Reader::Run() {
+void sxLoadReader::Run() {
   sxInputBlocks blocks(m_octets.data(), m_octets.size());
   sxInputBlock block;
   while (HasRoom() && blocks.Next(block)) Take(block);
 }
 
-void sxLoader::Reader::Take(const sxInputBlock &block) {
+void sxLoadReader::Take(const sxInputBlock &block) {
   if (block.line == 0 && block.error == nullptr) return TakeElements(block);
   sxLoadItem item;
   item.place = {m_name, block.number, 0, block.offset, block.line};
@@ -106,7 +106,7 @@ void sxLoader::Reader::Take(const sxInputBlock &block) {
 }
 
 // Elements behind one another; whatever is no element ends them.
-void sxLoader::Reader::TakeElements(const sxInputBlock &block) {
+void sxLoadReader::TakeElements(const sxInputBlock &block) {
   sxOctetView rest = block.octets;
   sxDerElement element;
   for (int number = 1; !rest.empty() && HasRoom(); ++number) {
@@ -123,13 +123,13 @@ void sxLoader::Reader::TakeElements(const sxInputBlock &block) {
   }
 }
 
-void sxLoader::Reader::TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item) {
+void sxLoadReader::TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item) {
   if (shape == sxShape::kPkcs7) return TakeContainer(octets, item);
   sxLoadObject(shape, octets, m_loader.m_wanted, item);
   m_items.push_back(std::move(item));
 }
 
-void sxLoader::Reader::TakeContainer(sxOctetView octets, const sxLoadItem &container) {
+void sxLoadReader::TakeContainer(sxOctetView octets, const sxLoadItem &container) {
   sxContainerFields fields;
   const char *reason = sxOpenContainer(octets, &fields);
   int member = 0;
@@ -144,7 +144,7 @@ void sxLoader::Reader::TakeContainer(sxOctetView octets, const sxLoadItem &conta
 }
 
 // Choices other than the plain one have tags of their own: attribute certificates, for instance.
-void sxLoader::Reader::TakeMembers(sxShape shape, sxOctetView set, const sxLoadItem &container, int *member) {
+void sxLoadReader::TakeMembers(sxShape shape, sxOctetView set, const sxLoadItem &container, int *member) {
   sxDerElement element;
   while (!set.empty() && HasRoom()) {
     sxLoadItem item = container;
@@ -207,7 +207,7 @@ int sxLoader::AddOctets(const unsigned char *octets, size_t len, const char *nam
     SkipFile(kept, sxLoadSkip::kTooMuch, TooMuch("octets in all", kMaxLoadTotalLen));
   } else {
     m_totalLen += len;
-    Reader(*this, kept, {octets, len}).Run();
+    sxLoadReader(*this, kept, {octets, len}).Run();
   }
   const auto start = m_items.begin() + static_cast<std::ptrdiff_t>(before);
   return static_cast<int>(

@@ -15,6 +15,7 @@
 #include "kxcert/platform/export.h"
 
 class kxBinBuf;
+class sxInputBlocks_imp;
 
 constexpr size_t kMaxInputLen = size_t{1} << 28;  ///< octets of one input; a large CRL has tens of millions
 constexpr size_t kMaxPemLabelLen = 64;            ///< characters; those that are in use have 25 at most
@@ -52,8 +53,7 @@ class KXCERT_EXPORT sxInputBlocks {
   bool Next(sxInputBlock &block);  ///< false behind the last one; an empty input has none
 
  private:
-  class Imp;
-  std::unique_ptr<Imp> m_imp;
+  std::unique_ptr<sxInputBlocks_imp> m_imp;
 };
 
 #endif

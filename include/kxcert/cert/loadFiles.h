@@ -20,6 +20,7 @@
 class sxCert;
 class sxCerts;
 class sxCRL;
+class sxLoadReader;
 class sxPubKey;
 enum class sxReadResult;
 
@@ -91,7 +92,7 @@ class KXCERT_EXPORT sxLoader {
   void CopyCerts(sxCerts &out) const;                               ///< adds the certificates, with a reference each
 
  private:
-  class Reader;
+  friend class sxLoadReader;
   const char *Keep(const char *name);
   bool HasRoom(const char *name);
   int AddRead(sxReadResult result, const kxBinBuf &octets, const char *name);

@@ -1,4 +1,4 @@
-#include "kxcert/version.h"
+#include "kxcert/platform/version.h"
 
 #define KXCERT_TEXT_OF(number) #number
 #define KXCERT_TEXT(number) KXCERT_TEXT_OF(number)

@@ -116,6 +116,24 @@ setup() {
   [[ $output == *'neither certificate nor CRL in it'* ]]
 }
 
+@test "cert print: containers, encodings behind one another, files joined on a line" {
+  openssl crl2pkcs7 -in evil.crl -certfile "$chain/leaf.pem" -out both.p7b
+  cat leaf.der evil.crl.der >several.der
+  { printf '%s' "$(cat "$chain/leaf.pem")"; cat "$chain/root.pem"; } >joined.pem
+  run -0 "$KXCERT" cert print --json both.p7b several.der joined.pem
+  [ "$(json '" ".join(o["kind"] for o in d["objects"])')" = 'certificate crl certificate crl certificate certificate' ]
+  [ "$(json '[o["input"] for o in d["objects"]][:4:2]')" = "['both.p7b line 1 item 1', 'several.der']" ]
+}
+
+@test "cert print waits for no pipe; a file's name forges no line" {
+  mkfifo pipe
+  run -3 timeout 20 "$KXCERT" cert print pipe
+  [[ $output == *'pipe: is a pipe or a device, not a file' ]]
+  cp leaf.der $'a\nb'
+  run -0 "$KXCERT" cert asn1 Certificate --check $'a\nb'
+  [ "${#lines[@]}" -eq 1 ]
+}
+
 @test "cert print: no control character and no forged line reaches the terminal" {
   run -0 "$KXCERT" cert print --level key evil.der
   is_visible "$output"

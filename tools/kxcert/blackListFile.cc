@@ -7,6 +7,7 @@
 
 #include "certFacts.h"
 #include "input.h"
+#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "report.h"
 #include "visibleText.h"
@@ -46,7 +47,7 @@ bool AddSerial(std::string_view text, sxcert_black_list &list) {
 }  // namespace
 
 BlackListRef ReadBlackList(const std::string &path, Report &report) {
-  std::string octets;
+  kxBinBuf octets;
   const std::string error = ReadOctets(path, octets);
   if (!error.empty()) {
     report.Problem(kExitInputError, path, error);
@@ -54,7 +55,7 @@ BlackListRef ReadBlackList(const std::string &path, Report &report) {
   }
   BlackListRef list(new sxcert_black_list);
   bool allRead = true;
-  std::istringstream lines(octets);
+  std::istringstream lines(std::string(reinterpret_cast<const char *>(octets.Data()), octets.Len()));
   std::string line;
   for (int number = 1; std::getline(lines, line); ++number) {
     const std::string_view text = TrimEnd(line);

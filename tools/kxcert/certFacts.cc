@@ -38,7 +38,7 @@ const char *NameOf(const CodeName (&table)[kRows], int code) {
 
 constexpr int kNumKeyUsages = 9;  // bits that KeyusageStr knows
 
-nlohmann::ordered_json TimeFacts(int64_t seconds) {
+Facts TimeFacts(int64_t seconds) {
   return {{"seconds", seconds}, {"text", PrintCertTime(seconds)}, {"clamped", seconds >= kFirstClampedSec}};
 }
 
@@ -98,8 +98,8 @@ std::string KeyIdText(const sxExtKeyID *keyId) {
   return keyId == nullptr ? std::string() : HexOf(keyId->KIdBuf().Data(), keyId->KIdBuf().Len());
 }
 
-nlohmann::ordered_json CertFacts(const sxCert &cert) {
-  nlohmann::ordered_json facts = {
+Facts CertFacts(const sxCert &cert) {
+  Facts facts = {
       {"version", cert.Version()},
       {"serial", SerialText(cert)},
       {"issuer", NameText(cert.Issuer())},
@@ -119,7 +119,7 @@ nlohmann::ordered_json CertFacts(const sxCert &cert) {
     if (constraint->PathLen() >= 0) facts["pathLen"] = constraint->PathLen();
   }
   if (const sxKeyUsage *usage = cert.KeyUsage(); usage != nullptr) {
-    facts["keyUsage"] = nlohmann::ordered_json::array();
+    facts["keyUsage"] = Facts::array();
     for (int bit = 0; bit < kNumKeyUsages; ++bit) {
       if ((usage->KeyUsageBits() >> bit & 1) != 0) facts["keyUsage"].push_back(sxKeyUsage::KeyusageStr(bit));
     }

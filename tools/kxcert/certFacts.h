@@ -3,9 +3,10 @@
 #ifndef KXCERT_TOOLS_KXCERT_CERTFACTS_H_
 #define KXCERT_TOOLS_KXCERT_CERTFACTS_H_
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include "facts.h"
 
 class sxAsnInt;
 class sxCert;
@@ -22,6 +23,6 @@ std::string ValidityText(const sxCert &cert);     ///< "2024-... UTC to 2034-...
 std::string SignatureText(const sxCert &cert);    ///< "ECDSA with SHA-256"
 std::string KeyIdText(const sxExtKeyID *keyId);   ///< hexadecimal; "" without one
 
-nlohmann::ordered_json CertFacts(const sxCert &cert);
+Facts CertFacts(const sxCert &cert);
 
 #endif

@@ -9,7 +9,6 @@
 
 #include "kxcert/cert/sxCert.h"
 
-struct Block;
 class Report;
 
 struct FreeCert {
@@ -19,18 +18,8 @@ using CertRef = std::unique_ptr<sxCert, FreeCert>;
 
 struct FoundCert {
   CertRef cert;       ///< OK
-  std::string where;  ///< file, and line for PEM
+  std::string where;  ///< file, and line for PEM; printable ASCII, in one line whatever the file's name
 };
-
-enum class BlockKind { kCertificate, kCrl, kOther };
-/// PEM says it; for other forms the octets decide, and what is neither counts as a certificate.
-BlockKind KindOf(const Block &block);
-
-/// A new certificate, OK or not.
-CertRef MakeCert(const Block &block);
-
-/// The error of a certificate that is not OK; when it is the key's, with the algorithm.
-std::string WhyNotUsable(const sxCert &cert);
 
 /// Every certificate of one file. What else is in the file is a note; what cannot be read, or a file
 /// without certificates, is a problem.

@@ -1,5 +1,4 @@
 // kxcert chain verify: the verdict about a chain, and what every certificate of it has to do with it.
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "blackListFile.h"
@@ -194,19 +193,19 @@ void PrintTried(const sxChainVerdict &verdict, Report &report) {
 }
 
 // The library's own JSON, and what only the command knows: the files, and what was left over.
-void FillDocument(const Decision &decision, const GivenCerts &given, nlohmann::ordered_json &document) {
+void FillDocument(const Decision &decision, const GivenCerts &given, Facts &document) {
   const Answer &answer = decision.answer;
   document["valid"] = answer.code == sxValidation_OK;
-  document.update(nlohmann::ordered_json::parse(decision.judged.verdict.Json().getstr()));
+  document.update(Facts::Parsed(decision.judged.verdict.Json().getstr()));
   int level = 0;
-  for (nlohmann::ordered_json &cert : document["path"]) {
+  for (Facts &cert : document["path"].Elements()) {
     cert["input"] = VisibleLine(WhereFrom(*decision.Path().Get(level++), given));
   }
   if (decision.IsLeftOver()) {  // what the verdict is about is not what was given
     document["code"] = answer.code;
     document["name"] = "inconsistentChain";
     document["text"] = document["message"] = sxValidationRC_GetString(answer.code);
-    document["leftOver"] = nlohmann::ordered_json::array();
+    document["leftOver"] = Facts::array();
     for (const FoundCert *found : decision.judged.leftOver) {
       document["leftOver"].push_back(
           {{"subject", NameText(found->cert->Subject())}, {"input", VisibleLine(found->where)}});
@@ -263,25 +262,18 @@ void Run(const Options &options, Report &report) {
 
 }  // namespace
 
-Action AddChainVerify(CLI::App &verb) {
+Verb ChainVerify() {
   const auto options = std::make_shared<Options>();
-  verb.add_option("FILE", options->files, "the chain's certificates in any order; - is standard input");
-  verb.add_option("--trust", options->trust, "file or folder with trusted roots; may be repeated")
-      ->required()
-      ->allow_extra_args(false);
-  verb.add_option("--end-entity", options->endEntity, "file whose first certificate is judged; FILE may hold anything");
-  verb.add_option("--untrusted", options->untrusted, "file with issuers that need not be used; may be repeated")
-      ->allow_extra_args(false);
-  verb.add_option("--at", options->at,
-                  "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970")
-      ->check(CLI::Validator(CheckTime, "", "time"));
-  verb.add_option("--grace-start", options->graceStartSec, "seconds before notBefore that are let pass (7200)")
-      ->check(CLI::NonNegativeNumber);
-  verb.add_option("--grace-end", options->graceEndSec, "seconds after notAfter that are let pass (0)")
-      ->check(CLI::NonNegativeNumber);
-  verb.add_option("--blacklist", options->blackList, "file with hexadecimal serial numbers, one a line");
-  verb.parse_complete_callback([options] {
-    if (options->files.empty() && options->endEntity.empty()) throw CLI::RequiredError("FILE or --end-entity");
-  });
-  return [options](Report &report) { Run(*options, report); };
+  return {
+      {{"FILE", "the chain's certificates in any order; - is standard input", &options->files},
+       {"--trust", "file or folder with trusted roots; may be repeated", &options->trust, true},
+       {"--end-entity", "file whose first certificate is judged; FILE may hold anything", &options->endEntity},
+       {"--untrusted", "file with issuers that need not be used; may be repeated", &options->untrusted},
+       {"--at", "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970", &options->at, false,
+        CheckTime},
+       {"--grace-start", "seconds before notBefore that are let pass (7200)", &options->graceStartSec},
+       {"--grace-end", "seconds after notAfter that are let pass (0)", &options->graceEndSec},
+       {"--blacklist", "file with hexadecimal serial numbers, one a line", &options->blackList}},
+      [options](Report &report) { Run(*options, report); },
+      [options] { return options->files.empty() && options->endEntity.empty() ? "FILE or --end-entity" : nullptr; }};
 }

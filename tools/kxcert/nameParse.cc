@@ -1,5 +1,4 @@
 // kxcert name parse: a name in all its forms.
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "certFacts.h"
@@ -24,7 +23,7 @@ void PrintName(const std::string &argument, Report &report) {
   report.Line("der:   " + HexOf(der, static_cast<size_t>(derLen)));
   report.Line("rdns:  " + std::to_string(name->Count()));
   const char *ascii = name->GetStr_ascii();
-  nlohmann::ordered_json facts = {{"input", argument}, {"text", nullptr}, {"ascii", nullptr}};
+  Facts facts = {{"input", argument}, {"text", nullptr}, {"ascii", nullptr}};
   if (text != nullptr) facts["text"] = text;
   if (ascii != nullptr) facts["ascii"] = ascii;
   facts["der"] = HexOf(der, static_cast<size_t>(derLen));
@@ -34,11 +33,11 @@ void PrintName(const std::string &argument, Report &report) {
 
 }  // namespace
 
-Action AddNameParse(CLI::App &verb) {
+Verb NameParse() {
   const auto texts = std::make_shared<std::vector<std::string>>();
-  verb.add_option("TEXT", *texts, "names as text (CN=a,O=b,C=c) or as DER in hexadecimal")->required();
-  return [texts](Report &report) {
-    report.Document()["names"] = nlohmann::ordered_json::array();
-    for (const std::string &text : *texts) PrintName(text, report);
-  };
+  return {{{"TEXT", "names as text (CN=a,O=b,C=c) or as DER in hexadecimal", texts.get(), true}},
+          [texts](Report &report) {
+            report.Document()["names"] = Facts::array();
+            for (const std::string &text : *texts) PrintName(text, report);
+          }};
 }

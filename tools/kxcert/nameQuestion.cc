@@ -1,6 +1,5 @@
 #include "nameQuestion.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "certFacts.h"
@@ -24,7 +23,7 @@ void Run(const NameQuestion &question, const Arguments &arguments, Report &repor
   }
   if (!names[0].has_value() || !names[1].has_value()) return;
   const bool yes = question.ask(*names[0], *names[1]);
-  report.Document()["names"] = {NameText(&*names[0]), NameText(&*names[1])};
+  report.Document()["names"] = Facts::array({NameText(&*names[0]), NameText(&*names[1])});
   report.Document()[question.member] = yes;
   report.Verdict(yes, yes ? question.yes : question.no);
   if (!yes) report.Worsen(kExitNo);
@@ -32,9 +31,9 @@ void Run(const NameQuestion &question, const Arguments &arguments, Report &repor
 
 }  // namespace
 
-Action AddNameQuestion(CLI::App &verb, const NameQuestion &question) {
+Verb AskAboutNames(const NameQuestion &question) {
   const auto arguments = std::make_shared<Arguments>();
-  verb.add_option(question.first, arguments->first, "a name as text or as DER in hexadecimal")->required();
-  verb.add_option(question.second, arguments->second, "another one")->required();
-  return [question, arguments](Report &report) { Run(question, *arguments, report); };
+  return {{{question.first, "a name as text or as DER in hexadecimal", &arguments->first, true},
+           {question.second, "another one", &arguments->second, true}},
+          [question, arguments](Report &report) { Run(question, *arguments, report); }};
 }

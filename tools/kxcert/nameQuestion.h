@@ -16,6 +16,6 @@ struct NameQuestion {
   bool (*ask)(const sxDN &first, const sxDN &second);
 };
 
-Action AddNameQuestion(CLI::App &verb, const NameQuestion &question);
+Verb AskAboutNames(const NameQuestion &question);
 
 #endif

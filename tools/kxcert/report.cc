@@ -64,7 +64,7 @@ void Report::Note(std::string_view source, std::string_view text) {
 ExitCode Report::Finish() {
   if (m_json) {
     m_document["exitCode"] = static_cast<int>(m_exitCode);
-    Write(m_document.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace));
+    Write(m_document.Json());
     Write("\n");
   }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {

@@ -6,11 +6,11 @@
 #ifndef KXCERT_TOOLS_KXCERT_REPORT_H_
 #define KXCERT_TOOLS_KXCERT_REPORT_H_
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
 #include "exitCode.h"
+#include "facts.h"
 
 class Report {
  public:
@@ -32,7 +32,7 @@ class Report {
   void Worsen(ExitCode code) {
     if (code > m_exitCode) m_exitCode = code;
   }
-  nlohmann::ordered_json &Document() { return m_document; }
+  Facts &Document() { return m_document; }
   bool IsJson() const { return m_json; }
 
   /// Writes what is left.
@@ -41,7 +41,7 @@ class Report {
  private:
   void Talk(std::string_view source, std::string_view text);
 
-  nlohmann::ordered_json m_document;
+  Facts m_document;
   const bool m_json;
   const bool m_colour;
   ExitCode m_exitCode = kExitYes;

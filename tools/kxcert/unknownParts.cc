@@ -53,9 +53,9 @@ std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm) {
 }
 
 // The list has the extensions that it understood in their order.
-nlohmann::ordered_json PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known,
-                                    const sxAsnOid *alsoKnown, SxStream *out, int indent) {
-  auto facts = nlohmann::ordered_json::array();
+Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known, const sxAsnOid *alsoKnown,
+                   SxStream *out, int indent) {
+  auto facts = Facts::array();
   if (extensions == nullptr) return facts;
   const sxExtensionsList::ExtItem *item = known.First();
   for (const sxASN_Extension &ext : *extensions) {

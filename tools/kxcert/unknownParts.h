@@ -4,8 +4,9 @@
 #ifndef KXCERT_TOOLS_KXCERT_UNKNOWNPARTS_H_
 #define KXCERT_TOOLS_KXCERT_UNKNOWNPARTS_H_
 
-#include <nlohmann/json.hpp>
 #include <string>
+
+#include "facts.h"
 
 class sxASN_AlgorithmIdentifier;
 class sxASN_Certificate;
@@ -25,8 +26,8 @@ std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm);
 /// @param extensions  those that @p known was made from; may be null
 /// @param alsoKnown   one that is told elsewhere, or null
 /// @return the same as JSON
-nlohmann::ordered_json PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known,
-                                    const sxAsnOid *alsoKnown, SxStream *out, int indent);
+Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known, const sxAsnOid *alsoKnown,
+                   SxStream *out, int indent);
 
 std::string Sha256Of(const unsigned char *octets, size_t len);  ///< hexadecimal
 std::string SpkiSha256(const sxCert &cert);                     ///< of SubjectPublicKeyInfo as received; "" without one

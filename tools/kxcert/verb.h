@@ -1,23 +1,44 @@
 /// @file
-/// What a verb is to the program: a function that declares its options and returns what it does.
+/// What a verb is to the program: rows that declare its options, and what it does.
 #ifndef KXCERT_TOOLS_KXCERT_VERB_H_
 #define KXCERT_TOOLS_KXCERT_VERB_H_
 
 #include <functional>
+#include <string>
+#include <variant>
+#include <vector>
 
-namespace CLI {
-class App;
-}
 class Report;
 
-/// Runs after the options were read; reports through the Report alone.
-using Action = std::function<void(Report &)>;
+struct OptionChoice {
+  const char *name;
+  int value;
+};
 
-Action AddCertPrint(CLI::App &verb);
-Action AddCertAsn1(CLI::App &verb);
-Action AddChainVerify(CLI::App &verb);
-Action AddNameParse(CLI::App &verb);
-Action AddNameCompare(CLI::App &verb);
-Action AddNameSuffix(CLI::App &verb);
+struct OptionRow {
+  const char *name;  ///< "FILE" for an argument, "--level" for an option
+  const char *help;
+  /// Where it goes: a flag; a number that is not negative; a text; texts, of which an option takes one each
+  /// time that it is given, and an argument all that there are.
+  std::variant<bool *, int *, std::string *, std::vector<std::string> *> target;
+  bool required = false;
+  std::string (*check)(const std::string &text) = nullptr;  ///< of a text: "", or what is wrong with it
+  std::vector<OptionChoice> choices = {};                   ///< of a number: what may be written for it
+  const char *choiceName = "";                              ///< usage names one of these so
+};
+
+/// @c run and the rows share what the options are read into.
+struct Verb {
+  std::vector<OptionRow> options;
+  std::function<void(Report &)> run;                ///< after the options were read
+  std::function<const char *()> missing = nullptr;  ///< what must be given as well, or null
+};
+
+Verb CertPrint();
+Verb CertAsn1();
+Verb ChainVerify();
+Verb NameParse();
+Verb NameCompare();
+Verb NameSuffix();
 
 #endif

@@ -1,7 +1,7 @@
 /// @file
 /// The version of the library: of these headers, and of what runs.
-#ifndef KXCERT_VERSION_H_
-#define KXCERT_VERSION_H_
+#ifndef KXCERT_PLATFORM_VERSION_H_
+#define KXCERT_PLATFORM_VERSION_H_
 
 #include "kxcert/platform/export.h"
 

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <random>
 
-#include "cert/rows.h"
+#include "support/rows.h"
 #include "cert/serialText.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/certFile.h"

@@ -1,5 +1,5 @@
 // Names as rows: their texts, encodings and values, what compares, and the plain functions over them.
-#include "cert/rows.h"
+#include "support/rows.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxDN.h"
 #include "support/asnHex.h"

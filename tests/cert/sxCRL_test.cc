@@ -6,7 +6,7 @@
 #include <map>
 #include <random>
 
-#include "cert/rows.h"
+#include "support/rows.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCert.h"

@@ -4,7 +4,7 @@
 #include <regex>
 #include <sstream>
 
-#include "cert/rows.h"
+#include "support/rows.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/certTime.h"

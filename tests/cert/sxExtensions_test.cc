@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "cert/rows.h"
+#include "support/rows.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"

@@ -5,7 +5,7 @@
 
 #include <ctime>
 
-#include "cert/rows.h"
+#include "support/rows.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"

@@ -1,7 +1,7 @@
 /// @file
 /// Rows of cases whose first cell says what is done with the others.
-#ifndef KXCERT_TESTS_CERT_ROWS_H_
-#define KXCERT_TESTS_CERT_ROWS_H_
+#ifndef KXCERT_TESTS_SUPPORT_ROWS_H_
+#define KXCERT_TESTS_SUPPORT_ROWS_H_
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Changes single lines of the production code and lists those changes that no test notices.
 
-  tests/mutate.py make --seed N [--count 150] >LIST    chooses changes: a line each, file, old and new line
-  tests/mutate.py run LIST OUT [--jobs J]               builds and tests each; survivors and rates
+  tools/mutate.py make --seed N [--count 150] >LIST    chooses changes: a line each, file, old and new line
+  tools/mutate.py run LIST OUT [--jobs J]               builds and tests each; survivors and rates
 
 A change flips a comparison or a condition, drops a guard or a statement, moves a bound, or swaps a
 constant. A list outlives moved lines and files: a line is looked for by its text, in its file first. Each

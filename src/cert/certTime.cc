@@ -1,10 +1,12 @@
 // ASN.1 times to seconds.
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/certTime.h"
+#include "kxcert/foundation/sxString.h"
 #include "kxcert/platform/log.h"
 
 namespace {
@@ -68,4 +70,16 @@ int sxASN_Time2time(const sxASN_Time *time) {
     case sxASN_Time::generalTimeCid: return sxGeneralTime2time(text->Data(), text->Len());
     default: herror_func(0, 0, "sxASN_Time2time: unknown time type %d", time->ChoiceId()); return -1;
   }
+}
+
+sxString sxTimeText(int64_t seconds) {
+  using namespace std::chrono;
+  const sys_days date = floor<days>(sys_seconds(std::chrono::seconds(seconds)));
+  const year_month_day day(date);
+  const auto ofDay = static_cast<int>(seconds - int64_t{date.time_since_epoch().count()} * 86400);
+  char text[64];
+  const int len = std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d UTC", static_cast<int>(day.year()),
+                                static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()), ofDay / 3600,
+                                ofDay / 60 % 60, ofDay % 60);
+  return sxString(text, len);
 }

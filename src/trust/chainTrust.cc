@@ -9,6 +9,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sortCerts.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "trust/sharedRef.h"
 #include "trust/sxKeyHolder_imp.h"
 
 namespace {
@@ -24,12 +25,6 @@ void TraceChain(const sxCerts &chain, const char *title) {
     chain.Get(i)->Sprint(&text, sxCert_brief, 1);
     tderrorFunc("CERT", 5, 0, "%s", text.GetBuf());
   }
-}
-
-void AddReference(sxCerts &chain, sxCert *cert) {
-  if (cert == nullptr) return;
-  sxSaveSigned(cert);
-  chain.Add(cert);
 }
 
 }  // namespace

@@ -28,11 +28,6 @@ using RootRef = SharedRef<sxRootCA>;
 
 const char *NameOf(const sxRootCA &root) { return root.Name() != nullptr ? root.Name() : "no name"; }
 
-void AddReference(sxCerts &chain, sxCert *cert) {
-  sxSaveSigned(cert);
-  chain.Add(cert);
-}
-
 bool IsOwnCert(const sxRootCA &root, const sxCert &cert) { return root.Cert() != nullptr && *root.Cert() == cert; }
 
 bool IsAdditionalCert(const sxRootCA &root, const sxCert &cert) {

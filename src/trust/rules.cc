@@ -1,14 +1,15 @@
 #include "trust/rules.h"
 
 #include <atomic>
-#include <ctime>
 
 #include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnOid.h"
+#include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/foundation/sxString.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxcert_black_list.h"
@@ -34,12 +35,7 @@ std::string TextOf(const sxDN *dn) {
   return text != nullptr ? text : "no name";
 }
 
-void PutDate(Facts &out, const char *label, time_t sec) {
-  tm utc;
-  char text[32];
-  if (gmtime_r(&sec, &utc) == nullptr || strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc) == 0) return;
-  out.push_back({label, text});
-}
+void PutDate(Facts &out, const char *label, int64_t sec) { out.push_back({label, sxTimeText(sec).getstr()}); }
 
 RuleOutcome NotBlackListed(const RulePlace &p) {
   const sxcert_black_list *list = p.params->Get_BlackList();

@@ -5,6 +5,8 @@
 
 #include <utility>
 
+#include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxCerts.h"
 #include "kxcert/foundation/sxPKobj.h"
 
 /// While one lives, no other thread drops a reference: what a look-up lends stays until it was saved.
@@ -54,5 +56,8 @@ class SharedRef {
  private:
   T *m_obj = nullptr;
 };
+
+/// Adds a certificate that stays its lender's too.
+inline void AddReference(sxCerts &chain, sxCert *cert) { chain.Add(SharedRef<sxCert>(cert).Release()); }
 
 #endif

@@ -1,8 +1,6 @@
 #include "kxcert/trust/sxPKObjects.h"
 
 #include <algorithm>
-#include <mutex>
-#include <shared_mutex>
 #include <unordered_map>
 #include <vector>
 
@@ -10,6 +8,7 @@
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxOcspServer.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "platform/guarded.h"
 
 namespace {
 
@@ -29,7 +28,7 @@ class sxPKObjects_imp {
   // The lock of the reference counts is never waited for under the set's own.
   void Add(sxPKobj *obj) {
     sxSavePKobj(obj);
-    const std::lock_guard<std::shared_mutex> guard(m_lock);
+    const sxWriteLock guard(m_lock);
     if (m_count == m_slots.size()) m_slots.resize(m_count + kGrowSlots);
     m_slots[m_count] = obj;
     Enter(m_count);
@@ -43,22 +42,22 @@ class sxPKObjects_imp {
   }
 
   sxPKobj *Get(int i) const {
-    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    const sxReadLock guard(m_lock);
     return IsSlot(i) ? m_slots[static_cast<size_t>(i)] : nullptr;
   }
 
   bool IsInRange(int i) const {
-    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    const sxReadLock guard(m_lock);
     return IsSlot(i);
   }
 
   int Count() const {
-    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    const sxReadLock guard(m_lock);
     return static_cast<int>(m_count);
   }
 
   sxPKobj *Find(uint64_t hash, sxPKObjects::MatchFunc matches, const void *wanted) const {
-    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    const sxReadLock guard(m_lock);
     const auto bucket = m_index.find(hash);
     if (bucket == m_index.end()) return nullptr;
     for (const size_t slot : bucket->second) {
@@ -68,17 +67,17 @@ class sxPKObjects_imp {
   }
 
   sxPKobj *FindFirst(sxPKObjects::MatchFunc matches, const void *wanted) const {
-    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    const sxReadLock guard(m_lock);
     const auto end = m_slots.begin() + static_cast<ptrdiff_t>(m_count);
     const auto found = std::find_if(m_slots.begin(), end, [=](sxPKobj *obj) { return matches(obj, wanted); });
     return found != end ? *found : nullptr;
   }
 
  private:
-  bool IsSlot(int i) const { return i >= 0 && static_cast<size_t>(i) < m_slots.size(); }
+  bool IsSlot(int i) const REQUIRES_SHARED(m_lock) { return i >= 0 && static_cast<size_t>(i) < m_slots.size(); }
 
   bool TakeOut(const sxPKobj *obj) {
-    const std::lock_guard<std::shared_mutex> guard(m_lock);
+    const sxWriteLock guard(m_lock);
     const auto found = std::find(m_slots.begin(), m_slots.end(), obj);
     if (found == m_slots.end()) return false;
     const auto hole = static_cast<size_t>(found - m_slots.begin());
@@ -94,13 +93,13 @@ class sxPKObjects_imp {
     return true;
   }
 
-  void Enter(size_t slot) {
+  void Enter(size_t slot) REQUIRES(m_lock) {
     if (m_hashOf == nullptr) return;
     std::vector<size_t> &bucket = m_index[m_hashOf(m_slots[slot])];
     bucket.insert(std::lower_bound(bucket.begin(), bucket.end(), slot), slot);
   }
 
-  void Leave(size_t slot) {
+  void Leave(size_t slot) REQUIRES(m_lock) {
     if (m_hashOf == nullptr) return;
     const auto bucket = m_index.find(m_hashOf(m_slots[slot]));
     std::vector<size_t> &slots = bucket->second;
@@ -108,11 +107,11 @@ class sxPKObjects_imp {
     if (slots.empty()) m_index.erase(bucket);
   }
 
-  mutable std::shared_mutex m_lock;
-  std::vector<sxPKobj *> m_slots;  // the first m_count are occupied, the others null
-  size_t m_count = 0;
-  const sxPKObjects::HashFunc m_hashOf;                       // null: no index
-  std::unordered_map<uint64_t, std::vector<size_t>> m_index;  // slots of each hash, ascending
+  mutable sxSharedMutex m_lock;
+  std::vector<sxPKobj *> m_slots GUARDED_BY(m_lock);  // the first m_count are occupied, the others null
+  size_t m_count GUARDED_BY(m_lock) = 0;
+  const sxPKObjects::HashFunc m_hashOf;                                          // null: no index
+  std::unordered_map<uint64_t, std::vector<size_t>> m_index GUARDED_BY(m_lock);  // slots of each hash, ascending
 };
 
 class sxPKObjects_iterator_imp {

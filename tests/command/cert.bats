@@ -129,6 +129,7 @@ setup() {
   mkfifo pipe
   run -3 timeout 20 "$KXCERT" cert print pipe
   [[ $output == *'pipe: is a pipe or a device, not a file' ]]
+  run -0 "$KXCERT" cert print <(cat leaf.der)
   cp leaf.der $'a\nb'
   run -0 "$KXCERT" cert asn1 Certificate --check $'a\nb'
   [ "${#lines[@]}" -eq 1 ]

@@ -1,6 +1,7 @@
 #include "input.h"
 
 #include <cstdio>
+#include <memory>
 #include <string_view>
 
 #include "kxcert/cert/loadFiles.h"
@@ -16,6 +17,18 @@ bool TakeStandardInput() {
   const bool first = !taken;
   taken = true;
   return first;
+}
+
+// What a shell's <(...) is called: whoever writes it means a pipe. Elsewhere one is no file to wait for.
+bool IsOpenDescriptor(const std::string &path) { return path.starts_with("/dev/fd/"); }
+
+struct CloseStream {
+  void operator()(std::FILE *stream) const { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+Stream OpenDescriptor(const std::string &path) {
+  return Stream(IsOpenDescriptor(path) ? std::fopen(path.c_str(), "rb") : nullptr);
 }
 
 // Passed over without harm to the answer. Where others read a certificate that is not so: the answer would be
@@ -40,12 +53,15 @@ std::string NoteText(const sxLoadItem &item) {
 std::string InputName(const std::string &path) { return path == "-" ? "(standard input)" : path; }
 
 std::string ReadOctets(const std::string &path, kxBinBuf &out) {
+  if (const Stream pipe = OpenDescriptor(path)) return sxReadInput(pipe.get(), out);
   if (path != "-") return sxReadInput(path.c_str(), out);
   return TakeStandardInput() ? sxReadInput(stdin, out) : kReadBefore;
 }
 
 bool LoadInput(const std::string &path, sxLoader &loader, Report &report) {
-  if (path != "-") {
+  if (const Stream pipe = OpenDescriptor(path)) {
+    loader.AddStream(pipe.get(), path.c_str());
+  } else if (path != "-") {
     loader.AddFile(path.c_str());
   } else if (TakeStandardInput()) {
     loader.AddStream(stdin, InputName(path).c_str());

@@ -2,8 +2,10 @@
 
 #include <charconv>
 #include <chrono>
-#include <cstdio>
 #include <string_view>
+
+#include "kxcert/cert/certTime.h"
+#include "kxcert/foundation/sxString.h"
 
 namespace {
 
@@ -78,16 +80,7 @@ bool ParseTime(const std::string &text, int64_t *seconds) {
   return true;
 }
 
-std::string PrintTime(int64_t seconds) {
-  const sys_days date = std::chrono::floor<std::chrono::days>(sys_seconds(std::chrono::seconds(seconds)));
-  const year_month_day day(date);
-  const auto ofDay = static_cast<int>(seconds - int64_t{date.time_since_epoch().count()} * kDaySec);
-  char text[64];
-  std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d UTC", static_cast<int>(day.year()),
-                static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()), ofDay / 3600, ofDay / 60 % 60,
-                ofDay % 60);
-  return text;
-}
+std::string PrintTime(int64_t seconds) { return sxTimeText(seconds).getstr(); }
 
 std::string PrintCertTime(int64_t seconds) {
   if (seconds == -1) return "a time that cannot be read";

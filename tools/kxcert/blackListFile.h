@@ -11,7 +11,9 @@
 class Report;
 
 struct FreeBlackList {
-  void operator()(sxcert_black_list *list) const { sxcert_black_list::free(list); }
+  void operator()(sxcert_black_list *list) const {
+    sxcert_black_list::free(list);  // NOLINT(clang-analyzer-unix.MismatchedDeallocator): its own, no free()
+  }
 };
 using BlackListRef = std::unique_ptr<sxcert_black_list, FreeBlackList>;
 

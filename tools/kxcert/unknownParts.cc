@@ -36,7 +36,7 @@ std::string OidText(const sxAsnOid &oid) {
 }
 
 std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm) {
-  const std::string text = OidText(*algorithm.algorithm);
+  std::string text = OidText(*algorithm.algorithm);
   const auto *value = algorithm.parameters == nullptr ? nullptr : algorithm.parameters->Value();
   const auto *raw = dynamic_cast<const sxAsnRawAny *>(value);
   sxAsnOid oid;

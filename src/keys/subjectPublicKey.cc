@@ -44,18 +44,21 @@ sxSpkiResult Classify(const unsigned char *oid, int oidLen) {
 }
 
 // ECParameters ::= CHOICE { namedCurve OBJECT IDENTIFIER, ... }, of which RFC 5480, 2.1.1 allows no other.
-const Curve *NamedCurve(const unsigned char *params, int paramsLen) {
-  if (params == nullptr || paramsLen < 3 || params[0] != 0x06 || params[1] != paramsLen - 2) return nullptr;
-  return FindCurve(params + 2, paramsLen - 2);
+// Only the shortest length is read: two octets before the identifier's own.
+const Curve *NamedCurve(sxOctetView params) {
+  sxDerReader reader(params);
+  sxOctetView oid;
+  if (!reader.Take(kDerOid, &oid) || !reader.AtEnd() || params.size() != oid.size() + 2) return nullptr;
+  return FindCurve(oid);
 }
 
-sxPubKey *ImportEc(const unsigned char *params, int paramsLen, const unsigned char *key, int keyLen) {
-  const Curve *curve = NamedCurve(params, paramsLen);
+sxPubKey *ImportEc(sxOctetView params, sxOctetView point) {
+  const Curve *curve = NamedCurve(params);
   if (curve == nullptr) {
-    herror_func(0, 0, "sxPubKey_FromSPKI: no named curve that is known (%d bytes of parameters)", paramsLen);
+    herror_func(0, 0, "sxPubKey_FromSPKI: no named curve that is known (%d bytes of parameters)", sxLen(params));
     return nullptr;
   }
-  auto *made = new sxPubKey(new kxECDSA_imp(*curve, key, keyLen));
+  auto *made = new sxPubKey(new kxECDSA_imp(*curve, point));
   if (made->OK()) return made;
   sxFreePubKey(made);
   return nullptr;
@@ -68,7 +71,7 @@ sxPubKey *sxPubKey_FromSPKI(const unsigned char *algOid, int algOidLen, const un
   const sxSpkiResult onFailure = Classify(algOid, algOidLen);
   sxPubKey *made = nullptr;
   if (onFailure == sxSpki_bad_rsa) made = sxImportRSAKey(sxPK_public, key, keyLen);
-  if (onFailure == sxSpki_bad_ec) made = ImportEc(params, paramsLen, key, keyLen);
+  if (onFailure == sxSpki_bad_ec) made = ImportEc(sxView(params, paramsLen), sxView(key, keyLen));
   if (why != nullptr) *why = made != nullptr ? sxSpki_ok : onFailure;
   return made;
 }

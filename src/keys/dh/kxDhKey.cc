@@ -3,9 +3,8 @@
 #include <memory>
 
 #include "dhSet.h"
+#include "keys/keyOctets.h"
 #include "kxDhKey_imp.h"
-#include "kxcert/foundation/hexText.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/sxDhParams.h"
 #include "kxcert/platform/log.h"
@@ -40,12 +39,8 @@ kxDhKey *DhKey_genkey(const kxDhKey *key) { return key == nullptr ? nullptr : ke
 
 int DhKey_gethash(const kxDhKey *key, sxString &hash) {
   kxBinBuf octets;
-  char text[2 * kDhKeyHashLen + 1];
-  if (key == nullptr || key->GetHash(octets) != 0 ||
-      bytes_to_string(octets.Data(), kDhKeyHashLen, text, sizeof text) != 0) {
-    return -1;
-  }
-  hash.Set(text);
+  if (key == nullptr || key->GetHash(octets) != 0) return -1;
+  SetHexText(ViewOf(octets), hash);
   return 0;
 }
 

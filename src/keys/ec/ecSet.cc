@@ -3,10 +3,9 @@
 #include <vector>
 
 #include "ecKey.h"
+#include "keys/keyOctets.h"
 #include "keys/libcryptoTypes.h"
-#include "keys/secretAttribute.h"
 #include "kxcert/foundation/attributeSet.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/log.h"
 
@@ -21,13 +20,12 @@ EC_KEY *ReadKey(const sxset &set) {
   std::vector<unsigned char> octets;
   if (curve == nullptr || !set.FindBinary("public", &octets) || octets.size() > kMaxSetPointLen) { return nullptr; }
   unsigned char point[kMaxPointLen];
-  const int pointLen =
-      ReadPoint("kxECDSA_imp::test_if_ok", *curve, octets.data(), static_cast<int>(octets.size()), point);
+  const int pointLen = ReadPoint("kxECDSA_imp::test_if_ok", *curve, octets, point);
   if (pointLen < 0) return nullptr;
-  if (set.Find("private") == nullptr) return NewPublicEcKey(*curve, point, pointLen);
+  if (set.Find("private") == nullptr) return NewPublicEcKey(*curve, sxView(point, pointLen));
   kxBinBuf scalar;
   if (ReadSecretAttribute(set, "private", curve->ScalarLen(), scalar) != 0) return nullptr;
-  return NewPrivateEcKey(*curve, point, pointLen, scalar);
+  return NewPrivateEcKey(*curve, sxView(point, pointLen), scalar);
 }
 
 }  // namespace
@@ -42,11 +40,9 @@ sxset *kxECDSA_to_set(const EC_KEY *key) {
   set->SetText("comment", curve->comment);
   set->SetText("curve", curve->name);
   set->SetBinary("public", point, pointLen);
-  if (const BIGNUM *number = EC_KEY_get0_private_key(key)) {
-    kxBinBuf scalar;
-    scalar.SetSensitive(true);
-    scalar.Set(static_cast<unsigned int>(curve->ScalarLen()));
-    if (BN_bn2binpad(number, scalar.Data(), curve->ScalarLen()) < 0) return nullptr;
+  if (EC_KEY_get0_private_key(key) != nullptr) {
+    const kxBinBuf scalar = ScalarOfKey(*curve, key);
+    if (scalar.IsEmpty()) return nullptr;
     set->SetBinary("private", scalar.Data(), curve->ScalarLen());
   }
   return set.release();

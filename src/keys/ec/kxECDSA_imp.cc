@@ -26,13 +26,11 @@ kxECDSA_imp::kxECDSA_imp(sxPK_Format format, const unsigned char *data, int data
   if (format == sxPK_private) {
     Adopt(kxECDSA_from_buf(format, data, dataLen, curveNid));
   } else if (const Curve *curve = FindCurve(curveNid); curve != nullptr && format == sxPK_public) {
-    ImportPoint(*curve, data, dataLen);
+    ImportPoint(*curve, sxView(data, dataLen));
   }
 }
 
-kxECDSA_imp::kxECDSA_imp(const Curve &curve, const unsigned char *point, int pointLen) {
-  ImportPoint(curve, point, pointLen);
-}
+kxECDSA_imp::kxECDSA_imp(const Curve &curve, sxOctetView point) { ImportPoint(curve, point); }
 
 kxECDSA_imp::~kxECDSA_imp() { EC_KEY_free(m_key.load(std::memory_order_acquire)); }
 
@@ -46,14 +44,14 @@ void kxECDSA_imp::Adopt(EC_KEY *key) {
   m_curve = curve;
 }
 
-void kxECDSA_imp::ImportPoint(const Curve &curve, const unsigned char *point, int pointLen) {
-  m_pointLen = ReadPoint("kxECDSA_imp::test_if_ok", curve, point, pointLen, m_point);
+void kxECDSA_imp::ImportPoint(const Curve &curve, sxOctetView point) {
+  m_pointLen = ReadPoint("kxECDSA_imp::test_if_ok", curve, point, m_point);
   if (m_pointLen > 0) m_curve = &curve;
 }
 
 EC_KEY *kxECDSA_imp::Key() const {
   if (EC_KEY *key = m_key.load(std::memory_order_acquire)) return key;
-  EcKey made(NewPublicEcKey(*m_curve, m_point, m_pointLen));
+  EcKey made(NewPublicEcKey(*m_curve, Point()));
   EC_KEY *first = nullptr;  // of two threads that get here the first one's stays
   if (!m_key.compare_exchange_strong(first, made.get(), std::memory_order_acq_rel)) return first;
   return made.release();
@@ -160,5 +158,5 @@ int kxECDSA_imp::GetLen(sxPK_Len_Type type) {
 }
 
 void kxECDSA_imp::Herror() const {
-  if (m_curve != nullptr) LogEcKey(*m_curve, m_point, m_pointLen, m_hasPrivate);
+  if (m_curve != nullptr) LogEcKey(*m_curve, Point(), m_hasPrivate);
 }

@@ -14,7 +14,7 @@ class kxECDSA_imp : public sxPubKey_imp_vc {
   explicit kxECDSA_imp(int curveNid);
   explicit kxECDSA_imp(const char *curveName);
   kxECDSA_imp(sxPK_Format format, const unsigned char *data, int dataLen, int curveNid);
-  kxECDSA_imp(const Curve &curve, const unsigned char *point, int pointLen);
+  kxECDSA_imp(const Curve &curve, sxOctetView point);
   ~kxECDSA_imp() override;
 
   int algorithm() const override { return sxPK_ECDSA; }
@@ -38,7 +38,8 @@ class kxECDSA_imp : public sxPubKey_imp_vc {
 
  private:
   void Adopt(EC_KEY *key);
-  void ImportPoint(const Curve &curve, const unsigned char *point, int pointLen);
+  void ImportPoint(const Curve &curve, sxOctetView point);
+  sxOctetView Point() const { return sxView(m_point, m_pointLen); }
   EC_KEY *Key() const;  // lent; null only when libcrypto fails
 
   const Curve *m_curve = nullptr;  // null while not OK

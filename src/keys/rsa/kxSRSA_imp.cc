@@ -20,12 +20,6 @@ struct SecretBlock {
   unsigned char octets[kMaxRsaBytes];
 };
 
-// Octets of an element with that much content, and of a positive INTEGER (X.690, 8.1.3 and 8.3).
-int ElementLen(int contentLen) { return contentLen + (contentLen < 0x80 ? 2 : contentLen < 0x100 ? 3 : 4); }
-int NumberLen(const BIGNUM *number) { return ElementLen(BN_num_bits(number) / 8 + 1); }
-
-int PublicDerLen(const RSA *rsa) { return ElementLen(NumberLen(RSA_get0_n(rsa)) + NumberLen(RSA_get0_e(rsa))); }
-
 }  // namespace
 
 kxSRSA_imp::kxSRSA_imp(RSA *rsa) : m_rsa(rsa) {
@@ -34,12 +28,9 @@ kxSRSA_imp::kxSRSA_imp(RSA *rsa) : m_rsa(rsa) {
 
 kxSRSA_imp::kxSRSA_imp(sxPK_Format format, const unsigned char *data, int dataLen) {
   if (format != sxPK_public && format != sxPK_private) return;
-  bool inFewestOctets = false;
-  m_rsa = ReadRsaKey(data, dataLen, format == sxPK_private, &inFewestOctets);
-  // When the lengths are short, too, encoding the key again would give the same octets.
-  if (m_rsa != nullptr && inFewestOctets && dataLen == PublicDerLen(m_rsa.get())) {
-    m_publicDer.assign(data, data + dataLen);
-  }
+  bool isDer = false;
+  m_rsa = ReadRsaKey(data, dataLen, format == sxPK_private, &isDer);
+  if (m_rsa != nullptr && isDer) m_publicDer.assign(data, data + dataLen);
 }
 
 int kxSRSA_imp::Flags() const {

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <memory>
 
-#include "keys/secretAttribute.h"
+#include "keys/keyOctets.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/bigNumSet.h"

@@ -1,5 +1,7 @@
 #include "keyOctets.h"
 
+#include <openssl/bn.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -42,4 +44,12 @@ void SetHexText(sxOctetView octets, sxString &text) {
   char *const hex = reinterpret_cast<char *>(area.Data());
   bytes_to_string(octets.data(), sxLen(octets), hex, digits + 1);
   text.Set(hex, digits);
+}
+
+void LogKeyNumber(const char *title, const BIGNUM *number) {
+  if (number == nullptr) return;
+  kxBinBuf octets(static_cast<unsigned int>(BN_num_bytes(number)));
+  BN_bn2bin(number, octets.Data());
+  herror_func(0, 0, "%s (%d bits):", title, BN_num_bits(number));
+  hex_herror(octets.Data(), static_cast<int>(octets.Len()));
 }

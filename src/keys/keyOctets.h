@@ -6,6 +6,7 @@
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/foundation/kxBinBuf.h"
 
+struct bignum_st;
 class sxset;
 class sxString;
 
@@ -25,5 +26,8 @@ kxBinBuf JoinOctets(sxOctetView head, sxOctetView tail, bool isSecret);
 
 /// Two digits an octet. The copy on the way is wiped; that @p text is sensitive is its owner's to say.
 void SetHexText(sxOctetView octets, sxString &text);
+
+/// A public number with its size, on the debug log. Null: nothing.
+void LogKeyNumber(const char *title, const bignum_st *number);
 
 #endif

@@ -64,13 +64,6 @@ bool MakePair(DhNumbers *numbers) {
   return MakePublic(octets, numbers);
 }
 
-void LogNumber(const char *title, const BIGNUM *number) {
-  kxBinBuf octets(static_cast<unsigned int>(BN_num_bytes(number)));
-  BN_bn2bin(number, octets.Data());
-  herror_func(0, 0, "DH key: %s (%d bits):", title, BN_num_bits(number));
-  hex_herror(octets.Data(), static_cast<int>(octets.Len()));
-}
-
 }  // namespace
 
 kxSDH_imp::kxSDH_imp(const sxDhParams &params, int privBits) : kxSDH_imp(GroupOf(params, privBits)) {}
@@ -164,7 +157,7 @@ void kxSDH_imp::Herror() const {
   if (!OK() || !kxLog_DebugOn()) return;
   herror_func(0, 0, "DH key: group %s, private part: %s", m_numbers.groupName.c_str(),
               m_numbers.x != nullptr ? "yes" : "no");
-  LogNumber("modulus", m_numbers.p.get());
-  LogNumber("generator", m_numbers.g.get());
-  LogNumber("public value", m_numbers.y.get());
+  LogKeyNumber("DH key: modulus", m_numbers.p.get());
+  LogKeyNumber("DH key: generator", m_numbers.g.get());
+  LogKeyNumber("DH key: public value", m_numbers.y.get());
 }

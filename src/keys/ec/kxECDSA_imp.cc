@@ -11,19 +11,19 @@
 #include "kxcert/platform/log.h"
 
 kxECDSA_imp::kxECDSA_imp(int curveNid) {
-  Adopt(kxGenECDSA(curveNid));
+  Adopt(EcKey(kxGenECDSA(curveNid)));
   if (!OK()) herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %d", curveNid);
 }
 
 kxECDSA_imp::kxECDSA_imp(const char *curveName) {
-  Adopt(kxGenECDSA(curveName));
+  Adopt(EcKey(kxGenECDSA(curveName)));
   if (!OK())
     herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %s", curveName == nullptr ? "" : curveName);
 }
 
 kxECDSA_imp::kxECDSA_imp(sxPK_Format format, const unsigned char *data, int dataLen, int curveNid) {
   if (format == sxPK_private) {
-    Adopt(kxECDSA_from_buf(format, data, dataLen, curveNid));
+    Adopt(EcKey(kxECDSA_from_buf(format, data, dataLen, curveNid)));
   } else if (const Curve *curve = FindCurve(curveNid); curve != nullptr && format == sxPK_public) {
     ImportPoint(*curve, sxView(data, dataLen));
   }
@@ -31,16 +31,14 @@ kxECDSA_imp::kxECDSA_imp(sxPK_Format format, const unsigned char *data, int data
 
 kxECDSA_imp::kxECDSA_imp(const Curve &curve, sxOctetView point) { ImportPoint(curve, point); }
 
-kxECDSA_imp::~kxECDSA_imp() { EC_KEY_free(m_key.load(std::memory_order_acquire)); }
-
-void kxECDSA_imp::Adopt(EC_KEY *key) {
-  m_key.store(key, std::memory_order_release);
-  const Curve *curve = CurveOfKey(key);
+void kxECDSA_imp::Adopt(EcKey key) {
+  const Curve *curve = CurveOfKey(key.get());
   if (curve == nullptr) return;
-  m_pointLen = PointOfKey(key, m_point);
+  m_pointLen = PointOfKey(key.get(), m_point);
   if (m_pointLen < 0) return;
-  m_hasPrivate = EC_KEY_get0_private_key(key) != nullptr;
+  m_hasPrivate = EC_KEY_get0_private_key(key.get()) != nullptr;
   m_curve = curve;
+  m_key.Get([&key] { return std::make_unique<EcKey>(std::move(key)); });
 }
 
 void kxECDSA_imp::ImportPoint(const Curve &curve, sxOctetView point) {
@@ -49,11 +47,11 @@ void kxECDSA_imp::ImportPoint(const Curve &curve, sxOctetView point) {
 }
 
 EC_KEY *kxECDSA_imp::Key() const {
-  if (EC_KEY *key = m_key.load(std::memory_order_acquire)) return key;
-  EcKey made(NewPublicEcKey(*m_curve, Point()));
-  EC_KEY *first = nullptr;  // of two threads that get here the first one's stays
-  if (!m_key.compare_exchange_strong(first, made.get(), std::memory_order_acq_rel)) return first;
-  return made.release();
+  const EcKey *const key = m_key.Get([this] {
+    EcKey made(NewPublicEcKey(*m_curve, Point()));
+    return made == nullptr ? nullptr : std::make_unique<EcKey>(std::move(made));
+  });
+  return key == nullptr ? nullptr : key->get();
 }
 
 int kxECDSA_imp::Flags() const { return KeyFlags(OK() != 0, m_hasPrivate); }

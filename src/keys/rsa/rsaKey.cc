@@ -1,7 +1,6 @@
 // libcrypto's RSA keys: from octets and to octets, printed.
 #include "rsaKey.h"
-#include "asn1/der.h"
-#include "kxcert/foundation/kxBinBuf.h"
+#include "keys/keyOctets.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/log.h"
 
@@ -43,14 +42,6 @@ bool ReadPlain(sxOctetView octets, BigNum *n, BigNum *e, bool *isDer) {
   return *e != nullptr && numbers.AtEnd();
 }
 
-RsaKey NewPublic(BigNum n, BigNum e) {
-  RsaKey rsa(RSA_new());
-  if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), nullptr) != 1) return nullptr;
-  static_cast<void>(n.release());  // now the key's
-  static_cast<void>(e.release());
-  return rsa;
-}
-
 //   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
 // What is not plain is libcrypto's to read, so that both find the same keys in certificates: it takes BER,
 // and every number for positive.
@@ -58,7 +49,7 @@ RsaKey ReadPublic(const unsigned char *data, int dataLen, bool *isDer, const cha
   BigNum n, e;
   if (ReadPlain(sxView(data, dataLen), &n, &e, isDer)) {
     *reason = WhyNoRsaPublic(n.get(), e.get());
-    return *reason == nullptr ? NewPublic(std::move(n), std::move(e)) : nullptr;
+    return *reason == nullptr ? NewRsaKey(std::move(n), std::move(e), nullptr) : nullptr;
   }
   *isDer = false;
   *reason = "not an RSAPublicKey";
@@ -83,15 +74,14 @@ RsaKey ReadPrivate(const unsigned char *data, int dataLen, const char **reason) 
   return rsa;
 }
 
-void LogNumber(const char *title, const BIGNUM *number) {
-  if (number == nullptr) return;
-  kxBinBuf octets(static_cast<unsigned int>(BN_num_bytes(number)));
-  BN_bn2bin(number, octets.Data());
-  herror_func(0, 0, "%s (%d bits):", title, BN_num_bits(number));
-  hex_herror(octets.Data(), static_cast<int>(octets.Len()));
-}
-
 }  // namespace
+
+RsaKey NewRsaKey(BigNum n, BigNum e, BigNum d) {
+  RsaKey rsa(RSA_new());
+  if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), d.get()) != 1) return nullptr;
+  for (BigNum *number : {&n, &e, &d}) static_cast<void>(number->release());  // now the key's
+  return rsa;
+}
 
 bool RsaHasCrtParts(const RSA *rsa) {
   return RSA_get0_p(rsa) != nullptr && RSA_get0_q(rsa) != nullptr && RSA_get0_dmp1(rsa) != nullptr &&
@@ -140,7 +130,7 @@ void kxRSA_herror(const RSA *rsa) {
     herror_func(0, 0, "kxRSA_herror: no key");
     return;
   }
-  LogNumber("RSA key: modulus", RSA_get0_n(rsa));
-  LogNumber("RSA key: public exponent", RSA_get0_e(rsa));
+  LogKeyNumber("RSA key: modulus", RSA_get0_n(rsa));
+  LogKeyNumber("RSA key: public exponent", RSA_get0_e(rsa));
   herror_func(0, 0, "RSA key: private part: %s", RSA_get0_d(rsa) != nullptr ? "yes" : "no");
 }

@@ -14,6 +14,9 @@ const char *WhyNoRsaKey(const RSA *rsa);
 /// @param[out] isDer  public form: whether writing the key gives the same octets again
 RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool *isDer);
 
+/// The key of these numbers, unchecked; a public one without d. Null when out of memory.
+RsaKey NewRsaKey(BigNum n, BigNum e, BigNum d);
+
 /// Whether both primes and the three values made from them are there (RFC 8017, 3.2).
 bool RsaHasCrtParts(const RSA *rsa);
 

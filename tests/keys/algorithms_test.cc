@@ -27,7 +27,7 @@ TEST(Algorithms, MapIdentifiersBothWays) {
   for (int md = 0; md < 10; ++md) {
     const sxAsnOid *const oid = HashOID_By_MD(md);
     ASSERT_EQ(hashes[md] == nullptr, oid == nullptr) << md;
-    if (oid != nullptr) EXPECT_TRUE(oid->OidEquiv(*OidOf(hashes[md]))) << md;
+    if (oid != nullptr) { EXPECT_TRUE(oid->OidEquiv(*OidOf(hashes[md]))) << md; }
   }
 }
 

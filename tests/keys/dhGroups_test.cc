@@ -57,8 +57,8 @@ TEST(LoadAllDHGroups, LeavesNoTableWhenAnObjectIsBroken) {
     EXPECT_EQ(row[2].empty() ? 0 : -1, LoadDhGroups({good, object}));
     EXPECT_TRUE(log.Has(row[2].empty() ? "LoadAllDHGroups: creating 2 groups" : row[2])) << testing::PrintToString(log.Lines());
     EXPECT_EQ(row[2].empty(), sxDhParams("g").OK() == 1);
-    if (row[2].empty() && row[0] == "name") EXPECT_EQ(privBits, sxDhParams(name.c_str()).PrivBits());
-    if (!row[2].empty()) EXPECT_TRUE(log.Has("sxDhParams: Can't create mutex or DHP, DHP was not initialized"));
+    if (row[2].empty() && row[0] == "name") { EXPECT_EQ(privBits, sxDhParams(name.c_str()).PrivBits()); }
+    if (!row[2].empty()) { EXPECT_TRUE(log.Has("sxDhParams: Can't create mutex or DHP, DHP was not initialized")); }
   }
 }
 
@@ -184,7 +184,7 @@ TEST(DhModulus, WantsAPrimeWithALargeSubgroup) {
     EXPECT_EQ(row[2], q.Hex());
     EXPECT_EQ(row[1] == "-5", log.Has("dh_check_legal_modulus: p not prime"));
     EXPECT_EQ(row[1] == "-1", log.Has("dh_check_legal_modulus: failed to find q and j"));
-    if (row[1] != "-5") EXPECT_EQ(std::stoi(row[1]), dh_find_p_factor(p.n, nullptr, &j));
+    if (row[1] != "-5") { EXPECT_EQ(std::stoi(row[1]), dh_find_p_factor(p.n, nullptr, &j)); }
     EXPECT_EQ(row[3], std::to_string(j));
   }
   EXPECT_EQ(-5, dh_check_legal_modulus(nullptr, nullptr));

@@ -108,8 +108,8 @@ TEST(KeyForms, OfPkcs8) {
     EXPECT_EQ(fits ? 0 : -1, kxPKCS1_to_PKCS8(kxBinBuf(key.data(), static_cast<unsigned>(len)), pkcs8));
     EXPECT_EQ(fits ? wrapped : Text("was"), OctetsOf(pkcs8)) << len;
     EXPECT_EQ(fits, pkcs8.IsSensitive());
-    if (fits) EXPECT_EQ(0, kxPKCS8_to_PKCS1(pkcs8, back));
-    if (fits) EXPECT_EQ(key, OctetsOf(back));
+    if (fits) { EXPECT_EQ(0, kxPKCS8_to_PKCS1(pkcs8, back)); }
+    if (fits) { EXPECT_EQ(key, OctetsOf(back)); }
   }
   kxBinBuf none, out;
   EXPECT_EQ(-1, kxPKCS1_to_PKCS8(none, out));
@@ -134,7 +134,7 @@ void Change(sxset *set, const std::string &change) {   // "private.value=01", "-
     path = path.substr(dot + 1);
   }
   ASSERT_NE(nullptr, set);
-  if (first == 1) EXPECT_TRUE(set->Remove(path.c_str()));
+  if (first == 1) { EXPECT_TRUE(set->Remove(path.c_str())); }
   if (first == 1) return;
   const std::string value = change.substr(equals + 1);
   set->SetText(path.c_str(), value[0] == '\'' ? value.substr(1).c_str() : EncodeHex(CaseOctets(value)).c_str());
@@ -146,7 +146,7 @@ PubKeyRef ReadFrom(const sxset *set, const std::string &name) {
   kxBinBuf der;
   if (lib == nullptr) return nullptr;
   const bool isWhole = kxECDSA_to_buf(lib.get(), der, 1) == 0;
-  if (!isWhole) EXPECT_EQ(0, kxECDSA_to_buf(lib.get(), der, 0));
+  if (!isWhole) { EXPECT_EQ(0, kxECDSA_to_buf(lib.get(), der, 0)); }
   return PubKeyRef(sxImportECDSAKey(isWhole ? sxPK_private : sxPK_public, der.Data(), static_cast<int>(der.Len()),
                                     EC_GROUP_get_curve_name(EC_KEY_get0_group(lib.get()))));
 }
@@ -287,14 +287,14 @@ TEST(BigNumSet, KeepsNumbersUpToTheBound) {
     const Num number(row[0] == "-" ? BN_new() : BN_bin2bn(CaseOctets(row[0]).data(), LenOf(CaseOctets(row[0])), nullptr));
     BN_set_negative(number.n, row[2] == "negative");
     const std::string stored = row[1] == "-" ? "" : row[2] == "broken" ? row[1] : EncodeHex(CaseOctets(row[1]));
-    if (row[0] != "-") EXPECT_EQ(stored.empty() ? -1 : 0, sxBN2SetValue(&set, "n", number.n));
-    if (row[0] != "-") EXPECT_EQ(stored.empty(), SetRef(sxBN2SetAttr(number.n, "value")) == nullptr);
-    if (row[0] != "-" && !stored.empty()) EXPECT_EQ(stored, set.FindSet("n")->FindText("value"));
+    if (row[0] != "-") { EXPECT_EQ(stored.empty() ? -1 : 0, sxBN2SetValue(&set, "n", number.n)); }
+    if (row[0] != "-") { EXPECT_EQ(stored.empty(), SetRef(sxBN2SetAttr(number.n, "value")) == nullptr); }
+    if (row[0] != "-" && !stored.empty()) { EXPECT_EQ(stored, set.FindSet("n")->FindText("value")); }
     if (row[1] == "-") continue;
     set.SetText("text", stored.c_str());
     const Num back(sxSetAttr2BN(&set, "text"));
     EXPECT_EQ(row[0] == "-", back.n == nullptr);
-    if (back.n != nullptr) EXPECT_EQ(0, BN_cmp(number.n, back.n));
+    if (back.n != nullptr) { EXPECT_EQ(0, BN_cmp(number.n, back.n)); }
   }
   const Num one(1);
   set.SetText("text", "1");

@@ -62,7 +62,7 @@ TEST(kxSDH, RefusesNumbersThatAreNoKey) {
     EXPECT_EQ(row[4], std::to_string(made.OK()) + " " + std::to_string(wrapped.OK()));
     EXPECT_TRUE(log.Has(row[5]) || row[5].empty()) << testing::PrintToString(log.Lines());
     EXPECT_EQ(wrapped.OK() == 1, wrapped.Public() != nullptr);
-    if (made.OK() == 1) EXPECT_EQ(1, kxSDH(sxDhParams("g"), made.Private(), made.Public()).OK()) << "what is made fits";
+    if (made.OK() == 1) { EXPECT_EQ(1, kxSDH(sxDhParams("g"), made.Private(), made.Public()).OK()) << "what is made fits"; }
   }
   const DhTable table(UsualDhGroups());
   const FakeRandom none([](unsigned char *, int) { return 0; });

@@ -126,7 +126,7 @@ TEST(Pkcs1, PadsAndUnpads) {
   EXPECT_TRUE(log.Has("sxpkcs1unpad: no block of type 0"));
   unsigned char in[4] = {}, block[16];
   EXPECT_EQ(0, kxPKCS1Pad(1, in, 4, block, 16));
-  EXPECT_EQ("0001ffffffffffffffffff0000000000", EncodeHex(block, 16).replace(22, 2, "00"));
+  EXPECT_EQ("0001ffffffffffffffffff0000000000", EncodeHex(block, 16));
   EXPECT_EQ(-1, kxPKCS1Pad(0, in, 4, block, 16));
   EXPECT_TRUE(log.Has("kxPKCS1Pad: no block of type 0"));
   EXPECT_EQ(-1, kxPKCS1Pad(1, nullptr, 4, block, 16));

@@ -129,6 +129,9 @@ TEST(kxDhKey, HasAHashAndSuccessors) {
   kxBinBuf hash;
   EXPECT_EQ(0, DhKey_gethash(key.get(), hashText));
   EXPECT_EQ(Hash(Exported(*key, sxPK_public)), hashText.getstr());
+  const DhKeyRef again(DhKey_fromset(set.get())), third(DhKey_genkey(again.get()));
+  EXPECT_TRUE(std::unique_ptr<sxset>(third->ToSet())->FindInt("private_key_length", &bits));
+  EXPECT_EQ(200, bits) << "kept in the set";
   set->Remove("private");   // of a public key it is the same
   EXPECT_EQ(0, DhKey_binaryhash_fromset(set.get(), hash));
   EXPECT_EQ(hashText.getstr(), EncodeHex(hash.Data(), hash.Len()));

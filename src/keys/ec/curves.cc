@@ -112,9 +112,9 @@ const EC_GROUP *CurveGroup(const Curve &curve) {
   return group;
 }
 
-int ReadPoint(const char *func, const Curve &curve, sxOctetView octets, unsigned char *point) {
+sxOctetView ReadPoint(const char *func, const Curve &curve, sxOctetView octets, unsigned char *point) {
   const EC_GROUP *group = CurveGroup(curve);
-  if (group == nullptr || octets.empty()) return -1;
+  if (group == nullptr || octets.empty()) return {};
   // What the thread keeps is gone while static objects are destroyed.
   kxThread_WatchEnd();
   std::optional<PointScratch> fresh;
@@ -125,15 +125,15 @@ int ReadPoint(const char *func, const Curve &curve, sxOctetView octets, unsigned
   if (!IsKnownForm(octets[0]) || decoded == nullptr || scratch.context == nullptr ||
       EC_POINT_oct2point(group, decoded.get(), octets.data(), octets.size(), scratch.context.get()) != 1) {
     if (kxLog_DebugOn()) herror_func(0, 0, WhyNoPoint(curve, octets), func);
-    return -1;
+    return {};
   }
   if (octets[0] == POINT_CONVERSION_UNCOMPRESSED) {  // the only octets that denote this point
     std::ranges::copy(octets, point);
-    return sxLen(octets);
+    return {point, octets.size()};
   }
   const size_t written = EC_POINT_point2oct(group, decoded.get(), POINT_CONVERSION_UNCOMPRESSED, point, kMaxPointLen,
                                             scratch.context.get());
-  return written == 0 ? -1 : static_cast<int>(written);
+  return {point, written};
 }
 
 EC_KEY *EC_KEY_by_nid_with_precompute(int curveNid) {

@@ -35,7 +35,7 @@ const EC_GROUP *CurveGroup(const Curve &curve);
 /// Checks that a point, uncompressed or compressed, is on its curve and not at infinity.
 /// @param func  named in the log line
 /// @param[out] point  kMaxPointLen octets: the uncompressed form
-/// @return its length, or -1
-[[nodiscard]] int ReadPoint(const char *func, const Curve &curve, sxOctetView octets, unsigned char *point);
+/// @return that form; empty: it is no such point
+[[nodiscard]] sxOctetView ReadPoint(const char *func, const Curve &curve, sxOctetView octets, unsigned char *point);
 
 #endif

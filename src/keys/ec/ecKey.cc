@@ -15,14 +15,14 @@ constexpr int kPrivateDerRoom = 300;     // when written: a scalar, a point, an 
 //                               parameters [0] OBJECT IDENTIFIER, publicKey [1] BIT STRING }   (RFC 5915, 3)
 // Written here, because libcrypto leaves a copy of the scalar in memory that it frees.
 int EncodePrivate(const Curve &curve, const EC_KEY *key, kxBinBuf &out) {
-  unsigned char point[kMaxPointLen];
-  const int pointLen = PointOfKey(key, point);
+  unsigned char pointArea[kMaxPointLen];
+  const sxOctetView point = PointOfKey(key, pointArea);
   const kxBinBuf scalar = ScalarOfKey(curve, key);
-  if (pointLen < 0 || scalar.IsEmpty()) return -1;
+  if (point.empty() || scalar.IsEmpty()) return -1;
   constexpr unsigned char kVersion = 1;
   kxBinBuf area = SensitiveBuf(kPrivateDerRoom);
   sxDerWriter writer({area.Data(), area.Len()});
-  writer.Octets(sxView(point, pointLen));
+  writer.Octets(point);
   writer.Octet(0);  // unused bits
   writer.Wrap(kDerBitString);
   writer.Wrap(DerContextConstructed(1));
@@ -51,16 +51,15 @@ EC_KEY *FromPrivateDer(const unsigned char *data, int dataLen, int curveNid) {
     return nullptr;
   }
   const Curve *curve = CurveOfKey(read.get());
-  if (end != data + dataLen || curve == nullptr || EC_KEY_get0_private_key(read.get()) == nullptr ||
-      (curveNid != 0 && curve->nid != curveNid)) {
+  if (end != data + dataLen || curve == nullptr || (curveNid != 0 && curve->nid != curveNid)) {
     herror_func(0, 0, "kxECDSA_from_buf: another curve, or octets after the key");
     return nullptr;
   }
-  unsigned char point[kMaxPointLen];
-  const int pointLen = PointOfKey(read.get(), point);
-  if (pointLen < 0) return nullptr;
-  const kxBinBuf octets = ScalarOfKey(*curve, read.get());
-  return octets.IsEmpty() ? nullptr : NewPrivateEcKey(*curve, sxView(point, pointLen), octets);  // the process's group
+  unsigned char area[kMaxPointLen];
+  const sxOctetView point = PointOfKey(read.get(), area);
+  const kxBinBuf scalar = ScalarOfKey(*curve, read.get());
+  if (point.empty() || scalar.IsEmpty()) return nullptr;
+  return NewPrivateEcKey(*curve, point, scalar);  // onto the process's group
 }
 
 }  // namespace
@@ -87,12 +86,11 @@ const Curve *CurveOfKey(const EC_KEY *key) {
   return FindCurve(EC_GROUP_get_curve_name(group));
 }
 
-int PointOfKey(const EC_KEY *key, unsigned char *point) {
+sxOctetView PointOfKey(const EC_KEY *key, unsigned char *area) {
   const EC_POINT *own = EC_KEY_get0_public_key(key);
-  if (own == nullptr || EC_POINT_is_at_infinity(EC_KEY_get0_group(key), own)) return -1;
-  const size_t len =
-      EC_POINT_point2oct(EC_KEY_get0_group(key), own, POINT_CONVERSION_UNCOMPRESSED, point, kMaxPointLen, nullptr);
-  return len == 0 ? -1 : static_cast<int>(len);
+  const EC_GROUP *const group = EC_KEY_get0_group(key);
+  if (own == nullptr || EC_POINT_is_at_infinity(group, own)) return {};
+  return {area, EC_POINT_point2oct(group, own, POINT_CONVERSION_UNCOMPRESSED, area, kMaxPointLen, nullptr)};
 }
 
 kxBinBuf ScalarOfKey(const Curve &curve, const EC_KEY *key) {
@@ -128,22 +126,21 @@ EC_KEY *kxECDSA_from_buf(sxPK_Format format, const unsigned char *data, int data
   if (format == sxPK_private) return FromPrivateDer(data, dataLen, curveNid);
   const Curve *curve = FindCurve(curveNid);
   if (format != sxPK_public || curve == nullptr) return nullptr;
-  unsigned char point[kMaxPointLen];
-  const int pointLen = ReadPoint(kCheckFunc, *curve, sxView(data, dataLen), point);
-  return pointLen < 0 ? nullptr : NewPublicEcKey(*curve, sxView(point, pointLen));
+  unsigned char area[kMaxPointLen];
+  const sxOctetView point = ReadPoint(kCheckFunc, *curve, sxView(data, dataLen), area);
+  return point.empty() ? nullptr : NewPublicEcKey(*curve, point);
 }
 
 int kxECDSA_to_buf(const EC_KEY *key, kxBinBuf &out, int privateForm) {
   const Curve *const curve = CurveOfKey(key);
   if (curve == nullptr) return -1;
   if (privateForm == 0) {
-    unsigned char point[kMaxPointLen];
-    const int pointLen = PointOfKey(key, point);
-    if (pointLen < 0) return -1;
-    out.Set(point, static_cast<unsigned int>(pointLen));
+    unsigned char area[kMaxPointLen];
+    const sxOctetView point = PointOfKey(key, area);
+    if (point.empty()) return -1;
+    out.Set(point.data(), static_cast<unsigned int>(point.size()));
     return 0;
   }
-  if (EC_KEY_get0_private_key(key) == nullptr) return -1;
   const ErrorQueueMark mark;
   return EncodePrivate(*curve, key, out);
 }
@@ -178,11 +175,11 @@ int kxECDSA_is_ok(const EC_KEY *key) {
 void kxECDSA_herror(const EC_KEY *key) {
   if (!kxLog_DebugOn()) return;
   const Curve *curve = CurveOfKey(key);
-  unsigned char point[kMaxPointLen];
-  const int pointLen = curve == nullptr ? -1 : PointOfKey(key, point);
-  if (pointLen < 0) {
+  unsigned char area[kMaxPointLen];
+  const sxOctetView point = curve == nullptr ? sxOctetView() : PointOfKey(key, area);
+  if (point.empty()) {
     herror_func(0, 0, "kxECDSA_herror: no key");
     return;
   }
-  LogEcKey(*curve, sxView(point, pointLen), EC_KEY_get0_private_key(key) != nullptr);
+  LogEcKey(*curve, point, EC_KEY_get0_private_key(key) != nullptr);
 }

@@ -107,8 +107,8 @@ int kxECDH_imp::ReadMaterial(const char *privateHex, const char *xHex, const cha
     return -1;
   }
   unsigned char point[kMaxPointLen];
-  const int pointLen = ReadPoint(kFunc, *m_curve, sxView(octets, m_curve->PointLen()), point);
-  EcKey key(pointLen < 0 ? nullptr : NewPrivateEcKey(*m_curve, sxView(point, pointLen), scalar));
+  const sxOctetView own = ReadPoint(kFunc, *m_curve, sxView(octets, m_curve->PointLen()), point);
+  EcKey key(own.empty() ? nullptr : NewPrivateEcKey(*m_curve, own, scalar));
   if (key == nullptr) {
     tderrorFunc("ec", 1, 0, "%s: the point is not on the curve, or not the private value's", kFunc);
     return -1;
@@ -221,7 +221,7 @@ int kxECDH::setPeerPublic(const unsigned char *in, int inLen) {
   unsigned char octets[kMaxPointLen] = {POINT_CONVERSION_UNCOMPRESSED};
   std::memcpy(octets + 1, in, static_cast<size_t>(inLen));
   unsigned char point[kMaxPointLen];
-  if (ReadPoint(kFunc, curve, sxView(octets, curve.PointLen()), point) != curve.PointLen()) {
+  if (ReadPoint(kFunc, curve, sxView(octets, curve.PointLen()), point).empty()) {
     tderrorFunc("ec", 1, 0, "%s: Peer point is at infinity or not on curve", kFunc);
     return -1;
   }

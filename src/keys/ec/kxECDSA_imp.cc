@@ -34,16 +34,16 @@ kxECDSA_imp::kxECDSA_imp(const Curve &curve, sxOctetView point) { ImportPoint(cu
 void kxECDSA_imp::Adopt(EcKey key) {
   const Curve *curve = CurveOfKey(key.get());
   if (curve == nullptr) return;
-  m_pointLen = PointOfKey(key.get(), m_point);
-  if (m_pointLen < 0) return;
+  m_pointLen = sxLen(PointOfKey(key.get(), m_point));
+  if (m_pointLen == 0) return;
   m_hasPrivate = EC_KEY_get0_private_key(key.get()) != nullptr;
   m_curve = curve;
   m_key.Get([&key] { return std::make_unique<EcKey>(std::move(key)); });
 }
 
 void kxECDSA_imp::ImportPoint(const Curve &curve, sxOctetView point) {
-  m_pointLen = ReadPoint("kxECDSA_imp::test_if_ok", curve, point, m_point);
-  if (m_pointLen > 0) m_curve = &curve;
+  m_pointLen = sxLen(ReadPoint("kxECDSA_imp::test_if_ok", curve, point, m_point));
+  if (m_pointLen != 0) m_curve = &curve;
 }
 
 EC_KEY *kxECDSA_imp::Key() const {

@@ -39,7 +39,6 @@ struct BareKey : sxPubKey_imp_vc {
 sxPubKey *NewKey(const std::string &name) {
   const Num three(3), eight(8);
   const sxDhParams toy("toy"), group14("Group 14 (2048 bit)");
-  const BIGNUM *const none = nullptr;
   if (name == "null") return nullptr;
   if (name.starts_with("bare")) return new sxPubKey(new BareKey(name.substr(std::min<size_t>(name.size(), 5))));
   if (name == "no implementation") return new sxPubKey(nullptr);
@@ -50,7 +49,7 @@ sxPubKey *NewKey(const std::string &name) {
   if (name == "toy") return new kxSDH(toy, three.n, nullptr);
   if (name == "toy public") return new kxSDH(toy, nullptr, eight.n);
   if (name == "kept toy") return new kxDhKey(toy, 0);
-  if (name == "group 14") return new kxSDH(group14, three.n, none);
+  if (name == "group 14") return new kxSDH(group14, three.n, nullptr);
   PubKeyRef whole = TestKey(name.substr(0, name.find(' ')));
   return name.ends_with("public") ? PublicPart(*whole).release() : whole.release();
 }

@@ -355,7 +355,10 @@ TEST_F(KeyTasks, RefusedInAChildOfFork) {
 TEST_F(KeyTasks, UnknownKindsAndNames) {
   class Odd : public TaskData {
    public:
+    explicit Odd(int *numGone = nullptr) : m_numGone(numGone) {}
+    ~Odd() override { if (m_numGone != nullptr) ++*m_numGone; }
     int TaskType() const override { return 9; }
+    int *const m_numGone;
   };
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
   auto *const odd = new Odd;
@@ -367,6 +370,18 @@ TEST_F(KeyTasks, UnknownKindsAndNames) {
   EXPECT_EQ(TASK_BAD_INPUT, odd->RC());
   EXPECT_EQ(TASK_BAD_INPUT, KeyTask_QueueRequest(nullptr, complete, nullptr, -1));
   TaskData_Free(odd);
+  int numGone = 0;
+  {
+    auto *const one = new Odd(&numGone), *const other = new Odd(&numGone);
+    KeyTask first(one, complete, nullptr), second(other, complete, nullptr), third(first);
+    TaskData_Free(one);
+    TaskData_Free(other);
+    EXPECT_TRUE(first == third && !(first == second));
+    first = third = second;
+    EXPECT_EQ(1, numGone) << "records go with what refers to them";
+    EXPECT_EQ(static_cast<size_t>(other->TaskId()), first.hash());
+  }
+  EXPECT_EQ(2, numGone);
   for (const CaseRow &row : CaseRows("keys/taskCodes.txt", 2)) EXPECT_EQ(row[1], TaskRC2str(std::stoi(row[0])));
 }
 

@@ -158,7 +158,8 @@ int kxECDSA_is_ok(const EC_KEY *key) {
     return 0;
   }
   const BigNum p(BN_new()), x(BN_new()), y(BN_new());
-  if (EC_GROUP_get_curve(group, p.get(), nullptr, nullptr, nullptr) != 1 ||
+  if (p == nullptr || x == nullptr || y == nullptr ||
+      EC_GROUP_get_curve(group, p.get(), nullptr, nullptr, nullptr) != 1 ||
       EC_POINT_get_affine_coordinates(group, point, x.get(), y.get(), nullptr) != 1 || BN_is_negative(x.get()) ||
       BN_is_negative(y.get()) || BN_cmp(x.get(), p.get()) >= 0 || BN_cmp(y.get(), p.get()) >= 0) {
     herror_func(0, 0, "%s: public key fails sanity checks. Either X or Y is not between 0 and field order.",

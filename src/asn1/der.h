@@ -58,15 +58,19 @@ struct sxDerElement {
 /// means nothing.
 class sxDerReader {
  public:
+  static constexpr size_t kUsualLenOctets = 3;
+
   sxDerReader() = default;
-  explicit sxDerReader(sxOctetView octets) : m_pos(octets.data()), m_end(octets.data() + octets.size()) {}
+  /// @param maxLenOctets  of the lengths that are read; the codec itself takes four
+  explicit sxDerReader(sxOctetView octets, size_t maxLenOctets = kUsualLenOctets)
+      : m_pos(octets.data()), m_end(octets.data() + octets.size()), m_maxLenOctets(maxLenOctets) {}
 
   bool AtEnd() const { return m_pos == m_end; }
   bool NextIs(int tag) const { return m_pos < m_end && *m_pos == tag; }
   sxOctetView Rest() const { return {m_pos, m_end}; }
 
   /// @return false at the end, for identifiers of several octets and end-of-contents, for indefinite
-  ///         lengths, and for lengths in more than three octets or beyond the end
+  ///         lengths, and for lengths in too many octets or beyond the end
   bool Take(sxDerElement *element) {
     if (m_end - m_pos < 2) return false;
     const unsigned char *const start = m_pos;
@@ -75,7 +79,7 @@ class sxDerReader {
     size_t len = *m_pos++;
     if (len >= 0x80) {
       const size_t numOctets = len & 0x7F;
-      if (numOctets == 0 || numOctets > 3 || Left() < numOctets) return false;
+      if (numOctets == 0 || numOctets > m_maxLenOctets || Left() < numOctets) return false;
       len = 0;
       for (size_t i = 0; i < numOctets; ++i) len = len << 8 | *m_pos++;
     }
@@ -97,7 +101,7 @@ class sxDerReader {
   bool Enter(int tag, sxDerReader *inside) {
     sxOctetView content;
     if (!Take(tag, &content)) return false;
-    *inside = sxDerReader(content);
+    *inside = sxDerReader(content, m_maxLenOctets);
     return true;
   }
   /// Exactly these octets.
@@ -112,6 +116,7 @@ class sxDerReader {
 
   const unsigned char *m_pos = nullptr;
   const unsigned char *m_end = nullptr;
+  size_t m_maxLenOctets = kUsualLenOctets;
 };
 
 /// Writes elements from the last to the first into an area that it borrows, with the shortest lengths.

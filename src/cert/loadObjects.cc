@@ -126,7 +126,7 @@ sxPubKey *ImportPrivateInfo(sxOctetView octets, std::string *why) {
   const bool isEc = sxEqual(info.oid, sxView(sxASN_ECDSAPublicKey.Data(), sxASN_ECDSAPublicKey.Len()));
   const Curve *curve = nullptr;
   if (isEc && sxDerReader(info.parameters).Take(kDerOid, &curveOid)) {
-    curve = FindCurve(curveOid.data(), sxLen(curveOid));
+    curve = FindCurve(curveOid);
   }
   if (curve == nullptr) {
     *why = "its algorithm is not read (" + AlgorithmText(info.oid, info.parameters) + ")";

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "keys/keyAlgorithms.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/certTime.h"
@@ -19,13 +20,6 @@ namespace {
 
 const char *Chars(const unsigned char *octets) { return reinterpret_cast<const char *>(octets); }
 
-// What subjectPublicKeyInfo may name; signature algorithms stand there, too, in what some issuers write.
-const sxAsnOid *const kKeyAlgorithms[] = {
-    &sxASN_rsaEncryption,           &sxASN_md5WithRSAEncryption,    &sxASN_sha1WithRSAEncryption,
-    &sxASN_sha_1WithRSAEncryption,  &sxASN_sha256WithRSAEncryption, &sxASN_sha384WithRSAEncryption,
-    &sxASN_sha512WithRSAEncryption, &sxASN_ECDSAPublicKey,
-};
-
 int Seconds(const sxPlainTime &time) {
   const int len = sxLen(time.text);
   return time.tag == kDerUtcTime ? sxUTCTime2time(time.text.data(), len) : sxGeneralTime2time(time.text.data(), len);
@@ -33,12 +27,7 @@ int Seconds(const sxPlainTime &time) {
 
 }  // namespace
 
-int isSupportedSignatureAlgorithm(const sxAsnOid &oid) {
-  for (const sxAsnOid *known : kKeyAlgorithms) {
-    if (known->OidEquiv(oid)) return 1;
-  }
-  return 0;
-}
+int isSupportedSignatureAlgorithm(const sxAsnOid &oid) { return IsImportedKeyAlgorithm(oid) ? 1 : 0; }
 
 sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) {
   if (DecodeWith([this] { return Read(); }) == 0) Extract(m_plain);

@@ -1,5 +1,7 @@
 #include "kxcert/keys/algorithms.h"
 
+#include "keyAlgorithms.h"
+#include "keyOctets.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBool.h"
@@ -16,43 +18,60 @@ constexpr HashRow kHashes[] = {
     {&sxASN_sha384, sx_md_sha384}, {&sxASN_sha512, sx_md_sha512}, {&sxASN_sha512_256, sx_md_sha512_256},
 };
 
-// The first row that fits is the answer, in both directions; so the older identifier of SHA-1 with RSA
-// is read but never written.
-struct SignRow {
-  const sxAsnOid *oid;
-  int mdType;
-  bool ecdsa;
-};
-constexpr SignRow kSignatures[] = {
-    {&sxASN_md5WithRSAEncryption, sx_md_md5, false},        {&sxASN_sha1WithRSAEncryption, sx_md_sha1, false},
-    {&sxASN_sha_1WithRSAEncryption, sx_md_sha1, false},     {&sxASN_sha256WithRSAEncryption, sx_md_sha256, false},
-    {&sxASN_sha384WithRSAEncryption, sx_md_sha384, false},  {&sxASN_sha512WithRSAEncryption, sx_md_sha512, false},
-    {&sxASN_sha1WithECDSAEncryption, sx_md_sha1, true},     {&sxASN_sha256WithECDSAEncryption, sx_md_sha256, true},
-    {&sxASN_sha384WithECDSAEncryption, sx_md_sha384, true}, {&sxASN_sha512WithECDSAEncryption, sx_md_sha512, true},
-};
-
 // RFC 3279, 2.2.2, and RFC 5758, 3.1. DSA is only recognised, so that it can be refused by name.
 constinit const sxAsnOid kDsaWithSha1{{1, 2, 840, 10040, 4, 3}};
 constinit const sxAsnOid kDsaWithSha224{{2, 16, 840, 1, 101, 3, 4, 3, 1}};
 constinit const sxAsnOid kDsaWithSha256{{2, 16, 840, 1, 101, 3, 4, 3, 2}};
 
-struct KindRow {
-  const sxAsnOid *oid;
-  sxPK_Alg kind;
-};
-constexpr KindRow kOtherKinds[] = {
-    {&sxASN_rsaEncryption, sxPK_RSA}, {&sxASN_ECDSAPublicKey, sxPK_ECDSA}, {&sxASN_dsa, sxPK_DSA},
-    {&kDsaWithSha1, sxPK_DSA},        {&kDsaWithSha224, sxPK_DSA},         {&kDsaWithSha256, sxPK_DSA},
+// The first row that fits is the answer, in both directions; so the older identifier of SHA-1 with RSA
+// is read but never written. RSA's signatures stand for its keys, too, as some issuers write. Held by
+// SubjectPublicKey.TakesRsaSignatureAlgorithms.
+constexpr KeyAlgorithm kAlgorithms[] = {
+    {&sxASN_rsaEncryption, sxPK_RSA, sx_md_unknown, true},
+    {&sxASN_md5WithRSAEncryption, sxPK_RSA, sx_md_md5, true},
+    {&sxASN_sha1WithRSAEncryption, sxPK_RSA, sx_md_sha1, true},
+    {&sxASN_sha_1WithRSAEncryption, sxPK_RSA, sx_md_sha1, true},
+    {&sxASN_sha256WithRSAEncryption, sxPK_RSA, sx_md_sha256, true},
+    {&sxASN_sha384WithRSAEncryption, sxPK_RSA, sx_md_sha384, true},
+    {&sxASN_sha512WithRSAEncryption, sxPK_RSA, sx_md_sha512, true},
+    {&sxASN_ECDSAPublicKey, sxPK_ECDSA, sx_md_unknown, true},
+    {&sxASN_sha1WithECDSAEncryption, sxPK_ECDSA, sx_md_sha1, false},
+    {&sxASN_sha256WithECDSAEncryption, sxPK_ECDSA, sx_md_sha256, false},
+    {&sxASN_sha384WithECDSAEncryption, sxPK_ECDSA, sx_md_sha384, false},
+    {&sxASN_sha512WithECDSAEncryption, sxPK_ECDSA, sx_md_sha512, false},
+    {&sxASN_dsa, sxPK_DSA, sx_md_unknown, true},
+    {&kDsaWithSha1, sxPK_DSA, sx_md_unknown, false},
+    {&kDsaWithSha224, sxPK_DSA, sx_md_unknown, false},
+    {&kDsaWithSha256, sxPK_DSA, sx_md_unknown, false},
 };
 
-const SignRow *FindSignature(const sxAsnOid &oid) {
-  for (const SignRow &row : kSignatures) {
-    if (row.oid->OidEquiv(oid)) return &row;
+constexpr KeyFamily kFamilies[] = {
+    {sxPK_RSA, "RSA", sxSpki_bad_rsa, ImportSpkiRsa},
+    {sxPK_DH, "DH", sxSpki_unsupported, nullptr},
+    {sxPK_DSA, "DSA", sxSpki_dsa, nullptr},
+    {sxPK_ECDSA, "ECDSA", sxSpki_bad_ec, ImportSpkiEc},
+};
+
+}  // namespace
+
+const KeyAlgorithm *FindKeyAlgorithm(sxOctetView oid) {
+  for (const KeyAlgorithm &row : kAlgorithms) {
+    if (sxEqual(ViewOf(*row.oid), oid)) return &row;
   }
   return nullptr;
 }
 
-}  // namespace
+const KeyFamily *FindKeyFamily(int family) {
+  for (const KeyFamily &row : kFamilies) {
+    if (row.family == family) return &row;
+  }
+  return nullptr;
+}
+
+bool IsImportedKeyAlgorithm(const sxAsnOid &oid) {
+  const KeyAlgorithm *const row = FindKeyAlgorithm(ViewOf(oid));
+  return row != nullptr && row->standsForKeys && FindKeyFamily(row->family)->import != nullptr;
+}
 
 const sxAsnOid *HashOID_By_MD(int mdType) {
   for (const HashRow &row : kHashes) {
@@ -62,23 +81,21 @@ const sxAsnOid *HashOID_By_MD(int mdType) {
 }
 
 const sxAsnOid *SignOID_By_MD(int mdType, int ecdsa) {
-  for (const SignRow &row : kSignatures) {
-    if (row.mdType == mdType && row.ecdsa == (ecdsa != 0)) return row.oid;
+  const sxPK_Alg family = ecdsa != 0 ? sxPK_ECDSA : sxPK_RSA;
+  for (const KeyAlgorithm &row : kAlgorithms) {
+    if (row.mdType == mdType && row.family == family && mdType != sx_md_unknown) return row.oid;
   }
   return nullptr;
 }
 
 int MdType_By_SignOID(const sxAsnOid &oid) {
-  const SignRow *row = FindSignature(oid);
+  const KeyAlgorithm *const row = FindKeyAlgorithm(ViewOf(oid));
   return row == nullptr ? sx_md_unknown : row->mdType;
 }
 
 int AlgType_By_SignOID(const sxAsnOid &oid) {
-  if (const SignRow *row = FindSignature(oid)) return row->ecdsa ? sxPK_ECDSA : sxPK_RSA;
-  for (const KindRow &row : kOtherKinds) {
-    if (row.oid->OidEquiv(oid)) return row.kind;
-  }
-  return -1;
+  const KeyAlgorithm *const row = FindKeyAlgorithm(ViewOf(oid));
+  return row == nullptr ? -1 : row->family;
 }
 
 sxASN_AlgorithmIdentifier *sx_New_AlgID(const sxAsnOid &oid, sxAsnType *params) {

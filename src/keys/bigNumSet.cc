@@ -1,28 +1,11 @@
 #include "kxcert/keys/bigNumSet.h"
 
-#include <cstring>
 #include <memory>
 
+#include "keyOctets.h"
 #include "kxcert/foundation/attributeSet.h"
-#include "kxcert/foundation/hexText.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
 #include "libcryptoTypes.h"
-#include "secretAttribute.h"
-
-int ReadSecretAttribute(const sxset &set, const char *name, int maxLen, kxBinBuf &out) {
-  const char *text = set.FindText(name);
-  if (text == nullptr) return -1;
-  const size_t textLen = std::strlen(text);
-  if (textLen == 0 || textLen % 2 != 0 || textLen / 2 > static_cast<size_t>(maxLen)) {
-    herror_func(0, 0, "ReadSecretAttribute: %zu digits in %s, at most %d octets are read", textLen, name, maxLen);
-    return -1;
-  }
-  const auto len = static_cast<unsigned int>(textLen / 2);
-  out.SetSensitive(true);
-  out.Set(len);
-  return string_to_bytes(text, static_cast<int>(textLen), out.Data(), static_cast<int>(len));
-}
 
 sxset *sxBN2SetAttr(const BIGNUM *number, const char *attrName) {
   if (number == nullptr || attrName == nullptr || BN_is_negative(number)) return nullptr;
@@ -31,9 +14,7 @@ sxset *sxBN2SetAttr(const BIGNUM *number, const char *attrName) {
     herror_func(0, 0, "sxBN2SetAttr: a number of %d octets, at most %d are stored", len, kMaxSetNumberLen);
     return nullptr;
   }
-  kxBinBuf octets;
-  octets.SetSensitive(true);
-  octets.Set(static_cast<unsigned int>(len));
+  kxBinBuf octets = SensitiveBuf(len);
   if (BN_bn2lebinpad(number, octets.Data(), len) != len) return nullptr;
   auto set = std::make_unique<sxset>();
   set->SetBinary(attrName, octets.Data(), len);

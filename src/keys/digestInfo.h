@@ -2,13 +2,15 @@
 #ifndef KXCERT_SRC_KEYS_DIGESTINFO_H_
 #define KXCERT_SRC_KEYS_DIGESTINFO_H_
 
+#include "asn1/der.h"
+
 constexpr int kMaxDigestInfoDigest = 1 << 20;  // any digest, and room for callers' own ideas of one
 
 struct DigestInfoHeader {
   unsigned char area[48];
   int len;
 
-  const unsigned char *Octets() const { return area + sizeof area - len; }
+  sxOctetView Octets() const { return sxView(area + sizeof area - len, len); }
 };
 
 /// @param withNull  whether the algorithm's parameters are NULL (0500) or absent

@@ -1,21 +1,8 @@
 // Keys as text: what can be told of any kind through its interface.
 #include "foundation/textOutput.h"
+#include "keyAlgorithms.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/sxPubKey.h"
-
-namespace {
-
-const char *NameOf(int algorithm) {
-  switch (algorithm) {
-    case sxPK_RSA: return "RSA";
-    case sxPK_DH: return "DH";
-    case sxPK_DSA: return "DSA";
-    case sxPK_ECDSA: return "ECDSA";
-    default: return "unknown";
-  }
-}
-
-}  // namespace
 
 void sxPubKey::Sprint(SxStream *out, int indent) const {
   if (out == nullptr) return;
@@ -23,8 +10,9 @@ void sxPubKey::Sprint(SxStream *out, int indent) const {
   if (OK() == 0) return out->Puts("Key: not usable\n");
   auto &self = const_cast<sxPubKey &>(*this);  // only declared as if they changed it
   const bool isPrivate = (Flags() & kKeyFlagCanSign) != 0 || self.Export(sxPK_private, nullptr, 0) > 0;
-  out->Printf("%s key (%d bits), private part: %s\n", NameOf(algorithm()), self.GetLen(sxPK_len_bits),
-              isPrivate ? "yes" : "no");
+  const KeyFamily *const family = FindKeyFamily(algorithm());
+  out->Printf("%s key (%d bits), private part: %s\n", family == nullptr ? "unknown" : family->name,
+              self.GetLen(sxPK_len_bits), isPrivate ? "yes" : "no");
   const int len = self.Export(sxPK_public, nullptr, 0);
   if (len <= 0) return;
   kxBinBuf octets(static_cast<unsigned int>(len));

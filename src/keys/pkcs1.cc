@@ -1,10 +1,7 @@
 #include "kxcert/keys/pkcs1.h"
 
-#include <cstring>
-
 #include "digestInfo.h"
-#include "kxcert/asn1/sxAsnBuf.h"
-#include "kxcert/foundation/kxBinBuf.h"
+#include "keyOctets.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/platform/log.h"
 #include "libcryptoTypes.h"
@@ -14,38 +11,36 @@ namespace {
 constexpr int kPaddingOverhead = 11;  // 00, type, eight octets of padding, 00
 constexpr int kMaxBlockLen = 1 << 16;
 
-int CompareOctets(const unsigned char *expected, int expectedLen, const unsigned char *decoded, int decodedLen) {
-  if (expectedLen != decodedLen) return kKeyLenMismatch;
-  return std::memcmp(expected, decoded, static_cast<size_t>(expectedLen)) == 0 ? 0 : kKeyUnequal;
+int CompareOctets(sxOctetView expected, sxOctetView decoded) {
+  if (expected.size() != decoded.size()) return kKeyLenMismatch;
+  return sxEqual(expected, decoded) ? 0 : kKeyUnequal;
 }
 
-int CompareDigestInfo(int mdType, const unsigned char *digest, int digestLen, const unsigned char *decoded,
-                      int decodedLen) {
+int CompareDigestInfo(int mdType, sxOctetView digest, sxOctetView decoded) {
   // RFC 8017, 9.2, note 2: absent parameters are accepted too. Held by
   // Pkcs1.ComparesWithTwoEncodingsOnly.
   for (const bool withNull : {true, false}) {
     DigestInfoHeader header;
-    if (MakeDigestInfoHeader(mdType, digestLen, withNull, &header) != 0) return kKeyLibraryFailed;
-    if (decodedLen != header.len + digestLen) continue;
-    const auto headerLen = static_cast<size_t>(header.len);
-    return std::memcmp(decoded, header.Octets(), headerLen) == 0 &&
-                   std::memcmp(decoded + headerLen, digest, static_cast<size_t>(digestLen)) == 0
+    if (MakeDigestInfoHeader(mdType, sxLen(digest), withNull, &header) != 0) return kKeyLibraryFailed;
+    const sxOctetView before = header.Octets();
+    if (decoded.size() != before.size() + digest.size()) continue;
+    return sxEqual(decoded.first(before.size()), before) && sxEqual(decoded.subspan(before.size()), digest)
                ? 0
                : kKeyUnequal;
   }
   return kKeyLenMismatch;
 }
 
-void LogMismatch(sxPKop_type op, int mdType, const unsigned char *expected, int expectedLen,
-                 const unsigned char *decoded, int decodedLen) {
+void LogMismatch(sxPKop_type op, int mdType, sxOctetView expected, sxOctetView decoded) {
   if (!kxLog_DebugOn()) return;
   herror_func(0, 0, "%s: different message signed", "sxComparePKCS1");
   herror_func(0, 0, "Decoded version:");
-  hex_herror(decoded, decodedLen);
+  hex_herror(decoded.data(), sxLen(decoded));
   herror_func(0, 0, "Should be:");
   kxBinBuf info;
-  const bool wrapped = op != sxPKop_raw && kxPKCS1DigestInfo(expected, expectedLen, mdType, info) == 0;
-  hex_herror(wrapped ? info.Data() : expected, wrapped ? static_cast<int>(info.Len()) : expectedLen);
+  const bool isWrapped = op != sxPKop_raw && kxPKCS1DigestInfo(expected.data(), sxLen(expected), mdType, info) == 0;
+  if (isWrapped) expected = ViewOf(info);
+  hex_herror(expected.data(), sxLen(expected));
 }
 
 }  // namespace
@@ -57,49 +52,40 @@ int MakeDigestInfoHeader(int mdType, int digestLen, bool withNull, DigestInfoHea
     herror_func(0, 0, "nrvPKCS1DigestInfo: unrecognized algorithm (%d)", mdType);
     return -1;
   }
-  static constexpr unsigned char kNull[] = {0x05, 0x00};
-  sxAsnWriteBuf buf;  // writes towards the start; the longest header takes half of the area
-  buf.Init(header->area, sizeof header->area);
-  BEncDefLen(buf, digestLen);
-  buf.PutByte(0x04);
-  const int endOfAlgorithm = buf.Written();
-  if (withNull) buf.PutSeg(kNull, sizeof kNull);
-  buf.PutSeg(oid->Data(), oid->Len());
-  BEncDefLen(buf, oid->Len());
-  buf.PutByte(0x06);
-  BEncDefLen(buf, buf.Written() - endOfAlgorithm);
-  buf.PutByte(0x30);
-  BEncDefLen(buf, buf.Written() + digestLen);
-  buf.PutByte(0x30);
-  header->len = buf.Written();
-  return buf.Overflow() ? -1 : 0;
+  sxDerWriter writer(header->area);
+  writer.Header(kDerOctetString, digestLen);
+  const int algorithm = writer.Mark();
+  if (withNull) writer.Header(kDerNull, 0);
+  writer.Element(kDerOid, ViewOf(*oid));
+  writer.Wrap(kDerSequence, algorithm);
+  writer.Header(kDerSequence, writer.Mark() + digestLen);
+  header->len = writer.Mark();
+  return writer.Written().empty() ? -1 : 0;
 }
 
 int kxPKCS1DigestInfo(const unsigned char *digest, int digestLen, int mdType, kxBinBuf &out) {
   DigestInfoHeader header;
   if (digest == nullptr || MakeDigestInfoHeader(mdType, digestLen, true, &header) != 0) return -1;
-  kxBinBuf info(static_cast<unsigned int>(header.len + digestLen));
-  std::memcpy(info.Data(), header.Octets(), static_cast<size_t>(header.len));
-  std::memcpy(info.Data() + header.len, digest, static_cast<size_t>(digestLen));
-  out = std::move(info);
+  out = JoinOctets(header.Octets(), sxView(digest, digestLen), false);
   return 0;
 }
 
 int sxComparePKCS1(sxPKop_type op, int mdType, const unsigned char *expected, int expectedLen,
                    const unsigned char *decoded, int decodedLen) {
   if (expected == nullptr || expectedLen < 1 || decoded == nullptr || decodedLen < 0) return kKeyBadInput;
+  const sxOctetView wanted = sxView(expected, expectedLen), found = sxView(decoded, decodedLen);
   int rc = 0;
   switch (op) {
-    case sxPKop_raw: rc = CompareOctets(expected, expectedLen, decoded, decodedLen); break;
+    case sxPKop_raw: rc = CompareOctets(wanted, found); break;
     case sxPKop_either:
-      rc = CompareOctets(expected, expectedLen, decoded, decodedLen);
-      if (rc != 0) rc = CompareDigestInfo(mdType, expected, expectedLen, decoded, decodedLen);
+      rc = CompareOctets(wanted, found);
+      if (rc != 0) rc = CompareDigestInfo(mdType, wanted, found);
       break;
     case sxPKop_digest:
-    case sxPKop_digest_alt: rc = CompareDigestInfo(mdType, expected, expectedLen, decoded, decodedLen); break;
+    case sxPKop_digest_alt: rc = CompareDigestInfo(mdType, wanted, found); break;
     default: herror_func(0, 0, "%s: unsupported op %d", "sxComparePKCS1", op); return kKeyNotImplemented;
   }
-  if (rc != 0) LogMismatch(op, mdType, expected, expectedLen, decoded, decodedLen);
+  if (rc != 0) LogMismatch(op, mdType, wanted, found);
   return rc;
 }
 

@@ -1,11 +1,10 @@
 #include "kxcert/keys/subjectPublicKey.h"
 
-#include <cstring>
-
 #include "keys/ec/curves.h"
 #include "keys/ec/kxECDSA_imp.h"
+#include "keys/keyAlgorithms.h"
+#include "keys/keyRef.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
-#include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBits.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -14,62 +13,38 @@
 
 namespace {
 
-// What each algorithm's failure is called; sxSpki_dsa stands for a kind that is never imported.
-struct AlgorithmRow {
-  const sxAsnOid *oid;
-  sxSpkiResult onFailure;
-};
-constexpr AlgorithmRow kAlgorithms[] = {
-    {&sxASN_rsaEncryption, sxSpki_bad_rsa},
-    {&sxASN_ECDSAPublicKey, sxSpki_bad_ec},
-    {&sxASN_dsa, sxSpki_dsa},
-    // Signature algorithms in place of the key's, as some issuers write. Held by
-    // SubjectPublicKey.TakesRsaSignatureAlgorithms.
-    {&sxASN_md5WithRSAEncryption, sxSpki_bad_rsa},
-    {&sxASN_sha1WithRSAEncryption, sxSpki_bad_rsa},
-    {&sxASN_sha_1WithRSAEncryption, sxSpki_bad_rsa},
-    {&sxASN_sha256WithRSAEncryption, sxSpki_bad_rsa},
-    {&sxASN_sha384WithRSAEncryption, sxSpki_bad_rsa},
-    {&sxASN_sha512WithRSAEncryption, sxSpki_bad_rsa},
-};
-
-sxSpkiResult Classify(const unsigned char *oid, int oidLen) {
-  if (oid == nullptr || oidLen < 1) return sxSpki_unsupported;
-  for (const AlgorithmRow &row : kAlgorithms) {
-    if (row.oid->Len() == oidLen && std::memcmp(row.oid->Data(), oid, static_cast<size_t>(oidLen)) == 0) {
-      return row.onFailure;
-    }
-  }
-  return sxSpki_unsupported;
-}
-
 // ECParameters ::= CHOICE { namedCurve OBJECT IDENTIFIER, ... }, of which RFC 5480, 2.1.1 allows no other.
-const Curve *NamedCurve(const unsigned char *params, int paramsLen) {
-  if (params == nullptr || paramsLen < 3 || params[0] != 0x06 || params[1] != paramsLen - 2) return nullptr;
-  return FindCurve(params + 2, paramsLen - 2);
-}
-
-sxPubKey *ImportEc(const unsigned char *params, int paramsLen, const unsigned char *key, int keyLen) {
-  const Curve *curve = NamedCurve(params, paramsLen);
-  if (curve == nullptr) {
-    herror_func(0, 0, "sxPubKey_FromSPKI: no named curve that is known (%d bytes of parameters)", paramsLen);
-    return nullptr;
-  }
-  auto *made = new sxPubKey(new kxECDSA_imp(*curve, key, keyLen));
-  if (made->OK()) return made;
-  sxFreePubKey(made);
-  return nullptr;
+// Only the shortest length is read: two octets before the identifier's own.
+const Curve *NamedCurve(sxOctetView params) {
+  sxDerReader reader(params);
+  sxOctetView oid;
+  if (!reader.Take(kDerOid, &oid) || !reader.AtEnd() || params.size() != oid.size() + 2) return nullptr;
+  return FindCurve(oid);
 }
 
 }  // namespace
 
+sxPubKey *ImportSpkiRsa(sxOctetView, sxOctetView key) { return sxImportRSAKey(sxPK_public, key.data(), sxLen(key)); }
+
+sxPubKey *ImportSpkiEc(sxOctetView params, sxOctetView key) {
+  const Curve *curve = NamedCurve(params);
+  if (curve == nullptr) {
+    herror_func(0, 0, "sxPubKey_FromSPKI: no named curve that is known (%d bytes of parameters)", sxLen(params));
+    return nullptr;
+  }
+  return IfUsable(new sxPubKey(new kxECDSA_imp(*curve, key)));
+}
+
 sxPubKey *sxPubKey_FromSPKI(const unsigned char *algOid, int algOidLen, const unsigned char *params, int paramsLen,
                             const unsigned char *key, int keyLen, sxSpkiResult *why) {
-  const sxSpkiResult onFailure = Classify(algOid, algOidLen);
+  const KeyAlgorithm *const algorithm = FindKeyAlgorithm(sxView(algOid, algOidLen));
+  const KeyFamily *const family =
+      algorithm != nullptr && algorithm->standsForKeys ? FindKeyFamily(algorithm->family) : nullptr;
   sxPubKey *made = nullptr;
-  if (onFailure == sxSpki_bad_rsa) made = sxImportRSAKey(sxPK_public, key, keyLen);
-  if (onFailure == sxSpki_bad_ec) made = ImportEc(params, paramsLen, key, keyLen);
-  if (why != nullptr) *why = made != nullptr ? sxSpki_ok : onFailure;
+  if (family != nullptr && family->import != nullptr) {
+    made = family->import(sxView(params, paramsLen), sxView(key, keyLen));
+  }
+  if (why != nullptr) *why = made != nullptr ? sxSpki_ok : family != nullptr ? family->onFailure : sxSpki_unsupported;
   return made;
 }
 

@@ -5,42 +5,30 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "support/caseFile.h"
 #include "support/hexOctets.h"
 
 namespace {
 
-// Dotted texts stand here again on purpose: they come from the RFCs, not from the tables.
-constexpr struct { const char *dotted; int mdType; int ecdsa; } kSignCases[] = {
-    {"1.2.840.113549.1.1.4", 1, 0},  {"1.2.840.113549.1.1.5", 2, 0},  {"1.2.840.113549.1.1.11", 5, 0},
-    {"1.2.840.113549.1.1.12", 6, 0}, {"1.2.840.113549.1.1.13", 7, 0}, {"1.2.840.10045.4.1", 2, 1},
-    {"1.2.840.10045.4.3.2", 5, 1},   {"1.2.840.10045.4.3.3", 6, 1},   {"1.2.840.10045.4.3.4", 7, 1},
-};
-
-TEST(Algorithms, MapSignaturesBothWays) {
-  for (const auto &c : kSignCases) {
-    SCOPED_TRACE(c.dotted);
-    const sxAsnOid *oid = SignOID_By_MD(c.mdType, c.ecdsa);
-    ASSERT_NE(nullptr, oid);
-    char text[64];
-    ASSERT_EQ(0, oid->GetStr(text, sizeof text));
-    EXPECT_STREQ(c.dotted, text);
-    EXPECT_EQ(c.mdType, MdType_By_SignOID(*oid));
-    EXPECT_EQ(c.ecdsa ? 3 : 0, AlgType_By_SignOID(*oid));
+TEST(Algorithms, MapIdentifiersBothWays) {
+  for (const CaseRow &row : CaseRows("keys/algorithms.txt", 4, 3)) {
+    SCOPED_TRACE(testing::PrintToString(row));
+    const auto oid = OidOf(row[0].c_str());
+    const int md = std::stoi(row[1]), family = std::stoi(row[2]);
+    EXPECT_EQ(md, MdType_By_SignOID(*oid));
+    EXPECT_EQ(family, AlgType_By_SignOID(*oid));
+    const sxAsnOid *const written = SignOID_By_MD(md, family == 3 ? 7 : 0);
+    EXPECT_EQ(row[3] == "both", written != nullptr && written->OidEquiv(*oid));
   }
-}
-
-TEST(Algorithms, KnowWhatIsMissing) {
-  EXPECT_EQ(nullptr, SignOID_By_MD(sx_md_md5, 1));
-  EXPECT_EQ(nullptr, SignOID_By_MD(sx_md_sha512_256, 0));
-  EXPECT_EQ(nullptr, HashOID_By_MD(sx_md_unknown));
-  EXPECT_EQ(nullptr, HashOID_By_MD(sx_md_md4));
-  EXPECT_EQ(2, MdType_By_SignOID(sxASN_sha_1WithRSAEncryption));   // the older identifier is read, never written
-  EXPECT_EQ(0, AlgType_By_SignOID(sxASN_sha_1WithRSAEncryption));
-  EXPECT_EQ(3, MdType_By_SignOID(sxASN_id_ce_keyUsage));
-  EXPECT_EQ(3, MdType_By_SignOID(sxASN_rsaEncryption));
-  EXPECT_EQ(-1, AlgType_By_SignOID(sxASN_id_ce_keyUsage));
-  EXPECT_EQ(0, AlgType_By_SignOID(sxASN_rsaEncryption));
-  EXPECT_EQ(2, AlgType_By_SignOID(sxASN_dsa));
+  for (const int md : {0, 3, 4, 8, -1}) EXPECT_EQ(nullptr, SignOID_By_MD(md, 0)) << md;
+  for (const int md : {0, 1, 3, 8}) EXPECT_EQ(nullptr, SignOID_By_MD(md, 1)) << md;
+  const char *const hashes[] = {nullptr, "1.2.840.113549.2.5", "1.3.14.3.2.26", nullptr, nullptr, "2.16.840.1.101.3.4.2.1",
+                                "2.16.840.1.101.3.4.2.2", "2.16.840.1.101.3.4.2.3", "2.16.840.1.101.3.4.2.6", nullptr};
+  for (int md = 0; md < 10; ++md) {
+    const sxAsnOid *const oid = HashOID_By_MD(md);
+    ASSERT_EQ(hashes[md] == nullptr, oid == nullptr) << md;
+    if (oid != nullptr) { EXPECT_TRUE(oid->OidEquiv(*OidOf(hashes[md]))) << md; }
+  }
 }
 
 TEST(Algorithms, MakeIdentifiersWithNullOrACopy) {

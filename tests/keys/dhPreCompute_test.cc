@@ -8,6 +8,8 @@
 #include "kxcert/keys/dhGroups.h"
 #include "kxcert/keys/kxSDH.h"
 #include "kxcert/keys/sxDhParams.h"
+#include "kxcert/platform/mutex.h"
+#include "platform/mutexFake.h"
 #include "support/dhTestGroups.h"
 #include "support/keyFiles.h"
 #include "support/logCapture.h"
@@ -79,8 +81,43 @@ TEST(DHPreCompute, IsUsedForItsOwnGroupOnly) {
   DHPreCList::Destroy();
   expectKey(0, without);
   EXPECT_EQ(20, held->NumBytes());   // goes with its last user
+}
+
+TEST(DHPreCompute, RefusesWhatIsNoGroup) {
+  const DhTable table(UsualDhGroups());
+  LogCapture log;
+  for (const char *name : {static_cast<const char *>(nullptr), ""}) {
+    log.Clear();
+    EXPECT_EQ(-1, DHPreCompute_AddGroup(name));
+    EXPECT_TRUE(log.Has("DHPreCompute_AddGroup: Got no group"));
+  }
+  EXPECT_EQ(-1, DHPreCompute_AddGroup("nobody"));
+  EXPECT_TRUE(log.Has("DHPreCompute_AddGroup: Cannot pre compute or this group. Unknown group: nobody"));
+  EXPECT_EQ(nullptr, DHPreCList::DhPreC_Bygroup(nullptr));
+  EXPECT_EQ(0, DHPreCompute_AddGroup("toy"));
+  EXPECT_EQ(0, DHPreCompute_AddGroup("toy"));   // in place of the first
+  EXPECT_EQ(0, DHPreCompute_Reconf());
+  EXPECT_NE(nullptr, DHPreC_ByGroup("toy"));
+  const kxDHPreCompute none(sxDhParams("nobody")), toy(sxDhParams("toy"));
+  const Num p(65537u), g(2u), other(3u), result;
+  const unsigned char x[4] = {0, 0, 3, 0};
+  EXPECT_TRUE(none.OK() == 0 && none.NumBytes() == 0 && !none.IsFor(p.n, g.n) && toy.OK() == 1);
+  EXPECT_TRUE(toy.IsFor(p.n, g.n) && !toy.IsFor(g.n, g.n) && !toy.IsFor(p.n, other.n) && !toy.IsFor(nullptr, g.n) && !toy.IsFor(p.n, nullptr));
+  EXPECT_EQ(0, none.GenPub(result.n, x, 0) + toy.GenPub(nullptr, x, 3) + toy.GenPub(result.n, nullptr, 3) + toy.GenPub(result.n, x, -1) + toy.GenPub(result.n, x, 4));
+  EXPECT_EQ(1, toy.GenPub(result.n, x, 3));
+  EXPECT_EQ("08", result.Hex());
+  EXPECT_EQ(1, toy.GenPub(result.n, x, 0));
+  EXPECT_EQ("01", result.Hex());
+  MtMutex_SetFake({nullptr, [] { return false; }, nullptr});
+  EXPECT_EQ(nullptr, DHPreCList::DhPreC_Bygroup("toy"));
+  EXPECT_EQ(-1, DHPreCompute_Reconf());
+  DHPreCList::Destroy();
+  MtMutex_SetFake({});
+  EXPECT_TRUE(log.Has("DHPreCList::Destroy: Can't lock mutex, operation failed"));
+  EXPECT_NE(nullptr, DHPreCList::DhPreC_Bygroup("toy"));
   EXPECT_EQ(0, LoadDhGroups({DhObject("even", 40000, "010000", 24)}));
   EXPECT_EQ(-1, DHPreCompute_AddGroup("even"));
+  EXPECT_TRUE(log.Has("kxDHPreCompute: even: modulus is even or below 5") && log.Has("DHPreCompute_AddGroup: Cannot create new kxDHPreCompute"));
 }
 
 // Each sees a whole table of groups, and powers that belong to its own group.

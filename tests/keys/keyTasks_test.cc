@@ -18,13 +18,12 @@
 #include "kxcert/keys/kxSDH.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/sxPubKey_imp.h"
+#include "support/caseFile.h"
 #include "support/dhTestGroups.h"
 #include "support/keyFiles.h"
 #include "support/logCapture.h"
 
 namespace {
-
-using Octets = std::vector<unsigned char>;
 
 constexpr int kLongMs = 20000;
 
@@ -62,6 +61,12 @@ class KeyTasks : public testing::Test {
     EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
     EXPECT_EQ(1, m_told.numCalls);
   }
+  /// How a task that was queued, or done at once, ended.
+  Told Ended(int queued) {
+    EXPECT_EQ(1, queued);
+    if (m_told.numCalls == 0) RunUntilTold();
+    return std::exchange(m_told, {});
+  }
   int SignA(sxPubKey &key) {
     return key.SignA(sxPKop_raw, sx_md_sha256, m_digest.data(), 32, Tell, &m_told, m_env);
   }
@@ -78,34 +83,32 @@ class KeyTasks : public testing::Test {
 TEST_F(KeyTasks, SignOnAWorkerAndTellOnTheLoop) {
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 2));
   const LogCapture log;
-  EXPECT_EQ(1, SignA(*m_rsa));
+  const int queued = SignA(*m_rsa);
   EXPECT_EQ(0, m_told.numCalls);
-  RunUntilTold();
-  EXPECT_EQ(TASK_SUCCESS, m_told.rc);
-  EXPECT_EQ("None", m_told.errText);
-  EXPECT_EQ(std::this_thread::get_id(), m_told.thread);
-  const auto signature = m_told.TakeOctets();
-  EXPECT_EQ(0, Verify(*m_rsa, signature.get(), m_told.resultLen));
-  EXPECT_TRUE(log.Has("queued successfully"));
+  Told told = Ended(queued);
+  EXPECT_TRUE(told.rc == TASK_SUCCESS && told.errText == "None" && told.thread == std::this_thread::get_id());
+  EXPECT_EQ(0, Verify(*m_rsa, told.TakeOctets().get(), told.resultLen));
+  EXPECT_TRUE(log.Has("queued successfully") && log.Has("> TaskRSASign: Entering with task ID = "));
+  EXPECT_TRUE(log.Has("> KeyTask::result_handler: taskId = ") && log.Has("Task operation rc = TASK_SUCCESS"));
 }
 
 TEST_F(KeyTasks, DecryptIntoTheCallersArea) {
+  const LogCapture log;
   Octets sealed(256), opened(256);
   ASSERT_EQ(256, m_rsa->Encrypt(sxPKop_digest, m_digest.data(), 32, sealed.data(), 256));
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
-  EXPECT_EQ(1, m_rsa->DecryptA(sxPKop_digest, sealed.data(), 256, opened.data(), 256, Tell, &m_told, m_env));
+  const auto decrypt = [&] {
+    return m_rsa->DecryptA(sxPKop_digest, sealed.data(), 256, opened.data(), 256, Tell, &m_told, m_env);
+  };
+  const int queued = decrypt();
   sealed.assign(256, 0);   // the record has a copy
-  RunUntilTold();
-  EXPECT_EQ(opened.data(), m_told.result);
-  EXPECT_EQ(32, m_told.resultLen);
+  Told told = Ended(queued);
+  EXPECT_TRUE(told.result == opened.data() && told.resultLen == 32);
+  EXPECT_TRUE(log.Has("> TaskRSADecrypt: Entering with task ID = ") && log.Has("> TaskRSADecrypt: Successfully decrypted task ID = "));
   EXPECT_EQ(0, std::memcmp(opened.data(), m_digest.data(), 32));
-
-  m_told = {};
-  EXPECT_EQ(1, m_rsa->DecryptA(sxPKop_digest, sealed.data(), 256, opened.data(), 256, Tell, &m_told, m_env));
-  RunUntilTold();
-  EXPECT_EQ(TASK_DECRYPT_ERROR, m_told.rc);
-  EXPECT_EQ("Error while decrypting witn RSA private key.", m_told.errText);
-  EXPECT_EQ(nullptr, m_told.result);
+  told = Ended(decrypt());
+  EXPECT_TRUE(told.rc == TASK_DECRYPT_ERROR && told.result == nullptr);
+  EXPECT_EQ("Error while decrypting witn RSA private key.", told.errText);
 }
 
 TEST_F(KeyTasks, DecryptNeedsAnArea) {
@@ -125,49 +128,41 @@ TEST_F(KeyTasks, KeysThatAreNotOkFailInTheWayOfTheTask) {
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
   const PubKeyRef bad(new kxSRSA(sxPK_private, m_digest.data(), 32));
   unsigned char area[32];
-  const auto ended = [this](int queued) {
-    EXPECT_EQ(1, queued);
-    if (m_told.numCalls == 0) RunUntilTold();
-    return std::exchange(m_told, {}).rc;
-  };
-  EXPECT_EQ(TASK_SIGNING_ERROR, ended(SignA(*bad)));
-  EXPECT_EQ(TASK_DERIVING_ERROR, ended(bad->DeriveA(sxPKop_raw, m_digest.data(), 32, Tell, &m_told, m_env)));
+  EXPECT_EQ(TASK_SIGNING_ERROR, Ended(SignA(*bad)).rc);
+  EXPECT_EQ(TASK_DERIVING_ERROR, Ended(bad->DeriveA(sxPKop_raw, m_digest.data(), 32, Tell, &m_told, m_env)).rc);
   EXPECT_EQ(TASK_DECRYPT_ERROR,
-            ended(bad->DecryptA(sxPKop_raw, m_digest.data(), 32, area, 32, Tell, &m_told, m_env)));
+            Ended(bad->DecryptA(sxPKop_raw, m_digest.data(), 32, area, 32, Tell, &m_told, m_env)).rc);
 }
 
 TEST_F(KeyTasks, AgreeOnASecret) {
+  const LogCapture log;
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
-  EXPECT_EQ(1, sxPubKey_NewDH("no such group", 256, Tell, &m_told));
-  RunUntilTold();
-  EXPECT_EQ(TASK_CREATION_ERROR, m_told.rc);
-  EXPECT_EQ("Error while creating new DH key.", m_told.errText);
-  m_told = {};
-  EXPECT_EQ(1, sxPubKey_NewDH(nullptr, 256, Tell, &m_told));
-  RunUntilTold();
-  EXPECT_EQ(TASK_BAD_INPUT, m_told.rc);
+  EXPECT_TRUE(log.Has("KeyTaskMngmnt_init: set 1 working threads."));
+  const auto newKey = [this](const char *group) { return Ended(sxPubKey_NewDH(group, 160, Tell, &m_told)); };
+  const Told failed = newKey("no such group");
+  EXPECT_EQ(TASK_CREATION_ERROR, failed.rc);
+  EXPECT_EQ("Error while creating new DH key.", failed.errText);
+  EXPECT_EQ(TASK_BAD_INPUT, newKey(nullptr).rc);
 
   const DhTable table(UsualDhGroups());
   PubKeyRef keys[2];
   for (PubKeyRef &key : keys) {
-    m_told = {};
-    EXPECT_EQ(1, sxPubKey_NewDH("Group 2 (1024 bit)", 160, Tell, &m_told));
-    RunUntilTold();
-    key.reset(static_cast<sxPubKey *>(m_told.result));
+    key.reset(static_cast<sxPubKey *>(newKey("Group 2 (1024 bit)").result));
     ASSERT_NE(nullptr, key);
   }
   Octets secrets[2];
   for (int i = 0; i < 2; ++i) {
     Octets peer(128);
     ASSERT_EQ(128, static_cast<kxSDH *>(keys[1 - i].get())->GetDHRawPublic(peer.data(), 128));
-    m_told = {};
-    EXPECT_EQ(1, keys[i]->DeriveA(sxPKop_raw, peer.data(), 128, Tell, &m_told, m_env));
-    RunUntilTold();
-    ASSERT_EQ(128, m_told.resultLen);
-    const auto octets = m_told.TakeOctets();
+    Told told = Ended(keys[i]->DeriveA(sxPKop_raw, peer.data(), 128, Tell, &m_told, m_env));
+    ASSERT_EQ(128, told.resultLen);
+    const auto octets = told.TakeOctets();
     secrets[i].assign(octets.get(), octets.get() + 128);
   }
   EXPECT_EQ(secrets[0], secrets[1]);
+  EXPECT_TRUE(log.Has("> TaskNewDHKey: Entering with task ID = ") && log.Has("> TaskDHDerive: Entering with task ID = "));
+  EXPECT_TRUE(log.Has("sxPubKey_NewDH: Created new DH Task with ID = ") && log.Has("sxPubKey::DeriveA: Created DH derive Task with ID = "));
+  EXPECT_TRUE(log.Has("KeyTask::task_handler: Error while creating new DH key."));
   EXPECT_EQ(kKeyLibraryFailed, m_rsa->DeriveA(sxPKop_raw, m_digest.data(), -1, Tell, &m_told, m_env));
 }
 
@@ -175,22 +170,21 @@ TEST_F(KeyTasks, AgreeOnASecret) {
 TEST_F(KeyTasks, OthersWorkOnTheCallingThread) {
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
   const PubKeyRef ec = EcTestKey("prime256v1");
-  EXPECT_EQ(1, SignA(*ec));
-  ASSERT_EQ(1, m_told.numCalls);
-  EXPECT_EQ(0, Verify(*ec, m_told.TakeOctets().get(), m_told.resultLen));
+  const auto signsAtOnce = [this](sxPubKey &key) {
+    const int queued = SignA(key);
+    EXPECT_EQ(1, m_told.numCalls);
+    Told told = Ended(queued);
+    return Verify(key, told.TakeOctets().get(), told.resultLen) == 0;
+  };
+  EXPECT_TRUE(signsAtOnce(*ec));
 
   const LogCapture log;
   EXPECT_EQ(-1, KeyTaskMngmnt_init(m_env, 0));
   EXPECT_TRUE(log.Has("KeyTaskMngmnt_init: Will not create working threads. "
                       "All keys operations will be done synchronically."));
-  m_told = {};
-  EXPECT_EQ(1, SignA(*m_rsa));
-  ASSERT_EQ(1, m_told.numCalls);
-  EXPECT_EQ(0, Verify(*m_rsa, m_told.TakeOctets().get(), m_told.resultLen));
+  EXPECT_TRUE(signsAtOnce(*m_rsa));
   EXPECT_EQ(-1, KeyTaskMngmnt_init(nullptr, 1)) << "no environment: at once as well";
-  m_told = {};
-  EXPECT_EQ(1, SignA(*PublicPart(*m_rsa)));
-  EXPECT_EQ(TASK_SIGNING_ERROR, m_told.rc);
+  EXPECT_EQ(TASK_SIGNING_ERROR, Ended(SignA(*PublicPart(*m_rsa))).rc);
 }
 
 TEST_F(KeyTasks, RefusedBeforeTheStartAndAfterTheEnd) {
@@ -361,7 +355,10 @@ TEST_F(KeyTasks, RefusedInAChildOfFork) {
 TEST_F(KeyTasks, UnknownKindsAndNames) {
   class Odd : public TaskData {
    public:
+    explicit Odd(int *numGone = nullptr) : m_numGone(numGone) {}
+    ~Odd() override { if (m_numGone != nullptr) ++*m_numGone; }
     int TaskType() const override { return 9; }
+    int *const m_numGone;
   };
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
   auto *const odd = new Odd;
@@ -373,9 +370,19 @@ TEST_F(KeyTasks, UnknownKindsAndNames) {
   EXPECT_EQ(TASK_BAD_INPUT, odd->RC());
   EXPECT_EQ(TASK_BAD_INPUT, KeyTask_QueueRequest(nullptr, complete, nullptr, -1));
   TaskData_Free(odd);
-  EXPECT_STREQ("TASK_DERIVING_ERROR", TaskRC2str(-995));
-  EXPECT_STREQ("TASK_INSERTED_TO_QUEUE", TaskRC2str(1));
-  EXPECT_STREQ("Unknown Error", TaskRC2str(5));
+  int numGone = 0;
+  {
+    auto *const one = new Odd(&numGone), *const other = new Odd(&numGone);
+    KeyTask first(one, complete, nullptr), second(other, complete, nullptr), third(first);
+    TaskData_Free(one);
+    TaskData_Free(other);
+    EXPECT_TRUE(first == third && !(first == second));
+    first = third = second;
+    EXPECT_EQ(1, numGone) << "records go with what refers to them";
+    EXPECT_EQ(static_cast<size_t>(other->TaskId()), first.hash());
+  }
+  EXPECT_EQ(2, numGone);
+  for (const CaseRow &row : CaseRows("keys/taskCodes.txt", 2)) EXPECT_EQ(row[1], TaskRC2str(std::stoi(row[0])));
 }
 
 TEST_F(KeyTasks, OperationsOfTheKindsThemselvesTellMinusOne) {

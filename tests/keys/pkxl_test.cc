@@ -25,6 +25,7 @@
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "platform/localSocket.h"
+#include "support/caseFile.h"
 #include "support/hexOctets.h"
 #include "support/keyFiles.h"
 #include "support/logCapture.h"
@@ -32,8 +33,6 @@
 #include "support/tempDir.h"
 
 namespace {
-
-using Octets = std::vector<unsigned char>;
 
 const TempDir &ConfDir() {
   static const TempDir folder;
@@ -161,41 +160,75 @@ TEST_F(Pkxl, WhatStaysHere) {
   EXPECT_EQ(0, service.NumAsked());
 }
 
+// The operations for octets; with room for what they write, and with an octet less.
+TEST_F(Pkxl, OperationsForOctets) {
+  const Service service(ServeWell);
+  pkxl_enable_usage();
+  Octets digest(20, 7), out(200), rsa = Exported(*RsaTestKey(1024), sxPK_private), ec = Exported(*EcTestKey("prime256v1"), sxPK_private);
+  Octets sealed(128), point = Exported(*EcTestKey("prime256v1"), sxPK_public);
+  ASSERT_EQ(128, RsaTestKey(1024)->Encrypt(sxPKop_digest, digest.data(), 20, sealed.data(), 128));
+  const auto item = [](Octets &octets) { return pkxl_len_and_buf_t{static_cast<uint32_t>(octets.size()), octets.data()}; };
+  const auto room = [&out](uint32_t len) { return pkxl_len_and_buf_t{len, out.data()}; };
+  const auto in = item(digest), closed = item(sealed), peer = item(point), rsaKey = item(rsa), ecKey = item(ec);
+  int result = 0;
+  const auto rsaOp = [&](const pkxl_len_and_buf_t &input, uint32_t len, int operation) {
+    auto output = room(len);
+    return pkxl_rsa_op(&input, &output, &rsaKey, operation, &result);
+  };
+  EXPECT_EQ(-1, rsaOp(in, 127, 1));
+  EXPECT_EQ(0, rsaOp(in, 128, 1));
+  EXPECT_EQ(128, result);
+  EXPECT_EQ(0, RsaTestKey(1024)->Verify(sxPKop_raw, sx_md_sha1, digest.data(), 20, out.data(), 128));
+  EXPECT_EQ(0, rsaOp(closed, 128, 0));
+  EXPECT_EQ(20, result);
+  EXPECT_TRUE(std::equal(digest.begin(), digest.end(), out.begin()));
+  EXPECT_EQ(-1, rsaOp(in, 128, 0)) << "no block";
+  EXPECT_EQ(-1, rsaOp(in, 128, 2));
+  const auto sign = [&](uint32_t len, const pkxl_len_and_buf_t &key, int nid) {
+    auto output = room(len);
+    return pkxl_ecdsa_sign(&in, &output, &key, nid, &result);
+  };
+  EXPECT_EQ(-1, sign(71, ecKey, 415));
+  EXPECT_EQ(-1, sign(72, ecKey, 715));
+  EXPECT_EQ(-1, sign(72, rsaKey, 415));
+  EXPECT_EQ(0, sign(72, ecKey, 415));
+  EXPECT_EQ(0, EcTestKey("prime256v1")->Verify(sxPKop_raw, sx_md_sha1, digest.data(), 20, out.data(), result));
+  const auto derive = [&](uint32_t len, int nid) {
+    auto output = room(len);
+    return pkxl_ecdh_compute_key(&peer, &output, &ecKey, nid, &result);
+  };
+  EXPECT_EQ(-1, derive(31, 415));
+  EXPECT_EQ(-1, derive(32, 714));
+  EXPECT_EQ(-1, derive(48, 715));
+  EXPECT_EQ(0, derive(32, 415));
+  EXPECT_EQ(32, result);
+  Octets large(1 << 20);
+  kxBinBuf message;
+  EXPECT_FALSE(PkxlWrite(PkxlRequest{1, 0, 128, item(large), {}, rsaKey}, message)) << "more than a message holds";
+}
+
 TEST_F(Pkxl, WhatMakesItUsable) {
-  struct Case {
-    const char *what;
-    bool listens;
-    bool disabled;
-    const char *force;
-    bool expected;
-    bool fips;
-  };
-  const Case cases[] = {
-      {"forced", true, false, "1", true, false},
-      {"no service", false, false, "1", false, false},
-      {"disabled by a file", true, true, "1", false, false},
-      {"FIPS 140 mode", true, false, "1", false, true},
-      {"another number", true, false, "2", false, false},
-      {"no number", true, false, "1x", false, false},
-      {"not switched on", true, false, nullptr, false, false},
-  };
   mkdir(ConfDir().File("conf").c_str(), 0700);
-  for (const Case &test : cases) {
-    SCOPED_TRACE(test.what);
+  for (const CaseRow &row : CaseRows("keys/offloadUse.txt", 6)) {
+    SCOPED_TRACE(testing::PrintToString(row));
     PkxlForgetDecision();
-    const ScopedEnv force("PKXL_FORCE", test.force);
-    const std::string disable = ConfDir().File("conf/pkxl_disable");
-    if (test.disabled) ConfDir().Write("conf/pkxl_disable", "");
-    const int listener = test.listens ? kxLocalSocket_Listen(pkxl_socket_path()) : -1;
+    const bool listens = row[1] == "yes", isDisabled = row[2] == "yes", isFips = row[4] == "yes", isUsed = row[5] == "yes";
+    const ScopedEnv force("PKXL_FORCE", row[3] == "-" ? nullptr : row[3] == "\"\"" ? "" : row[3].c_str());
+    if (isDisabled) ConfDir().Write("conf/pkxl_disable", "");
+    const int listener = listens ? kxLocalSocket_Listen(pkxl_socket_path()) : -1;
     const LogCapture log;
-    ASSERT_EQ(1, EVP_default_properties_enable_fips(nullptr, test.fips ? 1 : 0));
-    EXPECT_EQ(test.expected, pkxl_should_use());
+    ASSERT_EQ(1, EVP_default_properties_enable_fips(nullptr, isFips ? 1 : 0));
+    EXPECT_EQ(isUsed, pkxl_should_use());
     ASSERT_EQ(1, EVP_default_properties_enable_fips(nullptr, 0));
-    EXPECT_EQ(test.listens && !test.disabled && !test.fips, log.Has("pkxl_should_use: pkxld process can be used"));
-    unlink(disable.c_str());
+    EXPECT_EQ(listens && !isDisabled && !isFips, log.Has("pkxl_should_use: pkxld process can be used"));
+    unlink(ConfDir().File("conf/pkxl_disable").c_str());
     unlink(pkxl_socket_path().c_str());
     if (listener >= 0) close(listener);
-    EXPECT_EQ(test.expected, pkxl_should_use()) << "decided once";
+    EXPECT_EQ(isUsed, pkxl_should_use()) << "decided once";
+    pkxl_stop_usage();
+    EXPECT_FALSE(pkxl_should_use());
+    pkxl_enable_usage();
+    EXPECT_EQ(listens && !isDisabled && !isFips, pkxl_should_use());
   }
 }
 
@@ -265,23 +298,13 @@ TEST_F(Pkxl, TroubleMeansDoingItHere) {
   EXPECT_EQ(1, service.NumAsked()) << "left alone for a while";
 }
 
-// Each row is a use of the service: when it begins, how long it takes, how it ends, whether it is allowed.
 TEST(PkxlPatience, GrowsWithTrouble) {
-  struct Row { int64_t atMs, tookMs; bool trouble, allowed; };
-  constexpr Row kRows[] = {
-      {0, 3000, true, true},            // to 4000
-      {3500, 0, false, false},  {6000, 3000, true, true},     // never well between: to 11000
-      {10999, 0, false, false}, {11000, 10, false, true},     // well again
-      {11500, 10, true, true},          // soon after: to 15510
-      {15509, 0, false, false}, {15510, 0, false, true},
-      {19511, 0, true, true},           // after as long a while as the last: the first trouble again
-      {20510, 0, false, false}, {20511, 0, false, true},
-  };
   PkxlPatience patience;
-  for (const Row &row : kRows) {
-    const PkxlPatience::Use use = patience.Begin(row.atMs);
-    EXPECT_EQ(row.allowed, use.allowed) << row.atMs;
-    if (use.allowed) patience.Ended(use, row.trouble, row.atMs + row.tookMs);
+  for (const CaseRow &row : CaseRows("keys/patience.txt", 4)) {
+    const int64_t atMs = std::stoi(row[0]), tookMs = std::stoi(row[1]);
+    const PkxlPatience::Use use = patience.Begin(atMs);
+    EXPECT_EQ(row[3] == "yes", use.allowed) << row.where;
+    if (use.allowed) patience.Ended(use, row[2] == "yes", atMs + tookMs);
   }
   int64_t nowMs = 100000;
   for (int i = 0; i < 20; ++i, nowMs += PkxlPatience::kLongestMs) patience.Ended(patience.Begin(nowMs), true, nowMs);

@@ -36,6 +36,10 @@ PubKeyRef EcTestKey(const std::string &curve) {
   return key;
 }
 
+PubKeyRef TestKey(const std::string &name) {
+  return name[0] == 'r' ? RsaTestKey(std::stoi(name.substr(3))) : EcTestKey(name);
+}
+
 std::vector<unsigned char> Exported(sxPubKey &key, sxPK_Format format) {
   const int len = key.Export(format, nullptr, 0);
   if (len <= 0) return {};

@@ -23,6 +23,8 @@ std::vector<unsigned char> ReadPem(const std::string &path);
 /// RSA: 1024, 2048, 3072 or 4096 bits.
 PubKeyRef RsaTestKey(int bits);
 PubKeyRef EcTestKey(const std::string &curve);
+/// Either: "rsa2048", "prime256v1".
+PubKeyRef TestKey(const std::string &name);
 
 /// The key's octets, none when it does not export them; and a key of the public ones alone.
 std::vector<unsigned char> Exported(sxPubKey &key, sxPK_Format format);

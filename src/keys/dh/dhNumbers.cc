@@ -1,55 +1,46 @@
 #include "dhNumbers.h"
 
-#include "kxcert/asn1/sxAsnBuf.h"
-#include "kxcert/foundation/kxBinBuf.h"
+#include "keys/keyOctets.h"
 #include "kxcert/keys/dhGroups.h"
 
 namespace {
 
-constexpr unsigned char kDhKeyAgreement[] = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x03, 0x01};
-constexpr int kMaxNumberDerLen = kMaxDhModulusLen + 8;  // with its header and a sign octet
+constinit const sxAsnOid kDhKeyAgreement{{1, 2, 840, 113549, 1, 3, 1}};  // PKCS #3, 9
+constexpr int kMaxNumberDerLen = kMaxDhModulusLen + 8;                   // with its header and a sign octet
 constexpr int kMaxOtherDerLen = 64;
 
-void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
-  BEncDefLen(buf, contentLen);
-  buf.PutByte(tag);
-}
-
-[[nodiscard]] bool PutNumber(sxAsnWriteBuf &buf, const BIGNUM *number) {
-  kxBinBuf octets;
-  octets.SetSensitive(true);
-  octets.Set(static_cast<unsigned int>(BN_num_bits(number) / 8 + 1));  // the top bit is the sign
+[[nodiscard]] bool PutNumber(sxDerWriter &writer, const BIGNUM *number) {
+  kxBinBuf octets = SensitiveBuf(BN_num_bits(number) / 8 + 1);  // the top bit is the sign
   const auto len = static_cast<int>(octets.Len());
   if (BN_bn2binpad(number, octets.Data(), len) != len) return false;
-  buf.PutSeg(octets.Data(), len);
-  PutHeader(buf, len, 0x02);
+  writer.Element(kDerInteger, ViewOf(octets));
   return true;
 }
 
 // SEQUENCE { dhKeyAgreement, SEQUENCE { p, g } }. PKCS #3 allows a private length behind g; it is left
 // out, because equal keys have equal octets.
-[[nodiscard]] bool PutAlgorithm(sxAsnWriteBuf &buf, const DhNumbers &numbers) {
-  const int end = buf.Written();
-  if (!PutNumber(buf, numbers.g.get()) || !PutNumber(buf, numbers.p.get())) return false;
-  PutHeader(buf, buf.Written() - end, 0x30);
-  buf.PutSeg(kDhKeyAgreement, sizeof kDhKeyAgreement);
-  PutHeader(buf, buf.Written() - end, 0x30);
+[[nodiscard]] bool PutAlgorithm(sxDerWriter &writer, const DhNumbers &numbers) {
+  const int key = writer.Mark();
+  if (!PutNumber(writer, numbers.g.get()) || !PutNumber(writer, numbers.p.get())) return false;
+  writer.Wrap(kDerSequence, key);
+  writer.Element(kDerOid, ViewOf(kDhKeyAgreement));
+  writer.Wrap(kDerSequence, key);
   return true;
 }
 
-[[nodiscard]] bool PutPublic(sxAsnWriteBuf &buf, const DhNumbers &numbers) {
-  if (!PutNumber(buf, numbers.y.get())) return false;
-  buf.PutByte(0);  // unused bits
-  PutHeader(buf, buf.Written(), 0x03);
-  return PutAlgorithm(buf, numbers);
+[[nodiscard]] bool PutPublic(sxDerWriter &writer, const DhNumbers &numbers) {
+  if (!PutNumber(writer, numbers.y.get())) return false;
+  writer.Octet(0);  // unused bits
+  writer.Wrap(kDerBitString);
+  return PutAlgorithm(writer, numbers);
 }
 
-[[nodiscard]] bool PutPrivate(sxAsnWriteBuf &buf, const DhNumbers &numbers) {
-  if (numbers.x == nullptr || !PutNumber(buf, numbers.x.get())) return false;
-  PutHeader(buf, buf.Written(), 0x04);
-  if (!PutAlgorithm(buf, numbers)) return false;
-  buf.PutByte(0);
-  PutHeader(buf, 1, 0x02);
+[[nodiscard]] bool PutPrivate(sxDerWriter &writer, const DhNumbers &numbers) {
+  constexpr unsigned char kVersion = 0;
+  if (numbers.x == nullptr || !PutNumber(writer, numbers.x.get())) return false;
+  writer.Wrap(kDerOctetString);
+  if (!PutAlgorithm(writer, numbers)) return false;
+  writer.Element(kDerInteger, {&kVersion, 1});
   return true;
 }
 
@@ -93,17 +84,11 @@ bool SecretModExp(BIGNUM *result, const BIGNUM *base, const DhNumbers &numbers) 
 }
 
 int EncodeDhKey(const DhNumbers &numbers, bool privateForm, kxBinBuf &out) {
-  kxBinBuf area;
-  area.SetSensitive(privateForm);
-  area.Set(static_cast<unsigned int>(3 * kMaxNumberDerLen + kMaxOtherDerLen));
-  sxAsnWriteBuf buf;
-  buf.Init(area.Data(), static_cast<int>(area.Len()));
-  if (!(privateForm ? PutPrivate(buf, numbers) : PutPublic(buf, numbers))) return -1;
-  PutHeader(buf, buf.Written(), 0x30);
-  if (buf.Overflow()) return -1;
-  kxBinBuf der;
-  der.SetSensitive(privateForm);
-  der.Set(buf.Curr(), static_cast<unsigned int>(buf.Written()));
-  out = std::move(der);
+  kxBinBuf area = SensitiveBuf(3 * kMaxNumberDerLen + kMaxOtherDerLen);
+  sxDerWriter writer({area.Data(), area.Len()});
+  if (!(privateForm ? PutPrivate(writer, numbers) : PutPublic(writer, numbers))) return -1;
+  writer.Wrap(kDerSequence);
+  if (writer.Written().empty()) return -1;
+  out = JoinOctets(writer.Written(), {}, privateForm);
   return 0;
 }

@@ -143,7 +143,7 @@ bool kxDHPreCompute::IsFor(const BIGNUM *p, const BIGNUM *g) const {
 }
 
 int kxDHPreCompute::GenPub(BIGNUM *result, const unsigned char *privateOctets, int len) const {
-  if (result == nullptr || privateOctets == nullptr || len < 0 || len > NumBytes()) return 0;
+  if (m_imp == nullptr || result == nullptr || privateOctets == nullptr || len < 0 || len > NumBytes()) return 0;
   const kxDHPreCompute_imp &table = *m_imp;
   const BigNumContext context(BN_CTX_secure_new());
   const BigNum factor(BN_secure_new());

@@ -3,25 +3,12 @@
 #include <memory>
 
 #include "dhSet.h"
+#include "keys/keyOctets.h"
+#include "keys/keyRef.h"
 #include "kxDhKey_imp.h"
-#include "kxcert/foundation/hexText.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/sxDhParams.h"
 #include "kxcert/platform/log.h"
-
-namespace {
-
-struct DropKey {
-  void operator()(kxDhKey *key) const { DhKey_destroy(key); }
-};
-
-kxDhKey *IfUsable(kxDhKey *key) {
-  std::unique_ptr<kxDhKey, DropKey> held(key);
-  return held->OK() ? held.release() : nullptr;
-}
-
-}  // namespace
 
 kxDhKey::kxDhKey(const sxDhParams &params, int privBits) : kxSDH(new kxDhKey_imp(params, privBits)) {}
 kxDhKey::kxDhKey(kxDhKey_imp *imp) : kxSDH(imp) {}
@@ -40,12 +27,8 @@ kxDhKey *DhKey_genkey(const kxDhKey *key) { return key == nullptr ? nullptr : ke
 
 int DhKey_gethash(const kxDhKey *key, sxString &hash) {
   kxBinBuf octets;
-  char text[2 * kDhKeyHashLen + 1];
-  if (key == nullptr || key->GetHash(octets) != 0 ||
-      bytes_to_string(octets.Data(), kDhKeyHashLen, text, sizeof text) != 0) {
-    return -1;
-  }
-  hash.Set(text);
+  if (key == nullptr || key->GetHash(octets) != 0) return -1;
+  SetHexText(ViewOf(octets), hash);
   return 0;
 }
 
@@ -62,7 +45,7 @@ kxDhKey *DhKey_fromset(const sxset *set) {
 }
 
 int DhKey_binaryhash_fromset(const sxset *set, kxBinBuf &hash) {
-  const std::unique_ptr<kxDhKey, DropKey> key(DhKey_fromset(set));
+  const std::unique_ptr<kxDhKey, kxFree<DhKey_destroy>> key(DhKey_fromset(set));
   return key == nullptr ? -1 : key->GetHash(hash);
 }
 

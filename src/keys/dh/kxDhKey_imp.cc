@@ -1,14 +1,13 @@
 #include "kxDhKey_imp.h"
 
 #include "dhSet.h"
-#include "keys/keyExport.h"
+#include "keys/keyGate.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxDhKey.h"
 
 int kxDhKey_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
-  if (format != sxPK_set || !OK()) return kxSDH_imp::Export(format, out, outLen);
-  const int rc = CheckSetSlot("kxDhKey_imp::Export", out, outLen);
-  return rc != 0 ? rc : StoreSet(ToSet(), out);
+  if (format != sxPK_set) return kxSDH_imp::Export(format, out, outLen);
+  return ExportSet("kxDhKey_imp::Export", OK() != 0, out, outLen, [this] { return ToSet(); });
 }
 
 int kxDhKey_imp::GetHash(kxBinBuf &hash) const {

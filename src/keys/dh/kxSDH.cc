@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "keys/keyGate.h"
+#include "keys/keyRef.h"
 #include "kxSDH_imp.h"
 #include "kxcert/keys/sxDhParams.h"
 
@@ -23,17 +25,14 @@ BIGNUM *kxSDH::MakeShared(const BIGNUM *peer) const { return Imp()->MakeShared(p
 
 int kxSDH::GetDHRawPublic(unsigned char *out, int outLen) const {
   if (!OK()) return kKeyNotUsable;
-  if (out == nullptr) return ModLen();
-  return outLen < ModLen() ? kKeyOutputShort : BN_bn2binpad(Public(), out, ModLen());
+  const int answer = CheckRoom(ModLen(), out, outLen);
+  return answer != 0 ? answer : BN_bn2binpad(Public(), out, ModLen());
 }
 
 sxPubKey *sxNewDHKey(const char *groupName, int privBits) {
   if (const sxNewDHKeyFunc make = g_newFunc.load(std::memory_order_acquire)) return make(groupName, privBits);
   const sxDhParams params(groupName, privBits);
-  sxPubKey *key = params.OK() ? new kxSDH(params, privBits) : nullptr;
-  if (key == nullptr || key->OK()) return key;
-  sxFreePubKey(key);
-  return nullptr;
+  return params.OK() ? IfUsable(new kxSDH(params, privBits)) : nullptr;
 }
 
 void sxSetNewDHKey_func(sxNewDHKeyFunc func) { g_newFunc.store(func, std::memory_order_release); }

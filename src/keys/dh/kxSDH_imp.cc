@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "dhPrivLen.h"
-#include "keys/keyExport.h"
-#include "kxcert/foundation/kxBinBuf.h"
+#include "keys/keyGate.h"
+#include "keys/keyOctets.h"
 #include "kxcert/keys/dhPreCompute.h"
 #include "kxcert/keys/kxSDH.h"
 #include "kxcert/keys/sxDhParams.h"
@@ -53,9 +53,7 @@ constexpr int kMaxDraws = 16;
 // x are octets as they come, neither reduced nor with a bit forced; by intent. Groups whose order is
 // prime but for a small factor have no weak private values worth leaving out.
 bool MakePair(DhNumbers *numbers) {
-  kxBinBuf octets;
-  octets.SetSensitive(true);
-  octets.Set(static_cast<unsigned int>(DhOctets(numbers->privBits)));
+  kxBinBuf octets = SensitiveBuf(DhOctets(numbers->privBits));
   const auto len = static_cast<int>(octets.Len());
   numbers->x = NewSecretNumber();
   if (len == 0 || numbers->x == nullptr) return false;
@@ -64,13 +62,6 @@ bool MakePair(DhNumbers *numbers) {
     if (sxrand_gen(octets.Data(), len) != 0 || BN_bin2bn(octets.Data(), len, numbers->x.get()) == nullptr) return false;
   }
   return MakePublic(octets, numbers);
-}
-
-void LogNumber(const char *title, const BIGNUM *number) {
-  kxBinBuf octets(static_cast<unsigned int>(BN_num_bytes(number)));
-  BN_bn2bin(number, octets.Data());
-  herror_func(0, 0, "DH key: %s (%d bits):", title, BN_num_bits(number));
-  hex_herror(octets.Data(), static_cast<int>(octets.Len()));
 }
 
 }  // namespace
@@ -142,8 +133,7 @@ BIGNUM *kxSDH_imp::MakeShared(const BIGNUM *peer) const {
 // Every failure is -1, by intent; the other operations have their codes.
 int kxSDH_imp::Derive(sxPKop_type, const unsigned char *peer, int peerLen, unsigned char *out, int outLen) {
   if (!OK() || peer == nullptr || peerLen < 0 || peerLen > kMaxDhPeerLen) return -1;
-  if (out == nullptr) return m_modLen;
-  if (outLen < m_modLen) return -1;
+  if (const int answer = CheckRoom(m_modLen, out, outLen)) return answer < 0 ? -1 : answer;
   const BigNum peerNumber(BN_bin2bn(peer, peerLen, nullptr));
   const BigNum secret(MakeShared(peerNumber.get()));
   if (secret == nullptr) return -1;
@@ -151,14 +141,9 @@ int kxSDH_imp::Derive(sxPKop_type, const unsigned char *peer, int peerLen, unsig
 }
 
 int kxSDH_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
-  if (!OK()) return kKeyNotUsable;
-  if (format != sxPK_public && format != sxPK_private) {
-    herror_func(0, 0, "%s: %d not implemented", "kxSDH_imp::Export", format);
-    return kKeyNotImplemented;
-  }
-  kxBinBuf der;
-  if (EncodeDhKey(m_numbers, format == sxPK_private, der) != 0) return kKeyBadInput;
-  return StoreOctets(der.Data(), static_cast<int>(der.Len()), out, outLen);
+  return ExportOctets("kxSDH_imp::Export", OK() != 0, format, out, outLen, [this](bool privateForm, kxBinBuf *area) {
+    return EncodeDhKey(m_numbers, privateForm, *area) == 0 ? ViewOf(*area) : sxOctetView();
+  });
 }
 
 int kxSDH_imp::GetLen(sxPK_Len_Type type) {
@@ -172,7 +157,7 @@ void kxSDH_imp::Herror() const {
   if (!OK() || !kxLog_DebugOn()) return;
   herror_func(0, 0, "DH key: group %s, private part: %s", m_numbers.groupName.c_str(),
               m_numbers.x != nullptr ? "yes" : "no");
-  LogNumber("modulus", m_numbers.p.get());
-  LogNumber("generator", m_numbers.g.get());
-  LogNumber("public value", m_numbers.y.get());
+  LogKeyNumber("DH key: modulus", m_numbers.p.get());
+  LogKeyNumber("DH key: generator", m_numbers.g.get());
+  LogKeyNumber("DH key: public value", m_numbers.y.get());
 }

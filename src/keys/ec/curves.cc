@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 
+#include "keys/keyOctets.h"
 #include "keys/libcryptoTypes.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/keys/kxECDSA.h"
@@ -53,7 +54,8 @@ struct PointScratch {
 // libcrypto takes) must not.
 bool IsKnownForm(unsigned char first) { return first >= 2 && first <= 4; }
 
-const char *WhyNoPoint(const Curve &curve, const unsigned char *octets, int len) {
+const char *WhyNoPoint(const Curve &curve, sxOctetView octets) {
+  const int len = sxLen(octets);
   if (len == 1 && octets[0] == 0) return "%s: public key is the point at infinity";
   if (!IsKnownForm(octets[0])) return "%s: public key is neither uncompressed nor compressed";
   if (len != curve.PointLen() && len != 1 + curve.coordLen) return "%s: public key has a wrong length";
@@ -63,7 +65,7 @@ const char *WhyNoPoint(const Curve &curve, const unsigned char *octets, int len)
     return "%s: public key cannot be checked";
   }
   for (int pos = 1; pos < len; pos += curve.coordLen) {
-    BN_bin2bn(octets + pos, curve.coordLen, coordinate.get());
+    BN_bin2bn(octets.data() + pos, curve.coordLen, coordinate.get());
     if (BN_cmp(coordinate.get(), p.get()) >= 0) {
       return "%s: public key fails sanity checks. Either X or Y is not between 0 and field order.";
     }
@@ -93,11 +95,9 @@ const Curve *FindCurve(const char *name) {
   return nullptr;
 }
 
-const Curve *FindCurve(const unsigned char *oid, int oidLen) {
+const Curve *FindCurve(sxOctetView oid) {
   for (const Curve &curve : kCurves) {
-    if (curve.oid->Len() == oidLen && std::memcmp(curve.oid->Data(), oid, static_cast<size_t>(oidLen)) == 0) {
-      return &curve;
-    }
+    if (sxEqual(ViewOf(*curve.oid), oid)) return &curve;
   }
   return nullptr;
 }
@@ -112,9 +112,9 @@ const EC_GROUP *CurveGroup(const Curve &curve) {
   return group;
 }
 
-int ReadPoint(const char *func, const Curve &curve, const unsigned char *octets, int len, unsigned char *point) {
+sxOctetView ReadPoint(const char *func, const Curve &curve, sxOctetView octets, unsigned char *point) {
   const EC_GROUP *group = CurveGroup(curve);
-  if (group == nullptr || octets == nullptr || len < 1) return -1;
+  if (group == nullptr || octets.empty()) return {};
   // What the thread keeps is gone while static objects are destroyed.
   kxThread_WatchEnd();
   std::optional<PointScratch> fresh;
@@ -123,17 +123,17 @@ int ReadPoint(const char *func, const Curve &curve, const unsigned char *octets,
   if (decoded == nullptr) decoded.reset(EC_POINT_new(group));
   const ErrorQueueMark mark;
   if (!IsKnownForm(octets[0]) || decoded == nullptr || scratch.context == nullptr ||
-      EC_POINT_oct2point(group, decoded.get(), octets, static_cast<size_t>(len), scratch.context.get()) != 1) {
-    if (kxLog_DebugOn()) herror_func(0, 0, WhyNoPoint(curve, octets, len), func);
-    return -1;
+      EC_POINT_oct2point(group, decoded.get(), octets.data(), octets.size(), scratch.context.get()) != 1) {
+    if (kxLog_DebugOn()) herror_func(0, 0, WhyNoPoint(curve, octets), func);
+    return {};
   }
   if (octets[0] == POINT_CONVERSION_UNCOMPRESSED) {  // the only octets that denote this point
-    std::memcpy(point, octets, static_cast<size_t>(len));
-    return len;
+    std::ranges::copy(octets, point);
+    return {point, octets.size()};
   }
   const size_t written = EC_POINT_point2oct(group, decoded.get(), POINT_CONVERSION_UNCOMPRESSED, point, kMaxPointLen,
                                             scratch.context.get());
-  return written == 0 ? -1 : static_cast<int>(written);
+  return {point, written};
 }
 
 EC_KEY *EC_KEY_by_nid_with_precompute(int curveNid) {

@@ -4,6 +4,8 @@
 
 #include <openssl/ec.h>
 
+#include "asn1/der.h"
+
 class sxAsnOid;
 
 struct Curve {
@@ -24,7 +26,7 @@ constexpr int kMaxPointLen = 1 + 2 * 66;
 // Lent, null for another curve.
 const Curve *FindCurve(int nid);
 const Curve *FindCurve(const char *name);  // null or "": the default one
-const Curve *FindCurve(const unsigned char *oid, int oidLen);
+const Curve *FindCurve(sxOctetView oid);   // its content octets
 
 /// The process's group of the curve, with multiples of its generator computed ahead; made at the first
 /// call. Lent for ever; null when libcrypto cannot make it.
@@ -33,8 +35,7 @@ const EC_GROUP *CurveGroup(const Curve &curve);
 /// Checks that a point, uncompressed or compressed, is on its curve and not at infinity.
 /// @param func  named in the log line
 /// @param[out] point  kMaxPointLen octets: the uncompressed form
-/// @return its length, or -1
-[[nodiscard]] int ReadPoint(const char *func, const Curve &curve, const unsigned char *octets, int len,
-                            unsigned char *point);
+/// @return that form; empty: it is no such point
+[[nodiscard]] sxOctetView ReadPoint(const char *func, const Curve &curve, sxOctetView octets, unsigned char *point);
 
 #endif

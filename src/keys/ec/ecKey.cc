@@ -1,11 +1,7 @@
 #include "ecKey.h"
 
-#include <utility>
-
+#include "keys/keyOctets.h"
 #include "keys/libcryptoTypes.h"
-#include "kxcert/asn1/sxAsnBuf.h"
-#include "kxcert/asn1/sxAsnOid.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/log.h"
 
@@ -15,40 +11,29 @@ constexpr const char *kCheckFunc = "kxECDSA_imp::test_if_ok";
 constexpr int kMaxPrivateDerLen = 1024;  // when read: more than the longest curve's key has, parameters spelt out
 constexpr int kPrivateDerRoom = 300;     // when written: a scalar, a point, an object identifier and their headers
 
-void PutHeader(sxAsnWriteBuf &buf, int contentLen, unsigned char tag) {
-  BEncDefLen(buf, contentLen);
-  buf.PutByte(tag);
-}
-
 //   ECPrivateKey ::= SEQUENCE { version INTEGER (1), privateKey OCTET STRING,
 //                               parameters [0] OBJECT IDENTIFIER, publicKey [1] BIT STRING }   (RFC 5915, 3)
 // Written here, because libcrypto leaves a copy of the scalar in memory that it frees.
 int EncodePrivate(const Curve &curve, const EC_KEY *key, kxBinBuf &out) {
-  unsigned char point[kMaxPointLen];
-  const int pointLen = PointOfKey(key, point), scalarLen = curve.ScalarLen();
-  kxBinBuf scalar, area, der;
-  for (kxBinBuf *secret : {&scalar, &area, &der}) secret->SetSensitive(true);
-  scalar.Set(static_cast<unsigned int>(scalarLen));
-  area.Set(static_cast<unsigned int>(kPrivateDerRoom));
-  if (pointLen < 0 || BN_bn2binpad(EC_KEY_get0_private_key(key), scalar.Data(), scalarLen) != scalarLen) return -1;
-  sxAsnWriteBuf buf;  // writes towards the start
-  buf.Init(area.Data(), kPrivateDerRoom);
-  buf.PutSeg(point, pointLen);
-  buf.PutByte(0);  // unused bits
-  PutHeader(buf, buf.Written(), 0x03);
-  PutHeader(buf, buf.Written(), 0xA1);
-  const int end = buf.Written();
-  buf.PutSeg(curve.oid->Data(), curve.oid->Len());
-  PutHeader(buf, curve.oid->Len(), 0x06);
-  PutHeader(buf, buf.Written() - end, 0xA0);
-  buf.PutSeg(scalar.Data(), scalarLen);
-  PutHeader(buf, scalarLen, 0x04);
-  buf.PutByte(1);
-  PutHeader(buf, 1, 0x02);
-  PutHeader(buf, buf.Written(), 0x30);
-  if (buf.Overflow()) return -1;
-  der.Set(buf.Curr(), static_cast<unsigned int>(buf.Written()));
-  out = std::move(der);
+  unsigned char pointArea[kMaxPointLen];
+  const sxOctetView point = PointOfKey(key, pointArea);
+  const kxBinBuf scalar = ScalarOfKey(curve, key);
+  if (point.empty() || scalar.IsEmpty()) return -1;
+  constexpr unsigned char kVersion = 1;
+  kxBinBuf area = SensitiveBuf(kPrivateDerRoom);
+  sxDerWriter writer({area.Data(), area.Len()});
+  writer.Octets(point);
+  writer.Octet(0);  // unused bits
+  writer.Wrap(kDerBitString);
+  writer.Wrap(DerContextConstructed(1));
+  const int publicKey = writer.Mark();
+  writer.Element(kDerOid, ViewOf(*curve.oid));
+  writer.Wrap(DerContextConstructed(0), publicKey);
+  writer.Element(kDerOctetString, ViewOf(scalar));
+  writer.Element(kDerInteger, {&kVersion, 1});
+  writer.Wrap(kDerSequence);
+  if (writer.Written().empty()) return -1;
+  out = JoinOctets(writer.Written(), {}, true);
   return 0;
 }
 
@@ -66,35 +51,29 @@ EC_KEY *FromPrivateDer(const unsigned char *data, int dataLen, int curveNid) {
     return nullptr;
   }
   const Curve *curve = CurveOfKey(read.get());
-  const BIGNUM *scalar = EC_KEY_get0_private_key(read.get());
-  if (end != data + dataLen || curve == nullptr || scalar == nullptr || (curveNid != 0 && curve->nid != curveNid)) {
+  if (end != data + dataLen || curve == nullptr || (curveNid != 0 && curve->nid != curveNid)) {
     herror_func(0, 0, "kxECDSA_from_buf: another curve, or octets after the key");
     return nullptr;
   }
-  unsigned char point[kMaxPointLen];
-  const int pointLen = PointOfKey(read.get(), point);
-  if (pointLen < 0) return nullptr;
-  kxBinBuf octets;
-  octets.SetSensitive(true);
-  octets.Set(static_cast<unsigned int>(curve->ScalarLen()));
-  if (BN_is_negative(scalar) || BN_bn2binpad(scalar, octets.Data(), curve->ScalarLen()) < 0) return nullptr;
-  return NewPrivateEcKey(*curve, point, pointLen, octets);  // onto the process's group
+  unsigned char area[kMaxPointLen];
+  const sxOctetView point = PointOfKey(read.get(), area);
+  const kxBinBuf scalar = ScalarOfKey(*curve, read.get());
+  if (point.empty() || scalar.IsEmpty()) return nullptr;
+  return NewPrivateEcKey(*curve, point, scalar);  // onto the process's group
 }
 
 }  // namespace
 
-EC_KEY *NewPublicEcKey(const Curve &curve, const unsigned char *point, int pointLen) {
+EC_KEY *NewPublicEcKey(const Curve &curve, sxOctetView point) {
   const ErrorQueueMark mark;
   EcKey key(EC_KEY_by_nid_with_precompute(curve.nid));
-  if (key == nullptr || EC_KEY_oct2key(key.get(), point, static_cast<size_t>(pointLen), nullptr) != 1) {
-    return nullptr;
-  }
+  if (key == nullptr || EC_KEY_oct2key(key.get(), point.data(), point.size(), nullptr) != 1) { return nullptr; }
   return key.release();
 }
 
-EC_KEY *NewPrivateEcKey(const Curve &curve, const unsigned char *point, int pointLen, const kxBinBuf &scalar) {
+EC_KEY *NewPrivateEcKey(const Curve &curve, sxOctetView point, const kxBinBuf &scalar) {
   const ErrorQueueMark mark;
-  EcKey key(NewPublicEcKey(curve, point, pointLen));
+  EcKey key(NewPublicEcKey(curve, point));
   const BigNum number(BN_bin2bn(scalar.Data(), static_cast<int>(scalar.Len()), nullptr));
   if (key == nullptr || number == nullptr || EC_KEY_set_private_key(key.get(), number.get()) != 1) { return nullptr; }
   // A scalar that does not belong to the point would sign what nobody can verify.
@@ -107,18 +86,26 @@ const Curve *CurveOfKey(const EC_KEY *key) {
   return FindCurve(EC_GROUP_get_curve_name(group));
 }
 
-int PointOfKey(const EC_KEY *key, unsigned char *point) {
+sxOctetView PointOfKey(const EC_KEY *key, unsigned char *area) {
   const EC_POINT *own = EC_KEY_get0_public_key(key);
-  if (own == nullptr || EC_POINT_is_at_infinity(EC_KEY_get0_group(key), own)) return -1;
-  const size_t len =
-      EC_POINT_point2oct(EC_KEY_get0_group(key), own, POINT_CONVERSION_UNCOMPRESSED, point, kMaxPointLen, nullptr);
-  return len == 0 ? -1 : static_cast<int>(len);
+  const EC_GROUP *const group = EC_KEY_get0_group(key);
+  if (own == nullptr || EC_POINT_is_at_infinity(group, own)) return {};
+  return {area, EC_POINT_point2oct(group, own, POINT_CONVERSION_UNCOMPRESSED, area, kMaxPointLen, nullptr)};
 }
 
-void LogEcKey(const Curve &curve, const unsigned char *point, int pointLen, bool hasPrivate) {
+kxBinBuf ScalarOfKey(const Curve &curve, const EC_KEY *key) {
+  const BIGNUM *const number = EC_KEY_get0_private_key(key);
+  kxBinBuf scalar = SensitiveBuf(curve.ScalarLen());
+  if (number == nullptr || BN_is_negative(number) || BN_bn2binpad(number, scalar.Data(), curve.ScalarLen()) < 0) {
+    scalar.Clear();
+  }
+  return scalar;
+}
+
+void LogEcKey(const Curve &curve, sxOctetView point, bool hasPrivate) {
   if (!kxLog_DebugOn()) return;
   herror_func(0, 0, "EC key: curve %s, public point:", curve.name);
-  hex_herror(point, pointLen);
+  hex_herror(point.data(), sxLen(point));
   herror_func(0, 0, "EC key: private part: %s", hasPrivate ? "yes" : "no");
 }
 
@@ -139,22 +126,21 @@ EC_KEY *kxECDSA_from_buf(sxPK_Format format, const unsigned char *data, int data
   if (format == sxPK_private) return FromPrivateDer(data, dataLen, curveNid);
   const Curve *curve = FindCurve(curveNid);
   if (format != sxPK_public || curve == nullptr) return nullptr;
-  unsigned char point[kMaxPointLen];
-  const int pointLen = ReadPoint(kCheckFunc, *curve, data, dataLen, point);
-  return pointLen < 0 ? nullptr : NewPublicEcKey(*curve, point, pointLen);
+  unsigned char area[kMaxPointLen];
+  const sxOctetView point = ReadPoint(kCheckFunc, *curve, sxView(data, dataLen), area);
+  return point.empty() ? nullptr : NewPublicEcKey(*curve, point);
 }
 
 int kxECDSA_to_buf(const EC_KEY *key, kxBinBuf &out, int privateForm) {
   const Curve *const curve = CurveOfKey(key);
   if (curve == nullptr) return -1;
   if (privateForm == 0) {
-    unsigned char point[kMaxPointLen];
-    const int pointLen = PointOfKey(key, point);
-    if (pointLen < 0) return -1;
-    out.Set(point, static_cast<unsigned int>(pointLen));
+    unsigned char area[kMaxPointLen];
+    const sxOctetView point = PointOfKey(key, area);
+    if (point.empty()) return -1;
+    out.Set(point.data(), static_cast<unsigned int>(point.size()));
     return 0;
   }
-  if (EC_KEY_get0_private_key(key) == nullptr) return -1;
   const ErrorQueueMark mark;
   return EncodePrivate(*curve, key, out);
 }
@@ -172,7 +158,8 @@ int kxECDSA_is_ok(const EC_KEY *key) {
     return 0;
   }
   const BigNum p(BN_new()), x(BN_new()), y(BN_new());
-  if (EC_GROUP_get_curve(group, p.get(), nullptr, nullptr, nullptr) != 1 ||
+  if (p == nullptr || x == nullptr || y == nullptr ||
+      EC_GROUP_get_curve(group, p.get(), nullptr, nullptr, nullptr) != 1 ||
       EC_POINT_get_affine_coordinates(group, point, x.get(), y.get(), nullptr) != 1 || BN_is_negative(x.get()) ||
       BN_is_negative(y.get()) || BN_cmp(x.get(), p.get()) >= 0 || BN_cmp(y.get(), p.get()) >= 0) {
     herror_func(0, 0, "%s: public key fails sanity checks. Either X or Y is not between 0 and field order.",
@@ -189,11 +176,11 @@ int kxECDSA_is_ok(const EC_KEY *key) {
 void kxECDSA_herror(const EC_KEY *key) {
   if (!kxLog_DebugOn()) return;
   const Curve *curve = CurveOfKey(key);
-  unsigned char point[kMaxPointLen];
-  const int pointLen = curve == nullptr ? -1 : PointOfKey(key, point);
-  if (pointLen < 0) {
+  unsigned char area[kMaxPointLen];
+  const sxOctetView point = curve == nullptr ? sxOctetView() : PointOfKey(key, area);
+  if (point.empty()) {
     herror_func(0, 0, "kxECDSA_herror: no key");
     return;
   }
-  LogEcKey(*curve, point, pointLen, EC_KEY_get0_private_key(key) != nullptr);
+  LogEcKey(*curve, point, EC_KEY_get0_private_key(key) != nullptr);
 }

@@ -7,13 +7,16 @@
 class kxBinBuf;
 
 /// A public key of a point that ReadPoint wrote; for EC_KEY_free, null on failure.
-EC_KEY *NewPublicEcKey(const Curve &curve, const unsigned char *point, int pointLen);
+EC_KEY *NewPublicEcKey(const Curve &curve, sxOctetView point);
 /// The same with a scalar (big-endian), fully checked.
-EC_KEY *NewPrivateEcKey(const Curve &curve, const unsigned char *point, int pointLen, const kxBinBuf &scalar);
+EC_KEY *NewPrivateEcKey(const Curve &curve, sxOctetView point, const kxBinBuf &scalar);
 /// The curve of a key's group; null when it is none of ours or not named.
 const Curve *CurveOfKey(const EC_KEY *key);
-/// The uncompressed public point, kMaxPointLen octets at most. @return its length, or -1
-[[nodiscard]] int PointOfKey(const EC_KEY *key, unsigned char *point);
-void LogEcKey(const Curve &curve, const unsigned char *point, int pointLen, bool hasPrivate);
+/// The uncompressed public point, in an area of kMaxPointLen octets; empty when there is none.
+[[nodiscard]] sxOctetView PointOfKey(const EC_KEY *key, unsigned char *area);
+/// The private scalar, sensitive and padded to the curve's ScalarLen; empty when there is none, or libcrypto
+/// fails.
+kxBinBuf ScalarOfKey(const Curve &curve, const EC_KEY *key);
+void LogEcKey(const Curve &curve, sxOctetView point, bool hasPrivate);
 
 #endif

@@ -3,10 +3,9 @@
 #include <vector>
 
 #include "ecKey.h"
+#include "keys/keyOctets.h"
 #include "keys/libcryptoTypes.h"
-#include "keys/secretAttribute.h"
 #include "kxcert/foundation/attributeSet.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/log.h"
 
@@ -20,33 +19,30 @@ EC_KEY *ReadKey(const sxset &set) {
   const Curve *curve = FindCurve(static_cast<int>(nid));
   std::vector<unsigned char> octets;
   if (curve == nullptr || !set.FindBinary("public", &octets) || octets.size() > kMaxSetPointLen) { return nullptr; }
-  unsigned char point[kMaxPointLen];
-  const int pointLen =
-      ReadPoint("kxECDSA_imp::test_if_ok", *curve, octets.data(), static_cast<int>(octets.size()), point);
-  if (pointLen < 0) return nullptr;
-  if (set.Find("private") == nullptr) return NewPublicEcKey(*curve, point, pointLen);
+  unsigned char area[kMaxPointLen];
+  const sxOctetView point = ReadPoint("kxECDSA_imp::test_if_ok", *curve, octets, area);
+  if (point.empty()) return nullptr;
+  if (set.Find("private") == nullptr) return NewPublicEcKey(*curve, point);
   kxBinBuf scalar;
   if (ReadSecretAttribute(set, "private", curve->ScalarLen(), scalar) != 0) return nullptr;
-  return NewPrivateEcKey(*curve, point, pointLen, scalar);
+  return NewPrivateEcKey(*curve, point, scalar);
 }
 
 }  // namespace
 
 sxset *kxECDSA_to_set(const EC_KEY *key) {
   const Curve *curve = CurveOfKey(key);
-  unsigned char point[kMaxPointLen];
-  const int pointLen = curve == nullptr ? -1 : PointOfKey(key, point);
-  if (pointLen < 0) return nullptr;
+  unsigned char area[kMaxPointLen];
+  const sxOctetView point = curve == nullptr ? sxOctetView() : PointOfKey(key, area);
+  if (point.empty()) return nullptr;
   auto set = std::make_unique<sxset>();
   set->SetInt("NID", curve->nid);
   set->SetText("comment", curve->comment);
   set->SetText("curve", curve->name);
-  set->SetBinary("public", point, pointLen);
-  if (const BIGNUM *number = EC_KEY_get0_private_key(key)) {
-    kxBinBuf scalar;
-    scalar.SetSensitive(true);
-    scalar.Set(static_cast<unsigned int>(curve->ScalarLen()));
-    if (BN_bn2binpad(number, scalar.Data(), curve->ScalarLen()) < 0) return nullptr;
+  set->SetBinary("public", point.data(), sxLen(point));
+  if (EC_KEY_get0_private_key(key) != nullptr) {
+    const kxBinBuf scalar = ScalarOfKey(*curve, key);
+    if (scalar.IsEmpty()) return nullptr;
     set->SetBinary("private", scalar.Data(), curve->ScalarLen());
   }
   return set.release();

@@ -5,6 +5,7 @@
 
 #include "ecKey.h"
 #include "ecOperation.h"
+#include "keys/keyOctets.h"
 #include "kxcert/foundation/hexText.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/kxECDSA.h"
@@ -29,21 +30,6 @@ const IkeGroup *FindGroup(int number) {
 }
 
 unsigned int Number(int value) { return static_cast<unsigned int>(value); }
-
-kxBinBuf SensitiveBuf(int len) {
-  kxBinBuf buf;
-  buf.SetSensitive(true);
-  buf.Set(static_cast<unsigned int>(len));
-  return buf;
-}
-
-void SetHex(const unsigned char *octets, int len, sxString &text) {
-  const int digits = 2 * len;
-  kxBinBuf area = SensitiveBuf(digits + 1);
-  char *const hex = reinterpret_cast<char *>(area.Data());
-  bytes_to_string(octets, len, hex, digits + 1);
-  text.Set(hex, digits);
-}
 
 }  // namespace
 
@@ -121,8 +107,8 @@ int kxECDH_imp::ReadMaterial(const char *privateHex, const char *xHex, const cha
     return -1;
   }
   unsigned char point[kMaxPointLen];
-  const int pointLen = ReadPoint(kFunc, *m_curve, octets, m_curve->PointLen(), point);
-  EcKey key(pointLen < 0 ? nullptr : NewPrivateEcKey(*m_curve, point, pointLen, scalar));
+  const sxOctetView own = ReadPoint(kFunc, *m_curve, sxView(octets, m_curve->PointLen()), point);
+  EcKey key(own.empty() ? nullptr : NewPrivateEcKey(*m_curve, own, scalar));
   if (key == nullptr) {
     tderrorFunc("ec", 1, 0, "%s: the point is not on the curve, or not the private value's", kFunc);
     return -1;
@@ -235,7 +221,7 @@ int kxECDH::setPeerPublic(const unsigned char *in, int inLen) {
   unsigned char octets[kMaxPointLen] = {POINT_CONVERSION_UNCOMPRESSED};
   std::memcpy(octets + 1, in, static_cast<size_t>(inLen));
   unsigned char point[kMaxPointLen];
-  if (ReadPoint(kFunc, curve, octets, curve.PointLen(), point) != curve.PointLen()) {
+  if (ReadPoint(kFunc, curve, sxView(octets, curve.PointLen()), point).empty()) {
     tderrorFunc("ec", 1, 0, "%s: Peer point is at infinity or not on curve", kFunc);
     return -1;
   }
@@ -269,18 +255,17 @@ int kxECDH::getPublic(sxString &x, sxString &y) const {
   if (!m_imp->Allows("kxECDH::getPublic", kOwnKey)) return -1;
   unsigned char octets[2 * kMaxPointLen];
   if (getPublic4IKE(octets, sizeof octets) < 0) return -1;
-  SetHex(octets, m_imp->FieldLen(), x);
-  SetHex(octets + m_imp->FieldLen(), m_imp->FieldLen(), y);
+  SetHexText(sxView(octets, m_imp->FieldLen()), x);
+  SetHexText(sxView(octets + m_imp->FieldLen(), m_imp->FieldLen()), y);
   return 0;
 }
 
 int kxECDH::getPrivate(sxString &privateHex) const {
   if (!m_imp->Allows("kxECDH::getPrivate", kOwnKey)) return -1;
-  const int fieldLen = m_imp->FieldLen();
-  kxBinBuf scalar = SensitiveBuf(fieldLen);
-  if (BN_bn2binpad(EC_KEY_get0_private_key(m_imp->m_own.get()), scalar.Data(), fieldLen) != fieldLen) return -1;
+  const kxBinBuf scalar = ScalarOfKey(*m_imp->m_curve, m_imp->m_own.get());  // as long as the field
+  if (scalar.IsEmpty()) return -1;
   privateHex.SetSensitive(true);
-  SetHex(scalar.Data(), fieldLen, privateHex);
+  SetHexText(ViewOf(scalar), privateHex);
   return 0;
 }
 

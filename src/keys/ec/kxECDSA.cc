@@ -1,5 +1,6 @@
 #include "kxcert/keys/kxECDSA.h"
 
+#include "keys/keyRef.h"
 #include "kxECDSA_imp.h"
 
 kxECDSA::kxECDSA(int curveNid) : sxPubKey(new kxECDSA_imp(curveNid)) {}
@@ -17,8 +18,5 @@ int kxECDSA::HasPrivate() const { return Imp()->HasPrivate() ? 1 : 0; }
 int kxECDSA::Nbits() const { return Imp()->Nbits(); }
 
 sxPubKey *sxImportECDSAKey(sxPK_Format format, const unsigned char *data, int dataLen, int curveNid) {
-  sxPubKey *key = new kxECDSA(format, data, dataLen, curveNid);
-  if (key->OK()) return key;
-  sxFreePubKey(key);
-  return nullptr;
+  return IfUsable<sxPubKey>(new kxECDSA(format, data, dataLen, curveNid));
 }

@@ -4,65 +4,57 @@
 
 #include "ecKey.h"
 #include "ecOperation.h"
-#include "keys/keyExport.h"
+#include "keys/keyGate.h"
+#include "keys/keyOctets.h"
 #include "keys/libcryptoTypes.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
-#include "kxcert/keys/pkcs1.h"
 #include "kxcert/platform/log.h"
 
 kxECDSA_imp::kxECDSA_imp(int curveNid) {
-  Adopt(kxGenECDSA(curveNid));
+  Adopt(EcKey(kxGenECDSA(curveNid)));
   if (!OK()) herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %d", curveNid);
 }
 
 kxECDSA_imp::kxECDSA_imp(const char *curveName) {
-  Adopt(kxGenECDSA(curveName));
+  Adopt(EcKey(kxGenECDSA(curveName)));
   if (!OK())
     herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %s", curveName == nullptr ? "" : curveName);
 }
 
 kxECDSA_imp::kxECDSA_imp(sxPK_Format format, const unsigned char *data, int dataLen, int curveNid) {
   if (format == sxPK_private) {
-    Adopt(kxECDSA_from_buf(format, data, dataLen, curveNid));
+    Adopt(EcKey(kxECDSA_from_buf(format, data, dataLen, curveNid)));
   } else if (const Curve *curve = FindCurve(curveNid); curve != nullptr && format == sxPK_public) {
-    ImportPoint(*curve, data, dataLen);
+    ImportPoint(*curve, sxView(data, dataLen));
   }
 }
 
-kxECDSA_imp::kxECDSA_imp(const Curve &curve, const unsigned char *point, int pointLen) {
-  ImportPoint(curve, point, pointLen);
-}
+kxECDSA_imp::kxECDSA_imp(const Curve &curve, sxOctetView point) { ImportPoint(curve, point); }
 
-kxECDSA_imp::~kxECDSA_imp() { EC_KEY_free(m_key.load(std::memory_order_acquire)); }
-
-void kxECDSA_imp::Adopt(EC_KEY *key) {
-  m_key.store(key, std::memory_order_release);
-  const Curve *curve = CurveOfKey(key);
+void kxECDSA_imp::Adopt(EcKey key) {
+  const Curve *curve = CurveOfKey(key.get());
   if (curve == nullptr) return;
-  m_pointLen = PointOfKey(key, m_point);
-  if (m_pointLen < 0) return;
-  m_hasPrivate = EC_KEY_get0_private_key(key) != nullptr;
+  m_pointLen = sxLen(PointOfKey(key.get(), m_point));
+  if (m_pointLen == 0) return;
+  m_hasPrivate = EC_KEY_get0_private_key(key.get()) != nullptr;
   m_curve = curve;
+  m_key.Get([&key] { return std::make_unique<EcKey>(std::move(key)); });
 }
 
-void kxECDSA_imp::ImportPoint(const Curve &curve, const unsigned char *point, int pointLen) {
-  m_pointLen = ReadPoint("kxECDSA_imp::test_if_ok", curve, point, pointLen, m_point);
-  if (m_pointLen > 0) m_curve = &curve;
+void kxECDSA_imp::ImportPoint(const Curve &curve, sxOctetView point) {
+  m_pointLen = sxLen(ReadPoint("kxECDSA_imp::test_if_ok", curve, point, m_point));
+  if (m_pointLen != 0) m_curve = &curve;
 }
 
 EC_KEY *kxECDSA_imp::Key() const {
-  if (EC_KEY *key = m_key.load(std::memory_order_acquire)) return key;
-  EcKey made(NewPublicEcKey(*m_curve, m_point, m_pointLen));
-  EC_KEY *first = nullptr;  // of two threads that get here the first one's stays
-  if (!m_key.compare_exchange_strong(first, made.get(), std::memory_order_acq_rel)) return first;
-  return made.release();
+  const EcKey *const key = m_key.Get([this] {
+    EcKey made(NewPublicEcKey(*m_curve, Point()));
+    return made == nullptr ? nullptr : std::make_unique<EcKey>(std::move(made));
+  });
+  return key == nullptr ? nullptr : key->get();
 }
 
-int kxECDSA_imp::Flags() const {
-  if (!OK()) return 0;
-  return m_hasPrivate ? kKeyFlagsPublic | kKeyFlagsPrivate : kKeyFlagsPublic;
-}
+int kxECDSA_imp::Flags() const { return KeyFlags(OK() != 0, m_hasPrivate); }
 
 int kxECDSA_imp::Encrypt(sxPKop_type, const unsigned char *, int, unsigned char *, int) {
   herror_func(0, 0, "kxECDSA_imp::Encrypt: an EC key does not encrypt");
@@ -81,28 +73,16 @@ int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, in
 
 int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen,
                       const BIGNUM *inverseNonce, const BIGNUM *r) {
-  constexpr const char *kFunc = "kxECDSA_imp::Sign";
-  if (!OK()) return kKeyNotUsable;
-  if (!m_hasPrivate) return kKeyNotImplemented;
-  if (in == nullptr || inLen < 1) return kKeyBadInput;
-  if (out == nullptr) return m_curve->maxSigLen;
-  if (outLen < m_curve->maxSigLen) {
-    herror_func(0, 0, "%s length too short", kFunc);
-    return kKeyOutputShort;
-  }
+  const KeyGate gate{"kxECDSA_imp::Sign", OK() != 0, m_hasPrivate, OK() != 0 ? m_curve->maxSigLen : 0,
+                     "length too short"};
+  sxOctetView message = sxView(in, inLen);
   kxBinBuf info;
-  if (op == sxPKop_digest || op == sxPKop_digest_alt) {
-    if (kxPKCS1DigestInfo(in, inLen, md, info) != 0) return kKeyNoDigestInfo;
-    in = info.Data();
-    inLen = static_cast<int>(info.Len());
-  } else if (op != sxPKop_raw && op != sxPKop_either) {
-    herror_func(0, 0, "%s: unsupported op %d", kFunc, op);
-    return kKeyNotImplemented;
-  }
-  const EcRequest request{.data = in, .dataLen = inLen, .out = out, .inverseNonce = inverseNonce, .r = r};
+  if (const int answer = PassSigningGate(gate, op, md, &message, &info, out, outLen)) return answer;
+  const EcRequest request{
+      .data = message.data(), .dataLen = sxLen(message), .out = out, .inverseNonce = inverseNonce, .r = r};
   const int rc = ecdsa_op_wrapper(kEcdsaSign, request, Key());
   if (rc <= 0) {
-    herror_func(0, 0, "%s: failed, rc is %d", kFunc, rc);
+    herror_func(0, 0, "%s: failed, rc is %d", gate.func, rc);
     return kKeyLibraryFailed;
   }
   return rc;
@@ -136,21 +116,13 @@ int kxECDSA_imp::Verify(sxPKop_type, sx_md_type, const unsigned char *data, int 
 
 int kxECDSA_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
   constexpr const char *kFunc = "kxECDSA_imp::Export";
-  if (!OK()) return kKeyNotUsable;
-  switch (format) {
-    case sxPK_set: {
-      const int rc = CheckSetSlot(kFunc, out, outLen);
-      return rc != 0 ? rc : StoreSet(kxECDSA_to_set(Key()), out);
-    }
-    case sxPK_public: return StoreOctets(m_point, m_pointLen, out, outLen);
-    case sxPK_private: {
-      kxBinBuf der;
-      if (!m_hasPrivate || kxECDSA_to_buf(Key(), der, 1) != 0) return kKeyBadInput;
-      return StoreOctets(der.Data(), static_cast<int>(der.Len()), out, outLen);
-    }
+  if (format == sxPK_set) {
+    return ExportSet(kFunc, OK() != 0, out, outLen, [this] { return kxECDSA_to_set(Key()); });
   }
-  herror_func(0, 0, "%s: %d not implemented", kFunc, format);
-  return kKeyNotImplemented;
+  return ExportOctets(kFunc, OK() != 0, format, out, outLen, [this](bool privateForm, kxBinBuf *area) {
+    if (!privateForm) return Point();
+    return m_hasPrivate && kxECDSA_to_buf(Key(), *area, 1) == 0 ? ViewOf(*area) : sxOctetView();
+  });
 }
 
 int kxECDSA_imp::GetLen(sxPK_Len_Type type) {
@@ -160,5 +132,5 @@ int kxECDSA_imp::GetLen(sxPK_Len_Type type) {
 }
 
 void kxECDSA_imp::Herror() const {
-  if (m_curve != nullptr) LogEcKey(*m_curve, m_point, m_pointLen, m_hasPrivate);
+  if (m_curve != nullptr) LogEcKey(*m_curve, Point(), m_hasPrivate);
 }

@@ -2,9 +2,9 @@
 #ifndef KXCERT_SRC_KEYS_EC_KXECDSA_IMP_H_
 #define KXCERT_SRC_KEYS_EC_KXECDSA_IMP_H_
 
-#include <atomic>
-
 #include "curves.h"
+#include "foundation/publishOnce.h"
+#include "keys/libcryptoTypes.h"
 #include "kxcert/keys/sxPubKey_imp.h"
 
 // An imported public key keeps its checked point only. libcrypto's key, which costs more than reading
@@ -14,8 +14,7 @@ class kxECDSA_imp : public sxPubKey_imp_vc {
   explicit kxECDSA_imp(int curveNid);
   explicit kxECDSA_imp(const char *curveName);
   kxECDSA_imp(sxPK_Format format, const unsigned char *data, int dataLen, int curveNid);
-  kxECDSA_imp(const Curve &curve, const unsigned char *point, int pointLen);
-  ~kxECDSA_imp() override;
+  kxECDSA_imp(const Curve &curve, sxOctetView point);
 
   int algorithm() const override { return sxPK_ECDSA; }
   int OK() const override { return m_curve != nullptr ? 1 : 0; }
@@ -37,15 +36,16 @@ class kxECDSA_imp : public sxPubKey_imp_vc {
   int Nbits() const { return m_curve == nullptr ? 0 : m_curve->orderBits; }
 
  private:
-  void Adopt(EC_KEY *key);
-  void ImportPoint(const Curve &curve, const unsigned char *point, int pointLen);
+  void Adopt(EcKey key);
+  void ImportPoint(const Curve &curve, sxOctetView point);
+  sxOctetView Point() const { return sxView(m_point, m_pointLen); }
   EC_KEY *Key() const;  // lent; null only when libcrypto fails
 
   const Curve *m_curve = nullptr;  // null while not OK
   bool m_hasPrivate = false;
   int m_pointLen = 0;
   unsigned char m_point[kMaxPointLen];
-  mutable std::atomic<EC_KEY *> m_key{nullptr};  // owned; set once
+  PublishOnce<EcKey> m_key;
 };
 
 #endif

@@ -7,10 +7,10 @@
 
 #include "keys/ec/ecKey.h"
 #include "keys/ec/ecOperation.h"
+#include "keys/keyOctets.h"
 #include "keys/offload/pkxlDecision.h"
 #include "keys/offload/pkxlMessage.h"
 #include "keys/rsa/rsaKey.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkxl.h"
@@ -92,13 +92,6 @@ int Len(const pkxl_len_and_buf_t &item) { return static_cast<int>(item.len); }
 
 bool SameOctets(const unsigned char *a, int aLen, const unsigned char *b, int bLen) {
   return aLen == bLen && std::memcmp(a, b, static_cast<size_t>(aLen)) == 0;
-}
-
-kxBinBuf SensitiveBuf(int len) {
-  kxBinBuf octets;
-  octets.SetSensitive(true);
-  octets.Set(static_cast<unsigned int>(len));
-  return octets;
 }
 
 // A signature is right when the public key opens it to what was signed.

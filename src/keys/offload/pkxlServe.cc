@@ -3,6 +3,7 @@
 
 #include "keys/ec/ecKey.h"
 #include "keys/ec/ecOperation.h"
+#include "keys/keyOctets.h"
 #include "keys/libcryptoTypes.h"
 #include "keys/rsa/rsaOperation.h"
 #include "kxcert/keys/keyCodes.h"
@@ -58,9 +59,7 @@ int pkxl_serve(kxBinBuf &message, kxBinBuf &answerMessage) {
   message.SetSensitive(true);
   PkxlRequest request;
   if (!PkxlRead(message, &request) || request.capacity > kMaxCapacity) return -1;
-  kxBinBuf output;
-  output.SetSensitive(true);
-  output.Set(request.capacity);
+  kxBinBuf output = SensitiveBuf(static_cast<int>(request.capacity));
   PkxlAnswer answer;
   answer.served = Serve(request, output.Data(), &answer.result);
   if (answer.result > 0) answer.output = {static_cast<uint32_t>(answer.result), output.Data()};

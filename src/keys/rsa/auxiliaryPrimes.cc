@@ -2,8 +2,8 @@
 
 #include <openssl/rand.h>
 
+#include "keys/keyOctets.h"
 #include "keys/rsa/primeSearch.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/random.h"
 #include "lucasTest.h"
@@ -79,9 +79,7 @@ bool DrawAuxiliaryPrime(const PrimeSizes &sizes, BIGNUM *prime, BN_CTX *ctx) {
 
 // p1, p2, q1, q2, each after the pool was given octets that nothing else has seen.
 bool DrawAuxiliaryPrimes(const PrimeSizes &sizes, BuiltPrime *p, BuiltPrime *q, BN_CTX *ctx) {
-  kxBinBuf seed;
-  seed.SetSensitive(true);
-  seed.Set(kNumAuxiliaryPrimes * kSeedSlice);
+  kxBinBuf seed = SensitiveBuf(kNumAuxiliaryPrimes * kSeedSlice);
   if (sxrand_gen(seed.Data(), static_cast<int>(seed.Len())) != 0) return false;
   const unsigned char *slice = seed.Data();
   for (const BigNum *prime : {&p->aux1, &p->aux2, &q->aux1, &q->aux2}) {

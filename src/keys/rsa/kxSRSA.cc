@@ -2,11 +2,11 @@
 
 #include <atomic>
 #include <cstring>
-#include <memory>
 
+#include "keys/keyOctets.h"
+#include "keys/keyRef.h"
 #include "kxSRSA_imp.h"
 #include "kxcert/foundation/attributeSet.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/rsaGeneration.h"
 #include "kxcert/platform/fips.h"
 #include "kxcert/platform/log.h"
@@ -17,17 +17,6 @@ namespace {
 
 std::atomic<sxImportRSAKeyFunc> g_importFunc{nullptr};  // null: the built-in one
 std::atomic<sxGenRSAKeyFunc> g_genFunc{nullptr};        // null: the built-in one
-
-struct DropKey {
-  void operator()(sxPubKey *key) const { sxFreePubKey(key); }
-};
-
-using KeyRef = std::unique_ptr<sxPubKey, DropKey>;
-
-sxPubKey *IfUsable(sxPubKey *key) {
-  KeyRef held(key);
-  return held->OK() ? held.release() : nullptr;
-}
 
 sxPubKey *GenerateHere(int bits, int exponent) {
   RSA *rsa = kxGenRSA(bits, exponent);
@@ -82,7 +71,7 @@ sxset *sxExportRSAKey_to_Set(sxPubKey *key) {
 sxPubKey *sxGenerateRSA(int bits, int exponent) {
   const sxGenRSAKeyFunc installed = g_genFunc.load(std::memory_order_acquire);
   const sxGenRSAKeyFunc generate = installed != nullptr ? installed : GenerateHere;
-  KeyRef key(generate(bits, UsedRsaExponent(exponent)));
+  PubKeyRef key(generate(bits, UsedRsaExponent(exponent)));
   if (key == nullptr || IsConsistentKey(*key)) return key.release();
   herror_func(0, 0, "sxGenerateRSA: key failed consistency test!");
   key.reset();

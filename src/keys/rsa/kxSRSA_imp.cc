@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "keys/keyExport.h"
-#include "kxcert/foundation/kxBinBuf.h"
+#include "keys/keyGate.h"
+#include "keys/keyOctets.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/platform/log.h"
@@ -20,12 +20,6 @@ struct SecretBlock {
   unsigned char octets[kMaxRsaBytes];
 };
 
-// Octets of an element with that much content, and of a positive INTEGER (X.690, 8.1.3 and 8.3).
-int ElementLen(int contentLen) { return contentLen + (contentLen < 0x80 ? 2 : contentLen < 0x100 ? 3 : 4); }
-int NumberLen(const BIGNUM *number) { return ElementLen(BN_num_bits(number) / 8 + 1); }
-
-int PublicDerLen(const RSA *rsa) { return ElementLen(NumberLen(RSA_get0_n(rsa)) + NumberLen(RSA_get0_e(rsa))); }
-
 }  // namespace
 
 kxSRSA_imp::kxSRSA_imp(RSA *rsa) : m_rsa(rsa) {
@@ -34,27 +28,16 @@ kxSRSA_imp::kxSRSA_imp(RSA *rsa) : m_rsa(rsa) {
 
 kxSRSA_imp::kxSRSA_imp(sxPK_Format format, const unsigned char *data, int dataLen) {
   if (format != sxPK_public && format != sxPK_private) return;
-  bool inFewestOctets = false;
-  m_rsa = ReadRsaKey(data, dataLen, format == sxPK_private, &inFewestOctets);
-  // When the lengths are short, too, encoding the key again would give the same octets.
-  if (m_rsa != nullptr && inFewestOctets && dataLen == PublicDerLen(m_rsa.get())) {
-    m_publicDer.assign(data, data + dataLen);
-  }
+  bool isDer = false;
+  m_rsa = ReadRsaKey(data, dataLen, format == sxPK_private, &isDer);
+  if (m_rsa != nullptr && isDer) m_publicDer.assign(data, data + dataLen);
 }
 
-int kxSRSA_imp::Flags() const {
-  if (!OK()) return 0;
-  return HasPrivate() ? kKeyFlagsPublic | kKeyFlagsPrivate : kKeyFlagsPublic;
-}
+int kxSRSA_imp::Flags() const { return KeyFlags(OK() != 0, HasPrivate()); }
 
 int kxSRSA_imp::Encrypt(sxPKop_type, const unsigned char *in, int inLen, unsigned char *out, int outLen) {
-  if (!OK()) return kKeyNotUsable;
-  if (in == nullptr || inLen < 1) return kKeyBadInput;
-  if (out == nullptr) return Nbytes();
-  if (outLen < Nbytes()) {
-    herror_func(0, 0, "kxSRSA_imp::Encrypt length to short");
-    return kKeyOutputShort;
-  }
+  const KeyGate gate{"kxSRSA_imp::Encrypt", OK() != 0, true, Nbytes(), "length to short"};
+  if (const int answer = PassGate(gate, sxView(in, inLen), out, outLen)) return answer;
   const int len = RSA_public_encrypt_wrapper(inLen, in, outLen, out, m_rsa.get());
   if (len < 0) {
     herror_func(0, 0, "kxSRSA_imp::Encryption failed");
@@ -68,9 +51,9 @@ int kxSRSA_imp::Encrypt(sxPKop_type, const unsigned char *in, int inLen, unsigne
 }
 
 int kxSRSA_imp::Decrypt(sxPKop_type, const unsigned char *in, int inLen, unsigned char *out, int outLen) {
-  if (!OK()) return kKeyNotUsable;
-  if (in == nullptr || inLen < 1) return kKeyBadInput;
-  if (out == nullptr) return Nbytes();  // an upper bound: the text is eleven octets shorter at least
+  // The longest output is an upper bound: the text is eleven octets shorter at least.
+  const KeyGate gate{"kxSRSA_imp::Decrypt", OK() != 0, true, Nbytes(), nullptr};
+  if (const int answer = PassGate(gate, sxView(in, inLen), out, outLen)) return answer;
   SecretBlock block;
   const bool direct = outLen >= Nbytes();
   const int len = direct ? RSA_private_decrypt_wrapper(inLen, in, outLen, out, m_rsa.get())
@@ -90,27 +73,13 @@ int kxSRSA_imp::Decrypt(sxPKop_type, const unsigned char *in, int inLen, unsigne
 
 int kxSRSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
                      int outLen) {
-  constexpr const char *kFunc = "kxSRSA_imp::Sign";
-  if (!OK()) return kKeyNotUsable;
-  if (!HasPrivate()) return kKeyNotImplemented;
-  if (in == nullptr || inLen < 1) return kKeyBadInput;
-  if (out == nullptr) return Nbytes();
-  if (outLen < Nbytes()) {
-    herror_func(0, 0, "%s length too short", kFunc);
-    return kKeyOutputShort;
-  }
+  const KeyGate gate{"kxSRSA_imp::Sign", OK() != 0, HasPrivate(), Nbytes(), "length too short"};
+  sxOctetView message = sxView(in, inLen);
   kxBinBuf info;
-  if (op == sxPKop_digest || op == sxPKop_digest_alt) {
-    if (kxPKCS1DigestInfo(in, inLen, md, info) != 0) return kKeyNoDigestInfo;
-    in = info.Data();
-    inLen = static_cast<int>(info.Len());
-  } else if (op != sxPKop_raw && op != sxPKop_either) {
-    herror_func(0, 0, "%s: unsupported op %d", kFunc, op);
-    return kKeyNotImplemented;
-  }
-  const int len = RSA_private_encrypt_wrapper(inLen, in, outLen, out, m_rsa.get());
+  if (const int answer = PassSigningGate(gate, op, md, &message, &info, out, outLen)) return answer;
+  const int len = RSA_private_encrypt_wrapper(sxLen(message), message.data(), outLen, out, m_rsa.get());
   if (len < 0) {
-    herror_func(0, 0, "%s: failed", kFunc);
+    herror_func(0, 0, "%s: failed", gate.func);
     return kKeyLibraryFailed;
   }
   return len;
@@ -137,21 +106,13 @@ int kxSRSA_imp::Verify(sxPKop_type op, sx_md_type md, const unsigned char *data,
 
 int kxSRSA_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
   constexpr const char *kFunc = "kxSRSA_imp::Export";
-  if (!OK()) return kKeyNotUsable;
   if (format == sxPK_set) {
-    const int rc = CheckSetSlot(kFunc, out, outLen);
-    return rc != 0 ? rc : StoreSet(kxRSA_to_set(m_rsa.get()), out);
+    return ExportSet(kFunc, OK() != 0, out, outLen, [this] { return kxRSA_to_set(m_rsa.get()); });
   }
-  if (format != sxPK_public && format != sxPK_private) {
-    herror_func(0, 0, "%s: %d not implemented", kFunc, format);
-    return kKeyNotImplemented;
-  }
-  if (format == sxPK_public && !m_publicDer.empty()) {
-    return StoreOctets(m_publicDer.data(), static_cast<int>(m_publicDer.size()), out, outLen);
-  }
-  kxBinBuf der;
-  if (kxRSA_to_buf(m_rsa.get(), der, format == sxPK_private ? 1 : 0) != 0) return kKeyBadInput;
-  return StoreOctets(der.Data(), static_cast<int>(der.Len()), out, outLen);
+  return ExportOctets(kFunc, OK() != 0, format, out, outLen, [this](bool privateForm, kxBinBuf *area) -> sxOctetView {
+    if (!privateForm && !m_publicDer.empty()) return m_publicDer;
+    return kxRSA_to_buf(m_rsa.get(), *area, privateForm ? 1 : 0) == 0 ? ViewOf(*area) : sxOctetView();
+  });
 }
 
 int kxSRSA_imp::GetLen(sxPK_Len_Type type) {

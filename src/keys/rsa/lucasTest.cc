@@ -86,7 +86,7 @@ class LucasTerms {
 
   const BIGNUM *m_n;
   BN_CTX *m_ctx;
-  std::unique_ptr<BN_MONT_CTX, kxFree<BN_MONT_CTX_free>> m_mont;
+  MontContext m_mont;
   BigNumFrame m_frame;
   Pair m_term, m_doubled, m_next;
   BIGNUM *m_d = nullptr, *m_product = nullptr;

@@ -1,59 +1,57 @@
 // libcrypto's RSA keys: from octets and to octets, printed.
-#include <cstring>
-
-#include "kxcert/asn1/sxAsnBuf.h"
-#include "kxcert/foundation/kxBinBuf.h"
+#include "rsaKey.h"
+#include "keys/keyOctets.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/platform/log.h"
-#include "rsaKey.h"
 
 namespace {
 
-constexpr int kMaxNumberOctets = kMaxRsaBits / 8 + 1;  // and a leading 00
+constexpr size_t kMaxNumberOctets = kMaxRsaBits / 8 + 1;  // and a leading 00
 // Modulus, exponents, and the shorter numbers, none longer than the modulus.
-constexpr int kMaxPrivateDerLen = 6 * (kMaxNumberOctets + 8);
+constexpr int kMaxPrivateDerLen = 6 * static_cast<int>(kMaxNumberOctets + 8);
+
+// Whether the length of an element has its fewest octets (X.690, 10.1).
+bool HasShortestLength(const sxDerElement &element) {
+  unsigned char area[8];
+  sxDerWriter header(area);
+  header.Header(element.tag, sxLen(element.content));
+  return element.whole.size() == element.content.size() + header.Written().size();
+}
 
 // A non-negative INTEGER in its fewest octets (X.690, 8.3.2); null for anything else.
-BigNum ReadNumber(sxAsnReadBuf &buf) {
-  int count = 0;
-  if (buf.GetLen() == 0 || BDecTag(buf, count) != 0x02) return nullptr;
-  int len = BDecLen(buf, count);
-  if (len < 1 || len > kMaxNumberOctets) return nullptr;
-  const unsigned char *octets = buf.GetSeg(&len);
-  if (octets[0] >= 0x80 || (len > 1 && octets[0] == 0 && octets[1] < 0x80)) return nullptr;
-  return BigNum(BN_bin2bn(octets, len, nullptr));
+BigNum ReadNumber(sxDerReader *reader, bool *isDer) {
+  sxDerElement number;
+  if (!reader->Take(kDerInteger, &number)) return nullptr;
+  const sxOctetView octets = number.content;
+  if (octets.empty() || octets.size() > kMaxNumberOctets || octets[0] >= 0x80) return nullptr;
+  if (octets.size() > 1 && octets[0] == 0 && octets[1] < 0x80) return nullptr;
+  *isDer = *isDer && HasShortestLength(number);
+  return BigNum(BN_bin2bn(octets.data(), sxLen(octets), nullptr));
 }
 
 // All octets, in DER but for the lengths' own octets. Read here rather than by libcrypto's templates: every
 // certificate that is decoded comes by.
-bool ReadDer(const unsigned char *data, int dataLen, BigNum *n, BigNum *e) {
-  sxAsnReadBuf buf;
-  buf.Init(data, dataLen);
-  int count = 0;
-  if (BDecTag(buf, count) != 0x30 || BDecLen(buf, count) != buf.GetLen()) return false;
-  *n = ReadNumber(buf);
-  if (*n != nullptr) *e = ReadNumber(buf);
-  return *e != nullptr && buf.GetLen() == 0;
-}
-
-RsaKey NewPublic(BigNum n, BigNum e) {
-  RsaKey rsa(RSA_new());
-  if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), nullptr) != 1) return nullptr;
-  static_cast<void>(n.release());  // now the key's
-  static_cast<void>(e.release());
-  return rsa;
+bool ReadPlain(sxOctetView octets, BigNum *n, BigNum *e, bool *isDer) {
+  sxDerReader all(octets);
+  sxDerElement key;
+  if (!all.Take(kDerSequence, &key) || !all.AtEnd()) return false;
+  sxDerReader numbers(key.content);
+  *isDer = HasShortestLength(key);
+  *n = ReadNumber(&numbers, isDer);
+  if (*n != nullptr) *e = ReadNumber(&numbers, isDer);
+  return *e != nullptr && numbers.AtEnd();
 }
 
 //   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
 // What is not plain is libcrypto's to read, so that both find the same keys in certificates: it takes BER,
 // and every number for positive.
-RsaKey ReadPublic(const unsigned char *data, int dataLen, bool *inFewestOctets, const char **reason) {
+RsaKey ReadPublic(const unsigned char *data, int dataLen, bool *isDer, const char **reason) {
   BigNum n, e;
-  *inFewestOctets = ReadDer(data, dataLen, &n, &e);
-  if (*inFewestOctets) {
+  if (ReadPlain(sxView(data, dataLen), &n, &e, isDer)) {
     *reason = WhyNoRsaPublic(n.get(), e.get());
-    return *reason == nullptr ? NewPublic(std::move(n), std::move(e)) : nullptr;
+    return *reason == nullptr ? NewRsaKey(std::move(n), std::move(e), nullptr) : nullptr;
   }
+  *isDer = false;
   *reason = "not an RSAPublicKey";
   const ErrorQueueMark mark;
   const unsigned char *end = data;
@@ -76,26 +74,25 @@ RsaKey ReadPrivate(const unsigned char *data, int dataLen, const char **reason) 
   return rsa;
 }
 
-void LogNumber(const char *title, const BIGNUM *number) {
-  if (number == nullptr) return;
-  kxBinBuf octets(static_cast<unsigned int>(BN_num_bytes(number)));
-  BN_bn2bin(number, octets.Data());
-  herror_func(0, 0, "%s (%d bits):", title, BN_num_bits(number));
-  hex_herror(octets.Data(), static_cast<int>(octets.Len()));
-}
-
 }  // namespace
+
+RsaKey NewRsaKey(BigNum n, BigNum e, BigNum d) {
+  RsaKey rsa(RSA_new());
+  if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), d.get()) != 1) return nullptr;
+  for (BigNum *number : {&n, &e, &d}) static_cast<void>(number->release());  // now the key's
+  return rsa;
+}
 
 bool RsaHasCrtParts(const RSA *rsa) {
   return RSA_get0_p(rsa) != nullptr && RSA_get0_q(rsa) != nullptr && RSA_get0_dmp1(rsa) != nullptr &&
          RSA_get0_dmq1(rsa) != nullptr && RSA_get0_iqmp(rsa) != nullptr;
 }
 
-RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool *inFewestOctets) {
+RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool *isDer) {
   const char *reason = "no octets";
   RsaKey rsa;
   if (data != nullptr && dataLen > 0) {
-    rsa = privateForm ? ReadPrivate(data, dataLen, &reason) : ReadPublic(data, dataLen, inFewestOctets, &reason);
+    rsa = privateForm ? ReadPrivate(data, dataLen, &reason) : ReadPublic(data, dataLen, isDer, &reason);
   }
   if (rsa == nullptr) {
     herror_func(0, 0, "kxRSA_from_buf: %s (%d bytes)", reason == nullptr ? "no memory" : reason, dataLen);
@@ -104,8 +101,8 @@ RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool
 }
 
 RSA *kxRSA_from_buf(const unsigned char *data, int dataLen, int privateForm) {
-  bool inFewestOctets = false;
-  return ReadRsaKey(data, dataLen, privateForm != 0, &inFewestOctets).release();
+  bool isDer = false;
+  return ReadRsaKey(data, dataLen, privateForm != 0, &isDer).release();
 }
 
 int kxRSA_to_buf(const RSA *rsa, kxBinBuf &out, int privateForm) {
@@ -133,7 +130,7 @@ void kxRSA_herror(const RSA *rsa) {
     herror_func(0, 0, "kxRSA_herror: no key");
     return;
   }
-  LogNumber("RSA key: modulus", RSA_get0_n(rsa));
-  LogNumber("RSA key: public exponent", RSA_get0_e(rsa));
+  LogKeyNumber("RSA key: modulus", RSA_get0_n(rsa));
+  LogKeyNumber("RSA key: public exponent", RSA_get0_e(rsa));
   herror_func(0, 0, "RSA key: private part: %s", RSA_get0_d(rsa) != nullptr ? "yes" : "no");
 }

@@ -11,9 +11,11 @@ const char *WhyNoRsaPublic(const BIGNUM *n, const BIGNUM *e);
 const char *WhyNoRsaKey(const RSA *rsa);
 
 /// What kxRSA_from_buf does.
-/// @param[out] inFewestOctets  public form: whether no number has more octets than DER gives it, and no
-///                             element an indefinite length
-RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool *inFewestOctets);
+/// @param[out] isDer  public form: whether writing the key gives the same octets again
+RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool *isDer);
+
+/// The key of these numbers, unchecked; a public one without d. Null when out of memory.
+RsaKey NewRsaKey(BigNum n, BigNum e, BigNum d);
 
 /// Whether both primes and the three values made from them are there (RFC 8017, 3.2).
 bool RsaHasCrtParts(const RSA *rsa);

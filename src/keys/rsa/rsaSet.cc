@@ -2,7 +2,7 @@
 #include <cstring>
 #include <memory>
 
-#include "keys/secretAttribute.h"
+#include "keys/keyOctets.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/bigNumSet.h"
@@ -53,11 +53,7 @@ RSA *FromNumbers(const sxset &set) {
     herror_func(0, 0, "kxRSA_from_set: Error parsing key");
     return nullptr;
   }
-  RsaKey rsa(RSA_new());
-  if (rsa == nullptr || RSA_set0_key(rsa.get(), n.get(), e.get(), d.get()) != 1) return nullptr;
-  static_cast<void>(n.release());  // now the key's
-  static_cast<void>(e.release());
-  static_cast<void>(d.release());
+  RsaKey rsa = NewRsaKey(std::move(n), std::move(e), std::move(d));
   return kxRSA_is_ok(rsa.get()) ? rsa.release() : nullptr;
 }
 

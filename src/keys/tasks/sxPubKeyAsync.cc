@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 
+#include "keys/libcryptoTypes.h"
 #include "kxcert/keys/keyTasks.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/keys/sxPubKey_imp.h"
@@ -65,7 +66,7 @@ void TellUser(TaskData *task, void *opaque, void *result, int resultLen) {
 template <class Task, class... Args>
 int QueueTask(const char *func, const char *what, const char *className, sxPKCallback callback, void *opaque,
               Args... args) try {
-  Task *const task = new (std::nothrow) Task(args...);
+  std::unique_ptr<TaskData, kxFree<TaskData_Free>> task(new (std::nothrow) Task(args...));
   if (task == nullptr) {
     herror_func(0, 0, "%s: Failed to create %s.", func, className);
     return kKeyLibraryFailed;
@@ -75,12 +76,12 @@ int QueueTask(const char *func, const char *what, const char *className, sxPKCal
   const auto info = std::make_shared<TaskCallback>(TaskCallback{callback, opaque});
   task->Keep(info);
   constexpr int kNoTimeout = -1;
-  const int rc = KeyTask_QueueRequest(task, TellUser, info.get(), kNoTimeout);
+  const int rc = KeyTask_QueueRequest(task.get(), TellUser, info.get(), kNoTimeout);
   if (rc < 0) {
     herror_func(0, 0, "%s: QueueRequest returned error for ID: %d rc: %d", func, id, rc);
-    TaskData_Free(task);
     return rc;
   }
+  static_cast<void>(task.release());  // TellUser's
   return rc;
 } catch (const std::bad_alloc &) {
   herror_func(0, 0, "%s: Failed to create %s.", func, className);

@@ -69,7 +69,7 @@ bool IsAsGiven(const sxSigned &object, sxOctetView octets) {
   return sxEqual({object.GetBuf(), object.BufLen()}, octets);
 }
 
-void NotDecoded(sxShape shape, sxOctetView octets, std::string why, sxLoadItem &item) {
+void NotDecoded(sxShape shape, sxOctetView octets, const std::string &why, sxLoadItem &item) {
   std::string reason =
       std::string("not ") + (shape == sxShape::kCertificate ? "a usable certificate" : sxShapeName(shape));
   if (!why.empty()) reason += ": " + why;
@@ -125,9 +125,7 @@ sxPubKey *ImportPrivateInfo(sxOctetView octets, std::string *why) {
   }
   const bool isEc = sxEqual(info.oid, sxView(sxASN_ECDSAPublicKey.Data(), sxASN_ECDSAPublicKey.Len()));
   const Curve *curve = nullptr;
-  if (isEc && sxDerReader(info.parameters).Take(kDerOid, &curveOid)) {
-    curve = FindCurve(curveOid);
-  }
+  if (isEc && sxDerReader(info.parameters).Take(kDerOid, &curveOid)) { curve = FindCurve(curveOid); }
   if (curve == nullptr) {
     *why = "its algorithm is not read (" + AlgorithmText(info.oid, info.parameters) + ")";
     return nullptr;

@@ -92,6 +92,7 @@ std::vector<SharedRef<sxRootCA>> sxSWKeyHolder_imp::RootRefs(const sxDN &dn) {
     m_rootCAs.Find(dn.Hash(), Gather, &wanted);
   }
   std::vector<SharedRef<sxRootCA>> refs;
+  refs.reserve(lent.size());
   for (sxRootCA *root : lent) refs.emplace_back(root);
   return refs;
 }

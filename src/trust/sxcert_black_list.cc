@@ -99,7 +99,7 @@ int sxcert_hex_to_bin(const char *hex, unsigned char *out, int len) {
     unsigned value = 0;
     // Lenient as the conversion is ("+7", " 7"); BlackList.HexPairsReadAsScanfDoes holds it in place.
     // What it cannot convert is refused: it would stand for some other number.
-    if (std::sscanf(pair, "%02x", &value) != 1) return -1;
+    if (std::sscanf(pair, "%02x", &value) != 1) return -1;  // NOLINT(cert-err34-c): two digits do not overflow
     out[i] = static_cast<unsigned char>(value);
   }
   return 0;

@@ -73,7 +73,8 @@ void sxDNList_imp::Herror(const char *title) const {
 
 sxDNList::sxDNList() : m_imp(new sxDNList_imp) {}
 sxDNList::sxDNList(const sxDNList &other) : m_imp(new sxDNList_imp(*other.m_imp)) {}
-sxDNList::sxDNList(sxDNList &&other) : sxDNList() { std::swap(m_imp, other.m_imp); }  // NOLINT: takes memory
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): takes memory
+sxDNList::sxDNList(sxDNList &&other) : sxDNList() { std::swap(m_imp, other.m_imp); }
 sxDNList::~sxDNList() { delete m_imp; }
 
 sxDNList &sxDNList::operator=(const sxDNList &other) {

@@ -230,9 +230,8 @@ sxGeneralName::sxGeneralName(const inx_addr_kxt &ip) : m_imp(new sxGeneralName_i
 sxGeneralName::sxGeneralName(const in6_addr_kxt &ip) : m_imp(new sxGeneralName_imp(ip)) {}
 sxGeneralName::sxGeneralName(const sxASN_GeneralName *name) : m_imp(new sxGeneralName_imp(name)) {}
 sxGeneralName::sxGeneralName(const sxGeneralName &other) : m_imp(new sxGeneralName_imp(*other.m_imp)) {}
-sxGeneralName::sxGeneralName(sxGeneralName &&other) : sxGeneralName() {
-  std::swap(m_imp, other.m_imp);
-}  // NOLINT: takes memory
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): takes memory
+sxGeneralName::sxGeneralName(sxGeneralName &&other) : sxGeneralName() { std::swap(m_imp, other.m_imp); }
 sxGeneralName::~sxGeneralName() { delete m_imp; }
 
 sxGeneralName &sxGeneralName::operator=(const sxGeneralName &other) {

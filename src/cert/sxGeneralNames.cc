@@ -128,9 +128,8 @@ void sxGeneralNames_imp::Sprint(SxStream *out, const char *title, int indent) co
 sxGeneralNames::sxGeneralNames() : m_imp(new sxGeneralNames_imp) {}
 sxGeneralNames::sxGeneralNames(const sxASN_GeneralNames *names) : sxGeneralNames() { Set(names); }
 sxGeneralNames::sxGeneralNames(const sxGeneralNames &other) : m_imp(new sxGeneralNames_imp(*other.m_imp)) {}
-sxGeneralNames::sxGeneralNames(sxGeneralNames &&other) : sxGeneralNames() {
-  std::swap(m_imp, other.m_imp);
-}  // NOLINT: takes memory
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): takes memory
+sxGeneralNames::sxGeneralNames(sxGeneralNames &&other) : sxGeneralNames() { std::swap(m_imp, other.m_imp); }
 sxGeneralNames::~sxGeneralNames() { delete m_imp; }
 
 sxGeneralNames &sxGeneralNames::operator=(const sxGeneralNames &other) {

@@ -21,12 +21,12 @@ class PublishOnce {
   template <class Make>
   T *Get(Make make) const {
     if (T *known = m_value.load(std::memory_order_acquire); known != nullptr) return known;
-    std::unique_ptr<T> made = make();
+    std::unique_ptr<T> made = make();  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): m_value owns what is released
     T *expected = nullptr;
     if (made == nullptr || !m_value.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel)) {
       return expected;
     }
-    return made.release();  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): m_value owns it
+    return made.release();
   }
   T *Known() const { return m_value.load(std::memory_order_acquire); }
 

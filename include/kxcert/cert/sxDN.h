@@ -31,7 +31,7 @@ class KXCERT_EXPORT sxDN {
   sxDN(const unsigned char *der, int len);       ///< undecodable: no name
   explicit sxDN(const sxASN_RDNSequence *name);  ///< deep copy; null: no name
   sxDN(const sxDN &other);
-  sxDN(sxDN &&other);  ///< leaves a new, empty one behind  NOLINT: takes memory for it
+  sxDN(sxDN &&other);  // NOLINT(performance-noexcept-move-constructor): leaves a new, empty one behind
   sxDN &operator=(const sxDN &other);
   sxDN &operator=(sxDN &&other) noexcept {  ///< the other one gets what was here
     std::swap(m_imp, other.m_imp);

@@ -53,7 +53,8 @@ class KXCERT_EXPORT sxGeneralName {
   /// have 4 or 16 octets. Everything else becomes -1.
   explicit sxGeneralName(const sxASN_GeneralName *name);
   sxGeneralName(const sxGeneralName &other);
-  sxGeneralName(sxGeneralName &&other);  ///< leaves a new, empty one behind  NOLINT: takes memory for it
+  sxGeneralName(
+      sxGeneralName &&other);  // NOLINT(performance-noexcept-move-constructor): leaves a new, empty one behind
   sxGeneralName &operator=(const sxGeneralName &other);
   sxGeneralName &operator=(sxGeneralName &&other) noexcept {  ///< the other one gets what was here
     std::swap(m_imp, other.m_imp);
@@ -88,7 +89,8 @@ class KXCERT_EXPORT sxGeneralNames {
   sxGeneralNames();
   explicit sxGeneralNames(const sxASN_GeneralNames *names);
   sxGeneralNames(const sxGeneralNames &other);
-  sxGeneralNames(sxGeneralNames &&other);  ///< leaves a new, empty one behind  NOLINT: takes memory for it
+  sxGeneralNames(
+      sxGeneralNames &&other);  // NOLINT(performance-noexcept-move-constructor): leaves a new, empty one behind
   sxGeneralNames &operator=(const sxGeneralNames &other);
   sxGeneralNames &operator=(sxGeneralNames &&other) noexcept {  ///< the other one gets what was here
     std::swap(m_imp, other.m_imp);
@@ -123,7 +125,7 @@ class KXCERT_EXPORT sxDNList {
  public:
   sxDNList();
   sxDNList(const sxDNList &other);
-  sxDNList(sxDNList &&other);  ///< leaves a new, empty one behind  NOLINT: takes memory for it
+  sxDNList(sxDNList &&other);  // NOLINT(performance-noexcept-move-constructor): leaves a new, empty one behind
   sxDNList &operator=(const sxDNList &other);
   sxDNList &operator=(sxDNList &&other) noexcept {  ///< the other one gets what was here
     std::swap(m_imp, other.m_imp);

@@ -178,7 +178,7 @@ void kxECDSA_herror(const EC_KEY *key) {
   const Curve *curve = CurveOfKey(key);
   unsigned char area[kMaxPointLen];
   const sxOctetView point = curve == nullptr ? sxOctetView() : PointOfKey(key, area);
-  if (point.empty()) {
+  if (curve == nullptr || point.empty()) {
     herror_func(0, 0, "kxECDSA_herror: no key");
     return;
   }

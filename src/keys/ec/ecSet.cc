@@ -34,7 +34,7 @@ sxset *kxECDSA_to_set(const EC_KEY *key) {
   const Curve *curve = CurveOfKey(key);
   unsigned char area[kMaxPointLen];
   const sxOctetView point = curve == nullptr ? sxOctetView() : PointOfKey(key, area);
-  if (point.empty()) return nullptr;
+  if (curve == nullptr || point.empty()) return nullptr;
   auto set = std::make_unique<sxset>();
   set->SetInt("NID", curve->nid);
   set->SetText("comment", curve->comment);

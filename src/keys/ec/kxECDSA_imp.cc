@@ -12,12 +12,12 @@
 
 kxECDSA_imp::kxECDSA_imp(int curveNid) {
   Adopt(EcKey(kxGenECDSA(curveNid)));
-  if (!OK()) herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %d", curveNid);
+  if (!kxECDSA_imp::OK()) herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %d", curveNid);
 }
 
 kxECDSA_imp::kxECDSA_imp(const char *curveName) {
   Adopt(EcKey(kxGenECDSA(curveName)));
-  if (!OK())
+  if (!kxECDSA_imp::OK())
     herror_func(0, 0, "kxECDSA_imp: Error generating key-pair for curve %s", curveName == nullptr ? "" : curveName);
 }
 

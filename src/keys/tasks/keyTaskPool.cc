@@ -105,7 +105,7 @@ Outcome TaskRSADecrypt(TaskData *data) {
   auto *const task = static_cast<RSADecryptKeyTaskData *>(data);
   Entering("TaskRSADecrypt", *task);
   // The area may be far longer than any text.
-  const Outcome outcome = WriteResult(task, kDecryptFailed, [task](unsigned char *out, int outLen) {
+  Outcome outcome = WriteResult(task, kDecryptFailed, [task](unsigned char *out, int outLen) {
     const int len = task->Key()->Decrypt(task->Op(), Data(*task), Len(*task), out, outLen);
     return out == nullptr ? std::min(len, task->OutLen()) : len;
   });

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::string_view kHexPrefix = "{ASN}";
 constexpr std::string_view kBegin = "-----BEGIN ";
+constexpr std::string_view kProcType = "Proc-Type:";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors put it before UTF-8 text
@@ -32,12 +33,27 @@ bool StartsWithHexPrefix(std::string_view text) {
   return text.size() >= kHexPrefix.size() && strncasecmp(text.data(), kHexPrefix.data(), kHexPrefix.size()) == 0;
 }
 
+// Whether a line begins at @p pos, or blanks and a byte order mark are all that stands before it on its line.
+bool BeginsLine(std::string_view text, size_t pos) {
+  std::string_view before = text.substr(0, pos);
+  for (;;) {
+    if (before.empty() || before.back() == '\n') return true;
+    if (before.ends_with(kByteOrderMark)) {
+      before.remove_suffix(kByteOrderMark.size());
+    } else if (IsBlank(before.back())) {
+      before.remove_suffix(1);
+    } else {
+      return false;
+    }
+  }
+}
+
 // The next marker that begins a line, from @p pos on.
 // @param glued  a dash or a NUL may stand before it, too: files that were joined without a line feed between
 //               them have the end of a block and the beginning of the next one on a line
 size_t FindLine(std::string_view text, std::string_view marker, size_t pos, bool glued = false) {
   for (pos = text.find(marker, pos); pos != kNone; pos = text.find(marker, pos + 1)) {
-    if (pos == 0 || text[pos - 1] == '\n' || (glued && (text[pos - 1] == '-' || text[pos - 1] == '\0'))) return pos;
+    if (BeginsLine(text, pos) || (glued && (text[pos - 1] == '-' || text[pos - 1] == '\0'))) return pos;
   }
   return kNone;
 }
@@ -74,6 +90,14 @@ bool SplitHeaders(std::string_view &body, std::string_view *headers) {
   *headers = body.substr(0, emptyLine);
   body.remove_prefix(emptyLine);
   return true;
+}
+
+// "Proc-Type: 4,ENCRYPTED" (RFC 1421, 4.6.1.1); other headers may say what they like.
+bool IsEncrypted(std::string_view headers) {
+  const size_t field = FindLine(headers, kProcType, 0);
+  if (field == kNone) return false;
+  const std::string_view line = headers.substr(field, headers.find('\n', field) - field);
+  return line.find("ENCRYPTED") != kNone;
 }
 
 }  // namespace
@@ -172,7 +196,7 @@ void sxInputBlocks_imp::ReadBody(std::string_view body, sxInputBlock &block) {
     block.error = "the PEM block is not Base64";
     return;
   }
-  block.encrypted = headers.find("ENCRYPTED") != kNone;
+  block.encrypted = IsEncrypted(headers);
   block.octets = m_decoded;
 }
 

@@ -100,7 +100,11 @@ void sxLoadReader::Take(const sxInputBlock &block) {
   } else if (shape == sxShape::kUnknown) {
     sxSkipItem(item, sxLoadSkip::kLabel, "a PEM block \"" + block.label + "\" is not read here");
   } else {
-    return TakeOne(block.encrypted ? sxShape::kEncryptedInfo : shape, block.octets, std::move(item));
+    if (!block.encrypted) return TakeOne(shape, block.octets, std::move(item));
+    if (item.kind == sxLoadKind::kPrivateKey) {
+      return TakeOne(sxShape::kEncryptedInfo, block.octets, std::move(item));
+    }
+    sxSkipItem(item, sxLoadSkip::kBroken, "the PEM block is encrypted");
   }
   m_items.push_back(std::move(item));
 }

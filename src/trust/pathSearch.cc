@@ -13,9 +13,8 @@
 
 namespace {
 
-constexpr int kMaxText = 16384;  // three names of 4096 octets fit
-// Of one subject: all that may be verified, all that may be on the path, and one more to reach the bound.
-constexpr size_t kMaxCandidates = kMaxJudgeVerifications + kMaxChainLevels + 1;
+constexpr int kMaxText = 16384;             // three names of 4096 octets fit
+constexpr size_t kMaxCandidates = 1 << 14;  // namesakes of one issuer that are looked at, in each pool
 
 constexpr char kAtRoot[] = "a trusted root";
 constexpr char kByNames[] = "a trusted root by names alone: not every signature verifies";
@@ -71,6 +70,9 @@ void PathSearch::Run() {
   sxSaveSigned(&m_endEntity);
   m_path.Add(&m_endEntity);
   Search();
+  // A path that is not valid may be so because an issuer was not looked at.
+  const bool isValid = m_tried[Best()].root != nullptr && m_tried[Best()].code == sxValidation_OK;
+  if (m_cutIssuers && m_bound == sxSearchBound::kNone && !isValid) m_bound = sxSearchBound::kVerifications;
 }
 
 size_t PathSearch::Best() const {
@@ -135,8 +137,15 @@ bool PathSearch::TryIssuers(const sxCert &subject, bool &goesOn) {
     return sxTrust_IsSelfIssued(cert) && VerifiesItself(cert) &&
            std::ranges::any_of(anchors, [&](const Anchor &a) { return IdentityOf(*a.cert) == IdentityOf(cert); });
   };
-  for (sxCert *issuer : IssuersOf(subject)) {
-    if (IsOnPath(*issuer) || !Verifies(subject, *issuer) || isRootAgain(*issuer)) {
+  // A crowd of namesakes is gone through once for each subject; later those are left that signed it.
+  const auto known = m_signers.find(&subject);
+  const std::vector<sxCert *> candidates = known != m_signers.end() ? known->second : IssuersOf(subject);
+  std::vector<sxCert *> signers;
+  for (sxCert *issuer : candidates) {
+    const bool isOnPath = IsOnPath(*issuer);
+    const bool signedIt = isOnPath || Verifies(subject, *issuer);
+    if (signedIt) signers.push_back(issuer);
+    if (isOnPath || !signedIt || isRootAgain(*issuer)) {
       if (m_bound != sxSearchBound::kNone) return Stop(goesOn);
       continue;
     }
@@ -146,15 +155,17 @@ bool PathSearch::TryIssuers(const sxCert &subject, bool &goesOn) {
     Pop();
     if (isOver) return true;
   }
+  m_signers[&subject] = std::move(signers);
   return false;
 }
 
 const char *PathSearch::WhyDead(const sxCert &top) {
-  const std::vector<sxCert *> &issuers = IssuersOf(top);
-  const std::vector<Anchor> anchors = AnchorsNamed(top.Issuer(), nullptr);
-  if (issuers.empty() && anchors.empty()) return kNoIssuer;
+  // The end entity counts whether it was sent once more or not.
+  const bool isNamed = top.Issuer() != nullptr && top.Issuer()->Equal(*m_endEntity.Subject());
+  if (!isNamed && IssuersOf(top).empty() && AnchorsNamed(top.Issuer(), nullptr).empty()) return kNoIssuer;
   const bool isLoop =
-      std::ranges::any_of(issuers, [&](sxCert *cert) { return IsOnPath(*cert) && Verifies(top, *cert); });
+      (isNamed && Verifies(top, m_endEntity)) ||
+      std::ranges::any_of(m_signers[&top], [&](sxCert *cert) { return IsOnPath(*cert) && Verifies(top, *cert); });
   return isLoop ? kLoop : kOnlyNamesakes;
 }
 
@@ -167,6 +178,7 @@ void PathSearch::AskForSubCAs() {
   if (!sxTrust_AddSubCAs(m_fetched)) return;
   m_pools.emplace_back(&m_fetched, m_now);
   m_issuers.clear();
+  m_signers.clear();
   Climb();
 }
 
@@ -317,6 +329,7 @@ const std::vector<sxCert *> &PathSearch::IssuersOf(const sxCert &cert) {
   if (!isNew || cert.Issuer() == nullptr) return issuers;
   for (const CertPool &pool : m_pools) {
     const std::vector<sxCert *> found = pool.IssuersOf(cert, kMaxCandidates);
+    m_cutIssuers |= found.size() == kMaxCandidates;
     issuers.insert(issuers.end(), found.begin(), found.end());
   }
   for (SharedRef<sxCert> &own : m_holder.IntermediateRefs(*cert.Issuer())) {

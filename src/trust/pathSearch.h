@@ -77,8 +77,10 @@ class PathSearch {
   std::multiset<Identity> m_onPath;  // of the CAs
   std::map<std::pair<const sxCert *, KeyHash>, bool> m_verified;
   std::map<const sxCert *, std::vector<sxCert *>> m_issuers;
-  std::vector<SharedRef<sxCert>> m_held;  // what pointers above may point to
-  sxCerts m_fetched;                      // likewise
+  std::map<const sxCert *, std::vector<sxCert *>> m_signers;  // those of them that signed it, or were on the path
+  bool m_cutIssuers = false;                                  // there were more than are looked at
+  std::vector<SharedRef<sxCert>> m_held;                      // what pointers above may point to
+  sxCerts m_fetched;                                          // likewise
   std::vector<sxTriedPath> m_tried;
   int m_numEnded = 0;
   sxSearchBound m_bound = sxSearchBound::kNone;

@@ -1,5 +1,6 @@
 // A verdict as JSON.
 #include <array>
+#include <cstring>
 #include <string>
 
 #include "cert/serialText.h"
@@ -14,6 +15,8 @@
 namespace {
 
 constexpr int kSha256Len = 32;
+// Of a name on a path that was tried: there may be thousands of them, and the fingerprint tells them apart.
+constexpr size_t kMaxBriefName = 256;
 
 // The form without control characters.
 void PutName(const char *key, const sxDN *dn, JsonText &out) {
@@ -33,7 +36,12 @@ void PutFingerprint(const sxCert &cert, JsonText &out) {
 void PutBrief(const char *key, const sxCert *cert, JsonText &out) {
   if (cert == nullptr) return out.Null(key);
   out.BeginObject(key);
-  PutName("subject", cert->Subject(), out);
+  const char *name = cert->Subject() != nullptr ? cert->Subject()->GetStr_ascii() : nullptr;
+  if (name != nullptr && std::strlen(name) > kMaxBriefName) {
+    out.Text("subject", std::string(name, kMaxBriefName) + "...");
+  } else {
+    PutName("subject", cert->Subject(), out);
+  }
   PutFingerprint(*cert, out);
   out.EndObject();
 }

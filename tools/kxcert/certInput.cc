@@ -22,12 +22,22 @@ std::vector<FoundCert> CertsOf(const sxLoader &loader) {
   return certs;
 }
 
-// Files, not items: a bundle may hold a certificate among other things.
-int NumFilesWithout(const sxLoader &loader, const std::string &folder) {
-  std::set<const char *> files, filesWith;
+using FileNames = std::set<const char *>;
+
+FileNames FilesWithCerts(const sxLoader &loader) {
+  FileNames files;
   for (const sxLoadItem &item : loader.Items()) {
-    if (item.skip != sxLoadSkip::kNoFile && folder != item.place.file) files.insert(item.place.file);
-    if (item.cert != nullptr) filesWith.insert(item.place.file);
+    if (item.cert != nullptr) files.insert(item.place.file);
+  }
+  return files;
+}
+
+// Files, not items: a bundle may hold a certificate among other things.
+int NumFilesWithout(const sxLoader &loader, const std::string &folder, const FileNames &filesWith) {
+  FileNames files;
+  for (const sxLoadItem &item : loader.Items()) {
+    const bool isFile = item.skip != sxLoadSkip::kNoFile && item.skip != sxLoadSkip::kUnreadable;
+    if (isFile && folder != item.place.file) files.insert(item.place.file);
   }
   return static_cast<int>(files.size() - filesWith.size());
 }
@@ -35,10 +45,16 @@ int NumFilesWithout(const sxLoader &loader, const std::string &folder) {
 std::vector<FoundCert> ReadFolder(const std::string &folder, Report &report) {
   sxLoader loader(sxLoad_certs);
   loader.AddFolder(folder.c_str());
+  const FileNames filesWith = FilesWithCerts(loader);
   for (const sxLoadItem &item : loader.Items()) {
-    if (folder == item.place.file || item.skip == sxLoadSkip::kTooMuch) TellSkipped(item, report);
+    if (item.skip == sxLoadSkip::kNot) continue;
+    if (folder == item.place.file || item.skip == sxLoadSkip::kTooMuch) {
+      TellSkipped(item, report);
+    } else if (item.skip == sxLoadSkip::kUnreadable || (filesWith.contains(item.place.file) && !IsHarmless(item))) {
+      report.Note(item.place.Text(), item.reason);  // what is beside it is trusted all the same
+    }
   }
-  const int numOthers = NumFilesWithout(loader, folder);
+  const int numOthers = NumFilesWithout(loader, folder, filesWith);
   if (numOthers > 0) report.Note(folder, std::to_string(numOthers) + " files without a certificate; passed over");
   std::vector<FoundCert> certs = CertsOf(loader);
   if (certs.empty()) report.Problem(kExitInputError, folder, "no certificate in it");

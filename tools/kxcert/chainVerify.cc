@@ -13,6 +13,8 @@
 
 namespace {
 
+constexpr size_t kMaxName = 256;  // characters, where many stand
+
 constexpr int kFlags = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
 constexpr char kRevocation[] = "not checked, which is not the same as good";
 
@@ -174,7 +176,7 @@ void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &fin
   }
 }
 
-// The other paths that were followed, where there was more than one.
+// The other paths that were followed, where there was more than one. Names are cut: sixty paths may have a thousand.
 void PrintTried(const sxChainVerdict &verdict, Report &report) {
   if (verdict.tried.size() < 2) return;
   report.Line();
@@ -183,7 +185,8 @@ void PrintTried(const sxChainVerdict &verdict, Report &report) {
     const sxTriedPath &path = verdict.tried[i];
     std::string names;
     for (int level = 0; level <= path.certs.Top(); ++level) {
-      names += (level > 0 ? " <- " : "") + NameText(path.certs.Get(level)->Subject());
+      const std::string name = NameText(path.certs.Get(level)->Subject());
+      names += (level > 0 ? " <- " : "") + (name.size() > kMaxName ? name.substr(0, kMaxName) + "..." : name);
     }
     report.Line("  " + std::to_string(i + 1) + ":           " + names);
     const std::string where = path.level >= 0 ? "level " + std::to_string(path.level) + ", " : "";

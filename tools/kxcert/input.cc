@@ -1,12 +1,16 @@
 #include "input.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <memory>
 #include <string_view>
 
+#include "kxcert/cert/inputBlocks.h"
 #include "kxcert/cert/loadFiles.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "report.h"
+#include "visibleText.h"
 
 namespace {
 
@@ -31,15 +35,11 @@ Stream OpenDescriptor(const std::string &path) {
   return Stream(IsOpenDescriptor(path) ? std::fopen(path.c_str(), "rb") : nullptr);
 }
 
-// Passed over without harm to the answer. Where others read a certificate that is not so: the answer would be
-// about another one.
-bool IsHarmless(const sxLoadItem &item) {
-  switch (item.skip) {
-    case sxLoadSkip::kLabel: return !item.label.ends_with("CERTIFICATE");
-    case sxLoadSkip::kUnwanted: return true;
-    case sxLoadSkip::kUnknown: return item.place.member > 0;
-    default: return false;
-  }
+// However its author spelt it; what was cut may have said so.
+bool MeansCertificate(std::string label) {
+  if (label.size() >= kMaxPemLabelLen) return true;
+  std::ranges::transform(label, label.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return TrimEnd(label).ends_with("CERTIFICATE");
 }
 
 std::string NoteText(const sxLoadItem &item) {
@@ -56,6 +56,15 @@ std::string ReadOctets(const std::string &path, kxBinBuf &out) {
   if (const Stream pipe = OpenDescriptor(path)) return sxReadInput(pipe.get(), out);
   if (path != "-") return sxReadInput(path.c_str(), out);
   return TakeStandardInput() ? sxReadInput(stdin, out) : kReadBefore;
+}
+
+bool IsHarmless(const sxLoadItem &item) {
+  switch (item.skip) {
+    case sxLoadSkip::kLabel:
+    case sxLoadSkip::kUnwanted: return !MeansCertificate(item.label);
+    case sxLoadSkip::kUnknown: return item.place.member > 0;
+    default: return false;
+  }
 }
 
 bool LoadInput(const std::string &path, sxLoader &loader, Report &report) {

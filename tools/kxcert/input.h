@@ -22,4 +22,8 @@ bool LoadInput(const std::string &path, sxLoader &loader, Report &report);
 /// @return whether it is a problem
 bool TellSkipped(const sxLoadItem &item, Report &report);
 
+/// Whether it is passed over without harm to the answer. Where others read a certificate that is not so: the answer
+/// would be about another one.
+bool IsHarmless(const sxLoadItem &item);
+
 #endif

@@ -31,7 +31,9 @@ class KXCERT_EXPORT sxDN {
   sxDN(const unsigned char *der, int len);       ///< undecodable: no name
   explicit sxDN(const sxASN_RDNSequence *name);  ///< deep copy; null: no name
   sxDN(const sxDN &other);
-  sxDN(sxDN &&other);  // NOLINT(performance-noexcept-move-constructor): leaves a new, empty one behind
+  /// Leaves a new, empty one behind.
+  // NOLINTNEXTLINE(performance-noexcept-move-constructor): takes memory
+  sxDN(sxDN &&other);
   sxDN &operator=(const sxDN &other);
   sxDN &operator=(sxDN &&other) noexcept {  ///< the other one gets what was here
     std::swap(m_imp, other.m_imp);

@@ -53,8 +53,9 @@ class KXCERT_EXPORT sxGeneralName {
   /// have 4 or 16 octets. Everything else becomes -1.
   explicit sxGeneralName(const sxASN_GeneralName *name);
   sxGeneralName(const sxGeneralName &other);
-  sxGeneralName(
-      sxGeneralName &&other);  // NOLINT(performance-noexcept-move-constructor): leaves a new, empty one behind
+  /// Leaves a new, empty one behind.
+  // NOLINTNEXTLINE(performance-noexcept-move-constructor): takes memory
+  sxGeneralName(sxGeneralName &&other);
   sxGeneralName &operator=(const sxGeneralName &other);
   sxGeneralName &operator=(sxGeneralName &&other) noexcept {  ///< the other one gets what was here
     std::swap(m_imp, other.m_imp);
@@ -89,8 +90,9 @@ class KXCERT_EXPORT sxGeneralNames {
   sxGeneralNames();
   explicit sxGeneralNames(const sxASN_GeneralNames *names);
   sxGeneralNames(const sxGeneralNames &other);
-  sxGeneralNames(
-      sxGeneralNames &&other);  // NOLINT(performance-noexcept-move-constructor): leaves a new, empty one behind
+  /// Leaves a new, empty one behind.
+  // NOLINTNEXTLINE(performance-noexcept-move-constructor): takes memory
+  sxGeneralNames(sxGeneralNames &&other);
   sxGeneralNames &operator=(const sxGeneralNames &other);
   sxGeneralNames &operator=(sxGeneralNames &&other) noexcept {  ///< the other one gets what was here
     std::swap(m_imp, other.m_imp);
@@ -125,7 +127,9 @@ class KXCERT_EXPORT sxDNList {
  public:
   sxDNList();
   sxDNList(const sxDNList &other);
-  sxDNList(sxDNList &&other);  // NOLINT(performance-noexcept-move-constructor): leaves a new, empty one behind
+  /// Leaves a new, empty one behind.
+  // NOLINTNEXTLINE(performance-noexcept-move-constructor): takes memory
+  sxDNList(sxDNList &&other);
   sxDNList &operator=(const sxDNList &other);
   sxDNList &operator=(sxDNList &&other) noexcept {  ///< the other one gets what was here
     std::swap(m_imp, other.m_imp);

@@ -8,6 +8,12 @@
 #include "kxcert/trust/sxRootCA.h"
 #include "support/testPki.h"
 
+struct FreePKobj {
+  void operator()(sxPKobj *obj) const { sxFreePKobj(obj); }
+};
+template <class T>
+using PkRef = std::unique_ptr<T, FreePKobj>;
+
 /// A root CA that a key holder keeps alive.
 inline sxRootCA *AddRoot(sxKeyHolder &holder, const TestCert &cert, const char *name = nullptr,
                          SxCaType type = sxCaType_other, const char *id = "") {

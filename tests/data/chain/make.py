@@ -28,7 +28,8 @@ TOKEN = re.compile(r'\s*(#[\d.]+|@[\w.-]*|"[^"]*"|[0-9A-Fa-f]{2}!?|[{<}>]|\*\d+|
 def element(tag, content, is_long=False):
     length = len(content)
     size = 4 if is_long else 0 if length < 0x80 else (length.bit_length() + 7) // 8
-    return bytes([tag, 0x80 | size]) + length.to_bytes(size, "big") + content if size else bytes([tag, length]) + content
+    head = bytes([tag, 0x80 | size]) + length.to_bytes(size, "big") if size else bytes([tag, length])
+    return head + content
 
 
 def oid(text):
@@ -126,10 +127,10 @@ def build(names, cells, keys, made):
     digest = changes.pop("digest", "sha256")
     dates = [changes.pop(word, default) for word, default in zip(("not-before", "not-after"), YEARS[role])]
     is_altered = changes.pop("altered", None) is not None
-    names = {**names, "subject": subject, "issuer": above, "spki": keys[key].spki, "algorithm": signer.algorithm(digest),
-             "key-id": keys[key].id, "issuer-key-id": signer.id, "not-before": date(dates[0]), "not-after": date(dates[1]),
-             "extensions": ("@basic @sign" if role == "ca" else "@no-sign") + " @ski" + (" @aki" if issuer in made else ""),
-             "serial": "", "signed": ""}
+    extensions = ("@basic @sign" if role == "ca" else "@no-sign") + " @ski" + (" @aki" if issuer in made else "")
+    names = {**names, "subject": subject, "issuer": above, "extensions": extensions, "serial": "", "signed": "",
+             "spki": keys[key].spki, "key-id": keys[key].id, "issuer-key-id": signer.id,
+             "algorithm": signer.algorithm(digest), "not-before": date(dates[0]), "not-after": date(dates[1])}
     assert set(changes) <= set(names), changes
     names.update(changes)
     if "serial" not in changes:    # eight octets that follow from the names and the first date

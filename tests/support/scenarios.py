@@ -1,4 +1,6 @@
 """The lines of tests/data/chain/scenarios.txt, which says how they are read."""
+import calendar
+import time
 from dataclasses import dataclass
 
 NAMES = ("additional", "end-entity", "intermediate", "own-chain")
@@ -18,6 +20,11 @@ class Scenario:
     @property
     def time(self):
         return self.settings.get("time", ["2030-01-01"])[0]
+
+    @property
+    def seconds(self):    # since 1970
+        form = "%Y-%m-%d %H:%M:%S"
+        return calendar.timegm(time.strptime(self.time + " 00:00:00"[:19 - len(self.time)], form))
 
 
 def read_scenarios(folder):

@@ -2,14 +2,259 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <stdexcept>
 
+#include "cert/serialText.h"
 #include "kxcert/cert/signatureCache.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/trust/chainJudge.h"
+#include "kxcert/trust/fixChain.h"
 #include "kxcert/trust/sortCerts.h"
-#include "support/chainJudge.h"
+#include "kxcert/trust/sxcert_black_list.h"
+#include "support/caseFile.h"
+#include "support/fixedClock.h"
 #include "support/logCapture.h"
+#include "support/testRoots.h"
+#include "support/words.h"
 #include "trust/rules.h"
 
 namespace {
+
+constexpr int kChecks = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
+constexpr char kNow[] = "2030-01-01 00:00:00";
+const Words kSettings = {"additional", "blacklist",   "constraint", "end-entity", "fact",  "grace-end",
+                         "grace-start", "intermediate", "json", "log", "named", "own-chain",  "reason", "run",
+                         "time", "tried"};
+
+struct FreeList {
+  void operator()(sxcert_black_list *list) const { sxcert_black_list::free(list); }
+};
+
+int64_t ReadTime(std::string text) {
+  tm parts{};
+  text += text.size() == 10 ? " 00:00:00" : "";
+  if (strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &parts) == nullptr) throw std::runtime_error("time: " + text);
+  return timegm(&parts);
+}
+
+class Scenario {
+ public:
+  explicit Scenario(const CaseRow &row) : m_cells(row.cells) {
+    for (std::string text = m_cells[5]; !text.empty();) {
+      const std::string setting = text.substr(0, text.find("; "));
+      const size_t end = setting.find('=');
+      const std::string name = setting.substr(0, end);
+      if (end == std::string::npos || std::find(kSettings.begin(), kSettings.end(), name) == kSettings.end()) {
+        throw std::runtime_error(row.where + ": setting " + name);
+      }
+      m_settings[name].push_back(setting.substr(end + 1));
+      text.erase(0, setting.size() + 2);
+    }
+  }
+
+  Words Sent() const { return Certs(m_cells[1]); }
+  Words Trusted() const { return Certs(m_cells[2]); }
+  // "expired at leaf: leaf issuer root", with whole names.
+  std::string Expected() const {
+    std::string text;
+    for (const std::string &word : Certs(m_cells[3])) text += (text.empty() ? "" : " ") + word;
+    return text;
+  }
+  // Values of a setting, none when it is not there.
+  Words All(const std::string &setting) const {
+    return m_settings.contains(setting) ? m_settings.at(setting) : Words();
+  }
+  // ".leaf" is the scenario's own.
+  Words Certs(const std::string &names) const {
+    Words certs = Split(names);
+    for (std::string &cert : certs) {
+      if (cert[0] == '.') cert.insert(0, m_cells[0]);
+    }
+    return certs;
+  }
+  std::string One(const std::string &setting) const { return m_settings.contains(setting) ? All(setting)[0] : ""; }
+  int Seconds(const std::string &setting) const {
+    return m_settings.contains(setting) ? std::stoi(One(setting)) : kGraceDefault;
+  }
+
+ private:
+  Words m_cells;
+  std::map<std::string, Words> m_settings;
+};
+
+struct ChainAnswer {
+  std::string verdict = "notTrusted";  // as Scenario::Expected() says it
+  sxValidationRC rc = sxValidation_notTrusted;
+  int level = -1;
+  long expirationSec = -1;
+  long chainExpirationSec = -1;   // as sxGetChainExpiration says
+  std::string text;               // the message, empty on success and without trust; or the JSON
+  std::string subject;            // at the level; empty without one
+  std::string serial;
+  Words tried;                    // "expired at 1: why it ended"; of the call that is told the end entity
+};
+
+using CertNames = std::map<Octets, std::string>;   // by DER
+
+// Certificates of tests/data/chain/certs; what is none is left out. Adds their names.
+sxCerts LoadCerts(const Words &files, CertNames &names) {
+  sxCerts certs;
+  for (const std::string &file : files) {
+    const std::string pem = CaseData("chain/certs/" + file + ".pem");
+    sxCert *cert = sxCert_Decode(reinterpret_cast<const unsigned char *>(pem.data()), static_cast<int>(pem.size()));
+    if (cert == nullptr) continue;
+    names[DerOf(*cert)] = file;
+    certs.Add(cert);
+  }
+  return certs;
+}
+
+std::string NamesOf(const sxCerts &certs, CertNames &names) {
+  std::string all;
+  for (int i = 0; i <= certs.Top(); ++i) all += (i > 0 ? " " : "") + names[DerOf(*certs.Get(i))];
+  return all;
+}
+
+// What one question needs. A certificate that cannot be read makes all of it unreadable.
+class Court {
+ public:
+  explicit Court(const Scenario &scenario)
+      : m_scenario(scenario),
+        m_holder(scenario.One("intermediate").empty()
+                     ? sxKeyHolder_New()
+                     : sxKeyHolder_with_cache(4, 0, sxKeyHolder_cachedIntermediates)) {
+    m_chain = Load(scenario.Sent());
+    LoadRoots();
+    const sxCerts own = Load(scenario.Certs(scenario.One("own-chain")));
+    if (own.Count() > 0) {
+      const PkRef<sxCertifiedKey> key(new sxCertifiedKey("own", own, m_firstRoot.get(), nullptr, 0, nullptr, 0));
+      m_holder->AddCertKey(key.get());
+    }
+    const sxCerts kept = Load(scenario.Certs(scenario.One("intermediate")));
+    for (int i = 0; i <= kept.Top(); ++i) m_holder->AddIntermediateCA(kept.Get(i));
+    m_params.Set_cert_start_grace(scenario.Seconds("grace-start"));
+    m_params.Set_cert_end_grace(scenario.Seconds("grace-end"));
+    const std::string time = scenario.One("time");
+    m_now = ReadTime(time.empty() ? kNow : time);
+    for (const std::string &serial : scenario.All("blacklist")) m_blackList->AddFromString(sxString(serial.c_str()));
+    if (!scenario.All("blacklist").empty()) m_params.Set_BlackList(m_blackList.get());
+  }
+
+  bool IsReadable() const { return m_isReadable; }
+
+  static ChainAnswer Unreadable() {
+    ChainAnswer answer;
+    answer.verdict = "unreadable";
+    return answer;
+  }
+
+  ChainAnswer Choose() {
+    sxCerts path = m_chain;
+    const std::string run = m_scenario.One("run");
+    if (run == "sort fix") sxCerts_Sort(path);
+    sxRootCA *root = run.empty() ? m_holder->IsChainTrusted(m_chain, path) : sxCert_FixChain(&path, *m_holder);
+    if (root == nullptr) return {};
+    const FixedClock clock(m_now);
+    char text[1024];
+    ChainAnswer answer;
+    const sxValidationRC rc = sxCert_ValCerts(root, &path, nullptr, &answer.expirationSec, m_params, text, sizeof text,
+                                              &answer.level, nullptr, nullptr, kChecks);
+    answer.text = text;
+    answer.chainExpirationSec = sxGetChainExpiration(path);
+    Tell(rc, path, answer);
+    return answer;
+  }
+
+  ChainAnswer AskAbout(const std::string &name, bool backwards) {
+    sxCerts pool, sorted;
+    for (int i = 0; i <= m_chain.Top(); ++i) {
+      pool.Add(m_chain.Get(backwards ? m_chain.Top() - i : i));
+      sxSaveSigned(m_chain.Get(i));
+    }
+    sxCerts_Sort(m_chain, sorted);
+    const sxCerts named = Load(m_scenario.Certs(name));
+    sxChainVerdict verdict;
+    sxChainQuestion question;
+    question.endEntity = named.Count() > 0 ? named.Get(0) : sorted.Get(0);
+    question.pool = &pool;
+    question.holder = m_holder.get();
+    question.params = m_params;
+    question.flags = kChecks;
+    question.time = m_now;
+    question.wantsFindings = true;
+    ChainAnswer answer;
+    sxJudgeChain(question, verdict);
+    answer.level = verdict.level;
+    answer.text = verdict.Json().getstr();
+    for (const sxTriedPath &path : verdict.tried) {
+      answer.tried.push_back(std::string(sxValidationName(path.code)) + " at " + std::to_string(path.level) + ": " +
+                             path.ended);
+    }
+    Tell(verdict.code, verdict.path, answer);
+    if (verdict.code == sxValidation_notTrusted) answer.verdict = "notTrusted";
+    if (verdict.path.Get(0) == nullptr || !(*verdict.path.Get(0) == *question.endEntity)) answer.verdict += "!";
+    return answer;
+  }
+
+ private:
+  void Tell(sxValidationRC rc, const sxCerts &path, ChainAnswer &answer) {
+    answer.rc = rc;
+    answer.verdict = sxValidationName(rc);
+    if (const sxCert *blamed = path.Get(answer.level); blamed != nullptr) {
+      answer.subject = blamed->Subject()->GetStr();
+      answer.serial = sxSerialText(*blamed->SerialNum());
+      answer.verdict += " at " + m_names[DerOf(*blamed)];
+    }
+    answer.verdict += ": " + NamesOf(path, m_names);
+  }
+
+  sxCerts Load(const Words &names) {
+    const sxCerts certs = LoadCerts(names, m_names);
+    m_isReadable = m_isReadable && certs.Count() == static_cast<int>(names.size());
+    return certs;
+  }
+
+  void LoadRoots() {
+    const sxCerts certs = Load(m_scenario.Trusted());
+    auto permitted = std::make_unique<sxGeneralNames>();
+    for (const std::string &text : m_scenario.All("constraint")) {
+      const sxDN dn(text.c_str());
+      const sxGeneralName name(&dn);
+      permitted->Add(&name);
+    }
+    for (int i = 0; i <= certs.Top(); ++i) {
+      PkRef<sxRootCA> root(
+          new sxRootCA(nullptr, certs.Get(i), 0, sxCaType_other, 0, nullptr, 0, permitted.release(), 0));
+      m_holder->AddCA(root.get());
+      if (m_firstRoot == nullptr) m_firstRoot = std::move(root);
+    }
+    const sxCerts additional = Load(m_scenario.Certs(m_scenario.One("additional")));
+    if (additional.Count() > 0) m_firstRoot->SetAdditionalCerts(new sxCerts(additional));
+  }
+
+  const Scenario &m_scenario;
+  bool m_isReadable = true;
+  CertNames m_names;
+  const std::unique_ptr<sxcert_black_list, FreeList> m_blackList{new sxcert_black_list};
+  ValidateParams m_params;
+  int64_t m_now = 0;
+  const PkRef<sxKeyHolder> m_holder;
+  PkRef<sxRootCA> m_firstRoot;
+  sxCerts m_chain;
+};
+
+// Sorts and looks for a trusted root, or repairs, as the setting "run" says; then the path, signature and name checks.
+ChainAnswer JudgeChosen(const Scenario &scenario) {
+  Court court(scenario);
+  return court.IsReadable() ? court.Choose() : court.Unreadable();
+}
+
+// The call that is told the end entity; the verdict ends in "!" where it is about another one.
+ChainAnswer JudgeNamed(const Scenario &scenario, bool backwards) {
+  Court court(scenario);
+  return court.IsReadable() ? court.AskAbout(scenario.One("end-entity"), backwards) : court.Unreadable();
+}
 
 struct ChainCases : testing::TestWithParam<CaseRow> {};
 

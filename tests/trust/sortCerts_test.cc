@@ -17,16 +17,6 @@ namespace {
 // Every signature that was looked at, whatever came of it.
 uint64_t NumVerified() { return sxSignatureCache_Stats().hits + sxSignatureCache_Stats().misses; }
 
-TEST(SortCerts, PassesHolesByAndSortsInPlace) {
-  const TestCert root("O=Sort/CN=root", nullptr, CaOptions()), leaf("O=Sort/CN=leaf", &root);
-  sxCerts certs = SetOf({&root, &leaf, &leaf}), none, out = SetOf({&leaf});
-  ASSERT_EQ(0, certs.Del(2));   // a hole at the end
-  EXPECT_EQ(0, sxCerts_Sort(certs));
-  EXPECT_THAT(Members(certs), ElementsAre(leaf.Get(), root.Get()));
-  EXPECT_EQ(-1, sxCerts_Sort(none, out));
-  EXPECT_EQ(0, out.Count());
-}
-
 // Found by its key identifier, or as the last of 64 that are valid now; 63 outdated ones come first.
 TEST(SortCerts, FindsTheIssuerAmongLookAlikes) {
   FixedClock clock(kTestNow);

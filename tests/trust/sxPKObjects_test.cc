@@ -26,33 +26,6 @@ std::vector<sxRootCA *> Visit(const sxPKObjects &objects) {
   return visited;
 }
 
-TEST(sxPKObjects, MovesTheLastObjectIntoTheHole) {
-  sxPKObjects objects;
-  sxRootCA *roots[7];
-  for (sxRootCA *&root : roots) {
-    root = NewRoot(0);
-    EXPECT_EQ(0, objects.Add(root));
-    sxFreePKobj(root);   // the set holds its own reference
-  }
-  EXPECT_EQ(0, objects.Delete(roots[0]));
-  EXPECT_THAT(Visit(objects), testing::ElementsAre(roots[6], roots[1], roots[2], roots[3], roots[4], roots[5]));
-  EXPECT_EQ(0, objects.Delete(roots[5]));
-  EXPECT_THAT(Visit(objects), testing::ElementsAre(roots[6], roots[1], roots[2], roots[3], roots[4]));
-  EXPECT_TRUE(objects.IsInRange(9));    // slots come by five and stay
-  EXPECT_FALSE(objects.IsInRange(10));
-  EXPECT_FALSE(objects.IsInRange(-1));
-  EXPECT_EQ(nullptr, objects.Get(5));
-  EXPECT_EQ(-1, objects.Add(nullptr));
-  EXPECT_EQ(-1, objects.Delete(nullptr));
-  sxRootCA *stranger = NewRoot(0);
-  EXPECT_EQ(-1, objects.Delete(stranger));
-  sxFreePKobj(stranger);
-  EXPECT_EQ(5, objects.Count());
-  sxRootCA_iterator past(objects);
-  for (int i = 0; i < 20; ++i) past.Next();
-  EXPECT_EQ(nullptr, past.Curr());
-}
-
 // Few hashes and repeated objects; compared with a walk over the slots after each change.
 TEST(sxPKObjects, FindsTheLowestSlotAfterAnyAddingAndDeleting) {
   constexpr int kNumRoots = 12;

@@ -1,6 +1,7 @@
+// What keys and OCSP servers hold; roots are in tests/data/trust.
 #include "kxcert/trust/sxRootCA.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/attributeSet.h"
@@ -12,56 +13,9 @@
 
 namespace {
 
-using RootPtr = std::unique_ptr<sxRootCA, decltype(&sxFreePKobj)>;
-
-RootPtr NewRoot(const char *name, sxCert *cert, const unsigned char *id = nullptr, int idLen = 0) {
-  return {new sxRootCA(name, cert, 3, sxCaType_second, 9, id, idLen, nullptr, 60), sxFreePKobj};
-}
-
-TEST(sxRootCA, IsNamedByItsNameOrElseByItsSubject) {
-  const TestCert cert("O=Named/CN=root", nullptr);
-  const unsigned char id[] = {0x0A, 0xFF};
-  LogCapture log;
-  NewRoot("display", cert.Get(), id, 2)->Herror();
-  EXPECT_THAT(log.Lines(), testing::ElementsAre("display", "ID: 0aff"));
-  EXPECT_STREQ("CN=root,O=Named", NewRoot("", cert.Get())->Name());
-  EXPECT_STREQ("CN=root,O=Named", NewRoot(nullptr, cert.Get())->Name());
-  EXPECT_STREQ("", NewRoot("", nullptr)->Name());
-  log.Clear();
-  const RootPtr bare = NewRoot(nullptr, nullptr, id, 0);
-  bare->Herror();
-  EXPECT_THAT(log.Lines(), testing::ElementsAre("<no name>"));
-  EXPECT_EQ(nullptr, bare->Name());
-  EXPECT_EQ(nullptr, bare->DN());
-  EXPECT_EQ(0, bare->IdLen());
-  EXPECT_FALSE(bare->HasId(bare->Id(), bare->IdLen()));   // nothing equals an absent identifier
-}
-
-TEST(sxRootCA, FindsWhichOfItsCertificatesSigned) {
-  const TestCert own("O=Signee/CN=root", nullptr, CaOptions()), second("O=Signee/CN=root", nullptr, CaOptions());
-  const TestCert third("O=Signee/CN=root", nullptr, CaOptions()), byOwn("O=Signee/CN=a", &own);
-  const TestCert bySecond("O=Signee/CN=b", &second), byThird("O=Signee/CN=c", &third);
-  LogCapture log;
-  const RootPtr root = NewRoot("root", own.Get());
-  EXPECT_EQ(own.Get(), root->CertBySignee(byOwn.Get()));
-  EXPECT_EQ(nullptr, root->CertBySignee(bySecond.Get()));
-  EXPECT_TRUE(log.Has("sxRootCA::CertBySubordinate: \"this\" has NULL additional certs"));
-  auto *additional = new sxCerts(SetOf({&third, &second}));
-  root->SetAdditionalCerts(additional);
-  root->SetAdditionalCerts(additional);   // again: it stays
-  EXPECT_EQ(second.Get(), root->CertBySignee(bySecond.Get()));
-  EXPECT_EQ(third.Get(), root->CertBySignee(byThird.Get()));
-  additional->Del(0);
-  EXPECT_EQ(nullptr, root->CertBySignee(byThird.Get()));
-  EXPECT_EQ(nullptr, root->CertBySignee(nullptr));
-  EXPECT_TRUE(log.Has("sxRootCA::CertBySubordinate: got NULL argument"));
-  EXPECT_EQ(nullptr, NewRoot("none", nullptr)->CertBySignee(byOwn.Get()));
-  EXPECT_TRUE(log.Has("sxRootCA::CertBySubordinate: \"this\" has NULL cert"));
-}
-
 TEST(sxCertifiedKey, KeepsItsChainAndRootAlive) {
   auto cert = std::make_unique<TestCert>("O=Key/CN=own", nullptr);
-  sxRootCA *root = NewRoot("root", cert->Get()).release();
+  auto *root = new sxRootCA("root", cert->Get(), 3, sxCaType_second, 9, nullptr, 0, nullptr, 60);
   auto *key = new sxCertifiedKey(nullptr, SetOf({cert.get()}), root, cert->Get()->PubKey(), 1, nullptr, 0);
   sxFreePKobj(root);
   cert.reset();

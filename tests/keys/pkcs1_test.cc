@@ -36,6 +36,7 @@ TEST(Pkcs1, WritesDigestInfoAsTheTreeDoes) {
       kxBinBuf info;
       ASSERT_EQ(0, kxPKCS1DigestInfo(digest.data(), len, md, info));
       EXPECT_EQ(TreeDigestInfo(md, Octets(digest.begin(), digest.begin() + len)), OctetsOf(info)) << md << ", " << len;
+      EXPECT_FALSE(info.IsSensitive());
     }
   }
   EXPECT_TRUE(log.Lines().empty());

@@ -348,6 +348,7 @@ TEST_F(Pkxl, ServesNothingThatItCannotRead) {
   bad.operation = 4;
   EXPECT_FALSE(served(bad)) << "no curve";
   ASSERT_TRUE(PkxlWrite(sound, message));
+  EXPECT_TRUE(message.IsSensitive());
   for (unsigned int len = 0; len < message.Len(); ++len) {
     kxBinBuf prefix(message.Data(), len);
     EXPECT_EQ(-1, pkxl_serve(prefix, answer)) << len;

@@ -95,7 +95,7 @@ struct ChainAnswer {
   Words tried;                    // "expired at 1: why it ended"; of the call that is told the end entity
 };
 
-using CertNames = std::map<Octets, std::string>;   // by DER
+using CertNames = std::map<std::string, std::string>;   // by DER
 
 // Certificates of tests/data/chain/certs; what is none is left out. Adds their names.
 sxCerts LoadCerts(const Words &files, CertNames &names) {
@@ -104,7 +104,7 @@ sxCerts LoadCerts(const Words &files, CertNames &names) {
     const std::string pem = CaseData("chain/certs/" + file + ".pem");
     sxCert *cert = sxCert_Decode(reinterpret_cast<const unsigned char *>(pem.data()), static_cast<int>(pem.size()));
     if (cert == nullptr) continue;
-    names[DerOf(*cert)] = file;
+    names[StringOf(DerOf(*cert))] = file;
     certs.Add(cert);
   }
   return certs;
@@ -112,7 +112,7 @@ sxCerts LoadCerts(const Words &files, CertNames &names) {
 
 std::string NamesOf(const sxCerts &certs, CertNames &names) {
   std::string all;
-  for (int i = 0; i <= certs.Top(); ++i) all += (i > 0 ? " " : "") + names[DerOf(*certs.Get(i))];
+  for (int i = 0; i <= certs.Top(); ++i) all += (i > 0 ? " " : "") + names[StringOf(DerOf(*certs.Get(i)))];
   return all;
 }
 
@@ -204,7 +204,7 @@ class Court {
     if (const sxCert *blamed = path.Get(answer.level); blamed != nullptr) {
       answer.subject = blamed->Subject()->GetStr();
       answer.serial = sxSerialText(*blamed->SerialNum());
-      answer.verdict += " at " + m_names[DerOf(*blamed)];
+      answer.verdict += " at " + m_names[StringOf(DerOf(*blamed))];
     }
     answer.verdict += ": " + NamesOf(path, m_names);
   }

@@ -191,7 +191,7 @@ class World {
     auto &holder = m_objects[words[0]];
     if (holder == nullptr) {
       holder.reset(words.size() == 1 ? sxKeyHolder_New()
-                                     : sxKeyHolder_with_cache(std::stoi(words[1]), 0, std::stoi(words[2])));
+                                     : sxKeyHolder_with_cache(std::stoi(words.at(1)), 0, std::stoi(words.at(2))));
     }
     m_holder = static_cast<sxKeyHolder *>(holder.get());
     return "";
@@ -201,7 +201,8 @@ class World {
     sxKeyHolder *const sorted = sxKeyHolder_Sort(Object<sxKeyHolder>(words[0]));
     if (sorted == nullptr) return "-";
     m_objects[words[0] + "-sorted"].reset(sorted);
-    return UseHolder({words[0] + "-sorted"});
+    m_holder = sorted;
+    return "";
   }
 
   std::string DefaultKey() {

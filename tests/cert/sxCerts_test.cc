@@ -18,7 +18,8 @@ Octets SequenceOf(const sxCerts &certs) {
 TEST(sxCerts, DoesWhatTheStepsSay) {
   std::vector<std::unique_ptr<TestCert>> made;
   const auto decode = [](const Octets &octets) {
-    return std::unique_ptr<sxCerts, decltype(&sxCerts_Free)>(sxCerts_buf2Certs(octets.data(), LenOf(octets)), sxCerts_Free);
+    sxCerts *const certs = sxCerts_buf2Certs(octets.data(), LenOf(octets));
+    return std::unique_ptr<sxCerts, decltype(&sxCerts_Free)>(certs, sxCerts_Free);
   };
   Script()
       .OnCopiesOf<sxCerts>()

@@ -278,7 +278,9 @@ TEST(sxExtensionsList, DoesWhatTheStepsSay) {
       .On("compose", [](const List &list) { return ComposedBy(list, Get_ExtComposerTable()); })
       .On("composeByNoTable", [](const List &list) { return ComposedBy(list, nullptr); })
       .On("composeNowhere", [](const List &list) { return list.Compose(Get_ExtComposerTable(), nullptr); })
-      .On("FlatList", [] { return std::unique_ptr<List, decltype(&sxExtensionsList_Delete)>(sxExtensionsList_New(), sxExtensionsList_Delete); })
+      .On("FlatList", [] {
+        return std::unique_ptr<List, void (*)(List *)>(sxExtensionsList_New(), sxExtensionsList_Delete);
+      })
       .On("flatAdd", [oidOf](List *list, const std::string &kind, const std::string &ext) {
         std::unique_ptr<sxExtension> added(ExtensionOf(ext));   // not taken when it is refused
         const int rc = sxExtensionsList_Add(list, oidOf(kind), 0, added.get());

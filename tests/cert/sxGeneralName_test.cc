@@ -100,7 +100,9 @@ TEST(sxGeneralNames, DoWhatTheStepsSay) {
       .On("None", [] { return Name(); })
       .On("Name", Named)
       .On("OfLen", [](sxGNtype type, const char *text, int len) { return Name(type, text, len); })
-      .On("Other", [](const sxAsnOid *oid, const std::string &text) { return Name(oid, text.data(), static_cast<int>(text.size())); })
+      .On("Other", [](const sxAsnOid *oid, const std::string &text) {
+        return Name(oid, text.data(), static_cast<int>(text.size()));
+      })
       .On("OfDn", [](const sxDN *dn) { return Name(dn); })
       .On("OfIp", [](unsigned long ip) { return Name(ip); })
       .On("Read", [](const std::string &notation) { return FromDer(notation); })

@@ -97,7 +97,9 @@ TEST_F(sxSignedTest, DoesWhatTheStepsSay) {
   sxSignatureCacheStats seen = sxSignatureCache_Stats();
   Script()
       .On("Cert", [&made] { return made.emplace_back(std::make_unique<TestCert>("CN=a", nullptr))->Get(); })
-      .On("Of", [](const Octets &octets) { return std::make_unique<sxCert>(octets.data(), static_cast<unsigned>(octets.size())); })
+      .On("Of", [](const Octets &octets) {
+        return std::make_unique<sxCert>(octets.data(), static_cast<unsigned>(octets.size()));
+      })
       .On("Replaced", [](const sxCert &cert, const Octets &what, const Octets &by) {
         return Decoded(Replaced(DerOf(cert), what, by));
       })

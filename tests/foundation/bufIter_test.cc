@@ -30,7 +30,8 @@ TEST(bufIter, DoesWhatTheStepsSay) {
       })
       .On("putItem", [](Iter &it, const std::string &text) {
         std::string own = text;
-        const pkxl_len_and_buf_t item = {static_cast<uint32_t>(own.size()), reinterpret_cast<unsigned char *>(own.data())};
+        const auto len = static_cast<uint32_t>(own.size());
+        const pkxl_len_and_buf_t item = {len, reinterpret_cast<unsigned char *>(own.data())};
         return pkxl_put_len_and_buf_on_iter(&it.iter, &item);
       })
       .On("get", [](Iter &it, uint32_t size, uint32_t align) {

@@ -46,7 +46,8 @@ TEST(Cache, DoesWhatTheStepsSay) {
         clock.Advance(later);
         EXPECT_EQ(1, cache->Count());
         const std::string found = get(*cache, "a");
-        return found + " " + std::to_string(cache->Count()) + " " + std::to_string(std::exchange(Text::s_numDestroyed, 0));
+        const int numDestroyed = std::exchange(Text::s_numDestroyed, 0);
+        return found + " " + std::to_string(cache->Count()) + " " + std::to_string(numDestroyed);
       })
       .Run("foundation/cache.steps");
 }

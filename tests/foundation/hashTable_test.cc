@@ -28,7 +28,10 @@ TEST(HashTable, DoesWhatTheStepsSay) {
       .On("insert", [](kxHashTable *t, Text *key, Text *data) { return hash_insert(t, key, data); })
       .On("remove", [](kxHashTable *t, Text *key) { return hash_remove(t, key); })
       .On("lookup", [](kxHashTable *t, Text *key) { return static_cast<Text *>(hash_lookup(t, key)); })
-      .On("find", [](kxHashTable *t, const char *key) { return Text::Text(hash_lookup(t, std::make_unique<Text>(key).get())); })
+      .On("find", [](kxHashTable *t, const char *key) {
+        const Text wanted(key);
+        return Text::Text(hash_lookup(t, &wanted));
+      })
       .On("count", hash_count)
       .On("fnv", [](const std::string &s) { return hash_bytevalue(s.data(), static_cast<int>(s.size())); })
       .On("compare", [](const char *a, const char *b, int len) { return hash_bytecmp(a, b, len); })

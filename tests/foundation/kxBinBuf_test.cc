@@ -17,7 +17,7 @@ TEST(kxBinBuf, DoesWhatTheStepsSay) {
       .On("Buf", [](const Octets &octets) { return Buf(octets.data(), static_cast<unsigned>(octets.size())); })
       .On("Sized", [](unsigned len) { return Buf(len); })
       .On("hex", [](const Buf &b) { return EncodeHex(b.Data(), b.Len()); })
-      .On("firstOctets", [](const Buf &b, unsigned len) { return EncodeHex(b.Data(), len); })   // also beyond its length
+      .On("firstOctets", [](const Buf &b, unsigned len) { return EncodeHex(b.Data(), len); })   // beyond its length
       .On("block", [](const Buf &b) { return b.Data(); })
       .On("len", &Buf::Len)
       .On("isEmpty", &Buf::IsEmpty)

@@ -30,7 +30,9 @@ TEST(sxPKobj, DoesWhatTheStepsSay) {
       .On("usingMutex", &sxPKobj::UsingMutex)
       .On("lock", sxPKobj::Lock)
       .On("unlock", sxPKobj::Unlock)
-      .On("letLock", [](bool may) { MtMutex_SetFake(may ? MtMutexFake{} : MtMutexFake{.mayLock = [] { return false; }}); })
+      .On("letLock", [](bool may) {
+        MtMutex_SetFake(may ? MtMutexFake{} : MtMutexFake{.mayLock = [] { return false; }});
+      })
       .On("saveAndFreeOnThreads", [](sxPKobj *obj) {
         OnThreads(2, [obj](int) {
           for (int i = 0; i < 2000; ++i) {

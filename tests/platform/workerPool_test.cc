@@ -20,7 +20,8 @@ namespace {
 constexpr int kLongMs = 20000;
 
 using WaitResults = std::map<int, int>;   // by number
-const std::map<int, const char *> kResults = {{kRTWaitDone, "done"}, {kRTWaitTimedOut, "late"}, {kRTWaitFailed, "failed"}};
+const std::map<int, const char *> kResults = {
+    {kRTWaitDone, "done"}, {kRTWaitTimedOut, "late"}, {kRTWaitFailed, "failed"}};
 
 // What a test sees of its work: shared by the clones.
 struct Seen {
@@ -111,7 +112,9 @@ class Pool {
     std::map<std::string, int> counts;
     for (const auto &[number, result] : m_seen.waitResults) ++counts[kResults.at(result)];
     std::string text;
-    for (const auto &[result, count] : counts) text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + result;
+    for (const auto &[result, count] : counts) {
+      text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + result;
+    }
     return text;
   }
   int SetNumThreads(int number) { return RTApc_SetNumThreads(m_pool.get(), number); }

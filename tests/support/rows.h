@@ -45,7 +45,8 @@ inline std::string Joined(const LogCapture &log) {
 /// "-": nothing was logged; else what was contains the cell's text, or is it behind "= ".
 inline void ExpectLogged(const std::string &cell, const std::string &logged) {
   if (cell.starts_with("= ")) EXPECT_EQ(Plain(cell.substr(2)), logged);
-  else EXPECT_TRUE(cell == "-" ? logged.empty() : logged.find(Plain(cell)) != std::string::npos) << cell << " in " << logged;
+  else if (cell == "-") EXPECT_EQ("", logged);
+  else EXPECT_NE(std::string::npos, logged.find(Plain(cell))) << cell << " in " << logged;
 }
 
 /// Rows "verb | inputs | result | log": what the verb makes of the row is its result. The last cell, which may be

@@ -85,7 +85,7 @@ class Script {
     if constexpr (std::is_same_v<T, Words>) return Words(words.begin() + static_cast<long>(at), words.end());
     else if constexpr (std::is_same_v<T, std::string>) return Plain(words.at(at));
     else if constexpr (std::is_same_v<T, Octets>) return CaseOctets(words.at(at));
-    else if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) return static_cast<T>(std::stoll(words.at(at), nullptr, 0));
+    else if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) return static_cast<T>(Number(words.at(at)));
     else if constexpr (std::is_same_v<T, const char *>) return Kept(words.at(at));
     else if constexpr (std::is_same_v<T, const unsigned char *>) return KeptOctets(words.at(at));
     else if constexpr (std::is_pointer_v<T>) {
@@ -105,14 +105,16 @@ class Script {
       using Pointed = std::remove_pointer_t<T>;
       return Named({const_cast<std::remove_const_t<Pointed> *>(result), &TypeOf<Pointed>(), {}});
     } else if constexpr (requires { typename T::deleter_type; }) {
-      const auto at = result.get();
-      return Named({at, &TypeOf<typename T::element_type>(), std::shared_ptr<typename T::element_type>(std::move(result))});
+      using Owned = typename T::element_type;
+      Owned *const at = result.get();
+      return Named({at, &TypeOf<Owned>(), std::shared_ptr<Owned>(std::move(result))});
     } else {
       const auto owned = std::make_shared<T>(std::forward<R>(result));
       return Named({owned.get(), &TypeOf<T>(), owned});
     }
   }
 
+  static long long Number(const std::string &word) { return std::stoll(word, nullptr, 0); }
   const char *Kept(const std::string &word);
   const unsigned char *KeptOctets(const std::string &word);
   void *Find(const std::string &name, const std::type_info &type) const;

@@ -1,18 +1,16 @@
+// Cursors over octets, identifiers, lengths, and the sorting of a SET OF.
 #include "kxcert/asn1/sxAsnBuf.h"
 
-#include <gmock/gmock.h>
-
 #include "kxcert/asn1/sxAsnBufSet.h"
-#include "support/caseFile.h"
-#include "support/hexOctets.h"
-#include "support/logCapture.h"
+#include "support/script.h"
 
 namespace {
 
 // A cursor over octets in a block of their own.
 struct Reader {
-  explicit Reader(const char *hex) : octets(CaseOctets(hex)) { buf.Init(octets.data(), LenOf(octets)); }
-  Octets octets;
+  explicit Reader(const Octets &all) : octets(all) { buf.Init(octets.data(), LenOf(octets)); }
+  std::string And(int result) const { return std::to_string(result) + " " + std::to_string(count); }
+  const Octets octets;
   sxAsnReadBuf buf;
   int count = 0;
 };
@@ -27,181 +25,91 @@ struct Writer {
   sxAsnWriteBuf buf;
 };
 
-TEST(sxAsnReadBuf, StaysWithinItsOctets) {
-  const LogCapture log;
-  Reader r("01 02 03");
-  unsigned char copy[4] = {};
-  EXPECT_EQ(1, r.buf.PeekByte());
-  EXPECT_EQ(1, r.buf.GetByte());
-  EXPECT_EQ(2, r.buf.CopyOut(copy, 3)) << "what remains, and nothing moves";
-  EXPECT_EQ(1, r.buf.GetOffset());
-  EXPECT_EQ(2, r.buf.CopyOut(copy, 2));
-  EXPECT_EQ(3, copy[1]);
-  EXPECT_EQ(0, r.buf.GetLen());
-  EXPECT_EQ(-1, r.buf.PeekByte());
-  EXPECT_EQ(-1, r.buf.GetByte());
-  EXPECT_EQ(-1, r.buf.Back(4));
-  EXPECT_EQ(1, r.buf.Back(3));
-  EXPECT_EQ(2, r.buf.Skip(2));
-  int len = 5;
-  EXPECT_EQ(&r.octets[2], r.buf.GetSeg(&len));
-  EXPECT_EQ(1, len);
-  EXPECT_EQ(0, r.buf.Skip(1));
-  r.buf.Init(nullptr, 4);
-  EXPECT_EQ(0, r.buf.GetLen());
-  EXPECT_THAT(log.Lines(), testing::ElementsAre("sxAsnReadBuf::PeekByte reached the end of buf",
-                                                "sxAsnReadBuf::GetByte reached the end of buf",
-                                                "sxAsnReadBuf::Back attempt to return 4 failed"));
-}
-
-TEST(sxAsnWriteBuf, FillsFromItsEnd) {
-  const LogCapture log;
-  Writer w(3);
-  const unsigned char seg[] = {7, 8, 9, 10};
-  EXPECT_EQ(1, w.buf.PutByte(1));
-  EXPECT_EQ(-1, w.buf.PutSeg(seg, 3));
-  EXPECT_TRUE(w.buf.Overflow());
-  EXPECT_EQ(1, w.buf.PutSeg(seg, 2));
-  EXPECT_EQ("070801", w.Hex());
-  EXPECT_EQ(-1, w.buf.PutByte(2));
-  EXPECT_THAT(log.Lines(), testing::ElementsAre("sxAsnWriteBuf::PutSeg reached the end of buf",
-                                                "sxAsnWriteBuf::PutByte reached the end of buf"));
-  w.buf.sortSets = 1;
-  w.buf.ReSet();
-  EXPECT_FALSE(w.buf.Overflow());
-  EXPECT_EQ(0, w.buf.sortSets);
-  EXPECT_EQ(0, w.buf.Written());
-
-  EXPECT_EQ(-1, w.buf.PutSeg(seg, -3));
-  w.buf.Unput(3);
-  EXPECT_EQ(0, w.buf.Written());
-  w.buf.Init(w.area.data() + 1, -1);
-  w.buf.ReSet();
-  EXPECT_EQ(-1, w.buf.PutByte(1));
-
-  w.buf.Init(nullptr, 0);   // measures
-  w.buf.ReSet();
-  EXPECT_EQ(1, w.buf.PutByte(1));
-  EXPECT_EQ(4, w.buf.PutSeg(seg, 4));
-  EXPECT_FALSE(w.buf.Overflow());
-}
-
-// What encode wrote, in an area that holds it and in one that is an octet too small.
+// What encode writes into an area that holds it; one that is an octet too small is refused.
 template <class Encode>
-void CheckWrites(const std::string &hex, const std::string &failure, Encode encode) {
-  const LogCapture log;
-  const int len = static_cast<int>(hex.size() / 2);
-  Writer w(8), tight(len > 0 ? len - 1 : 0);
-  EXPECT_EQ(len > 0 ? len : -1, encode(w.buf));
-  EXPECT_EQ(hex, w.Hex());
+std::string Written(Encode encode) {
+  Writer w(8);
+  const int len = encode(w.buf);
+  EXPECT_EQ(w.buf.Written() == 0 ? -1 : w.buf.Written(), len);
+  Writer tight(len > 0 ? len - 1 : 0);
   EXPECT_EQ(-1, encode(tight.buf));
-  EXPECT_TRUE(log.Has(failure)) << testing::PrintToString(log.Lines());
+  return w.Hex();
 }
 
-TEST(Tag, WritesAndReadsEveryLength) {
-  for (const CaseRow &row : CaseRows("asn1/tags.txt", 4)) {
-    SCOPED_TRACE(testing::PrintToString(row) + " " + row[1]);
-    const Octets kind = CaseOctets(row[0]), octets = CaseOctets(row[2]);
-    CheckWrites(row[2], "asn-tag BEncTag" + CaseText(row[3]),
-                [&](sxAsnWriteBuf &buf) { return BEncTag(buf, kind[0], kind[1], std::stoi(row[1])); });
-    if (octets.empty()) continue;
-    Reader r(row[2].c_str());
-    unsigned expected = 0;   // the octets, the first lowest
-    for (size_t i = octets.size(); i > 0; --i) expected = expected << 8 | octets[i - 1];
-    EXPECT_EQ(static_cast<int>(expected), BDecTag(r.buf, r.count));
-    EXPECT_EQ(LenOf(octets), r.count);
-  }
+// With what is read again: its octets as a number, the first lowest.
+std::string Tag(const Octets &kind, int code) {
+  const std::string hex = Written([&](sxAsnWriteBuf &buf) { return BEncTag(buf, kind[0], kind[1], code); });
+  Reader r(CaseOctets(hex));
+  unsigned number = 0;
+  for (size_t i = r.octets.size(); i > 0; --i) number = number << 8 | r.octets[i - 1];
+  EXPECT_TRUE(hex.empty() || (BDecTag(r.buf, r.count) == static_cast<int>(number) && r.count == LenOf(r.octets)));
+  return hex;
 }
 
-TEST(Tag, RefusesWhatHasNoEnd) {
-  const LogCapture log;
-  for (const char *hex : {"", "1f", "1f81", "1f8181", "1f81818101"}) {
-    Reader r(hex);
-    EXPECT_EQ(-1, BDecTag(r.buf, r.count)) << hex;
-  }
-  EXPECT_TRUE(log.Has("asn-tag BDecTag error tag value to long before  offset = 4"));
-}
-
-TEST(Length, Reads) {
-  for (const CaseRow &row : CaseRows("asn1/lengths.txt", 5, 4)) {
-    SCOPED_TRACE(testing::PrintToString(row));
-    const LogCapture log;
-    Reader r(row[1].c_str());
-    EXPECT_EQ(std::stol(row[2]), BDecLen(r.buf, r.count));
-    EXPECT_EQ(std::stoi(row[3]), r.count);
-    EXPECT_TRUE(row[4].empty() ? log.Lines().empty() : log.Has(row[4])) << testing::PrintToString(log.Lines());
-  }
-}
-
-TEST(Length, WritesTheFewestOctets) {
-  for (const CaseRow &row : CaseRows("asn1/shortestLengths.txt", 3)) {
-    SCOPED_TRACE(testing::PrintToString(row));
-    CheckWrites(row[1], CaseText(row[2]), [&](sxAsnWriteBuf &buf) { return BEncDefLen(buf, std::stoi(row[0])); });
-  }
-}
-
-TEST(EndOfContents, ReadsAndWrites) {
-  const LogCapture log;
-  Reader r("0000 0001 00");
-  EXPECT_EQ(1, BDecEoc(r.buf, r.count));
-  EXPECT_EQ(-1, BDecEoc(r.buf, r.count));
-  EXPECT_EQ(-1, BDecEoc(r.buf, r.count)) << "cut short";
-  EXPECT_EQ(2, r.count);
-  EXPECT_TRUE(log.Has("Non zero byte in EOC or end of data reached before offset = 4"));
-  EXPECT_EQ(1, BEoc(&r.octets[0]));
-  EXPECT_EQ(-1, BEoc(&r.octets[2]));
-  Writer w(3);
-  EXPECT_EQ(2, BEncEoc(w.buf));
-  EXPECT_EQ(1, BEncIndefLen(w.buf));
-  EXPECT_EQ("800000", w.Hex());
-  EXPECT_EQ(-1, BEncEoc(w.buf));
-  EXPECT_EQ(-1, BEncIndefLen(w.buf));
-  EXPECT_TRUE(log.Has("sxAsnLen failed to encoded Eoc "));
-  EXPECT_TRUE(log.Has("BEncIndefLen can't write to buffer"));
-}
-
-TEST(RawLen, MeasuresWithoutMoving) {
-  for (const CaseRow &row : CaseRows("asn1/rawLengths.txt", 4)) {
-    SCOPED_TRACE(testing::PrintToString(row));
-    Reader r(row[1].c_str());
-    const int len = RawLen(r.buf, std::stoi(row[2]));
-    EXPECT_EQ(std::stoi(row[3]), len);
-    EXPECT_TRUE(len < 0 || r.buf.GetOffset() == 0);
-  }
-}
-
-void AddTo(sxAsnBufSet *set, const char *hex) {
-  const Octets octets = CaseOctets(hex);
-  set->Scratch().PutSeg(octets.data(), LenOf(octets));
-  set->FinishBuf();
-}
-
-TEST(sxAsnBufSet, SortsByOctetsAndPrefixesFirst) {
-  sxAsnBufSet set(5, 4);
-  for (const char *hex : {"310141", "310140", "80", "3101", "310141"}) AddTo(&set, hex);
-  EXPECT_EQ(1, set.Scratch().sortSets);
-  Writer w(16);
-  EXPECT_EQ(12, set.Encode(w.buf));
-  EXPECT_EQ("3101" "310140" "310141" "310141" "80", w.Hex());
-}
-
-TEST(sxAsnBufSet, FailsWhenAnElementWasLost) {
-  const LogCapture log;
-  Writer w(16);
-  sxAsnBufSet full(1, 4);
-  AddTo(&full, "01");
-  AddTo(&full, "02");
-  EXPECT_EQ(-1, full.Encode(w.buf));
-  sxAsnBufSet narrow(2, 2);
-  AddTo(&narrow, "010203");
-  AddTo(&narrow, "01");
-  EXPECT_EQ(-1, narrow.Encode(w.buf));
-  EXPECT_TRUE(log.Has("sxAsnBufSet::Encoded writeError"));
-  sxAsnBufSet set(2, 4);
-  AddTo(&set, "0102");
-  Writer tight(1);
-  EXPECT_EQ(-1, set.Encode(tight.buf));
-  EXPECT_TRUE(log.Has("sxAsnBufSet::Encoded attempt to put segmant failed"));
+TEST(sxAsnBuf, DoesWhatTheStepsSay) {
+  Script()
+      .On("Reader", [](const Octets &octets) { return std::make_unique<Reader>(octets); })
+      .On("init", [](Reader &r, const unsigned char *octets, int len) { r.buf.Init(octets, len); })
+      .On("peek", [](Reader &r) { return r.buf.PeekByte(); })
+      .On("get", [](Reader &r) { return r.buf.GetByte(); })
+      .On("back", [](Reader &r, int n) { return r.buf.Back(n); })
+      .On("skip", [](Reader &r, int n) { return r.buf.Skip(n); })
+      .On("offset", [](Reader &r) { return r.buf.GetOffset(); })
+      .On("left", [](Reader &r) { return r.buf.GetLen(); })
+      .On("copyOut", [](Reader &r, int n) {
+        unsigned char copy[4] = {};
+        EXPECT_GE(4, n);
+        const int len = r.buf.CopyOut(copy, n);
+        return EncodeHex(copy, static_cast<size_t>(len));
+      })
+      .On("seg", [](Reader &r, int len) {
+        const unsigned char *const seg = r.buf.GetSeg(&len);
+        return EncodeHex(seg, static_cast<size_t>(len)) + " at " + std::to_string(seg - r.octets.data());
+      })
+      .On("decTag", [](Reader &r) { return BDecTag(r.buf, r.count); })
+      .On("decEoc", [](Reader &r) { return BDecEoc(r.buf, r.count); })
+      .On("count", [](Reader &r) { return r.count; })
+      .On("eocAt", [](Reader &r, size_t at) { return BEoc(&r.octets[at]); })
+      .On("length", [](const Octets &octets) {
+        Reader r(octets);
+        const int len = BDecLen(r.buf, r.count);
+        return r.And(len);
+      })
+      .On("rawLen", [](const Octets &octets, int toMarker) {
+        Reader r(octets);
+        const int len = RawLen(r.buf, toMarker);
+        EXPECT_TRUE(len < 0 || r.buf.GetOffset() == 0);
+        return len;
+      })
+      .On("Writer", [](int size) { return std::make_unique<Writer>(size); })
+      .On("initArea", [](Writer &w, int len) {
+        w.buf.Init(w.area.data() + 1, len);
+        w.buf.ReSet();
+      })
+      .On("initNone", [](Writer &w) {   // measures
+        w.buf.Init(nullptr, 0);
+        w.buf.ReSet();
+      })
+      .On("put", [](Writer &w, int octet) { return w.buf.PutByte(static_cast<unsigned char>(octet)); })
+      .On("putSeg", [](Writer &w, const unsigned char *octets, int len) { return w.buf.PutSeg(octets, len); })
+      .On("unput", [](Writer &w, int n) { w.buf.Unput(n); })
+      .On("hex", &Writer::Hex)
+      .On("overflow", [](Writer &w) { return w.buf.Overflow(); })
+      .On("sortSets", [](Writer &w) { return w.buf.sortSets; })
+      .On("setSort", [](Writer &w) { w.buf.sortSets = 1; })
+      .On("reset", [](Writer &w) { w.buf.ReSet(); })
+      .On("encEoc", [](Writer &w) { return BEncEoc(w.buf); })
+      .On("encIndefLen", [](Writer &w) { return BEncIndefLen(w.buf); })
+      .On("tag", Tag)
+      .On("defLen", [](int len) { return Written([len](sxAsnWriteBuf &buf) { return BEncDefLen(buf, len); }); })
+      .On("Set", [](int numElems, int size) { return std::make_unique<sxAsnBufSet>(numElems, size); })
+      .On("add", [](sxAsnBufSet &set, const Octets &octets) {
+        set.Scratch().PutSeg(octets.data(), LenOf(octets));
+        set.FinishBuf();
+      })
+      .On("scratchSorts", [](sxAsnBufSet &set) { return set.Scratch().sortSets; })
+      .On("encode", [](sxAsnBufSet &set, Writer &w) { return set.Encode(w.buf); })
+      .Run("asn1/sxAsnBuf.steps");
 }
 
 }  // namespace

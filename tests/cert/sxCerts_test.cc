@@ -1,50 +1,74 @@
 #include "kxcert/cert/sxCerts.h"
 
-#include <gtest/gtest.h>
-
 #include <ctime>
 
 #include "kxcert/cert/sxDN.h"
-#include "support/caseFile.h"
-#include "support/hexOctets.h"
+#include "support/script.h"
 #include "support/testPki.h"
 
 namespace {
 
-TEST(sxCerts, HolesStayAndAddGoesBehindTheTop) {
-  const TestCert a("CN=a", nullptr), b("CN=b", nullptr), c("CN=c", nullptr), d("CN=d", nullptr);
-  sxCerts certs(0);
-  EXPECT_EQ(0, certs.Slots());
-  EXPECT_EQ(-1, certs.Top());
-  for (const TestCert *cert : {&a, &b, &c}) certs.Add(cert->Ref());
-  EXPECT_EQ(10, certs.Slots());
-  EXPECT_EQ(3, certs.Count());
-  EXPECT_EQ(0, certs.Del(1));
-  EXPECT_EQ(2, certs.Count());
-  EXPECT_EQ(2, certs.Top());
-  EXPECT_EQ(nullptr, certs.Get(1));
-  certs.Add(d.Ref());
-  EXPECT_EQ(d.Get(), certs.Get(3));
-  EXPECT_EQ(nullptr, certs.Get(1));
-  EXPECT_EQ(0, certs.Del(3));
-  EXPECT_EQ(0, certs.Del(2));
-  EXPECT_EQ(0, certs.Top());  // holes at the top are no members
-  certs.Add(d.Ref());
-  EXPECT_EQ(d.Get(), certs.Get(1));
-  for (const int outside : {-1, 10}) {
-    EXPECT_EQ(-1, certs.Set(outside, a.Get()));  // not adopted
-    EXPECT_EQ(-1, certs.Del(outside));
-    EXPECT_EQ(nullptr, certs.Get(outside));
-  }
-  certs.Add(nullptr);
-  EXPECT_EQ(2, certs.Count());
-  certs.ClearAll();
-  EXPECT_EQ(0, certs.Count());
-  EXPECT_EQ(10, certs.Slots());
-  sxCerts full = SetOf({&a, &b});
-  full.Add(c.Ref());
-  EXPECT_EQ(12, full.Slots());
-  EXPECT_EQ(c.Get(), full.Get(2));
+Octets SequenceOf(const sxCerts &certs) {
+  Octets content;
+  for (const sxCert *cert : Members(certs)) content = Joined({content, cert == nullptr ? Octets() : DerOf(*cert)});
+  return Der(0x30, content);
+}
+
+// The last reference must go with the set, and none before; the leak checker sees both.
+TEST(sxCerts, DoesWhatTheStepsSay) {
+  std::vector<std::unique_ptr<TestCert>> made;
+  const auto decode = [](const Octets &octets) {
+    sxCerts *const certs = sxCerts_buf2Certs(octets.data(), LenOf(octets));
+    return std::unique_ptr<sxCerts, decltype(&sxCerts_Free)>(certs, sxCerts_Free);
+  };
+  Script()
+      .OnCopiesOf<sxCerts>()
+      .On("Cert", [&made](const char *subject) {
+        return made.emplace_back(std::make_unique<TestCert>(subject, nullptr))->Get();
+      })
+      .On("Set", [](int capacity) { return std::make_unique<sxCerts>(capacity); })
+      .On("slots", &sxCerts::Slots)
+      .On("count", &sxCerts::Count)
+      .On("top", &sxCerts::Top)
+      .On("get", &sxCerts::Get)
+      .On("add", [](sxCerts &certs, sxCert *cert) {
+        if (cert != nullptr) sxCert_Save(cert);
+        certs.Add(cert);
+      })
+      .On("set", [](sxCerts &certs, int at, sxCert *cert) {
+        sxCert_Save(cert);
+        const int rc = certs.Set(at, cert);
+        if (rc != 0) sxCert_Free(cert);   // not adopted
+        return rc;
+      })
+      .On("del", &sxCerts::Del)
+      .On("keep", [](sxCerts &certs, sxCert *cert) { certs.Keep(cert); })
+      .On("clearAll", &sxCerts::ClearAll)
+      .On("flatClearAll", [](sxCerts &certs) { sxCerts_ClearAll(&certs); })
+      .On("swap", [](sxCerts &certs, sxCerts &other) { certs.Swap(other); })
+      .On("ok", [](const sxCert &cert) { return cert.OK(); })
+      .On("save", [](sxCert *cert) { sxCert_Save(cert); })
+      .On("free", [](sxCert *cert) { sxCert_Free(cert); })
+      .On("equal", [](const sxCert &a, const sxCert &b) { return a == b; })
+      .On("bySubject", [](const sxCerts &certs, const char *name) { return certs.GetBySubjectDN(sxDN(name)); })
+      .On("byNoName", [](const sxCerts &certs) { return certs.GetBySubjectDN(sxDN()); })
+      .On("encode", [](sxCerts &certs, int room) {   // with so many octets more than it takes
+        Octets out(SequenceOf(certs).size() + 5, 0xEE);
+        const int len = sxCerts_2buf(&certs, out.data(), LenOf(out) - 5 + room);
+        if (len < 0) return std::string("-1");
+        out.resize(static_cast<size_t>(len));
+        return out == SequenceOf(certs) ? "all of it" : EncodeHex(out);
+      })
+      .On("encodeInto", [](sxCerts *certs, unsigned char octet) {
+        return sxCerts_2buf(certs, octet == 0 ? nullptr : &octet, 1);
+      })
+      .On("decode", decode)
+      .On("decodeOf", [decode](const sxCerts &certs) { return decode(SequenceOf(certs)); })
+      .On("decodeIndefinite", [decode](const sxCerts &certs) {
+        const Octets all = SequenceOf(certs);
+        return decode(Indefinite(0x30, Octets(all.begin() + 4, all.end())));
+      })
+      .Run("cert/sxCerts.steps");
 }
 
 // Looking for the top in each empty slot takes a minute.
@@ -58,73 +82,6 @@ TEST(sxCerts, ManyReservedSlotsFillInLittleTime) {
   for (int i = kNum; i-- > 1;) certs.Del(i);
   EXPECT_EQ(0, certs.Top());
   EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
-}
-
-// The last reference must go with the set, and none before; the leak checker sees both.
-TEST(sxCerts, AdoptsReferences) {
-  const TestCert a("CN=a", nullptr), b("CN=b", nullptr);
-  auto certs = std::make_unique<sxCerts>(1);
-  EXPECT_EQ(0, certs->Set(0, a.Ref()));
-  EXPECT_EQ(0, certs->Set(0, b.Ref()));  // drops the old one
-  sxCerts copy(*certs);
-  sxCerts assigned;
-  assigned = copy;
-  EXPECT_EQ(b.Get(), assigned.Get(0));
-  assigned = *&assigned;
-  certs.reset();
-  EXPECT_EQ(1, copy.Get(0)->OK());
-  sxCert_Save(copy.Get(0));
-  sxCert *kept = copy.Get(0);
-  copy.ClearAll();
-  EXPECT_EQ(kept, assigned.Get(0));
-  sxCert_Free(kept);
-  assigned.Swap(copy);
-  EXPECT_EQ(1, copy.Count());
-  EXPECT_EQ(0, assigned.Count());
-  copy.Keep(a.Get());
-  sxCerts(copy).Keep(b.Get());
-  sxCerts_ClearAll(&copy);
-  EXPECT_EQ(0, copy.Count());
-  copy.Keep(b.Get());
-}
-
-TEST(sxCerts, FindsBySubject) {
-  const TestCert a("O=x/CN=a", nullptr), again("O=X/CN=A", nullptr), b("CN=b", nullptr);
-  sxCerts certs = SetOf({&b, &a, &again});
-  certs.Del(0);
-  EXPECT_EQ(a.Get(), certs.GetBySubjectDN(sxDN("cn= A ,o=x")));
-  EXPECT_EQ(nullptr, certs.GetBySubjectDN(sxDN("CN=b")));
-  EXPECT_EQ(nullptr, certs.GetBySubjectDN(sxDN()));
-}
-
-TEST(sxCerts, GoesIntoOctetsAndBack) {
-  const TestCert a("CN=a", nullptr), b("CN=b", nullptr, CaOptions());
-  sxCerts certs = SetOf({&a, &b});
-  const Octets expected = Der(0x30, {DerOf(*a.Get()), DerOf(*b.Get())});
-  Octets out(expected.size() + 5, 0xEE);
-  ASSERT_EQ(LenOf(expected), sxCerts_2buf(&certs, out.data(), LenOf(out)));
-  EXPECT_EQ(expected, Octets(out.begin(), out.begin() + LenOf(expected)));
-  ASSERT_EQ(LenOf(expected), sxCerts_2buf(&certs, out.data(), LenOf(expected)));
-  EXPECT_EQ(-1, sxCerts_2buf(&certs, out.data(), LenOf(expected) - 1));
-  EXPECT_EQ(-1, sxCerts_2buf(nullptr, out.data(), LenOf(out)));
-  EXPECT_EQ(-1, sxCerts_2buf(&certs, nullptr, LenOf(out)));
-
-  for (const Octets &octets : {expected, Indefinite(0x30, Joined({DerOf(*a.Get()), DerOf(*b.Get())}))}) {
-    sxCerts *back = sxCerts_buf2Certs(octets.data(), LenOf(octets));
-    ASSERT_NE(nullptr, back);
-    EXPECT_EQ(2, back->Slots());
-    ASSERT_EQ(2, back->Count());
-    EXPECT_EQ(1, *back->Get(0) == *a.Get());
-    EXPECT_EQ(1, *back->Get(1) == *b.Get());
-    sxCerts_Free(back);
-  }
-
-  certs.Del(0);  // the first hole ends the sequence
-  ASSERT_EQ(2, sxCerts_2buf(&certs, out.data(), LenOf(out)));
-  sxCerts *none = sxCerts_buf2Certs(out.data(), 2);
-  ASSERT_NE(nullptr, none);
-  EXPECT_EQ(0, none->Slots());
-  sxCerts_Free(none);
 }
 
 TEST(sxCerts, RefusesWhatIsNoSequenceOfCertificates) {

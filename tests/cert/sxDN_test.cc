@@ -8,11 +8,9 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/platform/log.h"
-#include "support/caseFile.h"
-#include "support/logCapture.h"
 #include "support/onThreads.h"
 #include "support/scopedEnv.h"
-#include "support/tempDir.h"
+#include "support/script.h"
 
 namespace {
 
@@ -34,28 +32,36 @@ TEST(sxDN, EncodesUpTo4096Octets) {
   EXPECT_EQ(4076U + 3, TextOf(named(4076)).size());
 }
 
-TEST(sxDN, CopiesShareNothing) {
-  auto first = std::make_unique<sxDN>("CN=a,O=b");
-  const char *text = first->GetStr();
-  EXPECT_EQ(text, first->GetStr());  // computed once
-  sxDN copy(*first), assigned;
-  assigned = copy;
-  first.reset();
-  EXPECT_EQ("CN=a,O=b", TextOf(copy));
-  EXPECT_EQ(1, copy.RemoveCN());
-  EXPECT_EQ("O=b", TextOf(copy));
-  assigned = *&assigned;
-  EXPECT_EQ("CN=a,O=b", TextOf(assigned));
-  EXPECT_EQ(-1, assigned.Set(sxDN()));
-  EXPECT_EQ("(null)", TextOf(assigned));
-  EXPECT_EQ(0, assigned.Set(copy));
-  EXPECT_EQ("O=b", TextOf(assigned));
-  int whole = 0;
-  sxDN dn("CN=a,O=b");
-  EXPECT_EQ(1, dn.RemoveSubDN(sxDN("O=b"), dn, whole));  // the result may replace the name
-  EXPECT_EQ("CN=a", TextOf(dn));
-  const sxDN unsorted("OU=b+CN=a");   // an RDN is sorted in its encoding only
-  EXPECT_EQ("OU=b+CN=a", TextOf(sxDN(unsorted.GetName())));
+TEST(sxDN, DoesWhatTheStepsSay) {
+  Script()
+      .OnCopiesOf<sxDN>()
+      .On("Dn", [](const char *text) { return sxDN(text); })
+      .On("None", [] { return sxDN(); })
+      .On("OfTree", [](const sxDN &dn) { return sxDN(dn.GetName()); })
+      .On("set", [](sxDN &dn, const sxDN &other) { return dn.Set(other); })
+      .On("text", TextOf)
+      .On("textIsKept", [](const sxDN &dn) { return dn.GetStr() == dn.GetStr(); })
+      .On("hasHash", [](const sxDN &dn) { return dn.Hash() != 0; })
+      .On("isSub", [](const sxDN &dn, const sxDN &of) { return dn.IsSub(of); })
+      .On("removeCN", &sxDN::RemoveCN)
+      .On("removeSub", [](sxDN &dn, const sxDN &sub, sxDN &out) {
+        int whole = 0;
+        return dn.RemoveSubDN(sub, out, whole);
+      })
+      .On("flatDecode", [](const unsigned char *der, int len) {
+        return std::unique_ptr<sxDN, decltype(&sxDN_Free)>(sxDN_DER_Decode(der, len), sxDN_Free);
+      })
+      .On("flatText", [](sxDN &dn) { return sxDN_GetStr(&dn); })
+      .On("hasValueOf", [](const char *text) {
+        return std::unique_ptr<sxASN_AttributeValue>(sxStr2AttrVal(sxASN_id_dc, text)) != nullptr;
+      })
+      .On("keyword", [](const char *text) {   // dotted
+        const std::unique_ptr<sxAsnOid> oid(sxDN_Str2OID(text));
+        char dotted[64] = "none";
+        if (oid != nullptr) oid->GetStr(dotted, sizeof dotted);
+        return std::string(dotted);
+      })
+      .Run("cert/sxDN.steps");
 }
 
 // Removing one by one from a tree, or comparing each with each, would take minutes here. Every second one
@@ -97,26 +103,6 @@ TEST(sxDN, RefusesEveryPrefix) {
   }
   EXPECT_EQ(nullptr, sxDN(nullptr, 5).GetName());
   EXPECT_EQ(nullptr, sxDN(good.data(), -1).GetName());
-}
-
-TEST(sxDN, FlatFunctionsHandOver) {
-  const Octets der = CaseOctets("30{31{30{06{550403}0C{\"a\"}}}}");
-  sxDN *dn = sxDN_DER_Decode(der.data(), LenOf(der));
-  EXPECT_STREQ("CN=a", sxDN_GetStr(dn));
-  sxDN_Free(dn);
-  LogCapture log;
-  EXPECT_EQ(nullptr, sxDN_DER_Decode(nullptr, 1));
-  EXPECT_EQ(nullptr, sxDN_DER_Decode(der.data(), 0));
-  EXPECT_TRUE(log.Lines().empty());
-  EXPECT_EQ(nullptr, sxDN_DER_Decode(der.data(), LenOf(der) - 1));
-  EXPECT_TRUE(log.Has("sxDN_DER_Decode: error decoding DN"));
-  EXPECT_FALSE(sxDN().IsSub(sxDN("")));
-  EXPECT_EQ(0U, sxDN().Hash());
-  EXPECT_NE(0U, sxDN("").Hash());
-  EXPECT_EQ(nullptr, sxStr2AttrVal(sxASN_id_dc, nullptr));
-  EXPECT_EQ(nullptr, sxDN_Str2OID(nullptr));
-  EXPECT_EQ(nullptr, sxDN_Str2OID(""));
-  EXPECT_TRUE(std::unique_ptr<sxAsnOid>(sxDN_Str2OID("EMAIL"))->OidEquiv(sxASN_emailAddress));
 }
 
 TEST(sxDN, TokenizerGivesOneRdnAndTheRest) {

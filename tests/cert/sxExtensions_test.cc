@@ -1,8 +1,5 @@
 #include "kxcert/cert/sxExtensions.h"
 
-#include <gmock/gmock.h>
-
-#include "support/rows.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
@@ -12,8 +9,7 @@
 #include "support/asnHex.h"
 #include "support/hexOctets.h"
 #include "support/printed.h"
-
-using testing::ElementsAre;
+#include "support/script.h"
 
 namespace {
 
@@ -232,80 +228,66 @@ TEST(sxExtensionsList, ParsesUntilACriticalOneIsNotUnderstood) {
   EXPECT_EQ("", Sprinted(list, 1));
   const LogCapture log;
   list.Herror();
-  EXPECT_THAT(log.Lines(), ElementsAre());
+  EXPECT_EQ("", Joined(log));
 }
 
-TEST(sxExtensionsList, FindsByValueTheFirst) {
-  sxExtensionsList list;
-  list.Add(&sxASN_id_ce_keyUsage, 0, new sxKeyUsage(1));
-  list.Add(&sxASN_id_ce_keyUsage, 1, new sxKeyUsage(2));
-  list.Add(nullptr, 1, new sxKeyUsage(3));   // destroyed
-  const sxAsnOid equal(sxASN_id_ce_keyUsage);
-  EXPECT_EQ(list.First()->ext, list.Find(&equal));
-  EXPECT_EQ(0, list.IsCritical(&equal));
-  EXPECT_EQ(nullptr, list.Find(&sxASN_id_ce_basicConstraints));
-  EXPECT_EQ(nullptr, list.Find(nullptr));
-  EXPECT_EQ(0, list.IsCritical(&sxASN_id_ce_basicConstraints));
-  EXPECT_EQ(" Key Usage Key Usage!", Names(list));
+// To be handed over.
+sxExtension *ExtensionOf(const std::string &word) {
+  if (word == "none") return nullptr;
+  if (word == "CA") return new sxBasicConstraint(true, 0);
+  if (word == "noCA") return new sxBasicConstraint(false, -1);
+  if (word == "purposes") return new sxExtKeyUsage;
+  if (word == "points") return new sxExtGN(kExtNameDistPoints, sxGeneralNames());
+  return new sxKeyUsage(static_cast<unsigned>(std::stoul(word)));
 }
 
-TEST(sxExtensionsList, CopiesAreDeepAlsoOfItself) {
-  sxExtensionsList copy;
-  {
-    sxExtensionsList list;
-    list.Add(&sxASN_id_ce_keyUsage, 1, new sxKeyUsage(1));
-    list.Add(&sxASN_id_ce_basicConstraints, 0, nullptr);
-    copy.Add(&sxASN_id_ce_extKeyUsage, 0, new sxExtKeyUsage);
-    copy.Set(list);
-    EXPECT_NE(list.First()->ext, copy.First()->ext);
-  }
-  EXPECT_EQ(" Key Usage! none", Names(copy));
-  copy.Add(copy);
-  copy = *&copy;
-  EXPECT_EQ(" Key Usage! none Key Usage! none", Names(copy));
-}
-
-TEST(sxExtensionsList, ComposesAllOrNothing) {
-  sxASN_Extensions *out = nullptr;
-  sxExtensionsList list;
-  EXPECT_EQ(0, list.Compose(Get_ExtComposerTable(), &out));
-  EXPECT_EQ(nullptr, out);
-  list.Add(&sxASN_id_ce_basicConstraints, 1, new sxBasicConstraint(false, -1));
-  ASSERT_EQ(0, list.Compose(Get_ExtComposerTable(), &out));
-  std::unique_ptr<sxASN_Extensions> composed(out);
-  EXPECT_EQ("3011300f0603551d130101ff04053003010100", EncodeHex(*composed));
-
-  const struct { const char *what; const sxAsnOid *oid; sxExtension *ext; std::string kind; } kCases[] = {
-      {"no row", &sxASN_id_ce_certificatePolicies, new sxKeyUsage(1), ""},
-      {"no object", &sxASN_id_ce_keyUsage, nullptr, ""},
-      {"another kind", &sxASN_id_ce_keyUsage, new sxBasicConstraint(true, 0), " of type: Basic Constraint"},
-      {"names of the other kind", &sxASN_id_ce_subjectAltName, new sxExtGN(kExtNameDistPoints, sxGeneralNames()),
-       " of type: CRL distribution Points"},
-  };
-  for (const auto &c : kCases) {
-    SCOPED_TRACE(c.what);
-    sxExtensionsList worse(list);
-    worse.Add(c.oid, 0, c.ext);
-    out = composed.get();
-    LogCapture log;
-    EXPECT_EQ(-1, worse.Compose(Get_ExtComposerTable(), &out));
+// "-" when it fails, which leaves no list.
+std::string ComposedBy(const sxExtensionsList &list, const sxExtComposer *table) {
+  sxASN_Extensions before, *out = &before;
+  if (list.Compose(table, &out) != 0) {
     EXPECT_EQ(nullptr, out);
-    EXPECT_THAT(log.Lines(), ElementsAre("sxExtensionsList::Compose: can't compose extension" + c.kind));
+    return "-";
   }
-  EXPECT_EQ(-1, list.Compose(nullptr, &out));
-  EXPECT_EQ(-1, list.Compose(Get_ExtComposerTable(), nullptr));
+  const std::unique_ptr<sxASN_Extensions> composed(out);
+  return out == nullptr ? "nothing" : EncodeHex(*out);
 }
 
-TEST(sxExtensionsList, FlatFunctionsRefuseNull) {
-  sxExtensionsList *list = sxExtensionsList_New();
-  const std::unique_ptr<sxExtension> ext(new sxKeyUsage(1));   // not taken by the refusals
-  EXPECT_EQ(-1, sxExtensionsList_Add(nullptr, &sxASN_id_ce_keyUsage, 0, ext.get()));
-  EXPECT_EQ(-1, sxExtensionsList_Add(list, nullptr, 0, ext.get()));
-  EXPECT_EQ(-1, sxExtensionsList_Add(list, &sxASN_id_ce_keyUsage, 0, nullptr));
-  EXPECT_EQ(nullptr, list->First());
-  EXPECT_EQ(0, sxExtensionsList_Add(list, &sxASN_id_ce_keyUsage, 0, new sxKeyUsage(1)));
-  EXPECT_NE(nullptr, list->First());
-  sxExtensionsList_Delete(list);
+TEST(sxExtensionsList, DoesWhatTheStepsSay) {
+  using List = sxExtensionsList;
+  const auto oidOf = [](const std::string &kind) -> const sxAsnOid * {
+    if (kind == "certificatePolicies") return &sxASN_id_ce_certificatePolicies;
+    return kind == "null" ? nullptr : kKinds.at(kind);
+  };
+  Script()
+      .OnCopiesOf<List>()
+      .On("List", [] { return List(); })
+      .On("add", [oidOf](List &list, const std::string &kind, int critical, const std::string &ext) {
+        list.Add(oidOf(kind), critical, ExtensionOf(ext));
+      })
+      .On("addAll", [](List &list, const List &other) { list.Add(other); })
+      .On("set", [](List &list, const List &other) { list.Set(other); })
+      .On("first", [](const List &list) { return list.First()->ext; })
+      .On("find", [oidOf](const List &list, const std::string &kind) {   // by value
+        const sxAsnOid *const oid = oidOf(kind);
+        return list.Find(oid == nullptr ? nullptr : std::make_unique<sxAsnOid>(*oid).get());
+      })
+      .On("isCritical", [oidOf](const List &list, const std::string &kind) {
+        return list.IsCritical(std::make_unique<sxAsnOid>(*oidOf(kind)).get());
+      })
+      .On("names", Names)
+      .On("compose", [](const List &list) { return ComposedBy(list, Get_ExtComposerTable()); })
+      .On("composeByNoTable", [](const List &list) { return ComposedBy(list, nullptr); })
+      .On("composeNowhere", [](const List &list) { return list.Compose(Get_ExtComposerTable(), nullptr); })
+      .On("FlatList", [] {
+        return std::unique_ptr<List, void (*)(List *)>(sxExtensionsList_New(), sxExtensionsList_Delete);
+      })
+      .On("flatAdd", [oidOf](List *list, const std::string &kind, const std::string &ext) {
+        std::unique_ptr<sxExtension> added(ExtensionOf(ext));   // not taken when it is refused
+        const int rc = sxExtensionsList_Add(list, oidOf(kind), 0, added.get());
+        if (rc == 0) static_cast<void>(added.release());
+        return rc;
+      })
+      .Run("cert/sxExtensionsList.steps");
 }
 
 // Every kind at once, as another implementation writes it, comes back octet by octet.

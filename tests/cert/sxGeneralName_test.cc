@@ -1,18 +1,14 @@
 // General names, lists of them, and lists of names.
 #include "kxcert/cert/sxGeneralName.h"
 
-#include <gmock/gmock.h>
-
 #include <ctime>
 
-#include "support/rows.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"
 #include "support/asnHex.h"
 #include "support/printed.h"
-
-using testing::ElementsAre;
+#include "support/script.h"
 
 namespace {
 
@@ -29,13 +25,24 @@ std::string StrOf(const sxGeneralName &name) {
   const sxString text = name.GetStr();
   return {text.getstr(), static_cast<size_t>(text.length())};
 }
-sxGeneralNames DnsNames(const std::vector<const char *> &texts) {
+sxGeneralNames DnsNames(const std::vector<std::string> &texts) {
   sxGeneralNames names;
-  for (const char *text : texts) {
+  for (const std::string &text : texts) {
     const sxGeneralName name = Named(sxGN_dns, text);
     names.Add(&name);
   }
   return names;
+}
+
+// What a list encodes to; also when only measured, and not into an octet less.
+template <class List>
+Octets DerOfList(const List &list) {
+  Octets der(200);
+  const int len = list.DerEncode(der.data(), LenOf(der));
+  EXPECT_EQ(len, list.DerEncode(nullptr, 0));
+  EXPECT_EQ(-1, list.DerEncode(der.data(), len - 1));
+  der.resize(static_cast<size_t>(len < 0 ? 0 : len));
+  return der;
 }
 
 // What there is of it is its line without the label; and its encoding comes back in a list.
@@ -43,19 +50,14 @@ std::string Read(const CaseRow &row) {
   const sxGeneralName name = FromDer(row[1]);
   sxGeneralNames names;
   names.Add(&name);
-  Octets der(100);
-  const int derLen = names.DerEncode(der.data(), LenOf(der));
   const std::string line = Sprinted(name, 0);
   name.Sprint(nullptr, 0);
   EXPECT_EQ("\t\t" + line, Sprinted(name, 2));
   if (name.GetType() < 0) {
-    EXPECT_EQ(-1, derLen);
+    EXPECT_EQ(-1, names.DerEncode(nullptr, 0));
     EXPECT_EQ("", StrOf(name));
   } else {
-    EXPECT_EQ(derLen, names.DerEncode(nullptr, 0));
-    EXPECT_EQ(-1, names.DerEncode(der.data(), derLen - 1));
-    der.resize(static_cast<size_t>(derLen));
-    EXPECT_EQ(CaseOctets("30{" + row[1] + "}"), der);
+    EXPECT_EQ(CaseOctets("30{" + row[1] + "}"), DerOfList(names));
     const bool isPlain = StrOf(name).find('\n') == std::string::npos;
     EXPECT_TRUE(!isPlain || line.ends_with(": " + StrOf(name) + "\n")) << StrOf(name);
   }
@@ -71,16 +73,69 @@ TEST(sxGeneralName, ReadsComparesAndPrints) {
          return std::to_string(a.Equal(&b));
        }},
   });
-  const sxGeneralName host = Named(sxGN_dns, "host");
-  const sxGeneralName withNul = Named(sxGN_dns, std::string("host\0", 5));
-  EXPECT_FALSE(host.Equal(nullptr));
-  EXPECT_FALSE(host.Equal(&withNul));
-  // Other names want the same OID object.
-  const sxAsnOid ownOid(sxASN_id_principalName), unknown({1, 2, 3, 4});
-  const sxGeneralName one = Other(sxASN_id_principalName, "u@x"), equalOid = Other(ownOid, "u@x");
-  EXPECT_FALSE(one.Equal(&equalOid));
-  EXPECT_EQ(&sxASN_id_principalName, FromDer("a0{06{2b060104018237140203} a0{0c{\"u\"}}}").GetOtherOid());
-  EXPECT_EQ("Other Name: OID.1.2.3.4: u\n", Sprinted(Other(unknown, "u"), 0));
+}
+
+// All that print a list.
+template <class List>
+Script &OnPrintsOf(Script &script, const std::string &ofWhat) {
+  return script
+      .On("print" + ofWhat, [](const List &list, const char *title, int indent) {
+        list.Sprint(nullptr, title, indent);
+        return OnOneLine(Fprinted(list, title, indent));
+      })
+      .On("herror" + ofWhat, [](const List &list, const char *title) { list.Herror(title); });
+}
+
+TEST(sxGeneralNames, DoWhatTheStepsSay) {
+  using Name = sxGeneralName;
+  using Names = sxGeneralNames;
+  Script script;
+  OnPrintsOf<Names>(script, "");
+  OnPrintsOf<sxDNList>(script, "Dns")
+      .OnCopiesOf<Name>()
+      .On("Oid", [](const char *dotted) { return OidOf(dotted); })
+      .On("principalOid", [] { return &sxASN_id_principalName; })
+      .On("Dn", [](const char *text) { return sxDN(text); })
+      .On("NoDn", [] { return sxDN(); })
+      .On("None", [] { return Name(); })
+      .On("Name", Named)
+      .On("OfLen", [](sxGNtype type, const char *text, int len) { return Name(type, text, len); })
+      .On("Other", [](const sxAsnOid *oid, const std::string &text) {
+        return Name(oid, text.data(), static_cast<int>(text.size()));
+      })
+      .On("OfDn", [](const sxDN *dn) { return Name(dn); })
+      .On("OfIp", [](unsigned long ip) { return Name(ip); })
+      .On("Read", [](const std::string &notation) { return FromDer(notation); })
+      .On("type", &Name::GetType)
+      .On("text", StrOf)
+      .On("line", [](const Name &name) { return OnOneLine(Sprinted(name, 0)); })
+      .On("equal", &Name::Equal)
+      .On("dn", &Name::GetDN)
+      .On("ip", &Name::GetIP)
+      .On("hasIp6", [](const Name &name) { return name.GetIP6() != nullptr; })
+      .On("firstOfIp", [](const Name &name) { return int{name.GetIPAddr()->octets[0]}; })
+      .On("otherOid", &Name::GetOtherOid)
+      .On("Names", DnsNames)
+      .On("add", &Names::Add)
+      .On("addMissing", [](Names &names, const Names &more) { names.Add_IfNotExist(&more); })
+      .On("count", &Names::Count)
+      .On("get", &Names::Get)
+      .On("match", [](const Names &names, const Name *name) { return names.Match(name); })
+      .On("matchAny", [](const Names &names, const Names &others) { return names.Match(others); })
+      .On("first", [](const Names &names, sxGNtype type) { return names.GetFirstOfType(type); })
+      .On("firstOther", &Names::GetFirstOfType)
+      .On("Dns", [] { return sxDNList(); })
+      .On("addDn", &sxDNList::Add)
+      .On("countDns", &sxDNList::Count)
+      .On("getDn", &sxDNList::Get)
+      .On("equalDns", [](const sxDN &a, const sxDN &b) { return a.Equal(b); })
+      .On("recode", [](sxDNList &to, const sxDNList &from) {   // shorter prefixes leave it as it was
+        const Octets der = DerOfList(from);
+        EXPECT_EQ(0, to.DerDecode(der.data(), LenOf(der)));
+        for (int len = -1; len < LenOf(der); ++len) EXPECT_EQ(-1, to.DerDecode(der.data(), len)) << len;
+      })
+      .On("measure", [](const sxDNList &list) { return list.DerEncode(nullptr, 0); })
+      .Run("cert/general-names.steps");
 }
 
 TEST(sxGeneralName, ConstructorsAcceptTheirKindsAlone) {
@@ -88,18 +143,6 @@ TEST(sxGeneralName, ConstructorsAcceptTheirKindsAlone) {
     const bool isText = kind == 1 || kind == 2 || kind == 6;
     EXPECT_EQ(isText ? kind : -1, Named(static_cast<sxGNtype>(kind), "x").GetType()) << kind;
   }
-  const sxDN noName;
-  const sxGeneralName none[] = {{}, {sxGN_dns, nullptr, 1}, {sxGN_dns, "x", -1},
-                                {static_cast<const sxAsnOid *>(nullptr), "x", 1},
-                                sxGeneralName(static_cast<const sxDN *>(nullptr)), sxGeneralName(&noName)};
-  for (const sxGeneralName &name : none) EXPECT_EQ(-1, name.GetType());
-  EXPECT_EQ("host", StrOf(sxGeneralName(sxGN_dns, "hostname", 4)));
-  const sxGeneralName address(0xC0000201UL);   // read from its high octet
-  EXPECT_EQ("192.0.2.1", StrOf(address));
-  EXPECT_EQ(0xC0000201UL, address.GetIP());
-  ASSERT_NE(nullptr, address.GetIPAddr());
-  EXPECT_EQ(192, address.GetIPAddr()->octets[0]);
-  EXPECT_EQ(nullptr, address.GetIP6());
 }
 
 TEST(sxGeneralName, OtherNameTextIsCutAt1255) {
@@ -110,37 +153,8 @@ TEST(sxGeneralName, OtherNameTextIsCutAt1255) {
   }
 }
 
-TEST(sxGeneralName, CopiesShareNothing) {
-  const sxDN dn("CN=a");
-  sxGeneralName copy;
-  {
-    const sxGeneralName original(&dn);
-    copy = original;
-    EXPECT_NE(original.GetDN(), copy.GetDN());
-  }
-  copy = *&copy;
-  EXPECT_EQ("CN=a", StrOf(copy));
-}
-
-TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
-  sxGeneralNames names = DnsNames({"a", "b"});
-  const sxGeneralName *first = names.Get(0);
-  names.Add(nullptr);
-  names.Add(names.Get(0));
-  EXPECT_EQ(3, names.Count());
-  const sxGeneralNames more = DnsNames({"b", "c", "c", "A"});
-  names.Add_IfNotExist(&more);
-  EXPECT_EQ(5, names.Count());
-  EXPECT_EQ(first, names.Get(0));   // what was lent stays where it is
-  for (const int outside : {-1, 5}) EXPECT_EQ(nullptr, names.Get(outside));
-
-  sxGeneralNames itself = DnsNames({"a"});
-  const sxGeneralName equalsNothing;
-  itself.Add(&equalsNothing);
-  itself.Add_IfNotExist(&itself);   // ends
-  EXPECT_EQ(3, itself.Count());
-
-  // Names of every kind that has equals, twice; many of them, as comparing each with each takes minutes.
+// Names of every kind that has equals, twice; many of them, as comparing each with each takes minutes.
+TEST(sxGeneralNames, ManyAreAddedInLittleTime) {
   const sxAsnOid oid({1, 2, 3});
   sxGeneralNames all;
   const std::clock_t start = std::clock();
@@ -155,67 +169,6 @@ TEST(sxGeneralNames, AddsCopiesOnlyOnceWhenAsked) {
   }
   EXPECT_EQ(20000, all.Count());
   EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
-}
-
-TEST(sxGeneralNames, MatchesAnyWithAnyAndFindsTheFirstOfAKind) {
-  sxGeneralNames names = DnsNames({"a", "b"});
-  const sxGeneralName b = Named(sxGN_dns, "b"), c = Named(sxGN_dns, "c");
-  EXPECT_EQ(1, names.Match(&b));
-  EXPECT_EQ(0, names.Match(&c));
-  EXPECT_EQ(1, names.Match(DnsNames({"c", "b"})));
-  EXPECT_EQ(0, names.Match(DnsNames({"c"})));
-  EXPECT_EQ(0, names.Match(sxGeneralNames()));
-  EXPECT_EQ(0, sxGeneralNames().Match(names));
-
-  const sxAsnOid otherOid({1, 2, 3}), principalOid(sxASN_id_principalName);   // equal by value, another object
-  const sxGeneralName other = Other(otherOid, "o"), principal = Other(sxASN_id_principalName, "p");
-  names.Add(&other);
-  names.Add(&principal);
-  EXPECT_EQ(names.Get(0), names.GetFirstOfType(sxGN_dns));
-  EXPECT_EQ(names.Get(3), names.GetFirstOfType(sxGN_other, &principalOid));
-  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_other, nullptr));
-  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_other, &sxASN_id_ad_ocsp));
-  EXPECT_EQ(nullptr, names.GetFirstOfType(sxGN_uri));
-}
-
-TEST(sxGeneralNames, PrintsTitleAndNamesAtOneIndent) {
-  const sxGeneralNames names = DnsNames({"a", "b"}), empty;
-  EXPECT_EQ("\tNames:\n\tDNS: a\n\tDNS: b\n", Fprinted(names, "Names", 1));
-  EXPECT_EQ("DNS: a\nDNS: b\n", Fprinted(names, nullptr, 0));
-  EXPECT_EQ("", Fprinted(empty, "Names", 1));
-  names.Sprint(nullptr, "Names", 1);
-  EXPECT_EQ("", Fprinted(sxDNList(), "Names", 1));
-  LogCapture log;
-  empty.Herror("Names");
-  sxDNList().Herror("Names");
-  names.Herror("Names");
-  EXPECT_THAT(log.Lines(), ElementsAre("Names:\nDNS: a\nDNS: b\n"));
-}
-
-TEST(sxDNList, EncodesDecodesAndPrints) {
-  sxDNList list;
-  const sxDN first("CN=a,C=DE"), second("O=b"), noName;
-  for (const sxDN *dn : {&first, static_cast<const sxDN *>(nullptr), &second}) list.Add(dn);
-  unsigned char der[200];
-  const int derLen = list.DerEncode(der, sizeof der);
-  ASSERT_LT(0, derLen);
-  EXPECT_EQ(derLen, list.DerEncode(nullptr, 0));
-  EXPECT_EQ(-1, list.DerEncode(der, derLen - 1));
-  sxDNList decoded;
-  ASSERT_EQ(0, decoded.DerDecode(der, derLen));
-  ASSERT_EQ(2, decoded.Count());
-  EXPECT_TRUE(decoded.Get(0)->Equal(first) && decoded.Get(1)->Equal(second));
-  EXPECT_EQ(nullptr, decoded.Get(2));
-  EXPECT_EQ("\tDNs:\n\tCN=a,C=DE\n\tO=b\n", Fprinted(decoded, "DNs", 1));
-  EXPECT_EQ("CN=a,C=DE\nO=b\n", Fprinted(decoded, nullptr, 0));
-  decoded.Sprint(nullptr, "DNs", 1);
-  LogCapture log;
-  decoded.Herror("DNs");
-  EXPECT_THAT(log.Lines(), ElementsAre("DNs:", "CN=a,C=DE", "O=b"));
-  for (int len = -1; len < derLen; ++len) EXPECT_EQ(-1, decoded.DerDecode(der, len)) << len;
-  EXPECT_EQ(2, decoded.Count());   // as it was
-  list.Add(&noName);
-  EXPECT_EQ(-1, list.DerEncode(nullptr, 0));
 }
 
 }  // namespace

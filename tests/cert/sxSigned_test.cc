@@ -1,21 +1,16 @@
 // Signatures of certificates, and the memory of those that verified.
 #include "kxcert/cert/sxSigned.h"
 
-#include <gmock/gmock.h>
-
 #include "cert/signatureMemory.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/signatureCache.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/keys/sxPubKey.h"
-#include "support/caseFile.h"
-#include "support/logCapture.h"
 #include "support/onThreads.h"
+#include "support/script.h"
 #include "support/testPki.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 constexpr uint32_t kDefaultSize = 8192;
 
@@ -69,24 +64,6 @@ TEST_F(sxSignedTest, VerifiesEveryDigestWithEveryKey) {
   }
 }
 
-TEST_F(sxSignedTest, SaysWhyItCannotVerify) {
-  LogCapture log;
-  const TestCert made("CN=a", nullptr);
-  sxPubKey *const key = made.Get()->PubKey();
-  const CertRef unknown =
-      Decoded(Replaced(DerOf(*made.Get()), CaseOctets("06{2a8648ce3d040302}"), CaseOctets("06{2a03}")));
-  ASSERT_NE(nullptr, unknown);
-  EXPECT_EQ(kKeyNotImplemented, unknown->VerifySig(key));
-  EXPECT_TRUE(log.Has(
-      "sxSigned_imp::VerifySig: signature algorithm does not fit the key (digest 3, family -1, key 3)"));
-  EXPECT_EQ(kKeyNotUsable, made.Get()->VerifySig(nullptr));
-  sxPubKey unusable(nullptr);
-  EXPECT_EQ(kKeyNotUsable, made.Get()->VerifySig(&unusable));
-  EXPECT_EQ(kKeyNotUsable, sxCert(nullptr, 0).VerifySig(key));
-  const unsigned char octets[] = {0x30, 0x00};
-  EXPECT_EQ(kKeyBadInput, sxCert(octets, sizeof octets).VerifySig(key));
-}
-
 // Cut in segments in any way the octets of a signature are the same, those of the certificate are not.
 TEST_F(sxSignedTest, RefusesASignatureInSegments) {
   const TestCert made("CN=a", nullptr);
@@ -113,52 +90,45 @@ TEST_F(sxSignedTest, RefusesASignatureInSegments) {
   }
 }
 
-TEST_F(sxSignedTest, KeepsItsErrorAndItsExtension) {
-  sxCert cert(nullptr, 0);
-  cert.SetError("other");
-  EXPECT_STREQ("other", cert.Error().getstr());
-  const sxAsnOid oid({1, 2, 3});
-  cert.SetUnhandledExt(&oid);
-  ASSERT_NE(nullptr, cert.UnhandledCritExt());
-  EXPECT_NE(&oid, cert.UnhandledCritExt());   // a copy
-  EXPECT_TRUE(cert.UnhandledCritExt()->OidEquiv(oid));
-  cert.SetUnhandledExt(nullptr);
-  EXPECT_EQ(nullptr, cert.UnhandledCritExt());
-}
-
-TEST_F(sxSignedTest, RemembersSuccessesOnly) {
-  const TestCert a("CN=a", nullptr), b("CN=a", nullptr);
-  const sxCert &cert = *a.Get();
-  // Hits and misses since now, and entries.
-  const auto counts = [start = sxSignatureCache_Stats()] {
-    const sxSignatureCacheStats now = sxSignatureCache_Stats();
-    return std::vector<uint64_t>{now.hits - start.hits, now.misses - start.misses, now.entries};
-  };
-  EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
-  EXPECT_THAT(counts(), ElementsAre(0, 1, 1));
-  EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
-  EXPECT_THAT(counts(), ElementsAre(1, 1, 1));
-  const CertRef twin = Decoded(DerOf(cert));  // another object of the same octets and the same key
-  EXPECT_EQ(0, twin->VerifySig(twin->PubKey()));
-  EXPECT_THAT(counts(), ElementsAre(2, 1, 1));
-
-  const CertRef bad = WithLastOctetChanged(cert);
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_NE(0, bad->VerifySig(cert.PubKey()));
-    EXPECT_NE(0, cert.VerifySig(b.Get()->PubKey()));  // a success with one key says nothing of another
-  }
-  EXPECT_THAT(counts(), ElementsAre(2, 5, 1));
-
-  sxSignatureCache_Clear();
-  EXPECT_THAT(counts(), ElementsAre(2, 5, 0));
-  EXPECT_EQ(kDefaultSize, sxSignatureCache_Stats().maxEntries);
-  EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
-  EXPECT_THAT(counts(), ElementsAre(2, 6, 1));
-
-  sxSignatureCache_SetSize(0);
-  EXPECT_EQ(0U, sxSignatureCache_Stats().maxEntries);
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(0, cert.VerifySig(cert.PubKey()));
-  EXPECT_THAT(counts(), ElementsAre(2, 6, 0));
+// Certificates of keys of their own, made from others, and each question to them. Names of results: see keys.h.
+TEST_F(sxSignedTest, DoesWhatTheStepsSay) {
+  std::vector<std::unique_ptr<TestCert>> made;
+  sxPubKey unusable(nullptr);
+  sxSignatureCacheStats seen = sxSignatureCache_Stats();
+  Script()
+      .On("Cert", [&made] { return made.emplace_back(std::make_unique<TestCert>("CN=a", nullptr))->Get(); })
+      .On("Of", [](const Octets &octets) {
+        return std::make_unique<sxCert>(octets.data(), static_cast<unsigned>(octets.size()));
+      })
+      .On("Replaced", [](const sxCert &cert, const Octets &what, const Octets &by) {
+        return Decoded(Replaced(DerOf(cert), what, by));
+      })
+      .On("LastOctetChanged", WithLastOctetChanged)
+      .On("key", [](const sxCert &cert) { return cert.PubKey(); })
+      .On("unusableKey", [&unusable] { return &unusable; })
+      .On("verify", [](const sxCert &cert, sxPubKey *key) {
+        const int rc = cert.VerifySig(key);
+        const std::map<int, const char *> kNames = {{0, "valid"},
+                                                    {kKeyNotImplemented, "not implemented"},
+                                                    {kKeyNotUsable, "not usable"},
+                                                    {kKeyBadInput, "bad input"}};
+        return kNames.contains(rc) ? kNames.at(rc) : "another";
+      })
+      .On("counts", [&seen] {   // hits and misses since the last question, and entries
+        const sxSignatureCacheStats now = sxSignatureCache_Stats(), before = std::exchange(seen, now);
+        return std::to_string(now.hits - before.hits) + " " + std::to_string(now.misses - before.misses) + " " +
+               std::to_string(now.entries);
+      })
+      .On("maxEntries", [] { return sxSignatureCache_Stats().maxEntries; })
+      .On("clear", sxSignatureCache_Clear)
+      .On("setSize", sxSignatureCache_SetSize)
+      .On("setError", [](sxCert &cert, const char *text) { cert.SetError(text); })
+      .On("error", [](const sxCert &cert) { return std::string(cert.Error().getstr()); })
+      .On("Oid", OidOf)
+      .On("setUnhandled", [](sxCert &cert, const sxAsnOid *oid) { cert.SetUnhandledExt(oid); })
+      .On("unhandled", [](const sxCert &cert) { return cert.UnhandledCritExt(); })
+      .On("equalOids", [](const sxAsnOid &a, const sxAsnOid &b) { return a.OidEquiv(b); })
+      .Run("cert/sxSigned.steps");
 }
 
 TEST_F(sxSignedTest, MemoryIsBounded) {

@@ -1,87 +1,19 @@
 #include "kxcert/foundation/attributeSet.h"
 
-#include <gmock/gmock.h>
-#include <sys/stat.h>
-
 #include <cstring>
 #include <new>
 #include <random>
 
-#include "support/caseFile.h"
-#include "support/logCapture.h"
-#include "support/tempDir.h"
+#include "support/script.h"
 
 namespace {
 
 using SetPtr = std::unique_ptr<sxset>;
 
-// A cell as it stands, or in quotes.
-std::string TextOf(const std::string &cell) { return cell.front() == '"' ? CaseText(cell) : cell; }
-
 std::string Written(const sxset &set) {
   SxStream out;
   set.Write(&out);
   return out.Text();
-}
-
-TEST(AttributeSet, EachGetterAnswersWhatItsTextAllows) {
-  for (const CaseRow &row : CaseRows("foundation/setMembers.txt", 3)) {
-    SCOPED_TRACE(testing::PrintToString(row));
-    const std::string text = TextOf(row[0]);
-    sxset set;
-    set.SetText("a", text.c_str());
-    long long value = -99;
-    Octets octets = {1};
-    EXPECT_EQ(row[1] != "-", set.FindInt("a", &value));
-    EXPECT_EQ(row[1] != "-" ? std::stoll(row[1]) : -99, value);
-    EXPECT_EQ(row[2] != "-", set.FindBinary("a", &octets));
-    EXPECT_EQ(row[2] != "-" ? CaseOctets(row[2]) : Octets{1}, octets);
-    EXPECT_EQ(text, set.FindText("a"));
-    EXPECT_EQ(nullptr, set.FindSet("a"));
-  }
-}
-
-TEST(AttributeSet, AMemberIsReplacedInItsPlace) {
-  const unsigned char octets[] = {0xAB, 0x01};
-  sxset set("s");
-  set.SetInt("a", -5);
-  set.SetText("b", "x");
-  set.SetBinary("a", octets, 2);
-  EXPECT_EQ("(s :a (ab01) :b (x))", Written(set));
-  set.SetSet("b", set);   // a copy, even of itself
-  EXPECT_EQ("(s :a (ab01) :b (s :a (ab01) :b (x)))", Written(set));
-  EXPECT_EQ(nullptr, set.FindText("b"));
-  EXPECT_TRUE(set.Remove("a"));
-  EXPECT_FALSE(set.Remove("a"));
-  ASSERT_EQ(1, set.Count());
-  EXPECT_STREQ("b", set.MemberName(0));
-  EXPECT_EQ(nullptr, set.MemberName(1));
-  EXPECT_EQ(nullptr, set.Member(-1));
-  EXPECT_EQ(nullptr, set.Find(nullptr));
-}
-
-TEST(AttributeSet, CopiesAreDeepAndComparedByOrder) {
-  sxset set;
-  set.SetSet("in", sxset("n"));
-  sxset copy = set;
-  EXPECT_TRUE(copy == set);
-  copy.FindSet("in")->SetInt("x", 1);
-  EXPECT_FALSE(copy == set);
-  sxset ab, ba;
-  ab.SetInt("a", 1);
-  ab.SetInt("b", 1);
-  ba.SetInt("b", 1);
-  ba.SetInt("a", 1);
-  EXPECT_FALSE(ab == ba);
-  EXPECT_FALSE(sxset("n") == sxset("m"));
-  sxset text;
-  text.SetText("in", "n");
-  EXPECT_FALSE(text == set);
-  copy.FindSet("in")->SetText("y", std::string(50, 'x').c_str());
-  copy.SetText("z", "");   // as many members as the inner set
-  const std::string inner = Written(*copy.FindSet("in"));
-  copy = *copy.FindSet("in");   // a part of itself
-  EXPECT_EQ(inner, Written(copy));
 }
 
 // Names and values of any characters but NUL, nested, come back as they were.
@@ -128,28 +60,6 @@ TEST(AttributeSet, AnAtomLeavesNothingOfItsTextBehind) {
   EXPECT_FALSE(holdsSecret());
 }
 
-TEST(AttributeSetReader, ReadsTheTextForm) {
-  for (const CaseRow &row : CaseRows("foundation/setTexts.txt", 2)) {
-    std::string error = "untouched";
-    const SetPtr set(sio_sread(TextOf(row[0]).c_str(), &error));
-    ASSERT_TRUE(set) << row.where << ": " << error;
-    EXPECT_EQ(row[1] == "=" ? row[0] : row[1], Written(*set)) << row.where;
-    EXPECT_EQ("untouched", error);
-  }
-}
-
-TEST(AttributeSetReader, SaysWhereATextIsWrong) {
-  for (const CaseRow &row : CaseRows("foundation/setErrors.txt", 2)) {
-    std::string error;
-    EXPECT_FALSE(SetPtr(sio_sread(TextOf(row[0]).c_str(), &error))) << row.where;
-    EXPECT_EQ(row[1], error) << row.where;
-  }
-  EXPECT_EQ(nullptr, sio_sread(nullptr, nullptr));
-  LogCapture log;   // which gets the reason when nobody asks for it
-  EXPECT_EQ(nullptr, sio_sread("(:key (s3cret", nullptr));
-  EXPECT_THAT(log.Lines(), testing::ElementsAre("sio_sread: line 1, column 14: ':' or ')' is expected"));
-}
-
 TEST(AttributeSetReader, RefusesEveryShorterPrefix) {
   const std::string text = R"((n :a (x) :"b c" (m :d ("e\"f") :g ()) :h (0a)))";
   ASSERT_TRUE(SetPtr(sio_sread(text.c_str(), nullptr)));
@@ -170,25 +80,58 @@ TEST(AttributeSetReader, NestsAsDeepAsTheBoundAndNoDeeper) {
   }
 }
 
-TEST(AttributeSetReader, ReadsFilesOrSaysWhyNot) {
+TEST(AttributeSet, DoesWhatTheStepsSay) {
   const TempDir dir;
   const std::string largest = "()" + std::string(kMaxSetFileLen - 2, ' ');
-  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));   // opening it would wait for a writer
-  const struct { std::string file; std::string error; } kFiles[] = {
-      {dir.Write("good", "(:a (1))\n"), ""},
-      {dir.Write("largest", largest), ""},
-      {dir.Write("larger", largest + " "), dir.File("larger") + ": the file is too long"},
-      {dir.Write("bad", "(:a\n"), "line 2, column 1: a value in parentheses is expected"},
-      {dir.Write("nul", std::string("(:a (\"x\0y\"))", 12)), "line 1, column 8: a NUL character"},
-      {dir.File("none"), dir.File("none") + ": No such file or directory"},
-      {dir.Path(), dir.Path() + ": not a regular file"},
-      {dir.File("pipe"), dir.File("pipe") + ": not a regular file"},
-  };
-  for (const auto &c : kFiles) {
-    std::string error;
-    EXPECT_EQ(c.error.empty(), SetPtr(sio_readx(c.file.c_str(), &error)) != nullptr) << c.file;
-    EXPECT_EQ(c.error, error);
-  }
+  dir.Write("largest", largest);
+  dir.Write("larger", largest + " ");
+  Script()
+      .In(dir)
+      .OnCopiesOf<sxset>()
+      .On("Set", [](const char *name) { return sxset(name); })
+      .On("Text", [](const char *text) {
+        sxset set;
+        set.SetText("a", text);
+        return set;
+      })
+      .On("setInt", &sxset::SetInt)
+      .On("setText", &sxset::SetText)
+      .On("setBinary", [](sxset &set, const char *name, const Octets &octets) {
+        set.SetBinary(name, octets.data(), LenOf(octets));
+      })
+      .On("setSet", &sxset::SetSet)
+      .On("findText", [](const sxset &set, const char *name) { return set.FindText(name); })
+      .On("findSet", [](sxset &set, const char *name) { return set.FindSet(name); })
+      .On("find", [](const sxset &set, const char *name) { return set.Find(name) != nullptr; })
+      .On("int", [](const sxset &set) {
+        long long value = -99;
+        EXPECT_TRUE(set.FindInt("a", &value) || value == -99);
+        return value == -99 ? "-" : std::to_string(value);
+      })
+      .On("binary", [](const sxset &set) {
+        Octets octets = {1};
+        return set.FindBinary("a", &octets) ? EncodeHex(octets) : octets == Octets{1} ? "-" : "changed";
+      })
+      .On("remove", &sxset::Remove)
+      .On("count", &sxset::Count)
+      .On("name", &sxset::MemberName)
+      .On("hasMember", [](const sxset &set, int at) { return set.Member(at) != nullptr; })
+      .On("equal", [](const sxset &a, const sxset &b) { return a == b; })
+      .On("written", Written)
+      .On("read", [](const char *text) {   // or why not
+        std::string error = "untouched";
+        const SetPtr set(sio_sread(text, &error));
+        EXPECT_EQ(set != nullptr, error == "untouched");
+        return set != nullptr ? Written(*set) : error;
+      })
+      .On("readSilently", [](const char *text) { return SetPtr(sio_sread(text, nullptr)); })
+      .On("readFile", [](const char *file) {
+        std::string error = "read";
+        const SetPtr set(sio_readx(file, &error));
+        EXPECT_EQ(set != nullptr, error == "read");
+        return error;
+      })
+      .Run("foundation/attributeSet.steps");
 }
 
 }  // namespace

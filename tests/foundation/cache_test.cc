@@ -1,10 +1,7 @@
 #include "kxcert/foundation/cache.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 
-#include "support/caseFile.h"
 #include "support/countedText.h"
 #include "support/fixedClock.h"
 #include "support/onThreads.h"
@@ -12,91 +9,47 @@
 namespace {
 
 using Text = CountedText;
+using CachePtr = std::unique_ptr<Cache>;
 
-struct TextCache : Cache {
-  explicit TextCache(int maxEntries, unsigned maxSec = 0, void (*destroyData)(void *) = Text::Destroy)
-      : Cache(maxEntries, maxSec, Text::Hash, Text::Compare, Text::Destroy, destroyData) {
-    Text::s_numDestroyed = 0;
-  }
-};
-
-class CacheTest : public testing::Test {
- protected:
-  static void Put(Cache &cache, const char *key, unsigned entrySec = 0) {
-    cache.Put(Text::New(key), Text::New(key), entrySec);
-  }
-  static std::string Get(Cache &cache, const char *key) {
-    const Text wanted(key);
-    return Text::Text(cache.Get(&wanted));
-  }
-
-  FixedClock m_clock{1000};
-};
-
-TEST_F(CacheTest, TheEntryUsedLongestAgoGoesFirst) {
-  TextCache cache(2);
-  Put(cache, "a");
-  Put(cache, "b");
-  EXPECT_EQ("a", Get(cache, "a"));
-  Put(cache, "c");
-  EXPECT_EQ(2, Text::s_numDestroyed);
-  EXPECT_EQ(2, cache.Count());
-  EXPECT_EQ("(none)", Get(cache, "b"));
-  EXPECT_EQ("a", Get(cache, "a"));
-  EXPECT_EQ("c", Get(cache, "c"));
-}
-
-TEST_F(CacheTest, EqualKeysReplaceAndDeleteRemoves) {
-  TextCache cache(2);
-  void *key = Text::New("a");
-  void *data = Text::New("A");
-  Put(cache, "a");
-  cache.Put(key, data, 0);
-  EXPECT_EQ(2, Text::s_numDestroyed);
-  cache.Put(key, data, 0);   // put again: not destroyed
-  EXPECT_EQ(2, Text::s_numDestroyed);
-  EXPECT_EQ("A", Get(cache, "a"));
-  EXPECT_EQ(0, cache.Delete(key));
-  EXPECT_EQ(4, Text::s_numDestroyed);
-  const Text gone("a");
-  EXPECT_EQ(-1, cache.Delete(&gone));
-
-  TextCache holdsNothing(0);   // and still takes over
-  Put(holdsNothing, "a");
-  holdsNothing.Put(nullptr, Text::New("no key"), 0);
-  EXPECT_EQ(3, Text::s_numDestroyed);
-  EXPECT_EQ(0, holdsNothing.Count());
-}
-
-TEST_F(CacheTest, EntriesLiveAsLongAsTheShorterLimit) {
-  for (const CaseRow &row : CaseRows("foundation/cacheLives.txt", 5)) {
-    SCOPED_TRACE(testing::PrintToString(row));
-    m_clock.Set(1000);
-    const bool lives = row[4] == "yes";
-    TextCache cache(2, static_cast<unsigned>(std::stoi(row[1])));
-    Put(cache, "a", static_cast<unsigned>(std::stoi(row[2])));
-    m_clock.Advance(std::stoll(row[3]));
-    EXPECT_EQ(1, cache.Count());
-    EXPECT_EQ(lives ? "a" : "(none)", Get(cache, "a"));
-    EXPECT_EQ(lives ? 1 : 0, cache.Count());
-    EXPECT_EQ(lives ? 0 : 2, Text::s_numDestroyed);
-  }
+CachePtr NewCache(int maxEntries, unsigned maxSec, void (*destroyData)(void *) = Text::Destroy) {
+  Text::s_numDestroyed = 0;
+  return std::make_unique<Cache>(maxEntries, maxSec, Text::Hash, Text::Compare, Text::Destroy, destroyData);
 }
 
 Cache *g_usedByDestructor = nullptr;
 
-TEST_F(CacheTest, DestructorsMayUseTheCache) {
-  const auto destroyAndUse = [](void *data) {
-    Text::Destroy(data);
-    EXPECT_LE(0, g_usedByDestructor->Count());   // a lock held here would never be given
-  };
-  TextCache cache(1, 0, destroyAndUse);
-  g_usedByDestructor = &cache;
-  Put(cache, "a");
-  Put(cache, "b");
-  EXPECT_EQ(2, Text::s_numDestroyed);
-  cache.Clear();
-  EXPECT_EQ(4, Text::s_numDestroyed);
+void DestroyAndUse(void *data) {
+  Text::Destroy(data);
+  EXPECT_LE(0, g_usedByDestructor->Count());   // a lock held here would never be given
+}
+
+TEST(Cache, DoesWhatTheStepsSay) {
+  FixedClock clock(1000);
+  const auto get = [](Cache &c, const char *key) { return Text::Text(c.Get(std::make_unique<Text>(key).get())); };
+  Text::Steps()
+      .On("Cache", [](int maxEntries) { return NewCache(maxEntries, 0); })
+      .On("CacheThatIsUsed", [](int maxEntries) {
+        CachePtr cache = NewCache(maxEntries, 0, DestroyAndUse);
+        g_usedByDestructor = cache.get();
+        return cache;
+      })
+      .On("put", [](Cache &c, const char *text) { c.Put(Text::New(text), Text::New(text), 0); })
+      .On("putBoth", [](Cache &c, Text *key, Text *data) { c.Put(key, data, 0); })
+      .On("get", get)
+      .On("delete", [](Cache &c, Text *key) { return c.Delete(key); })
+      .On("clear", &Cache::Clear)
+      .On("count", &Cache::Count)
+      .On("lives", [&](unsigned cacheSec, unsigned entrySec, int64_t later) {
+        clock.Set(1000);
+        const CachePtr cache = NewCache(2, cacheSec);
+        cache->Put(Text::New("a"), Text::New("a"), entrySec);
+        clock.Advance(later);
+        EXPECT_EQ(1, cache->Count());
+        const std::string found = get(*cache, "a");
+        const int numDestroyed = std::exchange(Text::s_numDestroyed, 0);
+        return found + " " + std::to_string(cache->Count()) + " " + std::to_string(numDestroyed);
+      })
+      .Run("foundation/cache.steps");
 }
 
 // A shared datum as callers make it: the cache holds one reference, each hit takes another.
@@ -109,7 +62,7 @@ struct Shared {
   }
 };
 
-TEST_F(CacheTest, AReferenceTakenOnAHitOutlivesTheEntry) {
+TEST(Cache, AReferenceTakenOnAHitOutlivesTheEntry) {
   static unsigned numbers[] = {0, 1, 2, 3};
   const auto hash = [](const void *key) { return *static_cast<const unsigned *>(key); };
   const auto compare = [](const void *a, const void *b) { return hash_bytecmp(a, b, sizeof(unsigned)); };

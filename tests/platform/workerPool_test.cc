@@ -1,6 +1,5 @@
 #include "kxcert/platform/workerPool.h"
 
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,11 +13,15 @@
 #include <thread>
 #include <utility>
 
+#include "support/script.h"
+
 namespace {
 
 constexpr int kLongMs = 20000;
 
 using WaitResults = std::map<int, int>;   // by number
+const std::map<int, const char *> kResults = {
+    {kRTWaitDone, "done"}, {kRTWaitTimedOut, "late"}, {kRTWaitFailed, "failed"}};
 
 // What a test sees of its work: shared by the clones.
 struct Seen {
@@ -75,34 +78,47 @@ class Gate {   // holds workers until it opens
   std::latch m_opened{1};
 };
 
-class WorkerPool : public testing::Test {
- protected:
-  ~WorkerPool() override {
+// A pool, its work, and a loop that is told of it.
+class Pool {
+ public:
+  ~Pool() {
     m_pool.reset();
     RTComm_destroy(m_comm);
     sxd_env_destroy(m_env);
   }
-  void Start(int numThreads, int waitLimitMs = -1) {
+  void Start(int numThreads, int waitLimitMs) {
     EXPECT_EQ(0, RTComm_start(m_comm));
     m_pool = std::make_unique<RTApc>(m_comm, numThreads, waitLimitMs);
   }
-  void StartHeld(int numThreads, int waitLimitMs = -1) {   // until the gate opens
+  void StartHeld(int numThreads, int waitLimitMs) {   // until the gate opens
     Start(numThreads, waitLimitMs);
     m_seen.work = [this](int) { m_gate.Wait(); };
   }
   // Runs the loop until as many were answered.
-  void RunUntil(size_t numAnswered) {
+  std::string RunUntil(size_t numAnswered) {
     m_seen.answered = [this, numAnswered] {
       if (m_seen.waitResults.size() == numAnswered) sxd_env_stop(m_env);
     };
-    EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
-    EXPECT_EQ(numAnswered, m_seen.waitResults.size());
+    EXPECT_EQ(0, RunFor(kLongMs));
+    return Results();
   }
-  void RunFor(int maxMs) { EXPECT_EQ(0, sxd_env_run_for(m_env, maxMs)); }
+  int RunFor(int maxMs) { return sxd_env_run_for(m_env, maxMs); }
+  int Queue(int number, int timeoutMs) { return m_pool->Queue(Task(&m_seen, number), timeoutMs); }
   void QueueUpTo(int end) {
-    for (int i = 0; i < end; ++i) EXPECT_EQ(0, Queue(i));
+    for (int i = 0; i < end; ++i) EXPECT_EQ(0, Queue(i, -1));
   }
-  int Queue(int number, int timeoutMs = -1) { return m_pool->Queue(Task(&m_seen, number), timeoutMs); }
+  // "2 done", "1 late": as many were told so.
+  std::string Results() const {
+    std::map<std::string, int> counts;
+    for (const auto &[number, result] : m_seen.waitResults) ++counts[kResults.at(result)];
+    std::string text;
+    for (const auto &[result, count] : counts) {
+      text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + result;
+    }
+    return text;
+  }
+  int SetNumThreads(int number) { return RTApc_SetNumThreads(m_pool.get(), number); }
+  void End() { m_pool.reset(); }
 
   Seen m_seen;
   Gate m_gate;                           // outlives the workers
@@ -111,153 +127,76 @@ class WorkerPool : public testing::Test {
   std::unique_ptr<RTApc> m_pool;
 };
 
-TEST_F(WorkerPool, WorksOnThreadsAndAnswersOnTheLoop) {
-  StartHeld(3);
-  QueueUpTo(3);
-  EXPECT_EQ(-1, Queue(1)) << "equal work waits already";
-  m_gate.WaitFor(3);
-  m_gate.Open();
-  RunUntil(3);
-  EXPECT_EQ(3U, m_seen.workers.size());
-  EXPECT_EQ(0U, m_seen.workers.count(std::this_thread::get_id()));
-  EXPECT_EQ((WaitResults{{0, kRTWaitDone}, {1, kRTWaitDone}, {2, kRTWaitDone}}), m_seen.waitResults);
-  EXPECT_TRUE(m_seen.ranHere[0] && m_seen.ranHere[1] && m_seen.ranHere[2]);
-  EXPECT_EQ(0, Queue(4)) << "and goes on";
-  RunUntil(4);
-}
-
-TEST_F(WorkerPool, DropsWhatComesTooLate) {
-  StartHeld(1);
-  EXPECT_EQ(0, Queue(1, 20));
-  EXPECT_EQ(0, Queue(2, 30)) << "never begun";
-  RunUntil(2);
-  EXPECT_EQ((WaitResults{{1, kRTWaitTimedOut}, {2, kRTWaitTimedOut}}), m_seen.waitResults);
-  EXPECT_FALSE(m_seen.ranHere[1]);
-  m_seen.waitResults.clear();
-  EXPECT_EQ(0, Queue(1)) << "the same again, while the first still runs";
-  m_gate.Open();
-  RunUntil(1);
-  RunFor(20);
-  EXPECT_EQ(kRTWaitDone, m_seen.waitResults[1]);
-}
-
-TEST_F(WorkerPool, ThePoolsLimitHoldsForAll) {
-  StartHeld(1, 20);
-  EXPECT_EQ(0, Queue(1));
-  EXPECT_EQ(0, Queue(2, kLongMs));
-  RunUntil(2);
-  EXPECT_EQ((WaitResults{{1, kRTWaitTimedOut}, {2, kRTWaitTimedOut}}), m_seen.waitResults);
-  m_gate.Open();
-}
-
-TEST_F(WorkerPool, TellsOfWorkThatThrows) {
-  Start(1);
-  m_seen.work = [](int) { throw 1; };
-  EXPECT_EQ(0, Queue(1));
-  RunUntil(1);
-  EXPECT_EQ(kRTWaitFailed, m_seen.waitResults[1]);
-}
-
-TEST_F(WorkerPool, GrowsAndShrinksAtWork) {
-  StartHeld(1);
-  QueueUpTo(8);
-  EXPECT_EQ(0, RTApc_SetNumThreads(m_pool.get(), 4));
-  m_gate.WaitFor(4);
-  EXPECT_EQ(0, RTApc_SetNumThreads(m_pool.get(), 2));
-  m_gate.Open();
-  RunUntil(8);
-  EXPECT_EQ(2, m_pool->NumThreads());
-  for (const int bad : {0, -1, RTApc::kMaxThreads + 1}) EXPECT_EQ(-1, RTApc_SetNumThreads(m_pool.get(), bad));
-}
-
-TEST_F(WorkerPool, EndsWithEverythingAnswered) {
-  Start(2);
-  QueueUpTo(50);
-  m_pool.reset();   // the loop does not run
-  EXPECT_EQ(50U, m_seen.waitResults.size());
-  for (const auto &[number, waitResult] : m_seen.waitResults) EXPECT_EQ(kRTWaitDone, waitResult);
-  RunFor(0);
-  EXPECT_EQ(50U, m_seen.waitResults.size());
-}
-
-TEST_F(WorkerPool, AResultMayEndThePool) {
-  Start(2);
-  m_seen.answered = [this] {
-    const std::unique_ptr<RTApc> ends = std::move(m_pool);   // null from the second on
-    sxd_env_stop(m_env);
-  };
-  QueueUpTo(10);
-  EXPECT_EQ(0, sxd_env_run_for(m_env, kLongMs));
-  EXPECT_EQ(10U, m_seen.waitResults.size());
-}
-
-TEST_F(WorkerPool, AResultCannotQueueIntoAPoolThatEnds) {
-  Start(2);
-  RTApc *const pool = m_pool.get();
-  m_seen.answered = [this, pool] {
-    EXPECT_EQ(-1, pool->Queue(Task(&m_seen, 100), -1));
-    EXPECT_EQ(-1, RTApc_SetNumThreads(pool, 4));
-  };
-  QueueUpTo(10);
-  m_pool.reset();
-  EXPECT_EQ(10U, m_seen.waitResults.size());
-}
-
 // A servant that asks the pool as it goes, whenever that is.
-TEST_F(WorkerPool, DropsServantsWithoutItsLock) {
-  class Asks : public Task {
-   public:
-    Asks(Seen *seen, int number, RTApc *pool) : Task(seen, number), m_pool(pool) {}
-    ~Asks() override { m_pool->NumThreads(); }
-    RTApcServant *clone() const override { return new Asks(*this); }
+class Asks : public Task {
+ public:
+  Asks(Seen *seen, int number, RTApc *pool) : Task(seen, number), m_pool(pool) {}
+  ~Asks() override { m_pool->NumThreads(); }
+  RTApcServant *clone() const override { return new Asks(*this); }
 
-   private:
-    RTApc *m_pool;
-  };
-  StartHeld(1);
-  EXPECT_EQ(0, Queue(1));
-  EXPECT_EQ(0, m_pool->Queue(Asks(&m_seen, 2, m_pool.get()), 20));
-  RunUntil(1);
-  EXPECT_EQ(kRTWaitTimedOut, m_seen.waitResults[2]);
-  m_gate.Open();
-}
+ private:
+  RTApc *m_pool;
+};
 
-TEST_F(WorkerPool, TheEnvironmentMayGoFirst) {
-  StartHeld(2);
-  for (int i = 0; i < 10; ++i) EXPECT_EQ(0, Queue(i, i == 9 ? 1 : -1));
-  m_gate.WaitFor(2);
-  sxd_env_destroy(std::exchange(m_env, nullptr));
-  EXPECT_EQ(-1, Queue(10));
-  m_gate.Open();
-  m_pool.reset();
-  EXPECT_EQ(2U, m_seen.workers.size());
-  EXPECT_TRUE(m_seen.waitResults.empty()) << "nobody is told";
-}
-
-TEST_F(WorkerPool, StaysWithTheParent) {
-  StartHeld(2);
-  EXPECT_EQ(0, Queue(1));
+// What a process says that was forked from the pool's: it has no threads, and nobody waits for them.
+int AskInChild(Pool &p) {
   const pid_t child = fork();
   if (child == 0) {
-    const bool refused = m_pool->NumThreads() == 0 && Queue(2) == -1 && RTApc_SetNumThreads(m_pool.get(), 1) == -1;
-    m_pool.reset();                      // must not wait for threads that are not here
+    const bool refused = p.m_pool->NumThreads() == 0 && p.Queue(2, -1) == -1 && p.SetNumThreads(1) == -1;
+    p.End();
     _exit(refused ? 0 : 1);
   }
   int status = -1;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  EXPECT_EQ(0, status);
-  m_gate.Open();
-  RunUntil(1);
+  EXPECT_EQ(child, waitpid(child, &status, 0));
+  return status;
 }
 
-TEST_F(WorkerPool, RefusesWithoutThreadsOrChannel) {
-  EXPECT_EQ(-1, RTApc(m_comm, 1, -1).Queue(Task(&m_seen, 1), -1)) << "the channel is not started";
-  Start(0);
-  EXPECT_EQ(-1, Queue(1));
-  EXPECT_EQ(-1, RTApc(nullptr, 1, -1).Queue(Task(&m_seen, 1), -1));
-  EXPECT_EQ(-1, RTComm_start(nullptr));
-  EXPECT_EQ(nullptr, RTComm_create(nullptr));
-  EXPECT_TRUE(m_seen.waitResults.empty());
+TEST(WorkerPool, DoesWhatTheStepsSay) {
+  Script()
+      .On("Pool", [] { return std::make_unique<Pool>(); })
+      .On("start", &Pool::Start)
+      .On("startHeld", &Pool::StartHeld)
+      .On("throwAtWork", [](Pool &p) { p.m_seen.work = [](int) { throw 1; }; })
+      .On("waitForHeld", [](Pool &p, int numWaiting) { p.m_gate.WaitFor(numWaiting); })
+      .On("open", [](Pool &p) { p.m_gate.Open(); })
+      .On("runUntil", &Pool::RunUntil)
+      .On("runFor", &Pool::RunFor)
+      .On("queue", &Pool::Queue)
+      .On("queueUpTo", &Pool::QueueUpTo)
+      .On("queueAsking", [](Pool &p, int number, int timeoutMs) {
+        return p.m_pool->Queue(Asks(&p.m_seen, number, p.m_pool.get()), timeoutMs);
+      })
+      .On("queueWithoutPool", [](Pool &p, bool withChannel) {
+        return RTApc(withChannel ? p.m_comm : nullptr, 1, -1).Queue(Task(&p.m_seen, 1), -1);
+      })
+      .On("results", &Pool::Results)
+      .On("resultOf", [](Pool &p, int number) { return kResults.at(p.m_seen.waitResults.at(number)); })
+      .On("forgetResults", [](Pool &p) { p.m_seen.waitResults.clear(); })
+      .On("numWorkers", [](Pool &p) {
+        EXPECT_FALSE(p.m_seen.workers.contains(std::this_thread::get_id()));
+        return p.m_seen.workers.size();
+      })
+      .On("ranHere", [](Pool &p, int number) { return p.m_seen.ranHere.at(number); })
+      .On("setNumThreads", &Pool::SetNumThreads)
+      .On("numThreads", [](Pool &p) { return p.m_pool->NumThreads(); })
+      .On("end", &Pool::End)
+      .On("endAtAResult", [](Pool &p) {
+        p.m_seen.answered = [&p] {
+          const std::unique_ptr<RTApc> ends = std::move(p.m_pool);   // null from the second on
+          sxd_env_stop(p.m_env);
+        };
+      })
+      .On("askAtEachResult", [](Pool &p) {   // which may be told when it ends
+        p.m_seen.answered = [&p, pool = p.m_pool.get()] {
+          EXPECT_EQ(-1, pool->Queue(Task(&p.m_seen, 100), -1));
+          EXPECT_EQ(-1, RTApc_SetNumThreads(pool, 4));
+        };
+      })
+      .On("destroyEnvironment", [](Pool &p) { sxd_env_destroy(std::exchange(p.m_env, nullptr)); })
+      .On("askInChild", AskInChild)
+      .On("startNoChannel", [] { return RTComm_start(nullptr); })
+      .On("createNoChannel", [] { return RTComm_create(nullptr); })
+      .Run("platform/workerPool.steps");
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "kxcert/store/fdb.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,15 +13,12 @@
 #include <string>
 #include <thread>
 
-#include "support/caseFile.h"
 #include "support/fileFake.h"
 #include "support/heapPeak.h"
-#include "support/logCapture.h"
 #include "support/scopedEnv.h"
-#include "support/tempDir.h"
+#include "support/script.h"
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
 
 namespace {
 
@@ -32,34 +27,77 @@ long NumOpenFiles() {
   return std::distance(begin(open), end(open));
 }
 
+using Db = std::unique_ptr<fdb_handle, decltype(&fdb_close)>;
+Db Open(const char *name, const char *version) { return {fdb_open(name, version), fdb_close}; }
+
+int StoreIn(fdb_handle *db, const char *key, const std::string &value) {
+  return fdb_store(db, key, value.data(), static_cast<int>(value.size()));
+}
+// The value, or "-" when there is none to be had.
+std::string ReadFrom(fdb_handle *db, const char *key) {
+  void *block = &block;
+  const int len = fdb_read(db, key, &block);
+  EXPECT_EQ(len < 0, block == nullptr);
+  const std::unique_ptr<void, decltype(&free)> owned(block, free);
+  return len < 0 ? "-" : std::string(static_cast<char *>(block), static_cast<size_t>(len));
+}
+
+std::string Spaced(const std::set<std::string> &words) {
+  std::string all;
+  for (const std::string &word : words) all += (all.empty() ? "" : " ") + word;
+  return all;
+}
+std::string KeysOf(fdb_handle *db) {
+  std::set<std::string> keys;
+  const std::unique_ptr<fdb_iterator, decltype(&fdb_iter_destroy)> iter(fdb_iter(db), fdb_iter_destroy);
+  while (const char *key = fdb_iter_next(iter.get())) EXPECT_TRUE(keys.insert(key).second) << key;
+  EXPECT_EQ(nullptr, fdb_iter_next(iter.get()));
+  return Spaced(keys);
+}
+std::string FilesIn(const std::string &folder) {
+  std::set<std::string> names;
+  for (const auto &entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
+  return Spaced(names);
+}
+
+TEST(FdbSteps, DoWhatTheyShould) {
+  const TempDir dir;
+  const long numOpen = NumOpenFiles();
+  Script()
+      .In(dir)
+      .On("Open", Open)
+      .On("store", StoreIn)
+      .On("storeOctets", [](fdb_handle *db, const char *key, const char *octets, int len) {
+        return fdb_store(db, key, octets, len);
+      })
+      .On("read", ReadFrom)
+      .On("readNowhere", [](fdb_handle *db, const char *key) { return fdb_read(db, key, nullptr); })
+      .On("readLittle", [](fdb_handle *db, const char *key) {   // with little memory
+        const HeapPeak peak;
+        const std::string found = ReadFrom(db, key);
+        EXPECT_GT(100000U, peak.Bytes());
+        return found;
+      })
+      .On("remove", fdb_remove)
+      .On("keys", KeysOf)
+      .On("nextOfNone", [] { return fdb_iter_next(fdb_iter(nullptr)); })
+      .On("destroy", fdb_destroy)
+      .On("closeNoFile", [] { return kxFile_Close(-1); })
+      .On("files", FilesIn)
+      .On("exists", [](const std::string &file) { return fs::exists(file); })
+      .On("mode", [](const std::string &file) { return static_cast<int>(fs::status(file).permissions()); })
+      .On("folder", [](const std::string &path) { return fs::create_directory(path); })
+      .On("link", [](const std::string &target, const std::string &path) { fs::create_symlink(target, path); })
+      .On("resize", [](const std::string &file, uintmax_t size) { fs::resize_file(file, size); })
+      .On("moreOpenFiles", [numOpen] { return NumOpenFiles() - numOpen; })
+      .Run("store/fdb.steps");
+}
+
 // A database of its own in the folder "db_1".
 class Fdb : public testing::Test {
  protected:
-  Fdb() : m_db(fdb_open(m_dir.File("db").c_str(), "1"), fdb_close) {}
-
-  int Store(const std::string &key, const std::string &value) {
-    return fdb_store(m_db.get(), key.c_str(), value.data(), static_cast<int>(value.size()));
-  }
-  // The value, or "-" when there is none to be had.
-  std::string Read(const std::string &key) {
-    void *block = this;
-    const int len = fdb_read(m_db.get(), key.c_str(), &block);
-    EXPECT_EQ(len < 0, block == nullptr);
-    const std::unique_ptr<void, decltype(&free)> owned(block, free);
-    return len < 0 ? "-" : std::string(static_cast<char *>(block), static_cast<size_t>(len));
-  }
-  std::set<std::string> Keys() {
-    std::set<std::string> keys;
-    const std::unique_ptr<fdb_iterator, decltype(&fdb_iter_destroy)> iter(fdb_iter(m_db.get()), fdb_iter_destroy);
-    while (const char *key = fdb_iter_next(iter.get())) EXPECT_TRUE(keys.insert(key).second) << key;
-    EXPECT_EQ(nullptr, fdb_iter_next(iter.get()));
-    return keys;
-  }
-  std::set<std::string> Files() const {
-    std::set<std::string> names;
-    for (const auto &entry : fs::directory_iterator(m_folder)) names.insert(entry.path().filename());
-    return names;
-  }
+  int Store(const std::string &key, const std::string &value) { return StoreIn(m_db.get(), key.c_str(), value); }
+  std::string Read(const std::string &key) { return ReadFrom(m_db.get(), key.c_str()); }
   // Runs it with each step failing in turn, until none is left to fail. @return how many there were
   template <class Operation, class Check>
   int FailEachStep(Operation operation, Check check) {
@@ -77,33 +115,14 @@ class Fdb : public testing::Test {
 
   const TempDir m_dir;
   const std::string m_folder = m_dir.File("db_1");
-  std::unique_ptr<fdb_handle, decltype(&fdb_close)> m_db;
+  Db m_db = Open(m_dir.File("db").c_str(), "1");
 };
-
-TEST_F(Fdb, KeepsRecordsAsFilesOfTheirOctets) {
-  const std::string octets("a\0b\xFF", 4);
-  EXPECT_EQ(0, Store("k1", octets));
-  EXPECT_EQ(0, Store("k2", std::string(100000, 'x')));
-  EXPECT_EQ(0, Store("k2", "shorter"));
-  EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write, fs::status(m_folder + "/rec_k2").permissions());
-  EXPECT_EQ(-1, Store("k2", ""));
-  EXPECT_EQ(octets, m_dir.Read("db_1/rec_k1"));
-  EXPECT_EQ("shorter", Read("k2"));
-  EXPECT_THAT(Files(), ElementsAre("rec_k1", "rec_k2"));
-  m_db.reset(fdb_open(m_dir.File("db").c_str(), "1"));   // what is there is used
-  EXPECT_THAT(Keys(), ElementsAre("k1", "k2"));
-  EXPECT_EQ(0, fdb_remove(m_db.get(), "k1"));
-  EXPECT_EQ("-", Read("k1"));
-  m_dir.Write("db_1/rec_empty", "");
-  EXPECT_EQ("", Read("empty"));
-  EXPECT_EQ(nullptr, fdb_open(m_dir.File("absent/db").c_str(), "1"));
-}
 
 TEST_F(Fdb, AFailureAtAnyStepLeavesTheOldRecordAlone) {
   ASSERT_EQ(0, Store("k", "old"));
   const auto check = [this] {
     EXPECT_EQ("old", Read("k"));
-    EXPECT_THAT(Files(), ElementsAre("rec_k"));
+    EXPECT_EQ("rec_k", FilesIn(m_folder));
   };
   EXPECT_EQ(5, FailEachStep([this] { return Read("k") == "old" ? 0 : -1; }, check));
   EXPECT_EQ(8, FailEachStep([this] { return Store("k", "new"); }, check));
@@ -132,27 +151,6 @@ TEST_F(Fdb, TheCallerOrTheEnvironmentSaysWhatAStoreWaitsFor) {
   EXPECT_EQ(0, fdb_set_durable(-1));
 }
 
-TEST_F(Fdb, RefusesNullsAndKeysThatLeadElsewhere) {
-  EXPECT_EQ(nullptr, fdb_open(nullptr, "1"));
-  EXPECT_EQ(nullptr, fdb_open(m_dir.File("db").c_str(), nullptr));
-  EXPECT_EQ(-1, fdb_read(m_db.get(), "k", nullptr));
-  EXPECT_EQ(-1, fdb_store(m_db.get(), "k", nullptr, 1));
-  EXPECT_EQ(-1, fdb_store(m_db.get(), "k", "v", -1));
-  EXPECT_EQ(nullptr, fdb_iter_next(fdb_iter(nullptr)));
-  EXPECT_EQ(-1, fdb_destroy(nullptr));
-  EXPECT_EQ(-1, kxFile_Close(-1)) << "what the system says about closing is not lost";
-  const std::string outside = m_dir.Write("outside", "x");
-  fs::create_directory(m_folder + "/rec_..");
-  for (const auto &[db, key] : {std::pair{m_db.get(), "../../../outside"}, {m_db.get(), nullptr}, {nullptr, "k"}}) {
-    void *block = this;
-    EXPECT_EQ(-1, fdb_store(db, key, "v", 1));
-    EXPECT_EQ(-1, fdb_read(db, key, &block));
-    EXPECT_EQ(nullptr, block);
-    EXPECT_EQ(-1, fdb_remove(db, key));
-  }
-  EXPECT_EQ("x", m_dir.Read("outside"));
-}
-
 TEST_F(Fdb, TriesFiveTemporaryNames) {
   std::set<std::string> names;
   size_t numTaken = 4;
@@ -177,36 +175,6 @@ TEST_F(Fdb, ARecordThatShrinksKeepsItsLength) {
     return 0;
   });
   EXPECT_EQ(std::string("012\0\0\0\0\0\0\0", 10), Read("k"));
-}
-
-TEST_F(Fdb, MeetsFilesThatItDidNotStore) {
-  const std::string target = m_dir.Write("target", std::string(1000, 't'));
-  fs::create_symlink(target, m_folder + "/rec_link");
-  EXPECT_EQ(std::string(target.size(), 't'), Read("link"));   // the link is measured, not its target
-  ASSERT_EQ(0, mkfifo((m_folder + "/rec_pipe").c_str(), 0600));
-  EXPECT_EQ("", Read("pipe"));                                // nobody is waited for
-  fs::resize_file(m_dir.Write("db_1/rec_big", "x"), uintmax_t{1} << 31);
-  const HeapPeak peak;
-  EXPECT_EQ("-", Read("big"));
-  EXPECT_GT(100000U, peak.Bytes());
-}
-
-// The stream that it opens stays open until the database is closed.
-TEST_F(Fdb, DestroyingLeavesItsStreamOpen) {
-  ASSERT_EQ(0, Store("a", "1"));
-  const std::string left = m_dir.Write("db_1/tmpAbCdEf", "half a rec");
-  EXPECT_THAT(Keys(), ElementsAre("a"));
-  const long numOpen = NumOpenFiles();
-  LogCapture log;
-  EXPECT_EQ(-1, fdb_destroy(m_db.get()));
-  EXPECT_TRUE(log.Has("fdb_destroy: rmdir(" + m_folder + "): Directory not empty"));
-  EXPECT_THAT(Files(), ElementsAre("tmpAbCdEf"));
-  EXPECT_EQ(numOpen + 1, NumOpenFiles());
-  fs::remove(left);
-  EXPECT_EQ(0, fdb_destroy(m_db.get()));
-  EXPECT_FALSE(fs::exists(m_folder));
-  m_db.reset();
-  EXPECT_EQ(numOpen, NumOpenFiles());
 }
 
 // A value that says by its first octet how long it is.
@@ -235,7 +203,7 @@ TEST_F(Fdb, AProcessKilledWhileStoringLeavesWholeRecords) {
     usleep(static_cast<useconds_t>(round * 200));
     kill(child, SIGKILL);
     ASSERT_EQ(child, waitpid(child, nullptr, 0));
-    EXPECT_THAT(Keys(), ElementsAre("0", "1", "2"));
+    EXPECT_EQ("0 1 2", KeysOf(m_db.get()));
     for (const char *key : {"0", "1", "2"}) {
       const std::string found = Read(key);
       ASSERT_TRUE(IsWhole(found)) << round << ": " << found.size();

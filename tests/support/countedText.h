@@ -7,6 +7,7 @@
 #include <string>
 
 #include "kxcert/foundation/hashTable.h"
+#include "support/script.h"
 
 class CountedText {
  public:
@@ -25,6 +26,14 @@ class CountedText {
   }
 
   explicit CountedText(const char *text) : m_text(text) {}   // on the stack: a key to look up with
+
+  /// Steps "Text a", for a container to own, "Key a", which is the test's own, and "destroyed" since the last question.
+  static Script Steps() {
+    return Script()
+        .On("Text", [](const char *text) { return static_cast<CountedText *>(New(text)); })
+        .On("Key", [](const char *text) { return CountedText(text); })
+        .On("destroyed", [] { return std::exchange(s_numDestroyed, 0); });
+  }
 
   static inline int s_numDestroyed = 0;
 

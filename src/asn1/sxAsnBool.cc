@@ -24,7 +24,7 @@ int sxAsnBool::Describe(SxStream &out, int) const {
 }
 
 int sxAsnNull::BDec(sxAsnReadBuf &buf, int &bytesDecoded) {
-  // Any tag is let through, see the header; sxAsnNull_test holds it.
+  // Any tag is let through, see the header; data/asn1/decode.txt holds it.
   const int tag = BDecTag(buf, bytesDecoded);
   if (tag != Info()->tag) herror_func(0, 0, "sxAsnNull::Bdec wrong tag before offset = %d", buf.GetOffset());
   return DecContent(buf, static_cast<unsigned int>(tag), BDecLen(buf, bytesDecoded), bytesDecoded);

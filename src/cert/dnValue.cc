@@ -103,7 +103,7 @@ bool sxAppendValue(const sxAva &ava, bool ascii, std::string *text) {
     return true;
   }
   // Backslash, quote and spaces at the ends stay as they are: intended, though the parser reads them
-  // differently. sxDN_test holds it.
+  // differently. data/cert/names.txt holds it.
   size_t done = 0;
   for (size_t i = 0; i < value.octets.size(); ++i) {
     if (!kIsEscaped.is[static_cast<unsigned char>(value.octets[i])]) continue;

@@ -78,7 +78,7 @@ sxGeneralName_imp::sxGeneralName_imp(const sxGeneralName_imp &other)
       m_text(other.m_text) {}
 
 // The kind stays -1 for a text with a NUL octet inside: whoever reads it up to the NUL would see
-// another name (cases "NUL inside" of ReadsAsn1AndWritesItBack).
+// another name ("a NUL inside" in data/cert/general-names.txt).
 bool sxGeneralName_imp::SetText(sxGNtype type, const void *text, int len) {
   if (text == nullptr || len < 0) return false;
   const std::string_view octets(static_cast<const char *>(text), static_cast<size_t>(len));

@@ -25,7 +25,7 @@ constinit const sxAsnOid kDsaWithSha256{{2, 16, 840, 1, 101, 3, 4, 3, 2}};
 
 // The first row that fits is the answer, in both directions; so the older identifier of SHA-1 with RSA
 // is read but never written. RSA's signatures stand for its keys, too, as some issuers write. Held by
-// SubjectPublicKey.TakesRsaSignatureAlgorithms.
+// data/keys/spki.txt.
 constexpr KeyAlgorithm kAlgorithms[] = {
     {&sxASN_rsaEncryption, sxPK_RSA, sx_md_unknown, true},
     {&sxASN_md5WithRSAEncryption, sxPK_RSA, sx_md_md5, true},

@@ -14,7 +14,7 @@ constexpr unsigned char kVersion[] = {0};
 bool IsRsaAlgorithm(sxDerReader algorithm) {
   sxOctetView oid;
   if (!algorithm.Take(kDerOid, &oid) || !sxEqual(oid, ViewOf(sxASN_rsaEncryption))) return false;
-  // RFC 8017, A.1 wants NULL; absent parameters are read too. Held by Pkcs8.TakesAbsentParameters.
+  // RFC 8017, A.1 wants NULL; absent parameters are read too. Held by data/keys/pkcs8.txt.
   static constexpr unsigned char kNull[] = {kDerNull, 0};
   return algorithm.AtEnd() || (algorithm.TakeOctets(kNull) && algorithm.AtEnd());
 }

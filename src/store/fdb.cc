@@ -261,7 +261,7 @@ int fdb_destroy(fdb_handle *db) {
   constexpr char kFunc[] = "fdb_destroy";
   if (db == nullptr) return BadArguments(kFunc);
   if (fdb_iterator *iter = fdb_iter(db)) {
-    // The stream stays open when this returns, by intent (test DestroyingLeavesItsStreamOpen). The
+    // The stream stays open when this returns, by intent ("destroying leaves its stream open" in data/store/fdb.steps). The
     // handle keeps it, so that it does not outlive the database's user.
     db->leftOpen.emplace_back(iter);
     while (const char *key = fdb_iter_next(iter)) fdb_remove(db, key);

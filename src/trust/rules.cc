@@ -94,7 +94,7 @@ void PutNotBefore(const RulePlace &p, Facts &out) { PutDate(out, "not valid befo
 void PutNotAfter(const RulePlace &p, Facts &out) { PutDate(out, "not valid after", p.cert->notAfter()); }
 
 // RFC 5280 asks for the bit whenever the extension is there; here only a critical one counts, by intent.
-// ValidatePath.KeyUsageCountsOnlyWhenCritical holds it in place.
+// key-usage-sound in data/chain/scenarios.txt holds it in place.
 RuleOutcome MaySign(const RulePlace &p) {
   if (p.issuer->GetExt(&sxASN_id_ce_keyUsage) == nullptr) return NotChecked("issuer has no key usage");
   if (p.issuer->IsCritical(&sxASN_id_ce_keyUsage) == 0) return NotChecked("issuer's key usage is not critical");

@@ -124,6 +124,10 @@ TEST_F(ChainJudge, FindsTheIssuerInACrowd) {
   EXPECT_EQ(sxValidation_notTrusted, sxJudgeChain(question, verdict));
   EXPECT_EQ(sxSearchBound::kVerifications, verdict.bound);
   EXPECT_NE(nullptr, std::strstr(verdict.text.getstr(), "\nsearch ended after: 256 verifications"));
+  pool = SetOf({});
+  add(last, 2 * kMaxJudgeVerifications);   // one key, one verification
+  pool.Add(sub.Ref());
+  EXPECT_EQ(sxValidation_OK, sxJudgeChain(question, verdict)) << verdict.text.getstr();
 }
 
 }  // namespace

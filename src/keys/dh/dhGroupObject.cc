@@ -57,7 +57,7 @@ bool ReadName(const sxset &object, std::string *name) {
 }
 
 // A size is given in bits and compared in octets, so that a modulus whose top bits are 0 loads; by
-// intent. Held by LoadAllDHGroups.ComparesSizesInOctets.
+// intent. Held by the rows "modsize" of data/keys/dhObjects.txt.
 bool CheckSize(const sxset &object, const char *name, size_t numOctets, const char *missing, const char *differs) {
   long long bits = 0;
   if (!object.FindInt(name, &bits)) return Fail(missing);

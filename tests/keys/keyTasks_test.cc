@@ -376,7 +376,8 @@ TEST_F(KeyTasks, UnknownKindsAndNames) {
     KeyTask first(one, complete, nullptr), second(other, complete, nullptr), third(first);
     TaskData_Free(one);
     TaskData_Free(other);
-    EXPECT_TRUE(first == third && !(first == second));
+    const RTApcServant &servant = first;
+    EXPECT_TRUE(servant == third && !(servant == second));
     first = third = second;
     EXPECT_EQ(1, numGone) << "records go with what refers to them";
     EXPECT_EQ(static_cast<size_t>(other->TaskId()), first.hash());

@@ -15,7 +15,7 @@ int PassGate(const KeyGate &gate, sxOctetView in, const unsigned char *out, int 
   const int answer = CheckRoom(gate.maxLen, out, outLen);
   if (answer != kKeyOutputShort) return answer;
   if (gate.tooShort == nullptr) return 0;
-  herror_func(0, 0, "%s %s", gate.func, gate.tooShort);
+  herror_func(0, 0, gate.tooShort, gate.func);
   return answer;
 }
 

@@ -17,7 +17,7 @@ struct KeyGate {
   bool isUsable;         ///< else kKeyNotUsable
   bool isAble;           ///< has the part that is needed; else kKeyNotImplemented
   int maxLen;            ///< the longest output, octets: the answer when there is no area
-  const char *tooShort;  ///< logged behind func with kKeyOutputShort; null: any room may do
+  const char *tooShort;  ///< a format of func, logged with kKeyOutputShort; null: any room may do
 };
 
 /// Empty input is kKeyBadInput, before the output is looked at.

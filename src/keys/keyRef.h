@@ -7,7 +7,7 @@
 #include "keys/libcryptoTypes.h"
 #include "kxcert/keys/sxPubKey.h"
 
-using PubKeyRef = std::unique_ptr<sxPubKey, kxFree<sxFreePubKey>>;
+using PubKeyRef = sxOwned<sxPubKey, sxFreePubKey>;
 
 /// The key, which is handed on when it is usable, else dropped: null.
 template <class Key>

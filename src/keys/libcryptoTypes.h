@@ -7,22 +7,14 @@
 #include <openssl/err.h>
 #include <openssl/rsa.h>
 
-#include <memory>
+#include "platform/owned.h"
 
-template <auto Fn>
-struct kxFree {
-  template <class T>
-  void operator()(T *object) const {
-    Fn(object);
-  }
-};
-
-using BigNum = std::unique_ptr<BIGNUM, kxFree<BN_clear_free>>;  // may be secret: always wiped
-using BigNumContext = std::unique_ptr<BN_CTX, kxFree<BN_CTX_free>>;
-using MontContext = std::unique_ptr<BN_MONT_CTX, kxFree<BN_MONT_CTX_free>>;
-using RsaKey = std::unique_ptr<RSA, kxFree<RSA_free>>;
-using EcKey = std::unique_ptr<EC_KEY, kxFree<EC_KEY_free>>;
-using EcPoint = std::unique_ptr<EC_POINT, kxFree<EC_POINT_free>>;
+using BigNum = sxOwned<BIGNUM, BN_clear_free>;  // may be secret: always wiped
+using BigNumContext = sxOwned<BN_CTX, BN_CTX_free>;
+using MontContext = sxOwned<BN_MONT_CTX, BN_MONT_CTX_free>;
+using RsaKey = sxOwned<RSA, RSA_free>;
+using EcKey = sxOwned<EC_KEY, EC_KEY_free>;
+using EcPoint = sxOwned<EC_POINT, EC_POINT_free>;
 
 // Numbers lent by a context until the frame goes; the context wipes them when it is freed.
 class BigNumFrame {

@@ -45,7 +45,7 @@ kxDhKey *DhKey_fromset(const sxset *set) {
 }
 
 int DhKey_binaryhash_fromset(const sxset *set, kxBinBuf &hash) {
-  const std::unique_ptr<kxDhKey, kxFree<DhKey_destroy>> key(DhKey_fromset(set));
+  const sxOwned<kxDhKey, DhKey_destroy> key(DhKey_fromset(set));
   return key == nullptr ? -1 : key->GetHash(hash);
 }
 

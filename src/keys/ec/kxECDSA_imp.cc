@@ -74,7 +74,7 @@ int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, in
 int kxECDSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int outLen,
                       const BIGNUM *inverseNonce, const BIGNUM *r) {
   const KeyGate gate{"kxECDSA_imp::Sign", OK() != 0, m_hasPrivate, OK() != 0 ? m_curve->maxSigLen : 0,
-                     "length too short"};
+                     "%s length too short"};
   sxOctetView message = sxView(in, inLen);
   kxBinBuf info;
   if (const int answer = PassSigningGate(gate, op, md, &message, &info, out, outLen)) return answer;

@@ -36,7 +36,7 @@ kxSRSA_imp::kxSRSA_imp(sxPK_Format format, const unsigned char *data, int dataLe
 int kxSRSA_imp::Flags() const { return KeyFlags(OK() != 0, HasPrivate()); }
 
 int kxSRSA_imp::Encrypt(sxPKop_type, const unsigned char *in, int inLen, unsigned char *out, int outLen) {
-  const KeyGate gate{"kxSRSA_imp::Encrypt", OK() != 0, true, Nbytes(), "length to short"};
+  const KeyGate gate{"kxSRSA_imp::Encrypt", OK() != 0, true, Nbytes(), "kxSRSA_imp::Encrypt length to short"};
   if (const int answer = PassGate(gate, sxView(in, inLen), out, outLen)) return answer;
   const int len = RSA_public_encrypt_wrapper(inLen, in, outLen, out, m_rsa.get());
   if (len < 0) {
@@ -73,7 +73,7 @@ int kxSRSA_imp::Decrypt(sxPKop_type, const unsigned char *in, int inLen, unsigne
 
 int kxSRSA_imp::Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out,
                      int outLen) {
-  const KeyGate gate{"kxSRSA_imp::Sign", OK() != 0, HasPrivate(), Nbytes(), "length too short"};
+  const KeyGate gate{"kxSRSA_imp::Sign", OK() != 0, HasPrivate(), Nbytes(), "%s length too short"};
   sxOctetView message = sxView(in, inLen);
   kxBinBuf info;
   if (const int answer = PassSigningGate(gate, op, md, &message, &info, out, outLen)) return answer;

@@ -66,7 +66,7 @@ void TellUser(TaskData *task, void *opaque, void *result, int resultLen) {
 template <class Task, class... Args>
 int QueueTask(const char *func, const char *what, const char *className, sxPKCallback callback, void *opaque,
               Args... args) try {
-  std::unique_ptr<TaskData, kxFree<TaskData_Free>> task(new (std::nothrow) Task(args...));
+  sxOwned<TaskData, TaskData_Free> task(new (std::nothrow) Task(args...));
   if (task == nullptr) {
     herror_func(0, 0, "%s: Failed to create %s.", func, className);
     return kKeyLibraryFailed;

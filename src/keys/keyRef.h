@@ -2,10 +2,8 @@
 #ifndef KXCERT_SRC_KEYS_KEYREF_H_
 #define KXCERT_SRC_KEYS_KEYREF_H_
 
-#include <memory>
-
-#include "keys/libcryptoTypes.h"
 #include "kxcert/keys/sxPubKey.h"
+#include "platform/owned.h"
 
 using PubKeyRef = sxOwned<sxPubKey, sxFreePubKey>;
 

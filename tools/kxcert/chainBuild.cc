@@ -34,9 +34,7 @@ sxCerts SetOf(std::initializer_list<const std::vector<FoundCert> *> lists) {
   return certs;
 }
 
-bool IsRoots(const sxRootCA *root, const sxCert &cert) {
-  return root != nullptr && *root->Cert() == cert;
-}
+bool IsRoots(const sxRootCA *root, const sxCert &cert) { return root != nullptr && *root->Cert() == cert; }
 
 }  // namespace
 

@@ -2,7 +2,7 @@
 add_library(kxcert_settings INTERFACE)
 target_compile_options(kxcert_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wundef
-  -Wno-invalid-offsetof -fno-strict-overflow -fstack-protector-strong)
+  -Wno-invalid-offsetof -fstack-protector-strong)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_compile_options(kxcert_settings INTERFACE -Wthread-safety)
 endif()
@@ -13,6 +13,10 @@ target_link_libraries(kxcert_strict INTERFACE kxcert_settings)
 target_compile_options(kxcert_strict INTERFACE -Wconversion -Wsign-conversion)
 if(KXCERT_WERROR)
   target_compile_options(kxcert_settings INTERFACE -Werror)
+endif()
+# With this flag the sanitizers would see no signed overflow.
+if(NOT KXCERT_SANITIZE)
+  target_compile_options(kxcert_settings INTERFACE -fno-strict-overflow)
 endif()
 if(KXCERT_SANITIZE)
   target_compile_options(kxcert_settings INTERFACE

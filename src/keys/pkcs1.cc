@@ -1,5 +1,7 @@
 #include "kxcert/keys/pkcs1.h"
 
+#include <functional>
+
 #include "digestInfo.h"
 #include "keyOctets.h"
 #include "kxcert/keys/algorithms.h"
@@ -90,10 +92,16 @@ int sxComparePKCS1(sxPKop_type op, int mdType, const unsigned char *expected, in
 }
 
 int kxPKCS1Pad(int blockType, const unsigned char *data, int dataLen, unsigned char *block, int blockLen) {
-  if (data == nullptr || block == nullptr || dataLen < 0 || blockLen > kMaxBlockLen ||
+  if (data == nullptr || block == nullptr || dataLen < 0 || blockLen < kPaddingOverhead || blockLen > kMaxBlockLen ||
       dataLen > blockLen - kPaddingOverhead) {
     herror_func(0, 0, "kxPKCS1Pad: %d octets do not go into a block of %d", dataLen, blockLen);
     return -1;
+  }
+  kxBinBuf copy;  // the padding is written before data is read, which may stand in the block
+  if (std::less<>()(data, block + blockLen) && std::less<>()(block, data + dataLen)) {
+    copy.SetSensitive(true);
+    copy.Set(data, static_cast<unsigned int>(dataLen));
+    data = copy.Data();
   }
   const ErrorQueueMark mark;
   int rc = 0;

@@ -4,6 +4,8 @@
 #include <openssl/err.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstring>
 #include <sstream>
 
 #include "kxcert/asn1/modules/SXUTILS.h"
@@ -134,6 +136,10 @@ TEST(Pkcs1, PadsAndUnpads) {
   EXPECT_EQ(-1, kxPKCS1Pad(1, in, 4, nullptr, 16));
   EXPECT_EQ(-1, kxPKCS1Pad(1, in, -1, block, 16));
   EXPECT_EQ(-1, kxPKCS1Pad(1, in, 6, block, 16));
+  for (const int tooShort : {INT_MIN, INT_MIN + 10, 0, 10}) EXPECT_EQ(-1, kxPKCS1Pad(1, in, 0, block, tooShort));
+  std::memcpy(block + 5, "data", 4);
+  EXPECT_EQ(0, kxPKCS1Pad(1, block + 5, 4, block, 16));
+  EXPECT_EQ("0001ffffffffffffffffff0064617461", EncodeHex(block, 16));
   const FakeRandom none([](unsigned char *, int) { return 0; });
   EXPECT_EQ(-1, kxPKCS1Pad(2, in, 4, block, 16));
   EXPECT_EQ(0u, ERR_peek_error());

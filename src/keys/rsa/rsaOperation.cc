@@ -4,10 +4,18 @@
 #include "keys/offload/pkxlOffer.h"
 #include "kxcert/keys/kxSRSA.h"
 
+namespace {
+
+// Room for RSA_size octets, which libcrypto writes without asking how many there is room for.
+bool HasRoom(const RSA *rsa, int outLen) {
+  return rsa != nullptr && RSA_get0_n(rsa) != nullptr && outLen >= RSA_size(rsa);
+}
+
+}  // namespace
+
 int rsa_op_wrapper(RsaOperation operation, int inLen, const unsigned char *in, int outLen, unsigned char *out,
                    RSA *rsa) {
-  // libcrypto writes up to RSA_size octets without asking how many there is room for.
-  if (rsa == nullptr || in == nullptr || out == nullptr || inLen < 0 || outLen < RSA_size(rsa)) return -1;
+  if (in == nullptr || out == nullptr || inLen < 0 || !HasRoom(rsa, outLen)) return -1;
   int result = -1;
   if (PkxlMayOffer() && PkxlOfferRsa(operation, inLen, in, out, rsa, &result)) return result;
   return RsaOperationHere(operation, inLen, in, outLen, out, rsa);
@@ -15,7 +23,7 @@ int rsa_op_wrapper(RsaOperation operation, int inLen, const unsigned char *in, i
 
 int RsaOperationHere(RsaOperation operation, int inLen, const unsigned char *in, int outLen, unsigned char *out,
                      RSA *rsa) {
-  if (inLen < 0 || outLen < RSA_size(rsa)) return -1;
+  if (inLen < 0 || !HasRoom(rsa, outLen)) return -1;
   const ErrorQueueMark mark;
   switch (operation) {
     case kPrivateDecrypt: return RSA_private_decrypt(inLen, in, out, rsa, RSA_PKCS1_PADDING);

@@ -44,6 +44,17 @@ RSA *FromPkcs8(const sxset &privatePart) {
   return rsa;
 }
 
+// Without primes one try tells whether the exponents belong together: 2 goes out and comes back.
+bool Reverses(const BIGNUM *n, const BIGNUM *e, const BIGNUM *d) {
+  const BigNumContext context(BN_CTX_secure_new());
+  const BigNum base(BN_new()), power(BN_new());
+  const ErrorQueueMark mark;
+  return context != nullptr && base != nullptr && power != nullptr && BN_set_word(base.get(), 2) == 1 &&
+         BN_mod_exp(power.get(), base.get(), e, n, context.get()) == 1 &&
+         BN_mod_exp_mont_consttime(power.get(), power.get(), d, n, context.get(), nullptr) == 1 &&
+         BN_cmp(power.get(), base.get()) == 0;
+}
+
 RSA *FromNumbers(const sxset &set) {
   const bool wantsPrivate = set.FindSet("private") != nullptr;
   BigNum n(sxSetValue2BN(&set, "modulus"));
@@ -54,7 +65,12 @@ RSA *FromNumbers(const sxset &set) {
     return nullptr;
   }
   RsaKey rsa = NewRsaKey(std::move(n), std::move(e), std::move(d));
-  return kxRSA_is_ok(rsa.get()) ? rsa.release() : nullptr;
+  if (!kxRSA_is_ok(rsa.get())) return nullptr;
+  if (wantsPrivate && !Reverses(RSA_get0_n(rsa.get()), RSA_get0_e(rsa.get()), RSA_get0_d(rsa.get()))) {
+    herror_func(0, 0, "kxRSA_from_set: the exponents do not belong together");
+    return nullptr;
+  }
+  return rsa.release();
 }
 
 }  // namespace

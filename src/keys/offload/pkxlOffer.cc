@@ -20,9 +20,6 @@
 
 namespace {
 
-// An answer that took longer is used, but the next operations are faster without.
-constexpr int64_t kSlowMs = 1000;
-
 thread_local int t_numStaying = 0;
 
 PkxlPatience &Patience() {
@@ -41,7 +38,7 @@ class Attempt {
   Attempt() : m_use(Patience().Begin(NowMs())) {}
   ~Attempt() {
     const int64_t nowMs = NowMs();
-    if (m_use.allowed) Patience().Ended(m_use, !m_good || nowMs - m_use.beganMs > kSlowMs, nowMs);
+    if (m_use.allowed) Patience().Ended(m_use, !m_good, nowMs);
   }
   Attempt(const Attempt &) = delete;
   Attempt &operator=(const Attempt &) = delete;

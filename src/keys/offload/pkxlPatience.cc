@@ -13,9 +13,9 @@ void PkxlPatience::Ended(const Use &use, bool trouble, int64_t nowMs) {
   const sxLock lock(m_mutex);
   if (use.era != m_era) return;
   const bool again = m_suspected || (m_whileMs != 0 && use.beganMs - m_untilMs <= m_whileMs);
-  m_suspected = trouble;
+  m_suspected = trouble || nowMs - use.beganMs > kSlowMs;
   m_tried = false;
-  if (!trouble) return;
+  if (!m_suspected) return;
   ++m_era;
   m_whileMs = again ? std::min(2 * m_whileMs, kLongestMs) : kShortestMs;
   m_untilMs = nowMs + m_whileMs;

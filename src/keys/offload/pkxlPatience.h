@@ -11,6 +11,8 @@
 // Times are milliseconds of any clock that only goes forward. Any thread.
 class PkxlPatience {
  public:
+  /// An answer that took longer is used, but is trouble too: the next operations are faster without.
+  static constexpr int64_t kSlowMs = 1000;
   static constexpr int64_t kShortestMs = 1000;
   static constexpr int64_t kLongestMs = 5 * 60 * 1000;
 

@@ -24,6 +24,7 @@ CertPool::CertPool(const sxCerts *certs, int64_t now) {
   for (int i = 0; certs != nullptr && i < certs->Slots(); ++i) {
     sxCert *cert = certs->Get(i);
     if (cert == nullptr || cert->OK() == 0 || cert->Subject() == nullptr) continue;
+    m_held.emplace_back(cert);
     m_byDate.push_back({cert->Subject()->Hash(), sxKeyIdHash(cert->SubjectKeyId()), sxIsOutOfDate(*cert, now), cert});
   }
   std::ranges::sort(m_byDate, {}, [](const Entry &entry) {

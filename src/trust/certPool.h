@@ -8,14 +8,15 @@
 #include <string_view>
 #include <vector>
 
-class sxCert;
+#include "trust/sharedRef.h"
+
 class sxCerts;
 class sxExtKeyID;
 
 /// The order of the answers depends on the certificates' octets, not on the order in which they came.
 class CertPool {
  public:
-  /// @param certs  borrowed, with its certificates; what is not OK is passed over; may be null
+  /// @param certs  borrowed; of its certificates a reference each is kept; what is not OK is passed over; may be null
   /// @param now    seconds since 1970-01-01 00:00 UTC
   CertPool(const sxCerts *certs, int64_t now);
 
@@ -31,6 +32,7 @@ class CertPool {
     bool isOutOfDate;
     sxCert *cert;
   };
+  std::vector<SharedRef<sxCert>> m_held;
   std::vector<Entry> m_byDate;   // sorted by name, date and octets, without copies
   std::vector<Entry> m_byKeyId;  // the same, by name, key identifier, date and octets
 };

@@ -59,6 +59,7 @@ PathSearch::PathSearch(const sxChainQuestion &question, const ValidateParams &pa
     : m_question(question),
       m_params(params),
       m_now(params.Time()),
+      m_heldHolder(question.holder),
       m_holder(*question.holder->GetP()),
       m_endEntity(*question.endEntity) {
   m_pools.emplace_back(question.pool, m_now);
@@ -267,7 +268,8 @@ bool PathSearch::Keep(sxTriedPath &&path) {
     // What the search followed was verified; what it followed by names was not.
     const int flags =
         m_goesByName ? m_question.flags | sxValidate_signatures : m_question.flags & ~sxValidate_signatures;
-    path.code = sxCert_ValCerts(path.root, &path.certs, nullptr, nullptr, m_params, text.data(), kMaxText, &path.level,
+    sxCerts shown = path.certs;  // a revocation function may change what it is given
+    path.code = sxCert_ValCerts(path.root, &shown, nullptr, nullptr, m_params, text.data(), kMaxText, &path.level,
                                 nullptr, nullptr, flags);
     if (path.code == sxValidation_async) path.code = sxValidation_unknownStatus;  // nobody is there to be called back
   } else {

@@ -70,6 +70,7 @@ class PathSearch {
   const sxChainQuestion &m_question;
   const ValidateParams &m_params;
   const int64_t m_now;
+  const SharedRef<sxKeyHolder> m_heldHolder;  // what is asked may drop the caller's reference
   sxKeyHolder_imp &m_holder;
   sxCert &m_endEntity;
   std::vector<CertPool> m_pools;  // the question's, and what the callback brought

@@ -43,14 +43,40 @@ sxValidationRC CheckNameConstraints(const Request &request, Findings &findings) 
   return rc;
 }
 
+bool IsRevocationResult(sxValidationRC rc) {
+  switch (rc) {
+    case sxValidation_OK:
+    case sxValidation_async:
+    case sxValidation_revoked:
+    case sxValidation_noValidCRL:
+    case sxValidation_crlFetchFailed:
+    case sxValidation_entrustBlocking:
+    case sxValidation_crlNotRetrieved:
+    case sxValidation_crlNotYetValid:
+    case sxValidation_crlExpired:
+    case sxValidation_crlTooBig:
+    case sxValidation_unknownStatus: return true;
+    default: return false;
+  }
+}
+
 sxValidationRC CheckRevocation(const Request &request, Findings &findings) {
   const sxRevocationFunc check = g_revocationFunc;
   if (check == nullptr) {
     tderrorFunc(kTopic, 3, 0, "sxCert_OurValCerts: no revocation checking is installed");
     return sxValidation_unknownStatus;  // not checked is not the same as good
   }
-  return check(request.env, request.root, *request.chain, request.params, request.callback, request.opaque,
-               kRevocationTimeoutMs, findings.level);
+  const int top = request.chain->Top();
+  sxValidationRC rc = check(request.env, request.root, *request.chain, request.params, request.callback, request.opaque,
+                            kRevocationTimeoutMs, findings.level);
+  if (!IsRevocationResult(rc)) {
+    tderrorFunc(kTopic, 3, 0, "sxCert_OurValCerts: %d is no result of revocation checking", static_cast<int>(rc));
+    rc = sxValidation_unknownStatus;
+  }
+  if (rc != sxValidation_OK && rc != sxValidation_async && (findings.level < 0 || findings.level > top)) {
+    findings.level = 0;
+  }
+  return rc;
 }
 
 struct CheckRow {

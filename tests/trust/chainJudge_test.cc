@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "kxcert/trust/fixChain.h"
@@ -60,6 +61,40 @@ TEST_F(ChainJudge, TakesNoPromiseOfRevocation) {
   EXPECT_EQ(sxValidation_unknownStatus, sxJudgeChain(question, verdict));
   sxCertValidate_SetRevocationFunc(nullptr);
   EXPECT_EQ(kTestNow, asked);
+}
+
+// Nor may it change what is judged, drop what the search goes on with, or answer what is no answer.
+TEST_F(ChainJudge, BelievesRevocationAsFarAsItCanBeTrue) {
+  static sxCerts *sent = nullptr;
+  static sxKeyHolder *asked = nullptr;
+  sent = &pool;
+  const TestCert other("O=Trust/CN=sub", &root, CaOptions({.keyOf = &sub}));
+  pool = SetOf({&sub, &other});
+  question.flags = sxValidate_all;
+  asked = sxKeyHolder_New();
+  AddRoot(*asked, root);
+  question.holder = asked;
+  sxCertValidate_SetRevocationFunc([](sxd_env *, sxRootCA *, sxCerts &chain, const ValidateParams &,
+                                      sxValidationCallback, void *, int, int &level) {
+    chain.ClearAll();
+    sent->ClearAll();
+    sxFreePKobj(std::exchange(asked, nullptr));
+    level = 1;
+    return sxValidation_revoked;
+  });
+  EXPECT_EQ(sxValidation_revoked, sxJudgeChain(question, verdict));
+  EXPECT_EQ(2u, verdict.tried.size());
+  EXPECT_EQ(3, verdict.path.Count());
+  question.holder = &holder;
+  sxCertValidate_SetRevocationFunc([](sxd_env *, sxRootCA *, sxCerts &, const ValidateParams &, sxValidationCallback,
+                                      void *, int, int &level) {
+    level = INT_MAX;
+    return static_cast<sxValidationRC>(12345);
+  });
+  pool = SetOf({&sub});
+  EXPECT_EQ(sxValidation_unknownStatus, sxJudgeChain(question, verdict));
+  EXPECT_EQ(0, verdict.level);
+  sxCertValidate_SetRevocationFunc(nullptr);
 }
 
 // All orders of a pool in which CAs signed each other, and of the roots, give the same octets.

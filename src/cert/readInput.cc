@@ -58,6 +58,7 @@ sxReadResult sxReadWhole(const char *path, size_t maxLen, kxBinBuf &out) {
 
 sxReadResult sxReadWhole(std::FILE *in, size_t maxLen, kxBinBuf &out) {
   out.Clear();
+  if (in == nullptr) return errno = EBADF, sxReadResult::kNotOpened;
   return ReadAll(maxLen, out, [in](void *data, size_t len) {
     const size_t got = std::fread(data, 1, len, in);
     return std::ferror(in) != 0 ? int64_t{-1} : static_cast<int64_t>(got);

@@ -28,6 +28,7 @@ struct BareKey : sxPubKey_imp_vc {
   const char *ClassName() const override { return "BareKey"; }
   int Export(sxPK_Format format, unsigned char *out, int outLen) override {
     if (m_octets.empty()) return sxPubKey_imp_vc::Export(format, out, outLen);
+    if (m_octets == "nothing") return 0;
     if (out == nullptr) return LenOf(Text(m_octets));
     if (m_octets == "broken") return kKeyOutputShort;
     m_octets.copy(reinterpret_cast<char *>(out), m_octets.size());

@@ -138,7 +138,11 @@ TEST_F(KeyTasks, AgreeOnASecret) {
   const LogCapture log;
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
   EXPECT_TRUE(log.Has("KeyTaskMngmnt_init: set 1 working threads."));
-  const auto newKey = [this](const char *group) { return Ended(sxPubKey_NewDH(group, 160, Tell, &m_told)); };
+  const auto newKey = [this](const char *group) {
+    const int queued = sxPubKey_NewDH(group, 160, Tell, &m_told);
+    EXPECT_EQ(0, m_told.numCalls);   // a worker makes it
+    return Ended(queued);
+  };
   const Told failed = newKey("no such group");
   EXPECT_EQ(TASK_CREATION_ERROR, failed.rc);
   EXPECT_EQ("Error while creating new DH key.", failed.errText);

@@ -154,6 +154,14 @@ TEST_F(CrlDatabase, CollectsTheFileThatItLookedAt) {
     }
   }
   m_dir.Write("CrlCache_1/rec_k", Expiry(kNow));
+  {
+    int numLooks = 0;   // at what was moved away: whether the name is free, and whether it is the same file
+    const FileFake blind([&](kxFileStep step, const char *path) {
+      return step == kxStep_info && path != record && ++numLooks == 2 ? EIO : 0;
+    });
+    m_db.GarbageCollector();
+  }
+  EXPECT_EQ(Expiry(kNow), m_dir.Read("CrlCache_1/rec_k")) << "unseen, it is put back";
   const FileFake full([](kxFileStep step, const char *) { return step == kxStep_rename ? ENOSPC : 0; });
   m_db.GarbageCollector();
   EXPECT_FALSE(Exists("CrlCache_1/rec_k")) << "a full disk is to be emptied";

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
 #include <stdexcept>
 
 #include "cert/serialText.h"
@@ -35,7 +36,9 @@ int64_t ReadTime(std::string text) {
   tm parts{};
   text += text.size() == 10 ? " 00:00:00" : "";
   if (strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &parts) == nullptr) throw std::runtime_error("time: " + text);
-  return timegm(&parts);
+  const auto day = std::chrono::year(parts.tm_year + 1900) / (parts.tm_mon + 1) / parts.tm_mday;
+  const std::chrono::seconds sec = std::chrono::sys_days(day).time_since_epoch();   // timegm may have 32 bits
+  return sec.count() + 3600 * parts.tm_hour + 60 * parts.tm_min + parts.tm_sec;
 }
 
 class Scenario {

@@ -16,7 +16,7 @@ KXCERT_EXPORT void kxClock_SetSource(int64_t (*now)());
 /// The text of ctime ("Thu Jan  1 00:00:00 1970", local time) without its line feed.
 /// @param[out] text  ended by NUL; untouched on failure
 /// @retval  0  done
-/// @retval -1  null, fewer than 26 bytes, or a year above 9999
+/// @retval -1  null, fewer than 26 bytes, a year above 9999, or a time that time_t cannot hold (32 bits: after 2038)
 KXCERT_EXPORT int sxCtime_no_nl(int64_t timeSec, char *text, int textLen);
 
 #endif

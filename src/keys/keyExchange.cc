@@ -65,7 +65,8 @@ int sxSharedSecret(sxPubKey *own, sxPubKey *peer, kxBinBuf &out) {
   int rc = kKeyLenMismatch;
   if (kind == sxPK_DH && HaveSame(*ownSet, *peerSet, "modulus") && HaveSame(*ownSet, *peerSet, "generator")) {
     rc = DeriveDh(*own, *peerSet, &secret);
-  } else if (long long nid = 0; kind == sxPK_ECDSA && ownSet->FindInt("NID", &nid) && HaveSame(*ownSet, *peerSet, "NID")) {
+  } else if (long long nid = 0;
+             kind == sxPK_ECDSA && ownSet->FindInt("NID", &nid) && HaveSame(*ownSet, *peerSet, "NID")) {
     rc = DeriveEc(*own, *peer, static_cast<int>(nid), &secret);
   }
   if (rc == 0) out = std::move(secret);

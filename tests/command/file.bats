@@ -2,7 +2,7 @@
 load support
 
 setup() {
-  cd "$BATS_TEST_TMPDIR"
+  mkdir "$BATS_TEST_TMPDIR/work"; cd "$BATS_TEST_TMPDIR/work"   # bats has files of its own beside it
   key=$BATS_TEST_DIRNAME/../data/keys/p521-a.pem
   printf 'one\ttwo\nthree\n' >text
   openssl pkey -in "$key" -pubout -out pub.pem
@@ -67,5 +67,6 @@ for marker, name in ((b"TimeStamp = ", "time"), (b"SIG = ", "sig")):
   [ "$(grep -c BEGINS signed)" -eq 1 ]
   run -3 "$KXCERT" file sign --key pub.pem text
   run -2 "$KXCERT" file sign --key "$key" --at 1970-01-01 text
+  run -2 "$KXCERT" file sign --key "$key" --sig s --out o text
   [ "$(ls)" = $'before\npub.pem\nsigned\ntext' ]
 }

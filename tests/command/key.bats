@@ -3,7 +3,7 @@ load support
 
 setup() {
   export KXCERT_CONF_DIR=$BATS_TEST_DIRNAME/../../packaging/conf
-  cd "$BATS_TEST_TMPDIR"
+  mkdir "$BATS_TEST_TMPDIR/work"; cd "$BATS_TEST_TMPDIR/work"   # bats has files of its own beside it
   keys=$BATS_TEST_DIRNAME/../data/keys
 }
 

@@ -39,6 +39,9 @@ FoundKey ReadFittingKey(const std::string &path, KeyPart part, Report &report) {
 }
 
 void Sign(const Options &options, Report &report) {
+  if (!options.sigFile.empty() && !options.out.empty()) {
+    return report.Problem(kExitUsage, "", "--sig and --out are two places for one signature");
+  }
   const FoundKey found = ReadFittingKey(options.key, KeyPart::kPrivate, report);
   if (found.key == nullptr) return;
   int64_t seconds = std::time(nullptr);

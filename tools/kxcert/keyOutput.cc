@@ -94,7 +94,7 @@ bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions
   if (form == kKeyForm_set) return WriteSet(key, privatePart, options, report);
   kxBinBuf der;
   if (sxExportKeyInfo(&key, privatePart, der) != 0) {
-    return report.Problem(kExitInternal, "", "the key has no such form"), false;
+    return report.Problem(kExitInputError, "", "the key has not all that this form holds; --form set may do"), false;
   }
   return form == kKeyForm_der ? WriteOctets({der.Data(), der.Len()}, options, report)
                               : WritePem(der, privatePart, options, report);

@@ -53,7 +53,7 @@ TEST(WholeFile, IsWholeWhateverFails) {
       }
       const bool isThere = access(file.c_str(), F_OK) == 0;
       EXPECT_EQ(rc == 0 || replace, isThere) << failing;
-      if (isThere) EXPECT_EQ(rc == 0 ? "new" : "old", folder.Read("f")) << failing;
+      if (isThere) { EXPECT_EQ(rc == 0 ? "new" : "old", folder.Read("f")) << failing; }
       if (step <= failing) {
         EXPECT_GE(failing, 7);
         break;

@@ -62,6 +62,7 @@ class sxLoadReader {
   bool HasRoom();
   void Take(const sxInputBlock &block);
   void TakeElements(const sxInputBlock &block);
+  void TakeSet(const sxInputBlock &block);
   void TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item);
   void TakeContainer(sxOctetView octets, const sxLoadItem &container);
   void TakeMembers(sxShape shape, sxOctetView set, const sxLoadItem &container, int *member);
@@ -89,7 +90,10 @@ void sxLoadReader::Run() {
 }
 
 void sxLoadReader::Take(const sxInputBlock &block) {
-  if (block.line == 0 && block.error == nullptr) return TakeElements(block);
+  if (block.line == 0 && block.error == nullptr) {
+    const bool isSet = (m_loader.m_wanted & sxLoad_keys) != 0 && sxLooksLikeSet(block.octets);
+    return isSet ? TakeSet(block) : TakeElements(block);
+  }
   sxLoadItem item;
   item.place = {m_name, block.number, 0, block.offset, block.line};
   item.label = block.label;
@@ -125,6 +129,13 @@ void sxLoadReader::TakeElements(const sxInputBlock &block) {
     m_items.push_back(std::move(item));
     return;
   }
+}
+
+void sxLoadReader::TakeSet(const sxInputBlock &block) {
+  sxLoadItem item;
+  item.place = {m_name, block.number, 0, 0, 0};
+  sxLoadKeySet(block.octets, item);
+  m_items.push_back(std::move(item));
 }
 
 void sxLoadReader::TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item) {

@@ -1,5 +1,6 @@
 #include "loadObjects.h"
 
+#include <algorithm>
 #include <iterator>
 #include <memory>
 #include <utility>
@@ -9,10 +10,14 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/keyForms.h"
+#include "kxcert/keys/kxDhKey.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkcs1.h"
+#include "kxcert/platform/secureMemory.h"
 #include "plainCert.h"
 
 namespace {
@@ -126,6 +131,9 @@ sxPubKey *ImportPrivateInfo(sxOctetView octets, std::string *why) {
   const bool isEc = sxEqual(info.oid, sxView(sxASN_ECDSAPublicKey.Data(), sxASN_ECDSAPublicKey.Len()));
   const Curve *curve = nullptr;
   if (isEc && sxDerReader(info.parameters).Take(kDerOid, &curveOid)) { curve = FindCurve(curveOid); }
+  if (!isEc) {
+    if (sxPubKey *const key = DhKey_fromder(sxPK_private, octets.data(), sxLen(octets))) return key;
+  }
   if (curve == nullptr) {
     *why = "its algorithm is not read (" + AlgorithmText(info.oid, info.parameters) + ")";
     return nullptr;
@@ -142,9 +150,10 @@ sxPubKey *ImportPublicInfo(sxOctetView octets, std::string *why) {
   }
   const sxOctetView bits = info.key.subspan(1), parameters = info.parameters;
   sxSpkiResult result = sxSpki_ok;
-  sxPubKey *const key =
-      sxPubKey_FromSPKI(info.oid.data(), sxLen(info.oid), parameters.empty() ? nullptr : parameters.data(),
-                        sxLen(parameters), bits.data(), sxLen(bits), &result);
+  sxPubKey *key = sxPubKey_FromSPKI(info.oid.data(), sxLen(info.oid), parameters.empty() ? nullptr : parameters.data(),
+                                    sxLen(parameters), bits.data(), sxLen(bits), &result);
+  // Certificates have none of these keys; files have.
+  if (result == sxSpki_unsupported) key = DhKey_fromder(sxPK_public, octets.data(), sxLen(octets));
   if (key == nullptr) *why = "its algorithm or value is not usable (" + AlgorithmText(info.oid, parameters) + ")";
   return key;
 }
@@ -224,6 +233,38 @@ void sxLoadObject(sxShape shape, sxOctetView octets, unsigned wanted, sxLoadItem
   }
   if (isCert) return LoadCert(octets, item);
   return isCrl ? LoadCrl(octets, item) : LoadKey(shape, octets, item);
+}
+
+// Blanks and comments may stand before it (attributeSet.h).
+bool sxLooksLikeSet(sxOctetView octets) {
+  for (auto pos = octets.begin(); pos != octets.end(); ++pos) {
+    if (*pos == '#') {
+      pos = std::find(pos, octets.end(), '\n');
+      if (pos == octets.end()) return false;
+    } else if (*pos != ' ' && *pos != '\t' && *pos != '\r' && *pos != '\n') {
+      return *pos == '(';
+    }
+  }
+  return false;
+}
+
+void sxLoadKeySet(sxOctetView text, sxLoadItem &item) {
+  constexpr const char *kSet = "an attribute set";
+  if (text.size() > static_cast<size_t>(kMaxSetFileLen)) {
+    return sxSkipItem(item, sxLoadSkip::kTooMuch, std::string(kSet) + " that is too long");
+  }
+  if (std::ranges::find(text, '\0') != text.end()) {
+    return sxSkipItem(item, sxLoadSkip::kNotDecoded, std::string(kSet) + " with a NUL character in it");
+  }
+  std::string copy(text.begin(), text.end()), error;
+  const std::unique_ptr<sxset> set(sio_sread(copy.c_str(), &error));
+  KX_memset(copy.data(), copy.size());
+  if (set == nullptr) return sxSkipItem(item, sxLoadSkip::kNotDecoded, "not " + std::string(kSet) + ": " + error);
+  item.key = sxImportKey_from_Set(set.get());
+  if (item.key == nullptr) {
+    return sxSkipItem(item, sxLoadSkip::kNotDecoded, std::string(kSet) + ", but no key that is usable here");
+  }
+  item.kind = sxPubKey_HasPrivate(item.key) == 1 ? sxLoadKind::kPrivateKey : sxLoadKind::kPublicKey;
 }
 
 //   ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] SignedData }

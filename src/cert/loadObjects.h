@@ -16,6 +16,11 @@ sxLoadKind sxKindOf(sxShape shape);
 /// Not for kPkcs7.
 void sxLoadObject(sxShape shape, sxOctetView octets, unsigned wanted, sxLoadItem &item);
 
+/// Whether octets begin as the text of an attribute set does, and no encoding.
+bool sxLooksLikeSet(sxOctetView octets);
+/// A key out of one: sets @p item's kind and key, or its skip and reason.
+void sxLoadKeySet(sxOctetView text, sxLoadItem &item);
+
 void sxSkipItem(sxLoadItem &item, sxLoadSkip skip, std::string reason);
 
 /// Where a SignedData has its certificates and CRLs; empty where it has none.

@@ -43,6 +43,7 @@ int Take(const struct stat &from, kxFileInfo *info) {
   info->device = from.st_dev;
   info->inode = from.st_ino;
   info->modifiedSec = from.st_mtime;
+  info->mode = from.st_mode & 07777U;
   return 0;
 }
 
@@ -115,6 +116,10 @@ int kxFile_CreateNew(const char *path) {
   if (Refused(kxStep_createNew, path)) return -1;
   constexpr mode_t kOwnerOnly = 0600;
   return Resumed([path] { return open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly); });
+}
+
+int kxFile_SetMode(int fd, unsigned int mode) {
+  return Refused(kxStep_setMode, nullptr) || fchmod(fd, mode) != 0 ? -1 : 0;
 }
 
 int kxFile_OpenWrite(const char *path) {

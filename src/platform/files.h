@@ -17,6 +17,7 @@ struct kxFileInfo {
   uint64_t device;  ///< with the inode: the same file, for as long as somebody has it open
   uint64_t inode;
   int64_t modifiedSec;  ///< seconds since 1970-01-01 00:00 UTC
+  unsigned int mode;    ///< permissions
 };
 
 int kxFile_Info(const char *path, kxFileInfo *info);  ///< of a link itself (lstat)
@@ -34,6 +35,7 @@ std::FILE *kxFile_OpenRegularStream(const char *path);  ///< the same, for fclos
 bool kxFile_IsSpecial(const char *path);
 /// Makes a file that only its owner may read and write; EEXIST when the name is taken.
 int kxFile_CreateNew(const char *path);
+int kxFile_SetMode(int fd, unsigned int mode);  ///< permissions of what is open
 /// Opens a file that is there, and empties it; ELOOP for a symbolic link.
 int kxFile_OpenWrite(const char *path);
 
@@ -83,6 +85,7 @@ enum kxFileStep : int {
   kxStep_dirClose,
   kxStep_link,
   kxStep_dirSync,
+  kxStep_setMode,
 };
 
 /// Asked before the system is, so that a test can make any step fail: 0 lets it go on, an errno value

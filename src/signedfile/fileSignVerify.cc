@@ -11,6 +11,7 @@
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/log.h"
+#include "kxcert/signedfile/fileSign.h"
 #include "platform/files.h"
 #include "platform/owned.h"
 #include "signatureBlock.h"
@@ -98,10 +99,11 @@ bool VerifyWithTestKey(const SignedFile &signedFile) {
   return verified == 1;
 }
 
-void TraceTime(const char *func, const char *which, uint64_t seconds) {
+// @param fmt  of func and the time
+void TraceTime(const char *fmt, const char *func, uint64_t seconds) {
   char text[32];
   const bool readable = seconds <= INT64_MAX && sxCtime_no_nl(static_cast<int64_t>(seconds), text, sizeof text) == 0;
-  herror_func(0, 0, "%s: %s file is from: %s", func, which, readable ? text : "a time beyond the calendar");
+  herror_func(0, 0, fmt, func, readable ? text : "a time beyond the calendar");
 }
 
 int CompareWithOld(const SignedFile &signedFile, const char *oldFile) {
@@ -119,9 +121,18 @@ int CompareWithOld(const SignedFile &signedFile, const char *oldFile) {
                 static_cast<long long>(newSeconds - old.Seconds()));
     return FSV_OK;
   }
-  TraceTime(func, "New", newSeconds);
-  TraceTime(func, "Old", old.Seconds());
+  TraceTime("%s: New file is from: %s", func, newSeconds);
+  TraceTime("%s: Old file is from: %s", func, old.Seconds());
   return FSV_OLD_IS_LATER;
+}
+
+// @param isNamed  whoever named a key means no other
+int Decide(SignedFile &signedFile, const char *oldFile, sxPubKey *key, bool isNamed) {
+  if (const int rc = signedFile.Read(); rc != FSV_OK) return rc;
+  const int verified = VerifyWith(key, signedFile);
+  herror_func(0, 0, "%s: Verify returned %d", signedFile.func, verified);
+  if (verified != 1 && (isNamed || !VerifyWithTestKey(signedFile))) return FSV_NOT_VERIFIED;
+  return oldFile == nullptr ? FSV_OK : CompareWithOld(signedFile, oldFile);
 }
 
 int Verify(const char *func, const char *file, const char *sigFile, const char *oldFile, const char *keyFile) {
@@ -131,11 +142,7 @@ int Verify(const char *func, const char *file, const char *sigFile, const char *
     return NotOpened(keyFile, FSV_NO_KEY);
   }
   SignedFile signedFile{func, file, sigFile, {}, {}};
-  if (const int rc = signedFile.Read(); rc != FSV_OK) return rc;
-  const int verified = VerifyWith(key.get(), signedFile);
-  herror_func(0, 0, "%s: Verify returned %d", func, verified);
-  if (verified != 1 && (keyFile != nullptr || !VerifyWithTestKey(signedFile))) return FSV_NOT_VERIFIED;
-  return oldFile == nullptr ? FSV_OK : CompareWithOld(signedFile, oldFile);
+  return Decide(signedFile, oldFile, key.get(), keyFile != nullptr);
 }
 
 }  // namespace
@@ -159,6 +166,13 @@ int FileSignVerify(const char *file, const char *oldFile, const char *keyFile) {
 int FileSignVerify2(const char *file, const char *sigFile, const char *oldFile, const char *keyFile) {
   if (file == nullptr || sigFile == nullptr) return FSV_FILE_NOT_FOUND;
   return Verify("FileSignVerify2", file, sigFile, oldFile, keyFile);
+}
+
+int FileVerifyWithKey(const char *file, const char *sigFile, const char *oldFile, sxPubKey *key) {
+  if (file == nullptr) return FSV_FILE_NOT_FOUND;
+  if (!fsg_key_fits(key, false)) return FSV_NO_KEY;
+  SignedFile signedFile{"FileVerifyWithKey", file, sigFile, {}, {}};
+  return Decide(signedFile, oldFile, key, true);
 }
 
 int FileSignVerifyC(const char *file, const char *oldFile, const char *keyFile) {

@@ -41,6 +41,14 @@ bool FindBase64(std::FILE *file, const char *marker, std::vector<unsigned char> 
   return true;
 }
 
+// In one line, of however many octets.
+std::string Base64Line(const unsigned char *octets, size_t len) {
+  const std::unique_ptr<char, void (*)(void *)> text(Base64Encode(octets, static_cast<int>(len)), Base64FreeBuffer);
+  std::string line = text == nullptr ? "" : text.get();
+  std::erase_if(line, [](char c) { return c == '\r' || c == '\n'; });
+  return line;
+}
+
 bool IsControl(unsigned char c) { return c <= kLastControl; }
 
 }  // namespace
@@ -66,6 +74,22 @@ bool ReadSignatureBlock(std::FILE *file, SignatureBlock *block) {
   return true;
 }
 
+bool BeginsWithBlock(std::FILE *file) {
+  char line[kMaxLine];
+  return std::fgets(line, kMaxLine, file) != nullptr && std::strstr(line, kBegins) != nullptr;
+}
+
+bool SkipToEndOfBlock(std::FILE *file) {
+  char line[kMaxLine];
+  return FindLine(file, kEnds, line) != nullptr;
+}
+
+std::string SignatureBlockText(const SignatureBlock &block) {
+  const std::string time = Base64Line(block.timestamp, sizeof block.timestamp);
+  const std::string signature = Base64Line(block.signature.data(), block.signature.size());
+  return std::string("# ") + kBegins + "\n# " + kTimeStamp + time + "\n# " + kSig + signature + "\n# " + kEnds + "\n";
+}
+
 int HashFile(std::FILE *file, const unsigned char timestamp[8], unsigned char digest[64], bool textMode,
              bool skipBlock) {
   constexpr const char *kFunc = "hash_file";
@@ -76,8 +100,7 @@ int HashFile(std::FILE *file, const unsigned char timestamp[8], unsigned char di
   }
   if (skipBlock) {
     herror_func(0, 0, "%s: skipping to end of signature", kFunc);
-    char line[kMaxLine];
-    if (FindLine(file, kEnds, line) == nullptr) return FSV_NOT_SIGNED;
+    if (!SkipToEndOfBlock(file)) return FSV_NOT_SIGNED;
   }
   const std::unique_ptr<unsigned char[]> chunk(new unsigned char[kChunk]);
   unsigned char *const begin = chunk.get();

@@ -28,8 +28,10 @@ stop() {
   expected=$(openssl pkeyutl -sign -inkey "$key" -in "$BATS_TEST_TMPDIR/digest" | od -An -v -tx1 | tr -d ' \n')
   run -0 client sign "$key" 2
   [ "$output" = "$expected" ]
+  kill -USR1 "$service"
+  for _ in {1..600}; do grep -qs 'answered 1 requests' "$BATS_TEST_TMPDIR/talk" && break; sleep 0.05; done
   stop
-  grep -qx 'kxcert-offloadd: answered 1 requests' "$BATS_TEST_TMPDIR/talk"
+  [ "$(grep -c 'kxcert-offloadd: answered 1 requests, not answered [0-9]*, turned away 0$' "$BATS_TEST_TMPDIR/talk")" -eq 2 ]
   [ ! -e "$KXCERT_CONF_DIR/offload.socket" ]
 }
 
@@ -37,6 +39,7 @@ stop() {
   run -0 client crowd 140
   [ "$output" = '128 kept, calm' ]
   stop
+  grep -q 'turned away 12$' "$BATS_TEST_TMPDIR/talk"
   ulimit -Sn 24
   start
   ulimit -Sn 200
@@ -74,4 +77,12 @@ stop() {
   [[ $output == *--threads* ]]
   run -2 "$OFFLOADD" --threads 0
   run -2 "$OFFLOADD" extra
+}
+
+@test "says what it is, and refuses what it does not know" {
+  run -0 "$OFFLOADD" --version
+  [[ $output == 'kxcert-offloadd '[0-9]* ]]
+  run -0 "$OFFLOADD" --help
+  [[ $output == *--threads*SIGUSR1* ]]
+  run -2 "$OFFLOADD" --nosuch
 }

@@ -26,6 +26,14 @@ chain verify --trust a --at 2030-02-28T12:00: x
 chain verify --trust a --at 99999999999999999999 x
 chain verify --trust a --grace-end -1 x
 chain verify --trust a --grace-start many x
+file sign x
+file sign --key k
+file verify
+key gen rsa
+key gen ed25519 x
+key gen rsa 2048 --form jks
+key sign x
+key derive --key k
 name parse
 name compare a
 name compare a b c

@@ -10,8 +10,8 @@
 namespace {
 
 constexpr NounRow kNouns[] = {
-    {"cert", "Certificates and CRLs"},
-    {"chain", "Chains of certificates"},
+    {"cert", "Certificates and CRLs"}, {"chain", "Chains of certificates"},
+    {"file", "Signed files"},          {"key", "RSA, elliptic-curve and Diffie-Hellman keys"},
     {"name", "Distinguished names"},
 };
 
@@ -19,6 +19,14 @@ constexpr VerbRow kVerbs[] = {
     {"cert", "print", "Print certificates and CRLs", CertPrint},
     {"cert", "asn1", "Print any ASN.1 type as a tree, or check its encoding", CertAsn1},
     {"chain", "verify", "Decide whether a chain is valid, and say why", ChainVerify},
+    {"file", "sign", "Sign a file, in it or beside it", FileSignVerb},
+    {"file", "verify", "Decide whether a file is signed, and no older than another", FileVerifyVerb},
+    {"key", "gen", "Make a key", KeyGen},
+    {"key", "show", "Tell what keys are", KeyShow},
+    {"key", "convert", "Write a key in another form", KeyConvert},
+    {"key", "sign", "Sign the digest of a file", KeySign},
+    {"key", "verify", "Decide whether a signature is a key's", KeyVerify},
+    {"key", "derive", "Compute the secret that two keys share", KeyDerive},
     {"name", "parse", "Print names as text and DER", NameParse},
     {"name", "compare", "Tell whether two names are equal", NameCompare},
     {"name", "suffix", "Tell whether a name ends with another one", NameSuffix},

@@ -37,6 +37,14 @@ struct Verb {
 Verb CertPrint();
 Verb CertAsn1();
 Verb ChainVerify();
+Verb FileSignVerb();
+Verb FileVerifyVerb();
+Verb KeyConvert();
+Verb KeyDerive();
+Verb KeyGen();
+Verb KeyShow();
+Verb KeySign();
+Verb KeyVerify();
 Verb NameParse();
 Verb NameCompare();
 Verb NameSuffix();

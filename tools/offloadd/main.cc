@@ -6,11 +6,16 @@
 #include <string>
 #include <thread>
 
+#include "kxcert/platform/version.h"
 #include "kxcert/platform/workerPool.h"
 #include "service.h"
 
 int main(int argc, char **argv) {
   CLI::App app("Does key operations for the processes of its user on this machine, until SIGTERM.", "kxcert-offloadd");
+  app.footer(
+      "SIGUSR1 writes to standard error how many requests were answered. Exit codes: 0 ended by a signal, 2 usage,\n"
+      "3 no socket, 4 internal.");
+  app.set_version_flag("--version", std::string("kxcert-offloadd ") + kxVersion());
   int numThreads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 64U));
   app.add_option("--threads", numThreads, "worker threads")
       ->check(CLI::Range(1, RTApc::kMaxThreads))

@@ -68,9 +68,11 @@ class Service {
   void Enter(int descriptor);
   void GoOn(Reception &reception);
   bool Await(Reception &reception);
+  void TurnAway() { ++m_numTurnedAway; }
   void Leave(const Client &client);
   void Finished(const Client &client);
   void End();
+  void TellCounts() const;
 
   const std::unique_ptr<event_base, Free<event_base_free>> m_base{event_base_new()};
   const std::unique_ptr<sxd_env, Free<sxd_env_destroy>> m_env{sxd_env_wrap(m_base.get())};
@@ -84,6 +86,8 @@ class Service {
   int m_numClients = 0;
   int m_numWorking = 0;  // of the clients: with the workers
   long m_numAnswered = 0;
+  long m_numNotAnswered = 0;  // no whole request, one that cannot be read, or nobody there any more
+  long m_numTurnedAway = 0;   // beyond what a process, or all of them, may have
   bool m_ends = false;
 };
 
@@ -141,9 +145,9 @@ void Service::Pause() {
 
 void Service::Enter(int descriptor) try {
   const auto client = std::make_shared<Client>(descriptor);
-  if (!client->socket.OK() || m_numClients >= kMaxClients) return;
+  if (!client->socket.OK() || m_numClients >= kMaxClients) return TurnAway();
   int &numOfProcess = m_numOfProcess[client->socket.PeerProcess()];
-  if (numOfProcess >= kMaxClientsOfProcess) return;
+  if (numOfProcess >= kMaxClientsOfProcess) return TurnAway();
   const auto reception = m_receptions.insert(m_receptions.end(), {this, client, nullptr, {}});
   reception->self = reception;
   const auto readable = [](evutil_socket_t, short, void *opaque) {
@@ -172,6 +176,7 @@ void Service::GoOn(Reception &reception) {
   if (step == kxLocalSocket::kDone && m_pool->Queue(Work(this, client), -1) == 0) {
     ++m_numWorking;
   } else {
+    ++m_numNotAnswered;
     Leave(*client);
   }
 }
@@ -191,7 +196,7 @@ void Service::Leave(const Client &client) {
 void Service::Finished(const Client &client) {
   Leave(client);
   --m_numWorking;
-  m_numAnswered += client.answered;
+  ++(client.answered ? m_numAnswered : m_numNotAnswered);
   if (m_ends && m_numWorking == 0) sxd_env_stop(m_env.get());
 }
 
@@ -209,6 +214,12 @@ void Service::End() {
   if (again || m_numWorking == 0 || T_event_sched_e(m_env.get(), kLeaveMs, stop, m_env.get()) != 0) stop(m_env.get());
 }
 
+// How an administrator sees that the service is used: at SIGUSR1, and when it ends.
+void Service::TellCounts() const {
+  std::fprintf(stderr, "kxcert-offloadd: answered %ld requests, not answered %ld, turned away %ld\n", m_numAnswered,
+               m_numNotAnswered, m_numTurnedAway);
+}
+
 // From the first moment that the socket can be seen, signals end the service in order.
 int Service::Run() {
   if (!IsReady()) return 4;
@@ -216,7 +227,12 @@ int Service::Run() {
   const auto acceptable = [](evutil_socket_t, short, void *service) { static_cast<Service *>(service)->Accept(); };
   const Event term(event_new(m_base.get(), SIGTERM, EV_SIGNAL | EV_PERSIST, signalled, this));
   const Event interrupt(event_new(m_base.get(), SIGINT, EV_SIGNAL | EV_PERSIST, signalled, this));
-  if (event_add(term.get(), nullptr) != 0 || event_add(interrupt.get(), nullptr) != 0) return 4;
+  const auto asked = [](evutil_socket_t, short, void *service) { static_cast<Service *>(service)->TellCounts(); };
+  const Event counts(event_new(m_base.get(), SIGUSR1, EV_SIGNAL | EV_PERSIST, asked, this));
+  if (event_add(term.get(), nullptr) != 0 || event_add(interrupt.get(), nullptr) != 0 ||
+      event_add(counts.get(), nullptr) != 0) {
+    return 4;
+  }
   m_listener = kxLocalSocket_Listen(m_path);
   if (m_listener < 0) {
     std::fprintf(stderr, "kxcert-offloadd: %s: %s\n", m_path.c_str(),
@@ -227,7 +243,7 @@ int Service::Run() {
   if (event_add(m_acceptable.get(), nullptr) != 0) return kxLocalSocket_Unlisten(m_path, m_listener), 4;
   std::fprintf(stderr, "kxcert-offloadd: %d threads, listening at %s\n", m_pool->NumThreads(), m_path.c_str());
   const int rc = sxd_env_run(m_env.get()) == 0 ? 0 : 4;
-  if (rc == 0) std::fprintf(stderr, "kxcert-offloadd: answered %ld requests\n", m_numAnswered);
+  if (rc == 0) TellCounts();
   if (m_numWorking > 0) std::_Exit(rc);  // the pool would wait for what its workers do
   return rc;
 }

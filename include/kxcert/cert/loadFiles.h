@@ -4,7 +4,9 @@
 /// What a file holds is told by its content, never by its name: PEM with any number of blocks, elements of
 /// BER behind one another, "{ASN}" text (inputBlocks.h), and in any of them the certificates and CRLs of a
 /// PKCS #7 or CMS SignedData (RFC 5652, 5.1), whose signatures are not looked at. Private keys are
-/// RSAPrivateKey, ECPrivateKey, and PrivateKeyInfo with one of the two; nothing that is encrypted is read.
+/// RSAPrivateKey, ECPrivateKey, and PrivateKeyInfo with one of the two or a Diffie-Hellman key; nothing that is
+/// encrypted is read. Where keys are asked for, a file may also be the text of one attribute set with a key in it
+/// (keyForms.h).
 ///
 /// Everything comes with its place, and everything that is passed over with its place and a reason. Nothing
 /// here trusts or judges: what was loaded may be expired, revoked or forged.

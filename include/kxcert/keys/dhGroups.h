@@ -7,6 +7,8 @@
 #ifndef KXCERT_KEYS_DHGROUPS_H_
 #define KXCERT_KEYS_DHGROUPS_H_
 
+#include <string>
+
 #include "kxcert/platform/export.h"
 
 class sxset;
@@ -23,6 +25,15 @@ constexpr int kMaxIkeGroupNumber = 0xFFFF;  ///< IKE carries sixteen bits (RFC 7
 /// @retval  0  every object is a row of the table
 /// @retval -1  no array, a mutex that fails, or an object that is no group (one line logged)
 KXCERT_EXPORT int LoadAllDHGroups(const sxset *const *groups);
+
+constexpr const char *kDhGroupsFileName = "dh_groups";  ///< in the configuration directory
+
+/// LoadAllDHGroups with the groups of a file: one set, whose members are the objects, whatever they are called.
+/// docs/formats/dhGroups.md shows it; the one that is installed holds the well-known groups of IKE.
+/// @param fileName    null: kDhGroupsFileName in the configuration directory
+/// @param[out] error  when not null: what is wrong, with the file's name; untouched on success
+/// @return 0; -1: the table is as before when the file cannot be read, else empty
+KXCERT_EXPORT int LoadDHGroupsFile(const char *fileName, std::string *error);
 
 /// Drops the table; back to the state before the first load.
 KXCERT_EXPORT void DestroyDHP();

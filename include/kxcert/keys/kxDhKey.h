@@ -44,6 +44,9 @@ KXCERT_EXPORT sxset *DhKey_toset(const kxDhKey *key);
 /// Needs no table of groups: the set holds p and g. Whether x belongs to y is checked.
 /// @return a new key for DhKey_destroy; null when the set holds no usable key (one line logged)
 KXCERT_EXPORT kxDhKey *DhKey_fromset(const sxset *set);
+/// The same out of the octets that Export writes (kxSDH.h), and those of keys with the parameters of RFC 3279, 2.3.3.
+/// The group has no name. @return a new key for DhKey_destroy; null for anything else (one line logged)
+KXCERT_EXPORT kxDhKey *DhKey_fromder(sxPK_Format format, const unsigned char *der, int derLen);
 /// GetHash of the key in a set. @return 0 or -1
 KXCERT_EXPORT int DhKey_binaryhash_fromset(const sxset *set, kxBinBuf &hash);
 KXCERT_EXPORT void DhKey_destroy(kxDhKey *key);  ///< drops one reference

@@ -1,11 +1,14 @@
 #include "dhNumbers.h"
 
+#include <algorithm>
+
 #include "keys/keyOctets.h"
 #include "kxcert/keys/dhGroups.h"
 
 namespace {
 
 constinit const sxAsnOid kDhKeyAgreement{{1, 2, 840, 113549, 1, 3, 1}};  // PKCS #3, 9
+constinit const sxAsnOid kDhPublicNumber{{1, 2, 840, 10046, 2, 1}};      // RFC 3279, 2.3.3
 constexpr int kMaxNumberDerLen = kMaxDhModulusLen + 8;                   // with its header and a sign octet
 constexpr int kMaxOtherDerLen = 64;
 
@@ -42,6 +45,42 @@ constexpr int kMaxOtherDerLen = 64;
   if (!PutAlgorithm(writer, numbers)) return false;
   writer.Element(kDerInteger, {&kVersion, 1});
   return true;
+}
+
+// Not negative, which those who leave out the sign octet write.
+[[nodiscard]] bool TakeNumber(sxDerReader &reader, BigNum *number) {
+  sxOctetView octets;
+  if (!reader.Take(kDerInteger, &octets) || octets.empty() || octets[0] >= 0x80) return false;
+  if (octets.size() > static_cast<size_t>(kMaxDhModulusLen) + 1) return false;
+  *number = NewSecretNumber();
+  return *number != nullptr && BN_bin2bn(octets.data(), sxLen(octets), number->get()) != nullptr;
+}
+
+// Behind p and g stands a private length or the order of g, which do not matter here.
+[[nodiscard]] bool TakeAlgorithm(sxDerReader &reader, DhNumbers *numbers) {
+  sxDerReader algorithm, group;
+  sxOctetView oid;
+  return reader.Enter(kDerSequence, &algorithm) && algorithm.Take(kDerOid, &oid) &&
+         (sxEqual(oid, ViewOf(kDhKeyAgreement)) || sxEqual(oid, ViewOf(kDhPublicNumber))) &&
+         algorithm.Enter(kDerSequence, &group) && algorithm.AtEnd() && TakeNumber(group, &numbers->p) &&
+         TakeNumber(group, &numbers->g);
+}
+
+[[nodiscard]] bool TakeKey(sxDerReader fields, bool privateForm, DhNumbers *numbers) {
+  sxOctetView version, inside;
+  if (privateForm) {
+    if (!fields.Take(kDerInteger, &version) || !TakeAlgorithm(fields, numbers) ||
+        !fields.Take(kDerOctetString, &inside)) {
+      return false;
+    }
+  } else if (!TakeAlgorithm(fields, numbers) || !fields.Take(kDerBitString, &inside) || !fields.AtEnd() ||
+             inside.empty() || inside[0] != 0) {
+    return false;
+  } else {
+    inside = inside.subspan(1);
+  }
+  sxDerReader number(inside);
+  return TakeNumber(number, privateForm ? &numbers->x : &numbers->y) && number.AtEnd();
 }
 
 }  // namespace
@@ -91,4 +130,21 @@ int EncodeDhKey(const DhNumbers &numbers, bool privateForm, kxBinBuf &out) {
   if (writer.Written().empty()) return -1;
   out = JoinOctets(writer.Written(), {}, privateForm);
   return 0;
+}
+
+const char *DecodeDhKey(sxOctetView der, bool privateForm, DhNumbers *numbers) {
+  sxDerReader all(der), fields;
+  if (!all.Enter(kDerSequence, &fields) || !all.AtEnd() || !TakeKey(fields, privateForm, numbers)) {
+    return "malformed, or not Diffie-Hellman";
+  }
+  if (const char *reason = WhyNoDhGroup(numbers->p.get(), numbers->g.get())) return reason;
+  const int modLen = BN_num_bytes(numbers->p.get());
+  numbers->privBits = 8 * modLen;
+  if (privateForm) {
+    if (BN_num_bytes(numbers->x.get()) > modLen) return "private value is longer than the modulus";
+    numbers->privBits = std::max(1, 8 * BN_num_bytes(numbers->x.get()));
+    numbers->y.reset(BN_new());
+    if (numbers->y == nullptr || !SecretModExp(numbers->y.get(), numbers->g.get(), *numbers)) return "no memory";
+  }
+  return WhyNoDhKey(*numbers);
 }

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "asn1/der.h"
 #include "keys/libcryptoTypes.h"
 
 class kxBinBuf;
@@ -28,5 +29,10 @@ const char *WhyNoDhKey(const DhNumbers &numbers);
 // The two DER forms that kxSDH.h draws. The private one makes out sensitive and needs x.
 // @return 0 or -1
 [[nodiscard]] int EncodeDhKey(const DhNumbers &numbers, bool privateForm, kxBinBuf &out);
+
+// Reads them, and those of RFC 3279, 2.3.3, which have the order of g behind it; that order is not used. The group
+// has no name, and private values are to be as long as the one that is read, or as the modulus.
+// @return null, or what is wrong
+const char *DecodeDhKey(sxOctetView der, bool privateForm, DhNumbers *numbers);
 
 #endif

@@ -44,6 +44,17 @@ kxDhKey *DhKey_fromset(const sxset *set) {
   return IfUsable(new kxDhKey(new kxDhKey_imp(std::move(numbers))));
 }
 
+kxDhKey *DhKey_fromder(sxPK_Format format, const unsigned char *der, int derLen) {
+  DhNumbers numbers;
+  const bool isKnown = format == sxPK_public || format == sxPK_private;
+  const char *reason = isKnown ? DecodeDhKey(sxView(der, derLen), format == sxPK_private, &numbers) : "no such format";
+  if (reason != nullptr) {
+    herror_func(0, 0, "DhKey_fromder: %s", reason);
+    return nullptr;
+  }
+  return IfUsable(new kxDhKey(new kxDhKey_imp(std::move(numbers))));
+}
+
 int DhKey_binaryhash_fromset(const sxset *set, kxBinBuf &hash) {
   const sxOwned<kxDhKey, DhKey_destroy> key(DhKey_fromset(set));
   return key == nullptr ? -1 : key->GetHash(hash);

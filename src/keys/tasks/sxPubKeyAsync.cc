@@ -63,16 +63,17 @@ void TellUser(TaskData *task, void *opaque, void *result, int resultLen) {
 }
 
 // Queues a new record; what both the handle's operations and sxPubKey_NewDH do.
+// @param createdFmt, failedFmt  log lines: of func and the task's number, of func
 template <class Task, class... Args>
-int QueueTask(const char *func, const char *what, const char *className, sxPKCallback callback, void *opaque,
+int QueueTask(const char *func, const char *createdFmt, const char *failedFmt, sxPKCallback callback, void *opaque,
               Args... args) try {
   sxOwned<TaskData, TaskData_Free> task(new (std::nothrow) Task(args...));
   if (task == nullptr) {
-    herror_func(0, 0, "%s: Failed to create %s.", func, className);
+    herror_func(0, 0, failedFmt, func);
     return kKeyLibraryFailed;
   }
   const int id = task->TaskId();
-  herror_func(0, 0, "%s: Created %s Task with ID = %d", func, what, id);
+  herror_func(0, 0, createdFmt, func, id);
   const auto info = std::make_shared<TaskCallback>(TaskCallback{callback, opaque});
   task->Keep(info);
   constexpr int kNoTimeout = -1;
@@ -84,7 +85,7 @@ int QueueTask(const char *func, const char *what, const char *className, sxPKCal
   static_cast<void>(task.release());  // TellUser's
   return rc;
 } catch (const std::bad_alloc &) {
-  herror_func(0, 0, "%s: Failed to create %s.", func, className);
+  herror_func(0, 0, failedFmt, func);
   return kKeyLibraryFailed;
 }
 
@@ -124,13 +125,15 @@ int sxPubKey::VerifyA(sxPKop_type op, sx_md_type md, const unsigned char *data, 
 
 int sxPubKey::DecryptA(sxPKop_type op, const unsigned char *in, int inLen, unsigned char *out, int outLen,
                        sxPKCallback callback, void *opaque, sxd_env *) {
-  return QueueTask<RSADecryptKeyTaskData>("sxPubKey::DecryptA", "RSA Decrypt", "RSADecryptKeyTaskData", callback,
-                                          opaque, this, op, in, inLen, out, outLen);
+  return QueueTask<RSADecryptKeyTaskData>("sxPubKey::DecryptA", "%s: Created RSA Decrypt Task with ID = %d",
+                                          "%s: Failed to create RSADecryptKeyTaskData.", callback, opaque, this, op, in,
+                                          inLen, out, outLen);
 }
 int sxPubKey::SignA(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, sxPKCallback callback,
                     void *opaque, sxd_env *) {
-  return QueueTask<RSASignKeyTaskData>("sxPubKey::SignA", "RSA sign", "RSASignKeyTaskData", callback, opaque, this, op,
-                                       md, in, inLen);
+  return QueueTask<RSASignKeyTaskData>("sxPubKey::SignA", "%s: Created RSA sign Task with ID = %d",
+                                       "%s: Failed to create RSASignKeyTaskData.", callback, opaque, this, op, md, in,
+                                       inLen);
 }
 int sxPubKey::DeriveA(sxPKop_type op, const unsigned char *peer, int peerLen, sxPKCallback callback, void *opaque,
                       sxd_env *) {
@@ -138,10 +141,11 @@ int sxPubKey::DeriveA(sxPKop_type op, const unsigned char *peer, int peerLen, sx
     herror_func(0, 0, "%s: Illegal key len (%d).", "sxPubKey::DeriveA", peerLen);
     return kKeyLibraryFailed;
   }
-  return QueueTask<DHDeriveKeyTaskData>("sxPubKey::DeriveA", "DH derive", "DHDeriveKeyTaskData", callback, opaque, this,
-                                        op, peer, peerLen);
+  return QueueTask<DHDeriveKeyTaskData>("sxPubKey::DeriveA", "%s: Created DH derive Task with ID = %d",
+                                        "%s: Failed to create DHDeriveKeyTaskData.", callback, opaque, this, op, peer,
+                                        peerLen);
 }
 int sxPubKey_NewDH(const char *groupName, int privBits, sxPKCallback callback, void *opaque) {
-  return QueueTask<DHNewKeyTaskData>("sxPubKey_NewDH", "new DH", "DHNewKeyTaskData", callback, opaque, groupName,
-                                     privBits);
+  return QueueTask<DHNewKeyTaskData>("sxPubKey_NewDH", "%s: Created new DH Task with ID = %d",
+                                     "%s: Failed to create DHNewKeyTaskData.", callback, opaque, groupName, privBits);
 }

@@ -1,0 +1,101 @@
+#include "keyOutput.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "kxcert/cert/pem.h"
+#include "kxcert/foundation/attributeSet.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/foundation/sxString.h"
+#include "kxcert/keys/keyForms.h"
+#include "kxcert/platform/secureMemory.h"
+#include "kxcert/platform/wholeFile.h"
+#include "report.h"
+
+namespace {
+
+std::span<const unsigned char> OctetsOf(std::string_view text) {
+  return {reinterpret_cast<const unsigned char *>(text.data()), text.size()};
+}
+
+// Past stdio, whose buffer nobody wipes.
+bool WriteToStandardOutput(std::span<const unsigned char> octets) {
+  std::fflush(stdout);
+  while (!octets.empty()) {
+    const ssize_t put = write(STDOUT_FILENO, octets.data(), octets.size());
+    if (put < 0 && errno == EINTR) continue;
+    if (put < 0) return false;
+    octets = octets.subspan(static_cast<size_t>(put));
+  }
+  return true;
+}
+
+bool WriteSet(sxPubKey &key, bool privatePart, const OutputOptions &options, Report &report) {
+  const std::unique_ptr<sxset> set(sxExportKey_to_Set(&key, privatePart));
+  if (set == nullptr) return report.Problem(kExitInternal, "", "the key has no such form"), false;
+  SxStream text;
+  set->Write(&text);
+  text.Puts("\n");
+  const bool written = WriteOctets(OctetsOf(text.Text()), options, report);
+  KX_memset(const_cast<char *>(text.Text().data()), text.Text().size());  // the stream's own octets
+  return written;
+}
+
+bool WritePem(const kxBinBuf &der, bool privatePart, const OutputOptions &options, Report &report) {
+  const std::string label = privatePart ? "PRIVATE KEY-----" : "PUBLIC KEY-----";
+  sxString text;
+  text.SetSensitive(privatePart);
+  if (Base64Encode_PEM(sxString(("-----BEGIN " + label + "\n").c_str()), sxString(("-----END " + label + "\n").c_str()),
+                       der, text) != 0) {
+    return report.Problem(kExitInternal, "", "the key has no such form"), false;
+  }
+  return WriteOctets(OctetsOf(text.getstr()), options, report);
+}
+
+}  // namespace
+
+std::vector<OptionRow> OutputRows(OutputOptions &options) {
+  return {{"--out", "write to this file instead of standard output", &options.file},
+          {"--force", "replace what is there", &options.force}};
+}
+
+OptionRow FormRow(int &form) {
+  return {"--form",
+          "pem (PKCS #8, SubjectPublicKeyInfo), der (the same) or set (text of an attribute set); the default is pem",
+          &form,
+          false,
+          nullptr,
+          {{"set", kKeyForm_set}, {"pem", kKeyForm_pem}, {"der", kKeyForm_der}},
+          "FORM"};
+}
+
+bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &options, Report &report) {
+  if (options.file.empty()) {
+    if (report.IsJson()) {
+      return report.Problem(kExitUsage, "", "--json needs --out: the document holds nothing that may be secret"), false;
+    }
+    if (WriteToStandardOutput(octets)) return true;
+    return report.Problem(kExitInputError, "standard output", std::strerror(errno)), false;
+  }
+  if (kxFile_WriteWhole(options.file.c_str(), octets.data(), octets.size(), options.force) == 0) return true;
+  const bool isThere = errno == EEXIST && !options.force;
+  report.Problem(kExitInputError, options.file,
+                 isThere ? std::string("is there already; --force replaces it")
+                         : std::string("cannot be written: ") + std::strerror(errno));
+  return false;
+}
+
+bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report) {
+  if (form == kKeyForm_set) return WriteSet(key, privatePart, options, report);
+  kxBinBuf der;
+  if (sxExportKeyInfo(&key, privatePart, der) != 0) {
+    return report.Problem(kExitInputError, "", "the key has not all that this form holds; --form set may do"), false;
+  }
+  return form == kKeyForm_der ? WriteOctets({der.Data(), der.Len()}, options, report)
+                              : WritePem(der, privatePart, options, report);
+}

@@ -1,0 +1,34 @@
+/// @file
+/// Keys and other octets on their way out: forms, files, standard output.
+#ifndef KXCERT_TOOLS_KXCERT_KEYOUTPUT_H_
+#define KXCERT_TOOLS_KXCERT_KEYOUTPUT_H_
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "verb.h"
+
+class kxBinBuf;
+class Report;
+class sxPubKey;
+
+enum KeyForm : int { kKeyForm_set, kKeyForm_pem, kKeyForm_der };
+
+struct OutputOptions {
+  std::string file;  ///< "": standard output
+  bool force = false;
+};
+
+/// "--out" and "--force".
+std::vector<OptionRow> OutputRows(OutputOptions &options);
+OptionRow FormRow(int &form);
+
+/// Writes octets whole or not at all; a file is for its owner alone. What fails is a problem. @return whether it is done
+bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &options, Report &report);
+
+/// Writes a key.
+/// @param privatePart  else the public part, of whatever key
+bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report);
+
+#endif

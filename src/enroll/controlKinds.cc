@@ -142,6 +142,6 @@ kxOtherControl::~kxOtherControl() = default;
 sxAsnType *kxOtherControl::NewValue() const { return m_value->Dup(); }
 
 void kxOtherControl::Sprint(SxStream *out, int indent) const {
-  if (out == nullptr) return;
-  m_value->Describe(*out, indent);
+  kxBinBuf octets;
+  if (sxASN_EncodeBuf(*m_value, octets, 1) == 0) octets.Sprint(out, "Value", indent);
 }

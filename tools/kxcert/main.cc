@@ -12,6 +12,7 @@ namespace {
 constexpr NounRow kNouns[] = {
     {"cert", "Certificates and CRLs"},
     {"chain", "Chains of certificates"},
+    {"crmf", "Certificate request messages"},
     {"name", "Distinguished names"},
 };
 
@@ -19,6 +20,8 @@ constexpr VerbRow kVerbs[] = {
     {"cert", "print", "Print certificates and CRLs", CertPrint},
     {"cert", "asn1", "Print any ASN.1 type as a tree, or check its encoding", CertAsn1},
     {"chain", "verify", "Decide whether a chain is valid, and say why", ChainVerify},
+    {"crmf", "new", "Make a certificate request message", CrmfNew},
+    {"crmf", "show", "Print certificate request messages, and judge them", CrmfShow},
     {"name", "parse", "Print names as text and DER", NameParse},
     {"name", "compare", "Tell whether two names are equal", NameCompare},
     {"name", "suffix", "Tell whether a name ends with another one", NameSuffix},

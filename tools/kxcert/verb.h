@@ -37,6 +37,8 @@ struct Verb {
 Verb CertPrint();
 Verb CertAsn1();
 Verb ChainVerify();
+Verb CrmfNew();
+Verb CrmfShow();
 Verb NameParse();
 Verb NameCompare();
 Verb NameSuffix();

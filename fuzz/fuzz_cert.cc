@@ -6,6 +6,7 @@
 #include <string>
 
 #include "check.h"
+#include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/certTime.h"
 #include "kxcert/cert/serialNumber.h"
@@ -14,7 +15,6 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/algorithms.h"
-#include "kxcert/keys/subjectPublicKey.h"
 #include "kxcert/keys/sxPubKey.h"
 
 namespace {

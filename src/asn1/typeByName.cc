@@ -1,4 +1,4 @@
-#include "kxcert/asn1/typeByName.h"
+#include "typeByName.h"
 
 #include <algorithm>
 #include <string>

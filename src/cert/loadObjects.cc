@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "keys/ec/curves.h"
+#include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
@@ -16,7 +17,6 @@
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkcs1.h"
-#include "kxcert/keys/subjectPublicKey.h"
 #include "kxcert/platform/secureMemory.h"
 #include "plainCert.h"
 

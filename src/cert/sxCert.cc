@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "keys/keyAlgorithms.h"
+#include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/certTime.h"
@@ -10,7 +11,6 @@
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
-#include "kxcert/keys/subjectPublicKey.h"
 #include "kxcert/platform/log.h"
 #include "peerText.h"
 #include "sxCert_imp.h"

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "foundation/textOutput.h"
+#include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCert.h"
@@ -13,7 +14,6 @@
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/keyForms.h"
-#include "kxcert/keys/subjectPublicKey.h"
 #include "kxcert/platform/log.h"
 #include "serialText.h"
 #include "sxCertTemplate_imp.h"

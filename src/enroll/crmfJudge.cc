@@ -1,12 +1,12 @@
 // Judging certificate request messages.
 #include <utility>
 
+#include "keys/subjectPublicKey.h"
 #include "kxCRMF_imp.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/enroll/passwordMac.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/algorithms.h"
-#include "kxcert/keys/subjectPublicKey.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/log.h"
 #include "platform/owned.h"

@@ -3,9 +3,9 @@
 #define KXCERT_SRC_KEYS_KEYALGORITHMS_H_
 
 #include "asn1/der.h"
+#include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/keys/keyCodes.h"
-#include "kxcert/keys/subjectPublicKey.h"
 
 struct KeyAlgorithm {
   const sxAsnOid *oid;

@@ -4,10 +4,12 @@
 
 #include <atomic>
 
+#include "platform/guarded.h"
+
 struct MtMutex;
 
 // Of static storage; the mutex lives as long as the process.
-class LazyMutex {
+class KXCERT_THREADS(capability("mutex")) LazyMutex {
  public:
   // From any thread. False when it cannot be made, with one line that names func.
   [[nodiscard]] bool Create(const char *func);
@@ -17,10 +19,11 @@ class LazyMutex {
   std::atomic<MtMutex *> m_mutex{nullptr};
 };
 
-class LazyLock {
+// Clang takes the mutex for held; whoever goes on asks Held first.
+class KXCERT_THREADS(scoped_lockable) LazyLock {
  public:
-  LazyLock(const LazyMutex &mutex, const char *func);
-  ~LazyLock();
+  LazyLock(const LazyMutex &mutex, const char *func) KXCERT_THREADS(acquire_capability(mutex));
+  ~LazyLock() KXCERT_THREADS(release_capability());
   LazyLock(const LazyLock &) = delete;
   LazyLock &operator=(const LazyLock &) = delete;
   bool Held() const { return m_mutex != nullptr; }  // else one line is logged

@@ -1,4 +1,4 @@
-#include "kxcert/keys/subjectPublicKey.h"
+#include "subjectPublicKey.h"
 
 #include "keys/ec/curves.h"
 #include "keys/ec/kxECDSA_imp.h"

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <set>
 
-#include "kxcert/asn1/typeByName.h"
+#include "asn1/typeByName.h"
 #include "support/asnChecks.h"
 #include "support/asnHex.h"
 #include "support/caseFile.h"

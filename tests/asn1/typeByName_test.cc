@@ -1,4 +1,4 @@
-#include "kxcert/asn1/typeByName.h"
+#include "asn1/typeByName.h"
 
 #include <gtest/gtest.h>
 

@@ -15,7 +15,7 @@
 #include "kxcert/keys/kxSRSA.h"
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/keys/pkxl.h"
-#include "kxcert/keys/subjectPublicKey.h"
+#include "keys/subjectPublicKey.h"
 #include "support/caseFile.h"
 #include "support/dhTestGroups.h"
 #include "support/hexOctets.h"

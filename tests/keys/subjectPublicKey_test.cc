@@ -1,5 +1,5 @@
 // Trees of subjectPublicKeyInfo; keyForms_test.cc has their pieces.
-#include "kxcert/keys/subjectPublicKey.h"
+#include "keys/subjectPublicKey.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include <memory>
 #include <span>
 
+#include "asn1/typeByName.h"
 #include "input.h"
 #include "kxcert/asn1/sxAsnType.h"
-#include "kxcert/asn1/typeByName.h"
 #include "kxcert/cert/loadFiles.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/textStream.h"

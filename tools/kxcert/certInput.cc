@@ -46,12 +46,13 @@ std::vector<FoundCert> ReadFolder(const std::string &folder, Report &report) {
   sxLoader loader(sxLoad_certs);
   loader.AddFolder(folder.c_str());
   const FileNames filesWith = FilesWithCerts(loader);
+  SkippedParts skipped(report);
   for (const sxLoadItem &item : loader.Items()) {
     if (item.skip == sxLoadSkip::kNot) continue;
     if (folder == item.place.file || item.skip == sxLoadSkip::kTooMuch) {
-      TellSkipped(item, report);
+      skipped.Tell(item);
     } else if (item.skip == sxLoadSkip::kUnreadable || (filesWith.contains(item.place.file) && !IsHarmless(item))) {
-      report.Note(item.place.Text(), item.reason);  // what is beside it is trusted all the same
+      skipped.TellAsNote(item);  // what is beside it is trusted all the same
     }
   }
   const int numOthers = NumFilesWithout(loader, folder, filesWith);
@@ -66,9 +67,10 @@ std::vector<FoundCert> ReadFolder(const std::string &folder, Report &report) {
 std::vector<FoundCert> ReadCerts(const std::string &path, Report &report) {
   sxLoader loader(sxLoad_certs);
   if (!LoadInput(path, loader, report)) return {};
+  SkippedParts skipped(report);
   bool told = false;
   for (const sxLoadItem &item : loader.Items()) {
-    if (item.skip != sxLoadSkip::kNot && TellSkipped(item, report)) told = true;
+    if (item.skip != sxLoadSkip::kNot && skipped.Tell(item)) told = true;
   }
   std::vector<FoundCert> certs = CertsOf(loader);
   if (certs.empty() && !told) report.Problem(kExitInputError, InputName(path), "no certificate in it");

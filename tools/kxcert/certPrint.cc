@@ -126,12 +126,13 @@ void PrintObject(const sxLoadItem &item, int level, Report &report) {
 void PrintFile(const std::string &file, int level, Report &report) {
   sxLoader loader(sxLoad_certs | sxLoad_crls);
   if (!LoadInput(file, loader, report)) return;
+  SkippedParts skipped(report);
   bool onlyOthers = true;
   for (const sxLoadItem &item : loader.Items()) {
     if (item.skip == sxLoadSkip::kNot) {
       PrintObject(item, level, report);
       onlyOthers = false;
-    } else if (TellSkipped(item, report)) {
+    } else if (skipped.Tell(item)) {
       onlyOthers = false;
     }
   }

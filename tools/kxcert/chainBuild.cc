@@ -1,9 +1,5 @@
 #include "chainBuild.h"
 
-#include <algorithm>
-#include <map>
-#include <memory>
-
 #include "certFacts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/sortCerts.h"
@@ -38,33 +34,18 @@ sxCerts SetOf(std::initializer_list<const std::vector<FoundCert> *> lists) {
   return certs;
 }
 
-bool IsRoots(const sxRootCA *root, const sxCert &cert) {
-  if (root == nullptr) return false;
-  return *root->Cert() == cert || (root->AdditionalCerts() != nullptr && Contains(*root->AdditionalCerts(), cert));
-}
+bool IsRoots(const sxRootCA *root, const sxCert &cert) { return root != nullptr && *root->Cert() == cert; }
 
 }  // namespace
 
 HolderRef MakeHolder(const std::vector<FoundCert> &trust) {
   HolderRef holder(sxKeyHolder_New());
-  std::vector<sxCert *> certs;
-  certs.reserve(trust.size());
-  for (const FoundCert &found : trust) certs.push_back(found.cert.get());
-  std::stable_sort(certs.begin(), certs.end(),
-                   [](const sxCert *a, const sxCert *b) { return a->notAfter() > b->notAfter(); });
-  std::map<sxRootCA *, std::unique_ptr<sxCerts>> namesakes;  // certificates of a name that a root has
-  for (sxCert *cert : certs) {
-    if (sxRootCA *known = holder->CAByDN(cert->Subject()); known != nullptr) {
-      std::unique_ptr<sxCerts> &additional = namesakes[known];
-      if (additional == nullptr) additional = std::make_unique<sxCerts>();
-      additional->Add(NewReference(cert));
-      continue;
-    }
-    auto *root = new sxRootCA(nullptr, cert, kNoValType, sxCaType_other, kNoPurpose, nullptr, 0, nullptr, kNoCrlTo);
+  for (const FoundCert &found : trust) {
+    auto *root =
+        new sxRootCA(nullptr, found.cert.get(), kNoValType, sxCaType_other, kNoPurpose, nullptr, 0, nullptr, kNoCrlTo);
     holder->AddCA(root);
     sxFreePKobj(root);
   }
-  for (auto &[root, additional] : namesakes) root->SetAdditionalCerts(additional.release());
   return holder;
 }
 

@@ -81,10 +81,32 @@ bool LoadInput(const std::string &path, sxLoader &loader, Report &report) {
   return true;
 }
 
-bool TellSkipped(const sxLoadItem &item, Report &report) {
+void SkippedParts::EndFile() {
+  if (m_num > kMaxToldOfFile) {
+    m_report.Note(m_file, std::to_string(m_num - kMaxToldOfFile) + " more parts passed over");
+  }
+  m_num = 0;
+}
+
+bool SkippedParts::HasRoom(const sxLoadItem &item) {
+  if (item.place.file != m_file) EndFile();
+  m_file = item.place.file;
+  return ++m_num <= kMaxToldOfFile;
+}
+
+bool SkippedParts::Tell(const sxLoadItem &item) {
+  const bool told = HasRoom(item);
   const std::string where = item.place.Text();
-  if (IsHarmless(item)) return report.Note(where, NoteText(item)), false;
+  if (IsHarmless(item)) {
+    if (told) m_report.Note(where, NoteText(item));
+    return false;
+  }
   const char *const prefix = item.skip == sxLoadSkip::kCutShort ? "not a usable certificate: " : "";
-  report.Problem(kExitInputError, where, prefix + item.reason);
+  if (told) m_report.Problem(kExitInputError, where, prefix + item.reason);
+  m_report.Worsen(kExitInputError);
   return true;
+}
+
+void SkippedParts::TellAsNote(const sxLoadItem &item) {
+  if (HasRoom(item)) m_report.Note(item.place.Text(), item.reason);
 }

@@ -18,9 +18,28 @@ std::string ReadOctets(const std::string &path, kxBinBuf &out);
 /// Loads one file. @return false when the loader has no item about it; a problem is then reported
 bool LoadInput(const std::string &path, sxLoader &loader, Report &report);
 
-/// Says what was passed over and why: a problem where it may be what was meant, else a note.
-/// @return whether it is a problem
-bool TellSkipped(const sxLoadItem &item, Report &report);
+/// Says what was passed over and why: of the first parts of each file, then how many more there are.
+class SkippedParts {
+ public:
+  static constexpr int kMaxToldOfFile = 50;
+
+  explicit SkippedParts(Report &report) : m_report(report) {}
+  ~SkippedParts() { EndFile(); }
+  SkippedParts(const SkippedParts &) = delete;
+  SkippedParts &operator=(const SkippedParts &) = delete;
+
+  /// A problem where it may be what was meant, else a note. @return whether it is a problem
+  bool Tell(const sxLoadItem &item);
+  void TellAsNote(const sxLoadItem &item);  ///< where what is beside it serves all the same
+
+ private:
+  bool HasRoom(const sxLoadItem &item);
+  void EndFile();
+
+  Report &m_report;
+  const char *m_file = nullptr;  // lent by the loader, which outlives this
+  int m_num = 0;
+};
 
 /// Whether it is passed over without harm to the answer. Where others read a certificate that is not so: the answer
 /// would be about another one.

@@ -22,18 +22,19 @@ constexpr GroupName kWellKnown[] = {
     {20, "Group 20 (384 bit)"},  {51200, "Group 51200 (512 bit)"},
 };
 
-// The array ends with a row without a name; null while nothing is loaded. Guarded by g_mutex and not
-// freed at the end of the process, when worker threads may still make keys.
-DhGroup *g_table = nullptr;
 LazyMutex g_mutex;
 
-void DropTable() {
+// The array ends with a row without a name; null while nothing is loaded. Not freed at the end of the
+// process, when worker threads may still make keys.
+DhGroup *g_table GUARDED_BY(g_mutex) = nullptr;
+
+void DropTable() REQUIRES(g_mutex) {
   delete[] g_table;
   g_table = nullptr;
 }
 
 template <class Matches>
-const DhGroup *FindRow(Matches matches) {
+const DhGroup *FindRow(Matches matches) REQUIRES(g_mutex) {
   for (const DhGroup *row = g_table; row != nullptr && !row->name.empty(); ++row) {
     if (matches(*row)) return row;
   }
@@ -45,8 +46,8 @@ bool IsIkeName(const std::string &name) {
 }
 
 // A name that outlives its row: a caller of a lookup holds no lock while another thread loads anew.
-const char *KeepName(const std::string &name) {
-  static auto *kept = new std::set<std::string>;  // guarded by g_mutex, like the table
+const char *KeepName(const std::string &name) REQUIRES(g_mutex) {
+  static auto *kept = new std::set<std::string>;
   return kept->insert(name).first->c_str();
 }
 

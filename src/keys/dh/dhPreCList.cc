@@ -17,13 +17,13 @@ struct DHPreCElm {
 
 LazyMutex g_mutex;
 
-// Guarded by g_mutex. Not freed at the end of the process, when worker threads may still make keys.
-std::list<DHPreCElm> &List() {
+// Not freed at the end of the process, when worker threads may still make keys.
+std::list<DHPreCElm> &List() REQUIRES(g_mutex) {
   static auto *list = new std::list<DHPreCElm>;
   return *list;
 }
 
-DHPreCElm *Find(const std::string &groupName) {
+DHPreCElm *Find(const std::string &groupName) REQUIRES(g_mutex) {
   for (DHPreCElm &element : List()) {
     if (element.groupName == groupName) return &element;
   }

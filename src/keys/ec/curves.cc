@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstring>
 #include <iterator>
-#include <mutex>
 #include <optional>
 
 #include "keys/keyOctets.h"
@@ -13,6 +12,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/log.h"
+#include "platform/guarded.h"
 #include "platform/threadEnd.h"
 
 namespace {
@@ -29,7 +29,7 @@ static_assert(NID_X9_62_prime256v1 == 415 && NID_secp384r1 == 715 && NID_secp521
 
 // Read without a lock; written once under it. Never freed: keys live as long as they like.
 std::atomic<const EC_GROUP *> g_groups[kNumCurves];
-std::mutex g_groupsMutex;
+sxMutex g_groupsMutex;
 
 EC_GROUP *MakeGroup(const char *func, const Curve &curve) {
   herror_func(0, 0, "%s: Group for NID %u not initialized yet", func, static_cast<unsigned>(curve.nid));
@@ -105,7 +105,7 @@ const Curve *FindCurve(sxOctetView oid) {
 const EC_GROUP *CurveGroup(const Curve &curve) {
   std::atomic<const EC_GROUP *> &slot = g_groups[&curve - kCurves];
   if (const EC_GROUP *group = slot.load(std::memory_order_acquire)) return group;
-  const std::lock_guard<std::mutex> guard(g_groupsMutex);
+  const sxLock lock(g_groupsMutex);
   if (const EC_GROUP *group = slot.load(std::memory_order_relaxed)) return group;
   const EC_GROUP *group = MakeGroup("EC_KEY_by_nid_with_precompute", curve);
   slot.store(group, std::memory_order_release);

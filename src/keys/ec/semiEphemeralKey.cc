@@ -1,6 +1,5 @@
 // Key pairs that exchanges share for some seconds.
 #include <map>
-#include <mutex>
 
 #include "curves.h"
 #include "keys/libcryptoTypes.h"
@@ -8,6 +7,7 @@
 #include "kxcert/keys/kxECDSA.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/log.h"
+#include "platform/guarded.h"
 
 std::atomic<unsigned int> max_ephemeral_ec_key_age{10};
 
@@ -16,18 +16,18 @@ namespace {
 constexpr const char *kFunc = "EC_KEY_new_semi_ephemeral";
 
 struct Entry {
-  std::mutex mutex;  // held while a pair is made: those that wait for it want that very pair
-  EcKey key;
-  unsigned int createdSec = 0;
+  sxMutex mutex;  // held while a pair is made: those that wait for it want that very pair
+  EcKey key GUARDED_BY(mutex);
+  unsigned int createdSec GUARDED_BY(mutex) = 0;
 };
 
 // The map's own lock is held for a look-up only, so that no curve waits for another one's pair. Entries
 // keep their addresses, and are never destroyed: threads may outlive main.
 Entry *FindEntry(int curveNid) {
-  static std::mutex mutex;
+  static sxMutex mutex;
   static auto *const entries = new std::map<int, Entry>;
   if (FindCurve(curveNid) == nullptr) return nullptr;
-  const std::lock_guard<std::mutex> guard(mutex);
+  const sxLock lock(mutex);
   return &(*entries)[curveNid];
 }
 
@@ -56,7 +56,7 @@ EC_KEY *EC_KEY_new_semi_ephemeral(int curveNid, bool *isShared) {
     return nullptr;
   }
   const auto nid = static_cast<unsigned int>(curveNid);
-  const std::lock_guard<std::mutex> guard(entry->mutex);
+  const sxLock lock(entry->mutex);
   // Read under the lock: a time from before a pair that another thread just made would look like a
   // great age.
   const auto nowSec = static_cast<unsigned int>(kxClock_Now());

@@ -3,14 +3,14 @@
 #include <algorithm>
 
 PkxlPatience::Use PkxlPatience::Begin(int64_t nowMs) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
+  const sxLock lock(m_mutex);
   if (m_suspected && (m_tried || nowMs < m_untilMs)) return {false, m_era, nowMs};
   m_tried = m_suspected;
   return {true, m_era, nowMs};
 }
 
 void PkxlPatience::Ended(const Use &use, bool trouble, int64_t nowMs) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
+  const sxLock lock(m_mutex);
   if (use.era != m_era) return;
   const bool again = m_suspected || (m_whileMs != 0 && use.beganMs - m_untilMs <= m_whileMs);
   m_suspected = trouble;
@@ -22,7 +22,7 @@ void PkxlPatience::Ended(const Use &use, bool trouble, int64_t nowMs) {
 }
 
 void PkxlPatience::Forget() {
-  const std::lock_guard<std::mutex> guard(m_mutex);
+  const sxLock lock(m_mutex);
   ++m_era;
   m_suspected = m_tried = false;
   m_whileMs = m_untilMs = 0;

@@ -3,7 +3,8 @@
 #define KXCERT_SRC_KEYS_OFFLOAD_PKXLPATIENCE_H_
 
 #include <cstdint>
-#include <mutex>
+
+#include "platform/guarded.h"
 
 // A second after the first trouble. Then one use tries alone, so that a slow service holds up one and not all;
 // when that ends in trouble, or trouble comes again as soon as the while was long, the next while is twice as long.
@@ -26,12 +27,12 @@ class PkxlPatience {
   void Forget();
 
  private:
-  std::mutex m_mutex;
-  uint64_t m_era = 0;
-  bool m_suspected = false;  // from a trouble until a use ends well
-  bool m_tried = false;      // while suspected: one is at it
-  int64_t m_whileMs = 0;
-  int64_t m_untilMs = 0;
+  sxMutex m_mutex;
+  uint64_t m_era GUARDED_BY(m_mutex) = 0;
+  bool m_suspected GUARDED_BY(m_mutex) = false;  // from a trouble until a use ends well
+  bool m_tried GUARDED_BY(m_mutex) = false;      // while suspected: one is at it
+  int64_t m_whileMs GUARDED_BY(m_mutex) = 0;
+  int64_t m_untilMs GUARDED_BY(m_mutex) = 0;
 };
 
 #endif

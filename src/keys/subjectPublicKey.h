@@ -2,10 +2,8 @@
 /// Keys out of a certificate's subjectPublicKeyInfo (RFC 5280, 4.1.2.7; RFC 3279, 2.3; RFC 5480).
 ///
 ///   SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, subjectPublicKey BIT STRING }
-#ifndef KXCERT_KEYS_SUBJECTPUBLICKEY_H_
-#define KXCERT_KEYS_SUBJECTPUBLICKEY_H_
-
-#include "kxcert/platform/export.h"
+#ifndef KXCERT_SRC_KEYS_SUBJECTPUBLICKEY_H_
+#define KXCERT_SRC_KEYS_SUBJECTPUBLICKEY_H_
 
 class sxASN_SubjectPublicKeyInfo;
 class sxPubKey;
@@ -27,10 +25,10 @@ enum sxSpkiResult : int {
 /// @param key     octets of the bit string, without the one that counts unused bits
 /// @param[out] why  may be null
 /// @return a new key for sxFreePubKey, or null
-KXCERT_EXPORT sxPubKey *sxPubKey_FromSPKI(const unsigned char *algOid, int algOidLen, const unsigned char *params,
-                                          int paramsLen, const unsigned char *key, int keyLen, sxSpkiResult *why);
+sxPubKey *sxPubKey_FromSPKI(const unsigned char *algOid, int algOidLen, const unsigned char *params, int paramsLen,
+                            const unsigned char *key, int keyLen, sxSpkiResult *why);
 
 /// The same from a decoded tree. Unused bits in the bit string make the key undecodable.
-KXCERT_EXPORT sxPubKey *sxPubKey_FromSPKI(const sxASN_SubjectPublicKeyInfo &spki, sxSpkiResult *why);
+sxPubKey *sxPubKey_FromSPKI(const sxASN_SubjectPublicKeyInfo &spki, sxSpkiResult *why);
 
 #endif

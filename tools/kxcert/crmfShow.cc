@@ -16,6 +16,7 @@
 #include "kxcert/keys/sxPubKey.h"
 #include "report.h"
 #include "secretInput.h"
+#include "timeText.h"
 #include "unknownParts.h"
 #include "verb.h"
 #include "visibleText.h"
@@ -60,6 +61,8 @@ std::string PasswordVerdict(const kxCRMF &crmf, const kxBinBuf &password) {
   return crmf.VerifyPasswordMac(password) == 0 ? "" : "the MAC was made with another password";
 }
 
+Facts TimeOrNull(int seconds) { return seconds < 0 ? Facts(nullptr) : Facts(PrintCertTime(seconds)); }
+
 Facts TemplateFacts(const sxCertTemplate &wanted) {
   Facts facts = {{"subject", nullptr}, {"issuer", nullptr}, {"serial", nullptr}, {"key", nullptr}};
   if (wanted.Subject() != nullptr) facts["subject"] = NameText(wanted.Subject());
@@ -69,8 +72,8 @@ Facts TemplateFacts(const sxCertTemplate &wanted) {
     facts["key"] = {{"algorithm", wanted.PubKey()->algorithm() == sxPK_RSA ? "RSA" : "ECDSA"},
                     {"bits", wanted.PubKey()->GetLen(sxPK_len_bits)}};
   }
-  facts["notBefore"] = wanted.notBefore();
-  facts["notAfter"] = wanted.notAfter();
+  facts["notBefore"] = TimeOrNull(wanted.notBefore());
+  facts["notAfter"] = TimeOrNull(wanted.notAfter());
   SxStream unused;
   facts["unknownExtensions"] = PrintUnknown(wanted.Tree().extensions, wanted.Extensions(), nullptr, &unused, 0);
   return facts;

@@ -4,6 +4,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
+#include "support/asnHex.h"
 #include "support/derOctets.h"
 #include "support/hexOctets.h"
 #include "support/rows.h"
@@ -56,12 +57,7 @@ TEST(PasswordMac, VerifiesTheCommandsProtection) {
   const std::string message = CaseData("enroll/cr.der");
   sxASN_PKIMessage tree;
   ASSERT_EQ(0, sxASN_DecodeBuf(tree, message.data(), static_cast<int>(message.size())));
-  kxBinBuf header, body;
-  ASSERT_EQ(0, sxASN_EncodeBuf(*tree.header, header, 1));
-  ASSERT_EQ(0, sxASN_EncodeBuf(*tree.body, body, 1));
-  Octets octets(header.Data(), header.Data() + header.Len());
-  octets.insert(octets.end(), body.Data(), body.Data() + body.Len());
-  octets = Der(0x30, octets);
+  const Octets octets = Der(0x30, DecodeHex((EncodeHex(*tree.header) + EncodeHex(*tree.body)).c_str()));
   const sxAsnType *const params = tree.header->protectionAlg->parameters->Value();
   ASSERT_STREQ("sxASN_PBMParameter", params->TypeName());
   kxBinBuf mac;

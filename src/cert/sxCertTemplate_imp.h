@@ -34,7 +34,7 @@ class sxCertTemplate_imp {
   void PrintKey(SxStream *out, int indent) const;
   void PrintExtensions(SxStream *out, int indent) const;
 
-  const sxASN_CertTemplate m_tree;
+  sxASN_CertTemplate m_tree;  // never changes
   std::optional<sxDN> m_subject;
   std::optional<sxDN> m_issuer;
   sxOwned<sxPubKey, sxFreePubKey> m_key;

@@ -21,13 +21,13 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/digest.h"
 
-class kxCRMF_imp;
 class sxASN_CertReqMsg;
 class sxASN_POPOSigningKeyInput;
 class sxAsnBits;
 class sxAsnType;
 class sxPubKey;
 class sxString;
+struct kxCRMF_imp;
 
 class KXCERT_EXPORT kxCRMF {
  public:

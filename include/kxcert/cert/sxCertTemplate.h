@@ -49,8 +49,8 @@ class KXCERT_EXPORT sxCertTemplate {
   /// Its signature must verify with its own key: an altered one asks for what nobody asked for.
   int SetFromRequest(const unsigned char *der, int len);
 
-  // Each replaces one field by a copy; null makes it absent. The getters' pointers end with the call. They may
-  // be of this template.
+  // Each replaces one field by a copy of what may be a part of this template; null makes it absent. What the
+  // getters lent is gone then.
   void SetSubject(const sxDN *subject);  ///< a DN without a name: absent
   void SetIssuer(const sxDN *issuer);    ///< likewise
   void SetSerialNum(const sxAsnInt *serial);

@@ -116,11 +116,13 @@ void ShowBlock(const std::string &where, const sxInputBlock &block, const kxBinB
   if (block.error != nullptr) return report.Problem(kExitInputError, where, block.error);
   const kxCrmfMessages found(block.octets.data(), static_cast<int>(block.octets.size()));
   if (found.Count() == 0) return report.Problem(kExitInputError, where, found.Error());
-  const std::string carrier = *found.Carrier() == '\0' ? "" : std::string(" ") + found.Carrier();
+  std::string start = where;
+  if (*found.Carrier() != '\0') start.append(" ").append(found.Carrier());
   for (int i = 0; i < found.Count(); ++i) {
-    const std::string number = found.Count() == 1 ? "" : " message " + std::to_string(i + 1);
+    std::string name = start;
+    if (found.Count() > 1) name.append(" message ").append(std::to_string(i + 1));
     Facts facts = {{"input", where}, {"carrier", found.Carrier()}, {"number", i + 1}};
-    ShowMessage(where + carrier + number, found.Get(i), password, report, facts);
+    ShowMessage(name, found.Get(i), password, report, facts);
     report.Document()["messages"].push_back(std::move(facts));
   }
 }

@@ -80,6 +80,13 @@ const sxAsnOid *HashOID_By_MD(int mdType) {
   return nullptr;
 }
 
+int MdType_By_MdOID(const sxAsnOid &oid) {
+  for (const HashRow &row : kHashes) {
+    if (row.oid->OidEquiv(oid)) return row.mdType;
+  }
+  return sx_md_unknown;
+}
+
 const sxAsnOid *SignOID_By_MD(int mdType, int ecdsa) {
   const sxPK_Alg family = ecdsa != 0 ? sxPK_ECDSA : sxPK_RSA;
   for (const KeyAlgorithm &row : kAlgorithms) {

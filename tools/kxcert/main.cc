@@ -10,8 +10,11 @@
 namespace {
 
 constexpr NounRow kNouns[] = {
-    {"cert", "Certificates and CRLs"}, {"chain", "Chains of certificates"},
-    {"file", "Signed files"},          {"key", "RSA, elliptic-curve and Diffie-Hellman keys"},
+    {"cert", "Certificates and CRLs"},
+    {"chain", "Chains of certificates"},
+    {"crmf", "Certificate request messages"},
+    {"file", "Signed files"},
+    {"key", "RSA, elliptic-curve and Diffie-Hellman keys"},
     {"name", "Distinguished names"},
 };
 
@@ -19,6 +22,8 @@ constexpr VerbRow kVerbs[] = {
     {"cert", "print", "Print certificates and CRLs", CertPrint},
     {"cert", "asn1", "Print any ASN.1 type as a tree, or check its encoding", CertAsn1},
     {"chain", "verify", "Decide whether a chain is valid, and say why", ChainVerify},
+    {"crmf", "new", "Make a certificate request message", CrmfNew},
+    {"crmf", "show", "Print certificate request messages, and judge them", CrmfShow},
     {"file", "sign", "Sign a file, in it or beside it", FileSignVerb},
     {"file", "verify", "Decide whether a file is signed, and no older than another", FileVerifyVerb},
     {"key", "gen", "Make a key", KeyGen},

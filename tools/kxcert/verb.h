@@ -34,9 +34,11 @@ struct Verb {
   std::function<const char *()> missing = nullptr;  ///< what must be given as well, or null
 };
 
-Verb CertPrint();
 Verb CertAsn1();
+Verb CertPrint();
 Verb ChainVerify();
+Verb CrmfNew();
+Verb CrmfShow();
 Verb FileSignVerb();
 Verb FileVerifyVerb();
 Verb KeyConvert();
@@ -45,8 +47,8 @@ Verb KeyGen();
 Verb KeyShow();
 Verb KeySign();
 Verb KeyVerify();
-Verb NameParse();
 Verb NameCompare();
+Verb NameParse();
 Verb NameSuffix();
 
 #endif

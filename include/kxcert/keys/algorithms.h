@@ -13,6 +13,9 @@ class sxASN_AlgorithmIdentifier;
 /// The digest algorithm, lent; null for a kind without one.
 KXCERT_EXPORT const sxAsnOid *HashOID_By_MD(int mdType);
 
+/// The digest kind of a digest algorithm; sx_md_unknown (3) when it is none of HashOID_By_MD's.
+KXCERT_EXPORT int MdType_By_MdOID(const sxAsnOid &oid);
+
 /// The signature algorithm, lent; null when there is none. SHA-1 with RSA is always 1.2.840.113549.1.1.5.
 /// @param ecdsa  0: RSA, else ECDSA
 KXCERT_EXPORT const sxAsnOid *SignOID_By_MD(int mdType, int ecdsa);

@@ -1,0 +1,163 @@
+// kxcert crmf show: what certificate request messages ask for, and whether a CA would take them.
+#include <algorithm>
+#include <memory>
+
+#include "certFacts.h"
+#include "input.h"
+#include "kxcert/asn1/modules/PKIXCRMF.h"
+#include "kxcert/asn1/sxAsnBits.h"
+#include "kxcert/cert/inputBlocks.h"
+#include "kxcert/cert/loadFiles.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/enroll/crmfMessages.h"
+#include "kxcert/enroll/kxCRMF.h"
+#include "kxcert/foundation/sxString.h"
+#include "kxcert/foundation/textStream.h"
+#include "kxcert/keys/sxPubKey.h"
+#include "report.h"
+#include "secretInput.h"
+#include "timeText.h"
+#include "unknownParts.h"
+#include "verb.h"
+#include "visibleText.h"
+
+namespace {
+
+constexpr int kIndent = 1;  // TABs under the line that names the message
+
+struct Options {
+  std::vector<std::string> files;
+  std::string password;
+};
+
+std::string ProofText(const sxASN_CertReqMsg &msg) {
+  if (msg.popo == nullptr) return "none";
+  if (msg.popo->raVerified() != nullptr) return "said to be verified by a registration authority";
+  if (msg.popo->keyEncipherment() != nullptr) return "by decryption";
+  const sxASN_POPOSigningKey *const pop = msg.popo->signature();
+  if (pop == nullptr) return "by key agreement";
+  const std::string what = pop->poposkInput == nullptr ? "the request" : "the key, and a MAC over it";
+  return "signature over " + what + ", algorithm " + AlgorithmText(*pop->algorithmIdentifier) + ", " +
+         std::to_string(pop->signature->Len()) + " octets";
+}
+
+void Put(SxStream &out, const char *label, const std::string &text) {
+  out.Indent(kIndent);
+  out.Printf("%s: %s\n", label, text.c_str());
+}
+
+// On one line: the library's texts are for a dialogue.
+std::string OneLine(std::string text) {
+  std::ranges::replace(text, '\n', ' ');
+  std::string line;
+  std::ranges::unique_copy(text, std::back_inserter(line), [](char a, char b) { return a == ' ' && b == ' '; });
+  return line;
+}
+
+// What the password says of a message that is fine otherwise; "" where that is nothing bad.
+std::string PasswordVerdict(const kxCRMF &crmf, const kxBinBuf &password) {
+  if (password.IsEmpty()) return "";
+  if (!crmf.HasPasswordMac()) return "there is no MAC that a password could have made";
+  return crmf.VerifyPasswordMac(password) == 0 ? "" : "the MAC was made with another password";
+}
+
+Facts TimeOrNull(int seconds) { return seconds < 0 ? Facts(nullptr) : Facts(PrintCertTime(seconds)); }
+
+Facts TemplateFacts(const sxCertTemplate &wanted) {
+  Facts facts = {{"subject", nullptr}, {"issuer", nullptr}, {"serial", nullptr}, {"key", nullptr}};
+  if (wanted.Subject() != nullptr) facts["subject"] = NameText(wanted.Subject());
+  if (wanted.Issuer() != nullptr) facts["issuer"] = NameText(wanted.Issuer());
+  if (wanted.SerialNum() != nullptr) facts["serial"] = NumberText(*wanted.SerialNum());
+  if (wanted.PubKey() != nullptr) {
+    facts["key"] = {{"algorithm", wanted.PubKey()->algorithm() == sxPK_RSA ? "RSA" : "ECDSA"},
+                    {"bits", wanted.PubKey()->GetLen(sxPK_len_bits)}};
+  }
+  facts["notBefore"] = TimeOrNull(wanted.notBefore());
+  facts["notAfter"] = TimeOrNull(wanted.notAfter());
+  SxStream unused;
+  facts["unknownExtensions"] = PrintUnknown(wanted.Tree().extensions, wanted.Extensions(), nullptr, &unused, 0);
+  return facts;
+}
+
+void Describe(const std::string &where, std::span<const unsigned char> der, const kxCRMF &crmf, Report &report,
+              Facts &facts) {
+  sxASN_CertReqMsg msg;
+  if (sxASN_DecodeBuf(msg, reinterpret_cast<const char *>(der.data()), static_cast<int>(der.size())) != 0) return;
+  SxStream text;
+  Put(text, "Request ID", NumberText(crmf.RequestId()));
+  crmf.CertTemplate().Sprint(&text, kIndent);
+  crmf.Controls().Sprint(&text, kIndent);
+  Put(text, "Proof of possession", ProofText(msg));
+  report.Line(where + ":");
+  report.Line(TrimEnd(text.Text()));
+  facts["requestId"] = NumberText(crmf.RequestId());
+  facts["template"] = TemplateFacts(crmf.CertTemplate());
+  facts["proof"] = ProofText(msg);
+  facts["text"] = VisibleText(TrimEnd(text.Text()));
+}
+
+void ShowMessage(const std::string &where, std::span<const unsigned char> der, const kxBinBuf &password, Report &report,
+                 Facts &facts) {
+  kxCRMF crmf;
+  sxString text;
+  crmf.DerDecode(der.data(), static_cast<int>(der.size()), text);
+  Describe(where, der, crmf, report, facts);
+  const std::string refusal = crmf.Status() != kxCRMF_success ? text.getstr() : PasswordVerdict(crmf, password);
+  const bool accepted = crmf.Status() == kxCRMF_success && refusal.empty();
+  report.Verdict(accepted, where + (accepted ? ": accepted" : ": refused: " + OneLine(refusal)));
+  if (!accepted) report.Worsen(kExitNo);
+  facts["accepted"] = accepted;
+  facts["status"] = crmf.Status();
+  facts["statusText"] = CrmfStat2string(crmf.Status());
+  facts["refusal"] = refusal;
+}
+
+void ShowBlock(const std::string &where, const sxInputBlock &block, const kxBinBuf &password, Report &report) {
+  if (block.error != nullptr) return report.Problem(kExitInputError, where, block.error);
+  const kxCrmfMessages found(block.octets.data(), static_cast<int>(block.octets.size()));
+  if (found.Count() == 0) return report.Problem(kExitInputError, where, found.Error());
+  std::string start = where;
+  if (*found.Carrier() != '\0') start.append(" ").append(found.Carrier());
+  for (int i = 0; i < found.Count(); ++i) {
+    std::string name = start;
+    if (found.Count() > 1) name.append(" message ").append(std::to_string(i + 1));
+    Facts facts = {{"input", where}, {"carrier", found.Carrier()}, {"number", i + 1}};
+    ShowMessage(name, found.Get(i), password, report, facts);
+    report.Document()["messages"].push_back(std::move(facts));
+  }
+}
+
+void ShowFile(const std::string &file, const kxBinBuf &password, Report &report) {
+  const std::string name = InputName(file);
+  kxBinBuf octets;
+  const std::string error = ReadOctets(file, octets);
+  if (!error.empty()) return report.Problem(kExitInputError, name, error);
+  sxInputBlocks blocks(octets.Data(), octets.Len());
+  bool any = false;
+  for (sxInputBlock block; blocks.Next(block); any = true) {
+    const sxLoadPlace place = {name.c_str(), block.number, 0, block.offset, block.line};
+    ShowBlock(VisibleLine(place.Text()), block, password, report);
+  }
+  if (!any) report.Problem(kExitInputError, name, "is empty");
+}
+
+void Run(const Options &options, Report &report) {
+  report.Document()["messages"] = Facts::array();
+  kxBinBuf password;
+  if (!options.password.empty()) {
+    const std::string error = ReadSecret(options.password, password);
+    if (!error.empty()) return report.Problem(kExitInputError, "", error);
+  }
+  for (const std::string &file : options.files) ShowFile(file, password, report);
+}
+
+}  // namespace
+
+Verb CrmfShow() {
+  const auto options = std::make_shared<Options>();
+  return {
+      {{"FILE", "request messages or CMP messages with some, DER or PEM; - is standard input", &options->files, true},
+       {"--password", "where it is: file:PATH, env:NAME or fd:NUMBER; checks the MAC of requests without a subject",
+        &options->password, false, CheckSecretSource}},
+      [options](Report &report) { Run(*options, report); }};
+}

@@ -12,6 +12,7 @@ namespace {
 constexpr NounRow kNouns[] = {
     {"cert", "Certificates and CRLs"},
     {"chain", "Chains of certificates"},
+    {"db", "Databases of certificates and CRLs"},
     {"name", "Distinguished names"},
 };
 
@@ -19,6 +20,12 @@ constexpr VerbRow kVerbs[] = {
     {"cert", "print", "Print certificates and CRLs", CertPrint},
     {"cert", "asn1", "Print any ASN.1 type as a tree, or check its encoding", CertAsn1},
     {"chain", "verify", "Decide whether a chain is valid, and say why", ChainVerify},
+    {"db", "list", "List the records of a database", DbList},
+    {"db", "show", "Print records of a database", DbShow},
+    {"db", "add", "Add certificates or a CRL to a database", DbAdd},
+    {"db", "rm", "Remove records by their keys", DbRemove},
+    {"db", "gc", "Remove what has expired", DbCollect},
+    {"db", "check", "Say what in a database is of no use, and remove it", DbCheck},
     {"name", "parse", "Print names as text and DER", NameParse},
     {"name", "compare", "Tell whether two names are equal", NameCompare},
     {"name", "suffix", "Tell whether a name ends with another one", NameSuffix},

@@ -37,6 +37,12 @@ struct Verb {
 Verb CertPrint();
 Verb CertAsn1();
 Verb ChainVerify();
+Verb DbList();
+Verb DbShow();
+Verb DbAdd();
+Verb DbRemove();
+Verb DbCollect();
+Verb DbCheck();
 Verb NameParse();
 Verb NameCompare();
 Verb NameSuffix();

@@ -8,8 +8,19 @@
 #include <utility>
 
 #include "eventEnv_imp.h"
+#include "kxcert/platform/defaultEnv.h"
 
 namespace {
+
+struct DefaultLoop {
+  sxMutex mutex;
+  std::weak_ptr<kxEventLoop> loop GUARDED_BY(mutex);
+};
+
+DefaultLoop &TheDefault() {
+  static auto *const loop = new DefaultLoop;  // lives on: threads may ask while static objects go
+  return *loop;
+}
 
 // Timers to the microsecond: the coarse clock that is usual would make them late by milliseconds.
 event_base *NewPreciseBase() {
@@ -26,6 +37,12 @@ void kxEventLoop::FreeEvent::operator()(event *entry) const { event_free(entry);
 std::shared_ptr<kxEventLoop> kxEventLoop::New(event_base *lent) {
   const std::shared_ptr<kxEventLoop> loop(new kxEventLoop);
   return loop->Open(lent) ? loop : nullptr;
+}
+
+std::shared_ptr<kxEventLoop> kxEventLoop::Default() {
+  DefaultLoop &known = TheDefault();
+  const sxLock lock(known.mutex);
+  return known.loop.lock();
 }
 
 bool kxEventLoop::Open(event_base *lent) {
@@ -169,4 +186,11 @@ void sxd_env_stop(sxd_env *env) {
 int T_event_sched_e(sxd_env *env, int delayMs, T_event_callback callback, void *opaque) {
   if (env == nullptr || callback == nullptr) return -1;
   return env->Post(delayMs, [callback, opaque] { callback(opaque); });
+}
+
+void sxd_env_set_default(sxd_env *env) {
+  DefaultLoop &known = TheDefault();
+  const sxLock lock(known.mutex);
+  known.loop.reset();
+  if (env != nullptr) known.loop = env->Loop();
 }

@@ -29,12 +29,15 @@ class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
  public:
   /// @param lent  the loop to use; null makes one
   static std::shared_ptr<kxEventLoop> New(event_base *lent);
+  static std::shared_ptr<kxEventLoop> Default();  ///< of defaultEnv.h; null without one
   ~kxEventLoop();
 
   /// What the closure holds goes when it was called or dropped. Any thread.
   int Post(int delayMs, std::function<void()> call);
   int Run(int maxMs);  ///< negative: no limit
   void Stop();         ///< any thread
+  event_base *Base() const { return m_base; }
+  sxd_env *Env() const { return m_env; }  ///< that it is the state of; on the loop's thread, until Close
   void AddClient(std::weak_ptr<kxEventClient> client);
   /// Drops what was not called yet and tells the clients. Also within one of the calls, whose run then ends.
   void Close();
@@ -56,6 +59,8 @@ class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
     Event timer;
   };
 
+  friend class sxd_env;
+
   kxEventLoop() = default;
   bool Open(event_base *lent);
   void MakeDueCalls();
@@ -64,6 +69,7 @@ class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
 
   std::unique_ptr<event_base, FreeBase> m_own;  // null over a lent loop
   event_base *m_base = nullptr;
+  sxd_env *m_env = nullptr;
   int m_numRuns = 0;  // in progress
   Event m_wake;
   std::list<Call> m_waiting;
@@ -76,7 +82,7 @@ class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
 
 class sxd_env {
  public:
-  explicit sxd_env(std::shared_ptr<kxEventLoop> loop) : m_loop(std::move(loop)) {}
+  explicit sxd_env(std::shared_ptr<kxEventLoop> loop) : m_loop(std::move(loop)) { m_loop->m_env = this; }
   ~sxd_env() { m_loop->Close(); }
   sxd_env(const sxd_env &) = delete;
   sxd_env &operator=(const sxd_env &) = delete;

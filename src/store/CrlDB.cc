@@ -22,9 +22,9 @@ CrlDB::~CrlDB() = default;
 
 int CrlDB::InitPath(const char *path) { return m_records->InitPath("CrlDB::InitPath", path); }
 
-void CrlDB::Init() { m_records->Open(); }
+void CrlDB::Init() { static_cast<void>(m_records->Open()); }
 
-FileDB *CrlDB::FDB() { return &m_records->Open(); }
+FileDB *CrlDB::FDB() { return m_records->Open().get(); }
 
 char *CrlDB::Key(const sxGeneralName &dp, const char *suffix) const {
   constexpr char kFunc[] = "CrlDB::Key";

@@ -37,15 +37,19 @@ bool sxExpiringRecord::Set(void *readBlock, int len) {
 
 int sxExpiringRecords::InitPath(const char *func, const char *path) {
   if (path == nullptr) return tderrorFunc(m_topic, 1, 0, "%s: no path", func), -1;
-  m_db.reset();
-  m_name = std::string(path) + "/" + m_folder;
+  {
+    const sxLock lock(m_mutex);
+    m_db.reset();
+    m_name = std::string(path) + "/" + m_folder;
+  }
   tderrorFunc(m_topic, 4, 0, "%s: path= %s", func, path);
   return 0;
 }
 
-FileDB &sxExpiringRecords::Open() {
+std::shared_ptr<FileDB> sxExpiringRecords::Open() {
+  const sxLock lock(m_mutex);
   if (m_db == nullptr) { m_db = FileDB_New(m_name.empty() ? nullptr : m_name.c_str(), kVersion, m_topic, m_openFunc); }
-  return *m_db;
+  return m_db;
 }
 
 char *sxExpiringRecords::Key(const char *func, const std::string &text) const {
@@ -72,19 +76,19 @@ int sxExpiringRecords::Store(const char *func, const char *key, const unsigned c
   const int32_t expiry = Clamped(expirySec);
   std::memcpy(record.get(), &expiry, kExpiryLen);
   std::memcpy(static_cast<unsigned char *>(record.get()) + kExpiryLen, value, valueLen);
-  return Open().Store(key, record.get(), static_cast<int>(recordLen));
+  return Open()->Store(key, record.get(), static_cast<int>(recordLen));
 }
 
 bool sxExpiringRecords::Get(const char *func, const char *key, int64_t nowSec, sxExpiringRecord *out) {
   void *block = nullptr;
-  const int len = Open().Get(key, &block);
+  const int len = Open()->Get(key, &block);
   if (len < 0) return tderrorFunc(m_topic, 4, 0, "%s: record not found", func), false;
   if (out->Set(block, len) && nowSec < out->expirySec) return true;
   return tderrorFunc(m_topic, 4, 0, "%s: old record", func), false;
 }
 
 int sxExpiringRecords::Remove(const char *func, const char *key) {
-  const int result = Open().Remove(key);
+  const int result = Open()->Remove(key);
   if (result != 0) {
     tderrorFunc(m_topic, 2, 0, "%s: fdb->Remove failed (key = %s).", func, key != nullptr ? key : "");
   }
@@ -97,7 +101,8 @@ void sxExpiringRecords::CollectGarbage(const char *func) {
     tderrorFunc(m_topic, 1, errno, "%s: time", func);
     return;
   }
-  FileDB &db = Open();
+  const std::shared_ptr<FileDB> held = Open();
+  FileDB &db = *held;
   FileDB_SafeIter iter(db);
   while (const char *key = iter.Next()) {
     const fdb_look look(*db.m_fdb, key);
@@ -117,7 +122,9 @@ bool sxExpiringRecords::IsGarbage(const char *func, const fdb_look &look, const 
 }
 
 int sxExpiringRecords::Destroy() {
-  const int result = Open().Destroy();
-  m_db.reset();
+  const std::shared_ptr<FileDB> db = Open();
+  const int result = db->Destroy();
+  const sxLock lock(m_mutex);
+  if (m_db == db) m_db.reset();
   return result;
 }

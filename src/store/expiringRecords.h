@@ -3,8 +3,9 @@
 ///
 /// A record is four octets of expiry (seconds since 1970-01-01 00:00 UTC, signed, in the byte order of
 /// the host) and the value. The database lies in a folder below a path that is set first, and is made
-/// at first use. Opening it is not guarded: a path is set, and the database used once, before threads
-/// share it. What it does then is guarded as FDB_ENV_LOCK_TYPE says (FileDB_New).
+/// at first use. Any thread may set the path and use what is there: who is at work when the path changes
+/// ends with the database that he began with. What is done to files is guarded as FDB_ENV_LOCK_TYPE says
+/// (FileDB_New).
 ///
 /// Each operation reports under the name that its caller has, on the caller's topic.
 #ifndef KXCERT_SRC_STORE_EXPIRINGRECORDS_H_
@@ -17,6 +18,7 @@
 #include <string>
 
 #include "kxcert/store/FileDB.h"
+#include "platform/guarded.h"
 #include "platform/owned.h"
 
 class fdb_look;
@@ -43,8 +45,8 @@ class sxExpiringRecords {
       : m_topic(topic), m_folder(folder), m_openFunc(openFunc) {}
 
   int InitPath(const char *func, const char *path);  ///< closes what is open; nothing on disk changes
-  /// Lent until InitPath or Destroy. Without a path all that it does fails.
-  FileDB &Open();
+  /// Never null. Without a path all that it does fails.
+  std::shared_ptr<FileDB> Open();
 
   /// 32 hexadecimal digits: the MD5 digest of the text with its NUL. For free(), or null.
   char *Key(const char *func, const std::string &text) const;
@@ -67,8 +69,9 @@ class sxExpiringRecords {
   const char *const m_topic;
   const char *const m_folder;
   const char *const m_openFunc;
-  std::string m_name;            // path and folder; empty until InitPath
-  std::unique_ptr<FileDB> m_db;  // null until first use
+  sxMutex m_mutex;
+  std::string m_name GUARDED_BY(m_mutex);            // path and folder; empty until InitPath
+  std::shared_ptr<FileDB> m_db GUARDED_BY(m_mutex);  // null until first use
 };
 
 #endif

@@ -3,16 +3,16 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 
 #include "kxcert/platform/log.h"
 
 namespace {
 
-constexpr int64_t kTempLifeSec = 3600;  // a store takes seconds
 constexpr char kLookFunc[] = "fdb_look";
 
-bool IsTempName(std::string_view name) {
+}  // namespace
+
+bool fdb_is_temp_name(std::string_view name) {
   constexpr size_t kPrefixLen = sizeof kFdbTempPrefix - 1;
   if (!name.starts_with(kFdbTempPrefix) || name.size() != kPrefixLen + sizeof kFdbTempTemplate - 1) return false;
   for (const char c : name.substr(kPrefixLen)) {
@@ -20,8 +20,6 @@ bool IsTempName(std::string_view name) {
   }
   return true;
 }
-
-}  // namespace
 
 fdb_look::fdb_look(const fdb_handle &db, const char *key)
     : m_db(db),
@@ -103,10 +101,11 @@ void fdb_collect_temps(const fdb_handle &db, int64_t nowSec) {
   kxDir *const dir = kxDir_Open(db.path.c_str());
   if (dir == nullptr) return tderrorFunc(kFdbTopic, 1, errno, "%s: opendir(%s)", kFunc, db.path.c_str());
   while (const char *name = kxDir_Next(dir)) {
-    if (!IsTempName(name)) continue;
+    if (!fdb_is_temp_name(name)) continue;
     const std::string path = db.path + "/" + name;
     kxFileInfo info;
-    if (kxFile_Info(path.c_str(), &info) != 0 || !info.isRegular || info.modifiedSec >= nowSec - kTempLifeSec) continue;
+    if (kxFile_Info(path.c_str(), &info) != 0 || !info.isRegular || info.modifiedSec >= nowSec - kFdbTempLifeSec)
+      continue;
     if (kxFile_Remove(path.c_str()) != 0) tderrorFunc(kFdbTopic, 1, errno, "%s: unlink(%s)", kFunc, path.c_str());
   }
   kxDir_Close(dir);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "store/fdb_imp.h"
 
@@ -19,6 +20,8 @@ class fdb_look {
   fdb_look(const fdb_handle &db, const char *key);
 
   Found What() const { return m_what; }
+  bool IsThere() const { return m_there; }           ///< or was, when it was looked at
+  const kxFileInfo &Info() const { return m_info; }  ///< of the name, which may be a link; only if it is there
   /// The first octets. @return how many there are, at most @p len; -1
   int64_t Read(void *head, size_t len) const;
   /// Removes what was looked at. Another file that has taken its name meanwhile stays, also when it does
@@ -42,7 +45,10 @@ class fdb_look {
   const Found m_what;
 };
 
-/// Removes temporaries that nobody has written to for an hour: what killed processes left.
+constexpr int64_t kFdbTempLifeSec = 3600;  ///< a store takes seconds
+bool fdb_is_temp_name(std::string_view name);
+
+/// Removes temporaries that nobody has written to for kFdbTempLifeSec: what killed processes left.
 void fdb_collect_temps(const fdb_handle &db, int64_t nowSec);
 
 #endif

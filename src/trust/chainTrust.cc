@@ -114,7 +114,8 @@ SharedRef<sxRootCA> sxKeyHolder_imp::IsChainTrusted(const sxCerts &chain, sxCert
     TraceChain(chain, "unsorted chain");
     TraceChain(working, "sorted chain");
   }
-  for (int i = 0; i < working.Count() && i < kMaxChainLevels; ++i) {
+  int i = 0;
+  for (; i < working.Count() && i < kMaxChainLevels; ++i) {
     const sxCert *cert = working.Get(i);
     if (cert == nullptr) {
       tderrorFunc("CERT", 1, 0, "%s: invalid certificate at level %d", kIsChainTrusted, i);
@@ -131,12 +132,14 @@ SharedRef<sxRootCA> sxKeyHolder_imp::IsChainTrusted(const sxCerts &chain, sxCert
     tderrorFunc("CERT", 5, 0, "%s: reached the chain's top level: %d", kIsChainTrusted, i);
     if (cert->Issuer() == nullptr || cert->Subject() == nullptr || sxTrust_IsSelfIssued(*cert)) {
       tderrorFunc("CERT", 5, 0, "%s: self-signed cert or no Subject/Issuer", kIsChainTrusted);
+      i = kMaxChainLevels;  // there is nobody to ask for
       break;
     }
     if (IsSignedByIntermediateCA(*cert, working) != 0) {
       tderrorFunc("CERT", 5, 0, "%s: IntermediateCA Found: chain level: %d", kIsChainTrusted, i);
     }
   }
+  if (i < kMaxChainLevels) Get_Issuers_of_chain(working);  // for a later attempt
   tderrorFunc("CERT", 3, 0, "%s: Trust Not Found.\n", kIsChainTrusted);
   return {};
 }
@@ -160,6 +163,8 @@ sxRootCA *sxKeyHolder::IsCertTrusted(const sxCert &cert, TrustType &type) {
 int sxKeyHolder::IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) {
   return GetP()->IsSignedByIntermediateCA(cert, chain);
 }
+
+int sxKeyHolder::Get_Issuers_of_chain(const sxCerts &chain) { return GetP()->Get_Issuers_of_chain(chain); }
 
 sxRootCA *sxKeyHolder::IsChainTrusted(const sxCerts &chain, sxCerts &out) {
   return GetP()->IsChainTrusted(chain, out).get();

@@ -156,11 +156,6 @@ bool IsOneSelfIssued(const sxCerts &chain) {
   return chain.Count() == 1 && sxTrust_IsSelfIssued(*chain.Get(chain.Top()));
 }
 
-int FailUser(const char *reason) {
-  herror_func(0, 0, "%s: %s", kUseCN, reason);
-  return -1;
-}
-
 }  // namespace
 
 bool sxTrust_AddSubCAs(sxCerts &chain) {
@@ -187,21 +182,24 @@ void sxCert_SetSubCAFunc(sxSubCAFunc func) { g_subCAFunc = func; }
 
 int sxCert_UseCN2FetchUser(sxCerts *chain, sxKeyHolder *holder, char *cn, int cnLen, char *dn, int dnLen) {
   if (chain == nullptr || holder == nullptr || cn == nullptr || cnLen < 1 || dn == nullptr || dnLen < 1) {
-    return FailUser("Bad Input, No Key Holder or Chain or User Name");
+    return herror_func(0, 0, "%s: Bad Input, No Key Holder or Chain or User Name", kUseCN), -1;
   }
-  if (sxCerts_Sort(*chain) != 0) return FailUser("Got inconsistent chain from peer");
+  if (sxCerts_Sort(*chain) != 0) return herror_func(0, 0, "%s: Got inconsistent chain from peer", kUseCN), -1;
   const sxRootCA *root = sxCert_FixChain(chain, *holder);
-  if (root == nullptr) return FailUser("Failed to get root CA from chain");
+  if (root == nullptr) return herror_func(0, 0, "%s: Failed to get root CA from chain", kUseCN), -1;
   if (!root->UseCN2FetchUser()) return 0;
   const sxCert *peer = chain->Get(0);
   const sxDN *subject = peer != nullptr ? peer->Subject() : nullptr;
   const char *subjectText = subject != nullptr ? subject->GetStr() : nullptr;
-  if (subjectText == nullptr) return FailUser("Failed to retrieve the subject dn from chain");
+  if (subjectText == nullptr) {
+    return herror_func(0, 0, "%s: Failed to retrieve the subject dn from chain", kUseCN), -1;
+  }
   const sxAva *name = subject->GetP()->FindAva(sxASN_id_at_commonName);
   std::string nameText;
   if (name == nullptr || !sxAppendValue(*name, false, &nameText)) {
-    return FailUser("Failed to find common name in the DN");
+    return herror_func(0, 0, "%s: Failed to find common name in the DN", kUseCN), -1;
   }
-  if (sxValueHoldsNul(*name)) return FailUser("NUL within the common name");  // no user is called so
+  // No user is called so.
+  if (sxValueHoldsNul(*name)) return herror_func(0, 0, "%s: NUL within the common name", kUseCN), -1;
   return sxHandOutCut(kUseCN, nameText, cn, cnLen) == 0 && sxHandOutCut(kUseCN, subjectText, dn, dnLen) == 0 ? 1 : -1;
 }

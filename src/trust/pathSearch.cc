@@ -1,12 +1,14 @@
 #include "trust/pathSearch.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <string_view>
 #include <tuple>
 
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "trust/rules.h"
 #include "trust/sxKeyHolder_imp.h"
@@ -338,9 +340,24 @@ const std::vector<sxCert *> &PathSearch::IssuersOf(const sxCert &cert) {
     issuers.push_back(own.get());
     m_held.push_back(std::move(own));
   }
+  if (SharedRef<sxCert> stored = StoredIssuer(*cert.Issuer())) {
+    issuers.push_back(stored.get());
+    m_held.push_back(std::move(stored));
+  }
   std::set<std::string_view> seen;
   std::erase_if(issuers, [&seen](const sxCert *issuer) { return !seen.insert(sxOctetsOf(*issuer)).second; });
   return issuers;
+}
+
+SharedRef<sxCert> PathSearch::StoredIssuer(const sxDN &name) {
+  if (m_question.intermediates == nullptr || m_numLookups == kMaxJudgeLookups) return {};
+  ++m_numLookups;
+  long expiry = 0;
+  const auto now = static_cast<long>(std::clamp<int64_t>(m_now, LONG_MIN, LONG_MAX));
+  auto stored = SharedRef<sxCert>::Adopt(m_question.intermediates->Get(name, now, &expiry));
+  // Whoever writes to the folder may have put it under another one's key.
+  const bool isNamed = stored && stored->Subject() != nullptr && stored->Subject()->Equal(name);
+  return isNamed ? std::move(stored) : SharedRef<sxCert>();
 }
 
 PathSearch::Identity PathSearch::IdentityOf(const sxCert &cert) {

@@ -56,6 +56,7 @@ class PathSearch {
   bool VerifiesItself(const sxCert &cert);
   std::vector<Anchor> AnchorsNamed(const sxDN *name, const sxCert *subject);
   const std::vector<sxCert *> &IssuersOf(const sxCert &cert);
+  SharedRef<sxCert> StoredIssuer(const sxDN &name);
 
   sxCert &Top() const { return *m_path.Get(m_path.Top()); }
   bool IsOnPath(const sxCert &cert) const;
@@ -84,6 +85,7 @@ class PathSearch {
   sxCerts m_fetched;                                          // likewise
   std::vector<sxTriedPath> m_tried;
   int m_numEnded = 0;
+  int m_numLookups = 0;
   sxSearchBound m_bound = sxSearchBound::kNone;
   bool m_reachedRoot = false;
   bool m_goesByName = false;  // links of the path were not verified

@@ -5,6 +5,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxValidation.h"
+#include "trust/pushCRLs.h"
 
 namespace {
 
@@ -106,13 +107,17 @@ sxValidationRC RunChecks(const Request &request, int flags, Findings &findings) 
 void sxCertValidate_SetRevocationFunc(sxRevocationFunc func) { g_revocationFunc = func; }
 void sxCertValidate_SetPushCRLsFunc(sxPushCRLsFunc func) { g_pushCRLsFunc = func; }
 
+void sxTrust_PushCRLs(sxCRLs &crls, const sxRootCA &root) {
+  const sxPushCRLsFunc push = g_pushCRLsFunc;
+  if (push != nullptr) push(crls, root.CrlTo());
+}
+
 sxValidationRC sxCert_ValCerts_e(sxd_env *env, sxRootCA *root, sxCerts *chain, sxCRLs *crls, long *expiration,
                                  const ValidateParams &params, char *errBuf, int errLen, int *level,
                                  sxValidationCallback callback, void *opaque, int flags) {
   const bool wantsText = errBuf != nullptr && errLen > 0;
   if (wantsText) errBuf[0] = '\0';
-  const sxPushCRLsFunc push = g_pushCRLsFunc;
-  if (root != nullptr && chain != nullptr && crls != nullptr && push != nullptr) push(*crls, root->CrlTo());
+  if (root != nullptr && chain != nullptr && crls != nullptr) sxTrust_PushCRLs(*crls, *root);
   if (kxLog_TraceOn()) {
     tderrorFunc(kTopic, 5, 0, "sxCert_OurValCerts: validaing chain of len %d", chain != nullptr ? chain->Count() : 0);
   }

@@ -48,6 +48,7 @@ class sxKeyHolder_imp : public sxPKobj_imp {
   sxKeyHolder *NewSorted();  ///< as sxKeyHolder_Sort says
 
   virtual int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) = 0;
+  virtual int Get_Issuers_of_chain(const sxCerts &chain) = 0;
 
   // What look-ups lend may go when another thread removes it; decisions hold references of their own.
   /// All roots of this name, where RootCA_Lookup finds one of them.
@@ -86,6 +87,12 @@ bool sxTrust_IsTrustedCA(const sxRootCA *ca, const sxCert &cert);
 bool sxTrust_SameDN(const sxDN *a, const sxDN *b);
 /// Subject and issuer are there and equal.
 bool sxTrust_IsSelfIssued(const sxCert &cert);
+
+/// Asks for the issuers of each certificate of the chain. @return how many requests were begun
+int sxTrust_FetchIssuers(const sxCerts &chain, sxKeyHolder *holder);
+/// Whether it is a CA's certificate that is valid at the time, has the name of the issuer of @p subject and a key
+/// that verifies it, but did not sign itself.
+bool sxTrust_IsIntermediateFor(const sxCert &cert, const sxCert &subject, int64_t nowSec);
 
 /// Asks the sub-CA callback. @return whether there is one, and it did not fail
 bool sxTrust_AddSubCAs(sxCerts &chain);

@@ -1,10 +1,13 @@
 #include "trust/sxSWKeyHolder_imp.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/cert/sxDN.h"
+#include "kxcert/platform/clock.h"
 #include "kxcert/platform/log.h"
+#include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/trust/sxCertifiedKey.h"
 #include "kxcert/trust/sxRootCA.h"
 
@@ -110,24 +113,41 @@ int sxSWKeyHolder_imp::AddIntermediateCA(sxCert *cert) {
     tderrorFunc("CERT", 1, 0, "%s: invalid CA cert", kWhat);
     return -1;
   }
-  m_intermediateCA_Cache.add_CA_cert(cert);  // one whose name has no text is traced there
+  m_intermediateCA_Cache.add_CA_cert(cert);                             // one whose name has no text is traced there
+  g_IntermediateCA_db.Store(*cert->Subject(), cert, cert->notAfter());  // what fails is traced there
   return 0;
 }
 
+// From the memory cache, else from the database into it.
+SharedRef<sxCert> sxSWKeyHolder_imp::Intermediate(const sxDN &dn, const char *what) {
+  if (sxCert *cached = m_intermediateCA_Cache.get_CA_cert_Save(dn); cached != nullptr) {
+    tderrorFunc("CERT", 5, 0, "%s: IntermediateCA found in memory cache", what);
+    return SharedRef<sxCert>::Adopt(cached);
+  }
+  const auto now = static_cast<long>(std::min<int64_t>(kxClock_Now(), LONG_MAX));
+  long expiry = 0;
+  auto stored = SharedRef<sxCert>::Adopt(g_IntermediateCA_db.Get(dn, now, &expiry));
+  if (!stored) {
+    tderrorFunc("CERT", 5, 0, "%s: g_IntermediateCA_db.Get returned NULL.", what);
+    return {};
+  }
+  // Whoever writes to the folder may have put it under another one's key.
+  if (stored->Subject() == nullptr || !stored->Subject()->Equal(dn)) return {};
+  m_intermediateCA_Cache.add_CA_cert(stored.get());
+  return stored;
+}
+
+// Lent by the memory cache: where that holds nothing, there is nothing to lend.
 sxCert *sxSWKeyHolder_imp::GetIntermediateCA(const sxDN &dn) {
   constexpr char kWhat[] = "sxSWKeyHolder_imp::GetIntermediateCA";
   if (!IntermediatesOn(kWhat)) return nullptr;
-  sxCert *cert = m_intermediateCA_Cache.get_CA_cert(dn);
-  if (cert != nullptr) tderrorFunc("CERT", 5, 0, "%s: IntermediateCA found in memory cache", kWhat);
-  return cert;
+  const SharedRef<sxCert> found = Intermediate(dn, kWhat);
+  return found ? m_intermediateCA_Cache.get_CA_cert(*found->Subject()) : nullptr;
 }
 
 sxCert *sxSWKeyHolder_imp::GetIntermediateCA_Save(const sxDN &dn) {
   constexpr char kWhat[] = "sxSWKeyHolder_imp::GetIntermediateCA_Save";
-  if (!IntermediatesOn(kWhat)) return nullptr;
-  sxCert *cert = m_intermediateCA_Cache.get_CA_cert_Save(dn);
-  if (cert != nullptr) tderrorFunc("CERT", 5, 0, "%s: IntermediateCA found in memory cache", kWhat);
-  return cert;
+  return IntermediatesOn(kWhat) ? Intermediate(dn, kWhat).Release() : nullptr;
 }
 
 int sxSWKeyHolder_imp::IntermediateCAsCount() {
@@ -142,6 +162,7 @@ int sxSWKeyHolder_imp::RemoveIntermediateCA(const sxCert *cert) {
     return -1;
   }
   m_intermediateCA_Cache.delete_CA_cert(cert);
+  g_IntermediateCA_db.Remove(*cert->Subject());
   return 0;
 }
 
@@ -168,6 +189,10 @@ int sxSWKeyHolder_imp::IsSignedByIntermediateCA(const sxCert &cert, sxCerts &cha
   tderrorFunc("CERT", 5, 0, "%s: matching IntermediateCA Found !!", kWhat);
   chain.Add(issuer);  // which adopts the reference
   return 1;
+}
+
+int sxSWKeyHolder_imp::Get_Issuers_of_chain(const sxCerts &chain) {
+  return IntermediatesOn("sxSWKeyHolder_imp::Get_Issuers_of_chain") ? sxTrust_FetchIssuers(chain, m_real) : 0;
 }
 
 sxSWKeyHolder::sxSWKeyHolder() : sxKeyHolder(new sxSWKeyHolder_imp) {}

@@ -32,6 +32,7 @@ class sxSWKeyHolder_imp : public sxKeyHolder_imp {
   int RemoveCertKey(sxCertifiedKey *key) override;
 
   int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain) override;
+  int Get_Issuers_of_chain(const sxCerts &chain) override;
 
   virtual int AddCA_Cache(sxRootCA *ca);
   virtual int RemoveCA_Cache(sxRootCA *ca);
@@ -42,6 +43,7 @@ class sxSWKeyHolder_imp : public sxKeyHolder_imp {
 
  private:
   bool IntermediatesOn(const char *what) const;  // traces when they are off
+  SharedRef<sxCert> Intermediate(const sxDN &dn, const char *what);
 
   sxPKObjects m_rootCAs;  // indexed by the hash of the subject
   sxPKObjects m_certKeys;

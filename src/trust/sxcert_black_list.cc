@@ -1,5 +1,6 @@
 #include "kxcert/trust/sxcert_black_list.h"
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -19,7 +20,7 @@ class sxcert_black_list_imp : public sxCRL_Encoder {
  public:
   explicit sxcert_black_list_imp(int numExpected) : sxCRL_Encoder(numExpected) {}
 
-  int32_t m_refCount = 1;
+  std::atomic<int32_t> m_refCount{1};
 };
 
 namespace {
@@ -31,7 +32,7 @@ constexpr int kDeleteAt = 1;  // the count at which free deletes; not 0, by inte
 
 sxcert_black_list::sxcert_black_list(int numExpected) : m_imp(new sxcert_black_list_imp(numExpected)) {
   tderrorFunc(kTopic, 5, 0, "%s: reference count for %p: %d", "sxcert_black_list::sxcert_black_list",
-              static_cast<void *>(this), m_imp->m_refCount);
+              static_cast<void *>(this), m_imp->m_refCount.load());
 }
 
 sxcert_black_list::~sxcert_black_list() { delete m_imp; }

@@ -1,11 +1,9 @@
 #include "kxcert/store/fdb.h"
 
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -182,36 +180,6 @@ std::string Value(int seed) {
   return std::string(static_cast<size_t>(20000 + 7919 * seed), static_cast<char>('a' + seed));
 }
 bool IsWhole(const std::string &found) { return !found.empty() && found[0] >= 'a' && found == Value(found[0] - 'a'); }
-
-TEST_F(Fdb, AProcessKilledWhileStoringLeavesWholeRecords) {
-  for (const char *key : {"0", "1", "2"}) ASSERT_EQ(0, Store(key, Value(0)));
-  std::set<std::string> seen;
-  for (int round = 0; round < 40; ++round) {
-    int stored[2];   // one byte, so that a slow machine kills no child before its first store
-    ASSERT_EQ(0, pipe(stored));
-    const pid_t child = fork();
-    if (child == 0) {
-      for (int i = round; Store(std::to_string(i % 3), Value(i % 20)) == 0; ++i) {
-        if (i == round && write(stored[1], "", 1) != 1) break;
-      }
-      _exit(1);
-    }
-    close(stored[1]);
-    char byte;
-    EXPECT_EQ(1, read(stored[0], &byte, 1));
-    close(stored[0]);
-    usleep(static_cast<useconds_t>(round * 200));
-    kill(child, SIGKILL);
-    ASSERT_EQ(child, waitpid(child, nullptr, 0));
-    EXPECT_EQ("0 1 2", KeysOf(m_db.get()));
-    for (const char *key : {"0", "1", "2"}) {
-      const std::string found = Read(key);
-      ASSERT_TRUE(IsWhole(found)) << round << ": " << found.size();
-      seen.insert(found);
-    }
-  }
-  EXPECT_LT(3U, seen.size());
-}
 
 TEST_F(Fdb, ReadersNeverSeeHalfARecord) {
   ASSERT_EQ(0, Store("k", Value(0)));

@@ -30,6 +30,7 @@ struct TestCertOptions {
   const TestCert *keyOf = nullptr;       ///< the same key pair; null: a new one
   std::string key = "P-256";             ///< of a new one: a curve, or "RSA-" and the bits
   const char *digest = "SHA256";
+  std::string access = {};               ///< authorityInfoAccess: "caIssuers;URI:http://ca.example/1.cer"
 };
 
 class TestCert {

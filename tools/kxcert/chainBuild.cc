@@ -53,6 +53,7 @@ void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidatePara
                 JudgedChain &judged) {
   const sxCerts all = SetOf({&given.endEntity, &given.chain, &given.untrusted});
   sxChainQuestion question{.holder = &holder, .params = params, .flags = flags, .wantsFindings = true};
+  question.intermediates = given.intermediates;
   if (!given.endEntity.empty()) {
     question.endEntity = given.endEntity.front().cert.get();
     question.pool = &all;

@@ -11,6 +11,8 @@
 #include "kxcert/trust/chainJudge.h"
 #include "kxcert/trust/sxKeyHolder.h"
 
+class Cert_Cache_DB;
+
 struct FreeHolder {
   void operator()(sxKeyHolder *holder) const { sxFreePKobj(holder); }
 };
@@ -25,7 +27,8 @@ struct GivenCerts {
   std::vector<FoundCert> trust;
   std::vector<FoundCert> endEntity;  ///< the first one is judged, the others are as if untrusted; may be empty
   std::vector<FoundCert> chain;
-  std::vector<FoundCert> untrusted;  ///< issuers that may be missing in the chain; they need not be used
+  std::vector<FoundCert> untrusted;        ///< issuers that may be missing in the chain; they need not be used
+  Cert_Cache_DB *intermediates = nullptr;  ///< where others are looked for; or null
 };
 
 struct JudgedChain {

@@ -4,7 +4,9 @@
 #include "blackListFile.h"
 #include "certFacts.h"
 #include "chainBuild.h"
+#include "dbFolder.h"
 #include "kxcert/platform/clock.h"
+#include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "report.h"
 #include "timeText.h"
@@ -22,6 +24,7 @@ struct Options {
   std::vector<std::string> trust;
   std::string endEntity;
   std::vector<std::string> untrusted;
+  DbOptions intermediates{"", static_cast<int>(sxStoreKind::kCerts)};
   std::vector<std::string> files;
   std::string at;
   std::string blackList;
@@ -118,7 +121,7 @@ std::string WhereFrom(const sxCert &cert, const GivenCerts &given) {
       if (*found.cert == cert) return found.where;
     }
   }
-  return "";
+  return given.intermediates != nullptr ? "the database" : "";
 }
 
 std::string FactText(const sxFact &fact) { return std::string(fact.label) + ": " + VisibleLine(fact.value); }
@@ -248,7 +251,13 @@ void Run(const Options &options, Report &report) {
     if (blackList == nullptr) return;  // without the list nothing may be called valid
     params.Set_BlackList(blackList.get());
   }
-  const GivenCerts given = ReadGiven(options, report);
+  GivenCerts given = ReadGiven(options, report);
+  Cert_Cache_DB intermediates;
+  if (!options.intermediates.folder.empty()) {
+    const std::optional<Db> db = FindDb(options.intermediates, false, report);
+    if (db.has_value()) intermediates.InitPath(db->parent.c_str());
+    given.intermediates = &intermediates;
+  }
   if (report.Worst() != kExitYes) return report.Problem(kExitInputError, "", "no verdict: not all input could be read");
   const HolderRef holder = MakeHolder(given.trust);
   Decide(given, *holder, params, decision);
@@ -272,6 +281,7 @@ Verb ChainVerify() {
        {"--trust", "file or folder with trusted roots; may be repeated", &options->trust, true},
        {"--end-entity", "file whose first certificate is judged; FILE may hold anything", &options->endEntity},
        {"--untrusted", "file with issuers that need not be used; may be repeated", &options->untrusted},
+       {"--intermediates", "certificate database whose issuers need not be used", &options->intermediates.folder},
        {"--at", "decide as of this time: \"YYYY-MM-DD[ HH:MM[:SS]] [UTC]\" or seconds since 1970", &options->at, false,
         CheckTime},
        {"--grace-start", "seconds before notBefore that are let pass (7200)", &options->graceStartSec},

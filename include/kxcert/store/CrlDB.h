@@ -6,9 +6,8 @@
 /// CrlCache_1 below a path that is set first, and are made at first use; FDB_ENV_LOCK_TYPE says which
 /// operations lock (FileDB.h).
 ///
-/// Setting the path, first use, and Destroy are for one thread, before or without others; then any
-/// number of threads may use a database. Failure is -1 or null with a line on the trace channel under
-/// "CrlDB".
+/// Any number of threads may use a database; what FDB lends is for one that neither sets a path nor
+/// destroys meanwhile. Failure is -1 or null with a line on the trace channel under "CrlDB".
 ///
 /// Times are absolute: seconds since 1970-01-01 00:00 UTC. A record holds its expiry as a signed
 /// 32-bit number on every word size: a later one is stored as 2038-01-19 03:14:07, an earlier one as

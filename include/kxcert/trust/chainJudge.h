@@ -18,6 +18,7 @@
 #include "kxcert/trust/sxFinding.h"
 #include "kxcert/trust/sxValidation.h"
 
+class Cert_Cache_DB;
 class sxKeyHolder;
 class sxRootCA;
 
@@ -26,6 +27,8 @@ class sxRootCA;
 constexpr int kMaxJudgeVerifications = 256;
 /// ... and paths that are followed to their end, dead ends among them.
 constexpr int kMaxJudgePaths = 64;
+/// Names that one question looks up in a database; beyond that it goes on without.
+constexpr int kMaxJudgeLookups = 256;
 
 enum class sxSearchBound { kNone, kVerifications, kPaths };
 
@@ -45,6 +48,9 @@ struct sxChainQuestion {
   /// say, which is the clock's unless set.
   int64_t time = kPresentTime;
   bool wantsFindings = false;  ///< a verdict alone is cheaper
+  /// Where issuers are taken from that neither pool nor holder have: the certificate that is stored under the
+  /// issuer's name, unless the time of the question has reached its expiry. Read on the caller's thread. Null: none.
+  Cert_Cache_DB *intermediates = nullptr;
 };
 
 /// A path that was followed to its end. A value; copies share the certificates.
@@ -103,7 +109,7 @@ struct KXCERT_EXPORT sxChainVerdict {
 /// A path is made of signatures that verify. Paths are followed one after the other until one is valid,
 /// none is left, a bound is reached, or what failed is the end entity's own fault, which every path has.
 /// The order depends on the certificates alone: at each level first the roots' certificates, then the
-/// pool's, then the holder's intermediates and own chains; of the first two, those with the key identifier that
+/// pool's, then the holder's intermediates and own chains, then the database's; of the first two, those with the key identifier that
 /// is wanted first, then those that are valid at the time, then by octets. No name and key stands twice on a
 /// path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for more, unless the end
 /// entity issued itself.

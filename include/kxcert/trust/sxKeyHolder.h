@@ -16,6 +16,7 @@
 #ifndef KXCERT_TRUST_SXKEYHOLDER_H_
 #define KXCERT_TRUST_SXKEYHOLDER_H_
 
+#include <cstddef>
 #include <cstdio>
 
 #include "kxcert/foundation/sxPKobj.h"
@@ -46,6 +47,14 @@ enum sxKeyHolderMode : int {
 
 constexpr int kMaxChainLevels = 100;  ///< levels that IsChainTrusted looks at
 
+// What Get_Issuers_of_chain asks for, whatever peers' certificates name.
+constexpr int kMaxIssuerUrlsOfCert = 4;
+constexpr int kMaxIssuerUrls = 16;             ///< of one chain
+constexpr size_t kMaxIssuerUrlLen = 1024;      ///< longer ones are passed over
+constexpr size_t kMaxIssuerFetches = 64;       ///< at a time, in the process
+constexpr size_t kMaxIssuerAnswerLen = 65536;  ///< octets
+constexpr int kIssuerFetchTimeoutMs = 15000;
+
 class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
  public:
   explicit sxKeyHolder(sxKeyHolder_imp *imp);  ///< adopts
@@ -60,7 +69,9 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   sxRootCA *CAByDN(const sxDN *dn);  ///< null finds a root without a name
   sxRootCA *CAByID(const unsigned char *id, int idLen);
 
-  int AddIntermediateCA(sxCert *cert);             ///< takes a reference; 0, or -1
+  // Where the mode says so: in the memory cache, and behind it in g_IntermediateCA_db (Cert_Cache_DB.h), up to
+  // the certificate's notAfter. The database is read and written on the caller's thread.
+  int AddIntermediateCA(sxCert *cert);             ///< takes a reference; 0 also when it cannot be stored; or -1
   sxCert *GetIntermediateCA(const sxDN &dn);       ///< lent, or null
   sxCert *GetIntermediateCA_Save(const sxDN &dn);  ///< for sxFreeSigned, or null
   int IntermediateCAsCount();
@@ -94,8 +105,21 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   /// @param[out] type  why; TrustType_none with null
   sxRootCA *IsCertTrusted(const sxCert &cert, TrustType &type);
   sxRootCA *IsCertTrusted_Save(const sxCert &cert, TrustType &type);  ///< for sxFreePKobj, or null
-  /// 1 when a cached intermediate CA issued and signed it; that one is then added to @p chain.
+  /// 1 when an intermediate CA from cache or database issued and signed it; that one is then added to @p chain.
   int IsSignedByIntermediateCA(const sxCert &cert, sxCerts &chain);
+
+  /// Asks for the certificates of the issuers that the chain's own name (authorityInfoAccess, RFC 5280, 4.2.2.1),
+  /// the top's first, where the mode says so; through the component of kxcert/platform/fetcher.h, in the default
+  /// environment (kxcert/platform/defaultEnv.h). What comes and fits is there for a later attempt.
+  ///
+  /// URLs of http and ldap are handed on as they stand, at most kMaxIssuerUrls of one chain and
+  /// kMaxIssuerFetches at a time in the process; one that is on its way is not asked for again. What comes is
+  /// taken when it is a CA's certificate that is valid now, has the name of the issuer and a key that verifies
+  /// the certificate below it. A reference of the holder, and of that certificate, is held until then; when the
+  /// environment goes, both are dropped. Reference counts need sxPKobj::UseMutex() when this is another thread
+  /// than the environment's. IsChainTrusted calls this when it found no root.
+  /// @return how many requests were begun
+  int Get_Issuers_of_chain(const sxCerts &chain);
 
   /// The verdict is about out.Get(0) alone: sorting chooses it, not the order in which a peer sent its
   /// certificates, and for a root's own name and key the root's copy takes its place. Who is to be
@@ -134,6 +158,11 @@ class KXCERT_EXPORT sxSWKeyHolder : public sxKeyHolder {
 /// Each is for sxFreePKobj.
 KXCERT_EXPORT sxKeyHolder *sxKeyHolder_New();
 KXCERT_EXPORT sxKeyHolder *sxKeyHolder_with_cache(int cacheSize, int timeoutSec, int mode);
+/// Takes what a request of Get_Issuers_of_chain brought: adds it to the holder's intermediates, and drops the
+/// reference of the holder that the request had taken, whatever comes.
+/// @param cert  borrowed; null: nothing came that fits
+/// @return 0, or -1 (null, or AddIntermediateCA refuses it)
+KXCERT_EXPORT int Fetch_IssuerCA_CB(sxCert *cert, sxKeyHolder *holder);
 /// A new holder (mode 0) with the root CAs that are self-issued or whose issuer is no trusted CA,
 /// without those whose identifier a certified key has; and with the certified keys in the order of
 /// CertKeyByDefault's preference: root's CA type 1 or 2, other types, type 3, no root; otherwise as

@@ -128,6 +128,27 @@ KXCERT_EXPORT sxValidationRC sxCert_ValCerts(sxRootCA *root, sxCerts *chain, sxC
                                              const ValidateParams &params, char *errBuf, int errLen, int *level,
                                              sxValidationCallback callback, void *opaque, int flags);
 
+/// The same, answered later: @p callback is called once, on the environment's thread and never within this call,
+/// also for what is found at once (no root, no chain). It gets the code, the text of sxCert_ValErrToStr, the level
+/// (-1 on success), the earliest notAfter (-1 unless the path was checked) and @p opaque. The checks run on the
+/// environment's thread, too; revocation may answer there and then, or as late as it wants up to
+/// kRevocationTimeoutMs; five seconds later the code is -965.
+///
+/// References of root and certificates, a copy of the parameters and a count of their black list are held until
+/// then; the chain itself may change or go. CRLs are pushed before this returns. Any thread may call; reference
+/// counts need sxPKobj::UseMutex() when it is not the environment's. When the environment goes before the answer,
+/// there is none, and nothing is held any more; an answer of the revocation function that comes still later does no
+/// harm.
+/// @retval -1     the callback will be called, or the environment goes
+/// @retval -1000  no environment or callback: nothing will be called
+KXCERT_EXPORT sxValidationRC sxCert_ValCertsA_e(sxd_env *env, sxRootCA *root, sxCerts *chain, sxCRLs *crls,
+                                                const ValidateParams &params, sxValidationCallback callback,
+                                                void *opaque, int flags);
+/// In the default environment (kxcert/platform/defaultEnv.h).
+KXCERT_EXPORT sxValidationRC sxCert_ValCertsA(sxRootCA *root, sxCerts *chain, sxCRLs *crls,
+                                              const ValidateParams &params, sxValidationCallback callback, void *opaque,
+                                              int flags);
+
 /// Writes why a validation failed: the text of the code; then a line each for the level, the subject
 /// and serial number of the certificate there, and the fact that decided (the date, the path length
 /// and depth, the extension's OID, the name). Cut and ended by NUL when the area is short.

@@ -3,8 +3,8 @@
 ///
 /// The entries are those of a CRL under construction. Shared by a count of its own that starts at 1.
 /// The free that leaves 1 or less deletes the list, so a list that was attached to parameters once
-/// goes with the first free. The count is a plain integer: save and free are not for two threads at
-/// once; neither is Add beside anything else. IsExist and Size only read.
+/// goes with the first free. Any thread may save and free; Add is for one thread alone. IsExist and Size
+/// only read.
 #ifndef KXCERT_TRUST_SXCERT_BLACK_LIST_H_
 #define KXCERT_TRUST_SXCERT_BLACK_LIST_H_
 

@@ -5,7 +5,7 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxValidation.h"
-#include "trust/pushCRLs.h"
+#include "trust/revocationHook.h"
 
 namespace {
 
@@ -47,7 +47,6 @@ sxValidationRC CheckNameConstraints(const Request &request, Findings &findings) 
 bool IsRevocationResult(sxValidationRC rc) {
   switch (rc) {
     case sxValidation_OK:
-    case sxValidation_async:
     case sxValidation_revoked:
     case sxValidation_noValidCRL:
     case sxValidation_crlFetchFailed:
@@ -67,17 +66,9 @@ sxValidationRC CheckRevocation(const Request &request, Findings &findings) {
     tderrorFunc(kTopic, 3, 0, "sxCert_OurValCerts: no revocation checking is installed");
     return sxValidation_unknownStatus;  // not checked is not the same as good
   }
-  const int top = request.chain->Top();
-  sxValidationRC rc = check(request.env, request.root, *request.chain, request.params, request.callback, request.opaque,
-                            kRevocationTimeoutMs, findings.level);
-  if (!IsRevocationResult(rc)) {
-    tderrorFunc(kTopic, 3, 0, "sxCert_OurValCerts: %d is no result of revocation checking", static_cast<int>(rc));
-    rc = sxValidation_unknownStatus;
-  }
-  if (rc != sxValidation_OK && rc != sxValidation_async && (findings.level < 0 || findings.level > top)) {
-    findings.level = 0;
-  }
-  return rc;
+  const sxValidationRC rc = check(request.env, request.root, *request.chain, request.params, request.callback,
+                                  request.opaque, kRevocationTimeoutMs, findings.level);
+  return rc == sxValidation_async ? rc : sxTrust_RevocationAnswer(rc, *request.chain, findings.level);
 }
 
 struct CheckRow {
@@ -106,6 +97,15 @@ sxValidationRC RunChecks(const Request &request, int flags, Findings &findings) 
 
 void sxCertValidate_SetRevocationFunc(sxRevocationFunc func) { g_revocationFunc = func; }
 void sxCertValidate_SetPushCRLsFunc(sxPushCRLsFunc func) { g_pushCRLsFunc = func; }
+
+sxValidationRC sxTrust_RevocationAnswer(sxValidationRC rc, const sxCerts &chain, int &level) {
+  if (!IsRevocationResult(rc)) {
+    tderrorFunc(kTopic, 3, 0, "sxCert_OurValCerts: %d is no result of revocation checking", static_cast<int>(rc));
+    rc = sxValidation_unknownStatus;
+  }
+  if (rc != sxValidation_OK && (level < 0 || level > chain.Top())) level = 0;
+  return rc;
+}
 
 void sxTrust_PushCRLs(sxCRLs &crls, const sxRootCA &root) {
   const sxPushCRLsFunc push = g_pushCRLsFunc;

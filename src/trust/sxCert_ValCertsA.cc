@@ -12,7 +12,7 @@
 #include "kxcert/trust/sxcert_black_list.h"
 #include "platform/eventEnv_imp.h"
 #include "platform/owned.h"
-#include "trust/pushCRLs.h"
+#include "trust/revocationHook.h"
 #include "trust/sharedRef.h"
 
 namespace {
@@ -57,7 +57,7 @@ class Validation final : public kxEventClient, public std::enable_shared_from_th
         m_callback(callback),
         m_opaque(opaque),
         m_flags(flags) {
-    if (chain != nullptr) m_chain = *chain;
+    if (chain != nullptr) m_chain = m_shown = *chain;
   }
 
   void Run() {
@@ -67,7 +67,7 @@ class Validation final : public kxEventClient, public std::enable_shared_from_th
     void *const ticket = reinterpret_cast<void *>(m_ticket);
     int level = -1;
     const sxValidationRC rc =
-        sxCert_ValCerts_e(m_loop->Env(), m_root.get(), m_hasChain ? &m_chain : nullptr, nullptr, &m_expiration,
+        sxCert_ValCerts_e(m_loop->Env(), m_root.get(), m_hasChain ? &m_shown : nullptr, nullptr, &m_expiration,
                           m_params, nullptr, 0, &level, TakeAnswer, ticket, m_flags);
     if (rc != sxValidation_async) {
       Take(m_ticket);
@@ -114,8 +114,8 @@ class Validation final : public kxEventClient, public std::enable_shared_from_th
   static void TakeAnswer(sxValidationRC rc, const char *, int level, long, void *ticket) {
     const std::shared_ptr<Validation> validation = Take(reinterpret_cast<uintptr_t>(ticket));
     if (validation == nullptr) return tderrorFunc(kTopic, 3, 0, "%s: an answer that nobody waits for", kFunc);
-    const sxValidationRC said = rc == sxValidation_async ? sxValidation_unknownStatus : rc;
-    validation->m_loop->Post(0, [validation, said, level] { validation->Answer(said, level); });
+    rc = sxTrust_RevocationAnswer(rc, validation->m_chain, level);
+    validation->m_loop->Post(0, [validation, rc, level] { validation->Answer(rc, level); });
   }
 
   void Answer(sxValidationRC rc, int level) {
@@ -131,6 +131,7 @@ class Validation final : public kxEventClient, public std::enable_shared_from_th
   const std::shared_ptr<kxEventLoop> m_loop;
   const SharedRef<sxRootCA> m_root;
   sxCerts m_chain;
+  sxCerts m_shown;  // which a revocation function may change
   const bool m_hasChain;
   const ValidateParams m_params;
   const BlackListRef m_blackList;

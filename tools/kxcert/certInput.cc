@@ -56,7 +56,8 @@ std::vector<FoundCert> ReadFolder(const std::string &folder, Report &report) {
     }
   }
   const int numOthers = NumFilesWithout(loader, folder, filesWith);
-  if (numOthers > 0) report.Note(folder, std::to_string(numOthers) + " files without a certificate; passed over");
+  if (numOthers > 0)
+    report.Note(folder, Counted(static_cast<size_t>(numOthers), "file") + " without a certificate; passed over");
   std::vector<FoundCert> certs = CertsOf(loader);
   if (certs.empty()) report.Problem(kExitInputError, folder, "no certificate in it");
   return certs;

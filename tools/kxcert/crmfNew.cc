@@ -1,7 +1,8 @@
 // kxcert crmf new: a certificate request message, signed with the key that it is about.
 #include <arpa/inet.h>
 
-#include <cstdio>
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -9,13 +10,12 @@
 #include "certInput.h"
 #include "input.h"
 #include "keyInput.h"
+#include "keyOutput.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/inputBlocks.h"
-#include "kxcert/cert/pem.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/enroll/kxCRMF.h"
-#include "kxcert/foundation/sxString.h"
 #include "logLines.h"
 #include "nameInput.h"
 #include "report.h"
@@ -41,6 +41,7 @@ struct Options {
   int digest = sx_md_sha1;
   int id = 0;
   int form = kPem;
+  OutputOptions output;
 };
 
 // "DNS:host.example"; kind -1 for anything else.
@@ -176,20 +177,14 @@ bool AddOldCert(const std::string &path, kxCRMF &crmf, Report &report) {
   return false;
 }
 
-void Write(const kxBinBuf &der, int form, Report &report) {
+void Write(const kxBinBuf &der, const Options &options, Report &report) {
   report.Document()["der"] = HexOf(der.Data(), der.Len());
-  if (report.IsJson()) return;
-  if (form == kDer) {
-    std::fwrite(der.Data(), 1, der.Len(), stdout);  // Finish says whether that worked
-    return;
+  if (report.IsJson() && options.output.file.empty()) return;  // the document holds it
+  if (options.form == kDer) {
+    WriteOctets({der.Data(), der.Len()}, options.output, report);
+  } else {
+    WritePem(der, kPemLabel, options.output, report);
   }
-  sxString pem;
-  const std::string header = std::string("-----BEGIN ") + kPemLabel + "-----\n";
-  const std::string footer = std::string("-----END ") + kPemLabel + "-----";
-  if (Base64Encode_PEM(header.c_str(), footer.c_str(), der, pem) != 0) {
-    return report.Problem(kExitInternal, "", "no PEM can be made");
-  }
-  report.Line(TrimEnd(pem.getstr()));
 }
 
 void Run(const Options &options, Report &report) {
@@ -210,34 +205,37 @@ void Run(const Options &options, Report &report) {
   if (crmf.DerEncode(md, key.key.get(), der, password.IsEmpty() ? nullptr : &password) != 0) {
     return report.Problem(kExitInputError, key.where, "no request can be made" + log.Reason());
   }
-  Write(der, options.form, report);
+  Write(der, options, report);
 }
 
 }  // namespace
 
 Verb CrmfNew() {
   const auto options = std::make_shared<Options>();
-  return {{{"--key", "private key: PEM, DER or an attribute set; the certificate is for it", &options->key, true},
-           {"--subject", "name, as text or DER in hexadecimal", &options->subject},
-           {"--from", "certificate or PKCS #10 request to take subject and extensions from", &options->from},
-           {"--san", "DNS:, IP:, EMAIL: or URI: and an alternative name; may be repeated", &options->altNames, false,
-            CheckAltName},
-           {"--key-usage", "digitalSignature and the like; may be repeated", &options->keyUsages, false, CheckKeyUsage},
-           {"--old", "certificate that the new one replaces", &options->old},
-           {"--password", "where it is: file:PATH, env:NAME or fd:NUMBER; for requests without a subject",
-            &options->password, false, CheckSecretSource},
-           {"--digest",
-            "sha1 (the default) or md5: longer ones are not signed",
-            &options->digest,
-            false,
-            nullptr,
-            {{"sha1", sx_md_sha1}, {"md5", sx_md_md5}},
-            "DIGEST"},
-           {"--id", "number of the request (0)", &options->id},
-           {"--form", "of what is written", &options->form, false, nullptr, {{"pem", kPem}, {"der", kDer}}, "FORM"}},
-          [options](Report &report) { Run(*options, report); },
-          [options] {
-            const bool named = !options->subject.empty() || !options->from.empty() || !options->password.empty();
-            return named ? nullptr : "--subject, --from or --password";
-          }};
+  Verb verb = {
+      {{"--key", "private key: PEM, DER or an attribute set; the certificate is for it", &options->key, true},
+       {"--subject", "name, as text or DER in hexadecimal", &options->subject},
+       {"--from", "certificate or PKCS #10 request to take subject and extensions from", &options->from},
+       {"--san", "DNS:, IP:, EMAIL: or URI: and an alternative name; may be repeated", &options->altNames, false,
+        CheckAltName},
+       {"--key-usage", "digitalSignature and the like; may be repeated", &options->keyUsages, false, CheckKeyUsage},
+       {"--old", "certificate that the new one replaces", &options->old},
+       {"--password", "where it is: file:PATH, env:NAME or fd:NUMBER; for requests without a subject",
+        &options->password, false, CheckSecretSource},
+       {"--digest",
+        "sha1 (the default) or md5: longer ones are not signed",
+        &options->digest,
+        false,
+        nullptr,
+        {{"sha1", sx_md_sha1}, {"md5", sx_md_md5}},
+        "DIGEST"},
+       {"--id", "number of the request (0)", &options->id},
+       {"--form", "of what is written", &options->form, false, nullptr, {{"pem", kPem}, {"der", kDer}}, "FORM"}},
+      [options](Report &report) { Run(*options, report); },
+      [options] {
+        const bool named = !options->subject.empty() || !options->from.empty() || !options->password.empty();
+        return named ? nullptr : "--subject, --from or --password";
+      }};
+  std::ranges::move(OutputRows(options->output), std::back_inserter(verb.options));
+  return verb;
 }

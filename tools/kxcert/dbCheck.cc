@@ -14,7 +14,7 @@ struct Options {
 };
 
 struct Counts {
-  int good = 0, wrong = 0, removed = 0;
+  size_t good = 0, wrong = 0, removed = 0;
 };
 
 bool IsInOrder(sxStoreState state) {
@@ -47,8 +47,8 @@ void Run(const Options &options, Report &report) {
   Counts counts;
   for (const std::string &file : files) CheckFile(file, folder, options, now, counts, report);
   if (counts.wrong > 0) report.Worsen(kExitNo);
-  report.Verdict(counts.wrong == 0, std::to_string(counts.good) + " records in order, " + std::to_string(counts.wrong) +
-                                        " findings, " + std::to_string(counts.removed) + " removed");
+  report.Verdict(counts.wrong == 0, Counted(counts.good, "record") + " in order, " + Counted(counts.wrong, "finding") +
+                                        ", " + std::to_string(counts.removed) + " removed");
   report.Document()["good"] = counts.good;
   report.Document()["wrong"] = counts.wrong;
   report.Document()["removed"] = counts.removed;

@@ -31,7 +31,7 @@ void List(const Options &options, Report &report) {
   std::vector<std::string> files;
   if (!ListDb(*db, folder, files, report)) return;
   const int64_t now = kxClock_Now();
-  int numRecords = 0;
+  size_t numRecords = 0;
   for (const std::string &file : files) {
     const sxStoreItem item = folder.Look(file, now);
     if (item.key.empty() || item.state == sxStoreState::kGone) continue;
@@ -39,7 +39,7 @@ void List(const Options &options, Report &report) {
     report.Line(VisibleLine(item.key) + "  " + ExpiryText(item) + "  " + StateText(item) + ItemName(item));
     report.Document()["records"].push_back(ItemFacts(item));
   }
-  report.Line(std::to_string(numRecords) + " records");
+  report.Line(Counted(numRecords, "record"));
 }
 
 std::string ObjectText(const sxStoreItem &item) {

@@ -60,7 +60,7 @@ void Collect(const Options &options, Report &report) {
   With(*db, [](auto &database) { database.GarbageCollector(); });
   if (!ListDb(*db, folder, after, report)) return;
   std::ranges::set_difference(before, after, std::back_inserter(removed));
-  report.Line("removed " + std::to_string(removed.size()) + " files, left " + std::to_string(after.size()));
+  report.Line("removed " + Counted(removed.size(), "file") + ", left " + std::to_string(after.size()));
   report.Document()["removed"] = Facts::array();
   for (const std::string &file : removed) report.Document()["removed"].push_back(VisibleLine(file));
   report.Document()["left"] = after.size();

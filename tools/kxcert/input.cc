@@ -83,7 +83,7 @@ bool LoadInput(const std::string &path, sxLoader &loader, Report &report) {
 
 void SkippedParts::EndFile() {
   if (m_num > kMaxToldOfFile) {
-    m_report.Note(m_file, std::to_string(m_num - kMaxToldOfFile) + " more parts passed over");
+    m_report.Note(m_file, Counted(static_cast<size_t>(m_num - kMaxToldOfFile), "more part") + " passed over");
   }
   m_num = 0;
 }

@@ -46,17 +46,6 @@ bool WriteSet(sxPubKey &key, bool privatePart, const OutputOptions &options, Rep
   return written;
 }
 
-bool WritePem(const kxBinBuf &der, bool privatePart, const OutputOptions &options, Report &report) {
-  const std::string label = privatePart ? "PRIVATE KEY-----" : "PUBLIC KEY-----";
-  sxString text;
-  text.SetSensitive(privatePart);
-  if (Base64Encode_PEM(sxString(("-----BEGIN " + label + "\n").c_str()), sxString(("-----END " + label + "\n").c_str()),
-                       der, text) != 0) {
-    return report.Problem(kExitInternal, "", "the key has no such form"), false;
-  }
-  return WriteOctets(OctetsOf(text.getstr()), options, report);
-}
-
 }  // namespace
 
 std::vector<OptionRow> OutputRows(OutputOptions &options) {
@@ -90,6 +79,16 @@ bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &opt
   return false;
 }
 
+bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions &options, Report &report) {
+  sxString text;
+  text.SetSensitive(der.IsSensitive());
+  const std::string header = "-----BEGIN " + label + "-----\n", footer = "-----END " + label + "-----\n";
+  if (Base64Encode_PEM(header.c_str(), footer.c_str(), der, text) != 0) {
+    return report.Problem(kExitInternal, "", "no PEM can be made"), false;
+  }
+  return WriteOctets(OctetsOf(text.getstr()), options, report);
+}
+
 bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report) {
   if (form == kKeyForm_set) return WriteSet(key, privatePart, options, report);
   kxBinBuf der;
@@ -97,5 +96,5 @@ bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions
     return report.Problem(kExitInputError, "", "the key has not all that this form holds; --form set may do"), false;
   }
   return form == kKeyForm_der ? WriteOctets({der.Data(), der.Len()}, options, report)
-                              : WritePem(der, privatePart, options, report);
+                              : WritePem(der, privatePart ? "PRIVATE KEY" : "PUBLIC KEY", options, report);
 }

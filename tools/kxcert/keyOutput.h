@@ -27,6 +27,9 @@ OptionRow FormRow(int &form);
 /// Writes octets whole or not at all; a file is for its owner alone. What fails is a problem. @return whether it is done
 bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &options, Report &report);
 
+/// The same as a PEM block.
+bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions &options, Report &report);
+
 /// Writes a key.
 /// @param privatePart  else the public part, of whatever key
 bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report);

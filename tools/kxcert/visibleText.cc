@@ -36,3 +36,7 @@ std::string HexOf(const unsigned char *data, size_t dataLen) {
 }
 
 std::string_view TrimEnd(std::string_view text) { return text.substr(0, text.find_last_not_of(" \t\r\n") + 1); }
+
+std::string Counted(size_t count, const char *noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}

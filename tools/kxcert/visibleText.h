@@ -14,6 +14,9 @@ std::string VisibleText(std::string_view text);
 /// Lower-case digits.
 std::string HexOf(const unsigned char *data, size_t dataLen);
 
+/// "1 record", "2 records": a noun that takes an s.
+std::string Counted(size_t count, const char *noun);
+
 /// Without the end's white space.
 std::string_view TrimEnd(std::string_view text);
 

@@ -93,7 +93,7 @@ db() { "$KXCERT" db "$@"; }
   run -0 db check "$d"
   printf '\1\0\0\0%s' x >"$c/rec_old"
   run -0 db gc "$d"
-  [ "$output" = 'removed 1 files, left 3' ]
+  [ "$output" = 'removed 1 file, left 3' ]
 }
 
 @test "db: a database that another process fills is never found torn" {

@@ -249,20 +249,19 @@ bool sxLooksLikeSet(sxOctetView octets) {
 }
 
 void sxLoadKeySet(sxOctetView text, sxLoadItem &item) {
-  constexpr const char *kSet = "an attribute set";
   if (text.size() > static_cast<size_t>(kMaxSetFileLen)) {
-    return sxSkipItem(item, sxLoadSkip::kTooMuch, std::string(kSet) + " that is too long");
+    return sxSkipItem(item, sxLoadSkip::kTooMuch, "an attribute set that is too long");
   }
   if (std::ranges::find(text, '\0') != text.end()) {
-    return sxSkipItem(item, sxLoadSkip::kNotDecoded, std::string(kSet) + " with a NUL character in it");
+    return sxSkipItem(item, sxLoadSkip::kNotDecoded, "an attribute set with a NUL character in it");
   }
   std::string copy(text.begin(), text.end()), error;
   const std::unique_ptr<sxset> set(sio_sread(copy.c_str(), &error));
   KX_memset(copy.data(), copy.size());
-  if (set == nullptr) return sxSkipItem(item, sxLoadSkip::kNotDecoded, "not " + std::string(kSet) + ": " + error);
+  if (set == nullptr) return sxSkipItem(item, sxLoadSkip::kNotDecoded, "not an attribute set: " + error);
   item.key = sxImportKey_from_Set(set.get());
   if (item.key == nullptr) {
-    return sxSkipItem(item, sxLoadSkip::kNotDecoded, std::string(kSet) + ", but no key that is usable here");
+    return sxSkipItem(item, sxLoadSkip::kNotDecoded, "an attribute set, but no key that is usable here");
   }
   item.kind = sxPubKey_HasPrivate(item.key) == 1 ? sxLoadKind::kPrivateKey : sxLoadKind::kPublicKey;
 }

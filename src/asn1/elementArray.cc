@@ -15,6 +15,8 @@ void Move(sxAsnType **to, sxAsnType *const *from, int count) {
 
 }  // namespace
 
+sxAsnElemArray::~sxAsnElemArray() { Clear(); }
+
 void sxAsnElemArray::Insert(int at, std::unique_ptr<sxAsnType> elem) {
   const bool inFront = at == 0 && m_count > 0;
   if (inFront ? m_start == 0 : m_start + m_count == m_capacity) MakeRoom(inFront);

@@ -44,6 +44,13 @@ sxAsnType *NewValue(const sxAnyInfo *info) {
 
 }  // namespace
 
+// Outside the header, as what it calls is not exported.
+sxAsnRawAny::sxAsnRawAny(const sxAsnRawAny &other) = default;
+sxAsnRawAny &sxAsnRawAny::operator=(const sxAsnRawAny &other) = default;
+void sxAsnRawAny::SetData(const unsigned char *octets, int len) {
+  m_octets.Assign(octets, octets == nullptr ? 0 : len);
+}
+
 constinit const sxAsnTypeInfo sxAsnRawAny::kInfo = {
     "sxAsnRawAny", sxAsnKind::kAny, false, false, 0, sxAsnCreate<sxAsnRawAny>, nullptr, 0};
 constinit const sxAsnTypeInfo sxAsnAny::kInfo = {"sxAsnAny", sxAsnKind::kAny,       false,   false,

@@ -35,6 +35,10 @@ void AppendBits(std::vector<unsigned char> *octets, int *bitLen, const unsigned 
 
 }  // namespace
 
+// Outside the header, as what it calls is not exported.
+sxAsnBits::sxAsnBits(const sxAsnBits &other) = default;
+sxAsnBits &sxAsnBits::operator=(const sxAsnBits &other) = default;
+
 constinit const sxAsnTypeInfo sxAsnBits::kInfo = sxAsnStringInfo("sxAsnBits", 3, sxAsnCreate<sxAsnBits>);
 
 void sxAsnBits::Set(int bitCount) {

@@ -19,6 +19,10 @@ void BigEndian(int value, unsigned char (&octets)[kSmallLen]) {
 
 }  // namespace
 
+// Outside the header, as what it calls is not exported.
+sxAsnInt::sxAsnInt(const sxAsnInt &other) = default;
+sxAsnInt &sxAsnInt::operator=(const sxAsnInt &other) = default;
+
 sxAsnDigits sxAsnDigitsOf(const sxAsnInt &number, sxAsnDigitArea &area) {
   sxAsnDigits digits = {false, number.BigOctets().Data(), number.BigOctets().Len()};
   if (!number.IsBig()) {

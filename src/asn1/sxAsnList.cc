@@ -36,6 +36,8 @@ bool SortsBefore(const Written &a, const Written &b) {
 
 }  // namespace
 
+sxAsnList::~sxAsnList() = default;
+
 void sxAsnList::Clear() {
   m_elems.Clear();
   m_curr = kNoCursor;

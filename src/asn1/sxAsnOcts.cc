@@ -117,6 +117,10 @@ int JoinSegments(sxAsnReadBuf &buf, int len, int &bytesDecoded, std::vector<unsi
 
 }  // namespace
 
+// Outside the header, as what it calls is not exported.
+sxAsnOcts::sxAsnOcts(const sxAsnOcts &other) = default;
+sxAsnOcts &sxAsnOcts::operator=(const sxAsnOcts &other) = default;
+
 sxAsnOcts::sxAsnOcts(const unsigned char *text) { Set(reinterpret_cast<const char *>(text)); }
 
 void sxAsnOcts::Set(const char *text) {

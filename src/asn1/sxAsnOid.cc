@@ -15,6 +15,11 @@ constexpr int kPrintText = 200;
 
 }  // namespace
 
+// Outside the header, as what it calls is not exported.
+sxAsnOid::sxAsnOid(const sxAsnOid &other) = default;
+sxAsnOid &sxAsnOid::operator=(const sxAsnOid &other) = default;
+void sxAsnOid::Set(const unsigned char *content, int len) { m_octets.Assign(content, content == nullptr ? 0 : len); }
+
 constinit const sxAsnTypeInfo sxAsnOid::kInfo = sxAsnPrimitiveInfo("sxAsnOid", 6, sxAsnCreate<sxAsnOid>);
 
 void sxAsnOid::Set(unsigned int arc1, unsigned int arc2, int arc3, int arc4, int arc5, int arc6, int arc7, int arc8,

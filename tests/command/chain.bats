@@ -168,7 +168,7 @@ CASES
 
 @test "chain verify: trust from folders and bundles" {
   run -0 --separate-stderr "$KXCERT" chain verify "${at[@]}" --trust folder leaf.pem ca.pem
-  [[ $stderr == *'folder: 1 files without a certificate; passed over'* ]]
+  [[ $stderr == *'folder: 1 file without a certificate; passed over'* ]]
   for root in "$roots"/ISRG_Root_X1.crt "$roots"/DigiCert_Global_Root_G2.crt; do
     run -0 "$KXCERT" chain verify --at 2026-01-01 --trust /etc/ssl/certs/ca-certificates.crt "$root"
   done

@@ -36,6 +36,11 @@ check "$work/by-pkg-config"
 check "$work/sanitized"
 case $(pkg-config --libs kxcert) in *crypto*) fail 'libcrypto is not a private requirement' ;; esac
 case $(pkg-config --static --libs kxcert) in *crypto*) ;; *) fail 'a static link needs libcrypto' ;; esac
+# shellcheck disable=SC2046
+{ (cd "$prefix/include" && find . -name '*.h' | sort | sed 's/.*/#include "&"/'); cat "$source/tests/install/inline.cc"; } |
+  "$compiler" -std=c++20 -O0 -fkeep-inline-functions -I"$prefix/include" -x c++ - -x none -o "$work/inline" \
+  $(pkg-config --cflags --libs kxcert) || fail 'inline functions call what is not exported'
+"$work/inline" || fail 'copies and moves'
 unset LD_LIBRARY_PATH
 
 # What the shared library needs at run time, and nothing else.

@@ -16,7 +16,7 @@ class sxAsnElemArray {
   sxAsnElemArray() = default;
   sxAsnElemArray(const sxAsnElemArray &) = delete;
   sxAsnElemArray &operator=(const sxAsnElemArray &) = delete;
-  ~sxAsnElemArray() { Clear(); }
+  ~sxAsnElemArray();
 
   int Count() const { return m_count; }
   sxAsnType *operator[](int index) const { return begin()[index]; }  ///< lent; 0 to Count() - 1

@@ -17,7 +17,13 @@
 class KXCERT_EXPORT sxAsnRawAny : public sxAsnPrimitiveOf<sxAsnRawAny> {
  public:
   /// A copy; null or a negative length: no data.
-  void SetData(const unsigned char *octets, int len) { m_octets.Assign(octets, octets == nullptr ? 0 : len); }
+  sxAsnRawAny() = default;
+  sxAsnRawAny(const sxAsnRawAny &other);
+  sxAsnRawAny(sxAsnRawAny &&other) noexcept = default;
+  sxAsnRawAny &operator=(const sxAsnRawAny &other);
+  sxAsnRawAny &operator=(sxAsnRawAny &&other) noexcept = default;
+
+  void SetData(const unsigned char *octets, int len);
   const unsigned char *Data() const { return m_octets.Data(); }
   int Len() const { return m_octets.Len(); }
 

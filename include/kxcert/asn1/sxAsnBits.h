@@ -15,10 +15,10 @@ class KXCERT_EXPORT sxAsnBits : public sxAsnPrimitiveOf<sxAsnBits> {
  public:
   sxAsnBits() = default;
   explicit sxAsnBits(int bitCount) { Set(bitCount); }
-  sxAsnBits(const sxAsnBits &other) = default;
+  sxAsnBits(const sxAsnBits &other);
   sxAsnBits(sxAsnBits &&other) noexcept
       : sxAsnPrimitiveOf(), m_octets(std::move(other.m_octets)), m_bitLen(std::exchange(other.m_bitLen, 0)) {}
-  sxAsnBits &operator=(const sxAsnBits &other) = default;
+  sxAsnBits &operator=(const sxAsnBits &other);
   sxAsnBits &operator=(sxAsnBits &&other) noexcept {  ///< leaves the other one empty
     m_octets = std::move(other.m_octets);
     m_bitLen = std::exchange(other.m_bitLen, 0);

@@ -54,6 +54,8 @@ class KXCERT_EXPORT sxAsnSequence : public sxAsnConstructed {
 /// SEQUENCE OF and SET OF: a list that owns its elements, with a cursor.
 class KXCERT_EXPORT sxAsnList : public sxAsnConstructed {
  public:
+  ~sxAsnList() override;
+
   int Count() const { return m_elems.Count(); }
   const sxAsnElemArray &Elems() const { return m_elems; }
   void Clear();

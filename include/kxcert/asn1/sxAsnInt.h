@@ -13,6 +13,10 @@ class KXCERT_EXPORT sxAsnInt : public sxAsnPrimitiveOf<sxAsnInt> {
  public:
   sxAsnInt() = default;
   explicit sxAsnInt(int value) : m_small(value) {}
+  sxAsnInt(const sxAsnInt &other);
+  sxAsnInt(sxAsnInt &&other) noexcept = default;
+  sxAsnInt &operator=(const sxAsnInt &other);
+  sxAsnInt &operator=(sxAsnInt &&other) noexcept = default;
 
   void Set(int value);
   void ReSet(int value) { Set(value); }

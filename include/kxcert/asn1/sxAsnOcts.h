@@ -13,12 +13,16 @@ class KXCERT_EXPORT sxAsnOcts : public sxAsnPrimitiveOf<sxAsnOcts> {
   sxAsnOcts() = default;
   explicit sxAsnOcts(const unsigned char *text);  ///< up to its NUL
   sxAsnOcts(const unsigned char *octets, int len) { Set(octets, len); }
+  sxAsnOcts(const sxAsnOcts &other);
+  sxAsnOcts(sxAsnOcts &&other) noexcept = default;
+  sxAsnOcts &operator=(const sxAsnOcts &other);
+  sxAsnOcts &operator=(sxAsnOcts &&other) noexcept = default;
 
   void Set(const char *text);  ///< up to its NUL; null empties
   void ReSet(const char *text) { Set(text); }
   void Set(const unsigned char *octets, int len);
   void ReSet(const unsigned char *octets, int len) { Set(octets, len); }
-  void Set(const sxAsnOcts &other) { m_octets = other.m_octets; }
+  void Set(const sxAsnOcts &other) { *this = other; }
   void ReSet(const sxAsnOcts &other) { Set(other); }
   bool OctsEquiv(const sxAsnOcts &other) const { return m_octets.Equals(other.m_octets); }
 

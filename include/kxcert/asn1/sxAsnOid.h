@@ -21,6 +21,10 @@ class KXCERT_EXPORT sxAsnOid : public sxAsnPrimitiveOf<sxAsnOid> {
           for (size_t i = 2; i < kArcs; ++i) AppendArc(content, arcs[i], len);
           return len;
         }) {}
+  sxAsnOid(const sxAsnOid &other);
+  sxAsnOid(sxAsnOid &&other) noexcept = default;
+  sxAsnOid &operator=(const sxAsnOid &other);
+  sxAsnOid &operator=(sxAsnOid &&other) noexcept = default;
 
   /// Arcs after the last are -1. arc1 * 40 + arc2 must stay below 128. With all eleven arcs given, a
   /// line feed goes to standard output; kept so by intent.
@@ -30,9 +34,9 @@ class KXCERT_EXPORT sxAsnOid : public sxAsnPrimitiveOf<sxAsnOid> {
              int arc7 = -1, int arc8 = -1, int arc9 = -1, int arc10 = -1, int arc11 = -1) {
     Set(arc1, arc2, arc3, arc4, arc5, arc6, arc7, arc8, arc9, arc10, arc11);
   }
-  void Set(const unsigned char *content, int len) { m_octets.Assign(content, content == nullptr ? 0 : len); }
+  void Set(const unsigned char *content, int len);
   void ReSet(const unsigned char *content, int len) { Set(content, len); }
-  void Set(const sxAsnOid &other) { m_octets = other.m_octets; }
+  void Set(const sxAsnOid &other) { *this = other; }
   void ReSet(const sxAsnOid &other) { Set(other); }
 
   /// Dotted decimal text. An area that is too short gets as many arcs as fit and a "?".

@@ -11,6 +11,7 @@ int LoadDHGroupsFile(const char *fileName, std::string *error) {
   const std::unique_ptr<sxset> file(sio_readx(path.c_str(), error));
   if (file == nullptr) return -1;
   std::vector<const sxset *> groups;
+  groups.reserve(static_cast<size_t>(file->Count()) + 1);
   for (int i = 0; i < file->Count(); ++i) groups.push_back(file->Member(i)->Set());
   const bool hasText = std::erase(groups, nullptr) > 0;
   groups.push_back(nullptr);

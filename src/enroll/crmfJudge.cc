@@ -82,10 +82,10 @@ bool AreSame(const sxAsnType &a, const sxAsnType &b) {
   return sxEncodeDer(a, first) && sxEncodeDer(b, second) && first.Equal(second);
 }
 
-// What stands in for a template without subject or key. With both, the signature has to cover the template: else
-// whoever carries the message could write another subject into it.
+// What stands in for a template without a subject. Beside one the signature has to cover the template: else whoever
+// carries the message could write another subject into it.
 bool IsSound(const sxASN_POPOSigningKeyInput &input, const sxASN_CertTemplate &wanted) {
-  if (wanted.subject != nullptr && wanted.publicKey != nullptr) return false;
+  if (wanted.subject != nullptr) return false;
   if (input.publicKey == nullptr || input.authInfo == nullptr || input.authInfo->publicKeyMAC() == nullptr) {
     return false;
   }

@@ -98,6 +98,10 @@ const std::map<std::string, std::function<void(const Change &)>> kChanges = {
     {"no signature", [](const Change &c) { c.Pop().signature->Set(0); }},
     {"seven more bits", [](const Change &c) { c.Pop().signature->Concat(sxAsnBits(7)); }},
     {"other number", [](const Change &c) { c.msg.certReq->certReqId->Set(1); }},
+    {"a subject for no key", [](const Change &c) {
+       c.Drop(c.Wanted().publicKey);
+       c.Drop(c.Wanted().subject, new sxASN_RDNSequence(*sxDN("CN=other").GetName()));
+     }},
     {"a subject", [](const Change &c) { c.Drop(c.Wanted().subject, new sxASN_RDNSequence(*sxDN("CN=other").GetName())); }},
     {"no subject", [](const Change &c) { c.Drop(c.Wanted().subject); }},
     {"other key in the input", [](const Change &c) { c.Drop(c.Pop().poposkInput->publicKey, NewSpki("rsa3072")); }},

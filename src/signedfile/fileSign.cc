@@ -21,6 +21,7 @@ namespace {
 
 constexpr int kP521Bits = 521;
 constexpr size_t kChunk = 30000;
+constexpr unsigned int kModePermissions = 0777;
 
 using File = sxOwned<std::FILE, std::fclose>;
 
@@ -86,12 +87,26 @@ int MakeSignature(std::FILE *file, bool isText, sxPubKey *key, SignatureBlock *b
   return FSG_OK;
 }
 
+bool IsSameFile(const char *path, const kxFileInfo &info) {
+  kxFileInfo now;
+  return kxFile_Info(path, &now) == 0 && now.device == info.device && now.inode == info.inode;
+}
+
+// What is at the path is what was read, as it was read.
+bool IsUnchanged(const char *path, const kxFileInfo &info) {
+  kxFileInfo now;
+  return kxFile_Info(path, &now) == 0 && IsSameFile(path, info) && now.size == info.size &&
+         now.modifiedSec == info.modifiedSec;
+}
+
 // The last step of both, once all is written.
-int Place(kxWholeFile *result, const char *file, bool embedded, unsigned int mode, sxPubKey *key, bool replace) {
+int Place(kxWholeFile *result, const char *file, bool embedded, unsigned int mode, sxPubKey *key, bool replace,
+          const char *replaced = nullptr, const kxFileInfo *asRead = nullptr) {
   if (result->Finish(mode) != 0) return FSG_WRITE_FAILED;
   const int verified = embedded ? FileVerifyWithKey(result->TempName(), nullptr, nullptr, key)
                                 : FileVerifyWithKey(file, result->TempName(), nullptr, key);
   if (verified != FSV_OK) return FSG_READ_FAILED;
+  if (asRead != nullptr && !IsUnchanged(replaced, *asRead)) return FSG_READ_FAILED;
   if (result->Commit(replace) == 0) return FSG_OK;
   return errno == EEXIST ? FSG_EXISTS : FSG_WRITE_FAILED;
 }
@@ -125,14 +140,19 @@ int SignText(const char *file, const char *outFile, sxPubKey *key, uint64_t seco
   if (result.Open() != 0 || result.Write(text.data(), text.size()) != 0) return FSG_WRITE_FAILED;
   if (std::fseek(from.get(), content, SEEK_SET) != 0) return FSG_READ_FAILED;
   if (rc = CopyText(from.get(), &result); rc != FSG_OK) return rc;
-  return Place(&result, file, true, info.mode, key, outFile == nullptr || replace);
+  const bool inPlace = outFile == nullptr;
+  // Without the bits that would run it as its new owner.
+  return Place(&result, file, true, info.mode & kModePermissions, key, inPlace || replace, target.c_str(),
+               inPlace ? &info : nullptr);
 }
 
 int SignBeside(const char *file, const char *sigFile, sxPubKey *key, uint64_t seconds, bool replace) {
   if (sigFile == nullptr) return FSG_NO_FILE;
   if (const int rc = Refusal(file, key, seconds); rc != FSG_OK) return rc;
   const File from(kxFile_OpenRegularStream(file));
-  if (from == nullptr) return FSG_NO_FILE;
+  kxFileInfo info;
+  if (from == nullptr || kxFile_OpenInfo(fileno(from.get()), &info) != 0) return FSG_NO_FILE;
+  if (IsSameFile(sigFile, info)) return FSG_EXISTS;  // to be replaced or not: it is what is signed
   SignatureBlock block = BlockOf(seconds);
   if (const int rc = MakeSignature(from.get(), false, key, &block); rc != FSG_OK) return rc;
   const std::string text = SignatureBlockText(block);

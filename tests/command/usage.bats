@@ -25,6 +25,7 @@ chain verify --trust a --at 2030-02-28T24:00 x
 chain verify --trust a --at 2030-02-28T12:00: x
 chain verify --trust a --at 99999999999999999999 x
 chain verify --trust a --grace-end -1 x
+file verify --old= x
 chain verify --trust a --grace-start many x
 file sign x
 file sign --key k
@@ -84,7 +85,8 @@ CASES
 
 @test "the man page and the completion know every verb and option" {
   packaging=$BATS_TEST_DIRNAME/../../packaging
-  for verb in 'cert print' 'cert asn1' 'chain verify' 'name parse' 'name compare' 'name suffix'; do
+  for verb in cert\ {print,asn1} 'chain verify' name\ {parse,compare,suffix} crmf\ {new,show} file\ {sign,verify} \
+    key\ {gen,show,convert,sign,verify,derive} 'db add' 'db check'; do
     grep -q "^.B kxcert $verb" "$packaging/man/kxcert.1"
     noun=${verb% *}
     grep -q "$noun) words='.*${verb#* }" "$packaging/completion/kxcert"

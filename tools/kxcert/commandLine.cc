@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <map>
+#include <type_traits>
 
 #include "visibleText.h"
 
@@ -46,6 +47,10 @@ class OptionAdder {
   CLI::Option *Add(Target &target) const {
     CLI::Option *const option = m_app.add_option(m_row.name, target, m_row.help);
     if (m_row.required) option->required();
+    // What a shell makes of a variable that is not set would else count as an option that was not given.
+    if (m_row.name[0] == '-' && !std::is_same_v<Target, int>) {
+      option->check([](const std::string &text) { return text.empty() ? std::string("is empty") : std::string(); });
+    }
     if (m_row.check != nullptr) option->check(CLI::Validator(m_row.check, "", m_row.name));
     return option;
   }

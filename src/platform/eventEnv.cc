@@ -3,7 +3,9 @@
 #include <event2/event.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
+#include <algorithm>
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -144,7 +146,10 @@ void kxEventLoop::Stop() {
 }
 
 void kxEventLoop::AddClient(std::weak_ptr<kxEventClient> client) {
-  std::erase_if(m_clients, [](const std::weak_ptr<kxEventClient> &known) { return known.expired(); });
+  if (m_clients.size() >= m_numClientsToSweep) {
+    std::erase_if(m_clients, [](const std::weak_ptr<kxEventClient> &known) { return known.expired(); });
+    m_numClientsToSweep = std::max(kFirstSweep, 2 * m_clients.size());  // so that each costs the same on average
+  }
   m_clients.push_back(std::move(client));
 }
 

@@ -74,7 +74,9 @@ class kxEventLoop : public std::enable_shared_from_this<kxEventLoop> {
   Event m_wake;
   std::list<Call> m_waiting;
   std::vector<std::weak_ptr<kxEventClient>> m_clients;  // of the loop's thread, like all above
-  int m_wakeFd = -1;                                    // readable while something was posted
+  static constexpr size_t kFirstSweep = 64;
+  size_t m_numClientsToSweep = kFirstSweep;
+  int m_wakeFd = -1;  // readable while something was posted
   sxMutex m_mutex;
   std::list<Call> m_posted GUARDED_BY(m_mutex);
   std::atomic<bool> m_closed{false};  // set by the loop's thread, with the mutex: then nothing is posted

@@ -3,7 +3,6 @@
 #include <event2/event.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
-#include <algorithm>
 
 #include <algorithm>
 #include <new>

@@ -40,6 +40,7 @@ constexpr RCRow kTexts[] = {
     {FSG_EXISTS, "File exists"},
     {FSG_WRITE_FAILED, "Failed writing file"},
     {FSG_FAILED, "Failed to sign"},
+    {FSG_SAME_FILE, "A signature cannot replace the file that it is of"},
 };
 
 int Failed(const char *func, int rc, const char *file) {
@@ -87,26 +88,24 @@ int MakeSignature(std::FILE *file, bool isText, sxPubKey *key, SignatureBlock *b
   return FSG_OK;
 }
 
-bool IsSameFile(const char *path, const kxFileInfo &info) {
-  kxFileInfo now;
-  return kxFile_Info(path, &now) == 0 && now.device == info.device && now.inode == info.inode;
-}
+bool IsSameFile(const kxFileInfo &a, const kxFileInfo &b) { return a.device == b.device && a.inode == b.inode; }
 
 // What is at the path is what was read, as it was read.
-bool IsUnchanged(const char *path, const kxFileInfo &info) {
+bool IsUnchanged(const char *path, const kxFileInfo &asRead) {
   kxFileInfo now;
-  return kxFile_Info(path, &now) == 0 && IsSameFile(path, info) && now.size == info.size &&
-         now.modifiedSec == info.modifiedSec;
+  return kxFile_Info(path, &now) == 0 && IsSameFile(now, asRead) && now.size == asRead.size &&
+         now.modifiedSec == asRead.modifiedSec;
 }
 
-// The last step of both, once all is written.
-int Place(kxWholeFile *result, const char *file, bool embedded, unsigned int mode, sxPubKey *key, bool replace,
-          const char *replaced = nullptr, const kxFileInfo *asRead = nullptr) {
+// Once all is written: whether it verifies as it stands on the disk.
+int Finish(kxWholeFile *result, const char *file, bool embedded, unsigned int mode, sxPubKey *key) {
   if (result->Finish(mode) != 0) return FSG_WRITE_FAILED;
   const int verified = embedded ? FileVerifyWithKey(result->TempName(), nullptr, nullptr, key)
                                 : FileVerifyWithKey(file, result->TempName(), nullptr, key);
-  if (verified != FSV_OK) return FSG_READ_FAILED;
-  if (asRead != nullptr && !IsUnchanged(replaced, *asRead)) return FSG_READ_FAILED;
+  return verified == FSV_OK ? FSG_OK : FSG_READ_FAILED;
+}
+
+int Commit(kxWholeFile *result, bool replace) {
   if (result->Commit(replace) == 0) return FSG_OK;
   return errno == EEXIST ? FSG_EXISTS : FSG_WRITE_FAILED;
 }
@@ -140,10 +139,10 @@ int SignText(const char *file, const char *outFile, sxPubKey *key, uint64_t seco
   if (result.Open() != 0 || result.Write(text.data(), text.size()) != 0) return FSG_WRITE_FAILED;
   if (std::fseek(from.get(), content, SEEK_SET) != 0) return FSG_READ_FAILED;
   if (rc = CopyText(from.get(), &result); rc != FSG_OK) return rc;
-  const bool inPlace = outFile == nullptr;
   // Without the bits that would run it as its new owner.
-  return Place(&result, file, true, info.mode & kModePermissions, key, inPlace || replace, target.c_str(),
-               inPlace ? &info : nullptr);
+  rc = Finish(&result, file, true, info.mode & kModePermissions, key);
+  if (rc == FSG_OK && outFile == nullptr && !IsUnchanged(target.c_str(), info)) rc = FSG_READ_FAILED;
+  return rc == FSG_OK ? Commit(&result, outFile == nullptr || replace) : rc;
 }
 
 int SignBeside(const char *file, const char *sigFile, sxPubKey *key, uint64_t seconds, bool replace) {
@@ -152,13 +151,14 @@ int SignBeside(const char *file, const char *sigFile, sxPubKey *key, uint64_t se
   const File from(kxFile_OpenRegularStream(file));
   kxFileInfo info;
   if (from == nullptr || kxFile_OpenInfo(fileno(from.get()), &info) != 0) return FSG_NO_FILE;
-  if (IsSameFile(sigFile, info)) return FSG_EXISTS;  // to be replaced or not: it is what is signed
+  if (kxFileInfo there; kxFile_Info(sigFile, &there) == 0 && IsSameFile(there, info)) return FSG_SAME_FILE;
   SignatureBlock block = BlockOf(seconds);
   if (const int rc = MakeSignature(from.get(), false, key, &block); rc != FSG_OK) return rc;
   const std::string text = SignatureBlockText(block);
   kxWholeFile result(sigFile);
   if (result.Open() != 0 || result.Write(text.data(), text.size()) != 0) return FSG_WRITE_FAILED;
-  return Place(&result, file, false, kModePublic, key, replace);
+  const int rc = Finish(&result, file, false, kModePublic, key);
+  return rc == FSG_OK ? Commit(&result, replace) : rc;
 }
 
 }  // namespace

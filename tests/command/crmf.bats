@@ -83,7 +83,7 @@ serve() {
 @test "crmf new: without a subject the password vouches, and is read from where nobody sees it" {
   SECRET=right "$KXCERT" crmf new --key "$key" --password env:SECRET >a.pem
   run -0 "$KXCERT" crmf show --password fd:7 a.pem 7<<<right
-  [[ $output == *'signature over the key, and a MAC over it'*accepted ]]
+  [[ $output == *'signature over the key and a MAC over it, and nothing else'*accepted ]]
   run -1 "$KXCERT" crmf show --password fd:7 a.pem 7<<<wrong
   [[ $output == *'refused: the MAC was made with another password' ]]
   run -1 "$KXCERT" crmf show --password fd:7 "$samples/ir.der" 7<<<right

@@ -32,11 +32,6 @@ struct Options {
   int graceEndSec = kGraceDefault;
 };
 
-std::string CheckTime(const std::string &text) {
-  int64_t seconds = 0;
-  return ParseTime(text, &seconds) ? "" : "not a time: " + VisibleLine(text) + "; write \"2030-01-31 12:00 UTC\"";
-}
-
 std::vector<FoundCert> ReadAll(const std::vector<std::string> &paths, Report &report) {
   std::vector<FoundCert> all;
   for (const std::string &path : paths) {

@@ -36,7 +36,7 @@ std::string ProofText(const sxASN_CertReqMsg &msg) {
   if (msg.popo->keyEncipherment() != nullptr) return "by decryption";
   const sxASN_POPOSigningKey *const pop = msg.popo->signature();
   if (pop == nullptr) return "by key agreement";
-  const std::string what = pop->poposkInput == nullptr ? "the request" : "the key, and a MAC over it";
+  const std::string what = pop->poposkInput == nullptr ? "the request" : "the key and a MAC over it, and nothing else";
   return "signature over " + what + ", algorithm " + AlgorithmText(*pop->algorithmIdentifier) + ", " +
          std::to_string(pop->signature->Len()) + " octets";
 }

@@ -39,11 +39,6 @@ struct FreeText {
 };
 using Key = std::unique_ptr<char, FreeText>;
 
-std::string CheckTime(const std::string &text) {
-  int64_t seconds = 0;
-  return ParseTime(text, &seconds) ? "" : "not a time: " + VisibleLine(text) + "; write \"2030-01-31 12:00 UTC\"";
-}
-
 // What was stored, or why not.
 void Tell(int result, const Key &key, const std::string &where, const std::string &name, int64_t expiry,
           Report &report) {

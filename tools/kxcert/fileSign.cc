@@ -25,9 +25,9 @@ struct Options {
 
 const char *OrNull(const std::string &text) { return text.empty() ? nullptr : text.c_str(); }
 
-std::string CheckTime(const std::string &text) {
+std::string CheckSignedTime(const std::string &text) {
   int64_t seconds = 0;
-  return ParseTime(text, &seconds) && seconds > 0 ? "" : "not a time that can be signed";
+  return ParseTime(text, &seconds) && seconds == 0 ? "a time of zero is not signed" : CheckTime(text);
 }
 
 FoundKey ReadFittingKey(const std::string &path, KeyPart part, Report &report) {
@@ -103,7 +103,7 @@ Verb FileSignVerb() {
            {"--key", "a private key of P-521, as attribute set, PEM or DER", &options->key, true},
            {"--sig", "write the signature to this file instead", &options->sigFile},
            {"--out", "write the signed text to this file, and leave FILE as it is", &options->out},
-           {"--at", "sign as of this time", &options->at, false, CheckTime},
+           {"--at", "sign as of this time", &options->at, false, CheckSignedTime},
            {"--force", "replace a signature, or a file, that is there", &options->force}},
           [options](Report &report) { Sign(*options, report); }};
 }

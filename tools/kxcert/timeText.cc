@@ -6,6 +6,7 @@
 
 #include "kxcert/cert/certTime.h"
 #include "kxcert/foundation/sxString.h"
+#include "visibleText.h"
 
 namespace {
 
@@ -85,4 +86,9 @@ std::string PrintTime(int64_t seconds) { return sxTimeText(seconds).getstr(); }
 std::string PrintCertTime(int64_t seconds) {
   if (seconds == -1) return "a time that cannot be read";
   return seconds >= kFirstClampedSec ? "after 2037" : PrintTime(seconds);
+}
+
+std::string CheckTime(const std::string &text) {
+  int64_t seconds = 0;
+  return ParseTime(text, &seconds) ? "" : "not a time: " + VisibleLine(text) + "; write \"2030-01-31 12:00 UTC\"";
 }

@@ -13,6 +13,7 @@ constexpr int64_t kFirstClampedSec = 2145916800;  // 2038-01-01 00:00 UTC
 /// stand for the space), or seconds since 1970-01-01 00:00 UTC.
 /// @return false for anything else, dates that do not exist, and times before 1970
 bool ParseTime(const std::string &text, int64_t *seconds);
+std::string CheckTime(const std::string &text);  ///< of an option: "", or what is wrong with it
 
 /// "2030-01-01 00:00:00 UTC".
 std::string PrintTime(int64_t seconds);

@@ -23,7 +23,8 @@ enum FSG_RC : int {
   FSG_SIGNED = -6,       ///< it has a block, and that is not to be replaced, or is broken
   FSG_EXISTS = -7,       ///< the result's name is taken
   FSG_WRITE_FAILED = -8,
-  FSG_FAILED = -9,  ///< signing
+  FSG_FAILED = -9,      ///< signing
+  FSG_SAME_FILE = -10,  ///< the signature's file is the one that is signed
 };
 KXCERT_EXPORT const char *FSG_RC_to_str(int rc);  ///< lent, static
 

@@ -109,9 +109,9 @@ struct KXCERT_EXPORT sxChainVerdict {
 /// A path is made of signatures that verify. Paths are followed one after the other until one is valid,
 /// none is left, a bound is reached, or what failed is the end entity's own fault, which every path has.
 /// The order depends on the certificates alone: at each level first the roots' certificates, then the
-/// pool's, then the holder's intermediates and own chains, then the database's; of the first two, those with the key identifier that
-/// is wanted first, then those that are valid at the time, then by octets. No name and key stands twice on a
-/// path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for more, unless the end
+/// pool's, then the holder's intermediates and own chains, then the database's; of the first two, those with the
+/// key identifier that is wanted first, then those that are valid at the time, then by octets. No name and key
+/// stands twice on a path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for more, unless the end
 /// entity issued itself.
 ///
 /// When none is valid, the verdict is that of the best one: a path to a root before a dead end; of paths to

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -19,20 +20,58 @@ Registered &TheFetcher() {
   return *registered;
 }
 
-bool IsUrl(const std::string &url) {
-  const auto isPrintable = [](char c) { return c > ' ' && c < '\x7f'; };
-  return !url.empty() && url.size() <= kMaxFetchUrlLen && std::ranges::all_of(url, isPrintable);
+bool IsPrintable(std::string_view text) {
+  return std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
+}
+bool IsField(std::string_view text) { return text.size() <= kMaxFetchFieldLen && IsPrintable(text); }
+
+bool IsGood(const kxFetchRequest &request) {
+  return kxFetch_IsUrl(request.url) && request.limits.maxLen >= 1 && request.limits.timeoutMs >= 1 &&
+         request.body.size() <= kMaxFetchBodyLen && IsField(request.contentType) && IsField(request.known.entityTag) &&
+         IsField(request.known.lastModified);
+}
+
+// What is kept of an answer until its turn on the loop comes.
+struct Kept {
+  Kept(const kxFetchAnswer &answer, const kxFetchRequest &request) : head(answer) {
+    const bool knowsOne = !request.known.entityTag.empty() || !request.known.lastModified.empty();
+    if (head.result == kxFetch_unchanged && !knowsOne) head.result = kxFetch_failed;
+    if (head.result == kxFetch_OK && head.len > request.limits.maxLen) head.result = kxFetch_tooLong;
+    if (head.result == kxFetch_OK && head.octets != nullptr) octets.assign(head.octets, head.octets + head.len);
+    for (std::string *field : {&head.version.entityTag, &head.version.lastModified}) {
+      if (!IsField(*field)) field->clear();
+    }
+    if (!IsPrintable(head.reason)) head.reason = "a reason that is not printable";
+    head.octets = nullptr;
+  }
+  // What is lent to the completion.
+  const kxFetchAnswer &Lend() {
+    head.octets = head.result == kxFetch_OK ? octets.data() : nullptr;
+    head.len = head.result == kxFetch_OK ? octets.size() : 0;
+    return head;
+  }
+
+  kxFetchAnswer head;
+  std::vector<unsigned char> octets;
+};
+
+kxFetchAnswer Only(kxFetchResult result, const char *reason) {
+  kxFetchAnswer answer;
+  answer.result = result;
+  answer.reason = reason;
+  return answer;
 }
 
 // What the loop's calls, the component and the asker share. Whoever ends it takes the completion first.
 class Task final : public kxFetchTask, public kxEventClient, public std::enable_shared_from_this<Task> {
  public:
-  Task(std::shared_ptr<kxEventLoop> loop, std::shared_ptr<kxFetcher> fetcher, const std::string &url,
-       const kxFetchLimits &limits, kxFetchDone done)
-      : m_loop(std::move(loop)), m_url(url), m_limits(limits), m_fetcher(std::move(fetcher)), m_done(std::move(done)) {}
+  Task(std::shared_ptr<kxEventLoop> loop, std::shared_ptr<kxFetcher> fetcher, kxFetchRequest request, kxFetchDone done)
+      : m_loop(std::move(loop)),
+        m_request(std::move(request)),
+        m_fetcher(std::move(fetcher)),
+        m_done(std::move(done)) {}
 
-  const std::string &Url() const override { return m_url; }
-  const kxFetchLimits &Limits() const override { return m_limits; }
+  const kxFetchRequest &Request() const override { return m_request; }
   event_base *Base() const override { return m_loop->Base(); }
 
   void Begin() {
@@ -42,24 +81,26 @@ class Task final : public kxFetchTask, public kxEventClient, public std::enable_
       if (m_done == nullptr) return;  // cancelled before
       m_begun = m_fetcher;
       fetcher = m_fetcher;
+      m_self = shared_from_this();  // so that one which the component forgot is answered as well
     }
     m_loop->AddClient(weak_from_this());
-    const auto self = shared_from_this();
-    // It holds the task, so that one which the component forgot is answered as well.
-    if (m_loop->Post(m_limits.timeoutMs, [self] { self->End(kxFetch_timedOut, {}); }) != 0) {
-      return End(kxFetch_failed, {});
+    // The timer stays for its whole time, what it is about only until there is an answer.
+    const auto endLate = [known = weak_from_this()] {
+      if (const auto task = known.lock()) task->End(Kept(Only(kxFetch_timedOut, "timed out"), task->m_request));
+    };
+    if (m_loop->Post(m_request.limits.timeoutMs, endLate) != 0) {
+      return End(Kept(Only(kxFetch_failed, "no memory"), m_request));
     }
-    fetcher->Begin(self);
+    fetcher->Begin(shared_from_this());
   }
 
-  void Answer(kxFetchResult result, const unsigned char *octets, size_t len) override {
+  void Answer(const kxFetchAnswer &answer) override {
     if (m_answered.exchange(true)) return;
     ForgetComponent();
-    std::vector<unsigned char> copy;
-    if (result == kxFetch_OK && len > m_limits.maxLen) result = kxFetch_tooLong;
-    if (result == kxFetch_OK && octets != nullptr) copy.assign(octets, octets + len);
+    // A function is copied, an answer is not.
+    const auto kept = std::make_shared<Kept>(answer, m_request);
     const auto self = shared_from_this();
-    m_loop->Post(0, [self, result, held = std::move(copy)] { self->End(result, held); });
+    m_loop->Post(0, [self, kept] { self->End(std::move(*kept)); });
   }
 
   void Cancel() override {
@@ -75,7 +116,9 @@ class Task final : public kxFetchTask, public kxEventClient, public std::enable_
 
  private:
   kxFetchDone TakeDone() {
+    std::shared_ptr<Task> self;  // goes after the lock
     const sxLock lock(m_mutex);
+    self.swap(m_self);
     return std::exchange(m_done, nullptr);
   }
 
@@ -89,21 +132,21 @@ class Task final : public kxFetchTask, public kxEventClient, public std::enable_
     if (const std::shared_ptr<kxFetcher> fetcher = ForgetComponent()) fetcher->Cancel(*this);
   }
 
-  void End(kxFetchResult result, const std::vector<unsigned char> &octets) {
+  void End(Kept answer) {
+    const std::shared_ptr<Task> self = shared_from_this();
     const kxFetchDone done = TakeDone();
     TellComponent();
-    if (done == nullptr) return;
-    done(result, result == kxFetch_OK ? octets.data() : nullptr, octets.size());
+    if (done != nullptr) done(answer.Lend());
   }
 
   const std::shared_ptr<kxEventLoop> m_loop;
-  const std::string m_url;
-  const kxFetchLimits m_limits;
+  const kxFetchRequest m_request;
   std::atomic<bool> m_answered{false};
   sxMutex m_mutex;
   std::shared_ptr<kxFetcher> m_fetcher GUARDED_BY(m_mutex);
   std::shared_ptr<kxFetcher> m_begun GUARDED_BY(m_mutex);  // to be told when nobody waits any more
   kxFetchDone m_done GUARDED_BY(m_mutex);                  // null once it was called or dropped
+  std::shared_ptr<Task> m_self GUARDED_BY(m_mutex);        // while an answer is waited for
 };
 
 }  // namespace
@@ -123,8 +166,12 @@ bool kxFetcher_IsSet() {
   return registered.fetcher != nullptr;
 }
 
-kxFetchResult kxFetch_StartOn(const std::shared_ptr<kxEventLoop> &loop, const std::string &url,
-                              const kxFetchLimits &limits, kxFetchDone done, std::shared_ptr<kxFetchTask> *task) {
+bool kxFetch_IsUrl(const std::string &url) {
+  return !url.empty() && url.size() <= kMaxFetchUrlLen && IsPrintable(url) && url.find(' ') == std::string::npos;
+}
+
+kxFetchResult kxFetch_StartOn(const std::shared_ptr<kxEventLoop> &loop, kxFetchRequest request, kxFetchDone done,
+                              std::shared_ptr<kxFetchTask> *task) {
   std::shared_ptr<kxFetcher> fetcher;
   {
     Registered &registered = TheFetcher();
@@ -132,16 +179,29 @@ kxFetchResult kxFetch_StartOn(const std::shared_ptr<kxEventLoop> &loop, const st
     fetcher = registered.fetcher;
   }
   if (fetcher == nullptr) return kxFetch_noFetcher;
-  if (loop == nullptr || done == nullptr || !IsUrl(url) || limits.maxLen < 1 || limits.timeoutMs < 1) {
-    return kxFetch_badRequest;
-  }
-  const auto begun = std::make_shared<Task>(loop, std::move(fetcher), url, limits, std::move(done));
+  if (loop == nullptr || done == nullptr || !IsGood(request)) return kxFetch_badRequest;
+  const auto begun = std::make_shared<Task>(loop, std::move(fetcher), std::move(request), std::move(done));
   if (loop->Post(0, [begun] { begun->Begin(); }) != 0) return kxFetch_badRequest;
   if (task != nullptr) *task = begun;
   return kxFetch_OK;
 }
 
-kxFetchResult kxFetch_Start(sxd_env *env, const std::string &url, const kxFetchLimits &limits, kxFetchDone done,
+kxFetchResult kxFetch_Start(sxd_env *env, kxFetchRequest request, kxFetchDone done,
                             std::shared_ptr<kxFetchTask> *task) {
-  return kxFetch_StartOn(env != nullptr ? env->Loop() : nullptr, url, limits, std::move(done), task);
+  return kxFetch_StartOn(env != nullptr ? env->Loop() : nullptr, std::move(request), std::move(done), task);
+}
+
+kxFetchResult kxFetch_Wait(kxFetchRequest request, const kxFetchDone &done) {
+  const std::unique_ptr<sxd_env, decltype(&sxd_env_destroy)> env(sxd_env_create(), sxd_env_destroy);
+  if (env == nullptr || done == nullptr) return kxFetch_badRequest;
+  bool isDone = false;
+  const auto finish = [&](const kxFetchAnswer &answer) {
+    isDone = true;
+    done(answer);
+    sxd_env_stop(env.get());
+  };
+  const kxFetchResult begun = kxFetch_Start(env.get(), std::move(request), finish);
+  // It ends by itself: the request's own timer is the longest that a run has to do.
+  while (begun == kxFetch_OK && !isDone && sxd_env_run(env.get()) == 0) continue;
+  return begun;
 }

@@ -7,7 +7,7 @@
 #include "platform/eventEnv_imp.h"
 
 /// As kxFetch_Start; a loop that is null or closed is a bad request.
-kxFetchResult kxFetch_StartOn(const std::shared_ptr<kxEventLoop> &loop, const std::string &url,
-                              const kxFetchLimits &limits, kxFetchDone done, std::shared_ptr<kxFetchTask> *task);
+kxFetchResult kxFetch_StartOn(const std::shared_ptr<kxEventLoop> &loop, kxFetchRequest request, kxFetchDone done,
+                              std::shared_ptr<kxFetchTask> *task);
 
 #endif

@@ -29,8 +29,9 @@ constexpr int kMaxLooked = 32;      // certificates of one answer
 
 const char *const kSchemes[] = {"http://", "ldap://"};  // others lead to files, or loop through certificates again
 
-bool MayAsk(std::string_view url) {
-  if (url.size() > kMaxIssuerUrlLen) return false;
+bool MayAsk(const std::string &text) {
+  if (text.size() > kMaxIssuerUrlLen || !kxFetch_IsUrl(text)) return false;
+  const std::string_view url = text;
   return std::ranges::any_of(kSchemes, [url](std::string_view scheme) {
     return url.size() > scheme.size() && std::ranges::equal(url.substr(0, scheme.size()), scheme, {}, [](char c) {
              return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -51,7 +52,7 @@ class Request {
                   const std::shared_ptr<kxEventLoop> &loop);
 
  private:
-  void Take(kxFetchResult result, const unsigned char *octets, size_t len);
+  void Take(const kxFetchAnswer &answer);
   SharedRef<sxCert> FindIn(const unsigned char *octets, size_t len);
 
   const Key m_key;
@@ -97,19 +98,21 @@ bool Request::Ask(const std::string &url, sxCert *subject, sxKeyHolder *holder,
     if (request->m_subjects.size() < kMaxSubjects) request->m_subjects.emplace_back(subject);
     if (isUnderWay) return false;
   }
-  const auto done = [request](kxFetchResult result, const unsigned char *octets, size_t len) {
-    request->Take(result, octets, len);
-  };
-  const kxFetchResult begun = kxFetch_StartOn(loop, url, {kMaxIssuerAnswerLen, kIssuerFetchTimeoutMs}, done, nullptr);
+  kxFetchRequest what;
+  what.url = url;
+  what.limits = {kMaxIssuerAnswerLen, kIssuerFetchTimeoutMs};
+  const auto done = [request](const kxFetchAnswer &answer) { request->Take(answer); };
+  const kxFetchResult begun = kxFetch_StartOn(loop, std::move(what), done, nullptr);
   if (begun == kxFetch_OK) return true;
   tderrorFunc(kTopic, 3, 0, "%s: %s cannot be asked for (%d)", kGetIssuers, url.c_str(), begun);
   return false;
 }
 
-void Request::Take(kxFetchResult result, const unsigned char *octets, size_t len) {
-  const SharedRef<sxCert> found = result == kxFetch_OK ? FindIn(octets, len) : SharedRef<sxCert>();
+void Request::Take(const kxFetchAnswer &answer) {
+  const SharedRef<sxCert> found =
+      answer.result == kxFetch_OK ? FindIn(answer.octets, answer.len) : SharedRef<sxCert>();
   if (!found)
-    tderrorFunc(kTopic, 3, 0, "%s: nothing that fits from %s (%d)", kGetIssuers, m_key.second.c_str(), result);
+    tderrorFunc(kTopic, 3, 0, "%s: nothing that fits from %s (%d)", kGetIssuers, m_key.second.c_str(), answer.result);
   Fetch_IssuerCA_CB(found.get(), m_holder.Release());
 }
 

@@ -22,11 +22,11 @@ class Fetch : public testing::Test {
     return fetcher;
   }
   kxFetchResult Start(const std::string &url, const kxFetchLimits &limits = {8, 20000}) {
-    const auto done = [this, held = m_held](kxFetchResult result, const unsigned char *octets, size_t len) {
-      m_text += "(" + std::to_string(result) + " " + std::string(octets, octets + len) + ")";
+    const auto done = [this, held = m_held](const kxFetchAnswer &answer) {
+      m_text += "(" + std::to_string(answer.result) + " " + std::string(answer.octets, answer.octets + answer.len) + ")";
       sxd_env_stop(env);
     };
-    return kxFetch_Start(env, url, limits, done, &m_task);
+    return kxFetch_Start(env, {.url = url, .limits = limits, .body = {}, .contentType = {}, .known = {}}, done, &m_task);
   }
 
   const TempDir m_dir;

@@ -18,18 +18,21 @@ class FileFetcher : public kxFetcher {
   explicit FileFetcher(std::string folder, How how = kAtOnce) : m_folder(std::move(folder)), m_how(how) {}
 
   void Begin(const std::shared_ptr<kxFetchTask> &task) override {
-    asked.push_back(task->Url());
+    asked.push_back(task->Request().url);
     if (m_how == kNever) return held.push_back(task);
     if (m_how == kFromThread) return std::thread([this, task] { Answer(*task); }).join();
     for (int i = 0; i < (m_how == kTwice ? 2 : 1); ++i) Answer(*task);
   }
-  void Cancel(kxFetchTask &task) override { cancelled.push_back(task.Url()); }
+  void Cancel(kxFetchTask &task) override { cancelled.push_back(task.Request().url); }
 
   void Answer(kxFetchTask &task) const {
-    std::ifstream in(m_folder + "/" + task.Url().substr(task.Url().rfind('/') + 1), std::ios::binary);
+    std::ifstream in(m_folder + "/" + task.Request().url.substr(task.Request().url.rfind('/') + 1), std::ios::binary);
     const std::vector<char> all((std::istreambuf_iterator<char>(in)), {});
-    const auto *octets = reinterpret_cast<const unsigned char *>(all.data());
-    task.Answer(in.is_open() ? kxFetch_OK : kxFetch_failed, octets, all.size());
+    kxFetchAnswer answer;
+    answer.result = in.is_open() ? kxFetch_OK : kxFetch_failed;
+    answer.octets = reinterpret_cast<const unsigned char *>(all.data());
+    answer.len = all.size();
+    task.Answer(answer);
   }
 
   std::vector<std::string> asked, cancelled;        ///< URLs

@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "kxcert/platform/export.h"
 
@@ -22,36 +23,62 @@ class sxd_env;
 
 enum kxFetchResult : int {
   kxFetch_OK = 0,
+  kxFetch_unchanged = 1,    ///< it still is the version that the asker has
   kxFetch_noFetcher = -1,   ///< no component is registered
-  kxFetch_badRequest = -2,  ///< no environment any more, no completion, a URL or limit that is refused
-  kxFetch_failed = -3,      ///< not found, not reached, a protocol that nobody knows
+  kxFetch_badRequest = -2,  ///< no environment any more, no completion, a URL, field or limit that is refused
+  kxFetch_failed = -3,      ///< not found, not reached, broken off
   kxFetch_tooLong = -4,     ///< more octets than the limit
   kxFetch_timedOut = -5,
+  kxFetch_refused = -6,  ///< not asked: a scheme or an address that the component may not ask
 };
 
 struct kxFetchLimits {
-  size_t maxLen;  ///< octets of the answer, at least 1
-  int timeoutMs;  ///< of the whole, at least 1
+  size_t maxLen = 0;  ///< octets of the answer, at least 1
+  int timeoutMs = 0;  ///< of the whole, at least 1
+};
+
+/// Which state of a resource an answer is, in its server's own words (RFC 9110, 8.8). Empty: not said.
+struct kxFetchVersion {
+  std::string entityTag;
+  std::string lastModified;
 };
 
 constexpr size_t kMaxFetchUrlLen = 2048;
+constexpr size_t kMaxFetchBodyLen = 65536;
+constexpr size_t kMaxFetchFieldLen = 512;  ///< each part of a version, and a content type
 
-/// @param octets  lent for the call; null and 0 unless the result is kxFetch_OK
-using kxFetchDone = std::function<void(kxFetchResult result, const unsigned char *octets, size_t len)>;
+struct kxFetchRequest {
+  std::string url;  ///< 1 to kMaxFetchUrlLen characters of printable ASCII, no space
+  kxFetchLimits limits;
+  std::string body;         ///< when not empty it is sent along (HTTP: POST), as @p contentType
+  std::string contentType;  ///< printable ASCII
+  kxFetchVersion known;     ///< that the asker has; kxFetch_unchanged is no answer without one
+};
+
+struct kxFetchAnswer {
+  kxFetchResult result = kxFetch_failed;
+  const unsigned char *octets = nullptr;  ///< lent; null and 0 unless the result is kxFetch_OK
+  size_t len = 0;
+  kxFetchVersion version;  ///< that the octets are
+  std::string reason;      ///< for people, printable: what failed, and where; may be empty
+};
+
+/// The answer is lent for the call.
+using kxFetchDone = std::function<void(const kxFetchAnswer &answer)>;
 
 /// A request, as the component and who asked see it.
 class KXCERT_EXPORT kxFetchTask {
  public:
   virtual ~kxFetchTask();
 
-  virtual const std::string &Url() const = 0;  ///< printable ASCII without spaces
-  virtual const kxFetchLimits &Limits() const = 0;
+  virtual const kxFetchRequest &Request() const = 0;
   /// The environment's loop, for the component's own events: until it answered or was told to cancel.
   virtual event_base *Base() const = 0;
 
-  /// By the component, on any thread. The octets are copied; more than the limit are kxFetch_tooLong. The
-  /// first answer counts. One that nobody waits for does no harm.
-  virtual void Answer(kxFetchResult result, const unsigned char *octets, size_t len) = 0;
+  /// By the component, on any thread. The answer is copied; one that is longer than the limit is kxFetch_tooLong,
+  /// the fields of a version that are too long or not printable are dropped. The first answer counts. One that
+  /// nobody waits for does no harm.
+  virtual void Answer(const kxFetchAnswer &answer) = 0;
   /// By who asked, on any thread. On the environment's the completion is not called after this; elsewhere it
   /// may be in progress.
   virtual void Cancel() = 0;
@@ -72,11 +99,19 @@ class KXCERT_EXPORT kxFetcher {
 KXCERT_EXPORT void kxFetcher_Set(std::shared_ptr<kxFetcher> fetcher);
 KXCERT_EXPORT bool kxFetcher_IsSet();
 
+/// Whether a request for it would be begun: its length, and every character.
+KXCERT_EXPORT bool kxFetch_IsUrl(const std::string &url);
+
 /// Begins a request. Any thread, as long as the environment is there.
-/// @param      url   1 to kMaxFetchUrlLen characters of printable ASCII, no space
 /// @param[out] task  what it can be cancelled by; may be null; untouched unless the result is kxFetch_OK
 /// @return kxFetch_OK: @p done will be called; else nothing will
-KXCERT_EXPORT kxFetchResult kxFetch_Start(sxd_env *env, const std::string &url, const kxFetchLimits &limits,
-                                          kxFetchDone done, std::shared_ptr<kxFetchTask> *task = nullptr);
+KXCERT_EXPORT kxFetchResult kxFetch_Start(sxd_env *env, kxFetchRequest request, kxFetchDone done,
+                                          std::shared_ptr<kxFetchTask> *task = nullptr);
+
+/// Asks and waits, at most as long as the request's time limit, with an environment of its own. Any thread, but
+/// none that runs an environment: its calls would wait, too.
+/// @param done  called once, within this, unless the result is no kxFetch_OK
+/// @return that of beginning, as kxFetch_Start
+KXCERT_EXPORT kxFetchResult kxFetch_Wait(kxFetchRequest request, const kxFetchDone &done);
 
 #endif

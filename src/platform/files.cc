@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
 
 struct kxDir {
   DIR *stream;
@@ -44,6 +45,8 @@ int Take(const struct stat &from, kxFileInfo *info) {
   info->inode = from.st_ino;
   info->modifiedSec = from.st_mtime;
   info->mode = from.st_mode & 07777U;
+  info->owner = from.st_uid;
+  info->group = from.st_gid;
   return 0;
 }
 
@@ -62,6 +65,8 @@ int InfoOfTarget(const char *path, struct stat *found) {
 }
 
 }  // namespace
+
+std::string kxFile_PathOfOpen(int fd) { return "/proc/self/fd/" + std::to_string(fd); }
 
 void kxFile_SetFake(int (*refuse)(kxFileStep step, const char *path)) { g_refuse = refuse; }
 
@@ -116,6 +121,21 @@ int kxFile_CreateNew(const char *path) {
   if (Refused(kxStep_createNew, path)) return -1;
   constexpr mode_t kOwnerOnly = 0600;
   return Resumed([path] { return open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly); });
+}
+
+// A descriptor is named through /proc, which not every system has in every place.
+int kxFile_CreateNameless(const char *folder) {
+  if (Refused(kxStep_createNameless, folder)) return -1;
+  constexpr mode_t kOwnerOnly = 0600;
+  const int fd = Resumed([folder] { return open(folder, O_RDWR | O_TMPFILE | O_CLOEXEC, kOwnerOnly); });
+  if (fd < 0 || access(kxFile_PathOfOpen(fd).c_str(), F_OK) == 0) return fd;
+  close(fd);
+  errno = ENOTSUP;
+  return -1;
+}
+
+int kxFile_SetOwner(int fd, uint32_t owner, uint32_t group) {
+  return Refused(kxStep_setOwner, nullptr) || fchown(fd, owner, group) != 0 ? -1 : 0;
 }
 
 int kxFile_SetMode(int fd, unsigned int mode) {
@@ -174,6 +194,12 @@ int kxFile_Rename(const char *from, const char *to) {
 }
 
 int kxFile_Link(const char *from, const char *to) { return Refused(kxStep_link, to) || link(from, to) != 0 ? -1 : 0; }
+
+int kxFile_LinkOpen(int fd, const char *to) {
+  const bool linked = !Refused(kxStep_link, to) &&
+                      linkat(AT_FDCWD, kxFile_PathOfOpen(fd).c_str(), AT_FDCWD, to, AT_SYMLINK_FOLLOW) == 0;
+  return linked ? 0 : -1;
+}
 
 int kxFile_Remove(const char *path) { return Refused(kxStep_remove, path) || unlink(path) != 0 ? -1 : 0; }
 

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string>
 
 struct kxFileInfo {
   int64_t size;     ///< bytes; of a symbolic link the length of its target's name
@@ -18,6 +19,8 @@ struct kxFileInfo {
   uint64_t inode;
   int64_t modifiedSec;  ///< seconds since 1970-01-01 00:00 UTC
   unsigned int mode;    ///< permissions
+  uint32_t owner;
+  uint32_t group;
 };
 
 int kxFile_Info(const char *path, kxFileInfo *info);  ///< of a link itself (lstat)
@@ -35,7 +38,12 @@ std::FILE *kxFile_OpenRegularStream(const char *path);  ///< the same, for fclos
 bool kxFile_IsSpecial(const char *path);
 /// Makes a file that only its owner may read and write; EEXIST when the name is taken.
 int kxFile_CreateNew(const char *path);
-int kxFile_SetMode(int fd, unsigned int mode);  ///< permissions of what is open
+/// Makes a file without a name in a folder, for its owner to read and write; ENOTSUP where there are none. It goes with
+/// its descriptor unless kxFile_LinkOpen names it.
+int kxFile_CreateNameless(const char *folder);
+std::string kxFile_PathOfOpen(int fd);                        ///< by which this process can open it once more
+int kxFile_SetMode(int fd, unsigned int mode);                ///< permissions of what is open
+int kxFile_SetOwner(int fd, uint32_t owner, uint32_t group);  ///< EPERM for others than root, mostly
 /// Opens a file that is there, and empties it; ELOOP for a symbolic link.
 int kxFile_OpenWrite(const char *path);
 
@@ -49,6 +57,7 @@ int kxFile_Close(int fd);  ///< the descriptor is gone in every case
 int kxFile_Rename(const char *from, const char *to);  ///< replaces @p to in one step
 /// Gives the file a second name; EEXIST when that is taken.
 int kxFile_Link(const char *from, const char *to);
+int kxFile_LinkOpen(int fd, const char *to);  ///< the same for what kxFile_CreateNameless made
 int kxFile_Remove(const char *path);
 /// Replaces the last six characters of @p path by random letters and digits.
 int kxFile_FillTemplate(char *path);
@@ -86,6 +95,8 @@ enum kxFileStep : int {
   kxStep_link,
   kxStep_dirSync,
   kxStep_setMode,
+  kxStep_createNameless,
+  kxStep_setOwner,
 };
 
 /// Asked before the system is, so that a test can make any step fail: 0 lets it go on, an errno value

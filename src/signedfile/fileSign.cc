@@ -100,8 +100,9 @@ bool IsUnchanged(const char *path, const kxFileInfo &asRead) {
 // Once all is written: whether it verifies as it stands on the disk.
 int Finish(kxWholeFile *result, const char *file, bool embedded, unsigned int mode, sxPubKey *key) {
   if (result->Finish(mode) != 0) return FSG_WRITE_FAILED;
-  const int verified = embedded ? FileVerifyWithKey(result->TempName(), nullptr, nullptr, key)
-                                : FileVerifyWithKey(file, result->TempName(), nullptr, key);
+  const std::string written = result->PathForReading();
+  const int verified = embedded ? FileVerifyWithKey(written.c_str(), nullptr, nullptr, key)
+                                : FileVerifyWithKey(file, written.c_str(), nullptr, key);
   return verified == FSV_OK ? FSG_OK : FSG_READ_FAILED;
 }
 
@@ -139,7 +140,9 @@ int SignText(const char *file, const char *outFile, sxPubKey *key, uint64_t seco
   if (result.Open() != 0 || result.Write(text.data(), text.size()) != 0) return FSG_WRITE_FAILED;
   if (std::fseek(from.get(), content, SEEK_SET) != 0) return FSG_READ_FAILED;
   if (rc = CopyText(from.get(), &result); rc != FSG_OK) return rc;
-  // Without the bits that would run it as its new owner.
+  // A file stays its owner's, whoever signs it.
+  if (outFile == nullptr && result.SetOwner(info.owner, info.group) != 0) return FSG_WRITE_FAILED;
+  // Without the bits that would run it as its owner.
   rc = Finish(&result, file, true, info.mode & kModePermissions, key);
   if (rc == FSG_OK && outFile == nullptr && !IsUnchanged(target.c_str(), info)) rc = FSG_READ_FAILED;
   return rc == FSG_OK ? Commit(&result, outFile == nullptr || replace) : rc;

@@ -16,6 +16,7 @@
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/log.h"
+#include "platform/background.h"
 #include "platform/fetcher_imp.h"
 #include "trust/certPool.h"
 #include "trust/sxKeyHolder_imp.h"
@@ -52,8 +53,8 @@ class Request {
                   const std::shared_ptr<kxEventLoop> &loop);
 
  private:
-  void Take(const kxFetchAnswer &answer);
-  SharedRef<sxCert> FindIn(const unsigned char *octets, size_t len);
+  void Take(kxFetchResult result, const std::vector<unsigned char> &octets);
+  SharedRef<sxCert> FindIn(const std::vector<unsigned char> &octets);
 
   const Key m_key;
   SharedRef<sxKeyHolder> m_holder;
@@ -101,29 +102,33 @@ bool Request::Ask(const std::string &url, sxCert *subject, sxKeyHolder *holder,
   kxFetchRequest what;
   what.url = url;
   what.limits = {kMaxIssuerAnswerLen, kIssuerFetchTimeoutMs};
-  const auto done = [request](const kxFetchAnswer &answer) { request->Take(answer); };
+  // Signatures and the disk are not for the loop's thread to wait for.
+  const auto done = [request](const kxFetchAnswer &answer) {
+    const std::vector<unsigned char> octets(answer.octets, answer.octets + answer.len);
+    const auto take = [request, result = answer.result, octets] { request->Take(result, octets); };
+    if (!kxBackground_Post(take)) take();
+  };
   const kxFetchResult begun = kxFetch_StartOn(loop, std::move(what), done, nullptr);
   if (begun == kxFetch_OK) return true;
   tderrorFunc(kTopic, 3, 0, "%s: %s cannot be asked for (%d)", kGetIssuers, url.c_str(), begun);
   return false;
 }
 
-void Request::Take(const kxFetchAnswer &answer) {
-  const SharedRef<sxCert> found =
-      answer.result == kxFetch_OK ? FindIn(answer.octets, answer.len) : SharedRef<sxCert>();
+void Request::Take(kxFetchResult result, const std::vector<unsigned char> &octets) {
+  const SharedRef<sxCert> found = result == kxFetch_OK ? FindIn(octets) : SharedRef<sxCert>();
   if (!found)
-    tderrorFunc(kTopic, 3, 0, "%s: nothing that fits from %s (%d)", kGetIssuers, m_key.second.c_str(), answer.result);
+    tderrorFunc(kTopic, 3, 0, "%s: nothing that fits from %s (%d)", kGetIssuers, m_key.second.c_str(), result);
   Fetch_IssuerCA_CB(found.get(), m_holder.Release());
 }
 
-SharedRef<sxCert> Request::FindIn(const unsigned char *octets, size_t len) {
+SharedRef<sxCert> Request::FindIn(const std::vector<unsigned char> &octets) {
   std::vector<SharedRef<sxCert>> subjects;
   {
     const sxLock lock(TheTable().mutex);
     subjects.swap(m_subjects);
   }
   sxLoader loader(sxLoad_certs);
-  loader.AddOctets(octets, len, m_key.second.c_str());
+  loader.AddOctets(octets.data(), octets.size(), m_key.second.c_str());
   const int64_t nowSec = kxClock_Now();
   int numLooked = 0;
   for (const sxLoadItem &item : loader.Items()) {
@@ -173,6 +178,7 @@ int sxTrust_FetchIssuers(const sxCerts &chain, sxKeyHolder *holder) {
     tderrorFunc(kTopic, 5, 0, "%s: no fetcher, or no environment", kGetIssuers);
     return 0;
   }
+  if (sxPKobj::UseMutex() != 0) return 0;  // what comes is looked at on a thread of its own
   int numAsked = 0, numBegun = 0;
   for (int level = chain.Top(); level >= 0 && numAsked < kMaxIssuerUrls; --level) {
     sxCert *cert = chain.Get(level);

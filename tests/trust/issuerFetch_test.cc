@@ -1,10 +1,13 @@
 // Intermediates from the database, and from where certificates say that their issuers are.
 #include <gmock/gmock.h>
 
+#include <future>
+
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/defaultEnv.h"
 #include "kxcert/platform/eventEnv.h"
 #include "kxcert/store/Cert_Cache_DB.h"
+#include "platform/background.h"
 #include "support/fileFetcher.h"
 #include "support/fixedClock.h"
 #include "support/logCapture.h"
@@ -38,7 +41,12 @@ class Issuers : public testing::Test {
     sxCerts out;
     return holder.IsChainTrusted(SetOf({&leaf}), out) != nullptr;
   }
-  void Run() { EXPECT_EQ(0, sxd_env_run_for(env, 100)); }
+  void Run() {
+    EXPECT_EQ(0, sxd_env_run_for(env, 100));
+    std::promise<void> done;  // behind all that was begun
+    ASSERT_TRUE(kxBackground_Post([&done] { done.set_value(); }));
+    done.get_future().wait();
+  }
 
   const TempDir m_dir;
   FixedClock clock{kTestNow};

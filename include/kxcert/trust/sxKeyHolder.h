@@ -116,8 +116,8 @@ class KXCERT_EXPORT sxKeyHolder : public sxPKobj {
   /// kMaxIssuerFetches at a time in the process; one that is on its way is not asked for again. What comes is
   /// taken when it is a CA's certificate that is valid now, has the name of the issuer and a key that verifies
   /// the certificate below it. A reference of the holder, and of that certificate, is held until then; when the
-  /// environment goes, both are dropped. Reference counts need sxPKobj::UseMutex() when this is another thread
-  /// than the environment's. IsChainTrusted calls this when it found no root.
+  /// environment goes, both are dropped. What comes is looked at on a thread of its own, so that this switches
+  /// sxPKobj::UseMutex() on. IsChainTrusted calls this when it found no root.
   /// @return how many requests were begun
   int Get_Issuers_of_chain(const sxCerts &chain);
 

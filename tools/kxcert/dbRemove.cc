@@ -51,11 +51,17 @@ void Remove(const Options &options, Report &report) {
   });
 }
 
+bool WasToGo(const sxStoreItem &item) {
+  return item.state == sxStoreState::kExpired || item.state == sxStoreState::kTooShort ||
+         item.state == sxStoreState::kLeftOver;
+}
+
 void Collect(const Options &options, Report &report) {
   const std::optional<Db> db = FindDb(options.db, false, report);
   if (!db.has_value()) return;
   const sxStoreFolder folder(db->path.c_str(), db->kind);
   std::vector<std::string> before, after, removed;
+  const int64_t nowSec = kxClock_Now();
   if (!ListDb(*db, folder, before, report)) return;
   With(*db, [](auto &database) { database.GarbageCollector(); });
   if (!ListDb(*db, folder, after, report)) return;
@@ -64,6 +70,9 @@ void Collect(const Options &options, Report &report) {
   report.Document()["removed"] = Facts::array();
   for (const std::string &file : removed) report.Document()["removed"].push_back(VisibleLine(file));
   report.Document()["left"] = after.size();
+  for (const std::string &file : after) {
+    if (WasToGo(folder.Look(file, nowSec))) report.Problem(kExitInputError, file, "cannot be removed");
+  }
 }
 
 }  // namespace

@@ -1,4 +1,8 @@
 // kxcert file sign and file verify: files that carry a signature, or have one beside them.
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <memory>
 
@@ -78,14 +82,26 @@ int VerifyFile(const Options &options, sxPubKey *key) {
                                  : FileSignVerify2(file, options.sigFile.c_str(), old, nullptr);
 }
 
+// The library's answer does not say which of the files it is about.
+bool CanBeRead(const Options &options, Report &report) {
+  bool all = true;
+  for (const std::string *path : {&options.file, &options.sigFile, &options.oldFile}) {
+    if (path->empty() || access(path->c_str(), R_OK) == 0) continue;
+    report.Problem(kExitInputError, *path, errno == ENOENT ? FSV_RC_to_str(FSV_FILE_NOT_FOUND) : std::strerror(errno));
+    all = false;
+  }
+  return all;
+}
+
 void Verify(const Options &options, Report &report) {
   FoundKey found;
+  report.Document()["file"] = options.file;
+  if (!CanBeRead(options, report)) return;
   if (!options.key.empty()) {
     found = ReadFittingKey(options.key, KeyPart::kAny, report);
     if (found.key == nullptr) return;
   }
   const int rc = VerifyFile(options, found.key.get());
-  report.Document()["file"] = options.file;
   report.Document()["valid"] = rc == FSV_OK;
   report.Document()["code"] = rc;
   const ExitCode exitCode = ExitOf(rc);

@@ -28,8 +28,8 @@ constexpr size_t kMaxStoredCrlLen = size_t{1} << 29;
 enum class sxStoreState {
   kGood,
   kOtherKey,    ///< a certificate that does not stand under the key of its name
-  kUnreadable,  ///< not to be looked at for now, or too long
-  kForeign,     ///< no file of a database: nobody here reads or removes it
+  kUnreadable,  ///< not to be looked at for now, or too long; the collectors remove what they cannot read
+  kForeign,     ///< no file of a database; the collectors remove one that has the name of a record
   kTemporary,   ///< of a store that may be in progress
   kGone,        ///< removed meanwhile
   // What no look-up answers with; Repair removes it.

@@ -1,4 +1,6 @@
 // kxcert NOUN VERB: finds the verb, runs it, and says with the exit code how it ended.
+#include <sys/resource.h>
+
 #include <cstdio>
 #include <exception>
 
@@ -53,9 +55,18 @@ int Run(int argc, char **argv) {
   return report.Finish();
 }
 
+// Keys and passwords pass through here. A limit of 1 is the one that a handler of core files is bound to as well.
+void WriteNoCore() {
+  rlimit limit;
+  if (getrlimit(RLIMIT_CORE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max < 1 ? limit.rlim_max : 1;
+  setrlimit(RLIMIT_CORE, &limit);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+  WriteNoCore();
   fsv_refuse_zero_time(true);  // no verb takes a signature whose time is not signed
   try {
     return Run(argc, argv);

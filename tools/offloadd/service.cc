@@ -227,11 +227,11 @@ int Service::Run() {
   const auto acceptable = [](evutil_socket_t, short, void *service) { static_cast<Service *>(service)->Accept(); };
   const Event term(event_new(m_base.get(), SIGTERM, EV_SIGNAL | EV_PERSIST, signalled, this));
   const Event interrupt(event_new(m_base.get(), SIGINT, EV_SIGNAL | EV_PERSIST, signalled, this));
+  const Event hangUp(event_new(m_base.get(), SIGHUP, EV_SIGNAL | EV_PERSIST, signalled, this));  // of its terminal
   const auto asked = [](evutil_socket_t, short, void *service) { static_cast<Service *>(service)->TellCounts(); };
   const Event counts(event_new(m_base.get(), SIGUSR1, EV_SIGNAL | EV_PERSIST, asked, this));
-  if (event_add(term.get(), nullptr) != 0 || event_add(interrupt.get(), nullptr) != 0 ||
-      event_add(counts.get(), nullptr) != 0) {
-    return 4;
+  for (const Event *event : {&term, &interrupt, &hangUp, &counts}) {
+    if (event_add(event->get(), nullptr) != 0) return 4;
   }
   m_listener = kxLocalSocket_Listen(m_path);
   if (m_listener < 0) {

@@ -10,7 +10,7 @@ pick() { python3 -c "import json,sys; d=json.load(sys.stdin); print(($1))"; }
 json() { pick "$1" <<<"$output"; }
 
 # Plays rows of tests/data/command/NAME.txt, in order: "CODE COMMAND", or "CODE COMMAND => PATTERN" where all that it
-# prints is to match. "[...]" begins anew, in an empty folder. Commands may use what the test has set.
+# prints is to match. "[...]" begins anew, in a folder that holds what setup_file left. Commands may use what the test set.
 play() {
   local row pattern
   PATH=$(dirname "$KXCERT"):$PATH
@@ -18,7 +18,7 @@ play() {
   while IFS= read -r row <&4; do
     case $row in
       '' | '#'*) continue ;;
-      '['*) cd "$(mktemp -d -p "$BATS_TEST_TMPDIR" work.XXXXXX)" && continue ;;
+      '['*) cd "$(mktemp -d -p "$BATS_TEST_TMPDIR" work.XXXXXX)" && cp -r "$BATS_FILE_TMPDIR/." . && continue ;;
     esac
     pattern='*'
     [[ $row != *' => '* ]] || pattern=${row##* => }

@@ -90,7 +90,9 @@ void Change(sxAsnType &msg, const std::string &change) {
       continue;
     }
     const auto elems = std::span(parent->Info()->elems, static_cast<size_t>(parent->Info()->numElems));
-    elem = &*std::ranges::find(elems, name, &sxAsnElem::name);
+    const auto found = std::ranges::find(elems, name, &sxAsnElem::name);
+    if (found == elems.end()) throw std::runtime_error(change + ": no " + name);
+    elem = &*found;
     slot = reinterpret_cast<char *>(parent) + elem->offset;
     std::memcpy(&value, slot, sizeof value);
   }

@@ -175,7 +175,7 @@ std::string Controls(const std::string &octets) {
   read = static_cast<const kxControlsList &>(read);
   const kxControlsList moved(std::move(read));
   EXPECT_EQ(EncodeHex(tree), EncodeHex(*std::unique_ptr<sxASN_Controls>(moved.NewTree())));
-  return OnOneLine(Sprinted(moved, 0));
+  return OnOneLine(Sprinted(moved, 1));
 }
 
 kxCRMF Read(const Octets &der) {

@@ -5,8 +5,29 @@ chain=$BATS_TEST_DIRNAME/../../examples/chain
 roots=/usr/share/ca-certificates/mozilla
 at=(--at '2030-06-01 12:00 UTC')
 
-# A member of the JSON document in $output, as a Python expression over d.
-json() { python3 -c "import json,sys; d=json.load(sys.stdin); print(($1))" <<<"$output"; }
+# A member of the JSON document on standard input, or in $output, as a Python expression over d.
+pick() { python3 -c "import json,sys; d=json.load(sys.stdin); print(($1))"; }
+json() { pick "$1" <<<"$output"; }
+
+# Plays rows of tests/data/command/NAME.txt, in order: "CODE COMMAND", or "CODE COMMAND => PATTERN" where all that it
+# prints is to match. "[...]" begins anew, in a folder that holds what setup_file left. Commands may use what the test set.
+play() {
+  local row pattern
+  PATH=$(dirname "$KXCERT"):$PATH
+  set -o pipefail
+  while IFS= read -r row <&4; do
+    case $row in
+      '' | '#'*) continue ;;
+      '['*) cd "$(mktemp -d -p "$BATS_TEST_TMPDIR" work.XXXXXX)" && cp -r "$BATS_FILE_TMPDIR/." . && continue ;;
+    esac
+    pattern='*'
+    [[ $row != *' => '* ]] || pattern=${row##* => }
+    row=${row% => *}
+    run -"${row%% *}" eval "${row#* }"
+    # shellcheck disable=SC2053
+    [[ $output == $pattern ]] || { echo "$row: $output"; return 1; }
+  done 4<"$BATS_TEST_DIRNAME/../data/command/$1.txt"
+}
 
 # Printable ASCII, TABs and line feeds are all that a terminal may see.
 is_visible() { [ -z "$(LC_ALL=C tr -d '\11\12\40-\176' <<<"$1")" ]; }

@@ -8,37 +8,7 @@ setup() {
     run -2 --separate-stderr "$KXCERT" $arguments
     [ -z "$output" ]
     [[ $stderr == kxcert:* ]] || { echo "$arguments: $stderr"; false; }
-  done <<'CASES'
-
-cert
-nosuch
-cert nosuch
-cert print
-cert print --nosuch x
-cert print --level most x
-cert asn1 Certificate
-chain verify x
-chain verify --trust
-chain verify --trust a --at yesterday x
-chain verify --trust a --at 2030-02-30 x
-chain verify --trust a --at 2030-02-28T24:00 x
-chain verify --trust a --at 2030-02-28T12:00: x
-chain verify --trust a --at 99999999999999999999 x
-chain verify --trust a --grace-end -1 x
-file verify --old= x
-chain verify --trust a --grace-start many x
-file sign x
-file sign --key k
-file verify
-key gen rsa
-key gen ed25519 x
-key gen rsa 2048 --form jks
-key sign x
-key derive --key k
-name parse
-name compare a
-name compare a b c
-CASES
+  done <"$BATS_TEST_DIRNAME/../data/command/usageErrors.txt"
 }
 
 @test "help and version are answers" {
@@ -56,21 +26,7 @@ CASES
     [ "$status" -eq "$code" ]
     python3 -m json.tool <<<"$output" >/dev/null || { echo "$arguments: $output"; false; }
     [ "$(json 'd["schema"], d["exitCode"]')" = "(1, $code)" ]
-  done <<'CASES'
-0 cert print --json @/leaf.pem @/root.pem
-3 cert print --json missing @/root.pem
-0 cert asn1 --json Certificate @/leaf.pem
-0 cert asn1 --json --check Certificate @/leaf.pem
-3 cert asn1 --json Time @/leaf.pem
-0 chain verify --json --at 2030-01-01 --trust @/root.pem @/leaf.pem @/intermediate.pem
-1 chain verify --json --at 2030-01-01 --trust @/root.pem @/leaf.pem
-3 chain verify --json --trust @/root.pem missing
-0 name parse --json CN=a
-1 name parse --json CN=a x
-0 name compare --json CN=a CN=A
-1 name compare --json CN=a CN=b
-0 name suffix --json CN=a,O=b O=b
-CASES
+  done <"$BATS_TEST_DIRNAME/../data/command/documents.txt"
 }
 
 @test "pipes: standard input once, output that ends early or fails" {

@@ -1,7 +1,10 @@
 // Certificate request messages: those of the openssl command, changed ones, and our own.
 #include "kxcert/enroll/kxCRMF.h"
 
+#include <algorithm>
+#include <cstring>
 #include <optional>
+#include <span>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
@@ -10,16 +13,14 @@
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/enroll/crmfMessages.h"
-#include "kxcert/enroll/passwordMac.h"
 #include "kxcert/foundation/sxString.h"
-#include "kxcert/foundation/textStream.h"
-#include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/keys/sxPubKey_imp.h"
 #include "support/asnHex.h"
-#include "support/derOctets.h"
+#include "support/hexOctets.h"
 #include "support/keyFiles.h"
-#include "support/rows.h"
+#include "support/printed.h"
+#include "support/script.h"
 #include "support/words.h"
 
 namespace {
@@ -45,73 +46,72 @@ std::string Judged(const Octets &der) {
   return Judged(crmf, rc, text);
 }
 
-sxASN_SubjectPublicKeyInfo *NewSpki(const std::string &key) {
-  sxCertTemplate holder;
-  EXPECT_EQ(0, holder.SetPubKey(TestKey(key).get()));
-  return new sxASN_SubjectPublicKeyInfo(*holder.Tree().publicKey);
+std::string Judged(const sxASN_CertReqMsg &msg) {
+  kxCRMF crmf;
+  sxString text;
+  const int rc = crmf.Set(msg, text);
+  return Judged(crmf, rc, text);
 }
 
 kxBinBuf Buf(const std::string &text) { return kxBinBuf(text.data(), static_cast<unsigned int>(text.size())); }
+Octets OctetsOf(const kxBinBuf &buf) { return Octets(buf.Data(), buf.Data() + buf.Len()); }
 
-struct Change {
-  sxASN_CertReqMsg &msg;
-  sxASN_CertTemplate &Wanted() const { return *msg.certReq->certTemplate; }
-  sxASN_POPOSigningKey &Pop() const { return *msg.popo->signature(); }
-  sxASN_AlgorithmIdentifier &Algorithm() const { return *Pop().algorithmIdentifier; }
-  sxASN_PKMACValue &Mac() const { return *Pop().poposkInput->authInfo->publicKeyMAC(); }
-  sxASN_PBMParameter &MacParameters() const {
-    return *static_cast<sxASN_PBMParameter *>(Mac().algId->parameters->Value());
-  }
-  template <class T>
-  static void Drop(T *&slot, T *by = nullptr) {
-    delete slot;
-    slot = by;
-  }
-};
+// What a CHOICE or an ANY holds.
+sxAsnType *Held(sxAsnType *value) {
+  if (const auto *const choice = dynamic_cast<const sxAsnChoice *>(value)) return Held(choice->Value());
+  if (const auto *const any = dynamic_cast<const sxAsnAny *>(value)) return any->Value();
+  return value;
+}
 
-// One thing each, of a message that is good without it.
-const std::map<std::string, std::function<void(const Change &)>> kChanges = {
-    {"nothing", [](const Change &) {}},
-    {"control without octets",
-     [](const Change &c) {
-       auto *const controls = c.msg.certReq->controls = new sxASN_Controls;
-       controls->Append()->type = new sxAsnOid(sxASN_id_regCtrl_oldCertID);
-       (*controls->begin()).value = new sxAsnAny(sxASN_id_regCtrl_oldCertID, new sxAsnRawAny);
-     }},
-    {"no request", [](const Change &c) { c.Drop(c.msg.certReq); }},
-    {"no template", [](const Change &c) { c.Drop(c.msg.certReq->certTemplate); }},
-    {"no proof", [](const Change &c) { c.Drop(c.msg.popo); }},
-    {"empty proof", [](const Change &c) { c.Drop(c.msg.popo, new sxASN_ProofOfPossession); }},
-    {"verified by an RA", [](const Change &c) { c.msg.popo->Set_raVerified(sxAsnNull()); }},
-    {"no algorithm", [](const Change &c) { c.Drop(c.Pop().algorithmIdentifier); }},
-    {"algorithm without identifier", [](const Change &c) { c.Drop(c.Algorithm().algorithm); }},
-    {"ECDSA", [](const Change &c) { *c.Algorithm().algorithm = sxASN_sha256WithECDSAEncryption; }},
-    {"DSA", [](const Change &c) { *c.Algorithm().algorithm = sxASN_dsa; }},
-    {"RSA without digest", [](const Change &c) { *c.Algorithm().algorithm = sxASN_rsaEncryption; }},
-    {"parameters", [](const Change &c) { c.Algorithm().parameters->SetValue(new sxAsnInt(1)); }},
-    {"no parameters", [](const Change &c) { c.Drop(c.Algorithm().parameters); }},
-    {"no key", [](const Change &c) { c.Drop(c.Wanted().publicKey); }},
-    {"broken key", [](const Change &c) { c.Wanted().publicKey->subjectPublicKey->Set(nullptr, 0); }},
-    {"EC key", [](const Change &c) { c.Drop(c.Wanted().publicKey, NewSpki("prime256v1")); }},
-    {"other key", [](const Change &c) { c.Drop(c.Wanted().publicKey, NewSpki("rsa3072")); }},
-    {"other digest", [](const Change &c) { *c.Algorithm().algorithm = sxASN_sha384WithRSAEncryption; }},
-    {"no signature", [](const Change &c) { c.Pop().signature->Set(0); }},
-    {"seven more bits", [](const Change &c) { c.Pop().signature->Concat(sxAsnBits(7)); }},
-    {"other number", [](const Change &c) { c.msg.certReq->certReqId->Set(1); }},
-    {"a subject for no key", [](const Change &c) {
-       c.Drop(c.Wanted().publicKey);
-       c.Drop(c.Wanted().subject, new sxASN_RDNSequence(*sxDN("CN=other").GetName()));
-     }},
-    {"a subject", [](const Change &c) { c.Drop(c.Wanted().subject, new sxASN_RDNSequence(*sxDN("CN=other").GetName())); }},
-    {"no subject", [](const Change &c) { c.Drop(c.Wanted().subject); }},
-    {"other key in the input", [](const Change &c) { c.Drop(c.Pop().poposkInput->publicKey, NewSpki("rsa3072")); }},
-    {"sender", [](const Change &c) { c.Pop().poposkInput->authInfo->Set_sender(sxASN_GeneralName()); }},
-    {"other MAC algorithm", [](const Change &c) { *c.Mac().algId->algorithm = sxASN_hmac_sha1; }},
-    {"short MAC", [](const Change &c) { c.Mac().value->Set(152); }},
-    {"too many rounds", [](const Change &c) { c.MacParameters().iterationCount->Set(kMaxPbmIterations + 1); }},
-    {"longer digest", [](const Change &c) { *c.MacParameters().owf->algorithm = sxASN_sha256; }},
-    {"other MAC", [](const Change &c) { c.MacParameters().iterationCount->Set(999); }},
-};
+sxAsnType *NewValue(const sxAsnTypeInfo &type, const std::string &octets) {
+  if (octets == "-") return nullptr;
+  std::unique_ptr<sxAsnType> value(type.create());
+  if (octets.starts_with('@')) {
+    sxCertTemplate holder;
+    EXPECT_EQ(0, holder.SetPubKey(TestKey(octets.substr(1)).get()));
+    value->CopyFrom(*holder.Tree().publicKey);
+  } else if (!octets.empty()) {
+    EXPECT_EQ(0, DecodeHex(octets.c_str(), *value)) << octets;
+  }
+  return value.release();
+}
+
+// "certReq.certTemplate=30{}": an element, and its octets; "-" none, "" one without a value, "@rsa3072" that key.
+void Change(sxAsnType &msg, const std::string &change) {
+  const size_t equals = change.find('=');
+  std::istringstream path(change.substr(0, equals));
+  sxAsnType *value = &msg;
+  const sxAsnElem *elem = nullptr;
+  char *slot = nullptr;
+  for (std::string name; std::getline(path, name, '.');) {
+    sxAsnType *const parent = Held(value);
+    if (const auto *const list = dynamic_cast<const sxAsnList *>(parent)) {
+      value = list->Elems()[std::stoi(name)];
+      continue;
+    }
+    const auto elems = std::span(parent->Info()->elems, static_cast<size_t>(parent->Info()->numElems));
+    const auto found = std::ranges::find(elems, name, &sxAsnElem::name);
+    if (found == elems.end()) throw std::runtime_error(change + ": no " + name);
+    elem = &*found;
+    slot = reinterpret_cast<char *>(parent) + elem->offset;
+    std::memcpy(&value, slot, sizeof value);
+  }
+  delete value;
+  value = NewValue(*elem->type, change.substr(equals + 1));
+  std::memcpy(slot, &value, sizeof value);
+}
+
+// Of a message that is good without the changes.
+std::string ChangeAndJudge(sxASN_CertReqMsg msg, const Words &changes) {
+  for (const std::string &change : changes) Change(msg, change);
+  return Judged(msg);
+}
+
+sxASN_CertReqMsg Sample(const std::string &name) {
+  sxASN_CertReqMsg msg;
+  EXPECT_EQ(0, DecodeOctets(Message(name), msg));
+  return msg;
+}
 
 // A key of another kind, or without what signing needs.
 class FakeKey : public sxPubKey_imp_vc {
@@ -130,15 +130,14 @@ PubKeyRef SigningKey(const std::string &name) {
   if (name == "none") return nullptr;
   if (name == "dsa") return PubKeyRef(new sxPubKey(new FakeKey(sxPK_DSA)));
   if (name == "failing") return PubKeyRef(new sxPubKey(new FakeKey(sxPK_RSA)));
-  if (name == "public") return PublicPart(*TestKey("rsa2048"));
-  return TestKey(name);
+  return name == "public" ? PublicPart(*TestKey("rsa2048")) : TestKey(name);
 }
 
 // "key digest [key=...] [subject=...] [password=...]"
 struct Asked {
   explicit Asked(Words words) {
     const std::string templateKey = Take(words, "key=", words.at(0)), subject = Take(words, "subject=");
-    const std::string secret = Take(words, "password=");
+    if (const Words secret = TakeAll(words, "password="); !secret.empty()) password = Buf(secret[0]);
     key = SigningKey(words.at(0));
     md = static_cast<sx_md_type>(std::stoi(words.at(1)));
     sxCertTemplate wanted;
@@ -146,9 +145,13 @@ struct Asked {
     wanted.SetSubject(&name);
     if (templateKey != "absent") wanted.SetPubKey(TestKey(templateKey).get());
     crmf = kxCRMF(7, wanted);
-    if (!secret.empty()) password = Buf(secret);
   }
-  const kxBinBuf *Password() const { return password ? &*password : nullptr; }
+  int Encode(kxBinBuf &der) { return crmf.DerEncode(md, key.get(), der, password ? &*password : nullptr); }
+  sxASN_CertReqMsg Prepared() {
+    sxASN_CertReqMsg msg;
+    EXPECT_EQ(0, crmf.Prepare_sxASN_CertReqMsg(md, key.get(), msg, password ? &*password : nullptr));
+    return msg;
+  }
 
   kxCRMF crmf;
   PubKeyRef key;
@@ -156,54 +159,89 @@ struct Asked {
   std::optional<kxBinBuf> password;
 };
 
-std::string Make(const CaseRow &row) {
-  Asked asked(Split(row[1]));
+std::string Make(const Words &asked) {
   kxBinBuf der;
-  const int rc = asked.crmf.DerEncode(asked.md, asked.key.get(), der, asked.Password());
+  const int rc = Asked(asked).Encode(der);
   EXPECT_EQ(rc != 0, der.IsEmpty());
-  if (rc != 0) return std::to_string(rc);
-  return "0, judged " + Judged(Octets(der.Data(), der.Data() + der.Len()));
+  return rc != 0 ? std::to_string(rc) : "0, judged " + Judged(OctetsOf(der));
 }
 
-std::string ChangeAndJudge(sxASN_CertReqMsg &msg, const std::string &change) {
-  kChanges.at(change)({msg});
+// Copied and moved they are the same, and come out as they came.
+std::string Controls(const std::string &octets) {
+  sxASN_Controls tree;
+  EXPECT_EQ(0, DecodeHex(octets.c_str(), tree));
+  kxControlsList read;
+  read.Set(&tree);
+  read = static_cast<const kxControlsList &>(read);
+  const kxControlsList moved(std::move(read));
+  EXPECT_EQ(EncodeHex(tree), EncodeHex(*std::unique_ptr<sxASN_Controls>(moved.NewTree())));
+  return OnOneLine(Sprinted(moved, 1));
+}
+
+kxCRMF Read(const Octets &der) {
   kxCRMF crmf;
   sxString text;
-  const int rc = crmf.Set(msg, text);
-  return Judged(crmf, rc, text);
+  EXPECT_EQ(0, crmf.DerDecode(der.data(), LenOf(der), text)) << text.getstr();
+  return crmf;
 }
 
 TEST(kxCRMF, JudgesAndMakesMessages) {
-  ExpectRows("enroll/requests.txt", 3, {
-      {"sample", [](const CaseRow &row) {
-         std::string carrier;
-         const Octets der = Message(row[1], &carrier);
-         return carrier + " " + Judged(der);
-       }},
-      {"octets", [](const CaseRow &row) { return Judged(CaseOctets(row[1])); }},
-      {"find", [](const CaseRow &row) {
-         const Octets der = CaseOctets(row[1]);
-         const kxCrmfMessages found(der.data(), LenOf(der));
-         return std::string(found.Carrier()) + std::to_string(found.Count()) + found.Error();
-       }},
-      {"changed", [](const CaseRow &row) {
-         const Octets der = Message("ir");
-         sxASN_CertReqMsg msg;
-         EXPECT_EQ(0, sxASN_DecodeBuf(msg, Chars(der), LenOf(der)));
-         return ChangeAndJudge(msg, row[1]);
-       }},
-      {"changed input", [](const CaseRow &row) {
-         Asked asked(Split("rsa2048 2 password=secret"));
-         sxASN_CertReqMsg msg;
-         EXPECT_EQ(0, asked.crmf.Prepare_sxASN_CertReqMsg(asked.md, asked.key.get(), msg, asked.Password()));
-         return ChangeAndJudge(msg, row[1]);
-       }},
-      {"make", Make},
-      {"status", [](const CaseRow &row) {
-         const int status = std::stoi(row[1]);
-         return CrmfStat2string(status) + (" " + std::to_string(CRMFstatus2CMCfailInfo(status)));
-       }},
-  });
+  const Octets old = ReadPem(std::string(KXCERT_TEST_DATA) + "/enroll/old.pem");
+  const std::unique_ptr<sxCert, decltype(&sxCert_Free)> oldCert(sxCert_Decode(old.data(), LenOf(old)), sxCert_Free);
+  Script()
+      .OnCopiesOf<kxCRMF>()
+      .On("sample", [](const std::string &sample) {
+        std::string carrier;
+        const Octets der = Message(sample, &carrier);
+        return carrier + " " + Judged(der);
+      })
+      .On("octets", [](const Octets &der) { return Judged(der); })
+      .On("find", [](const Octets &der) {
+        const kxCrmfMessages found(der.data(), LenOf(der));
+        return std::string(found.Carrier()) + std::to_string(found.Count()) + found.Error();
+      })
+      .On("changed", [](const Words &changes) { return ChangeAndJudge(Sample("ir"), changes); })
+      .On("changedInput", [](const Words &changes) {
+        return ChangeAndJudge(Asked({"rsa2048", "2", "password=secret"}).Prepared(), changes);
+      })
+      .On("spareBits", [](int numBits) {
+        sxASN_CertReqMsg msg = Sample("ir");
+        msg.popo->signature()->signature->Concat(sxAsnBits(numBits));
+        return Judged(msg);
+      })
+      .On("make", Make)
+      .On("controls", Controls)
+      .On("status", [](int status) {
+        return CrmfStat2string(status) + (" " + std::to_string(CRMFstatus2CMCfailInfo(status)));
+      })
+      .On("None", [] { return kxCRMF(); })
+      .On("Sample", [](const std::string &sample) { return Read(Message(sample)); })
+      .On("Made", [](const Words &asked) {
+        kxBinBuf der, again;
+        EXPECT_EQ(0, Asked(asked).Encode(der));
+        EXPECT_EQ(0, Asked(asked).Encode(again));
+        EXPECT_NE(der, again) << "the salt is new each time";
+        return Read(OctetsOf(der));
+      })
+      .On("Like", [](const kxCRMF &other) { return kxCRMF(0, other.CertTemplate()); })
+      .On("replaceOld", [&oldCert](kxCRMF &crmf) { return crmf.AddOldCertIdControl(oldCert.get()); })
+      .On("replaceNone", [](kxCRMF &crmf) { return crmf.AddOldCertIdControl(nullptr); })
+      .On("controlsOf", [](const kxCRMF &crmf) {
+        return EncodeHex(*std::unique_ptr<sxASN_Controls>(crmf.Controls().NewTree()));
+      })
+      .On("encode", [](kxCRMF &crmf) {
+        kxBinBuf der;
+        return crmf.DerEncode(sx_md_sha1, TestKey("rsa2048").get(), der);
+      })
+      .On("herror", &kxCRMF::Herror)
+      .On("verifyPassword", [](const kxCRMF &crmf, const std::string &secret) {
+        return crmf.VerifyPasswordMac(Buf(secret));
+      })
+      .On("hasPasswordMac", &kxCRMF::HasPasswordMac)
+      .On("verifySigOf", [](const kxCRMF &crmf, const kxCRMF &other) {
+        return crmf.VerifySig(other.Signature().Data(), static_cast<int>(other.Signature().Len()));
+      })
+      .Run("enroll/requests.steps");
 }
 
 // The whole message, not only what is signed: a change that encoding would undo is refused as well.
@@ -220,104 +258,37 @@ TEST(kxCRMF, RefusesEveryMessageWithAnOctetChanged) {
   }
 }
 
-TEST(kxCRMF, ReadsWhatTheCommandAskedFor) {
-  const Octets der = Message("kur"), old = ReadPem(std::string(KXCERT_TEST_DATA) + "/enroll/old.pem");
-  kxCRMF crmf;
-  sxString text;
-  ASSERT_EQ(0, crmf.DerDecode(der.data(), LenOf(der), text));
-  sxCert *const oldCert = sxCert_Decode(old.data(), LenOf(old));
-  ASSERT_NE(nullptr, oldCert);
-  const auto *const control = dynamic_cast<const kxOldCertId *>(crmf.Controls().Find(sxASN_id_regCtrl_oldCertID));
-  ASSERT_NE(nullptr, control);
-  EXPECT_TRUE(control->Issuer().GetDN()->Equal(*oldCert->Issuer()));
-  EXPECT_TRUE(control->SerialNum()->intEquiv(*oldCert->SerialNum()));
-  EXPECT_TRUE(crmf.CertTemplate().Subject()->Equal(*oldCert->Subject()));
-  EXPECT_EQ(1, sxPubKey_Equal(crmf.CertTemplate().PubKey(), oldCert->PubKey()));
-  // Ours has the same control, octet by octet, and so has a copy.
-  kxCRMF ours(0, crmf.CertTemplate());
-  EXPECT_EQ(0, ours.AddOldCertIdControl(oldCert));
-  ours = kxCRMF(ours);
-  const std::unique_ptr<sxASN_Controls> theirs(crmf.Controls().NewTree()), own(ours.Controls().NewTree());
-  EXPECT_EQ(EncodeHex(*theirs), EncodeHex(*own));
-  sxCert_Free(oldCert);
-  LogCapture log;
-  EXPECT_EQ(-1, ours.AddOldCertIdControl(nullptr));
-  EXPECT_EQ("kxCRMF::AddOldCertIdControl: Bad old certificate. Cannot add oldCertId control.", Joined(log));
-  kxBinBuf none;
-  EXPECT_EQ(-1, kxCRMF().DerEncode(sx_md_sha1, TestKey("rsa2048").get(), none));
-  EXPECT_TRUE(log.Has("kxCRMF - is not ok, crmf status - CRMF STATUS UnInitialized.. Operation failed."));
-  log.Clear();
-  crmf.Herror();
-  EXPECT_TRUE(log.Has("Certificate Request Message:\nrequest ID - 0\nsignature:\n"));
-  EXPECT_TRUE(log.Has("CRMF status - CRMF STATUS SUCCESS.\n"));
-}
-
-TEST(kxCRMF, TellsThePasswordOfItsMac) {
-  Asked asked(Split("rsa2048 2 password=secret"));
-  kxBinBuf der, again;
-  ASSERT_EQ(0, asked.crmf.DerEncode(asked.md, asked.key.get(), der, asked.Password()));
-  ASSERT_EQ(0, asked.crmf.DerEncode(asked.md, asked.key.get(), again, asked.Password()));
-  EXPECT_NE(der, again) << "the salt is new each time";
-  kxCRMF crmf;
-  sxString text;
-  ASSERT_EQ(0, crmf.DerDecode(der.Data(), static_cast<int>(der.Len()), text));
-  EXPECT_EQ(0, crmf.VerifyPasswordMac(Buf("secret")));
-  EXPECT_EQ(-1, crmf.VerifyPasswordMac(Buf("secreT")));
-  EXPECT_EQ(-1, crmf.VerifyPasswordMac(kxBinBuf()));
-  EXPECT_EQ(0, crmf.VerifySig(crmf.Signature().Data(), static_cast<int>(crmf.Signature().Len())));
-  EXPECT_EQ(kxCRMF_popFailed, crmf.VerifySig(nullptr, 0));
-  const Octets signedRequest = Message("ir");
-  ASSERT_EQ(0, crmf.DerDecode(signedRequest.data(), LenOf(signedRequest), text));
-  EXPECT_FALSE(crmf.HasPasswordMac());
-  EXPECT_EQ(-1, crmf.VerifyPasswordMac(Buf("secret")));
-  EXPECT_EQ(kxCRMF_uninitialized, kxCRMF().VerifySig(der.Data(), static_cast<int>(der.Len())));
-}
-
 // An EC key signs the DigestInfo, and verifies what it is given.
 TEST(kxCRMF, SignsWithEcKeysAsTheyDo) {
-  Asked asked(Split("prime256v1 2 subject=CN=asker"));
-  sxASN_CertReqMsg msg;
-  ASSERT_EQ(0, asked.crmf.Prepare_sxASN_CertReqMsg(asked.md, asked.key.get(), msg));
-  EXPECT_EQ(nullptr, Change{msg}.Algorithm().parameters);
-  kxBinBuf der, digestInfo;
+  Asked asked({"prime256v1", "2", "subject=CN=asker"});
+  const sxASN_CertReqMsg msg = asked.Prepared();
+  const sxASN_POPOSigningKey &pop = *msg.popo->signature();
+  EXPECT_EQ(nullptr, pop.algorithmIdentifier->parameters);
+  kxBinBuf der, info;
   unsigned char digest[20];
   ASSERT_EQ(0, sxASN_EncodeBuf(*msg.certReq, der, 1));
   ASSERT_EQ(0, kx_md_hashbuf(sx_md_sha1, der.Data(), der.Len(), digest, sizeof digest));
-  ASSERT_EQ(0, kxPKCS1DigestInfo(digest, sizeof digest, sx_md_sha1, digestInfo));
-  const sxAsnBits &signature = *Change{msg}.Pop().signature;
-  EXPECT_EQ(0, asked.key->Verify(sxPKop_raw, sx_md_sha1, digestInfo.Data(), static_cast<int>(digestInfo.Len()),
-                                 signature.Data(), signature.Len()));
+  ASSERT_EQ(0, kxPKCS1DigestInfo(digest, sizeof digest, sx_md_sha1, info));
+  EXPECT_EQ(0, asked.key->Verify(sxPKop_raw, sx_md_sha1, info.Data(), static_cast<int>(info.Len()),
+                                 pop.signature->Data(), pop.signature->Len()));
 }
 
-TEST(kxControlsList, KeepsEveryKind) {
+// As the rows of controls are read.
+TEST(kxControlsList, EncodesEveryKind) {
   kxControlsList list;
   auto *const status = new kxCMCStatusInfo(2, CRMFstatus2CMCfailInfo(kxCRMF_popFailed), "no\n");
   status->AddBodyPart(5);
   list.Add(sxASN_id_cmc_cMCStatusInfo, status);
   list.Add(sxASN_id_cmc_identification, new kxCMCIdentification("asker"));
   list.Add(sxASN_id_cmc_identityProof, new kxCMCIdentProof(Buf("proof")));
-  list.Add(sxASN_id_regCtrl_oldCertID, new kxOtherControl(sxAsnInt(1)));  // malformed: stays what it is
   list.Add(sxASN_sha1, nullptr);
   list += list;
   const std::unique_ptr<sxASN_Controls> tree(list.NewTree());
-  sxASN_Controls decoded;
-  ASSERT_EQ(0, DecodeHex(EncodeHex(*tree).c_str(), decoded));
-  kxControlsList read;
-  read.Set(&decoded);
-  read = static_cast<const kxControlsList &>(read);
-  const kxControlsList moved(std::move(read));
-  SxStream before, after;
-  list.Sprint(&before, 1);
-  moved.Sprint(&after, 1);
-  EXPECT_EQ(before.Text(), after.Text());
-  EXPECT_TRUE(OnOneLine(after.Text()).starts_with(
-      ">Control 1.3.6.1.5.5.7.7.1: / >>CMC Status: 2, fail info 9, no. / >Control 1.3.6.1.5.5.7.7.2: / "
-      ">>Identification: asker / >Control 1.3.6.1.5.5.7.7.3: / >>Identity Proof: / >>70 72 6f 6f 66  / "));
-  EXPECT_EQ("asker", dynamic_cast<const kxCMCIdentification &>(*moved.Find(sxASN_id_cmc_identification)).Name());
-  EXPECT_EQ(nullptr, moved.Find(sxASN_sha1));
-  int count = 0;
-  for (const kxControlsList::Item *item = moved.First(); item != nullptr; item = item->next) ++count;
-  EXPECT_EQ(8, count);
+  const std::string once = "30{06{2B06010505070701} 31{30{020102 30{020105} 0C{\"no\\n\"} 020109}}}"
+                           "30{06{2B06010505070702} 31{0C{\"asker\"}}} 30{06{2B06010505070703} 31{04{\"proof\"}}}";
+  EXPECT_EQ(EncodeHex(CaseOctets("30{" + once + once + "}")), EncodeHex(*tree));
+  EXPECT_EQ("asker", dynamic_cast<const kxCMCIdentification &>(*list.Find(sxASN_id_cmc_identification)).Name());
+  EXPECT_EQ(nullptr, list.Find(sxASN_sha1));
   EXPECT_TRUE(kxControlsList().IsEmpty());
 }
 

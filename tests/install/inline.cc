@@ -13,32 +13,16 @@ void CopyAndMove() {
   first = std::move(third);
 }
 
+template <class... Types>
+void CopyAndMoveAll() {
+  (CopyAndMove<Types>(), ...);
+}
+
 }  // namespace
 
 int main() {
-  CopyAndMove<kxBinBuf>();
-  CopyAndMove<sxString>();
-  CopyAndMove<sxset>();
-  CopyAndMove<sxAsnInt>();
-  CopyAndMove<sxAsnEnum>();
-  CopyAndMove<sxAsnBool>();
-  CopyAndMove<sxAsnOid>();
-  CopyAndMove<sxAsnOcts>();
-  CopyAndMove<sxAsnUTF8String>();
-  CopyAndMove<sxAsnBits>();
-  CopyAndMove<sxAsnRawAny>();
-  CopyAndMove<sxAsnAny>();
-  CopyAndMove<sxASN_RDNSequence>();
-  CopyAndMove<sxASN_Certificate>();
-  CopyAndMove<sxDN>();
-  CopyAndMove<sxDNList>();
-  CopyAndMove<sxGeneralName>();
-  CopyAndMove<sxGeneralNames>();
-  CopyAndMove<sxExtensionsList>();
-  CopyAndMove<sxCerts>();
-  CopyAndMove<sxCertTemplate>();
-  CopyAndMove<kxCRMF>();
-  CopyAndMove<kxControlsList>();
-  CopyAndMove<ValidateParams>();
+  CopyAndMoveAll<kxBinBuf, sxString, sxset, sxAsnInt, sxAsnEnum, sxAsnBool, sxAsnOid, sxAsnOcts, sxAsnUTF8String, sxAsnBits,
+                 sxAsnRawAny, sxAsnAny, sxASN_RDNSequence, sxASN_Certificate, sxDN, sxDNList, sxGeneralName,
+                 sxGeneralNames, sxExtensionsList, sxCerts, sxCertTemplate, kxCRMF, kxControlsList, ValidateParams>();
   return 0;
 }

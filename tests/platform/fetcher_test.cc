@@ -1,85 +1,67 @@
 #include "kxcert/platform/fetcher.h"
 
-#include <gtest/gtest.h>
-
 #include "kxcert/platform/eventEnv.h"
 #include "support/fileFetcher.h"
-#include "support/tempDir.h"
+#include "support/script.h"
 
 namespace {
 
-constexpr char kUrl[] = "http://ca.example/found";
-
-class Fetch : public testing::Test {
- protected:
-  ~Fetch() override {
+// A loop on which is asked, and the component that answers.
+class Loop {
+ public:
+  Loop(const std::string &folder, FileFetcher::How how) : m_fetcher(std::make_shared<FileFetcher>(folder, how)) {
+    kxFetcher_Set(m_fetcher);
+  }
+  ~Loop() {
     kxFetcher_Set(nullptr);
-    sxd_env_destroy(env);
+    sxd_env_destroy(m_env);
   }
-  std::shared_ptr<FileFetcher> Register(FileFetcher::How how) {
-    auto fetcher = std::make_shared<FileFetcher>(m_dir.Path(), how);
-    kxFetcher_Set(fetcher);
-    return fetcher;
-  }
-  kxFetchResult Start(const std::string &url, const kxFetchLimits &limits = {8, 20000}) {
+  int Start(const std::string &url, size_t maxLen, int timeoutMs) {
     const auto done = [this, held = m_held](const kxFetchAnswer &answer) {
       m_text += "(" + std::to_string(answer.result) + " " + std::string(answer.octets, answer.octets + answer.len) + ")";
-      sxd_env_stop(env);
+      sxd_env_stop(m_env);
     };
-    return kxFetch_Start(env, {.url = url, .limits = limits, .body = {}, .contentType = {}, .known = {}}, done, &m_task);
+    const kxFetchLimits limits = {maxLen, timeoutMs};
+    return kxFetch_Start(m_env, {.url = url, .limits = limits, .body = {}, .contentType = {}, .known = {}}, done, &m_task);
   }
+  // Until an answer came, and on.
+  std::string Run(int maxMs) {
+    EXPECT_EQ(0, sxd_env_run_for(m_env, maxMs));
+    EXPECT_EQ(0, sxd_env_run_for(m_env, 5));
+    return std::exchange(m_text, "");
+  }
+  std::string Text() const { return m_text; }
+  void Cancel() { m_task->Cancel(); }
+  void End() { sxd_env_destroy(std::exchange(m_env, nullptr)); }
+  size_t NumCancelled() const { return m_fetcher->cancelled.size(); }
+  void AnswerLate() { m_fetcher->Answer(*m_fetcher->held.at(0)); }
+  bool IsHeld() const { return m_held.use_count() > 1; }
 
-  const TempDir m_dir;
-  const std::string m_file = m_dir.Write("found", "octets"), m_long = m_dir.Write("long", "octets..9");
-  sxd_env *env = sxd_env_create();
-  std::shared_ptr<int> m_held = std::make_shared<int>();   // by completions that are still to be called
+ private:
+  const std::shared_ptr<FileFetcher> m_fetcher;
+  sxd_env *m_env = sxd_env_create();
+  const std::shared_ptr<int> m_held = std::make_shared<int>();   // by completions that are still to be called
   std::shared_ptr<kxFetchTask> m_task;
   std::string m_text;
 };
 
-// At once, from another thread, twice, and with an answer that is too long or missing: one completion.
-TEST_F(Fetch, AnswersOnceAndNeverWithinTheCall) {
-  EXPECT_EQ(kxFetch_noFetcher, Start(kUrl));
-  const std::pair<const char *, const char *> files[] = {{"found", "(0 octets)"}, {"long", "(-4 )"}, {"none", "(-3 )"}};
-  for (const auto how : {FileFetcher::kAtOnce, FileFetcher::kFromThread, FileFetcher::kTwice}) {
-    const auto fetcher = Register(how);
-    for (const auto &[file, answer] : files) {
-      m_text.clear();
-      ASSERT_EQ(kxFetch_OK, Start(std::string("http://ca.example/") + file));
-      EXPECT_EQ("", m_text);
-      EXPECT_EQ(0, sxd_env_run_for(env, 20000));
-      EXPECT_EQ(0, sxd_env_run_for(env, 5));
-      EXPECT_EQ(answer, m_text);
-    }
-    EXPECT_TRUE(fetcher->cancelled.empty());
-  }
-  EXPECT_EQ(1, m_held.use_count());
-  for (const std::string &url : {std::string(), std::string("http://a b"), std::string("u\0v", 3),
-                                 std::string(kMaxFetchUrlLen + 1, 'u')}) {
-    EXPECT_EQ(kxFetch_badRequest, Start(url)) << url;
-  }
-}
-
-// It times out, is cancelled, or its environment goes: the component is told, what the completion holds goes at
-// once, and an answer that comes still later does no harm.
-TEST_F(Fetch, LetsGoOfWhatIsNotAnswered) {
-  enum Way { kTimesOut, kCancelled, kEnvironmentGoes };
-  for (const Way way : {kTimesOut, kCancelled, kEnvironmentGoes}) {
-    SCOPED_TRACE(way);
-    const auto fetcher = Register(FileFetcher::kNever);
-    m_text.clear();
-    ASSERT_EQ(kxFetch_OK, Start(kUrl, {8, way == kTimesOut ? 1 : 20000}));
-    EXPECT_EQ(0, sxd_env_run_for(env, way == kTimesOut ? 20000 : 100));
-    if (way == kCancelled) m_task->Cancel();
-    EXPECT_EQ(0, sxd_env_run_for(env, 100));
-    if (way == kEnvironmentGoes) sxd_env_destroy(std::exchange(env, nullptr));
-    EXPECT_EQ(std::vector<std::string>{kUrl}, fetcher->cancelled);
-    EXPECT_EQ(1, m_held.use_count());
-    ASSERT_EQ(1U, fetcher->held.size());
-    fetcher->Answer(*fetcher->held[0]);
-    EXPECT_EQ(env == nullptr ? -1 : 0, sxd_env_run_for(env, 5));
-    EXPECT_EQ(way == kTimesOut ? "(-5 )" : "", m_text);
-  }
+TEST(Fetch, DoesWhatTheStepsSay) {
+  const TempDir dir;
+  Script()
+      .In(dir)
+      .On("Loop", [](const std::string &folder, int how) {
+        return std::make_unique<Loop>(folder, static_cast<FileFetcher::How>(how));
+      })
+      .On("noFetcher", [] { kxFetcher_Set(nullptr); })
+      .On("start", &Loop::Start)
+      .On("run", &Loop::Run)
+      .On("text", &Loop::Text)
+      .On("cancel", &Loop::Cancel)
+      .On("end", &Loop::End)
+      .On("numCancelled", &Loop::NumCancelled)
+      .On("answerLate", &Loop::AnswerLate)
+      .On("isHeld", &Loop::IsHeld)
+      .Run("platform/fetch.steps");
 }
 
 }  // namespace

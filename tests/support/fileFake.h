@@ -3,6 +3,9 @@
 #ifndef KXCERT_TESTS_SUPPORT_FILEFAKE_H_
 #define KXCERT_TESTS_SUPPORT_FILEFAKE_H_
 
+#include <gtest/gtest.h>
+
+#include <cerrno>
 #include <functional>
 #include <utility>
 
@@ -27,5 +30,21 @@ class FileFake {
  private:
   static inline Refuse s_refuse;
 };
+
+/// Runs the operation with each step failing in turn, until none is left to fail; nothing fails in @p before.
+/// @param check  is told what the operation returned, and whether a step failed
+/// @return how many steps there were
+template <class Before, class Operation, class Check>
+int FailEachStep(Before before, Operation operation, Check check) {
+  for (int n = 1;; ++n) {
+    before();
+    int left = n;
+    const FileFake::Refuse refuse = [&left](kxFileStep, const char *) { return --left == 0 ? EIO : 0; };
+    const auto result = FileFake(refuse).While(operation);
+    const testing::ScopedTrace trace(__FILE__, __LINE__, n);
+    check(result, left <= 0);
+    if (left > 0) return n - 1;
+  }
+}
 
 #endif

@@ -4,6 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -48,7 +51,11 @@ Script &Script::In(const TempDir &dir) {
   return On("write", [&dir](const char *file, const std::string &text) { dir.Write(file, text); })
       .On("contents", [&dir](const char *file) { return dir.Read(file); })
       .On("pipe", [&dir](const char *file) { return mkfifo(dir.File(file).c_str(), 0600); })
-      .On("unlink", [&dir](const char *file) { return unlink(dir.File(file).c_str()); });
+      .On("unlink", [&dir](const char *file) { return unlink(dir.File(file).c_str()); })
+      .On("exists", [](const std::string &path) { return fs::exists(path); })
+      .On("mode", [](const std::string &path) { return static_cast<int>(fs::status(path).permissions()); })
+      .On("chmod", [](const std::string &path, int mode) { fs::permissions(path, static_cast<fs::perms>(mode)); })
+      .On("link", [](const std::string &target, const std::string &path) { fs::create_symlink(target, path); });
 }
 
 std::string Script::WithPath(std::string text, bool toPath) const {

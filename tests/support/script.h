@@ -43,7 +43,8 @@ class Script {
         .On("move", [](T &from) { return T(std::move(from)); })
         .On("moveTo", [](T &to, T &from) { to = std::move(from); });
   }
-  /// Verbs "write FILE TEXT", "contents FILE", "pipe FILE" and "unlink FILE" for it; "DIR" stands for its path.
+  /// Verbs "write FILE TEXT", "contents FILE", "pipe FILE" and "unlink FILE" for it; "DIR" stands for its path in
+  /// "exists PATH", "mode PATH", "chmod PATH MODE", "link TARGET PATH" and all others.
   Script &In(const TempDir &dir);
   /// @param file  below tests/data
   void Run(const std::string &file);

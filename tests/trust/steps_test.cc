@@ -4,20 +4,31 @@
 // hole among certificates; L0..L9 are ten of them. A result that is an object is its name.
 #include <gmock/gmock.h>
 
+#include <cstring>
+#include <future>
+#include <thread>
+
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/signatureCache.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/sxString.h"
+#include "kxcert/platform/defaultEnv.h"
+#include "kxcert/platform/eventEnv.h"
+#include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/trust/caCaches.h"
 #include "kxcert/trust/chainJudge.h"
 #include "kxcert/trust/fixChain.h"
 #include "kxcert/trust/sortCerts.h"
 #include "kxcert/trust/sxPKObjects.h"
+#include "kxcert/trust/sxValidation.h"
 #include "kxcert/trust/sxcert_black_list.h"
+#include "platform/background.h"
+#include "support/fileFetcher.h"
 #include "support/fixedClock.h"
 #include "support/hexOctets.h"
 #include "support/rows.h"
+#include "support/tempDir.h"
 #include "support/testRoots.h"
 #include "support/words.h"
 #include "trust/rules.h"
@@ -35,7 +46,8 @@ std::string Verdict(int rc, int level) { return std::string(sxValidationName(rc)
 
 int Flags(const std::string &text) {
   static const std::map<std::string, int> kFlags = {
-      {"path", 1}, {"signatures", 2}, {"path+signatures", 3}, {"names", 8}, {"no", 0}, {"all", 15}, {"local", 11}};
+      {"path", 1}, {"signatures", 2}, {"path+signatures", 3}, {"names", 8}, {"no", 0},
+      {"all", 15}, {"local", 11},     {"path+revocation", 5}};
   return kFlags.at(text);
 }
 
@@ -44,6 +56,26 @@ sxDN NameFrom(const std::string &word) {
   if (!word.starts_with("30{")) return sxDN(Plain(word).c_str());
   const Octets der = CaseOctets(word);
   return sxDN(der.data(), LenOf(der));
+}
+
+// What a function for revocation does with its callback, and was called with.
+struct Revocation {
+  enum How { kNow, kCallsBack, kCallsBackTwice, kFromThread, kNever } how = kNow;
+  sxValidationCallback callback = nullptr;
+  void *opaque = nullptr;
+} g_revocation;
+
+sxValidationRC Revoked(sxd_env *, sxRootCA *, sxCerts &, const ValidateParams &, sxValidationCallback callback,
+                       void *opaque, int, int &level) {
+  level = 0;
+  g_revocation.callback = callback;
+  g_revocation.opaque = opaque;
+  const auto how = g_revocation.how;
+  if (how == Revocation::kNow) return sxValidation_revoked;
+  if (how == Revocation::kFromThread) std::thread([=] { callback(sxValidation_revoked, "", 0, 0, opaque); }).join();
+  else if (how != Revocation::kNever) callback(sxValidation_revoked, "", 0, 0, opaque);
+  if (how == Revocation::kCallsBackTwice) callback(sxValidation_OK, "", -1, 0, opaque);
+  return sxValidation_async;
 }
 
 // When they go, nobody else must have kept a reference.
@@ -61,8 +93,12 @@ class World {
   World() { s_world = this; }
   ~World() {
     sxCert_SetSubCAFunc(nullptr);
+    sxCertValidate_SetRevocationFunc(nullptr);
     sxCertValidate_SetGracePeriod(kDefaultGraceSec);
     sxcert_black_list::free(m_list);
+    kxFetcher_Set(nullptr);
+    sxd_env_destroy(m_env);
+    if (m_hasDatabase) IntermediateCA_db_remove();
   }
 
   void Do(const CaseRow &row) {
@@ -103,9 +139,15 @@ class World {
     return set;
   }
 
+  // "leaf'" is another object with its octets.
   std::string NameOf(const sxSigned *cert) const {
     for (const auto &[name, known] : m_certs) {
       if (known->Get() == cert) return name;
+    }
+    for (const auto &[name, known] : m_certs) {
+      if (cert != nullptr && DerOf(*known->Get()) == Octets(cert->GetBuf(), cert->GetBuf() + cert->BufLen())) {
+        return name + "'";
+      }
     }
     return "-";
   }
@@ -135,7 +177,7 @@ class World {
     return all;
   }
 
-  // name subject, ca, ids, critical, by=, keyOf=, issuer=, serial=, end= in seconds from now
+  // name subject, ca, critical, by=, keyOf=, issuer=, serial=, end= in seconds from now, basic=, usage=, access=
   std::string NewCert(Words words) {
     TestCertOptions options;
     const bool isCA = std::erase(words, "ca") > 0;
@@ -145,9 +187,12 @@ class World {
     options.issuerName = issuer.empty() ? nullptr : issuer.c_str();
     options.serial = Take(words, "serial=", "01");
     options.notAfter = kTestNow + std::stoi(Take(words, "end=", "31536000"));
+    if (isCA) options = CaOptions(options);
+    options.basicConstraints = Take(words, "basic=", options.basicConstraints);
+    options.keyUsage = Take(words, "usage=", options.keyUsage);
+    options.access = Plain(Take(words, "access="));
     const TestCert *above = by.empty() ? nullptr : m_certs.at(by).get();
-    m_certs[words.at(0)] =
-        std::make_unique<TestCert>(Plain(words.at(1)), above, isCA ? CaOptions(options) : options);
+    m_certs[words.at(0)] = std::make_unique<TestCert>(Plain(words.at(1)), above, options);
     return "";
   }
 
@@ -158,6 +203,73 @@ class World {
                "by=" + (i == 0 ? words[1] : "L" + to_string(i - 1))});
     }
     return "";
+  }
+
+  // L0 to Ln, whose issuer each has a URL of its own
+  std::string NewAskers(const Words &words) {
+    for (int i = 0; i <= std::stoi(words[0]); ++i) {
+      const std::string n = to_string(i);
+      const std::string access = "access=caIssuers;URI:http://ca.example/" + n;
+      NewCert({"L" + n, "CN=" + n, "by=" + words[1], "keyOf=" + words[2], access});
+    }
+    return "";
+  }
+
+  // file certificates: the only one as DER, else PEM
+  std::string Serve(const Words &words) const {
+    std::string all;
+    for (const std::string &name : From(words, 1)) {
+      const Octets der = DerOf(*Cert(name));
+      all += words.size() == 2 ? StringOf(der) : Pem(der);
+    }
+    m_dir.Write(words[0], all);
+    return "";
+  }
+
+  std::string UseFetcher(const std::string &how) {
+    const auto answers = how == "never" ? FileFetcher::kNever : FileFetcher::kAtOnce;
+    m_fetcher = std::make_shared<FileFetcher>(m_dir.Path(), answers);
+    kxFetcher_Set(m_fetcher);
+    return "";
+  }
+
+  // root flags certificates, or null
+  std::string ValCertsA(const Words &words) {
+    sxCerts chain = Set(words[2] == "null" ? Words() : From(words, 2));
+    sxCerts *const given = words[2] == "null" ? nullptr : &chain;
+    const int flags = Flags(words[1]);
+    const sxValidationRC rc =
+        m_usesDefault ? sxCert_ValCertsA(Root(words[0]), given, nullptr, m_params, TakeVerdict, this, flags)
+                      : sxCert_ValCertsA_e(m_env, Root(words[0]), given, nullptr, m_params, TakeVerdict, this, flags);
+    EXPECT_EQ("", m_answers) << "within the call";
+    return rc == sxValidation_async ? "async" : sxValidationName(rc);
+  }
+  static void TakeVerdict(sxValidationRC rc, const char *text, int level, long expiration, void *opaque) {
+    auto &world = *static_cast<World *>(opaque);
+    const std::string line(text, std::strcspn(text, "\n"));
+    const std::string left = rc == sxValidation_OK ? " " + to_string(expiration - kTestNow) : "";
+    world.m_answers += "(" + Verdict(rc, level) + ": " + line + left + ")";
+    EXPECT_EQ(std::this_thread::get_id(), world.m_thread);
+    sxd_env_stop(world.m_env);
+  }
+  // Runs the loop until the first, and on.
+  std::string Answers(int maxMs) {
+    EXPECT_EQ(0, sxd_env_run_for(m_env, maxMs));
+    EXPECT_EQ(0, sxd_env_run_for(m_env, 5));
+    return std::exchange(m_answers, "");
+  }
+  // The loop, and what it left to the background.
+  std::string Run() {
+    const int rc = sxd_env_run_for(m_env, 100);
+    std::promise<void> done;
+    EXPECT_TRUE(kxBackground_Post([&done] { done.set_value(); }));
+    done.get_future().wait();
+    return to_string(rc);
+  }
+  // By others than this.
+  std::string IsHeld(const std::string &name) const {
+    Cert(name)->IncRef();
+    return Cert(name)->DecRef() > 1 ? "yes" : "no";
   }
 
   // name certificate, loose: outside the holder, name=, id=, type=, crlTo=, permits=, names of the constraint
@@ -338,16 +450,23 @@ class World {
   RootCA_Cache m_rootCache{4, 0};
   CA_Cert_Cache m_certCache{2, 100};
   sxPKObjects m_slots;
-  sxcert_black_list *const m_list = new sxcert_black_list(0);
+  sxcert_black_list *m_list = new sxcert_black_list(0);
   ValidateParams m_params;
   sxCerts m_out;
   Words m_subCAs, m_tried;
   int m_numAsked = 0;
   uint64_t m_numLooked = 0;
+  const TempDir m_dir;
+  bool m_hasDatabase = false, m_usesDefault = false;
+  std::shared_ptr<FileFetcher> m_fetcher;
+  sxd_env *m_env = sxd_env_create();
+  const std::thread::id m_thread = std::this_thread::get_id();
+  std::string m_answers;
 
   const std::map<std::string, Verb> m_verbs = {
       {"cert", [this](auto &w) { return NewCert(w); }},
       {"ladder", [this](auto &w) { return NewLadder(w); }},
+      {"askers", [this](auto &w) { return NewAskers(w); }},
       {"root", [this](auto &w) { return NewRoot(w); }},
       {"key", [this](auto &w) { return NewKey(w); }},
       {"holder", [this](auto &w) { return UseHolder(w); }},
@@ -377,6 +496,39 @@ class World {
       {"GetIntermediateCA", [this](auto &w) { return NameOf(m_holder->GetIntermediateCA(*Subject(w[0]))); }},
       {"RemoveIntermediateCA", [this](auto &w) { return to_string(m_holder->RemoveIntermediateCA(Cert(w[0]))); }},
       {"IntermediateCAsCount", [this](auto &) { return to_string(m_holder->IntermediateCAsCount()); }},
+
+      {"database", [this](auto &) {
+         m_hasDatabase = true;
+         return to_string(IntermediateCA_db_set_path(m_dir.Path().c_str()));
+       }},
+      {"store", [this](auto &w) {   // under whose name, what
+         return to_string(g_IntermediateCA_db.Store(*Subject(w[0]), Cert(w[1]), kTestNow + 9));
+       }},
+      {"serve", [this](auto &w) { return Serve(w); }},
+      {"fetcher", [this](auto &w) { return UseFetcher(w[0]); }},
+      {"fetched", [this](auto &) { return Joined(std::exchange(m_fetcher->asked, {}), " "); }},
+      {"numFetched", [this](auto &) { return to_string(m_fetcher->asked.size()); }},
+      {"numCancelled", [this](auto &) { return to_string(m_fetcher->cancelled.size()); }},
+      {"Get_Issuers_of_chain", [this](auto &w) { return to_string(m_holder->Get_Issuers_of_chain(Set(w))); }},
+      {"defaultEnvironment", [this](auto &) { m_usesDefault = true; sxd_env_set_default(m_env); return ""; }},
+      {"endEnvironment", [this](auto &) { sxd_env_destroy(std::exchange(m_env, nullptr)); return ""; }},
+      {"run", [this](auto &) { return Run(); }},
+
+      {"ValCertsA", [this](auto &w) { return ValCertsA(w); }},
+      {"answers", [this](auto &w) { return Answers(w.empty() ? 20000 : std::stoi(w[0])); }},
+      {"revocation", [](auto &w) {
+         g_revocation.how = static_cast<Revocation::How>(std::stoi(w[0]));
+         sxCertValidate_SetRevocationFunc(Revoked);
+         return "";
+       }},
+      {"lateAnswer", [](auto &w) {
+         g_revocation.callback(static_cast<sxValidationRC>(std::stoi(w[0])), "", 0, 0, g_revocation.opaque);
+         return "";
+       }},
+      {"isHeld", [this](auto &w) { return IsHeld(w[0]); }},
+      {"freeBlackList", [this](auto &) {
+         return to_string(sxcert_black_list::free(std::exchange(m_list, new sxcert_black_list(0))));
+       }},
 
       {"identities", [this](auto &w) { return Identities(w); }},
       {"valid", [](auto &w) { return CA_Identity(NameFrom(w[0])).Valid() ? "yes" : "no"; }},
@@ -491,7 +643,8 @@ TEST_P(TrustSteps, GoAsTheScriptSays) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Data, TrustSteps, testing::Values("holders", "roots", "chains", "validation"),
+INSTANTIATE_TEST_SUITE_P(Data, TrustSteps,
+                         testing::Values("holders", "roots", "chains", "validation", "issuers", "later"),
                          [](const auto &file) { return std::string(file.param); });
 
 }  // namespace

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Makes the samples of this folder anew: ./make.sh (OpenSSL 3.0). What each is stands in samples.txt.
+# Makes the samples of this folder anew: ./make.sh (OpenSSL 3.0). What each is judged to be stands in requests.steps.
 set -euo pipefail
 cd "$(dirname "$0")"
 keys=../keys

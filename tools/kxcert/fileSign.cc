@@ -60,7 +60,8 @@ void Sign(const Options &options, Report &report) {
   report.Document()["key"] = KeyFacts(*found.key, true);
   if (rc == FSG_OK) return report.Line("signed, as of " + PrintTime(seconds));
   const bool couldForce = rc == FSG_SIGNED || rc == FSG_EXISTS;
-  report.Problem(kExitInputError, rc == FSG_EXISTS ? options.sigFile + options.out : options.file,
+  const bool isAboutResult = (rc == FSG_EXISTS || rc == FSG_WRITE_FAILED) && options.sigFile != options.out;
+  report.Problem(kExitInputError, isAboutResult ? options.sigFile + options.out : options.file,
                  std::string(FSG_RC_to_str(rc)) + (couldForce && !options.force ? "; --force replaces that" : ""));
 }
 

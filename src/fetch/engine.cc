@@ -63,9 +63,9 @@ void Lend(const HopEnd &end, kxFetchAnswer &answer) {
 bool IsSuccess(const HopEnd &end) { return end.result == kxFetch_OK || end.result == kxFetch_unchanged; }
 
 // When it is answered: a little before the asker's own timer ends it with fewer words.
-int64_t DeadlineOf(const kxFetchRequest &request, int64_t nowMs) {
+int64_t DeadlineOf(const kxFetchRequest &request, int64_t begunMs) {
   const int timeoutMs = std::min(request.limits.timeoutMs, kMaxFetchMs);
-  return nowMs + timeoutMs - std::min(timeoutMs / 10, kMaxAnswerMs);
+  return begunMs + timeoutMs - std::min(timeoutMs / 10, kMaxAnswerMs);
 }
 
 }  // namespace
@@ -85,7 +85,7 @@ void kxFetchEngine::Begin(const Task &task) {
       whyNot = m_numAskers >= m_settings.maxAskers ? "too many requests" : Launch() ? nullptr : "no thread";
       if (whyNot == nullptr) {
         ++m_numAskers;
-        return Post({task, nullptr});
+        return Post(task, nullptr);
       }
       m_counters.turnedAway += 1;
     }
@@ -97,7 +97,7 @@ void kxFetchEngine::Begin(const Task &task) {
 
 void kxFetchEngine::Cancel(kxFetchTask &task) {
   const sxLock lock(m_mutex);
-  if (!m_isStopping && m_thread.joinable()) Post({nullptr, &task});
+  if (!m_isStopping && m_thread.joinable()) Post(nullptr, &task);
 }
 
 void kxFetchEngine::Stop() {
@@ -129,8 +129,8 @@ bool kxFetchEngine::Launch() {
   return m_thread.joinable();
 }
 
-void kxFetchEngine::Post(Letter letter) {
-  m_letters.push_back(std::move(letter));
+void kxFetchEngine::Post(const Task &begun, const kxFetchTask *cancelled) {
+  m_letters.push_back({begun, cancelled, NowMs()});
   if (m_letters.size() == 1 && m_wakeable != nullptr) curl_multi_wakeup(m_wakeable);
 }
 
@@ -173,7 +173,7 @@ bool kxFetchEngine::TakeLetters() {
     else if (isStopping)
       AnswerOne(letter.begun, EndOf(kxFetch_failed, kEnded));
     else
-      Admit(letter.begun);
+      Admit(letter.begun, letter.atMs);
   }
   return !isStopping;
 }
@@ -221,12 +221,12 @@ void kxFetchEngine::AnswerOne(const Task &task, const HopEnd &end) {
   --m_numAskers;
 }
 
-void kxFetchEngine::Admit(const Task &task) {
+void kxFetchEngine::Admit(const Task &task, int64_t atMs) {
   const kxFetchRequest &request = task->Request();
   const std::string key = KeyOf(request);
   if (const auto known = m_jobs.find(key); known != m_jobs.end()) {
     Count(&kxFetchCounters::joined);
-    return Join(*known->second, task);
+    return Join(*known->second, task, atMs);
   }
   auto job = std::make_unique<Job>();
   const std::string wrong = kxFetch_ReadUrl(request.url, m_settings, job->targets);
@@ -248,13 +248,13 @@ void kxFetchEngine::Admit(const Task &task) {
   job->request = request;
   job->begunMs = m_nowMs;
   Wait(*job, m_waiting.end());
-  Join(*job, task);
+  Join(*job, task, atMs);
   m_jobs[key] = std::move(job);
 }
 
-void kxFetchEngine::Join(Job &job, const Task &task) {
+void kxFetchEngine::Join(Job &job, const Task &task, int64_t atMs) {
   const kxFetchRequest &request = task->Request();
-  const int64_t deadlineMs = DeadlineOf(request, m_nowMs);
+  const int64_t deadlineMs = DeadlineOf(request, atMs);
   job.askers[task.get()] = {task, deadlineMs};
   m_byTask[task.get()] = &job;
   job.maxLen = std::max(job.maxLen, request.limits.maxLen);

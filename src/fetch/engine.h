@@ -39,6 +39,7 @@ class kxFetchEngine final : public kxFetcher {
   struct Letter {
     Task begun;
     const kxFetchTask *cancelled = nullptr;
+    int64_t atMs = 0;  // when it was written: an asker's time does not begin later
   };
   struct Asker {
     Task task;
@@ -65,7 +66,7 @@ class kxFetchEngine final : public kxFetcher {
 
   // Any thread.
   bool Launch() REQUIRES(m_mutex);
-  void Post(Letter letter) REQUIRES(m_mutex);
+  void Post(const Task &begun, const kxFetchTask *cancelled) REQUIRES(m_mutex);
   void Count(uint64_t kxFetchCounters::*counter, size_t number = 1);
 
   // Its own thread.
@@ -73,8 +74,8 @@ class kxFetchEngine final : public kxFetcher {
   bool TakeLetters();
   void Turn();
   int PollMs() const;
-  void Admit(const Task &task);
-  void Join(Job &job, const Task &task);
+  void Admit(const Task &task, int64_t atMs);
+  void Join(Job &job, const Task &task, int64_t atMs);
   void Leave(const kxFetchTask *task);
   void StartThoseThatMay();
   bool MayStart(const Job &job) const;

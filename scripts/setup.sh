@@ -3,7 +3,7 @@
 # checks of .ci/run need. Safe to run again at any time.
 set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config libssl-dev libevent-dev libgtest-dev libgmock-dev libbenchmark-dev
-          libcli11-dev nlohmann-json3-dev libcurl4-openssl-dev openssl ca-certificates bats python3
+          libcli11-dev nlohmann-json3-dev libcurl4-openssl-dev libldap-dev openssl ca-certificates bats python3
           nginx-light slapd ldap-utils)   # the last ones are servers that tests start for themselves
 [ "${1:-}" = checks ] && packages+=(git clang clang-format clang-tidy libclang-rt-14-dev)
 missing=()

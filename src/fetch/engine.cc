@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kTopic[] = "FETCH";
 constexpr int kIdleMs = 60'000;
-constexpr int kLdapTickMs = 10;     // libcurl names no socket while it connects to a directory and binds
+constexpr int kStepMs = 10;         // between two looks at what does not go through libcurl
 constexpr int kMaxAnswerMs = 50;    // is left for an answer to be there before its asker's own time is up
 constexpr size_t kMaxLookUps = 64;  // that go on although nobody waits for them
 constexpr int64_t kLookUpMs = 30'000;
@@ -194,8 +194,8 @@ void kxFetchEngine::Turn() {
 
 int kxFetchEngine::PollMs() const {
   if (m_jobs.empty()) return kIdleMs;
-  const bool isLdap = std::ranges::any_of(m_running, [](const auto &row) { return row.second->hop->Whom().IsLdap(); });
-  int64_t until = isLdap ? m_nowMs + kLdapTickMs : m_nextDeadlineMs;
+  const bool isStepping = std::ranges::any_of(m_running, [](const auto &row) { return row.second->hop->IsStepping(); });
+  int64_t until = isStepping ? m_nowMs + kStepMs : m_nextDeadlineMs;
   if (!m_lookUps.empty()) until = std::min(until, m_lookUps.front());
   return static_cast<int>(std::clamp<int64_t>(std::min(until, m_nextDeadlineMs) - m_nowMs, 0, kIdleMs));
 }
@@ -329,8 +329,13 @@ void kxFetchEngine::EndDone() {
   int numLeft = 0;
   while (const CURLMsg *const message = curl_multi_info_read(m_multi, &numLeft)) {
     const auto running = m_running.find(message->easy_handle);
-    if (message->msg == CURLMSG_DONE && running != m_running.end())
+    const bool isKnown = message->msg == CURLMSG_DONE && running != m_running.end();
+    if (isKnown && running->second->hop->IsDone(message->data.result)) {
       done.emplace_back(running->second, message->data.result);
+    }
+  }
+  for (const auto &[handle, job] : m_running) {
+    if (job->hop->Step()) done.emplace_back(job, CURLE_OK);
   }
   for (const auto &[job, code] : done) GoOn(*job, job->hop->Finish(code));
 }

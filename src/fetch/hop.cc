@@ -8,14 +8,11 @@
 #include <utility>
 
 #include "fetch/address.h"
-#include "fetch/ldapSearch.h"
 
 namespace {
 
 constexpr size_t kMaxIdleBody = 65'536;     // of an answer that only sends on
 constexpr uint64_t kMaxEnvelope = 262'144;  // octets of handshakes and of the protocol's own, below libcurl
-constexpr char kHttp[] = "http,https";
-constexpr char kLdap[] = "ldap,ldaps";
 
 bool IsStatusOfRedirect(long status) {
   return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
@@ -33,6 +30,7 @@ Hop::Hop(const kxFetchSettings &settings, const kxFetchRequest &request, const T
       m_easy(curl_easy_init()) {}
 
 Hop::~Hop() {
+  m_search.reset();  // takes its leave over the connection
   if (m_multi != nullptr) curl_multi_remove_handle(m_multi, m_easy.get());
   m_sockets.Forget(this);
 }
@@ -48,14 +46,12 @@ bool Hop::Start(CURLM *multi, size_t maxLen, int timeLeftMs) {
 
 void Hop::SetOptions(int timeLeftMs) {
   Set(CURLOPT_PRIVATE, static_cast<void *>(this));
-  Set(CURLOPT_URL, m_target.url.c_str());
-  Set(CURLOPT_PROTOCOLS_STR, m_target.IsLdap() ? kLdap : kHttp);
+  Set(CURLOPT_PROTOCOLS_STR, "http,https");
   Set(CURLOPT_NOSIGNAL, 1L);
   Set(CURLOPT_QUICK_EXIT, 1L);  // else giving up a hop waits for the resolver
   Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::min(timeLeftMs, m_settings.connectTimeoutMs)));
   // Connections are not shared: what one may be asked for the next may not.
   Set(CURLOPT_FRESH_CONNECT, 1L);
-  Set(CURLOPT_FORBID_REUSE, 1L);
   Set(CURLOPT_OPENSOCKETFUNCTION, &OnOpen);
   Set(CURLOPT_OPENSOCKETDATA, static_cast<void *>(this));
   Set(CURLOPT_CLOSESOCKETFUNCTION, &OnClose);
@@ -68,10 +64,19 @@ void Hop::SetOptions(int timeLeftMs) {
     Set(CURLOPT_CAINFO, m_settings.caFile.c_str());
     Set(CURLOPT_CAPATH, static_cast<const char *>(nullptr));
   }
-  if (!m_target.IsLdap()) SetHttpOptions();
+  m_target.IsLdap() ? SetLdapOptions() : SetHttpOptions();
+}
+
+// The connection is all that is wanted of libcurl; one that was made for nothing else is used for nothing else.
+void Hop::SetLdapOptions() {
+  Set(CURLOPT_URL, ((m_target.IsTls() ? "https://" : "http://") + m_target.server + "/").c_str());
+  Set(CURLOPT_CONNECT_ONLY, 1L);
+  Set(CURLOPT_SSL_ENABLE_ALPN, 0L);
 }
 
 void Hop::SetHttpOptions() {
+  Set(CURLOPT_URL, m_target.url.c_str());
+  Set(CURLOPT_FORBID_REUSE, 1L);
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   Set(CURLOPT_HTTP09_ALLOWED, 0L);
   Set(CURLOPT_FOLLOWLOCATION, 0L);  // who asked for this hop judges where it leads
@@ -129,7 +134,7 @@ size_t Hop::OnBody(char *octets, size_t size, size_t count, void *hop) {
 }
 
 bool Hop::Take(const char *octets, size_t len) {
-  if (!m_target.IsLdap() && Status() != 200) {
+  if (Status() != 200) {
     if (!IsRedirect() || len > kMaxIdleBody - m_bodyLen)
       return Stop(kxFetch_failed, "status " + std::to_string(Status()));
     m_bodyLen += len;
@@ -137,9 +142,8 @@ bool Hop::Take(const char *octets, size_t len) {
   }
   curl_off_t announced = -1;
   curl_easy_getinfo(m_easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-  const size_t maxLen = MaxBody();
-  if (len > maxLen - std::min(m_octets.size(), maxLen) ||
-      (announced > 0 && static_cast<uint64_t>(announced) > maxLen)) {
+  if (len > m_maxLen - std::min(m_octets.size(), m_maxLen) ||
+      (announced > 0 && static_cast<uint64_t>(announced) > m_maxLen)) {
     return Stop(kxFetch_tooLong, "more than " + std::to_string(m_maxLen) + " octets");
   }
   try {
@@ -156,8 +160,6 @@ bool Hop::Stop(kxFetchResult result, const std::string &why) {
   m_stopReason = why;
   return false;
 }
-
-size_t Hop::MaxBody() const { return m_target.IsLdap() ? kxFetch_LdapTextLen(m_maxLen) : m_maxLen; }
 
 bool Hop::IsOverrun() const {
   const uint64_t headers = m_target.IsLdap() ? 0 : m_settings.maxHeaderLen;
@@ -212,6 +214,12 @@ HopEnd Hop::TimeOut() {
                                                 : "no connection in time");
 }
 
+bool Hop::IsDone(CURLcode code) {
+  if (!m_target.IsLdap() || code != CURLE_OK) return true;
+  m_search = std::make_unique<LdapSearch>(m_easy.get(), m_target.url, m_maxLen);
+  return false;
+}
+
 HopEnd Hop::Finish(CURLcode code) {
   m_isUnknown = code == CURLE_COULDNT_RESOLVE_HOST || code == CURLE_COULDNT_RESOLVE_PROXY;
   if (m_isStopped) return Fail(m_stopResult, m_stopReason);
@@ -248,11 +256,10 @@ HopEnd Hop::OfHttp() {
 }
 
 HopEnd Hop::OfLdap() {
+  if (m_search->Result() != kxFetch_OK) return Fail(m_search->Result(), m_search->Reason());
   HopEnd end;
   end.wasReached = true;
-  const std::string wrong = kxFetch_LdapValues(m_octets, end.octets);
-  if (!wrong.empty()) return Fail(kxFetch_failed, wrong);
-  if (end.octets.size() > m_maxLen) return Fail(kxFetch_tooLong, "more than " + std::to_string(m_maxLen) + " octets");
+  end.octets = m_search->TakeValues();
   end.result = kxFetch_OK;
   return end;
 }

@@ -5,8 +5,10 @@
 
 #include <curl/curl.h>
 
+#include <memory>
 #include <string>
 
+#include "fetch/ldapSearch.h"
 #include "fetch/sockets.h"
 #include "fetch/target.h"
 #include "platform/owned.h"
@@ -37,7 +39,14 @@ class Hop {
   /// @param maxLen      octets of the answer; see SetMaxLen
   /// @param timeLeftMs  of which connecting may take as much as the settings say
   bool Start(CURLM *multi, size_t maxLen, int timeLeftMs);
+  /// A larger one counts for what is to come. A directory is asked with the one of when it was reached.
   void SetMaxLen(size_t maxLen) { m_maxLen = maxLen; }
+
+  /// libcurl is done with it. @return false: it still has something to do, Step does that
+  bool IsDone(CURLcode code);
+  /// Some of it, without waiting. @return it is done
+  bool Step() { return m_search != nullptr && m_search->Step(); }
+  bool IsStepping() const { return m_search != nullptr; }
 
   CURL *Handle() const { return m_easy.get(); }
   const Target &Whom() const { return m_target; }
@@ -58,6 +67,7 @@ class Hop {
 
   void SetOptions(int timeLeftMs);
   void SetHttpOptions();
+  void SetLdapOptions();
   template <class T>
   void Set(CURLoption option, T value) {
     m_isSet = curl_easy_setopt(m_easy.get(), option, value) == CURLE_OK && m_isSet;
@@ -65,7 +75,6 @@ class Hop {
   void AddHeader(const std::string &line);
   bool Take(const char *octets, size_t len);
   bool Stop(kxFetchResult result, const std::string &why);
-  size_t MaxBody() const;
   long Status() const;
   std::string Field(const char *name) const;
   bool IsRedirect() const;
@@ -87,9 +96,10 @@ class Hop {
   size_t m_headerLen = 0;
   size_t m_bodyLen = 0;  // with what is not kept
   std::string m_octets;
-  int m_numOpened = 0;       // sockets
-  std::string m_refusal;     // of the last address that may not be asked
-  bool m_isStopped = false;  // by a callback, with these
+  std::unique_ptr<LdapSearch> m_search;  // once there is a connection
+  int m_numOpened = 0;                   // sockets
+  std::string m_refusal;                 // of the last address that may not be asked
+  bool m_isStopped = false;              // by a callback, with these
   kxFetchResult m_stopResult = kxFetch_failed;
   std::string m_stopReason;
 };

@@ -1,13 +1,15 @@
 #include "fetch/ldapSearch.h"
 
+#include <lber.h>
+#include <openldap.h>
+#include <sys/time.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <vector>
-
-#include "kxcert/foundation/base64.h"
-#include "platform/owned.h"
 
 namespace {
 
@@ -15,6 +17,15 @@ namespace {
 const char *const kAttributes[] = {"certificateRevocationList", "authorityRevocationList", "deltaRevocationList",
                                    "cACertificate", "crossCertificatePair"};
 constexpr std::string_view kBinary = ";binary";
+constexpr int kMaxEntries = 64;          // of one answer
+constexpr int kMaxMessagesAtOnce = 64;   // then it is another transfer's turn
+constexpr size_t kMaxNamesLen = 65'536;  // of an entry, beside its values
+
+constexpr char kNowhere[] = "ldap://255.255.255.255:1/";  // libldap wants a server; this one would be refused at once
+
+struct FreeReader {
+  void operator()(BerElement *reader) const { ber_free(reader, 0); }
+};
 
 bool EqualNames(std::string_view a, std::string_view b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 32) : c; };
@@ -54,17 +65,34 @@ bool IsSequence(std::string_view der) {
   return der.size() - 2 - numOctets == len;
 }
 
-std::string AppendValue(std::string_view base64, std::string &values) {
-  if (base64.size() > INT_MAX) return "a value that is too long";
-  int len = 0;
-  const sxOwned<unsigned char, Base64FreeBuffer> octets(
-      Base64Decode(base64.data(), static_cast<int>(base64.size()), &len));
-  if (octets == nullptr) return "a value that is not Base64";
-  const std::string_view value(reinterpret_cast<const char *>(octets.get()), static_cast<size_t>(len));
-  if (!IsSequence(value)) return "a value that is not DER";
-  values += value;
-  return "";
+// Octets go through libcurl, and so through its TLS.
+
+int SetUp(Sockbuf_IO_Desc *io, void *connection) {
+  io->sbiod_pvt = connection;
+  return 0;
 }
+int TearDown(Sockbuf_IO_Desc *) { return 0; }  // the connection is libcurl's
+
+// There may be octets in its TLS that no poll of the socket tells of.
+int Control(Sockbuf_IO_Desc *, int option, void *) { return option == LBER_SB_OPT_DATA_READY ? 1 : 0; }
+
+ber_slen_t Outcome(CURLcode code, size_t len) {
+  if (code == CURLE_OK) return static_cast<ber_slen_t>(len);
+  errno = code == CURLE_AGAIN ? EWOULDBLOCK : EIO;
+  return -1;
+}
+ber_slen_t Receive(Sockbuf_IO_Desc *io, void *octets, ber_len_t maxLen) {
+  size_t len = 0;
+  const CURLcode code = curl_easy_recv(io->sbiod_pvt, octets, maxLen, &len);
+  return Outcome(code, len);
+}
+ber_slen_t Send(Sockbuf_IO_Desc *io, void *octets, ber_len_t wholeLen) {
+  size_t len = 0;
+  const CURLcode code = curl_easy_send(io->sbiod_pvt, octets, wholeLen, &len);
+  return Outcome(code, len);
+}
+
+Sockbuf_IO g_overLibcurl = {SetUp, TearDown, Control, Receive, Send, TearDown};  // libldap wants it so; never changed
 
 }  // namespace
 
@@ -90,19 +118,109 @@ std::string kxFetch_LdapQuery(const std::string &query, std::string &asked) {
   return "";
 }
 
-std::string kxFetch_LdapValues(std::string_view text, std::string &values) {
-  values.clear();
-  for (size_t begin = 0; begin < text.size();) {
-    const size_t end = std::min(text.find('\n', begin), text.size());
-    const std::string_view line = text.substr(begin, end - begin);
-    begin = end + 1;
-    if (line.empty() || line.starts_with("DN: ")) continue;
-    const size_t colon = line.find(':');
-    if (!line.starts_with('\t') || colon == std::string_view::npos) return "an entry that does not read";
-    if (AttributeOf(line.substr(1, colon - 1)) == nullptr || colon + 1 == line.size()) continue;  // none, or no value
-    if (!line.substr(colon).starts_with(":: ")) return "a value that is not DER";
-    const std::string wrong = AppendValue(line.substr(colon + 3), values);
-    if (!wrong.empty()) return wrong;
+bool kxFetch_AddLdapValue(std::string_view der, std::string &values) {
+  if (IsSequence(der)) values += der;
+  return IsSequence(der);
+}
+
+LdapSearch::LdapSearch(CURL *connection, const std::string &url, size_t maxLen)
+    : m_connection(connection), m_maxLen(maxLen) {
+  if (!Open(url)) End(kxFetch_failed, "no search can be made");
+}
+
+LdapSearch::~LdapSearch() = default;
+
+bool LdapSearch::Open(const std::string &url) {
+  curl_socket_t socket = CURL_SOCKET_BAD;
+  if (curl_easy_getinfo(m_connection, CURLINFO_ACTIVESOCKET, &socket) != CURLE_OK || socket == CURL_SOCKET_BAD)
+    return false;
+  LDAPURLDesc *parts = nullptr;
+  LDAP *opened = nullptr;
+  if (ldap_url_parse(url.c_str(), &parts) != LDAP_URL_SUCCESS) return false;
+  m_url.reset(parts);
+  if (ldap_init_fd(socket, LDAP_PROTO_EXT, kNowhere, &opened) != LDAP_SUCCESS) return false;
+  m_ldap.reset(opened);
+  const int version = LDAP_VERSION3;
+  Sockbuf *buffer = nullptr;
+  ber_len_t maxMessageLen = std::min<size_t>(m_maxLen, INT_MAX - kMaxNamesLen) + kMaxNamesLen;
+  berval nothing{0, nullptr};
+  return ldap_set_option(opened, LDAP_OPT_PROTOCOL_VERSION, &version) == LDAP_OPT_SUCCESS &&
+         ldap_set_option(opened, LDAP_OPT_REFERRALS, LDAP_OPT_OFF) == LDAP_OPT_SUCCESS &&
+         ldap_get_option(opened, LDAP_OPT_SOCKBUF, &buffer) == LDAP_OPT_SUCCESS &&
+         ber_sockbuf_add_io(buffer, &g_overLibcurl, LBER_SBIOD_LEVEL_PROVIDER, m_connection) == 0 &&
+         ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_MAX_INCOMING, &maxMessageLen) == 1 &&
+         ldap_sasl_bind(opened, "", LDAP_SASL_SIMPLE, &nothing, nullptr, nullptr, &m_id) == LDAP_SUCCESS;
+}
+
+bool LdapSearch::Step() {
+  for (int i = 0; i < kMaxMessagesAtOnce && !m_hasEnded; ++i) {
+    LDAPMessage *message = nullptr;
+    timeval now{0, 0};
+    errno = 0;
+    const int kind = ldap_result(m_ldap.get(), m_id, LDAP_MSG_ONE, &now, &message);
+    if (kind == 0) return false;
+    const bool isTooLong = errno == ERANGE;  // what libldap makes of a message that is longer than it was told
+    if (kind < 0 && isTooLong) return End(kxFetch_tooLong, "a message that is too long");
+    if (kind < 0) return End(kxFetch_failed, "the connection ended, or what came is no LDAP");
+    const Message owned(message);
+    Take(message);
   }
-  return values.empty() ? "no entry that has one of these attributes" : "";
+  return m_hasEnded;
+}
+
+bool LdapSearch::Take(LDAPMessage *message) {
+  const int kind = ldap_msgtype(message);
+  if (kind == LDAP_RES_SEARCH_ENTRY) return TakeEntry(message);
+  if (kind != LDAP_RES_BIND && kind != LDAP_RES_SEARCH_RESULT) return false;  // where else it may be found
+  int code = LDAP_OTHER;
+  if (ldap_parse_result(m_ldap.get(), message, &code, nullptr, nullptr, nullptr, nullptr, 0) != LDAP_SUCCESS) {
+    return End(kxFetch_failed, "an answer that does not read");
+  }
+  const bool isBound = kind == LDAP_RES_SEARCH_RESULT;
+  if (code != LDAP_SUCCESS)
+    return End(kxFetch_failed, (isBound ? "search: " : "bind: ") + std::string(ldap_err2string(code)));
+  if (!isBound) return Search();
+  if (m_values.empty()) return End(kxFetch_failed, "no entry that has one of these attributes");
+  return End(kxFetch_OK, "");
+}
+
+bool LdapSearch::Search() {
+  const char *const filter = m_url->lud_filter != nullptr ? m_url->lud_filter : "(objectClass=*)";
+  const int code = ldap_search_ext(m_ldap.get(), m_url->lud_dn, m_url->lud_scope, filter, m_url->lud_attrs, 0, nullptr,
+                                   nullptr, nullptr, kMaxEntries, &m_id);
+  return code != LDAP_SUCCESS && End(kxFetch_failed, std::string("search: ") + ldap_err2string(code));
+}
+
+bool LdapSearch::TakeEntry(LDAPMessage *entry) {
+  BerElement *raw = nullptr;
+  berval name{}, attribute{};
+  int code = ldap_get_dn_ber(m_ldap.get(), entry, &raw, &name);
+  const std::unique_ptr<BerElement, FreeReader> reader(raw);
+  while (code == LDAP_SUCCESS) {
+    BerVarray values = nullptr;
+    code = ldap_get_attribute_ber(m_ldap.get(), entry, raw, &attribute, &values);
+    const sxOwned<berval, ber_memfree> owned(values);
+    if (code != LDAP_SUCCESS || attribute.bv_val == nullptr) break;
+    if (values != nullptr && TakeValuesOf(attribute, values)) return true;
+  }
+  return code != LDAP_SUCCESS && End(kxFetch_failed, "an entry that does not read");
+}
+
+bool LdapSearch::TakeValuesOf(const berval &attribute, const berval *values) {
+  if (AttributeOf({attribute.bv_val, attribute.bv_len}) == nullptr) return false;
+  for (; values->bv_val != nullptr; ++values) {
+    if (values->bv_len > m_maxLen - m_values.size()) {
+      return End(kxFetch_tooLong, "more than " + std::to_string(m_maxLen) + " octets");
+    }
+    if (!kxFetch_AddLdapValue({values->bv_val, values->bv_len}, m_values))
+      return End(kxFetch_failed, "a value that is not DER");
+  }
+  return false;
+}
+
+bool LdapSearch::End(kxFetchResult result, const std::string &reason) {
+  m_hasEnded = true;
+  m_result = result;
+  m_reason = reason;
+  return true;
 }

@@ -240,7 +240,10 @@ void kxFetchEngine::Admit(const Task &task, int64_t atMs) {
     Count(&kxFetchCounters::remembered);
     return AnswerOne(task, end);
   }
-  if (m_waiting.size() >= static_cast<size_t>(m_settings.maxWaiting)) {
+  // Many letters may come at once, while there are turns to take.
+  const auto isFull = [this] { return m_waiting.size() >= static_cast<size_t>(m_settings.maxWaiting); };
+  while (isFull() && std::exchange(m_isTurnFree, false)) StartThoseThatMay();
+  if (isFull()) {
     Count(&kxFetchCounters::turnedAway);
     return AnswerOne(task, EndOf(kxFetch_failed, "too many transfers wait for their turn"));
   }

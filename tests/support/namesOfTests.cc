@@ -12,7 +12,7 @@ extern "C" int getaddrinfo(const char *node, const char *service, const addrinfo
   if (name == "loopback.example") node = "127.0.0.1";
   if (name == "unknown.example") return EAI_NONAME;
   if (name == "slow.example") {
-    std::this_thread::sleep_for(std::chrono::seconds(3));
+    std::this_thread::sleep_for(std::chrono::seconds(10));
     return EAI_AGAIN;
   }
   return real(node, service, hints, result);

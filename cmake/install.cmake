@@ -34,6 +34,9 @@ configure_file(packaging/kxcert-fetch.pc.in ${PROJECT_BINARY_DIR}/kxcert-fetch.p
 install(FILES ${PROJECT_BINARY_DIR}/kxcert.pc ${PROJECT_BINARY_DIR}/kxcert-fetch.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")   # there it finds the other library beside it
+  set_target_properties(kxcert_fetch_shared PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
 if(KXCERT_BUILD_TOOLS)
   # Outside the system's folders the command finds the library beside it.
   if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")

@@ -15,24 +15,6 @@ constexpr unsigned char kReasonCode[] = {0x55, 0x1D, 21};
 constexpr unsigned char kInvalidityDate[] = {0x55, 0x1D, 24};
 constexpr unsigned char kCertificateIssuer[] = {0x55, 0x1D, 29};
 
-bool TakeEntryExtensions(sxOctetView extensions, bool *hasCritical) {
-  sxPlainExtension ext;
-  for (sxDerReader each(extensions); !each.AtEnd();) {
-    if (!sxTakePlainExtension(each, &ext)) return false;
-    *hasCritical |= ext.critical;
-  }
-  return true;
-}
-
-bool ReadEntries(sxPlainCrl *crl) {
-  sxPlainEntry entry;
-  for (sxDerReader each(crl->entries, kCrlLenOctets); !each.AtEnd(); ++crl->numEntries) {
-    if (!sxTakePlainEntry(each, &entry)) return false;
-    if (!entry.extensions.empty() && !TakeEntryExtensions(entry.extensions, &crl->hasCriticalInEntries)) return false;
-  }
-  return true;
-}
-
 // RFC 5280 5.1.2, in the order of the fields.
 bool ReadBody(sxDerReader body, bool decoded, sxPlainCrl *crl) {
   sxOctetView version;
@@ -50,7 +32,7 @@ bool ReadBody(sxDerReader body, bool decoded, sxPlainCrl *crl) {
   }
   if (body.NextIs(kDerSequence) && !body.Take(kDerSequence, &crl->entries)) return false;
   if (body.NextIs(kExtensionsTag) && !sxTakePlainExtensions(body, kExtensionsTag, &crl->extensions)) return false;
-  return body.AtEnd() && ReadEntries(crl);
+  return body.AtEnd();
 }
 
 //   CRLReason ::= ENUMERATED
@@ -94,6 +76,15 @@ bool sxReadPlainCrl(sxOctetView der, bool decoded, sxPlainCrl *crl) {
   return all.Enter(kDerSequence, &outer) && all.AtEnd() && outer.Enter(kDerSequence, &body) &&
          sxTakePlainAlgorithm(outer, decoded, &crl->signatureAlgorithm) &&
          sxTakePlainBits(outer, kDerBitString, &signature) && outer.AtEnd() && ReadBody(body, decoded, crl);
+}
+
+bool sxArePlainExtensions(sxOctetView extensions, bool *hasCritical) {
+  sxPlainExtension ext;
+  for (sxDerReader each(extensions); !each.AtEnd();) {
+    if (!sxTakePlainExtension(each, &ext)) return false;
+    *hasCritical |= ext.critical;
+  }
+  return true;
 }
 
 void sxReadEntryExtensions(sxOctetView extensions, bool isIndirect, sxEntryExtensions *out) {

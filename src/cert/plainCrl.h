@@ -14,17 +14,15 @@ struct sxPlainCrl {
   sxFlatName issuerName;
   sxPlainTime thisUpdate;
   sxPlainTime nextUpdate;  ///< tag 0: absent
-  sxOctetView entries;     ///< content of revokedCertificates, for sxTakePlainEntry; empty when absent
-  uint32_t numEntries = 0;
-  bool hasCriticalInEntries = false;  ///< an extension, known or not
+  sxOctetView entries;  ///< content of revokedCertificates, not looked into; empty when absent
   sxOctetView extensions;             ///< content of the SEQUENCE, for sxTakePlainExtension; empty when absent
   sxPlainAlgorithm signatureAlgorithm;
 };
 
 /// Reads a CRL that takes up all octets, which stay borrowed.
 ///
-/// Accepts only what the codec decodes as sxASN_CertificateList; the values of extensions are not looked into.
-/// fuzz_crl holds both against each other.
+/// Accepts, with entries that sxTakePlainEntry and sxArePlainExtensions take, only what the codec decodes as
+/// sxASN_CertificateList; the values of extensions are not looked into. fuzz_crl holds both against each other.
 ///
 /// @param decoded  the octets are the codec's own encoding of a CRL that decoded
 /// @return false when the encoding is not plain or no CRL
@@ -35,7 +33,7 @@ struct sxPlainEntry {
   sxOctetView whole;
   sxOctetView serial;  ///< content octets
   sxPlainTime date;
-  sxOctetView extensions;  ///< content of the SEQUENCE, empty when absent; looked into by sxReadPlainCrl alone
+  sxOctetView extensions;  ///< content of the SEQUENCE, not looked into; empty when absent
 };
 
 /// Takes the next entry. @return false when it is not plain or none
@@ -52,6 +50,9 @@ inline bool sxTakePlainEntry(sxDerReader &entries, sxPlainEntry *entry) {
   entry->extensions = {};
   return inside.AtEnd() || (inside.Take(kDerSequence, &entry->extensions) && inside.AtEnd());
 }
+
+/// @param[in,out] hasCritical  set when one is, known or not
+bool sxArePlainExtensions(sxOctetView extensions, bool *hasCritical);
 
 /// What the extensions of an entry say (RFC 5280, 5.3).
 struct sxEntryExtensions {

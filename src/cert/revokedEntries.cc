@@ -54,7 +54,7 @@ class sxRevokedEntries::Indexer {
   explicit Indexer(sxRevokedEntries &into) : m_into(into) {}
 
   void Add(const sxPlainEntry &entry) {
-    ++m_into.m_count;
+    if (++m_into.m_count > m_into.m_index.MaxEntries()) return;  // they are only counted
     const sxIssuerId *id = nullptr;
     if (m_into.m_isIndirect) {
       m_into.StartRun(entry);
@@ -70,13 +70,10 @@ class sxRevokedEntries::Indexer {
 
   void Enter() {
     for (const Waiting *w = m_waiting; w < m_waiting + m_numWaiting; ++w) {
-      const uint32_t *const same = m_into.SlotOf(w->hash, w->number, w->id);
-      if (same != nullptr) {
-        Decide(same, w->offset);
-      } else {
-        m_into.m_index.Enter(w->hash, w->offset);
-        ++m_into.m_numEntered;
-      }
+      const auto isIt = [this, w](uint32_t offset) { return m_into.IsAt(offset, w->number, w->id); };
+      const uint32_t *const same = m_into.m_index.FindOrEnter(w->hash, w->offset, isIt);
+      if (same != nullptr) Decide(same, w->offset);
+      if (same == nullptr) ++m_into.m_numEntered;
     }
     m_numWaiting = 0;
   }
@@ -113,13 +110,39 @@ class sxRevokedEntries::Indexer {
   std::map<uint32_t, Gravity> m_gravities;  // of entries whose number came again
 };
 
-void sxRevokedEntries::Index(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset) {
+void sxRevokedEntries::Start(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset) {
   m_octets = octets;
   m_runs.clear();
   m_count = m_numEntered = 0;
   m_first = entries.empty() ? 0 : Offset(entries.data());
   m_end = m_first + static_cast<uint32_t>(entries.size());
   m_index.Reset(numEntries, maxOffset);
+}
+
+// All are mostly as long as the first one, which tells how many there are. Where that is wrong, so many that the table
+// is too small or much too large, they are entered once more.
+bool sxRevokedEntries::Read(sxOctetView octets, sxOctetView entries) {
+  sxDerReader each(entries, kCrlLenOctets);
+  sxPlainEntry entry;
+  m_hasCritical = false;
+  if (!entries.empty() && !sxTakePlainEntry(each, &entry)) return false;
+  const size_t guess = entries.empty() ? 0 : entries.size() / entry.whole.size() + kBatch;
+  Start(octets, entries, guess, octets.size());
+  Indexer indexer(*this);
+  each = sxDerReader(entries, kCrlLenOctets);
+  while (!each.AtEnd()) {
+    if (!sxTakePlainEntry(each, &entry)) return false;
+    if (!entry.extensions.empty() && !sxArePlainExtensions(entry.extensions, &m_hasCritical)) return false;
+    indexer.Add(entry);
+  }
+  indexer.Enter();
+  m_runs.shrink_to_fit();
+  if (m_count > guess || guess > m_count + m_count / 8 + kBatch) Index(octets, entries, m_count, octets.size());
+  return true;
+}
+
+void sxRevokedEntries::Index(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset) {
+  Start(octets, entries, numEntries, maxOffset);
   Indexer indexer(*this);
   sxPlainEntry entry;
   sxDerElement skipped;
@@ -164,14 +187,12 @@ const sxIssuerId *sxRevokedEntries::IdAt(const Run *run) const {
   return id ? &*id : nullptr;
 }
 
-const uint32_t *sxRevokedEntries::SlotOf(uint64_t hash, const sxAsnDigits &number, const sxIssuerId *id) const {
-  return m_index.Find(hash, [&](uint32_t offset) {
-    sxPlainEntry entry;
-    if (!ReadAt(offset, &entry) || !sxSameDigits(sxAsnDigitsOf(entry.serial), number)) return false;
-    if (id == nullptr) return true;
-    const sxIssuerId *const own = IdAt(RunOf(offset));
-    return own != nullptr && *own == *id;
-  });
+bool sxRevokedEntries::IsAt(uint32_t offset, const sxAsnDigits &number, const sxIssuerId *id) const {
+  sxPlainEntry entry;
+  if (!ReadAt(offset, &entry) || !sxSameDigits(sxAsnDigitsOf(entry.serial), number)) return false;
+  if (id == nullptr) return true;
+  const sxIssuerId *const own = IdAt(RunOf(offset));
+  return own != nullptr && *own == *id;
 }
 
 // Whatever a file that is mapped has become, nothing beyond the entries is read.
@@ -188,7 +209,8 @@ uint32_t sxRevokedEntries::OffsetOf(const sxDN *issuer, const sxAsnDigits &numbe
     if (!id) return 0;
   }
   const sxIssuerId *const wanted = id ? &*id : nullptr;
-  const uint32_t *const slot = SlotOf(sxSerialHash(number, wanted), number, wanted);
+  const uint32_t *const slot = m_index.Find(
+      sxSerialHash(number, wanted), [&](uint32_t offset) { return IsAt(offset, number, wanted); });
   return slot == nullptr ? 0 : m_index.OffsetOf(slot);
 }
 

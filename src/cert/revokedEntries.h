@@ -19,12 +19,13 @@ std::optional<sxIssuerId> sxIssuerIdOf(sxOctetView name);  ///< the whole elemen
 
 class sxRevokedEntries {
  public:
-  /// Entries that were read before (sxReadPlainCrl); elements of another type among them are passed over.
-  /// @param octets      lent as long as this lives; the entries lie in them, not at their beginning
-  /// @param numEntries  at least as many as there are: room for them
-  /// @param maxOffset   likewise for the length of @p octets
-  void Index(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset);
-  /// Entries may have issuers of their own; before Index.
+  /// @param octets   lent as long as this lives; the entries lie in them, not at their beginning
+  /// @param entries  behind one another
+  /// @return false: one is not plain (plainCrl.h)
+  bool Read(sxOctetView octets, sxOctetView entries);
+  /// Whether any that was read has a critical extension, known or not.
+  bool HasCritical() const { return m_hasCritical; }
+  /// Entries may have issuers of their own; before they are read.
   /// @param own  of the CRL's issuer
   void SetIndirect(const std::optional<sxIssuerId> &own) {
     m_isIndirect = true;
@@ -39,6 +40,10 @@ class sxRevokedEntries {
   bool Next(sxRevokedEntry *entry) const;
 
  protected:
+  /// The same for what was read before, or written here; elements of another type are passed over.
+  /// @param numEntries  at least as many as there are: room for them
+  /// @param maxOffset   likewise for the length of @p octets
+  void Index(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset);
   /// The octets are elsewhere; what was in them is there, and one entry more behind it, whose number is new.
   void Grow(sxOctetView octets, const sxPlainEntry &entry);
   bool HasRoomFor(size_t maxOffset) const { return m_index.HasRoomFor(m_numEntered + 1, maxOffset); }
@@ -55,17 +60,18 @@ class sxRevokedEntries {
   };
   class Indexer;
 
+  void Start(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset);
   uint32_t Offset(const unsigned char *pos) const { return static_cast<uint32_t>(pos - m_octets.data()); }
   void StartRun(const sxPlainEntry &entry);
   const Run *RunOf(uint32_t offset) const;  // null: before the first
   const sxIssuerId *IdAt(const Run *run) const;
-  const uint32_t *SlotOf(uint64_t hash, const sxAsnDigits &number, const sxIssuerId *id) const;
+  bool IsAt(uint32_t offset, const sxAsnDigits &number, const sxIssuerId *id) const;
   void Describe(const sxPlainEntry &plain, sxRevokedEntry *entry) const;
 
   sxOctetView m_octets;
   uint32_t m_first = 0, m_end = 0;  // where the entries lie
   size_t m_count = 0, m_numEntered = 0;
-  bool m_isIndirect = false;
+  bool m_isIndirect = false, m_hasCritical = false;
   std::optional<sxIssuerId> m_own;
   std::vector<Run> m_runs;
   sxSerialIndex m_index;

@@ -89,9 +89,3 @@ void sxSerialIndex::Reset(size_t numEntries, size_t maxOffset) {
   m_maxEntries = numEntries;
   m_offsetMask = static_cast<uint32_t>((uint64_t{1} << std::bit_width(maxOffset)) - 1);
 }
-
-void sxSerialIndex::Enter(uint64_t hash, uint32_t offset) {
-  size_t i = PlaceOf(hash);
-  while (m_slots[i] != 0) i = i + 1 < m_slots.size() ? i + 1 : 0;
-  m_slots[i] = TagOf(hash) | offset;
-}

@@ -33,26 +33,43 @@ class sxSerialIndex {
     return numEntries <= m_maxEntries && maxOffset <= m_offsetMask;
   }
 
+  size_t MaxEntries() const { return m_maxEntries; }
+
   /// @param isIt  whether the entry at an offset is the one
   /// @return its slot, or null
   template <class IsIt>
   const uint32_t *Find(uint64_t hash, IsIt isIt) const {
     if (m_slots.empty()) return nullptr;
-    const uint32_t tag = TagOf(hash);
-    for (size_t i = PlaceOf(hash); m_slots[i] != 0; i = i + 1 < m_slots.size() ? i + 1 : 0) {
-      if ((m_slots[i] & ~m_offsetMask) == tag && isIt(m_slots[i] & m_offsetMask)) return &m_slots[i];
-    }
+    const uint32_t *const slot = Probe(hash, isIt);
+    return *slot != 0 ? slot : nullptr;
+  }
+  /// The same; the entry at @p offset is entered when there is none.
+  template <class IsIt>
+  const uint32_t *FindOrEnter(uint64_t hash, uint32_t offset, IsIt isIt) {
+    const uint32_t *const slot = Probe(hash, isIt);
+    if (*slot != 0) return slot;
+    m_slots[static_cast<size_t>(slot - m_slots.data())] = TagOf(hash) | offset;
     return nullptr;
   }
   uint32_t OffsetOf(const uint32_t *slot) const { return *slot & m_offsetMask; }
-  void Enter(uint64_t hash, uint32_t offset);
   void Replace(const uint32_t *slot, uint32_t offset) {
     m_slots[static_cast<size_t>(slot - m_slots.data())] = (*slot & ~m_offsetMask) | offset;
   }
   /// Fetches what a search for that hash begins with.
-  void Prefetch(uint64_t hash) const { __builtin_prefetch(&m_slots[PlaceOf(hash)]); }
+  void Prefetch(uint64_t hash) const { __builtin_prefetch(&m_slots[PlaceOf(hash)], 1); }
 
  private:
+  // Where it is, or the free slot where it would be.
+  template <class IsIt>
+  const uint32_t *Probe(uint64_t hash, IsIt isIt) const {
+    const uint32_t tag = TagOf(hash), mask = m_offsetMask;
+    const uint32_t *const end = m_slots.data() + m_slots.size();
+    const uint32_t *slot = m_slots.data() + PlaceOf(hash);
+    while (*slot != 0 && ((*slot & ~mask) != tag || !isIt(*slot & mask))) {
+      if (++slot == end) slot = m_slots.data();
+    }
+    return slot;
+  }
   size_t PlaceOf(uint64_t hash) const { return static_cast<size_t>((hash >> 32) * m_slots.size() >> 32); }
   uint32_t TagOf(uint64_t hash) const { return static_cast<uint32_t>(hash) & ~m_offsetMask; }
 

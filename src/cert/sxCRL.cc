@@ -73,49 +73,47 @@ sxCRL_imp::sxCRL_imp(kxFileMap map, size_t offset)
     : sxSigned_imp(sxOctetView(map.Data(), map.Len()).subspan(offset)), m_map(std::move(map)) {}
 
 void sxCRL_imp::Decode() {
-  sxPlainCrl crl;
-  if (DecodeWith([this, &crl] { return Read(&crl); }) == 0) Extract(crl);
+  static_cast<void>(DecodeWith([this] { return Read(); }));
   const unsigned char *const start = m_map.Data();
   if (start != nullptr && (GetBuf() < start || GetBuf() >= start + m_map.Len())) m_map = kxFileMap();  // it was PEM
 }
 
 // Plain DER is read as it stands; everything else is decoded by the codec and read from its encoding.
-bool sxCRL_imp::Read(sxPlainCrl *crl) {
-  *crl = sxPlainCrl();
-  return sxReadPlainCrl({GetBuf(), BufLen()}, false, crl) || ReadDecoded(crl);
-}
+bool sxCRL_imp::Read() { return Take({GetBuf(), BufLen()}, false) || ReadDecoded(); }
 
-bool sxCRL_imp::ReadDecoded(sxPlainCrl *crl) {
+bool sxCRL_imp::ReadDecoded() {
   sxASN_CertificateList decoded;
   kxBinBuf encoded;
+  sxPlainCrl crl;
   if (sxASN_DecodeBuf(decoded, reinterpret_cast<const char *>(GetBuf()), static_cast<int>(BufLen())) != 0 ||
       sxASN_EncodeBuf(decoded, encoded, 0) != 0) {
     return false;
   }
-  m_plainLen = encoded.Len();
-  m_plainOctets = std::make_unique_for_overwrite<unsigned char[]>(m_plainLen);
-  std::copy_n(encoded.Data(), m_plainLen, m_plainOctets.get());
-  *crl = sxPlainCrl();
-  if (!sxReadPlainCrl({m_plainOctets.get(), m_plainLen}, true, crl)) return false;
-  RestoreSigns(decoded.tbsCertList->revokedCertificates, crl->entries, m_plainOctets.get());
-  return true;
+  const size_t len = encoded.Len();
+  m_plainOctets = std::make_unique_for_overwrite<unsigned char[]>(len);
+  std::copy_n(encoded.Data(), len, m_plainOctets.get());
+  if (!sxReadPlainCrl({m_plainOctets.get(), len}, true, &crl)) return false;
+  RestoreSigns(decoded.tbsCertList->revokedCertificates, crl.entries, m_plainOctets.get());
+  return Take({m_plainOctets.get(), len}, true);
 }
 
-void sxCRL_imp::Extract(const sxPlainCrl &crl) {
+bool sxCRL_imp::Take(sxOctetView plain, bool decoded) {
+  sxPlainCrl crl;
+  if (!sxReadPlainCrl(plain, decoded, &crl)) return false;
   m_parts = {crl.issuer, crl.entries, crl.extensions};
   m_version = crl.version;
   m_issuer.emplace(crl.issuer.data(), sxLen(crl.issuer));
   m_signatureOid.Set(crl.signatureAlgorithm.oid.data(), sxLen(crl.signatureAlgorithm.oid));
   m_thisUpdate = sxTimeSeconds(crl.thisUpdate);
   m_hasNextUpdate = crl.nextUpdate.tag != 0;
-  if (m_hasNextUpdate) m_nextUpdate = sxTimeSeconds(crl.nextUpdate);
+  m_nextUpdate = m_hasNextUpdate ? sxTimeSeconds(crl.nextUpdate) : kCrlTimeUnreadable;
   SetExtensions(crl.extensions);
+  m_entries = sxRevokedEntries();
   const bool isIndirect = IssuingDP() != nullptr && IssuingDP()->IndirectCRL();
   if (isIndirect) m_entries.SetIndirect(sxIssuerIdOf(*m_issuer));
-  const sxOctetView plain =
-      m_plainOctets == nullptr ? sxOctetView(GetBuf(), BufLen()) : sxOctetView(m_plainOctets.get(), m_plainLen);
-  m_entries.Index(plain, crl.entries, crl.numEntries, plain.size());
-  if (crl.hasCriticalInEntries || isIndirect) LookForUnknown();
+  if (!m_entries.Read(plain, crl.entries)) return false;
+  if (m_entries.HasCritical() || isIndirect) LookForUnknown();
+  return true;
 }
 
 // One that is not understood leaves the CRL OK; whoever judges by it refuses it.
@@ -182,6 +180,7 @@ void sxCRL_imp::TakeScopeNames() {
 }
 
 void sxCRL_imp::LookForUnknown() {
+  m_unknownEntryExt.reset();
   for (sxRevokedEntry entry; m_unknownEntryExt == nullptr && m_entries.Next(&entry);) {
     if (entry.unknownCritical != nullptr) {
       m_unknownEntryExt = std::make_unique<sxAsnOid>();

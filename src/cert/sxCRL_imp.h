@@ -52,9 +52,9 @@ class sxCRL_imp : public sxSigned_imp {
   const sxAsnOid *UnknownEntryExt() const { return m_unknownEntryExt.get(); }
 
  private:
-  bool Read(sxPlainCrl *crl);
-  bool ReadDecoded(sxPlainCrl *crl);
-  void Extract(const sxPlainCrl &crl);
+  bool Read();
+  bool ReadDecoded();
+  bool Take(sxOctetView plain, bool decoded);
   void TakeExtension(const sxASN_Extension &ext, bool isCritical, sxExtensionsList::Appender &appender);
   bool TakeNumber(const sxASN_Extension &ext);
   void TakeScopeNames();
@@ -73,7 +73,6 @@ class sxCRL_imp : public sxSigned_imp {
  private:
   kxFileMap m_map;                                 // what the octets may lie in
   std::unique_ptr<unsigned char[]> m_plainOctets;  // when they are not plain: those that were read
-  size_t m_plainLen = 0;
   Parts m_parts;
   sxAsnOid m_signatureOid;
   bool m_isDelta = false;

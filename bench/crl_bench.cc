@@ -110,7 +110,8 @@ void DecodeTheirs(benchmark::State &state, int numEntries, bool withReasons, boo
   X509_CRL_free(kept);
   for (auto _ : state) {
     X509_CRL *const crl = Theirs(der);
-    if (crl == nullptr || (verify && X509_CRL_verify(crl, TheKeys().theirs.get()) != 1)) state.SkipWithError("no good CRL");
+    if (crl == nullptr || (verify && X509_CRL_verify(crl, TheKeys().theirs.get()) != 1))
+      state.SkipWithError("no good CRL");
     X509_CRL_free(crl);
   }
 }

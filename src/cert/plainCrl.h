@@ -14,8 +14,8 @@ struct sxPlainCrl {
   sxFlatName issuerName;
   sxPlainTime thisUpdate;
   sxPlainTime nextUpdate;  ///< tag 0: absent
-  sxOctetView entries;  ///< content of revokedCertificates, not looked into; empty when absent
-  sxOctetView extensions;             ///< content of the SEQUENCE, for sxTakePlainExtension; empty when absent
+  sxOctetView entries;     ///< content of revokedCertificates, not looked into; empty when absent
+  sxOctetView extensions;  ///< content of the SEQUENCE, for sxTakePlainExtension; empty when absent
   sxPlainAlgorithm signatureAlgorithm;
 };
 

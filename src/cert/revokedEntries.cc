@@ -209,8 +209,8 @@ uint32_t sxRevokedEntries::OffsetOf(const sxDN *issuer, const sxAsnDigits &numbe
     if (!id) return 0;
   }
   const sxIssuerId *const wanted = id ? &*id : nullptr;
-  const uint32_t *const slot = m_index.Find(
-      sxSerialHash(number, wanted), [&](uint32_t offset) { return IsAt(offset, number, wanted); });
+  const uint32_t *const slot =
+      m_index.Find(sxSerialHash(number, wanted), [&](uint32_t offset) { return IsAt(offset, number, wanted); });
   return slot == nullptr ? 0 : m_index.OffsetOf(slot);
 }
 

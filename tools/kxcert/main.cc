@@ -14,6 +14,7 @@ namespace {
 constexpr NounRow kNouns[] = {
     {"cert", "Certificates and CRLs"},
     {"chain", "Chains of certificates"},
+    {"crl", "Lists of revoked certificates"},
     {"crmf", "Certificate request messages"},
     {"db", "Databases of certificates and CRLs"},
     {"file", "Signed files"},
@@ -25,6 +26,10 @@ constexpr VerbRow kVerbs[] = {
     {"cert", "print", "Print certificates and CRLs", CertPrint},
     {"cert", "asn1", "Print any ASN.1 type as a tree, or check its encoding", CertAsn1},
     {"chain", "verify", "Decide whether a chain is valid, and say why", ChainVerify},
+    {"crl", "print", "Print CRLs and their entries", CrlPrint},
+    {"crl", "verify", "Decide whether a CRL is valid, and say what it covers", CrlVerify},
+    {"crl", "find", "Look for certificates in a CRL", CrlFind},
+    {"crl", "new", "Make a CRL, from an older one or anew", CrlNew},
     {"crmf", "new", "Make a certificate request message", CrmfNew},
     {"crmf", "show", "Print certificate request messages, and judge them", CrmfShow},
     {"db", "list", "List the records of a database", DbList},

@@ -102,9 +102,9 @@ KXCERT_EXPORT const char *sxOcspSigner_GetString(sxOcspSigner signer);  ///< sta
 /// signed by who may and is not valid at the time.
 struct sxOcspAnswer {
   sxOcspResult result = sxOcsp_badQuestion;
-  const char *why = "";               ///< static: what decided it, where the result leaves that open
-  int64_t revokedSec = kOcspNoTime;   ///< of a revoked one
-  int reason = -1;                    ///< likewise: sxOcspReason_GetString
+  const char *why = "";              ///< static: what decided it, where the result leaves that open
+  int64_t revokedSec = kOcspNoTime;  ///< of a revoked one
+  int reason = -1;                   ///< likewise: sxOcspReason_GetString
   int64_t producedAtSec = kOcspNoTime;
   int64_t thisUpdateSec = kOcspNoTime;
   int64_t nextUpdateSec = kOcspNoTime;

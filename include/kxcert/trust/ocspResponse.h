@@ -45,9 +45,9 @@ struct sxOcspSingle {
 };
 
 struct sxOcspResponse {
-  int status = 0;      ///< responseStatus; the rest is only there for 0, successful
-  sxOcspOctets type;   ///< content octets of responseType
-  bool basic = false;  ///< type is id-pkix-ocsp-basic; the rest is only there for that
+  int status = 0;                 ///< responseStatus; the rest is only there for 0, successful
+  sxOcspOctets type;              ///< content octets of responseType
+  bool basic = false;             ///< type is id-pkix-ocsp-basic; the rest is only there for that
   sxOcspOctets responderName;     ///< the Name, whole; or
   sxOcspOctets responderKeyHash;  ///< SHA-1 of its key, when it is one
   int64_t producedAtSec = 0;

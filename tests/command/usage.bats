@@ -38,6 +38,9 @@ key derive --key k
 name parse
 name compare a
 name compare a b c
+ocsp ask x
+ocsp ask --issuer x --nonce maybe x
+ocsp ask --issuer x --at noon x
 CASES
 }
 
@@ -70,6 +73,8 @@ CASES
 0 name compare --json CN=a CN=A
 1 name compare --json CN=a CN=b
 0 name suffix --json CN=a,O=b O=b
+3 ocsp print --json @/leaf.pem
+1 ocsp ask --json --issuer @/intermediate.pem --response @/leaf.pem @/leaf.pem
 CASES
 }
 
@@ -85,7 +90,7 @@ CASES
 
 @test "the man page and the completion know every verb and option" {
   packaging=$BATS_TEST_DIRNAME/../../packaging
-  for verb in cert\ {print,asn1} 'chain verify' name\ {parse,compare,suffix} crmf\ {new,show} file\ {sign,verify} \
+  for verb in cert\ {print,asn1} 'chain verify' name\ {parse,compare,suffix} ocsp\ {ask,print} crmf\ {new,show} file\ {sign,verify} \
     key\ {gen,show,convert,sign,verify,derive} 'db add' 'db check'; do
     grep -q "^.B kxcert $verb" "$packaging/man/kxcert.1"
     noun=${verb% *}

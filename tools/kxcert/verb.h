@@ -56,5 +56,7 @@ Verb KeyVerify();
 Verb NameCompare();
 Verb NameParse();
 Verb NameSuffix();
+Verb OcspAsk();
+Verb OcspPrint();
 
 #endif

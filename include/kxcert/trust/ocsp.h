@@ -77,7 +77,7 @@ constexpr int kOcspStartGraceSec = 300;  ///< our choice: clocks differ
 /// Members may be added at the end.
 struct sxOcspPolicy {
   sxOcspNonce nonce = sxOcspNonce::kOff;
-  int certIdDigest = sx_md_sha1;           ///< of requests; any other known one is sx_md_sha256 and its kin
+  int certIdDigest = sx_md_sha1;           ///< of requests: this or another known one
   int startGraceSec = kOcspStartGraceSec;  ///< that thisUpdate and producedAt may lie ahead
   int endGraceSec = 0;                     ///< after nextUpdate
   int maxAgeSec = kOcspMaxAgeSec;          ///< since thisUpdate, of what has no nextUpdate
@@ -174,7 +174,9 @@ constexpr int kMaxOcspUnderWay = 16384;         ///< questions that wait for an 
 struct sxOcspAsk {
   sxCert *cert = nullptr;  ///< borrowed for the call that asks
   sxCert *issuer = nullptr;
-  std::vector<sxOcspResponder> responders;  ///< asked one after the other, until one says good or revoked
+  /// Asked one after the other, until one says good or revoked: by GET where sxOcsp_GetUrl gives a URL, and by POST
+  /// where not, or where GET was answered with nothing of use and not by silence.
+  std::vector<sxOcspResponder> responders;
   sxOcspPolicy policy;
   int timeoutMs = kOcspTimeoutMs;
   int responderTimeoutMs = kOcspResponderTimeoutMs;

@@ -4,6 +4,8 @@
 
 #include "asn1/der.h"
 #include "cert/plainCert.h"
+#include "kxcert/asn1/sxAsnAny.h"
+#include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/certTime.h"
 #include "trust/revocation/ocspOids.h"
 
@@ -46,13 +48,22 @@ bool TakeExtensions(sxDerReader &from, std::vector<sxOcspExtension> *extensions)
   return true;
 }
 
+//   AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL }
+// The codec has types for the parameters of some; no digest and no signature that is known is among them.
+bool TakeAlgorithm(sxDerReader &from, sxOctetView *oid) {
+  sxDerReader inside;
+  sxDerElement parameters;
+  if (!from.Enter(kDerSequence, &inside) || !inside.Take(kDerOid, oid) || oid->empty()) return false;
+  if (inside.AtEnd()) return true;
+  sxAsnOid type;
+  type.Set(oid->data(), sxLen(*oid));
+  return inside.Take(&parameters) && inside.AtEnd() && sxAsnAny::FindByOid(type) == nullptr;
+}
+
 //   CertID ::= SEQUENCE { hashAlgorithm, issuerNameHash OCTET STRING, issuerKeyHash OCTET STRING, serialNumber INTEGER }
 bool TakeCertId(sxDerReader &from, sxOcspSingle *single) {
-  sxDerReader id, algorithm;
-  sxDerElement parameters;
-  return from.Enter(kDerSequence, &id) && id.Enter(kDerSequence, &algorithm) &&
-         algorithm.Take(kDerOid, &single->hashAlgorithm) && !single->hashAlgorithm.empty() &&
-         (algorithm.AtEnd() || (algorithm.Take(&parameters) && algorithm.AtEnd())) &&
+  sxDerReader id;
+  return from.Enter(kDerSequence, &id) && TakeAlgorithm(id, &single->hashAlgorithm) &&
          id.Take(kDerOctetString, &single->issuerNameHash) && id.Take(kDerOctetString, &single->issuerKeyHash) &&
          id.Take(kDerInteger, &single->serial) && !single->serial.empty() && id.AtEnd();
 }
@@ -87,8 +98,9 @@ bool TakeSingle(sxDerReader &from, sxOcspSingle *single) {
 bool TakeResponder(sxDerReader &from, sxOcspResponse *response) {
   sxDerReader inside;
   sxDerElement name;
+  sxFlatName flat;
   if (from.Enter(DerContextConstructed(1), &inside)) {
-    if (!inside.Take(kDerSequence, &name) || !inside.AtEnd()) return false;
+    if (!inside.Take(kDerSequence, &name) || !inside.AtEnd() || !flat.Read(name.whole, false)) return false;
     response->responderName = name.whole;
     return true;
   }
@@ -133,6 +145,9 @@ const char *ReadBasic(sxOctetView octets, sxOcspResponse *response) {
       !basic.Take(kDerBitString, &signature)) {
     return "it is not signed";
   }
+  sxOctetView oid;
+  sxDerReader algorithmAlone(algorithm.whole);
+  if (!TakeAlgorithm(algorithmAlone, &oid)) return "the algorithm of its signature does not decode";
   response->tbsResponseData = data.whole;
   response->signatureAlgorithm = algorithm.whole;
   response->signature = signature.whole;

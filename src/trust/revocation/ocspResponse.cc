@@ -145,6 +145,7 @@ const char *ReadBasic(sxOctetView octets, sxOcspResponse *response) {
       !basic.Take(kDerBitString, &signature)) {
     return "it is not signed";
   }
+  if (signature.content.empty() || signature.content[0] != 0) return "its signature is not of whole octets";
   sxOctetView oid;
   sxDerReader algorithmAlone(algorithm.whole);
   if (!TakeAlgorithm(algorithmAlone, &oid)) return "the algorithm of its signature does not decode";

@@ -36,7 +36,9 @@ void AddExtensions(std::span<const sxOcspExtension> extensions, FactLines &lines
   auto list = Facts::array();
   for (const sxOcspExtension &ext : extensions) {
     const std::string oid = Oid(ext.oid), value = Hex(ext.value);
-    lines.AddAs("Extension", nullptr, oid + (ext.critical ? ", critical: " : ": ") + value, nullptr);
+    std::string text = oid;
+    text.append(ext.critical ? ", critical: " : ": ").append(value);
+    lines.AddAs("Extension", nullptr, text, nullptr);
     list.push_back({{"oid", oid}, {"critical", ext.critical}, {"value", value}});
   }
   lines.All()["extensions"] = list;

@@ -20,6 +20,7 @@ constexpr NounRow kNouns[] = {
     {"file", "Signed files"},
     {"key", "RSA, elliptic-curve and Diffie-Hellman keys"},
     {"name", "Distinguished names"},
+    {"ocsp", "Revocation as responders tell it"},
 };
 
 constexpr VerbRow kVerbs[] = {
@@ -49,6 +50,8 @@ constexpr VerbRow kVerbs[] = {
     {"name", "parse", "Print names as text and DER", NameParse},
     {"name", "compare", "Tell whether two names are equal", NameCompare},
     {"name", "suffix", "Tell whether a name ends with another one", NameSuffix},
+    {"ocsp", "ask", "Ask responders whether certificates are revoked", OcspAsk},
+    {"ocsp", "print", "Print OCSP responses", OcspPrint},
 };
 
 int Run(int argc, char **argv) {

@@ -60,5 +60,7 @@ Verb KeyVerify();
 Verb NameCompare();
 Verb NameParse();
 Verb NameSuffix();
+Verb OcspAsk();
+Verb OcspPrint();
 
 #endif

@@ -3,6 +3,7 @@
 #include <bit>
 #include <optional>
 
+#include "distPoints.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
@@ -94,13 +95,7 @@ bool sxIssuingDP_imp::Set(const sxASN_IssuingDistributionPoint &value) {
   return true;
 }
 
-unsigned int sxIssuingDP_imp::Reasons() const {
-  unsigned int bits = 0;
-  for (int i = 0; m_reasons && i <= sxASN_ReasonFlags::aACompromise; ++i) {
-    if (m_reasons->GetBit(i) == 1) bits |= 1U << i;
-  }
-  return bits;
-}
+unsigned int sxIssuingDP_imp::Reasons() const { return m_reasons ? sxReasonBits(*m_reasons) : 0; }
 
 void sxIssuingDP_imp::PutReasons(unsigned int bits) {
   m_reasons.reset();

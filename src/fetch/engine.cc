@@ -56,8 +56,10 @@ void Lend(const HopEnd &end, kxFetchAnswer &answer) {
   answer.result = end.result;
   answer.reason = end.reason;
   answer.version = end.version;
-  answer.octets = reinterpret_cast<const unsigned char *>(end.octets.data());
-  answer.len = end.octets.size();
+  const auto octets = std::make_shared<const std::string>(end.octets);  // one for all who asked
+  answer.octets = reinterpret_cast<const unsigned char *>(octets->data());
+  answer.len = octets->size();
+  answer.keeper = octets;
 }
 
 bool IsSuccess(const HopEnd &end) { return end.result == kxFetch_OK || end.result == kxFetch_unchanged; }

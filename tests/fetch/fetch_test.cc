@@ -168,7 +168,7 @@ TEST(FetchMany, ShareOneTransfer) {
   }();
   fetching.Wait();
   EXPECT_EQ("0 whole", posted);
-  EXPECT_EQ("-4 ", tooLong);
+  EXPECT_EQ("-4 longer than 4 octets", tooLong);
   EXPECT_EQ(2, server.NumConnections());
   EXPECT_THAT(server.Received(), HasSubstr("POST /a HTTP/1.1\r\n"));
   EXPECT_THAT(server.Received(), HasSubstr("Content-Type: application/a-question\r\nContent-Length: 8\r\n\r\nquestion"));

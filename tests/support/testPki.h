@@ -31,6 +31,7 @@ struct TestCertOptions {
   std::string key = "P-256";             ///< of a new one: a curve, or "RSA-" and the bits
   const char *digest = "SHA256";
   std::string access = {};               ///< authorityInfoAccess: "caIssuers;URI:http://ca.example/1.cer"
+  std::vector<std::shared_ptr<X509_EXTENSION>> more = {};
   std::string extKeyUsage = {};
   bool noCheck = false;                  ///< id-pkix-ocsp-nocheck
 };

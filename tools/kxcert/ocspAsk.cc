@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "certInput.h"
+#include "fetching.h"
 #include "input.h"
 #include "keyOutput.h"
 #include "kxcert/cert/sxDN.h"
@@ -30,6 +31,7 @@ struct Options {
   std::string requestOut;
   std::string out;
   bool force = false;
+  bool allowPrivate = false;
 };
 
 struct Given {
@@ -101,11 +103,6 @@ void AskFor(const FoundCert &asked, sxCert *issuer, const Options &options, cons
   ask.issuer = issuer;
   ask.responders = RespondersFor(*asked.cert, options, given);
   ask.policy = given.policy;
-  if (!ask.responders.empty() && !kxFetcher_IsSet()) {
-    return report.Problem(kExitInputError, asked.where,
-                          "no fetcher: this command was built without what asks on the network; --request-out and "
-                          "--response do without");
-  }
   sxOcspOutcome outcome;
   {
     const ProgressLine progress("asking for the status of a certificate");
@@ -155,6 +152,8 @@ void Run(const Options &options, Report &report) {
     const std::string error = ReadOctets(options.response, response);
     if (!error.empty()) return report.Problem(kExitInputError, InputName(options.response), error);
   }
+  std::optional<Fetching> fetching;
+  if (!judgesOnly && options.requestOut.empty()) fetching.emplace(options.allowPrivate, report);
   std::vector<sxOcspSubject> subjects;
   for (const FoundCert &asked : given.certs) {
     sxCert *const issuer = given.IssuerOf(*asked.cert);
@@ -199,6 +198,7 @@ Verb OcspAsk() {
            {"--response", "judge the response in this file and ask nobody", &options->response},
            {"--at", "time at which --response is judged; the default is now", &options->at, false, CheckTime},
            {"--out", "write the response to this file", &options->out},
+           {"--allow-private", "also responders on this machine and in private networks", &options->allowPrivate},
            {"--force", "replace what is there", &options->force}},
           [options](Report &report) { Run(*options, report); }};
 }

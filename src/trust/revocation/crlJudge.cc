@@ -13,7 +13,7 @@ namespace {
 
 // A CRL up to this size is verified where it is judged: that takes well below a millisecond.
 constexpr unsigned int kMaxVerifiedAtOnce = 65536;
-constexpr int kMaxDeltaPlaces = 8;
+constexpr size_t kMaxDeltaPlaces = 8;
 constexpr int kMaxRounds = 9;  // a CRL for each reason, and one more
 
 // The order of the table in revocation.h, the worst first.
@@ -58,9 +58,9 @@ CertStatus CrlJudge::Judge(const sxCert &cert, int level) {
   m_covered = 0;
   m_isRevoked = m_isPending = false;
   m_code = sxValidation_unknownStatus;
-  const std::shared_ptr<const CrlPoints> known = CrlPointsOf(cert, m_path.Root());
-  if (!known->isReadable) m_code = sxValidation_noValidCRL;
-  for (const CrlPoint &point : known->points) {
+  m_points = CrlPointsOf(cert, m_path.Root());
+  if (!m_points->isReadable) m_code = sxValidation_noValidCRL;
+  for (const CrlPoint &point : m_points->points) {
     if (!m_isRevoked && m_covered != kAllReasons) Cover(point, false);
   }
   if (!m_isRevoked && m_covered != kAllReasons) Cover(ImpliedPoint(cert, m_path.Root()), true);
@@ -216,16 +216,14 @@ void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Usab
 
 // Where updates of a CRL are: as the certificate says, and as it says itself (RFC 5280, 4.2.1.15 and 5.2.6).
 std::vector<CrlPlace> CrlJudge::DeltaPlaces(const sxCRL &crl) const {
-  sxGeneralNames names;
-  std::vector<sxDistPoint> points;
-  const sxOctetView value = sxRawExtension(*m_cert, sxASN_id_ce_freshestCRL);
-  if (!value.empty() && !sxReadDistPoints(value, *m_cert->Issuer(), &points)) points.clear();
-  for (const sxDistPoint &point : points) names.Add_IfNotExist(&point.names);
-  if (crl.FreshestCRL() != nullptr) names.Add_IfNotExist(&crl.FreshestCRL()->Names());
-  std::vector<CrlPlace> places;
-  for (int i = 0; i < std::min(names.Count(), kMaxDeltaPlaces); ++i) {
-    places.push_back(CrlPlaceOf(*names.Get(i), m_path.Root()));
+  std::vector<CrlPlace> places = m_points->deltas;
+  const sxExtGN *const own = crl.FreshestCRL();
+  for (int i = 0; own != nullptr && i < own->Names().Count(); ++i) {
+    CrlPlace place = CrlPlaceOf(*own->Names().Get(i), m_path.Root());
+    const auto isIt = [&place](const CrlPlace &known) { return known.key == place.key; };
+    if (std::ranges::none_of(places, isIt)) places.push_back(std::move(place));
   }
+  if (places.size() > kMaxDeltaPlaces) places.resize(kMaxDeltaPlaces);
   return places;
 }
 

@@ -103,6 +103,7 @@ class CrlJudge {
 
   // Of the certificate that is judged.
   const sxCert *m_cert = nullptr;
+  std::shared_ptr<const CrlPoints> m_points;
   int m_level = 0;
   ReasonMask m_covered = 0;
   bool m_isRevoked = false;

@@ -36,9 +36,20 @@ CrlPoints Read(sxOctetView value, const sxCert &cert, const sxRootCA &root) {
   return result;
 }
 
+std::vector<CrlPlace> ReadDeltas(sxOctetView value, const sxCert &cert, const sxRootCA &root) {
+  std::vector<CrlPlace> places;
+  std::vector<sxDistPoint> points;
+  if (value.empty() || !sxReadDistPoints(value, *cert.Issuer(), &points)) return places;
+  for (const sxDistPoint &point : points) {
+    for (int i = 0; i < point.names.Count(); ++i) places.push_back(CrlPlaceOf(*point.names.Get(i), root));
+  }
+  return places;
+}
+
 // What decides the result, and the result.
 struct Remembered {
   std::vector<unsigned char> value;
+  std::vector<unsigned char> deltas;
   std::string issuer;
   std::string rootName;
   std::shared_ptr<const CrlPoints> points;
@@ -58,21 +69,25 @@ std::shared_ptr<const CrlPoints> CrlPointsOf(const sxCert &cert, const sxRootCA 
     point.names = *forced;
     auto points = std::make_shared<CrlPoints>();
     points->points.push_back(PointOf(std::move(point), root));
+    points->deltas = ReadDeltas(sxRawExtension(cert, sxASN_id_ce_freshestCRL), cert, root);
     return points;
   }
   static thread_local std::array<Remembered, kNumRemembered> remembered;
   static thread_local size_t next = 0;
   const sxOctetView value = sxRawExtension(cert, sxASN_id_ce_cRLDistributionPoints);
+  const sxOctetView deltas = sxRawExtension(cert, sxASN_id_ce_freshestCRL);
   const char *const issuer = TextOf(cert.Issuer());
   for (const Remembered &known : remembered) {
-    if (known.points != nullptr && sxEqual(known.value, value) && known.issuer == issuer &&
-        known.rootName == NameOf(root)) {
+    if (known.points != nullptr && sxEqual(known.value, value) && sxEqual(known.deltas, deltas) &&
+        known.issuer == issuer && known.rootName == NameOf(root)) {
       return known.points;
     }
   }
   Remembered &slot = remembered[next++ % kNumRemembered];
-  slot = {{value.begin(), value.end()}, issuer, NameOf(root), std::make_shared<CrlPoints>(Read(value, cert, root))};
-  return slot.points;
+  const auto points = std::make_shared<CrlPoints>(Read(value, cert, root));
+  points->deltas = ReadDeltas(deltas, cert, root);
+  slot = {{value.begin(), value.end()}, {deltas.begin(), deltas.end()}, issuer, NameOf(root), points};
+  return points;
 }
 
 CrlPoint ImpliedPoint(const sxCert &cert, const sxRootCA &root) {

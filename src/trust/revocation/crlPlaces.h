@@ -24,6 +24,7 @@ struct CrlPoint {
 struct CrlPoints {
   bool isReadable = true;
   std::vector<CrlPoint> points;
+  std::vector<CrlPlace> deltas;  ///< where the certificate says that updates of its CRLs are (RFC 5280, 4.2.1.15)
 };
 
 /// Those that the root forces, else the certificate's own. Certificates of one CA mostly name the same ones: each

@@ -32,13 +32,16 @@ Revocation &TheRevocation() {
   return *revocation;
 }
 
-bool IsAnswerable(const sxRevocationQuestion &question) {
-  if (question.root == nullptr || question.chain == nullptr || question.timeoutMs < 1) return false;
-  for (int level = 0; level <= question.chain->Top(); ++level) {
-    const sxCert *const cert = question.chain->Get(level);
+bool IsWhole(const sxCerts &chain) {
+  for (int level = 0; level <= chain.Top(); ++level) {
+    const sxCert *const cert = chain.Get(level);
     if (cert == nullptr || cert->OK() == 0) return false;
   }
-  return question.chain->Top() >= 0;
+  return chain.Top() >= 0;
+}
+
+bool IsAnswerable(const sxRevocationQuestion &question) {
+  return question.root != nullptr && question.chain != nullptr && question.timeoutMs >= 1 && IsWhole(*question.chain);
 }
 
 std::shared_ptr<StatusRun> NewRun(std::shared_ptr<kxEventLoop> loop, std::shared_ptr<const RevocationPath> path,
@@ -83,21 +86,19 @@ void AskAndWait(std::shared_ptr<const RevocationPath> path, bool wantsEvidence, 
 // As sxCertValidate_SetRevocationFunc wants it.
 sxValidationRC CheckHook(sxd_env *env, sxRootCA *root, sxCerts &chain, const ValidateParams &params,
                          sxValidationCallback callback, void *opaque, int timeoutMs, int &level) {
-  sxRevocationQuestion question;
-  question.root = root;
-  question.chain = &chain;
-  question.params = params;
-  question.timeoutMs = timeoutMs;
+  if (root == nullptr || !IsWhole(chain)) return sxValidation_unknownStatus;
   sxRevocationVerdict verdict;
-  if (!IsAnswerable(question)) return sxValidation_unknownStatus;
-  if (!AnswerAtOnce(RevocationPath(question), false, &verdict)) {
+  if (!AnswerAtOnce(RevocationPath(*root, chain, params), false, &verdict)) {
+    sxRevocationQuestion question;
+    question.root = root;
+    question.chain = &chain;
+    question.params = params;
     const std::shared_ptr<const RevocationPath> path = RevocationPath::Hold(question);
     if (env != nullptr && callback != nullptr) {
       const auto done = [callback, opaque](const sxRevocationVerdict &answer) {
         callback(answer.code, sxValidationRC_GetString(answer.code), answer.level, -1, opaque);
       };
-      if (AskLater(env, path, false, timeoutMs, done) == 0) return sxValidation_async;
-      return sxValidation_unknownStatus;
+      return AskLater(env, path, false, timeoutMs, done) == 0 ? sxValidation_async : sxValidation_unknownStatus;
     }
     AskAndWait(path, false, timeoutMs, &verdict);
   }

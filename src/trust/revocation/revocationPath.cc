@@ -25,9 +25,11 @@ bool IsRoots(const sxRootCA &root, const sxCert &cert) {
   return is;
 }
 
-}  // namespace
-
-namespace {
+// The root's own certificate is not looked at.
+int TopOf(const sxRootCA &root, const sxCerts &chain) {
+  const int top = chain.Top();
+  return top >= 0 && IsRoots(root, *chain.Get(top)) ? top - 1 : top;
+}
 
 // Its members are what the question of its path borrows from.
 struct Held {
@@ -62,10 +64,18 @@ RevocationPath::RevocationPath(const sxRevocationQuestion &question)
       m_nowSec(question.params.Time()),
       m_pool(question.pool),
       m_mayFetch(question.mayFetch),
-      m_responses(question.ocspResponses) {
-  m_top = m_chain.Top();
-  if (m_top >= 0 && IsRoots(m_root, *m_chain.Get(m_top))) --m_top;
-}
+      m_responses(question.ocspResponses),
+      m_top(TopOf(m_root, m_chain)) {}
+
+RevocationPath::RevocationPath(const sxRootCA &root, const sxCerts &chain, const ValidateParams &params)
+    : m_root(root),
+      m_chain(chain),
+      m_params(params),
+      m_nowSec(params.Time()),
+      m_pool(nullptr),
+      m_mayFetch(true),
+      m_responses(nullptr),
+      m_top(TopOf(root, chain)) {}
 
 const sxCert *RevocationPath::IssuerOf(int level) const {
   if (level < m_chain.Top()) return m_chain.Get(level + 1);

@@ -14,6 +14,7 @@
 class RevocationPath {
  public:
   explicit RevocationPath(const sxRevocationQuestion &question);
+  RevocationPath(const sxRootCA &root, const sxCerts &chain, const ValidateParams &params);
   /// The same for work that outlives the call that asked: with references and copies of its own.
   static std::shared_ptr<const RevocationPath> Hold(const sxRevocationQuestion &question);
 
@@ -42,7 +43,7 @@ class RevocationPath {
   const sxOcspResponses *const m_responses;
   bool IsIssuedHere(const sxCert &cert) const;
 
-  int m_top = -1;
+  const int m_top;
 };
 
 #endif

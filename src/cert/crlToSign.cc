@@ -35,7 +35,7 @@ sxDerOctets sxGeneralizedTimeDer(int64_t seconds) {
 
 sxDerOctets sxTimeDer(int64_t seconds) {
   constexpr size_t kCentury = 4;  // behind the header, in front of what UTCTime has
-  const sxDerOctets general = sxGeneralizedTimeDer(seconds);
+  sxDerOctets general = sxGeneralizedTimeDer(seconds);
   if (general.empty() || seconds < kFirstUtc || seconds >= kFirstGeneralized) return general;
   return sxDerOf(kDerUtcTime, {sxOctetView(general).subspan(kCentury)});
 }

@@ -120,7 +120,7 @@ class Task final : public kxFetchTask, public kxEventClient, public std::enable_
     // A function is copied, an answer is not.
     const auto kept = std::make_shared<Kept>(answer, m_request);
     const auto self = shared_from_this();
-    m_loop->Post(0, [self, kept] { self->End(std::move(*kept)); });
+    m_loop->Post(0, [self, kept] { self->End(*kept); });
   }
 
   void Cancel() override {
@@ -152,7 +152,7 @@ class Task final : public kxFetchTask, public kxEventClient, public std::enable_
     if (const std::shared_ptr<kxFetcher> fetcher = ForgetComponent()) fetcher->Cancel(*this);
   }
 
-  void End(Kept answer) {
+  void End(const Kept &answer) {
     const std::shared_ptr<Task> self = shared_from_this();
     const kxFetchDone done = TakeDone();
     TellComponent();

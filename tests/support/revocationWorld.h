@@ -40,6 +40,7 @@ class RevocationWorld {
   void Crl(const std::string &name, const std::string &ca, const Words &words);
   void Serve(const std::string &url, const std::string &crl);
   void Push(const std::string &crl);
+  void AnswerHeld(const std::string &crl);  ///< those that were never to be answered
   /// "chain=leaf,ca", "root=NAME", "crlTo=N", "method=N", "ocsp=N", "crl=N", "at=DAYS", "size=N", "pool=...", "stay", "forced=URL"
   /// @return "code level"; then what was looked at, a line each
   std::string Check(const Words &words);

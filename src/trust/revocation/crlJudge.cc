@@ -80,12 +80,13 @@ void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
     for (const Candidate &pushed : PushedBy(named != nullptr ? *named->GetDN() : *m_cert->Issuer(), false)) {
       LookAt(pushed, point.point, &best);
     }
+    SeenSets seen;
     for (const CrlPlace &place : point.places) {
-      for (const Candidate &candidate : At(place)) LookAt(candidate, point.point, &best);
+      for (const Candidate &candidate : At(place, &seen)) LookAt(candidate, point.point, &best);
     }
     if (round == 0) TellFailures(point.places, sxStatusSource::kCrl);
     const bool mayAsk = !isImplied && round == 0 && !best.from.isFresh;
-    if (mayAsk && AskAny(point.places, sxStatusSource::kCrl)) break;
+    if (mayAsk && AskAny(point.places, sxStatusSource::kCrl, seen)) break;
     if (best.signer == nullptr) break;
     Take(best);
   }
@@ -93,12 +94,15 @@ void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
 }
 
 // Asks for the first of the places of one thing that was not asked yet. @return it has to be waited for
-bool CrlJudge::AskAny(const std::vector<CrlPlace> &places, sxStatusSource kind) {
-  return std::ranges::any_of(places, [&](const CrlPlace &place) { return Ask(place, kind); });
+bool CrlJudge::AskAny(const std::vector<CrlPlace> &places, sxStatusSource kind, const SeenSets &seen) {
+  for (size_t i = 0; i < places.size(); ++i) {
+    if (Ask(places[i], kind, seen[i])) return true;
+  }
+  return false;
 }
 
-std::vector<CrlJudge::Candidate> CrlJudge::At(const CrlPlace &place) const {
-  const std::shared_ptr<const CrlSet> set = m_memory.Find(place.key);
+std::vector<CrlJudge::Candidate> CrlJudge::At(const CrlPlace &place, SeenSets *seen) const {
+  const std::shared_ptr<const CrlSet> &set = seen->emplace_back(m_memory.Find(place.key));
   std::vector<Candidate> found;
   for (size_t i = 0; set != nullptr && i < set->crls.size(); ++i) {
     found.push_back({set->crls[i], set->origin, &place, IsFresh(set->crls[i]->Crl(), set.get())});
@@ -116,10 +120,10 @@ std::vector<CrlJudge::Candidate> CrlJudge::PushedBy(const sxDN &issuer, bool isD
 }
 
 // @return it has to be waited for
-bool CrlJudge::Ask(const CrlPlace &place, sxStatusSource kind) {
+bool CrlJudge::Ask(const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen) {
   const auto known = m_answers.find(place.key);
   if (known == m_answers.end()) {
-    m_needs->push_back({place.key, place.name, kind, m_level, nullptr});
+    m_needs->push_back({place.key, place.name, kind, m_level, seen, nullptr});
     return m_isPending = true;
   }
   const CrlAnswer &answer = known->second;
@@ -186,7 +190,7 @@ const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &sign
   const std::string key = "verify " + std::to_string(reinterpret_cast<uintptr_t>(&crl)) + " " + std::to_string(m_level);
   const auto asked = m_answers.find(key);
   if (asked != m_answers.end() && asked->second.isDone) return nullptr;
-  if (asked == m_answers.end()) m_needs->push_back({key, {}, sxStatusSource::kCrl, m_level, candidate.crl});
+  if (asked == m_answers.end()) m_needs->push_back({key, {}, sxStatusSource::kCrl, m_level, nullptr, candidate.crl});
   *why = "its signature is still being verified";
   m_isPending = true;
   return nullptr;
@@ -230,11 +234,12 @@ std::vector<CrlPlace> CrlJudge::DeltaPlaces(const sxCRL &crl) const {
 // @return false: one has to be waited for
 bool CrlJudge::FindDelta(const Usable &base, const std::vector<CrlPlace> &places, Usable *best) {
   for (const Candidate &pushed : PushedBy(*base.from.crl->Crl().Issuer(), true)) TakeDelta(pushed, base, best);
+  SeenSets seen;
   for (const CrlPlace &place : places) {
-    for (const Candidate &candidate : At(place)) TakeDelta(candidate, base, best);
+    for (const Candidate &candidate : At(place, &seen)) TakeDelta(candidate, base, best);
   }
   TellFailures(places, sxStatusSource::kDeltaCrl);
-  return best->from.isFresh || !AskAny(places, sxStatusSource::kDeltaCrl);
+  return best->from.isFresh || !AskAny(places, sxStatusSource::kDeltaCrl, seen);
 }
 
 // RFC 5280, 6.3.3 (i) to (l). That an update is not to be had takes nothing from a CRL that is in its time.

@@ -23,6 +23,7 @@ struct CrlNeed {
   sxGeneralName place;                    ///< where it stands on disk and is fetched from
   sxStatusSource kind;                    ///< a CRL, or one that updates another
   int level;                              ///< of the certificate that it is needed for
+  std::shared_ptr<const CrlSet> seen;     ///< that memory has, and that does not do; null: none
   std::shared_ptr<const HeldCrl> unread;  ///< it is at hand, but large, and its signature was not verified yet
 };
 
@@ -69,6 +70,7 @@ class CrlJudge {
     const CrlPlace *place = nullptr;  // null: the caller brought it
     bool isFresh = false;
   };
+  using SeenSets = std::vector<std::shared_ptr<const CrlSet>>;  // of places, in their order
   struct Usable {
     Candidate from;
     const sxCert *signer = nullptr;
@@ -76,7 +78,8 @@ class CrlJudge {
   };
 
   void Cover(const CrlPoint &point, bool isImplied);
-  std::vector<Candidate> At(const CrlPlace &place) const;
+  /// @param seen  gets what memory had there, or null
+  std::vector<Candidate> At(const CrlPlace &place, SeenSets *seen) const;
   std::vector<Candidate> PushedBy(const sxDN &issuer, bool isDelta) const;
   void LookAt(const Candidate &candidate, const sxDistPoint &point, Usable *best);
   std::vector<CrlPlace> DeltaPlaces(const sxCRL &crl) const;
@@ -85,9 +88,9 @@ class CrlJudge {
   void TakeDelta(const Candidate &candidate, const Usable &base, Usable *best);
   const sxCert *SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why);
   const sxCert *TrySigner(const Candidate &candidate, const sxCert &signer, const char **why);
-  bool Ask(const CrlPlace &place, sxStatusSource kind);
+  bool Ask(const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen);
   void TellFailures(const std::vector<CrlPlace> &places, sxStatusSource kind);
-  bool AskAny(const std::vector<CrlPlace> &places, sxStatusSource kind);
+  bool AskAny(const std::vector<CrlPlace> &places, sxStatusSource kind, const SeenSets &seen);
   const char *TimeMisfit(const sxCRL &crl, sxValidationRC *code) const;
   bool IsFresh(const sxCRL &crl, const CrlSet *set) const;
   void Refuse(const Candidate &candidate, sxStatusSource kind, sxValidationRC code, const std::string &why);

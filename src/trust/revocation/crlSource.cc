@@ -227,6 +227,13 @@ void CrlSource::Obtain(const std::shared_ptr<const RevocationPath> &path, const 
 void CrlSource::Start(const std::shared_ptr<Job> &job) {
   const auto work = [this, job] {
     if (job->m_need.unread != nullptr) return job->VerifyUnread();
+    // It may have come between the judging and now, for somebody else.
+    const std::shared_ptr<const CrlSet> held = m_memory.Find(job->m_need.key);
+    if (held != nullptr && held != job->m_need.seen) {
+      CrlAnswer answer;
+      answer.origin = held->origin;
+      return Finish(*job, answer);
+    }
     job->ReadDisk();
     if (job->m_foundOnDisk) {
       CrlAnswer answer;
@@ -259,7 +266,7 @@ void CrlSource::Refresh(const CrlMemory::Used &used) {
   sxCert *const cert = sxCert_Decode(signer.data(), sxLen(signer));
   if (cert == nullptr) return;
   const auto job = std::make_shared<Job>(*this, "refresh " + used.key,
-                                         CrlNeed{used.key, used.set->place, used.set->kind, 0, nullptr});
+                                         CrlNeed{used.key, used.set->place, used.set->kind, 0, used.set, nullptr});
   job->m_signer = CertPtr(cert, [](const sxCert *gone) { sxCert_Free(const_cast<sxCert *>(gone)); });
   job->m_rootName = used.set->rootName;
   job->m_crlTo = used.set->crlTo;

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "facts.h"
+#include "kxcert/store/Cert_Cache_DB.h"
+#include "kxcert/store/CrlDB.h"
 #include "kxcert/store/storeFolder.h"
 #include "verb.h"
 
@@ -33,6 +35,20 @@ struct Db {
 /// The folder itself where it has a database's name, else the database in it. A problem is reported.
 /// @param mayBeNew  the database need not be there yet, but the folder above it
 std::optional<Db> FindDb(const DbOptions &options, bool mayBeNew, Report &report);
+
+/// Does it with the database, whichever it is.
+template <class Action>
+void WithDb(const Db &db, Action action) {
+  Cert_Cache_DB certs;
+  CrlDB crls;
+  if (db.kind == sxStoreKind::kCerts) {
+    certs.InitPath(db.parent.c_str());
+    action(certs);
+  } else {
+    crls.InitPath(db.parent.c_str());
+    action(crls);
+  }
+}
 
 /// @return false when the folder cannot be read; a problem is then reported
 bool ListDb(const Db &db, const sxStoreFolder &folder, std::vector<std::string> &files, Report &report);

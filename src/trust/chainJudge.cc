@@ -42,6 +42,7 @@ void TakeBest(PathSearch &search, sxChainVerdict &verdict) {
   verdict.text = best.text;
   verdict.path = best.certs;
   verdict.root = best.root;
+  verdict.failedLookups.swap(search.FailedLookups());
   sxSavePKobj(verdict.root);
   if (best.code != sxValidation_OK && search.Bound() != sxSearchBound::kNone) {
     verdict.bound = search.Bound();
@@ -80,5 +81,6 @@ sxValidationRC sxJudgeChain(const sxChainQuestion &question, sxChainVerdict &ver
   verdict.tried.swap(result.tried);
   verdict.judged = result.judged;
   verdict.bound = result.bound;
+  verdict.failedLookups.swap(result.failedLookups);
   return verdict.code;
 }

@@ -30,6 +30,7 @@ class PathSearch {
   /// Which of them the verdict is about; there is one after Run.
   size_t Best() const;
   sxSearchBound Bound() const { return m_bound; }
+  std::vector<sxFailedLookup> &FailedLookups() { return m_failedLookups; }
 
  private:
   struct Anchor;
@@ -57,6 +58,7 @@ class PathSearch {
   std::vector<Anchor> AnchorsNamed(const sxDN *name, const sxCert *subject);
   const std::vector<sxCert *> &IssuersOf(const sxCert &cert);
   SharedRef<sxCert> StoredIssuer(const sxDN &name);
+  void TellFailure(const sxDN &name, sxStoreState state);
 
   sxCert &Top() const { return *m_path.Get(m_path.Top()); }
   bool IsOnPath(const sxCert &cert) const;
@@ -86,6 +88,7 @@ class PathSearch {
   std::vector<sxTriedPath> m_tried;
   int m_numEnded = 0;
   int m_numLookups = 0;
+  std::vector<sxFailedLookup> m_failedLookups;
   sxSearchBound m_bound = sxSearchBound::kNone;
   bool m_reachedRoot = false;
   bool m_goesByName = false;  // links of the path were not verified

@@ -256,6 +256,10 @@ void Run(const Options &options, Report &report) {
   if (report.Worst() != kExitYes) return report.Problem(kExitInputError, "", "no verdict: not all input could be read");
   const HolderRef holder = MakeHolder(given.trust);
   Decide(given, *holder, params, decision);
+  const bool isWhole = TellLookups(options.intermediates.folder, decision.judged.verdict.failedLookups, report);
+  if (decision.judged.verdict.code != sxValidation_OK && !isWhole) {
+    return report.Problem(kExitInputError, "", "no verdict: not all records could be read");
+  }
   if (decision.answer.code != sxValidation_OK) report.Worsen(kExitNo);
   FillDocument(decision, given, report.Document());
   PrintVerdict(decision, report);

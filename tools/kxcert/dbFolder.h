@@ -11,6 +11,7 @@
 #include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/store/CrlDB.h"
 #include "kxcert/store/storeFolder.h"
+#include "kxcert/trust/chainJudge.h"
 #include "verb.h"
 
 class Report;
@@ -55,6 +56,9 @@ bool ListDb(const Db &db, const sxStoreFolder &folder, std::vector<std::string> 
 
 /// Says what is wrong with a key from outside. @return whether it may be used
 bool CheckKey(const std::string &key, Report &report);
+
+/// Says which records of a database a verdict had no use of. @return whether none of them is unreadable
+bool TellLookups(const std::string &folder, const std::vector<sxFailedLookup> &failed, Report &report);
 
 std::string ItemName(const sxStoreItem &item);    ///< the certificate's subject, the CRL's issuer; "" without one
 std::string ExpiryText(const sxStoreItem &item);  ///< "until 2030-01-31 00:00:00 UTC"; "" without one

@@ -195,7 +195,12 @@ void Run(const Options &options, Report &report) {
   if (!options.password.empty()) {
     const std::string error = ReadSecret(options.password, password);
     if (!error.empty()) return report.Problem(kExitInputError, "", error);
-    if (wanted.Subject() != nullptr) report.Note("", "the password is not used: the signature covers the subject");
+    if (wanted.Subject() != nullptr) {
+      report.Note("", "the password is not used: the signature covers the subject");
+    } else if (wanted.Tree().extensions != nullptr || !options.old.empty()) {
+      report.Note("",
+                  "the signature and the MAC cover the key alone, neither extensions nor the old certificate's name");
+    }
   }
   kxCRMF crmf(options.id, wanted);
   if (!AddOldCert(options.old, crmf, report)) return;

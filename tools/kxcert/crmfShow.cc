@@ -161,6 +161,7 @@ void ShowFile(const std::string &file, const kxBinBuf &password, Report &report)
     ShowBlock(VisibleLine(place.Text()), block, password, report);
   }
   if (!any) report.Problem(kExitInputError, name, "is empty");
+  TellPartsBesidePem(name, {octets.Data(), octets.Len()}, report);
 }
 
 void Run(const Options &options, Report &report) {

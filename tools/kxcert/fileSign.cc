@@ -11,6 +11,7 @@
 
 #include "keyFacts.h"
 #include "keyInput.h"
+#include "keyOutput.h"
 #include "kxcert/signedfile/fileSign.h"
 #include "kxcert/signedfile/fileSignVerify.h"
 #include "logLines.h"
@@ -64,8 +65,9 @@ void Sign(const Options &options, Report &report) {
   report.Document()["time"] = PrintTime(seconds);
   report.Document()["key"] = KeyFacts(*found.key, true);
   if (rc == FSG_OK) return report.Line("signed, as of " + PrintTime(seconds));
-  const bool couldForce = rc == FSG_SIGNED || rc == FSG_EXISTS;
-  report.Problem(kExitInputError, rc == FSG_EXISTS ? options.sigFile + options.out : options.file,
+  const std::string target = options.sigFile + options.out;  // one of them at most
+  const bool couldForce = rc == FSG_SIGNED || (rc == FSG_EXISTS && CanBeReplaced(target));
+  report.Problem(kExitInputError, rc == FSG_EXISTS ? target : options.file,
                  std::string(FSG_RC_to_str(rc)) + (couldForce && !options.force ? "; --force replaces that" : ""));
 }
 

@@ -3,8 +3,8 @@
 // the order of the others.
 #include <cstdint>
 #include <memory>
-#include <utility>
 
+#include "blobs.h"
 #include "check.h"
 #include "kxcert/cert/signatureCache.h"
 #include "kxcert/cert/sxCerts.h"
@@ -23,20 +23,6 @@ constexpr uint32_t kMemory = 256;
 struct FreeObj {
   void operator()(sxPKobj *obj) const { sxFreePKobj(obj); }
 };
-
-// Two octets of length, high first, then that many octets or what is left.
-std::pair<const uint8_t *, size_t> NextBlob(const uint8_t **pos, const uint8_t *end) {
-  if (end - *pos < 2) {  // half a length ends the input
-    *pos = end;
-    return {nullptr, 0};
-  }
-  size_t len = static_cast<size_t>((*pos)[0]) << 8 | (*pos)[1];
-  *pos += 2;
-  if (len > static_cast<size_t>(end - *pos)) len = static_cast<size_t>(end - *pos);
-  const uint8_t *const blob = *pos;
-  *pos += len;
-  return {blob, len};
-}
 
 struct Verdict {
   bool trusted = false;

@@ -1,5 +1,5 @@
 // Records of the CRL database: an expiry and a CRL. The value is what follows the expiry, no octet more;
-// a CRL is OK exactly when the codec decodes its octets, and finds each entry that the codec has.
+// a CRL is OK when the codec decodes its octets (fuzz_crl says more of them).
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -21,13 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   sxCRL *crl = sxCRL_Decode(record.value, record.valueLen);
   sxASN_CertificateList tree;
   const char *octets = reinterpret_cast<const char *>(record.value);
-  const bool isDer = record.valueLen > 0 && sxASN_DecodeBuf(tree, octets, record.valueLen) == 0;
-  KX_ASSERT(crl != nullptr || !isDer);
-  if (crl != nullptr && isDer && tree.tbsCertList->revokedCertificates != nullptr) {
-    const sxASN_TBSCertListSeqOf &entries = *tree.tbsCertList->revokedCertificates;
-    KX_ASSERT(crl->GetSize() <= entries.Count());
-    for (const sxASN_TBSCertListSeqOfSeq &entry : entries) KX_ASSERT(crl->FindEntry(*entry.userCertificate) != nullptr);
-  }
+  KX_ASSERT(crl != nullptr || record.valueLen == 0 || sxASN_DecodeBuf(tree, octets, record.valueLen) != 0);
   sxCRL_Free(crl);
   return 0;
 }

@@ -3,7 +3,8 @@
 # checks of .ci/run need. Safe to run again at any time.
 set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config libssl-dev libevent-dev libgtest-dev libgmock-dev libbenchmark-dev
-          libcli11-dev nlohmann-json3-dev openssl ca-certificates bats python3)
+          libcli11-dev nlohmann-json3-dev libcurl4-openssl-dev libldap-dev openssl ca-certificates bats python3
+          nginx-light slapd ldap-utils)   # the last ones are servers that tests start for themselves
 [ "${1:-}" = checks ] && packages+=(git clang clang-format clang-tidy libclang-rt-14-dev)
 missing=()
 for package in "${packages[@]}"; do
@@ -14,4 +15,15 @@ sudo=''
 [ "$(id -u)" -eq 0 ] || sudo=sudo
 echo "installing: ${missing[*]}" >&2
 $sudo apt-get update -qq >&2
-DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+# Installing a server starts it as a service, and asks what for. Here it does neither.
+policy=/usr/sbin/policy-rc.d
+if [ ! -e "$policy" ]; then
+  trap '$sudo rm -f "$policy"' EXIT
+  printf '#!/bin/sh\nexit 101\n' | $sudo tee "$policy" >/dev/null
+  $sudo chmod 755 "$policy"
+fi
+echo 'slapd slapd/no_configuration boolean true' | $sudo debconf-set-selections
+$sudo env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+for service in nginx slapd; do   # not after the next boot, either
+  case " ${missing[*]} " in *" $service"*) command -v systemctl >/dev/null && $sudo systemctl disable "$service" >&2 || true ;; esac
+done

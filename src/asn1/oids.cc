@@ -53,6 +53,7 @@ KXCERT_OID(sxASN_id_principalName, 1, 3, 6, 1, 4, 1, 311, 20, 2, 3);
 KXCERT_OID(sxASN_id_ce_basicConstraints, 2, 5, 29, 19);
 KXCERT_OID(sxASN_id_ce_keyUsage, 2, 5, 29, 15);
 KXCERT_OID(sxASN_id_ce_cRLDistributionPoints, 2, 5, 29, 31);
+KXCERT_OID(sxASN_id_ce_freshestCRL, 2, 5, 29, 46);
 KXCERT_OID(sxASN_id_ce_subjectAltName, 2, 5, 29, 17);
 KXCERT_OID(sxASN_id_ce_extKeyUsage, 2, 5, 29, 37);
 KXCERT_OID(sxASN_id_ce_subjectKeyIdentifier, 2, 5, 29, 14);

@@ -24,16 +24,14 @@ sxAsnInt::sxAsnInt(const sxAsnInt &other) = default;
 sxAsnInt &sxAsnInt::operator=(const sxAsnInt &other) = default;
 
 sxAsnDigits sxAsnDigitsOf(const sxAsnInt &number, sxAsnDigitArea &area) {
-  sxAsnDigits digits = {false, number.BigOctets().Data(), number.BigOctets().Len()};
   if (!number.IsBig()) {
     BigEndian(number.GetShortVal(), area);
-    digits.octets = area;
-    digits.len = kSmallLen;
+    return sxAsnDigitsOf(sxOctetView(area));
   }
-  digits.negative = !number.IsMagnitude() && digits.octets[0] >= 0x80;
-  // What a leading octet repeats of the sign says nothing (X.690 8.3.2); a magnitude has none at all.
-  while (digits.len > 0 && (digits.negative ? digits.len > 1 && digits.octets[0] == 0xFF && digits.octets[1] >= 0x80
-                                            : digits.octets[0] == 0)) {
+  const sxOctets &big = number.BigOctets();
+  if (!number.IsMagnitude()) return sxAsnDigitsOf(sxView(big.Data(), big.Len()));
+  sxAsnDigits digits = {false, big.Data(), big.Len()};
+  while (digits.len > 0 && digits.octets[0] == 0) {
     ++digits.octets;
     --digits.len;
   }

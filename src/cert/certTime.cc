@@ -2,12 +2,13 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
+#include <optional>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/certTime.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/platform/log.h"
+#include "plainCert.h"
 
 namespace {
 
@@ -18,15 +19,21 @@ struct BrokenDown {
 };
 
 // Fields beyond their range carry over, as the C library's conversions of broken-down times do.
-int ToSeconds(BrokenDown t) {
-  if (t.year > kLastYear) {
-    t.year = kLastYear + 1;
-    t.month = t.day = 1;
-  }
+int64_t ToSeconds(const BrokenDown &t) {
   using namespace std::chrono;
   const year_month month = year(t.year) / January + months(t.month - 1);
   const int64_t days = sys_days(month / 1).time_since_epoch().count() + (t.day - 1);
-  const int64_t seconds = ((days * 24 + t.hour) * 60 + t.minute) * 60 + t.second;
+  return ((days * 24 + t.hour) * 60 + t.minute) * 60 + t.second;
+}
+
+int Clamped(std::optional<BrokenDown> t) {
+  if (!t) return -1;
+  if (t->year > kLastYear) {
+    t->year = kLastYear + 1;
+    t->month = t->day = 1;
+  }
+  if (t->year == 1970 && t->month == 1 && t->day == 1) return 0;  // whatever the time of day: intended
+  const int64_t seconds = ToSeconds(*t);
   return seconds < INT32_MIN || seconds > INT32_MAX ? -1 : static_cast<int>(seconds);
 }
 
@@ -46,20 +53,30 @@ BrokenDown AfterYear(int year, const unsigned char *text, int numPairs) {
   return t;
 }
 
-}  // namespace
-
-int sxGeneralTime2time(const unsigned char *text, int len) {
-  if (text == nullptr || len != 15 || text[14] != 'Z' || !AllDigits(text, 14)) return -1;
-  if (std::memcmp(text, "19700101", 8) == 0) return 0;  // whatever the time of day: intended
-  return ToSeconds(AfterYear(Pair(text) * 100 + Pair(text + 2), text + 4, 5));
+std::optional<BrokenDown> ReadGeneralized(const unsigned char *text, int len) {
+  if (text == nullptr || len != 15 || text[14] != 'Z' || !AllDigits(text, 14)) return std::nullopt;
+  return AfterYear(Pair(text) * 100 + Pair(text + 2), text + 4, 5);
 }
 
-int sxUTCTime2time(const unsigned char *text, int len) {
-  if (text == nullptr || (len != 11 && len != 13) || text[len - 1] != 'Z' || !AllDigits(text, len - 1)) return -1;
-  if (std::memcmp(text, "700101", 6) == 0) return 0;  // as above
+std::optional<BrokenDown> ReadUtc(const unsigned char *text, int len) {
+  if (text == nullptr || (len != 11 && len != 13) || text[len - 1] != 'Z' || !AllDigits(text, len - 1)) {
+    return std::nullopt;
+  }
   const int year = Pair(text);
-  return ToSeconds(
-      AfterYear(year < 50 ? 2000 + year : 1900 + year, text + 2, len == 13 ? 5 : 4));  // RFC 5280 4.1.2.5.1
+  // RFC 5280 4.1.2.5.1
+  return AfterYear(year < 50 ? 2000 + year : 1900 + year, text + 2, len == 13 ? 5 : 4);
+}
+
+}  // namespace
+
+int sxGeneralTime2time(const unsigned char *text, int len) { return Clamped(ReadGeneralized(text, len)); }
+int sxUTCTime2time(const unsigned char *text, int len) { return Clamped(ReadUtc(text, len)); }
+
+int64_t sxTimeSeconds(const sxPlainTime &time) {
+  const unsigned char *const text = time.text.data();
+  const int len = sxLen(time.text);
+  const std::optional<BrokenDown> t = time.tag == kDerUtcTime ? ReadUtc(text, len) : ReadGeneralized(text, len);
+  return t ? ToSeconds(*t) : -1;
 }
 
 int sxASN_Time2time(const sxASN_Time *time) {

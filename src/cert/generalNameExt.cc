@@ -10,6 +10,7 @@
 // The names of the extensions are their titles when printed.
 constinit const char *const kExtNameSubjectAltName = "Subject Alternate names";
 constinit const char *const kExtNameDistPoints = "CRL distribution Points";
+constinit const char *const kExtNameFreshestCRL = "Freshest CRL";
 
 class sxExtGN_imp : public sxExtension_imp {
  public:
@@ -48,6 +49,24 @@ bool AppendPlainPoints(sxDerReader points, sxGeneralNames_imp &names) {
   return true;
 }
 
+// Of each point its full name; a name relative to the CRL issuer, reasons and cRLIssuer are not kept.
+sxExtension *ParsePoints(const char *extName, const sxASN_Extension &ext, int &understood) {
+  auto imp = std::make_unique<sxExtGN_imp>(extName);
+  sxGeneralNames_imp &names = *imp->Names().GetP();
+  sxDerReader content;
+  if (!sxPlainSequence(ext, &content) || !AppendPlainPoints(content, names)) {
+    sxASN_CRLDistPointsSyntax value;
+    if (sxParseExtension(value, &ext) != 0) return nullptr;
+    names.Clear();
+    for (const sxASN_DistributionPoint &point : value) {
+      const sxASN_DistributionPointName *name = point.distributionPoint;
+      if (name != nullptr && name->fullName() != nullptr) names.Append(*name->fullName());
+    }
+  }
+  understood = 1;
+  return imp.release()->NewHandle();
+}
+
 }  // namespace
 
 sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood) {
@@ -62,22 +81,11 @@ sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood) 
   return imp.release()->NewHandle();
 }
 
-// Of each point its full name; a name relative to the CRL issuer, reasons and cRLIssuer are not kept.
 sxExtension *sxParseDistPoints(const sxASN_Extension &ext, int &understood) {
-  auto imp = std::make_unique<sxExtGN_imp>(kExtNameDistPoints);
-  sxGeneralNames_imp &names = *imp->Names().GetP();
-  sxDerReader content;
-  if (!sxPlainSequence(ext, &content) || !AppendPlainPoints(content, names)) {
-    sxASN_CRLDistPointsSyntax value;
-    if (sxParseExtension(value, &ext) != 0) return nullptr;
-    names.Clear();
-    for (const sxASN_DistributionPoint &point : value) {
-      const sxASN_DistributionPointName *name = point.distributionPoint;
-      if (name != nullptr && name->fullName() != nullptr) names.Append(*name->fullName());
-    }
-  }
-  understood = 1;
-  return imp.release()->NewHandle();
+  return ParsePoints(kExtNameDistPoints, ext, understood);
+}
+sxExtension *sxParseFreshestCRL(const sxASN_Extension &ext, int &understood) {
+  return ParsePoints(kExtNameFreshestCRL, ext, understood);
 }
 
 sxASN_Extension *sxComposeSubjectAltName(const sxExtension &ext, int critical) {

@@ -1,8 +1,13 @@
 // IssuingDistributionPoint of CRLs (RFC 5280, 5.2.5).
+#include <algorithm>
+#include <bit>
 #include <optional>
 
+#include "distPoints.h"
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
+#include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/platform/log.h"
@@ -42,16 +47,20 @@ class sxIssuingDP_imp : public sxExtension_imp {
   sxExtension *NewHandle() override { return new sxIssuingDP(std::unique_ptr<sxIssuingDP_imp>(this)); }
 
   const sxGeneralNames &FullName() const { return m_fullName; }
+  const sxDN *RelativeName() const { return m_relative ? &*m_relative : nullptr; }
   bool Is(Flag flag) const { return m_flags[flag]; }
+  void Put(Flag flag, bool on) { m_flags[flag] = on; }
+  void PutReasons(unsigned int bits);
   bool HasReasons() const { return m_reasons.has_value(); }
   unsigned int Reasons() const;
 
-  /// @return false for a name relative to the issuer: the scope of the CRL would be lost
+  /// @return false for a relative name that has nothing in it
   [[nodiscard]] bool Set(const sxASN_IssuingDistributionPoint &value);
   [[nodiscard]] bool ToAsn(sxASN_IssuingDistributionPoint &out) const;
 
  private:
   sxGeneralNames m_fullName;
+  std::optional<sxDN> m_relative;
   bool m_flags[kNumFlags] = {};
   std::optional<sxASN_ReasonFlags> m_reasons;
 };
@@ -59,15 +68,22 @@ class sxIssuingDP_imp : public sxExtension_imp {
 namespace {
 
 const sxIssuingDP_imp &Imp(const sxExtension &ext) { return static_cast<const sxIssuingDP_imp &>(*ext.GetP()); }
+sxIssuingDP_imp &Imp(sxExtension &ext) { return static_cast<sxIssuingDP_imp &>(*ext.GetP()); }
 
 }  // namespace
 
 bool sxIssuingDP_imp::Set(const sxASN_IssuingDistributionPoint &value) {
   if (value.distributionPoint != nullptr) {
-    const sxASN_GeneralNames *fullName = value.distributionPoint->fullName();
-    if (fullName == nullptr) {
-      herror_func(0, 0, "sxIssuingDP_imp::Set: nameRelativeToCRLIssuer is not handled");
-      return false;
+    const sxASN_GeneralNames *const fullName = value.distributionPoint->fullName();
+    const sxASN_RelativeDistinguishedName *const relative = value.distributionPoint->nameRelativeToCRLIssuer();
+    if (relative != nullptr) {
+      if (relative->Count() == 0) {
+        herror_func(0, 0, "sxIssuingDP_imp::Set: nameRelativeToCRLIssuer is empty");
+        return false;
+      }
+      sxASN_RDNSequence name;
+      name.AppendCopy(*relative);
+      m_relative.emplace(&name);
     }
     m_fullName.Set(fullName);
   }
@@ -79,12 +95,17 @@ bool sxIssuingDP_imp::Set(const sxASN_IssuingDistributionPoint &value) {
   return true;
 }
 
-unsigned int sxIssuingDP_imp::Reasons() const {
-  unsigned int bits = 0;
-  for (int i = 0; m_reasons && i <= sxASN_ReasonFlags::aACompromise; ++i) {
-    if (m_reasons->GetBit(i) == 1) bits |= 1U << i;
+unsigned int sxIssuingDP_imp::Reasons() const { return m_reasons ? sxReasonBits(*m_reasons) : 0; }
+
+void sxIssuingDP_imp::PutReasons(unsigned int bits) {
+  m_reasons.reset();
+  if (bits == 0) return;
+  m_reasons.emplace();
+  m_reasons->Set(
+      std::min(static_cast<int>(std::bit_width(bits)), sxASN_ReasonFlags::aACompromise + 1));  // X.690 11.2.2
+  for (int i = 0; i < m_reasons->BitLen(); ++i) {
+    if ((bits >> i & 1) != 0) m_reasons->SetBit(i);
   }
-  return bits;
 }
 
 bool sxIssuingDP_imp::ToAsn(sxASN_IssuingDistributionPoint &out) const {
@@ -93,6 +114,9 @@ bool sxIssuingDP_imp::ToAsn(sxASN_IssuingDistributionPoint &out) const {
     if (!m_fullName.GetP()->ToAsn(fullName)) return false;
     out.distributionPoint = new sxASN_DistributionPointName;
     out.distributionPoint->Set_fullName(fullName);
+  } else if (m_relative && m_relative->GetName() != nullptr) {
+    out.distributionPoint = new sxASN_DistributionPointName;
+    out.distributionPoint->Set_nameRelativeToCRLIssuer(*m_relative->GetName()->begin());
   }
   for (int i = 0; i < kNumFlags; ++i) {
     if (m_flags[i]) out.*kFlags[i].elem = new sxAsnBool(1);
@@ -105,6 +129,11 @@ void sxIssuingDP_imp::Sprint(SxStream *out, int indent) const {
   out->Indent(indent);
   out->Printf("%s:\n", kName);
   m_fullName.Sprint(out, nullptr, indent + 1);
+  if (m_relative) {
+    out->Indent(indent + 1);
+    out->Printf("Relative to the issuer: %s\n",
+                m_relative->GetStr_ascii() == nullptr ? "" : m_relative->GetStr_ascii());
+  }
   for (int i = 0; i < kNumFlags; ++i) {
     if (!m_flags[i]) continue;
     out->Indent(indent + 1);
@@ -139,3 +168,9 @@ bool sxIssuingDP::OnlyAttributeCerts() const { return Imp(*this).Is(kAttributeCe
 bool sxIssuingDP::IndirectCRL() const { return Imp(*this).Is(kIndirect); }
 bool sxIssuingDP::HasOnlySomeReasons() const { return Imp(*this).HasReasons(); }
 unsigned int sxIssuingDP::SomeReasons() const { return Imp(*this).Reasons(); }
+const sxDN *sxIssuingDP::RelativeName() const { return Imp(*this).RelativeName(); }
+void sxIssuingDP::SetOnlyUserCerts(bool on) { Imp(*this).Put(kUserCerts, on); }
+void sxIssuingDP::SetOnlyCACerts(bool on) { Imp(*this).Put(kCACerts, on); }
+void sxIssuingDP::SetOnlyAttributeCerts(bool on) { Imp(*this).Put(kAttributeCerts, on); }
+void sxIssuingDP::SetIndirectCRL(bool on) { Imp(*this).Put(kIndirect, on); }
+void sxIssuingDP::SetSomeReasons(unsigned int bits) { Imp(*this).PutReasons(bits); }

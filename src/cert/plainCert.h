@@ -11,6 +11,10 @@ struct sxPlainTime {
   sxOctetView text;
 };
 
+/// Seconds of the forms that certTime.h reads, but exactly: years after 2037 and the first day of 1970 as they are; or
+/// -1.
+int64_t sxTimeSeconds(const sxPlainTime &time);
+
 struct sxPlainAlgorithm {
   sxOctetView oid;         ///< content octets
   sxOctetView parameters;  ///< the whole element; empty when absent

@@ -1,38 +1,80 @@
 /// @file
-/// The entries of a CRL: in order, and found by number at once, a million of them as well.
+/// The entries of a CRL: octets in order, found by number at once, a million of them as well.
 ///
-/// A removed entry leaves a hole that the next compaction closes; the table still leads there until
-/// then, and searches pass over it. Reading may be shared; changing is for one thread alone.
+/// Reading may be shared; changing is for one thread alone.
 #ifndef KXCERT_SRC_CERT_REVOKEDENTRIES_H_
 #define KXCERT_SRC_CERT_REVOKEDENTRIES_H_
 
-#include <cstddef>
-#include <cstdint>
+#include <map>
+#include <optional>
 #include <vector>
 
 #include "kxcert/cert/sxCRL.h"
+#include "plainCrl.h"
+#include "serialIndex.h"
+
+/// What stands for a name in an indirect CRL. No value: nothing is equal to it.
+std::optional<sxIssuerId> sxIssuerIdOf(const sxDN &name);
+std::optional<sxIssuerId> sxIssuerIdOf(sxOctetView name);  ///< the whole element
 
 class sxRevokedEntries {
  public:
-  void Reserve(int num);                                 ///< a hint
-  bool Add(const sxAsnInt &serial, int64_t revokedSec);  ///< false: the number is there already
-  bool Remove(const sxAsnInt &serial);                   ///< false: it was not there
-  int Count() const { return static_cast<int>(m_entries.size() - m_numHoles); }
-  const sxRevokedEntry *Find(const sxAsnInt &serial) const;  ///< lent until a change, or null
-  const sxRevokedEntry *Next(const sxRevokedEntry *prev) const;
+  /// @param octets   lent as long as this lives; the entries lie in them, not at their beginning
+  /// @param entries  behind one another
+  /// @return false: one is not plain (plainCrl.h)
+  bool Read(sxOctetView octets, sxOctetView entries);
+  /// Whether any that was read has a critical extension, known or not.
+  bool HasCritical() const { return m_hasCritical; }
+  /// Entries may have issuers of their own; before they are read.
+  /// @param own  of the CRL's issuer
+  void SetIndirect(const std::optional<sxIssuerId> &own) {
+    m_isIndirect = true;
+    m_own = own;
+  }
+  bool IsIndirect() const { return m_isIndirect; }
+  bool HasIssuers() const { return !m_runs.empty(); }
+
+  size_t Count() const { return m_count; }
+  /// @param issuer  of an indirect CRL: the certificate's, null for the CRL's own
+  bool Find(const sxDN *issuer, const sxAsnDigits &number, sxRevokedEntry *entry) const;
+  bool Next(sxRevokedEntry *entry) const;
+
+ protected:
+  /// The same for what was read before, or written here; elements of another type are passed over.
+  /// @param numEntries  at least as many as there are: room for them
+  /// @param maxOffset   likewise for the length of @p octets
+  void Index(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset);
+  /// The octets are elsewhere; what was in them is there, and one entry more behind it, whose number is new.
+  void Grow(sxOctetView octets, const sxPlainEntry &entry);
+  bool HasRoomFor(size_t maxOffset) const { return m_index.HasRoomFor(m_numEntered + 1, maxOffset); }
+  void Forget() { --m_count; }                                             ///< one entry is none any more
+  uint32_t OffsetOf(const sxDN *issuer, const sxAsnDigits &number) const;  ///< 0: not there
+  bool ReadAt(uint32_t offset, sxPlainEntry *entry) const;
 
  private:
-  struct Slot : sxRevokedEntry {
-    bool isHole = false;
+  // Entries from one on have an issuer.
+  struct Run {
+    uint32_t first;  // its offset
+    uint32_t name, nameLen;
+    std::optional<sxIssuerId> id;  // none: it cannot be read
   };
+  class Indexer;
 
-  Slot *FindSlot(const sxAsnInt &serial) const;
-  void Rebuild(size_t numSlots);  // without the holes
-  void Enter(size_t index);
+  void Start(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset);
+  uint32_t Offset(const unsigned char *pos) const { return static_cast<uint32_t>(pos - m_octets.data()); }
+  void StartRun(const sxPlainEntry &entry);
+  const Run *RunOf(uint32_t offset) const;  // null: before the first
+  const sxIssuerId *IdAt(const Run *run) const;
+  bool IsAt(uint32_t offset, const sxAsnDigits &number, const sxIssuerId *id) const;
+  void Describe(const sxPlainEntry &plain, sxRevokedEntry *entry) const;
 
-  std::vector<Slot> m_entries;  // in the order of addition
-  size_t m_numHoles = 0;
-  std::vector<uint32_t> m_table;  // open addressing: index + 1, or 0
+  sxOctetView m_octets;
+  uint32_t m_first = 0, m_end = 0;  // where the entries lie
+  size_t m_count = 0, m_numEntered = 0;
+  bool m_isIndirect = false, m_hasCritical = false;
+  std::optional<sxIssuerId> m_own;
+  std::vector<Run> m_runs;
+  sxSerialIndex m_index;
 };
 
 #endif

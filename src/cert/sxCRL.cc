@@ -2,106 +2,264 @@
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
+#include "plainFields.h"
+#include "platform/files.h"
 #include "sxCRL_imp.h"
+#include "sxDN_imp.h"
 #include "sxExtension_imp.h"
 
 namespace {
 
 constinit const sxAsnOid kCrlNumber({2, 5, 29, 20});
+constinit const sxAsnOid kDeltaIndicator({2, 5, 29, 27});
+constinit const sxAsnOid kCertificateIssuer({2, 5, 29, 29});
+constexpr int64_t kMinMapped = 64 * 1024;  // shorter files are read: maps are pages, and a process has few thousands
 
-bool IsCritical(const sxASN_Extension &ext) { return ext.critical != nullptr && ext.critical->Value() == 1; }
+constexpr const char *kReasons[] = {"unspecified",   "keyCompromise",        "cACompromise",    "affiliationChanged",
+                                    "superseded",    "cessationOfOperation", "certificateHold", nullptr,
+                                    "removeFromCRL", "privilegeWithdrawn",   "aACompromise"};
+static_assert(sizeof kReasons / sizeof kReasons[0] == sxCrlReason_aACompromise + 1);
 
-// RFC 5280 5.3: whoever does not understand a critical extension of an entry must not use the CRL.
-// No extension of entries is understood here. Null when none is critical.
-const sxAsnOid *CriticalExtOf(const sxASN_TBSCertListSeqOfSeq &entry) {
-  if (entry.crlEntryExtensions == nullptr) return nullptr;
-  for (const sxASN_Extension &ext : *entry.crlEntryExtensions) {
-    if (IsCritical(ext)) return ext.extnID;
-  }
-  return nullptr;
+void Remember(std::unique_ptr<sxAsnOid> &first, const sxAsnOid &oid) {
+  if (first == nullptr) first = std::make_unique<sxAsnOid>(oid);
 }
 
-sxCRL_imp *NewDecoded(const unsigned char *buf, unsigned int len) {
-  auto imp = std::make_unique<sxCRL_imp>(buf, len);
+sxCRL_imp *NewDecoded(std::unique_ptr<sxCRL_imp> imp) {
   imp->Decode();
   return imp.release();
 }
 
+struct OpenFile {
+  OpenFile(const char *path, kxFileInfo *info) : fd(kxFile_OpenRegular(path, info)) {}
+  OpenFile(const OpenFile &) = delete;
+  OpenFile &operator=(const OpenFile &) = delete;
+  ~OpenFile() {
+    if (fd >= 0) static_cast<void>(kxFile_Close(fd));
+  }
+  const int fd;
+};
+
+// Null when it is not OK, which is logged.
+sxCRL *OrNull(const char *func, sxCRL *crl) {
+  if (crl->OK() != 0) return crl;
+  herror_func(0, 0, "%s: %s", func, crl->Error().getstr());
+  sxCRL_Free(crl);
+  return nullptr;
+}
+
+// A negative number that is longer than four octets was encoded as the positive one of the same octets, with a zero in
+// front. There is the sign again.
+void RestoreSigns(const sxASN_TBSCertListSeqOf *decoded, sxOctetView entries, unsigned char *area) {
+  if (decoded == nullptr) return;
+  sxDerReader each(entries, kCrlLenOctets);
+  sxPlainEntry entry;
+  for (const sxASN_TBSCertListSeqOfSeq &from : *decoded) {
+    if (!sxTakePlainEntry(each, &entry)) return;
+    const sxAsnInt &number = *from.userCertificate;
+    if (number.IsBig() && number.BigOctets().Data()[0] >= 0x80) area[entry.serial.data() - area] = 0xFF;
+  }
+}
+
 }  // namespace
 
+const char *sxCrlReasonText(int reason) {
+  return reason < 0 || reason > sxCrlReason_aACompromise ? nullptr : kReasons[reason];
+}
+
+sxCRL_imp::sxCRL_imp(kxFileMap map, size_t offset)
+    : sxSigned_imp(sxOctetView(map.Data(), map.Len()).subspan(offset)), m_map(std::move(map)) {}
+
 void sxCRL_imp::Decode() {
-  sxASN_CertificateList list;
-  if (DecodeBuf(list) != 0) return;
-  const sxASN_TBSCertList &body = *list.tbsCertList;
-  TakeExtensions(body);
-  if (body.revokedCertificates == nullptr) return;
-  m_entries.Reserve(body.revokedCertificates->Count());
-  for (const sxASN_TBSCertListSeqOfSeq &entry : *body.revokedCertificates) {
-    m_entries.Add(*entry.userCertificate, sxASN_Time2time(entry.revocationDate));
-    if (const sxAsnOid *oid = CriticalExtOf(entry); oid != nullptr && UnhandledCritExt() == nullptr) {
-      SetUnhandledExt(oid);
+  static_cast<void>(DecodeWith([this] { return Read(); }));
+  const unsigned char *const start = m_map.Data();
+  if (start != nullptr && (GetBuf() < start || GetBuf() >= start + m_map.Len())) m_map = kxFileMap();  // it was PEM
+}
+
+// Plain DER is read as it stands; everything else is decoded by the codec and read from its encoding.
+bool sxCRL_imp::Read() { return Take({GetBuf(), BufLen()}, false) || ReadDecoded(); }
+
+bool sxCRL_imp::ReadDecoded() {
+  sxASN_CertificateList decoded;
+  kxBinBuf encoded;
+  sxPlainCrl crl;
+  if (sxASN_DecodeBuf(decoded, reinterpret_cast<const char *>(GetBuf()), static_cast<int>(BufLen())) != 0 ||
+      sxASN_EncodeBuf(decoded, encoded, 0) != 0) {
+    return false;
+  }
+  const size_t len = encoded.Len();
+  m_plainOctets = std::make_unique_for_overwrite<unsigned char[]>(len);
+  std::copy_n(encoded.Data(), len, m_plainOctets.get());
+  if (!sxReadPlainCrl({m_plainOctets.get(), len}, true, &crl)) return false;
+  RestoreSigns(decoded.tbsCertList->revokedCertificates, crl.entries, m_plainOctets.get());
+  return Take({m_plainOctets.get(), len}, true);
+}
+
+bool sxCRL_imp::Take(sxOctetView plain, bool decoded) {
+  sxPlainCrl crl;
+  if (!sxReadPlainCrl(plain, decoded, &crl)) return false;
+  m_parts = {crl.issuer, crl.entries, crl.extensions};
+  m_version = crl.version;
+  m_issuer.emplace(crl.issuer.data(), sxLen(crl.issuer));
+  m_signatureOid.Set(crl.signatureAlgorithm.oid.data(), sxLen(crl.signatureAlgorithm.oid));
+  m_thisUpdate = sxTimeSeconds(crl.thisUpdate);
+  m_hasNextUpdate = crl.nextUpdate.tag != 0;
+  m_nextUpdate = m_hasNextUpdate ? sxTimeSeconds(crl.nextUpdate) : kCrlTimeUnreadable;
+  SetExtensions(crl.extensions);
+  m_entries = sxRevokedEntries();
+  const bool isIndirect = IssuingDP() != nullptr && IssuingDP()->IndirectCRL();
+  if (isIndirect) m_entries.SetIndirect(sxIssuerIdOf(*m_issuer));
+  if (!m_entries.Read(plain, crl.entries)) return false;
+  if (m_entries.HasCritical() || isIndirect) LookForUnknown();
+  return true;
+}
+
+// One that is not understood leaves the CRL OK; whoever judges by it refuses it.
+void sxCRL_imp::SetExtensions(sxOctetView extensions) {
+  m_extensions.Clear();
+  m_number.reset();
+  m_deltaBase.reset();
+  m_isDelta = false;
+  m_unknownListExt.reset();
+  SetUnhandledExt(nullptr);
+  // One object for all of them: parsers read it and keep nothing of it.
+  sxASN_Extension ext;
+  ext.extnID = new sxAsnOid;
+  ext.critical = new sxAsnBool;
+  ext.extnValue = new sxAsnOcts;
+  sxExtensionsList::Appender appender(m_extensions, sxKeptCRLExtParserTable());
+  sxPlainExtension plain;
+  for (sxDerReader each(extensions); !each.AtEnd();) {
+    if (!sxTakePlainExtension(each, &plain)) return;  // never: they were read before
+    ext.extnID->Set(plain.oid.data(), sxLen(plain.oid));
+    ext.critical->Set(plain.critical ? 1 : 0);
+    ext.extnValue->Set(plain.value.data(), sxLen(plain.value));
+    TakeExtension(ext, plain.critical, appender);
+  }
+  TakeScopeNames();
+}
+
+void sxCRL_imp::TakeExtension(const sxASN_Extension &ext, bool isCritical, sxExtensionsList::Appender &appender) {
+  const sxAsnOid &oid = *ext.extnID;
+  const bool isDelta = oid.OidEquiv(kDeltaIndicator), isNumber = isDelta || oid.OidEquiv(kCrlNumber);
+  const bool isScope = oid.OidEquiv(sxASN_id_ce_issuingDistributionPoint) || isDelta;
+  const bool isAgain = isNumber ? (isDelta ? m_isDelta : m_number.has_value()) : m_extensions.Find(&oid) != nullptr;
+  // One that is there twice says two things. The list keeps the first, so that it stays short.
+  const bool understood = !isAgain && (isNumber ? TakeNumber(ext) : appender.Parse(ext));
+  const bool isLost = isScope && !isDelta ? m_extensions.Find(&oid) == nullptr : isDelta && !understood;
+  m_isDelta |= isDelta;
+  if (isCritical && (!understood || isScope) && UnhandledCritExt() == nullptr) SetUnhandledExt(&oid);
+  if (isAgain || isLost || (isCritical && !understood)) Remember(m_unknownListExt, oid);
+}
+
+bool sxCRL_imp::TakeNumber(const sxASN_Extension &ext) {
+  std::optional<sxAsnInt> &slot = ext.extnID->OidEquiv(kCrlNumber) ? m_number : m_deltaBase;
+  sxAsnInt number;
+  if (sxParseExtension(number, &ext) != 0) return false;
+  if (!slot) slot = std::move(number);
+  return true;
+}
+
+const sxIssuingDP *sxCRL_imp::IssuingDP() const {
+  return static_cast<const sxIssuingDP *>(m_extensions.Find(&sxASN_id_ce_issuingDistributionPoint));
+}
+
+// RFC 5280 5.2.5: a relative name is one more RDN below the issuer's.
+void sxCRL_imp::TakeScopeNames() {
+  const sxIssuingDP *const scope = IssuingDP();
+  m_scopeNames = scope == nullptr ? sxGeneralNames() : scope->FullName();
+  const sxDN *const relative = scope == nullptr ? nullptr : scope->RelativeName();
+  if (relative == nullptr || relative->GetName() == nullptr || !m_issuer || m_issuer->GetName() == nullptr) return;
+  sxASN_RDNSequence whole(*m_issuer->GetName());
+  for (const sxASN_RelativeDistinguishedName &rdn : *relative->GetName()) whole.AppendCopy(rdn);
+  const sxDN name(&whole);
+  const sxGeneralName asGeneralName(&name);
+  m_scopeNames.Add(&asGeneralName);
+}
+
+void sxCRL_imp::LookForUnknown() {
+  m_unknownEntryExt.reset();
+  for (sxRevokedEntry entry; m_unknownEntryExt == nullptr && m_entries.Next(&entry);) {
+    if (entry.unknownCritical != nullptr) {
+      m_unknownEntryExt = std::make_unique<sxAsnOid>();
+      m_unknownEntryExt->Set(entry.unknownCritical, entry.unknownCriticalLen);
+    } else if (entry.isIssuerUnreadable) {
+      m_unknownEntryExt = std::make_unique<sxAsnOid>(kCertificateIssuer);
     }
   }
+  if (m_unknownEntryExt != nullptr && UnhandledCritExt() == nullptr) SetUnhandledExt(m_unknownEntryExt.get());
 }
 
-// One that is not understood leaves the CRL OK; whoever judges by it refuses it. The scope of a CRL is
-// understood, but nothing judges by it yet.
-void sxCRL_imp::TakeExtensions(const sxASN_TBSCertList &body) {
-  if (body.crlExtensions == nullptr) return;
-  sxExtensionsList::Appender appender(m_extensions, sxKeptCRLExtParserTable());
-  for (const sxASN_Extension &ext : *body.crlExtensions) {
-    const bool understood = appender.Parse(ext);
-    const bool isScope = ext.extnID->OidEquiv(sxASN_id_ce_issuingDistributionPoint) && IsCritical(ext);
-    if ((!understood || isScope) && UnhandledCritExt() == nullptr) SetUnhandledExt(ext.extnID);
-    sxAsnInt number;
-    if (!m_number && ext.extnID->OidEquiv(kCrlNumber) && sxParseExtension(number, &ext) == 0) m_number = number;
-  }
-}
-
-sxCRL::sxCRL(const unsigned char *buf, unsigned int len) : sxCRL(NewDecoded(buf, len)) {}
+sxCRL::sxCRL(const unsigned char *buf, unsigned int len) : sxCRL(NewDecoded(std::make_unique<sxCRL_imp>(buf, len))) {}
 sxCRL::sxCRL(sxCRL_imp *imp) : sxSigned(imp) {}
 
 sxCRL_imp *sxCRL::Imp() const { return static_cast<sxCRL_imp *>(m_imp); }
 
-int sxCRL::GetSize() const { return Imp()->Entries().Count(); }
+int sxCRL::Version() const { return Imp()->Version(); }
+const sxDN *sxCRL::Issuer() const { return Imp()->Issuer(); }
+const sxAsnOid &sxCRL::SignatureOid() const { return Imp()->SignatureOid(); }
+int64_t sxCRL::ThisUpdate() const { return Imp()->ThisUpdate(); }
+bool sxCRL::HasNextUpdate() const { return Imp()->HasNextUpdate(); }
+int64_t sxCRL::NextUpdate() const { return Imp()->NextUpdate(); }
+bool sxCRL::IsIndirect() const { return Imp()->Entries().IsIndirect(); }
+bool sxCRL::IsDelta() const { return Imp()->IsDelta(); }
 
-bool sxCRL::IsEntryExist(const sxCert &cert) const {
-  return cert.SerialNum() != nullptr && FindEntry(*cert.SerialNum()) != nullptr;
-}
-
-const sxRevokedEntry *sxCRL::FindEntry(const sxAsnInt &serial) const { return Imp()->Entries().Find(serial); }
-
-const sxRevokedEntry *sxCRL::NextEntry(const sxRevokedEntry *prev) const { return Imp()->Entries().Next(prev); }
-
-const sxExtensionsList &sxCRL::Extensions() const { return Imp()->Extensions(); }
-const sxIssuingDP *sxCRL::IssuingDP() const {
-  return static_cast<const sxIssuingDP *>(Extensions().Find(&sxASN_id_ce_issuingDistributionPoint));
-}
+const sxAsnInt *sxCRL::Number() const { return Imp()->Number(); }
+const sxAsnInt *sxCRL::DeltaBase() const { return Imp()->DeltaBase(); }
+const sxIssuingDP *sxCRL::IssuingDP() const { return Imp()->IssuingDP(); }
 const sxExtKeyID *sxCRL::AuthorityKeyId() const {
   return static_cast<const sxExtKeyID *>(Extensions().Find(&sxASN_id_ce_authorityKeyIdentifier));
 }
-const sxAsnInt *sxCRL::Number() const { return Imp()->Number(); }
+const sxExtGN *sxCRL::FreshestCRL() const { return static_cast<const sxExtGN *>(Extensions().Find(&sxFreshestCRLOid)); }
+const sxGeneralNames &sxCRL::ScopeNames() const { return Imp()->ScopeNames(); }
+const sxExtensionsList &sxCRL::Extensions() const { return Imp()->Extensions(); }
+const sxAsnOid *sxCRL::UnknownListExt() const { return Imp()->UnknownListExt(); }
+const sxAsnOid *sxCRL::UnknownEntryExt() const { return Imp()->UnknownEntryExt(); }
 
-sxCRL_Encoder::sxCRL_Encoder(int numExpected) : sxCRL(new sxCRL_Encoder_imp(numExpected)) {}
+int sxCRL::GetSize() const { return static_cast<int>(Imp()->Entries().Count()); }
 
-sxCRL_Encoder_imp *sxCRL_Encoder::Imp() const { return static_cast<sxCRL_Encoder_imp *>(m_imp); }
-
-int sxCRL_Encoder::AddEntry(const sxAsnInt &serial, int64_t revokedSec) {
-  return Imp()->Entries().Add(serial, revokedSec) ? 1 : 0;
+bool sxCRL::FindEntry(const sxDN *certIssuer, const sxAsnInt &serial, sxRevokedEntry *entry) const {
+  sxAsnDigitArea area;
+  return Imp()->Entries().Find(certIssuer, sxAsnDigitsOf(serial, area), entry);
 }
 
-int sxCRL_Encoder::RemoveEntry(const sxAsnInt &serial) { return Imp()->Entries().Remove(serial) ? 0 : -1; }
+bool sxCRL::FindEntry(const sxCert &cert, sxRevokedEntry *entry) const {
+  if (cert.SerialNum() == nullptr || (IsIndirect() && cert.Issuer() == nullptr)) return false;
+  return FindEntry(cert.Issuer(), *cert.SerialNum(), entry);
+}
+
+bool sxCRL::IsEntryExist(const sxCert &cert) const { return FindEntry(cert, nullptr); }
+
+bool sxCRL::NextEntry(sxRevokedEntry *entry) const { return entry != nullptr && Imp()->Entries().Next(entry); }
 
 sxCRL *sxCRL_Decode(const unsigned char *buf, int len) {
   if (buf == nullptr || len <= 0) return nullptr;
-  auto *crl = new sxCRL(buf, static_cast<unsigned int>(len));
-  if (crl->OK() != 0) return crl;
-  herror_func(0, 0, "sxCRL_Decode: %s", crl->Error().getstr());
-  sxCRL_Free(crl);
-  return nullptr;
+  return OrNull("sxCRL_Decode", new sxCRL(buf, static_cast<unsigned int>(len)));
+}
+
+sxCRL *sxCRL_DecodeFile(const char *path, size_t offset) {
+  constexpr const char *kFunc = "sxCRL_DecodeFile";
+  kxFileInfo info;
+  const OpenFile file(path, &info);
+  if (file.fd < 0) return herror_func(0, 0, "%s: %s cannot be opened", kFunc, path == nullptr ? "" : path), nullptr;
+  if (info.size > INT32_MAX || static_cast<uint64_t>(info.size) <= offset) {
+    return herror_func(0, 0, "%s: %s has %lld octets", kFunc, path, static_cast<long long>(info.size)), nullptr;
+  }
+  const auto len = static_cast<size_t>(info.size);
+  std::unique_ptr<sxCRL_imp> imp;
+  kxFileMap map;
+  if (info.size >= kMinMapped && kxFileMap::IsOurs(file.fd) && map.Map(file.fd, len) == 0) {
+    imp = std::make_unique<sxCRL_imp>(std::move(map), offset);
+  } else {
+    auto octets = std::make_unique_for_overwrite<unsigned char[]>(len);
+    if (kxFile_Read(file.fd, octets.get(), len) != info.size) {
+      return herror_func(0, 0, "%s: %s cannot be read", kFunc, path), nullptr;
+    }
+    imp = std::make_unique<sxCRL_imp>(std::move(octets), offset, len - offset);
+  }
+  return OrNull(kFunc, new sxCRL(NewDecoded(std::move(imp))));
 }
 
 void sxCRL_Free(sxCRL *crl) { sxFreeSigned(crl); }

@@ -68,6 +68,7 @@ void sxCert_imp::Extract(sxPlainCert &cert) {
   m_notBefore = Seconds(cert.notBefore);
   m_notAfter = Seconds(cert.notAfter);
   if (!ExtractKey(cert)) return;
+  m_extensionOctets = cert.extensions;
   ExtractExtensions(cert.extensions);
   sxAsnOid signatureOid;
   signatureOid.Set(cert.signatureAlgorithm.oid.data(), sxLen(cert.signatureAlgorithm.oid));

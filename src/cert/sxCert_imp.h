@@ -28,6 +28,7 @@ class sxCert_imp : public sxSigned_imp {
   int signatureHashAlgorithm() const { return m_hashAlgorithm; }
   sxPubKey *PubKey() const { return m_pubKey.get(); }
   const sxExtensionsList &Extensions() const { return m_extensions; }
+  sxOctetView ExtensionOctets() const { return m_extensionOctets; }  ///< for sxTakePlainExtension
 
   void Sprint(SxStream *out, int indent) const override { Sprint(out, sxCert_full, indent); }
   void Sprint(SxStream *out, sxCertHerrorDetails details, int indent) const;
@@ -57,6 +58,7 @@ class sxCert_imp : public sxSigned_imp {
 
   sxPlainCert m_plain;                             // read by Read, used by Extract
   std::unique_ptr<unsigned char[]> m_plainOctets;  // when the stored ones are not plain
+  sxOctetView m_extensionOctets;                   // in either
 };
 
 #endif

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "asn1/der.h"
+#include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "pooled.h"
 
@@ -46,6 +47,7 @@ sxExtension *sxParseExtKeyUsage(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseDistPoints(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseKeyIdentifier(const sxASN_Extension &ext, int &understood);  // subject's, authority's
+sxExtension *sxParseFreshestCRL(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseAuthorityInfoAccess(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseDeviceData(const sxASN_Extension &ext, int &understood);
 sxExtension *sxParseIssuingDP(const sxASN_Extension &ext, int &understood);
@@ -61,7 +63,9 @@ sxASN_Extension *sxComposeAuthorityInfoAccess(const sxExtension &ext, int critic
 sxASN_Extension *sxComposeDeviceData(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeIssuingDP(const sxExtension &ext, int critical);
 
-/// What CRLs keep of their extensions: Get_CRLExtParserTable() and the issuer's key identifier.
+extern const sxAsnOid sxFreshestCRLOid;  // 2.5.29.46
+
+/// What CRLs keep of their extensions: Get_CRLExtParserTable(), the issuer's key identifier, where deltas are.
 const sxExtParser *sxKeptCRLExtParserTable();
 
 #endif

@@ -44,14 +44,24 @@ constexpr PemMarkers kMarkers[] = {
 
 }  // namespace
 
+sxSigned_imp::sxSigned_imp(sxOctetView lent) { Lend(lent); }
+
+sxSigned_imp::sxSigned_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len)
+    : m_owned(std::move(area)) {
+  Lend({m_owned == nullptr ? nullptr : m_owned.get() + offset, m_owned == nullptr ? 0 : len});
+}
+
 sxSigned_imp::sxSigned_imp(const unsigned char *buf, unsigned int len) {
-  if (buf == nullptr || len == 0 || len > INT32_MAX) {
-    SetError("Empty data");
-    return;
+  if (buf != nullptr && len > 0 && len <= INT32_MAX) {
+    m_owned = std::make_unique_for_overwrite<unsigned char[]>(len);
+    std::memcpy(m_owned.get(), buf, len);
   }
-  m_der = std::make_unique_for_overwrite<unsigned char[]>(len);
-  std::memcpy(m_der.get(), buf, len);
-  m_derLen = len;
+  Lend({m_owned.get(), m_owned == nullptr ? 0 : len});
+}
+
+void sxSigned_imp::Lend(sxOctetView octets) {
+  if (octets.empty() || octets.size() > INT32_MAX) return SetError("Empty data");
+  m_der = octets;
 }
 
 void sxSigned_imp::SetError(const sxString &text) {
@@ -65,13 +75,13 @@ void sxSigned_imp::SetUnhandledExt(const sxAsnOid *oid) {
 
 int sxSigned_imp::DecodeBuf(sxAsnType &value) {
   return DecodeWith([this, &value] {
-    return sxASN_DecodeBuf(value, reinterpret_cast<const char *>(m_der.get()), static_cast<int>(m_derLen)) == 0;
+    return sxASN_DecodeBuf(value, reinterpret_cast<const char *>(m_der.data()), sxLen(m_der)) == 0;
   });
 }
 
 int sxSigned_imp::ConvertBuf() {
-  const auto *text = reinterpret_cast<const char *>(m_der.get());
-  const std::string_view all(text, m_derLen);
+  const auto *text = reinterpret_cast<const char *>(m_der.data());
+  const std::string_view all(text, m_der.size());
   PemMarkers markers = {"", ""};
   for (const PemMarkers &known : kMarkers) {
     if (all.find(known.header) != std::string_view::npos) {
@@ -80,20 +90,21 @@ int sxSigned_imp::ConvertBuf() {
     }
   }
   unsigned char *der = nullptr;
-  int len = static_cast<int>(m_derLen);
+  int len = sxLen(m_der);
   if (Base64Decode_PEM(text, &der, len, markers.header, markers.footer, 1, nullptr) != 0) return -1;
-  m_der.reset(der);
-  m_derLen = static_cast<uint32_t>(len);
+  m_owned.reset(der);
+  m_der = sxView(der, len);
   return 0;
 }
 
 //   Signed ::= SEQUENCE { toBeSigned ANY, signatureAlgorithm AlgorithmIdentifier, signature BIT STRING }
 // Read without a tree when it is plain; otherwise the codec finds the ends of its elements.
 bool sxSigned_imp::ReadParts(Parts *parts) const {
+  constexpr size_t kLenOctets = 4;  // as the codec: a CRL may be long
   sxDerReader outer;
   sxDerElement body, algorithm;
   sxOctetView oid, signature;
-  sxDerReader all({m_der.get(), m_derLen});
+  sxDerReader all(m_der, kLenOctets);
   if (!all.Enter(kDerSequence, &outer) || !outer.Take(&body) || !outer.Take(kDerSequence, &algorithm) ||
       !outer.Take(kDerBitString, &signature) || !outer.AtEnd() || signature.empty() || signature[0] != 0) {
     return false;
@@ -110,24 +121,24 @@ void sxSigned_imp::Sprint(SxStream *out, int indent) const {
   if (out == nullptr) return;
   out->Indent(indent);
   if (m_ok != 0) {
-    out->Printf("Signed object (%u bytes)\n", m_derLen);
+    out->Printf("Signed object (%u bytes)\n", BufLen());
   } else {
     out->Printf("Error: %s\n", m_error.getstr());
   }
 }
 
 int sxSigned_imp::VerifySig(sxPubKey *key) const {
-  if (key == nullptr || key->OK() == 0 || m_der == nullptr) return kKeyNotUsable;
+  if (key == nullptr || key->OK() == 0 || m_der.empty()) return kKeyNotUsable;
   Parts parts;
   if (ReadParts(&parts)) return VerifyParts(parts, key);
   sxASN_Signed decoded;
-  if (sxASN_DecodeBuf(decoded, reinterpret_cast<const char *>(m_der.get()), static_cast<int>(m_derLen)) != 0) {
-    herror_func(0, 0, "sxSigned_imp::VerifySig: not a signed structure (%u bytes)", m_derLen);
+  if (sxASN_DecodeBuf(decoded, reinterpret_cast<const char *>(m_der.data()), sxLen(m_der)) != 0) {
+    herror_func(0, 0, "sxSigned_imp::VerifySig: not a signed structure (%u bytes)", BufLen());
     return kKeyBadInput;
   }
   // What no one reads could be changed without breaking the signature: how it is cut in segments, bits
   // behind its end.
-  if (HasSegmentedSignature(m_der.get(), static_cast<int>(m_derLen))) {
+  if (HasSegmentedSignature(m_der.data(), sxLen(m_der))) {
     herror_func(0, 0, "sxSigned_imp::VerifySig: signature in segments");
     return kKeyLenMismatch;
   }

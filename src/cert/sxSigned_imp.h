@@ -17,14 +17,16 @@
 class sxSigned_imp : public sxPKobj_imp {
  public:
   sxSigned_imp(const unsigned char *buf, unsigned int len);  ///< copies; "Empty data" for none
+  /// Octets that lie behind others in what is adopted; "Empty data" for none.
+  sxSigned_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len);
 
   int OK() const { return m_ok; }
   const sxString &Error() const { return m_error; }
   void SetError(const sxString &text);
   const sxAsnOid *UnhandledCritExt() const { return m_unhandledExt.get(); }
   void SetUnhandledExt(const sxAsnOid *oid);
-  const unsigned char *GetBuf() const { return m_der.get(); }
-  unsigned int BufLen() const { return m_derLen; }
+  const unsigned char *GetBuf() const { return m_der.data(); }
+  unsigned int BufLen() const { return static_cast<unsigned int>(m_der.size()); }
 
   virtual void Sprint(SxStream *out, int indent) const;  ///< each kind its own
 
@@ -32,6 +34,9 @@ class sxSigned_imp : public sxPKobj_imp {
   int DecodeBuf(sxAsnType &value);
 
  protected:
+  /// Lends octets that outlive the object.
+  explicit sxSigned_imp(sxOctetView lent);
+
   /// Calls @p decode until it accepts the octets: as they are, then converted from PEM.
   /// @return 0, or -1 with the error set
   template <class Decode>
@@ -57,6 +62,7 @@ class sxSigned_imp : public sxPKobj_imp {
   };
   using Digest = std::array<unsigned char, 32>;
 
+  void Lend(sxOctetView octets);
   int ConvertBuf();  // PEM to DER
   bool ReadParts(Parts *parts) const;
   int VerifyParts(const Parts &parts, sxPubKey *key) const;
@@ -65,8 +71,8 @@ class sxSigned_imp : public sxPKobj_imp {
   int32_t m_ok = 1;
   sxString m_error;
   std::unique_ptr<sxAsnOid> m_unhandledExt;
-  std::unique_ptr<unsigned char[]> m_der;
-  uint32_t m_derLen = 0;
+  std::unique_ptr<unsigned char[]> m_owned;  // null when the octets are lent
+  sxOctetView m_der;
   mutable PublishOnce<Digest> m_signedDigest;  // SHA-256 of the signed octets
 };
 

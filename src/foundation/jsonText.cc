@@ -58,6 +58,11 @@ void JsonText::Number(const char *key, int64_t value) {
   m_text += std::to_string(value);
 }
 
+void JsonText::Bool(const char *key, bool value) {
+  Key(key);
+  m_text += value ? "true" : "false";
+}
+
 void JsonText::Null(const char *key) {
   Key(key);
   m_text += "null";

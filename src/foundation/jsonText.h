@@ -18,6 +18,7 @@ class JsonText {
   void EndArray() { End(']'); }
   void Text(const char *key, std::string_view text);
   void Number(const char *key, int64_t value);
+  void Bool(const char *key, bool value);
   void Null(const char *key);
 
   const std::string &Get() const { return m_text; }

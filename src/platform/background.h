@@ -3,7 +3,7 @@
 ///
 /// It is for decoding, verifying and storing what a loop's thread was just given, and for what is fetched on nobody's
 /// behalf in particular. It begins when it is first asked for, finishes what it is at when the process ends in order,
-/// and drops the rest. A child that fork() made has none.
+/// and drops the rest. A child that fork() made begins with none.
 #ifndef KXCERT_SRC_PLATFORM_BACKGROUND_H_
 #define KXCERT_SRC_PLATFORM_BACKGROUND_H_
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <climits>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -9,6 +10,8 @@
 #include "platform/fetcher_imp.h"
 
 namespace {
+
+constexpr int kWaitGraceMs = 1000;  // beyond a request's own time limit
 
 struct Registered {
   sxMutex mutex;
@@ -31,28 +34,45 @@ bool IsGood(const kxFetchRequest &request) {
          IsField(request.known.lastModified);
 }
 
+// What a component may say; the others are said here.
+bool IsResult(kxFetchResult result) {
+  switch (result) {
+    case kxFetch_OK:
+    case kxFetch_unchanged:
+    case kxFetch_failed:
+    case kxFetch_tooLong:
+    case kxFetch_timedOut:
+    case kxFetch_refused: return true;
+    default: return false;
+  }
+}
+
 // What is kept of an answer until its turn on the loop comes.
 struct Kept {
   Kept(const kxFetchAnswer &answer, const kxFetchRequest &request) : head(answer) {
     const bool knowsOne = !request.known.entityTag.empty() || !request.known.lastModified.empty();
     if (head.result == kxFetch_unchanged && !knowsOne) head.result = kxFetch_failed;
-    if (head.result == kxFetch_OK && head.len > request.limits.maxLen) head.result = kxFetch_tooLong;
-    if (head.result == kxFetch_OK && head.octets != nullptr) octets.assign(head.octets, head.octets + head.len);
+    if (!IsResult(head.result)) head.result = kxFetch_failed;
+    if (head.result == kxFetch_OK && head.len > request.limits.maxLen) {
+      head.result = kxFetch_tooLong;
+      head.reason = "longer than " + std::to_string(request.limits.maxLen) + " octets";
+    }
+    if (head.result != kxFetch_OK || head.octets == nullptr) {
+      head.keeper.reset();
+    } else if (head.keeper == nullptr) {
+      const auto copy = std::make_shared<std::vector<unsigned char>>(head.octets, head.octets + head.len);
+      head.octets = copy->data();
+      head.keeper = copy;
+    }
     for (std::string *field : {&head.version.entityTag, &head.version.lastModified}) {
-      if (!IsField(*field)) field->clear();
+      if (!IsField(*field)) std::string().swap(*field);
     }
     if (!IsPrintable(head.reason)) head.reason = "a reason that is not printable";
-    head.octets = nullptr;
-  }
-  // What is lent to the completion.
-  const kxFetchAnswer &Lend() {
-    head.octets = head.result == kxFetch_OK ? octets.data() : nullptr;
-    head.len = head.result == kxFetch_OK ? octets.size() : 0;
-    return head;
+    if (head.reason.size() > kMaxFetchFieldLen) head.reason = head.reason.substr(0, kMaxFetchFieldLen);
+    if (head.keeper == nullptr) head.octets = nullptr, head.len = 0;
   }
 
   kxFetchAnswer head;
-  std::vector<unsigned char> octets;
 };
 
 kxFetchAnswer Only(kxFetchResult result, const char *reason) {
@@ -100,7 +120,7 @@ class Task final : public kxFetchTask, public kxEventClient, public std::enable_
     // A function is copied, an answer is not.
     const auto kept = std::make_shared<Kept>(answer, m_request);
     const auto self = shared_from_this();
-    m_loop->Post(0, [self, kept] { self->End(std::move(*kept)); });
+    m_loop->Post(0, [self, kept] { self->End(*kept); });
   }
 
   void Cancel() override {
@@ -132,11 +152,11 @@ class Task final : public kxFetchTask, public kxEventClient, public std::enable_
     if (const std::shared_ptr<kxFetcher> fetcher = ForgetComponent()) fetcher->Cancel(*this);
   }
 
-  void End(Kept answer) {
+  void End(const Kept &answer) {
     const std::shared_ptr<Task> self = shared_from_this();
     const kxFetchDone done = TakeDone();
     TellComponent();
-    if (done != nullptr) done(answer.Lend());
+    if (done != nullptr) done(answer.head);
   }
 
   const std::shared_ptr<kxEventLoop> m_loop;
@@ -200,8 +220,11 @@ kxFetchResult kxFetch_Wait(kxFetchRequest request, const kxFetchDone &done) {
     done(answer);
     sxd_env_stop(env.get());
   };
+  const int limitMs = request.limits.timeoutMs;
   const kxFetchResult begun = kxFetch_Start(env.get(), std::move(request), finish);
-  // It ends by itself: the request's own timer is the longest that a run has to do.
-  while (begun == kxFetch_OK && !isDone && sxd_env_run(env.get()) == 0) continue;
+  if (begun != kxFetch_OK) return begun;
+  // The request's own timer ends it, unless a component cancels what it was asked for.
+  sxd_env_run_for(env.get(), limitMs < INT_MAX - kWaitGraceMs ? limitMs + kWaitGraceMs : limitMs);
+  if (!isDone) done(Only(kxFetch_failed, "cancelled by the fetcher"));
   return begun;
 }

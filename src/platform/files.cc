@@ -7,6 +7,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -43,7 +44,10 @@ int Take(const struct stat &from, kxFileInfo *info) {
   info->isRegular = S_ISREG(from.st_mode);
   info->device = from.st_dev;
   info->inode = from.st_ino;
-  info->modifiedSec = from.st_mtime;
+  info->modifiedSec = from.st_mtim.tv_sec;
+  info->modifiedNs = from.st_mtim.tv_nsec;
+  info->changedSec = from.st_ctim.tv_sec;
+  info->changedNs = from.st_ctim.tv_nsec;
   info->mode = from.st_mode & 07777U;
   info->owner = from.st_uid;
   info->group = from.st_gid;
@@ -59,9 +63,29 @@ int RefuseSpecial(const struct stat &found) {
   return -1;
 }
 
-// Following links.
-int InfoOfTarget(const char *path, struct stat *found) {
-  return Refused(kxStep_info, path) || stat(path, found) != 0 ? -1 : 0;
+int InfoOf(int folder, const char *path, int follow, struct stat *found) {
+  return Refused(kxStep_info, path) || fstatat(folder, path, found, follow) != 0 ? -1 : 0;
+}
+
+// @param noFollow  O_NOFOLLOW or 0
+int OpenRegular(int folder, const char *path, int noFollow, kxFileInfo *info) {
+  // Asked before, because to open some devices is to use them (a tape is wound back, a watchdog
+  // starts); and again after, because something else may stand there by then.
+  struct stat found;
+  if (InfoOf(folder, path, noFollow != 0 ? AT_SYMLINK_NOFOLLOW : 0, &found) != 0) return -1;
+  if (S_ISLNK(found.st_mode)) return errno = ELOOP, -1;
+  if (RefuseSpecial(found) != 0 || Refused(kxStep_openRead, path)) return -1;
+  constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  const int fd = Resumed([&] { return openat(folder, path, kFlags | noFollow); });
+  if (fd < 0) return -1;
+  if (!Refused(kxStep_openInfo, nullptr) && fstat(fd, &found) == 0 && RefuseSpecial(found) == 0) {
+    if (info != nullptr) Take(found, info);
+    return fd;
+  }
+  const int err = errno;
+  close(fd);
+  errno = err;
+  return -1;
 }
 
 }  // namespace
@@ -89,20 +113,11 @@ int kxFile_OpenRead(const char *path) {
 
 int kxFile_OpenRegular(const char *path, kxFileInfo *info) {
   if (path == nullptr) return errno = EINVAL, -1;
-  // Asked before, because to open some devices is to use them (a tape is wound back, a watchdog
-  // starts); and again after, because something else may stand there by then.
-  struct stat found;
-  if (InfoOfTarget(path, &found) != 0 || RefuseSpecial(found) != 0) return -1;
-  const int fd = kxFile_OpenRead(path);
-  if (fd < 0) return -1;
-  if (!Refused(kxStep_openInfo, nullptr) && fstat(fd, &found) == 0 && RefuseSpecial(found) == 0) {
-    if (info != nullptr) Take(found, info);
-    return fd;
-  }
-  const int err = errno;
-  close(fd);
-  errno = err;
-  return -1;
+  return OpenRegular(AT_FDCWD, path, 0, info);
+}
+
+int kxFolder_OpenRegular(int folder, const char *name, kxFileInfo *info) {
+  return OpenRegular(folder, name, O_NOFOLLOW, info);
 }
 
 std::FILE *kxFile_OpenRegularStream(const char *path) {
@@ -114,28 +129,13 @@ std::FILE *kxFile_OpenRegularStream(const char *path) {
 
 bool kxFile_IsSpecial(const char *path) {
   struct stat found;
-  return path != nullptr && InfoOfTarget(path, &found) == 0 && RefuseSpecial(found) != 0;
+  return path != nullptr && InfoOf(AT_FDCWD, path, 0, &found) == 0 && RefuseSpecial(found) != 0;
 }
 
 int kxFile_CreateNew(const char *path) {
   if (Refused(kxStep_createNew, path)) return -1;
   constexpr mode_t kOwnerOnly = 0600;
   return Resumed([path] { return open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly); });
-}
-
-// A descriptor is named through /proc, which not every system has in every place.
-int kxFile_CreateNameless(const char *folder) {
-  if (Refused(kxStep_createNameless, folder)) return -1;
-  constexpr mode_t kOwnerOnly = 0600;
-  const int fd = Resumed([folder] { return open(folder, O_RDWR | O_TMPFILE | O_CLOEXEC, kOwnerOnly); });
-  if (fd < 0 || access(kxFile_PathOfOpen(fd).c_str(), F_OK) == 0) return fd;
-  close(fd);
-  errno = ENOTSUP;
-  return -1;
-}
-
-int kxFile_SetOwner(int fd, uint32_t owner, uint32_t group) {
-  return Refused(kxStep_setOwner, nullptr) || fchown(fd, owner, group) != 0 ? -1 : 0;
 }
 
 int kxFile_SetMode(int fd, unsigned int mode) {
@@ -195,12 +195,6 @@ int kxFile_Rename(const char *from, const char *to) {
 
 int kxFile_Link(const char *from, const char *to) { return Refused(kxStep_link, to) || link(from, to) != 0 ? -1 : 0; }
 
-int kxFile_LinkOpen(int fd, const char *to) {
-  const bool linked = !Refused(kxStep_link, to) &&
-                      linkat(AT_FDCWD, kxFile_PathOfOpen(fd).c_str(), AT_FDCWD, to, AT_SYMLINK_FOLLOW) == 0;
-  return linked ? 0 : -1;
-}
-
 int kxFile_Remove(const char *path) { return Refused(kxStep_remove, path) || unlink(path) != 0 ? -1 : 0; }
 
 int kxFile_FillTemplate(char *path) {
@@ -217,6 +211,83 @@ int kxFile_FillTemplate(char *path) {
   for (size_t i = 0; i < kNumRandom; ++i) end[i] = kChars[random[i] % (sizeof kChars - 1)];
   return 0;
 }
+
+namespace {
+
+constexpr mode_t kOwnerOnly = 0600;
+constexpr char kAccessList[] = "system.posix_acl_access";
+constexpr size_t kMaxAccessList = 65536;  // of Linux, for any attribute
+
+// The mode of a file with an access control list has the list's mask in place of the group's rights.
+int CopyAccessList(int fd, int from) {
+  const std::unique_ptr<unsigned char[]> list(new unsigned char[kMaxAccessList]);
+  const ssize_t len = fgetxattr(from, kAccessList, list.get(), kMaxAccessList);
+  if (len < 0) return errno == ENODATA || errno == ENOTSUP ? 0 : -1;
+  return fsetxattr(fd, kAccessList, list.get(), static_cast<size_t>(len), 0);
+}
+
+}  // namespace
+
+int kxFile_SetAccessOf(int fd, int from) {
+  struct stat found;
+  if (Refused(kxStep_setAccess, nullptr) || fstat(from, &found) != 0) return -1;
+  // Without the bits that would run it as its owner.
+  constexpr mode_t kRights = 0777;
+  if (fchown(fd, found.st_uid, found.st_gid) != 0 || fchmod(fd, found.st_mode & kRights) != 0) return -1;
+  return CopyAccessList(fd, from);
+}
+
+int kxFolder_Open(const char *folder) {
+  const char *const path = *folder == '\0' ? "." : folder;
+  if (Refused(kxStep_openRead, path)) return -1;
+  const int fd = Resumed([path] { return open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+  // Whoever may not list it may write to it all the same.
+  return fd >= 0 || errno != EACCES ? fd : Resumed([path] { return open(path, O_PATH | O_DIRECTORY | O_CLOEXEC); });
+}
+
+int kxFolder_Info(int folder, const char *name, kxFileInfo *info) {
+  struct stat found;
+  return InfoOf(folder, name, AT_SYMLINK_NOFOLLOW, &found) != 0 ? -1 : Take(found, info);
+}
+
+bool kxFolder_IsSpecial(int folder, const char *name) {
+  struct stat found;
+  return InfoOf(folder, name, 0, &found) == 0 && RefuseSpecial(found) != 0;
+}
+
+int kxFolder_CreateNew(int folder, const char *name) {
+  if (Refused(kxStep_createNew, name)) return -1;
+  return Resumed([=] { return openat(folder, name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly); });
+}
+
+// A descriptor is named through /proc, which not every system has in every place.
+int kxFolder_CreateNameless(int folder) {
+  if (Refused(kxStep_createNameless, nullptr)) return -1;
+  const int fd = Resumed([folder] { return openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, kOwnerOnly); });
+  if (fd < 0 || access(kxFile_PathOfOpen(fd).c_str(), F_OK) == 0) return fd;
+  close(fd);
+  errno = ENOTSUP;
+  return -1;
+}
+
+int kxFolder_Link(int folder, int fd, const char *to) {
+  if (Refused(kxStep_link, to)) return -1;
+  return linkat(AT_FDCWD, kxFile_PathOfOpen(fd).c_str(), folder, to, AT_SYMLINK_FOLLOW);
+}
+
+int kxFolder_Rename(int folder, const char *from, const char *to) {
+  return Refused(kxStep_rename, to) ? -1 : renameat(folder, from, folder, to);
+}
+
+int kxFolder_RenameNew(int folder, const char *from, const char *to) {
+  return Refused(kxStep_rename, to) ? -1 : renameat2(folder, from, folder, to, RENAME_NOREPLACE);
+}
+
+int kxFolder_Remove(int folder, const char *name) {
+  return Refused(kxStep_remove, name) ? -1 : unlinkat(folder, name, 0);
+}
+
+int kxFolder_Sync(int folder) { return kxDir_Sync(folder); }
 
 int kxDir_Make(const char *path) { return Refused(kxStep_dirMake, path) || mkdir(path, 0777) != 0 ? -1 : 0; }
 

@@ -18,7 +18,10 @@ struct kxFileInfo {
   uint64_t device;  ///< with the inode: the same file, for as long as somebody has it open
   uint64_t inode;
   int64_t modifiedSec;  ///< seconds since 1970-01-01 00:00 UTC
-  unsigned int mode;    ///< permissions
+  int64_t modifiedNs;   ///< and nanoseconds of that second
+  int64_t changedSec;   ///< what is known of it, or it itself
+  int64_t changedNs;
+  unsigned int mode;  ///< permissions
   uint32_t owner;
   uint32_t group;
 };
@@ -38,12 +41,10 @@ std::FILE *kxFile_OpenRegularStream(const char *path);  ///< the same, for fclos
 bool kxFile_IsSpecial(const char *path);
 /// Makes a file that only its owner may read and write; EEXIST when the name is taken.
 int kxFile_CreateNew(const char *path);
-/// Makes a file without a name in a folder, for its owner to read and write; ENOTSUP where there are none. It goes with
-/// its descriptor unless kxFile_LinkOpen names it.
-int kxFile_CreateNameless(const char *folder);
-std::string kxFile_PathOfOpen(int fd);                        ///< by which this process can open it once more
-int kxFile_SetMode(int fd, unsigned int mode);                ///< permissions of what is open
-int kxFile_SetOwner(int fd, uint32_t owner, uint32_t group);  ///< EPERM for others than root, mostly
+std::string kxFile_PathOfOpen(int fd);          ///< by which this process can open it once more
+int kxFile_SetMode(int fd, unsigned int mode);  ///< permissions of what is open
+/// Gives what is open the owner, the group, the permissions (of 0777) and the access control list of another open file.
+int kxFile_SetAccessOf(int fd, int from);
 /// Opens a file that is there, and empties it; ELOOP for a symbolic link.
 int kxFile_OpenWrite(const char *path);
 
@@ -57,10 +58,28 @@ int kxFile_Close(int fd);  ///< the descriptor is gone in every case
 int kxFile_Rename(const char *from, const char *to);  ///< replaces @p to in one step
 /// Gives the file a second name; EEXIST when that is taken.
 int kxFile_Link(const char *from, const char *to);
-int kxFile_LinkOpen(int fd, const char *to);  ///< the same for what kxFile_CreateNameless made
 int kxFile_Remove(const char *path);
 /// Replaces the last six characters of @p path by random letters and digits.
 int kxFile_FillTemplate(char *path);
+
+// What happens to names in one folder, which is open: whoever puts another folder in its place changes nothing of it.
+// Names have no slash.
+
+/// A descriptor for kxFile_Close. @param folder  "" for the one that the process is in
+int kxFolder_Open(const char *folder);
+/// As kxFile_OpenRegular, and no link either (ELOOP).
+int kxFolder_OpenRegular(int folder, const char *name, kxFileInfo *info);
+int kxFolder_Info(int folder, const char *name, kxFileInfo *info);  ///< of a link itself
+bool kxFolder_IsSpecial(int folder, const char *name);              ///< as kxFile_IsSpecial
+int kxFolder_CreateNew(int folder, const char *name);               ///< as kxFile_CreateNew
+/// Makes a file without a name, for its owner to read and write; ENOTSUP where there are none. It goes with its
+/// descriptor unless kxFolder_Link names it.
+int kxFolder_CreateNameless(int folder);
+int kxFolder_Link(int folder, int fd, const char *to);  ///< gives an open file a name; EEXIST when that is taken
+int kxFolder_Rename(int folder, const char *from, const char *to);
+int kxFolder_RenameNew(int folder, const char *from, const char *to);  ///< EEXIST when @p to is taken
+int kxFolder_Remove(int folder, const char *name);
+int kxFolder_Sync(int folder);  ///< returns once its names are on the disk
 
 int kxDir_Make(const char *path);    ///< mode 0777, less the process's umask
 int kxDir_Remove(const char *path);  ///< of an empty folder
@@ -96,7 +115,7 @@ enum kxFileStep : int {
   kxStep_dirSync,
   kxStep_setMode,
   kxStep_createNameless,
-  kxStep_setOwner,
+  kxStep_setAccess,
 };
 
 /// Asked before the system is, so that a test can make any step fail: 0 lets it go on, an errno value

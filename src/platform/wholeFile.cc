@@ -3,46 +3,52 @@
 #include <cerrno>
 
 #include "kxcert/platform/wholeFile.h"
-#include "platform/files.h"
 
 namespace {
 
 constexpr int kMaxAttempts = 16;                    // at a name that nobody has
 constexpr char kTempTemplate[] = ".kxcert-XXXXXX";  // short, so that a file may have the longest name there is
 
-// The new name is on the disk, too. That it may not be is no failure any more: the file has it.
-void SyncFolder(const std::string &folder) {
-  const int fd = kxFile_OpenRead(folder.empty() ? "." : folder.c_str());
-  if (fd < 0) return;
-  static_cast<void>(kxDir_Sync(fd));
-  static_cast<void>(kxFile_Close(fd));
-}
+size_t StartOfName(const std::string &path) { return path.rfind('/') + 1; }  // 0 without a slash
 
 }  // namespace
 
-// Up to the last slash, or nothing.
-kxWholeFile::kxWholeFile(const char *path) : m_path(path), m_folder(m_path.substr(0, m_path.rfind('/') + 1)) {}
+kxWholeFile::kxWholeFile(const char *path) : m_path(path), m_name(m_path.substr(StartOfName(m_path))) {}
 
 kxWholeFile::~kxWholeFile() {
   const int error = errno;  // of what failed
   if (m_fd >= 0) static_cast<void>(kxFile_Close(m_fd));
-  if (!m_temp.empty()) static_cast<void>(kxFile_Remove(m_temp.c_str()));
+  if (!m_temp.empty()) static_cast<void>(kxFolder_Remove(m_folder, m_temp.c_str()));
+  if (m_folder >= 0) static_cast<void>(kxFile_Close(m_folder));
   errno = error;
 }
 
-int kxWholeFile::Open() {
-  m_fd = kxFile_CreateNameless(m_folder.empty() ? "." : m_folder.c_str());
-  return m_fd >= 0 ? 0 : OpenNamed();
+int kxWholeFile::OpenFolder() {
+  m_folder = kxFolder_Open(m_path.substr(0, StartOfName(m_path)).c_str());
+  return m_folder < 0 ? -1 : 0;
 }
 
-int kxWholeFile::OpenNamed() {
-  return FindTempName([](kxWholeFile &self, const char *name) { return self.m_fd = kxFile_CreateNew(name); });
+int kxWholeFile::OpenOld(kxFileInfo *info) const { return kxFolder_OpenRegular(m_folder, m_name.c_str(), info); }
+
+bool kxWholeFile::IsOldAsItWas(const kxFileInfo &info) const {
+  kxFileInfo now;
+  return kxFolder_Info(m_folder, m_name.c_str(), &now) == 0 && now.device == info.device && now.inode == info.inode &&
+         now.size == info.size && now.modifiedSec == info.modifiedSec && now.modifiedNs == info.modifiedNs &&
+         now.changedSec == info.changedSec && now.changedNs == info.changedNs;
+}
+
+int kxWholeFile::Open() {
+  if (m_folder < 0 && OpenFolder() != 0) return -1;
+  m_fd = kxFolder_CreateNameless(m_folder);
+  if (m_fd >= 0) return 0;
+  return FindTempName(
+      [](kxWholeFile &self, const char *name) { return self.m_fd = kxFolder_CreateNew(self.m_folder, name); });
 }
 
 // @param take  gives the file a name; EEXIST when somebody has it
 int kxWholeFile::FindTempName(int (*take)(kxWholeFile &self, const char *name)) {
   for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
-    std::string name = m_folder + kTempTemplate;
+    std::string name = kTempTemplate;
     if (kxFile_FillTemplate(name.data()) != 0) return -1;
     if (take(*this, name.c_str()) >= 0) return m_temp = name, 0;
     if (errno != EEXIST) return -1;
@@ -52,32 +58,38 @@ int kxWholeFile::FindTempName(int (*take)(kxWholeFile &self, const char *name)) 
 
 int kxWholeFile::Write(const void *data, size_t len) { return kxFile_Write(m_fd, data, len); }
 
-int kxWholeFile::SetOwner(uint32_t owner, uint32_t group) { return kxFile_SetOwner(m_fd, owner, group); }
-
 int kxWholeFile::Finish(unsigned int mode) {
   return kxFile_SetMode(m_fd, mode) != 0 || kxFile_Sync(m_fd) != 0 ? -1 : 0;
 }
 
-std::string kxWholeFile::PathForReading() const { return m_temp.empty() ? kxFile_PathOfOpen(m_fd) : m_temp; }
-
-int kxWholeFile::Link(const char *name) const {
-  return m_temp.empty() ? kxFile_LinkOpen(m_fd, name) : kxFile_Link(m_temp.c_str(), name);
+int kxWholeFile::FinishLike(int other) {
+  return kxFile_SetAccessOf(m_fd, other) != 0 || kxFile_Sync(m_fd) != 0 ? -1 : 0;
 }
 
-// The system replaces names by names, so that for a moment the file has one of its own.
-int kxWholeFile::Replace() {
-  if (kxFile_IsSpecial(m_path.c_str())) return errno = EEXIST, -1;
-  const auto link = [](kxWholeFile &self, const char *name) { return self.Link(name); };
-  if (m_temp.empty() && FindTempName(link) != 0) return -1;
-  if (kxFile_Rename(m_temp.c_str(), m_path.c_str()) != 0) return -1;
+std::string kxWholeFile::PathForReading() const { return kxFile_PathOfOpen(m_fd); }
+
+// The name may be taken, however late somebody took it. Not every file system gives a file two names.
+int kxWholeFile::Appear() {
+  if (m_temp.empty()) return kxFolder_Link(m_folder, m_fd, m_name.c_str());
+  if (kxFolder_RenameNew(m_folder, m_temp.c_str(), m_name.c_str()) != 0) return -1;
   m_temp.clear();
   return 0;
 }
 
-// A link fails when the name is taken, however late somebody took it.
+// The system replaces names by names, so that for a moment the file has one of its own.
+int kxWholeFile::Replace() {
+  if (kxFolder_IsSpecial(m_folder, m_name.c_str())) return errno = EEXIST, -1;
+  const auto link = [](kxWholeFile &self, const char *name) { return kxFolder_Link(self.m_folder, self.m_fd, name); };
+  if (m_temp.empty() && FindTempName(link) != 0) return -1;
+  if (kxFolder_Rename(m_folder, m_temp.c_str(), m_name.c_str()) != 0) return -1;
+  m_temp.clear();
+  return 0;
+}
+
+// That the new name may not be on the disk yet is no failure any more: the file has it.
 int kxWholeFile::Commit(bool replace) {
-  if ((replace ? Replace() : Link(m_path.c_str())) != 0) return -1;
-  SyncFolder(m_folder);
+  if ((replace ? Replace() : Appear()) != 0) return -1;
+  static_cast<void>(kxFolder_Sync(m_folder));
   return 0;
 }
 

@@ -41,6 +41,7 @@ constexpr RCRow kTexts[] = {
     {FSG_WRITE_FAILED, "Failed writing file"},
     {FSG_FAILED, "Failed to sign"},
     {FSG_SAME_FILE, "A signature cannot replace the file that it is of"},
+    {FSG_OTHER_OWNER, "Signed in place, the file would get another owner"},
 };
 
 int Failed(const char *func, int rc, const char *file) {
@@ -49,6 +50,13 @@ int Failed(const char *func, int rc, const char *file) {
 }
 
 bool IsText(unsigned char c) { return c > 31 || c == '\t' || c == '\n' || c == '\f' || c == '\r'; }
+
+// @param fd  taken over; negative: null
+std::FILE *StreamOf(int fd) {
+  std::FILE *const stream = fd < 0 ? nullptr : fdopen(fd, "rb");
+  if (fd >= 0 && stream == nullptr) static_cast<void>(kxFile_Close(fd));
+  return stream;
+}
 
 // From the file's position on.
 int CopyText(std::FILE *from, kxWholeFile *to) {
@@ -90,17 +98,9 @@ int MakeSignature(std::FILE *file, bool isText, sxPubKey *key, SignatureBlock *b
 
 bool IsSameFile(const kxFileInfo &a, const kxFileInfo &b) { return a.device == b.device && a.inode == b.inode; }
 
-// What is at the path is what was read, as it was read.
-bool IsUnchanged(const char *path, const kxFileInfo &asRead) {
-  kxFileInfo now;
-  return kxFile_Info(path, &now) == 0 && IsSameFile(now, asRead) && now.size == asRead.size &&
-         now.modifiedSec == asRead.modifiedSec;
-}
-
-// Once all is written: whether it verifies as it stands on the disk.
-int Finish(kxWholeFile *result, const char *file, bool embedded, unsigned int mode, sxPubKey *key) {
-  if (result->Finish(mode) != 0) return FSG_WRITE_FAILED;
-  const std::string written = result->PathForReading();
+// Once all is on the disk: whether it verifies as it stands there.
+int Verify(const kxWholeFile &result, const char *file, bool embedded, sxPubKey *key) {
+  const std::string written = result.PathForReading();
   const int verified = embedded ? FileVerifyWithKey(written.c_str(), nullptr, nullptr, key)
                                 : FileVerifyWithKey(file, written.c_str(), nullptr, key);
   return verified == FSV_OK ? FSG_OK : FSG_READ_FAILED;
@@ -123,44 +123,65 @@ int Refusal(const char *file, sxPubKey *key, uint64_t seconds) {
   return seconds == 0 || seconds > INT64_MAX ? FSG_BAD_TIME : FSG_OK;
 }
 
-int SignText(const char *file, const char *outFile, sxPubKey *key, uint64_t seconds, bool replace) {
-  if (const int rc = Refusal(file, key, seconds); rc != FSG_OK) return rc;
-  const File from(kxFile_OpenRegularStream(file));
-  kxFileInfo info;
-  if (from == nullptr || kxFile_OpenInfo(fileno(from.get()), &info) != 0) return FSG_NO_FILE;
+// Writes the signed text, and brings it to the disk.
+int WriteSigned(std::FILE *from, bool replace, sxPubKey *key, uint64_t seconds, kxWholeFile *result) {
   SignatureBlock block = BlockOf(seconds);
   long content = 0;
-  int rc = FindContent(from.get(), replace, &content);
-  if (rc == FSG_OK) rc = MakeSignature(from.get(), true, key, &block);
+  int rc = FindContent(from, replace, &content);
+  if (rc == FSG_OK) rc = MakeSignature(from, true, key, &block);
   if (rc != FSG_OK) return rc;
-  const std::string target = outFile != nullptr ? outFile : TargetOf(file);
-  if (target.empty()) return FSG_NO_FILE;
-  kxWholeFile result(target.c_str());
   const std::string text = SignatureBlockText(block);
-  if (result.Open() != 0 || result.Write(text.data(), text.size()) != 0) return FSG_WRITE_FAILED;
-  if (std::fseek(from.get(), content, SEEK_SET) != 0) return FSG_READ_FAILED;
-  if (rc = CopyText(from.get(), &result); rc != FSG_OK) return rc;
+  if (result->Open() != 0 || result->Write(text.data(), text.size()) != 0) return FSG_WRITE_FAILED;
+  if (std::fseek(from, content, SEEK_SET) != 0) return FSG_READ_FAILED;
+  return CopyText(from, result);
+}
+
+int SignInPlace(const std::string &target, sxPubKey *key, uint64_t seconds, bool replace) {
+  kxWholeFile result(target.c_str());
+  if (result.OpenFolder() != 0) return FSG_NO_FILE;
+  kxFileInfo info;
+  const File from(StreamOf(result.OpenOld(&info)));
+  if (from == nullptr) return FSG_NO_FILE;
+  int rc = WriteSigned(from.get(), replace, key, seconds, &result);
+  if (rc != FSG_OK) return rc;
   // A file stays its owner's, whoever signs it.
-  if (outFile == nullptr && result.SetOwner(info.owner, info.group) != 0) return FSG_WRITE_FAILED;
-  // Without the bits that would run it as its owner.
-  rc = Finish(&result, file, true, info.mode & kModePermissions, key);
-  if (rc == FSG_OK && outFile == nullptr && !IsUnchanged(target.c_str(), info)) rc = FSG_READ_FAILED;
-  return rc == FSG_OK ? Commit(&result, outFile == nullptr || replace) : rc;
+  if (result.FinishLike(fileno(from.get())) != 0) return errno == EPERM ? FSG_OTHER_OWNER : FSG_WRITE_FAILED;
+  rc = Verify(result, nullptr, true, key);
+  if (rc == FSG_OK && !result.IsOldAsItWas(info)) rc = FSG_READ_FAILED;
+  return rc == FSG_OK ? Commit(&result, true) : rc;
+}
+
+int SignText(const char *file, const char *outFile, sxPubKey *key, uint64_t seconds, bool replace) {
+  if (const int rc = Refusal(file, key, seconds); rc != FSG_OK) return rc;
+  const std::string target = TargetOf(file);
+  if (target.empty()) return FSG_NO_FILE;
+  if (outFile == nullptr) return SignInPlace(target, key, seconds, replace);
+  if (TargetOf(outFile) == target) return replace ? SignInPlace(target, key, seconds, replace) : FSG_EXISTS;
+  kxFileInfo info;
+  const File from(StreamOf(kxFile_OpenRegular(file, &info)));
+  if (from == nullptr) return FSG_NO_FILE;
+  kxWholeFile result(outFile);
+  int rc = WriteSigned(from.get(), replace, key, seconds, &result);
+  if (rc != FSG_OK) return rc;
+  if (result.Finish(info.mode & kModePermissions) != 0) return FSG_WRITE_FAILED;
+  rc = Verify(result, nullptr, true, key);
+  return rc == FSG_OK ? Commit(&result, replace) : rc;
 }
 
 int SignBeside(const char *file, const char *sigFile, sxPubKey *key, uint64_t seconds, bool replace) {
   if (sigFile == nullptr) return FSG_NO_FILE;
   if (const int rc = Refusal(file, key, seconds); rc != FSG_OK) return rc;
-  const File from(kxFile_OpenRegularStream(file));
   kxFileInfo info;
-  if (from == nullptr || kxFile_OpenInfo(fileno(from.get()), &info) != 0) return FSG_NO_FILE;
+  const File from(StreamOf(kxFile_OpenRegular(file, &info)));
+  if (from == nullptr) return FSG_NO_FILE;
   if (kxFileInfo there; kxFile_Info(sigFile, &there) == 0 && IsSameFile(there, info)) return FSG_SAME_FILE;
   SignatureBlock block = BlockOf(seconds);
   if (const int rc = MakeSignature(from.get(), false, key, &block); rc != FSG_OK) return rc;
   const std::string text = SignatureBlockText(block);
   kxWholeFile result(sigFile);
   if (result.Open() != 0 || result.Write(text.data(), text.size()) != 0) return FSG_WRITE_FAILED;
-  const int rc = Finish(&result, file, false, kModePublic, key);
+  if (result.Finish(kModePublic) != 0) return FSG_WRITE_FAILED;
+  const int rc = Verify(result, file, false, key);
   return rc == FSG_OK ? Commit(&result, replace) : rc;
 }
 

@@ -41,6 +41,7 @@ void TakeBest(PathSearch &search, sxChainVerdict &verdict) {
   verdict.level = best.level;
   verdict.text = best.text;
   verdict.path = best.certs;
+  verdict.evidence = best.evidence;
   verdict.root = best.root;
   verdict.failedLookups.swap(search.FailedLookups());
   sxSavePKobj(verdict.root);
@@ -78,6 +79,7 @@ sxValidationRC sxJudgeChain(const sxChainQuestion &question, sxChainVerdict &ver
   verdict.level = result.level;
   verdict.text = result.text;
   verdict.findings.swap(result.findings);
+  verdict.evidence.swap(result.evidence);
   verdict.tried.swap(result.tried);
   verdict.judged = result.judged;
   verdict.bound = result.bound;

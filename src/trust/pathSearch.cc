@@ -87,7 +87,8 @@ PathSearch::PathSearch(const sxChainQuestion &question, const ValidateParams &pa
       m_now(params.Time()),
       m_heldHolder(question.holder),
       m_holder(*question.holder->GetP()),
-      m_endEntity(*question.endEntity) {
+      m_endEntity(*question.endEntity),
+      m_deadline(std::chrono::steady_clock::now() + std::chrono::milliseconds(question.revocationTimeoutMs)) {
   m_pools.emplace_back(question.pool, m_now);
 }
 
@@ -294,9 +295,11 @@ bool PathSearch::Keep(sxTriedPath &&path) {
     // What the search followed was verified; what it followed by names was not.
     const int flags =
         m_goesByName ? m_question.flags | sxValidate_signatures : m_question.flags & ~sxValidate_signatures;
+    const bool asksHere = (flags & sxValidate_revocation) != 0 && sxRevocation_IsInstalled();
     sxCerts shown = path.certs;  // a revocation function may change what it is given
     path.code = sxCert_ValCerts(path.root, &shown, nullptr, nullptr, m_params, text.data(), kMaxText, &path.level,
-                                nullptr, nullptr, flags);
+                                nullptr, nullptr, asksHere ? flags & ~sxValidate_revocation : flags);
+    if (path.code == sxValidation_OK && asksHere) AskRevocation(path);
     if (path.code == sxValidation_async) path.code = sxValidation_unknownStatus;  // nobody is there to be called back
   } else {
     path.level = path.certs.Top();
@@ -305,6 +308,25 @@ bool PathSearch::Keep(sxTriedPath &&path) {
   path.text = text.data();
   m_tried.push_back(std::move(path));
   return m_tried.back().root != nullptr && IsFinal(m_tried.back());
+}
+
+// Of the library's own checking the verdict tells what it looked at.
+void PathSearch::AskRevocation(sxTriedPath &path) {
+  const auto left =
+      std::chrono::duration_cast<std::chrono::milliseconds>(m_deadline - std::chrono::steady_clock::now());
+  sxRevocationQuestion question;
+  question.root = path.root;
+  question.chain = &path.certs;
+  question.pool = m_question.pool;
+  question.params = m_params;
+  question.mayFetch = m_question.mayFetch && left.count() > 0;
+  question.timeoutMs = static_cast<int>(std::max<int64_t>(left.count(), 1));
+  question.ocspResponses = m_question.ocspResponses;
+  question.wantsEvidence = m_question.wantsFindings;
+  sxRevocationVerdict verdict;
+  path.code = sxRevocation_Check(question, verdict);
+  if (path.code != sxValidation_OK) path.level = verdict.level;
+  path.evidence.swap(verdict.evidence);
 }
 
 const sxTriedPath *PathSearch::LongestDeadEnd() const {

@@ -4,6 +4,7 @@
 #define KXCERT_SRC_TRUST_PATHSEARCH_H_
 
 #include <array>
+#include <chrono>
 #include <map>
 #include <set>
 #include <utility>
@@ -48,6 +49,7 @@ class PathSearch {
   bool Judge(const Anchor &anchor);
   bool JudgeAlone(const Anchor &anchor);
   bool Keep(sxTriedPath &&path);
+  void AskRevocation(sxTriedPath &path);
   bool EndDead(const char *ended);
   bool Stop(bool goesOn);
   bool MayEndOneMore();
@@ -88,6 +90,7 @@ class PathSearch {
   std::vector<sxTriedPath> m_tried;
   int m_numEnded = 0;
   int m_numLookups = 0;
+  const std::chrono::steady_clock::time_point m_deadline;  // of asking for revocation
   std::vector<sxFailedLookup> m_failedLookups;
   sxSearchBound m_bound = sxSearchBound::kNone;
   bool m_reachedRoot = false;

@@ -10,7 +10,7 @@
 #include "foundation/textOutput.h"
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/serialNumber.h"
-#include "kxcert/cert/sxCRL.h"
+#include "kxcert/cert/sxCRL_Encoder.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/platform/clock.h"

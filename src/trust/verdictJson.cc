@@ -117,6 +117,50 @@ void PutFinding(const sxFinding &finding, JsonText &out) {
   out.EndObject();
 }
 
+const char *SourceName(sxStatusSource source) {
+  switch (source) {
+    case sxStatusSource::kNone: return nullptr;
+    case sxStatusSource::kCrl: return "CRL";
+    case sxStatusSource::kDeltaCrl: return "delta CRL";
+    case sxStatusSource::kOcsp: return "OCSP";
+  }
+  return nullptr;
+}
+
+const char *OriginName(sxStatusOrigin origin) {
+  switch (origin) {
+    case sxStatusOrigin::kNone: return nullptr;
+    case sxStatusOrigin::kCaller: return "caller";
+    case sxStatusOrigin::kMemory: return "memory";
+    case sxStatusOrigin::kDisk: return "disk";
+    case sxStatusOrigin::kNetwork: return "network";
+  }
+  return nullptr;
+}
+
+void PutTime(const char *key, int64_t seconds, JsonText &out) {
+  if (seconds == kNoTime) return out.Null(key);
+  out.Number(key, seconds);
+}
+
+void PutEvidence(const sxRevocationEvidence &said, JsonText &out) {
+  out.BeginObject();
+  out.Number("level", said.level);
+  PutText("source", SourceName(said.source), out);
+  PutText("origin", OriginName(said.origin), out);
+  out.Text("where", said.where);
+  out.Text("outcome", said.outcome);
+  out.Bool("says", said.says);
+  PutTime("thisUpdate", said.thisUpdateSec, out);
+  PutTime("nextUpdate", said.nextUpdateSec, out);
+  PutTime("revokedAt", said.revokedSec, out);
+  out.Text("number", said.number);
+  out.Text("signer", said.signer);
+  out.Text("reason", said.reason);
+  out.Number("costMs", said.costMs);
+  out.EndObject();
+}
+
 void PutTried(const sxTriedPath &path, JsonText &out) {
   out.BeginObject();
   PutCerts(path.certs, PutBrief, out);
@@ -150,6 +194,9 @@ sxString sxChainVerdict::Json() const {
   PutCerts(path, PutCert, out);
   out.BeginArray("findings");
   for (const sxFinding &finding : findings) PutFinding(finding, out);
+  out.EndArray();
+  out.BeginArray("revocation");
+  for (const sxRevocationEvidence &said : evidence) PutEvidence(said, out);
   out.EndArray();
   out.BeginArray("tried");
   for (const sxTriedPath &one : tried) PutTried(one, out);

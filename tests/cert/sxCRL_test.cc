@@ -1,4 +1,4 @@
-#include "kxcert/cert/sxCRL.h"
+#include "kxcert/cert/sxCRL_Encoder.h"
 
 #include <gmock/gmock.h>
 
@@ -6,6 +6,7 @@
 #include <map>
 #include <random>
 
+#include "kxcert/asn1/sxAsnInt.h"
 #include "support/rows.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/serialNumber.h"
@@ -27,8 +28,8 @@ sxAsnInt Number(const char *hex) {
 
 std::vector<int64_t> Times(const sxCRL &crl) {
   std::vector<int64_t> times;
-  for (const sxRevokedEntry *e = crl.NextEntry(nullptr); e != nullptr; e = crl.NextEntry(e)) {
-    times.push_back(e->revokedSec);
+  for (sxRevokedEntry e; crl.NextEntry(&e);) {
+    times.push_back(e.revokedSec);
   }
   return times;
 }
@@ -43,11 +44,12 @@ TEST(sxCRL, FindsANumberHoweverItIsStored) {
   };
   for (const auto &c : found) {
     SCOPED_TRACE(c.hex);
-    ASSERT_NE(nullptr, crl.FindEntry(Number(c.hex)));
-    EXPECT_EQ(c.time, crl.FindEntry(Number(c.hex))->revokedSec);
+    sxRevokedEntry entry;
+    EXPECT_TRUE(crl.FindEntry(nullptr, Number(c.hex), &entry));
+    EXPECT_EQ(c.time, entry.revokedSec);
   }
   for (const char *absent : {"a1b2c3d4e5", "00fb", "08", "00a1b2c3d4e6"}) {
-    EXPECT_EQ(nullptr, crl.FindEntry(Number(absent))) << absent;
+    EXPECT_FALSE(crl.FindEntry(nullptr, Number(absent), nullptr)) << absent;
   }
   EXPECT_EQ(0, crl.AddEntry(Number("0000000007"), 999));   // the number is there
   EXPECT_THAT(Times(crl), testing::ElementsAre(100, 200, 300));
@@ -70,7 +72,7 @@ TEST(sxCRL, KeepsOrderThroughAnyAddingAndRemoving) {
   std::vector<int64_t> expected;
   for (const auto &[serial, time] : model) {
     expected.push_back(time);
-    ASSERT_NE(nullptr, crl.FindEntry(sxAsnInt(serial)));
+    ASSERT_TRUE(crl.FindEntry(nullptr, sxAsnInt(serial), nullptr));
   }
   std::sort(expected.begin(), expected.end());   // steps only grow: the order of addition
   EXPECT_EQ(expected, Times(crl));
@@ -84,8 +86,8 @@ TEST(sxCRL, DecodesItsEntries) {
   EXPECT_THAT(Times(*crl), testing::ElementsAre(1893456000, 1893456000));
   EXPECT_EQ(1, crl->IsEntryExist(*TestCert("CN=a", nullptr, {.serial = "012C"}).Get()));
   EXPECT_EQ(0, crl->IsEntryExist(*TestCert("CN=a", nullptr, {.serial = "012E"}).Get()));
-  EXPECT_NE(nullptr, crl->FindEntry(sxAsnInt(301)));
-  EXPECT_EQ(nullptr, crl->FindEntry(sxAsnInt(302)));
+  EXPECT_TRUE(crl->FindEntry(nullptr, sxAsnInt(301), nullptr));
+  EXPECT_FALSE(crl->FindEntry(nullptr, sxAsnInt(302), nullptr));
   EXPECT_EQ(nullptr, crl->UnhandledCritExt());
   sxCRL_Free(crl);
   for (int len = 0; len < LenOf(der); ++len) ASSERT_EQ(nullptr, sxCRL_Decode(der.data(), len)) << len;

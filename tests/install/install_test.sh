@@ -23,6 +23,9 @@ cmake -G Ninja -S "$source/tests/install/consumer" -B "$work/build" -DCMAKE_PREF
 check "$work/build/validate"
 check "$work/build/validate-static"
 ! ldd "$work/build/validate-static" | grep libkxcert || fail 'the static program needs the shared library'
+for program in use-fetch use-fetch_static; do
+  "$work/build/$program" || fail "$program: what must not be asked"
+done
 
 export PKG_CONFIG_PATH=$libdir/pkgconfig
 # shellcheck disable=SC2046
@@ -34,12 +37,17 @@ check "$work/by-pkg-config"
 "$compiler" -std=c++20 -fsanitize=address "$source/examples/validate.cc" -o "$work/sanitized" \
   $(pkg-config --cflags --libs kxcert)
 check "$work/sanitized"
+# shellcheck disable=SC2046
+"$compiler" -std=c++20 "$source/tests/install/consumer/useFetch.cc" -o "$work/fetch-by-pkg-config" \
+  $(pkg-config --cflags --libs kxcert-fetch)
+"$work/fetch-by-pkg-config" || fail 'what must not be asked'
+case $(pkg-config --libs kxcert-fetch) in *curl*) fail 'libcurl is not a private requirement' ;; esac
 case $(pkg-config --libs kxcert) in *crypto*) fail 'libcrypto is not a private requirement' ;; esac
 case $(pkg-config --static --libs kxcert) in *crypto*) ;; *) fail 'a static link needs libcrypto' ;; esac
 # shellcheck disable=SC2046
 { (cd "$prefix/include" && find . -name '*.h' | sort | sed 's/.*/#include "&"/'); cat "$source/tests/install/inline.cc"; } |
   "$compiler" -std=c++20 -O0 -fkeep-inline-functions -I"$prefix/include" -x c++ - -x none -o "$work/inline" \
-  $(pkg-config --cflags --libs kxcert) || fail 'inline functions call what is not exported'
+  $(pkg-config --cflags --libs kxcert-fetch) || fail 'inline functions call what is not exported'
 "$work/inline" || fail 'copies and moves'
 unset LD_LIBRARY_PATH
 
@@ -52,6 +60,9 @@ for library in $needed; do
     *) fail "libkxcert.so needs $library" ;;
   esac
 done
+
+readelf -d "$libdir/libkxcert-fetch.so" | grep -q 'NEEDED.*libcurl' || fail 'libkxcert-fetch.so fetches without libcurl'
+! readelf -d "$libdir/libkxcert.so" | grep -E 'NEEDED.*lib(curl|ldap|lber)' || fail 'libkxcert.so links what fetches'
 
 # A process has little static thread storage left for libraries that it opens at run time.
 ! readelf -d "$libdir/libkxcert.so" | grep STATIC_TLS || fail 'libkxcert.so needs static thread storage'

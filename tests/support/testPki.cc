@@ -61,7 +61,10 @@ TestCert::TestCert(const std::string &subject, const TestCert *issuer, const Tes
   AddExtension(cert, above, "basicConstraints", options.basicConstraints);
   AddExtension(cert, above, "keyUsage", options.keyUsage);
   AddExtension(cert, above, "authorityInfoAccess", options.access);
+  AddExtension(cert, above, "extendedKeyUsage", options.extKeyUsage);
+  AddExtension(cert, above, "noCheck", options.noCheck ? "ignored" : "");
   AddExtension(cert, above, "1.2.3.4.5", options.criticalUnknown ? "critical,DER:0500" : "");
+  for (const auto &extension : options.more) X509_add_ext(cert, extension.get(), -1);
   X509_sign(cert, issuer != nullptr ? issuer->m_key.get() : m_key.get(), EVP_get_digestbyname(options.digest));
 
   unsigned char *der = nullptr;

@@ -31,6 +31,9 @@ struct TestCertOptions {
   std::string key = "P-256";             ///< of a new one: a curve, or "RSA-" and the bits
   const char *digest = "SHA256";
   std::string access = {};               ///< authorityInfoAccess: "caIssuers;URI:http://ca.example/1.cer"
+  std::vector<std::shared_ptr<X509_EXTENSION>> more = {};
+  std::string extKeyUsage = {};
+  bool noCheck = false;                  ///< id-pkix-ocsp-nocheck
 };
 
 class TestCert {
@@ -44,6 +47,8 @@ class TestCert {
 
   sxCert *Get() const { return m_cert; }   ///< lent
   sxCert *Ref() const;                     ///< one more reference, for a set to adopt
+  X509 *Native() const { return m_x509.get(); }
+  EVP_PKEY *Key() const { return m_key.get(); }
 
  private:
   std::shared_ptr<EVP_PKEY> m_key;

@@ -7,6 +7,7 @@
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "timeText.h"
 #include "visibleText.h"
@@ -92,6 +93,11 @@ std::string ValidityText(const sxCert &cert) {
 std::string SignatureText(const sxCert &cert) {
   return std::string(NameOf(kAlgorithms, cert.signatureSignAlgorithm())) + " with " +
          NameOf(kDigests, cert.signatureHashAlgorithm());
+}
+
+std::string SignatureText(const sxAsnOid &oid) {
+  const int family = AlgType_By_SignOID(oid), digest = MdType_By_SignOID(oid);
+  return std::string(NameOf(kAlgorithms, family)) + " with " + NameOf(kDigests, digest);
 }
 
 std::string KeyIdText(const sxExtKeyID *keyId) {

@@ -9,6 +9,7 @@
 #include "facts.h"
 
 class sxAsnInt;
+class sxAsnOid;
 class sxCert;
 class sxDN;
 class sxExtKeyID;
@@ -21,6 +22,7 @@ void Negate(std::vector<unsigned char> &octets);  ///< in two's complement
 std::string KeyText(const sxCert &cert);          ///< "RSA, 2048 bits"
 std::string ValidityText(const sxCert &cert);     ///< "2024-... UTC to 2034-... UTC"
 std::string SignatureText(const sxCert &cert);    ///< "ECDSA with SHA-256"
+std::string SignatureText(const sxAsnOid &oid);   ///< the same of an algorithm's identifier
 std::string KeyIdText(const sxExtKeyID *keyId);   ///< hexadecimal; "" without one
 
 Facts CertFacts(const sxCert &cert);

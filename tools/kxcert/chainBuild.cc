@@ -54,6 +54,8 @@ void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidatePara
   const sxCerts all = SetOf({&given.endEntity, &given.chain, &given.untrusted});
   sxChainQuestion question{.holder = &holder, .params = params, .flags = flags, .wantsFindings = true};
   question.intermediates = given.intermediates;
+  question.ocspResponses = given.responses;
+  question.mayFetch = given.mayFetch;
   if (!given.endEntity.empty()) {
     question.endEntity = given.endEntity.front().cert.get();
     question.pool = &all;

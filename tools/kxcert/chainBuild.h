@@ -29,6 +29,8 @@ struct GivenCerts {
   std::vector<FoundCert> chain;
   std::vector<FoundCert> untrusted;        ///< issuers that may be missing in the chain; they need not be used
   Cert_Cache_DB *intermediates = nullptr;  ///< where others are looked for; or null
+  const sxOcspResponses *responses = nullptr;
+  bool mayFetch = false;
 };
 
 struct JudgedChain {

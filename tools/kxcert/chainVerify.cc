@@ -1,4 +1,5 @@
 // kxcert chain verify: the verdict about a chain, and what every certificate of it has to do with it.
+#include <algorithm>
 #include <memory>
 
 #include "blackListFile.h"
@@ -8,7 +9,9 @@
 #include "kxcert/platform/clock.h"
 #include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "progressLine.h"
 #include "report.h"
+#include "revocationOptions.h"
 #include "timeText.h"
 #include "verb.h"
 #include "visibleText.h"
@@ -18,7 +21,7 @@ namespace {
 constexpr size_t kMaxName = 256;  // characters, where many stand
 
 constexpr int kFlags = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
-constexpr char kRevocation[] = "not checked, which is not the same as good";
+constexpr char kNotAsked[] = "not checked, which is not the same as good";
 
 struct Options {
   std::vector<std::string> trust;
@@ -30,6 +33,7 @@ struct Options {
   std::string blackList;
   int graceStartSec = kGraceDefault;
   int graceEndSec = kGraceDefault;
+  RevocationOptions revocation;
 };
 
 std::vector<FoundCert> ReadAll(const std::vector<std::string> &paths, Report &report) {
@@ -61,6 +65,8 @@ struct Decision {
   Answer answer;
   MissingIssuer missing;  // when there is no root
   int64_t now;
+  bool asksRevocation = false;
+  bool isLetPass = false;  // with a status that is not known
 
   const sxCerts &Path() const { return judged.verdict.path; }
   const sxRootCA *Root() const { return judged.verdict.root; }
@@ -85,12 +91,17 @@ std::string HelpOf(const Decision &decision, const sxFinding *deciding) {
   if (verdict.code == sxValidation_expired && cert != nullptr && cert->notAfter() >= kFirstClampedSec) {
     return "Ask about an earlier time: dates after 2037 count as 1 January 2038.";
   }
+  if (IsStatusUnknown(verdict.code)) {
+    return "See below what was looked at; bring a CRL with --crl or an answer with --ocsp-response, or let them be "
+           "fetched with --fetch.";
+  }
   if (deciding != nullptr && deciding->advice != nullptr) return deciding->advice;
   return "Check the certificates given: one of them cannot be used.";
 }
 
 void Decide(const GivenCerts &given, sxKeyHolder &holder, const ValidateParams &params, Decision &decision) {
-  JudgeGiven(given, holder, params, kFlags, decision.judged);
+  const int flags = decision.asksRevocation ? kFlags | sxValidate_revocation : kFlags;
+  JudgeGiven(given, holder, params, flags, decision.judged);
   const sxChainVerdict &verdict = decision.judged.verdict;
   if (verdict.root == nullptr) decision.missing = FindMissingIssuer(*verdict.path.Get(verdict.path.Top()), holder);
   if (!decision.IsLeftOver()) {
@@ -121,14 +132,29 @@ std::string WhereFrom(const sxCert &cert, const GivenCerts &given) {
 
 std::string FactText(const sxFact &fact) { return std::string(fact.label) + ": " + VisibleLine(fact.value); }
 
-std::string CodeText(int code) { return std::to_string(code) + " " + sxValidationRC_GetString(code); }
+// Some of the texts are several lines, for dialogues.
+std::string TextOf(int code) {
+  std::string text = sxValidationRC_GetString(code);
+  std::ranges::replace(text, '\n', ' ');
+  return text;
+}
+
+std::string CodeText(int code) { return std::to_string(code) + " " + TextOf(code); }
+
+std::string RevocationText(const Decision &decision) {
+  const sxChainVerdict &verdict = decision.judged.verdict;
+  if (!decision.asksRevocation) return kNotAsked;
+  if (verdict.code == sxValidation_OK) return "looked into; nothing was revoked";
+  if (verdict.code == sxValidation_revoked) return "revoked";
+  return IsStatusUnknown(verdict.code) ? "NOT KNOWN" : "not looked into: something else decided before";
+}
 
 void PrintVerdict(const Decision &decision, Report &report) {
   const Answer &answer = decision.answer;
   const sxCerts &chain = decision.Path();
   const bool valid = answer.code == sxValidation_OK;
-  report.Verdict(valid, (valid ? "VALID (" : "NOT VALID (") + std::to_string(answer.code) +
-                            "): " + sxValidationRC_GetString(answer.code));
+  const char *const word = valid ? "VALID (" : decision.isLetPass ? "LET PASS, STATUS NOT KNOWN (" : "NOT VALID (";
+  report.Verdict(valid, word + std::to_string(answer.code) + "): " + TextOf(answer.code));
   report.Line("  end entity:  " + NameText(chain.Get(0)->Subject()));
   if (decision.Root() != nullptr) report.Line("  root:        " + NameText(decision.Root()->DN()) + " (trusted)");
   if (answer.level >= 0) {
@@ -143,7 +169,7 @@ void PrintVerdict(const Decision &decision, Report &report) {
   if (!valid) report.Line("  what to do:  " + answer.help);
   report.Line("  time:        " + PrintTime(decision.now));
   if (valid) report.Line("  valid until: " + PrintCertTime(sxGetChainExpiration(chain)));
-  report.Line(std::string("  revocation:  ") + kRevocation);
+  report.Line("  revocation:  " + RevocationText(decision));
 }
 
 // The rules of one result at a level, with their reasons, in one line.
@@ -157,8 +183,8 @@ std::string RulesText(const std::vector<sxFinding> &findings, int level, sxFindi
   return text.empty() ? "nothing" : text;
 }
 
-void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &findings, const std::string &where,
-                Report &report) {
+void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &findings,
+                const std::vector<sxRevocationEvidence> &evidence, const std::string &where, Report &report) {
   report.Line();
   report.Line("level " + std::to_string(level) + ": " + NameText(cert.Subject()));
   report.Line("  issuer:      " + NameText(cert.Issuer()));
@@ -171,6 +197,9 @@ void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &fin
     if (finding.level != level || finding.result != sxFindingResult::kFailed) continue;
     report.Line("  FAILED:      " + CodeText(finding.code));
     for (const sxFact &fact : finding.facts) report.Line("               " + FactText(fact));
+  }
+  for (const sxRevocationEvidence &said : evidence) {
+    if (said.level == level) report.Line("  looked at:   " + EvidenceText(said));
   }
 }
 
@@ -221,14 +250,16 @@ void FillDocument(const Decision &decision, const GivenCerts &given, Facts &docu
     const long until = sxGetChainExpiration(decision.Path());
     document["validUntil"] = {{"seconds", until}, {"text", PrintCertTime(until)}};
   }
-  document["revocation"] = kRevocation;
+  document["revocationText"] = RevocationText(decision);
+  document["letPass"] = decision.isLetPass;
 }
 
 void PrintLevels(const Decision &decision, const GivenCerts &given, Report &report) {
   const sxCerts &chain = decision.Path();
   for (int level = 0; level <= chain.Top(); ++level) {
     const sxCert &cert = *chain.Get(level);
-    PrintLevel(level, cert, decision.judged.verdict.findings, WhereFrom(cert, given), report);
+    const sxChainVerdict &verdict = decision.judged.verdict;
+    PrintLevel(level, cert, verdict.findings, verdict.evidence, WhereFrom(cert, given), report);
   }
 }
 
@@ -253,14 +284,23 @@ void Run(const Options &options, Report &report) {
     if (db.has_value()) intermediates.InitPath(db->parent.c_str());
     given.intermediates = &intermediates;
   }
+  Revocation revocation;
+  revocation.SetUp(options.revocation, params, report);
+  decision.asksRevocation = revocation.IsOn();
+  given.responses = &revocation.Responses();
+  given.mayFetch = revocation.Fetches();
   if (report.Worst() != kExitYes) return report.Problem(kExitInputError, "", "no verdict: not all input could be read");
   const HolderRef holder = MakeHolder(given.trust);
-  Decide(given, *holder, params, decision);
+  {
+    const ProgressLine progress("looking into revocation");
+    Decide(given, *holder, params, decision);
+  }
   const bool isWhole = TellLookups(options.intermediates.folder, decision.judged.verdict.failedLookups, report);
   if (decision.judged.verdict.code != sxValidation_OK && !isWhole) {
     return report.Problem(kExitInputError, "", "no verdict: not all records could be read");
   }
-  if (decision.answer.code != sxValidation_OK) report.Worsen(kExitNo);
+  decision.isLetPass = options.revocation.softFail && IsStatusUnknown(decision.answer.code);
+  if (decision.answer.code != sxValidation_OK && !decision.isLetPass) report.Worsen(kExitNo);
   FillDocument(decision, given, report.Document());
   PrintVerdict(decision, report);
   PrintLevels(decision, given, report);
@@ -275,7 +315,7 @@ void Run(const Options &options, Report &report) {
 
 Verb ChainVerify() {
   const auto options = std::make_shared<Options>();
-  return {
+  Verb verb = {
       {{"FILE", "the chain's certificates in any order; - is standard input", &options->files},
        {"--trust", "file or folder with trusted roots; may be repeated", &options->trust, true},
        {"--end-entity", "file whose first certificate is judged; FILE may hold anything", &options->endEntity},
@@ -287,5 +327,10 @@ Verb ChainVerify() {
        {"--grace-end", "seconds after notAfter that are let pass (0)", &options->graceEndSec},
        {"--blacklist", "file with hexadecimal serial numbers, one a line", &options->blackList}},
       [options](Report &report) { Run(*options, report); },
-      [options] { return options->files.empty() && options->endEntity.empty() ? "FILE or --end-entity" : nullptr; }};
+      [options] {
+        const bool hasNone = options->files.empty() && options->endEntity.empty();
+        return hasNone ? "FILE or --end-entity" : MissingForRevocation(options->revocation);
+      }};
+  for (const OptionRow &row : RevocationRows(options->revocation)) verb.options.push_back(row);
+  return verb;
 }

@@ -67,7 +67,8 @@ void Sign(const Options &options, Report &report) {
   if (rc == FSG_OK) return report.Line("signed, as of " + PrintTime(seconds));
   const std::string target = options.sigFile + options.out;  // one of them at most
   const bool couldForce = rc == FSG_SIGNED || (rc == FSG_EXISTS && CanBeReplaced(target));
-  report.Problem(kExitInputError, rc == FSG_EXISTS ? target : options.file,
+  const bool isAboutResult = (rc == FSG_EXISTS || rc == FSG_WRITE_FAILED) && !target.empty();
+  report.Problem(kExitInputError, isAboutResult ? target : options.file,
                  std::string(FSG_RC_to_str(rc)) + (couldForce && !options.force ? "; --force replaces that" : ""));
 }
 

@@ -14,17 +14,23 @@ namespace {
 constexpr NounRow kNouns[] = {
     {"cert", "Certificates and CRLs"},
     {"chain", "Chains of certificates"},
+    {"crl", "Lists of revoked certificates"},
     {"crmf", "Certificate request messages"},
     {"db", "Databases of certificates and CRLs"},
     {"file", "Signed files"},
     {"key", "RSA, elliptic-curve and Diffie-Hellman keys"},
     {"name", "Distinguished names"},
+    {"ocsp", "Revocation as responders tell it"},
 };
 
 constexpr VerbRow kVerbs[] = {
     {"cert", "print", "Print certificates and CRLs", CertPrint},
     {"cert", "asn1", "Print any ASN.1 type as a tree, or check its encoding", CertAsn1},
     {"chain", "verify", "Decide whether a chain is valid, and say why", ChainVerify},
+    {"crl", "print", "Print CRLs and their entries", CrlPrint},
+    {"crl", "verify", "Decide whether a CRL is valid, and say what it covers", CrlVerify},
+    {"crl", "find", "Look for certificates in a CRL", CrlFind},
+    {"crl", "new", "Make a CRL, from an older one or anew", CrlNew},
     {"crmf", "new", "Make a certificate request message", CrmfNew},
     {"crmf", "show", "Print certificate request messages, and judge them", CrmfShow},
     {"db", "list", "List the records of a database", DbList},
@@ -44,6 +50,8 @@ constexpr VerbRow kVerbs[] = {
     {"name", "parse", "Print names as text and DER", NameParse},
     {"name", "compare", "Tell whether two names are equal", NameCompare},
     {"name", "suffix", "Tell whether a name ends with another one", NameSuffix},
+    {"ocsp", "ask", "Ask responders whether certificates are revoked", OcspAsk},
+    {"ocsp", "print", "Print OCSP responses", OcspPrint},
 };
 
 int Run(int argc, char **argv) {

@@ -37,6 +37,10 @@ struct Verb {
 Verb CertAsn1();
 Verb CertPrint();
 Verb ChainVerify();
+Verb CrlFind();
+Verb CrlNew();
+Verb CrlPrint();
+Verb CrlVerify();
 Verb CrmfNew();
 Verb CrmfShow();
 Verb DbAdd();
@@ -56,5 +60,7 @@ Verb KeyVerify();
 Verb NameCompare();
 Verb NameParse();
 Verb NameSuffix();
+Verb OcspAsk();
+Verb OcspPrint();
 
 #endif

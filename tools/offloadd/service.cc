@@ -230,7 +230,10 @@ int Service::Run() {
   const Event hangUp(event_new(m_base.get(), SIGHUP, EV_SIGNAL | EV_PERSIST, signalled, this));  // of its terminal
   const auto asked = [](evutil_socket_t, short, void *service) { static_cast<Service *>(service)->TellCounts(); };
   const Event counts(event_new(m_base.get(), SIGUSR1, EV_SIGNAL | EV_PERSIST, asked, this));
+  struct sigaction before;
+  const bool staysAtHangUp = sigaction(SIGHUP, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;  // nohup
   for (const Event *event : {&term, &interrupt, &hangUp, &counts}) {
+    if (event == &hangUp && staysAtHangUp) continue;
     if (event_add(event->get(), nullptr) != 0) return 4;
   }
   m_listener = kxLocalSocket_Listen(m_path);

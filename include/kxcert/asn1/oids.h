@@ -54,6 +54,7 @@ KXCERT_OID(sxASN_id_principalName);
 KXCERT_OID(sxASN_id_ce_basicConstraints);
 KXCERT_OID(sxASN_id_ce_keyUsage);
 KXCERT_OID(sxASN_id_ce_cRLDistributionPoints);
+KXCERT_OID(sxASN_id_ce_freshestCRL);
 KXCERT_OID(sxASN_id_ce_subjectAltName);
 KXCERT_OID(sxASN_id_ce_extKeyUsage);
 KXCERT_OID(sxASN_id_ce_subjectKeyIdentifier);

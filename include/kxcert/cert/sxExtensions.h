@@ -27,6 +27,7 @@ class sxAsnType;
 class sxAsnUTF8String;
 class sxAuthorityInfoAccess_imp;
 class sxBasicConstraint_imp;
+class sxDN;
 class sxExtDeviceData_imp;
 class sxExtension_imp;
 class sxExtGN_imp;
@@ -105,6 +106,7 @@ class KXCERT_EXPORT sxBasicConstraint : public sxExtension {
 
  private:
   friend class sxBasicConstraint_imp;
+  class sxDN;
   explicit sxBasicConstraint(std::unique_ptr<sxBasicConstraint_imp> imp);
 };
 
@@ -136,11 +138,11 @@ class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
   explicit sxExtKeyUsage(std::unique_ptr<sxExtKeyUsage_imp> imp);
 };
 
-/// subjectAltName and cRLDistributionPoints. Of distribution points it keeps the full names alone, of
-/// all points in order; composing writes one point for each name.
+/// subjectAltName, cRLDistributionPoints, and freshestCRL of CRLs. Of distribution points it keeps the full names
+/// alone, of all points in order; composing writes one point for each name.
 class KXCERT_EXPORT sxExtGN : public sxExtension {
  public:
-  sxExtGN(const char *extName, const sxGeneralNames &names);  ///< extName: one of the two below, lent
+  sxExtGN(const char *extName, const sxGeneralNames &names);  ///< extName: one of those below, lent
   void Set(const sxExtGN &other) { *this = other; }
   const sxGeneralNames &Names() const;
 
@@ -150,6 +152,7 @@ class KXCERT_EXPORT sxExtGN : public sxExtension {
 };
 extern KXCERT_EXPORT const char *const kExtNameSubjectAltName;
 extern KXCERT_EXPORT const char *const kExtNameDistPoints;
+extern KXCERT_EXPORT const char *const kExtNameFreshestCRL;  ///< is read, not composed
 
 /// subjectKeyIdentifier and authorityKeyIdentifier.
 class KXCERT_EXPORT sxExtKeyID : public sxExtension {
@@ -195,18 +198,26 @@ class KXCERT_EXPORT sxExtDeviceData : public sxExtension {
   explicit sxExtDeviceData(std::unique_ptr<sxExtDeviceData_imp> imp);
 };
 
-/// issuingDistributionPoint of CRLs (RFC 5280, 5.2.5). A name relative to the issuer is not kept.
+/// issuingDistributionPoint of CRLs (RFC 5280, 5.2.5). As there, at most one of the three kinds of certificates is
+/// meant to be set.
 class KXCERT_EXPORT sxIssuingDP : public sxExtension {
  public:
   explicit sxIssuingDP(const sxGeneralNames &fullName);
   void Set(const sxIssuingDP &other) { *this = other; }
-  const sxGeneralNames &FullName() const;
+  const sxGeneralNames &FullName() const;  ///< empty for a relative name, and when there is none
+  const sxDN *RelativeName() const;        ///< a name of the one RDN that goes below the issuer's; lent, or null
   bool OnlyUserCerts() const;
   bool OnlyCACerts() const;
   bool OnlyAttributeCerts() const;
   bool IndirectCRL() const;
   bool HasOnlySomeReasons() const;   ///< the CRL covers some reasons only
   unsigned int SomeReasons() const;  ///< these: bit n is ReasonFlags bit n; else 0
+
+  void SetOnlyUserCerts(bool on);
+  void SetOnlyCACerts(bool on);
+  void SetOnlyAttributeCerts(bool on);
+  void SetIndirectCRL(bool on);
+  void SetSomeReasons(unsigned int bits);  ///< 0: all
 
  private:
   friend class sxIssuingDP_imp;

@@ -59,8 +59,11 @@ struct kxFetchAnswer {
   kxFetchResult result = kxFetch_failed;
   const unsigned char *octets = nullptr;  ///< lent; null and 0 unless the result is kxFetch_OK
   size_t len = 0;
+  /// By the component: what keeps the octets, which are then shared by all that were told of them. Null: they are
+  /// lent for the call of Answer, and copied.
+  std::shared_ptr<const void> keeper;
   kxFetchVersion version;  ///< that the octets are
-  std::string reason;      ///< for people, printable: what failed, and where; may be empty
+  std::string reason;      ///< for people, printable, cut at kMaxFetchFieldLen: what failed, and where; may be empty
 };
 
 /// The answer is lent for the call.
@@ -110,7 +113,7 @@ KXCERT_EXPORT kxFetchResult kxFetch_Start(sxd_env *env, kxFetchRequest request, 
 
 /// Asks and waits, at most as long as the request's time limit, with an environment of its own. Any thread, but
 /// none that runs an environment: its calls would wait, too.
-/// @param done  called once, within this, unless the result is no kxFetch_OK
+/// @param done  called once, within this, unless the result is no kxFetch_OK; also when the component cancels it
 /// @return that of beginning, as kxFetch_Start
 KXCERT_EXPORT kxFetchResult kxFetch_Wait(kxFetchRequest request, const kxFetchDone &done);
 

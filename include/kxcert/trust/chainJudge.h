@@ -16,6 +16,7 @@
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/store/storeFolder.h"
 #include "kxcert/trust/ValidateParams.h"
+#include "kxcert/trust/revocation.h"
 #include "kxcert/trust/sxFinding.h"
 #include "kxcert/trust/sxValidation.h"
 
@@ -52,6 +53,11 @@ struct sxChainQuestion {
   /// Where issuers are taken from that neither pool nor holder have: the certificate that is stored under the
   /// issuer's name, unless the time of the question has reached its expiry. Read on the caller's thread. Null: none.
   Cert_Cache_DB *intermediates = nullptr;
+  /// Revocation, where sxRevocation_Install was called (revocation.h) and the flags ask for it: OCSP responses that
+  /// the peer brought (CRLs are pushed before), whether anything is fetched, and the time for all paths together.
+  const sxOcspResponses *ocspResponses = nullptr;
+  bool mayFetch = true;
+  int revocationTimeoutMs = kRevocationTimeoutMs;
 };
 
 /// A path that was followed to its end. A value; copies share the certificates.
@@ -60,9 +66,10 @@ struct sxTriedPath {
   /// That the path ends in, lent: it lives as long as @c certs. Null for a dead end.
   sxRootCA *root = nullptr;
   sxValidationRC code = sxValidation_notTrusted;
-  int level = -1;               ///< as sxCert_ValCerts says; the top of a dead end
-  sxString text;                ///< the code's text; when it failed, the facts as well, a line each
-  const char *ended = nullptr;  ///< static: why it goes no further
+  int level = -1;                              ///< as sxCert_ValCerts says; the top of a dead end
+  sxString text;                               ///< the code's text; when it failed, the facts as well, a line each
+  const char *ended = nullptr;                 ///< static: why it goes no further
+  std::vector<sxRevocationEvidence> evidence;  ///< what was looked at for revocation, when it came to that
 };
 
 /// A record of the question's database that could be of no use although it has the name that was looked up. A path may be
@@ -91,6 +98,8 @@ struct KXCERT_EXPORT sxChainVerdict {
   ///     root               name and sha256, or null
   ///     path               of these, the end entity first
   ///     findings           rule, source, outcome, reason, code, name, text, level, facts (label, value), advice
+  ///     revocation         level, source, origin, where, outcome, says, thisUpdate, nextUpdate, revokedAt (seconds, or
+  ///                        null), number, signer, reason, costMs
   ///     tried              path (subject, sha256), root, code, name, text, level, message, ended
   ///     judged             which one of those "path" is, or null
   ///     bound              what ended the search, or null
@@ -106,8 +115,9 @@ struct KXCERT_EXPORT sxChainVerdict {
   /// For a question that wants them: what every rule says of every certificate of the path, behind the first
   /// failure too, and what was said of revocation. Empty for -1000.
   std::vector<sxFinding> findings;
-  std::vector<sxTriedPath> tried;  ///< in the order of the search; empty for -1000
-  int judged = -1;                 ///< which one of them @c path is
+  std::vector<sxRevocationEvidence> evidence;  ///< of the path: what was looked at for revocation
+  std::vector<sxTriedPath> tried;              ///< in the order of the search; empty for -1000
+  int judged = -1;                             ///< which one of them @c path is
   /// What kept the search from going on. Never set beside a path that is valid.
   sxSearchBound bound = sxSearchBound::kNone;
   std::vector<sxFailedLookup> failedLookups;  ///< in the order of the search; not in the JSON

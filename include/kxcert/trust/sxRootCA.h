@@ -22,12 +22,14 @@ enum SxCaType : int {
   sxCaType_last = 3,
 };
 
-/// Which sources revocation checking consults. The numbers are this library's choice.
+/// Which sources revocation checking consults, in which order. The numbers are this library's choice.
 enum SxCaRevocationMethod : int {
   sxRevocationMethod_params = 0,  ///< what the validation parameters say
   sxRevocationMethod_crl = 1,
   sxRevocationMethod_ocsp = 2,
-  sxRevocationMethod_both = 3,
+  sxRevocationMethod_ocspThenCrl = 3,  ///< the second where the first says nothing
+  sxRevocationMethod_crlThenOcsp = 4,
+  sxRevocationMethod_none = 5,  ///< nobody is asked, and all is good
 };
 
 class KXCERT_EXPORT sxRootCA : public sxPKNamedObj {

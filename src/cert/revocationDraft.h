@@ -1,0 +1,43 @@
+/// @file
+/// Entries under construction, encoded at once: what they become in a CRL are these octets.
+///
+/// A removed entry becomes an element of another type, which is passed over until the next compaction.
+#ifndef KXCERT_SRC_CERT_REVOCATIONDRAFT_H_
+#define KXCERT_SRC_CERT_REVOCATIONDRAFT_H_
+
+#include <vector>
+
+#include "derForward.h"
+#include "revokedEntries.h"
+
+/// The fewest content octets of a number (X.690, 8.3.2); a zero in front of digits that would look negative.
+sxDerOctets sxNumberContent(const sxAsnDigits &digits);
+
+class sxRevocationDraft : public sxRevokedEntries {
+ public:
+  void Reserve(int num);  ///< a hint
+  /// Makes it one of an indirect CRL. Entries that are there are of the CRL's issuer.
+  void BecomeIndirect(const std::optional<sxIssuerId> &own);
+
+  /// @param issuer      of an indirect CRL: null for the CRL's own
+  /// @param extensions  content of the SEQUENCE; names the issuer unless that is the CRL's and no other came before
+  /// @return 1; 0: the number is there; -1: more octets than offsets reach
+  int Add(const sxDN *issuer, sxOctetView serial, const sxPlainTime &date, sxOctetView extensions);
+  bool Remove(const sxDN *issuer, const sxAsnInt &number);  ///< false: it was not there
+
+  sxOctetView Octets() const;  ///< of all entries behind one another
+  /// Without those that were removed.
+  /// @param isForDer  numbers that are longer than they need to be are shortened, too
+  void Compact(bool isForDer);
+  bool HasExtensions() const { return m_numExtended > 0; }  ///< any entry
+
+ private:
+  sxOctetView All() const { return {m_octets.data(), m_octets.size()}; }
+  void IndexAll(size_t numEntries);
+
+  sxDerOctets m_octets{0};  // no entry is the first octet
+  size_t m_holeOctets = 0, m_numExtended = 0;
+  bool m_hasLongNumbers = false;  // any that has more octets than it needs
+};
+
+#endif

@@ -1,0 +1,107 @@
+/// @file
+/// One exchange with one server.
+#ifndef KXCERT_SRC_FETCH_HOP_H_
+#define KXCERT_SRC_FETCH_HOP_H_
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <string>
+
+#include "fetch/ldapSearch.h"
+#include "fetch/sockets.h"
+#include "fetch/target.h"
+#include "platform/owned.h"
+
+/// How an exchange ended.
+struct HopEnd {
+  kxFetchResult result = kxFetch_failed;
+  std::string reason;  ///< with the server's name, unless the result is kxFetch_OK or kxFetch_unchanged
+  std::string octets;
+  kxFetchVersion version;
+  std::string location;        ///< where the server sends on to, when not empty
+  bool isRemembered = false;   ///< there was none: an earlier one failed
+  bool wasReached = false;     ///< the server took the connection, with TLS where that is asked
+  bool wasServerDown = false;  ///< it did not: there is no use in asking it for something else
+};
+
+/// Of one thread, that of its multi handle. Settings, request and sockets outlive it.
+class Hop {
+ public:
+  /// @param proxy  "" for none
+  Hop(const kxFetchSettings &settings, const kxFetchRequest &request, const Target &target, const std::string &proxy,
+      Sockets &sockets);
+  ~Hop();
+  Hop(const Hop &) = delete;
+  Hop &operator=(const Hop &) = delete;
+
+  /// Begins it.
+  /// @param maxLen      octets of the answer; see SetMaxLen
+  /// @param timeLeftMs  of which connecting may take as much as the settings say
+  bool Start(CURLM *multi, size_t maxLen, int timeLeftMs);
+  /// A larger one counts for what is to come. A directory is asked with the one of when it was reached.
+  void SetMaxLen(size_t maxLen) { m_maxLen = maxLen; }
+
+  /// libcurl is done with it. @return false: it still has something to do, Step does that
+  bool IsDone(CURLcode code);
+  /// Some of it, without waiting. @return it is done
+  bool Step() { return m_search != nullptr && m_search->Step(); }
+  bool IsStepping() const { return m_search != nullptr; }
+
+  CURL *Handle() const { return m_easy.get(); }
+  const Target &Whom() const { return m_target; }
+  /// More came in than any answer within the limits takes.
+  bool IsOverrun() const;
+  /// The name is being looked up, which goes on for some time after the hop is gone.
+  bool IsLookingUp() const;
+
+  HopEnd Finish(CURLcode code);
+  HopEnd Fail(kxFetchResult result, const std::string &why);  ///< it is ended from outside
+  HopEnd TimeOut();                                           ///< its time is up
+
+ private:
+  static size_t OnHeader(char *octets, size_t size, size_t count, void *hop);
+  static size_t OnBody(char *octets, size_t size, size_t count, void *hop);
+  static curl_socket_t OnOpen(void *hop, curlsocktype purpose, curl_sockaddr *address);
+  static int OnClose(void *sockets, curl_socket_t socket);
+
+  void SetOptions(int timeLeftMs);
+  void SetHttpOptions();
+  void SetLdapOptions();
+  template <class T>
+  void Set(CURLoption option, T value) {
+    m_isSet = curl_easy_setopt(m_easy.get(), option, value) == CURLE_OK && m_isSet;
+  }
+  void AddHeader(const std::string &line);
+  bool Take(const char *octets, size_t len);
+  bool Stop(kxFetchResult result, const std::string &why);
+  long Status() const;
+  std::string Field(const char *name) const;
+  bool IsRedirect() const;
+  bool IsConnected() const;
+  HopEnd OfHttp();
+  HopEnd OfLdap();
+
+  const kxFetchSettings &m_settings;
+  const kxFetchRequest &m_request;
+  const Target m_target;
+  const std::string m_proxy;
+  Sockets &m_sockets;
+  const sxOwned<CURL, curl_easy_cleanup> m_easy;
+  sxOwned<curl_slist, curl_slist_free_all> m_headers;
+  CURLM *m_multi = nullptr;  // that it was added to
+  bool m_isSet = true;
+  bool m_isUnknown = false;  // the name
+  size_t m_maxLen = 0;
+  size_t m_headerLen = 0;
+  size_t m_bodyLen = 0;  // with what is not kept
+  std::string m_octets;
+  std::unique_ptr<LdapSearch> m_search;  // once there is a connection
+  int m_numOpened = 0;                   // sockets
+  std::string m_refusal;                 // of the last address that may not be asked
+  bool m_isStopped = false;              // by a callback, with these
+  kxFetchResult m_stopResult = kxFetch_failed;
+  std::string m_stopReason;
+};
+
+#endif

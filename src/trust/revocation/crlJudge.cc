@@ -1,0 +1,307 @@
+#include "trust/revocation/crlJudge.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "cert/serialText.h"
+#include "kxcert/asn1/oids.h"
+#include "kxcert/asn1/sxAsnInt.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/platform/clock.h"
+
+namespace {
+
+// A CRL up to this size is verified where it is judged: that takes well below a millisecond.
+constexpr unsigned int kMaxVerifiedAtOnce = 65536;
+constexpr size_t kMaxDeltaPlaces = 8;
+constexpr int kMaxRounds = 9;  // a CRL for each reason, and one more
+
+// The order of the table in revocation.h, the worst first.
+constexpr sxValidationRC kCodes[] = {
+    sxValidation_revoked,   sxValidation_crlFetchFailed, sxValidation_crlNotYetValid,  sxValidation_crlExpired,
+    sxValidation_crlTooBig, sxValidation_noValidCRL,     sxValidation_crlNotRetrieved, sxValidation_unknownStatus,
+};
+
+std::string NameOf(const sxDN *dn) {
+  const char *text = dn != nullptr ? dn->GetStr_ascii() : nullptr;
+  return text != nullptr ? text : "";
+}
+
+std::string TextOf(const sxGeneralName &place) {
+  if (place.GetType() == sxGN_dn) return NameOf(place.GetDN());
+  const sxString text = place.GetStr();
+  std::string shown(text.getstr() != nullptr ? text.getstr() : "", static_cast<size_t>(text.length()));
+  std::ranges::replace_if(
+      shown, [](char c) { return c < ' ' || c > '~'; }, '?');
+  return shown;
+}
+
+// Grace periods are the library's where the parameters say nothing: the process's before, none after.
+int64_t StartGrace(const ValidateParams &params) {
+  const int grace = params.Crl_start_grace();
+  return grace == kGraceDefault ? int64_t{sxCertValidate_GetDefaultGracePeriod()} : grace;
+}
+int64_t EndGrace(const ValidateParams &params) { return std::max(params.Crl_end_grace(), 0); }
+
+}  // namespace
+
+sxValidationRC WorseCode(sxValidationRC a, sxValidationRC b) {
+  return std::find(std::begin(kCodes), std::end(kCodes), a) < std::find(std::begin(kCodes), std::end(kCodes), b) ? a
+                                                                                                                 : b;
+}
+
+// RFC 5280, 6.3.3: point after point, until all reasons are covered or it is revoked; then what is at hand of the
+// issuer without any point.
+CertStatus CrlJudge::Judge(const sxCert &cert, int level) {
+  m_cert = &cert;
+  m_level = level;
+  m_covered = 0;
+  m_isRevoked = m_isPending = false;
+  m_code = sxValidation_unknownStatus;
+  m_points = CrlPointsOf(cert, m_path.Root());
+  if (!m_points->isReadable) m_code = sxValidation_noValidCRL;
+  for (const CrlPoint &point : m_points->points) {
+    if (!m_isRevoked && m_covered != kAllReasons) Cover(point, false);
+  }
+  if (!m_isRevoked && m_covered != kAllReasons) Cover(ImpliedPoint(cert, m_path.Root()), true);
+  if (m_isRevoked) return {CertStatus::kRevoked, sxValidation_revoked};
+  if (m_isPending) return {CertStatus::kPending, m_code};
+  return m_covered == kAllReasons ? CertStatus{CertStatus::kGood, sxValidation_OK}
+                                  : CertStatus{CertStatus::kUnknown, m_code};
+}
+
+// Of what is at hand for a point the newest counts, so that an old CRL which somebody brought displaces none. CRLs of
+// some reasons are taken one after the other, as a directory may hold several.
+void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
+  for (int round = 0; round < kMaxRounds && !m_isRevoked && m_covered != kAllReasons; ++round) {
+    m_isTold = round > 0;
+    Usable best;
+    const sxGeneralName *const named = point.point.crlIssuer.GetFirstOfType(sxGN_dn);
+    for (const Candidate &pushed : PushedBy(named != nullptr ? *named->GetDN() : *m_cert->Issuer(), false)) {
+      LookAt(pushed, point.point, &best);
+    }
+    for (const CrlPlace &place : point.places) {
+      for (const Candidate &candidate : At(place)) LookAt(candidate, point.point, &best);
+    }
+    if (round == 0) TellFailures(point.places, sxStatusSource::kCrl);
+    const bool mayAsk = !isImplied && round == 0 && !best.from.isFresh;
+    if (mayAsk && AskAny(point.places, sxStatusSource::kCrl)) break;
+    if (best.signer == nullptr) break;
+    Take(best);
+  }
+  m_isTold = false;
+}
+
+// Asks for the first of the places of one thing that was not asked yet. @return it has to be waited for
+bool CrlJudge::AskAny(const std::vector<CrlPlace> &places, sxStatusSource kind) {
+  return std::ranges::any_of(places, [&](const CrlPlace &place) { return Ask(place, kind); });
+}
+
+std::vector<CrlJudge::Candidate> CrlJudge::At(const CrlPlace &place) const {
+  const std::shared_ptr<const CrlSet> set = m_memory.Find(place.key);
+  std::vector<Candidate> found;
+  for (size_t i = 0; set != nullptr && i < set->crls.size(); ++i) {
+    found.push_back({set->crls[i], set->origin, &place, IsFresh(set->crls[i]->Crl(), set.get())});
+  }
+  return found;
+}
+
+std::vector<CrlJudge::Candidate> CrlJudge::PushedBy(const sxDN &issuer, bool isDelta) const {
+  std::vector<Candidate> found;
+  for (const std::shared_ptr<const HeldCrl> &crl : m_memory.PushedBy(issuer)) {
+    if (crl->Crl().IsDelta() != isDelta) continue;
+    found.push_back({crl, sxStatusOrigin::kCaller, nullptr, IsFresh(crl->Crl(), nullptr)});
+  }
+  return found;
+}
+
+// @return it has to be waited for
+bool CrlJudge::Ask(const CrlPlace &place, sxStatusSource kind) {
+  const auto known = m_answers.find(place.key);
+  if (known == m_answers.end()) {
+    m_needs->push_back({place.key, place.name, kind, m_level, nullptr});
+    return m_isPending = true;
+  }
+  const CrlAnswer &answer = known->second;
+  if (!answer.isDone) return m_isPending = true;
+  if (answer.code == sxValidation_OK) return false;  // what came was looked at
+  if (kind == sxStatusSource::kCrl) m_code = WorseCode(m_code, answer.code);
+  return false;
+}
+
+// What was asked for in vain, also where another place had it.
+void CrlJudge::TellFailures(const std::vector<CrlPlace> &places, sxStatusSource kind) {
+  if (m_evidence == nullptr || m_answers.empty()) return;
+  for (const CrlPlace &place : places) {
+    const auto known = m_answers.find(place.key);
+    if (known == m_answers.end() || !known->second.isDone || known->second.code == sxValidation_OK) continue;
+    const CrlAnswer &answer = known->second;
+    sxRevocationEvidence &said = m_evidence->emplace_back();
+    said.level = m_level;
+    said.source = kind;
+    said.origin = answer.origin;
+    said.where = TextOf(place.name);
+    said.outcome = answer.reason;
+    said.costMs = answer.costMs;
+  }
+}
+
+bool CrlJudge::IsFresh(const sxCRL &crl, const CrlSet *set) const {
+  if (crl.HasNextUpdate()) return m_path.NowSec() < crl.NextUpdate() || !m_path.Params().Check_next_upd();
+  return set == nullptr || kxClock_Now() < set->obtainedSec + m_settings.undatedSec;
+}
+
+const char *CrlJudge::TimeMisfit(const sxCRL &crl, sxValidationRC *code) const {
+  const ValidateParams &params = m_path.Params();
+  const int64_t nowSec = m_path.NowSec();
+  *code = sxValidation_noValidCRL;
+  if (crl.ThisUpdate() == kCrlTimeUnreadable) return "its thisUpdate cannot be read";
+  if (crl.HasNextUpdate() && crl.NextUpdate() == kCrlTimeUnreadable) return "its nextUpdate cannot be read";
+  *code = sxValidation_crlNotYetValid;
+  if (params.Check_this_upd() && nowSec < crl.ThisUpdate() - StartGrace(params)) return "it is not valid yet";
+  *code = sxValidation_crlExpired;
+  const bool isLate = crl.HasNextUpdate() && nowSec > crl.NextUpdate() + EndGrace(params);
+  return params.Check_next_upd() && isLate ? "it has expired" : nullptr;
+}
+
+// Whose key verifies it: nearly always the issuer's of the certificate.
+const sxCert *CrlJudge::SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why) {
+  *why = "nobody who is trusted here signed it";
+  if (wanted != nullptr) return TrySigner(candidate, *wanted, why);
+  const sxDN &name = *candidate.crl->Crl().Issuer();
+  const sxCert *const issuer = m_path.IssuerOf(m_level);
+  const bool isNamed = issuer != nullptr && issuer->Subject() != nullptr && issuer->Subject()->Equal(name);
+  if (isNamed && TrySigner(candidate, *issuer, why) != nullptr) return issuer;
+  for (const sxCert *signer : m_path.Named(name, m_level)) {
+    if (TrySigner(candidate, *signer, why) != nullptr) return signer;
+  }
+  return nullptr;
+}
+
+const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &signer, const char **why) {
+  const HeldCrl &crl = *candidate.crl;
+  const HeldCrl::Known known = crl.IsFrom(signer);
+  if (known != HeldCrl::Known::kNotAsked) return known == HeldCrl::Known::kYes ? &signer : nullptr;
+  if (crl.Crl().BufLen() <= kMaxVerifiedAtOnce) return crl.Verify(signer) ? &signer : nullptr;
+  const std::string key = "verify " + std::to_string(reinterpret_cast<uintptr_t>(&crl)) + " " + std::to_string(m_level);
+  const auto asked = m_answers.find(key);
+  if (asked != m_answers.end() && asked->second.isDone) return nullptr;
+  if (asked == m_answers.end()) m_needs->push_back({key, {}, sxStatusSource::kCrl, m_level, candidate.crl});
+  *why = "its signature is still being verified";
+  m_isPending = true;
+  return nullptr;
+}
+
+void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Usable *best) {
+  const sxCRL &crl = candidate.crl->Crl();
+  const sxStatusSource kind = sxStatusSource::kCrl;
+  if (crl.IsDelta()) return Refuse(candidate, kind, sxValidation_noValidCRL, "it only updates another CRL");
+  const CrlFit fit = FitCrl(crl, *m_cert, point);
+  if (fit.misfit != nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, fit.misfit);
+  if ((fit.reasons & ~m_covered) == 0) return;  // (e)
+  const int maxLen = m_path.Params().CRL_size_validation();
+  if (maxLen > 0 && crl.BufLen() > static_cast<unsigned int>(maxLen)) {
+    return Refuse(candidate, kind, sxValidation_crlTooBig, "it is larger than the parameters allow");
+  }
+  sxValidationRC code = sxValidation_OK;
+  if (const char *misfit = TimeMisfit(crl, &code)) return Refuse(candidate, kind, code, misfit);
+  const char *why = nullptr;
+  const sxCert *const signer = SignerOf(candidate, nullptr, &why);
+  if (signer == nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, why);
+  const bool isBetter =
+      best->signer == nullptr || (candidate.isFresh && !best->from.isFresh) ||
+      (candidate.isFresh == best->from.isFresh && crl.ThisUpdate() > best->from.crl->Crl().ThisUpdate());
+  if (isBetter) *best = {candidate, signer, fit.reasons};
+}
+
+// Where updates of a CRL are: as the certificate says, and as it says itself (RFC 5280, 4.2.1.15 and 5.2.6).
+std::vector<CrlPlace> CrlJudge::DeltaPlaces(const sxCRL &crl) const {
+  std::vector<CrlPlace> places = m_points->deltas;
+  const sxExtGN *const own = crl.FreshestCRL();
+  for (int i = 0; own != nullptr && i < own->Names().Count(); ++i) {
+    CrlPlace place = CrlPlaceOf(*own->Names().Get(i), m_path.Root());
+    const auto isIt = [&place](const CrlPlace &known) { return known.key == place.key; };
+    if (std::ranges::none_of(places, isIt)) places.push_back(std::move(place));
+  }
+  if (places.size() > kMaxDeltaPlaces) places.resize(kMaxDeltaPlaces);
+  return places;
+}
+
+// @return false: one has to be waited for
+bool CrlJudge::FindDelta(const Usable &base, const std::vector<CrlPlace> &places, Usable *best) {
+  for (const Candidate &pushed : PushedBy(*base.from.crl->Crl().Issuer(), true)) TakeDelta(pushed, base, best);
+  for (const CrlPlace &place : places) {
+    for (const Candidate &candidate : At(place)) TakeDelta(candidate, base, best);
+  }
+  TellFailures(places, sxStatusSource::kDeltaCrl);
+  return best->from.isFresh || !AskAny(places, sxStatusSource::kDeltaCrl);
+}
+
+// RFC 5280, 6.3.3 (i) to (l). That an update is not to be had takes nothing from a CRL that is in its time.
+void CrlJudge::Take(const Usable &usable) {
+  Usable delta;
+  std::vector<CrlPlace> places;
+  if (m_settings.useDeltas) places = DeltaPlaces(usable.from.crl->Crl());
+  if (m_settings.useDeltas && !FindDelta(usable, places, &delta)) return;
+  sxRevokedEntry entry;
+  const bool isUpdated = delta.signer != nullptr && delta.from.crl->Crl().FindEntry(*m_cert, &entry);
+  if (delta.signer != nullptr) Say(delta, sxStatusSource::kDeltaCrl, isUpdated ? &entry : nullptr);
+  const bool isListed = isUpdated || usable.from.crl->Crl().FindEntry(*m_cert, &entry);
+  Say(usable, sxStatusSource::kCrl, isListed && !isUpdated ? &entry : nullptr);
+  m_isRevoked = m_isRevoked || (isListed && entry.reason != sxCrlReason_removeFromCRL);
+  m_covered |= usable.reasons;
+}
+
+void CrlJudge::TakeDelta(const Candidate &candidate, const Usable &base, Usable *best) {
+  const sxCRL &crl = candidate.crl->Crl();
+  const sxStatusSource kind = sxStatusSource::kDeltaCrl;
+  sxValidationRC ignored = sxValidation_OK;
+  const char *misfit = DeltaMisfit(crl, base.from.crl->Crl());
+  if (misfit == nullptr) misfit = TimeMisfit(crl, &ignored);
+  const sxCert *signer = nullptr;
+  if (misfit == nullptr) signer = SignerOf(candidate, base.signer, &misfit);
+  if (signer == nullptr) return Refuse(candidate, kind, sxValidation_OK, misfit);
+  const bool isBetter = best->signer == nullptr || CompareNumbers(crl.Number(), best->from.crl->Crl().Number()) > 0;
+  if (isBetter) *best = {candidate, signer, base.reasons};
+}
+
+sxRevocationEvidence CrlJudge::Describe(const Candidate &candidate, sxStatusSource kind) const {
+  const sxCRL &crl = candidate.crl->Crl();
+  sxRevocationEvidence said;
+  said.level = m_level;
+  said.source = kind;
+  said.origin = candidate.place == nullptr ? sxStatusOrigin::kCaller : sxStatusOrigin::kMemory;
+  said.thisUpdateSec = crl.ThisUpdate();
+  if (crl.HasNextUpdate()) said.nextUpdateSec = crl.NextUpdate();
+  if (crl.Number() != nullptr) said.number = sxSerialText(*crl.Number());
+  if (candidate.place == nullptr) return said;
+  said.where = TextOf(candidate.place->name);
+  const auto answer = m_answers.find(candidate.place->key);
+  if (answer == m_answers.end() || !answer->second.isDone) return said;
+  said.origin = candidate.origin;  // it came for this question, or nothing newer did
+  if (answer->second.code == sxValidation_OK) said.costMs = answer->second.costMs;
+  return said;
+}
+
+// @param code  sxValidation_OK: it only would have said more
+void CrlJudge::Refuse(const Candidate &candidate, sxStatusSource kind, sxValidationRC code, const std::string &why) {
+  if (code != sxValidation_OK) m_code = WorseCode(m_code, code);
+  if (m_evidence == nullptr || m_isTold) return;
+  m_evidence->push_back(Describe(candidate, kind));
+  m_evidence->back().outcome = why;
+}
+
+void CrlJudge::Say(const Usable &usable, sxStatusSource kind, const sxRevokedEntry *entry) {
+  if (m_evidence == nullptr) return;
+  sxRevocationEvidence said = Describe(usable.from, kind);
+  said.says = true;
+  said.signer = NameOf(usable.signer->Subject());
+  const bool isRemoved = entry != nullptr && entry->reason == sxCrlReason_removeFromCRL;
+  said.outcome = entry == nullptr ? "good" : isRemoved ? "not on hold any more" : "revoked";
+  if (entry != nullptr && !isRemoved) {
+    said.revokedSec = entry->revokedSec;
+    const char *const reason = sxCrlReasonText(entry->reason);
+    said.reason = reason != nullptr ? reason : "";
+  }
+  m_evidence->push_back(std::move(said));
+}

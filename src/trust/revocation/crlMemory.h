@@ -1,0 +1,73 @@
+/// @file
+/// CrlMemory: the CRLs of the process, by the place that they come from and the root that they are used under.
+#ifndef KXCERT_SRC_TRUST_REVOCATION_CRLMEMORY_H_
+#define KXCERT_SRC_TRUST_REVOCATION_CRLMEMORY_H_
+
+#include <atomic>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/guarded.h"
+#include "trust/revocation/heldCrl.h"
+
+class sxGeneralName;
+
+/// Sets are replaced, never changed. Look-ups share a lock with replacing them, and with nothing that takes long;
+/// each thread keeps what it looked up last, and takes no lock at all while nothing was replaced.
+class CrlMemory {
+ public:
+  static std::string KeyOf(const sxGeneralName &place, std::string_view rootName);
+
+  void SetBounds(size_t maxCrls, size_t maxOctets);
+  /// Null: none. What is counted is the thread's own hold of it, so that threads do not meet there either.
+  std::shared_ptr<const CrlSet> Find(const std::string &key) const;
+
+  /// A CRL that is older than one of the same issuer and scope that stands there does not take its place.
+  /// @return static: why it was refused; null when it stands there now
+  const char *Put(const std::string &key, const std::shared_ptr<const CrlSet> &set);
+  /// The set is still the newest: what is known of it is taken over (version, time).
+  void Renew(const std::string &key, const CrlSet &asKnown);
+
+  /// One that nobody knows a place of: found by its issuer's name until newer ones push it out.
+  void Push(const std::shared_ptr<const HeldCrl> &crl);
+  std::vector<std::shared_ptr<const HeldCrl>> PushedBy(const sxDN &issuer) const;
+
+  struct Used {
+    std::string key;
+    std::shared_ptr<const CrlSet> set;
+    int64_t usedSec;
+  };
+  std::vector<Used> All() const;
+  void Clear();
+  size_t NumCrls() const;
+  size_t NumOctets() const;
+
+ private:
+  struct Slot {
+    std::shared_ptr<const CrlSet> set;
+    size_t numOctets = 0;
+    mutable std::atomic<int64_t> usedSec{0};
+  };
+  using Slots = std::map<std::string, std::shared_ptr<const Slot>, std::less<>>;
+  struct LastUsed;
+
+  std::shared_ptr<const Slot> Share(const std::string &key) const;
+  void Replace(const std::string &key, const std::shared_ptr<const CrlSet> &set) REQUIRES(m_mutex);
+  void Drop(Slots::iterator slot) REQUIRES(m_mutex);
+  void MakeRoom(const std::string &but) REQUIRES(m_mutex);
+
+  mutable sxSharedMutex m_mutex;
+  Slots m_slots GUARDED_BY(m_mutex);
+  std::list<std::shared_ptr<const HeldCrl>> m_pushed GUARDED_BY(m_mutex);  // the newest first
+  size_t m_maxCrls GUARDED_BY(m_mutex) = 0;
+  size_t m_maxOctets GUARDED_BY(m_mutex) = 0;
+  size_t m_numOctets GUARDED_BY(m_mutex) = 0;
+  std::atomic<size_t> m_numPushed{0};
+  std::atomic<uint64_t> m_generation{1};
+};
+
+#endif

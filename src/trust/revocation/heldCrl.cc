@@ -1,0 +1,63 @@
+#include "trust/revocation/heldCrl.h"
+
+#include "kxcert/cert/sxCert.h"
+#include "kxcert/keys/sxPubKey.h"
+#include "platform/owned.h"
+
+namespace {
+
+constexpr int kMaxAsked = 8;                // signers that are remembered of one CRL
+constexpr size_t kIndexOctetsPerEntry = 8;  // as sxCRL has it
+
+}  // namespace
+
+HeldCrl::HeldCrl(sxCRL *crl) : m_crl(crl, sxFreeBy<sxCRL_Free>()) {}
+
+HeldCrl::~HeldCrl() {
+  for (const Asked *asked = m_asked; asked != nullptr;) {
+    const std::unique_ptr<const Asked> gone(asked);
+    asked = gone->next;
+  }
+}
+
+size_t HeldCrl::NumOctets() const {
+  return m_crl->BufLen() + static_cast<size_t>(m_crl->GetSize()) * kIndexOctetsPerEntry;
+}
+
+const HeldCrl::Asked *HeldCrl::Find(const sxCert &signer) const {
+  const sxOctetView octets(signer.GetBuf(), signer.BufLen());
+  for (const Asked *asked = m_asked.load(std::memory_order_acquire); asked != nullptr; asked = asked->next) {
+    if (sxEqual(asked->signer, octets)) return asked;
+  }
+  return nullptr;
+}
+
+HeldCrl::Known HeldCrl::IsFrom(const sxCert &signer) const {
+  const Asked *const asked = Find(signer);
+  return asked == nullptr ? Known::kNotAsked : asked->verified ? Known::kYes : Known::kNo;
+}
+
+bool HeldCrl::Verify(const sxCert &signer) const {
+  if (const Asked *const asked = Find(signer)) return asked->verified;
+  const bool maySign = signer.KeyUsage() == nullptr || signer.HasKeyUsage(sxKU_cRLSign) == 1;
+  auto asked = std::make_unique<Asked>();
+  asked->verified = maySign && m_crl->VerifySig(signer.PubKey()) == 0;
+  asked->signer.assign(signer.GetBuf(), signer.GetBuf() + signer.BufLen());
+  const bool verified = asked->verified;
+  int numAsked = 0;
+  const Asked *head = m_asked.load(std::memory_order_acquire);
+  for (const Asked *known = head; known != nullptr; known = known->next) ++numAsked;
+  if (numAsked >= kMaxAsked) return verified;
+  asked->next = head;
+  // Two threads may ask at once; both answers are the same, and both may stand there.
+  while (!m_asked.compare_exchange_weak(asked->next, asked.get(), std::memory_order_acq_rel)) continue;
+  static_cast<void>(asked.release());
+  return verified;
+}
+
+sxOctetView HeldCrl::Signer() const {
+  for (const Asked *asked = m_asked.load(std::memory_order_acquire); asked != nullptr; asked = asked->next) {
+    if (asked->verified) return asked->signer;
+  }
+  return {};
+}

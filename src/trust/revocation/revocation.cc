@@ -1,0 +1,186 @@
+// The process's revocation checking: what is held, and the ways in.
+#include "kxcert/trust/revocation.h"
+
+#include <memory>
+#include <utility>
+
+#include "kxcert/cert/sxCRLs.h"
+#include "kxcert/platform/clock.h"
+#include "kxcert/platform/eventEnv.h"
+#include "kxcert/platform/log.h"
+#include "kxcert/trust/ocsp.h"
+#include "platform/eventEnv_imp.h"
+#include "trust/revocation/statusRun.h"
+
+namespace {
+
+constexpr char kTopic[] = "revocation";
+constexpr int64_t kLatelySec = 86400;  // what was not used for longer is not asked for anew
+constexpr int64_t kMinLeadSec = 60;    // before nextUpdate
+constexpr int64_t kMaxLeadSec = 86400;
+
+struct Revocation {
+  CrlMemory memory;
+  CrlSource source{memory};
+  std::atomic<uint64_t> hits{0};
+  std::atomic<uint64_t> misses{0};
+  std::atomic<bool> isInstalled{false};
+};
+
+Revocation &TheRevocation() {
+  static auto *const revocation = new Revocation;  // answers may come while static objects go
+  return *revocation;
+}
+
+bool IsWhole(const sxCerts &chain) {
+  for (int level = 0; level <= chain.Top(); ++level) {
+    const sxCert *const cert = chain.Get(level);
+    if (cert == nullptr || cert->OK() == 0) return false;
+  }
+  return chain.Top() >= 0;
+}
+
+bool IsAnswerable(const sxRevocationQuestion &question) {
+  return question.root != nullptr && question.chain != nullptr && question.timeoutMs >= 1 && IsWhole(*question.chain);
+}
+
+std::shared_ptr<StatusRun> NewRun(std::shared_ptr<kxEventLoop> loop, std::shared_ptr<const RevocationPath> path,
+                                  bool wantsEvidence, sxRevocationDone done) {
+  Revocation &own = TheRevocation();
+  return std::make_shared<StatusRun>(std::move(loop), std::move(path), own.memory, own.source, wantsEvidence,
+                                     std::move(done));
+}
+
+// What memory alone says. @return false: more is needed
+bool AnswerAtOnce(const RevocationPath &path, bool wantsEvidence, sxRevocationVerdict *verdict) {
+  Revocation &own = TheRevocation();
+  StatusNeeds needs;
+  ChainStatus status = JudgeChain(path, own.memory, {}, own.source.Settings(), wantsEvidence, &needs);
+  const bool isDone = !status.isPending || status.verdict.code == sxValidation_revoked;
+  ++(isDone ? own.hits : own.misses);
+  if (isDone) *verdict = std::move(status.verdict);
+  return isDone;
+}
+
+int AskLater(sxd_env *env, std::shared_ptr<const RevocationPath> path, bool wantsEvidence, int timeoutMs,
+             sxRevocationDone done) {
+  const std::shared_ptr<StatusRun> run = NewRun(env->Loop(), std::move(path), wantsEvidence, std::move(done));
+  return env->Post(0, [run, timeoutMs] { run->Begin(timeoutMs); });
+}
+
+void AskAndWait(std::shared_ptr<const RevocationPath> path, bool wantsEvidence, int timeoutMs,
+                sxRevocationVerdict *verdict) {
+  const std::unique_ptr<sxd_env, decltype(&sxd_env_destroy)> env(sxd_env_create(), sxd_env_destroy);
+  verdict->code = sxValidation_unknownStatus;
+  if (env == nullptr) return;
+  bool isDone = false;
+  const auto done = [&](const sxRevocationVerdict &answer) {
+    isDone = true;
+    *verdict = answer;
+    sxd_env_stop(env.get());
+  };
+  if (AskLater(env.get(), std::move(path), wantsEvidence, timeoutMs, done) != 0) return;
+  while (!isDone && sxd_env_run(env.get()) == 0) continue;
+}
+
+// As sxCertValidate_SetRevocationFunc wants it.
+sxValidationRC CheckHook(sxd_env *env, sxRootCA *root, sxCerts &chain, const ValidateParams &params,
+                         sxValidationCallback callback, void *opaque, int timeoutMs, int &level) {
+  if (root == nullptr || !IsWhole(chain)) return sxValidation_unknownStatus;
+  sxRevocationVerdict verdict;
+  if (!AnswerAtOnce(RevocationPath(*root, chain, params), false, &verdict)) {
+    sxRevocationQuestion question;
+    question.root = root;
+    question.chain = &chain;
+    question.params = params;
+    const std::shared_ptr<const RevocationPath> path = RevocationPath::Hold(question);
+    if (env != nullptr && callback != nullptr) {
+      const auto done = [callback, opaque](const sxRevocationVerdict &answer) {
+        callback(answer.code, sxValidationRC_GetString(answer.code), answer.level, -1, opaque);
+      };
+      return AskLater(env, path, false, timeoutMs, done) == 0 ? sxValidation_async : sxValidation_unknownStatus;
+    }
+    AskAndWait(path, false, timeoutMs, &verdict);
+  }
+  if (verdict.code != sxValidation_OK) level = verdict.level;
+  return verdict.code;
+}
+
+// When a set is asked for anew: a part of its life before its end, and not all at the same moment.
+int64_t RefreshTime(const CrlMemory::Used &used) {
+  const sxCRL &crl = used.set->crls[0]->Crl();
+  if (!crl.HasNextUpdate()) return used.set->obtainedSec + TheRevocation().source.Settings().undatedSec / 2;
+  const int64_t lifeSec = std::max<int64_t>(crl.NextUpdate() - crl.ThisUpdate(), 0);
+  const int64_t leadSec = std::clamp(lifeSec / 4, kMinLeadSec, kMaxLeadSec);
+  const auto spread = static_cast<int64_t>(std::hash<std::string>()(used.key) % 1000);
+  return crl.NextUpdate() - leadSec + leadSec / 2 * spread / 1000;
+}
+
+}  // namespace
+
+int sxRevocation_Install(const sxRevocationSettings &settings) {
+  if (sxPKobj::UseMutex() != 0) return -1;
+  Revocation &own = TheRevocation();
+  own.source.SetSettings(settings);
+  own.memory.SetBounds(settings.maxCrls, settings.maxCrlOctets);
+  sxCertValidate_SetPushCRLsFunc([](sxCRLs &crls, int crlTo) { sxRevocation_Push(crls, crlTo); });
+  sxCertValidate_SetRevocationFunc(CheckHook);
+  own.isInstalled = true;
+  return 0;
+}
+
+void sxRevocation_Remove() {
+  TheRevocation().isInstalled = false;
+  sxCertValidate_SetRevocationFunc(nullptr);
+  sxCertValidate_SetPushCRLsFunc(nullptr);
+  TheRevocation().memory.Clear();
+}
+
+bool sxRevocation_IsInstalled() { return TheRevocation().isInstalled; }
+
+sxValidationRC sxRevocation_Check(const sxRevocationQuestion &question, sxRevocationVerdict &verdict) {
+  sxRevocationVerdict result;
+  if (IsAnswerable(question)) {
+    if (!AnswerAtOnce(RevocationPath(question), question.wantsEvidence, &result)) {
+      AskAndWait(RevocationPath::Hold(question), question.wantsEvidence, question.timeoutMs, &result);
+    }
+  } else {
+    tderrorFunc(kTopic, 1, 0, "%s: no root or no chain", "sxRevocation_Check");
+  }
+  verdict = std::move(result);
+  return verdict.code;
+}
+
+int sxRevocation_CheckA(sxd_env *env, const sxRevocationQuestion &question, sxRevocationDone done) {
+  if (env == nullptr || done == nullptr || !IsAnswerable(question)) return -1;
+  return AskLater(env, RevocationPath::Hold(question), question.wantsEvidence, question.timeoutMs, std::move(done));
+}
+
+void sxRevocation_Push(const sxCRLs &crls, int) {
+  for (int i = 0; i <= crls.Top(); ++i) {
+    const sxCRL *const given = crls.Get(i);
+    if (given == nullptr || given->OK() == 0) continue;
+    // A copy: the caller's is counted and may go at any time.
+    sxCRL *const copy = sxCRL_Decode(given->GetBuf(), static_cast<int>(given->BufLen()));
+    if (copy != nullptr) TheRevocation().memory.Push(std::make_shared<HeldCrl>(copy));
+  }
+}
+
+void sxRevocation_Prefetch(void *) {
+  Revocation &own = TheRevocation();
+  const int64_t nowSec = kxClock_Now();
+  for (const CrlMemory::Used &used : own.memory.All()) {
+    const bool isWanted = nowSec - used.usedSec < kLatelySec && used.set->crlTo != sxCrlTo_neverFetched;
+    if (isWanted && nowSec >= RefreshTime(used)) own.source.Refresh(used);
+  }
+}
+
+sxRevocationStats sxRevocation_Stats() {
+  Revocation &own = TheRevocation();
+  return {own.hits,
+          own.misses,
+          own.source.NumFetches(),
+          own.source.NumRefused(),
+          own.memory.NumCrls(),
+          own.memory.NumOctets()};
+}

@@ -1,0 +1,49 @@
+/// @file
+/// RevocationPath: what one question is about.
+#ifndef KXCERT_SRC_TRUST_REVOCATION_REVOCATIONPATH_H_
+#define KXCERT_SRC_TRUST_REVOCATION_REVOCATIONPATH_H_
+
+#include <memory>
+#include <vector>
+
+#include "kxcert/cert/sxCerts.h"
+#include "kxcert/trust/revocation.h"
+#include "kxcert/trust/sxRootCA.h"
+
+/// Borrows what the question borrows, and does not change. Any thread.
+class RevocationPath {
+ public:
+  explicit RevocationPath(const sxRevocationQuestion &question);
+  RevocationPath(const sxRootCA &root, const sxCerts &chain, const ValidateParams &params);
+  /// The same for work that outlives the call that asked: with references and copies of its own.
+  static std::shared_ptr<const RevocationPath> Hold(const sxRevocationQuestion &question);
+
+  /// The highest level that is looked at: that of the root's own certificate is not. -1: none.
+  int Top() const { return m_top; }
+  const sxCert &Cert(int level) const { return *m_chain.Get(level); }
+  /// Whose key verified the certificate. Null: nobody's here.
+  const sxCert *IssuerOf(int level) const;
+  /// The certificates of the path and the root that have a name, the issuer of @p level first; then those of the pool
+  /// that one of the path or the root issued and that are in date.
+  std::vector<const sxCert *> Named(const sxDN &name, int level) const;
+
+  const sxRootCA &Root() const { return m_root; }
+  const ValidateParams &Params() const { return m_params; }
+  int64_t NowSec() const { return m_nowSec; }
+  bool MayFetch() const { return m_mayFetch; }
+  const sxOcspResponses *Responses() const { return m_responses; }  ///< null: none
+
+ private:
+  const sxRootCA &m_root;
+  const sxCerts &m_chain;
+  const ValidateParams &m_params;
+  const int64_t m_nowSec;
+  const sxCerts *const m_pool;
+  const bool m_mayFetch;
+  const sxOcspResponses *const m_responses;
+  bool IsIssuedHere(const sxCert &cert) const;
+
+  const int m_top;
+};
+
+#endif

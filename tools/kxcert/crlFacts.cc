@@ -1,0 +1,162 @@
+#include "crlFacts.h"
+
+#include "certFacts.h"
+#include "crlInput.h"
+#include "kxcert/cert/serialNumber.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/cert/sxExtensions.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/foundation/textStream.h"
+#include "kxcert/keys/algorithms.h"
+#include "kxcert/keys/keyCodes.h"
+#include "timeText.h"
+#include "unknownParts.h"
+#include "visibleText.h"
+
+namespace {
+
+constexpr int kNumReasonFlags = 9;
+
+// The bits of ReasonFlags have the names of CRLReason, but no gap (RFC 5280, 5.3.1 and 4.2.1.13).
+int ReasonOfFlag(int bit) { return bit <= sxCrlReason_certificateHold ? bit : bit + 2; }
+
+std::string SerialTextOf(const sxRevokedEntry &entry) {
+  const std::unique_ptr<sxAsnInt> serial(AsnIntFromBuf(entry.serial, entry.serialLen));
+  return serial == nullptr ? "(none)" : NumberText(*serial);
+}
+
+std::string OidTextOf(const unsigned char *content, int len) {
+  sxAsnOid oid;
+  oid.Set(content, len);
+  return OidText(oid);
+}
+
+std::string IssuerText(const sxRevokedEntry &entry) {
+  if (entry.certIssuer == nullptr) return entry.isIssuerUnreadable ? "(an issuer that cannot be read)" : "";
+  const sxDN issuer(entry.certIssuer, entry.certIssuerLen);
+  return NameText(&issuer);
+}
+
+Facts ListOf(const std::vector<std::string> &texts) {
+  auto list = Facts::array();
+  for (const std::string &text : texts) list.push_back(text);
+  return list;
+}
+
+std::vector<std::string> SomeReasons(const sxIssuingDP &scope) {
+  std::vector<std::string> texts;
+  for (int bit = 0; bit < kNumReasonFlags; ++bit) {
+    if ((scope.SomeReasons() >> bit & 1) != 0) texts.push_back(ReasonText(ReasonOfFlag(bit)));
+  }
+  return texts;
+}
+
+Facts ScopeFacts(const sxCRL &crl) {
+  const sxIssuingDP &scope = *crl.IssuingDP();
+  return {{"names", ListOf(NameTexts(crl.ScopeNames()))},
+          {"onlyUserCerts", scope.OnlyUserCerts()},
+          {"onlyCACerts", scope.OnlyCACerts()},
+          {"onlyAttributeCerts", scope.OnlyAttributeCerts()},
+          {"indirect", scope.IndirectCRL()},
+          {"onlySomeReasons", scope.HasOnlySomeReasons()},
+          {"reasons", ListOf(SomeReasons(scope))}};
+}
+
+Facts TimeFacts(int64_t seconds) { return {{"seconds", seconds}, {"text", CrlTimeText(seconds)}}; }
+
+std::string Joined(const std::vector<std::string> &texts) {
+  std::string all;
+  for (const std::string &text : texts) all += (all.empty() ? "" : ", ") + text;
+  return all;
+}
+
+void AddScopeLimits(const sxCRL &crl, std::vector<std::string> &limits) {
+  const sxIssuingDP &scope = *crl.IssuingDP();
+  if (scope.OnlyUserCerts()) limits.emplace_back("covers end-entity certificates only");
+  if (scope.OnlyCACerts()) limits.emplace_back("covers CA certificates only");
+  if (scope.OnlyAttributeCerts()) limits.emplace_back("covers attribute certificates only");
+  if (scope.HasOnlySomeReasons()) limits.push_back("covers these reasons only: " + Joined(SomeReasons(scope)));
+  if (crl.ScopeNames().Count() > 0) {
+    limits.push_back("covers certificates of this distribution point: " + Joined(NameTexts(crl.ScopeNames())));
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> NameTexts(const sxGeneralNames &names) {
+  std::vector<std::string> texts;
+  for (int i = 0; i < names.Count(); ++i) {
+    SxStream name;
+    names.Get(i)->Sprint(&name, 0);
+    texts.push_back(VisibleLine(TrimEnd(name.Text())));
+  }
+  return texts;
+}
+
+std::string CrlTimeText(int64_t seconds) {
+  return seconds == kCrlTimeUnreadable ? "a time that cannot be read" : PrintTime(seconds);
+}
+
+std::string ReasonText(int reason) {
+  if (reason == sxCrlReason_none) return "";
+  const char *const text = sxCrlReasonText(reason);
+  return text == nullptr ? "reason " + std::to_string(reason) : text;
+}
+
+std::vector<std::string> LimitsOf(const sxCRL &crl) {
+  std::vector<std::string> limits;
+  if (crl.IsDelta()) {
+    limits.push_back("is a delta CRL: it says what changed since CRL " +
+                     (crl.DeltaBase() == nullptr ? "(unreadable)" : NumberText(*crl.DeltaBase())));
+  }
+  if (crl.IsIndirect())
+    limits.emplace_back("is an indirect CRL: entries are looked up with their certificates' issuer");
+  if (crl.IssuingDP() != nullptr) AddScopeLimits(crl, limits);
+  if (crl.UnknownListExt() != nullptr) {
+    limits.push_back("has an extension that is not understood (" + OidText(*crl.UnknownListExt()) +
+                     "): no certificate is good by it");
+  }
+  if (crl.UnknownEntryExt() != nullptr) {
+    limits.push_back("has an entry with an extension that is not understood (" + OidText(*crl.UnknownEntryExt()) +
+                     "): no certificate is good by it");
+  }
+  return limits;
+}
+
+std::string EntryText(const sxRevokedEntry &entry) {
+  std::string text = SerialTextOf(entry) + "  " + CrlTimeText(entry.revokedSec);
+  if (const std::string reason = ReasonText(entry.reason); !reason.empty()) text += "  " + reason;
+  if (entry.hasInvalidityDate) text += "  invalid since " + CrlTimeText(entry.invaliditySec);
+  if (const std::string issuer = IssuerText(entry); !issuer.empty()) text += "  of " + issuer;
+  return text;
+}
+
+Facts EntryFacts(const sxRevokedEntry &entry) {
+  Facts facts = {{"serial", SerialTextOf(entry)}, {"revoked", TimeFacts(entry.revokedSec)}};
+  if (entry.reason != sxCrlReason_none) facts["reason"] = ReasonText(entry.reason);
+  if (entry.hasInvalidityDate) facts["invaliditySince"] = TimeFacts(entry.invaliditySec);
+  if (const std::string issuer = IssuerText(entry); !issuer.empty()) facts["certificateIssuer"] = issuer;
+  if (entry.unknownCritical != nullptr) {
+    facts["unknownCritical"] = OidTextOf(entry.unknownCritical, entry.unknownCriticalLen);
+  }
+  return facts;
+}
+
+Facts CrlFacts(const sxCRL &crl) {
+  Facts facts = {{"version", crl.Version()},
+                 {"issuer", NameText(crl.Issuer())},
+                 {"thisUpdate", TimeFacts(crl.ThisUpdate())},
+                 {"revoked", crl.GetSize()},
+                 {"signatureOid", OidText(crl.SignatureOid())},
+                 {"sha256", Sha256Of(crl.GetBuf(), crl.BufLen())}};
+  if (crl.HasNextUpdate()) facts["nextUpdate"] = TimeFacts(crl.NextUpdate());
+  if (crl.Number() != nullptr) facts["number"] = NumberText(*crl.Number());
+  if (crl.DeltaBase() != nullptr) facts["deltaBase"] = NumberText(*crl.DeltaBase());
+  if (crl.AuthorityKeyId() != nullptr) facts["authorityKeyId"] = KeyIdText(crl.AuthorityKeyId());
+  if (crl.IssuingDP() != nullptr) facts["issuingDistributionPoint"] = ScopeFacts(crl);
+  if (crl.FreshestCRL() != nullptr) facts["freshestCRL"] = ListOf(NameTexts(crl.FreshestCRL()->Names()));
+  if (crl.UnknownListExt() != nullptr) facts["unknownExtension"] = OidText(*crl.UnknownListExt());
+  if (crl.UnknownEntryExt() != nullptr) facts["unknownEntryExtension"] = OidText(*crl.UnknownEntryExt());
+  facts["limits"] = ListOf(LimitsOf(crl));
+  return facts;
+}

@@ -1,0 +1,225 @@
+// kxcert crl new: makes a CRL, from nothing or from an older one, and signs it.
+#include <algorithm>
+
+#include <iterator>
+#include <memory>
+#include <optional>
+
+#include "certFacts.h"
+#include "certInput.h"
+#include "crlFacts.h"
+#include "crlInput.h"
+#include "input.h"
+#include "keyInput.h"
+#include "keyOutput.h"
+#include "kxcert/cert/serialNumber.h"
+#include "kxcert/cert/sxCRL_Encoder.h"
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/cert/sxExtensions.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/platform/clock.h"
+#include "logLines.h"
+#include "report.h"
+#include "timeText.h"
+#include "verb.h"
+#include "visibleText.h"
+
+namespace {
+
+constexpr char kPemLabel[] = "X509 CRL";
+enum Form : int { kDer, kPem };
+enum Only : int { kAllCerts, kUserCerts, kCACerts, kAttributeCerts };
+
+struct Options {
+  std::string issuer, key, from;
+  std::vector<std::string> revoke, unrevoke, points;
+  std::string thisUpdate, nextUpdate, number, deltaBase;
+  int only = kAllCerts;
+  int digest = sx_md_sha256;
+  int form = kPem;
+  OutputOptions output;
+};
+
+struct Revocation {
+  std::unique_ptr<sxAsnInt> serial;
+  int64_t sec = kxClock_Now();
+  int reason = sxCrlReason_none;
+};
+
+int ReasonOf(const std::string &name) {
+  for (int reason = 0; reason <= sxCrlReason_aACompromise; ++reason) {
+    if (sxCrlReasonText(reason) != nullptr && name == sxCrlReasonText(reason)) return reason;
+  }
+  return sxCrlReason_none;
+}
+
+// "SERIAL[,DATE[,REASON]]". @return "", or what is wrong with it
+std::string ParseRevocation(const std::string &text, Revocation *revocation) {
+  std::string rest = text, parts[3];
+  for (std::string &part : parts) {
+    const size_t comma = rest.find(',');
+    part = rest.substr(0, comma);
+    rest = comma == std::string::npos ? "" : rest.substr(comma + 1);
+  }
+  revocation->serial = ParseSerial(parts[0]);
+  if (revocation->serial == nullptr) return CheckSerial(parts[0]);
+  if (!parts[1].empty() && !ParseTime(parts[1], &revocation->sec)) return CheckTime(parts[1]);
+  revocation->reason = ReasonOf(parts[2]);
+  const bool isKnown = parts[2].empty() || revocation->reason != sxCrlReason_none;
+  return isKnown && rest.empty() ? "" : "not a reason: " + VisibleLine(parts[2]) + "; keyCompromise is one";
+}
+
+std::string CheckRevocation(const std::string &text) {
+  Revocation revocation;
+  return ParseRevocation(text, &revocation);
+}
+
+// The fields that were given, over those of the older CRL. @return false: a problem, which has been told
+bool SetFields(const Options &options, const sxCert &issuer, const sxCRL *from, sxCRL_Encoder &crl, Report &report) {
+  int64_t thisUpdate = kxClock_Now(), nextUpdate = 0;
+  if (!options.thisUpdate.empty()) ParseTime(options.thisUpdate, &thisUpdate);
+  ParseTime(options.nextUpdate, &nextUpdate);
+  if (from != nullptr && !crl.Issuer()->Equal(*issuer.Subject())) {
+    return report.Problem(kExitInputError, options.from, "is of another issuer: " + NameText(crl.Issuer())), false;
+  }
+  if (from == nullptr && crl.SetIssuer(*issuer.Subject()) != 0) return false;
+  if (crl.SetThisUpdate(thisUpdate) != 0 || crl.SetNextUpdate(nextUpdate) != 0) return false;
+  if (from != nullptr && from->Number() != nullptr && options.number.empty()) {
+    return report.Problem(kExitUsage, options.from,
+                          "has the number " + NumberText(*from->Number()) + ": give --number, a larger one"),
+           false;
+  }
+  const std::unique_ptr<sxAsnInt> number = ParseSerial(options.number), base = ParseSerial(options.deltaBase);
+  if (number != nullptr && crl.SetNumber(number.get()) != 0) return false;
+  if (base != nullptr && crl.SetDeltaBase(base.get()) != 0) return false;
+  if (issuer.SubjectKeyId() == nullptr) return true;
+  const sxExtKeyID keyId(sxKeyId_authority, issuer.SubjectKeyId()->KIdBuf());
+  return crl.SetAuthorityKeyId(&keyId) == 0;
+}
+
+bool SetScope(const Options &options, sxCRL_Encoder &crl) {
+  if (options.points.empty() && options.only == kAllCerts) return true;
+  sxGeneralNames names;
+  for (const std::string &point : options.points) {
+    const sxGeneralName name(sxGN_uri, point.data(), static_cast<int>(point.size()));
+    names.Add(&name);
+  }
+  sxIssuingDP scope(names);
+  scope.SetOnlyUserCerts(options.only == kUserCerts);
+  scope.SetOnlyCACerts(options.only == kCACerts);
+  scope.SetOnlyAttributeCerts(options.only == kAttributeCerts);
+  return crl.SetIssuingDP(&scope) == 0;
+}
+
+// In two's complement.
+std::vector<unsigned char> ContentOf(const sxAsnInt &number) {
+  const sxOctets &big = number.BigOctets();
+  if (number.IsBig()) return {big.Data(), big.Data() + big.Len()};
+  std::vector<unsigned char> octets;
+  for (int shift = 24; shift >= 0; shift -= 8)
+    octets.push_back(static_cast<unsigned char>(number.GetShortVal() >> shift));
+  return octets;
+}
+
+// @return false: a problem, which has been told
+bool ChangeEntries(const Options &options, sxCRL_Encoder &crl, Report &report) {
+  for (const std::string &text : options.unrevoke) {
+    if (crl.RemoveEntry(*ParseSerial(text)) != 0) {
+      return report.Problem(kExitInputError, text, "is not in the list"), false;
+    }
+  }
+  for (const std::string &text : options.revoke) {
+    Revocation revocation;
+    ParseRevocation(text, &revocation);
+    const std::vector<unsigned char> octets = ContentOf(*revocation.serial);
+    sxRevokedEntry entry;
+    entry.serial = octets.data();
+    entry.serialLen = static_cast<int>(octets.size());
+    entry.revokedSec = revocation.sec;
+    entry.reason = revocation.reason;
+    const int rc = crl.AddEntry(entry);
+    if (rc != 1) {
+      report.Problem(kExitInputError, text, rc == 0 ? "is in the list already" : "cannot be put into a list");
+      return false;
+    }
+  }
+  return true;
+}
+
+void Write(const sxCRL &crl, const Options &options, Report &report) {
+  if (report.IsJson()) {
+    report.Document()["crl"] = CrlFacts(crl);
+    report.Document()["der"] = HexOf(crl.GetBuf(), crl.BufLen());
+    if (options.output.file.empty()) return;  // the document holds it
+  }
+  if (options.form == kDer) {
+    WriteOctets({crl.GetBuf(), crl.BufLen()}, options.output, report);
+  } else {
+    WritePem(kxBinBuf(crl.GetBuf(), crl.BufLen()), kPemLabel, options.output, report);
+  }
+}
+
+void Run(const Options &options, Report &report) {
+  const std::vector<FoundCert> issuers = ReadCerts(options.issuer, report);
+  if (issuers.empty()) return;
+  if (issuers.size() > 1) {
+    return report.Problem(kExitInputError, InputName(options.issuer), "several certificates; one is needed");
+  }
+  const sxCert &issuer = *issuers.front().cert;
+  const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report);
+  if (key.key == nullptr) return;
+  if (sxPubKey_Equal(issuer.PubKey(), key.key.get()) == 0) {
+    return report.Problem(kExitInputError, key.where, "is not the key of the certificate");
+  }
+  FoundCrl from;
+  if (!options.from.empty()) {
+    from = ReadOneCrl(options.from, report);
+    if (from.crl == nullptr) return;
+  }
+  const LogLines log;
+  const auto crl = from.crl == nullptr ? std::make_unique<sxCRL_Encoder>() : std::make_unique<sxCRL_Encoder>(*from.crl);
+  const bool isSet = SetFields(options, issuer, from.crl.get(), *crl, report) && ChangeEntries(options, *crl, report);
+  if (!isSet && report.Worst() != kExitYes) return;  // it has been told
+  CrlRef made;
+  if (isSet && SetScope(options, *crl)) made.reset(crl->Encode(key.key.get(), static_cast<sx_md_type>(options.digest)));
+  if (made == nullptr) return report.Problem(kExitInputError, key.where, "no CRL can be made" + log.Reason());
+  Write(*made, options, report);
+}
+
+}  // namespace
+
+Verb CrlNew() {
+  const auto options = std::make_shared<Options>();
+  Verb verb = {
+      {{"--issuer-cert", "certificate of the one who issues it", &options->issuer, true},
+       {"--key", "the certificate's private key", &options->key, true},
+       {"--next-update", "until when it holds", &options->nextUpdate, true, CheckTime},
+       {"--from", "CRL of the same issuer to begin with", &options->from},
+       {"--revoke", "SERIAL[,TIME[,REASON]], the number in hexadecimal; may be repeated", &options->revoke, false,
+        CheckRevocation},
+       {"--unrevoke", "SERIAL that is not to be in it; may be repeated", &options->unrevoke, false, CheckSerial},
+       {"--this-update", "when it was issued; now unless given", &options->thisUpdate, false, CheckTime},
+       {"--number", "of this CRL, in hexadecimal; larger than any before", &options->number, false, CheckSerial},
+       {"--delta-base", "number of the CRL that this one is the difference to", &options->deltaBase, false,
+        CheckSerial},
+       {"--idp-uri", "distribution point that it covers; may be repeated", &options->points},
+       {"--only",
+        "the certificates that it covers",
+        &options->only,
+        false,
+        nullptr,
+        {{"user", kUserCerts}, {"ca", kCACerts}, {"attribute", kAttributeCerts}},
+        "KIND"},
+       {"--digest",
+        "sha256 unless given",
+        &options->digest,
+        false,
+        nullptr,
+        {{"sha1", sx_md_sha1}, {"sha256", sx_md_sha256}, {"sha384", sx_md_sha384}, {"sha512", sx_md_sha512}},
+        "DIGEST"},
+       {"--form", "of what is written", &options->form, false, nullptr, {{"pem", kPem}, {"der", kDer}}, "FORM"}},
+      [options](Report &report) { Run(*options, report); }};
+  std::ranges::move(OutputRows(options->output), std::back_inserter(verb.options));
+  return verb;
+}

@@ -1,6 +1,7 @@
 #include "kxcert/signedfile/fileSignVerify.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -29,6 +30,9 @@ File Open(const char *path) { return File(kxFile_OpenRegularStream(path)); }
 
 // What is there and is no regular file has one answer, whatever it was given as.
 int NotOpened(const char *path, int rc) { return kxFile_IsSpecial(path) ? FSV_FILE_NOT_FOUND : rc; }
+
+// A file that cannot be read to its end is not one without a signature.
+int WhyNone(std::FILE *file, int rc) { return std::ferror(file) != 0 ? FSV_READ_FAILED : rc; }
 
 struct RCRow {
   int rc;
@@ -64,7 +68,7 @@ int SignedFile::Read() {
   }
   if (!ReadSignatureBlock(from.get(), &block)) {
     herror_func(0, 0, "%s: Failed to extract timestamp and signature from file %s", func, blockFile);
-    return FSV_NOT_SIGNED;
+    return WhyNone(from.get(), FSV_NOT_SIGNED);
   }
   if (g_refuseZeroTime && block.Seconds() == 0) {
     herror_func(0, 0, "%s: A time of zero is refused, in file %s", func, blockFile);
@@ -77,6 +81,7 @@ int SignedFile::Read() {
     rc = embedded && std::fseek(from.get(), 0, SEEK_SET) != 0
              ? FSV_READ_FAILED
              : HashFile(from.get(), block.timestamp, digest, embedded, embedded);
+    if (rc == FSV_NOT_SIGNED) rc = WhyNone(from.get(), rc);
   }
   if (rc != FSV_OK) herror_func(0, 0, "%s: Could not calculate hash of file %s", func, file);
   return rc;
@@ -110,10 +115,12 @@ int CompareWithOld(const SignedFile &signedFile, const char *oldFile) {
   const char *const func = signedFile.func;
   herror_func(0, 0, "%s: Read old file to get previous timestamp. No validation will be performed", func);
   const File file = Open(oldFile);
+  const bool isNotThere = file == nullptr && (errno == ENOENT || errno == ENOTDIR);
   SignatureBlock old;
   if (file == nullptr || !ReadSignatureBlock(file.get(), &old)) {
     herror_func(0, 0, "%s: Failed to extract timestamp and signature from old file %s", func, oldFile);
-    return file == nullptr ? NotOpened(oldFile, FSV_OLD_NOT_SIGNED) : FSV_OLD_NOT_SIGNED;
+    if (file != nullptr) return WhyNone(file.get(), FSV_OLD_NOT_SIGNED);
+    return NotOpened(oldFile, isNotThere ? FSV_OLD_NOT_SIGNED : FSV_READ_FAILED);
   }
   const uint64_t newSeconds = signedFile.block.Seconds();
   if (old.Seconds() <= newSeconds) {
@@ -202,7 +209,8 @@ int hash_file(const char *file, unsigned long long timestamp, unsigned char dige
   if (digest == nullptr) return FSV_READ_FAILED;
   unsigned char octets[8];
   std::memcpy(octets, &timestamp, sizeof octets);
-  return HashFile(from.get(), octets, digest, textMode, skipBlock);
+  const int rc = HashFile(from.get(), octets, digest, textMode, skipBlock);
+  return rc == FSV_NOT_SIGNED ? WhyNone(from.get(), rc) : rc;
 }
 
 sxPubKey *load_key(const char *keyFile, sxset **out) {

@@ -25,18 +25,26 @@ fdb_look::fdb_look(const fdb_handle &db, const char *key)
     : m_db(db),
       m_name(fdb_filename_pre(db, kFdbRecordPrefix, key)),
       m_there(kxFile_Info(m_name.c_str(), &m_info) == 0),
-      m_file(m_there ? kxFile_OpenRead(m_name.c_str()) : -1),
+      m_file(m_there ? kxFile_OpenRegular(m_name.c_str(), nullptr) : -1),
+      m_error(m_file.IsOpen() ? 0 : errno),
       m_what(Look()) {}
 
 fdb_look::Found fdb_look::Look() const {
-  const int err = errno;  // of the step that failed, if one did
   kxFileInfo opened;
   if (m_file.IsOpen()) {
     const bool replaced = m_info.isRegular && (kxFile_OpenInfo(m_file.Fd(), &opened) != 0 || !IsIt(opened));
     return replaced ? kUnknown : kRecord;
   }
-  tderrorFunc(kFdbTopic, 1, err, "%s: %s(%s)", kLookFunc, m_there ? "open" : "lstat", m_name.c_str());
-  return m_there && (err == ENOENT || err == ELOOP) ? kNothing : kUnknown;
+  tderrorFunc(kFdbTopic, 1, m_error, "%s: %s(%s)", kLookFunc, m_there ? "open" : "lstat", m_name.c_str());
+  if (!m_there || m_info.isRegular) return kUnknown;  // a file that is not found has been moved meanwhile
+  const bool leadsNowhere = m_error == ENOENT || m_error == ELOOP || m_error == ENXIO;
+  return leadsNowhere && IsStillThere() ? kNothing : kUnknown;
+}
+
+// Another collector may have moved the link aside before it was followed, and put it back later.
+bool fdb_look::IsStillThere() const {
+  kxFileInfo info;
+  return kxFile_Info(m_name.c_str(), &info) == 0 && IsIt(info);
 }
 
 int64_t fdb_look::Read(void *head, size_t len) const {

@@ -13,7 +13,7 @@ class fdb_look {
  public:
   enum Found {
     kRecord,   ///< Read says what it begins with
-    kNothing,  ///< a name with no file behind it: a link to nowhere
+    kNothing,  ///< a name that no record can be behind: a link to nowhere; a pipe or device, which nobody opens
     kUnknown,  ///< gone or replaced meanwhile, or not to be opened for now (descriptors, memory, rights)
   };
 
@@ -21,6 +21,7 @@ class fdb_look {
 
   Found What() const { return m_what; }
   bool IsThere() const { return m_there; }           ///< or was, when it was looked at
+  int Error() const { return m_error; }              ///< of the step that failed, where one did: an errno value, else 0
   const kxFileInfo &Info() const { return m_info; }  ///< of the name, which may be a link; only if it is there
   /// The first octets. @return how many there are, at most @p len; -1
   int64_t Read(void *head, size_t len) const;
@@ -32,6 +33,7 @@ class fdb_look {
 
  private:
   Found Look() const;
+  bool IsStillThere() const;
   bool IsIt(const kxFileInfo &info) const;
   int MoveAside(std::string *aside) const;
   int PutBack(const std::string &aside) const;
@@ -42,6 +44,7 @@ class fdb_look {
   kxFileInfo m_info = {};  // of the name, which may be a link
   const bool m_there;
   const fdb_open_file m_file;
+  const int m_error;
   const Found m_what;
 };
 

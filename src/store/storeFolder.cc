@@ -57,10 +57,18 @@ sxStoreState Decode(sxStoreKind kind, const sxExpiringRecord &record, sxStoreIte
   return IsUnderItsKey(*item.cert, item.key) ? sxStoreState::kGood : sxStoreState::kOtherKey;
 }
 
-sxStoreState ReadRecord(const fdb_look &look, sxStoreKind kind, int64_t nowSec, sxStoreItem &item) {
+// What can be said without its octets, or kGood.
+sxStoreState StateOfFile(const fdb_look &look) {
+  if (!look.IsThere()) return look.Error() == ENOENT ? sxStoreState::kGone : sxStoreState::kUnreadable;
+  const bool isRegular = look.Info().isRegular;
+  const bool isSpecial = look.Error() == ENXIO || look.Error() == EISDIR;  // or leads to something that is
+  if (!isRegular && (isSpecial || look.What() == fdb_look::kRecord)) return sxStoreState::kForeign;
   if (look.What() == fdb_look::kNothing) return sxStoreState::kDangling;
-  if (look.What() == fdb_look::kUnknown) return look.IsThere() ? sxStoreState::kUnreadable : sxStoreState::kGone;
-  if (!look.Info().isRegular) return sxStoreState::kForeign;
+  return look.What() == fdb_look::kUnknown ? sxStoreState::kUnreadable : sxStoreState::kGood;
+}
+
+sxStoreState ReadRecord(const fdb_look &look, sxStoreKind kind, int64_t nowSec, sxStoreItem &item) {
+  if (const sxStoreState state = StateOfFile(look); state != sxStoreState::kGood) return state;
   const size_t maxLen = kind == sxStoreKind::kCerts ? kMaxStoredCertLen : kMaxStoredCrlLen;
   if (look.Info().size > static_cast<int64_t>(maxLen)) return sxStoreState::kUnreadable;
   const auto len = static_cast<size_t>(look.Info().size);

@@ -43,6 +43,7 @@ void TakeBest(PathSearch &search, sxChainVerdict &verdict) {
   verdict.path = best.certs;
   verdict.evidence = best.evidence;
   verdict.root = best.root;
+  verdict.failedLookups.swap(search.FailedLookups());
   sxSavePKobj(verdict.root);
   if (best.code != sxValidation_OK && search.Bound() != sxSearchBound::kNone) {
     verdict.bound = search.Bound();
@@ -82,5 +83,6 @@ sxValidationRC sxJudgeChain(const sxChainQuestion &question, sxChainVerdict &ver
   verdict.tried.swap(result.tried);
   verdict.judged = result.judged;
   verdict.bound = result.bound;
+  verdict.failedLookups.swap(result.failedLookups);
   return verdict.code;
 }

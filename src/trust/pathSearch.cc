@@ -1,7 +1,9 @@
 #include "trust/pathSearch.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 #include <tuple>
@@ -10,6 +12,8 @@
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "platform/owned.h"
+#include "store/expiringRecords.h"
 #include "trust/rules.h"
 #include "trust/sxKeyHolder_imp.h"
 
@@ -17,6 +21,8 @@ namespace {
 
 constexpr int kMaxText = 16384;             // three names of 4096 octets fit
 constexpr size_t kMaxCandidates = 1 << 14;  // namesakes of one issuer that are looked at, in each pool
+
+constexpr int kMaxAttempts = 2;  // at a record that could not be read, but now can
 
 constexpr char kAtRoot[] = "a trusted root";
 constexpr char kByNames[] = "a trusted root by names alone: not every signature verifies";
@@ -47,6 +53,24 @@ bool HasSameCerts(const sxCerts &a, const sxCerts &b) {
     if (!(*a.Get(i) == *b.Get(i))) return false;
   }
   return true;
+}
+
+using KeyText = sxOwned<char, std::free>;
+
+// Of a look-up without an answer. A name that has no key is nobody's; what is good was stored meanwhile, or the step
+// that failed does so no more.
+sxStoreState WhyNotFound(Cert_Cache_DB &db, const sxDN &name, int64_t nowSec) {
+  const KeyText key(db.Key(name));
+  if (key == nullptr) return sxStoreState::kGone;
+  void *block = nullptr;
+  errno = 0;
+  const int len = db.FDB()->Get(key.get(), &block);
+  if (len < 0) return errno == ENOENT ? sxStoreState::kGone : sxStoreState::kUnreadable;
+  sxExpiringRecord record;
+  if (!record.Set(block, len)) return sxStoreState::kTooShort;
+  if (record.expirySec <= nowSec) return sxStoreState::kExpired;
+  const auto cert = SharedRef<sxCert>::Adopt(sxCert_Decode(record.value, record.valueLen));
+  return cert ? sxStoreState::kGood : sxStoreState::kNotDecoded;
 }
 
 }  // namespace
@@ -374,12 +398,25 @@ const std::vector<sxCert *> &PathSearch::IssuersOf(const sxCert &cert) {
 SharedRef<sxCert> PathSearch::StoredIssuer(const sxDN &name) {
   if (m_question.intermediates == nullptr || m_numLookups == kMaxJudgeLookups) return {};
   ++m_numLookups;
-  long expiry = 0;
   const auto now = static_cast<long>(std::clamp<int64_t>(m_now, LONG_MIN, LONG_MAX));
-  auto stored = SharedRef<sxCert>::Adopt(m_question.intermediates->Get(name, now, &expiry));
-  // Whoever writes to the folder may have put it under another one's key.
-  const bool isNamed = stored && stored->Subject() != nullptr && stored->Subject()->Equal(name);
-  return isNamed ? std::move(stored) : SharedRef<sxCert>();
+  sxStoreState state = sxStoreState::kGood;
+  for (int attempt = 0; attempt < kMaxAttempts && state == sxStoreState::kGood; ++attempt) {
+    long expiry = 0;
+    auto stored = SharedRef<sxCert>::Adopt(m_question.intermediates->Get(name, now, &expiry));
+    // Whoever writes to the folder may have put it under another one's key.
+    if (stored && stored->Subject() != nullptr && stored->Subject()->Equal(name)) return stored;
+    state = stored ? sxStoreState::kOtherKey : WhyNotFound(*m_question.intermediates, name, m_now);
+  }
+  TellFailure(name, state == sxStoreState::kGood ? sxStoreState::kUnreadable : state);
+  return {};
+}
+
+void PathSearch::TellFailure(const sxDN &name, sxStoreState state) {
+  if (state == sxStoreState::kGone || state == sxStoreState::kExpired) return;
+  const KeyText key(m_question.intermediates->Key(name));
+  const auto isThis = [&key](const sxFailedLookup &known) { return std::strcmp(known.key.getstr(), key.get()) == 0; };
+  if (key == nullptr || std::ranges::any_of(m_failedLookups, isThis)) return;
+  m_failedLookups.push_back({sxString(name.GetStr()), sxString(key.get()), state});
 }
 
 PathSearch::Identity PathSearch::IdentityOf(const sxCert &cert) {

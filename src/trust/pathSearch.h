@@ -31,6 +31,7 @@ class PathSearch {
   /// Which of them the verdict is about; there is one after Run.
   size_t Best() const;
   sxSearchBound Bound() const { return m_bound; }
+  std::vector<sxFailedLookup> &FailedLookups() { return m_failedLookups; }
 
  private:
   struct Anchor;
@@ -59,6 +60,7 @@ class PathSearch {
   std::vector<Anchor> AnchorsNamed(const sxDN *name, const sxCert *subject);
   const std::vector<sxCert *> &IssuersOf(const sxCert &cert);
   SharedRef<sxCert> StoredIssuer(const sxDN &name);
+  void TellFailure(const sxDN &name, sxStoreState state);
 
   sxCert &Top() const { return *m_path.Get(m_path.Top()); }
   bool IsOnPath(const sxCert &cert) const;
@@ -89,6 +91,7 @@ class PathSearch {
   int m_numEnded = 0;
   int m_numLookups = 0;
   const std::chrono::steady_clock::time_point m_deadline;  // of asking for revocation
+  std::vector<sxFailedLookup> m_failedLookups;
   sxSearchBound m_bound = sxSearchBound::kNone;
   bool m_reachedRoot = false;
   bool m_goesByName = false;  // links of the path were not verified

@@ -11,6 +11,7 @@
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/digest.h"
 #include "support/caseFile.h"
+#include "support/fileFake.h"
 #include "support/logCapture.h"
 #include "support/scopedEnv.h"
 #include "support/tempDir.h"
@@ -139,6 +140,11 @@ TEST_F(FileSign, RefusesAnOlderVersion) {
   EXPECT_TRUE(log.Has("New file is 600 seconds newer than the old file"));
   EXPECT_EQ(FSV_OLD_NOT_SIGNED, Verify(text, m_folder.Write("plain", "no block\n").c_str()));
   EXPECT_EQ(FSV_OLD_NOT_SIGNED, Verify(text, "/nowhere"));
+  const FileFake::Refuse refuse = [](kxFileStep step, const char *path) {
+    return step == kxStep_openRead && std::string_view(path).ends_with("/old") ? EMFILE : 0;
+  };
+  const std::string old = m_folder.Write("old", "not reached");
+  EXPECT_EQ(FSV_READ_FAILED, FileFake(refuse).While([&] { return Verify(text, old.c_str()); }));
 }
 
 TEST_F(FileSign, BlocksThatAreNone) {

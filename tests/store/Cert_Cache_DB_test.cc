@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/store/FileDB.h"
+#include "kxcert/store/storeFolder.h"
 #include "support/derOctets.h"
 #include "support/fileFake.h"
 #include "support/fixedClock.h"
@@ -97,6 +99,27 @@ TEST_F(CertDatabase, SurvivesAFailureAtEachStep) {
     if (rc != 0) return expectFound(kNow + 1);
     EXPECT_FALSE(Finds(m_dn, kNow));
   });
+}
+
+// Only what lstat does not find is gone, and only what it says is a link leads nowhere.
+TEST_F(CertDatabase, WhatCannotBeLookedAtIsUnreadableAndStays) {
+  const FixedClock clock(kNow);
+  ASSERT_EQ(0, Store(kNow + 1));
+  const sxStoreFolder folder(m_dir.File("CertCache_1").c_str(), sxStoreKind::kCerts);
+  for (const auto &[refused, error] : {std::pair{kxStep_info, EACCES}, {kxStep_openRead, ENOENT}, {kxStep_openRead, EMFILE}}) {
+    const FileFake::Refuse refuse = [step = refused, err = error](kxFileStep at, const char *) { return at == step ? err : 0; };
+    bool removed = false;
+    const auto look = [&] {
+      m_db.GarbageCollector();
+      return folder.Repair("rec_95532a89bb04dd49cde9b0ec2b0e6dca", kNow, removed).state;
+    };
+    EXPECT_EQ(sxStoreState::kUnreadable, FileFake(refuse).While(look));
+    EXPECT_FALSE(removed);
+    EXPECT_TRUE(Finds(m_dn, kNow));
+  }
+  ASSERT_EQ(0, mkfifo(m_dir.File("CertCache_1/rec_pipe").c_str(), 0600));
+  const FileFake::Refuse refuse = [](kxFileStep at, const char *) { return at == kxStep_openRead ? EIO : 0; };
+  EXPECT_EQ(sxStoreState::kForeign, FileFake(refuse).While([&] { return folder.Look("rec_pipe", kNow).state; }));
 }
 
 constexpr int kNumProcesses = 4;

@@ -295,6 +295,10 @@ void Run(const Options &options, Report &report) {
     const ProgressLine progress("looking into revocation");
     Decide(given, *holder, params, decision);
   }
+  const bool isWhole = TellLookups(options.intermediates.folder, decision.judged.verdict.failedLookups, report);
+  if (decision.judged.verdict.code != sxValidation_OK && !isWhole) {
+    return report.Problem(kExitInputError, "", "no verdict: not all records could be read");
+  }
   decision.isLetPass = options.revocation.softFail && IsStatusUnknown(decision.answer.code);
   if (decision.answer.code != sxValidation_OK && !decision.isLetPass) report.Worsen(kExitNo);
   FillDocument(decision, given, report.Document());

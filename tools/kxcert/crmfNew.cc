@@ -82,22 +82,32 @@ std::string CheckKeyUsage(const std::string &name) {
   return "not a key usage: " + VisibleLine(name) + "; known are" + known;
 }
 
+// What can be asked for again: a certificate, or a PKCS #10 request.
+bool SetFrom(std::span<const unsigned char> der, sxCertTemplate &wanted) {
+  const auto len = static_cast<int>(der.size());
+  const CertRef cert(sxCert_Decode(der.data(), len));
+  return (cert != nullptr && wanted.Set(cert.get()) == 0) || wanted.SetFromRequest(der.data(), len) == 0;
+}
+
 // From the first block that is one. @return false: a problem, which has been told
 bool ReadFrom(const std::string &path, sxCertTemplate &wanted, Report &report) {
   kxBinBuf octets;
   const std::string name = InputName(path), error = ReadOctets(path, octets);
   if (!error.empty()) return report.Problem(kExitInputError, name, error), false;
   const LogLines log;
+  bool found = false;
   sxInputBlocks blocks(octets.Data(), octets.Len());
   for (sxInputBlock block; blocks.Next(block);) {
-    const auto *const data = block.octets.data();
-    const auto len = static_cast<int>(block.octets.size());
-    const CertRef cert(sxCert_Decode(data, len));
-    if (cert != nullptr && wanted.Set(cert.get()) == 0) return true;
-    if (wanted.SetFromRequest(data, len) == 0) return true;
+    sxCertTemplate other;
+    if (!SetFrom(block.octets, found ? other : wanted)) continue;
+    if (found) report.Note(name + " line " + std::to_string(block.line), "another certificate or request; passed over");
+    found = true;
   }
-  report.Problem(kExitInputError, name, "neither a certificate nor a certification request" + log.Reason());
-  return false;
+  TellPartsBesidePem(name, {octets.Data(), octets.Len()}, report);
+  if (!found) {
+    report.Problem(kExitInputError, name, "neither a certificate nor a certification request" + log.Reason());
+  }
+  return found;
 }
 
 // What belongs to the issuer or to the key of the certificate that was read.
@@ -195,7 +205,12 @@ void Run(const Options &options, Report &report) {
   if (!options.password.empty()) {
     const std::string error = ReadSecret(options.password, password);
     if (!error.empty()) return report.Problem(kExitInputError, "", error);
-    if (wanted.Subject() != nullptr) report.Note("", "the password is not used: the signature covers the subject");
+    if (wanted.Subject() != nullptr) {
+      report.Note("", "the password is not used: the signature covers the subject");
+    } else if (wanted.Tree().extensions != nullptr || !options.old.empty()) {
+      report.Note("",
+                  "the signature and the MAC cover the key alone, neither extensions nor the old certificate's name");
+    }
   }
   kxCRMF crmf(options.id, wanted);
   if (!AddOldCert(options.old, crmf, report)) return;

@@ -54,11 +54,26 @@ std::string OneLine(std::string text) {
   return line;
 }
 
-// What the password says of a message that is fine otherwise; "" where that is nothing bad.
-std::string PasswordVerdict(const kxCRMF &crmf, const kxBinBuf &password) {
-  if (password.IsEmpty()) return "";
-  if (!crmf.HasPasswordMac()) return "there is no MAC that a password could have made";
-  return crmf.VerifyPasswordMac(password) == 0 ? "" : "the MAC was made with another password";
+// What the password says of a message that is fine otherwise.
+struct MacVerdict {
+  const char *mac = nullptr;  // null: there is none
+  const char *refusal = "";
+};
+
+MacVerdict JudgeMac(const kxCRMF &crmf, const kxBinBuf &password) {
+  if (!crmf.HasPasswordMac()) {
+    return {nullptr, password.IsEmpty() ? "" : "there is no MAC that a password could have made"};
+  }
+  if (password.IsEmpty()) return {"not checked", ""};
+  const bool fits = crmf.VerifyPasswordMac(password) == 0;
+  return fits ? MacVerdict{"verified", ""} : MacVerdict{"not verified", "the MAC was made with another password"};
+}
+
+// RFC 4211, 4.1: beside a poposkInput nothing else is signed.
+std::string CaveatOf(const MacVerdict &verdict, bool isMacChecked) {
+  if (verdict.mac == nullptr) return "";
+  const std::string mac = isMacChecked ? "" : "the MAC was not checked: who asks is not known; and ";
+  return mac + "the signature covers the key alone, neither extensions nor controls";
 }
 
 Facts TimeOrNull(int seconds) { return seconds < 0 ? Facts(nullptr) : Facts(PrintCertTime(seconds)); }
@@ -102,11 +117,18 @@ void ShowMessage(const std::string &where, std::span<const unsigned char> der, c
   sxString text;
   crmf.DerDecode(der.data(), static_cast<int>(der.size()), text);
   Describe(where, der, crmf, report, facts);
-  const std::string refusal = crmf.Status() != kxCRMF_success ? text.getstr() : PasswordVerdict(crmf, password);
-  const bool accepted = crmf.Status() == kxCRMF_success && refusal.empty();
-  report.Verdict(accepted, where + (accepted ? ": accepted" : ": refused: " + OneLine(refusal)));
+  const bool isSound = crmf.Status() == kxCRMF_success;
+  const MacVerdict mac = isSound ? JudgeMac(crmf, password) : MacVerdict();
+  const std::string refusal = isSound ? mac.refusal : text.getstr();
+  const bool accepted = isSound && refusal.empty();
+  const std::string caveat = accepted ? CaveatOf(mac, !password.IsEmpty()) : "";
+  report.Verdict(accepted && caveat.empty(), where + (!accepted        ? ": refused: " + OneLine(refusal)
+                                                      : caveat.empty() ? ": accepted"
+                                                                       : ": accepted, but " + caveat));
   if (!accepted) report.Worsen(kExitNo);
   facts["accepted"] = accepted;
+  facts["mac"] = mac.mac != nullptr ? Facts(mac.mac) : Facts(nullptr);
+  facts["caveat"] = caveat;
   facts["status"] = crmf.Status();
   facts["statusText"] = CrmfStat2string(crmf.Status());
   facts["refusal"] = refusal;
@@ -139,6 +161,7 @@ void ShowFile(const std::string &file, const kxBinBuf &password, Report &report)
     ShowBlock(VisibleLine(place.Text()), block, password, report);
   }
   if (!any) report.Problem(kExitInputError, name, "is empty");
+  TellPartsBesidePem(name, {octets.Data(), octets.Len()}, report);
 }
 
 void Run(const Options &options, Report &report) {

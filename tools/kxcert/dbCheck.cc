@@ -28,6 +28,7 @@ void CheckFile(const std::string &file, const sxStoreFolder &folder, const Optio
   if (item.state == sxStoreState::kGood) ++counts.good;
   if (IsInOrder(item.state)) return;
   ++(removed ? counts.removed : counts.wrong);
+  if (item.state == sxStoreState::kUnreadable) report.Worsen(kExitInputError);  // whether it is in order stays open
   const std::string name = ItemName(item);
   report.Line(VisibleLine(file) + ": " + sxStoreState_GetString(item.state) + (removed ? ", removed" : "") +
               (name.empty() ? "" : "  " + name));

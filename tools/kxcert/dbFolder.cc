@@ -1,5 +1,6 @@
 #include "dbFolder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -72,6 +73,14 @@ bool CheckKey(const std::string &key, Report &report) {
   if (sxStoreFolder::IsKey(key)) return true;
   report.Problem(kExitInputError, key, "not a key: keys are file names, without a slash, and neither \".\" nor \"..\"");
   return false;
+}
+
+bool TellLookups(const std::string &folder, const std::vector<sxFailedLookup> &failed, Report &report) {
+  for (const sxFailedLookup &lookup : failed) {
+    report.Note(folder, std::string("record ") + lookup.key.getstr() + ", of " + VisibleLine(lookup.name.getstr()) +
+                            ": " + sxStoreState_GetString(lookup.state));
+  }
+  return std::ranges::none_of(failed, [](const auto &row) { return row.state == sxStoreState::kUnreadable; });
 }
 
 std::string ItemName(const sxStoreItem &item) {

@@ -34,7 +34,9 @@ void List(const Options &options, Report &report) {
   size_t numRecords = 0;
   for (const std::string &file : files) {
     const sxStoreItem item = folder.Look(file, now);
-    if (item.key.empty() || item.state == sxStoreState::kGone) continue;
+    if (item.state == sxStoreState::kUnreadable) report.Worsen(kExitInputError);
+    const bool isNone = item.state == sxStoreState::kGone || item.state == sxStoreState::kForeign;
+    if (item.key.empty() || isNone) continue;
     ++numRecords;
     report.Line(VisibleLine(item.key) + "  " + ExpiryText(item) + "  " + StateText(item) + ItemName(item));
     report.Document()["records"].push_back(ItemFacts(item));

@@ -1,13 +1,17 @@
 // kxcert file sign and file verify: files that carry a signature, or have one beside them.
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <vector>
 
 #include "keyFacts.h"
 #include "keyInput.h"
+#include "keyOutput.h"
 #include "kxcert/signedfile/fileSign.h"
 #include "kxcert/signedfile/fileSignVerify.h"
 #include "logLines.h"
@@ -16,6 +20,8 @@
 #include "verb.h"
 
 namespace {
+
+constexpr size_t kChunk = 65536;
 
 struct Options {
   std::string file;
@@ -59,9 +65,10 @@ void Sign(const Options &options, Report &report) {
   report.Document()["time"] = PrintTime(seconds);
   report.Document()["key"] = KeyFacts(*found.key, true);
   if (rc == FSG_OK) return report.Line("signed, as of " + PrintTime(seconds));
-  const bool couldForce = rc == FSG_SIGNED || rc == FSG_EXISTS;
-  const bool isAboutResult = (rc == FSG_EXISTS || rc == FSG_WRITE_FAILED) && options.sigFile != options.out;
-  report.Problem(kExitInputError, isAboutResult ? options.sigFile + options.out : options.file,
+  const std::string target = options.sigFile + options.out;  // one of them at most
+  const bool couldForce = rc == FSG_SIGNED || (rc == FSG_EXISTS && CanBeReplaced(target));
+  const bool isAboutResult = (rc == FSG_EXISTS || rc == FSG_WRITE_FAILED) && !target.empty();
+  report.Problem(kExitInputError, isAboutResult ? target : options.file,
                  std::string(FSG_RC_to_str(rc)) + (couldForce && !options.force ? "; --force replaces that" : ""));
 }
 
@@ -83,30 +90,60 @@ int VerifyFile(const Options &options, sxPubKey *key) {
                                  : FileSignVerify2(file, options.sigFile.c_str(), old, nullptr);
 }
 
-// The library's answer does not say which of the files it is about.
-bool CanBeRead(const Options &options, Report &report) {
+// Whether a file is one that the library reads. @return "" or what is wrong
+std::string WhyUnread(const std::string &path, bool toItsEnd) {
+  struct stat found;
+  // Opening some devices is to use them, so that what it is is asked before.
+  if (stat(path.c_str(), &found) != 0)
+    return errno == ENOENT ? FSV_RC_to_str(FSV_FILE_NOT_FOUND) : std::strerror(errno);
+  if (!S_ISREG(found.st_mode)) return "is no regular file";
+  const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return std::strerror(errno);
+  std::vector<char> chunk(kChunk);
+  ssize_t got = 0;
+  while (toItsEnd && ((got = read(fd, chunk.data(), chunk.size())) > 0 || (got < 0 && errno == EINTR))) {}
+  const std::string wrong = got < 0 ? std::strerror(errno) : "";
+  close(fd);
+  return wrong;
+}
+
+// @return false: a problem with one of them at least, which has been told
+bool CanBeRead(const std::vector<std::string> &paths, bool toTheirEnds, Report &report) {
   bool all = true;
-  for (const std::string *path : {&options.file, &options.sigFile, &options.oldFile}) {
-    if (path->empty() || access(path->c_str(), R_OK) == 0) continue;
-    report.Problem(kExitInputError, *path, errno == ENOENT ? FSV_RC_to_str(FSV_FILE_NOT_FOUND) : std::strerror(errno));
+  for (const std::string &path : paths) {
+    const std::string wrong = WhyUnread(path, toTheirEnds);
+    if (wrong.empty()) continue;
+    report.Problem(kExitInputError, path, wrong);
     all = false;
   }
   return all;
 }
 
+// The question stays open. The library does not say which of the files is at fault.
+void TellUnread(const std::vector<std::string> &paths, int rc, Report &report) {
+  if (!CanBeRead(paths, true, report)) return;
+  std::string names;
+  for (const std::string &path : paths) names += (names.empty() ? "" : " or ") + path;
+  report.Problem(kExitInputError, names, FSV_RC_to_str(rc));  // what failed does so no more
+}
+
 void Verify(const Options &options, Report &report) {
   FoundKey found;
   report.Document()["file"] = options.file;
-  if (!CanBeRead(options, report)) return;
+  std::vector<std::string> paths = {options.file};
+  for (const std::string *path : {&options.sigFile, &options.oldFile}) {
+    if (!path->empty()) paths.push_back(*path);
+  }
+  if (!CanBeRead(paths, false, report)) return;
   if (!options.key.empty()) {
     found = ReadFittingKey(options.key, KeyPart::kAny, report);
     if (found.key == nullptr) return;
   }
   const int rc = VerifyFile(options, found.key.get());
-  report.Document()["valid"] = rc == FSV_OK;
   report.Document()["code"] = rc;
   const ExitCode exitCode = ExitOf(rc);
-  if (exitCode == kExitInputError) return report.Problem(exitCode, options.file, FSV_RC_to_str(rc));
+  if (exitCode == kExitInputError) return TellUnread(paths, rc, report);
+  report.Document()["valid"] = rc == FSV_OK;
   const std::string answer = rc == FSV_OK ? "signed, and not older than what it replaces" : FSV_RC_to_str(rc);
   report.Verdict(rc == FSV_OK, rc == FSV_OK && options.oldFile.empty() ? "signed" : answer);
   report.Worsen(exitCode);

@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr std::string_view kEnd = "-----END ";
+constexpr std::string_view kDashes = "-----";
 constexpr char kReadBefore[] = "standard input can be read only once";
 
 bool TakeStandardInput() {
@@ -56,6 +58,40 @@ std::string ReadOctets(const std::string &path, kxBinBuf &out) {
   if (const Stream pipe = OpenDescriptor(path)) return sxReadInput(pipe.get(), out);
   if (path != "-") return sxReadInput(path.c_str(), out);
   return TakeStandardInput() ? sxReadInput(stdin, out) : kReadBefore;
+}
+
+std::vector<PartBeside> PartsBesidePem(std::span<const unsigned char> input) {
+  const std::string_view text(reinterpret_cast<const char *>(input.data()), input.size());
+  std::vector<PartBeside> parts;
+  const auto add = [&](size_t from, size_t to) {
+    from = std::min(text.find_first_not_of(" \t\r\n", from), to);
+    if (from < to) parts.push_back({from, input.subspan(from, to - from)});
+  };
+  sxInputBlocks blocks(input.data(), input.size());
+  size_t begin = 0, last = std::string_view::npos;  // of the part, and of the block before it
+  const auto endBlock = [&](size_t next) {
+    const std::string_view block = text.substr(last, next - last);
+    const size_t footer = block.find(kEnd);
+    const size_t dashes = footer == std::string_view::npos ? footer : block.find(kDashes, footer + kEnd.size());
+    begin = dashes == std::string_view::npos ? next : last + dashes + kDashes.size();
+  };
+  for (sxInputBlock block; blocks.Next(block); last = block.offset) {
+    if (block.line == 0) return {};
+    if (last != std::string_view::npos) endBlock(block.offset);
+    add(begin, block.offset);
+  }
+  if (last != std::string_view::npos) endBlock(text.size());
+  add(begin, text.size());
+  return parts;
+}
+
+void TellPartsBesidePem(const std::string &name, std::span<const unsigned char> input, Report &report) {
+  const auto isNoText = [](unsigned char c) { return c < ' ' && std::isspace(c) == 0; };
+  for (const PartBeside &part : PartsBesidePem(input)) {
+    if (std::ranges::none_of(part.octets, isNoText)) continue;
+    report.Note(name + " offset " + std::to_string(part.offset),
+                std::to_string(part.octets.size()) + " octets that are no PEM; passed over");
+  }
 }
 
 bool IsHarmless(const sxLoadItem &item) {

@@ -3,7 +3,9 @@
 #ifndef KXCERT_TOOLS_KXCERT_INPUT_H_
 #define KXCERT_TOOLS_KXCERT_INPUT_H_
 
+#include <span>
 #include <string>
+#include <vector>
 
 class kxBinBuf;
 class Report;
@@ -14,6 +16,17 @@ std::string InputName(const std::string &path);  ///< for messages: "(standard i
 
 /// Reads everything. Standard input can be read only once. @return empty, or why it failed
 std::string ReadOctets(const std::string &path, kxBinBuf &out);
+
+/// A part of an input that is in none of its PEM blocks; without the blanks that it begins with, and not empty.
+struct PartBeside {
+  size_t offset;  ///< octets before it in the input
+  std::span<const unsigned char> octets;
+};
+/// What stands before, between and behind PEM blocks: text that explains them, mostly. Where there are none: nothing.
+std::vector<PartBeside> PartsBesidePem(std::span<const unsigned char> input);
+
+/// Notes those parts that are no text: who joined files meant them to be read.
+void TellPartsBesidePem(const std::string &name, std::span<const unsigned char> input, Report &report);
 
 /// Loads one file. @return false when the loader has no item about it; a problem is then reported
 bool LoadInput(const std::string &path, sxLoader &loader, Report &report);

@@ -1,9 +1,13 @@
 #include "keyInput.h"
 
+#include <algorithm>
+#include <deque>
+#include <span>
 #include <vector>
 
 #include "input.h"
 #include "kxcert/cert/loadFiles.h"
+#include "kxcert/foundation/kxBinBuf.h"
 #include "report.h"
 #include "visibleText.h"
 
@@ -11,15 +15,38 @@ namespace {
 
 using Items = std::vector<const sxLoadItem *>;
 
-bool IsPrivate(const sxLoadItem &item) { return item.kind == sxLoadKind::kPrivateKey; }
+// All of an input, with what its outer form hides: files that were joined need not be of one form.
+class KeySearch {
+ public:
+  KeySearch(const std::string &name, std::span<const unsigned char> octets) : m_name(name) { Add(0, octets); }
 
-Items KeysIn(const sxLoader &loader, bool privateOnly) {
-  Items keys;
-  for (const sxLoadItem &item : loader.Items()) {
-    if (item.key != nullptr && (!privateOnly || IsPrivate(item))) keys.push_back(&item);
+  Items Keys(sxLoadKind kind) const {
+    Items keys;
+    for (const sxLoader &loader : m_loaders) {
+      for (const sxLoadItem &item : loader.Items()) {
+        if (item.key != nullptr && item.kind == kind) keys.push_back(&item);
+      }
+    }
+    return keys;
   }
-  return keys;
-}
+  const sxLoader &Outer() const { return m_loaders.front(); }  ///< what was found without looking beside the blocks
+
+ private:
+  // Each part is shorter than what it is a part of.
+  void Add(size_t offset, std::span<const unsigned char> octets) {
+    const std::string name = offset == 0 ? m_name : m_name + " from offset " + std::to_string(offset);
+    sxLoader &loader = m_loaders.emplace_back(sxLoad_keys);
+    loader.AddOctets(octets.data(), octets.size(), name.c_str());
+    for (const PartBeside &part : PartsBesidePem(octets)) Add(offset + part.offset, part.octets);
+    for (const sxLoadItem &item : loader.Items()) {
+      const size_t rest = item.place.line == 0 && item.skip == sxLoadSkip::kCutShort ? item.place.offset : 0;
+      if (rest > 0) Add(offset + rest, octets.subspan(rest));
+    }
+  }
+
+  const std::string m_name;
+  std::deque<sxLoader> m_loaders;
+};
 
 // The item that may be what was meant: one that fails to be a key rather than one that is something else.
 const sxLoadItem *MostTelling(const sxLoader &loader) {
@@ -42,6 +69,10 @@ std::string WhyNone(const sxLoadItem &item, KeyPart part) {
   return item.reason;
 }
 
+bool AreOf(const Items &publicKeys, sxPubKey &key) {
+  return std::ranges::all_of(publicKeys, [&key](const auto *item) { return sxPubKey_Equal(item->key, &key) == 1; });
+}
+
 void TellNone(const sxLoader &loader, const std::string &path, KeyPart part, Report &report) {
   if (const sxLoadItem *const item = MostTelling(loader)) {
     report.Problem(kExitInputError, item->place.Text(), WhyNone(*item, part));
@@ -54,19 +85,32 @@ void TellNone(const sxLoader &loader, const std::string &path, KeyPart part, Rep
 
 FoundKey ReadKey(const std::string &path, KeyPart part, Report &report) {
   FoundKey found;
-  sxLoader loader(sxLoad_keys);
-  if (!LoadInput(path, loader, report)) return found;
-  Items keys = KeysIn(loader, true);
-  if (keys.empty() && part == KeyPart::kAny) keys = KeysIn(loader, false);
-  if (keys.empty()) return TellNone(loader, path, part, report), std::move(found);
+  const std::string name = InputName(path);
+  kxBinBuf octets;
+  octets.SetSensitive(true);
+  const std::string error = ReadOctets(path, octets);
+  if (!error.empty()) return report.Problem(kExitInputError, name, error), std::move(found);
+  const KeySearch search(name, {octets.Data(), octets.Len()});
+  const Items publicKeys = search.Keys(sxLoadKind::kPublicKey);
+  Items keys = search.Keys(sxLoadKind::kPrivateKey);
+  const bool hasPrivate = !keys.empty();
+  if (!hasPrivate && part == KeyPart::kAny) keys = publicKeys;
+  if (keys.empty()) return TellNone(search.Outer(), path, part, report), std::move(found);
   if (keys.size() > 1) {
-    report.Problem(kExitInputError, InputName(path), std::to_string(keys.size()) + " keys in it; one is needed");
+    report.Problem(kExitInputError, name, std::to_string(keys.size()) + " keys in it; one is needed");
     return found;
   }
   const sxLoadItem &item = *keys.front();
+  if (hasPrivate && !AreOf(publicKeys, *item.key)) {
+    if (part == KeyPart::kAny) {
+      report.Problem(kExitInputError, name, "a private key in it, and another one's public key; one is needed");
+      return found;
+    }
+    report.Note(name, "another one's public key is in it; passed over");
+  }
   sxSavePubKey(item.key);
   found.key.reset(item.key);
-  found.isPrivate = IsPrivate(item);
+  found.isPrivate = hasPrivate;
   found.where = VisibleLine(item.place.Text());
   return found;
 }

@@ -16,8 +16,8 @@ struct FreeKey {
 using KeyRef = std::unique_ptr<sxPubKey, FreeKey>;
 
 enum class KeyPart {
-  kAny,      ///< a private key that stands beside public ones is the one
-  kPrivate,  ///< public keys beside it are passed over
+  kAny,      ///< a private key that stands beside its own public one is the one; another one's is a problem
+  kPrivate,  ///< public keys beside it are passed over; another one's is noted
 };
 
 struct FoundKey {
@@ -27,7 +27,7 @@ struct FoundKey {
 };
 
 /// The one key in a file, or in standard input for "-": text of an attribute set, PEM or DER (PKCS #1, PKCS #8, SEC 1,
-/// SubjectPublicKeyInfo), told apart by content. What is no key is passed over when there is one, such as the
+/// SubjectPublicKeyInfo), told apart by content. Files of several forms that were joined have all their keys counted. What is no key is passed over when there is one, such as the
 /// certificates and the EC parameters that others write before it.
 FoundKey ReadKey(const std::string &path, KeyPart part, Report &report);
 

@@ -1,5 +1,6 @@
 #include "keyOutput.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -48,6 +49,11 @@ bool WriteSet(sxPubKey &key, bool privatePart, const OutputOptions &options, Rep
 
 }  // namespace
 
+bool CanBeReplaced(const std::string &path) {
+  struct stat found;
+  return stat(path.c_str(), &found) != 0 || S_ISREG(found.st_mode);
+}
+
 std::vector<OptionRow> OutputRows(OutputOptions &options) {
   return {{"--out", "write to this file instead of standard output", &options.file},
           {"--force", "replace what is there", &options.force}};
@@ -72,10 +78,11 @@ bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &opt
     return report.Problem(kExitInputError, "standard output", std::strerror(errno)), false;
   }
   if (kxFile_WriteWhole(options.file.c_str(), octets.data(), octets.size(), options.force) == 0) return true;
-  const bool isThere = errno == EEXIST && !options.force;
+  const int error = errno;
   report.Problem(kExitInputError, options.file,
-                 isThere ? std::string("is there already; --force replaces it")
-                         : std::string("cannot be written: ") + std::strerror(errno));
+                 error != EEXIST               ? std::string("cannot be written: ") + std::strerror(error)
+                 : CanBeReplaced(options.file) ? "is there already; --force replaces it"
+                                               : "is there already, and is no file that could be replaced");
   return false;
 }
 

@@ -24,6 +24,8 @@ struct OutputOptions {
 std::vector<OptionRow> OutputRows(OutputOptions &options);
 OptionRow FormRow(int &form);
 
+bool CanBeReplaced(const std::string &path);  ///< what --force replaces: neither folders, pipes nor devices
+
 /// Writes octets whole or not at all; a file is for its owner alone. What fails is a problem. @return whether it is done
 bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &options, Report &report);
 

@@ -14,6 +14,7 @@
 
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/foundation/sxString.h"
+#include "kxcert/store/storeFolder.h"
 #include "kxcert/trust/ValidateParams.h"
 #include "kxcert/trust/revocation.h"
 #include "kxcert/trust/sxFinding.h"
@@ -71,6 +72,15 @@ struct sxTriedPath {
   std::vector<sxRevocationEvidence> evidence;  ///< what was looked at for revocation, when it came to that
 };
 
+/// A record of the question's database that could be of no use although it has the name that was looked up. A path may be
+/// missing for it.
+struct sxFailedLookup {
+  sxString name;  ///< of the issuer, as text
+  sxString key;   ///< of the record
+  /// kUnreadable: what it holds is not known (rights, a disk that fails). Else kTooShort, kNotDecoded or kOtherKey.
+  sxStoreState state;
+};
+
 /// Members may be added at the end.
 struct KXCERT_EXPORT sxChainVerdict {
   sxChainVerdict() = default;
@@ -110,6 +120,7 @@ struct KXCERT_EXPORT sxChainVerdict {
   int judged = -1;                             ///< which one of them @c path is
   /// What kept the search from going on. Never set beside a path that is valid.
   sxSearchBound bound = sxSearchBound::kNone;
+  std::vector<sxFailedLookup> failedLookups;  ///< in the order of the search; not in the JSON
 };
 
 /// Judges one certificate. The end entity is never exchanged, not even for a root's own copy: when its

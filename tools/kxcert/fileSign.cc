@@ -102,7 +102,7 @@ std::string WhyUnread(const std::string &path, bool toItsEnd) {
   std::vector<char> chunk(kChunk);
   ssize_t got = 0;
   while (toItsEnd && ((got = read(fd, chunk.data(), chunk.size())) > 0 || (got < 0 && errno == EINTR))) {}
-  const std::string wrong = got < 0 ? std::strerror(errno) : "";
+  std::string wrong = got < 0 ? std::strerror(errno) : "";
   close(fd);
   return wrong;
 }

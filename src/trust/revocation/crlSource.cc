@@ -118,7 +118,8 @@ bool CrlSource::Job::IsWantedNow(const HeldCrl &crl) const {
 void CrlSource::Job::ReadDisk() {
   if (m_crlTo == sxCrlTo_memory) return;
   long expiry = 0;
-  sxCRL *const read = sxCRLCache_db().Get(m_need.place, m_rootName.c_str(), kxClock_Now(), &expiry);
+  const auto now = static_cast<long>(std::min<int64_t>(kxClock_Now(), INT32_MAX));  // no expiry is later
+  sxCRL *const read = sxCRLCache_db().Get(m_need.place, m_rootName.c_str(), now, &expiry);
   if (read == nullptr) return;
   const auto crl = std::make_shared<HeldCrl>(read);
   m_foundOnDisk = Keep({crl}, sxStatusOrigin::kDisk, {}).code == sxValidation_OK && IsWantedNow(*crl);

@@ -33,6 +33,7 @@ enum sxDerTag : int {
   kDerOctetString = 0x04,
   kDerNull = 0x05,
   kDerOid = 0x06,
+  kDerEnumerated = 0x0A,
   kDerUtf8String = 0x0C,
   kDerPrintableString = 0x13,
   kDerTeletexString = 0x14,

@@ -20,8 +20,12 @@ bool ReadPoint(const sxASN_DistributionPoint &from, const sxDN &issuer, sxDistPo
   AddNames(from.cRLIssuer, &point->crlIssuer);
   if (from.reasons != nullptr) point->reasons = sxReasonBits(*from.reasons);
   if (from.distributionPoint == nullptr) return true;
-  const sxGeneralName *named = point->crlIssuer.GetFirstOfType(sxGN_dn);
-  return sxDistPointNames(*from.distributionPoint, named != nullptr ? *named->GetDN() : issuer, &point->names);
+  if (from.distributionPoint->fullName() != nullptr) {
+    return AddNames(from.distributionPoint->fullName(), &point->names), true;
+  }
+  const sxASN_RelativeDistinguishedName *const last = from.distributionPoint->nameRelativeToCRLIssuer();
+  const sxGeneralName *const named = point->crlIssuer.GetFirstOfType(sxGN_dn);
+  return last != nullptr && sxAddRelativeName(*last, named != nullptr ? *named->GetDN() : issuer, &point->names);
 }
 
 }  // namespace
@@ -45,13 +49,10 @@ sxOctetView sxRawExtension(const sxCert &cert, const sxAsnOid &oid) {
   return {};
 }
 
-// RFC 5280, 4.2.1.13: the relative name is one more step below the issuer's.
-bool sxDistPointNames(const sxASN_DistributionPointName &name, const sxDN &issuer, sxGeneralNames *names) {
-  if (name.fullName() != nullptr) return AddNames(name.fullName(), names), true;
-  const sxASN_RelativeDistinguishedName *const last = name.nameRelativeToCRLIssuer();
-  if (last == nullptr || issuer.GetName() == nullptr) return false;
+bool sxAddRelativeName(const sxASN_RelativeDistinguishedName &last, const sxDN &issuer, sxGeneralNames *names) {
+  if (issuer.GetName() == nullptr) return false;
   sxASN_RDNSequence whole(*issuer.GetName());
-  whole.AppendCopy(*last);
+  whole.AppendCopy(last);
   const sxDN dn(&whole);
   const sxGeneralName full(&dn);
   names->Add(&full);

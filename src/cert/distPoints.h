@@ -10,8 +10,8 @@
 #include "asn1/der.h"
 #include "kxcert/cert/sxGeneralName.h"
 
-class sxASN_DistributionPointName;
 class sxASN_ReasonFlags;
+class sxASN_RelativeDistinguishedName;
 class sxAsnOid;
 class sxCert;
 class sxDN;
@@ -37,8 +37,9 @@ sxOctetView sxRawExtension(const sxCert &cert, const sxAsnOid &oid);
 /// @return false when it does not decode; what it held before that is not used either
 bool sxReadDistPoints(sxOctetView value, const sxDN &issuer, std::vector<sxDistPoint> *points);
 
-/// The names of a distribution point, whole. @return false for a relative one that cannot be completed
-bool sxDistPointNames(const sxASN_DistributionPointName &name, const sxDN &issuer, sxGeneralNames *names);
+/// Adds a name relative to the issuer as a whole one: one more step below the issuer's (RFC 5280, 4.2.1.13 and 5.2.5).
+/// @return false: the issuer has no name, and nothing was added
+bool sxAddRelativeName(const sxASN_RelativeDistinguishedName &last, const sxDN &issuer, sxGeneralNames *names);
 
 unsigned int sxReasonBits(const sxASN_ReasonFlags &reasons);
 

@@ -2,8 +2,6 @@
 #include "kxcert/asn1/oids.h"
 #include "sxExtension_imp.h"
 
-constinit const sxAsnOid sxFreshestCRLOid({2, 5, 29, 46});
-
 namespace {
 
 constexpr sxExtParser kParsers[] = {
@@ -31,7 +29,7 @@ constexpr sxExtParser kCRLParsers[] = {
 
 constexpr sxExtParser kKeptCRLParsers[] = {
     {&sxASN_id_ce_authorityKeyIdentifier, sxParseKeyIdentifier},
-    {&sxFreshestCRLOid, sxParseFreshestCRL},
+    {&sxASN_id_ce_freshestCRL, sxParseFreshestCRL},
     {&sxASN_id_ce_issuingDistributionPoint, sxParseIssuingDP},
     {&sxASN_id_ce_issuingDistributionPoint_obsolete, sxParseNoParse},
     {nullptr, nullptr},

@@ -1,5 +1,6 @@
 #include "plainCrl.h"
 
+#include "crlOids.h"
 #include "kxcert/cert/sxCRL.h"
 #include "plainFields.h"
 
@@ -7,13 +8,7 @@ namespace {
 
 constexpr int kExtensionsTag = DerContextConstructed(0);
 constexpr int kDirectoryName = DerContextConstructed(4);
-constexpr int kDerEnumerated = 0x0A;
 constexpr size_t kMaxReasonLen = 4;  // octets that are read as a number
-
-// Entry extensions (RFC 5280, 5.3): 2.5.29.x
-constexpr unsigned char kReasonCode[] = {0x55, 0x1D, 21};
-constexpr unsigned char kInvalidityDate[] = {0x55, 0x1D, 24};
-constexpr unsigned char kCertificateIssuer[] = {0x55, 0x1D, 29};
 
 // RFC 5280 5.1.2, in the order of the fields.
 bool ReadBody(sxDerReader body, bool decoded, sxPlainCrl *crl) {
@@ -93,21 +88,21 @@ void sxReadEntryExtensions(sxOctetView extensions, bool isIndirect, sxEntryExten
   for (sxDerReader each(extensions, kCrlLenOctets); !each.AtEnd();) {
     if (!sxTakePlainExtension(each, &ext)) return;  // never: they were read before
     bool understood = false;
-    if (sxEqual(ext.oid, kReasonCode)) {
+    if (sxEqual(ext.oid, kOidReasonCode)) {
       int reason = sxCrlReason_none;
       understood = ReadReason(ext.value, &reason);
       out->reason = hasReason ? static_cast<int>(sxCrlReason_none) : reason;
       hasReason = true;
-    } else if (sxEqual(ext.oid, kInvalidityDate)) {
+    } else if (sxEqual(ext.oid, kOidInvalidityDate)) {
       sxPlainTime time;
       understood = ReadInvalidity(ext.value, &time);
       if (understood && out->invalidity.tag == 0) out->invalidity = time;
-    } else if (isIndirect && sxEqual(ext.oid, kCertificateIssuer)) {
+    } else if (isIndirect && sxEqual(ext.oid, kOidCertificateIssuer)) {
       understood = !out->hasIssuer && ReadIssuer(ext.value, &out->issuer);
       if (!understood) out->issuer = {};
       out->hasIssuer = true;
     }
-    const bool isRefused = !understood && (ext.critical || (isIndirect && sxEqual(ext.oid, kCertificateIssuer)));
+    const bool isRefused = !understood && (ext.critical || (isIndirect && sxEqual(ext.oid, kOidCertificateIssuer)));
     if (isRefused && out->unknownCritical.empty()) out->unknownCritical = ext.oid;
   }
 }

@@ -5,7 +5,9 @@
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
-#include "plainFields.h"
+#include "crlOids.h"
+#include "distPoints.h"
+#include "extensionWalk.h"
 #include "platform/files.h"
 #include "sxCRL_imp.h"
 #include "sxDN_imp.h"
@@ -13,15 +15,14 @@
 
 namespace {
 
-constinit const sxAsnOid kCrlNumber({2, 5, 29, 20});
-constinit const sxAsnOid kDeltaIndicator({2, 5, 29, 27});
-constinit const sxAsnOid kCertificateIssuer({2, 5, 29, 29});
 constexpr int64_t kMinMapped = 64 * 1024;  // shorter files are read: maps are pages, and a process has few thousands
 
 constexpr const char *kReasons[] = {"unspecified",   "keyCompromise",        "cACompromise",    "affiliationChanged",
                                     "superseded",    "cessationOfOperation", "certificateHold", nullptr,
                                     "removeFromCRL", "privilegeWithdrawn",   "aACompromise"};
 static_assert(sizeof kReasons / sizeof kReasons[0] == sxCrlReason_aACompromise + 1);
+
+bool Is(const sxAsnOid &oid, sxOctetView content) { return sxEqual(sxView(oid.Data(), oid.Len()), content); }
 
 void Remember(std::unique_ptr<sxAsnOid> &first, const sxAsnOid &oid) {
   if (first == nullptr) first = std::make_unique<sxAsnOid>(oid);
@@ -124,26 +125,17 @@ void sxCRL_imp::SetExtensions(sxOctetView extensions) {
   m_isDelta = false;
   m_unknownListExt.reset();
   SetUnhandledExt(nullptr);
-  // One object for all of them: parsers read it and keep nothing of it.
-  sxASN_Extension ext;
-  ext.extnID = new sxAsnOid;
-  ext.critical = new sxAsnBool;
-  ext.extnValue = new sxAsnOcts;
   sxExtensionsList::Appender appender(m_extensions, sxKeptCRLExtParserTable());
-  sxPlainExtension plain;
-  for (sxDerReader each(extensions); !each.AtEnd();) {
-    if (!sxTakePlainExtension(each, &plain)) return;  // never: they were read before
-    ext.extnID->Set(plain.oid.data(), sxLen(plain.oid));
-    ext.critical->Set(plain.critical ? 1 : 0);
-    ext.extnValue->Set(plain.value.data(), sxLen(plain.value));
-    TakeExtension(ext, plain.critical, appender);
-  }
+  sxForEachExtension(extensions, [&](const sxASN_Extension &ext, bool isCritical) {
+    TakeExtension(ext, isCritical, appender);
+    return true;
+  });
   TakeScopeNames();
 }
 
 void sxCRL_imp::TakeExtension(const sxASN_Extension &ext, bool isCritical, sxExtensionsList::Appender &appender) {
   const sxAsnOid &oid = *ext.extnID;
-  const bool isDelta = oid.OidEquiv(kDeltaIndicator), isNumber = isDelta || oid.OidEquiv(kCrlNumber);
+  const bool isDelta = Is(oid, kOidDeltaIndicator), isNumber = isDelta || Is(oid, kOidCrlNumber);
   const bool isScope = oid.OidEquiv(sxASN_id_ce_issuingDistributionPoint) || isDelta;
   const bool isAgain = isNumber ? (isDelta ? m_isDelta : m_number.has_value()) : m_extensions.Find(&oid) != nullptr;
   // One that is there twice says two things. The list keeps the first, so that it stays short.
@@ -155,7 +147,7 @@ void sxCRL_imp::TakeExtension(const sxASN_Extension &ext, bool isCritical, sxExt
 }
 
 bool sxCRL_imp::TakeNumber(const sxASN_Extension &ext) {
-  std::optional<sxAsnInt> &slot = ext.extnID->OidEquiv(kCrlNumber) ? m_number : m_deltaBase;
+  std::optional<sxAsnInt> &slot = Is(*ext.extnID, kOidCrlNumber) ? m_number : m_deltaBase;
   sxAsnInt number;
   if (sxParseExtension(number, &ext) != 0) return false;
   if (!slot) slot = std::move(number);
@@ -166,17 +158,14 @@ const sxIssuingDP *sxCRL_imp::IssuingDP() const {
   return static_cast<const sxIssuingDP *>(m_extensions.Find(&sxASN_id_ce_issuingDistributionPoint));
 }
 
-// RFC 5280 5.2.5: a relative name is one more RDN below the issuer's.
 void sxCRL_imp::TakeScopeNames() {
   const sxIssuingDP *const scope = IssuingDP();
   m_scopeNames = scope == nullptr ? sxGeneralNames() : scope->FullName();
   const sxDN *const relative = scope == nullptr ? nullptr : scope->RelativeName();
-  if (relative == nullptr || relative->GetName() == nullptr || !m_issuer || m_issuer->GetName() == nullptr) return;
-  sxASN_RDNSequence whole(*m_issuer->GetName());
-  for (const sxASN_RelativeDistinguishedName &rdn : *relative->GetName()) whole.AppendCopy(rdn);
-  const sxDN name(&whole);
-  const sxGeneralName asGeneralName(&name);
-  m_scopeNames.Add(&asGeneralName);
+  if (relative == nullptr || relative->GetName() == nullptr || !m_issuer) return;
+  for (const sxASN_RelativeDistinguishedName &rdn : *relative->GetName()) {
+    if (!sxAddRelativeName(rdn, *m_issuer, &m_scopeNames)) return;
+  }
 }
 
 void sxCRL_imp::LookForUnknown() {
@@ -186,7 +175,8 @@ void sxCRL_imp::LookForUnknown() {
       m_unknownEntryExt = std::make_unique<sxAsnOid>();
       m_unknownEntryExt->Set(entry.unknownCritical, entry.unknownCriticalLen);
     } else if (entry.isIssuerUnreadable) {
-      m_unknownEntryExt = std::make_unique<sxAsnOid>(kCertificateIssuer);
+      m_unknownEntryExt = std::make_unique<sxAsnOid>();
+      m_unknownEntryExt->Set(kOidCertificateIssuer, sizeof kOidCertificateIssuer);
     }
   }
   if (m_unknownEntryExt != nullptr && UnhandledCritExt() == nullptr) SetUnhandledExt(m_unknownEntryExt.get());
@@ -212,7 +202,7 @@ const sxIssuingDP *sxCRL::IssuingDP() const { return Imp()->IssuingDP(); }
 const sxExtKeyID *sxCRL::AuthorityKeyId() const {
   return static_cast<const sxExtKeyID *>(Extensions().Find(&sxASN_id_ce_authorityKeyIdentifier));
 }
-const sxExtGN *sxCRL::FreshestCRL() const { return static_cast<const sxExtGN *>(Extensions().Find(&sxFreshestCRLOid)); }
+const sxExtGN *sxCRL::FreshestCRL() const { return static_cast<const sxExtGN *>(Extensions().Find(&sxASN_id_ce_freshestCRL)); }
 const sxGeneralNames &sxCRL::ScopeNames() const { return Imp()->ScopeNames(); }
 const sxExtensionsList &sxCRL::Extensions() const { return Imp()->Extensions(); }
 const sxAsnOid *sxCRL::UnknownListExt() const { return Imp()->UnknownListExt(); }

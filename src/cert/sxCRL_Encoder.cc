@@ -1,5 +1,6 @@
 #include "kxcert/cert/sxCRL_Encoder.h"
 
+#include "crlOids.h"
 #include "foundation/textOutput.h"
 #include "keys/tasks/poolWork.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
@@ -12,12 +13,6 @@
 
 namespace {
 
-constinit const sxAsnOid kCrlNumber({2, 5, 29, 20});
-constinit const sxAsnOid kReasonCode({2, 5, 29, 21});
-constinit const sxAsnOid kInvalidityDate({2, 5, 29, 24});
-constinit const sxAsnOid kDeltaIndicator({2, 5, 29, 27});
-constinit const sxAsnOid kCertificateIssuer({2, 5, 29, 29});
-constexpr int kDerEnumerated = 0x0A;
 constexpr unsigned char kTrue[] = {kDerBoolean, 1, 0xFF};
 
 int Refuse(const char *func, const char *why) { return herror_func(0, 0, "%s: %s", func, why), -1; }
@@ -36,15 +31,15 @@ sxDerOctets NameDer(const sxDN &name) {
   return DerOf(copy);
 }
 
-sxDerOctets ExtensionDer(const sxAsnOid &oid, bool isCritical, sxOctetView value) {
-  const sxDerOctets oidDer = sxDerOf(kDerOid, {sxView(oid.Data(), oid.Len())});
+sxDerOctets ExtensionDer(sxOctetView oid, bool isCritical, sxOctetView value) {
+  const sxDerOctets oidDer = sxDerOf(kDerOid, {oid});
   return sxDerOf(kDerSequence,
                  {oidDer, isCritical ? sxOctetView(kTrue) : sxOctetView(), sxDerOf(kDerOctetString, {value})});
 }
 
 // GeneralNames with the one directoryName [4]; always critical (RFC 5280, 5.3.3).
 sxDerOctets CertificateIssuer(sxOctetView name) {
-  return ExtensionDer(kCertificateIssuer, true, sxDerOf(kDerSequence, {sxDerOf(DerContextConstructed(4), {name})}));
+  return ExtensionDer(kOidCertificateIssuer, true, sxDerOf(kDerSequence, {sxDerOf(DerContextConstructed(4), {name})}));
 }
 
 sxDerOctets NumberContent(const sxAsnInt &number) {
@@ -155,12 +150,14 @@ int sxCRL_Encoder_imp::SetNextUpdate(int64_t seconds) {
   return 0;
 }
 
-int sxCRL_Encoder_imp::SetNumber(const sxAsnOid &oid, bool isCritical, const sxAsnInt *number) {
-  if (number == nullptr) return Put(oid, static_cast<const sxDerOctets *>(nullptr)), 0;
+int sxCRL_Encoder_imp::SetNumber(sxOctetView oid, bool isCritical, const sxAsnInt *number) {
+  sxAsnOid type;
+  type.Set(oid.data(), sxLen(oid));
+  if (number == nullptr) return Put(type, static_cast<const sxDerOctets *>(nullptr)), 0;
   const sxDerOctets content = NumberContent(*number);
   if (content[0] >= 0x80) return Refuse("sxCRL_Encoder::SetNumber", "negative");
   const sxDerOctets der = ExtensionDer(oid, isCritical, sxDerOf(kDerInteger, {content}));
-  return Put(oid, &der), 0;
+  return Put(type, &der), 0;
 }
 
 int sxCRL_Encoder_imp::SetAuthorityKeyId(const sxExtKeyID *keyId) {
@@ -217,9 +214,9 @@ int sxCRL_Encoder_imp::Add(const sxRevokedEntry &entry) {
   sxDerOctets extensions;
   if (hasReason) {
     const auto reason = static_cast<unsigned char>(entry.reason);
-    Append(extensions, ExtensionDer(kReasonCode, false, sxDerOf(kDerEnumerated, {sxOctetView(&reason, 1)})));
+    Append(extensions, ExtensionDer(kOidReasonCode, false, sxDerOf(kDerEnumerated, {sxOctetView(&reason, 1)})));
   }
-  if (entry.hasInvalidityDate) Append(extensions, ExtensionDer(kInvalidityDate, false, invalidity));
+  if (entry.hasInvalidityDate) Append(extensions, ExtensionDer(kOidInvalidityDate, false, invalidity));
   if (hasIssuer) {
     issuer.emplace(entry.certIssuer, entry.certIssuerLen);
     if (!sxIssuerIdOf(*issuer)) return Refuse(kFunc, "the issuer is no name");
@@ -273,8 +270,8 @@ int sxCRL_Encoder::SetIssuer(const sxDN &issuer) { return Imp()->SetIssuer(issue
 int sxCRL_Encoder::SetThisUpdate(int64_t seconds) { return Imp()->SetThisUpdate(seconds); }
 int sxCRL_Encoder::SetNextUpdate(int64_t seconds) { return Imp()->SetNextUpdate(seconds); }
 int sxCRL_Encoder::RemoveNextUpdate() { return Imp()->RemoveNextUpdate(), 0; }
-int sxCRL_Encoder::SetNumber(const sxAsnInt *number) { return Imp()->SetNumber(kCrlNumber, false, number); }
-int sxCRL_Encoder::SetDeltaBase(const sxAsnInt *number) { return Imp()->SetNumber(kDeltaIndicator, true, number); }
+int sxCRL_Encoder::SetNumber(const sxAsnInt *number) { return Imp()->SetNumber(kOidCrlNumber, false, number); }
+int sxCRL_Encoder::SetDeltaBase(const sxAsnInt *number) { return Imp()->SetNumber(kOidDeltaIndicator, true, number); }
 int sxCRL_Encoder::SetAuthorityKeyId(const sxExtKeyID *keyId) { return Imp()->SetAuthorityKeyId(keyId); }
 int sxCRL_Encoder::SetIssuingDP(const sxIssuingDP *scope) { return Imp()->SetIssuingDP(scope); }
 

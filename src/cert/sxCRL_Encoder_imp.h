@@ -22,7 +22,7 @@ class sxCRL_Encoder_imp : public sxCRL_imp {
   int SetThisUpdate(int64_t seconds);
   int SetNextUpdate(int64_t seconds);
   void RemoveNextUpdate() { m_hasNextUpdate = false; }
-  int SetNumber(const sxAsnOid &oid, bool isCritical, const sxAsnInt *number);
+  int SetNumber(sxOctetView oid, bool isCritical, const sxAsnInt *number);
   int SetAuthorityKeyId(const sxExtKeyID *keyId);
   int SetIssuingDP(const sxIssuingDP *scope);
   int Add(const sxRevokedEntry &entry);

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "extensionWalk.h"
 #include "keys/keyAlgorithms.h"
 #include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
@@ -107,22 +108,13 @@ bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
 }
 
 void sxCert_imp::ExtractExtensions(sxOctetView extensions) {
-  // One object for all of them: parsers read it and keep nothing of it.
-  sxASN_Extension ext;
-  ext.extnID = new sxAsnOid;
-  ext.critical = new sxAsnBool;
-  ext.extnValue = new sxAsnOcts;
   sxExtensionsList::Appender appender(m_extensions, Get_ExtParserTable());
-  sxPlainExtension plain;
-  for (sxDerReader each(extensions); !each.AtEnd();) {
-    if (!sxTakePlainExtension(each, &plain)) return;  // never: they were read before
-    ext.extnID->Set(plain.oid.data(), sxLen(plain.oid));
-    ext.critical->Set(plain.critical ? 1 : 0);
-    ext.extnValue->Set(plain.value.data(), sxLen(plain.value));
-    if (appender.Parse(ext)) continue;
+  sxForEachExtension(extensions, [&](const sxASN_Extension &ext, bool) {
+    const bool understood = appender.Parse(ext);
     // This leaves the certificate OK; whoever validates it refuses it.
-    return SetUnhandledExt(ext.extnID);
-  }
+    if (!understood) SetUnhandledExt(ext.extnID);
+    return understood;
+  });
 }
 
 sxCert::sxCert(const unsigned char *buf, unsigned int len) : sxSigned(new sxCert_imp(buf, len)) {}

@@ -63,8 +63,6 @@ sxASN_Extension *sxComposeAuthorityInfoAccess(const sxExtension &ext, int critic
 sxASN_Extension *sxComposeDeviceData(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeIssuingDP(const sxExtension &ext, int critical);
 
-extern const sxAsnOid sxFreshestCRLOid;  // 2.5.29.46
-
 /// What CRLs keep of their extensions: Get_CRLExtParserTable(), the issuer's key identifier, where deltas are.
 const sxExtParser *sxKeptCRLExtParserTable();
 

@@ -48,7 +48,7 @@ class Background {
     env.swap(m_env);
   }
 
-  // A child has the memory of a thread, and not the thread. What it inherited is the parent's: nothing of it is touched.
+  // A child has the memory of a thread, and not the thread. What it inherited is the parent's: it touches none of it.
   void WatchForks() {
     pthread_atfork([] { Get().LockForFork(); }, [] { Get().UnlockInParent(); }, [] { Get().ForgetInChild(); });
   }

@@ -49,8 +49,6 @@ int Take(const struct stat &from, kxFileInfo *info) {
   info->changedSec = from.st_ctim.tv_sec;
   info->changedNs = from.st_ctim.tv_nsec;
   info->mode = from.st_mode & 07777U;
-  info->owner = from.st_uid;
-  info->group = from.st_gid;
   return 0;
 }
 
@@ -120,12 +118,13 @@ int kxFolder_OpenRegular(int folder, const char *name, kxFileInfo *info) {
   return OpenRegular(folder, name, O_NOFOLLOW, info);
 }
 
-std::FILE *kxFile_OpenRegularStream(const char *path) {
-  const int fd = kxFile_OpenRegular(path, nullptr);
+std::FILE *kxFile_StreamOf(int fd) {
   std::FILE *const stream = fd < 0 ? nullptr : fdopen(fd, "rb");
   if (fd >= 0 && stream == nullptr) close(fd);
   return stream;
 }
+
+std::FILE *kxFile_OpenRegularStream(const char *path) { return kxFile_StreamOf(kxFile_OpenRegular(path, nullptr)); }
 
 bool kxFile_IsSpecial(const char *path) {
   struct stat found;
@@ -287,7 +286,6 @@ int kxFolder_Remove(int folder, const char *name) {
   return Refused(kxStep_remove, name) ? -1 : unlinkat(folder, name, 0);
 }
 
-int kxFolder_Sync(int folder) { return kxDir_Sync(folder); }
 
 int kxDir_Make(const char *path) { return Refused(kxStep_dirMake, path) || mkdir(path, 0777) != 0 ? -1 : 0; }
 

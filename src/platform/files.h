@@ -22,8 +22,6 @@ struct kxFileInfo {
   int64_t changedSec;   ///< what is known of it, or it itself
   int64_t changedNs;
   unsigned int mode;  ///< permissions
-  uint32_t owner;
-  uint32_t group;
 };
 
 int kxFile_Info(const char *path, kxFileInfo *info);  ///< of a link itself (lstat)
@@ -37,6 +35,8 @@ int kxFile_OpenRead(const char *path);
 /// @param[out] info  when not null: of the file that is open
 int kxFile_OpenRegular(const char *path, kxFileInfo *info);
 std::FILE *kxFile_OpenRegularStream(const char *path);  ///< the same, for fclose()
+/// A stream that reads what is open, for fclose(). @param fd  taken over, also on failure; negative: null
+std::FILE *kxFile_StreamOf(int fd);
 /// Whether something is there that kxFile_OpenRegular refuses for what it is. False for null.
 bool kxFile_IsSpecial(const char *path);
 /// Makes a file that only its owner may read and write; EEXIST when the name is taken.
@@ -79,11 +79,10 @@ int kxFolder_Link(int folder, int fd, const char *to);  ///< gives an open file 
 int kxFolder_Rename(int folder, const char *from, const char *to);
 int kxFolder_RenameNew(int folder, const char *from, const char *to);  ///< EEXIST when @p to is taken
 int kxFolder_Remove(int folder, const char *name);
-int kxFolder_Sync(int folder);  ///< returns once its names are on the disk
 
 int kxDir_Make(const char *path);    ///< mode 0777, less the process's umask
 int kxDir_Remove(const char *path);  ///< of an empty folder
-/// Returns once the names in the folder, which kxFile_OpenRead has opened, are on the disk.
+/// Returns once the names in the folder, which is open, are on the disk.
 int kxDir_Sync(int fd);
 
 struct kxDir;

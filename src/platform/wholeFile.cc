@@ -89,7 +89,7 @@ int kxWholeFile::Replace() {
 // That the new name may not be on the disk yet is no failure any more: the file has it.
 int kxWholeFile::Commit(bool replace) {
   if ((replace ? Replace() : Appear()) != 0) return -1;
-  static_cast<void>(kxFolder_Sync(m_folder));
+  static_cast<void>(kxDir_Sync(m_folder));
   return 0;
 }
 

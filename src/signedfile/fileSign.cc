@@ -51,13 +51,6 @@ int Failed(const char *func, int rc, const char *file) {
 
 bool IsText(unsigned char c) { return c > 31 || c == '\t' || c == '\n' || c == '\f' || c == '\r'; }
 
-// @param fd  taken over; negative: null
-std::FILE *StreamOf(int fd) {
-  std::FILE *const stream = fd < 0 ? nullptr : fdopen(fd, "rb");
-  if (fd >= 0 && stream == nullptr) static_cast<void>(kxFile_Close(fd));
-  return stream;
-}
-
 // From the file's position on.
 int CopyText(std::FILE *from, kxWholeFile *to) {
   const std::unique_ptr<unsigned char[]> chunk(new unsigned char[kChunk]);
@@ -140,7 +133,7 @@ int SignInPlace(const std::string &target, sxPubKey *key, uint64_t seconds, bool
   kxWholeFile result(target.c_str());
   if (result.OpenFolder() != 0) return FSG_NO_FILE;
   kxFileInfo info;
-  const File from(StreamOf(result.OpenOld(&info)));
+  const File from(kxFile_StreamOf(result.OpenOld(&info)));
   if (from == nullptr) return FSG_NO_FILE;
   int rc = WriteSigned(from.get(), replace, key, seconds, &result);
   if (rc != FSG_OK) return rc;
@@ -158,7 +151,7 @@ int SignText(const char *file, const char *outFile, sxPubKey *key, uint64_t seco
   if (outFile == nullptr) return SignInPlace(target, key, seconds, replace);
   if (TargetOf(outFile) == target) return replace ? SignInPlace(target, key, seconds, replace) : FSG_EXISTS;
   kxFileInfo info;
-  const File from(StreamOf(kxFile_OpenRegular(file, &info)));
+  const File from(kxFile_StreamOf(kxFile_OpenRegular(file, &info)));
   if (from == nullptr) return FSG_NO_FILE;
   kxWholeFile result(outFile);
   int rc = WriteSigned(from.get(), replace, key, seconds, &result);
@@ -172,7 +165,7 @@ int SignBeside(const char *file, const char *sigFile, sxPubKey *key, uint64_t se
   if (sigFile == nullptr) return FSG_NO_FILE;
   if (const int rc = Refusal(file, key, seconds); rc != FSG_OK) return rc;
   kxFileInfo info;
-  const File from(StreamOf(kxFile_OpenRegular(file, &info)));
+  const File from(kxFile_StreamOf(kxFile_OpenRegular(file, &info)));
   if (from == nullptr) return FSG_NO_FILE;
   if (kxFileInfo there; kxFile_Info(sigFile, &there) == 0 && IsSameFile(there, info)) return FSG_SAME_FILE;
   SignatureBlock block = BlockOf(seconds);

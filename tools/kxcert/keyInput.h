@@ -27,8 +27,9 @@ struct FoundKey {
 };
 
 /// The one key in a file, or in standard input for "-": text of an attribute set, PEM or DER (PKCS #1, PKCS #8, SEC 1,
-/// SubjectPublicKeyInfo), told apart by content. Files of several forms that were joined have all their keys counted. What is no key is passed over when there is one, such as the
-/// certificates and the EC parameters that others write before it.
+/// SubjectPublicKeyInfo), told apart by content. Files of several forms that were joined have all their keys counted.
+/// What is no key is passed over when there is one, such as the certificates and the EC parameters that others write
+/// before it.
 FoundKey ReadKey(const std::string &path, KeyPart part, Report &report);
 
 #endif

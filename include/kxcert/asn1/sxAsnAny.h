@@ -16,13 +16,13 @@
 /// One element of any type, kept as its octets (identifier and length included).
 class KXCERT_EXPORT sxAsnRawAny : public sxAsnPrimitiveOf<sxAsnRawAny> {
  public:
-  /// A copy; null or a negative length: no data.
   sxAsnRawAny() = default;
   sxAsnRawAny(const sxAsnRawAny &other);
   sxAsnRawAny(sxAsnRawAny &&other) noexcept = default;
   sxAsnRawAny &operator=(const sxAsnRawAny &other);
   sxAsnRawAny &operator=(sxAsnRawAny &&other) noexcept = default;
 
+  /// A copy; null or a negative length: no data.
   void SetData(const unsigned char *octets, int len);
   const unsigned char *Data() const { return m_octets.Data(); }
   int Len() const { return m_octets.Len(); }

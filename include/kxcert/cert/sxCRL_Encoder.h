@@ -46,9 +46,10 @@ class KXCERT_EXPORT sxCRL_Encoder : public sxCRL {
   int RemoveEntry(const sxAsnInt &serial);                          ///< 0, or -1 when it is not there
   int RemoveEntry(const sxDN *certIssuer, const sxAsnInt &serial);  ///< as sxCRL::FindEntry takes them
 
-  /// Encodes and signs, which moves entries: what was lent goes. With RSA (PKCS #1 v1.5) or ECDSA and a digest that has a signature algorithm (algorithms.h).
-  /// Decodes what came, compares it with what was set, and verifies it. Times are UTCTime to 2049 and
-  /// GeneralizedTime from 2050 on, the version is 2 when there is any extension (RFC 5280, 5.1.2).
+  /// Encodes and signs, which moves entries: what was lent goes. With RSA (PKCS #1 v1.5) or ECDSA and a digest that
+  /// has a signature algorithm (algorithms.h). Decodes what came, compares it with what was set, and verifies it. Times
+  /// are UTCTime to 2049 and GeneralizedTime from 2050 on, the version is 2 when there is any extension (RFC 5280,
+  /// 5.1.2).
   /// @return for sxCRL_Free; or null (one line logged): issuer or thisUpdate missing, nextUpdate before it, a delta
   ///         CRL without a number, more than 2 GiB, a key that does not sign
   sxCRL *Encode(sxPubKey *key, sx_md_type md);

@@ -106,7 +106,6 @@ class KXCERT_EXPORT sxBasicConstraint : public sxExtension {
 
  private:
   friend class sxBasicConstraint_imp;
-  class sxDN;
   explicit sxBasicConstraint(std::unique_ptr<sxBasicConstraint_imp> imp);
 };
 

@@ -14,7 +14,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "kxcert/platform/export.h"
 

@@ -36,8 +36,8 @@ KXCERT_EXPORT bool fsg_key_fits(sxPubKey *key, bool isPrivate);
 ///
 /// A file that begins with a block is signed already: that block is replaced when @p replace says so, else the file
 /// stays as it is, so that nobody's signature goes unnoticed.
-/// @param outFile  the result; null: the file itself (that which a link leads to). It gets the file's permissions. The file
-///        itself keeps owner, group, permissions and access control list, or is not signed
+/// @param outFile  the result; null: the file itself (that which a link leads to). It gets the file's permissions. The
+///        file itself keeps owner, group, permissions and access control list, or is not signed
 /// @param seconds  since 1970-01-01 00:00 UTC: the time that is signed
 /// @param replace  also a file that has the name @p outFile
 /// @return FSG_RC

@@ -72,8 +72,8 @@ struct sxTriedPath {
   std::vector<sxRevocationEvidence> evidence;  ///< what was looked at for revocation, when it came to that
 };
 
-/// A record of the question's database that could be of no use although it has the name that was looked up. A path may be
-/// missing for it.
+/// A record of the question's database that could be of no use although it has the name that was looked up. A path may
+/// be missing for it.
 struct sxFailedLookup {
   sxString name;  ///< of the issuer, as text
   sxString key;   ///< of the record
@@ -132,8 +132,8 @@ struct KXCERT_EXPORT sxChainVerdict {
 /// The order depends on the certificates alone: at each level first the roots' certificates, then the
 /// pool's, then the holder's intermediates and own chains, then the database's; of the first two, those with the
 /// key identifier that is wanted first, then those that are valid at the time, then by octets. No name and key
-/// stands twice on a path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for more, unless the end
-/// entity issued itself.
+/// stands twice on a path. Where no path ends in a root, the sub-CA callback (fixChain.h) is asked once for
+/// more, unless the end entity issued itself.
 ///
 /// When none is valid, the verdict is that of the best one: a path to a root before a dead end; of paths to
 /// roots the one that fails at the lowest level, since validation goes from the root down; of dead ends the

@@ -15,10 +15,10 @@
 ///     a source that must be asked says revoked, a hold included              -991
 ///     something was to be fetched, and that failed                           -989
 ///     a CRL that fits has its thisUpdate in the future                       -985
-///     a CRL that fits is past its nextUpdate                             -984
+///     a CRL that fits is past its nextUpdate                                 -984
 ///     a CRL is larger than the parameters allow                              -967
 ///     CRLs were found, and none may be used                                  -990
-///     the certificate names sources, and all of them are switched off        -986
+///     a source is named and switched off, or not at hand and not fetched     -986
 ///     nothing is published, or the responder does not know                   -965
 ///
 /// Of several of these the upper one is the code of a certificate.
@@ -86,8 +86,8 @@ constexpr size_t kMaxOcspResponses = 16;
 struct sxRevocationQuestion {
   sxRootCA *root = nullptr;
   const sxCerts *chain = nullptr;  ///< in path order, the end entity first; signatures were verified before
-  /// Among these, in any order, may be certificates that sign CRLs for a CA of the path: they count when that CA, or the
-  /// one that issued it, issued them and they are valid. Null: none.
+  /// Among these, in any order, may be certificates that sign CRLs for a CA of the path: they count when that CA, or
+  /// the one that issued it, issued them and they are valid. Null: none.
   const sxCerts *pool = nullptr;
   ValidateParams params;  ///< what is to be asked, graces, and as of which time
   bool mayFetch = true;   ///< false: what is in memory and on disk
@@ -120,6 +120,7 @@ using sxRevocationDone = std::function<void(const sxRevocationVerdict &verdict)>
 KXCERT_EXPORT int sxRevocation_CheckA(sxd_env *env, const sxRevocationQuestion &question, sxRevocationDone done);
 
 /// Puts CRLs that somebody brought along into memory. They are believed when they verify where they are used.
+/// @param crlTo  ignored: nobody knows their place, and without one nothing is written to disk
 KXCERT_EXPORT void sxRevocation_Push(const sxCRLs &crls, int crlTo);
 
 /// For a periodic timer: asks anew for CRLs that were used lately and will soon be out of date, each at another

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr int kDerEnumerated = 0x0A;
-
 // Any INTEGER or ENUMERATED of one octet; others are none of those that are read here.
 bool TakeSmall(sxDerReader &from, int tag, int *number) {
   sxOctetView octets;

@@ -32,8 +32,6 @@ std::string NameOf(const sxCert &cert) {
 
 }  // namespace
 
-sxOcspPolicy OcspStatus::PolicyOf(const ValidateParams &) { return {}; }
-
 CertStatus OcspStatus::Judge(int level) {
   sxRevocationEvidence said;
   said.level = level;
@@ -69,7 +67,6 @@ CertStatus OcspStatus::AtHand(int level, sxRevocationEvidence said) {
   sxOcspQuestion question;
   question.cert = const_cast<sxCert *>(&m_path.Cert(level));  // both are only read
   question.issuer = const_cast<sxCert *>(m_path.IssuerOf(level));
-  question.policy = PolicyOf(m_path.Params());
   question.timeSec = m_path.NowSec();
   const std::vector<sxOcspResponder> responders = sxOcsp_RespondersOf(m_path.Cert(level), &m_path.Root());
   std::vector<sxCert *> signers = {nullptr};  // the issuer's own, and those that are configured

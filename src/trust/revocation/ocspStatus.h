@@ -22,8 +22,6 @@ class OcspStatus {
 
   CertStatus Judge(int level);
 
-  static sxOcspPolicy PolicyOf(const ValidateParams &params);
-
  private:
   CertStatus AtHand(int level, sxRevocationEvidence said);
   CertStatus Believe(int level, const sxOcspAnswer &answer, sxRevocationEvidence said);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "kxcert/cert/sxCRL.h"
 #include "kxcert/trust/ocsp.h"
 
 namespace {
@@ -38,10 +39,6 @@ constexpr ResultRow kResults[] = {
     {sxOcsp_tooMany, "too many questions wait for an answer"},
 };
 
-// RFC 5280, 5.3.1; 7 is not used.
-constexpr const char *kReasons[] = {"unspecified",   "keyCompromise",        "cACompromise",    "affiliationChanged",
-                                    "superseded",    "cessationOfOperation", "certificateHold", nullptr,
-                                    "removeFromCRL", "privilegeWithdrawn",   "aACompromise"};
 constexpr const char *kSigners[] = {"nobody", "the issuer", "a certificate of the issuer's for OCSP signing",
                                     "the certificate that is configured"};
 
@@ -54,8 +51,8 @@ const char *sxOcspResult_GetString(int result) {
 
 const char *sxOcspReason_GetString(int reason) {
   if (reason == -1) return "not said";
-  const bool isKnown = reason >= 0 && static_cast<size_t>(reason) < std::size(kReasons) && kReasons[reason] != nullptr;
-  return isKnown ? kReasons[reason] : "not known";
+  const char *const text = sxCrlReasonText(reason);
+  return text != nullptr ? text : "not known";
 }
 
 const char *sxOcspSigner_GetString(sxOcspSigner signer) { return kSigners[static_cast<size_t>(signer)]; }

@@ -9,6 +9,7 @@ namespace {
 
 constexpr size_t kMaxNamed = 8;  // certificates of one name that a signature is tried with
 constexpr int kMaxPool = 1023;   // of the pool, that are looked at
+constexpr int kMaxTried = 32;    // of those, whose signatures are verified: a peer fills the pool
 
 template <class Take>
 void ForEachOf(const sxRootCA &root, const Take &take) {
@@ -105,10 +106,13 @@ std::vector<const sxCert *> RevocationPath::Named(const sxDN &name, int level) c
   if (const sxCert *issuer = IssuerOf(level)) take(*issuer);
   for (int i = 0; i <= m_chain.Top(); ++i) take(*m_chain.Get(i));
   ForEachOf(m_root, take);
-  for (int i = 0; m_pool != nullptr && i <= std::min(m_pool->Top(), kMaxPool) && found.size() < kMaxNamed; ++i) {
+  const int top = m_pool != nullptr ? std::min(m_pool->Top(), kMaxPool) : -1;
+  for (int i = 0, tried = 0; i <= top && tried < kMaxTried && found.size() < kMaxNamed; ++i) {
     const sxCert *const cert = m_pool->Get(i);
     const bool isNamed = cert != nullptr && cert->OK() != 0 && cert->Subject()->Equal(name);
-    if (isNamed && IsIssuedHere(*cert)) take(*cert);
+    if (!isNamed) continue;
+    ++tried;
+    if (IsIssuedHere(*cert)) take(*cert);
   }
   return found;
 }

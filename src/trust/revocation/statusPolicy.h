@@ -15,7 +15,6 @@ struct StatusPolicy {
   std::vector<sxStatusSource> sources;  ///< kCrl and kOcsp, in the order of asking; empty: revocation is switched off
   /// False: the first one that says something decides. True: each has to say that it is good.
   bool all = false;
-  bool needsResponder = false;  ///< OCSP is asked also where no responder is named, which is then an answer
 
   bool Has(sxStatusSource source) const;
 };

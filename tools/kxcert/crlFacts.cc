@@ -41,12 +41,9 @@ std::vector<std::string> SomeReasons(const sxIssuingDP &scope) {
 
 Facts ScopeFacts(const sxCRL &crl) {
   const sxIssuingDP &scope = *crl.IssuingDP();
-  return {{"names", NameTexts(crl.ScopeNames())},
-          {"onlyUserCerts", scope.OnlyUserCerts()},
-          {"onlyCACerts", scope.OnlyCACerts()},
-          {"onlyAttributeCerts", scope.OnlyAttributeCerts()},
-          {"indirect", scope.IndirectCRL()},
-          {"onlySomeReasons", scope.HasOnlySomeReasons()},
+  return {{"names", NameTexts(crl.ScopeNames())}, {"onlyUserCerts", scope.OnlyUserCerts()},
+          {"onlyCACerts", scope.OnlyCACerts()},   {"onlyAttributeCerts", scope.OnlyAttributeCerts()},
+          {"indirect", scope.IndirectCRL()},      {"onlySomeReasons", scope.HasOnlySomeReasons()},
           {"reasons", SomeReasons(scope)}};
 }
 

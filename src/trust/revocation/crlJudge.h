@@ -44,9 +44,6 @@ struct CertStatus {
   bool isSaid = false;                               ///< of kUnknown: it is what a responder said
 };
 
-/// The worse of two codes, as the table of revocation.h has them.
-sxValidationRC WorseCode(sxValidationRC a, sxValidationRC b);
-
 class CrlJudge {
  public:
   /// All lent. @param evidence  null: none is wanted
@@ -77,14 +74,21 @@ class CrlJudge {
     ReasonMask reasons = 0;
   };
 
+  struct Found {
+    Usable best;
+    Usable late;  // past its nextUpdate: of use with an update that is not (RFC 5280, 5.2.4)
+  };
+
   void Cover(const CrlPoint &point, bool isImplied);
   /// @param seen  gets what memory had there, or null
   std::vector<Candidate> At(const CrlPlace &place, SeenSets *seen) const;
   std::vector<Candidate> PushedBy(const sxDN &issuer, bool isDelta) const;
-  void LookAt(const Candidate &candidate, const sxDistPoint &point, Usable *best);
+  void LookAt(const Candidate &candidate, const sxDistPoint &point, Found *found);
+  void TellLate(const Usable &usable);
+  void Keep(const Usable &usable, Found *found, bool isLate);
   std::vector<CrlPlace> DeltaPlaces(const sxCRL &crl) const;
   bool FindDelta(const Usable &base, const std::vector<CrlPlace> &places, Usable *best);
-  void Take(const Usable &usable);
+  bool Take(const Usable &usable, bool isLate);
   void TakeDelta(const Candidate &candidate, const Usable &base, Usable *best);
   const sxCert *SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why);
   const sxCert *TrySigner(const Candidate &candidate, const sxCert &signer, const char **why);

@@ -7,6 +7,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/platform/clock.h"
+#include "trust/nameText.h"
 #include "trust/revocation/crlScope.h"
 
 namespace {
@@ -51,10 +52,7 @@ struct CrlMemory::LastUsed {
 };
 
 std::string CrlMemory::KeyOf(const sxGeneralName &place, std::string_view rootName) {
-  const sxString text = place.GetStr();
-  std::string key = std::to_string(place.GetType()) + ":";
-  key.append(text.getstr() != nullptr ? text.getstr() : "", static_cast<size_t>(text.length()));
-  return key.append("\n").append(rootName);
+  return std::to_string(place.GetType()) + ":" + sxTextOf(place.GetStr()) + "\n" + std::string(rootName);
 }
 
 void CrlMemory::SetBounds(size_t maxCrls, size_t maxOctets) {

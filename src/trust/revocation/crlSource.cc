@@ -12,6 +12,7 @@
 #include "platform/background.h"
 #include "platform/fetcher_imp.h"
 #include "platform/owned.h"
+#include "trust/nameText.h"
 
 namespace {
 
@@ -40,8 +41,7 @@ std::string DirectoryUrl(const sxDN &name, sxStatusSource kind) {
 std::string UrlOf(const sxGeneralName &place, sxStatusSource kind) {
   if (place.GetType() == sxGN_dn && place.GetDN() != nullptr) return DirectoryUrl(*place.GetDN(), kind);
   if (place.GetType() != sxGN_uri) return {};
-  const sxString text = place.GetStr();
-  return {text.getstr() != nullptr ? text.getstr() : "", static_cast<size_t>(text.length())};
+  return sxTextOf(place.GetStr());
 }
 
 // One behind the other, as a directory may hold several of one name.

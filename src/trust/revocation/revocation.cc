@@ -11,6 +11,7 @@
 #include "kxcert/trust/ocsp.h"
 #include "platform/eventEnv_imp.h"
 #include "trust/revocation/statusRun.h"
+#include "trust/statusCodes.h"
 
 namespace {
 
@@ -137,6 +138,19 @@ void sxRevocation_Remove() {
 }
 
 bool sxRevocation_IsInstalled() { return TheRevocation().isInstalled; }
+
+const char *sxStatusSource_GetString(sxStatusSource source) {
+  switch (source) {
+    case sxStatusSource::kCrl: return "CRL";
+    case sxStatusSource::kDeltaCrl: return "delta CRL";
+    case sxStatusSource::kOcsp: return "OCSP";
+    default: return "no source";
+  }
+}
+
+bool sxRevocation_IsUnknown(int code) {
+  return code != sxValidation_revoked && sxIsStatusCode(static_cast<sxValidationRC>(code));
+}
 
 sxValidationRC sxRevocation_Check(const sxRevocationQuestion &question, sxRevocationVerdict &verdict) {
   sxRevocationVerdict result;

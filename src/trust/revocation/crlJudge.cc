@@ -7,6 +7,7 @@
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/clock.h"
+#include "platform/owned.h"
 #include "trust/nameText.h"
 #include "trust/statusCodes.h"
 
@@ -164,7 +165,20 @@ const sxCert *CrlJudge::SignerOf(const Candidate &candidate, const sxCert *wante
   for (const sxCert *signer : m_path.Named(name, m_level)) {
     if (TrySigner(candidate, *signer, why) != nullptr) return signer;
   }
-  return nullptr;
+  return KnownSigner(*candidate.crl, name);
+}
+
+// Who verified it before, on a path that had more certificates, when this path's issued that one as well.
+const sxCert *CrlJudge::KnownSigner(const HeldCrl &crl, const sxDN &name) {
+  const sxOctetView octets = crl.Signer();
+  if (octets.empty()) return nullptr;
+  for (const std::shared_ptr<const sxCert> &known : m_signers) {
+    if (sxEqual({known->GetBuf(), known->BufLen()}, octets)) return known.get();
+  }
+  const std::shared_ptr<const sxCert> cert(sxCert_Decode(octets.data(), sxLen(octets)), sxFreeBy<sxCert_Free>());
+  const bool may =
+      cert != nullptr && cert->Subject() != nullptr && cert->Subject()->Equal(name) && m_path.IsIssuedHere(*cert);
+  return may ? m_signers.emplace_back(cert).get() : nullptr;
 }
 
 const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &signer, const char **why) {

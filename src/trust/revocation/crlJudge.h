@@ -91,6 +91,7 @@ class CrlJudge {
   bool Take(const Usable &usable, bool isLate);
   void TakeDelta(const Candidate &candidate, const Usable &base, Usable *best);
   const sxCert *SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why);
+  const sxCert *KnownSigner(const HeldCrl &crl, const sxDN &name);
   const sxCert *TrySigner(const Candidate &candidate, const sxCert &signer, const char **why);
   bool Ask(const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen);
   void TellFailures(const std::vector<CrlPlace> &places, sxStatusSource kind);
@@ -107,6 +108,8 @@ class CrlJudge {
   const sxRevocationSettings &m_settings;
   std::vector<CrlNeed> *const m_needs;
   std::vector<sxRevocationEvidence> *const m_evidence;
+
+  std::vector<std::shared_ptr<const sxCert>> m_signers;  // of KnownSigner
 
   // Of the certificate that is judged.
   const sxCert *m_cert = nullptr;

@@ -84,7 +84,7 @@ const sxCert *RevocationPath::IssuerOf(int level) const {
 }
 
 bool RevocationPath::IsIssuedHere(const sxCert &cert) const {
-  if (m_nowSec < cert.notBefore() || m_nowSec > cert.notAfter()) return false;
+  if (cert.Issuer() == nullptr || m_nowSec < cert.notBefore() || m_nowSec > cert.notAfter()) return false;
   bool is = false;
   const auto ask = [&](const sxCert &issuer) {
     is = is || (issuer.Subject() != nullptr && cert.Issuer()->Equal(*issuer.Subject()) &&

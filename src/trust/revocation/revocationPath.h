@@ -26,6 +26,8 @@ class RevocationPath {
   /// The certificates of the path and the root that have a name, the issuer of @p level first; then those of the pool
   /// that one of the path or the root issued and that are in date.
   std::vector<const sxCert *> Named(const sxDN &name, int level) const;
+  /// Whether a certificate of the path or the root issued it, and it is in date: verifies signatures.
+  bool IsIssuedHere(const sxCert &cert) const;
 
   const sxRootCA &Root() const { return m_root; }
   const ValidateParams &Params() const { return m_params; }
@@ -41,8 +43,6 @@ class RevocationPath {
   const sxCerts *const m_pool;
   const bool m_mayFetch;
   const sxOcspResponses *const m_responses;
-  bool IsIssuedHere(const sxCert &cert) const;
-
   const int m_top;
 };
 

@@ -56,6 +56,15 @@ CertStatus CrlJudge::Judge(const sxCert &cert, int level) {
                                   : CertStatus{CertStatus::kUnknown, m_code};
 }
 
+template <class Use>
+void CrlJudge::ForEachAt(const CrlPlace &place, SeenSets *seen, const Use &use) const {
+  const std::shared_ptr<const CrlSet> &set = seen->emplace_back(m_memory.Find(place.key));
+  for (size_t i = 0; set != nullptr && i < set->crls.size(); ++i) {
+    // Counted with the set, which is this thread's own: the CRL's own count is one for all threads.
+    use(Candidate{{set, set->crls[i].get()}, set->origin, &place, IsFresh(set->crls[i]->Crl(), set.get())});
+  }
+}
+
 // Of what is at hand for a point the newest counts, so that an old CRL which somebody brought displaces none. CRLs of
 // some reasons are taken one after the other, as a directory may hold several.
 void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
@@ -68,7 +77,7 @@ void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
     }
     SeenSets seen;
     for (const CrlPlace &place : point.places) {
-      for (const Candidate &candidate : At(place, &seen)) LookAt(candidate, point.point, &found);
+      ForEachAt(place, &seen, [&](const Candidate &candidate) { LookAt(candidate, point.point, &found); });
     }
     if (round == 0) TellFailures(point.places, sxStatusSource::kCrl);
     const bool mayAsk = !isImplied && round == 0 && !found.best.from.isFresh;
@@ -85,15 +94,6 @@ bool CrlJudge::AskAny(const std::vector<CrlPlace> &places, sxStatusSource kind, 
     if (Ask(places[i], kind, seen[i])) return true;
   }
   return false;
-}
-
-std::vector<CrlJudge::Candidate> CrlJudge::At(const CrlPlace &place, SeenSets *seen) const {
-  const std::shared_ptr<const CrlSet> &set = seen->emplace_back(m_memory.Find(place.key));
-  std::vector<Candidate> found;
-  for (size_t i = 0; set != nullptr && i < set->crls.size(); ++i) {
-    found.push_back({set->crls[i], set->origin, &place, IsFresh(set->crls[i]->Crl(), set.get())});
-  }
-  return found;
 }
 
 std::vector<CrlJudge::Candidate> CrlJudge::PushedBy(const sxDN &issuer, bool isDelta) const {
@@ -158,10 +158,9 @@ const char *CrlJudge::TimeMisfit(const sxCRL &crl, sxValidationRC *code) const {
 const sxCert *CrlJudge::SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why) {
   *why = "nobody who is trusted here signed it";
   if (wanted != nullptr) return TrySigner(candidate, *wanted, why);
-  const sxDN &name = *candidate.crl->Crl().Issuer();
   const sxCert *const issuer = m_path.IssuerOf(m_level);
-  const bool isNamed = issuer != nullptr && issuer->Subject() != nullptr && issuer->Subject()->Equal(name);
-  if (isNamed && TrySigner(candidate, *issuer, why) != nullptr) return issuer;
+  if (issuer != nullptr && TrySigner(candidate, *issuer, why) != nullptr) return issuer;
+  const sxDN &name = *candidate.crl->Crl().Issuer();
   for (const sxCert *signer : m_path.Named(name, m_level)) {
     if (TrySigner(candidate, *signer, why) != nullptr) return signer;
   }
@@ -185,6 +184,7 @@ const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &sign
   const HeldCrl &crl = *candidate.crl;
   const HeldCrl::Known known = crl.IsFrom(signer);
   if (known != HeldCrl::Known::kNotAsked) return known == HeldCrl::Known::kYes ? &signer : nullptr;
+  if (signer.Subject() == nullptr || !signer.Subject()->Equal(*crl.Crl().Issuer())) return nullptr;
   if (crl.Crl().BufLen() <= kMaxVerifiedAtOnce) return crl.Verify(signer) ? &signer : nullptr;
   const std::string key = "verify " + std::to_string(reinterpret_cast<uintptr_t>(&crl)) + " " + std::to_string(m_level);
   const auto asked = m_answers.find(key);
@@ -249,7 +249,7 @@ bool CrlJudge::FindDelta(const Usable &base, const std::vector<CrlPlace> &places
   for (const Candidate &pushed : PushedBy(*base.from.crl->Crl().Issuer(), true)) TakeDelta(pushed, base, best);
   SeenSets seen;
   for (const CrlPlace &place : places) {
-    for (const Candidate &candidate : At(place, &seen)) TakeDelta(candidate, base, best);
+    ForEachAt(place, &seen, [&](const Candidate &candidate) { TakeDelta(candidate, base, best); });
   }
   TellFailures(places, sxStatusSource::kDeltaCrl);
   return best->from.isFresh || !AskAny(places, sxStatusSource::kDeltaCrl, seen);

@@ -81,7 +81,8 @@ class CrlJudge {
 
   void Cover(const CrlPoint &point, bool isImplied);
   /// @param seen  gets what memory had there, or null
-  std::vector<Candidate> At(const CrlPlace &place, SeenSets *seen) const;
+  template <class Use>
+  void ForEachAt(const CrlPlace &place, SeenSets *seen, const Use &use) const;
   std::vector<Candidate> PushedBy(const sxDN &issuer, bool isDelta) const;
   void LookAt(const Candidate &candidate, const sxDistPoint &point, Found *found);
   void TellLate(const Usable &usable);

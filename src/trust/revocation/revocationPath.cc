@@ -80,7 +80,9 @@ RevocationPath::RevocationPath(const sxRootCA &root, const sxCerts &chain, const
 
 const sxCert *RevocationPath::IssuerOf(int level) const {
   if (level < m_chain.Top()) return m_chain.Get(level + 1);
-  return m_root.CertBySignee(m_chain.Get(level));
+  // Signatures were verified before; only which of several keys it was is to be found out.
+  const bool isOne = m_root.AdditionalCerts() == nullptr || m_root.AdditionalCerts()->Count() == 0;
+  return isOne ? m_root.Cert() : m_root.CertBySignee(m_chain.Get(level));
 }
 
 bool RevocationPath::IsIssuedHere(const sxCert &cert) const {

@@ -37,7 +37,7 @@ TEST_P(RevocationCases, AreDecided) {
   script.On("forget", [&] { sxRevocation_Remove(), sxRevocation_Install({}); });
   script.On("later", [&](int days) { world->clock.Set(kTestNow + days * kTestDay); });
   script.Run(GetParam());
-  IntermediateCA_db_set_path("");
+  IntermediateCA_db_remove();
 }
 
 INSTANTIATE_TEST_SUITE_P(Trust, RevocationCases,

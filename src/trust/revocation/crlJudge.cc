@@ -19,14 +19,6 @@ constexpr size_t kMaxDeltaPlaces = 8;
 constexpr char kExpired[] = "it has expired";
 constexpr int kMaxRounds = 9;  // a CRL for each reason, and one more
 
-std::string TextOf(const sxGeneralName &place) {
-  if (place.GetType() == sxGN_dn) return sxNameText(place.GetDN(), "");
-  std::string shown = sxTextOf(place.GetStr());
-  std::ranges::replace_if(
-      shown, [](char c) { return c < ' ' || c > '~'; }, '?');
-  return shown;
-}
-
 // Grace periods are the library's where the parameters say nothing: the process's before, none after.
 int64_t StartGrace(const ValidateParams &params) {
   const int grace = params.Crl_start_grace();
@@ -130,7 +122,7 @@ void CrlJudge::TellFailures(const std::vector<CrlPlace> &places, sxStatusSource 
     said.level = m_level;
     said.source = kind;
     said.origin = answer.origin;
-    said.where = TextOf(place.name);
+    said.where = sxPlaceText(place.name);
     said.outcome = answer.reason;
     said.costMs = answer.costMs;
   }
@@ -298,7 +290,7 @@ sxRevocationEvidence CrlJudge::Describe(const Candidate &candidate, sxStatusSour
   if (crl.HasNextUpdate()) said.nextUpdateSec = crl.NextUpdate();
   if (crl.Number() != nullptr) said.number = sxSerialText(*crl.Number());
   if (candidate.place == nullptr) return said;
-  said.where = TextOf(candidate.place->name);
+  said.where = sxPlaceText(candidate.place->name);
   const auto answer = m_answers.find(candidate.place->key);
   if (answer == m_answers.end() || !answer->second.isDone) return said;
   said.origin = candidate.origin;  // it came for this question, or nothing newer did

@@ -157,7 +157,7 @@ CrlAnswer CrlSource::Job::Keep(std::vector<std::shared_ptr<const HeldCrl>> crls,
   set->obtainedSec = kxClock_Now();
   if (const char *refusal = m_source.m_memory.Put(m_need.key, set)) {
     ++m_source.m_numRefused;
-    tderrorFunc(kTopic, 2, 0, "%s: %s: %s", "CrlSource", m_need.key.c_str(), refusal);
+    tderrorFunc(kTopic, 2, 0, "%s: %s: %s", "CrlSource", sxPlaceText(m_need.place).c_str(), refusal);
     return Failed(sxValidation_noValidCRL, refusal);
   }
   if (origin == sxStatusOrigin::kNetwork) StoreOnDisk(*set);

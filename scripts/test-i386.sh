@@ -18,7 +18,10 @@ fi
 mkdir -p "$root/work/kxcert"
 mountpoint -q "$root/work/kxcert" || mount --bind "$tree" "$root/work/kxcert"
 mountpoint -q "$root/proc" || mount -t proc proc "$root/proc"
-trap 'umount "$root/work/kxcert" "$root/proc" || true' EXIT
+# Terminals, for what is tested on one.
+mountpoint -q "$root/dev/pts" || { mkdir -p "$root/dev/pts" && mount -t devpts -o ptmxmode=666 devpts "$root/dev/pts"; }
+ln -sf pts/ptmx "$root/dev/ptmx"
+trap 'umount "$root/work/kxcert" "$root/proc" "$root/dev/pts" || true' EXIT
 cp -L /etc/resolv.conf "$root/etc/resolv.conf" 2>/dev/null || true
 chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root TERM=dumb \
   bash -c 'cd /work/kxcert && ./scripts/setup.sh && cmake -S . -B build/i386 -G Ninja -DCMAKE_BUILD_TYPE=Release -DKXCERT_WERROR=ON >/dev/null && cmake --build build/i386 && ctest --test-dir build/i386 --output-on-failure -j "$(nproc)"'

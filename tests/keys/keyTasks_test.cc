@@ -212,23 +212,23 @@ class LeavesATrace : public sxPubKey_imp_vc {
  public:
   static constexpr int kSecretLen = 512;
   static constexpr unsigned char kOctet = 0xA7;
-  explicit LeavesATrace(off_t *where) : m_where(where) {}
+  explicit LeavesATrace(off64_t *where) : m_where(where) {}
   int algorithm() const override { return sxPK_DH; }
   int OK() const override { return 1; }
   int Flags() const override { return 0; }
   const char *ClassName() const override { return "kxSDH_imp"; }
   int Derive(sxPKop_type, const unsigned char *, int, unsigned char *out, int) override {
-    *m_where = static_cast<off_t>(reinterpret_cast<uintptr_t>(out));
+    *m_where = static_cast<off64_t>(reinterpret_cast<uintptr_t>(out));
     if (out != nullptr) std::memset(out, kOctet, kSecretLen);
     return kSecretLen;
   }
 
  private:
-  off_t *const m_where;
+  off64_t *const m_where;
 };
 
 TEST_F(KeyTasks, WithoutACallbackNothingLeaksAndSecretsAreWiped) {
-  off_t where = 0;
+  off64_t where = 0;
   Octets left(LeavesATrace::kSecretLen);
   const PubKeyRef key(new sxPubKey(new LeavesATrace(&where)));
   ASSERT_EQ(0, KeyTaskMngmnt_init(m_env, 1));
@@ -238,7 +238,7 @@ TEST_F(KeyTasks, WithoutACallbackNothingLeaksAndSecretsAreWiped) {
   EXPECT_TRUE(log.Has("Error: Missing CBInfo or CB"));
   // What was freed must not be read, except from outside.
   const int memory = open("/proc/self/mem", O_RDONLY);
-  ASSERT_EQ(LeavesATrace::kSecretLen, pread(memory, left.data(), left.size(), where));
+  ASSERT_EQ(LeavesATrace::kSecretLen, pread64(memory, left.data(), left.size(), where));
   close(memory);
   EXPECT_LT(std::count(left.begin(), left.end(), LeavesATrace::kOctet), 32);
 }

@@ -95,7 +95,7 @@ void RevocationWorld::Cert(const std::string &name, const std::string &subject, 
   if (Has(words, "usage")) options.keyUsage = ValueOf(words, "usage");
   if (Has(words, "serial")) options.serial = ValueOf(words, "serial");
   if (Has(words, "ocsp")) options.access = "OCSP;URI:" + ValueOf(words, "ocsp");
-  options.notAfter = kTestNow + 5000 * kTestDay;
+  options.notAfter = kTestNow + 2500 * kTestDay;
   for (const char *point : {"dp", "freshest"}) {
     if (!Has(words, point)) continue;
     X509V3_CTX context;

@@ -212,9 +212,8 @@ void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Usab
   const char *why = nullptr;
   const sxCert *const signer = SignerOf(candidate, nullptr, &why);
   if (signer == nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, why);
-  const bool isBetter =
-      best->signer == nullptr || (candidate.isFresh && !best->from.isFresh) ||
-      (candidate.isFresh == best->from.isFresh && crl.ThisUpdate() > best->from.crl->Crl().ThisUpdate());
+  const bool isBetter = best->signer == nullptr || (candidate.isFresh && !best->from.isFresh) ||
+                        (candidate.isFresh == best->from.isFresh && IsOlder(best->from.crl->Crl(), crl));
   if (isBetter) *best = {candidate, signer, fit.reasons};
 }
 

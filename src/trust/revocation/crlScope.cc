@@ -85,6 +85,11 @@ int CompareNumbers(const sxAsnInt *a, const sxAsnInt *b) {
   return order < 0 ? -1 : order > 0 ? 1 : 0;
 }
 
+bool IsOlder(const sxCRL &crl, const sxCRL &other) {
+  if (crl.ThisUpdate() != other.ThisUpdate()) return crl.ThisUpdate() < other.ThisUpdate();
+  return CompareNumbers(crl.Number(), other.Number()) < 0;
+}
+
 bool SameSeries(const sxCRL &a, const sxCRL &b) {
   return Equal(a.Issuer(), b.Issuer()) && a.IsDelta() == b.IsDelta() && SameScope(a, b);
 }

@@ -118,5 +118,5 @@ const char *DeltaMisfit(const sxCRL &delta, const sxCRL &base) {
   if (!SameKeyId(delta, base)) return "it updates a CRL of another key";
   if (delta.Number() == nullptr || base.Number() == nullptr || delta.DeltaBase() == nullptr) return "it has no number";
   if (CompareNumbers(delta.DeltaBase(), base.Number()) > 0) return "it updates a later CRL";
-  return CompareNumbers(delta.Number(), base.Number()) < 0 ? "it is older than the CRL" : nullptr;
+  return CompareNumbers(delta.Number(), base.Number()) <= 0 ? "it does not follow the CRL" : nullptr;
 }

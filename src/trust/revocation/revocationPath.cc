@@ -83,18 +83,27 @@ const sxCert *RevocationPath::IssuerOf(int level) const {
   return m_root.CertBySignee(m_chain.Get(level));
 }
 
-bool RevocationPath::IsIssuedHere(const sxCert &cert) const {
+bool RevocationPath::IsIssuedAbove(const sxCert &cert, int level) const {
   if (m_nowSec < cert.notBefore() || m_nowSec > cert.notAfter()) return false;
   bool is = false;
   const auto ask = [&](const sxCert &issuer) {
     is = is || (issuer.Subject() != nullptr && cert.Issuer()->Equal(*issuer.Subject()) &&
                 cert.VerifySig(issuer.PubKey()) == 0);
   };
-  for (int i = 1; i <= m_chain.Top(); ++i) ask(*m_chain.Get(i));
+  for (int i = level + 1; i <= m_chain.Top(); ++i) ask(*m_chain.Get(i));
   ForEachOf(m_root, ask);
   return is;
 }
 
+bool RevocationPath::IsUpTo(const sxCert &cert, int level) const {
+  for (int i = 0; i <= level; ++i) {
+    if (*m_chain.Get(i) == cert) return true;
+  }
+  return false;
+}
+
+// What stands at the level or below it vouches neither for itself nor for who issued it, and nor does what it issued:
+// the path of who signed a CRL has to be valid before the CRL counts (RFC 5280, 6.3.3 (f)).
 std::vector<const sxCert *> RevocationPath::Named(const sxDN &name, int level) const {
   std::vector<const sxCert *> found;
   const auto take = [&](const sxCert &cert) {
@@ -104,15 +113,15 @@ std::vector<const sxCert *> RevocationPath::Named(const sxDN &name, int level) c
     }
   };
   if (const sxCert *issuer = IssuerOf(level)) take(*issuer);
-  for (int i = 0; i <= m_chain.Top(); ++i) take(*m_chain.Get(i));
+  for (int i = level + 1; i <= m_chain.Top(); ++i) take(*m_chain.Get(i));
   ForEachOf(m_root, take);
   const int top = m_pool != nullptr ? std::min(m_pool->Top(), kMaxPool) : -1;
   for (int i = 0, tried = 0; i <= top && tried < kMaxTried && found.size() < kMaxNamed; ++i) {
     const sxCert *const cert = m_pool->Get(i);
     const bool isNamed = cert != nullptr && cert->OK() != 0 && cert->Subject()->Equal(name);
-    if (!isNamed) continue;
+    if (!isNamed || IsUpTo(*cert, level)) continue;
     ++tried;
-    if (IsIssuedHere(*cert)) take(*cert);
+    if (IsIssuedAbove(*cert, level)) take(*cert);
   }
   return found;
 }

@@ -23,8 +23,8 @@ class RevocationPath {
   const sxCert &Cert(int level) const { return *m_chain.Get(level); }
   /// Whose key verified the certificate. Null: nobody's here.
   const sxCert *IssuerOf(int level) const;
-  /// The certificates of the path and the root that have a name, the issuer of @p level first; then those of the pool
-  /// that one of the path or the root issued and that are in date.
+  /// The certificates above @p level and the root's that have a name, its issuer first; then those of the pool that one
+  /// of these issued and that are in date.
   std::vector<const sxCert *> Named(const sxDN &name, int level) const;
 
   const sxRootCA &Root() const { return m_root; }
@@ -41,7 +41,8 @@ class RevocationPath {
   const sxCerts *const m_pool;
   const bool m_mayFetch;
   const sxOcspResponses *const m_responses;
-  bool IsIssuedHere(const sxCert &cert) const;
+  bool IsIssuedAbove(const sxCert &cert, int level) const;
+  bool IsUpTo(const sxCert &cert, int level) const;  // it stands at that level of the path, or below
 
   const int m_top;
 };

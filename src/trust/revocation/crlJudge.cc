@@ -176,10 +176,31 @@ const sxCert *CrlJudge::SignerOf(const Candidate &candidate, const sxCert *wante
   const sxCert *const issuer = m_path.IssuerOf(m_level);
   const bool isNamed = issuer != nullptr && issuer->Subject() != nullptr && issuer->Subject()->Equal(name);
   if (isNamed && TrySigner(candidate, *issuer, why) != nullptr) return issuer;
-  for (const sxCert *signer : m_path.Named(name, m_level)) {
-    if (TrySigner(candidate, *signer, why) != nullptr) return signer;
+  for (const RevocationPath::Signer &signer : m_path.Named(name, m_level)) {
+    if (TrySigner(candidate, *signer.cert, why) != nullptr && IsSignerGood(signer, why)) return signer.cert;
   }
   return nullptr;
+}
+
+// RFC 5280, 6.3.3 (f): the path of who signed a CRL has to be valid, so the signer must not be revoked. The path's own
+// are judged at their levels. Another one is believed when its issuer's CRL says that it is good, or when nothing is
+// published about it but what it signed itself; the CRLs that say so are signed by the path's own.
+bool CrlJudge::IsSignerGood(const RevocationPath::Signer &signer, const char **why) {
+  if (signer.level == RevocationPath::kOfPath) return true;
+  if (m_isOfSigner) return false;
+  const auto [known, isNew] = m_signers.try_emplace(signer.cert);
+  CertStatus &status = known->second;
+  if (isNew) {
+    CrlJudge judge(m_path, m_memory, m_answers, m_settings, m_needs, nullptr);
+    judge.m_isOfSigner = true;
+    status = judge.Judge(*signer.cert, signer.level);
+  }
+  if (status.state == CertStatus::kGood) return true;
+  if (status.state == CertStatus::kUnknown && status.code == sxValidation_unknownStatus) return true;
+  m_isPending = m_isPending || status.state == CertStatus::kPending;
+  *why = status.state == CertStatus::kRevoked ? "the certificate of who signed it was revoked"
+                                              : "whether the certificate of who signed it was revoked is not known";
+  return false;
 }
 
 const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &signer, const char **why) {
@@ -211,6 +232,7 @@ void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Usab
   if (const char *misfit = TimeMisfit(crl, &code)) return Refuse(candidate, kind, code, misfit);
   const char *why = nullptr;
   const sxCert *const signer = SignerOf(candidate, nullptr, &why);
+  if (signer == nullptr && m_isOfSigner && candidate.crl->IsFrom(*m_cert) == HeldCrl::Known::kYes) return;
   if (signer == nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, why);
   const bool isBetter = best->signer == nullptr || (candidate.isFresh && !best->from.isFresh) ||
                         (candidate.isFresh == best->from.isFresh && IsOlder(best->from.crl->Crl(), crl));

@@ -87,6 +87,7 @@ class CrlJudge {
   void Take(const Usable &usable);
   void TakeDelta(const Candidate &candidate, const Usable &base, Usable *best);
   const sxCert *SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why);
+  bool IsSignerGood(const RevocationPath::Signer &signer, const char **why);
   const sxCert *TrySigner(const Candidate &candidate, const sxCert &signer, const char **why);
   bool Ask(const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen);
   void TellFailures(const std::vector<CrlPlace> &places, sxStatusSource kind);
@@ -103,6 +104,9 @@ class CrlJudge {
   const sxRevocationSettings &m_settings;
   std::vector<CrlNeed> *const m_needs;
   std::vector<sxRevocationEvidence> *const m_evidence;
+
+  bool m_isOfSigner = false;                       // what is judged signed a CRL itself
+  std::map<const sxCert *, CertStatus> m_signers;  // of the pool, that were judged
 
   // Of the certificate that is judged.
   const sxCert *m_cert = nullptr;

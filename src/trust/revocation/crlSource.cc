@@ -107,7 +107,7 @@ bool CrlSource::Job::Verify(const HeldCrl &crl) const {
   const sxDN *const issuer = crl.Crl().Issuer();
   if (issuer == nullptr) return false;
   return std::ranges::any_of(m_path->Named(*issuer, m_need.level),
-                             [&](const sxCert *cert) { return crl.Verify(*cert); });
+                             [&](const RevocationPath::Signer &signer) { return crl.Verify(*signer.cert); });
 }
 
 // One that is past its nextUpdate is of use only where nothing newer is to be had.

@@ -83,16 +83,20 @@ const sxCert *RevocationPath::IssuerOf(int level) const {
   return m_root.CertBySignee(m_chain.Get(level));
 }
 
-bool RevocationPath::IsIssuedAbove(const sxCert &cert, int level) const {
-  if (m_nowSec < cert.notBefore() || m_nowSec > cert.notAfter()) return false;
-  bool is = false;
-  const auto ask = [&](const sxCert &issuer) {
-    is = is || (issuer.Subject() != nullptr && cert.Issuer()->Equal(*issuer.Subject()) &&
-                cert.VerifySig(issuer.PubKey()) == 0);
+// The level of a certificate with the same issuer, at that level or above; none: it is not valid below any of those.
+std::optional<int> RevocationPath::LevelAbove(const sxCert &cert, int level) const {
+  const bool isInDate = m_nowSec >= cert.notBefore() && m_nowSec <= cert.notAfter();
+  if (!isInDate || cert.UnhandledCritExt() != nullptr) return {};
+  const auto isFrom = [&cert](const sxCert &issuer) {
+    return issuer.Subject() != nullptr && cert.Issuer()->Equal(*issuer.Subject()) &&
+           cert.VerifySig(issuer.PubKey()) == 0;
   };
-  for (int i = level + 1; i <= m_chain.Top(); ++i) ask(*m_chain.Get(i));
-  ForEachOf(m_root, ask);
-  return is;
+  for (int i = level + 1; i <= m_chain.Top(); ++i) {
+    if (isFrom(*m_chain.Get(i))) return std::min(i - 1, m_top);
+  }
+  bool isRoots = false;
+  ForEachOf(m_root, [&](const sxCert &own) { isRoots = isRoots || isFrom(own); });
+  return isRoots ? std::optional<int>(m_top) : std::nullopt;
 }
 
 bool RevocationPath::IsUpTo(const sxCert &cert, int level) const {
@@ -104,14 +108,15 @@ bool RevocationPath::IsUpTo(const sxCert &cert, int level) const {
 
 // What stands at the level or below it vouches neither for itself nor for who issued it, and nor does what it issued:
 // the path of who signed a CRL has to be valid before the CRL counts (RFC 5280, 6.3.3 (f)).
-std::vector<const sxCert *> RevocationPath::Named(const sxDN &name, int level) const {
-  std::vector<const sxCert *> found;
-  const auto take = [&](const sxCert &cert) {
+std::vector<RevocationPath::Signer> RevocationPath::Named(const sxDN &name, int level) const {
+  std::vector<Signer> found;
+  const auto takeAs = [&](const sxCert &cert, int signerLevel) {
     const bool fits = cert.Subject() != nullptr && cert.Subject()->Equal(name) && found.size() < kMaxNamed;
-    if (fits && std::ranges::none_of(found, [&](const sxCert *known) { return *known == cert; })) {
-      found.push_back(&cert);
+    if (fits && std::ranges::none_of(found, [&](const Signer &known) { return *known.cert == cert; })) {
+      found.push_back({&cert, signerLevel});
     }
   };
+  const auto take = [&](const sxCert &cert) { takeAs(cert, kOfPath); };
   if (const sxCert *issuer = IssuerOf(level)) take(*issuer);
   for (int i = level + 1; i <= m_chain.Top(); ++i) take(*m_chain.Get(i));
   ForEachOf(m_root, take);
@@ -121,7 +126,7 @@ std::vector<const sxCert *> RevocationPath::Named(const sxDN &name, int level) c
     const bool isNamed = cert != nullptr && cert->OK() != 0 && cert->Subject()->Equal(name);
     if (!isNamed || IsUpTo(*cert, level)) continue;
     ++tried;
-    if (IsIssuedAbove(*cert, level)) take(*cert);
+    if (const std::optional<int> above = LevelAbove(*cert, level)) takeAs(*cert, *above);
   }
   return found;
 }

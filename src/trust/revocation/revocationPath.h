@@ -4,6 +4,7 @@
 #define KXCERT_SRC_TRUST_REVOCATION_REVOCATIONPATH_H_
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "kxcert/cert/sxCerts.h"
@@ -23,9 +24,14 @@ class RevocationPath {
   const sxCert &Cert(int level) const { return *m_chain.Get(level); }
   /// Whose key verified the certificate. Null: nobody's here.
   const sxCert *IssuerOf(int level) const;
+  struct Signer {
+    const sxCert *cert;
+    int level;  ///< of a certificate of the same issuer; kOfPath: its own status is asked for elsewhere, or not at all
+  };
+  static constexpr int kOfPath = -1;
   /// The certificates above @p level and the root's that have a name, its issuer first; then those of the pool that one
-  /// of these issued and that are in date.
-  std::vector<const sxCert *> Named(const sxDN &name, int level) const;
+  /// of these issued, that are in date and have no critical extension that nobody here knows.
+  std::vector<Signer> Named(const sxDN &name, int level) const;
 
   const sxRootCA &Root() const { return m_root; }
   const ValidateParams &Params() const { return m_params; }
@@ -41,7 +47,7 @@ class RevocationPath {
   const sxCerts *const m_pool;
   const bool m_mayFetch;
   const sxOcspResponses *const m_responses;
-  bool IsIssuedAbove(const sxCert &cert, int level) const;
+  std::optional<int> LevelAbove(const sxCert &cert, int level) const;
   bool IsUpTo(const sxCert &cert, int level) const;  // it stands at that level of the path, or below
 
   const int m_top;

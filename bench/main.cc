@@ -14,7 +14,8 @@ struct Side {
 };
 
 bool IsBase(const std::string &side) {
-  return side == "libcrypto" || side == "bare" || side == "first" || side == "small";
+  return side == "libcrypto" || side == "bare" || side == "first" || side == "small" || side == "without" ||
+         side == "one-thread";
 }
 
 // The pairs that say something: ours over libcrypto, validation over bare signatures, again over first,
@@ -22,6 +23,8 @@ bool IsBase(const std::string &side) {
 bool IsPair(const std::string &base, const std::string &side) {
   if (base == "libcrypto") return side != "bare" && side != "bare-libcrypto";
   if (base == "small") return side == "large";
+  if (base == "without") return side == "with";
+  if (base == "one-thread") return side == "two-threads";
   return base == "bare" ? side == "first" || side == "libcrypto" : side == "repeated";
 }
 

@@ -1,13 +1,13 @@
 #include "kxcert/cert/sxCRL.h"
 
+#include "crlOids.h"
+#include "distPoints.h"
+#include "extensionWalk.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
-#include "crlOids.h"
-#include "distPoints.h"
-#include "extensionWalk.h"
 #include "platform/files.h"
 #include "sxCRL_imp.h"
 #include "sxDN_imp.h"
@@ -202,7 +202,9 @@ const sxIssuingDP *sxCRL::IssuingDP() const { return Imp()->IssuingDP(); }
 const sxExtKeyID *sxCRL::AuthorityKeyId() const {
   return static_cast<const sxExtKeyID *>(Extensions().Find(&sxASN_id_ce_authorityKeyIdentifier));
 }
-const sxExtGN *sxCRL::FreshestCRL() const { return static_cast<const sxExtGN *>(Extensions().Find(&sxASN_id_ce_freshestCRL)); }
+const sxExtGN *sxCRL::FreshestCRL() const {
+  return static_cast<const sxExtGN *>(Extensions().Find(&sxASN_id_ce_freshestCRL));
+}
 const sxGeneralNames &sxCRL::ScopeNames() const { return Imp()->ScopeNames(); }
 const sxExtensionsList &sxCRL::Extensions() const { return Imp()->Extensions(); }
 const sxAsnOid *sxCRL::UnknownListExt() const { return Imp()->UnknownListExt(); }

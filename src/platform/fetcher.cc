@@ -190,6 +190,12 @@ bool kxFetch_IsUrl(const std::string &url) {
   return !url.empty() && url.size() <= kMaxFetchUrlLen && IsPrintable(url) && url.find(' ') == std::string::npos;
 }
 
+bool kxFetch_HasScheme(std::string_view url, std::string_view scheme) {
+  return url.size() > scheme.size() && std::ranges::equal(url.substr(0, scheme.size()), scheme, {}, [](char c) {
+           return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+         });
+}
+
 kxFetchResult kxFetch_StartOn(const std::shared_ptr<kxEventLoop> &loop, kxFetchRequest request, kxFetchDone done,
                               std::shared_ptr<kxFetchTask> *task) {
   std::shared_ptr<kxFetcher> fetcher;

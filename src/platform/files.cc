@@ -286,7 +286,6 @@ int kxFolder_Remove(int folder, const char *name) {
   return Refused(kxStep_remove, name) ? -1 : unlinkat(folder, name, 0);
 }
 
-
 int kxDir_Make(const char *path) { return Refused(kxStep_dirMake, path) || mkdir(path, 0777) != 0 ? -1 : 0; }
 
 int kxDir_Remove(const char *path) { return Refused(kxStep_dirRemove, path) || rmdir(path) != 0 ? -1 : 0; }

@@ -30,14 +30,9 @@ constexpr int kMaxLooked = 32;      // certificates of one answer
 
 const char *const kSchemes[] = {"http://", "ldap://"};  // others lead to files, or loop through certificates again
 
-bool MayAsk(const std::string &text) {
-  if (text.size() > kMaxIssuerUrlLen || !kxFetch_IsUrl(text)) return false;
-  const std::string_view url = text;
-  return std::ranges::any_of(kSchemes, [url](std::string_view scheme) {
-    return url.size() > scheme.size() && std::ranges::equal(url.substr(0, scheme.size()), scheme, {}, [](char c) {
-             return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-           });
-  });
+bool MayAsk(const std::string &url) {
+  if (url.size() > kMaxIssuerUrlLen || !kxFetch_IsUrl(url)) return false;
+  return std::ranges::any_of(kSchemes, [&url](const char *scheme) { return kxFetch_HasScheme(url, scheme); });
 }
 
 using Key = std::pair<const sxKeyHolder *, std::string>;

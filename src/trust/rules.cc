@@ -13,11 +13,13 @@
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxcert_black_list.h"
+#include "trust/nameText.h"
 
 namespace {
 
 constexpr char kTopic[] = "VALIDATE";
 constexpr char kValidatePath[] = "sxValidatePath";
+constexpr char kNoName[] = "no name";
 constexpr int kMaxOidText = 256;
 constexpr int kUnreadableTime = -1;
 
@@ -28,12 +30,6 @@ constexpr RuleOutcome kFails{sxFindingResult::kFailed};
 constexpr RuleOutcome NotChecked(const char *reason) { return {sxFindingResult::kNotChecked, reason}; }
 
 using Facts = std::vector<sxFact>;
-
-// The form without control characters: a line feed in a name would forge a fact.
-std::string TextOf(const sxDN *dn) {
-  const char *text = dn != nullptr ? dn->GetStr_ascii() : nullptr;
-  return text != nullptr ? text : "no name";
-}
 
 void PutDate(Facts &out, const char *label, int64_t sec) { out.push_back({label, sxTimeText(sec).getstr()}); }
 
@@ -115,7 +111,7 @@ RuleOutcome IssuerIsCA(const RulePlace &p) {
 }
 
 void PutNoCA(const RulePlace &p, Facts &out) {
-  if (p.issuer != nullptr) out.push_back({"issuer without cA", TextOf(p.issuer->Subject())});
+  if (p.issuer != nullptr) out.push_back({"issuer without cA", sxNameText(p.issuer->Subject(), kNoName)});
 }
 
 RuleOutcome PathLenKept(const RulePlace &p) {
@@ -137,8 +133,8 @@ void PutPathLen(const RulePlace &p, Facts &out) {
 }
 
 void PutIssuerNames(const RulePlace &p, Facts &out) {
-  out.push_back({"issuer", TextOf(p.cert->Issuer())});
-  if (p.issuer != nullptr) out.push_back({"next in chain", TextOf(p.issuer->Subject())});
+  out.push_back({"issuer", sxNameText(p.cert->Issuer(), kNoName)});
+  if (p.issuer != nullptr) out.push_back({"next in chain", sxNameText(p.issuer->Subject(), kNoName)});
 }
 
 RuleOutcome NamesMeet(const RulePlace &p) {
@@ -152,7 +148,7 @@ RuleOutcome SignatureVerifies(const RulePlace &p) {
 }
 
 void PutVerifier(const RulePlace &p, Facts &out) {
-  if (p.issuer != nullptr) out.push_back({"not verified by the key of", TextOf(p.issuer->Subject())});
+  if (p.issuer != nullptr) out.push_back({"not verified by the key of", sxNameText(p.issuer->Subject(), kNoName)});
 }
 
 RuleOutcome NameIsPermitted(const RulePlace &p) {
@@ -165,13 +161,13 @@ RuleOutcome NameIsPermitted(const RulePlace &p) {
   }
   if (p.traces && kxLog_TraceOn()) {
     tderrorFunc(kTopic, 3, 0, "sxValidateNameConstraints: %s doesn't conform to name constraints",
-                TextOf(subject).c_str());
+                sxNameText(subject, kNoName).c_str());
   }
   return kFails;
 }
 
 void PutName(const RulePlace &p, Facts &out) {
-  out.push_back({"name outside the constraints", TextOf(p.cert->Subject())});
+  out.push_back({"name outside the constraints", sxNameText(p.cert->Subject(), kNoName)});
 }
 
 RuleOutcome EndsInRoot(const RulePlace &p) { return p.root != nullptr ? kPasses : kFails; }

@@ -6,6 +6,7 @@
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxValidation.h"
 #include "trust/revocationHook.h"
+#include "trust/statusCodes.h"
 
 namespace {
 
@@ -45,19 +46,7 @@ sxValidationRC CheckNameConstraints(const Request &request, Findings &findings) 
 }
 
 bool IsRevocationResult(sxValidationRC rc) {
-  switch (rc) {
-    case sxValidation_OK:
-    case sxValidation_revoked:
-    case sxValidation_noValidCRL:
-    case sxValidation_crlFetchFailed:
-    case sxValidation_entrustBlocking:
-    case sxValidation_crlNotRetrieved:
-    case sxValidation_crlNotYetValid:
-    case sxValidation_crlExpired:
-    case sxValidation_crlTooBig:
-    case sxValidation_unknownStatus: return true;
-    default: return false;
-  }
+  return rc == sxValidation_OK || rc == sxValidation_entrustBlocking || sxIsStatusCode(rc);
 }
 
 sxValidationRC CheckRevocation(const Request &request, Findings &findings) {

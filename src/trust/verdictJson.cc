@@ -117,16 +117,6 @@ void PutFinding(const sxFinding &finding, JsonText &out) {
   out.EndObject();
 }
 
-const char *SourceName(sxStatusSource source) {
-  switch (source) {
-    case sxStatusSource::kNone: return nullptr;
-    case sxStatusSource::kCrl: return "CRL";
-    case sxStatusSource::kDeltaCrl: return "delta CRL";
-    case sxStatusSource::kOcsp: return "OCSP";
-  }
-  return nullptr;
-}
-
 const char *OriginName(sxStatusOrigin origin) {
   switch (origin) {
     case sxStatusOrigin::kNone: return nullptr;
@@ -146,7 +136,7 @@ void PutTime(const char *key, int64_t seconds, JsonText &out) {
 void PutEvidence(const sxRevocationEvidence &said, JsonText &out) {
   out.BeginObject();
   out.Number("level", said.level);
-  PutText("source", SourceName(said.source), out);
+  PutText("source", said.source == sxStatusSource::kNone ? nullptr : sxStatusSource_GetString(said.source), out);
   PutText("origin", OriginName(said.origin), out);
   out.Text("where", said.where);
   out.Text("outcome", said.outcome);

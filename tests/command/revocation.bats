@@ -1,4 +1,4 @@
-# chain verify with revocation, against a web server and "openssl ocsp" on this machine.
+# chain verify with revocation, against a web server, a directory and "openssl ocsp" on this machine.
 
 # Starts "${@:2}" with a free port for PORT, until it says $1. Not by connecting: the responder turns round and round
 # after a connection without a request.
@@ -35,10 +35,19 @@ setup_file() {
     serve Serving python3 -u -m http.server PORT --bind 127.0.0.1 --directory www
     web=$port
     serve waiting openssl ocsp -index status.txt -port PORT -rsigner ca.pem -rkey ca.key -CA ca.pem -ndays 1
+    responder=http://127.0.0.1:$port
     for name in good bad unknown; do
       issue $name ca /CN=$name "crlDistributionPoints = URI:http://127.0.0.1:$web/ca.crl" \
-        "authorityInfoAccess = OCSP;URI:http://127.0.0.1:$port"
+        "authorityInfoAccess = OCSP;URI:$responder"
     done
+    printf '%s\n' 'include /etc/ldap/schema/core.schema' 'modulepath /usr/lib/ldap' 'moduleload back_ldif' \
+      'database ldif' 'suffix cn=CA' "directory $PWD/ldap" >slapd.conf
+    mkdir ldap
+    serve 'slapd starting' /usr/sbin/slapd -f slapd.conf -h ldap://127.0.0.1:PORT -d 256
+    ldap=$port
+    list='CN=CA?certificateRevocationList'
+    issue listed ca /CN=listed "crlDistributionPoints = URI:ldap://127.0.0.1:$ldap/$list"
+    issue named ca /CN=named "crlDistributionPoints = URI:ldap:///$list"
     # The responder reads its index anew when it is of another second, after it has answered once more.
     index V '' good
     index R '251201000000Z,keyCompromise' bad
@@ -46,8 +55,12 @@ setup_file() {
     printf '%s\n' '[ca]' 'default_ca = c' '[c]' 'database = status.txt' 'default_md = sha256' 'default_crl_days = 7' >crl.cnf
     openssl ca -gencrl -config crl.cnf -cert ca.pem -keyfile ca.key -out ca.crl
     openssl crl -in ca.crl -outform DER -out www/ca.crl
+    printf '%s\n' 'dn: cn=CA' 'objectClass: applicationProcess' 'objectClass: certificationAuthority' 'cn: CA' \
+      "cACertificate;binary:< file://$PWD/www/ca.crl" "authorityRevocationList;binary:< file://$PWD/www/ca.crl" \
+      "certificateRevocationList;binary:< file://$PWD/www/ca.crl" >ca.ldif
+    /usr/sbin/slapadd -f slapd.conf -l ca.ldif
     for _ in 1 2; do
-      openssl ocsp -issuer ca.pem -cert good.pem -url "http://127.0.0.1:$port" -respout good.resp -no_nonce
+      openssl ocsp -issuer ca.pem -cert good.pem -url "$responder" -respout good.resp -no_nonce
     done
   } >log 2>&1
 }
@@ -56,6 +69,7 @@ teardown_file() { kill $(<"$BATS_FILE_TMPDIR/pids") 2>/dev/null || true; }
 
 @test "chain verify: revocation from servers, from the database, and given" {
   load support
+  ldap=ldap://$(grep -o '127.0.0.1:[0-9]*' listed.cnf)
   # shellcheck disable=SC2034
   verify='kxcert chain verify --trust ca.pem' fetch='--fetch --allow-private'
   play revocation

@@ -1,4 +1,5 @@
 // What is decided about revocation, by what is at hand and what is to be had: tests/data/revocation.
+#include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/store/CrlDB.h"
 #include "support/revocationWorld.h"
 #include "support/script.h"
@@ -16,6 +17,8 @@ TEST_P(RevocationCases, AreDecided) {
   script.On("world", [&] {
     remove_crl_cache_db();
     sxCRLCache_set_dbpath(folder.Path().c_str());
+    IntermediateCA_db_remove();
+    IntermediateCA_db_set_path(folder.Path().c_str());
     world.reset();
     world = std::make_unique<RevocationWorld>();
   });
@@ -25,11 +28,16 @@ TEST_P(RevocationCases, AreDecided) {
   script.On("crl", [&](const std::string &name, const std::string &ca, const Words &words) { world->Crl(name, ca, words); });
   script.On("serve", [&](const std::string &url, const std::string &crl) { world->Serve(url, crl); });
   script.On("push", [&](const std::string &crl) { world->Push(crl); });
+  script.On("store", [&](const std::string &cert) {
+    const sxCert &stored = *world->Of(cert).Get();
+    g_IntermediateCA_db.Store(*stored.Subject(), &stored, stored.notAfter());
+  });
   script.On("check", [&](const Words &words) { return OnOneLine(world->Check(words)); });
   script.On("asked", [&] { return world->Asked(); });
   script.On("forget", [&] { sxRevocation_Remove(), sxRevocation_Install({}); });
   script.On("later", [&](int days) { world->clock.Set(kTestNow + days * kTestDay); });
   script.Run(GetParam());
+  IntermediateCA_db_remove();
 }
 
 INSTANTIATE_TEST_SUITE_P(Trust, RevocationCases,

@@ -1,6 +1,7 @@
 #include "certFacts.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/serialNumber.h"
@@ -35,6 +36,10 @@ const char *NameOf(const CodeName (&table)[kRows], int code) {
     if (row.code == code) return row.name;
   }
   return "unknown";
+}
+
+std::string SignatureText(int family, int digest) {
+  return std::string(NameOf(kAlgorithms, family)) + " with " + NameOf(kDigests, digest);
 }
 
 constexpr int kNumKeyUsages = 9;  // bits that KeyusageStr knows
@@ -76,6 +81,11 @@ std::string NumberText(const sxAsnInt &number) {
   return "-" + HexOf(magnitude.data(), magnitude.size());
 }
 
+std::string NumberText(std::span<const unsigned char> content) {
+  const std::unique_ptr<sxAsnInt> number(AsnIntFromBuf(content.data(), static_cast<int>(content.size())));
+  return number != nullptr ? NumberText(*number) : "(none)";
+}
+
 std::string SerialText(const sxCert &cert) {
   return cert.SerialNum() == nullptr ? "(none)" : NumberText(*cert.SerialNum());
 }
@@ -91,13 +101,11 @@ std::string ValidityText(const sxCert &cert) {
 }
 
 std::string SignatureText(const sxCert &cert) {
-  return std::string(NameOf(kAlgorithms, cert.signatureSignAlgorithm())) + " with " +
-         NameOf(kDigests, cert.signatureHashAlgorithm());
+  return SignatureText(cert.signatureSignAlgorithm(), cert.signatureHashAlgorithm());
 }
 
 std::string SignatureText(const sxAsnOid &oid) {
-  const int family = AlgType_By_SignOID(oid), digest = MdType_By_SignOID(oid);
-  return std::string(NameOf(kAlgorithms, family)) + " with " + NameOf(kDigests, digest);
+  return SignatureText(AlgType_By_SignOID(oid), MdType_By_SignOID(oid));
 }
 
 std::string KeyIdText(const sxExtKeyID *keyId) {

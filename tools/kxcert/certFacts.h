@@ -3,6 +3,7 @@
 #ifndef KXCERT_TOOLS_KXCERT_CERTFACTS_H_
 #define KXCERT_TOOLS_KXCERT_CERTFACTS_H_
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ class sxExtKeyID;
 
 std::string NameText(const sxDN *dn);            ///< the ASCII form; a word in brackets without one
 std::string NumberText(const sxAsnInt &number);  ///< hexadecimal; of a negative one "-" and the magnitude
+std::string NumberText(std::span<const unsigned char> content);  ///< of an INTEGER
 std::string SerialText(const sxCert &cert);
 bool IsNegative(const sxAsnInt &number);
 void Negate(std::vector<unsigned char> &octets);  ///< in two's complement

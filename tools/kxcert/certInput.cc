@@ -78,6 +78,13 @@ std::vector<FoundCert> ReadCerts(const std::string &path, Report &report) {
   return certs;
 }
 
+FoundCert ReadOneCert(const std::string &path, Report &report) {
+  std::vector<FoundCert> found = ReadCerts(path, report);
+  if (found.size() == 1) return std::move(found.front());
+  if (found.size() > 1) report.Problem(kExitInputError, InputName(path), "several certificates; one is needed");
+  return {};
+}
+
 std::vector<FoundCert> ReadTrust(const std::vector<std::string> &paths, Report &report) {
   std::vector<FoundCert> certs;
   std::set<std::string_view> seen;  // views of the certificates' own octets

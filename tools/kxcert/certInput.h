@@ -24,6 +24,8 @@ struct FoundCert {
 /// Every certificate of one file. What else is in the file is a note; what cannot be read, or a file
 /// without certificates, is a problem.
 std::vector<FoundCert> ReadCerts(const std::string &path, Report &report);
+/// The only one of a file. @return none: a problem, which has been told
+FoundCert ReadOneCert(const std::string &path, Report &report);
 
 /// The same for trust anchors, from a file or a folder. In a folder what is no certificate is passed
 /// over, with one note that counts it. Equal certificates are kept once.

@@ -91,7 +91,7 @@ std::string HelpOf(const Decision &decision, const sxFinding *deciding) {
   if (verdict.code == sxValidation_expired && cert != nullptr && cert->notAfter() >= kFirstClampedSec) {
     return "Ask about an earlier time: dates after 2037 count as 1 January 2038.";
   }
-  if (IsStatusUnknown(verdict.code)) {
+  if (sxRevocation_IsUnknown(verdict.code)) {
     return "See below what was looked at; bring a CRL with --crl or an answer with --ocsp-response, or let them be "
            "fetched with --fetch.";
   }
@@ -146,7 +146,7 @@ std::string RevocationText(const Decision &decision) {
   if (!decision.asksRevocation) return kNotAsked;
   if (verdict.code == sxValidation_OK) return "looked into; nothing was revoked";
   if (verdict.code == sxValidation_revoked) return "revoked";
-  return IsStatusUnknown(verdict.code) ? "NOT KNOWN" : "not looked into: something else decided before";
+  return sxRevocation_IsUnknown(verdict.code) ? "NOT KNOWN" : "not looked into: something else decided before";
 }
 
 void PrintVerdict(const Decision &decision, Report &report) {
@@ -299,7 +299,7 @@ void Run(const Options &options, Report &report) {
   if (decision.judged.verdict.code != sxValidation_OK && !isWhole) {
     return report.Problem(kExitInputError, "", "no verdict: not all records could be read");
   }
-  decision.isLetPass = options.revocation.softFail && IsStatusUnknown(decision.answer.code);
+  decision.isLetPass = options.revocation.softFail && sxRevocation_IsUnknown(decision.answer.code);
   if (decision.answer.code != sxValidation_OK && !decision.isLetPass) report.Worsen(kExitNo);
   FillDocument(decision, given, report.Document());
   PrintVerdict(decision, report);

@@ -9,6 +9,7 @@
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/keyCodes.h"
+#include "report.h"
 #include "timeText.h"
 #include "unknownParts.h"
 #include "visibleText.h"
@@ -20,27 +21,14 @@ constexpr int kNumReasonFlags = 9;
 // The bits of ReasonFlags have the names of CRLReason, but no gap (RFC 5280, 5.3.1 and 4.2.1.13).
 int ReasonOfFlag(int bit) { return bit <= sxCrlReason_certificateHold ? bit : bit + 2; }
 
-std::string SerialTextOf(const sxRevokedEntry &entry) {
-  const std::unique_ptr<sxAsnInt> serial(AsnIntFromBuf(entry.serial, entry.serialLen));
-  return serial == nullptr ? "(none)" : NumberText(*serial);
-}
-
-std::string OidTextOf(const unsigned char *content, int len) {
-  sxAsnOid oid;
-  oid.Set(content, len);
-  return OidText(oid);
+std::string SerialOf(const sxRevokedEntry &entry) {
+  return NumberText({entry.serial, static_cast<size_t>(entry.serialLen)});
 }
 
 std::string IssuerText(const sxRevokedEntry &entry) {
   if (entry.certIssuer == nullptr) return entry.isIssuerUnreadable ? "(an issuer that cannot be read)" : "";
   const sxDN issuer(entry.certIssuer, entry.certIssuerLen);
   return NameText(&issuer);
-}
-
-Facts ListOf(const std::vector<std::string> &texts) {
-  auto list = Facts::array();
-  for (const std::string &text : texts) list.push_back(text);
-  return list;
 }
 
 std::vector<std::string> SomeReasons(const sxIssuingDP &scope) {
@@ -53,13 +41,10 @@ std::vector<std::string> SomeReasons(const sxIssuingDP &scope) {
 
 Facts ScopeFacts(const sxCRL &crl) {
   const sxIssuingDP &scope = *crl.IssuingDP();
-  return {{"names", ListOf(NameTexts(crl.ScopeNames()))},
-          {"onlyUserCerts", scope.OnlyUserCerts()},
-          {"onlyCACerts", scope.OnlyCACerts()},
-          {"onlyAttributeCerts", scope.OnlyAttributeCerts()},
-          {"indirect", scope.IndirectCRL()},
-          {"onlySomeReasons", scope.HasOnlySomeReasons()},
-          {"reasons", ListOf(SomeReasons(scope))}};
+  return {{"names", NameTexts(crl.ScopeNames())}, {"onlyUserCerts", scope.OnlyUserCerts()},
+          {"onlyCACerts", scope.OnlyCACerts()},   {"onlyAttributeCerts", scope.OnlyAttributeCerts()},
+          {"indirect", scope.IndirectCRL()},      {"onlySomeReasons", scope.HasOnlySomeReasons()},
+          {"reasons", SomeReasons(scope)}};
 }
 
 Facts TimeFacts(int64_t seconds) { return {{"seconds", seconds}, {"text", CrlTimeText(seconds)}}; }
@@ -123,8 +108,15 @@ std::vector<std::string> LimitsOf(const sxCRL &crl) {
   return limits;
 }
 
+bool TellLimits(const sxCRL &crl, const std::string &label, Report &report) {
+  const std::vector<std::string> limits = LimitsOf(crl);
+  for (const std::string &limit : limits) report.Line(label + limit);
+  report.Document()["limits"] = limits;
+  return !limits.empty();
+}
+
 std::string EntryText(const sxRevokedEntry &entry) {
-  std::string text = SerialTextOf(entry) + "  " + CrlTimeText(entry.revokedSec);
+  std::string text = SerialOf(entry) + "  " + CrlTimeText(entry.revokedSec);
   if (const std::string reason = ReasonText(entry.reason); !reason.empty()) text += "  " + reason;
   if (entry.hasInvalidityDate) text += "  invalid since " + CrlTimeText(entry.invaliditySec);
   if (const std::string issuer = IssuerText(entry); !issuer.empty()) text += "  of " + issuer;
@@ -132,12 +124,12 @@ std::string EntryText(const sxRevokedEntry &entry) {
 }
 
 Facts EntryFacts(const sxRevokedEntry &entry) {
-  Facts facts = {{"serial", SerialTextOf(entry)}, {"revoked", TimeFacts(entry.revokedSec)}};
+  Facts facts = {{"serial", SerialOf(entry)}, {"revoked", TimeFacts(entry.revokedSec)}};
   if (entry.reason != sxCrlReason_none) facts["reason"] = ReasonText(entry.reason);
   if (entry.hasInvalidityDate) facts["invaliditySince"] = TimeFacts(entry.invaliditySec);
   if (const std::string issuer = IssuerText(entry); !issuer.empty()) facts["certificateIssuer"] = issuer;
   if (entry.unknownCritical != nullptr) {
-    facts["unknownCritical"] = OidTextOf(entry.unknownCritical, entry.unknownCriticalLen);
+    facts["unknownCritical"] = OidText({entry.unknownCritical, static_cast<size_t>(entry.unknownCriticalLen)});
   }
   return facts;
 }
@@ -154,9 +146,9 @@ Facts CrlFacts(const sxCRL &crl) {
   if (crl.DeltaBase() != nullptr) facts["deltaBase"] = NumberText(*crl.DeltaBase());
   if (crl.AuthorityKeyId() != nullptr) facts["authorityKeyId"] = KeyIdText(crl.AuthorityKeyId());
   if (crl.IssuingDP() != nullptr) facts["issuingDistributionPoint"] = ScopeFacts(crl);
-  if (crl.FreshestCRL() != nullptr) facts["freshestCRL"] = ListOf(NameTexts(crl.FreshestCRL()->Names()));
+  if (crl.FreshestCRL() != nullptr) facts["freshestCRL"] = NameTexts(crl.FreshestCRL()->Names());
   if (crl.UnknownListExt() != nullptr) facts["unknownExtension"] = OidText(*crl.UnknownListExt());
   if (crl.UnknownEntryExt() != nullptr) facts["unknownEntryExtension"] = OidText(*crl.UnknownEntryExt());
-  facts["limits"] = ListOf(LimitsOf(crl));
+  facts["limits"] = LimitsOf(crl);
   return facts;
 }

@@ -9,6 +9,7 @@
 
 #include "facts.h"
 
+class Report;
 class sxCRL;
 class sxGeneralNames;
 struct sxRevokedEntry;
@@ -21,6 +22,9 @@ std::vector<std::string> NameTexts(const sxGeneralNames &names);  ///< one for e
 /// What an answer of this CRL does not cover, a sentence each: a delta, some certificates, some reasons, other issuers,
 /// what was not understood. Empty for a complete CRL.
 std::vector<std::string> LimitsOf(const sxCRL &crl);
+
+/// A line for each, behind the label, and all as "limits" of the document. @return whether there are any
+bool TellLimits(const sxCRL &crl, const std::string &label, Report &report);
 
 std::string EntryText(const sxRevokedEntry &entry);  ///< one line
 Facts EntryFacts(const sxRevokedEntry &entry);

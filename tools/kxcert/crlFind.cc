@@ -72,13 +72,8 @@ void Run(const Options &options, Report &report) {
   }
   FindSerials(options, *found.crl, issuer ? &*issuer : nullptr, report);
   for (const std::string &file : options.certs) FindCerts(file, *found.crl, report);
-  auto limits = Facts::array();
-  for (const std::string &limit : LimitsOf(*found.crl)) {
-    report.Line("note: the CRL " + limit);
-    limits.push_back(limit);
-  }
-  if (!limits.empty()) report.Line("note: so \"not in the list\" does not mean that a certificate is good");
-  report.Document()["limits"] = std::move(limits);
+  const bool isLimited = TellLimits(*found.crl, "note: the CRL ", report);
+  if (isLimited) report.Line("note: so \"not in the list\" does not mean that a certificate is good");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // kxcert crl new: makes a CRL, from nothing or from an older one, and signs it.
 #include <algorithm>
-
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -161,12 +160,9 @@ void Write(const sxCRL &crl, const Options &options, Report &report) {
 }
 
 void Run(const Options &options, Report &report) {
-  const std::vector<FoundCert> issuers = ReadCerts(options.issuer, report);
-  if (issuers.empty()) return;
-  if (issuers.size() > 1) {
-    return report.Problem(kExitInputError, InputName(options.issuer), "several certificates; one is needed");
-  }
-  const sxCert &issuer = *issuers.front().cert;
+  const FoundCert found = ReadOneCert(options.issuer, report);
+  if (found.cert == nullptr) return;
+  const sxCert &issuer = *found.cert;
   const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report);
   if (key.key == nullptr) return;
   if (sxPubKey_Equal(issuer.PubKey(), key.key.get()) == 0) {

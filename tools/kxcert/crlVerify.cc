@@ -73,25 +73,17 @@ void CheckUnderstood(const sxCRL &crl, Statements &statements) {
 void Run(const Options &options, Report &report) {
   int64_t now = kxClock_Now();
   if (!options.at.empty()) ParseTime(options.at, &now);
-  const std::vector<FoundCert> issuers = ReadCerts(options.issuer, report);
-  if (issuers.empty()) return;
-  if (issuers.size() > 1) {
-    return report.Problem(kExitInputError, InputName(options.issuer), "several certificates; one is needed");
-  }
+  const FoundCert issuer = ReadOneCert(options.issuer, report);
+  if (issuer.cert == nullptr) return;
   const FoundCrl found = ReadOneCrl(options.file, report);
   if (found.crl == nullptr) return;
   Statements statements(report);
-  CheckIssuer(*found.crl, *issuers.front().cert, statements);
+  CheckIssuer(*found.crl, *issuer.cert, statements);
   CheckTimes(*found.crl, now, statements);
   CheckUnderstood(*found.crl, statements);
-  auto limits = Facts::array();
-  for (const std::string &limit : LimitsOf(*found.crl)) {
-    report.Line("note    it " + limit);
-    limits.push_back(limit);
-  }
   report.Document()["input"] = found.where;
   report.Document()["at"] = PrintTime(now);
-  report.Document()["limits"] = std::move(limits);
+  TellLimits(*found.crl, "note    it ", report);
   report.Document()["valid"] = statements.AllTrue();
   report.Verdict(statements.AllTrue(), statements.AllTrue() ? "valid CRL" : "not a valid CRL");
   if (!statements.AllTrue()) report.Worsen(kExitNo);

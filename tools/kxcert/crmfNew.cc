@@ -177,13 +177,10 @@ bool MakeTemplate(const Options &options, sxPubKey *key, sxCertTemplate &wanted,
 
 bool AddOldCert(const std::string &path, kxCRMF &crmf, Report &report) {
   if (path.empty()) return true;
-  const std::vector<FoundCert> certs = ReadCerts(path, report);
-  if (certs.empty()) return false;
-  if (certs.size() > 1) {
-    return report.Problem(kExitInputError, InputName(path), "several certificates; one is needed"), false;
-  }
-  if (crmf.AddOldCertIdControl(certs.front().cert.get()) == 0) return true;
-  report.Problem(kExitInputError, certs.front().where, "has no issuer that can be named");
+  const FoundCert old = ReadOneCert(path, report);
+  if (old.cert == nullptr) return false;
+  if (crmf.AddOldCertIdControl(old.cert.get()) == 0) return true;
+  report.Problem(kExitInputError, old.where, "has no issuer that can be named");
   return false;
 }
 

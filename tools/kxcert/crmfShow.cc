@@ -6,8 +6,6 @@
 #include "input.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/sxAsnBits.h"
-#include "kxcert/cert/inputBlocks.h"
-#include "kxcert/cert/loadFiles.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/enroll/crmfMessages.h"
 #include "kxcert/enroll/kxCRMF.h"
@@ -134,9 +132,9 @@ void ShowMessage(const std::string &where, std::span<const unsigned char> der, c
   facts["refusal"] = refusal;
 }
 
-void ShowBlock(const std::string &where, const sxInputBlock &block, const kxBinBuf &password, Report &report) {
-  if (block.error != nullptr) return report.Problem(kExitInputError, where, block.error);
-  const kxCrmfMessages found(block.octets.data(), static_cast<int>(block.octets.size()));
+void ShowBlock(const std::string &where, std::span<const unsigned char> octets, const kxBinBuf &password,
+               Report &report) {
+  const kxCrmfMessages found(octets.data(), static_cast<int>(octets.size()));
   if (found.Count() == 0) return report.Problem(kExitInputError, where, found.Error());
   std::string start = where;
   if (*found.Carrier() != '\0') start.append(" ").append(found.Carrier());
@@ -149,21 +147,6 @@ void ShowBlock(const std::string &where, const sxInputBlock &block, const kxBinB
   }
 }
 
-void ShowFile(const std::string &file, const kxBinBuf &password, Report &report) {
-  const std::string name = InputName(file);
-  kxBinBuf octets;
-  const std::string error = ReadOctets(file, octets);
-  if (!error.empty()) return report.Problem(kExitInputError, name, error);
-  sxInputBlocks blocks(octets.Data(), octets.Len());
-  bool any = false;
-  for (sxInputBlock block; blocks.Next(block); any = true) {
-    const sxLoadPlace place = {name.c_str(), block.number, 0, block.offset, block.line};
-    ShowBlock(VisibleLine(place.Text()), block, password, report);
-  }
-  if (!any) report.Problem(kExitInputError, name, "is empty");
-  TellPartsBesidePem(name, {octets.Data(), octets.Len()}, report);
-}
-
 void Run(const Options &options, Report &report) {
   report.Document()["messages"] = Facts::array();
   kxBinBuf password;
@@ -171,7 +154,10 @@ void Run(const Options &options, Report &report) {
     const std::string error = ReadSecret(options.password, password);
     if (!error.empty()) return report.Problem(kExitInputError, "", error);
   }
-  for (const std::string &file : options.files) ShowFile(file, password, report);
+  const auto show = [&](const std::string &where, std::span<const unsigned char> octets) {
+    ShowBlock(where, octets, password, report);
+  };
+  for (const std::string &file : options.files) ReadBlocks(file, report, show);
 }
 
 }  // namespace

@@ -53,6 +53,8 @@ Facts::Facts(std::initializer_list<Member> members) : m_kind(Kind::kObject) {
   }
 }
 
+Facts::Facts(const std::vector<std::string> &texts) : m_kind(Kind::kList), m_elements(texts.begin(), texts.end()) {}
+
 Facts Facts::array(std::initializer_list<Facts> elements) {
   Facts list;
   list.m_kind = Kind::kList;

@@ -26,6 +26,7 @@ class Facts {
   Facts(std::string_view text) : m_kind(Kind::kText), m_text(text) {}
   Facts(const std::string &text) : Facts(std::string_view(text)) {}
   Facts(const char *text) : Facts(std::string_view(text == nullptr ? "" : text)) {}
+  Facts(const std::vector<std::string> &texts);  ///< a list
   Facts(std::initializer_list<Member> members);  ///< an object
   static Facts array(std::initializer_list<Facts> elements = {});
   static Facts Parsed(const char *json);  ///< from the library's own documents

@@ -1,13 +1,13 @@
 #include "fetching.h"
 
-#include <string>
-
 #include "kxcert/fetch/fetch.h"
+#include "kxcert/trust/ocsp.h"
 #include "report.h"
 
-Fetching::Fetching(bool allowPrivate, Report &report) {
+Fetching::Fetching(bool allowPrivate, const std::vector<std::string> &ldapServers, Report &report) {
   kxFetchSettings settings;
   settings.allowPrivate = allowPrivate;
+  settings.ldapServers = ldapServers;
   settings.proxyFromEnvironment = true;
   std::string reason;
   m_service = kxFetchService::Make(settings, &reason);
@@ -16,6 +16,18 @@ Fetching::Fetching(bool allowPrivate, Report &report) {
   } else {
     kxFetcher_Set(m_service->Fetcher());
   }
+}
+
+OptionRow NonceRow(const char *name, int &nonce) {
+  return {name,
+          "off (the default), send, or require: refuse an OCSP response without it",
+          &nonce,
+          false,
+          nullptr,
+          {{"off", static_cast<int>(sxOcspNonce::kOff)},
+           {"send", static_cast<int>(sxOcspNonce::kSend)},
+           {"require", static_cast<int>(sxOcspNonce::kRequire)}},
+          "WHEN"};
 }
 
 Fetching::~Fetching() { kxFetcher_Set(nullptr); }

@@ -4,6 +4,10 @@
 #define KXCERT_TOOLS_KXCERT_FETCHING_H_
 
 #include <memory>
+#include <string>
+#include <vector>
+
+#include "verb.h"
 
 class kxFetchService;
 class Report;
@@ -11,8 +15,9 @@ class Report;
 class Fetching {
  public:
   /// @param allowPrivate  also from addresses of this machine and of private networks
+  /// @param ldapServers   that are asked for what is named without a server
   /// @param report        is told why there is none
-  Fetching(bool allowPrivate, Report &report);
+  Fetching(bool allowPrivate, const std::vector<std::string> &ldapServers, Report &report);
   ~Fetching();
   Fetching(const Fetching &) = delete;
   Fetching &operator=(const Fetching &) = delete;
@@ -20,5 +25,8 @@ class Fetching {
  private:
   std::unique_ptr<kxFetchService> m_service;
 };
+
+/// The option that says whether responses have to repeat what nobody knew before.
+OptionRow NonceRow(const char *name, int &nonce);
 
 #endif

@@ -94,6 +94,27 @@ void TellPartsBesidePem(const std::string &name, std::span<const unsigned char> 
   }
 }
 
+void ReadBlocks(const std::string &path, Report &report,
+                const std::function<void(const std::string &where, std::span<const unsigned char> octets)> &take) {
+  const std::string name = InputName(path);
+  kxBinBuf octets;
+  const std::string error = ReadOctets(path, octets);
+  if (!error.empty()) return report.Problem(kExitInputError, name, error);
+  sxInputBlocks blocks(octets.Data(), octets.Len());
+  bool any = false;
+  for (sxInputBlock block; blocks.Next(block); any = true) {
+    const sxLoadPlace place = {name.c_str(), block.number, 0, block.offset, block.line};
+    const std::string where = VisibleLine(place.Text());
+    if (block.error == nullptr) {
+      take(where, block.octets);
+    } else {
+      report.Problem(kExitInputError, where, block.error);
+    }
+  }
+  if (!any) report.Problem(kExitInputError, name, "is empty");
+  TellPartsBesidePem(name, {octets.Data(), octets.Len()}, report);
+}
+
 bool IsHarmless(const sxLoadItem &item) {
   switch (item.skip) {
     case sxLoadSkip::kLabel:

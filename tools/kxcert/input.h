@@ -3,6 +3,7 @@
 #ifndef KXCERT_TOOLS_KXCERT_INPUT_H_
 #define KXCERT_TOOLS_KXCERT_INPUT_H_
 
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -27,6 +28,11 @@ std::vector<PartBeside> PartsBesidePem(std::span<const unsigned char> input);
 
 /// Notes those parts that are no text: who joined files meant them to be read.
 void TellPartsBesidePem(const std::string &name, std::span<const unsigned char> input, Report &report);
+
+/// Every block of one file, with the place it came from. What cannot be read, a block that is none and an empty file are
+/// problems; parts beside PEM blocks are noted.
+void ReadBlocks(const std::string &path, Report &report,
+                const std::function<void(const std::string &where, std::span<const unsigned char> octets)> &take);
 
 /// Loads one file. @return false when the loader has no item about it; a problem is then reported
 bool LoadInput(const std::string &path, sxLoader &loader, Report &report);

@@ -153,7 +153,8 @@ void Run(const Options &options, Report &report) {
     if (!error.empty()) return report.Problem(kExitInputError, InputName(options.response), error);
   }
   std::optional<Fetching> fetching;
-  if (!judgesOnly && options.requestOut.empty()) fetching.emplace(options.allowPrivate, report);
+  if (!judgesOnly && options.requestOut.empty())
+    fetching.emplace(options.allowPrivate, std::vector<std::string>(), report);
   std::vector<sxOcspSubject> subjects;
   for (const FoundCert &asked : given.certs) {
     sxCert *const issuer = given.IssuerOf(*asked.cert);
@@ -184,15 +185,7 @@ Verb OcspAsk() {
            {"--responder", "a certificate whose responses are believed as well", &options->responder},
            {"--url", "responder to ask instead of those that a certificate names; may be repeated", &options->urls,
             false, CheckUrl},
-           {"--nonce",
-            "off (the default), send, or require: refuse a response without it",
-            &options->nonce,
-            false,
-            nullptr,
-            {{"off", static_cast<int>(sxOcspNonce::kOff)},
-             {"send", static_cast<int>(sxOcspNonce::kSend)},
-             {"require", static_cast<int>(sxOcspNonce::kRequire)}},
-            "WHEN"},
+           NonceRow("--nonce", options->nonce),
            {"--sha256", "name certificates by SHA-256 instead of SHA-1", &options->sha256},
            {"--request-out", "write the request to this file and ask nobody", &options->requestOut},
            {"--response", "judge the response in this file and ask nobody", &options->response},

@@ -21,21 +21,10 @@ constexpr const char *kCertStatuses[] = {"good", "revoked", "unknown"};
 
 std::string Hex(sxOcspOctets octets) { return HexOf(octets.data(), octets.size()); }
 
-std::string Oid(sxOcspOctets content) {
-  sxAsnOid oid;
-  oid.Set(content.data(), static_cast<int>(content.size()));
-  return OidText(oid);
-}
-
-std::string Number(sxOcspOctets content) {
-  const std::unique_ptr<sxAsnInt> number(AsnIntFromBuf(content.data(), static_cast<int>(content.size())));
-  return number != nullptr ? NumberText(*number) : "(none)";
-}
-
 void AddExtensions(std::span<const sxOcspExtension> extensions, FactLines &lines) {
   auto list = Facts::array();
   for (const sxOcspExtension &ext : extensions) {
-    const std::string oid = Oid(ext.oid), value = Hex(ext.value);
+    const std::string oid = OidText(ext.oid), value = Hex(ext.value);
     std::string text = oid;
     text.append(ext.critical ? ", critical: " : ": ").append(value);
     lines.AddAs("Extension", nullptr, text, nullptr);
@@ -46,8 +35,8 @@ void AddExtensions(std::span<const sxOcspExtension> extensions, FactLines &lines
 
 Facts TellSingle(const sxOcspSingle &single, Report &report) {
   FactLines lines(report, 2);
-  lines.Add("Serial Number", "serial", Number(single.serial));
-  lines.Add("Digest", "hashAlgorithm", Oid(single.hashAlgorithm));
+  lines.Add("Serial Number", "serial", NumberText(single.serial));
+  lines.Add("Digest", "hashAlgorithm", OidText(single.hashAlgorithm));
   lines.Add("Digest of the issuer's name", "issuerNameHash", Hex(single.issuerNameHash));
   lines.Add("Digest of the issuer's key", "issuerKeyHash", Hex(single.issuerKeyHash));
   lines.Add("Status", "status", kCertStatuses[static_cast<size_t>(single.status)]);
@@ -95,7 +84,7 @@ void TellResponse(const sxOcspResponse &response, Report &report, Facts &facts) 
   FactLines lines(report, 1);
   const auto status = static_cast<size_t>(response.status);
   lines.Add("Response Status", "responseStatus", status < std::size(kStatuses) ? kStatuses[status] : "not known");
-  if (response.status == 0) { lines.Add("Type", "type", response.basic ? "basic" : Oid(response.type)); }
+  if (response.status == 0) { lines.Add("Type", "type", response.basic ? "basic" : OidText(response.type)); }
   if (!response.basic) return facts.update(lines.All());
   if (!response.responderName.empty()) {
     const sxDN name(response.responderName.data(), static_cast<int>(response.responderName.size()));

@@ -1,10 +1,9 @@
 #include "revocationOptions.h"
 
+#include "crlInput.h"
 #include "dbFolder.h"
 #include "fetching.h"
 #include "input.h"
-#include "kxcert/cert/loadFiles.h"
-#include "kxcert/cert/pem.h"
 #include "kxcert/cert/sxCRLs.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/store/CrlDB.h"
@@ -21,15 +20,6 @@ struct ModeRow {
 };
 constexpr ModeRow kModes[] = {
     {kRevocation_crl, 1, 0}, {kRevocation_ocsp, 0, 2}, {kRevocation_any, 1, 1}, {kRevocation_both, 1, 2}};
-
-const char *SourceText(sxStatusSource source) {
-  switch (source) {
-    case sxStatusSource::kCrl: return "CRL";
-    case sxStatusSource::kDeltaCrl: return "delta CRL";
-    case sxStatusSource::kOcsp: return "OCSP";
-    default: return "no source";
-  }
-}
 
 const char *OriginText(sxStatusOrigin origin) {
   switch (origin) {
@@ -60,12 +50,16 @@ std::vector<OptionRow> RevocationRows(RevocationOptions &options) {
       {"--ocsp-response", "file with an OCSP response; may be repeated", &options.responses},
       {"--crl-db", "CRL database: CRLs are looked up there, and those that are fetched are kept", &options.database},
       {"--fetch", "fetch CRLs and ask OCSP responders where the certificates say that they are", &options.fetches},
+      {"--ldap-server", "ldap://HOST or ldaps://HOST to ask for what is named without a server; may be repeated",
+       &options.ldapServers},
+      NonceRow("--ocsp-nonce", options.ocspNonce),
       {"--allow-private", "also from addresses of this machine and of private networks", &options.allowPrivate},
       {"--soft-fail", "exit with 0 when only the status is not known", &options.softFail}};
 }
 
 const char *MissingForRevocation(const RevocationOptions &options) {
-  return options.allowPrivate && !options.fetches ? "--fetch" : nullptr;
+  const bool wantsFetch = options.allowPrivate || !options.ldapServers.empty();
+  return wantsFetch && !options.fetches ? "--fetch" : nullptr;
 }
 
 Revocation::Revocation() = default;
@@ -82,7 +76,9 @@ void Revocation::SetUp(const RevocationOptions &options, ValidateParams &params,
     if (row.mode != mode) continue;
     params.Set_crl_validation(row.crl);
     params.Set_ocsp_validation(row.ocsp);
-    m_isOn = sxRevocation_Install({}) == 0;
+    sxRevocationSettings settings;
+    settings.ocsp.nonce = static_cast<sxOcspNonce>(options.ocspNonce);
+    m_isOn = sxRevocation_Install(settings) == 0;
   }
   ReadCrls(options.crls, report);
   ReadResponses(options.responses, report);
@@ -91,26 +87,13 @@ void Revocation::SetUp(const RevocationOptions &options, ValidateParams &params,
     const std::optional<Db> db = FindDb(folder, true, report);
     if (db.has_value()) sxCRLCache_set_dbpath(db->parent.c_str());
   }
-  if (options.fetches) m_fetching = std::make_unique<Fetching>(options.allowPrivate, report);
+  if (options.fetches) m_fetching = std::make_unique<Fetching>(options.allowPrivate, options.ldapServers, report);
 }
 
 void Revocation::ReadCrls(const std::vector<std::string> &files, Report &report) {
   sxCRLs crls;
   for (const std::string &file : files) {
-    sxLoader loader(sxLoad_crls);
-    if (!LoadInput(file, loader, report)) continue;
-    bool any = false;
-    SkippedParts skipped(report);
-    for (const sxLoadItem &item : loader.Items()) {
-      if (item.crl == nullptr) {
-        skipped.Tell(item);
-        continue;
-      }
-      any = true;
-      sxCRL_Save(item.crl);
-      crls.Add(item.crl);
-    }
-    if (!any) report.Problem(kExitInputError, InputName(file), "no CRL in it");
+    for (FoundCrl &found : ::ReadCrls(file, report)) crls.Add(found.crl.release());
   }
   sxRevocation_Push(crls, sxCrlTo_memory);
 }
@@ -128,7 +111,7 @@ void Revocation::ReadResponses(const std::vector<std::string> &files, Report &re
 }
 
 std::string EvidenceText(const sxRevocationEvidence &said) {
-  std::string text = SourceText(said.source);
+  std::string text = sxStatusSource_GetString(said.source);
   if (!said.where.empty()) text += " from " + said.where;
   if (*OriginText(said.origin) != '\0') {
     text += std::string(" (") + OriginText(said.origin);
@@ -143,17 +126,4 @@ std::string EvidenceText(const sxRevocationEvidence &said) {
   if (!said.number.empty()) text += "; number " + said.number;
   if (!said.signer.empty()) text += "; signed by " + said.signer;
   return VisibleLine(text);
-}
-
-bool IsStatusUnknown(int code) {
-  switch (code) {
-    case sxValidation_noValidCRL:
-    case sxValidation_crlFetchFailed:
-    case sxValidation_crlNotRetrieved:
-    case sxValidation_crlNotYetValid:
-    case sxValidation_crlExpired:
-    case sxValidation_crlTooBig:
-    case sxValidation_unknownStatus: return true;
-    default: return false;
-  }
 }

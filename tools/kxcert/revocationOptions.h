@@ -28,7 +28,9 @@ struct RevocationOptions {
   std::vector<std::string> responses;
   std::string database;
   bool fetches = false;
+  std::vector<std::string> ldapServers;
   bool allowPrivate = false;
+  int ocspNonce = static_cast<int>(sxOcspNonce::kOff);
   bool softFail = false;
 };
 
@@ -61,8 +63,5 @@ class Revocation {
 
 /// One line about what was looked at: "CRL from http://... (network, 12 ms): good, until ...".
 std::string EvidenceText(const sxRevocationEvidence &said);
-
-/// The status is not known, and nobody says that the certificate was revoked: what --soft-fail lets pass.
-bool IsStatusUnknown(int code);
 
 #endif

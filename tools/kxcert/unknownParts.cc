@@ -35,6 +35,12 @@ std::string OidText(const sxAsnOid &oid) {
   return text;
 }
 
+std::string OidText(std::span<const unsigned char> content) {
+  sxAsnOid oid;
+  oid.Set(content.data(), static_cast<int>(content.size()));
+  return OidText(oid);
+}
+
 std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm) {
   std::string text = OidText(*algorithm.algorithm);
   const auto *value = algorithm.parameters == nullptr ? nullptr : algorithm.parameters->Value();

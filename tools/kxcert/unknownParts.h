@@ -4,6 +4,7 @@
 #ifndef KXCERT_TOOLS_KXCERT_UNKNOWNPARTS_H_
 #define KXCERT_TOOLS_KXCERT_UNKNOWNPARTS_H_
 
+#include <span>
 #include <string>
 
 #include "facts.h"
@@ -17,6 +18,7 @@ class sxExtensionsList;
 class SxStream;
 
 std::string OidText(const sxAsnOid &oid);  ///< dotted decimal
+std::string OidText(std::span<const unsigned char> content);
 /// The identifier, and the one among its parameters when they are one: a named curve.
 std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm);
 /// "" for a signature that the library knows, else its algorithm.

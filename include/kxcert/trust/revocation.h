@@ -32,6 +32,7 @@
 #include <vector>
 
 #include "kxcert/trust/ValidateParams.h"
+#include "kxcert/trust/ocsp.h"
 #include "kxcert/trust/sxValidation.h"
 
 class sxCerts;
@@ -53,6 +54,7 @@ struct sxRevocationSettings {
   size_t maxFetchedLen = 128U << 20;  ///< of one that is fetched; the parameters may say less
   int fetchTimeoutMs = 30000;
   int undatedSec = 86400;    ///< a CRL without nextUpdate is asked for again after that long
+  sxOcspPolicy ocsp;         ///< of what is asked, and of what is believed
   int diskKeepSec = 604800;  ///< on disk beyond nextUpdate, so that a refusal can say what was there
 };
 
@@ -102,6 +104,11 @@ struct sxRevocationVerdict {
   int level = -1;                              ///< of the certificate that decided; -1 when all are good
   std::vector<sxRevocationEvidence> evidence;  ///< the end entity's first, each in the order of asking
 };
+
+KXCERT_EXPORT const char *sxStatusSource_GetString(sxStatusSource source);  ///< "CRL", "no source"
+
+/// Whether it is one of the table's codes but "revoked": the status of a certificate was not to be had.
+KXCERT_EXPORT bool sxRevocation_IsUnknown(int code);
 
 /// Installs the functions of sxCertValidate_SetRevocationFunc and -SetPushCRLsFunc, and switches sxPKobj::UseMutex()
 /// on: from now on certificates and roots are held by more than one thread. May be called again with other settings.

@@ -3,6 +3,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "trust/revocation/statusPolicy.h"
+#include "trust/statusCodes.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ class LevelJudge {
     for (const sxStatusSource source : m_policy.sources) {
       const CertStatus status = Ask(source, level);
       if (status.state != CertStatus::kUnknown) return status;
-      worst.code = WorseCode(worst.code, status.code);
+      worst.code = sxWorseStatus(worst.code, status.code);
       worst.isSaid = worst.isSaid || status.isSaid;
     }
     return worst;
@@ -59,7 +60,7 @@ class LevelJudge {
       isPending = isPending || status.state == CertStatus::kPending;
       if (status.state != CertStatus::kUnknown) continue;
       const bool isFirst = all.state != CertStatus::kUnknown;
-      all = {CertStatus::kUnknown, isFirst ? status.code : WorseCode(all.code, status.code),
+      all = {CertStatus::kUnknown, isFirst ? status.code : sxWorseStatus(all.code, status.code),
              all.isSaid || status.isSaid};
     }
     if (isPending) all.state = CertStatus::kPending;
@@ -86,7 +87,7 @@ ChainStatus JudgeChain(const RevocationPath &path, const CrlMemory &memory, cons
   }
   std::vector<sxRevocationEvidence> *const evidence = wantsEvidence ? &verdict.evidence : nullptr;
   CrlJudge crls(path, memory, known.crls, settings, &needs->crls, evidence);
-  OcspStatus ocsp(path, known.ocsp, crls, &needs->ocspLevels, evidence);
+  OcspStatus ocsp(path, known.ocsp, crls, settings.ocsp, &needs->ocspLevels, evidence);
   LevelJudge judge(path, policy, crls, ocsp);
   // The first that is revoked decides, then the first that is not known.
   for (int level = 0; level <= path.Top(); ++level) {

@@ -1,40 +1,23 @@
 #include "trust/revocation/crlJudge.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "cert/serialText.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/clock.h"
+#include "platform/owned.h"
+#include "trust/nameText.h"
+#include "trust/statusCodes.h"
 
 namespace {
 
 // A CRL up to this size is verified where it is judged: that takes well below a millisecond.
 constexpr unsigned int kMaxVerifiedAtOnce = 65536;
 constexpr size_t kMaxDeltaPlaces = 8;
+constexpr char kExpired[] = "it has expired";
 constexpr int kMaxRounds = 9;  // a CRL for each reason, and one more
-
-// The order of the table in revocation.h, the worst first.
-constexpr sxValidationRC kCodes[] = {
-    sxValidation_revoked,   sxValidation_crlFetchFailed, sxValidation_crlNotYetValid,  sxValidation_crlExpired,
-    sxValidation_crlTooBig, sxValidation_noValidCRL,     sxValidation_crlNotRetrieved, sxValidation_unknownStatus,
-};
-
-std::string NameOf(const sxDN *dn) {
-  const char *text = dn != nullptr ? dn->GetStr_ascii() : nullptr;
-  return text != nullptr ? text : "";
-}
-
-std::string TextOf(const sxGeneralName &place) {
-  if (place.GetType() == sxGN_dn) return NameOf(place.GetDN());
-  const sxString text = place.GetStr();
-  std::string shown(text.getstr() != nullptr ? text.getstr() : "", static_cast<size_t>(text.length()));
-  std::ranges::replace_if(
-      shown, [](char c) { return c < ' ' || c > '~'; }, '?');
-  return shown;
-}
 
 // Grace periods are the library's where the parameters say nothing: the process's before, none after.
 int64_t StartGrace(const ValidateParams &params) {
@@ -44,11 +27,6 @@ int64_t StartGrace(const ValidateParams &params) {
 int64_t EndGrace(const ValidateParams &params) { return std::max(params.Crl_end_grace(), 0); }
 
 }  // namespace
-
-sxValidationRC WorseCode(sxValidationRC a, sxValidationRC b) {
-  return std::find(std::begin(kCodes), std::end(kCodes), a) < std::find(std::begin(kCodes), std::end(kCodes), b) ? a
-                                                                                                                 : b;
-}
 
 // RFC 5280, 6.3.3: point after point, until all reasons are covered or it is revoked; then what is at hand of the
 // issuer without any point.
@@ -70,25 +48,34 @@ CertStatus CrlJudge::Judge(const sxCert &cert, int level) {
                                   : CertStatus{CertStatus::kUnknown, m_code};
 }
 
+template <class Use>
+void CrlJudge::ForEachAt(const CrlPlace &place, SeenSets *seen, const Use &use) const {
+  const std::shared_ptr<const CrlSet> &set = seen->emplace_back(m_memory.Find(place.key));
+  for (size_t i = 0; set != nullptr && i < set->crls.size(); ++i) {
+    // Counted with the set, which is this thread's own: the CRL's own count is one for all threads.
+    use(Candidate{{set, set->crls[i].get()}, set->origin, &place, IsFresh(set->crls[i]->Crl(), set.get())});
+  }
+}
+
 // Of what is at hand for a point the newest counts, so that an old CRL which somebody brought displaces none. CRLs of
 // some reasons are taken one after the other, as a directory may hold several.
 void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
   for (int round = 0; round < kMaxRounds && !m_isRevoked && m_covered != kAllReasons; ++round) {
     m_isTold = round > 0;
-    Usable best;
+    Found found;
     const sxGeneralName *const named = point.point.crlIssuer.GetFirstOfType(sxGN_dn);
     for (const Candidate &pushed : PushedBy(named != nullptr ? *named->GetDN() : *m_cert->Issuer(), false)) {
-      LookAt(pushed, point.point, &best);
+      LookAt(pushed, point.point, &found);
     }
     SeenSets seen;
     for (const CrlPlace &place : point.places) {
-      for (const Candidate &candidate : At(place, &seen)) LookAt(candidate, point.point, &best);
+      ForEachAt(place, &seen, [&](const Candidate &candidate) { LookAt(candidate, point.point, &found); });
     }
     if (round == 0) TellFailures(point.places, sxStatusSource::kCrl);
-    const bool mayAsk = !isImplied && round == 0 && !best.from.isFresh;
+    const bool mayAsk = !isImplied && round == 0 && !found.best.from.isFresh;
     if (mayAsk && AskAny(point.places, sxStatusSource::kCrl, seen)) break;
-    if (best.signer == nullptr) break;
-    Take(best);
+    const bool isLate = found.best.signer == nullptr;
+    if (!Take(isLate ? found.late : found.best, isLate)) break;
   }
   m_isTold = false;
 }
@@ -99,15 +86,6 @@ bool CrlJudge::AskAny(const std::vector<CrlPlace> &places, sxStatusSource kind, 
     if (Ask(places[i], kind, seen[i])) return true;
   }
   return false;
-}
-
-std::vector<CrlJudge::Candidate> CrlJudge::At(const CrlPlace &place, SeenSets *seen) const {
-  const std::shared_ptr<const CrlSet> &set = seen->emplace_back(m_memory.Find(place.key));
-  std::vector<Candidate> found;
-  for (size_t i = 0; set != nullptr && i < set->crls.size(); ++i) {
-    found.push_back({set->crls[i], set->origin, &place, IsFresh(set->crls[i]->Crl(), set.get())});
-  }
-  return found;
 }
 
 std::vector<CrlJudge::Candidate> CrlJudge::PushedBy(const sxDN &issuer, bool isDelta) const {
@@ -129,7 +107,7 @@ bool CrlJudge::Ask(const CrlPlace &place, sxStatusSource kind, const std::shared
   const CrlAnswer &answer = known->second;
   if (!answer.isDone) return m_isPending = true;
   if (answer.code == sxValidation_OK) return false;  // what came was looked at
-  if (kind == sxStatusSource::kCrl) m_code = WorseCode(m_code, answer.code);
+  if (kind == sxStatusSource::kCrl) m_code = sxWorseStatus(m_code, answer.code);
   return false;
 }
 
@@ -144,7 +122,7 @@ void CrlJudge::TellFailures(const std::vector<CrlPlace> &places, sxStatusSource 
     said.level = m_level;
     said.source = kind;
     said.origin = answer.origin;
-    said.where = TextOf(place.name);
+    said.where = sxPlaceText(place.name);
     said.outcome = answer.reason;
     said.costMs = answer.costMs;
   }
@@ -165,21 +143,36 @@ const char *CrlJudge::TimeMisfit(const sxCRL &crl, sxValidationRC *code) const {
   if (params.Check_this_upd() && nowSec < crl.ThisUpdate() - StartGrace(params)) return "it is not valid yet";
   *code = sxValidation_crlExpired;
   const bool isLate = crl.HasNextUpdate() && nowSec > crl.NextUpdate() + EndGrace(params);
-  return params.Check_next_upd() && isLate ? "it has expired" : nullptr;
+  return params.Check_next_upd() && isLate ? kExpired : nullptr;
 }
 
 // Whose key verifies it: nearly always the issuer's of the certificate.
 const sxCert *CrlJudge::SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why) {
   *why = "nobody who is trusted here signed it";
   if (wanted != nullptr) return TrySigner(candidate, *wanted, why);
-  const sxDN &name = *candidate.crl->Crl().Issuer();
   const sxCert *const issuer = m_path.IssuerOf(m_level);
-  const bool isNamed = issuer != nullptr && issuer->Subject() != nullptr && issuer->Subject()->Equal(name);
-  if (isNamed && TrySigner(candidate, *issuer, why) != nullptr) return issuer;
+  if (issuer != nullptr && TrySigner(candidate, *issuer, why) != nullptr) return issuer;
+  const sxDN &name = *candidate.crl->Crl().Issuer();
   for (const RevocationPath::Signer &signer : m_path.Named(name, m_level)) {
     if (TrySigner(candidate, *signer.cert, why) != nullptr && IsSignerGood(signer, why)) return signer.cert;
   }
-  return nullptr;
+  return KnownSigner(*candidate.crl, name, why);
+}
+
+// Who verified it before, on a path that had more certificates, when this path's issued that one as well.
+const sxCert *CrlJudge::KnownSigner(const HeldCrl &crl, const sxDN &name, const char **why) {
+  const sxOctetView octets = crl.Signer();
+  if (octets.empty()) return nullptr;
+  const auto isIt = [octets](const auto &known) { return sxEqual({known->GetBuf(), known->BufLen()}, octets); };
+  auto cert = std::ranges::find_if(m_known, isIt);
+  if (cert == m_known.end()) {
+    std::shared_ptr<const sxCert> read(sxCert_Decode(octets.data(), sxLen(octets)), sxFreeBy<sxCert_Free>());
+    if (read == nullptr) return nullptr;
+    cert = m_known.insert(m_known.end(), std::move(read));
+  }
+  if ((*cert)->Subject() == nullptr || !(*cert)->Subject()->Equal(name)) return nullptr;
+  const std::optional<int> above = m_path.LevelAbove(**cert, m_level);
+  return above.has_value() && IsSignerGood({cert->get(), *above}, why) ? cert->get() : nullptr;
 }
 
 // RFC 5280, 6.3.3 (f): the path of who signed a CRL has to be valid, so the signer must not be revoked. The path's own
@@ -207,6 +200,7 @@ const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &sign
   const HeldCrl &crl = *candidate.crl;
   const HeldCrl::Known known = crl.IsFrom(signer);
   if (known != HeldCrl::Known::kNotAsked) return known == HeldCrl::Known::kYes ? &signer : nullptr;
+  if (signer.Subject() == nullptr || !signer.Subject()->Equal(*crl.Crl().Issuer())) return nullptr;
   if (crl.Crl().BufLen() <= kMaxVerifiedAtOnce) return crl.Verify(signer) ? &signer : nullptr;
   const std::string key = "verify " + std::to_string(reinterpret_cast<uintptr_t>(&crl)) + " " + std::to_string(m_level);
   const auto asked = m_answers.find(key);
@@ -217,7 +211,7 @@ const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &sign
   return nullptr;
 }
 
-void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Usable *best) {
+void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Found *found) {
   const sxCRL &crl = candidate.crl->Crl();
   const sxStatusSource kind = sxStatusSource::kCrl;
   if (crl.IsDelta()) return Refuse(candidate, kind, sxValidation_noValidCRL, "it only updates another CRL");
@@ -229,14 +223,28 @@ void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Usab
     return Refuse(candidate, kind, sxValidation_crlTooBig, "it is larger than the parameters allow");
   }
   sxValidationRC code = sxValidation_OK;
-  if (const char *misfit = TimeMisfit(crl, &code)) return Refuse(candidate, kind, code, misfit);
+  const char *const misfit = TimeMisfit(crl, &code);
+  const bool isLate = misfit != nullptr && code == sxValidation_crlExpired && m_settings.useDeltas;
+  if (misfit != nullptr && !isLate) return Refuse(candidate, kind, code, misfit);
   const char *why = nullptr;
   const sxCert *const signer = SignerOf(candidate, nullptr, &why);
   if (signer == nullptr && m_isOfSigner && candidate.crl->IsFrom(*m_cert) == HeldCrl::Known::kYes) return;
   if (signer == nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, why);
-  const bool isBetter = best->signer == nullptr || (candidate.isFresh && !best->from.isFresh) ||
-                        (candidate.isFresh == best->from.isFresh && IsOlder(best->from.crl->Crl(), crl));
-  if (isBetter) *best = {candidate, signer, fit.reasons};
+  Keep({candidate, signer, fit.reasons}, found, isLate);
+}
+
+// The newest of its kind.
+void CrlJudge::Keep(const Usable &usable, Found *found, bool isLate) {
+  Usable &best = isLate ? found->late : found->best;
+  const Candidate &candidate = usable.from;
+  const bool isBetter = best.signer == nullptr || (candidate.isFresh && !best.from.isFresh) ||
+                        (candidate.isFresh == best.from.isFresh && IsOlder(best.from.crl->Crl(), candidate.crl->Crl()));
+  if (isLate) TellLate(isBetter ? best : usable);
+  if (isBetter) best = usable;
+}
+
+void CrlJudge::TellLate(const Usable &usable) {
+  if (usable.signer != nullptr) Refuse(usable.from, sxStatusSource::kCrl, sxValidation_crlExpired, kExpired);
 }
 
 // Where updates of a CRL are: as the certificate says, and as it says itself (RFC 5280, 4.2.1.15 and 5.2.6).
@@ -257,25 +265,30 @@ bool CrlJudge::FindDelta(const Usable &base, const std::vector<CrlPlace> &places
   for (const Candidate &pushed : PushedBy(*base.from.crl->Crl().Issuer(), true)) TakeDelta(pushed, base, best);
   SeenSets seen;
   for (const CrlPlace &place : places) {
-    for (const Candidate &candidate : At(place, &seen)) TakeDelta(candidate, base, best);
+    ForEachAt(place, &seen, [&](const Candidate &candidate) { TakeDelta(candidate, base, best); });
   }
   TellFailures(places, sxStatusSource::kDeltaCrl);
   return best->from.isFresh || !AskAny(places, sxStatusSource::kDeltaCrl, seen);
 }
 
 // RFC 5280, 6.3.3 (i) to (l). That an update is not to be had takes nothing from a CRL that is in its time.
-void CrlJudge::Take(const Usable &usable) {
+// @return false: there is none, it waits for its update, or is late and has none
+bool CrlJudge::Take(const Usable &usable, bool isLate) {
+  if (usable.signer == nullptr) return false;
   Usable delta;
   std::vector<CrlPlace> places;
   if (m_settings.useDeltas) places = DeltaPlaces(usable.from.crl->Crl());
-  if (m_settings.useDeltas && !FindDelta(usable, places, &delta)) return;
-  sxRevokedEntry entry;
-  const bool isUpdated = delta.signer != nullptr && delta.from.crl->Crl().FindEntry(*m_cert, &entry);
-  if (delta.signer != nullptr) Say(delta, sxStatusSource::kDeltaCrl, isUpdated ? &entry : nullptr);
-  const bool isListed = isUpdated || usable.from.crl->Crl().FindEntry(*m_cert, &entry);
-  Say(usable, sxStatusSource::kCrl, isListed && !isUpdated ? &entry : nullptr);
-  m_isRevoked = m_isRevoked || (isListed && entry.reason != sxCrlReason_removeFromCRL);
+  if (m_settings.useDeltas && !FindDelta(usable, places, &delta)) return false;
+  if (isLate && delta.signer == nullptr) return TellLate(usable), false;
+  sxRevokedEntry entry, update;
+  const bool isUpdated = delta.signer != nullptr && delta.from.crl->Crl().FindEntry(*m_cert, &update);
+  if (delta.signer != nullptr) Say(delta, sxStatusSource::kDeltaCrl, isUpdated ? &update : nullptr);
+  const bool isListed = usable.from.crl->Crl().FindEntry(*m_cert, &entry);
+  Say(usable, sxStatusSource::kCrl, isListed ? &entry : nullptr);
+  if (isUpdated) entry = update;
+  m_isRevoked = m_isRevoked || ((isListed || isUpdated) && entry.reason != sxCrlReason_removeFromCRL);
   m_covered |= usable.reasons;
+  return true;
 }
 
 void CrlJudge::TakeDelta(const Candidate &candidate, const Usable &base, Usable *best) {
@@ -301,7 +314,7 @@ sxRevocationEvidence CrlJudge::Describe(const Candidate &candidate, sxStatusSour
   if (crl.HasNextUpdate()) said.nextUpdateSec = crl.NextUpdate();
   if (crl.Number() != nullptr) said.number = sxSerialText(*crl.Number());
   if (candidate.place == nullptr) return said;
-  said.where = TextOf(candidate.place->name);
+  said.where = sxPlaceText(candidate.place->name);
   const auto answer = m_answers.find(candidate.place->key);
   if (answer == m_answers.end() || !answer->second.isDone) return said;
   said.origin = candidate.origin;  // it came for this question, or nothing newer did
@@ -311,7 +324,7 @@ sxRevocationEvidence CrlJudge::Describe(const Candidate &candidate, sxStatusSour
 
 // @param code  sxValidation_OK: it only would have said more
 void CrlJudge::Refuse(const Candidate &candidate, sxStatusSource kind, sxValidationRC code, const std::string &why) {
-  if (code != sxValidation_OK) m_code = WorseCode(m_code, code);
+  if (code != sxValidation_OK) m_code = sxWorseStatus(m_code, code);
   if (m_evidence == nullptr || m_isTold) return;
   m_evidence->push_back(Describe(candidate, kind));
   m_evidence->back().outcome = why;
@@ -321,7 +334,7 @@ void CrlJudge::Say(const Usable &usable, sxStatusSource kind, const sxRevokedEnt
   if (m_evidence == nullptr) return;
   sxRevocationEvidence said = Describe(usable.from, kind);
   said.says = true;
-  said.signer = NameOf(usable.signer->Subject());
+  said.signer = sxNameText(usable.signer->Subject(), "");
   const bool isRemoved = entry != nullptr && entry->reason == sxCrlReason_removeFromCRL;
   said.outcome = entry == nullptr ? "good" : isRemoved ? "not on hold any more" : "revoked";
   if (entry != nullptr && !isRemoved) {

@@ -44,9 +44,6 @@ struct CertStatus {
   bool isSaid = false;                               ///< of kUnknown: it is what a responder said
 };
 
-/// The worse of two codes, as the table of revocation.h has them.
-sxValidationRC WorseCode(sxValidationRC a, sxValidationRC b);
-
 class CrlJudge {
  public:
   /// All lent. @param evidence  null: none is wanted
@@ -77,17 +74,26 @@ class CrlJudge {
     ReasonMask reasons = 0;
   };
 
+  struct Found {
+    Usable best;
+    Usable late;  // past its nextUpdate: of use with an update that is not (RFC 5280, 5.2.4)
+  };
+
   void Cover(const CrlPoint &point, bool isImplied);
   /// @param seen  gets what memory had there, or null
-  std::vector<Candidate> At(const CrlPlace &place, SeenSets *seen) const;
+  template <class Use>
+  void ForEachAt(const CrlPlace &place, SeenSets *seen, const Use &use) const;
   std::vector<Candidate> PushedBy(const sxDN &issuer, bool isDelta) const;
-  void LookAt(const Candidate &candidate, const sxDistPoint &point, Usable *best);
+  void LookAt(const Candidate &candidate, const sxDistPoint &point, Found *found);
+  void TellLate(const Usable &usable);
+  void Keep(const Usable &usable, Found *found, bool isLate);
   std::vector<CrlPlace> DeltaPlaces(const sxCRL &crl) const;
   bool FindDelta(const Usable &base, const std::vector<CrlPlace> &places, Usable *best);
-  void Take(const Usable &usable);
+  bool Take(const Usable &usable, bool isLate);
   void TakeDelta(const Candidate &candidate, const Usable &base, Usable *best);
   const sxCert *SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why);
   bool IsSignerGood(const RevocationPath::Signer &signer, const char **why);
+  const sxCert *KnownSigner(const HeldCrl &crl, const sxDN &name, const char **why);
   const sxCert *TrySigner(const Candidate &candidate, const sxCert &signer, const char **why);
   bool Ask(const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen);
   void TellFailures(const std::vector<CrlPlace> &places, sxStatusSource kind);
@@ -105,8 +111,9 @@ class CrlJudge {
   std::vector<CrlNeed> *const m_needs;
   std::vector<sxRevocationEvidence> *const m_evidence;
 
-  bool m_isOfSigner = false;                       // what is judged signed a CRL itself
-  std::map<const sxCert *, CertStatus> m_signers;  // of the pool, that were judged
+  bool m_isOfSigner = false;                           // what is judged signed a CRL itself
+  std::vector<std::shared_ptr<const sxCert>> m_known;  // of KnownSigner
+  std::map<const sxCert *, CertStatus> m_signers;      // that are not of the path, and were judged
 
   // Of the certificate that is judged.
   const sxCert *m_cert = nullptr;

@@ -7,11 +7,13 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/platform/clock.h"
+#include "trust/nameText.h"
 #include "trust/revocation/crlScope.h"
 
 namespace {
 
 constexpr size_t kMaxPushed = 64;
+constexpr size_t kPushedPart = 4;  // of all octets
 
 bool IsRollBack(const CrlSet &set, const CrlSet &held) {
   for (const auto &crl : set.crls) {
@@ -20,6 +22,11 @@ bool IsRollBack(const CrlSet &set, const CrlSet &held) {
     }
   }
   return false;
+}
+
+uint64_t NextGeneration() {
+  static std::atomic<uint64_t> last{0};
+  return ++last;
 }
 
 size_t NumOctetsOf(const CrlSet &set) {
@@ -33,7 +40,6 @@ size_t NumOctetsOf(const CrlSet &set) {
 // What a thread looked up last. As long as the generation is the same nothing was replaced.
 struct CrlMemory::LastUsed {
   struct Look {
-    const CrlMemory *memory = nullptr;
     uint64_t generation = 0;
     std::string key;
     // Around the slot that all threads share, so that counting is this thread's alone.
@@ -45,10 +51,7 @@ struct CrlMemory::LastUsed {
 };
 
 std::string CrlMemory::KeyOf(const sxGeneralName &place, std::string_view rootName) {
-  const sxString text = place.GetStr();
-  std::string key = std::to_string(place.GetType()) + ":";
-  key.append(text.getstr() != nullptr ? text.getstr() : "", static_cast<size_t>(text.length()));
-  return key.append("\n").append(rootName);
+  return std::to_string(place.GetType()) + ":" + sxTextOf(place.GetStr()) + "\n" + std::string(rootName);
 }
 
 void CrlMemory::SetBounds(size_t maxCrls, size_t maxOctets) {
@@ -68,15 +71,15 @@ std::shared_ptr<const CrlSet> CrlMemory::Find(const std::string &key) const {
   static thread_local LastUsed last;
   const uint64_t generation = m_generation.load(std::memory_order_acquire);
   auto look = std::ranges::find_if(
-      last.looks, [&](const LastUsed::Look &known) { return known.memory == this && known.key == key; });
+      last.looks, [&](const LastUsed::Look &known) { return known.slot != nullptr && known.key == key; });
   if (look == last.looks.end()) {
     look = last.looks.begin() + static_cast<ptrdiff_t>(last.next);
     last.next = (last.next + 1) % LastUsed::kNumLooks;
     *look = {};
   }
-  if (look->memory != this || look->generation != generation) {
+  if (look->slot == nullptr || look->generation != generation) {
     auto slot = std::make_shared<const std::shared_ptr<const Slot>>(Share(key));
-    *look = {this, generation, key, std::move(slot)};
+    *look = {generation, key, std::move(slot)};
   }
   const std::shared_ptr<const Slot> &slot = *look->slot;
   if (slot == nullptr) return nullptr;
@@ -113,13 +116,13 @@ void CrlMemory::Replace(const std::string &key, const std::shared_ptr<const CrlS
   if (const auto held = m_slots.find(key); held != m_slots.end()) Drop(held);
   m_numOctets += slot->numOctets;
   m_slots[key] = slot;
-  ++m_generation;
+  m_generation = NextGeneration();
 }
 
 void CrlMemory::Drop(Slots::iterator slot) {
   m_numOctets -= slot->second->numOctets;
   m_slots.erase(slot);
-  ++m_generation;
+  m_generation = NextGeneration();
 }
 
 void CrlMemory::MakeRoom(const std::string &but) {
@@ -136,21 +139,39 @@ void CrlMemory::MakeRoom(const std::string &but) {
 
 void CrlMemory::Push(const std::shared_ptr<const HeldCrl> &crl) {
   const sxWriteLock lock(m_mutex);
+  const size_t maxOctets = m_maxOctets / kPushedPart;
+  if (crl->NumOctets() > maxOctets) return;
   const sxOctetView octets(crl->Crl().GetBuf(), crl->Crl().BufLen());
-  std::erase_if(m_pushed, [&](const std::shared_ptr<const HeldCrl> &held) {
-    return sxEqual({held->Crl().GetBuf(), held->Crl().BufLen()}, octets);
-  });
-  m_pushed.push_front(crl);
-  if (m_pushed.size() > kMaxPushed) m_pushed.pop_back();
-  m_numPushed.store(m_pushed.size(), std::memory_order_release);
+  auto list = std::make_shared<PushedList>(PushedList{{crl}, crl->NumOctets()});
+  for (size_t i = 0; m_pushed != nullptr && i < m_pushed->crls.size() && list->crls.size() < kMaxPushed; ++i) {
+    const std::shared_ptr<const HeldCrl> &held = m_pushed->crls[i];
+    const bool isIt = sxEqual({held->Crl().GetBuf(), held->Crl().BufLen()}, octets);
+    if (isIt || list->numOctets + held->NumOctets() > maxOctets) continue;
+    list->crls.push_back(held);
+    list->numOctets += held->NumOctets();
+  }
+  m_pushed = std::move(list);
+  m_pushedGeneration = NextGeneration();
 }
 
+// As Find: what each thread saw last is its own.
 std::vector<std::shared_ptr<const HeldCrl>> CrlMemory::PushedBy(const sxDN &issuer) const {
+  struct Seen {
+    uint64_t generation = 0;
+    std::shared_ptr<const std::shared_ptr<const PushedList>> list;
+  };
+  static thread_local Seen seen;
   std::vector<std::shared_ptr<const HeldCrl>> found;
-  if (m_numPushed.load(std::memory_order_acquire) == 0) return found;
-  const sxReadLock lock(m_mutex);
-  for (const auto &crl : m_pushed) {
-    if (crl->Crl().Issuer() != nullptr && crl->Crl().Issuer()->Equal(issuer)) found.push_back(crl);
+  const uint64_t generation = m_pushedGeneration.load(std::memory_order_acquire);
+  if (generation == 0) return found;
+  if (seen.generation != generation) {
+    const sxReadLock lock(m_mutex);
+    seen = {generation, std::make_shared<const std::shared_ptr<const PushedList>>(m_pushed)};
+  }
+  if (*seen.list == nullptr) return found;
+  for (const std::shared_ptr<const HeldCrl> &crl : (*seen.list)->crls) {
+    const sxDN *const own = crl->Crl().Issuer();
+    if (own != nullptr && own->Equal(issuer)) found.emplace_back(seen.list, crl.get());
   }
   return found;
 }
@@ -165,18 +186,17 @@ std::vector<CrlMemory::Used> CrlMemory::All() const {
 void CrlMemory::Clear() {
   const sxWriteLock lock(m_mutex);
   m_slots.clear();
-  m_pushed.clear();
-  m_numPushed = 0;
+  m_pushed = nullptr;
   m_numOctets = 0;
-  ++m_generation;
+  m_generation = m_pushedGeneration = NextGeneration();
 }
 
 size_t CrlMemory::NumCrls() const {
   const sxReadLock lock(m_mutex);
-  return m_slots.size() + m_pushed.size();
+  return m_slots.size() + (m_pushed != nullptr ? m_pushed->crls.size() : 0);
 }
 
 size_t CrlMemory::NumOctets() const {
   const sxReadLock lock(m_mutex);
-  return m_numOctets;
+  return m_numOctets + (m_pushed != nullptr ? m_pushed->numOctets : 0);
 }

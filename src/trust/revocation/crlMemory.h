@@ -32,7 +32,8 @@ class CrlMemory {
   /// The set is still the newest: what is known of it is taken over (version, time).
   void Renew(const std::string &key, const CrlSet &asKnown);
 
-  /// One that nobody knows a place of: found by its issuer's name until newer ones push it out.
+  /// One that nobody knows a place of: found by its issuer's name until newer ones push it out. Those that were pushed
+  /// take a part of the octets at most, as a peer may bring them.
   void Push(const std::shared_ptr<const HeldCrl> &crl);
   std::vector<std::shared_ptr<const HeldCrl>> PushedBy(const sxDN &issuer) const;
 
@@ -54,6 +55,10 @@ class CrlMemory {
   };
   using Slots = std::map<std::string, std::shared_ptr<const Slot>, std::less<>>;
   struct LastUsed;
+  struct PushedList {
+    std::vector<std::shared_ptr<const HeldCrl>> crls;  // the newest first
+    size_t numOctets = 0;
+  };
 
   std::shared_ptr<const Slot> Share(const std::string &key) const;
   void Replace(const std::string &key, const std::shared_ptr<const CrlSet> &set) REQUIRES(m_mutex);
@@ -62,12 +67,13 @@ class CrlMemory {
 
   mutable sxSharedMutex m_mutex;
   Slots m_slots GUARDED_BY(m_mutex);
-  std::list<std::shared_ptr<const HeldCrl>> m_pushed GUARDED_BY(m_mutex);  // the newest first
+  std::shared_ptr<const PushedList> m_pushed GUARDED_BY(m_mutex);
   size_t m_maxCrls GUARDED_BY(m_mutex) = 0;
   size_t m_maxOctets GUARDED_BY(m_mutex) = 0;
   size_t m_numOctets GUARDED_BY(m_mutex) = 0;
-  std::atomic<size_t> m_numPushed{0};
-  std::atomic<uint64_t> m_generation{1};
+  // Of no two states the same, whatever memory they are of. 0: nothing is there.
+  std::atomic<uint64_t> m_generation{0};
+  std::atomic<uint64_t> m_pushedGeneration{0};
 };
 
 #endif

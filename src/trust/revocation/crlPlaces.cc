@@ -13,7 +13,6 @@
 namespace {
 
 const char *NameOf(const sxRootCA &root) { return root.Name() != nullptr ? root.Name() : ""; }
-const char *TextOf(const sxDN *dn) { return dn != nullptr && dn->GetStr() != nullptr ? dn->GetStr() : ""; }
 
 CrlPoint PointOf(sxDistPoint &&point, const sxRootCA &root) {
   CrlPoint result;
@@ -48,9 +47,7 @@ std::vector<CrlPlace> ReadDeltas(sxOctetView value, const sxCert &cert, const sx
 
 // What decides the result, and the result.
 struct Remembered {
-  std::vector<unsigned char> value;
-  std::vector<unsigned char> deltas;
-  std::string issuer;
+  std::vector<unsigned char> cert;  // all of it: to compare is less work than to look for its extensions
   std::string rootName;
   std::shared_ptr<const CrlPoints> points;
 };
@@ -74,19 +71,15 @@ std::shared_ptr<const CrlPoints> CrlPointsOf(const sxCert &cert, const sxRootCA 
   }
   static thread_local std::array<Remembered, kNumRemembered> remembered;
   static thread_local size_t next = 0;
-  const sxOctetView value = sxRawExtension(cert, sxASN_id_ce_cRLDistributionPoints);
-  const sxOctetView deltas = sxRawExtension(cert, sxASN_id_ce_freshestCRL);
-  const char *const issuer = TextOf(cert.Issuer());
+  const sxOctetView octets(cert.GetBuf(), cert.BufLen());
   for (const Remembered &known : remembered) {
-    if (known.points != nullptr && sxEqual(known.value, value) && sxEqual(known.deltas, deltas) &&
-        known.issuer == issuer && known.rootName == NameOf(root)) {
-      return known.points;
-    }
+    if (sxEqual(known.cert, octets) && known.rootName == NameOf(root)) return known.points;
   }
   Remembered &slot = remembered[next++ % kNumRemembered];
-  const auto points = std::make_shared<CrlPoints>(Read(value, cert, root));
-  points->deltas = ReadDeltas(deltas, cert, root);
-  slot = {{value.begin(), value.end()}, {deltas.begin(), deltas.end()}, issuer, NameOf(root), points};
+  const auto points =
+      std::make_shared<CrlPoints>(Read(sxRawExtension(cert, sxASN_id_ce_cRLDistributionPoints), cert, root));
+  points->deltas = ReadDeltas(sxRawExtension(cert, sxASN_id_ce_freshestCRL), cert, root);
+  slot = {{octets.begin(), octets.end()}, NameOf(root), points};
   return points;
 }
 

@@ -8,10 +8,12 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/log.h"
+#include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/store/CrlDB.h"
 #include "platform/background.h"
 #include "platform/fetcher_imp.h"
 #include "platform/owned.h"
+#include "trust/nameText.h"
 
 namespace {
 
@@ -40,8 +42,7 @@ std::string DirectoryUrl(const sxDN &name, sxStatusSource kind) {
 std::string UrlOf(const sxGeneralName &place, sxStatusSource kind) {
   if (place.GetType() == sxGN_dn && place.GetDN() != nullptr) return DirectoryUrl(*place.GetDN(), kind);
   if (place.GetType() != sxGN_uri) return {};
-  const sxString text = place.GetStr();
-  return {text.getstr() != nullptr ? text.getstr() : "", static_cast<size_t>(text.length())};
+  return sxTextOf(place.GetStr());
 }
 
 // One behind the other, as a directory may hold several of one name.
@@ -60,6 +61,17 @@ std::vector<std::shared_ptr<const HeldCrl>> DecodeAll(sxOctetView octets) {
     take(element.whole);
   }
   return found;
+}
+
+long NowOfDatabases() { return static_cast<long>(std::min<int64_t>(kxClock_Now(), INT32_MAX)); }  // no expiry is later
+
+// As issuers of certificates are found: what is not on the path may be in the database of intermediates.
+CertPtr StoredNamed(const sxDN &name) {
+  long expiry = 0;
+  CertPtr stored(g_IntermediateCA_db.Get(name, NowOfDatabases(), &expiry), sxFreeBy<sxCert_Free>());
+  // Whoever writes to the folder may have put it under another one's key.
+  const bool isNamed = stored != nullptr && stored->Subject() != nullptr && stored->Subject()->Equal(name);
+  return isNamed ? stored : nullptr;
 }
 
 CrlAnswer Failed(sxValidationRC code, std::string reason) {
@@ -106,8 +118,12 @@ bool CrlSource::Job::Verify(const HeldCrl &crl) const {
   if (m_signer != nullptr) return crl.Verify(*m_signer);
   const sxDN *const issuer = crl.Crl().Issuer();
   if (issuer == nullptr) return false;
-  return std::ranges::any_of(m_path->Named(*issuer, m_need.level),
-                             [&](const RevocationPath::Signer &signer) { return crl.Verify(*signer.cert); });
+  const std::vector<RevocationPath::Signer> named = m_path->Named(*issuer, m_need.level);
+  if (std::ranges::any_of(named, [&](const RevocationPath::Signer &signer) { return crl.Verify(*signer.cert); })) {
+    return true;
+  }
+  const CertPtr stored = StoredNamed(*issuer);
+  return stored != nullptr && m_path->LevelAbove(*stored, m_need.level).has_value() && crl.Verify(*stored);
 }
 
 // One that is past its nextUpdate is of use only where nothing newer is to be had.
@@ -118,8 +134,7 @@ bool CrlSource::Job::IsWantedNow(const HeldCrl &crl) const {
 void CrlSource::Job::ReadDisk() {
   if (m_crlTo == sxCrlTo_memory) return;
   long expiry = 0;
-  const auto now = static_cast<long>(std::min<int64_t>(kxClock_Now(), INT32_MAX));  // no expiry is later
-  sxCRL *const read = sxCRLCache_db().Get(m_need.place, m_rootName.c_str(), now, &expiry);
+  sxCRL *const read = sxCRLCache_db().Get(m_need.place, m_rootName.c_str(), NowOfDatabases(), &expiry);
   if (read == nullptr) return;
   const auto crl = std::make_shared<HeldCrl>(read);
   m_foundOnDisk = Keep({crl}, sxStatusOrigin::kDisk, {}).code == sxValidation_OK && IsWantedNow(*crl);
@@ -144,7 +159,7 @@ CrlAnswer CrlSource::Job::Keep(std::vector<std::shared_ptr<const HeldCrl>> crls,
   set->obtainedSec = kxClock_Now();
   if (const char *refusal = m_source.m_memory.Put(m_need.key, set)) {
     ++m_source.m_numRefused;
-    tderrorFunc(kTopic, 2, 0, "%s: %s: %s", "CrlSource", m_need.key.c_str(), refusal);
+    tderrorFunc(kTopic, 2, 0, "%s: %s: %s", "CrlSource", sxPlaceText(m_need.place).c_str(), refusal);
     return Failed(sxValidation_noValidCRL, refusal);
   }
   if (origin == sxStatusOrigin::kNetwork) StoreOnDisk(*set);
@@ -268,7 +283,7 @@ void CrlSource::Refresh(const CrlMemory::Used &used) {
   if (cert == nullptr) return;
   const auto job = std::make_shared<Job>(*this, "refresh " + used.key,
                                          CrlNeed{used.key, used.set->place, used.set->kind, 0, used.set, nullptr});
-  job->m_signer = CertPtr(cert, [](const sxCert *gone) { sxCert_Free(const_cast<sxCert *>(gone)); });
+  job->m_signer = CertPtr(cert, sxFreeBy<sxCert_Free>());
   job->m_rootName = used.set->rootName;
   job->m_crlTo = used.set->crlTo;
   job->m_settings = Settings();

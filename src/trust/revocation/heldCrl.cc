@@ -1,6 +1,7 @@
 #include "trust/revocation/heldCrl.h"
 
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxDN.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "platform/owned.h"
 
@@ -39,7 +40,9 @@ HeldCrl::Known HeldCrl::IsFrom(const sxCert &signer) const {
 
 bool HeldCrl::Verify(const sxCert &signer) const {
   if (const Asked *const asked = Find(signer)) return asked->verified;
-  const bool maySign = signer.KeyUsage() == nullptr || signer.HasKeyUsage(sxKU_cRLSign) == 1;
+  const sxDN *const issuer = m_crl->Issuer();
+  const bool isNamed = issuer != nullptr && signer.Subject() != nullptr && signer.Subject()->Equal(*issuer);
+  const bool maySign = isNamed && (signer.KeyUsage() == nullptr || signer.HasKeyUsage(sxKU_cRLSign) == 1);
   auto asked = std::make_unique<Asked>();
   asked->verified = maySign && m_crl->VerifySig(signer.PubKey()) == 0;
   asked->signer.assign(signer.GetBuf(), signer.GetBuf() + signer.BufLen());

@@ -32,7 +32,8 @@ class HeldCrl {
 
   enum class Known { kNotAsked, kYes, kNo };
   Known IsFrom(const sxCert &signer) const;
-  /// Asks the key, unless that was done before; with the key usage that CRLs want (RFC 5280, 6.3.3 (f)).
+  /// Whether the certificate has the CRL issuer's name, the key usage that CRLs want, where it has any, and the key
+  /// (RFC 5280, 6.3.3 (f) and (g)). Asks the key unless that was done before.
   bool Verify(const sxCert &signer) const;
   /// The octets of a certificate whose key verified it, lent; empty when there was none yet.
   sxOctetView Signer() const;

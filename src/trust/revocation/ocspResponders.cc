@@ -9,17 +9,14 @@
 #include "kxcert/trust/sxOcspServer.h"
 #include "kxcert/trust/sxPKObjects.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "platform/fetcher_imp.h"
+#include "trust/nameText.h"
 #include "trust/sharedRef.h"
 
 namespace {
 
-// RFC 6960, A.1. A certificate is anyone's, so that what it names may be asked by this alone.
-bool IsHttp(std::string_view url) {
-  constexpr std::string_view kScheme = "http://";
-  return url.size() > kScheme.size() && std::ranges::equal(url.substr(0, kScheme.size()), kScheme, {}, [](char c) {
-           return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-         });
-}
+constexpr char kScheme[] =
+    "http://";  // RFC 6960, A.1. A certificate is anyone's: what it names may be asked by this alone
 
 void Add(std::vector<sxOcspResponder> &to, std::string url, sxCert *cert, bool configured) {
   if (!kxFetch_IsUrl(url) || std::ranges::find(to, url, &sxOcspResponder::url) != to.end()) return;
@@ -29,12 +26,10 @@ void Add(std::vector<sxOcspResponder> &to, std::string url, sxCert *cert, bool c
   if (cert != nullptr) AddReference(added.cert, cert);
 }
 
-std::string TextOf(const sxString &text) { return {text.getstr(), static_cast<size_t>(text.length())}; }
-
 void AddConfigured(std::vector<sxOcspResponder> &to, const sxPKObjects &servers) {
   for (int i = 0; i < servers.Count() && to.size() < kMaxOcspConfigured; ++i) {
     const auto server = SharedRef<sxOcspServer>::To([&] { return static_cast<sxOcspServer *>(servers.Get(i)); });
-    if (server) Add(to, TextOf(server->Url()), server->Cert(), true);
+    if (server) Add(to, sxTextOf(server->Url()), server->Cert(), true);
   }
 }
 
@@ -46,8 +41,8 @@ void AddNamed(std::vector<sxOcspResponder> &to, const sxAuthorityInfoAccess &acc
         !access.Method(i)->OidEquiv(sxASN_id_ad_ocsp)) {
       continue;
     }
-    std::string url = TextOf(location->GetStr());  // without a NUL: a name that holds one is of no kind
-    if (IsHttp(url)) Add(to, std::move(url), nullptr, false);
+    std::string url = sxTextOf(location->GetStr());  // without a NUL: a name that holds one is of no kind
+    if (kxFetch_HasScheme(url, kScheme)) Add(to, std::move(url), nullptr, false);
   }
 }
 

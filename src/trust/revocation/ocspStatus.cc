@@ -2,7 +2,8 @@
 
 #include <utility>
 
-#include "kxcert/cert/sxDN.h"
+#include "trust/nameText.h"
+#include "trust/statusCodes.h"
 
 namespace {
 
@@ -23,11 +24,6 @@ sxValidationRC CodeOf(sxOcspResult result) {
     case sxOcsp_sigRequired: return sxValidation_crlFetchFailed;
     default: return sxValidation_noValidCRL;
   }
-}
-
-std::string NameOf(const sxCert &cert) {
-  const char *text = cert.Subject() != nullptr ? cert.Subject()->GetStr_ascii() : nullptr;
-  return text != nullptr ? text : "";
 }
 
 }  // namespace
@@ -68,6 +64,7 @@ CertStatus OcspStatus::AtHand(int level, sxRevocationEvidence said) {
   question.cert = const_cast<sxCert *>(&m_path.Cert(level));  // both are only read
   question.issuer = const_cast<sxCert *>(m_path.IssuerOf(level));
   question.timeSec = m_path.NowSec();
+  question.policy = m_policy;
   const std::vector<sxOcspResponder> responders = sxOcsp_RespondersOf(m_path.Cert(level), &m_path.Root());
   std::vector<sxCert *> signers = {nullptr};  // the issuer's own, and those that are configured
   for (const sxOcspResponder &responder : responders) {
@@ -84,7 +81,7 @@ CertStatus OcspStatus::AtHand(int level, sxRevocationEvidence said) {
       if (answer.result >= 0) return Believe(level, answer, std::move(said));
     }
     if (answer.result == sxOcsp_otherCert) continue;
-    code = WorseCode(code, CodeOf(answer.result));
+    code = sxWorseStatus(code, CodeOf(answer.result));
     sxRevocationEvidence one = said;
     one.outcome = sxOcspResult_GetString(answer.result);
     Tell(std::move(one));
@@ -110,7 +107,7 @@ CertStatus OcspStatus::Believe(int level, const sxOcspAnswer &answer, sxRevocati
   said.thisUpdateSec = answer.thisUpdateSec;
   said.nextUpdateSec = answer.nextUpdateSec;
   const sxCert *const delegate = answer.signerCert.Get(0);
-  said.signer = delegate != nullptr ? NameOf(*delegate) : sxOcspSigner_GetString(answer.signer);
+  said.signer = delegate != nullptr ? sxNameText(delegate->Subject(), "") : sxOcspSigner_GetString(answer.signer);
   if (answer.signerMustBeChecked && delegate != nullptr) {
     const CertStatus own = m_crls.Judge(*delegate, level);
     if (own.state == CertStatus::kPending) return own;

@@ -16,9 +16,9 @@ using OcspOutcomes = std::map<int, std::shared_ptr<const sxOcspOutcome>>;
 class OcspStatus {
  public:
   /// All lent. @param crls  judges the certificates of responders, which OCSP itself cannot
-  OcspStatus(const RevocationPath &path, const OcspOutcomes &outcomes, CrlJudge &crls, std::vector<int> *needs,
-             std::vector<sxRevocationEvidence> *evidence)
-      : m_path(path), m_outcomes(outcomes), m_crls(crls), m_needs(needs), m_evidence(evidence) {}
+  OcspStatus(const RevocationPath &path, const OcspOutcomes &outcomes, CrlJudge &crls, const sxOcspPolicy &policy,
+             std::vector<int> *needs, std::vector<sxRevocationEvidence> *evidence)
+      : m_path(path), m_outcomes(outcomes), m_crls(crls), m_policy(policy), m_needs(needs), m_evidence(evidence) {}
 
   CertStatus Judge(int level);
 
@@ -30,6 +30,7 @@ class OcspStatus {
   const RevocationPath &m_path;
   const OcspOutcomes &m_outcomes;
   CrlJudge &m_crls;
+  const sxOcspPolicy &m_policy;
   std::vector<int> *const m_needs;
   std::vector<sxRevocationEvidence> *const m_evidence;
 };

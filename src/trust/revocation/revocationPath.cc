@@ -80,13 +80,16 @@ RevocationPath::RevocationPath(const sxRootCA &root, const sxCerts &chain, const
 
 const sxCert *RevocationPath::IssuerOf(int level) const {
   if (level < m_chain.Top()) return m_chain.Get(level + 1);
-  return m_root.CertBySignee(m_chain.Get(level));
+  // Signatures were verified before; only which of several keys it was is to be found out.
+  const bool isOne = m_root.AdditionalCerts() == nullptr || m_root.AdditionalCerts()->Count() == 0;
+  return isOne ? m_root.Cert() : m_root.CertBySignee(m_chain.Get(level));
 }
 
-// The level of a certificate with the same issuer, at that level or above; none: it is not valid below any of those.
+// What stands at the level or below it vouches neither for itself nor for who issued it, and nor does what it issued:
+// the path of who signed a CRL has to be valid before the CRL counts (RFC 5280, 6.3.3 (f)).
 std::optional<int> RevocationPath::LevelAbove(const sxCert &cert, int level) const {
   const bool isInDate = m_nowSec >= cert.notBefore() && m_nowSec <= cert.notAfter();
-  if (!isInDate || cert.UnhandledCritExt() != nullptr) return {};
+  if (cert.Issuer() == nullptr || !isInDate || cert.UnhandledCritExt() != nullptr || IsUpTo(cert, level)) return {};
   const auto isFrom = [&cert](const sxCert &issuer) {
     return issuer.Subject() != nullptr && cert.Issuer()->Equal(*issuer.Subject()) &&
            cert.VerifySig(issuer.PubKey()) == 0;
@@ -106,8 +109,6 @@ bool RevocationPath::IsUpTo(const sxCert &cert, int level) const {
   return false;
 }
 
-// What stands at the level or below it vouches neither for itself nor for who issued it, and nor does what it issued:
-// the path of who signed a CRL has to be valid before the CRL counts (RFC 5280, 6.3.3 (f)).
 std::vector<RevocationPath::Signer> RevocationPath::Named(const sxDN &name, int level) const {
   std::vector<Signer> found;
   const auto takeAs = [&](const sxCert &cert, int signerLevel) {
@@ -124,7 +125,7 @@ std::vector<RevocationPath::Signer> RevocationPath::Named(const sxDN &name, int 
   for (int i = 0, tried = 0; i <= top && tried < kMaxTried && found.size() < kMaxNamed; ++i) {
     const sxCert *const cert = m_pool->Get(i);
     const bool isNamed = cert != nullptr && cert->OK() != 0 && cert->Subject()->Equal(name);
-    if (!isNamed || IsUpTo(*cert, level)) continue;
+    if (!isNamed) continue;
     ++tried;
     if (const std::optional<int> above = LevelAbove(*cert, level)) takeAs(*cert, *above);
   }

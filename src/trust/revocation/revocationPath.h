@@ -32,6 +32,10 @@ class RevocationPath {
   /// The certificates above @p level and the root's that have a name, its issuer first; then those of the pool that one
   /// of these issued, that are in date and have no critical extension that nobody here knows.
   std::vector<Signer> Named(const sxDN &name, int level) const;
+  /// Who issued a certificate that is not of the path: the level of one with the same issuer, at @p level or above; none
+  /// when nobody there did, it is not in date, or it has a critical extension that nobody here knows. Verifies
+  /// signatures.
+  std::optional<int> LevelAbove(const sxCert &cert, int level) const;
 
   const sxRootCA &Root() const { return m_root; }
   const ValidateParams &Params() const { return m_params; }
@@ -47,7 +51,6 @@ class RevocationPath {
   const sxCerts *const m_pool;
   const bool m_mayFetch;
   const sxOcspResponses *const m_responses;
-  std::optional<int> LevelAbove(const sxCert &cert, int level) const;
   bool IsUpTo(const sxCert &cert, int level) const;  // it stands at that level of the path, or below
 
   const int m_top;

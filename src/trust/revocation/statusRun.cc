@@ -58,6 +58,7 @@ void StatusRun::AskOcsp(int level) {
   ask.cert = const_cast<sxCert *>(&m_path->Cert(level));  // both are only read
   ask.issuer = const_cast<sxCert *>(m_path->IssuerOf(level));
   ask.responders = sxOcsp_RespondersOf(m_path->Cert(level), &m_path->Root());
+  ask.policy = m_source.Settings().ocsp;
   ask.timeoutMs = m_timeoutMs;
   const std::weak_ptr<StatusRun> weak = weak_from_this();
   const auto done = [weak, level](const sxOcspOutcome &outcome) {

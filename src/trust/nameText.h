@@ -1,0 +1,34 @@
+/// @file
+/// Names and places as verdicts and evidence have them.
+#ifndef KXCERT_SRC_TRUST_NAMETEXT_H_
+#define KXCERT_SRC_TRUST_NAMETEXT_H_
+
+#include <algorithm>
+#include <string>
+
+#include "kxcert/cert/sxDN.h"
+#include "kxcert/cert/sxGeneralName.h"
+#include "kxcert/foundation/sxString.h"
+
+/// The form without control characters: a line feed in a name would forge a fact.
+/// @param none  for a name that is missing or has no text form
+inline std::string sxNameText(const sxDN *dn, const char *none) {
+  const char *const text = dn != nullptr ? dn->GetStr_ascii() : nullptr;
+  return text != nullptr ? text : none;
+}
+
+/// All characters of it, whatever they are.
+inline std::string sxTextOf(const sxString &text) {
+  return text.getstr() != nullptr ? std::string(text.getstr(), static_cast<size_t>(text.length())) : std::string();
+}
+
+/// A distribution point, in one line of printable ASCII.
+inline std::string sxPlaceText(const sxGeneralName &place) {
+  if (place.GetType() == sxGN_dn) return sxNameText(place.GetDN(), "");
+  std::string text = sxTextOf(place.GetStr());
+  std::ranges::replace_if(
+      text, [](char c) { return c < ' ' || c > '~'; }, '?');
+  return text;
+}
+
+#endif

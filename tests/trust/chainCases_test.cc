@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <chrono>
-#include <stdexcept>
 
 #include "cert/serialText.h"
 #include "kxcert/cert/signatureCache.h"
@@ -13,17 +11,15 @@
 #include "kxcert/trust/fixChain.h"
 #include "kxcert/trust/sortCerts.h"
 #include "kxcert/trust/sxcert_black_list.h"
-#include "support/caseFile.h"
 #include "support/fixedClock.h"
 #include "support/logCapture.h"
+#include "support/scenario.h"
 #include "support/testRoots.h"
-#include "support/words.h"
 #include "trust/rules.h"
 
 namespace {
 
 constexpr int kChecks = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
-constexpr char kNow[] = "2030-01-01 00:00:00";
 const Words kSettings = {"additional", "blacklist",   "constraint", "end-entity", "fact",  "grace-end",
                          "grace-start", "intermediate", "json", "log", "named", "own-chain",  "reason", "run",
                          "time", "tried"};
@@ -32,62 +28,20 @@ struct FreeList {
   void operator()(sxcert_black_list *list) const { sxcert_black_list::free(list); }
 };
 
-int64_t ReadTime(std::string text) {
-  tm parts{};
-  text += text.size() == 10 ? " 00:00:00" : "";
-  if (strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &parts) == nullptr) throw std::runtime_error("time: " + text);
-  const auto day = std::chrono::year(parts.tm_year + 1900) / (parts.tm_mon + 1) / parts.tm_mday;
-  const std::chrono::seconds sec = std::chrono::sys_days(day).time_since_epoch();   // timegm may have 32 bits
-  return sec.count() + 3600 * parts.tm_hour + 60 * parts.tm_min + parts.tm_sec;
+// "expired at leaf: leaf issuer root", with whole names.
+std::string ExpectedOf(const Scenario &scenario) {
+  std::string text;
+  for (const std::string &word : scenario.Certs(scenario[3])) text += (text.empty() ? "" : " ") + word;
+  return text;
 }
 
-class Scenario {
- public:
-  explicit Scenario(const CaseRow &row) : m_cells(row.cells) {
-    for (std::string text = m_cells[5]; !text.empty();) {
-      const std::string setting = text.substr(0, text.find("; "));
-      const size_t end = setting.find('=');
-      const std::string name = setting.substr(0, end);
-      if (end == std::string::npos || std::find(kSettings.begin(), kSettings.end(), name) == kSettings.end()) {
-        throw std::runtime_error(row.where + ": setting " + name);
-      }
-      m_settings[name].push_back(setting.substr(end + 1));
-      text.erase(0, setting.size() + 2);
-    }
-  }
-
-  Words Sent() const { return Certs(m_cells[1]); }
-  Words Trusted() const { return Certs(m_cells[2]); }
-  // "expired at leaf: leaf issuer root", with whole names.
-  std::string Expected() const {
-    std::string text;
-    for (const std::string &word : Certs(m_cells[3])) text += (text.empty() ? "" : " ") + word;
-    return text;
-  }
-  // Values of a setting, none when it is not there.
-  Words All(const std::string &setting) const {
-    return m_settings.contains(setting) ? m_settings.at(setting) : Words();
-  }
-  // ".leaf" is the scenario's own.
-  Words Certs(const std::string &names) const {
-    Words certs = Split(names);
-    for (std::string &cert : certs) {
-      if (cert[0] == '.') cert.insert(0, m_cells[0]);
-    }
-    return certs;
-  }
-  std::string One(const std::string &setting) const { return m_settings.contains(setting) ? All(setting)[0] : ""; }
-  int Seconds(const std::string &setting) const {
-    return m_settings.contains(setting) ? std::stoi(One(setting)) : kGraceDefault;
-  }
-
- private:
-  Words m_cells;
-  std::map<std::string, Words> m_settings;
-};
+int SecondsOf(const Scenario &scenario, const std::string &setting) {
+  const std::string text = scenario.One(setting);
+  return text.empty() ? kGraceDefault : std::stoi(text);
+}
 
 struct ChainAnswer {
-  std::string verdict = "notTrusted";  // as Scenario::Expected() says it
+  std::string verdict = "notTrusted";  // as ExpectedOf() says it
   sxValidationRC rc = sxValidation_notTrusted;
   int level = -1;
   long expirationSec = -1;
@@ -97,21 +51,6 @@ struct ChainAnswer {
   std::string serial;
   Words tried;                    // "expired at 1: why it ended"; of the call that is told the end entity
 };
-
-using CertNames = std::map<std::string, std::string>;   // by DER
-
-// Certificates of tests/data/chain/certs; what is none is left out. Adds their names.
-sxCerts LoadCerts(const Words &files, CertNames &names) {
-  sxCerts certs;
-  for (const std::string &file : files) {
-    const std::string pem = CaseData("chain/certs/" + file + ".pem");
-    sxCert *cert = sxCert_Decode(reinterpret_cast<const unsigned char *>(pem.data()), static_cast<int>(pem.size()));
-    if (cert == nullptr) continue;
-    names[StringOf(DerOf(*cert))] = file;
-    certs.Add(cert);
-  }
-  return certs;
-}
 
 std::string NamesOf(const sxCerts &certs, CertNames &names) {
   std::string all;
@@ -127,7 +66,7 @@ class Court {
         m_holder(scenario.One("intermediate").empty()
                      ? sxKeyHolder_New()
                      : sxKeyHolder_with_cache(4, 0, sxKeyHolder_cachedIntermediates)) {
-    m_chain = Load(scenario.Sent());
+    m_chain = Load(scenario.Certs(scenario[1]));
     LoadRoots();
     const sxCerts own = Load(scenario.Certs(scenario.One("own-chain")));
     if (own.Count() > 0) {
@@ -136,10 +75,9 @@ class Court {
     }
     const sxCerts kept = Load(scenario.Certs(scenario.One("intermediate")));
     for (int i = 0; i <= kept.Top(); ++i) m_holder->AddIntermediateCA(kept.Get(i));
-    m_params.Set_cert_start_grace(scenario.Seconds("grace-start"));
-    m_params.Set_cert_end_grace(scenario.Seconds("grace-end"));
-    const std::string time = scenario.One("time");
-    m_now = ReadTime(time.empty() ? kNow : time);
+    m_params.Set_cert_start_grace(SecondsOf(scenario, "grace-start"));
+    m_params.Set_cert_end_grace(SecondsOf(scenario, "grace-end"));
+    m_now = scenario.Now();
     for (const std::string &serial : scenario.All("blacklist")) m_blackList->AddFromString(sxString(serial.c_str()));
     if (!scenario.All("blacklist").empty()) m_params.Set_BlackList(m_blackList.get());
   }
@@ -219,7 +157,7 @@ class Court {
   }
 
   void LoadRoots() {
-    const sxCerts certs = Load(m_scenario.Trusted());
+    const sxCerts certs = Load(m_scenario.Certs(m_scenario[2]));
     auto permitted = std::make_unique<sxGeneralNames>();
     for (const std::string &text : m_scenario.All("constraint")) {
       const sxDN dn(text.c_str());
@@ -291,11 +229,11 @@ void ExpectMessage(const Scenario &scenario, const ChainAnswer &answer) {
 
 TEST_P(ChainCases, GetsItsVerdict) {
   SCOPED_TRACE(GetParam().where);
-  const Scenario scenario(GetParam());
+  const Scenario scenario(GetParam(), kSettings);
   LogCapture log;
   const ChainAnswer answer = JudgeChosen(scenario);
   for (const std::string &line : scenario.All("log")) { EXPECT_TRUE(log.Has(line)) << line; }
-  EXPECT_EQ(scenario.Expected(), answer.verdict);
+  EXPECT_EQ(ExpectedOf(scenario), answer.verdict);
   ExpectNamed(scenario, answer);
   if (answer.verdict.starts_with("OK")) {
     EXPECT_EQ("", answer.text);

@@ -88,8 +88,9 @@ constexpr size_t kMaxOcspResponses = 16;
 struct sxRevocationQuestion {
   sxRootCA *root = nullptr;
   const sxCerts *chain = nullptr;  ///< in path order, the end entity first; signatures were verified before
-  /// Among these, in any order, may be certificates that sign CRLs for a CA of the path: they count when that CA, or
-  /// the one that issued it, issued them and they are valid. Null: none.
+  /// Among these, in any order, may be certificates that sign CRLs for a CA of the path: they count when that CA, one
+  /// above it or the root issued them, they are in date, and what is published about them does not speak against
+  /// them. Null: none.
   const sxCerts *pool = nullptr;
   ValidateParams params;  ///< what is to be asked, graces, and as of which time
   bool mayFetch = true;   ///< false: what is in memory and on disk

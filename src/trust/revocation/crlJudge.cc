@@ -153,23 +153,47 @@ const sxCert *CrlJudge::SignerOf(const Candidate &candidate, const sxCert *wante
   const sxCert *const issuer = m_path.IssuerOf(m_level);
   if (issuer != nullptr && TrySigner(candidate, *issuer, why) != nullptr) return issuer;
   const sxDN &name = *candidate.crl->Crl().Issuer();
-  for (const sxCert *signer : m_path.Named(name, m_level)) {
-    if (TrySigner(candidate, *signer, why) != nullptr) return signer;
+  for (const RevocationPath::Signer &signer : m_path.Named(name, m_level)) {
+    if (TrySigner(candidate, *signer.cert, why) != nullptr && IsSignerGood(signer, why)) return signer.cert;
   }
-  return KnownSigner(*candidate.crl, name);
+  return KnownSigner(*candidate.crl, name, why);
 }
 
 // Who verified it before, on a path that had more certificates, when this path's issued that one as well.
-const sxCert *CrlJudge::KnownSigner(const HeldCrl &crl, const sxDN &name) {
+const sxCert *CrlJudge::KnownSigner(const HeldCrl &crl, const sxDN &name, const char **why) {
   const sxOctetView octets = crl.Signer();
   if (octets.empty()) return nullptr;
-  for (const std::shared_ptr<const sxCert> &known : m_signers) {
-    if (sxEqual({known->GetBuf(), known->BufLen()}, octets)) return known.get();
+  const auto isIt = [octets](const auto &known) { return sxEqual({known->GetBuf(), known->BufLen()}, octets); };
+  auto cert = std::ranges::find_if(m_known, isIt);
+  if (cert == m_known.end()) {
+    std::shared_ptr<const sxCert> read(sxCert_Decode(octets.data(), sxLen(octets)), sxFreeBy<sxCert_Free>());
+    if (read == nullptr) return nullptr;
+    cert = m_known.insert(m_known.end(), std::move(read));
   }
-  const std::shared_ptr<const sxCert> cert(sxCert_Decode(octets.data(), sxLen(octets)), sxFreeBy<sxCert_Free>());
-  const bool may =
-      cert != nullptr && cert->Subject() != nullptr && cert->Subject()->Equal(name) && m_path.IsIssuedHere(*cert);
-  return may ? m_signers.emplace_back(cert).get() : nullptr;
+  if ((*cert)->Subject() == nullptr || !(*cert)->Subject()->Equal(name)) return nullptr;
+  const std::optional<int> above = m_path.LevelAbove(**cert, m_level);
+  return above.has_value() && IsSignerGood({cert->get(), *above}, why) ? cert->get() : nullptr;
+}
+
+// RFC 5280, 6.3.3 (f): the path of who signed a CRL has to be valid, so the signer must not be revoked. The path's own
+// are judged at their levels. Another one is believed when its issuer's CRL says that it is good, or when nothing is
+// published about it but what it signed itself; the CRLs that say so are signed by the path's own.
+bool CrlJudge::IsSignerGood(const RevocationPath::Signer &signer, const char **why) {
+  if (signer.level == RevocationPath::kOfPath) return true;
+  if (m_isOfSigner) return false;
+  const auto [known, isNew] = m_signers.try_emplace(signer.cert);
+  CertStatus &status = known->second;
+  if (isNew) {
+    CrlJudge judge(m_path, m_memory, m_answers, m_settings, m_needs, nullptr);
+    judge.m_isOfSigner = true;
+    status = judge.Judge(*signer.cert, signer.level);
+  }
+  if (status.state == CertStatus::kGood) return true;
+  if (status.state == CertStatus::kUnknown && status.code == sxValidation_unknownStatus) return true;
+  m_isPending = m_isPending || status.state == CertStatus::kPending;
+  *why = status.state == CertStatus::kRevoked ? "the certificate of who signed it was revoked"
+                                              : "whether the certificate of who signed it was revoked is not known";
+  return false;
 }
 
 const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &signer, const char **why) {
@@ -204,6 +228,7 @@ void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Foun
   if (misfit != nullptr && !isLate) return Refuse(candidate, kind, code, misfit);
   const char *why = nullptr;
   const sxCert *const signer = SignerOf(candidate, nullptr, &why);
+  if (signer == nullptr && m_isOfSigner && candidate.crl->IsFrom(*m_cert) == HeldCrl::Known::kYes) return;
   if (signer == nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, why);
   Keep({candidate, signer, fit.reasons}, found, isLate);
 }
@@ -212,9 +237,8 @@ void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Foun
 void CrlJudge::Keep(const Usable &usable, Found *found, bool isLate) {
   Usable &best = isLate ? found->late : found->best;
   const Candidate &candidate = usable.from;
-  const bool isBetter =
-      best.signer == nullptr || (candidate.isFresh && !best.from.isFresh) ||
-      (candidate.isFresh == best.from.isFresh && candidate.crl->Crl().ThisUpdate() > best.from.crl->Crl().ThisUpdate());
+  const bool isBetter = best.signer == nullptr || (candidate.isFresh && !best.from.isFresh) ||
+                        (candidate.isFresh == best.from.isFresh && IsOlder(best.from.crl->Crl(), candidate.crl->Crl()));
   if (isLate) TellLate(isBetter ? best : usable);
   if (isBetter) best = usable;
 }

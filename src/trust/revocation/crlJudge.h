@@ -92,7 +92,8 @@ class CrlJudge {
   bool Take(const Usable &usable, bool isLate);
   void TakeDelta(const Candidate &candidate, const Usable &base, Usable *best);
   const sxCert *SignerOf(const Candidate &candidate, const sxCert *wanted, const char **why);
-  const sxCert *KnownSigner(const HeldCrl &crl, const sxDN &name);
+  bool IsSignerGood(const RevocationPath::Signer &signer, const char **why);
+  const sxCert *KnownSigner(const HeldCrl &crl, const sxDN &name, const char **why);
   const sxCert *TrySigner(const Candidate &candidate, const sxCert &signer, const char **why);
   bool Ask(const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen);
   void TellFailures(const std::vector<CrlPlace> &places, sxStatusSource kind);
@@ -110,7 +111,9 @@ class CrlJudge {
   std::vector<CrlNeed> *const m_needs;
   std::vector<sxRevocationEvidence> *const m_evidence;
 
-  std::vector<std::shared_ptr<const sxCert>> m_signers;  // of KnownSigner
+  bool m_isOfSigner = false;                           // what is judged signed a CRL itself
+  std::vector<std::shared_ptr<const sxCert>> m_known;  // of KnownSigner
+  std::map<const sxCert *, CertStatus> m_signers;      // that are not of the path, and were judged
 
   // Of the certificate that is judged.
   const sxCert *m_cert = nullptr;

@@ -15,12 +15,6 @@ namespace {
 constexpr size_t kMaxPushed = 64;
 constexpr size_t kPushedPart = 4;  // of all octets
 
-// Whether a CRL may take the place of another one of its series.
-bool IsOlder(const sxCRL &crl, const sxCRL &held) {
-  if (crl.ThisUpdate() != held.ThisUpdate()) return crl.ThisUpdate() < held.ThisUpdate();
-  return CompareNumbers(crl.Number(), held.Number()) < 0;
-}
-
 bool IsRollBack(const CrlSet &set, const CrlSet &held) {
   for (const auto &crl : set.crls) {
     for (const auto &known : held.crls) {

@@ -85,6 +85,11 @@ int CompareNumbers(const sxAsnInt *a, const sxAsnInt *b) {
   return order < 0 ? -1 : order > 0 ? 1 : 0;
 }
 
+bool IsOlder(const sxCRL &crl, const sxCRL &other) {
+  if (crl.ThisUpdate() != other.ThisUpdate()) return crl.ThisUpdate() < other.ThisUpdate();
+  return CompareNumbers(crl.Number(), other.Number()) < 0;
+}
+
 bool SameSeries(const sxCRL &a, const sxCRL &b) {
   return Equal(a.Issuer(), b.Issuer()) && a.IsDelta() == b.IsDelta() && SameScope(a, b);
 }
@@ -113,5 +118,5 @@ const char *DeltaMisfit(const sxCRL &delta, const sxCRL &base) {
   if (!SameKeyId(delta, base)) return "it updates a CRL of another key";
   if (delta.Number() == nullptr || base.Number() == nullptr || delta.DeltaBase() == nullptr) return "it has no number";
   if (CompareNumbers(delta.DeltaBase(), base.Number()) > 0) return "it updates a later CRL";
-  return CompareNumbers(delta.Number(), base.Number()) < 0 ? "it is older than the CRL" : nullptr;
+  return CompareNumbers(delta.Number(), base.Number()) <= 0 ? "it does not follow the CRL" : nullptr;
 }

@@ -23,6 +23,9 @@ CrlFit FitCrl(const sxCRL &crl, const sxCert &cert, const sxDistPoint &point);
 /// Less than 0, 0 or more than 0: the numbers of CRLs (RFC 5280, 5.2.3) in order. A CRL without one is before all.
 int CompareNumbers(const sxAsnInt *a, const sxAsnInt *b);
 
+/// Whether @p crl was made before @p other: by thisUpdate, and by number where those are equal.
+bool IsOlder(const sxCRL &crl, const sxCRL &other);
+
 /// Whether both are of the same issuer and scope, so that one can take the place of the other.
 bool SameSeries(const sxCRL &a, const sxCRL &b);
 

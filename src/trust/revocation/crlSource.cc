@@ -118,10 +118,12 @@ bool CrlSource::Job::Verify(const HeldCrl &crl) const {
   if (m_signer != nullptr) return crl.Verify(*m_signer);
   const sxDN *const issuer = crl.Crl().Issuer();
   if (issuer == nullptr) return false;
-  const std::vector<const sxCert *> named = m_path->Named(*issuer, m_need.level);
-  if (std::ranges::any_of(named, [&](const sxCert *cert) { return crl.Verify(*cert); })) return true;
+  const std::vector<RevocationPath::Signer> named = m_path->Named(*issuer, m_need.level);
+  if (std::ranges::any_of(named, [&](const RevocationPath::Signer &signer) { return crl.Verify(*signer.cert); })) {
+    return true;
+  }
   const CertPtr stored = StoredNamed(*issuer);
-  return stored != nullptr && m_path->IsIssuedHere(*stored) && crl.Verify(*stored);
+  return stored != nullptr && m_path->LevelAbove(*stored, m_need.level).has_value() && crl.Verify(*stored);
 }
 
 // One that is past its nextUpdate is of use only where nothing newer is to be had.

@@ -85,28 +85,41 @@ const sxCert *RevocationPath::IssuerOf(int level) const {
   return isOne ? m_root.Cert() : m_root.CertBySignee(m_chain.Get(level));
 }
 
-bool RevocationPath::IsIssuedHere(const sxCert &cert) const {
-  if (cert.Issuer() == nullptr || m_nowSec < cert.notBefore() || m_nowSec > cert.notAfter()) return false;
-  bool is = false;
-  const auto ask = [&](const sxCert &issuer) {
-    is = is || (issuer.Subject() != nullptr && cert.Issuer()->Equal(*issuer.Subject()) &&
-                cert.VerifySig(issuer.PubKey()) == 0);
+// What stands at the level or below it vouches neither for itself nor for who issued it, and nor does what it issued:
+// the path of who signed a CRL has to be valid before the CRL counts (RFC 5280, 6.3.3 (f)).
+std::optional<int> RevocationPath::LevelAbove(const sxCert &cert, int level) const {
+  const bool isInDate = m_nowSec >= cert.notBefore() && m_nowSec <= cert.notAfter();
+  if (cert.Issuer() == nullptr || !isInDate || cert.UnhandledCritExt() != nullptr || IsUpTo(cert, level)) return {};
+  const auto isFrom = [&cert](const sxCert &issuer) {
+    return issuer.Subject() != nullptr && cert.Issuer()->Equal(*issuer.Subject()) &&
+           cert.VerifySig(issuer.PubKey()) == 0;
   };
-  for (int i = 1; i <= m_chain.Top(); ++i) ask(*m_chain.Get(i));
-  ForEachOf(m_root, ask);
-  return is;
+  for (int i = level + 1; i <= m_chain.Top(); ++i) {
+    if (isFrom(*m_chain.Get(i))) return std::min(i - 1, m_top);
+  }
+  bool isRoots = false;
+  ForEachOf(m_root, [&](const sxCert &own) { isRoots = isRoots || isFrom(own); });
+  return isRoots ? std::optional<int>(m_top) : std::nullopt;
 }
 
-std::vector<const sxCert *> RevocationPath::Named(const sxDN &name, int level) const {
-  std::vector<const sxCert *> found;
-  const auto take = [&](const sxCert &cert) {
+bool RevocationPath::IsUpTo(const sxCert &cert, int level) const {
+  for (int i = 0; i <= level; ++i) {
+    if (*m_chain.Get(i) == cert) return true;
+  }
+  return false;
+}
+
+std::vector<RevocationPath::Signer> RevocationPath::Named(const sxDN &name, int level) const {
+  std::vector<Signer> found;
+  const auto takeAs = [&](const sxCert &cert, int signerLevel) {
     const bool fits = cert.Subject() != nullptr && cert.Subject()->Equal(name) && found.size() < kMaxNamed;
-    if (fits && std::ranges::none_of(found, [&](const sxCert *known) { return *known == cert; })) {
-      found.push_back(&cert);
+    if (fits && std::ranges::none_of(found, [&](const Signer &known) { return *known.cert == cert; })) {
+      found.push_back({&cert, signerLevel});
     }
   };
+  const auto take = [&](const sxCert &cert) { takeAs(cert, kOfPath); };
   if (const sxCert *issuer = IssuerOf(level)) take(*issuer);
-  for (int i = 0; i <= m_chain.Top(); ++i) take(*m_chain.Get(i));
+  for (int i = level + 1; i <= m_chain.Top(); ++i) take(*m_chain.Get(i));
   ForEachOf(m_root, take);
   const int top = m_pool != nullptr ? std::min(m_pool->Top(), kMaxPool) : -1;
   for (int i = 0, tried = 0; i <= top && tried < kMaxTried && found.size() < kMaxNamed; ++i) {
@@ -114,7 +127,7 @@ std::vector<const sxCert *> RevocationPath::Named(const sxDN &name, int level) c
     const bool isNamed = cert != nullptr && cert->OK() != 0 && cert->Subject()->Equal(name);
     if (!isNamed) continue;
     ++tried;
-    if (IsIssuedHere(*cert)) take(*cert);
+    if (const std::optional<int> above = LevelAbove(*cert, level)) takeAs(*cert, *above);
   }
   return found;
 }

@@ -4,6 +4,7 @@
 #define KXCERT_SRC_TRUST_REVOCATION_REVOCATIONPATH_H_
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "kxcert/cert/sxCerts.h"
@@ -23,11 +24,18 @@ class RevocationPath {
   const sxCert &Cert(int level) const { return *m_chain.Get(level); }
   /// Whose key verified the certificate. Null: nobody's here.
   const sxCert *IssuerOf(int level) const;
-  /// The certificates of the path and the root that have a name, the issuer of @p level first; then those of the pool
-  /// that one of the path or the root issued and that are in date.
-  std::vector<const sxCert *> Named(const sxDN &name, int level) const;
-  /// Whether a certificate of the path or the root issued it, and it is in date: verifies signatures.
-  bool IsIssuedHere(const sxCert &cert) const;
+  struct Signer {
+    const sxCert *cert;
+    int level;  ///< of a certificate of the same issuer; kOfPath: its own status is asked for elsewhere, or not at all
+  };
+  static constexpr int kOfPath = -1;
+  /// The certificates above @p level and the root's that have a name, its issuer first; then those of the pool that one
+  /// of these issued, that are in date and have no critical extension that nobody here knows.
+  std::vector<Signer> Named(const sxDN &name, int level) const;
+  /// Who issued a certificate that is not of the path: the level of one with the same issuer, at @p level or above; none
+  /// when nobody there did, it is not in date, or it has a critical extension that nobody here knows. Verifies
+  /// signatures.
+  std::optional<int> LevelAbove(const sxCert &cert, int level) const;
 
   const sxRootCA &Root() const { return m_root; }
   const ValidateParams &Params() const { return m_params; }
@@ -43,6 +51,8 @@ class RevocationPath {
   const sxCerts *const m_pool;
   const bool m_mayFetch;
   const sxOcspResponses *const m_responses;
+  bool IsUpTo(const sxCert &cert, int level) const;  // it stands at that level of the path, or below
+
   const int m_top;
 };
 

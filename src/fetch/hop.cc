@@ -117,15 +117,17 @@ curl_socket_t Hop::OnOpen(void *hop, curlsocktype purpose, curl_sockaddr *addres
 
 int Hop::OnClose(void *sockets, curl_socket_t socket) { return static_cast<Sockets *>(sockets)->Close(socket); }
 
-size_t Hop::OnHeader(char *, size_t size, size_t count, void *hop) {
-  auto *const self = static_cast<Hop *>(hop);
+size_t Hop::OnHeader(char *octets, size_t size, size_t count, void *hop) {
   const size_t len = size * count;
-  if (len <= self->m_settings.maxHeaderLen - self->m_headerLen) {
-    self->m_headerLen += len;
-    return len;
+  return static_cast<Hop *>(hop)->TakeHeader({octets, len}) ? len : 0;
+}
+
+bool Hop::TakeHeader(std::string_view line) {
+  if (line.size() > m_settings.maxHeaderLen - m_headerLen) {
+    return Stop(kxFetch_failed, "headers of more than " + std::to_string(m_settings.maxHeaderLen) + " octets");
   }
-  self->Stop(kxFetch_failed, "headers of more than " + std::to_string(self->m_settings.maxHeaderLen) + " octets");
-  return 0;
+  m_headerLen += line.size();
+  return m_contentLength.Take(line) || Stop(kxFetch_failed, "content lengths that differ, or are none");
 }
 
 size_t Hop::OnBody(char *octets, size_t size, size_t count, void *hop) {

@@ -7,7 +7,9 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
+#include "fetch/contentLength.h"
 #include "fetch/ldapSearch.h"
 #include "fetch/sockets.h"
 #include "fetch/target.h"
@@ -73,6 +75,7 @@ class Hop {
     m_isSet = curl_easy_setopt(m_easy.get(), option, value) == CURLE_OK && m_isSet;
   }
   void AddHeader(const std::string &line);
+  bool TakeHeader(std::string_view line);
   bool Take(const char *octets, size_t len);
   bool Stop(kxFetchResult result, const std::string &why);
   long Status() const;
@@ -95,6 +98,7 @@ class Hop {
   size_t m_maxLen = 0;
   size_t m_headerLen = 0;
   size_t m_bodyLen = 0;  // with what is not kept
+  ContentLength m_contentLength;
   std::string m_octets;
   std::unique_ptr<LdapSearch> m_search;  // once there is a connection
   int m_numOpened = 0;                   // sockets

@@ -15,8 +15,11 @@ namespace {
 
 constexpr char kTopic[] = "FETCH";
 constexpr int kIdleMs = 60'000;
-constexpr int kStepMs = 10;         // between two looks at what does not go through libcurl
-constexpr int kMaxAnswerMs = 50;    // is left for an answer to be there before its asker's own time is up
+constexpr int kStepMs = 10;       // between two looks at what does not go through libcurl
+constexpr int kMaxAnswerMs = 50;  // is left for an answer to be there before its asker's own time is up
+// A server that lets the time run out was given this much at least, or is not blamed; a little less than the five
+// seconds that many ask with.
+constexpr int kPatienceMs = 4'500;
 constexpr size_t kMaxLookUps = 64;  // that go on although nobody waits for them
 constexpr int64_t kLookUpMs = 30'000;
 constexpr char kEnded[] = "the fetching component ended";
@@ -56,10 +59,15 @@ void Lend(const HopEnd &end, kxFetchAnswer &answer) {
   answer.result = end.result;
   answer.reason = end.reason;
   answer.version = end.version;
-  const auto octets = std::make_shared<const std::string>(end.octets);  // one for all who asked
-  answer.octets = reinterpret_cast<const unsigned char *>(octets->data());
-  answer.len = octets->size();
-  answer.keeper = octets;
+  answer.octets = end.octets.get();
+  answer.len = end.len;
+  answer.keeper = end.octets;  // one for all who asked
+}
+
+HopEnd OursOf(kxFetchResult result, const std::string &reason) {
+  HopEnd end = EndOf(result, reason);
+  end.isOurs = true;
+  return end;
 }
 
 bool IsSuccess(const HopEnd &end) { return end.result == kxFetch_OK || end.result == kxFetch_unchanged; }
@@ -75,6 +83,7 @@ int64_t DeadlineOf(const kxFetchRequest &request, int64_t begunMs) {
 kxFetchEngine::kxFetchEngine(const kxFetchSettings &settings, const Proxies &proxies)
     : m_settings(settings),
       m_proxies(proxies),
+      m_room(settings.maxOctets),
       m_failures(settings.firstPauseMs, settings.longestPauseMs, settings.maxFailures) {}
 
 kxFetchEngine::~kxFetchEngine() = default;
@@ -196,14 +205,20 @@ void kxFetchEngine::Turn() {
 
 int kxFetchEngine::PollMs() const {
   if (m_jobs.empty()) return kIdleMs;
-  const bool isStepping = std::ranges::any_of(m_running, [](const auto &row) { return row.second->hop->IsStepping(); });
-  int64_t until = isStepping ? m_nowMs + kStepMs : m_nextDeadlineMs;
+  int64_t until = m_nextDeadlineMs;
+  for (const auto &[handle, job] : m_running) {
+    if (job->hop->HasMore()) return 0;
+    if (job->hop->IsStepping()) until = m_nowMs + kStepMs;
+  }
   if (!m_lookUps.empty()) until = std::min(until, m_lookUps.front());
   return static_cast<int>(std::clamp<int64_t>(std::min(until, m_nextDeadlineMs) - m_nowMs, 0, kIdleMs));
 }
 
 int64_t kxFetchEngine::DeadlineMs(const Job &job) const {
-  return job.hop == nullptr || IsLast(job) ? job.deadlineMs : std::min(job.deadlineMs, job.hopDeadlineMs);
+  if (job.hop == nullptr || IsLast(job)) return job.deadlineMs;
+  // Servers that may be asked after this one have their share of the time.
+  const auto numLeft = static_cast<int64_t>(job.targets.size() - job.target);
+  return job.hopBegunMs + std::max<int64_t>((job.deadlineMs - job.hopBegunMs) / numLeft, 1);
 }
 
 bool kxFetchEngine::IsRemembered(const std::string &key, size_t maxLen, HopEnd &end) {
@@ -262,24 +277,34 @@ void kxFetchEngine::Join(Job &job, const Task &task, int64_t atMs) {
   const int64_t deadlineMs = DeadlineOf(request, atMs);
   job.askers[task.get()] = {task, deadlineMs};
   m_byTask[task.get()] = &job;
-  job.maxLen = std::max(job.maxLen, request.limits.maxLen);
+  job.maxLens.insert(request.limits.maxLen);
+  job.deadlinesMs.insert(deadlineMs);
+  SetLimits(job);
+}
+
+// The largest of those who wait for it now.
+void kxFetchEngine::SetLimits(Job &job) {
+  job.maxLen = *job.maxLens.rbegin();
+  job.deadlineMs = std::min(*job.deadlinesMs.rbegin(), job.begunMs + kMaxFetchMs);
   if (job.hop != nullptr) job.hop->SetMaxLen(job.maxLen);
-  job.deadlineMs = std::max(job.deadlineMs, std::min(deadlineMs, job.begunMs + kMaxFetchMs));
-  m_nextDeadlineMs = m_byTask.size() == 1 ? job.deadlineMs : std::min(m_nextDeadlineMs, job.deadlineMs);
+  m_nextDeadlineMs = std::min(m_nextDeadlineMs, DeadlineMs(job));
 }
 
 void kxFetchEngine::Leave(const kxFetchTask *task) {
   const auto known = m_byTask.find(task);
   if (known == m_byTask.end()) return;
   Job &job = *known->second;
-  const bool isLate = m_nowMs >= job.askers[task].deadlineMs;
+  const auto asker = job.askers.find(task);
+  const bool isLate = m_nowMs >= asker->second.deadlineMs;
+  job.maxLens.erase(job.maxLens.find(asker->second.task->Request().limits.maxLen));
+  job.deadlinesMs.erase(job.deadlinesMs.find(asker->second.deadlineMs));
   m_byTask.erase(known);
-  job.askers.erase(task);
+  job.askers.erase(asker);
   {
     const sxLock lock(m_mutex);
     --m_numAskers;
   }
-  if (!job.askers.empty()) return;
+  if (!job.askers.empty()) return SetLimits(job);
   if (isLate && job.hop != nullptr) {  // the asker's own timer came first
     job.target = job.targets.size() - 1;
     return GoOn(job, job.hop->TimeOut());
@@ -318,15 +343,12 @@ void kxFetchEngine::Start(Job &job) {
   m_waiting.erase(job.place);
   job.isWaiting = false;
   if (!std::exchange(job.isBegun, true)) Count(&kxFetchCounters::begun);
-  // Servers that may be asked after this one have their share of the time.
-  const auto numLeft = static_cast<int64_t>(job.targets.size() - job.target);
-  const auto timeLeftMs = std::max<int64_t>((job.deadlineMs - m_nowMs) / numLeft, 1);
-  job.hopDeadlineMs = m_nowMs + timeLeftMs;
-  job.hop = std::make_unique<Hop>(m_settings, job.request, target, m_proxies.For(target), m_sockets);
+  job.hop = std::make_unique<Hop>(m_settings, job.request, target, m_proxies.For(target), m_sockets, m_room);
+  job.hopBegunMs = m_nowMs;
   m_running[job.hop->Handle()] = &job;
   ++m_runningOfHost[target.host];
   m_nextDeadlineMs = std::min(m_nextDeadlineMs, DeadlineMs(job));
-  if (!job.hop->Start(m_multi, job.maxLen, static_cast<int>(timeLeftMs))) GoOn(job, EndOf(kxFetch_failed, "no memory"));
+  if (!job.hop->Start(m_multi, job.maxLen)) GoOn(job, OursOf(kxFetch_failed, "no memory"));
 }
 
 void kxFetchEngine::EndDone() {
@@ -368,19 +390,27 @@ void kxFetchEngine::EndLate() {
     if (job->hop != nullptr)
       GoOn(*job, job->hop->TimeOut());
     else
-      Finish(*job, EndOf(kxFetch_timedOut, "other transfers took its time"));
+      Finish(*job, OursOf(kxFetch_timedOut, "other transfers took its time"));
   }
 }
 
 void kxFetchEngine::GoOn(Job &job, HopEnd end) {
   const std::string server = ServerKeyOf(job.targets[job.target]);
+  end.isOurs = !IsServersFault(job, end);
   EndHop(job);
-  if (end.wasServerDown) m_failures.Add(server, {end.result, end.reason}, m_nowMs);
+  if (end.wasServerDown && !end.isOurs) m_failures.Add(server, {end.result, end.reason}, m_nowMs);
   if (end.wasReached) m_failures.Forget(server);
   if (!end.location.empty() && Redirect(job, end)) return;
-  if (IsSuccess(end) || IsLast(job) || m_nowMs >= job.deadlineMs) return Finish(job, end);
+  if (IsSuccess(end) || IsLast(job) || m_nowMs >= job.deadlineMs) return Finish(job, std::move(end));
   ++job.target;
   Wait(job, m_waiting.begin());
+}
+
+// It is not the server's that nobody waited as long as servers may take.
+bool kxFetchEngine::IsServersFault(const Job &job, const HopEnd &end) const {
+  if (end.isOurs || end.result != kxFetch_timedOut) return !end.isOurs;
+  const int patienceMs = end.wasReached ? kPatienceMs : std::min(kPatienceMs, m_settings.connectTimeoutMs);
+  return job.hop != nullptr && m_nowMs - job.hopBegunMs >= patienceMs;
 }
 
 // @param[out] end  why it is not followed
@@ -415,7 +445,7 @@ void kxFetchEngine::EndHop(Job &job) {
   m_isTurnFree = true;
 }
 
-void kxFetchEngine::Finish(Job &job, const HopEnd &end) {
+void kxFetchEngine::Finish(Job &job, HopEnd end) {
   if (end.isRemembered) {
     Count(&kxFetchCounters::remembered, job.askers.size());
   } else if (IsSuccess(end)) {
@@ -423,7 +453,7 @@ void kxFetchEngine::Finish(Job &job, const HopEnd &end) {
     m_failures.Forget(job.failureKey);
   } else {
     Count(end.result == kxFetch_refused ? &kxFetchCounters::refused : &kxFetchCounters::failed);
-    if (job.isBegun) m_failures.Add(job.failureKey, {end.result, end.reason, job.maxLen}, m_nowMs);
+    if (job.isBegun && !end.isOurs) m_failures.Add(job.failureKey, {end.result, end.reason, job.maxLen}, m_nowMs);
     tderrorFunc(kTopic, 3, 0, "kxFetchEngine: %s: %s", job.request.url.c_str(), end.reason.c_str());
   }
   AnswerAll(job, end);

@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <new>
 #include <system_error>
 #include <utility>
 
@@ -21,13 +20,15 @@ bool IsStatusOfRedirect(long status) {
 }  // namespace
 
 Hop::Hop(const kxFetchSettings &settings, const kxFetchRequest &request, const Target &target, const std::string &proxy,
-         Sockets &sockets)
+         Sockets &sockets, AnswerRoom &room)
     : m_settings(settings),
       m_request(request),
       m_target(target),
       m_proxy(proxy),
       m_sockets(sockets),
-      m_easy(curl_easy_init()) {}
+      m_easy(curl_easy_init()),
+      m_room(room),
+      m_octets(room) {}
 
 Hop::~Hop() {
   m_search.reset();  // takes its leave over the connection
@@ -35,21 +36,26 @@ Hop::~Hop() {
   m_sockets.Forget(this);
 }
 
-bool Hop::Start(CURLM *multi, size_t maxLen, int timeLeftMs) {
+bool Hop::Start(CURLM *multi, size_t maxLen) {
   if (m_easy == nullptr) return false;
   m_maxLen = maxLen;
-  SetOptions(timeLeftMs);
+  SetOptions();
   if (!m_isSet || curl_multi_add_handle(multi, m_easy.get()) != CURLM_OK) return false;
   m_multi = multi;
   return true;
 }
 
-void Hop::SetOptions(int timeLeftMs) {
+void Hop::SetMaxLen(size_t maxLen) {
+  m_maxLen = maxLen;
+  if (m_search != nullptr) m_search->SetMaxLen(maxLen);
+}
+
+void Hop::SetOptions() {
   Set(CURLOPT_PRIVATE, static_cast<void *>(this));
   Set(CURLOPT_PROTOCOLS_STR, "http,https");
   Set(CURLOPT_NOSIGNAL, 1L);
   Set(CURLOPT_QUICK_EXIT, 1L);  // else giving up a hop waits for the resolver
-  Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::min(timeLeftMs, m_settings.connectTimeoutMs)));
+  Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_settings.connectTimeoutMs));
   // Connections are not shared: what one may be asked for the next may not.
   Set(CURLOPT_FRESH_CONNECT, 1L);
   Set(CURLOPT_OPENSOCKETFUNCTION, &OnOpen);
@@ -144,16 +150,15 @@ bool Hop::Take(const char *octets, size_t len) {
   }
   curl_off_t announced = -1;
   curl_easy_getinfo(m_easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-  if (len > m_maxLen - std::min(m_octets.size(), m_maxLen) ||
+  if (len > m_maxLen - std::min(m_octets.Len(), m_maxLen) ||
       (announced > 0 && static_cast<uint64_t>(announced) > m_maxLen)) {
     return Stop(kxFetch_tooLong, "more than " + std::to_string(m_maxLen) + " octets");
   }
-  try {
-    m_octets.append(octets, len);
-  } catch (const std::bad_alloc &) {  // must not pass through libcurl
-    return Stop(kxFetch_failed, "no memory");
-  }
-  return true;
+  const AnswerOctets::Outcome outcome =
+      m_octets.Append(octets, len, announced > 0 ? static_cast<size_t>(announced) : 0);
+  m_isOurs = outcome != AnswerOctets::Outcome::kFits;
+  if (!m_isOurs) return true;
+  return Stop(kxFetch_failed, outcome == AnswerOctets::Outcome::kNoRoom ? kNoRoomForAnswer : "no memory");
 }
 
 bool Hop::Stop(kxFetchResult result, const std::string &why) {
@@ -218,13 +223,17 @@ HopEnd Hop::TimeOut() {
 
 bool Hop::IsDone(CURLcode code) {
   if (!m_target.IsLdap() || code != CURLE_OK) return true;
-  m_search = std::make_unique<LdapSearch>(m_easy.get(), m_target.url, m_maxLen);
+  m_search = std::make_unique<LdapSearch>(m_easy.get(), m_target.url, m_maxLen, m_room);
   return false;
 }
 
 HopEnd Hop::Finish(CURLcode code) {
   m_isUnknown = code == CURLE_COULDNT_RESOLVE_HOST || code == CURLE_COULDNT_RESOLVE_PROXY;
-  if (m_isStopped) return Fail(m_stopResult, m_stopReason);
+  if (m_isStopped) {
+    HopEnd end = Fail(m_stopResult, m_stopReason);
+    end.isOurs = m_isOurs;
+    return end;
+  }
   if (m_numOpened == 0 && !m_refusal.empty()) return Fail(kxFetch_refused, m_refusal);
   if (code != CURLE_OK) {
     std::string why = curl_easy_strerror(code);
@@ -253,15 +262,21 @@ HopEnd Hop::OfHttp() {
   end.wasReached = true;
   end.result = status == 200 ? kxFetch_OK : kxFetch_unchanged;
   end.version = {Field("ETag"), Field("Last-Modified")};
-  end.octets = std::move(m_octets);
+  end.len = m_octets.Len();
+  end.octets = m_octets.Release();
   return end;
 }
 
 HopEnd Hop::OfLdap() {
-  if (m_search->Result() != kxFetch_OK) return Fail(m_search->Result(), m_search->Reason());
   HopEnd end;
+  if (m_search->Result() != kxFetch_OK) {
+    end = Fail(m_search->Result(), m_search->Reason());
+    end.isOurs = m_search->IsOurs();
+    return end;
+  }
   end.wasReached = true;
-  end.octets = m_search->TakeValues();
+  end.len = m_search->Values().Len();
+  end.octets = m_search->Values().Release();
   end.result = kxFetch_OK;
   return end;
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "fetch/answerOctets.h"
 #include "fetch/contentLength.h"
 #include "fetch/ldapSearch.h"
 #include "fetch/sockets.h"
@@ -19,36 +20,39 @@
 struct HopEnd {
   kxFetchResult result = kxFetch_failed;
   std::string reason;  ///< with the server's name, unless the result is kxFetch_OK or kxFetch_unchanged
-  std::string octets;
+  std::shared_ptr<const unsigned char> octets;
+  size_t len = 0;
   kxFetchVersion version;
   std::string location;        ///< where the server sends on to, when not empty
   bool isRemembered = false;   ///< there was none: an earlier one failed
+  bool isOurs = false;         ///< it failed for reasons of this side, and may be asked at any time
   bool wasReached = false;     ///< the server took the connection, with TLS where that is asked
   bool wasServerDown = false;  ///< it did not: there is no use in asking it for something else
 };
 
-/// Of one thread, that of its multi handle. Settings, request and sockets outlive it.
+/// Of one thread, that of its multi handle. Settings, request, sockets and room outlive it.
 class Hop {
  public:
   /// @param proxy  "" for none
   Hop(const kxFetchSettings &settings, const kxFetchRequest &request, const Target &target, const std::string &proxy,
-      Sockets &sockets);
+      Sockets &sockets, AnswerRoom &room);
   ~Hop();
   Hop(const Hop &) = delete;
   Hop &operator=(const Hop &) = delete;
 
-  /// Begins it.
-  /// @param maxLen      octets of the answer; see SetMaxLen
-  /// @param timeLeftMs  of which connecting may take as much as the settings say
-  bool Start(CURLM *multi, size_t maxLen, int timeLeftMs);
-  /// A larger one counts for what is to come. A directory is asked with the one of when it was reached.
-  void SetMaxLen(size_t maxLen) { m_maxLen = maxLen; }
+  /// Begins it. Connecting may take as much time as the settings say, all else as long as it is not ended.
+  /// @param maxLen  octets of the answer; see SetMaxLen
+  bool Start(CURLM *multi, size_t maxLen);
+  /// Another one counts for what is to come.
+  void SetMaxLen(size_t maxLen);
 
   /// libcurl is done with it. @return false: it still has something to do, Step does that
   bool IsDone(CURLcode code);
   /// Some of it, without waiting. @return it is done
   bool Step() { return m_search != nullptr && m_search->Step(); }
   bool IsStepping() const { return m_search != nullptr; }
+  /// There is something that Step can do now.
+  bool HasMore() const { return m_search != nullptr && m_search->HasMore(); }
 
   CURL *Handle() const { return m_easy.get(); }
   const Target &Whom() const { return m_target; }
@@ -67,7 +71,7 @@ class Hop {
   static curl_socket_t OnOpen(void *hop, curlsocktype purpose, curl_sockaddr *address);
   static int OnClose(void *sockets, curl_socket_t socket);
 
-  void SetOptions(int timeLeftMs);
+  void SetOptions();
   void SetHttpOptions();
   void SetLdapOptions();
   template <class T>
@@ -99,11 +103,13 @@ class Hop {
   size_t m_headerLen = 0;
   size_t m_bodyLen = 0;  // with what is not kept
   ContentLength m_contentLength;
-  std::string m_octets;
+  AnswerRoom &m_room;
+  AnswerOctets m_octets;
   std::unique_ptr<LdapSearch> m_search;  // once there is a connection
   int m_numOpened = 0;                   // sockets
   std::string m_refusal;                 // of the last address that may not be asked
   bool m_isStopped = false;              // by a callback, with these
+  bool m_isOurs = false;
   kxFetchResult m_stopResult = kxFetch_failed;
   std::string m_stopReason;
 };

@@ -265,7 +265,7 @@ void kxFetchEngine::Admit(const Task &task, int64_t atMs) {
     return AnswerOne(task, EndOf(kxFetch_failed, "too many transfers wait for their turn"));
   }
   job->key = key;
-  job->request = request;
+  job->request = std::make_shared<const kxFetchRequest>(request);
   job->begunMs = m_nowMs;
   Wait(*job, m_waiting.end());
   Join(*job, task, atMs);
@@ -324,7 +324,13 @@ bool kxFetchEngine::MayStart(const Job &job) const {
   const auto ofHost = m_runningOfHost.find(target.host);
   if (ofHost != m_runningOfHost.end() && ofHost->second >= m_settings.maxTransfersPerHost) return false;
   return m_running.size() < static_cast<size_t>(m_settings.maxTransfers) &&
-         (target.isNumber || m_lookUps.size() < kMaxLookUps);
+         (target.isNumber || (m_lookUps.size() + m_givenUp.size() < kMaxLookUps && !m_givenUp.contains(target.host)));
+}
+
+std::string kxFetchEngine::WhyItWaits(const Job &job) const {
+  const Target &target = job.targets[job.target];
+  return m_givenUp.contains(target.host) ? target.server + ": its name was not found in time"
+                                         : "other transfers took its time";
 }
 
 void kxFetchEngine::StartThoseThatMay() {
@@ -353,17 +359,21 @@ void kxFetchEngine::Start(Job &job) {
 
 void kxFetchEngine::EndDone() {
   std::vector<std::pair<Job *, CURLcode>> done;
+  std::vector<std::pair<const CURL *, CURLcode>> givenUp;
   int numLeft = 0;
   while (const CURLMsg *const message = curl_multi_info_read(m_multi, &numLeft)) {
     const auto running = m_running.find(message->easy_handle);
-    const bool isKnown = message->msg == CURLMSG_DONE && running != m_running.end();
-    if (isKnown && running->second->hop->IsDone(message->data.result)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    if (running == m_running.end())
+      givenUp.emplace_back(message->easy_handle, message->data.result);
+    else if (running->second->hop->IsDone(message->data.result)) {
       done.emplace_back(running->second, message->data.result);
     }
   }
   for (const auto &[handle, job] : m_running) {
     if (job->hop->Step()) done.emplace_back(job, CURLE_OK);
   }
+  for (const auto &[handle, code] : givenUp) EndGivenUp(handle, code);
   for (const auto &[job, code] : done) GoOn(*job, job->hop->Finish(code));
 }
 
@@ -390,7 +400,7 @@ void kxFetchEngine::EndLate() {
     if (job->hop != nullptr)
       GoOn(*job, job->hop->TimeOut());
     else
-      Finish(*job, OursOf(kxFetch_timedOut, "other transfers took its time"));
+      Finish(*job, OursOf(kxFetch_timedOut, WhyItWaits(*job)));
   }
 }
 
@@ -437,11 +447,29 @@ bool kxFetchEngine::Redirect(Job &job, HopEnd &end) {
 void kxFetchEngine::EndHop(Job &job) {
   if (std::exchange(job.isWaiting, false)) m_waiting.erase(job.place);
   if (job.hop == nullptr) return;
-  if (job.hop->IsLookingUp()) m_lookUps.push_back(m_nowMs + kLookUpMs);
   m_running.erase(job.hop->Handle());
   const auto ofHost = m_runningOfHost.find(job.hop->Whom().host);
   if (--ofHost->second == 0) m_runningOfHost.erase(ofHost);
-  job.hop.reset();
+  std::unique_ptr<Hop> hop = std::move(job.hop);
+  m_isTurnFree = true;
+  if (!hop->IsLookingUp()) return;
+  // Who asks next waits for what is under way: one that many have given up is looked up by one thread.
+  hop->GiveUp();
+  const std::string host = hop->Whom().host;
+  if (!hop->IsWithCurl() || m_givenUp.contains(host)) return m_lookUps.push_back(m_nowMs + kLookUpMs);
+  m_givenUp[host] = std::move(hop);
+}
+
+void kxFetchEngine::EndGivenUp(const CURL *handle, CURLcode code) {
+  const auto ended = std::ranges::find_if(m_givenUp, [=](const auto &row) { return row.second->Handle() == handle; });
+  if (ended == m_givenUp.end()) return;
+  Hop &hop = *ended->second;
+  const HopEnd end = hop.Finish(code);
+  if (code == CURLE_OPERATION_TIMEDOUT && hop.IsLookingUp()) m_lookUps.push_back(m_nowMs + kLookUpMs);
+  // It had its time. That there is no connection to a name that was found is of nobody's doing but ours.
+  const bool isNotFound = code == CURLE_OPERATION_TIMEDOUT || code == CURLE_COULDNT_RESOLVE_HOST;
+  if (isNotFound && end.wasServerDown) m_failures.Add(ServerKeyOf(hop.Whom()), {end.result, end.reason}, m_nowMs);
+  m_givenUp.erase(ended);
   m_isTurnFree = true;
 }
 
@@ -454,7 +482,7 @@ void kxFetchEngine::Finish(Job &job, HopEnd end) {
   } else {
     Count(end.result == kxFetch_refused ? &kxFetchCounters::refused : &kxFetchCounters::failed);
     if (job.isBegun && !end.isOurs) m_failures.Add(job.failureKey, {end.result, end.reason, job.maxLen}, m_nowMs);
-    tderrorFunc(kTopic, 3, 0, "kxFetchEngine: %s: %s", job.request.url.c_str(), end.reason.c_str());
+    tderrorFunc(kTopic, 3, 0, "kxFetchEngine: %s: %s", job.request->url.c_str(), end.reason.c_str());
   }
   AnswerAll(job, end);
   Drop(job);
@@ -484,4 +512,5 @@ void kxFetchEngine::EndAll() {
     AnswerAll(*job, EndOf(kxFetch_failed, kEnded));
   }
   m_jobs.clear();
+  m_givenUp.clear();
 }

@@ -49,9 +49,9 @@ class kxFetchEngine final : public kxFetcher {
   };
   // What equal requests share.
   struct Job {
-    std::string key;         // of what makes requests equal
-    std::string failureKey;  // of URL and body
-    kxFetchRequest request;  // of the first asker
+    std::string key;                                // of what makes requests equal
+    std::string failureKey;                         // of URL and body
+    std::shared_ptr<const kxFetchRequest> request;  // of the first asker
     std::map<const kxFetchTask *, Asker> askers;
     std::multiset<size_t> maxLens;       // of the askers
     std::multiset<int64_t> deadlinesMs;  // of the askers
@@ -84,6 +84,7 @@ class kxFetchEngine final : public kxFetcher {
   void SetLimits(Job &job);
   void StartThoseThatMay();
   bool MayStart(const Job &job) const;
+  std::string WhyItWaits(const Job &job) const;
   void Start(Job &job);
   void Wait(Job &job, std::list<Job *>::iterator before);
   void EndLate();
@@ -92,6 +93,7 @@ class kxFetchEngine final : public kxFetcher {
   void GoOn(Job &job, HopEnd end);
   bool Redirect(Job &job, HopEnd &end);
   void EndHop(Job &job);
+  void EndGivenUp(const CURL *handle, CURLcode code);
   void Finish(Job &job, HopEnd end);
   void AnswerAll(Job &job, const HopEnd &end);
   void AnswerOne(const Task &task, const HopEnd &end);
@@ -122,7 +124,8 @@ class kxFetchEngine final : public kxFetcher {
   std::list<Job *> m_waiting;
   std::map<CURL *, Job *> m_running;
   std::map<std::string, int> m_runningOfHost;
-  std::deque<int64_t> m_lookUps;  // that go on without their hop: until when at most
+  std::map<std::string, std::unique_ptr<Hop>> m_givenUp;  // by host; they still look it up
+  std::deque<int64_t> m_lookUps;                          // that go on without their hop: until when at most
   int64_t m_nowMs = 0;
   int64_t m_nextDeadlineMs = INT64_MAX;  // not after the first one
   bool m_isTurnFree = false;             // something may start that could not before

@@ -19,10 +19,10 @@ bool IsStatusOfRedirect(long status) {
 
 }  // namespace
 
-Hop::Hop(const kxFetchSettings &settings, const kxFetchRequest &request, const Target &target, const std::string &proxy,
-         Sockets &sockets, AnswerRoom &room)
+Hop::Hop(const kxFetchSettings &settings, std::shared_ptr<const kxFetchRequest> request, const Target &target,
+         const std::string &proxy, Sockets &sockets, AnswerRoom &room)
     : m_settings(settings),
-      m_request(request),
+      m_request(std::move(request)),
       m_target(target),
       m_proxy(proxy),
       m_sockets(sockets),
@@ -42,6 +42,7 @@ bool Hop::Start(CURLM *multi, size_t maxLen) {
   SetOptions();
   if (!m_isSet || curl_multi_add_handle(multi, m_easy.get()) != CURLM_OK) return false;
   m_multi = multi;
+  m_isWithCurl = true;
   return true;
 }
 
@@ -90,13 +91,14 @@ void Hop::SetHttpOptions() {
   Set(CURLOPT_HEADERFUNCTION, &OnHeader);
   Set(CURLOPT_HEADERDATA, static_cast<void *>(this));
   if (!m_settings.userAgent.empty()) Set(CURLOPT_USERAGENT, m_settings.userAgent.c_str());
-  if (!m_request.known.entityTag.empty()) AddHeader("If-None-Match: " + m_request.known.entityTag);
-  if (!m_request.known.lastModified.empty()) AddHeader("If-Modified-Since: " + m_request.known.lastModified);
-  if (!m_request.body.empty()) {
+  if (!m_request->known.entityTag.empty()) AddHeader("If-None-Match: " + m_request->known.entityTag);
+  if (!m_request->known.lastModified.empty()) AddHeader("If-Modified-Since: " + m_request->known.lastModified);
+  if (!m_request->body.empty()) {
     Set(CURLOPT_POST, 1L);
-    Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_request.body.size()));
-    Set(CURLOPT_POSTFIELDS, m_request.body.data());
-    AddHeader("Content-Type: " + (m_request.contentType.empty() ? "application/octet-stream" : m_request.contentType));
+    Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_request->body.size()));
+    Set(CURLOPT_POSTFIELDS, m_request->body.data());
+    AddHeader("Content-Type: " +
+              (m_request->contentType.empty() ? "application/octet-stream" : m_request->contentType));
     AddHeader("Expect:");  // is not sent
   }
   Set(CURLOPT_HTTPHEADER, m_headers.get());
@@ -110,7 +112,7 @@ void Hop::AddHeader(const std::string &line) {
 
 curl_socket_t Hop::OnOpen(void *hop, curlsocktype purpose, curl_sockaddr *address) {
   auto *const self = static_cast<Hop *>(hop);
-  if (purpose != CURLSOCKTYPE_IPCXN) return CURL_SOCKET_BAD;
+  if (purpose != CURLSOCKTYPE_IPCXN || self->m_isGivenUp) return CURL_SOCKET_BAD;
   const bool isAnyAllowed = !self->m_proxy.empty() || self->m_target.isConfigured;
   const char *const whyNot = isAnyAllowed ? nullptr : kxFetch_WhyNot(address->addr, self->m_settings.allowPrivate);
   if (whyNot != nullptr) {
@@ -203,7 +205,7 @@ std::string Hop::Field(const char *name) const {
 bool Hop::IsRedirect() const {
   const long status = Status();
   const bool keepsMethod = status == 307 || status == 308;
-  return IsStatusOfRedirect(status) && (m_request.body.empty() || keepsMethod) && !Field("Location").empty();
+  return IsStatusOfRedirect(status) && (m_request->body.empty() || keepsMethod) && !Field("Location").empty();
 }
 
 HopEnd Hop::Fail(kxFetchResult result, const std::string &why) {
@@ -222,6 +224,7 @@ HopEnd Hop::TimeOut() {
 }
 
 bool Hop::IsDone(CURLcode code) {
+  m_isWithCurl = false;
   if (!m_target.IsLdap() || code != CURLE_OK) return true;
   m_search = std::make_unique<LdapSearch>(m_easy.get(), m_target.url, m_maxLen, m_room);
   return false;
@@ -249,7 +252,7 @@ HopEnd Hop::Finish(CURLcode code) {
 
 HopEnd Hop::OfHttp() {
   const long status = Status();
-  const bool knowsOne = !m_request.known.entityTag.empty() || !m_request.known.lastModified.empty();
+  const bool knowsOne = !m_request->known.entityTag.empty() || !m_request->known.lastModified.empty();
   if (status != 200 && !(status == 304 && knowsOne)) {
     HopEnd end = Fail(kxFetch_failed, "status " + std::to_string(status));
     if (IsRedirect()) end.location = Field("Location");

@@ -30,12 +30,12 @@ struct HopEnd {
   bool wasServerDown = false;  ///< it did not: there is no use in asking it for something else
 };
 
-/// Of one thread, that of its multi handle. Settings, request, sockets and room outlive it.
+/// Of one thread, that of its multi handle. Settings, sockets and room outlive it.
 class Hop {
  public:
   /// @param proxy  "" for none
-  Hop(const kxFetchSettings &settings, const kxFetchRequest &request, const Target &target, const std::string &proxy,
-      Sockets &sockets, AnswerRoom &room);
+  Hop(const kxFetchSettings &settings, std::shared_ptr<const kxFetchRequest> request, const Target &target,
+      const std::string &proxy, Sockets &sockets, AnswerRoom &room);
   ~Hop();
   Hop(const Hop &) = delete;
   Hop &operator=(const Hop &) = delete;
@@ -60,6 +60,10 @@ class Hop {
   bool IsOverrun() const;
   /// The name is being looked up, which goes on for some time after the hop is gone.
   bool IsLookingUp() const;
+  /// libcurl knows when that ends.
+  bool IsWithCurl() const { return m_isWithCurl; }
+  /// Nobody waits for it: it goes no further than the name, which libcurl keeps for the next who asks for it.
+  void GiveUp() { m_isGivenUp = true; }
 
   HopEnd Finish(CURLcode code);
   HopEnd Fail(kxFetchResult result, const std::string &why);  ///< it is ended from outside
@@ -90,7 +94,7 @@ class Hop {
   HopEnd OfLdap();
 
   const kxFetchSettings &m_settings;
-  const kxFetchRequest &m_request;
+  const std::shared_ptr<const kxFetchRequest> m_request;
   const Target m_target;
   const std::string m_proxy;
   Sockets &m_sockets;
@@ -98,6 +102,8 @@ class Hop {
   sxOwned<curl_slist, curl_slist_free_all> m_headers;
   CURLM *m_multi = nullptr;  // that it was added to
   bool m_isSet = true;
+  bool m_isWithCurl = false;
+  bool m_isGivenUp = false;
   bool m_isUnknown = false;  // the name
   size_t m_maxLen = 0;
   size_t m_headerLen = 0;

@@ -11,6 +11,7 @@
 #include "fetch/target.h"
 #include "support/badServer.h"
 #include "support/fetching.h"
+#include "support/namesOfTests.h"
 #include "support/rows.h"
 #include "support/scopedEnv.h"
 #include "support/script.h"
@@ -353,10 +354,22 @@ TEST(FetchService, DoesNotWaitForNames) {
     EXPECT_EQ("0 whole", fetching.Get(UrlOf(server)));
     fetching.Wait();
     EXPECT_THAT(slow, StartsWith("-5 "));
-    EXPECT_THAT(fetching.Get("http://slow.example/"), HasSubstr("slow.example:80: its name was not found in time"));
+    EXPECT_EQ("-5 slow.example:80: its name was not found in time", fetching.Get("http://slow.example/"));
   }
   EXPECT_LT(MsSince(begin), 8000);
   EXPECT_EQ("-3 unknown.example:80: Couldn't resolve host name", Fetching().Get("http://unknown.example/"));
+}
+
+// One that many give up is looked up once, for whoever has the time.
+TEST(FetchService, LooksANameUpOnce) {
+  const BadServer server(kWhole);
+  const std::string url = "http://late.example" + server.Name().substr(server.Name().find(':'));
+  Fetching fetching;
+  for (int i = 0; i < 5; ++i) EXPECT_THAT(fetching.Get(Fetching::Of(url, {5, 20})), StartsWith("-5 "));
+  EXPECT_EQ(0, server.NumConnections());
+  EXPECT_EQ("0 whole", fetching.Get(url));
+  EXPECT_EQ(1, g_numLateLookUps);
+  EXPECT_EQ(1, server.NumConnections());
 }
 
 }  // namespace

@@ -229,7 +229,7 @@ TEST(FetchMany, TakeTheirTurns) {
 
 // Messages that answer nothing, as fast as they can be read: nobody else waits for them, nor does the service's end.
 TEST(FetchMany, AreNotHeldByAFlood) {
-  const BadServer hostile("read; octets 300c02010161070a010004000400; read; flood 30{02014d79{62*1000}}*100"), honest(kWhole);
+  const BadServer hostile("read; octets 300c02010161070a010004000400; read; flood 30{02014d79{62*200}}*1000"), honest(kWhole);
   kxFetchSettings settings = Fetching::Local();
   settings.maxOctets = kMaxFetchOctets;
   settings.maxTransfersPerHost = 16;

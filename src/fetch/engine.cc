@@ -411,7 +411,7 @@ void kxFetchEngine::GoOn(Job &job, HopEnd end) {
   if (end.wasServerDown && !end.isOurs) m_failures.Add(server, {end.result, end.reason}, m_nowMs);
   if (end.wasReached) m_failures.Forget(server);
   if (!end.location.empty() && Redirect(job, end)) return;
-  if (IsSuccess(end) || IsLast(job) || m_nowMs >= job.deadlineMs) return Finish(job, std::move(end));
+  if (IsSuccess(end) || IsLast(job) || m_nowMs >= job.deadlineMs) return Finish(job, end);
   ++job.target;
   Wait(job, m_waiting.begin());
 }
@@ -473,7 +473,7 @@ void kxFetchEngine::EndGivenUp(const CURL *handle, CURLcode code) {
   m_isTurnFree = true;
 }
 
-void kxFetchEngine::Finish(Job &job, HopEnd end) {
+void kxFetchEngine::Finish(Job &job, const HopEnd &end) {
   if (end.isRemembered) {
     Count(&kxFetchCounters::remembered, job.askers.size());
   } else if (IsSuccess(end)) {

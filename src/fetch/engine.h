@@ -94,7 +94,7 @@ class kxFetchEngine final : public kxFetcher {
   bool Redirect(Job &job, HopEnd &end);
   void EndHop(Job &job);
   void EndGivenUp(const CURL *handle, CURLcode code);
-  void Finish(Job &job, HopEnd end);
+  void Finish(Job &job, const HopEnd &end);
   void AnswerAll(Job &job, const HopEnd &end);
   void AnswerOne(const Task &task, const HopEnd &end);
   void Drop(Job &job);

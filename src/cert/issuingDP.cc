@@ -54,7 +54,7 @@ class sxIssuingDP_imp : public sxExtension_imp {
   bool HasReasons() const { return m_reasons.has_value(); }
   unsigned int Reasons() const;
 
-  /// @return false for a relative name that has nothing in it
+  /// @return false for a name that has nothing in it: it would be of no point, and seem to be of all
   [[nodiscard]] bool Set(const sxASN_IssuingDistributionPoint &value);
   [[nodiscard]] bool ToAsn(sxASN_IssuingDistributionPoint &out) const;
 
@@ -76,6 +76,10 @@ bool sxIssuingDP_imp::Set(const sxASN_IssuingDistributionPoint &value) {
   if (value.distributionPoint != nullptr) {
     const sxASN_GeneralNames *const fullName = value.distributionPoint->fullName();
     const sxASN_RelativeDistinguishedName *const relative = value.distributionPoint->nameRelativeToCRLIssuer();
+    if (fullName != nullptr && fullName->Count() == 0) {  // RFC 5280, 4.2.1.6: at least one
+      herror_func(0, 0, "sxIssuingDP_imp::Set: fullName is empty");
+      return false;
+    }
     if (relative != nullptr) {
       if (relative->Count() == 0) {
         herror_func(0, 0, "sxIssuingDP_imp::Set: nameRelativeToCRLIssuer is empty");

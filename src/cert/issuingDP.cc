@@ -47,6 +47,10 @@ class sxIssuingDP_imp : public sxExtension_imp {
   sxExtension *NewHandle() override { return new sxIssuingDP(std::unique_ptr<sxIssuingDP_imp>(this)); }
 
   const sxGeneralNames &FullName() const { return m_fullName; }
+  void SetFullName(const sxGeneralNames &fullName) {
+    m_fullName = fullName;
+    m_relative.reset();
+  }
   const sxDN *RelativeName() const { return m_relative ? &*m_relative : nullptr; }
   bool Is(Flag flag) const { return m_flags[flag]; }
   void Put(Flag flag, bool on) { m_flags[flag] = on; }
@@ -173,6 +177,7 @@ bool sxIssuingDP::IndirectCRL() const { return Imp(*this).Is(kIndirect); }
 bool sxIssuingDP::HasOnlySomeReasons() const { return Imp(*this).HasReasons(); }
 unsigned int sxIssuingDP::SomeReasons() const { return Imp(*this).Reasons(); }
 const sxDN *sxIssuingDP::RelativeName() const { return Imp(*this).RelativeName(); }
+void sxIssuingDP::SetFullName(const sxGeneralNames &fullName) { Imp(*this).SetFullName(fullName); }
 void sxIssuingDP::SetOnlyUserCerts(bool on) { Imp(*this).Put(kUserCerts, on); }
 void sxIssuingDP::SetOnlyCACerts(bool on) { Imp(*this).Put(kCACerts, on); }
 void sxIssuingDP::SetOnlyAttributeCerts(bool on) { Imp(*this).Put(kAttributeCerts, on); }

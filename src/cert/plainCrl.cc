@@ -20,7 +20,8 @@ bool ReadBody(sxDerReader body, bool decoded, sxPlainCrl *crl) {
   }
   if (!sxTakePlainAlgorithm(body, decoded, &innerAlgorithm) ||
       !sxEqual(innerAlgorithm.oid, crl->signatureAlgorithm.oid) ||
-      !sxEqual(innerAlgorithm.parameters, crl->signatureAlgorithm.parameters) || !sxTakePlainName(body, decoded, &crl->issuer, &crl->issuerName) || !sxTakePlainTime(body, &crl->thisUpdate)) {
+      !sxEqual(innerAlgorithm.parameters, crl->signatureAlgorithm.parameters) ||
+      !sxTakePlainName(body, decoded, &crl->issuer, &crl->issuerName) || !sxTakePlainTime(body, &crl->thisUpdate)) {
     return false;
   }
   if ((body.NextIs(kDerUtcTime) || body.NextIs(kDerGeneralizedTime)) && !sxTakePlainTime(body, &crl->nextUpdate)) {

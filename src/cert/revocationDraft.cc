@@ -86,7 +86,8 @@ sxDerOctets sxRevocationDraft::MoveTo(size_t capacity) {
   return std::exchange(m_octets, std::move(larger));
 }
 
-int sxRevocationDraft::Add(const sxIssuerId *issuer, sxOctetView serial, const sxPlainTime &date, sxOctetView extensions) {
+int sxRevocationDraft::Add(const sxIssuerId *issuer, sxOctetView serial, const sxPlainTime &date,
+                           sxOctetView extensions) {
   const sxAsnDigits digits = sxAsnDigitsOf(serial);
   if (OffsetOf(issuer, digits) != 0) return 0;
   const size_t contentLen =

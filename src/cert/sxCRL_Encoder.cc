@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr size_t kMaxNumberLen = 20;  // RFC 5280, 5.2.3
+constexpr size_t kMaxNumberLen = 20;                                              // RFC 5280, 5.2.3
 constexpr char kOnlyInDelta[] = "only a delta CRL removes entries from another";  // 5.3.1
 
 int Refuse(const char *func, const char *why) { return herror_func(0, 0, "%s: %s", func, why), -1; }

@@ -48,6 +48,7 @@ bool ValidateParams::Check_next_upd() const { return m_imp->checkNextUpd; }
 int ValidateParams::Write_crl_to_web() const { return m_imp->writeCrlToWeb; }
 int ValidateParams::CRL_size_validation() const { return m_imp->crlSizeValidation; }
 sxcert_black_list *ValidateParams::Get_BlackList() const { return m_imp->blackList; }
+bool ValidateParams::HasTime() const { return m_imp->time != kPresentTime; }
 int64_t ValidateParams::Time() const { return m_imp->time == kPresentTime ? kxClock_Now() : m_imp->time; }
 
 void ValidateParams::Set_crl_validation(int on) { m_imp->crlValidation = on != 0; }

@@ -9,6 +9,7 @@
 #include "kxcert/trust/sxRootCA.h"
 #include "platform/background.h"
 #include "support/revocationWorld.h"
+#include "support/testOcsp.h"
 
 namespace {
 
@@ -101,6 +102,28 @@ TEST_F(RevocationRun, AnswersValidationsThatWait) {
   EXPECT_EQ(sxValidation_revoked, sxCert_ValCerts_e(env, root, &chain, nullptr, nullptr, question.params, nullptr, 0,
                                                     &level, nullptr, nullptr, sxValidate_revocation))
       << "at hand now";
+}
+
+// Whoever brings it, and in whatever order: neither is the end of a revocation hidden, nor a revocation.
+TEST_F(RevocationRun, TakesTheNewestAnswerThatSaysSomething) {
+  question.params.Set_crl_validation(0);
+  question.params.Set_ocsp_validation(2);
+  const auto check = [this](const std::vector<std::pair<std::string, int>> &said) {
+    sxOcspResponses responses;
+    for (const auto &[status, ageSec] : said) {
+      TestOcspSingle single{&world.Of("leaf"), &world.Of("root"), status, kTestNow - ageSec};
+      responses.push_back(TestOcspResponse(world.Of("root"), {single}));
+    }
+    question.ocspResponses = &responses;
+    sxRevocationVerdict verdict;
+    return sxRevocation_Check(question, verdict);
+  };
+  EXPECT_EQ(sxValidation_unknownStatus, check({{"unknown", 300}}));
+  EXPECT_EQ(sxValidation_OK, check({{"good", 250}, {"unknown", 100}}));
+  EXPECT_EQ(sxValidation_revoked, check({{"good", 220}, {"unknown", 100}, {"revoked", 200}}));
+  EXPECT_EQ(sxValidation_revoked, check({{"good", 210}})) << "memory knows better";
+  EXPECT_EQ(sxValidation_revoked, check({{"unknown", 100}})) << "memory knows better";
+  EXPECT_EQ(sxValidation_OK, check({{"good", 150}}));
 }
 
 TEST_F(RevocationRun, RenewsWhatIsUsedBeforeItRunsOut) {

@@ -95,7 +95,11 @@ void Revocation::ReadCrls(const std::vector<std::string> &files, Report &report)
   for (const std::string &file : files) {
     for (FoundCrl &found : ::ReadCrls(file, report)) crls.Add(found.crl.release());
   }
-  sxRevocation_Push(crls, sxCrlTo_memory);
+  const int numTaken = m_isOn ? sxRevocation_Push(crls, sxCrlTo_memory) : crls.Count();
+  if (numTaken < crls.Count()) {
+    report.Problem(kExitInputError, "--crl",
+                   "there is room for " + std::to_string(numTaken) + " of " + std::to_string(crls.Count()) + " CRLs");
+  }
 }
 
 void Revocation::ReadResponses(const std::vector<std::string> &files, Report &report) {
@@ -107,6 +111,10 @@ void Revocation::ReadResponses(const std::vector<std::string> &files, Report &re
       continue;
     }
     m_responses.emplace_back(octets.Data(), octets.Data() + octets.Len());
+  }
+  if (m_responses.size() > kMaxOcspResponses) {
+    report.Problem(kExitInputError, "--ocsp-response",
+                   "at most " + std::to_string(kMaxOcspResponses) + " responses are looked at");
   }
 }
 

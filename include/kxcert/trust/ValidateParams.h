@@ -39,6 +39,7 @@ class KXCERT_EXPORT ValidateParams {
   sxcert_black_list *Get_BlackList() const;  ///< lent, or null
   /// What dates are compared with, in seconds since 1970-01-01 00:00 UTC: what was set, or the clock's.
   int64_t Time() const;
+  bool HasTime() const;  ///< it was set
 
   void Set_crl_validation(int on);
   void Set_ocsp_validation(int value);

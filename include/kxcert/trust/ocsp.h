@@ -181,6 +181,8 @@ struct sxOcspAsk {
   int timeoutMs = kOcspTimeoutMs;
   int responderTimeoutMs = kOcspResponderTimeoutMs;
   bool useMemory = true;  ///< look there first; what is fetched is kept in any case
+  /// As of which time answers are judged, in seconds since 1970-01-01 00:00 UTC; unless set, the clock's.
+  int64_t timeSec = kOcspNoTime;
 };
 
 /// What one responder said.

@@ -114,7 +114,7 @@ KXCERT_EXPORT bool sxRevocation_IsUnknown(int code);
 /// on: from now on certificates and roots are held by more than one thread. May be called again with other settings.
 /// @return 0, or -1 (nothing is installed)
 KXCERT_EXPORT int sxRevocation_Install(const sxRevocationSettings &settings);
-/// What was in memory goes.
+/// What was in memory goes, OCSP answers included.
 KXCERT_EXPORT void sxRevocation_Remove();
 KXCERT_EXPORT bool sxRevocation_IsInstalled();
 
@@ -127,9 +127,12 @@ using sxRevocationDone = std::function<void(const sxRevocationVerdict &verdict)>
 /// @return 0, or -1: nothing will be called
 KXCERT_EXPORT int sxRevocation_CheckA(sxd_env *env, const sxRevocationQuestion &question, sxRevocationDone done);
 
-/// Puts CRLs that somebody brought along into memory. They are believed when they verify where they are used.
+/// Puts CRLs of the program's own into memory, until sxRevocation_Remove. They are believed when they verify where they
+/// are used. Those that a peer brings to a validation (sxCert_ValCerts_e) are apart from them, few, and go when nobody
+/// who may has signed them.
 /// @param crlTo  ignored: nobody knows their place, and without one nothing is written to disk
-KXCERT_EXPORT void sxRevocation_Push(const sxCRLs &crls, int crlTo);
+/// @return how many of them are there now: not those beyond the bounds (maxCrls, half of maxCrlOctets), or not OK
+KXCERT_EXPORT int sxRevocation_Push(const sxCRLs &crls, int crlTo);
 
 /// For a periodic timer: asks anew for CRLs that were used lately and will soon be out of date, each at another
 /// moment. What cannot be had anew stays. @param opaque  ignored

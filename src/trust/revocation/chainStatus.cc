@@ -7,19 +7,11 @@
 
 namespace {
 
-bool NamesResponder(const sxCert &cert) {
-  const sxAuthorityInfoAccess *const access = cert.AuthInfoAccess();
-  for (int i = 0; access != nullptr && i < access->Count(); ++i) {
-    if (access->Method(i)->OidEquiv(sxASN_id_ad_ocsp)) return true;
-  }
-  return false;
-}
-
 // A source that the certificate names and the settings leave out.
 bool IsSwitchedOff(const StatusPolicy &policy, const sxCert &cert) {
   const bool namesCrl = !sxRawExtension(cert, sxASN_id_ce_cRLDistributionPoints).empty();
   return (namesCrl && !policy.Has(sxStatusSource::kCrl)) ||
-         (NamesResponder(cert) && !policy.Has(sxStatusSource::kOcsp));
+         (sxOcsp_NamesResponder(cert) && !policy.Has(sxStatusSource::kOcsp));
 }
 
 class LevelJudge {

@@ -13,8 +13,10 @@
 
 namespace {
 
-// A CRL up to this size is verified where it is judged: that takes well below a millisecond.
-constexpr unsigned int kMaxVerifiedAtOnce = 65536;
+// CRLs up to this size are verified where they are judged, this many: that takes about a millisecond.
+constexpr unsigned int kMaxLenVerifiedAtOnce = 65536;
+constexpr int kMaxVerifiedAtOnce = 2;
+constexpr size_t kMaxAskedAtOnce = 4;  // places, for one question: a peer's certificates name them
 constexpr size_t kMaxDeltaPlaces = 8;
 constexpr char kExpired[] = "it has expired";
 constexpr int kMaxRounds = 9;  // a CRL for each reason, and one more
@@ -25,6 +27,10 @@ int64_t StartGrace(const ValidateParams &params) {
   return grace == kGraceDefault ? int64_t{sxCertValidate_GetDefaultGracePeriod()} : grace;
 }
 int64_t EndGrace(const ValidateParams &params) { return std::max(params.Crl_end_grace(), 0); }
+
+std::string NameOf(CrlFrom from, const CrlPlace &place) {
+  return from == CrlFrom::kAnywhere ? place.key : place.key + (from == CrlFrom::kDisk ? "\ndisk" : "\nnetwork");
+}
 
 }  // namespace
 
@@ -51,6 +57,8 @@ CertStatus CrlJudge::Judge(const sxCert &cert, int level) {
 template <class Use>
 void CrlJudge::ForEachAt(const CrlPlace &place, SeenSets *seen, const Use &use) const {
   const std::shared_ptr<const CrlSet> &set = seen->emplace_back(m_memory.Find(place.key));
+  const CrlAnswer *const answer = set == nullptr || set->crls.empty() ? LastAnswerOf(place) : nullptr;
+  if (answer != nullptr && answer->set != nullptr) seen->back() = answer->set;
   for (size_t i = 0; set != nullptr && i < set->crls.size(); ++i) {
     // Counted with the set, which is this thread's own: the CRL's own count is one for all threads.
     use(Candidate{{set, set->crls[i].get()}, set->origin, &place, IsFresh(set->crls[i]->Crl(), set.get())});
@@ -74,6 +82,8 @@ void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
     if (round == 0) TellFailures(point.places, sxStatusSource::kCrl);
     const bool mayAsk = !isImplied && round == 0 && !found.best.from.isFresh;
     if (mayAsk && AskAny(point.places, sxStatusSource::kCrl, seen)) break;
+    const bool isBrought = found.best.signer != nullptr && found.best.from.place == nullptr;
+    if (isBrought && !isImplied && AskDisk(point.places, seen)) break;
     const bool isLate = found.best.signer == nullptr;
     if (!Take(isLate ? found.late : found.best, isLate)) break;
   }
@@ -97,27 +107,66 @@ std::vector<CrlJudge::Candidate> CrlJudge::PushedBy(const sxDN &issuer, bool isD
   return found;
 }
 
+// What is on disk, and does not do, keeps nobody from fetching.
 // @return it has to be waited for
 bool CrlJudge::Ask(const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen) {
-  const auto known = m_answers.find(place.key);
-  if (known == m_answers.end()) {
-    m_needs->push_back({place.key, place.name, kind, m_level, seen, nullptr});
+  if (AskFrom(CrlFrom::kAnywhere, place, kind, seen)) return true;
+  const CrlAnswer &answer = *AnswerOf(CrlFrom::kAnywhere, place);
+  const bool isOfDisk = answer.code == sxValidation_OK && answer.origin == sxStatusOrigin::kDisk;
+  return isOfDisk && AskFrom(CrlFrom::kNetwork, place, kind, seen);
+}
+
+bool CrlJudge::AskFrom(CrlFrom from, const CrlPlace &place, sxStatusSource kind,
+                       const std::shared_ptr<const CrlSet> &seen) {
+  const CrlAnswer *const answer = AnswerOf(from, place);
+  if (answer == nullptr) {
+    const auto isPlace = [](const CrlNeed &need) { return need.unread == nullptr; };
+    const auto isOnItsWay = [](const auto &known) { return !known.second.isDone; };
+    const auto numAsked = std::ranges::count_if(*m_needs, isPlace) + std::ranges::count_if(m_answers, isOnItsWay);
+    const std::string name = NameOf(from, place);
+    const auto isIt = [&name](const CrlNeed &need) { return need.name == name; };
+    const bool mayAsk = static_cast<size_t>(numAsked) < kMaxAskedAtOnce && std::ranges::none_of(*m_needs, isIt);
+    if (mayAsk) m_needs->push_back({name, place.key, place.name, kind, m_level, seen, nullptr, from});
     return m_isPending = true;
   }
-  const CrlAnswer &answer = known->second;
-  if (!answer.isDone) return m_isPending = true;
-  if (answer.code == sxValidation_OK) return false;  // what came was looked at
-  if (kind == sxStatusSource::kCrl) m_code = sxWorseStatus(m_code, answer.code);
+  if (!answer->isDone) return m_isPending = true;
+  if (answer->code == sxValidation_OK) return false;  // what came was looked at
+  if (kind == sxStatusSource::kCrl) m_code = sxWorseStatus(m_code, answer->code);
   return false;
+}
+
+// Somebody brought what counts; the disk may have what was issued since. Memory knows where it has nothing.
+bool CrlJudge::AskDisk(const std::vector<CrlPlace> &places, const SeenSets &seen) {
+  if (m_path.Root().CrlTo() == sxCrlTo_memory) return false;
+  for (size_t i = 0; i < places.size(); ++i) {
+    if (seen[i] != nullptr || AnswerOf(CrlFrom::kAnywhere, places[i]) != nullptr) continue;
+    const CrlAnswer *const answer = AnswerOf(CrlFrom::kDisk, places[i]);
+    if (answer != nullptr && answer->isDone) continue;
+    return AskFrom(CrlFrom::kDisk, places[i], sxStatusSource::kCrl, nullptr);
+  }
+  return false;
+}
+
+const CrlAnswer *CrlJudge::AnswerOf(CrlFrom from, const CrlPlace &place) const {
+  if (m_answers.empty()) return nullptr;
+  const auto known = m_answers.find(NameOf(from, place));
+  return known != m_answers.end() ? &known->second : nullptr;
+}
+
+const CrlAnswer *CrlJudge::LastAnswerOf(const CrlPlace &place) const {
+  for (const CrlFrom from : {CrlFrom::kNetwork, CrlFrom::kAnywhere, CrlFrom::kDisk}) {
+    if (const CrlAnswer *answer = AnswerOf(from, place)) return answer;
+  }
+  return nullptr;
 }
 
 // What was asked for in vain, also where another place had it.
 void CrlJudge::TellFailures(const std::vector<CrlPlace> &places, sxStatusSource kind) {
   if (m_evidence == nullptr || m_answers.empty()) return;
   for (const CrlPlace &place : places) {
-    const auto known = m_answers.find(place.key);
-    if (known == m_answers.end() || !known->second.isDone || known->second.code == sxValidation_OK) continue;
-    const CrlAnswer &answer = known->second;
+    const CrlAnswer *const last = LastAnswerOf(place);
+    if (last == nullptr || !last->isDone || last->code == sxValidation_OK) continue;
+    const CrlAnswer &answer = *last;
     sxRevocationEvidence &said = m_evidence->emplace_back();
     said.level = m_level;
     said.source = kind;
@@ -153,10 +202,13 @@ const sxCert *CrlJudge::SignerOf(const Candidate &candidate, const sxCert *wante
   const sxCert *const issuer = m_path.IssuerOf(m_level);
   if (issuer != nullptr && TrySigner(candidate, *issuer, why) != nullptr) return issuer;
   const sxDN &name = *candidate.crl->Crl().Issuer();
-  for (const RevocationPath::Signer &signer : m_path.Named(name, m_level)) {
-    if (TrySigner(candidate, *signer.cert, why) != nullptr && IsSignerGood(signer, why)) return signer.cert;
+  for (const sxCert *signer : m_path.Named(name, m_level)) {
+    if (TrySigner(candidate, *signer, why) != nullptr) return signer;
   }
-  return KnownSigner(*candidate.crl, name, why);
+  if (const sxCert *known = KnownSigner(*candidate.crl, name, why)) return known;
+  // Certificates of the pool would have to be verified as well.
+  if (m_path.HasPool() && candidate.crl->Signer().empty()) VerifyLater(candidate, why);
+  return nullptr;
 }
 
 // Who verified it before, on a path that had more certificates, when this path's issued that one as well.
@@ -201,35 +253,52 @@ const sxCert *CrlJudge::TrySigner(const Candidate &candidate, const sxCert &sign
   const HeldCrl::Known known = crl.IsFrom(signer);
   if (known != HeldCrl::Known::kNotAsked) return known == HeldCrl::Known::kYes ? &signer : nullptr;
   if (signer.Subject() == nullptr || !signer.Subject()->Equal(*crl.Crl().Issuer())) return nullptr;
-  if (crl.Crl().BufLen() <= kMaxVerifiedAtOnce) return crl.Verify(signer) ? &signer : nullptr;
-  const std::string key = "verify " + std::to_string(reinterpret_cast<uintptr_t>(&crl)) + " " + std::to_string(m_level);
-  const auto asked = m_answers.find(key);
-  if (asked != m_answers.end() && asked->second.isDone) return nullptr;
-  if (asked == m_answers.end()) m_needs->push_back({key, {}, sxStatusSource::kCrl, m_level, nullptr, candidate.crl});
+  if (crl.Crl().BufLen() <= kMaxLenVerifiedAtOnce && m_numVerified < kMaxVerifiedAtOnce) {
+    ++m_numVerified;
+    return crl.Verify(signer) ? &signer : nullptr;
+  }
+  VerifyLater(candidate, why);
+  return nullptr;
+}
+
+void CrlJudge::VerifyLater(const Candidate &candidate, const char **why) {
+  const std::string name =
+      "verify " + std::to_string(reinterpret_cast<uintptr_t>(candidate.crl.get())) + " " + std::to_string(m_level);
+  const auto asked = m_answers.find(name);
+  if (asked != m_answers.end() && asked->second.isDone) return;
+  const auto isIt = [&name](const CrlNeed &need) { return need.name == name; };
+  if (asked == m_answers.end() && std::ranges::none_of(*m_needs, isIt)) {
+    m_needs->push_back({name, {}, {}, sxStatusSource::kCrl, m_level, nullptr, candidate.crl});
+  }
   *why = "its signature is still being verified";
   m_isPending = true;
-  return nullptr;
 }
 
 void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Found *found) {
   const sxCRL &crl = candidate.crl->Crl();
   const sxStatusSource kind = sxStatusSource::kCrl;
   if (crl.IsDelta()) return Refuse(candidate, kind, sxValidation_noValidCRL, "it only updates another CRL");
-  const CrlFit fit = FitCrl(crl, *m_cert, point);
-  if (fit.misfit != nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, fit.misfit);
-  if ((fit.reasons & ~m_covered) == 0) return;  // (e)
+  // Nothing that it says of itself counts before somebody who may has signed it.
+  if (const char *misfit = CrlIssuerMisfit(crl, *m_cert, point)) {
+    return Refuse(candidate, kind, sxValidation_noValidCRL, misfit);
+  }
   const int maxLen = m_path.Params().CRL_size_validation();
   if (maxLen > 0 && crl.BufLen() > static_cast<unsigned int>(maxLen)) {
-    return Refuse(candidate, kind, sxValidation_crlTooBig, "it is larger than the parameters allow");
+    const bool isAnyones = candidate.place == nullptr && candidate.crl->Signer().empty();
+    return Refuse(candidate, kind, isAnyones ? sxValidation_noValidCRL : sxValidation_crlTooBig,
+                  "it is larger than the parameters allow");
   }
-  sxValidationRC code = sxValidation_OK;
-  const char *const misfit = TimeMisfit(crl, &code);
-  const bool isLate = misfit != nullptr && code == sxValidation_crlExpired && m_settings.useDeltas;
-  if (misfit != nullptr && !isLate) return Refuse(candidate, kind, code, misfit);
   const char *why = nullptr;
   const sxCert *const signer = SignerOf(candidate, nullptr, &why);
   if (signer == nullptr && m_isOfSigner && candidate.crl->IsFrom(*m_cert) == HeldCrl::Known::kYes) return;
   if (signer == nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, why);
+  const CrlFit fit = FitCrl(crl, *m_cert, point);
+  if (fit.misfit != nullptr) return Refuse(candidate, kind, sxValidation_noValidCRL, fit.misfit);
+  if ((fit.reasons & ~m_covered) == 0) return;  // (e)
+  sxValidationRC code = sxValidation_OK;
+  const char *const misfit = TimeMisfit(crl, &code);
+  const bool isLate = misfit != nullptr && code == sxValidation_crlExpired && m_settings.useDeltas;
+  if (misfit != nullptr && !isLate) return Refuse(candidate, kind, code, misfit);
   Keep({candidate, signer, fit.reasons}, found, isLate);
 }
 
@@ -252,7 +321,7 @@ std::vector<CrlPlace> CrlJudge::DeltaPlaces(const sxCRL &crl) const {
   std::vector<CrlPlace> places = m_points->deltas;
   const sxExtGN *const own = crl.FreshestCRL();
   for (int i = 0; own != nullptr && i < own->Names().Count(); ++i) {
-    CrlPlace place = CrlPlaceOf(*own->Names().Get(i), m_path.Root());
+    CrlPlace place = CrlPlaceOf(*own->Names().Get(i), m_path.Root(), true);
     const auto isIt = [&place](const CrlPlace &known) { return known.key == place.key; };
     if (std::ranges::none_of(places, isIt)) places.push_back(std::move(place));
   }
@@ -315,10 +384,10 @@ sxRevocationEvidence CrlJudge::Describe(const Candidate &candidate, sxStatusSour
   if (crl.Number() != nullptr) said.number = sxSerialText(*crl.Number());
   if (candidate.place == nullptr) return said;
   said.where = sxPlaceText(candidate.place->name);
-  const auto answer = m_answers.find(candidate.place->key);
-  if (answer == m_answers.end() || !answer->second.isDone) return said;
+  const CrlAnswer *const answer = LastAnswerOf(*candidate.place);
+  if (answer == nullptr) return said;
   said.origin = candidate.origin;  // it came for this question, or nothing newer did
-  if (answer->second.code == sxValidation_OK) said.costMs = answer->second.costMs;
+  if (answer->isDone && answer->code == sxValidation_OK) said.costMs = answer->costMs;
   return said;
 }
 

@@ -17,14 +17,23 @@
 #include "trust/revocation/crlScope.h"
 #include "trust/revocation/revocationPath.h"
 
+/// Where something may be obtained from.
+enum class CrlFrom {
+  kAnywhere,  ///< from disk, and where that has nothing in its time, fetched
+  kDisk,
+  kNetwork,
+};
+
 /// Something that is not at hand.
 struct CrlNeed {
+  std::string name;                       ///< of the answer
   std::string key;                        ///< of CrlMemory
   sxGeneralName place;                    ///< where it stands on disk and is fetched from
   sxStatusSource kind;                    ///< a CRL, or one that updates another
   int level;                              ///< of the certificate that it is needed for
   std::shared_ptr<const CrlSet> seen;     ///< that memory has, and that does not do; null: none
-  std::shared_ptr<const HeldCrl> unread;  ///< it is at hand, but large, and its signature was not verified yet
+  std::shared_ptr<const HeldCrl> unread;  ///< it is at hand, and its signature has to be verified where it takes long
+  CrlFrom from = CrlFrom::kAnywhere;
 };
 
 /// What became of a need.
@@ -34,8 +43,9 @@ struct CrlAnswer {
   std::string reason;                     ///< for people
   sxStatusOrigin origin = sxStatusOrigin::kNone;
   int64_t costMs = 0;
+  std::shared_ptr<const CrlSet> set;  ///< what came, also when memory has let go of it
 };
-using CrlAnswers = std::map<std::string, CrlAnswer>;  ///< by key
+using CrlAnswers = std::map<std::string, CrlAnswer>;  ///< by the name of the need
 
 struct CertStatus {
   enum State { kGood, kRevoked, kUnknown, kPending };
@@ -96,6 +106,11 @@ class CrlJudge {
   const sxCert *KnownSigner(const HeldCrl &crl, const sxDN &name, const char **why);
   const sxCert *TrySigner(const Candidate &candidate, const sxCert &signer, const char **why);
   bool Ask(const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen);
+  bool AskFrom(CrlFrom from, const CrlPlace &place, sxStatusSource kind, const std::shared_ptr<const CrlSet> &seen);
+  bool AskDisk(const std::vector<CrlPlace> &places, const SeenSets &seen);
+  const CrlAnswer *AnswerOf(CrlFrom from, const CrlPlace &place) const;
+  const CrlAnswer *LastAnswerOf(const CrlPlace &place) const;
+  void VerifyLater(const Candidate &candidate, const char **why);
   void TellFailures(const std::vector<CrlPlace> &places, sxStatusSource kind);
   bool AskAny(const std::vector<CrlPlace> &places, sxStatusSource kind, const SeenSets &seen);
   const char *TimeMisfit(const sxCRL &crl, sxValidationRC *code) const;
@@ -114,6 +129,8 @@ class CrlJudge {
   bool m_isOfSigner = false;                           // what is judged signed a CRL itself
   std::vector<std::shared_ptr<const sxCert>> m_known;  // of KnownSigner
   std::map<const sxCert *, CertStatus> m_signers;      // that are not of the path, and were judged
+
+  int m_numVerified = 0;
 
   // Of the certificate that is judged.
   const sxCert *m_cert = nullptr;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 #include <utility>
 
 #include "kxcert/cert/sxDN.h"
@@ -12,16 +13,24 @@
 
 namespace {
 
-constexpr size_t kMaxPushed = 64;
-constexpr size_t kPushedPart = 4;  // of all octets
+constexpr size_t kMaxOfPeers = 64;
+constexpr size_t kPeersPart = 8, kProgramsPart = 2;  // of all octets
+constexpr size_t kMaxOfPlace = 32;
 
-bool IsRollBack(const CrlSet &set, const CrlSet &held) {
-  for (const auto &crl : set.crls) {
-    for (const auto &known : held.crls) {
-      if (SameSeries(crl->Crl(), known->Crl()) && IsOlder(crl->Crl(), known->Crl())) return true;
-    }
-  }
-  return false;
+bool SameOctets(const HeldCrl &a, const HeldCrl &b) {
+  return sxEqual({a.Crl().GetBuf(), a.Crl().BufLen()}, {b.Crl().GetBuf(), b.Crl().BufLen()});
+}
+
+// Of two keys of a CA each has its own.
+bool IsOfSeries(const HeldCrl &a, const HeldCrl &b) {
+  const sxOctetView x = a.SignerKey(), y = b.SignerKey();
+  return SameSeries(a.Crl(), b.Crl()) && (x.empty() || y.empty() || sxEqual(x, y));
+}
+
+int64_t NowMs() {
+  timespec now = {};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
 uint64_t NextGeneration() {
@@ -85,27 +94,53 @@ std::shared_ptr<const CrlSet> CrlMemory::Find(const std::string &key) const {
   if (slot == nullptr) return nullptr;
   const int64_t nowSec = kxClock_Now();
   if (slot->usedSec.load(std::memory_order_relaxed) != nowSec) slot->usedSec = nowSec;
+  const int64_t nowMs = NowMs();
+  if (slot->usedMs.load(std::memory_order_relaxed) != nowMs) slot->usedMs = nowMs;
   return {look->slot, slot->set.get()};
 }
 
-const char *CrlMemory::Put(const std::string &key, const std::shared_ptr<const CrlSet> &set) {
+CrlMemory::PutResult CrlMemory::Put(const std::string &key, const std::shared_ptr<const CrlSet> &set) {
   const sxWriteLock lock(m_mutex);
-  const auto held = m_slots.find(key);
-  if (held != m_slots.end() && IsRollBack(*set, *held->second->set)) return "it is older than the one that is held";
-  if (NumOctetsOf(*set) > m_maxOctets) return "it is too large to be held";
-  Replace(key, set);
+  size_t numOctets = NumOctetsOf(*set);
+  if (numOctets > m_maxOctets) return {nullptr, sxValidation_crlTooBig, "it is larger than what can be held"};
+  const auto slot = m_slots.find(key);
+  const std::vector<std::shared_ptr<const HeldCrl>> none;
+  const auto &held = slot != m_slots.end() ? slot->second->set->crls : none;
+  const auto merged = std::make_shared<CrlSet>(*set);
+  std::erase_if(merged->crls, [&held](const std::shared_ptr<const HeldCrl> &crl) {
+    return std::ranges::any_of(held, [&crl](const std::shared_ptr<const HeldCrl> &known) {
+      return IsOfSeries(*crl, *known) && !IsNewer(crl->Crl(), known->Crl()) && !SameOctets(*crl, *known);
+    });
+  });
+  if (merged->crls.empty()) return {nullptr, sxValidation_noValidCRL, "it is older than the one that is held"};
+  const std::vector<std::shared_ptr<const HeldCrl>> taken = merged->crls;
+  for (const std::shared_ptr<const HeldCrl> &known : held) {
+    const auto isIts = [&known](const std::shared_ptr<const HeldCrl> &crl) { return IsOfSeries(*crl, *known); };
+    if (std::ranges::any_of(taken, isIts)) continue;
+    numOctets += known->NumOctets();
+    if (merged->crls.size() < kMaxOfPlace && numOctets <= m_maxOctets) merged->crls.push_back(known);
+  }
+  Replace(key, merged);
   MakeRoom(key);
-  return nullptr;
+  return {merged};
 }
 
-void CrlMemory::Renew(const std::string &key, const CrlSet &asKnown) {
+void CrlMemory::NoteAbsent(const std::string &key) {
+  const sxWriteLock lock(m_mutex);
+  if (m_slots.contains(key)) return;
+  Replace(key, std::make_shared<CrlSet>());
+  MakeRoom(key);
+}
+
+std::shared_ptr<const CrlSet> CrlMemory::Renew(const std::string &key, const CrlSet &asKnown) {
   const sxWriteLock lock(m_mutex);
   const auto held = m_slots.find(key);
-  if (held == m_slots.end()) return;
+  if (held == m_slots.end()) return nullptr;
   const auto renewed = std::make_shared<CrlSet>(*held->second->set);
   renewed->version = asKnown.version;
   renewed->obtainedSec = asKnown.obtainedSec;
   Replace(key, renewed);
+  return renewed;
 }
 
 void CrlMemory::Replace(const std::string &key, const std::shared_ptr<const CrlSet> &set) {
@@ -113,6 +148,7 @@ void CrlMemory::Replace(const std::string &key, const std::shared_ptr<const CrlS
   slot->set = set;
   slot->numOctets = NumOctetsOf(*set);
   slot->usedSec = kxClock_Now();
+  slot->usedMs = NowMs();
   if (const auto held = m_slots.find(key); held != m_slots.end()) Drop(held);
   m_numOctets += slot->numOctets;
   m_slots[key] = slot;
@@ -130,26 +166,54 @@ void CrlMemory::MakeRoom(const std::string &but) {
     auto oldest = m_slots.end();
     for (auto slot = m_slots.begin(); slot != m_slots.end(); ++slot) {
       if (slot->first == but) continue;
-      if (oldest == m_slots.end() || slot->second->usedSec < oldest->second->usedSec) oldest = slot;
+      if (oldest == m_slots.end() || slot->second->usedMs < oldest->second->usedMs) oldest = slot;
     }
     if (oldest == m_slots.end()) return;
     Drop(oldest);
   }
 }
 
-void CrlMemory::Push(const std::shared_ptr<const HeldCrl> &crl) {
+bool CrlMemory::Push(const std::shared_ptr<const HeldCrl> &crl, Bringer bringer) {
   const sxWriteLock lock(m_mutex);
-  const size_t maxOctets = m_maxOctets / kPushedPart;
-  if (crl->NumOctets() > maxOctets) return;
-  const sxOctetView octets(crl->Crl().GetBuf(), crl->Crl().BufLen());
-  auto list = std::make_shared<PushedList>(PushedList{{crl}, crl->NumOctets()});
-  for (size_t i = 0; m_pushed != nullptr && i < m_pushed->crls.size() && list->crls.size() < kMaxPushed; ++i) {
-    const std::shared_ptr<const HeldCrl> &held = m_pushed->crls[i];
-    const bool isIt = sxEqual({held->Crl().GetBuf(), held->Crl().BufLen()}, octets);
-    if (isIt || list->numOctets + held->NumOctets() > maxOctets) continue;
-    list->crls.push_back(held);
-    list->numOctets += held->NumOctets();
+  auto list = m_pushed != nullptr ? std::make_shared<PushedList>(*m_pushed) : std::make_shared<PushedList>();
+  const auto isIt = [&crl](const std::shared_ptr<const HeldCrl> &held) { return SameOctets(*held, *crl); };
+  if (std::ranges::any_of(list->ofProgram, isIt)) return true;
+  if (bringer == Bringer::kProgram) {
+    list->numOctetsOfProgram += crl->NumOctets();
+    if (list->ofProgram.size() >= m_maxCrls || list->numOctetsOfProgram > m_maxOctets / kProgramsPart) return false;
+    list->ofProgram.push_back(crl);
+  } else {
+    if (std::ranges::any_of(list->ofPeers, isIt)) return true;
+    list->ofPeers.insert(list->ofPeers.begin(), crl);
+    LimitPeers(*list);
   }
+  m_pushed = std::move(list);
+  m_pushedGeneration = NextGeneration();
+  return true;
+}
+
+// What nobody has verified yet goes before what somebody has.
+void CrlMemory::LimitPeers(PushedList &list) const {
+  std::stable_partition(list.ofPeers.begin(), list.ofPeers.end(),
+                        [](const std::shared_ptr<const HeldCrl> &held) { return !held->Signer().empty(); });
+  list.numOctetsOfPeers = 0;
+  std::erase_if(list.ofPeers, [&list, most = m_maxOctets / kPeersPart](const std::shared_ptr<const HeldCrl> &held) {
+    if (list.numOctetsOfPeers + held->NumOctets() > most) return true;
+    list.numOctetsOfPeers += held->NumOctets();
+    return false;
+  });
+  for (; list.ofPeers.size() > kMaxOfPeers; list.ofPeers.pop_back()) {
+    list.numOctetsOfPeers -= list.ofPeers.back()->NumOctets();
+  }
+}
+
+void CrlMemory::Forget(const HeldCrl &crl) {
+  const sxWriteLock lock(m_mutex);
+  if (m_pushed == nullptr || !crl.Signer().empty()) return;
+  auto list = std::make_shared<PushedList>(*m_pushed);
+  const auto isIt = [&crl](const std::shared_ptr<const HeldCrl> &held) { return held.get() == &crl; };
+  if (std::erase_if(list->ofPeers, isIt) == 0) return;
+  list->numOctetsOfPeers -= crl.NumOctets();
   m_pushed = std::move(list);
   m_pushedGeneration = NextGeneration();
 }
@@ -169,9 +233,11 @@ std::vector<std::shared_ptr<const HeldCrl>> CrlMemory::PushedBy(const sxDN &issu
     seen = {generation, std::make_shared<const std::shared_ptr<const PushedList>>(m_pushed)};
   }
   if (*seen.list == nullptr) return found;
-  for (const std::shared_ptr<const HeldCrl> &crl : (*seen.list)->crls) {
-    const sxDN *const own = crl->Crl().Issuer();
-    if (own != nullptr && own->Equal(issuer)) found.emplace_back(seen.list, crl.get());
+  for (const auto *const crls : {&(*seen.list)->ofProgram, &(*seen.list)->ofPeers}) {
+    for (const std::shared_ptr<const HeldCrl> &crl : *crls) {
+      const sxDN *const own = crl->Crl().Issuer();
+      if (own != nullptr && own->Equal(issuer)) found.emplace_back(seen.list, crl.get());
+    }
   }
   return found;
 }
@@ -179,7 +245,9 @@ std::vector<std::shared_ptr<const HeldCrl>> CrlMemory::PushedBy(const sxDN &issu
 std::vector<CrlMemory::Used> CrlMemory::All() const {
   std::vector<Used> all;
   const sxReadLock lock(m_mutex);
-  for (const auto &[key, slot] : m_slots) all.push_back({key, slot->set, slot->usedSec});
+  for (const auto &[key, slot] : m_slots) {
+    if (!slot->set->crls.empty()) all.push_back({key, slot->set, slot->usedSec});
+  }
   return all;
 }
 
@@ -193,10 +261,10 @@ void CrlMemory::Clear() {
 
 size_t CrlMemory::NumCrls() const {
   const sxReadLock lock(m_mutex);
-  return m_slots.size() + (m_pushed != nullptr ? m_pushed->crls.size() : 0);
+  return m_slots.size() + (m_pushed != nullptr ? m_pushed->ofProgram.size() + m_pushed->ofPeers.size() : 0);
 }
 
 size_t CrlMemory::NumOctets() const {
   const sxReadLock lock(m_mutex);
-  return m_numOctets + (m_pushed != nullptr ? m_pushed->numOctets : 0);
+  return m_numOctets + (m_pushed != nullptr ? m_pushed->numOctetsOfProgram + m_pushed->numOctetsOfPeers : 0);
 }

@@ -4,7 +4,6 @@
 #define KXCERT_SRC_TRUST_REVOCATION_CRLMEMORY_H_
 
 #include <atomic>
-#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,16 +25,27 @@ class CrlMemory {
   /// Null: none. What is counted is the thread's own hold of it, so that threads do not meet there either.
   std::shared_ptr<const CrlSet> Find(const std::string &key) const;
 
-  /// A CRL that is older than one of the same issuer and scope that stands there does not take its place.
-  /// @return static: why it was refused; null when it stands there now
-  const char *Put(const std::string &key, const std::shared_ptr<const CrlSet> &set);
+  struct PutResult {
+    std::shared_ptr<const CrlSet> set;  // what stands there now; null: nothing of it was taken
+    sxValidationRC code = sxValidation_OK;
+    const char *refusal = "";  // static
+  };
+  /// A CRL takes the place of an older one of the same issuer, key and scope, and of no other: what else stands there
+  /// stays beside it.
+  PutResult Put(const std::string &key, const std::shared_ptr<const CrlSet> &set);
+  /// Nothing stands there, so that nobody looks on disk again; until something is put there.
+  void NoteAbsent(const std::string &key);
   /// The set is still the newest: what is known of it is taken over (version, time).
-  void Renew(const std::string &key, const CrlSet &asKnown);
+  std::shared_ptr<const CrlSet> Renew(const std::string &key, const CrlSet &asKnown);  ///< that stands there; or null
 
-  /// One that nobody knows a place of: found by its issuer's name until newer ones push it out. Those that were pushed
-  /// take a part of the octets at most, as a peer may bring them.
-  void Push(const std::shared_ptr<const HeldCrl> &crl);
+  enum class Bringer { kProgram, kPeer };
+  /// One that nobody knows a place of: found by its issuer's name until newer ones push it out. Peers may bring
+  /// anything: theirs are few, those that verified once stay longer, and they take no place of the program's own.
+  /// @return false: it is too large, or there are too many of the program's
+  bool Push(const std::shared_ptr<const HeldCrl> &crl, Bringer bringer);
   std::vector<std::shared_ptr<const HeldCrl>> PushedBy(const sxDN &issuer) const;
+  /// A peer brought it, and nobody who may signed it.
+  void Forget(const HeldCrl &crl);
 
   struct Used {
     std::string key;
@@ -52,18 +62,21 @@ class CrlMemory {
     std::shared_ptr<const CrlSet> set;
     size_t numOctets = 0;
     mutable std::atomic<int64_t> usedSec{0};
+    mutable std::atomic<int64_t> usedMs{0};  // on a clock of its own, to some milliseconds
   };
   using Slots = std::map<std::string, std::shared_ptr<const Slot>, std::less<>>;
   struct LastUsed;
   struct PushedList {
-    std::vector<std::shared_ptr<const HeldCrl>> crls;  // the newest first
-    size_t numOctets = 0;
+    std::vector<std::shared_ptr<const HeldCrl>> ofProgram;
+    std::vector<std::shared_ptr<const HeldCrl>> ofPeers;  // those that verified first, then the newest first
+    size_t numOctetsOfProgram = 0, numOctetsOfPeers = 0;
   };
 
   std::shared_ptr<const Slot> Share(const std::string &key) const;
   void Replace(const std::string &key, const std::shared_ptr<const CrlSet> &set) REQUIRES(m_mutex);
   void Drop(Slots::iterator slot) REQUIRES(m_mutex);
   void MakeRoom(const std::string &but) REQUIRES(m_mutex);
+  void LimitPeers(PushedList &list) const REQUIRES(m_mutex);
 
   mutable sxSharedMutex m_mutex;
   Slots m_slots GUARDED_BY(m_mutex);

@@ -40,7 +40,7 @@ std::vector<CrlPlace> ReadDeltas(sxOctetView value, const sxCert &cert, const sx
   std::vector<sxDistPoint> points;
   if (value.empty() || !sxReadDistPoints(value, *cert.Issuer(), &points)) return places;
   for (const sxDistPoint &point : points) {
-    for (int i = 0; i < point.names.Count(); ++i) places.push_back(CrlPlaceOf(*point.names.Get(i), root));
+    for (int i = 0; i < point.names.Count(); ++i) places.push_back(CrlPlaceOf(*point.names.Get(i), root, true));
   }
   return places;
 }
@@ -55,8 +55,9 @@ constexpr size_t kNumRemembered = 8;
 
 }  // namespace
 
-CrlPlace CrlPlaceOf(const sxGeneralName &name, const sxRootCA &root) {
-  return {name, CrlMemory::KeyOf(name, NameOf(root))};
+CrlPlace CrlPlaceOf(const sxGeneralName &name, const sxRootCA &root, bool isDelta) {
+  const bool isOther = isDelta && name.GetType() == sxGN_dn;
+  return {name, CrlMemory::KeyOf(name, NameOf(root)) + (isOther ? "\ndelta" : "")};
 }
 
 std::shared_ptr<const CrlPoints> CrlPointsOf(const sxCert &cert, const sxRootCA &root) {

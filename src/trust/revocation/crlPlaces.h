@@ -32,6 +32,7 @@ struct CrlPoints {
 std::shared_ptr<const CrlPoints> CrlPointsOf(const sxCert &cert, const sxRootCA &root);
 /// What is issued without a point: a CRL under the issuer's name (RFC 5280, 6.3.3, at its end).
 CrlPoint ImpliedPoint(const sxCert &cert, const sxRootCA &root);
-CrlPlace CrlPlaceOf(const sxGeneralName &name, const sxRootCA &root);
+/// @param isDelta  one that updates others: under the name of a directory entry it is an attribute of its own
+CrlPlace CrlPlaceOf(const sxGeneralName &name, const sxRootCA &root, bool isDelta = false);
 
 #endif

@@ -27,15 +27,6 @@ bool IsCA(const sxCert &cert) {
   return constraint != nullptr && constraint->IsCA();
 }
 
-// (b) (1). A point may name the certificate's own issuer, which says no more than naming none.
-const char *IssuerMisfit(const sxCRL &crl, const sxCert &cert, const sxDistPoint &point) {
-  if (point.crlIssuer.Count() == 0 || Holds(point.crlIssuer, cert.Issuer())) {
-    return Equal(crl.Issuer(), cert.Issuer()) ? nullptr : "it is another issuer's";
-  }
-  if (!Holds(point.crlIssuer, crl.Issuer())) return "it is not of the issuer that the certificate names for its CRLs";
-  return crl.IsIndirect() ? nullptr : "it is of another issuer, and not indirect";
-}
-
 // (b) (2) (i). A point without names of its own has those of its issuer.
 bool NamesMeet(const sxCRL &crl, const sxCert &cert, const sxDistPoint &point) {
   const sxGeneralNames &scope = crl.ScopeNames();
@@ -90,12 +81,26 @@ bool IsOlder(const sxCRL &crl, const sxCRL &other) {
   return CompareNumbers(crl.Number(), other.Number()) < 0;
 }
 
+bool IsNewer(const sxCRL &crl, const sxCRL &held) {
+  const int order = CompareNumbers(crl.Number(), held.Number());
+  if (order < 0 || crl.ThisUpdate() < held.ThisUpdate()) return false;
+  return order > 0 || crl.ThisUpdate() > held.ThisUpdate();
+}
+
 bool SameSeries(const sxCRL &a, const sxCRL &b) {
   return Equal(a.Issuer(), b.Issuer()) && a.IsDelta() == b.IsDelta() && SameScope(a, b);
 }
 
+// (b) (1). A point may name the certificate's own issuer, which says no more than naming none.
+const char *CrlIssuerMisfit(const sxCRL &crl, const sxCert &cert, const sxDistPoint &point) {
+  if (point.crlIssuer.Count() == 0 || Holds(point.crlIssuer, cert.Issuer())) {
+    return Equal(crl.Issuer(), cert.Issuer()) ? nullptr : "it is another issuer's";
+  }
+  if (!Holds(point.crlIssuer, crl.Issuer())) return "it is not of the issuer that the certificate names for its CRLs";
+  return crl.IsIndirect() ? nullptr : "it is of another issuer, and not indirect";
+}
+
 CrlFit FitCrl(const sxCRL &crl, const sxCert &cert, const sxDistPoint &point) {
-  if (const char *misfit = IssuerMisfit(crl, cert, point)) return {misfit, 0};
   if (crl.UnknownListExt() != nullptr) return {"it has a critical extension that nobody here knows", 0};
   if (crl.UnknownEntryExt() != nullptr) return {"an entry has a critical extension that nobody here knows", 0};
   if (!NamesMeet(crl, cert, point)) return {"it is of another distribution point", 0};

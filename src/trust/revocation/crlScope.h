@@ -18,6 +18,9 @@ struct CrlFit {
   ReasonMask reasons = 0;        ///< for which it does
 };
 
+/// Whether its issuer may say something of the certificate: (b) (1). @return static: why not; null when it may
+const char *CrlIssuerMisfit(const sxCRL &crl, const sxCert &cert, const sxDistPoint &point);
+/// The rest, of a CRL whose issuer may.
 CrlFit FitCrl(const sxCRL &crl, const sxCert &cert, const sxDistPoint &point);
 
 /// Less than 0, 0 or more than 0: the numbers of CRLs (RFC 5280, 5.2.3) in order. A CRL without one is before all.
@@ -25,6 +28,9 @@ int CompareNumbers(const sxAsnInt *a, const sxAsnInt *b);
 
 /// Whether @p crl was made before @p other: by thisUpdate, and by number where those are equal.
 bool IsOlder(const sxCRL &crl, const sxCRL &other);
+
+/// Whether @p crl is newer than another one of its series: neither its date nor its number is lower, and one is higher.
+bool IsNewer(const sxCRL &crl, const sxCRL &held);
 
 /// Whether both are of the same issuer and scope, so that one can take the place of the other.
 bool SameSeries(const sxCRL &a, const sxCRL &b);

@@ -35,7 +35,15 @@ class CrlSource {
 
  private:
   class Job;
+  // Who waits for what somebody else asked for.
+  struct Waiter {
+    std::shared_ptr<const RevocationPath> path;
+    CrlNeed need;
+    Done done;
+  };
+  void Obtain(Waiter &&waiter, bool alone);
   void Start(const std::shared_ptr<Job> &job);
+  void Work(const std::shared_ptr<Job> &job);
   void Finish(Job &job, const CrlAnswer &answer);
 
   CrlMemory &m_memory;
@@ -45,7 +53,7 @@ class CrlSource {
   mutable sxMutex m_mutex;
   // Whoever judges reads them without a lock, so that those of before stay.
   std::list<sxRevocationSettings> m_allSettings GUARDED_BY(m_mutex);
-  std::map<std::string, std::vector<Done>> m_underWay GUARDED_BY(m_mutex);  // by what is asked for
+  std::map<std::string, std::vector<Waiter>> m_underWay GUARDED_BY(m_mutex);  // by what is asked for
 };
 
 #endif

@@ -7,7 +7,8 @@
 
 namespace {
 
-constexpr int kMaxAsked = 8;                // signers that are remembered of one CRL
+// Signers that are remembered of one CRL: certificates that anyone may have made, and those of a key that made it.
+constexpr int kMaxInVain = 8, kMaxVerified = 32;
 constexpr size_t kIndexOctetsPerEntry = 8;  // as sxCRL has it
 
 }  // namespace
@@ -46,11 +47,13 @@ bool HeldCrl::Verify(const sxCert &signer) const {
   auto asked = std::make_unique<Asked>();
   asked->verified = maySign && m_crl->VerifySig(signer.PubKey()) == 0;
   asked->signer.assign(signer.GetBuf(), signer.GetBuf() + signer.BufLen());
+  const unsigned char *const hash = signer.PubKey() != nullptr ? signer.PubKey()->PublicKeyHash() : nullptr;
+  if (hash != nullptr) asked->key.assign(hash, hash + kPublicKeyHashLen);
   const bool verified = asked->verified;
-  int numAsked = 0;
+  int numSame = 0;
   const Asked *head = m_asked.load(std::memory_order_acquire);
-  for (const Asked *known = head; known != nullptr; known = known->next) ++numAsked;
-  if (numAsked >= kMaxAsked) return verified;
+  for (const Asked *known = head; known != nullptr; known = known->next) numSame += known->verified == verified ? 1 : 0;
+  if (numSame >= (verified ? kMaxVerified : kMaxInVain)) return verified;
   asked->next = head;
   // Two threads may ask at once; both answers are the same, and both may stand there.
   while (!m_asked.compare_exchange_weak(asked->next, asked.get(), std::memory_order_acq_rel)) continue;
@@ -58,9 +61,18 @@ bool HeldCrl::Verify(const sxCert &signer) const {
   return verified;
 }
 
+const HeldCrl::Asked *HeldCrl::Verified() const {
+  const Asked *asked = m_asked.load(std::memory_order_acquire);
+  while (asked != nullptr && !asked->verified) asked = asked->next;
+  return asked;
+}
+
 sxOctetView HeldCrl::Signer() const {
-  for (const Asked *asked = m_asked.load(std::memory_order_acquire); asked != nullptr; asked = asked->next) {
-    if (asked->verified) return asked->signer;
-  }
-  return {};
+  const Asked *const asked = Verified();
+  return asked != nullptr ? sxOctetView(asked->signer) : sxOctetView();
+}
+
+sxOctetView HeldCrl::SignerKey() const {
+  const Asked *const asked = Verified();
+  return asked != nullptr ? sxOctetView(asked->key) : sxOctetView();
 }

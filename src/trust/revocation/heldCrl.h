@@ -37,14 +37,17 @@ class HeldCrl {
   bool Verify(const sxCert &signer) const;
   /// The octets of a certificate whose key verified it, lent; empty when there was none yet.
   sxOctetView Signer() const;
+  sxOctetView SignerKey() const;  ///< its key's hash (sxPubKey::PublicKeyHash); likewise
 
  private:
   struct Asked {
     std::vector<unsigned char> signer;  // its octets: the certificate itself is counted elsewhere
+    std::vector<unsigned char> key;     // its hash
     bool verified;
     const Asked *next;
   };
   const Asked *Find(const sxCert &signer) const;
+  const Asked *Verified() const;
 
   const std::shared_ptr<const sxCRL> m_crl;
   mutable std::atomic<const Asked *> m_asked{nullptr};  // grows at its head, and only there

@@ -38,7 +38,7 @@ struct Job {
     question.issuer = issuer.get();
     question.responder = responder != nullptr ? responder->cert.Get(0) : nullptr;
     question.policy = ask.policy;
-    question.timeSec = kxClock_Now();
+    question.timeSec = ask.timeSec != kOcspNoTime ? ask.timeSec : kxClock_Now();
     return question;
   }
 
@@ -71,6 +71,7 @@ bool MakeKey(const Job &job, Key *key) {
                            policy.endGraceSec, policy.maxAgeSec, job.ask.responderTimeoutMs}) {
     addText(std::to_string(number));
   }
+  addText(std::to_string(job.ask.timeSec));
   for (const sxOcspResponder &each : job.ask.responders) {
     addText(each.url);
     const sxCert *const cert = each.cert.Get(0);

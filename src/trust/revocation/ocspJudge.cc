@@ -13,6 +13,12 @@
 
 namespace {
 
+// Times that are set may be anything.
+int64_t After(int64_t sec, int graceSec) {
+  int64_t sum = 0;
+  return __builtin_add_overflow(sec, graceSec, &sum) ? INT64_MAX : sum;
+}
+
 sxOcspResult ResultOfStatus(int status) {
   switch (status) {
     case 1: return sxOcsp_malformedRequest;
@@ -42,7 +48,7 @@ int Gravity(sxOcspStatus status) {
 
 // What counts of all that is said of the certificate; null: nothing is.
 const sxOcspSingle *Pick(const sxOcspResponse &response, const sxOcspQuestion &question, sxOcspCertId &id) {
-  const int64_t latest = question.timeSec + question.policy.startGraceSec;
+  const int64_t latest = After(question.timeSec, question.policy.startGraceSec);
   const auto rank = [latest](const sxOcspSingle &each) {
     return std::tuple(each.thisUpdateSec <= latest, each.thisUpdateSec, Gravity(each.status));
   };
@@ -115,12 +121,11 @@ sxOcspResult JudgeBasic(const sxOcspResponse &response, const sxOcspQuestion &qu
 sxOcspResult sxOcsp_JudgeTime(sxOcspAnswer &answer, const sxOcspPolicy &policy, int64_t timeSec) {
   if (answer.result < sxOcsp_good) return answer.result;
   const bool hasNext = answer.nextUpdateSec != kOcspNoTime;
-  answer.holdsUntilSec = hasNext ? answer.nextUpdateSec : answer.thisUpdateSec + policy.maxAgeSec;
-  const int64_t graceSec = hasNext ? policy.endGraceSec : 0;
-  const bool isEnded = timeSec > answer.holdsUntilSec + graceSec;
+  answer.holdsUntilSec = hasNext ? answer.nextUpdateSec : After(answer.thisUpdateSec, policy.maxAgeSec);
+  const bool isEnded = timeSec > After(answer.holdsUntilSec, hasNext ? policy.endGraceSec : 0);
   const sxCert *const signer = answer.signerCert.Get(0);
   if (signer != nullptr) answer.holdsUntilSec = std::min<int64_t>(answer.holdsUntilSec, signer->notAfter());
-  const int64_t latestSec = timeSec + policy.startGraceSec;
+  const int64_t latestSec = After(timeSec, policy.startGraceSec);
   if (answer.thisUpdateSec > latestSec || answer.producedAtSec > latestSec) return sxOcsp_notYetValid;
   if (isEnded || (hasNext && answer.nextUpdateSec < answer.thisUpdateSec)) {
     return hasNext ? sxOcsp_outOfDate : sxOcsp_tooOld;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "kxcert/asn1/oids.h"
+#include "kxcert/asn1/sxAsnOid.h"
 #include "trust/nameText.h"
 #include "trust/statusCodes.h"
 
@@ -26,7 +28,35 @@ sxValidationRC CodeOf(sxOcspResult result) {
   }
 }
 
+constexpr int kMaxRefused = 8;  // signatures that a peer's responses are tried with in vain
+
+// What is at hand of one certificate.
+struct Known {
+  sxOcspAnswer answer;
+  sxStatusOrigin origin = sxStatusOrigin::kNone;
+
+  void Take(const Known &other) {
+    if (origin == sxStatusOrigin::kNone || IsBetter(other.answer, answer)) *this = other;
+  }
+
+ private:
+  static bool IsBetter(const sxOcspAnswer &a, const sxOcspAnswer &b) {
+    const bool isUnknown = a.result == sxOcsp_unknown;
+    if (isUnknown != (b.result == sxOcsp_unknown)) return !isUnknown;
+    if (a.thisUpdateSec != b.thisUpdateSec) return a.thisUpdateSec > b.thisUpdateSec;
+    return a.result == sxOcsp_revoked && b.result != sxOcsp_revoked;
+  }
+};
+
 }  // namespace
+
+bool sxOcsp_NamesResponder(const sxCert &cert) {
+  const sxAuthorityInfoAccess *const access = cert.AuthInfoAccess();
+  for (int i = 0; access != nullptr && i < access->Count(); ++i) {
+    if (access->Method(i)->OidEquiv(sxASN_id_ad_ocsp)) return true;
+  }
+  return false;
+}
 
 CertStatus OcspStatus::Judge(int level) {
   sxRevocationEvidence said;
@@ -70,33 +100,46 @@ CertStatus OcspStatus::AtHand(int level, sxRevocationEvidence said) {
   for (const sxOcspResponder &responder : responders) {
     if (responder.cert.Get(0) != nullptr) signers.push_back(responder.cert.Get(0));
   }
-  sxValidationRC code = responders.empty() ? sxValidation_unknownStatus : sxValidation_crlNotRetrieved;
-  sxOcspAnswer answer;
+  const bool isNamed = !responders.empty() || sxOcsp_NamesResponder(m_path.Cert(level));
+  sxValidationRC code = isNamed ? sxValidation_crlNotRetrieved : sxValidation_unknownStatus;
+  // Of all that is at hand the newest that says good or revoked, whoever brought it; then what is unknown.
+  Known best;
+  int numRefused = 0;
   for (size_t i = 0; m_path.Responses() != nullptr && i < m_path.Responses()->size() && i < kMaxOcspResponses; ++i) {
     const std::vector<unsigned char> &octets = (*m_path.Responses())[i];
-    said.origin = sxStatusOrigin::kCaller;
+    sxOcspAnswer answer;
     for (sxCert *const signer : signers) {
       question.responder = signer;
       answer = sxOcspMemory_Take(octets.data(), octets.size(), question);
-      if (answer.result >= 0) return Believe(level, answer, std::move(said));
+      const bool isDecided = answer.result >= 0 || answer.result == sxOcsp_otherCert;
+      if (isDecided || ++numRefused >= kMaxRefused) break;
     }
-    if (answer.result == sxOcsp_otherCert) continue;
+    if (answer.result >= 0) best.Take({answer, sxStatusOrigin::kCaller});
+    if (answer.result >= 0 || answer.result == sxOcsp_otherCert) continue;
     code = sxWorseStatus(code, CodeOf(answer.result));
     sxRevocationEvidence one = said;
+    one.origin = sxStatusOrigin::kCaller;
     one.outcome = sxOcspResult_GetString(answer.result);
     Tell(std::move(one));
+    if (numRefused >= kMaxRefused) break;
   }
-  said.origin = sxStatusOrigin::kMemory;
   for (sxCert *const signer : signers) {
     question.responder = signer;
-    if (sxOcspMemory_Find(question, &answer)) return Believe(level, answer, std::move(said));
+    sxOcspAnswer answer;
+    if (sxOcspMemory_Find(question, &answer)) best.Take({answer, sxStatusOrigin::kMemory});
+  }
+  if (best.origin != sxStatusOrigin::kNone) {
+    said.origin = best.origin;
+    return Believe(level, best.answer, std::move(said));
   }
   if (!responders.empty() && m_path.MayFetch()) {
     m_needs->push_back(level);
     return {CertStatus::kPending, sxValidation_OK};
   }
   said.origin = sxStatusOrigin::kNone;
-  said.outcome = responders.empty() ? "no responder is named" : "not at hand, and not to be fetched";
+  said.outcome = !isNamed             ? "no responder is named"
+                 : responders.empty() ? "no responder is named that may be asked"
+                                      : "not at hand, and not to be fetched";
   Tell(std::move(said));
   return {CertStatus::kUnknown, code};
 }

@@ -13,6 +13,9 @@
 /// What became of asking, by level; null while it is under way.
 using OcspOutcomes = std::map<int, std::shared_ptr<const sxOcspOutcome>>;
 
+/// Whether a certificate says that there is a responder, of whatever scheme.
+bool sxOcsp_NamesResponder(const sxCert &cert);
+
 class OcspStatus {
  public:
   /// All lent. @param crls  judges the certificates of responders, which OCSP itself cannot

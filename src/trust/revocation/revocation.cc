@@ -20,6 +20,7 @@ constexpr char kTopic[] = "revocation";
 constexpr int64_t kLatelySec = 86400;  // what was not used for longer is not asked for anew
 constexpr int64_t kMinLeadSec = 60;    // before nextUpdate
 constexpr int64_t kMaxLeadSec = 86400;
+constexpr int64_t kMaxRefreshes = 24;  // within that time
 
 // Of what many threads do at once: each counts on a line of memory that hardly anyone else writes.
 class SpreadCounter {
@@ -130,14 +131,39 @@ sxValidationRC CheckHook(sxd_env *env, sxRootCA *root, sxCerts &chain, const Val
   return verdict.code;
 }
 
-// When a set is asked for anew: a part of its life before its end, and not all at the same moment.
-int64_t RefreshTime(const CrlMemory::Used &used) {
-  const sxCRL &crl = used.set->crls[0]->Crl();
+// When a CRL is asked for anew: a part of its life before its end, and not all at the same moment.
+int64_t RefreshTimeOf(const sxCRL &crl, const CrlMemory::Used &used) {
   if (!crl.HasNextUpdate()) return used.set->obtainedSec + TheRevocation().source.Settings().undatedSec / 2;
   const int64_t lifeSec = std::max<int64_t>(crl.NextUpdate() - crl.ThisUpdate(), 0);
   const int64_t leadSec = std::clamp(lifeSec / 4, kMinLeadSec, kMaxLeadSec);
   const auto spread = static_cast<int64_t>(std::hash<std::string>()(used.key) % 1000);
-  return crl.NextUpdate() - leadSec + leadSec / 2 * spread / 1000;
+  const int64_t refreshSec = crl.NextUpdate() - leadSec + leadSec / 2 * spread / 1000;
+  return std::max(refreshSec, used.set->obtainedSec + leadSec / kMaxRefreshes);  // what came anew may be no newer
+}
+
+// The first of those whose time goes on; the others may have been given up by who issued them.
+int64_t RefreshTime(const CrlMemory::Used &used, int64_t nowSec) {
+  int64_t first = INT64_MAX, last = INT64_MIN;
+  for (const std::shared_ptr<const HeldCrl> &crl : used.set->crls) {
+    const int64_t sec = RefreshTimeOf(crl->Crl(), used);
+    const bool goesOn = !crl->Crl().HasNextUpdate() || crl->Crl().NextUpdate() > nowSec;
+    if (goesOn) first = std::min(first, sec);
+    last = std::max(last, sec);
+  }
+  return first != INT64_MAX ? first : last;
+}
+
+int PushAll(const sxCRLs &crls, CrlMemory::Bringer bringer) {
+  int numTaken = 0;
+  for (int i = 0; i <= crls.Top(); ++i) {
+    const sxCRL *const given = crls.Get(i);
+    if (given == nullptr || given->OK() == 0) continue;
+    // A copy: the caller's is counted and may go at any time.
+    sxCRL *const copy = sxCRL_Decode(given->GetBuf(), static_cast<int>(given->BufLen()));
+    const bool isTaken = copy != nullptr && TheRevocation().memory.Push(std::make_shared<HeldCrl>(copy), bringer);
+    numTaken += isTaken ? 1 : 0;
+  }
+  return numTaken;
 }
 
 }  // namespace
@@ -147,7 +173,7 @@ int sxRevocation_Install(const sxRevocationSettings &settings) {
   Revocation &own = TheRevocation();
   own.source.SetSettings(settings);
   own.memory.SetBounds(settings.maxCrls, settings.maxCrlOctets);
-  sxCertValidate_SetPushCRLsFunc([](sxCRLs &crls, int crlTo) { sxRevocation_Push(crls, crlTo); });
+  sxCertValidate_SetPushCRLsFunc([](sxCRLs &crls, int) { PushAll(crls, CrlMemory::Bringer::kPeer); });
   sxCertValidate_SetRevocationFunc(CheckHook);
   own.isInstalled = true;
   return 0;
@@ -158,6 +184,7 @@ void sxRevocation_Remove() {
   sxCertValidate_SetRevocationFunc(nullptr);
   sxCertValidate_SetPushCRLsFunc(nullptr);
   TheRevocation().memory.Clear();
+  sxOcspMemory_Clear();
 }
 
 bool sxRevocation_IsInstalled() { return TheRevocation().isInstalled; }
@@ -193,22 +220,14 @@ int sxRevocation_CheckA(sxd_env *env, const sxRevocationQuestion &question, sxRe
   return AskLater(env, RevocationPath::Hold(question), question.wantsEvidence, question.timeoutMs, std::move(done));
 }
 
-void sxRevocation_Push(const sxCRLs &crls, int) {
-  for (int i = 0; i <= crls.Top(); ++i) {
-    const sxCRL *const given = crls.Get(i);
-    if (given == nullptr || given->OK() == 0) continue;
-    // A copy: the caller's is counted and may go at any time.
-    sxCRL *const copy = sxCRL_Decode(given->GetBuf(), static_cast<int>(given->BufLen()));
-    if (copy != nullptr) TheRevocation().memory.Push(std::make_shared<HeldCrl>(copy));
-  }
-}
+int sxRevocation_Push(const sxCRLs &crls, int) { return PushAll(crls, CrlMemory::Bringer::kProgram); }
 
 void sxRevocation_Prefetch(void *) {
   Revocation &own = TheRevocation();
   const int64_t nowSec = kxClock_Now();
   for (const CrlMemory::Used &used : own.memory.All()) {
     const bool isWanted = nowSec - used.usedSec < kLatelySec && used.set->crlTo != sxCrlTo_neverFetched;
-    if (isWanted && nowSec >= RefreshTime(used)) own.source.Refresh(used);
+    if (isWanted && nowSec >= RefreshTime(used, nowSec)) own.source.Refresh(used);
   }
 }
 

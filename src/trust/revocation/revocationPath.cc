@@ -2,14 +2,16 @@
 
 #include <algorithm>
 
-#include "kxcert/cert/sxDN.h"
+#include "kxcert/platform/digest.h"
 #include "trust/sharedRef.h"
 
 namespace {
 
-constexpr size_t kMaxNamed = 8;  // certificates of one name that a signature is tried with
-constexpr int kMaxPool = 1023;   // of the pool, that are looked at
-constexpr int kMaxTried = 32;    // of those, whose signatures are verified: a peer fills the pool
+constexpr int kIdLen = 32;
+constexpr size_t kMaxRemembered = 32;  // names that the pool was searched for
+constexpr size_t kMaxNamed = 8;        // certificates of one name that a signature is tried with
+constexpr int kMaxPool = 1023;         // of the pool, that are looked at
+constexpr int kMaxTried = 32;          // of those, whose signatures are verified: a peer fills the pool
 
 template <class Take>
 void ForEachOf(const sxRootCA &root, const Take &take) {
@@ -26,10 +28,11 @@ bool IsRoots(const sxRootCA &root, const sxCert &cert) {
   return is;
 }
 
-// The root's own certificate is not looked at.
+// The root's own certificates are not looked at.
 int TopOf(const sxRootCA &root, const sxCerts &chain) {
-  const int top = chain.Top();
-  return top >= 0 && IsRoots(root, *chain.Get(top)) ? top - 1 : top;
+  int top = chain.Top();
+  while (top >= 0 && IsRoots(root, *chain.Get(top))) --top;
+  return top;
 }
 
 // Its members are what the question of its path borrows from.
@@ -88,8 +91,8 @@ const sxCert *RevocationPath::IssuerOf(int level) const {
 // What stands at the level or below it vouches neither for itself nor for who issued it, and nor does what it issued:
 // the path of who signed a CRL has to be valid before the CRL counts (RFC 5280, 6.3.3 (f)).
 std::optional<int> RevocationPath::LevelAbove(const sxCert &cert, int level) const {
-  const bool isInDate = m_nowSec >= cert.notBefore() && m_nowSec <= cert.notAfter();
-  if (cert.Issuer() == nullptr || !isInDate || cert.UnhandledCritExt() != nullptr || IsUpTo(cert, level)) return {};
+  if (cert.Issuer() == nullptr || !IsInDate(cert) || cert.UnhandledCritExt() != nullptr || IsUpTo(cert, level))
+    return {};
   const auto isFrom = [&cert](const sxCert &issuer) {
     return issuer.Subject() != nullptr && cert.Issuer()->Equal(*issuer.Subject()) &&
            cert.VerifySig(issuer.PubKey()) == 0;
@@ -109,25 +112,46 @@ bool RevocationPath::IsUpTo(const sxCert &cert, int level) const {
   return false;
 }
 
-std::vector<RevocationPath::Signer> RevocationPath::Named(const sxDN &name, int level) const {
-  std::vector<Signer> found;
-  const auto takeAs = [&](const sxCert &cert, int signerLevel) {
+std::vector<const sxCert *> RevocationPath::Named(const sxDN &name, int level) const {
+  std::vector<const sxCert *> found;
+  const auto take = [&](const sxCert &cert) {
     const bool fits = cert.Subject() != nullptr && cert.Subject()->Equal(name) && found.size() < kMaxNamed;
-    if (fits && std::ranges::none_of(found, [&](const Signer &known) { return *known.cert == cert; })) {
-      found.push_back({&cert, signerLevel});
+    if (fits && std::ranges::none_of(found, [&](const sxCert *known) { return *known == cert; })) {
+      found.push_back(&cert);
     }
   };
-  const auto take = [&](const sxCert &cert) { takeAs(cert, kOfPath); };
   if (const sxCert *issuer = IssuerOf(level)) take(*issuer);
   for (int i = level + 1; i <= m_chain.Top(); ++i) take(*m_chain.Get(i));
-  ForEachOf(m_root, take);
+  ForEachOf(m_root, [&](const sxCert &own) {
+    if (&own == m_root.Cert() || IsInDate(own)) take(own);
+  });
+  return found;
+}
+
+std::vector<RevocationPath::Signer> RevocationPath::OfPool(const sxDN &name, int level) const {
+  const sxLock lock(m_mutex);
+  for (const OfName &known : m_ofPool) {
+    if (known.level == level && known.name.Equal(name)) return known.signers;
+  }
+  std::vector<Signer> found;
   const int top = m_pool != nullptr ? std::min(m_pool->Top(), kMaxPool) : -1;
   for (int i = 0, tried = 0; i <= top && tried < kMaxTried && found.size() < kMaxNamed; ++i) {
     const sxCert *const cert = m_pool->Get(i);
     const bool isNamed = cert != nullptr && cert->OK() != 0 && cert->Subject()->Equal(name);
     if (!isNamed) continue;
     ++tried;
-    if (const std::optional<int> above = LevelAbove(*cert, level)) takeAs(*cert, *above);
+    if (const std::optional<int> above = LevelAbove(*cert, level)) found.push_back({cert, *above});
   }
+  if (m_ofPool.size() < kMaxRemembered) m_ofPool.push_back({name, level, found});
   return found;
+}
+
+std::string RevocationPath::AboveId(int level) const {
+  std::string octets;
+  const auto add = [&octets](const sxCert &cert) { octets.append(cert.GetBuf(), cert.GetBuf() + cert.BufLen()); };
+  for (int i = level + 1; i <= m_chain.Top(); ++i) add(*m_chain.Get(i));
+  ForEachOf(m_root, add);
+  unsigned char digest[kIdLen] = {};
+  const bool isMade = kx_md_hashbuf(sx_md_sha256, octets.data(), octets.size(), digest, kIdLen) == 0;
+  return isMade ? std::string(digest, digest + kIdLen) : octets;
 }

@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "kxcert/cert/sxCerts.h"
+#include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/revocation.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "platform/guarded.h"
 
 /// Borrows what the question borrows, and does not change. Any thread.
 class RevocationPath {
@@ -29,9 +31,13 @@ class RevocationPath {
     int level;  ///< of a certificate of the same issuer; kOfPath: its own status is asked for elsewhere, or not at all
   };
   static constexpr int kOfPath = -1;
-  /// The certificates above @p level and the root's that have a name, its issuer first; then those of the pool that one
-  /// of these issued, that are in date and have no critical extension that nobody here knows.
-  std::vector<Signer> Named(const sxDN &name, int level) const;
+  /// The certificates above @p level and the root's that have a name, its issuer first.
+  std::vector<const sxCert *> Named(const sxDN &name, int level) const;
+  /// Those of the pool that have it and that LevelAbove finds a level for. Verifies signatures, the first time.
+  std::vector<Signer> OfPool(const sxDN &name, int level) const;
+  bool HasPool() const { return m_pool != nullptr && m_pool->Top() >= 0; }
+  /// Stands for the certificates above @p level and the root's: equal for questions that trust the same ones there.
+  std::string AboveId(int level) const;
   /// Who issued a certificate that is not of the path: the level of one with the same issuer, at @p level or above; none
   /// when nobody there did, it is not in date, or it has a critical extension that nobody here knows. Verifies
   /// signatures.
@@ -52,8 +58,16 @@ class RevocationPath {
   const bool m_mayFetch;
   const sxOcspResponses *const m_responses;
   bool IsUpTo(const sxCert &cert, int level) const;  // it stands at that level of the path, or below
+  bool IsInDate(const sxCert &cert) const { return m_nowSec >= cert.notBefore() && m_nowSec <= cert.notAfter(); }
 
+  struct OfName {
+    sxDN name;
+    int level;
+    std::vector<Signer> signers;
+  };
   const int m_top;
+  mutable sxMutex m_mutex;
+  mutable std::vector<OfName> m_ofPool GUARDED_BY(m_mutex);  // what was found
 };
 
 #endif

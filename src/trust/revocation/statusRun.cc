@@ -31,6 +31,7 @@ void StatusRun::EnvironmentGone() {
 }
 
 void StatusRun::Step() {
+  m_isStepDue = false;
   if (m_done == nullptr) return;
   StatusNeeds needs;
   ChainStatus status = JudgeChain(*m_path, m_memory, m_known, m_source.Settings(), m_wantsEvidence, &needs);
@@ -42,10 +43,10 @@ void StatusRun::Need(const StatusNeeds &needs) {
   const std::shared_ptr<kxEventLoop> loop = m_loop;
   const std::weak_ptr<StatusRun> weak = weak_from_this();
   for (const CrlNeed &need : needs.crls) {
-    if (!m_known.crls.try_emplace(need.key).second) continue;  // two certificates need the same one
-    m_source.Obtain(m_path, need, [loop, weak, key = need.key](const CrlAnswer &answer) {
-      loop->Post(0, [weak, key, answer] {
-        if (const std::shared_ptr<StatusRun> self = weak.lock()) self->Took(key, answer);
+    if (!m_known.crls.try_emplace(need.name).second) continue;  // two certificates need the same one
+    m_source.Obtain(m_path, need, [loop, weak, name = need.name](const CrlAnswer &answer) {
+      loop->Post(0, [weak, name, answer] {
+        if (const std::shared_ptr<StatusRun> self = weak.lock()) self->Took(name, answer);
       });
     });
   }
@@ -59,13 +60,14 @@ void StatusRun::AskOcsp(int level) {
   ask.issuer = const_cast<sxCert *>(m_path->IssuerOf(level));
   ask.responders = sxOcsp_RespondersOf(m_path->Cert(level), &m_path->Root());
   ask.policy = m_source.Settings().ocsp;
+  if (m_path->Params().HasTime()) ask.timeSec = m_path->NowSec();
   ask.timeoutMs = m_timeoutMs;
   const std::weak_ptr<StatusRun> weak = weak_from_this();
   const auto done = [weak, level](const sxOcspOutcome &outcome) {
     const std::shared_ptr<StatusRun> self = weak.lock();
     if (self == nullptr) return;
     self->m_known.ocsp[level] = std::make_shared<sxOcspOutcome>(outcome);
-    self->Step();
+    self->StepSoon();
   };
   std::shared_ptr<sxOcspTask> task;
   const sxOcspResult begun = sxOcsp_Ask(m_loop->Env(), ask, done, &task);
@@ -73,15 +75,21 @@ void StatusRun::AskOcsp(int level) {
   auto failed = std::make_shared<sxOcspOutcome>();
   failed->answer.result = begun;
   m_known.ocsp[level] = std::move(failed);
-  const std::weak_ptr<StatusRun> again = weak_from_this();
-  m_loop->Post(0, [again] {
-    if (const std::shared_ptr<StatusRun> self = again.lock()) self->Step();
-  });
+  StepSoon();
 }
 
-void StatusRun::Took(const std::string &key, const CrlAnswer &answer) {
-  m_known.crls[key] = answer;
-  Step();
+void StatusRun::Took(const std::string &name, const CrlAnswer &answer) {
+  m_known.crls[name] = answer;
+  StepSoon();
+}
+
+// Once for all answers that are there by then.
+void StatusRun::StepSoon() {
+  if (std::exchange(m_isStepDue, true)) return;
+  const std::weak_ptr<StatusRun> weak = weak_from_this();
+  m_loop->Post(0, [weak] {
+    if (const std::shared_ptr<StatusRun> self = weak.lock()) self->Step();
+  });
 }
 
 // What did not come counts as not fetched; what goes on without this question still comes into memory. Another source
@@ -90,7 +98,7 @@ void StatusRun::EndLate() {
   ChainStatus status;
   StatusNeeds needs;
   do {
-    for (const CrlNeed &need : needs.crls) m_known.crls.try_emplace(need.key);
+    for (const CrlNeed &need : needs.crls) m_known.crls.try_emplace(need.name);
     for (const int level : needs.ocspLevels) m_known.ocsp.try_emplace(level);
     GiveUp();
     needs = {};

@@ -23,9 +23,10 @@ class StatusRun final : public kxEventClient, public std::enable_shared_from_thi
 
  private:
   void Step();
+  void StepSoon();
   void Need(const StatusNeeds &needs);
   void AskOcsp(int level);
-  void Took(const std::string &key, const CrlAnswer &answer);
+  void Took(const std::string &name, const CrlAnswer &answer);
   void EndLate();
   void GiveUp();
   void Answer(const sxRevocationVerdict &verdict);
@@ -40,6 +41,7 @@ class StatusRun final : public kxEventClient, public std::enable_shared_from_thi
   std::vector<std::shared_ptr<sxOcspTask>> m_tasks;
   std::shared_ptr<StatusRun> m_self;  // while an answer is owed
   int m_timeoutMs = 0;
+  bool m_isStepDue = false;
 };
 
 #endif

@@ -235,7 +235,7 @@ TEST(FetchMany, AreNotHeldByAFlood) {
   settings.maxTransfersPerHost = 16;
   Fetching fetching(settings);
   for (int i = 0; i < 6; ++i) {
-    fetching.Ask(Fetching::Of("ldap://" + hostile.Name() + "/cn=" + std::to_string(i) + "?cACertificate", {size_t{1} << 40, 60000}));
+    fetching.Ask(Fetching::Of("ldap://" + hostile.Name() + "/cn=" + std::to_string(i) + "?cACertificate", {kMaxFetchOctets, 60000}));
   }
   fetching.RunUntil([&] { return hostile.NumConnections() == 6; });
   for (int i = 0; i < 10; ++i) EXPECT_EQ("0 whole", fetching.Get(Fetching::Of(UrlOf(honest), {5, 2000})));

@@ -143,8 +143,7 @@ int sxCRL_Encoder_imp::SetIssuer(const sxDN &issuer) {
   if (der.empty()) return Refuse(kFunc, "no name");
   if (m_draft.IsIndirect() && m_draft.Count() > 0) return Refuse(kFunc, "entries are of the other issuer");
   m_issuerDer = std::move(der);
-  const sxDN own(issuer);  // it may be the one that is here
-  m_issuer.emplace(own);
+  m_issuer = sxDN(issuer);  // it may be the one that is here
   if (m_draft.IsIndirect()) m_draft.BecomeIndirect(sxIssuerIdOf(*m_issuer));
   SetExtensions(ExtensionsContent());  // names relative to the issuer
   return 0;

@@ -279,7 +279,9 @@ Octets Indirect(const std::string &entries, bool isIndirect = true) {
 constexpr char kOfB[] = "30{06{551d1d}04{30{a4{30{31{30{06{550403}0c{\"b\"}}}}}}}}";
 std::string RevokedOf(int serial, const std::string &extensions) {
   const std::string whole = extensions.empty() ? "" : "30{" + extensions + "}";
-  return "30{02{0" + std::to_string(serial) + "}17{\"300101000000Z\"}" + whole + "}";
+  std::string text = "30{02{0";
+  text.append(std::to_string(serial)).append("}17{\"300101000000Z\"}").append(whole).append("}");
+  return text;
 }
 
 TEST(sxCRL_Encoder, CopiesAllOfAnIndirectCrlOrNothing) {

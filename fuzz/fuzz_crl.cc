@@ -1,6 +1,6 @@
 // CRLs, DER or PEM. One is OK exactly when the codec decodes the same octets and both algorithms are the same, and then
-// its fields and entries are those of the decoded tree: so the reader of plain DER, which makes no tree, and the codec agree. Every entry is found
-// by its number, also in a copy under construction.
+// its fields and entries are those of the decoded tree: so the reader of plain DER, which makes no tree, and the codec
+// agree. Every entry is found by its number, also in a copy under construction.
 #include <cstdint>
 #include <memory>
 #include <string>

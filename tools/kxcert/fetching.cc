@@ -1,7 +1,6 @@
 #include "fetching.h"
 
 #include "kxcert/fetch/fetch.h"
-#include "kxcert/trust/ocsp.h"
 #include "report.h"
 
 Fetching::Fetching(bool allowPrivate, const std::vector<std::string> &ldapServers, Report &report) {
@@ -16,18 +15,6 @@ Fetching::Fetching(bool allowPrivate, const std::vector<std::string> &ldapServer
   } else {
     kxFetcher_Set(m_service->Fetcher());
   }
-}
-
-OptionRow NonceRow(const char *name, int &nonce) {
-  return {name,
-          "off (the default), send, or require: refuse an OCSP response without it",
-          &nonce,
-          false,
-          nullptr,
-          {{"off", static_cast<int>(sxOcspNonce::kOff)},
-           {"send", static_cast<int>(sxOcspNonce::kSend)},
-           {"require", static_cast<int>(sxOcspNonce::kRequire)}},
-          "WHEN"};
 }
 
 Fetching::~Fetching() { kxFetcher_Set(nullptr); }

@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "verb.h"
-
 class kxFetchService;
 class Report;
 
@@ -25,8 +23,5 @@ class Fetching {
  private:
   std::unique_ptr<kxFetchService> m_service;
 };
-
-/// The option that says whether responses have to repeat what nobody knew before.
-OptionRow NonceRow(const char *name, int &nonce);
 
 #endif

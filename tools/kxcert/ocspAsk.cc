@@ -13,6 +13,7 @@
 #include "ocspFacts.h"
 #include "progressLine.h"
 #include "report.h"
+#include "revocationOptions.h"
 #include "timeText.h"
 #include "verb.h"
 #include "visibleText.h"

@@ -33,6 +33,18 @@ const char *OriginText(sxStatusOrigin origin) {
 
 }  // namespace
 
+OptionRow NonceRow(const char *name, int &nonce) {
+  return {name,
+          "off (the default), send, or require: refuse an OCSP response without it",
+          &nonce,
+          false,
+          nullptr,
+          {{"off", static_cast<int>(sxOcspNonce::kOff)},
+           {"send", static_cast<int>(sxOcspNonce::kSend)},
+           {"require", static_cast<int>(sxOcspNonce::kRequire)}},
+          "WHEN"};
+}
+
 std::vector<OptionRow> RevocationRows(RevocationOptions &options) {
   return {
       {"--revocation",

@@ -34,6 +34,8 @@ struct RevocationOptions {
   bool softFail = false;
 };
 
+/// The option that says whether OCSP responses have to repeat what nobody knew before.
+OptionRow NonceRow(const char *name, int &nonce);
 std::vector<OptionRow> RevocationRows(RevocationOptions &options);
 /// What is asked for where options do not fit together, or null.
 const char *MissingForRevocation(const RevocationOptions &options);

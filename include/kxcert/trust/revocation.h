@@ -54,8 +54,8 @@ struct sxRevocationSettings {
   size_t maxFetchedLen = 128U << 20;  ///< of one that is fetched; the parameters may say less
   int fetchTimeoutMs = 30000;
   int undatedSec = 86400;    ///< a CRL without nextUpdate is asked for again after that long
-  sxOcspPolicy ocsp;         ///< of what is asked, and of what is believed
   int diskKeepSec = 604800;  ///< on disk beyond nextUpdate, so that a refusal can say what was there
+  sxOcspPolicy ocsp;         ///< of what is asked, and of what is believed
 };
 
 enum class sxStatusSource { kNone, kCrl, kDeltaCrl, kOcsp };

@@ -207,7 +207,7 @@ const sxCert *CrlJudge::SignerOf(const Candidate &candidate, const sxCert *wante
   }
   if (const sxCert *known = KnownSigner(*candidate.crl, name, why)) return known;
   // Certificates of the pool would have to be verified as well.
-  if (m_path.HasPool() && candidate.crl->Signer().empty()) VerifyLater(candidate, why);
+  if (m_path.HasPool()) VerifyLater(candidate, why);
   return nullptr;
 }
 

@@ -175,35 +175,37 @@ void CrlMemory::MakeRoom(const std::string &but) {
 
 bool CrlMemory::Push(const std::shared_ptr<const HeldCrl> &crl, Bringer bringer) {
   const sxWriteLock lock(m_mutex);
-  auto list = m_pushed != nullptr ? std::make_shared<PushedList>(*m_pushed) : std::make_shared<PushedList>();
-  const auto isIt = [&crl](const std::shared_ptr<const HeldCrl> &held) { return SameOctets(*held, *crl); };
-  if (std::ranges::any_of(list->ofProgram, isIt)) return true;
-  if (bringer == Bringer::kProgram) {
-    list->numOctetsOfProgram += crl->NumOctets();
-    if (list->ofProgram.size() >= m_maxCrls || list->numOctetsOfProgram > m_maxOctets / kProgramsPart) return false;
-    list->ofProgram.push_back(crl);
-  } else {
-    if (std::ranges::any_of(list->ofPeers, isIt)) return true;
+  const PushedList none;
+  const PushedList &held = m_pushed != nullptr ? *m_pushed : none;
+  const auto isIt = [&crl](const std::shared_ptr<const HeldCrl> &known) { return SameOctets(*known, *crl); };
+  if (std::ranges::any_of(held.ofProgram, isIt)) return true;
+  const bool isPeers = bringer == Bringer::kPeer;
+  if (isPeers && std::ranges::any_of(held.ofPeers, isIt)) return true;
+  const size_t numOctets = held.numOctetsOfProgram + crl->NumOctets();
+  if (!isPeers && (held.ofProgram.size() >= m_maxCrls || numOctets > m_maxOctets / kProgramsPart)) return false;
+  auto list = std::make_shared<PushedList>(held);
+  if (isPeers) {
     list->ofPeers.insert(list->ofPeers.begin(), crl);
+    list->numOctetsOfPeers += crl->NumOctets();
     LimitPeers(*list);
+  } else {
+    list->ofProgram.push_back(crl);
+    list->numOctetsOfProgram = numOctets;
   }
   m_pushed = std::move(list);
   m_pushedGeneration = NextGeneration();
   return true;
 }
 
-// What nobody has verified yet goes before what somebody has.
+// What nobody has verified goes before what somebody has, the oldest first; and the newest last, as it is asked about.
 void CrlMemory::LimitPeers(PushedList &list) const {
-  std::stable_partition(list.ofPeers.begin(), list.ofPeers.end(),
-                        [](const std::shared_ptr<const HeldCrl> &held) { return !held->Signer().empty(); });
-  list.numOctetsOfPeers = 0;
-  std::erase_if(list.ofPeers, [&list, most = m_maxOctets / kPeersPart](const std::shared_ptr<const HeldCrl> &held) {
-    if (list.numOctetsOfPeers + held->NumOctets() > most) return true;
-    list.numOctetsOfPeers += held->NumOctets();
-    return false;
-  });
-  for (; list.ofPeers.size() > kMaxOfPeers; list.ofPeers.pop_back()) {
-    list.numOctetsOfPeers -= list.ofPeers.back()->NumOctets();
+  std::vector<std::shared_ptr<const HeldCrl>> &crls = list.ofPeers;
+  while (crls.size() > kMaxOfPeers || list.numOctetsOfPeers > m_maxOctets / kPeersPart) {
+    size_t leaving = crls.size() - 1;
+    while (leaving > 0 && !crls[leaving]->Signer().empty()) --leaving;
+    if (leaving == 0) leaving = crls.size() - 1;
+    list.numOctetsOfPeers -= crls[leaving]->NumOctets();
+    crls.erase(crls.begin() + static_cast<ptrdiff_t>(leaving));
   }
 }
 

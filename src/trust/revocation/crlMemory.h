@@ -68,7 +68,7 @@ class CrlMemory {
   struct LastUsed;
   struct PushedList {
     std::vector<std::shared_ptr<const HeldCrl>> ofProgram;
-    std::vector<std::shared_ptr<const HeldCrl>> ofPeers;  // those that verified first, then the newest first
+    std::vector<std::shared_ptr<const HeldCrl>> ofPeers;  // the newest first
     size_t numOctetsOfProgram = 0, numOctetsOfPeers = 0;
   };
 

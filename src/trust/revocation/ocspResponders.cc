@@ -15,8 +15,8 @@
 
 namespace {
 
-constexpr char kScheme[] =
-    "http://";  // RFC 6960, A.1. A certificate is anyone's: what it names may be asked by this alone
+// RFC 6960, A.1. A certificate is anyone's, so that what it names may be asked by this alone.
+constexpr char kScheme[] = "http://";
 
 void Add(std::vector<sxOcspResponder> &to, std::string url, sxCert *cert, bool configured) {
   if (!kxFetch_IsUrl(url) || std::ranges::find(to, url, &sxOcspResponder::url) != to.end()) return;

@@ -1,5 +1,6 @@
 #include "trust/revocation/ocspStatus.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "kxcert/asn1/oids.h"
@@ -33,20 +34,17 @@ constexpr int kMaxRefused = 8;  // signatures that a peer's responses are tried 
 // What is at hand of one certificate.
 struct Known {
   sxOcspAnswer answer;
-  sxStatusOrigin origin = sxStatusOrigin::kNone;
-
-  void Take(const Known &other) {
-    if (origin == sxStatusOrigin::kNone || IsBetter(other.answer, answer)) *this = other;
-  }
-
- private:
-  static bool IsBetter(const sxOcspAnswer &a, const sxOcspAnswer &b) {
-    const bool isUnknown = a.result == sxOcsp_unknown;
-    if (isUnknown != (b.result == sxOcsp_unknown)) return !isUnknown;
-    if (a.thisUpdateSec != b.thisUpdateSec) return a.thisUpdateSec > b.thisUpdateSec;
-    return a.result == sxOcsp_revoked && b.result != sxOcsp_revoked;
-  }
+  sxStatusOrigin origin;
 };
+
+// Whose say counts before the other's: the newest that is good or revoked; what is unknown comes last.
+bool IsBetter(const Known &one, const Known &other) {
+  const sxOcspAnswer &a = one.answer, &b = other.answer;
+  const bool isUnknown = a.result == sxOcsp_unknown;
+  if (isUnknown != (b.result == sxOcsp_unknown)) return !isUnknown;
+  if (a.thisUpdateSec != b.thisUpdateSec) return a.thisUpdateSec > b.thisUpdateSec;
+  return a.result == sxOcsp_revoked && b.result != sxOcsp_revoked;
+}
 
 }  // namespace
 
@@ -102,8 +100,7 @@ CertStatus OcspStatus::AtHand(int level, sxRevocationEvidence said) {
   }
   const bool isNamed = !responders.empty() || sxOcsp_NamesResponder(m_path.Cert(level));
   sxValidationRC code = isNamed ? sxValidation_crlNotRetrieved : sxValidation_unknownStatus;
-  // Of all that is at hand the newest that says good or revoked, whoever brought it; then what is unknown.
-  Known best;
+  std::vector<Known> known;
   int numRefused = 0;
   for (size_t i = 0; m_path.Responses() != nullptr && i < m_path.Responses()->size() && i < kMaxOcspResponses; ++i) {
     const std::vector<unsigned char> &octets = (*m_path.Responses())[i];
@@ -114,7 +111,7 @@ CertStatus OcspStatus::AtHand(int level, sxRevocationEvidence said) {
       const bool isDecided = answer.result >= 0 || answer.result == sxOcsp_otherCert;
       if (isDecided || ++numRefused >= kMaxRefused) break;
     }
-    if (answer.result >= 0) best.Take({answer, sxStatusOrigin::kCaller});
+    if (answer.result >= 0) known.push_back({answer, sxStatusOrigin::kCaller});
     if (answer.result >= 0 || answer.result == sxOcsp_otherCert) continue;
     code = sxWorseStatus(code, CodeOf(answer.result));
     sxRevocationEvidence one = said;
@@ -126,12 +123,18 @@ CertStatus OcspStatus::AtHand(int level, sxRevocationEvidence said) {
   for (sxCert *const signer : signers) {
     question.responder = signer;
     sxOcspAnswer answer;
-    if (sxOcspMemory_Find(question, &answer)) best.Take({answer, sxStatusOrigin::kMemory});
+    if (sxOcspMemory_Find(question, &answer)) known.push_back({answer, sxStatusOrigin::kMemory});
   }
-  if (best.origin != sxStatusOrigin::kNone) {
-    said.origin = best.origin;
-    return Believe(level, best.answer, std::move(said));
+  // The first that is believed, whoever brought it.
+  std::ranges::stable_sort(known, IsBetter);
+  CertStatus first;
+  for (const Known &each : known) {
+    said.origin = each.origin;
+    const CertStatus status = Believe(level, each.answer, said);
+    if (status.state != CertStatus::kUnknown) return status;
+    if (&each == known.data()) first = status;
   }
+  if (!known.empty()) return first;
   if (!responders.empty() && m_path.MayFetch()) {
     m_needs->push_back(level);
     return {CertStatus::kPending, sxValidation_OK};

@@ -1,7 +1,5 @@
 #include "certToSign.h"
 
-#include <cstring>
-
 #include "asn1/integerDigits.h"
 #include "crlToSign.h"
 #include "issueRules.h"
@@ -25,12 +23,6 @@ constexpr unsigned char kVersion3[] = {kVersionTag, 3, kDerInteger, 1, 2};
 constexpr unsigned char kTrue[] = {kDerBoolean, 1, 0xFF};
 constexpr int kKeyIdLen = 20;  // octets, whatever the digest
 constexpr size_t kEmptyNameLen = 2;
-
-bool IsSameKey(sxPubKey *a, sxPubKey *b) {
-  const unsigned char *const hashA = a == nullptr ? nullptr : a->PublicKeyHash();
-  const unsigned char *const hashB = b == nullptr ? nullptr : b->PublicKeyHash();
-  return hashA != nullptr && hashB != nullptr && std::memcmp(hashA, hashB, kPublicKeyHashLen) == 0;
-}
 
 sxOctetView View(const sxAsnOid &oid) { return sxView(oid.Data(), oid.Len()); }
 
@@ -110,7 +102,7 @@ sxIssueStatus sxCertToSign::Maker::Fields() {
 sxIssueStatus sxCertToSign::Maker::Issuer() {
   if (m_issuer == nullptr) return sxIssue_ok;
   if (m_issuer->OK() == 0) return sxIssue_bad_input;
-  if (!IsSameKey(m_issuer->PubKey(), m_key)) return sxIssue_issuer_key;
+  if (!sxIsSameKey(m_issuer->PubKey(), m_key)) return sxIssue_issuer_key;
   const sxBasicConstraint *const constraints = m_issuer->GetBasicConstraint();
   const bool maySign = m_issuer->KeyUsage() == nullptr || m_issuer->HasKeyUsage(sxKU_keyCertSign) != 0;
   return constraints != nullptr && constraints->IsCA() && maySign ? sxIssue_ok : sxIssue_issuer_not_ca;
@@ -120,7 +112,7 @@ sxIssueStatus sxCertToSign::Maker::Key() {
   const sxKeyInfo own(m_issuer == nullptr && !m_wanted.HasPubKey() ? m_key : nullptr);
   const sxKeyInfo &info = own.der.empty() ? m_wanted.GetP()->Parts().key : own;
   if (info.der.empty()) return sxIssue_public_key;
-  if (m_issuer == nullptr && own.der.empty() && !IsSameKey(m_wanted.PubKey(), m_key)) return sxIssue_other_key;
+  if (m_issuer == nullptr && own.der.empty() && !sxIsSameKey(m_wanted.PubKey(), m_key)) return sxIssue_other_key;
   m_out.m_keyInfo = info.der;
   m_keyBits.assign(info.bits.begin(), info.bits.end());
   return sxIssue_ok;

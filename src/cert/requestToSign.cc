@@ -55,10 +55,9 @@ sxIssueStatus sxRequestToSign::New(const sxCertTemplate &wanted, const sxRequest
 
 sxIssueStatus sxRequestToSign::Take(const sxCertTemplate &wanted, const sxRequestAttributes *attributes) {
   const sxTemplateParts &parts = wanted.GetP()->Parts();
-  const sxKeyInfo own(m_toSign->Key());
-  m_keyInfo = wanted.HasPubKey() ? parts.key.der : own.der;
+  m_keyInfo = wanted.HasPubKey() ? parts.key.der : sxKeyInfo(m_toSign->Key()).der;
   if (m_keyInfo.empty()) return sxIssue_public_key;
-  if (m_keyInfo != own.der) return sxIssue_other_key;
+  if (wanted.HasPubKey() && !sxIsSameKey(wanted.PubKey(), m_toSign->Key())) return sxIssue_other_key;
   m_subject = parts.subject;
   if (const sxIssueStatus status = sxCheckName(m_subject); status != sxIssue_ok) return status;
 
@@ -97,7 +96,7 @@ sxCertRequest *sxRequestToSign::Sign() {
       new sxCertRequest(new sxCertRequest_imp(std::move(made.area), made.offset, made.len)));
   m_status = sxIssue_not_as_asked;
   if (!IsAsAsked(*request)) return herror_func(0, 0, "sxRequestToSign::Sign: not what was asked"), nullptr;
-  if (m_verify && request->VerifySig() != 0) {
+  if (m_verify && request->VerifySig(m_toSign->Key()) != 0) {
     return herror_func(0, 0, "sxRequestToSign::Sign: the signature is wrong"), nullptr;
   }
   m_status = sxIssue_ok;

@@ -1,8 +1,11 @@
 #include "templateParts.h"
 
+#include <cstring>
+
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/keyForms.h"
+#include "kxcert/keys/sxPubKey.h"
 
 sxKeyInfo::sxKeyInfo(sxPubKey *key) {
   kxBinBuf octets;
@@ -25,6 +28,12 @@ sxDerOctets sxNameOctets(const sxASN_RDNSequence *name) {
   kxBinBuf der;
   if (sxASN_EncodeBuf(copy, der, 1) != 0) return {};
   return sxDerOctets(der.Data(), der.Data() + der.Len());
+}
+
+bool sxIsSameKey(sxPubKey *a, sxPubKey *b) {
+  const unsigned char *const hashA = a == nullptr ? nullptr : a->PublicKeyHash();
+  const unsigned char *const hashB = b == nullptr ? nullptr : b->PublicKeyHash();
+  return hashA != nullptr && hashB != nullptr && std::memcmp(hashA, hashB, kPublicKeyHashLen) == 0;
 }
 
 sxTemplateParts::sxTemplateParts(const sxASN_CertTemplate &tree, sxPubKey *pubKey)

@@ -27,6 +27,9 @@ struct sxTemplateParts {
   const sxKeyInfo key;
 };
 
+/// Whether both are usable and have the same public part.
+bool sxIsSameKey(sxPubKey *a, sxPubKey *b);
+
 /// The whole element; null: the empty name.
 sxDerOctets sxNameOctets(const sxASN_RDNSequence *name);
 

@@ -1,7 +1,6 @@
 #include "certToSign.h"
 
 #include "asn1/integerDigits.h"
-#include "crlToSign.h"
 #include "issueRules.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
@@ -14,6 +13,7 @@
 #include "strictDer.h"
 #include "sxCertTemplate_imp.h"
 #include "sxCert_imp.h"
+#include "timeDer.h"
 
 namespace {
 

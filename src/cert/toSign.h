@@ -8,8 +8,9 @@
 #include <memory>
 
 #include "derForward.h"
-#include "keys/keyRef.h"
+#include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/digest.h"
+#include "platform/owned.h"
 
 class sxToSign {
  public:
@@ -40,7 +41,7 @@ class sxToSign {
   sxToSign(sxPubKey *key, sx_md_type md, sxDerOctets algorithm);
   sxDerOctets SignatureOctets() const;
 
-  const PubKeyRef m_key;  // one reference of its own
+  const sxOwned<sxPubKey, sxFreePubKey> m_key;  // one reference of its own
   const sx_md_type m_md;
   const sxDerOctets m_algorithm;
   std::unique_ptr<unsigned char[]> m_area;

@@ -13,6 +13,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/keys/keyTasks.h"
+#include "cert/toSign.h"
 #include "platform/owned.h"
 #include "support/asnHex.h"
 #include "support/derOctets.h"
@@ -295,6 +296,7 @@ TEST(sxIssueCert, SignsOnAWorkerWhenItIsGone) {
     told.env = sxd_env_create();
     {
       const PubKeyRef key = TestKey(name);
+      EXPECT_TRUE(sxToSign::New(key.get(), sx_md_sha256)->MayLeaveThread());
       sxCertTemplate wanted;
       const sxDN subject("CN=a");
       wanted.SetSubject(&subject);

@@ -50,9 +50,9 @@ class sxCertToSign::Maker {
       : m_wanted(wanted), m_tree(wanted.Tree()), m_issuer(issuer), m_key(key), m_options(options), m_out(*out) {}
 
   sxIssueStatus Run() {
-    constexpr sxIssueStatus (Maker::*kSteps[])() = {&Maker::Fields,   &Maker::Issuer,     &Maker::Key,
-                                                    &Maker::Validity, &Maker::Serial,     &Maker::TakeExtensions,
-                                                    &Maker::Names,    &Maker::Extensions,
+    constexpr sxIssueStatus (Maker::*kSteps[])() = {
+        &Maker::Fields, &Maker::Issuer,         &Maker::Key,   &Maker::Validity,
+        &Maker::Serial, &Maker::TakeExtensions, &Maker::Names, &Maker::Extensions,
     };
     for (const auto step : kSteps) {
       if (const sxIssueStatus status = (this->*step)(); status != sxIssue_ok) return status;
@@ -164,7 +164,7 @@ sxIssueStatus sxCertToSign::Maker::Names() {
     m_out.m_issuer = subject;
     if (subject.size() <= kEmptyNameLen) return sxIssue_issuer_name;
     return isAsked || (m_wanted.Subject() != nullptr && asked->Equal(*m_wanted.Subject())) ? sxIssue_ok
-                                                                                          : sxIssue_issuer_name;
+                                                                                           : sxIssue_issuer_name;
   }
   // RFC 5280, 4.1.2.4 and 7.1: as it stands in the issuer's certificate, octet for octet.
   sxPlainCert plain;
@@ -183,8 +183,7 @@ sxIssueStatus sxCertToSign::Maker::Names() {
 // The key identifiers of both come from here, and all of it becomes octets.
 sxIssueStatus sxCertToSign::Maker::Extensions() {
   const auto find = [this](const sxAsnOid &oid) {
-    return std::ranges::find_if(m_extensions,
-                                [&oid](const sxExtToWrite &ext) { return sxEqual(ext.oid, View(oid)); });
+    return std::ranges::find_if(m_extensions, [&oid](const sxExtToWrite &ext) { return sxEqual(ext.oid, View(oid)); });
   };
   sxDerOctets subjectValue;
   if (find(sxASN_id_ce_subjectKeyIdentifier) == m_extensions.end()) {
@@ -247,8 +246,8 @@ bool sxCertToSign::Write() {
   sxDerForward out(area);
   out.Octets(kVersion3);
   out.Element(kDerInteger, m_serial);
-  for (const sxOctetView part : {algorithm, sxOctetView(m_issuer), sxOctetView(m_validity), sxOctetView(m_subject),
-                                 sxOctetView(m_keyInfo)}) {
+  for (const sxOctetView part :
+       {algorithm, sxOctetView(m_issuer), sxOctetView(m_validity), sxOctetView(m_subject), sxOctetView(m_keyInfo)}) {
     out.Octets(part);
   }
   out.Header(kExtensionsTag, listLen);
@@ -287,7 +286,6 @@ bool sxCertToSign::IsAsAsked(const sxCert &cert) const {
          sxTakePlainAlgorithm(keyInfo, true, &keyAlgorithm) && sxTakePlainBits(keyInfo, kDerBitString, &keyBits) &&
          sxEqual(plain.keyAlgorithm.oid, keyAlgorithm.oid) &&
          sxEqual(plain.keyAlgorithm.parameters, keyAlgorithm.parameters) &&
-         sxEqual(plain.keyBits, keyBits.subspan(1)) &&
-         cert.signatureSignAlgorithm() == m_toSign->Key()->algorithm() &&
+         sxEqual(plain.keyBits, keyBits.subspan(1)) && cert.signatureSignAlgorithm() == m_toSign->Key()->algorithm() &&
          cert.signatureHashAlgorithm() == m_toSign->Md();
 }

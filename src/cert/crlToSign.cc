@@ -40,8 +40,7 @@ bool sxCrlToSign::Write(const sxCrlFields &fields) {
   unsigned char *const area = m_toSign->Begin(contentLen);
   if (area == nullptr) return false;
   sxDerForward out(area);
-  for (const sxOctetView part :
-       {version, algorithm, fields.issuer, sxOctetView(thisUpdate), sxOctetView(nextUpdate)}) {
+  for (const sxOctetView part : {version, algorithm, fields.issuer, sxOctetView(thisUpdate), sxOctetView(nextUpdate)}) {
     out.Octets(part);
   }
   if (listLen > 0) out.Element(kDerSequence, fields.entries);

@@ -29,20 +29,20 @@ struct AttributeRule {
 };
 constexpr int kNoLimit = INT32_MAX;
 constexpr AttributeRule kAttributes[] = {
-    {{0x55, 4, 3}, 3, kUtf8OrPrintable, 1, 64},                                                 // commonName
-    {{0x55, 4, 4}, 3, kUtf8OrPrintable, 1, 32768},                                              // surname
-    {{0x55, 4, 5}, 3, kPrintable, 1, 64},                                                       // serialNumber
-    {{0x55, 4, 6}, 3, kPrintable, 2, 2},                                                        // countryName
-    {{0x55, 4, 7}, 3, kUtf8OrPrintable, 1, 128},                                                // localityName
-    {{0x55, 4, 8}, 3, kUtf8OrPrintable, 1, 128},                                                // stateOrProvinceName
-    {{0x55, 4, 10}, 3, kUtf8OrPrintable, 1, 64},                                                // organizationName
-    {{0x55, 4, 11}, 3, kUtf8OrPrintable, 1, 64},                                                // organizationalUnitName
-    {{0x55, 4, 12}, 3, kUtf8OrPrintable, 1, 64},                                                // title
-    {{0x55, 4, 42}, 3, kUtf8OrPrintable, 1, 32768},                                             // givenName
-    {{0x55, 4, 46}, 3, kPrintable, 1, kNoLimit},                                                // dnQualifier
-    {{0x55, 4, 65}, 3, kUtf8OrPrintable, 1, 128},                                               // pseudonym
-    {{0x09, 0x92, 0x26, 0x89, 0x93, 0xF2, 0x2C, 0x64, 1, 25}, 10, kIa5, 1, kNoLimit},           // domainComponent
-    {{0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 1}, 9, kIa5, 1, 255},                           // emailAddress
+    {{0x55, 4, 3}, 3, kUtf8OrPrintable, 1, 64},                                        // commonName
+    {{0x55, 4, 4}, 3, kUtf8OrPrintable, 1, 32768},                                     // surname
+    {{0x55, 4, 5}, 3, kPrintable, 1, 64},                                              // serialNumber
+    {{0x55, 4, 6}, 3, kPrintable, 2, 2},                                               // countryName
+    {{0x55, 4, 7}, 3, kUtf8OrPrintable, 1, 128},                                       // localityName
+    {{0x55, 4, 8}, 3, kUtf8OrPrintable, 1, 128},                                       // stateOrProvinceName
+    {{0x55, 4, 10}, 3, kUtf8OrPrintable, 1, 64},                                       // organizationName
+    {{0x55, 4, 11}, 3, kUtf8OrPrintable, 1, 64},                                       // organizationalUnitName
+    {{0x55, 4, 12}, 3, kUtf8OrPrintable, 1, 64},                                       // title
+    {{0x55, 4, 42}, 3, kUtf8OrPrintable, 1, 32768},                                    // givenName
+    {{0x55, 4, 46}, 3, kPrintable, 1, kNoLimit},                                       // dnQualifier
+    {{0x55, 4, 65}, 3, kUtf8OrPrintable, 1, 128},                                      // pseudonym
+    {{0x09, 0x92, 0x26, 0x89, 0x93, 0xF2, 0x2C, 0x64, 1, 25}, 10, kIa5, 1, kNoLimit},  // domainComponent
+    {{0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 1}, 9, kIa5, 1, 255},                  // emailAddress
 };
 
 // Every one of the tags allowed but UTF8String has a character an octet.
@@ -70,9 +70,9 @@ enum class Critical { kAsAsked, kAlways, kNever, kOfCAs, kWithoutSubject };
 struct ExtensionRule {
   sxOctetView oid;
   Critical critical;
-  bool isForCAs;      // and for nobody else
-  int tag;            // of the value; 0: any
-  bool mayBeEmpty;    // the value's content
+  bool isForCAs;    // and for nobody else
+  int tag;          // of the value; 0: any
+  bool mayBeEmpty;  // the value's content
 };
 constexpr unsigned char kOidSubjectDirectory[] = {0x55, 0x1D, 9};
 constexpr unsigned char kOidSubjectKeyId[] = {0x55, 0x1D, 14};
@@ -197,8 +197,7 @@ bool CriticalityOf(const ExtensionRule &rule, bool asked, bool isCA, bool hasSub
 }
 
 const sxExtToWrite *Find(const std::vector<sxExtToWrite> &extensions, sxOctetView oid) {
-  const auto found =
-      std::ranges::find_if(extensions, [oid](const sxExtToWrite &ext) { return sxEqual(ext.oid, oid); });
+  const auto found = std::ranges::find_if(extensions, [oid](const sxExtToWrite &ext) { return sxEqual(ext.oid, oid); });
   return found == extensions.end() ? nullptr : &*found;
 }
 

@@ -45,9 +45,7 @@ class Fields {
     return true;
   }
 
-  bool TakeKey(sxPlainCert *cert) {
-    return sxTakePlainKey(m_reader, m_decoded, &cert->keyAlgorithm, &cert->keyBits);
-  }
+  bool TakeKey(sxPlainCert *cert) { return sxTakePlainKey(m_reader, m_decoded, &cert->keyAlgorithm, &cert->keyBits); }
 
   bool TakeExtensions(sxOctetView *extensions) {
     return !m_reader.NextIs(kExtensionsTag) || sxTakePlainExtensions(m_reader, kExtensionsTag, extensions);

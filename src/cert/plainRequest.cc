@@ -23,7 +23,8 @@ bool TakeAttribute(sxDerReader &from, sxPlainAttribute *attribute) {
 bool TakeInfo(sxDerReader info, bool decoded, sxPlainRequest *request) {
   sxOctetView version;
   sxDerReader attributes;
-  if (!sxTakePlainInteger(info, &version) || !sxTakePlainName(info, decoded, &request->subject, &request->subjectName) ||
+  if (!sxTakePlainInteger(info, &version) ||
+      !sxTakePlainName(info, decoded, &request->subject, &request->subjectName) ||
       !sxTakePlainKey(info, decoded, &request->keyAlgorithm, &request->keyBits) ||
       !info.Enter(kAttributesTag, &attributes) || !info.AtEnd()) {
     return false;

@@ -27,7 +27,7 @@ struct sxPlainRequest {
 /// @return false when the encoding is not plain or no request
 bool sxReadPlainRequest(sxOctetView der, bool decoded, sxPlainRequest *request);
 
-constexpr unsigned char kOidExtensionRequest[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 14};   // RFC 2985, 5.4.2
+constexpr unsigned char kOidExtensionRequest[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 14};  // RFC 2985, 5.4.2
 constexpr unsigned char kOidChallengePassword[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 7};  // RFC 2985, 5.4.1
 
 #endif

@@ -7,7 +7,6 @@
 
 namespace {
 
-
 bool IsBoolean(sxOctetView v) { return v.size() == 1 && (v[0] == 0 || v[0] == 0xFF); }
 
 bool IsInteger(sxOctetView v) {
@@ -63,7 +62,8 @@ bool IsSorted(sxOctetView content) {
 bool IsElement(const sxDerElement &element, int nesting) {
   if (element.whole.size() != sxDerLen(element.content.size())) return false;
   if ((element.tag & kConstructed) == 0) {
-    const bool mustBeConstructed = element.tag == (kDerSequence & ~kConstructed) || element.tag == (kDerSet & ~kConstructed);
+    const bool mustBeConstructed =
+        element.tag == (kDerSequence & ~kConstructed) || element.tag == (kDerSet & ~kConstructed);
     return !mustBeConstructed && IsPrimitive(element.tag, element.content);
   }
   const bool isUniversal = (element.tag & ~kConstructed) < 0x40;

@@ -14,8 +14,8 @@ sxKeyInfo::sxKeyInfo(sxPubKey *key) {
   sxDerReader fields;
   sxDerElement algorithm;
   sxOctetView string;
-  if (sxDerReader(der).Enter(kDerSequence, &fields) && fields.Take(&algorithm) &&
-      fields.Take(kDerBitString, &string) && !string.empty()) {
+  if (sxDerReader(der).Enter(kDerSequence, &fields) && fields.Take(&algorithm) && fields.Take(kDerBitString, &string) &&
+      !string.empty()) {
     bits = string.subspan(1);
   } else {
     der.clear();

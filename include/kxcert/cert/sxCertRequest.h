@@ -50,9 +50,9 @@ class KXCERT_EXPORT sxCertRequest : public sxSigned {
 
   // All attributes, those above included, in the order in which they stand.
   int CountAttributes() const;
-  const sxAsnOid *AttributeType(int i) const;        ///< lent; null out of range
-  int FindAttribute(const sxAsnOid &type) const;     ///< the first one; -1 when there is none
-  int CountAttributeValues(int i) const;             ///< 0 out of range
+  const sxAsnOid *AttributeType(int i) const;     ///< lent; null out of range
+  int FindAttribute(const sxAsnOid &type) const;  ///< the first one; -1 when there is none
+  int CountAttributeValues(int i) const;          ///< 0 out of range
   /// A value's whole element, lent; null out of range.
   const unsigned char *AttributeValue(int i, int number, int *len) const;
 
@@ -85,7 +85,7 @@ class KXCERT_EXPORT sxRequestAttributes {
   /// PrintableString where it fits, else UTF8String. @return 0, or -1 (null, empty, no UTF-8, more than 255
   /// characters, or there is one)
   int SetChallengePassword(const char *password);
-  int Count() const;  ///< values
+  int Count() const;                                             ///< values
   const sxRequestAttributes_imp *GetP() const { return m_imp; }  ///< the library's own use
 
  private:

@@ -90,8 +90,8 @@ class KXCERT_EXPORT sxCertTemplate {
 
   /// "Certificate Template:", then a line for each field that is there, and the extensions.
   void Sprint(SxStream *out, int indent) const;
-  void Fprint(FILE *out, int indent) const;  ///< null: standard output
-  void Herror() const;                       ///< the same text to the debug log
+  void Fprint(FILE *out, int indent) const;                 ///< null: standard output
+  void Herror() const;                                      ///< the same text to the debug log
   const sxCertTemplate_imp *GetP() const { return m_imp; }  ///< the library's own use
 
  private:

@@ -1,4 +1,6 @@
 // Certificates as text.
+#include "certPrint.h"
+
 #include <cstdio>
 
 #include "foundation/textOutput.h"
@@ -77,22 +79,20 @@ void sxCert_imp::PrintFull(SxStream *out, int indent) const {
   PrintTime(out, indent, "Not valid after:  ", m_notAfter);
   out->Indent(indent);
   out->Puts("Signature Algorithm: ");
-  PrintAlgorithms(out);
+  sxPrintAlgorithms(out, m_signAlgorithm, m_hashAlgorithm, *m_pubKey);
 }
 
-void sxCert_imp::PrintAlgorithms(SxStream *out) const {
+void sxPrintAlgorithms(SxStream *out, int signAlgorithm, int hashAlgorithm, sxPubKey &key) {
   for (const AlgorithmLabel &row : kAlgorithmLabels) {
-    if (row.algorithm == m_signAlgorithm) out->Puts(row.signature);
+    if (row.algorithm == signAlgorithm) out->Puts(row.signature);
   }
   const char *digest = "unknown digest  Public key: ";
   for (const DigestLabel &row : kDigestLabels) {
-    if (row.mdType == m_hashAlgorithm) digest = row.label;
+    if (row.mdType == hashAlgorithm) digest = row.label;
   }
   out->Puts(digest);
   for (const AlgorithmLabel &row : kAlgorithmLabels) {
-    if (row.algorithm == m_pubKey->algorithm()) {
-      out->Printf(row.key, static_cast<unsigned>(m_pubKey->GetLen(sxPK_len_bits)));
-    }
+    if (row.algorithm == key.algorithm()) out->Printf(row.key, static_cast<unsigned>(key.GetLen(sxPK_len_bits)));
   }
 }
 

@@ -45,17 +45,7 @@ class Fields {
     return true;
   }
 
-  bool TakeKey(sxPlainCert *cert) {
-    sxDerReader inside;
-    sxOctetView bits;
-    if (!m_reader.Enter(kDerSequence, &inside) || !sxTakePlainAlgorithm(inside, m_decoded, &cert->keyAlgorithm) ||
-        !sxTakePlainBits(inside, kDerBitString, &bits) || !inside.AtEnd()) {
-      return false;
-    }
-    const bool wholeOctets = bits[0] == 0;  // a key with unused bits is no key: left empty
-    if (wholeOctets) cert->keyBits = bits.subspan(1);
-    return true;
-  }
+  bool TakeKey(sxPlainCert *cert) { return sxTakePlainKey(m_reader, m_decoded, &cert->keyAlgorithm, &cert->keyBits); }
 
   bool TakeExtensions(sxOctetView *extensions) {
     return !m_reader.NextIs(kExtensionsTag) || sxTakePlainExtensions(m_reader, kExtensionsTag, extensions);

@@ -42,6 +42,18 @@ bool sxTakePlainName(sxDerReader &from, bool decoded, sxOctetView *name, sxFlatN
   return flat->Read(sequence.whole, decoded);
 }
 
+bool sxTakePlainKey(sxDerReader &from, bool decoded, sxPlainAlgorithm *algorithm, sxOctetView *bits) {
+  sxDerReader inside;
+  sxOctetView string;
+  if (!from.Enter(kDerSequence, &inside) || !sxTakePlainAlgorithm(inside, decoded, algorithm) ||
+      !sxTakePlainBits(inside, kDerBitString, &string) || !inside.AtEnd()) {
+    return false;
+  }
+  const bool wholeOctets = string[0] == 0;
+  if (wholeOctets) *bits = string.subspan(1);
+  return true;
+}
+
 bool sxTakePlainExtensions(sxDerReader &from, int tag, sxOctetView *extensions) {
   sxDerReader inside;
   if (!from.Enter(tag, &inside) || !inside.Take(kDerSequence, extensions) || !inside.AtEnd()) return false;

@@ -15,6 +15,9 @@ bool sxTakePlainTime(sxDerReader &from, sxPlainTime *time);
 bool sxTakePlainAlgorithm(sxDerReader &from, bool decoded, sxPlainAlgorithm *algorithm);
 /// @param[out] name  the whole element
 bool sxTakePlainName(sxDerReader &from, bool decoded, sxOctetView *name, sxFlatName *flat);
+/// SubjectPublicKeyInfo.
+/// @param[out] bits  octets of the bit string; left as it was when some of its bits are unused: it is no key
+bool sxTakePlainKey(sxDerReader &from, bool decoded, sxPlainAlgorithm *algorithm, sxOctetView *bits);
 /// Extensions, whose values are not looked into, in an element around them.
 /// @param[out] extensions  content of the SEQUENCE, for sxTakePlainExtension
 bool sxTakePlainExtensions(sxDerReader &from, int tag, sxOctetView *extensions);

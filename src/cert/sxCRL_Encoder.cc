@@ -2,12 +2,11 @@
 
 #include "crlOids.h"
 #include "foundation/textOutput.h"
-#include "keys/tasks/poolWork.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "kxcert/keys/keyTasks.h"
 #include "kxcert/platform/log.h"
+#include "signingTask.h"
 #include "sxCRL_Encoder_imp.h"
 #include "sxExtension_imp.h"
 
@@ -46,37 +45,6 @@ bool IsLarger(const sxAsnInt &a, const sxAsnInt &b) {
 }
 
 void Append(sxDerOctets &out, sxOctetView more) { out.insert(out.end(), more.begin(), more.end()); }
-
-// A signature on a worker, and its answer on the loop's thread.
-class SigningWork : public PoolWork {
- public:
-  SigningWork(std::shared_ptr<sxCrlToSign> crl, sxCrlCallback callback, void *opaque)
-      : m_toSign(std::move(crl)), m_callback(callback), m_opaque(opaque) {
-    // A key that is kept elsewhere belongs to this thread.
-    if (!m_toSign->MayLeaveThread()) Sign();
-  }
-
-  void Run() override {
-    if (!m_isDone) Sign();
-  }
-  void End(bool didRun) override {
-    if (!didRun) return m_callback(m_opaque, TASK_TIMEOUT, nullptr);
-    sxCRL *const made = m_made.release();
-    m_callback(m_opaque, made == nullptr ? TASK_SIGNING_ERROR : TASK_SUCCESS, made);
-  }
-
- private:
-  void Sign() {
-    m_isDone = true;
-    m_made.reset(m_toSign->Sign());
-  }
-
-  const std::shared_ptr<sxCrlToSign> m_toSign;
-  const sxCrlCallback m_callback;
-  void *const m_opaque;
-  bool m_isDone = false;  // of Run, which a late worker may still be at
-  sxOwned<sxCRL, sxCRL_Free> m_made;
-};
 
 }  // namespace
 
@@ -340,6 +308,6 @@ int sxCRL_Encoder::EncodeA(sxPubKey *key, sx_md_type md, sxCrlCallback callback,
   if (callback == nullptr) return TASK_BAD_INPUT;
   std::shared_ptr<sxCrlToSign> crl = Imp()->Encode(key, md);
   if (crl == nullptr) return TASK_BAD_INPUT;
-  const int rc = QueuePoolWork(std::make_shared<SigningWork>(std::move(crl), callback, opaque));
+  const int rc = sxQueueSigning(std::move(crl), callback, opaque);
   return rc == 0 ? static_cast<int>(TASK_INSERTED_TO_QUEUE) : rc;
 }

@@ -30,7 +30,13 @@ int Seconds(const sxPlainTime &time) {
 
 int isSupportedSignatureAlgorithm(const sxAsnOid &oid) { return IsImportedKeyAlgorithm(oid) ? 1 : 0; }
 
-sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) {
+sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) { Decode(); }
+sxCert_imp::sxCert_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len)
+    : sxSigned_imp(std::move(area), offset, len) {
+  Decode();
+}
+
+void sxCert_imp::Decode() {
   if (DecodeWith([this] { return Read(); }) == 0) Extract(m_plain);
   m_plain = sxPlainCert();
 }
@@ -118,6 +124,8 @@ void sxCert_imp::ExtractExtensions(sxOctetView extensions) {
 }
 
 sxCert::sxCert(const unsigned char *buf, unsigned int len) : sxSigned(new sxCert_imp(buf, len)) {}
+
+sxCert::sxCert(sxCert_imp *imp) : sxSigned(imp) {}
 
 sxCert_imp *sxCert::Imp() const { return static_cast<sxCert_imp *>(m_imp); }
 

@@ -7,9 +7,9 @@
 
 #include "foundation/textOutput.h"
 #include "keys/subjectPublicKey.h"
-#include "kxcert/asn1/modules/SXUTILS.h"
 #include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/foundation/textStream.h"
@@ -18,11 +18,10 @@
 #include "serialText.h"
 #include "sxCertTemplate_imp.h"
 #include "sxExtension_imp.h"
-#include "sxSigned_imp.h"
 
 namespace {
 
-constinit const sxAsnOid kExtensionRequest({1, 2, 840, 113549, 1, 9, 14});
+constexpr int kVersion3 = 2;                        // as it is encoded
 constexpr int64_t kFirstGeneralized = 2524608000;   // 2050-01-01 00:00 UTC: RFC 5280, 4.1.2.5
 constexpr int64_t kLastGeneralized = 253402300799;  // 9999-12-31 23:59:59 UTC: four digits are no more
 
@@ -63,6 +62,12 @@ sxASN_OptionalValidity *NewValidity(const sxASN_Time *notBefore, const sxASN_Tim
   return validity;
 }
 
+int VersionOf(const sxASN_CertTemplate &tree) {
+  if (tree.version == nullptr || tree.version->IsBig()) return 0;
+  const int encoded = tree.version->GetShortVal();
+  return encoded < 0 || encoded > kVersion3 ? 0 : encoded + 1;
+}
+
 int Seconds(const sxASN_Time *time) { return time == nullptr ? -1 : sxASN_Time2time(time); }
 
 template <class Tree>
@@ -70,35 +75,23 @@ bool Decode(Tree &tree, const unsigned char *octets, int len) {
   return sxASN_DecodeBuf(tree, reinterpret_cast<const char *>(octets), len) == 0;
 }
 
-// Those of the first attribute that asks for some. @return false: they are not read
-bool RequestedExtensions(const sxASN_Attributes *attributes, sxASN_Extensions **out) {
-  if (attributes == nullptr) return true;
-  for (const sxASN_Attribute &attribute : *attributes) {
-    if (!attribute.type->OidEquiv(kExtensionRequest)) continue;
-    if (attribute.values->Count() != 1) return false;
-    *out = CopyOrNull((*attribute.values->begin()).extensions());
-    return *out != nullptr;
+// A list with one extension in the place of all of its type, or of none; null when nothing is left.
+sxASN_Extensions *WithExtension(const sxASN_Extensions *from, const sxAsnOid &type, const sxASN_Extension *ext) {
+  auto made = std::make_unique<sxASN_Extensions>();
+  const auto add = [&made, &ext] {
+    if (ext != nullptr) made->AppendCopy(*std::exchange(ext, nullptr));
+  };
+  if (from != nullptr) {
+    for (const sxASN_Extension &known : *from) {
+      if (known.extnID == nullptr || !known.extnID->OidEquiv(type)) {
+        made->AppendCopy(known);
+      } else {
+        add();
+      }
+    }
   }
-  return true;
-}
-
-bool IsSignedWith(sxPubKey *key, const unsigned char *der, int len) {
-  const sxOwned<sxSigned, sxFreeSigned> request(new sxSigned(new sxSigned_imp(der, static_cast<unsigned int>(len))));
-  return request->VerifySig(key) == 0;
-}
-
-// @return null, or what is wrong
-const char *ReadRequest(const unsigned char *der, int len, sxASN_CertTemplate &out) {
-  sxASN_CertificationRequest request;
-  if (!Decode(request, der, len)) return "not a certification request";
-  const sxASN_CertificationRequestInfo &info = *request.certificationRequestInfo;
-  const sxOwned<sxPubKey, sxFreePubKey> key(sxPubKey_FromSPKI(*info.subjectPublicKeyInfo, nullptr));
-  if (key == nullptr) return "no key that can be used in the certification request";
-  if (!IsSignedWith(key.get(), der, len)) return "the certification request is not signed with its own key";
-  if (!RequestedExtensions(info.attributes, &out.extensions)) return "the requested extensions cannot be read";
-  out.subject = CopyOrNull(info.subject);
-  out.publicKey = CopyOrNull(info.subjectPublicKeyInfo);
-  return nullptr;
+  add();
+  return made->Count() == 0 ? nullptr : made.release();
 }
 
 void PrintTime(SxStream *out, int indent, const char *label, const sxASN_Time *time) {
@@ -128,6 +121,10 @@ void sxCertTemplate_imp::Sprint(SxStream *out, int indent) const {
   if (out == nullptr) return;
   out->Indent(indent);
   out->Puts("Certificate Template:\n");
+  if (m_tree.version != nullptr) {
+    out->Indent(indent);
+    out->Printf("Version: %d\n", VersionOf(m_tree));
+  }
   if (m_tree.serialNumber != nullptr) {
     out->Indent(indent);
     out->Printf("Serial Number: %s\n", sxSerialText(*m_tree.serialNumber).c_str());
@@ -194,6 +191,7 @@ int sxCertTemplate::Set(const sxCert *cert) {
   }
   const sxASN_TBSCertificate &body = *decoded.tbsCertificate;
   sxASN_CertTemplate tree;
+  if (cert->Version() == kVersion3 + 1) (tree.version = new sxASN_Version)->Set(kVersion3);
   tree.serialNumber = new sxAsnInt(*body.serialNumber);
   tree.issuer = CopyOrNull(body.issuer);
   tree.validity = NewValidity(body.validity->notBefore, body.validity->notAfter);
@@ -203,11 +201,25 @@ int sxCertTemplate::Set(const sxCert *cert) {
   return Set(&tree);
 }
 
-int sxCertTemplate::SetFromRequest(const unsigned char *der, int len) {
+int sxCertTemplate::Set(const sxCertRequest *request) {
+  constexpr const char *kFunc = "sxCertTemplate::Set";
+  if (request == nullptr || request->OK() == 0) return herror_func(0, 0, "%s: no usable request", kFunc), -1;
+  if (request->VerifySig() != 0) return herror_func(0, 0, "%s: not signed with its own key", kFunc), -1;
   sxASN_CertTemplate tree;
-  const char *const wrong = der == nullptr || len <= 0 ? "no octets" : ReadRequest(der, len, tree);
-  if (wrong != nullptr) return herror_func(0, 0, "sxCertTemplate::SetFromRequest: %s", wrong), -1;
+  tree.subject = CopyOrNull(request->Subject()->GetName());
+  tree.extensions = CopyOrNull(request->AllExtensions());
+  kxBinBuf der;
+  tree.publicKey = new sxASN_SubjectPublicKeyInfo;
+  if (sxExportKeyInfo(request->PubKey(), false, der) != 0 ||
+      !Decode(*tree.publicKey, der.Data(), static_cast<int>(der.Len()))) {
+    return herror_func(0, 0, "%s: the key has no public form", kFunc), -1;
+  }
   return Set(&tree);
+}
+
+int sxCertTemplate::SetFromRequest(const unsigned char *der, int len) {
+  const sxOwned<sxCertRequest, sxCertRequest_Free> request(sxCertRequest_Decode(der, len));
+  return request == nullptr ? -1 : Set(request.get());
 }
 
 void sxCertTemplate::SetSubject(const sxDN *subject) {
@@ -255,6 +267,33 @@ int sxCertTemplate::SetExtensions(const sxExtensionsList *extensions) {
   return Set(&tree);
 }
 
+int sxCertTemplate::SetExtension(const sxAsnOid &type, bool critical, const unsigned char *value, int len) {
+  if (value == nullptr || len < 1 || type.Len() < 1) {
+    return herror_func(0, 0, "sxCertTemplate::SetExtension: no octets"), -1;
+  }
+  sxASN_Extension ext;
+  ext.extnID = new sxAsnOid(type);
+  if (critical) ext.critical = new sxAsnBool(1);
+  ext.extnValue = new sxAsnOcts(value, len);
+  sxASN_CertTemplate tree(Tree());
+  Replace(tree.extensions, WithExtension(tree.extensions, type, &ext));
+  return Set(&tree);
+}
+
+void sxCertTemplate::RemoveExtension(const sxAsnOid &type) {
+  sxASN_CertTemplate tree(Tree());
+  Replace(tree.extensions, WithExtension(tree.extensions, sxAsnOid(type), nullptr));
+  Set(&tree);
+}
+
+void sxCertTemplate::SetVersion(int version) {
+  sxASN_CertTemplate tree(Tree());
+  const bool isKnown = version >= 1 && version <= kVersion3 + 1;
+  Replace(tree.version, isKnown ? new sxASN_Version : nullptr);
+  if (isKnown) tree.version->Set(version - 1);
+  Set(&tree);
+}
+
 int sxCertTemplate::Fill(sxASN_CertTemplate *out) const { return out == nullptr ? -1 : out->CopyFrom(Tree()); }
 
 const sxASN_CertTemplate &sxCertTemplate::Tree() const { return m_imp->Tree(); }
@@ -263,6 +302,7 @@ const sxDN *sxCertTemplate::Issuer() const { return m_imp->Issuer(); }
 const sxAsnInt *sxCertTemplate::SerialNum() const { return Tree().serialNumber; }
 sxPubKey *sxCertTemplate::PubKey() const { return m_imp->PubKey(); }
 bool sxCertTemplate::HasPubKey() const { return Tree().publicKey != nullptr; }
+int sxCertTemplate::Version() const { return VersionOf(Tree()); }
 int sxCertTemplate::notBefore() const { return Tree().validity == nullptr ? -1 : Seconds(Tree().validity->notBefore); }
 int sxCertTemplate::notAfter() const { return Tree().validity == nullptr ? -1 : Seconds(Tree().validity->notAfter); }
 const sxExtensionsList &sxCertTemplate::Extensions() const { return m_imp->Extensions(); }

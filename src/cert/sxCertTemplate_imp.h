@@ -12,6 +12,7 @@
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "platform/owned.h"
+#include "templateParts.h"
 
 /// The tree is what there is; all else is read from it whenever it changes.
 class sxCertTemplate_imp {
@@ -27,6 +28,11 @@ class sxCertTemplate_imp {
   sxPubKey *PubKey() const { return m_key.get(); }
   const sxExtensionsList &Extensions() const { return m_extensions; }
   const sxAsnOid *UnhandledCritExt() const { return m_unhandled; }
+  /// Encoded at the first call, and kept for whoever signs several of the kind.
+  const sxTemplateParts &Parts() const {
+    if (!m_parts) m_parts.emplace(m_tree, m_key.get());
+    return *m_parts;
+  }
 
   void Sprint(SxStream *out, int indent) const;
 
@@ -40,6 +46,7 @@ class sxCertTemplate_imp {
   sxOwned<sxPubKey, sxFreePubKey> m_key;
   sxExtensionsList m_extensions;
   const sxAsnOid *m_unhandled = nullptr;  // in the tree
+  mutable std::optional<sxTemplateParts> m_parts;
 };
 
 #endif

@@ -16,6 +16,7 @@
 class sxCert_imp : public sxSigned_imp {
  public:
   sxCert_imp(const unsigned char *buf, unsigned int len);
+  sxCert_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len);
 
   int Version() const { return m_version; }
   const sxAsnInt &SerialNum() const { return m_serial; }
@@ -34,6 +35,7 @@ class sxCert_imp : public sxSigned_imp {
   void Sprint(SxStream *out, sxCertHerrorDetails details, int indent) const;
 
  private:
+  void Decode();
   bool Read();  // the fields, from the stored octets
   void Extract(sxPlainCert &cert);
   void SetSerial(const sxAsnInt &serial);
@@ -41,7 +43,6 @@ class sxCert_imp : public sxSigned_imp {
   bool ExtractKey(const sxPlainCert &cert);
   void ExtractExtensions(sxOctetView extensions);
   void PrintFull(SxStream *out, int indent) const;
-  void PrintAlgorithms(SxStream *out) const;
 
   int m_version = 0;
   sxAsnInt m_serial;

@@ -33,11 +33,7 @@ bool HasSegmentedSignature(const unsigned char *octets, int len) {
   return (buf.PeekByte() & kConstructed) != 0;
 }
 
-struct PemMarkers {
-  const char *header;
-  const char *footer;
-};
-constexpr PemMarkers kMarkers[] = {
+constexpr sxPemMarkers kMarkers[] = {
     {"-----BEGIN CERTIFICATE-----", "-----END CERTIFICATE-----"},
     {"-----BEGIN X509 CRL-----", "-----END X509 CRL-----"},
 };
@@ -79,11 +75,13 @@ int sxSigned_imp::DecodeBuf(sxAsnType &value) {
   });
 }
 
+std::span<const sxPemMarkers> sxSigned_imp::Markers() const { return kMarkers; }
+
 int sxSigned_imp::ConvertBuf() {
   const auto *text = reinterpret_cast<const char *>(m_der.data());
   const std::string_view all(text, m_der.size());
-  PemMarkers markers = {"", ""};
-  for (const PemMarkers &known : kMarkers) {
+  sxPemMarkers markers = {"", ""};
+  for (const sxPemMarkers &known : Markers()) {
     if (all.find(known.header) != std::string_view::npos) {
       markers = known;
       break;

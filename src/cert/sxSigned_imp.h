@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "asn1/der.h"
 #include "foundation/publishOnce.h"
@@ -13,6 +14,12 @@
 #include "kxcert/cert/sxSigned.h"
 #include "kxcert/foundation/sxPKobj_imp.h"
 #include "kxcert/foundation/sxString.h"
+
+/// What stands around an object's octets in PEM.
+struct sxPemMarkers {
+  const char *header;
+  const char *footer;
+};
 
 class sxSigned_imp : public sxPKobj_imp {
  public:
@@ -36,6 +43,8 @@ class sxSigned_imp : public sxPKobj_imp {
  protected:
   /// Lends octets that outlive the object.
   explicit sxSigned_imp(sxOctetView lent);
+
+  virtual std::span<const sxPemMarkers> Markers() const;  ///< that ConvertBuf looks for; the first one that is there
 
   /// Calls @p decode until it accepts the octets: as they are, then converted from PEM.
   /// @return 0, or -1 with the error set

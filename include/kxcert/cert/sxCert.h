@@ -32,6 +32,7 @@ enum sxCertHerrorDetails : int { sxCert_brief = 1, sxCert_full = 2, sxCert_full_
 class KXCERT_EXPORT sxCert : public sxSigned {
  public:
   sxCert(const unsigned char *buf, unsigned int len);  ///< DER or strict PEM; see OK()
+  explicit sxCert(sxCert_imp *imp);                    ///< adopts; the library's own use
 
   int Version() const;                             ///< the INTEGER plus 1 in 32 bits, whatever it is; 1 without
   const sxAsnInt *SerialNum() const;               ///< lent

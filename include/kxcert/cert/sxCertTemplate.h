@@ -20,6 +20,7 @@ class sxASN_CertTemplate;
 class sxAsnInt;
 class sxAsnOid;
 class sxCert;
+class sxCertRequest;
 class sxCertTemplate_imp;
 class sxDN;
 class sxExtensionsList;
@@ -43,10 +44,13 @@ class KXCERT_EXPORT sxCertTemplate {
 
   // Each replaces everything. @return 0, or -1 (one line logged, and nothing has changed)
   int Set(const sxASN_CertTemplate *tree);  ///< -1: null. Whether its parts can be used, the questions tell
-  /// Serial number, issuer, validity, subject, key and extensions of a certificate that is OK.
+  /// Serial number, issuer, validity, subject, key and extensions of a certificate that is OK; its version when that is
+  /// 3, which is what templates may say (RFC 4211, 5).
   int Set(const sxCert *cert);
-  /// Subject, key and requested extensions (RFC 2985, 5.4.2) of a certification request (RFC 2986, 4), DER.
+  /// Subject, key and requested extensions (RFC 2985, 5.4.2) of a certification request (RFC 2986, 4).
   /// Its signature must verify with its own key: an altered one asks for what nobody asked for.
+  int Set(const sxCertRequest *request);
+  /// The same of its octets, DER or PEM.
   int SetFromRequest(const unsigned char *der, int len);
 
   // Each replaces one field by a copy of what may be a part of this template; null makes it absent. What the
@@ -58,13 +62,20 @@ class KXCERT_EXPORT sxCertTemplate {
   void SetValidity(int64_t notBefore, int64_t notAfter);
   /// The public part of a key. @return 0, or -1 (no public form: see sxExportKeyInfo; nothing has changed)
   int SetPubKey(sxPubKey *key);
-  /// @return 0, or -1 (an extension that cannot be encoded; nothing has changed)
+  /// All of them. @return 0, or -1 (an extension that cannot be encoded; nothing has changed)
   int SetExtensions(const sxExtensionsList *extensions);
+  /// One, given as it is encoded: takes the place of the one of its type, or comes last.
+  /// @param value  octets of extnValue, copied; may be a part of this template
+  /// @return 0, or -1 (no octets; nothing has changed)
+  int SetExtension(const sxAsnOid &type, bool critical, const unsigned char *value, int len);
+  void RemoveExtension(const sxAsnOid &type);  ///< every one of that type
+  void SetVersion(int version);                ///< 1 to 3; others: absent
 
   /// Makes @p out this template's tree. @return 0, or -1 for null
   int Fill(sxASN_CertTemplate *out) const;
   const sxASN_CertTemplate &Tree() const;  ///< lent until the template changes
 
+  int Version() const;  ///< 1 to 3 when it says so; 0 when absent, or another number
   // Each lent until the template changes; null when absent.
   const sxDN *Subject() const;
   const sxDN *Issuer() const;
@@ -79,8 +90,9 @@ class KXCERT_EXPORT sxCertTemplate {
 
   /// "Certificate Template:", then a line for each field that is there, and the extensions.
   void Sprint(SxStream *out, int indent) const;
-  void Fprint(FILE *out, int indent) const;  ///< null: standard output
-  void Herror() const;                       ///< the same text to the debug log
+  void Fprint(FILE *out, int indent) const;                 ///< null: standard output
+  void Herror() const;                                      ///< the same text to the debug log
+  const sxCertTemplate_imp *GetP() const { return m_imp; }  ///< the library's own use
 
  private:
   sxCertTemplate_imp *m_imp;  // owned, never null

@@ -1,0 +1,271 @@
+#include "issueRules.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/oids.h"
+#include "strictDer.h"
+
+namespace {
+
+constexpr size_t kIp4Len = 4, kIp6Len = 16;
+constexpr int kMaxTypeLen = 10;  // content octets of the types below
+constexpr unsigned char kEmptySequence[] = {kDerSequence, 0};
+
+bool Is(sxOctetView content, const sxAsnOid &oid) { return sxEqual(content, sxView(oid.Data(), oid.Len())); }
+
+// --- names ---
+
+constexpr unsigned kUtf8OrPrintable = 1U << kDerUtf8String | 1U << kDerPrintableString;  // RFC 5280, 4.1.2.4
+constexpr unsigned kPrintable = 1U << kDerPrintableString;
+constexpr unsigned kIa5 = 1U << kDerIa5String;
+
+struct AttributeRule {
+  unsigned char oid[kMaxTypeLen];
+  size_t oidLen;
+  unsigned tags;
+  int minChars, maxChars;  // upper bounds of RFC 5280, A.1
+};
+constexpr int kNoLimit = INT32_MAX;
+constexpr AttributeRule kAttributes[] = {
+    {{0x55, 4, 3}, 3, kUtf8OrPrintable, 1, 64},                                        // commonName
+    {{0x55, 4, 4}, 3, kUtf8OrPrintable, 1, 32768},                                     // surname
+    {{0x55, 4, 5}, 3, kPrintable, 1, 64},                                              // serialNumber
+    {{0x55, 4, 6}, 3, kPrintable, 2, 2},                                               // countryName
+    {{0x55, 4, 7}, 3, kUtf8OrPrintable, 1, 128},                                       // localityName
+    {{0x55, 4, 8}, 3, kUtf8OrPrintable, 1, 128},                                       // stateOrProvinceName
+    {{0x55, 4, 10}, 3, kUtf8OrPrintable, 1, 64},                                       // organizationName
+    {{0x55, 4, 11}, 3, kUtf8OrPrintable, 1, 64},                                       // organizationalUnitName
+    {{0x55, 4, 12}, 3, kUtf8OrPrintable, 1, 64},                                       // title
+    {{0x55, 4, 42}, 3, kUtf8OrPrintable, 1, 32768},                                    // givenName
+    {{0x55, 4, 46}, 3, kPrintable, 1, kNoLimit},                                       // dnQualifier
+    {{0x55, 4, 65}, 3, kUtf8OrPrintable, 1, 128},                                      // pseudonym
+    {{0x09, 0x92, 0x26, 0x89, 0x93, 0xF2, 0x2C, 0x64, 1, 25}, 10, kIa5, 1, kNoLimit},  // domainComponent
+    {{0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 1}, 9, kIa5, 1, 255},                  // emailAddress
+};
+
+// Every one of the tags allowed but UTF8String has a character an octet.
+int NumChars(const sxDerElement &value) {
+  return value.tag == kDerUtf8String ? sxUtf8Len(value.content) : sxLen(value.content);
+}
+
+bool IsAttribute(sxDerReader assertion) {
+  sxOctetView type;
+  sxDerElement value;
+  if (!assertion.Take(kDerOid, &type) || !assertion.Take(&value) || !assertion.AtEnd()) return false;
+  for (const AttributeRule &rule : kAttributes) {
+    if (!sxEqual(type, {rule.oid, rule.oidLen})) continue;
+    if (value.tag > kDerBmpString || (rule.tags >> value.tag & 1) == 0) return false;
+    const int numChars = NumChars(value);
+    return numChars >= rule.minChars && numChars <= rule.maxChars;
+  }
+  return true;
+}
+
+// --- extensions ---
+
+enum class Critical { kAsAsked, kAlways, kNever, kOfCAs, kWithoutSubject };
+
+struct ExtensionRule {
+  sxOctetView oid;
+  Critical critical;
+  bool isForCAs;    // and for nobody else
+  int tag;          // of the value; 0: any
+  bool mayBeEmpty;  // the value's content
+};
+constexpr unsigned char kOidSubjectDirectory[] = {0x55, 0x1D, 9};
+constexpr unsigned char kOidSubjectKeyId[] = {0x55, 0x1D, 14};
+constexpr unsigned char kOidKeyUsage[] = {0x55, 0x1D, 15};
+constexpr unsigned char kOidSubjectAltName[] = {0x55, 0x1D, 17};
+constexpr unsigned char kOidIssuerAltName[] = {0x55, 0x1D, 18};
+constexpr unsigned char kOidBasicConstraints[] = {0x55, 0x1D, 19};
+constexpr unsigned char kOidNameConstraints[] = {0x55, 0x1D, 30};
+constexpr unsigned char kOidDistPoints[] = {0x55, 0x1D, 31};
+constexpr unsigned char kOidPolicies[] = {0x55, 0x1D, 32};
+constexpr unsigned char kOidPolicyMappings[] = {0x55, 0x1D, 33};
+constexpr unsigned char kOidAuthorityKeyId[] = {0x55, 0x1D, 35};
+constexpr unsigned char kOidPolicyConstraints[] = {0x55, 0x1D, 36};
+constexpr unsigned char kOidExtKeyUsage[] = {0x55, 0x1D, 37};
+constexpr unsigned char kOidFreshestCrl[] = {0x55, 0x1D, 46};
+constexpr unsigned char kOidInhibitAnyPolicy[] = {0x55, 0x1D, 54};
+constexpr unsigned char kOidAuthorityInfo[] = {0x2B, 6, 1, 5, 5, 7, 1, 1};
+constexpr unsigned char kOidSubjectInfo[] = {0x2B, 6, 1, 5, 5, 7, 1, 11};
+
+// RFC 5280, 4.2.1.1 to 4.2.2.2.
+constexpr ExtensionRule kExtensions[] = {
+    {kOidAuthorityKeyId, Critical::kNever, false, kDerSequence, false},
+    {kOidSubjectKeyId, Critical::kNever, false, kDerOctetString, false},
+    {kOidKeyUsage, Critical::kAlways, false, kDerBitString, false},  // "SHOULD", and no reason not to
+    {kOidPolicies, Critical::kAsAsked, false, kDerSequence, false},
+    {kOidPolicyMappings, Critical::kAlways, true, kDerSequence, false},
+    {kOidSubjectAltName, Critical::kWithoutSubject, false, kDerSequence, false},
+    {kOidIssuerAltName, Critical::kNever, false, kDerSequence, false},
+    {kOidSubjectDirectory, Critical::kNever, false, kDerSequence, false},
+    {kOidBasicConstraints, Critical::kOfCAs, false, kDerSequence, true},
+    {kOidNameConstraints, Critical::kAlways, true, kDerSequence, false},
+    {kOidPolicyConstraints, Critical::kAlways, true, kDerSequence, false},
+    {kOidExtKeyUsage, Critical::kAsAsked, false, kDerSequence, false},
+    {kOidDistPoints, Critical::kAsAsked, false, kDerSequence, false},
+    {kOidInhibitAnyPolicy, Critical::kAlways, true, kDerInteger, false},
+    {kOidFreshestCrl, Critical::kNever, false, kDerSequence, false},
+    {kOidAuthorityInfo, Critical::kNever, false, kDerSequence, false},
+    {kOidSubjectInfo, Critical::kNever, false, kDerSequence, false},
+};
+
+const ExtensionRule *RuleOf(sxOctetView oid) {
+  const auto *const found =
+      std::ranges::find_if(kExtensions, [oid](const ExtensionRule &rule) { return sxEqual(rule.oid, oid); });
+  return found == std::end(kExtensions) ? nullptr : found;
+}
+
+//   BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
+struct Constraints {
+  bool isCA = false, saysFalse = false, hasPathLen = false;
+};
+bool ReadConstraints(sxOctetView value, Constraints *out) {
+  sxDerReader all(value), fields;
+  sxOctetView flag, pathLen;
+  if (!all.Enter(kDerSequence, &fields) || !all.AtEnd()) return false;
+  if (fields.NextIs(kDerBoolean)) {
+    if (!fields.Take(kDerBoolean, &flag)) return false;
+    out->isCA = flag[0] != 0;
+    out->saysFalse = !out->isCA;
+  }
+  out->hasPathLen = fields.Take(kDerInteger, &pathLen);
+  return fields.AtEnd() && (!out->hasPathLen || pathLen[0] < 0x80);
+}
+
+// Bit n of the number is bit n of the string; one octet more than the nine that have names is looked at.
+unsigned UsageBits(sxOctetView value) {
+  sxOctetView bits;
+  if (!sxDerReader(value).Take(kDerBitString, &bits)) return 0;
+  unsigned found = 0;
+  for (size_t i = 1; i < bits.size() && i < 3; ++i) {
+    for (unsigned bit = 0; bit < 8; ++bit) found |= (bits[i] >> (7 - bit) & 1U) << ((i - 1) * 8 + bit);
+  }
+  return found;
+}
+
+// X.690, 11.2.2: of a list of named bits the last one is set.
+bool EndsInOne(sxOctetView value) {
+  sxOctetView bits;
+  return sxDerReader(value).Take(kDerBitString, &bits) && bits.size() > 1 && (bits.back() >> bits[0] & 1) != 0;
+}
+
+bool IsGeneralName(const sxDerElement &name) {
+  constexpr int kEmail = DerContext(1), kDns = DerContext(2), kUri = DerContext(6), kIp = DerContext(7);
+  switch (name.tag) {
+    case kEmail:
+    case kDns:
+    case kUri:  // RFC 5280, 4.2.1.6: not empty, and not a blank either
+      return !name.content.empty() &&
+             std::ranges::all_of(name.content, [](unsigned char c) { return c > ' ' && c < 0x7F; });
+    case kIp: return name.content.size() == kIp4Len || name.content.size() == kIp6Len;
+    default: return !name.content.empty();
+  }
+}
+
+bool AreGeneralNames(sxOctetView value) {
+  sxDerReader all(value), names;
+  if (!all.Enter(kDerSequence, &names)) return false;
+  sxDerElement name;
+  while (!names.AtEnd()) {
+    if (!names.Take(&name) || !IsGeneralName(name)) return false;
+  }
+  return true;
+}
+
+sxIssueStatus CheckValue(const ExtensionRule &rule, sxOctetView value) {
+  sxDerElement element;
+  if (!sxDerReader(value).Take(rule.tag, &element)) return sxIssue_extension;
+  if (element.content.empty() && !rule.mayBeEmpty) return sxIssue_empty_extension;
+  const bool isNames = sxEqual(rule.oid, kOidSubjectAltName) || sxEqual(rule.oid, kOidIssuerAltName);
+  if (isNames && !AreGeneralNames(value)) return sxIssue_extension;
+  if (sxEqual(rule.oid, kOidKeyUsage) && !EndsInOne(value)) return sxIssue_key_usage;
+  return sxIssue_ok;
+}
+
+bool CriticalityOf(const ExtensionRule &rule, bool asked, bool isCA, bool hasSubject) {
+  switch (rule.critical) {
+    case Critical::kAlways: return true;
+    case Critical::kNever: return false;
+    case Critical::kOfCAs: return isCA || asked;
+    case Critical::kWithoutSubject: return !hasSubject || asked;
+    default: return asked;
+  }
+}
+
+const sxExtToWrite *Find(const std::vector<sxExtToWrite> &extensions, sxOctetView oid) {
+  const auto found = std::ranges::find_if(extensions, [oid](const sxExtToWrite &ext) { return sxEqual(ext.oid, oid); });
+  return found == extensions.end() ? nullptr : &*found;
+}
+
+bool HasTwice(const std::vector<sxExtToWrite> &extensions) {
+  std::vector<sxOctetView> oids;
+  for (const sxExtToWrite &ext : extensions) oids.push_back(ext.oid);
+  std::ranges::sort(oids, [](sxOctetView a, sxOctetView b) { return std::ranges::lexicographical_compare(a, b); });
+  return std::ranges::adjacent_find(oids, sxEqual) != oids.end();
+}
+
+// The default is absent; the composer of the library spells it out.
+sxIssueStatus Normalize(sxExtToWrite *ext) {
+  Constraints constraints;
+  if (!ReadConstraints(ext->value, &constraints)) return sxIssue_extension;
+  if (constraints.hasPathLen && !constraints.isCA) return sxIssue_basic_constraints;
+  if (constraints.saysFalse) ext->value = kEmptySequence;
+  return sxIssue_ok;
+}
+
+}  // namespace
+
+sxIssueStatus sxCheckName(sxOctetView name) {
+  sxDerReader all(name), rdns, assertions, assertion;
+  if (!sxIsStrictElement(name) || !all.Enter(kDerSequence, &rdns)) return sxIssue_subject;
+  while (!rdns.AtEnd()) {
+    if (!rdns.Enter(kDerSet, &assertions) || assertions.AtEnd()) return sxIssue_subject;
+    while (!assertions.AtEnd()) {
+      if (!assertions.Enter(kDerSequence, &assertion) || !IsAttribute(assertion)) return sxIssue_subject;
+    }
+  }
+  return sxIssue_ok;
+}
+
+sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out) {
+  if (tree == nullptr) return sxIssue_ok;
+  for (const sxASN_Extension &ext : *tree) {
+    if (ext.extnID == nullptr || ext.extnValue == nullptr) return sxIssue_extension;
+    const bool isCritical = ext.critical != nullptr && ext.critical->Value() == 1;
+    out->push_back({sxView(ext.extnID->Data(), ext.extnID->Len()), isCritical,
+                    sxView(ext.extnValue->Data(), ext.extnValue->Len())});
+    if (!sxIsStrictElement(out->back().value)) return sxIssue_extension;
+    if (!Is(out->back().oid, sxASN_id_ce_basicConstraints)) continue;
+    if (const sxIssueStatus status = Normalize(&out->back()); status != sxIssue_ok) return status;
+  }
+  return HasTwice(*out) ? sxIssue_extension_twice : sxIssue_ok;
+}
+
+sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *extensions, sxSubjectFacts *facts) {
+  constexpr unsigned kCertSign = 1U << 5, kCrlSign = 1U << 6;
+  Constraints constraints;
+  if (const sxExtToWrite *const ext = Find(*extensions, kOidBasicConstraints); ext != nullptr) {
+    ReadConstraints(ext->value, &constraints);
+  }
+  facts->isCA = constraints.isCA;
+  facts->hasAltName = Find(*extensions, kOidSubjectAltName) != nullptr;
+  for (sxExtToWrite &ext : *extensions) {
+    const ExtensionRule *const rule = RuleOf(ext.oid);
+    if (rule == nullptr) continue;
+    if (rule->isForCAs && !facts->isCA) return sxIssue_ca_extension;
+    if (const sxIssueStatus status = CheckValue(*rule, ext.value); status != sxIssue_ok) return status;
+    ext.critical = CriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
+  }
+  const sxExtToWrite *const usage = Find(*extensions, kOidKeyUsage);
+  const unsigned bits = usage == nullptr ? 0 : UsageBits(usage->value);
+  facts->signsCrls = (bits & kCrlSign) != 0;
+  // RFC 5280, 4.2.1.3 and 4.2.1.9: a CA says what its key is for, and only a CA signs certificates.
+  if (facts->isCA && usage == nullptr) return sxIssue_key_usage;
+  if ((bits & kCertSign) != 0 && !facts->isCA) return sxIssue_key_usage;
+  if (constraints.hasPathLen && (bits & kCertSign) == 0) return sxIssue_key_usage;
+  return sxIssue_ok;
+}

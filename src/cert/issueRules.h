@@ -1,0 +1,38 @@
+/// @file
+/// What RFC 5280, 4 wants of the parts of a certificate that is made.
+#ifndef KXCERT_SRC_CERT_ISSUERULES_H_
+#define KXCERT_SRC_CERT_ISSUERULES_H_
+
+#include <vector>
+
+#include "asn1/der.h"
+#include "kxcert/cert/issueCert.h"
+
+class sxASN_Extensions;
+
+/// An extension that is to be written. Octets are lent.
+struct sxExtToWrite {
+  sxOctetView oid;  ///< content octets
+  bool critical = false;
+  sxOctetView value;  ///< octets of extnValue
+};
+
+/// A name that attributes of known types fit: their string types and lengths (RFC 5280, A.1).
+/// @param name  whole element
+sxIssueStatus sxCheckName(sxOctetView name);
+
+/// The extensions of a tree (null: none), each with one strict DER value, none twice. basicConstraints that spell out
+/// the default are replaced by what DER has. Used for requests, too.
+sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out);
+
+/// What the extensions of a certificate say about its subject.
+struct sxSubjectFacts {
+  bool isCA = false;
+  bool signsCrls = false;
+  bool hasAltName = false;
+};
+/// Sets the criticality that RFC 5280 fixes, and checks those values whose form matters.
+/// @param hasSubject  an alternative name is critical when there is none
+sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *extensions, sxSubjectFacts *facts);
+
+#endif

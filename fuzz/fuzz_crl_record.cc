@@ -1,5 +1,5 @@
 // Records of the CRL database: an expiry and a CRL. The value is what follows the expiry, no octet more;
-// a CRL is OK when the codec decodes its octets (fuzz_crl says more of them).
+// a CRL is one that the codec decodes (fuzz_crl says more of them).
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -20,8 +20,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   KX_ASSERT(record.valueLen == static_cast<int>(size) - 4);
   sxCRL *crl = sxCRL_Decode(record.value, record.valueLen);
   sxASN_CertificateList tree;
-  const char *octets = reinterpret_cast<const char *>(record.value);
-  KX_ASSERT(crl != nullptr || record.valueLen == 0 || sxASN_DecodeBuf(tree, octets, record.valueLen) != 0);
+  if (crl != nullptr) {
+    const auto *const octets = reinterpret_cast<const char *>(crl->GetBuf());
+    KX_ASSERT(sxASN_DecodeBuf(tree, octets, static_cast<int>(crl->BufLen())) == 0);
+  }
   sxCRL_Free(crl);
   return 0;
 }

@@ -37,6 +37,13 @@ int Clamped(std::optional<BrokenDown> t) {
   return seconds < INT32_MIN || seconds > INT32_MAX ? -1 : static_cast<int>(seconds);
 }
 
+bool Exists(const BrokenDown &t) {
+  using namespace std::chrono;
+  const auto number = [](int field) { return static_cast<unsigned>(field); };
+  const year_month_day date(year(t.year), month(number(t.month)), day(number(t.day)));
+  return date.ok() && t.hour < 24 && t.minute < 60 && t.second < 60;
+}
+
 bool AllDigits(const unsigned char *text, int len) {
   for (int i = 0; i < len; ++i) {
     if (text[i] < '0' || text[i] > '9') return false;
@@ -76,7 +83,7 @@ int64_t sxTimeSeconds(const sxPlainTime &time) {
   const unsigned char *const text = time.text.data();
   const int len = sxLen(time.text);
   const std::optional<BrokenDown> t = time.tag == kDerUtcTime ? ReadUtc(text, len) : ReadGeneralized(text, len);
-  return t ? ToSeconds(*t) : -1;
+  return t && Exists(*t) ? ToSeconds(*t) : -1;
 }
 
 int sxASN_Time2time(const sxASN_Time *time) {

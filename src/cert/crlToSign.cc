@@ -26,7 +26,7 @@ constexpr int kExtensionsTag = DerContextConstructed(0);
 }  // namespace
 
 sxDerOctets sxGeneralizedTimeDer(int64_t seconds) {
-  if (seconds < kFirstSecond || seconds > kLastSecond) return {};
+  if (seconds == kCrlTimeUnreadable || seconds < kFirstSecond || seconds > kLastSecond) return {};
   std::string text = sxTimeText(seconds).getstr();  // "2030-01-31 23:59:59 UTC"
   std::erase_if(text, [](unsigned char c) { return std::isdigit(c) == 0; });
   text += 'Z';

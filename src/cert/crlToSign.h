@@ -24,7 +24,8 @@ struct sxCrlFields {
   sxOctetView extensions;  ///< content of the SEQUENCE
 };
 
-/// The DER of a time (RFC 5280, 5.1.2.4): UTCTime from 1950 to 2049. Empty beyond the years 0 to 9999.
+/// The DER of a time (RFC 5280, 5.1.2.4): UTCTime from 1950 to 2049. Empty beyond the years 0 to 9999, and for
+/// kCrlTimeUnreadable.
 sxDerOctets sxTimeDer(int64_t seconds);
 sxDerOctets sxGeneralizedTimeDer(int64_t seconds);  ///< the same whatever the year
 

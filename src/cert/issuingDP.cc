@@ -47,6 +47,10 @@ class sxIssuingDP_imp : public sxExtension_imp {
   sxExtension *NewHandle() override { return new sxIssuingDP(std::unique_ptr<sxIssuingDP_imp>(this)); }
 
   const sxGeneralNames &FullName() const { return m_fullName; }
+  void SetFullName(const sxGeneralNames &fullName) {
+    m_fullName = fullName;
+    m_relative.reset();
+  }
   const sxDN *RelativeName() const { return m_relative ? &*m_relative : nullptr; }
   bool Is(Flag flag) const { return m_flags[flag]; }
   void Put(Flag flag, bool on) { m_flags[flag] = on; }
@@ -54,7 +58,7 @@ class sxIssuingDP_imp : public sxExtension_imp {
   bool HasReasons() const { return m_reasons.has_value(); }
   unsigned int Reasons() const;
 
-  /// @return false for a relative name that has nothing in it
+  /// @return false for a name that has nothing in it: it would be of no point, and seem to be of all
   [[nodiscard]] bool Set(const sxASN_IssuingDistributionPoint &value);
   [[nodiscard]] bool ToAsn(sxASN_IssuingDistributionPoint &out) const;
 
@@ -76,6 +80,10 @@ bool sxIssuingDP_imp::Set(const sxASN_IssuingDistributionPoint &value) {
   if (value.distributionPoint != nullptr) {
     const sxASN_GeneralNames *const fullName = value.distributionPoint->fullName();
     const sxASN_RelativeDistinguishedName *const relative = value.distributionPoint->nameRelativeToCRLIssuer();
+    if (fullName != nullptr && fullName->Count() == 0) {  // RFC 5280, 4.2.1.6: at least one
+      herror_func(0, 0, "sxIssuingDP_imp::Set: fullName is empty");
+      return false;
+    }
     if (relative != nullptr) {
       if (relative->Count() == 0) {
         herror_func(0, 0, "sxIssuingDP_imp::Set: nameRelativeToCRLIssuer is empty");
@@ -169,6 +177,7 @@ bool sxIssuingDP::IndirectCRL() const { return Imp(*this).Is(kIndirect); }
 bool sxIssuingDP::HasOnlySomeReasons() const { return Imp(*this).HasReasons(); }
 unsigned int sxIssuingDP::SomeReasons() const { return Imp(*this).Reasons(); }
 const sxDN *sxIssuingDP::RelativeName() const { return Imp(*this).RelativeName(); }
+void sxIssuingDP::SetFullName(const sxGeneralNames &fullName) { Imp(*this).SetFullName(fullName); }
 void sxIssuingDP::SetOnlyUserCerts(bool on) { Imp(*this).Put(kUserCerts, on); }
 void sxIssuingDP::SetOnlyCACerts(bool on) { Imp(*this).Put(kCACerts, on); }
 void sxIssuingDP::SetOnlyAttributeCerts(bool on) { Imp(*this).Put(kAttributeCerts, on); }

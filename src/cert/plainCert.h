@@ -11,8 +11,8 @@ struct sxPlainTime {
   sxOctetView text;
 };
 
-/// Seconds of the forms that certTime.h reads, but exactly: years after 2037 and the first day of 1970 as they are; or
-/// -1.
+/// Seconds of the forms that certTime.h reads, but exactly: years after 2037 and the first day of 1970 as they are, and
+/// no field beyond its range; or -1.
 int64_t sxTimeSeconds(const sxPlainTime &time);
 
 struct sxPlainAlgorithm {

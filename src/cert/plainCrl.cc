@@ -10,7 +10,7 @@ constexpr int kExtensionsTag = DerContextConstructed(0);
 constexpr int kDirectoryName = DerContextConstructed(4);
 constexpr size_t kMaxReasonLen = 4;  // octets that are read as a number
 
-// RFC 5280 5.1.2, in the order of the fields.
+// RFC 5280 5.1.2, in the order of the fields; the algorithm is the one outside (5.1.1.2).
 bool ReadBody(sxDerReader body, bool decoded, sxPlainCrl *crl) {
   sxOctetView version;
   sxPlainAlgorithm innerAlgorithm;
@@ -19,6 +19,8 @@ bool ReadBody(sxDerReader body, bool decoded, sxPlainCrl *crl) {
     crl->version = sxPlainVersion(version);
   }
   if (!sxTakePlainAlgorithm(body, decoded, &innerAlgorithm) ||
+      !sxEqual(innerAlgorithm.oid, crl->signatureAlgorithm.oid) ||
+      !sxEqual(innerAlgorithm.parameters, crl->signatureAlgorithm.parameters) ||
       !sxTakePlainName(body, decoded, &crl->issuer, &crl->issuerName) || !sxTakePlainTime(body, &crl->thisUpdate)) {
     return false;
   }

@@ -22,7 +22,8 @@ struct sxPlainCrl {
 /// Reads a CRL that takes up all octets, which stay borrowed.
 ///
 /// Accepts, with entries that sxTakePlainEntry and sxArePlainExtensions take, only what the codec decodes as
-/// sxASN_CertificateList; the values of extensions are not looked into. fuzz_crl holds both against each other.
+/// sxASN_CertificateList; the values of extensions are not looked into. fuzz_crl holds both against each other. Beyond
+/// the codec's rules, the algorithm is the same inside and outside (RFC 5280, 5.1.1.2).
 ///
 /// @param decoded  the octets are the codec's own encoding of a CRL that decoded
 /// @return false when the encoding is not plain or no CRL
@@ -36,10 +37,9 @@ struct sxPlainEntry {
   sxOctetView extensions;  ///< content of the SEQUENCE, not looked into; empty when absent
 };
 
-/// Takes the next entry. @return false when it is not plain or none
-inline bool sxTakePlainEntry(sxDerReader &entries, sxPlainEntry *entry) {
-  sxDerElement element, date;
-  if (!entries.Take(kDerSequence, &element)) return false;
+/// An entry from an element, whatever its type. @return false when it is not plain or none
+inline bool sxReadPlainEntry(const sxDerElement &element, sxPlainEntry *entry) {
+  sxDerElement date;
   sxDerReader inside(element.content, kCrlLenOctets);
   entry->whole = element.whole;
   if (!inside.Take(kDerInteger, &entry->serial) || entry->serial.empty() || !inside.Take(&date) ||
@@ -49,6 +49,12 @@ inline bool sxTakePlainEntry(sxDerReader &entries, sxPlainEntry *entry) {
   entry->date = {date.tag, date.content};
   entry->extensions = {};
   return inside.AtEnd() || (inside.Take(kDerSequence, &entry->extensions) && inside.AtEnd());
+}
+
+/// Takes the next entry. @return false when it is not plain or none
+inline bool sxTakePlainEntry(sxDerReader &entries, sxPlainEntry *entry) {
+  sxDerElement element;
+  return entries.Take(kDerSequence, &element) && sxReadPlainEntry(element, entry);
 }
 
 /// @param[in,out] hasCritical  set when one is, known or not

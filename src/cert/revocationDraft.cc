@@ -1,6 +1,9 @@
 #include "revocationDraft.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "crlOids.h"
 
 namespace {
 
@@ -9,18 +12,42 @@ constexpr size_t kUsualEntryLen = 40;  // serial number of 16 octets, UTCTime
 constexpr size_t kMinEntries = 16;
 constexpr size_t kMaxOctets = INT32_MAX;
 constexpr unsigned char kHole = kDerSet;
+constexpr unsigned char kTrue[] = {kDerBoolean, 1, 0xFF};
+constexpr int kDirectoryName = DerContextConstructed(4);
 
-// The same entry with the fewest octets for its number.
-void AppendShort(sxDerOctets &out, const sxDerElement &element) {
-  sxDerReader inside(element.content, kCrlLenOctets);
-  sxOctetView serial;
-  if (!inside.Take(kDerInteger, &serial)) return;  // never: it was written here
-  const sxDerOctets number = sxDerOf(kDerInteger, {sxNumberContent(sxAsnDigitsOf(serial))});
-  const sxDerOctets entry = sxDerOf(kDerSequence, {number, inside.Rest()});
-  out.insert(out.end(), entry.begin(), entry.end());
+void Append(sxDerOctets &out, sxOctetView more) { out.insert(out.end(), more.begin(), more.end()); }
+
+// The same entry with the fewest octets for its number, and the name of an issuer before what else it says.
+void AppendAnew(sxDerOctets &out, const sxPlainEntry &entry, sxOctetView issuer) {
+  const sxDerOctets number = sxDerOf(kDerInteger, {sxNumberContent(sxAsnDigitsOf(entry.serial))});
+  const sxDerOctets date = sxDerOf(entry.date.tag, {entry.date.text});
+  sxDerOctets extensions;
+  if (!issuer.empty()) extensions = sxCertificateIssuerDer(issuer);
+  Append(extensions, entry.extensions);
+  if (!extensions.empty()) extensions = sxDerOf(kDerSequence, {extensions});
+  Append(out, sxDerOf(kDerSequence, {number, date, extensions}));
+}
+
+// The issuer that an entry of an indirect CRL names; empty for none.
+sxOctetView IssuerIn(const sxPlainEntry &entry) {
+  if (entry.extensions.empty()) return {};
+  sxEntryExtensions said;
+  sxReadEntryExtensions(entry.extensions, true, &said);
+  return said.issuer;
 }
 
 }  // namespace
+
+sxDerOctets sxExtensionDer(sxOctetView oid, bool isCritical, sxOctetView value) {
+  const sxDerOctets oidDer = sxDerOf(kDerOid, {oid});
+  return sxDerOf(kDerSequence,
+                 {oidDer, isCritical ? sxOctetView(kTrue) : sxOctetView(), sxDerOf(kDerOctetString, {value})});
+}
+
+// GeneralNames with the one directoryName [4]; always critical (RFC 5280, 5.3.3).
+sxDerOctets sxCertificateIssuerDer(sxOctetView name) {
+  return sxExtensionDer(kOidCertificateIssuer, true, sxDerOf(kDerSequence, {sxDerOf(kDirectoryName, {name})}));
+}
 
 sxDerOctets sxNumberContent(const sxAsnDigits &digits) {
   sxDerOctets content(digits.octets, digits.octets + digits.len);
@@ -40,13 +67,27 @@ void sxRevocationDraft::BecomeIndirect(const std::optional<sxIssuerId> &own) {
   IndexAll(Count());
 }
 
+void sxRevocationDraft::BecomeDirect() {
+  SetDirect();
+  IndexAll(Count());
+}
+
 sxOctetView sxRevocationDraft::Octets() const { return All().subspan(1); }
 
 void sxRevocationDraft::IndexAll(size_t numEntries) {
   Index(All(), Octets(), std::max(kMinEntries, numEntries), m_octets.capacity());
 }
 
-int sxRevocationDraft::Add(const sxDN *issuer, sxOctetView serial, const sxPlainTime &date, sxOctetView extensions) {
+// @return the octets from where they were, which may have been lent
+sxDerOctets sxRevocationDraft::MoveTo(size_t capacity) {
+  sxDerOctets larger;
+  larger.reserve(capacity);
+  larger.assign(m_octets.begin(), m_octets.end());
+  return std::exchange(m_octets, std::move(larger));
+}
+
+int sxRevocationDraft::Add(const sxIssuerId *issuer, sxOctetView serial, const sxPlainTime &date,
+                           sxOctetView extensions) {
   const sxAsnDigits digits = sxAsnDigitsOf(serial);
   if (OffsetOf(issuer, digits) != 0) return 0;
   const size_t contentLen =
@@ -54,7 +95,8 @@ int sxRevocationDraft::Add(const sxDN *issuer, sxOctetView serial, const sxPlain
   const size_t offset = m_octets.size(), end = offset + sxDerLen(contentLen);
   if (end > kMaxOctets) return -1;
   // Twice the room whenever it is too little, so that many entries take time in proportion.
-  if (end > m_octets.capacity()) m_octets.reserve(std::max(end, 2 * offset));
+  sxDerOctets before;
+  if (end > m_octets.capacity()) before = MoveTo(std::max(end, 2 * offset));
   m_octets.resize(end);
   sxDerForward out(m_octets.data() + offset);
   out.Header(kDerSequence, contentLen);
@@ -84,7 +126,7 @@ bool sxRevocationDraft::Remove(const sxDN *issuer, const sxAsnInt &number) {
   m_octets[offset] = kHole;
   m_holeOctets += entry.whole.size();
   Forget();
-  if (m_holeOctets > m_octets.size() / 2) Compact(false);
+  if (m_holeOctets > m_octets.size() / 2 + m_handedOn) Compact(false);
   return true;
 }
 
@@ -93,14 +135,22 @@ void sxRevocationDraft::Compact(bool isForDer) {
   if (m_holeOctets == 0 && !shorten) return;
   sxDerOctets kept{0};
   kept.reserve(m_octets.size() - m_holeOctets);
+  m_handedOn = 0;
+  sxOctetView due;  // the issuer that an entry named which is gone
   sxDerElement element;
-  for (sxDerReader each(Octets(), kCrlLenOctets); each.Take(&element);) {
+  sxPlainEntry entry;
+  for (sxDerReader each(Octets(), kCrlLenOctets); each.Take(&element) && sxReadPlainEntry(element, &entry);) {
+    const sxOctetView named = IsIndirect() ? IssuerIn(entry) : sxOctetView();
+    if (!named.empty()) due = element.tag == kHole ? named : sxOctetView();
     if (element.tag == kHole) continue;
-    if (shorten) {
-      AppendShort(kept, element);
+    if (!due.empty() && entry.extensions.empty()) ++m_numExtended;
+    if (shorten || !due.empty()) {
+      AppendAnew(kept, entry, due);
     } else {
-      kept.insert(kept.end(), element.whole.begin(), element.whole.end());
+      Append(kept, element.whole);
     }
+    m_handedOn += due.size();
+    due = {};
   }
   m_octets = std::move(kept);
   m_holeOctets = 0;

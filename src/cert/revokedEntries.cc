@@ -67,6 +67,9 @@ class sxRevokedEntries::Indexer {
     m_waiting[m_numWaiting++] = {hash, number, m_into.Offset(entry.whole.data()), id};
     if (m_numWaiting == kBatch || id != nullptr) Enter();
   }
+  void Pass(const sxPlainEntry &entry) {
+    if (m_into.m_isIndirect) m_into.StartRun(entry);
+  }
 
   void Enter() {
     for (const Waiting *w = m_waiting; w < m_waiting + m_numWaiting; ++w) {
@@ -145,11 +148,14 @@ void sxRevokedEntries::Index(sxOctetView octets, sxOctetView entries, size_t num
   Start(octets, entries, numEntries, maxOffset);
   Indexer indexer(*this);
   sxPlainEntry entry;
-  sxDerElement skipped;
+  sxDerElement element;
   for (sxDerReader each(entries, kCrlLenOctets); !each.AtEnd();) {
-    const bool isEntry = each.NextIs(kDerSequence);
-    if (isEntry ? !sxTakePlainEntry(each, &entry) : !each.Take(&skipped)) break;  // never: they were read before
-    if (isEntry) indexer.Add(entry);
+    if (!each.Take(&element) || !sxReadPlainEntry(element, &entry)) break;  // never: they were read before
+    if (element.tag == kDerSequence) {
+      indexer.Add(entry);
+    } else {
+      indexer.Pass(entry);
+    }
   }
   indexer.Enter();
   m_runs.shrink_to_fit();
@@ -208,9 +214,12 @@ uint32_t sxRevokedEntries::OffsetOf(const sxDN *issuer, const sxAsnDigits &numbe
     id = issuer == nullptr ? m_own : sxIssuerIdOf(*issuer);
     if (!id) return 0;
   }
-  const sxIssuerId *const wanted = id ? &*id : nullptr;
+  return OffsetOf(id ? &*id : nullptr, number);
+}
+
+uint32_t sxRevokedEntries::OffsetOf(const sxIssuerId *issuer, const sxAsnDigits &number) const {
   const uint32_t *const slot =
-      m_index.Find(sxSerialHash(number, wanted), [&](uint32_t offset) { return IsAt(offset, number, wanted); });
+      m_index.Find(sxSerialHash(number, issuer), [&](uint32_t offset) { return IsAt(offset, number, issuer); });
   return slot == nullptr ? 0 : m_index.OffsetOf(slot);
 }
 

@@ -31,6 +31,7 @@ class sxRevokedEntries {
     m_isIndirect = true;
     m_own = own;
   }
+  void SetDirect() { m_isIndirect = false; }  ///< likewise
   bool IsIndirect() const { return m_isIndirect; }
   bool HasIssuers() const { return !m_runs.empty(); }
 
@@ -38,9 +39,16 @@ class sxRevokedEntries {
   /// @param issuer  of an indirect CRL: the certificate's, null for the CRL's own
   bool Find(const sxDN *issuer, const sxAsnDigits &number, sxRevokedEntry *entry) const;
   bool Next(sxRevokedEntry *entry) const;
+  /// Those that Find finds, in order.
+  /// @param take  gets the entry and, of an indirect CRL, whose it is and that one's name (no octets for the CRL's own
+  ///              before any other came); false ends it
+  /// @return false: it did, or there is an entry that nobody can ask for
+  template <class Take>
+  bool ForEachFound(const Take &take) const;
 
  protected:
-  /// The same for what was read before, or written here; elements of another type are passed over.
+  /// The same for what was read before, or written here. Entries of another type are passed over; the issuers that they
+  /// name hold all the same.
   /// @param numEntries  at least as many as there are: room for them
   /// @param maxOffset   likewise for the length of @p octets
   void Index(sxOctetView octets, sxOctetView entries, size_t numEntries, size_t maxOffset);
@@ -49,6 +57,11 @@ class sxRevokedEntries {
   bool HasRoomFor(size_t maxOffset) const { return m_index.HasRoomFor(m_numEntered + 1, maxOffset); }
   void Forget() { --m_count; }                                             ///< one entry is none any more
   uint32_t OffsetOf(const sxDN *issuer, const sxAsnDigits &number) const;  ///< 0: not there
+  /// Likewise. @param issuer  null: of a direct CRL
+  uint32_t OffsetOf(const sxIssuerId *issuer, const sxAsnDigits &number) const;
+  const std::optional<sxIssuerId> &Own() const { return m_own; }
+  /// Of an indirect CRL: the issuer of an entry behind the last one that names none. Lent; null: nobody.
+  const sxIssuerId *LastIssuer() const { return IdAt(m_runs.empty() ? nullptr : &m_runs.back()); }
   bool ReadAt(uint32_t offset, sxPlainEntry *entry) const;
 
  private:
@@ -76,5 +89,23 @@ class sxRevokedEntries {
   std::vector<Run> m_runs;
   sxSerialIndex m_index;
 };
+
+template <class Take>
+bool sxRevokedEntries::ForEachFound(const Take &take) const {
+  const Run *run = nullptr, *next = m_runs.data(), *const end = next + m_runs.size();
+  sxPlainEntry entry;
+  for (sxDerReader each(m_octets.subspan(m_first, m_end - m_first), kCrlLenOctets); !each.AtEnd();) {
+    if (!sxTakePlainEntry(each, &entry)) return false;
+    const uint32_t offset = Offset(entry.whole.data());
+    while (next != end && next->first <= offset) run = next++;
+    const sxIssuerId *const issuer = m_isIndirect ? IdAt(run) : nullptr;
+    if (m_isIndirect && issuer == nullptr) return false;
+    const uint32_t found = OffsetOf(issuer, sxAsnDigitsOf(entry.serial));
+    if (found == 0) return false;
+    const sxOctetView name = run == nullptr ? sxOctetView() : m_octets.subspan(run->name, run->nameLen);
+    if (found == offset && !take(entry, issuer, name)) return false;
+  }
+  return true;
+}
 
 #endif

@@ -162,10 +162,15 @@ void sxCRL_imp::TakeScopeNames() {
   const sxIssuingDP *const scope = IssuingDP();
   m_scopeNames = scope == nullptr ? sxGeneralNames() : scope->FullName();
   const sxDN *const relative = scope == nullptr ? nullptr : scope->RelativeName();
-  if (relative == nullptr || relative->GetName() == nullptr || !m_issuer) return;
-  for (const sxASN_RelativeDistinguishedName &rdn : *relative->GetName()) {
-    if (!sxAddRelativeName(rdn, *m_issuer, &m_scopeNames)) return;
+  if (relative == nullptr || !m_issuer) return;
+  bool isWhole = false;
+  if (relative->GetName() != nullptr) {
+    for (const sxASN_RelativeDistinguishedName &rdn : *relative->GetName()) {
+      isWhole = sxAddRelativeName(rdn, *m_issuer, &m_scopeNames);
+    }
   }
+  // A scope that lost its name would seem to be of every point.
+  if (!isWhole) Remember(m_unknownListExt, sxASN_id_ce_issuingDistributionPoint);
 }
 
 void sxCRL_imp::LookForUnknown() {

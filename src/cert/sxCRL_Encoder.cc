@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr unsigned char kTrue[] = {kDerBoolean, 1, 0xFF};
+constexpr size_t kMaxNumberLen = 20;                                              // RFC 5280, 5.2.3
+constexpr char kOnlyInDelta[] = "only a delta CRL removes entries from another";  // 5.3.1
 
 int Refuse(const char *func, const char *why) { return herror_func(0, 0, "%s: %s", func, why), -1; }
 
@@ -31,20 +32,17 @@ sxDerOctets NameDer(const sxDN &name) {
   return DerOf(copy);
 }
 
-sxDerOctets ExtensionDer(sxOctetView oid, bool isCritical, sxOctetView value) {
-  const sxDerOctets oidDer = sxDerOf(kDerOid, {oid});
-  return sxDerOf(kDerSequence,
-                 {oidDer, isCritical ? sxOctetView(kTrue) : sxOctetView(), sxDerOf(kDerOctetString, {value})});
-}
-
-// GeneralNames with the one directoryName [4]; always critical (RFC 5280, 5.3.3).
-sxDerOctets CertificateIssuer(sxOctetView name) {
-  return ExtensionDer(kOidCertificateIssuer, true, sxDerOf(kDerSequence, {sxDerOf(DerContextConstructed(4), {name})}));
-}
-
 sxDerOctets NumberContent(const sxAsnInt &number) {
   sxAsnDigitArea area;
   return sxNumberContent(sxAsnDigitsOf(number, area));
+}
+
+bool IsLarger(const sxAsnInt &a, const sxAsnInt &b) {
+  sxAsnDigitArea ofA, ofB;
+  const sxAsnDigits x = sxAsnDigitsOf(a, ofA), y = sxAsnDigitsOf(b, ofB);
+  if (x.negative || y.negative) return !x.negative;
+  if (x.len != y.len) return x.len > y.len;
+  return std::lexicographical_compare(y.octets, y.octets + y.len, x.octets, x.octets + x.len);
 }
 
 void Append(sxDerOctets &out, sxOctetView more) { out.insert(out.end(), more.begin(), more.end()); }
@@ -83,13 +81,31 @@ class SigningWork : public PoolWork {
 }  // namespace
 
 void sxCRL_Encoder_imp::Copy(const sxCRL_imp &from) {
-  if (from.OK() == 0) return;
+  const char *why = from.OK() == 0 ? "what was to be copied is no CRL" : nullptr;
+  if (why == nullptr) {
+    CopyFields(from);
+    // Without an entry the copy would call good what the CRL calls revoked.
+    if (!CopyEntries(from.Entries())) why = "not all entries can be copied: whose one of them is cannot be read";
+  }
+  if (why == nullptr) return;
+  m_isWhole = false;
+  m_issuer.reset();
+  m_issuerDer.clear();
+  m_rawExtensions.clear();
+  SetExtensions({});
+  m_draft = sxRevocationDraft();
+  SetError(why);
+  static_cast<void>(Refuse("sxCRL_Encoder::sxCRL_Encoder", why));
+}
+
+void sxCRL_Encoder_imp::CopyFields(const sxCRL_imp &from) {
   const sxOctetView issuer = from.PlainParts().issuer;
   m_issuerDer.assign(issuer.begin(), issuer.end());
   m_issuer.emplace(issuer.data(), sxLen(issuer));
   m_thisUpdate = from.ThisUpdate();
   m_hasNextUpdate = from.HasNextUpdate();
   m_nextUpdate = from.NextUpdate();
+  if (from.Number() != nullptr) m_lastNumber = *from.Number();
   sxPlainExtension plain;
   for (sxDerReader each(from.PlainParts().extensions); !each.AtEnd();) {
     const sxOctetView rest = each.Rest();
@@ -99,30 +115,26 @@ void sxCRL_Encoder_imp::Copy(const sxCRL_imp &from) {
     raw.der.assign(rest.begin(), rest.end() - static_cast<std::ptrdiff_t>(each.Rest().size()));
   }
   SetExtensions(ExtensionsContent());
-  CopyEntries(from);
 }
 
-// An issuer that holds for several entries is written into each, so that any of them may go.
-void sxCRL_Encoder_imp::CopyEntries(const sxCRL_imp &from) {
-  const bool isIndirect = from.Entries().IsIndirect();
+// An issuer that holds for several entries stays named once.
+bool sxCRL_Encoder_imp::CopyEntries(const sxRevokedEntries &from) {
+  const bool isIndirect = from.IsIndirect();
   if (isIndirect) m_draft.BecomeIndirect(sxIssuerIdOf(*m_issuer));
-  m_draft.Reserve(static_cast<int>(from.Entries().Count()));
-  sxRevokedEntry entry, counts;
-  sxPlainEntry plain;
-  sxDerReader each(from.PlainParts().entries, kCrlLenOctets);
-  while (from.Entries().Next(&entry) && sxTakePlainEntry(each, &plain)) {
-    const std::optional<sxDN> issuer = entry.certIssuer == nullptr
-                                           ? std::nullopt
-                                           : std::optional<sxDN>(std::in_place, entry.certIssuer, entry.certIssuerLen);
-    const sxAsnDigits digits = sxAsnDigitsOf(plain.serial);
-    if (!from.Entries().Find(issuer ? &*issuer : nullptr, digits, &counts) || counts.place != entry.place) continue;
+  m_draft.Reserve(static_cast<int>(from.Count()));
+  return from.ForEachFound([&](const sxPlainEntry &plain, const sxIssuerId *issuer, sxOctetView name) {
+    const sxDerOctets number = sxNumberContent(sxAsnDigitsOf(plain.serial));
+    const sxIssuerId *const last = m_draft.LastIssuer();
+    if (!isIndirect || (last != nullptr && *last == *issuer)) {
+      return m_draft.Add(issuer, number, plain.date, plain.extensions) == 1;
+    }
     sxEntryExtensions said;
-    sxReadEntryExtensions(plain.extensions, isIndirect, &said);
-    sxDerOctets extensions;
-    if (issuer && !said.hasIssuer) extensions = CertificateIssuer(sxView(entry.certIssuer, entry.certIssuerLen));
+    sxReadEntryExtensions(plain.extensions, true, &said);
+    sxDerOctets extensions;  // it names the issuer, or one did that gave way to a graver one
+    if (!said.hasIssuer) extensions = sxCertificateIssuerDer(name);
     Append(extensions, plain.extensions);
-    m_draft.Add(issuer ? &*issuer : nullptr, sxNumberContent(digits), plain.date, extensions);
-  }
+    return m_draft.Add(issuer, number, plain.date, extensions) == 1;
+  });
 }
 
 int sxCRL_Encoder_imp::SetIssuer(const sxDN &issuer) {
@@ -131,7 +143,8 @@ int sxCRL_Encoder_imp::SetIssuer(const sxDN &issuer) {
   if (der.empty()) return Refuse(kFunc, "no name");
   if (m_draft.IsIndirect() && m_draft.Count() > 0) return Refuse(kFunc, "entries are of the other issuer");
   m_issuerDer = std::move(der);
-  m_issuer.emplace(issuer);
+  const sxDN own(issuer);  // it may be the one that is here
+  m_issuer.emplace(own);
   if (m_draft.IsIndirect()) m_draft.BecomeIndirect(sxIssuerIdOf(*m_issuer));
   SetExtensions(ExtensionsContent());  // names relative to the issuer
   return 0;
@@ -156,7 +169,8 @@ int sxCRL_Encoder_imp::SetNumber(sxOctetView oid, bool isCritical, const sxAsnIn
   if (number == nullptr) return Put(type, static_cast<const sxDerOctets *>(nullptr)), 0;
   const sxDerOctets content = NumberContent(*number);
   if (content[0] >= 0x80) return Refuse("sxCRL_Encoder::SetNumber", "negative");
-  const sxDerOctets der = ExtensionDer(oid, isCritical, sxDerOf(kDerInteger, {content}));
+  if (content.size() > kMaxNumberLen) return Refuse("sxCRL_Encoder::SetNumber", "longer than 20 octets");
+  const sxDerOctets der = sxExtensionDer(oid, isCritical, sxDerOf(kDerInteger, {content}));
   return Put(type, &der), 0;
 }
 
@@ -170,12 +184,18 @@ int sxCRL_Encoder_imp::SetIssuingDP(const sxIssuingDP *scope) {
   constexpr const char *kFunc = "sxCRL_Encoder::SetIssuingDP";
   const bool isIndirect = scope != nullptr && scope->IndirectCRL();
   if (isIndirect && !m_issuer) return Refuse(kFunc, "an indirect CRL's issuer comes first");
+  if (!isIndirect && m_draft.HasIssuers()) m_draft.Compact(false);  // those of entries that are gone
   if (!isIndirect && m_draft.HasIssuers()) return Refuse(kFunc, "entries have issuers of their own");
   const std::unique_ptr<sxASN_Extension> ext(scope == nullptr ? nullptr : sxComposeIssuingDP(*scope, 1));
   if (scope != nullptr && ext == nullptr) return Refuse(kFunc, "no such scope");
-  if (Put(sxASN_id_ce_issuingDistributionPoint, ext.get()) != 0) return -1;
-  if (isIndirect && !m_draft.IsIndirect()) m_draft.BecomeIndirect(sxIssuerIdOf(*m_issuer));
-  return 0;
+  const bool wasIndirect = m_draft.IsIndirect();
+  if (isIndirect && !wasIndirect) m_draft.BecomeIndirect(sxIssuerIdOf(*m_issuer));
+  if (!wasIndirect && m_draft.HasIssuers()) {  // of a copy: nobody understood them so far
+    m_draft.BecomeDirect();
+    return Refuse(kFunc, "entries would become those of other issuers");
+  }
+  if (!isIndirect && wasIndirect) m_draft.BecomeDirect();
+  return Put(sxASN_id_ce_issuingDistributionPoint, ext.get());
 }
 
 int sxCRL_Encoder_imp::Put(const sxAsnOid &oid, const sxASN_Extension *ext) {
@@ -201,7 +221,9 @@ sxDerOctets sxCRL_Encoder_imp::ExtensionsContent() const {
 int sxCRL_Encoder_imp::Add(const sxRevokedEntry &entry) {
   constexpr const char *kFunc = "sxCRL_Encoder::AddEntry";
   if (entry.serial == nullptr || entry.serialLen < 1) return Refuse(kFunc, "no serial number");
-  const bool hasIssuer = entry.certIssuer != nullptr && entry.certIssuerLen > 0;
+  const bool hasIssuer = entry.certIssuer != nullptr;
+  if (hasIssuer ? entry.certIssuerLen < 1 : entry.certIssuerLen != 0) return Refuse(kFunc, "an issuer without octets");
+  if (entry.isIssuerUnreadable) return Refuse(kFunc, "an issuer that cannot be read");
   if (hasIssuer && !m_draft.IsIndirect()) return Refuse(kFunc, "an issuer in a CRL that is not indirect");
   const sxDerOctets date = sxTimeDer(entry.revokedSec);
   sxDerOctets invalidity;
@@ -209,20 +231,23 @@ int sxCRL_Encoder_imp::Add(const sxRevokedEntry &entry) {
   if (date.empty() || (entry.hasInvalidityDate && invalidity.empty())) return Refuse(kFunc, "no such time");
   const bool hasReason = entry.reason != sxCrlReason_none && entry.reason != sxCrlReason_unspecified;
   if (hasReason && sxCrlReasonText(entry.reason) == nullptr) return Refuse(kFunc, "no such reason");
+  if (entry.reason == sxCrlReason_removeFromCRL && !IsDelta()) return Refuse(kFunc, kOnlyInDelta);
 
-  std::optional<sxDN> issuer;
   sxDerOctets extensions;
   if (hasReason) {
     const auto reason = static_cast<unsigned char>(entry.reason);
-    Append(extensions, ExtensionDer(kOidReasonCode, false, sxDerOf(kDerEnumerated, {sxOctetView(&reason, 1)})));
+    Append(extensions, sxExtensionDer(kOidReasonCode, false, sxDerOf(kDerEnumerated, {sxOctetView(&reason, 1)})));
   }
-  if (entry.hasInvalidityDate) Append(extensions, ExtensionDer(kOidInvalidityDate, false, invalidity));
-  if (hasIssuer) {
-    issuer.emplace(entry.certIssuer, entry.certIssuerLen);
-    if (!sxIssuerIdOf(*issuer)) return Refuse(kFunc, "the issuer is no name");
-    Append(extensions, CertificateIssuer(NameDer(*issuer)));
-  } else if (m_draft.HasIssuers()) {
-    Append(extensions, CertificateIssuer(m_issuerDer));  // else it would be of the one before
+  if (entry.hasInvalidityDate) Append(extensions, sxExtensionDer(kOidInvalidityDate, false, invalidity));
+  std::optional<sxIssuerId> issuer;
+  if (m_draft.IsIndirect()) {
+    std::optional<sxDN> other;
+    if (hasIssuer) other.emplace(entry.certIssuer, entry.certIssuerLen);
+    issuer = other ? sxIssuerIdOf(*other) : m_draft.Own();
+    if (!issuer) return Refuse(kFunc, "the issuer is no name");
+    const sxIssuerId *const last = m_draft.LastIssuer();
+    const bool isNamed = last != nullptr && *last == *issuer;
+    if (!isNamed) Append(extensions, sxCertificateIssuerDer(other ? NameDer(*other) : m_issuerDer));
   }
   sxDerElement time;
   sxDerReader(date).Take(&time);
@@ -232,12 +257,26 @@ int sxCRL_Encoder_imp::Add(const sxRevokedEntry &entry) {
 }
 
 const char *sxCRL_Encoder_imp::WhyNot() const {
+  if (!m_isWhole) return "a copy that is not whole";
   if (m_issuerDer.empty()) return "no issuer";
-  if (sxTimeDer(m_thisUpdate).empty() || m_thisUpdate == kCrlTimeUnreadable) return "no thisUpdate";
+  if (sxTimeDer(m_thisUpdate).empty()) return "no thisUpdate";
   if (m_hasNextUpdate && sxTimeDer(m_nextUpdate).empty()) return "no such nextUpdate";
   if (m_hasNextUpdate && m_nextUpdate < m_thisUpdate) return "nextUpdate is before thisUpdate";
   if (IsDelta() && Number() == nullptr) return "a delta CRL without a number";
-  return nullptr;
+  if (DeltaBase() != nullptr && !IsLarger(*Number(), *DeltaBase())) return "the delta's base is not below its number";
+  if (m_lastNumber && (Number() == nullptr || !IsLarger(*Number(), *m_lastNumber))) {
+    return "the number is not larger than that of the CRL it was copied from";
+  }
+  return !IsDelta() && HasRemovals() ? kOnlyInDelta : nullptr;
+}
+
+bool sxCRL_Encoder_imp::HasRemovals() const {
+  if (!m_draft.HasExtensions()) return false;
+  sxRevokedEntry entry;
+  while (m_draft.Next(&entry)) {
+    if (entry.reason == sxCrlReason_removeFromCRL) return true;
+  }
+  return false;
 }
 
 std::shared_ptr<sxCrlToSign> sxCRL_Encoder_imp::Encode(sxPubKey *key, sx_md_type md) {

@@ -17,7 +17,7 @@ class sxCRL_Encoder_imp : public sxCRL_imp {
   void Sprint(SxStream *out, int indent) const override;  ///< the entries
   const sxRevokedEntries &Entries() const override { return m_draft; }
 
-  void Copy(const sxCRL_imp &from);
+  void Copy(const sxCRL_imp &from);  ///< or the error is set, and Encode refuses
   int SetIssuer(const sxDN &issuer);
   int SetThisUpdate(int64_t seconds);
   int SetNextUpdate(int64_t seconds);
@@ -36,12 +36,16 @@ class sxCRL_Encoder_imp : public sxCRL_imp {
     sxAsnOid oid;
     sxDerOctets der;  // the whole element
   };
-  void CopyEntries(const sxCRL_imp &from);
+  void CopyFields(const sxCRL_imp &from);
+  bool CopyEntries(const sxRevokedEntries &from);
   void Put(const sxAsnOid &oid, const sxDerOctets *der);  // null: takes it away
   int Put(const sxAsnOid &oid, const sxASN_Extension *ext);
   sxDerOctets ExtensionsContent() const;
   const char *WhyNot() const;
+  bool HasRemovals() const;
 
+  bool m_isWhole = true;  // a copy has all that it was made of
+  std::optional<sxAsnInt> m_lastNumber;
   sxDerOctets m_issuerDer;
   std::vector<RawExtension> m_rawExtensions;
   sxRevocationDraft m_draft;

@@ -63,7 +63,8 @@ sxASN_Extension *sxComposeAuthorityInfoAccess(const sxExtension &ext, int critic
 sxASN_Extension *sxComposeDeviceData(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeIssuingDP(const sxExtension &ext, int critical);
 
-/// What CRLs keep of their extensions: Get_CRLExtParserTable(), the issuer's key identifier, where deltas are.
+/// What CRLs keep of their extensions, and use: the issuing distribution point, the issuer's key identifier, where
+/// deltas are.
 const sxExtParser *sxKeptCRLExtParserTable();
 
 #endif

@@ -103,6 +103,20 @@ const char *kxFetch_WhyNot(const sockaddr &address, bool allowPrivate) {
   return WhyNotIPv6(in.sin6_addr.s6_addr, allowPrivate);
 }
 
+bool kxFetch_ReadNumber(std::string &host) {
+  const std::string plain = host.substr(0, host.find_last_not_of('.') + 1);
+  const std::string last = plain.substr(plain.rfind('.') + 1);  // all of it when there is no dot
+  const bool isHex = last.starts_with("0x") && last.find_first_not_of("0123456789abcdef", 2) == std::string::npos;
+  if (last.empty() || host.find(':') != std::string::npos) return true;
+  if (!isHex && last.find_first_not_of("0123456789") != std::string::npos) return true;
+  in_addr address{};
+  char text[INET_ADDRSTRLEN];
+  if (inet_aton(plain.c_str(), &address) == 0 || inet_ntop(AF_INET, &address, text, sizeof text) == nullptr)
+    return false;
+  host = text;
+  return true;
+}
+
 const char *kxFetch_WhyNot(const std::string &host, bool allowPrivate) {
   unsigned char octets[16];
   const std::string plain = host.substr(0, host.find('%'));  // without a zone

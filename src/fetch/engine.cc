@@ -15,8 +15,11 @@ namespace {
 
 constexpr char kTopic[] = "FETCH";
 constexpr int kIdleMs = 60'000;
-constexpr int kStepMs = 10;         // between two looks at what does not go through libcurl
-constexpr int kMaxAnswerMs = 50;    // is left for an answer to be there before its asker's own time is up
+constexpr int kStepMs = 10;       // between two looks at what does not go through libcurl
+constexpr int kMaxAnswerMs = 50;  // is left for an answer to be there before its asker's own time is up
+// A server that lets the time run out was given this much at least, or is not blamed; a little less than the five
+// seconds that many ask with.
+constexpr int kPatienceMs = 4'500;
 constexpr size_t kMaxLookUps = 64;  // that go on although nobody waits for them
 constexpr int64_t kLookUpMs = 30'000;
 constexpr char kEnded[] = "the fetching component ended";
@@ -56,10 +59,15 @@ void Lend(const HopEnd &end, kxFetchAnswer &answer) {
   answer.result = end.result;
   answer.reason = end.reason;
   answer.version = end.version;
-  const auto octets = std::make_shared<const std::string>(end.octets);  // one for all who asked
-  answer.octets = reinterpret_cast<const unsigned char *>(octets->data());
-  answer.len = octets->size();
-  answer.keeper = octets;
+  answer.octets = end.octets.get();
+  answer.len = end.len;
+  answer.keeper = end.octets;  // one for all who asked
+}
+
+HopEnd OursOf(kxFetchResult result, const std::string &reason) {
+  HopEnd end = EndOf(result, reason);
+  end.isOurs = true;
+  return end;
 }
 
 bool IsSuccess(const HopEnd &end) { return end.result == kxFetch_OK || end.result == kxFetch_unchanged; }
@@ -75,6 +83,7 @@ int64_t DeadlineOf(const kxFetchRequest &request, int64_t begunMs) {
 kxFetchEngine::kxFetchEngine(const kxFetchSettings &settings, const Proxies &proxies)
     : m_settings(settings),
       m_proxies(proxies),
+      m_room(settings.maxOctets),
       m_failures(settings.firstPauseMs, settings.longestPauseMs, settings.maxFailures) {}
 
 kxFetchEngine::~kxFetchEngine() = default;
@@ -196,14 +205,20 @@ void kxFetchEngine::Turn() {
 
 int kxFetchEngine::PollMs() const {
   if (m_jobs.empty()) return kIdleMs;
-  const bool isStepping = std::ranges::any_of(m_running, [](const auto &row) { return row.second->hop->IsStepping(); });
-  int64_t until = isStepping ? m_nowMs + kStepMs : m_nextDeadlineMs;
+  int64_t until = m_nextDeadlineMs;
+  for (const auto &[handle, job] : m_running) {
+    if (job->hop->HasMore()) return 0;
+    if (job->hop->IsStepping()) until = m_nowMs + kStepMs;
+  }
   if (!m_lookUps.empty()) until = std::min(until, m_lookUps.front());
   return static_cast<int>(std::clamp<int64_t>(std::min(until, m_nextDeadlineMs) - m_nowMs, 0, kIdleMs));
 }
 
 int64_t kxFetchEngine::DeadlineMs(const Job &job) const {
-  return job.hop == nullptr || IsLast(job) ? job.deadlineMs : std::min(job.deadlineMs, job.hopDeadlineMs);
+  if (job.hop == nullptr || IsLast(job)) return job.deadlineMs;
+  // Servers that may be asked after this one have their share of the time.
+  const auto numLeft = static_cast<int64_t>(job.targets.size() - job.target);
+  return job.hopBegunMs + std::max<int64_t>((job.deadlineMs - job.hopBegunMs) / numLeft, 1);
 }
 
 bool kxFetchEngine::IsRemembered(const std::string &key, size_t maxLen, HopEnd &end) {
@@ -250,7 +265,7 @@ void kxFetchEngine::Admit(const Task &task, int64_t atMs) {
     return AnswerOne(task, EndOf(kxFetch_failed, "too many transfers wait for their turn"));
   }
   job->key = key;
-  job->request = request;
+  job->request = std::make_shared<const kxFetchRequest>(request);
   job->begunMs = m_nowMs;
   Wait(*job, m_waiting.end());
   Join(*job, task, atMs);
@@ -262,24 +277,34 @@ void kxFetchEngine::Join(Job &job, const Task &task, int64_t atMs) {
   const int64_t deadlineMs = DeadlineOf(request, atMs);
   job.askers[task.get()] = {task, deadlineMs};
   m_byTask[task.get()] = &job;
-  job.maxLen = std::max(job.maxLen, request.limits.maxLen);
+  job.maxLens.insert(request.limits.maxLen);
+  job.deadlinesMs.insert(deadlineMs);
+  SetLimits(job);
+}
+
+// The largest of those who wait for it now.
+void kxFetchEngine::SetLimits(Job &job) {
+  job.maxLen = *job.maxLens.rbegin();
+  job.deadlineMs = std::min(*job.deadlinesMs.rbegin(), job.begunMs + kMaxFetchMs);
   if (job.hop != nullptr) job.hop->SetMaxLen(job.maxLen);
-  job.deadlineMs = std::max(job.deadlineMs, std::min(deadlineMs, job.begunMs + kMaxFetchMs));
-  m_nextDeadlineMs = m_byTask.size() == 1 ? job.deadlineMs : std::min(m_nextDeadlineMs, job.deadlineMs);
+  m_nextDeadlineMs = std::min(m_nextDeadlineMs, DeadlineMs(job));
 }
 
 void kxFetchEngine::Leave(const kxFetchTask *task) {
   const auto known = m_byTask.find(task);
   if (known == m_byTask.end()) return;
   Job &job = *known->second;
-  const bool isLate = m_nowMs >= job.askers[task].deadlineMs;
+  const auto asker = job.askers.find(task);
+  const bool isLate = m_nowMs >= asker->second.deadlineMs;
+  job.maxLens.erase(job.maxLens.find(asker->second.task->Request().limits.maxLen));
+  job.deadlinesMs.erase(job.deadlinesMs.find(asker->second.deadlineMs));
   m_byTask.erase(known);
-  job.askers.erase(task);
+  job.askers.erase(asker);
   {
     const sxLock lock(m_mutex);
     --m_numAskers;
   }
-  if (!job.askers.empty()) return;
+  if (!job.askers.empty()) return SetLimits(job);
   if (isLate && job.hop != nullptr) {  // the asker's own timer came first
     job.target = job.targets.size() - 1;
     return GoOn(job, job.hop->TimeOut());
@@ -299,7 +324,13 @@ bool kxFetchEngine::MayStart(const Job &job) const {
   const auto ofHost = m_runningOfHost.find(target.host);
   if (ofHost != m_runningOfHost.end() && ofHost->second >= m_settings.maxTransfersPerHost) return false;
   return m_running.size() < static_cast<size_t>(m_settings.maxTransfers) &&
-         (target.isNumber || m_lookUps.size() < kMaxLookUps);
+         (target.isNumber || (m_lookUps.size() + m_givenUp.size() < kMaxLookUps && !m_givenUp.contains(target.host)));
+}
+
+std::string kxFetchEngine::WhyItWaits(const Job &job) const {
+  const Target &target = job.targets[job.target];
+  return m_givenUp.contains(target.host) ? target.server + ": its name was not found in time"
+                                         : "other transfers took its time";
 }
 
 void kxFetchEngine::StartThoseThatMay() {
@@ -318,30 +349,31 @@ void kxFetchEngine::Start(Job &job) {
   m_waiting.erase(job.place);
   job.isWaiting = false;
   if (!std::exchange(job.isBegun, true)) Count(&kxFetchCounters::begun);
-  // Servers that may be asked after this one have their share of the time.
-  const auto numLeft = static_cast<int64_t>(job.targets.size() - job.target);
-  const auto timeLeftMs = std::max<int64_t>((job.deadlineMs - m_nowMs) / numLeft, 1);
-  job.hopDeadlineMs = m_nowMs + timeLeftMs;
-  job.hop = std::make_unique<Hop>(m_settings, job.request, target, m_proxies.For(target), m_sockets);
+  job.hop = std::make_unique<Hop>(m_settings, job.request, target, m_proxies.For(target), m_sockets, m_room);
+  job.hopBegunMs = m_nowMs;
   m_running[job.hop->Handle()] = &job;
   ++m_runningOfHost[target.host];
   m_nextDeadlineMs = std::min(m_nextDeadlineMs, DeadlineMs(job));
-  if (!job.hop->Start(m_multi, job.maxLen, static_cast<int>(timeLeftMs))) GoOn(job, EndOf(kxFetch_failed, "no memory"));
+  if (!job.hop->Start(m_multi, job.maxLen)) GoOn(job, OursOf(kxFetch_failed, "no memory"));
 }
 
 void kxFetchEngine::EndDone() {
   std::vector<std::pair<Job *, CURLcode>> done;
+  std::vector<std::pair<const CURL *, CURLcode>> givenUp;
   int numLeft = 0;
   while (const CURLMsg *const message = curl_multi_info_read(m_multi, &numLeft)) {
     const auto running = m_running.find(message->easy_handle);
-    const bool isKnown = message->msg == CURLMSG_DONE && running != m_running.end();
-    if (isKnown && running->second->hop->IsDone(message->data.result)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    if (running == m_running.end())
+      givenUp.emplace_back(message->easy_handle, message->data.result);
+    else if (running->second->hop->IsDone(message->data.result)) {
       done.emplace_back(running->second, message->data.result);
     }
   }
   for (const auto &[handle, job] : m_running) {
     if (job->hop->Step()) done.emplace_back(job, CURLE_OK);
   }
+  for (const auto &[handle, code] : givenUp) EndGivenUp(handle, code);
   for (const auto &[job, code] : done) GoOn(*job, job->hop->Finish(code));
 }
 
@@ -368,19 +400,27 @@ void kxFetchEngine::EndLate() {
     if (job->hop != nullptr)
       GoOn(*job, job->hop->TimeOut());
     else
-      Finish(*job, EndOf(kxFetch_timedOut, "other transfers took its time"));
+      Finish(*job, OursOf(kxFetch_timedOut, WhyItWaits(*job)));
   }
 }
 
 void kxFetchEngine::GoOn(Job &job, HopEnd end) {
   const std::string server = ServerKeyOf(job.targets[job.target]);
+  end.isOurs = !IsServersFault(job, end);
   EndHop(job);
-  if (end.wasServerDown) m_failures.Add(server, {end.result, end.reason}, m_nowMs);
+  if (end.wasServerDown && !end.isOurs) m_failures.Add(server, {end.result, end.reason}, m_nowMs);
   if (end.wasReached) m_failures.Forget(server);
   if (!end.location.empty() && Redirect(job, end)) return;
   if (IsSuccess(end) || IsLast(job) || m_nowMs >= job.deadlineMs) return Finish(job, end);
   ++job.target;
   Wait(job, m_waiting.begin());
+}
+
+// It is not the server's that nobody waited as long as servers may take.
+bool kxFetchEngine::IsServersFault(const Job &job, const HopEnd &end) const {
+  if (end.isOurs || end.result != kxFetch_timedOut) return !end.isOurs;
+  const int patienceMs = end.wasReached ? kPatienceMs : std::min(kPatienceMs, m_settings.connectTimeoutMs);
+  return job.hop != nullptr && m_nowMs - job.hopBegunMs >= patienceMs;
 }
 
 // @param[out] end  why it is not followed
@@ -407,11 +447,29 @@ bool kxFetchEngine::Redirect(Job &job, HopEnd &end) {
 void kxFetchEngine::EndHop(Job &job) {
   if (std::exchange(job.isWaiting, false)) m_waiting.erase(job.place);
   if (job.hop == nullptr) return;
-  if (job.hop->IsLookingUp()) m_lookUps.push_back(m_nowMs + kLookUpMs);
   m_running.erase(job.hop->Handle());
   const auto ofHost = m_runningOfHost.find(job.hop->Whom().host);
   if (--ofHost->second == 0) m_runningOfHost.erase(ofHost);
-  job.hop.reset();
+  std::unique_ptr<Hop> hop = std::move(job.hop);
+  m_isTurnFree = true;
+  if (!hop->IsLookingUp()) return;
+  // Who asks next waits for what is under way: one that many have given up is looked up by one thread.
+  hop->GiveUp();
+  const std::string host = hop->Whom().host;
+  if (!hop->IsWithCurl() || m_givenUp.contains(host)) return m_lookUps.push_back(m_nowMs + kLookUpMs);
+  m_givenUp[host] = std::move(hop);
+}
+
+void kxFetchEngine::EndGivenUp(const CURL *handle, CURLcode code) {
+  const auto ended = std::ranges::find_if(m_givenUp, [=](const auto &row) { return row.second->Handle() == handle; });
+  if (ended == m_givenUp.end()) return;
+  Hop &hop = *ended->second;
+  const HopEnd end = hop.Finish(code);
+  if (code == CURLE_OPERATION_TIMEDOUT && hop.IsLookingUp()) m_lookUps.push_back(m_nowMs + kLookUpMs);
+  // It had its time. That there is no connection to a name that was found is of nobody's doing but ours.
+  const bool isNotFound = code == CURLE_OPERATION_TIMEDOUT || code == CURLE_COULDNT_RESOLVE_HOST;
+  if (isNotFound && end.wasServerDown) m_failures.Add(ServerKeyOf(hop.Whom()), {end.result, end.reason}, m_nowMs);
+  m_givenUp.erase(ended);
   m_isTurnFree = true;
 }
 
@@ -423,8 +481,8 @@ void kxFetchEngine::Finish(Job &job, const HopEnd &end) {
     m_failures.Forget(job.failureKey);
   } else {
     Count(end.result == kxFetch_refused ? &kxFetchCounters::refused : &kxFetchCounters::failed);
-    if (job.isBegun) m_failures.Add(job.failureKey, {end.result, end.reason, job.maxLen}, m_nowMs);
-    tderrorFunc(kTopic, 3, 0, "kxFetchEngine: %s: %s", job.request.url.c_str(), end.reason.c_str());
+    if (job.isBegun && !end.isOurs) m_failures.Add(job.failureKey, {end.result, end.reason, job.maxLen}, m_nowMs);
+    tderrorFunc(kTopic, 3, 0, "kxFetchEngine: %s: %s", job.request->url.c_str(), end.reason.c_str());
   }
   AnswerAll(job, end);
   Drop(job);
@@ -454,4 +512,5 @@ void kxFetchEngine::EndAll() {
     AnswerAll(*job, EndOf(kxFetch_failed, kEnded));
   }
   m_jobs.clear();
+  m_givenUp.clear();
 }

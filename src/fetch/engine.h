@@ -10,11 +10,13 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <unordered_map>
 #include <vector>
 
+#include "fetch/answerOctets.h"
 #include "fetch/failureMemory.h"
 #include "fetch/hop.h"
 #include "fetch/settings.h"
@@ -47,18 +49,20 @@ class kxFetchEngine final : public kxFetcher {
   };
   // What equal requests share.
   struct Job {
-    std::string key;         // of what makes requests equal
-    std::string failureKey;  // of URL and body
-    kxFetchRequest request;  // of the first asker
+    std::string key;                                // of what makes requests equal
+    std::string failureKey;                         // of URL and body
+    std::shared_ptr<const kxFetchRequest> request;  // of the first asker
     std::map<const kxFetchTask *, Asker> askers;
-    size_t maxLen = 0;
+    std::multiset<size_t> maxLens;       // of the askers
+    std::multiset<int64_t> deadlinesMs;  // of the askers
+    size_t maxLen = 0;                   // the largest, as long as there is one; so is the deadline
     int64_t begunMs = 0;
     int64_t deadlineMs = 0;
     std::vector<Target> targets;
     size_t target = 0;  // the one that is asked
     int numRedirects = 0;
-    int64_t hopDeadlineMs = 0;  // where there is another target
-    std::unique_ptr<Hop> hop;   // null while it waits for its turn
+    std::unique_ptr<Hop> hop;  // null while it waits for its turn
+    int64_t hopBegunMs = 0;
     bool isWaiting = false;
     bool isBegun = false;              // a hop of it was
     std::list<Job *>::iterator place;  // while it waits
@@ -77,8 +81,10 @@ class kxFetchEngine final : public kxFetcher {
   void Admit(const Task &task, int64_t atMs);
   void Join(Job &job, const Task &task, int64_t atMs);
   void Leave(const kxFetchTask *task);
+  void SetLimits(Job &job);
   void StartThoseThatMay();
   bool MayStart(const Job &job) const;
+  std::string WhyItWaits(const Job &job) const;
   void Start(Job &job);
   void Wait(Job &job, std::list<Job *>::iterator before);
   void EndLate();
@@ -87,11 +93,13 @@ class kxFetchEngine final : public kxFetcher {
   void GoOn(Job &job, HopEnd end);
   bool Redirect(Job &job, HopEnd &end);
   void EndHop(Job &job);
+  void EndGivenUp(const CURL *handle, CURLcode code);
   void Finish(Job &job, const HopEnd &end);
   void AnswerAll(Job &job, const HopEnd &end);
   void AnswerOne(const Task &task, const HopEnd &end);
   void Drop(Job &job);
   void EndAll();
+  bool IsServersFault(const Job &job, const HopEnd &end) const;
   bool IsLast(const Job &job) const { return job.target + 1 == job.targets.size(); }
   int64_t DeadlineMs(const Job &job) const;
   bool IsRemembered(const std::string &key, size_t maxLen, HopEnd &end);
@@ -109,16 +117,18 @@ class kxFetchEngine final : public kxFetcher {
 
   CURLM *m_multi = nullptr;
   Sockets m_sockets;
+  AnswerRoom m_room;
   FailureMemory m_failures;
   std::map<std::string, std::unique_ptr<Job>> m_jobs;
   std::unordered_map<const kxFetchTask *, Job *> m_byTask;
   std::list<Job *> m_waiting;
   std::map<CURL *, Job *> m_running;
   std::map<std::string, int> m_runningOfHost;
-  std::deque<int64_t> m_lookUps;  // that go on without their hop: until when at most
+  std::map<std::string, std::unique_ptr<Hop>> m_givenUp;  // by host; they still look it up
+  std::deque<int64_t> m_lookUps;                          // that go on without their hop: until when at most
   int64_t m_nowMs = 0;
-  int64_t m_nextDeadlineMs = 0;
-  bool m_isTurnFree = false;  // something may start that could not before
+  int64_t m_nextDeadlineMs = INT64_MAX;  // not after the first one
+  bool m_isTurnFree = false;             // something may start that could not before
 };
 
 #endif

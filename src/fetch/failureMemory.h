@@ -18,7 +18,7 @@ class FailureMemory {
   struct Failure {
     kxFetchResult result = kxFetch_failed;
     std::string reason;
-    size_t maxLen = 0;    ///< of who asked; with a larger limit what is too long may be asked for
+    size_t maxLen = 0;    ///< that was allowed; with a larger limit what is too long may be asked for
     int64_t untilMs = 0;  ///< it is not asked before
   };
 

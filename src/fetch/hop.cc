@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <new>
 #include <system_error>
 #include <utility>
 
@@ -20,14 +19,16 @@ bool IsStatusOfRedirect(long status) {
 
 }  // namespace
 
-Hop::Hop(const kxFetchSettings &settings, const kxFetchRequest &request, const Target &target, const std::string &proxy,
-         Sockets &sockets)
+Hop::Hop(const kxFetchSettings &settings, std::shared_ptr<const kxFetchRequest> request, const Target &target,
+         const std::string &proxy, Sockets &sockets, AnswerRoom &room)
     : m_settings(settings),
-      m_request(request),
+      m_request(std::move(request)),
       m_target(target),
       m_proxy(proxy),
       m_sockets(sockets),
-      m_easy(curl_easy_init()) {}
+      m_easy(curl_easy_init()),
+      m_room(room),
+      m_octets(room) {}
 
 Hop::~Hop() {
   m_search.reset();  // takes its leave over the connection
@@ -35,21 +36,27 @@ Hop::~Hop() {
   m_sockets.Forget(this);
 }
 
-bool Hop::Start(CURLM *multi, size_t maxLen, int timeLeftMs) {
+bool Hop::Start(CURLM *multi, size_t maxLen) {
   if (m_easy == nullptr) return false;
   m_maxLen = maxLen;
-  SetOptions(timeLeftMs);
+  SetOptions();
   if (!m_isSet || curl_multi_add_handle(multi, m_easy.get()) != CURLM_OK) return false;
   m_multi = multi;
+  m_isWithCurl = true;
   return true;
 }
 
-void Hop::SetOptions(int timeLeftMs) {
+void Hop::SetMaxLen(size_t maxLen) {
+  m_maxLen = maxLen;
+  if (m_search != nullptr) m_search->SetMaxLen(maxLen);
+}
+
+void Hop::SetOptions() {
   Set(CURLOPT_PRIVATE, static_cast<void *>(this));
   Set(CURLOPT_PROTOCOLS_STR, "http,https");
   Set(CURLOPT_NOSIGNAL, 1L);
   Set(CURLOPT_QUICK_EXIT, 1L);  // else giving up a hop waits for the resolver
-  Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::min(timeLeftMs, m_settings.connectTimeoutMs)));
+  Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_settings.connectTimeoutMs));
   // Connections are not shared: what one may be asked for the next may not.
   Set(CURLOPT_FRESH_CONNECT, 1L);
   Set(CURLOPT_OPENSOCKETFUNCTION, &OnOpen);
@@ -84,13 +91,14 @@ void Hop::SetHttpOptions() {
   Set(CURLOPT_HEADERFUNCTION, &OnHeader);
   Set(CURLOPT_HEADERDATA, static_cast<void *>(this));
   if (!m_settings.userAgent.empty()) Set(CURLOPT_USERAGENT, m_settings.userAgent.c_str());
-  if (!m_request.known.entityTag.empty()) AddHeader("If-None-Match: " + m_request.known.entityTag);
-  if (!m_request.known.lastModified.empty()) AddHeader("If-Modified-Since: " + m_request.known.lastModified);
-  if (!m_request.body.empty()) {
+  if (!m_request->known.entityTag.empty()) AddHeader("If-None-Match: " + m_request->known.entityTag);
+  if (!m_request->known.lastModified.empty()) AddHeader("If-Modified-Since: " + m_request->known.lastModified);
+  if (!m_request->body.empty()) {
     Set(CURLOPT_POST, 1L);
-    Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_request.body.size()));
-    Set(CURLOPT_POSTFIELDS, m_request.body.data());
-    AddHeader("Content-Type: " + (m_request.contentType.empty() ? "application/octet-stream" : m_request.contentType));
+    Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_request->body.size()));
+    Set(CURLOPT_POSTFIELDS, m_request->body.data());
+    AddHeader("Content-Type: " +
+              (m_request->contentType.empty() ? "application/octet-stream" : m_request->contentType));
     AddHeader("Expect:");  // is not sent
   }
   Set(CURLOPT_HTTPHEADER, m_headers.get());
@@ -104,7 +112,7 @@ void Hop::AddHeader(const std::string &line) {
 
 curl_socket_t Hop::OnOpen(void *hop, curlsocktype purpose, curl_sockaddr *address) {
   auto *const self = static_cast<Hop *>(hop);
-  if (purpose != CURLSOCKTYPE_IPCXN) return CURL_SOCKET_BAD;
+  if (purpose != CURLSOCKTYPE_IPCXN || self->m_isGivenUp) return CURL_SOCKET_BAD;
   const bool isAnyAllowed = !self->m_proxy.empty() || self->m_target.isConfigured;
   const char *const whyNot = isAnyAllowed ? nullptr : kxFetch_WhyNot(address->addr, self->m_settings.allowPrivate);
   if (whyNot != nullptr) {
@@ -117,15 +125,17 @@ curl_socket_t Hop::OnOpen(void *hop, curlsocktype purpose, curl_sockaddr *addres
 
 int Hop::OnClose(void *sockets, curl_socket_t socket) { return static_cast<Sockets *>(sockets)->Close(socket); }
 
-size_t Hop::OnHeader(char *, size_t size, size_t count, void *hop) {
-  auto *const self = static_cast<Hop *>(hop);
+size_t Hop::OnHeader(char *octets, size_t size, size_t count, void *hop) {
   const size_t len = size * count;
-  if (len <= self->m_settings.maxHeaderLen - self->m_headerLen) {
-    self->m_headerLen += len;
-    return len;
+  return static_cast<Hop *>(hop)->TakeHeader({octets, len}) ? len : 0;
+}
+
+bool Hop::TakeHeader(std::string_view line) {
+  if (line.size() > m_settings.maxHeaderLen - m_headerLen) {
+    return Stop(kxFetch_failed, "headers of more than " + std::to_string(m_settings.maxHeaderLen) + " octets");
   }
-  self->Stop(kxFetch_failed, "headers of more than " + std::to_string(self->m_settings.maxHeaderLen) + " octets");
-  return 0;
+  m_headerLen += line.size();
+  return m_contentLength.Take(line) || Stop(kxFetch_failed, "content lengths that differ, or are none");
 }
 
 size_t Hop::OnBody(char *octets, size_t size, size_t count, void *hop) {
@@ -142,16 +152,15 @@ bool Hop::Take(const char *octets, size_t len) {
   }
   curl_off_t announced = -1;
   curl_easy_getinfo(m_easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-  if (len > m_maxLen - std::min(m_octets.size(), m_maxLen) ||
+  if (len > m_maxLen - std::min(m_octets.Len(), m_maxLen) ||
       (announced > 0 && static_cast<uint64_t>(announced) > m_maxLen)) {
     return Stop(kxFetch_tooLong, "more than " + std::to_string(m_maxLen) + " octets");
   }
-  try {
-    m_octets.append(octets, len);
-  } catch (const std::bad_alloc &) {  // must not pass through libcurl
-    return Stop(kxFetch_failed, "no memory");
-  }
-  return true;
+  const AnswerOctets::Outcome outcome =
+      m_octets.Append(octets, len, announced > 0 ? static_cast<size_t>(announced) : 0);
+  m_isOurs = outcome != AnswerOctets::Outcome::kFits;
+  if (!m_isOurs) return true;
+  return Stop(kxFetch_failed, outcome == AnswerOctets::Outcome::kNoRoom ? kNoRoomForAnswer : "no memory");
 }
 
 bool Hop::Stop(kxFetchResult result, const std::string &why) {
@@ -196,7 +205,7 @@ std::string Hop::Field(const char *name) const {
 bool Hop::IsRedirect() const {
   const long status = Status();
   const bool keepsMethod = status == 307 || status == 308;
-  return IsStatusOfRedirect(status) && (m_request.body.empty() || keepsMethod) && !Field("Location").empty();
+  return IsStatusOfRedirect(status) && (m_request->body.empty() || keepsMethod) && !Field("Location").empty();
 }
 
 HopEnd Hop::Fail(kxFetchResult result, const std::string &why) {
@@ -215,14 +224,19 @@ HopEnd Hop::TimeOut() {
 }
 
 bool Hop::IsDone(CURLcode code) {
+  m_isWithCurl = false;
   if (!m_target.IsLdap() || code != CURLE_OK) return true;
-  m_search = std::make_unique<LdapSearch>(m_easy.get(), m_target.url, m_maxLen);
+  m_search = std::make_unique<LdapSearch>(m_easy.get(), m_target.url, m_maxLen, m_room);
   return false;
 }
 
 HopEnd Hop::Finish(CURLcode code) {
   m_isUnknown = code == CURLE_COULDNT_RESOLVE_HOST || code == CURLE_COULDNT_RESOLVE_PROXY;
-  if (m_isStopped) return Fail(m_stopResult, m_stopReason);
+  if (m_isStopped) {
+    HopEnd end = Fail(m_stopResult, m_stopReason);
+    end.isOurs = m_isOurs;
+    return end;
+  }
   if (m_numOpened == 0 && !m_refusal.empty()) return Fail(kxFetch_refused, m_refusal);
   if (code != CURLE_OK) {
     std::string why = curl_easy_strerror(code);
@@ -238,7 +252,7 @@ HopEnd Hop::Finish(CURLcode code) {
 
 HopEnd Hop::OfHttp() {
   const long status = Status();
-  const bool knowsOne = !m_request.known.entityTag.empty() || !m_request.known.lastModified.empty();
+  const bool knowsOne = !m_request->known.entityTag.empty() || !m_request->known.lastModified.empty();
   if (status != 200 && !(status == 304 && knowsOne)) {
     HopEnd end = Fail(kxFetch_failed, "status " + std::to_string(status));
     if (IsRedirect()) end.location = Field("Location");
@@ -251,15 +265,21 @@ HopEnd Hop::OfHttp() {
   end.wasReached = true;
   end.result = status == 200 ? kxFetch_OK : kxFetch_unchanged;
   end.version = {Field("ETag"), Field("Last-Modified")};
-  end.octets = std::move(m_octets);
+  end.len = m_octets.Len();
+  end.octets = m_octets.Release();
   return end;
 }
 
 HopEnd Hop::OfLdap() {
-  if (m_search->Result() != kxFetch_OK) return Fail(m_search->Result(), m_search->Reason());
   HopEnd end;
+  if (m_search->Result() != kxFetch_OK) {
+    end = Fail(m_search->Result(), m_search->Reason());
+    end.isOurs = m_search->IsOurs();
+    return end;
+  }
   end.wasReached = true;
-  end.octets = m_search->TakeValues();
+  end.len = m_search->Values().Len();
+  end.octets = m_search->Values().Release();
   end.result = kxFetch_OK;
   return end;
 }

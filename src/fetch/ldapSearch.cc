@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -20,6 +21,12 @@ constexpr std::string_view kBinary = ";binary";
 constexpr int kMaxEntries = 64;          // of one answer
 constexpr int kMaxMessagesAtOnce = 64;   // then it is another transfer's turn
 constexpr size_t kMaxNamesLen = 65'536;  // of an entry, beside its values
+constexpr int kMaxReadsAtOnce = 64;      // then it is another transfer's turn, too
+constexpr size_t kMaxOctetsAtOnce = 65'536;
+constexpr size_t kMaxBesides = 262'144;  // octets on a connection that are no answer
+// What comes in smaller pieces than these, on the average, is work and no answer.
+constexpr uint64_t kMaxSmallReads = 4096;
+constexpr uint64_t kSmallLen = 64;
 
 constexpr char kNowhere[] = "ldap://255.255.255.255:1/";  // libldap wants a server; this one would be refused at once
 
@@ -65,34 +72,11 @@ bool IsSequence(std::string_view der) {
   return der.size() - 2 - numOctets == len;
 }
 
-// Octets go through libcurl, and so through its TLS.
-
-int SetUp(Sockbuf_IO_Desc *io, void *connection) {
-  io->sbiod_pvt = connection;
-  return 0;
-}
-int TearDown(Sockbuf_IO_Desc *) { return 0; }  // the connection is libcurl's
-
-// There may be octets in its TLS that no poll of the socket tells of.
-int Control(Sockbuf_IO_Desc *, int option, void *) { return option == LBER_SB_OPT_DATA_READY ? 1 : 0; }
-
 ber_slen_t Outcome(CURLcode code, size_t len) {
   if (code == CURLE_OK) return static_cast<ber_slen_t>(len);
   errno = code == CURLE_AGAIN ? EWOULDBLOCK : EIO;
   return -1;
 }
-ber_slen_t Receive(Sockbuf_IO_Desc *io, void *octets, ber_len_t maxLen) {
-  size_t len = 0;
-  const CURLcode code = curl_easy_recv(io->sbiod_pvt, octets, maxLen, &len);
-  return Outcome(code, len);
-}
-ber_slen_t Send(Sockbuf_IO_Desc *io, void *octets, ber_len_t wholeLen) {
-  size_t len = 0;
-  const CURLcode code = curl_easy_send(io->sbiod_pvt, octets, wholeLen, &len);
-  return Outcome(code, len);
-}
-
-Sockbuf_IO g_overLibcurl = {SetUp, TearDown, Control, Receive, Send, TearDown};  // libldap wants it so; never changed
 
 }  // namespace
 
@@ -118,21 +102,70 @@ std::string kxFetch_LdapQuery(const std::string &query, std::string &asked) {
   return "";
 }
 
-bool kxFetch_AddLdapValue(std::string_view der, std::string &values) {
-  if (IsSequence(der)) values += der;
-  return IsSequence(der);
+bool kxFetch_IsLdapValue(std::string_view der) { return IsSequence(der); }
+
+// Octets go through libcurl, and so through its TLS.
+
+Sockbuf_IO LdapSearch::s_overLibcurl = {SetUp, TearDown, Control, Receive, Send, TearDown};
+
+int LdapSearch::SetUp(Sockbuf_IO_Desc *io, void *line) {
+  io->sbiod_pvt = line;
+  return 0;
+}
+int LdapSearch::TearDown(Sockbuf_IO_Desc *) { return 0; }  // the connection is libcurl's
+
+// There may be octets in its TLS that no poll of the socket tells of.
+int LdapSearch::Control(Sockbuf_IO_Desc *, int option, void *) { return option == LBER_SB_OPT_DATA_READY ? 1 : 0; }
+
+ber_slen_t LdapSearch::Receive(Sockbuf_IO_Desc *io, void *octets, ber_len_t maxLen) {
+  Line &line = *static_cast<Line *>(io->sbiod_pvt);
+  line.isCutShort = line.readsLeft == 0 || line.octetsLeft == 0;
+  if (line.isCutShort) return Outcome(CURLE_AGAIN, 0);
+  --line.readsLeft;
+  size_t len = 0;
+  const CURLcode code = curl_easy_recv(line.connection, octets, std::min<size_t>(maxLen, line.octetsLeft), &len);
+  return code == CURLE_OK && !line.Count(len) ? Outcome(CURLE_RECV_ERROR, 0) : Outcome(code, len);
 }
 
-LdapSearch::LdapSearch(CURL *connection, const std::string &url, size_t maxLen)
-    : m_connection(connection), m_maxLen(maxLen) {
+ber_slen_t LdapSearch::Send(Sockbuf_IO_Desc *io, void *octets, ber_len_t wholeLen) {
+  size_t len = 0;
+  const CURLcode code = curl_easy_send(static_cast<Line *>(io->sbiod_pvt)->connection, octets, wholeLen, &len);
+  return Outcome(code, len);
+}
+
+// @return false: it is broken now
+bool LdapSearch::Line::Count(size_t len) {
+  octetsLeft -= len;
+  numOctets += len;
+  numReads += len != 0 ? 1 : 0;
+  if (numOctets > static_cast<uint64_t>(maxLen) + kMaxBesides) {
+    result = kxFetch_tooLong;
+    wrong = "much more than the octets of an answer";
+  } else if (numReads > kMaxSmallReads + numOctets / kSmallLen) {
+    wrong = "too many small messages, or pieces of them";
+  } else if (room.Take(len)) {
+    held += len;
+  } else {
+    isOurs = true;
+    wrong = kNoRoomForAnswer;
+  }
+  return wrong == nullptr;
+}
+
+LdapSearch::LdapSearch(CURL *connection, const std::string &url, size_t maxLen, AnswerRoom &room)
+    : m_maxLen(maxLen), m_line{connection, room}, m_values(room) {
+  m_line.maxLen = maxLen;
   if (!Open(url)) End(kxFetch_failed, "no search can be made");
 }
 
-LdapSearch::~LdapSearch() = default;
+LdapSearch::~LdapSearch() {
+  m_ldap.reset();  // takes its leave over the line
+  m_line.room.GiveBack(m_line.held);
+}
 
 bool LdapSearch::Open(const std::string &url) {
   curl_socket_t socket = CURL_SOCKET_BAD;
-  if (curl_easy_getinfo(m_connection, CURLINFO_ACTIVESOCKET, &socket) != CURLE_OK || socket == CURL_SOCKET_BAD)
+  if (curl_easy_getinfo(m_line.connection, CURLINFO_ACTIVESOCKET, &socket) != CURLE_OK || socket == CURL_SOCKET_BAD)
     return false;
   LDAPURLDesc *parts = nullptr;
   LDAP *opened = nullptr;
@@ -142,17 +175,36 @@ bool LdapSearch::Open(const std::string &url) {
   m_ldap.reset(opened);
   const int version = LDAP_VERSION3;
   Sockbuf *buffer = nullptr;
-  ber_len_t maxMessageLen = std::min<size_t>(m_maxLen, INT_MAX - kMaxNamesLen) + kMaxNamesLen;
   berval nothing{0, nullptr};
   return ldap_set_option(opened, LDAP_OPT_PROTOCOL_VERSION, &version) == LDAP_OPT_SUCCESS &&
          ldap_set_option(opened, LDAP_OPT_REFERRALS, LDAP_OPT_OFF) == LDAP_OPT_SUCCESS &&
          ldap_get_option(opened, LDAP_OPT_SOCKBUF, &buffer) == LDAP_OPT_SUCCESS &&
-         ber_sockbuf_add_io(buffer, &g_overLibcurl, LBER_SBIOD_LEVEL_PROVIDER, m_connection) == 0 &&
-         ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_MAX_INCOMING, &maxMessageLen) == 1 &&
+         ber_sockbuf_add_io(buffer, &s_overLibcurl, LBER_SBIOD_LEVEL_PROVIDER, &m_line) == 0 && LimitMessages() &&
          ldap_sasl_bind(opened, "", LDAP_SASL_SIMPLE, &nothing, nullptr, nullptr, &m_id) == LDAP_SUCCESS;
 }
 
+bool LdapSearch::LimitMessages() {
+  Sockbuf *buffer = nullptr;
+  ber_len_t maxMessageLen = std::min<size_t>(m_maxLen, INT_MAX - kMaxNamesLen) + kMaxNamesLen;
+  return ldap_get_option(m_ldap.get(), LDAP_OPT_SOCKBUF, &buffer) == LDAP_OPT_SUCCESS &&
+         ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_MAX_INCOMING, &maxMessageLen) == 1;
+}
+
+void LdapSearch::SetMaxLen(size_t maxLen) {
+  m_maxLen = m_line.maxLen = maxLen;
+  if (!m_hasEnded && !LimitMessages()) End(kxFetch_failed, "no search can be made");
+}
+
+bool LdapSearch::EndBroken() {
+  if (m_line.wrong == nullptr) return End(kxFetch_failed, "the connection ended, or what came is no LDAP");
+  m_isOurs = m_line.isOurs;
+  return End(m_line.result, m_line.wrong);
+}
+
 bool LdapSearch::Step() {
+  m_line.readsLeft = kMaxReadsAtOnce;
+  m_line.octetsLeft = kMaxOctetsAtOnce;
+  m_line.isCutShort = false;
   for (int i = 0; i < kMaxMessagesAtOnce && !m_hasEnded; ++i) {
     LDAPMessage *message = nullptr;
     timeval now{0, 0};
@@ -161,10 +213,12 @@ bool LdapSearch::Step() {
     if (kind == 0) return false;
     const bool isTooLong = errno == ERANGE;  // what libldap makes of a message that is longer than it was told
     if (kind < 0 && isTooLong) return End(kxFetch_tooLong, "a message that is too long");
-    if (kind < 0) return End(kxFetch_failed, "the connection ended, or what came is no LDAP");
+    if (kind < 0) return EndBroken();
     const Message owned(message);
+    m_line.room.GiveBack(std::exchange(m_line.held, 0));  // of which the values take what they need
     Take(message);
   }
+  m_line.isCutShort = true;
   return m_hasEnded;
 }
 
@@ -180,7 +234,7 @@ bool LdapSearch::Take(LDAPMessage *message) {
   if (code != LDAP_SUCCESS)
     return End(kxFetch_failed, (isBound ? "search: " : "bind: ") + std::string(ldap_err2string(code)));
   if (!isBound) return Search();
-  if (m_values.empty()) return End(kxFetch_failed, "no entry that has one of these attributes");
+  if (m_values.Len() == 0) return End(kxFetch_failed, "no entry that has one of these attributes");
   return End(kxFetch_OK, "");
 }
 
@@ -209,11 +263,14 @@ bool LdapSearch::TakeEntry(LDAPMessage *entry) {
 bool LdapSearch::TakeValuesOf(const berval &attribute, const berval *values) {
   if (AttributeOf({attribute.bv_val, attribute.bv_len}) == nullptr) return false;
   for (; values->bv_val != nullptr; ++values) {
-    if (values->bv_len > m_maxLen - m_values.size()) {
+    if (values->bv_len > m_maxLen - std::min(m_values.Len(), m_maxLen)) {
       return End(kxFetch_tooLong, "more than " + std::to_string(m_maxLen) + " octets");
     }
-    if (!kxFetch_AddLdapValue({values->bv_val, values->bv_len}, m_values))
-      return End(kxFetch_failed, "a value that is not DER");
+    if (!IsSequence({values->bv_val, values->bv_len})) return End(kxFetch_failed, "a value that is not DER");
+    const AnswerOctets::Outcome outcome = m_values.Append(values->bv_val, values->bv_len);
+    if (outcome == AnswerOctets::Outcome::kFits) continue;
+    m_isOurs = true;
+    return End(kxFetch_failed, outcome == AnswerOctets::Outcome::kNoRoom ? kNoRoomForAnswer : "no memory");
   }
   return false;
 }

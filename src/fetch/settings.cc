@@ -72,6 +72,7 @@ std::string kxFetch_CheckSettings(const kxFetchSettings &settings) {
       {"connectTimeoutMs", settings.connectTimeoutMs, 1, kMaxFetchMs},
       {"firstPauseMs", settings.firstPauseMs, 1, kMaxFetchPauseMs},
       {"longestPauseMs", settings.longestPauseMs, settings.firstPauseMs, kMaxFetchPauseMs},
+      {"maxOctets", static_cast<int64_t>(settings.maxOctets), 1, kMaxFetchOctets},
       {"maxFailures", static_cast<int64_t>(settings.maxFailures), 1, kMaxFetchFailures},
   };
   for (const auto &bound : bounds) {

@@ -44,6 +44,11 @@ std::string ReadOne(CURLU *url, const kxFetchSettings &settings, Target &target)
   if (target.host.starts_with('[') && target.host.ends_with(']'))
     target.host = target.host.substr(1, target.host.size() - 2);
   if (target.host.empty()) return "a URL without a host";
+  const std::string written = target.host;
+  if (!kxFetch_ReadNumber(target.host)) return "a host that is a number and no address";
+  if (target.host != written && curl_url_set(url, CURLUPART_HOST, target.host.c_str(), 0) != CURLUE_OK) {
+    return "a host that does not read";
+  }
   const std::string port = Part(url, CURLUPART_PORT, CURLU_DEFAULT_PORT);
   target.isNumber =
       target.host.find(':') != std::string::npos || target.host.find_first_not_of("0123456789.") == std::string::npos;

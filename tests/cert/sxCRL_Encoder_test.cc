@@ -7,8 +7,10 @@
 #include <openssl/x509v3.h>
 #include <sys/stat.h>
 
+#include <cstring>
 #include <fstream>
 #include <random>
+#include <set>
 
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/serialNumber.h"
@@ -22,6 +24,7 @@
 #include "kxcert/platform/wholeFile.h"
 #include "platform/owned.h"
 #include "support/derOctets.h"
+#include "support/testCrl.h"
 #include "support/tempDir.h"
 
 namespace {
@@ -79,6 +82,9 @@ TEST(sxCRL_Encoder, LibcryptoReadsWhatIsMade) {
       SCOPED_TRACE(md);
       sxCRL_Encoder crl;
       Begin(crl);
+      const sxAsnInt base(127), above(128);   // a delta CRL may have every reason
+      EXPECT_EQ(0, crl.SetDeltaBase(&base));
+      EXPECT_EQ(0, crl.SetNumber(&above));
       for (int i = 0; i < 300; ++i) {
         Octets serial(1 + random() % 20);
         for (unsigned char &octet : serial) octet = static_cast<unsigned char>(random() % 3 == 0 ? 0 : random());
@@ -111,7 +117,8 @@ TEST(sxCRL_Encoder, MakesNoneThatWouldBeNone) {
   const TestKey key(false);
   const auto encode = [&key](sxCRL_Encoder &crl) { return CrlRef(crl.Encode(key.ours.get(), sx_md_sha256)) != nullptr; };
   sxCRL_Encoder crl;
-  const sxAsnInt number(7);
+  const sxAsnInt number(7), next(8);
+  EXPECT_EQ(-1, crl.AddEntry(Entry({1}, sxCrlReason_removeFromCRL)));
   EXPECT_FALSE(encode(crl));
   EXPECT_EQ(0, crl.SetIssuer(sxDN("CN=ca")));
   EXPECT_FALSE(encode(crl));
@@ -122,8 +129,21 @@ TEST(sxCRL_Encoder, MakesNoneThatWouldBeNone) {
   EXPECT_EQ(0, crl.RemoveNextUpdate());
   EXPECT_EQ(0, crl.SetDeltaBase(&number));
   EXPECT_FALSE(encode(crl));
-  EXPECT_EQ(0, crl.SetNumber(&number));
+  EXPECT_EQ(0, crl.SetNumber(crl.DeltaBase()));
+  EXPECT_FALSE(encode(crl));   // not above its base
+  EXPECT_EQ(0, crl.SetNumber(&next));
+  EXPECT_EQ(1, crl.AddEntry(Entry({2}, sxCrlReason_removeFromCRL)));
   EXPECT_TRUE(encode(crl));
+  const CrlRef delta(crl.Encode(key.ours.get(), sx_md_sha256));
+  sxCRL_Encoder again(*delta);
+  EXPECT_FALSE(encode(again));   // its number is that of the other one
+  const Octets longest(20, 0x7F), tooLong(21, 0x7F);
+  EXPECT_EQ(-1, again.SetNumber(std::unique_ptr<sxAsnInt>(AsnIntFromBuf(tooLong.data(), 21)).get()));
+  EXPECT_EQ(0, again.SetNumber(std::unique_ptr<sxAsnInt>(AsnIntFromBuf(longest.data(), 20)).get()));
+  EXPECT_TRUE(encode(again));
+  EXPECT_EQ(0, again.SetDeltaBase(nullptr));
+  EXPECT_FALSE(encode(again));   // removes an entry, and is no delta
+  EXPECT_EQ(0, crl.RemoveEntry(sxAsnInt(2)));
   EXPECT_EQ(nullptr, crl.Encode(nullptr, sx_md_sha256));
   EXPECT_EQ(nullptr, crl.Encode(key.ours.get(), sx_md_md5));   // ECDSA has no such signature
   EXPECT_EQ(-1, crl.SetIssuer(sxDN()));
@@ -131,6 +151,15 @@ TEST(sxCRL_Encoder, MakesNoneThatWouldBeNone) {
   EXPECT_EQ(-1, crl.AddEntry(sxAsnInt(1), INT64_MIN));
   EXPECT_EQ(-1, crl.AddEntry(Entry({1}, 7)));
   EXPECT_EQ(-1, crl.AddEntry(sxRevokedEntry()));
+  const Octets one{1};
+  sxRevokedEntry odd = Entry(one);
+  odd.certIssuer = odd.serial;
+  odd.certIssuerLen = -5;
+  EXPECT_EQ(-1, crl.AddEntry(odd));
+  odd = Entry(one);
+  odd.isIssuerUnreadable = true;
+  EXPECT_EQ(-1, crl.AddEntry(odd));
+  EXPECT_EQ(-1, crl.AddEntry(sxAsnInt(1), kCrlTimeUnreadable));
   EXPECT_EQ(0, crl.GetSize());
 }
 
@@ -174,6 +203,117 @@ TEST(sxCRL_Encoder, ChangesACopyOfAnIndirectCrl) {
   EXPECT_EQ(0x06U, changed->IssuingDP()->SomeReasons());
   EXPECT_EQ(nullptr, changed->UnknownListExt());
   EXPECT_EQ(nullptr, changed->UnknownEntryExt());
+}
+
+void BecomeIndirect(sxCRL_Encoder &crl) {
+  sxIssuingDP scope((sxGeneralNames()));
+  scope.SetIndirectCRL(true);
+  EXPECT_EQ(0, crl.SetIssuingDP(&scope));
+}
+
+// What is lent moves when there is no more room.
+TEST(sxCRL_Encoder, TakesPartsOfItself) {
+  sxCRL_Encoder crl;
+  Begin(crl);
+  EXPECT_EQ(0, crl.SetIssuer(*crl.Issuer()));
+  EXPECT_TRUE(crl.Issuer()->Equal(sxDN("CN=ca,O=Example")));
+  BecomeIndirect(crl);
+  EXPECT_EQ(0, crl.SetIssuingDP(crl.IssuingDP()));
+  EXPECT_TRUE(crl.IsIndirect());
+  const sxDN b("CN=b");
+  unsigned char *name = nullptr;
+  int nameLen = 0;
+  ASSERT_EQ(0, b.DerEncode(&name, &nameLen));
+  for (int i = 1000; i < 2000; ++i) {
+    sxRevokedEntry entry;
+    ASSERT_EQ(1, crl.AddEntry(sxAsnInt(i), kTime));
+    ASSERT_TRUE(crl.FindEntry(nullptr, sxAsnInt(i), &entry));
+    entry.certIssuer = name;
+    entry.certIssuerLen = nameLen;
+    ASSERT_EQ(1, crl.AddEntry(entry));
+    ASSERT_TRUE(crl.FindEntry(&b, sxAsnInt(i), nullptr));
+  }
+}
+
+// Against a model: an issuer that stands at one entry holds for those behind it, whichever of them go.
+TEST(sxCRL_Encoder, AnIssuerOutlivesItsEntry) {
+  const TestKey key(false);
+  std::mt19937 random(20300101);
+  const sxDN names[] = {sxDN("CN=ca,O=Example"), sxDN("CN=b"), sxDN("CN=c")};
+  unsigned char *der[3] = {};
+  int derLen[3] = {};
+  for (int i = 1; i < 3; ++i) ASSERT_EQ(0, names[i].DerEncode(&der[i], &derLen[i]));
+  std::set<std::pair<int, int>> model;
+  sxCRL_Encoder first;
+  Begin(first);
+  BecomeIndirect(first);
+  CrlRef made(first.Encode(key.ours.get(), sx_md_sha256));
+  for (int round = 0; round < 20; ++round) {
+    sxCRL_Encoder crl(*made);
+    int issuer = 0;
+    for (int step = 0; step < 300; ++step) {
+      if (random() % 4 == 0) issuer = static_cast<int>(random() % 3);
+      const int serial = static_cast<int>(random() % 40);
+      const Octets octets{static_cast<unsigned char>(serial)};
+      sxRevokedEntry entry = Entry(octets);
+      entry.certIssuer = der[issuer];
+      entry.certIssuerLen = derLen[issuer];
+      if (random() % 2 == 0) {
+        ASSERT_EQ(model.insert({issuer, serial}).second ? 1 : 0, crl.AddEntry(entry));
+      } else {
+        ASSERT_EQ(model.erase({issuer, serial}) == 1 ? 0 : -1, crl.RemoveEntry(&names[issuer], sxAsnInt(serial)));
+      }
+    }
+    made.reset(crl.Encode(key.ours.get(), sx_md_sha256));
+    ASSERT_NE(nullptr, made);
+    for (const sxCRL *each : {static_cast<const sxCRL *>(&crl), static_cast<const sxCRL *>(made.get())}) {
+      ASSERT_EQ(static_cast<int>(model.size()), each->GetSize());
+      for (const auto &[of, number] : model) ASSERT_TRUE(each->FindEntry(&names[of], sxAsnInt(number), nullptr));
+    }
+  }
+}
+
+Octets Indirect(const std::string &entries, bool isIndirect = true) {
+  return TestCrlOf(entries, isIndirect ? "30{06{551d1c}0101ff04{30{84{ff}}}}" : "");
+}
+constexpr char kOfB[] = "30{06{551d1d}04{30{a4{30{31{30{06{550403}0c{\"b\"}}}}}}}}";
+std::string RevokedOf(int serial, const std::string &extensions) {
+  const std::string whole = extensions.empty() ? "" : "30{" + extensions + "}";
+  return "30{02{0" + std::to_string(serial) + "}17{\"300101000000Z\"}" + whole + "}";
+}
+
+TEST(sxCRL_Encoder, CopiesAllOfAnIndirectCrlOrNothing) {
+  const TestKey key(false);
+  const sxDN b("CN=b");
+  const sxAsnInt five(5);
+  // The entry that names the issuer gives way to a graver one.
+  const Octets der = Indirect(RevokedOf(5, std::string(kOfB) + "30{06{551d15}04{0a0106}}") + RevokedOf(6, "") +
+                              RevokedOf(5, "") + RevokedOf(7, ""));
+  const sxCRL crl(der.data(), static_cast<unsigned>(der.size()));
+  sxCRL_Encoder copy(crl);
+  EXPECT_EQ(3, copy.GetSize());
+  for (const int serial : {5, 6, 7}) EXPECT_TRUE(copy.FindEntry(&b, sxAsnInt(serial), nullptr)) << serial;
+  const CrlRef made(copy.Encode(key.ours.get(), sx_md_sha256));
+  ASSERT_NE(nullptr, made);
+  const std::string octets(made->GetBuf(), made->GetBuf() + made->BufLen()), oid("\x55\x1d\x1d");
+  EXPECT_EQ(octets.find(oid), octets.rfind(oid));   // named once, as it was
+  sxIssuingDP direct((sxGeneralNames()));
+  EXPECT_EQ(-1, copy.SetIssuingDP(&direct));
+  for (const int serial : {5, 6, 7}) EXPECT_EQ(0, copy.RemoveEntry(&b, sxAsnInt(serial)));
+  EXPECT_EQ(0, copy.SetIssuingDP(&direct));
+  EXPECT_FALSE(copy.IsIndirect());
+
+  const Octets unreadable = Indirect(RevokedOf(5, "30{06{551d1d}04{30{}}}"));
+  sxCRL_Encoder none(sxCRL(unreadable.data(), static_cast<unsigned>(unreadable.size())));
+  EXPECT_EQ(nullptr, none.Issuer());
+  EXPECT_NE(nullptr, strstr(none.Error().getstr(), "cannot be read"));
+  Begin(none);
+  EXPECT_EQ(nullptr, none.Encode(key.ours.get(), sx_md_sha256));
+
+  const Octets plain = Indirect(RevokedOf(5, kOfB), false);   // nobody understood the issuer so far
+  sxCRL_Encoder changed(sxCRL(plain.data(), static_cast<unsigned>(plain.size())));
+  EXPECT_EQ(-1, changed.SetIssuingDP(crl.IssuingDP()));
+  EXPECT_TRUE(changed.FindEntry(nullptr, five, nullptr));
 }
 
 struct Told {

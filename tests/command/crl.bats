@@ -43,9 +43,37 @@ crl() {
   [[ $output == *'not a reason'* ]]
   run -3 crl again --delta-base 1
   [[ $output == *'a delta CRL without a number'* ]]
+  run -3 crl again --from one.pem --number 1
+  [[ $output == *'is not larger than'* ]]
+  run -3 crl again --number "$(printf '7%.0s' {1..42})"
+  [[ $output == *'longer than 20 octets'* ]]
+  run -3 crl again --number 5 --delta-base 5
+  [[ $output == *'is not below'* ]]
+  run -2 crl again --revoke 05,,removeFromCRL
+  [[ $output == *'give --delta-base'* ]]
+  issue ca.of.others ca.of.others '/O=Example/CN=CA' 'basicConstraints = critical,CA:true'
+  "$KXCERT" crl new --issuer-cert ca.of.others.pem --key ca.of.others.key --next-update 2031-01-01 --out theirs.pem
+  run -3 crl again --from theirs.pem
+  [[ $output == *'is not signed with'* ]]
   run -3 "$KXCERT" crl new --issuer-cert ca.pem --key other.key --next-update 2031-01-01
   [[ $output == *'is not the key of the certificate'* ]]
   [ ! -e again.pem ]
+}
+
+@test "crl new keeps the scope of the CRL that it begins with" {
+  printf '%s\n' '[ca]' 'default_ca = c' '[c]' 'database = index' 'default_md = sha256' 'crl_extensions = e' '[e]' \
+    'issuingDistributionPoint = critical,@p' '[p]' 'fullname = URI:http://one/' 'onlysomereasons = keyCompromise' \
+    'onlyuser = TRUE' >gencrl.cnf
+  : >index
+  openssl ca -gencrl -config gencrl.cnf -cert ca.pem -keyfile ca.key -crldays 30 -out one.pem
+  run -0 crl ours --from one.pem --idp-uri http://two/
+  [[ $output == *'replaces its distribution point URI: http://one/'* ]]
+  run -0 openssl crl -in ours.pem -noout -text
+  [[ $output == *'http://two/'*'Only User'*'Key Compromise'* && $output != *'http://one/'* ]]
+  run -0 crl cas --from one.pem --only ca
+  [[ $output == *'--only replaces the kind'* ]]
+  run -0 openssl crl -in cas.pem -noout -text
+  [[ $output == *'http://one/'*'Only CA'*'Key Compromise'* && $output != *'Only User'* ]]
 }
 
 @test "crl verify tells which statement fails" {
@@ -56,6 +84,8 @@ crl() {
   [[ $output == *'FAILED  next update 2031-01-01'* ]]
   run -1 "$KXCERT" crl verify --issuer ca.pem --at '2029-12-31' one.pem
   [[ $output == *'FAILED  this update 2030-01-01'* ]]
+  run -1 "$KXCERT" crl verify --issuer ca.pem --at '2036-01-01' one.pem
+  [[ $output == *'FAILED  certificate in date, 2025-01-01'* ]]
   run -1 "$KXCERT" crl verify --issuer other.pem --at '2030-06-01' one.pem
   [[ $output == *'FAILED  issued by'* && $output == *'FAILED  signed with'* ]]
 }
@@ -74,6 +104,13 @@ crl() {
   crl delta --number 3 --delta-base 1 --only ca --revoke 05
   run -1 "$KXCERT" crl find delta.pem 06
   [[ $output == *'is a delta CRL'* && $output == *'CA certificates only'* && $output == *'does not mean'* ]]
+  crl again --from delta.pem --number 4 --unrevoke 05 --revoke 05,,removeFromCRL
+  run -0 "$KXCERT" crl find again.pem 05
+  [[ $output == *'removed from the list by this delta CRL'* ]]
+  base=$BATS_TEST_DIRNAME/../data/chain/crls/reason-8.pem
+  serial=$("$KXCERT" crl print --json "$base" | pick 'd["crls"][0]["entries"][0]["serial"]')
+  run -0 "$KXCERT" crl find "$base" "$serial"
+  [[ $output == *'belongs into delta CRLs only'* && $output != *'not revoked any more'* ]]
 }
 
 @test "crl print bounds what it lists" {

@@ -5,6 +5,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <stdexcept>
 
@@ -27,16 +29,6 @@ std::string Lines(const std::string &text) {
   std::string lines;
   for (const char c : text) lines += c == '\n' ? std::string("\r\n") : std::string(1, c);
   return lines;
-}
-
-bool Send(int socket, const std::string &octets) {
-  size_t sent = 0;
-  while (sent < octets.size()) {
-    const ssize_t now = send(socket, octets.data() + sent, octets.size() - sent, MSG_NOSIGNAL);
-    if (now <= 0) return false;
-    sent += static_cast<size_t>(now);
-  }
-  return true;
 }
 
 }  // namespace
@@ -66,6 +58,16 @@ BadServer::~BadServer() {
 std::string BadServer::Received() const {
   const std::lock_guard lock(m_mutex);
   return m_received;
+}
+
+bool BadServer::Send(int socket, const std::string &octets) const {
+  size_t sent = 0;
+  while (sent < octets.size()) {
+    const ssize_t now = send(socket, octets.data() + sent, octets.size() - sent, MSG_NOSIGNAL);
+    if (now <= 0 && (errno != EAGAIN || m_isStopping)) return false;
+    sent += static_cast<size_t>(std::max<ssize_t>(now, 0));
+  }
+  return true;
 }
 
 void BadServer::Accept() {

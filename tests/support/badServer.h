@@ -32,6 +32,7 @@ class BadServer {
  private:
   using Steps = std::vector<std::string>;
   void Accept();
+  bool Send(int socket, const std::string &octets) const;
   void Serve(int socket, const Steps &steps);
   bool Do(int socket, const std::string &step);
 

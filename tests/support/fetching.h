@@ -63,7 +63,7 @@ class Fetching {
   }
   std::string Get(const kxFetchRequest &request) {
     const std::string &outcome = Ask(request);
-    Wait();
+    RunUntil([&] { return !outcome.empty(); });
     return outcome;
   }
   std::string Get(const std::string &url) { return Get(Of(url)); }

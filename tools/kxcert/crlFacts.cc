@@ -60,7 +60,10 @@ void AddScopeLimits(const sxCRL &crl, std::vector<std::string> &limits) {
   if (scope.OnlyUserCerts()) limits.emplace_back("covers end-entity certificates only");
   if (scope.OnlyCACerts()) limits.emplace_back("covers CA certificates only");
   if (scope.OnlyAttributeCerts()) limits.emplace_back("covers attribute certificates only");
-  if (scope.HasOnlySomeReasons()) limits.push_back("covers these reasons only: " + Joined(SomeReasons(scope)));
+  if (scope.HasOnlySomeReasons()) {
+    const std::string reasons = Joined(SomeReasons(scope));
+    limits.push_back(reasons.empty() ? "covers no reason at all" : "covers these reasons only: " + reasons);
+  }
   if (crl.ScopeNames().Count() > 0) {
     limits.push_back("covers certificates of this distribution point: " + Joined(NameTexts(crl.ScopeNames())));
   }
@@ -71,6 +74,10 @@ void AddScopeLimits(const sxCRL &crl, std::vector<std::string> &limits) {
 std::vector<std::string> NameTexts(const sxGeneralNames &names) {
   std::vector<std::string> texts;
   for (int i = 0; i < names.Count(); ++i) {
+    if (names.Get(i)->GetType() == sxGN_error) {
+      texts.emplace_back("(a name of a kind that is not known, or that cannot be read)");
+      continue;
+    }
     SxStream name;
     names.Get(i)->Sprint(&name, 0);
     texts.push_back(VisibleLine(TrimEnd(name.Text())));

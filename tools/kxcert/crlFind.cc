@@ -21,12 +21,13 @@ struct Options {
   std::string issuer;
 };
 
-void Tell(const std::string &what, const sxRevokedEntry *entry, Report &report) {
+void Tell(const std::string &what, const sxCRL &crl, const sxRevokedEntry *entry, Report &report) {
   Facts facts = {{"asked", what}, {"found", entry != nullptr}};
   if (entry != nullptr) facts["entry"] = EntryFacts(*entry);
   report.Line(what + ": " + (entry != nullptr ? "in the list: " + EntryText(*entry) : "not in the list"));
   if (entry != nullptr && entry->reason == sxCrlReason_removeFromCRL) {
-    report.Line("  removed from the list by this delta CRL: not revoked any more");
+    report.Line(crl.IsDelta() ? "  removed from the list by this delta CRL: not revoked any more"
+                              : "  removeFromCRL, which belongs into delta CRLs only");
   }
   report.Document()["answers"].push_back(std::move(facts));
   if (entry == nullptr) report.Worsen(kExitNo);
@@ -40,7 +41,7 @@ void FindSerials(const Options &options, const sxCRL &crl, const sxDN *issuer, R
       continue;
     }
     sxRevokedEntry entry;
-    Tell(NumberText(*serial), crl.FindEntry(issuer, *serial, &entry) ? &entry : nullptr, report);
+    Tell(NumberText(*serial), crl, crl.FindEntry(issuer, *serial, &entry) ? &entry : nullptr, report);
   }
 }
 
@@ -53,7 +54,7 @@ void FindCerts(const std::string &file, const sxCRL &crl, Report &report) {
       continue;
     }
     sxRevokedEntry entry;
-    Tell(found.where + ", " + SerialText(cert), crl.FindEntry(cert, &entry) ? &entry : nullptr, report);
+    Tell(found.where + ", " + SerialText(cert), crl, crl.FindEntry(cert, &entry) ? &entry : nullptr, report);
   }
 }
 

@@ -22,6 +22,7 @@
 #include "logLines.h"
 #include "report.h"
 #include "timeText.h"
+#include "unknownParts.h"
 #include "verb.h"
 #include "visibleText.h"
 
@@ -76,14 +77,21 @@ std::string CheckRevocation(const std::string &text) {
   return ParseRevocation(text, &revocation);
 }
 
+// Whether it is the issuer's, so that what it says may be signed anew. @return false: a problem, which has been told
+bool IsTheirs(const FoundCrl &from, const sxCert &issuer, Report &report) {
+  if (!from.crl->Issuer()->Equal(*issuer.Subject())) {
+    report.Problem(kExitInputError, from.where, "is of another issuer: " + NameText(from.crl->Issuer()));
+    return false;
+  }
+  if (from.crl->VerifySig(issuer.PubKey()) == 0) return true;
+  return report.Problem(kExitInputError, from.where, "is not signed with the certificate's key"), false;
+}
+
 // The fields that were given, over those of the older CRL. @return false: a problem, which has been told
 bool SetFields(const Options &options, const sxCert &issuer, const sxCRL *from, sxCRL_Encoder &crl, Report &report) {
   int64_t thisUpdate = kxClock_Now(), nextUpdate = 0;
   if (!options.thisUpdate.empty()) ParseTime(options.thisUpdate, &thisUpdate);
   ParseTime(options.nextUpdate, &nextUpdate);
-  if (from != nullptr && !crl.Issuer()->Equal(*issuer.Subject())) {
-    return report.Problem(kExitInputError, options.from, "is of another issuer: " + NameText(crl.Issuer())), false;
-  }
   if (from == nullptr && crl.SetIssuer(*issuer.Subject()) != 0) return false;
   if (crl.SetThisUpdate(thisUpdate) != 0 || crl.SetNextUpdate(nextUpdate) != 0) return false;
   if (from != nullptr && from->Number() != nullptr && options.number.empty()) {
@@ -99,17 +107,35 @@ bool SetFields(const Options &options, const sxCert &issuer, const sxCRL *from, 
   return crl.SetAuthorityKeyId(&keyId) == 0;
 }
 
-bool SetScope(const Options &options, sxCRL_Encoder &crl) {
+// What was given goes over the scope of the older CRL, the rest of which stays. @return false: told, here or in the log
+bool SetScope(const Options &options, sxCRL_Encoder &crl, Report &report) {
   if (options.points.empty() && options.only == kAllCerts) return true;
+  if (crl.UnknownListExt() != nullptr) {  // its scope may be what is not understood
+    report.Problem(kExitInputError, options.from,
+                   "has an extension that is not understood (" + OidText(*crl.UnknownListExt()) +
+                       "): its scope cannot be changed");
+    return false;
+  }
+  sxIssuingDP scope = crl.IssuingDP() != nullptr ? *crl.IssuingDP() : sxIssuingDP(sxGeneralNames());
   sxGeneralNames names;
   for (const std::string &point : options.points) {
     const sxGeneralName name(sxGN_uri, point.data(), static_cast<int>(point.size()));
     names.Add(&name);
   }
-  sxIssuingDP scope(names);
-  scope.SetOnlyUserCerts(options.only == kUserCerts);
-  scope.SetOnlyCACerts(options.only == kCACerts);
-  scope.SetOnlyAttributeCerts(options.only == kAttributeCerts);
+  if (!options.points.empty()) {
+    for (const std::string &text : NameTexts(crl.ScopeNames())) {
+      report.Note(options.from, "--idp-uri replaces its distribution point " + text);
+    }
+    scope.SetFullName(names);
+  }
+  if (options.only != kAllCerts) {
+    if (scope.OnlyUserCerts() || scope.OnlyCACerts() || scope.OnlyAttributeCerts()) {
+      report.Note(options.from, "--only replaces the kind of certificates that it covers");
+    }
+    scope.SetOnlyUserCerts(options.only == kUserCerts);
+    scope.SetOnlyCACerts(options.only == kCACerts);
+    scope.SetOnlyAttributeCerts(options.only == kAttributeCerts);
+  }
   return crl.SetIssuingDP(&scope) == 0;
 }
 
@@ -133,6 +159,9 @@ bool ChangeEntries(const Options &options, sxCRL_Encoder &crl, Report &report) {
   for (const std::string &text : options.revoke) {
     Revocation revocation;
     ParseRevocation(text, &revocation);
+    if (revocation.reason == sxCrlReason_removeFromCRL && !crl.IsDelta()) {
+      return report.Problem(kExitUsage, text, "only a delta CRL removes an entry: give --delta-base"), false;
+    }
     const std::vector<unsigned char> octets = ContentOf(*revocation.serial);
     sxRevokedEntry entry;
     entry.serial = octets.data();
@@ -173,14 +202,18 @@ void Run(const Options &options, Report &report) {
   FoundCrl from;
   if (!options.from.empty()) {
     from = ReadOneCrl(options.from, report);
-    if (from.crl == nullptr) return;
+    if (from.crl == nullptr || !IsTheirs(from, issuer, report)) return;
   }
   const LogLines log;
   const auto crl = from.crl == nullptr ? std::make_unique<sxCRL_Encoder>() : std::make_unique<sxCRL_Encoder>(*from.crl);
+  if (from.crl != nullptr && crl->Issuer() == nullptr) {
+    return report.Problem(kExitInputError, from.where, "cannot be copied" + log.Reason());
+  }
   const bool isSet = SetFields(options, issuer, from.crl.get(), *crl, report) && ChangeEntries(options, *crl, report);
-  if (!isSet && report.Worst() != kExitYes) return;  // it has been told
+  const bool isScoped = isSet && SetScope(options, *crl, report);
+  if (report.Worst() != kExitYes) return;  // it has been told
   CrlRef made;
-  if (isSet && SetScope(options, *crl)) made.reset(crl->Encode(key.key.get(), static_cast<sx_md_type>(options.digest)));
+  if (isScoped) made.reset(crl->Encode(key.key.get(), static_cast<sx_md_type>(options.digest)));
   if (made == nullptr) return report.Problem(kExitInputError, key.where, "no CRL can be made" + log.Reason());
   Write(*made, options, report);
 }

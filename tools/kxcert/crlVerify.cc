@@ -55,6 +55,12 @@ void CheckIssuer(const sxCRL &crl, const sxCert &issuer, Statements &statements)
   }
 }
 
+void CheckCertificate(const sxCert &issuer, int64_t now, Statements &statements) {
+  const bool isReadable = issuer.notBefore() != kCrlTimeUnreadable;
+  statements.Tell(isReadable && issuer.notBefore() <= now && now <= issuer.notAfter(),
+                  "certificate in date, " + ValidityText(issuer));
+}
+
 void CheckTimes(const sxCRL &crl, int64_t now, Statements &statements) {
   const bool isReadable = crl.ThisUpdate() != kCrlTimeUnreadable;
   statements.Tell(isReadable && crl.ThisUpdate() <= now, "this update " + CrlTimeText(crl.ThisUpdate()));
@@ -79,6 +85,7 @@ void Run(const Options &options, Report &report) {
   if (found.crl == nullptr) return;
   Statements statements(report);
   CheckIssuer(*found.crl, *issuer.cert, statements);
+  CheckCertificate(*issuer.cert, now, statements);
   CheckTimes(*found.crl, now, statements);
   CheckUnderstood(*found.crl, statements);
   report.Document()["input"] = found.where;

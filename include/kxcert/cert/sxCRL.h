@@ -7,6 +7,8 @@
 /// Nothing here judges. A CRL may be out of its time, of another scope, forged; one that has an unknown
 /// critical extension says so and must not be used to call a certificate good.
 ///
+/// Whose signature algorithms inside and outside differ is none (RFC 5280, 5.1.1.2).
+///
 ///   CertificateList ::= SEQUENCE { tbsCertList, signatureAlgorithm, signature }
 #ifndef KXCERT_CERT_SXCRL_H_
 #define KXCERT_CERT_SXCRL_H_
@@ -27,8 +29,8 @@ class sxExtKeyID;
 class sxGeneralNames;
 class sxIssuingDP;
 
-/// What a time is that is there and cannot be read (certTime.h). Whoever judges refuses it: as a thisUpdate it
-/// would lie in the past, and so would seem fine.
+/// What a time is that is there and cannot be read, or does not exist: 30 February, 24 o'clock. Whoever judges refuses
+/// it: as a thisUpdate it would lie in the past, and so would seem fine.
 constexpr int64_t kCrlTimeUnreadable = -1;
 
 /// CRLReason (RFC 5280, 5.3.1).

@@ -212,6 +212,7 @@ class KXCERT_EXPORT sxIssuingDP : public sxExtension {
   bool HasOnlySomeReasons() const;   ///< the CRL covers some reasons only
   unsigned int SomeReasons() const;  ///< these: bit n is ReasonFlags bit n; else 0
 
+  void SetFullName(const sxGeneralNames &fullName);  ///< also instead of a relative name
   void SetOnlyUserCerts(bool on);
   void SetOnlyCACerts(bool on);
   void SetOnlyAttributeCerts(bool on);

@@ -7,9 +7,10 @@
 ///
 /// All transfers of a service run on one thread of its own, which starts with the first request, so that no loop of
 /// an asker is held. Equal requests (URL, body and its type, version) share one transfer, whatever environments they
-/// come from. It lives at most as long as the longest time limit of those that joined (and kMaxFetchMs), and brings at
-/// most what the largest octet limit of theirs says; each asker's own limits hold besides. It is broken off when the
-/// last one cancels. What fails is not asked again for a while that grows.
+/// come from. At each moment it has the longest time limit of those who wait for it (and kMaxFetchMs) and their largest
+/// octet limit; each asker's own limits hold besides. It is broken off when the last one cancels. What fails is not
+/// asked again for a while that grows; that an asker's time ran out is no failure unless the server had 4.5 seconds,
+/// or, while there is no connection, as many as connectTimeoutMs says when these are fewer.
 ///
 /// What is asked:
 /// - http, https: GET, or POST when the request has a body. Answers are 200, and 304 when the asker named a version;
@@ -46,6 +47,7 @@ constexpr size_t kMaxFetchHeaderLen = 1U << 20;
 constexpr size_t kMaxFetchLdapServers = 8;
 constexpr size_t kMaxFetchFailures = 65'536;
 constexpr int kMaxFetchPauseMs = 86'400'000;
+constexpr size_t kMaxFetchOctets = SIZE_MAX / 2;
 
 struct kxFetchSettings {
   std::vector<std::string> schemes = {"http", "https", "ldap", "ldaps"};  ///< those that may be asked
@@ -66,10 +68,13 @@ struct kxFetchSettings {
   int maxTransfersPerHost = 4;    ///< of these
   int maxWaiting = 256;           ///< transfers that wait for their turn, which counts into their time limit
   int maxAskers = 16'384;         ///< requests that are not answered
-  int connectTimeoutMs = 10'000;  ///< within the request's own
+  int connectTimeoutMs = 10'000;  ///< with looking up the name and TLS; within the request's own
   int firstPauseMs = 5'000;       ///< after a failure; doubles with each further one
   int longestPauseMs = 600'000;   ///< up to this
   size_t maxFailures = 4'096;     ///< that are remembered; the one that was asked for longest ago goes first
+  /// Octets of all answers that are being received together; an answer that would go beyond fails, and may be asked for
+  /// again at once. From a directory, one more message of its may be there while its values are taken out.
+  size_t maxOctets = size_t{256} << 20;
 };
 
 /// Since the service was made.

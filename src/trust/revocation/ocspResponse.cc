@@ -6,7 +6,6 @@
 #include "cert/plainCert.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnOid.h"
-#include "kxcert/cert/certTime.h"
 #include "trust/revocation/ocspOids.h"
 
 namespace {
@@ -22,7 +21,7 @@ bool TakeSmall(sxDerReader &from, int tag, int *number) {
 bool TakeTime(sxDerReader &from, int64_t *seconds) {
   sxOctetView text;
   if (!from.Take(kDerGeneralizedTime, &text)) return false;
-  *seconds = sxGeneralTime2time(text.data(), sxLen(text));
+  *seconds = sxTimeSeconds({kDerGeneralizedTime, text});
   return *seconds >= 0;
 }
 

@@ -82,6 +82,7 @@ TEST(PasswordBased, DerivesKeysOfTheLengthThatIsSaid) {
   kxBinBuf out("was", 3);
   EXPECT_EQ(sxPbe_malformed, sxPbe_DeriveKey(plain, Bytes("password"), 0, out));
   EXPECT_EQ(sxPbe_malformed, sxPbe_DeriveKey(said, Bytes("password"), 21, out));
+  EXPECT_EQ(sxPbe_tooCostly, sxPbe_DeriveKey(plain, Bytes("password"), kMaxPbeDerivedLen + 1, out));
   EXPECT_EQ(3U, out.Len());
   for (const Octets &algorithm : {plain, said}) {
     EXPECT_EQ(sxPbe_ok, sxPbe_DeriveKey(algorithm, Bytes("password"), algorithm == said ? 0 : 20, out));

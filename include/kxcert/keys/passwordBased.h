@@ -29,6 +29,7 @@ constexpr uint64_t kMaxPbeIterations = 10'000'000;
 constexpr uint64_t kMaxPbeScryptMemory = uint64_t{1} << 26;
 constexpr size_t kMaxPbeSaltLen = 1024;                ///< octets, at least one; PBES1 has 8 (RFC 8018, A.3)
 constexpr size_t kMaxPbePasswordLen = 4096;            ///< octets
+constexpr size_t kMaxPbeDerivedLen = 128;              ///< octets of a key: each digest of it has all the iterations
 constexpr size_t kMaxPbeContentLen = size_t{1} << 28;  ///< octets
 constexpr int kUsualPbeIterations = 50'000;            ///< of what is written, unless asked for otherwise
 
@@ -78,7 +79,7 @@ KXCERT_EXPORT int sxPbe_Encrypt(const sxPbeSettings &settings, sxPbeOctets plain
                                 kxBinBuf &algorithm, kxBinBuf &out);
 
 /// The octets that PBKDF2 or scrypt makes of a password, as its AlgorithmIdentifier says (RFC 8018, A.2; RFC 7914, 7).
-/// @param keyLen  octets; 0: as many as the parameters' keyLength says, which else must not differ
+/// @param keyLen  octets, kMaxPbeDerivedLen at most; 0: as many as the parameters' keyLength says, which else must not differ
 /// @param[out] out  sensitive; unchanged on failure
 /// @return as sxPbe_Decrypt
 KXCERT_EXPORT int sxPbe_DeriveKey(sxPbeOctets algorithm, sxPbeOctets password, size_t keyLen, kxBinBuf &out,
@@ -91,7 +92,7 @@ enum sxPkcs12Purpose : int { sxPkcs12_key = 1, sxPkcs12_iv = 2, sxPkcs12_mac = 3
 /// @param digest     content octets of the digest's object identifier: SHA-1, SHA-2, MD5
 /// @param bmp        the password as sxPbe_BmpPassword makes it; no octets for no password
 /// @param iterations 1 to kMaxPbeIterations
-/// @param keyLen     1 to kMaxPbePasswordLen
+/// @param keyLen     1 to kMaxPbeDerivedLen
 /// @param[out] out   sensitive; unchanged on failure
 /// @return as sxPbe_Decrypt
 KXCERT_EXPORT int sxPbe_Pkcs12Key(sxPbeOctets digest, sxPkcs12Purpose purpose, sxPbeOctets bmp, sxPbeOctets salt,

@@ -151,7 +151,8 @@ int sxPbe_DeriveKey(sxPbeOctets algorithm, sxPbeOctets password, size_t keyLen, 
   const auto derive = [&] {
     if (!CheckPbePassword(password, &failure) || !ReadPbeDerivation(algorithm, &derivation, &failure)) return false;
     const uint64_t len = keyLen == 0 ? derivation.keyLen : keyLen;
-    if (len == 0 || len > kMaxPbePasswordLen || (derivation.keyLen != 0 && derivation.keyLen != len)) {
+    if (len > kMaxPbeDerivedLen) return failure.Set(sxPbe_tooCostly, "the length of the key");
+    if (len == 0 || (derivation.keyLen != 0 && derivation.keyLen != len)) {
       return failure.Set(sxPbe_malformed, "the length of the key");
     }
     return DerivePbeOctets(derivation, password, static_cast<size_t>(len), &key, &failure);
@@ -167,7 +168,8 @@ int sxPbe_Pkcs12Key(sxPbeOctets digest, sxPkcs12Purpose purpose, sxPbeOctets bmp
   kxBinBuf key;
   const auto derive = [&] {
     if (derivation.digest == nullptr) return failure.Set(sxPbe_unsupported, PbeOidText(digest));
-    if (keyLen == 0 || keyLen > kMaxPbePasswordLen) return failure.Set(sxPbe_malformed, "the length of the key");
+    if (keyLen > kMaxPbeDerivedLen) return failure.Set(sxPbe_tooCostly, "the length of the key");
+    if (keyLen == 0) return failure.Set(sxPbe_malformed, "the length of the key");
     if (bmp.size() > 2 * kMaxPbePasswordLen + 2) return failure.Set(sxPbe_failed, "the password is too long");
     return CheckPbeIterations(iterations, &failure) && CheckPbeSalt(salt, &failure) &&
            DerivePkcs12Octets(derivation, purpose, bmp, keyLen, &key, &failure);

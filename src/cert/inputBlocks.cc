@@ -16,6 +16,7 @@ namespace {
 constexpr std::string_view kHexPrefix = "{ASN}";
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kProcType = "Proc-Type:";
+constexpr std::string_view kDekInfo = "DEK-Info:";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors put it before UTF-8 text
@@ -92,13 +93,18 @@ bool SplitHeaders(std::string_view &body, std::string_view *headers) {
   return true;
 }
 
-// "Proc-Type: 4,ENCRYPTED" (RFC 1421, 4.6.1.1); other headers may say what they like.
-bool IsEncrypted(std::string_view headers) {
-  const size_t field = FindLine(headers, kProcType, 0);
-  if (field == kNone) return false;
-  const std::string_view line = headers.substr(field, headers.find('\n', field) - field);
-  return line.find("ENCRYPTED") != kNone;
+// The value of a header, without the blanks around it; empty when there is none.
+std::string_view HeaderValue(std::string_view headers, std::string_view name) {
+  const size_t field = FindLine(headers, name, 0);
+  if (field == kNone) return {};
+  std::string_view value = headers.substr(field, headers.find('\n', field) - field);
+  value = AfterBlanks(value.substr(name.size()));
+  while (!value.empty() && IsBlank(value.back())) value.remove_suffix(1);
+  return value;
 }
+
+// "Proc-Type: 4,ENCRYPTED" (RFC 1421, 4.6.1.1); other headers may say what they like.
+bool IsEncrypted(std::string_view headers) { return HeaderValue(headers, kProcType).find("ENCRYPTED") != kNone; }
 
 }  // namespace
 
@@ -197,6 +203,7 @@ void sxInputBlocks_imp::ReadBody(std::string_view body, sxInputBlock &block) {
     return;
   }
   block.encrypted = IsEncrypted(headers);
+  if (block.encrypted) block.dekInfo = PrintableLabel(HeaderValue(headers, kDekInfo));
   block.octets = m_decoded;
 }
 

@@ -7,6 +7,7 @@
 
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCerts.h"
+#include "kxcert/keys/encryptedKeys.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "loadObjects.h"
 #include "platform/files.h"
@@ -64,6 +65,9 @@ class sxLoadReader {
   void TakeElements(const sxInputBlock &block);
   void TakeSet(const sxInputBlock &block);
   void TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item);
+  void TakeEncrypted(sxShape inside, const std::string &dekInfo, sxOctetView octets, sxLoadItem item);
+  int Decrypt(const std::string &dekInfo, sxOctetView octets, const sxLoadPlace &place, kxBinBuf *plain,
+              std::string *why);
   void TakeContainer(sxOctetView octets, const sxLoadItem &container);
   void TakeMembers(sxShape shape, sxOctetView set, const sxLoadItem &container, int *member);
   // Of octets that stand in the file as they are; others stand where their block does.
@@ -106,7 +110,7 @@ void sxLoadReader::Take(const sxInputBlock &block) {
   } else {
     if (!block.encrypted) return TakeOne(shape, block.octets, std::move(item));
     if (item.kind == sxLoadKind::kPrivateKey) {
-      return TakeOne(sxShape::kEncryptedInfo, block.octets, std::move(item));
+      return TakeEncrypted(shape, block.dekInfo, block.octets, std::move(item));
     }
     sxSkipItem(item, sxLoadSkip::kBroken, "the PEM block is encrypted");
   }
@@ -140,8 +144,43 @@ void sxLoadReader::TakeSet(const sxInputBlock &block) {
 
 void sxLoadReader::TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item) {
   if (shape == sxShape::kPkcs7) return TakeContainer(octets, item);
+  if (shape == sxShape::kEncryptedInfo) return TakeEncrypted(sxShape::kPrivateInfo, "", octets, std::move(item));
   sxLoadObject(shape, octets, m_loader.m_wanted, item);
   m_items.push_back(std::move(item));
+}
+
+// @param inside   what it is when it is decrypted
+// @param dekInfo  of a block whose headers say how it is encrypted; else the octets themselves do
+void sxLoadReader::TakeEncrypted(sxShape inside, const std::string &dekInfo, sxOctetView octets, sxLoadItem item) {
+  kxBinBuf plain;
+  std::string why;
+  if ((m_loader.m_wanted & sxLoad_keys) == 0) {
+    sxLoadObject(sxShape::kEncryptedInfo, octets, m_loader.m_wanted, item);
+  } else if (m_loader.m_askPassword && m_loader.m_numDecryptions == kMaxLoadDecryptions) {
+    item.kind = sxLoadKind::kPrivateKey;
+    sxSkipItem(item, sxLoadSkip::kTooMuch, TooMuch("encrypted keys", kMaxLoadDecryptions));
+  } else if (item.decryption = Decrypt(dekInfo, octets, item.place, &plain, &why); item.decryption == sxPbe_ok) {
+    sxLoadObject(inside, {plain.Data(), plain.Len()}, m_loader.m_wanted, item);
+  } else {
+    item.kind = sxLoadKind::kPrivateKey;
+    const bool isAsked = item.decryption == sxPbe_needsPassword;
+    sxSkipItem(item, sxLoadSkip::kEncrypted,
+               (isAsked ? "the private key is encrypted; " : "the private key cannot be decrypted: ") + why);
+  }
+  m_items.push_back(std::move(item));
+}
+
+int sxLoadReader::Decrypt(const std::string &dekInfo, sxOctetView octets, const sxLoadPlace &place, kxBinBuf *plain,
+                          std::string *why) {
+  kxBinBuf password;
+  password.SetSensitive(true);
+  *why = sxPbe_ResultText(sxPbe_needsPassword);
+  if (!m_loader.m_askPassword || !m_loader.m_askPassword(place, password)) return sxPbe_needsPassword;
+  ++m_loader.m_numDecryptions;
+  static constexpr unsigned char kNothing = 0;  // the empty password is one, too
+  const sxOctetView secret(password.IsEmpty() ? &kNothing : password.Data(), password.Len());
+  return dekInfo.empty() ? sxDecryptKeyInfo(octets, secret, *plain, why)
+                         : sxDecryptPemKey(dekInfo, octets, secret, *plain, why);
 }
 
 void sxLoadReader::TakeContainer(sxOctetView octets, const sxLoadItem &container) {

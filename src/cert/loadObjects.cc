@@ -229,7 +229,7 @@ void sxLoadObject(sxShape shape, sxOctetView octets, unsigned wanted, sxLoadItem
     return sxSkipItem(item, sxLoadSkip::kUnwanted, std::string(sxShapeName(shape)) + "; not asked for");
   }
   if (shape == sxShape::kEncryptedInfo) {
-    return sxSkipItem(item, sxLoadSkip::kEncrypted, "the private key is encrypted, which is not read here");
+    return sxSkipItem(item, sxLoadSkip::kNotDecoded, "an encrypted private key within an encrypted one");
   }
   if (isCert) return LoadCert(octets, item);
   return isCrl ? LoadCrl(octets, item) : LoadKey(shape, octets, item);

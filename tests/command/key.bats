@@ -25,3 +25,11 @@ setup() {
   for kind in 'ec P-256' 'ec P-384' 'ec P-521'; do theirs='' play keyDerive; done
   for kind in 'dh 2' 'dh 14' 'dh 24'; do theirs='-pkeyopt dh_pad:1' play keyDerive; done
 }
+
+@test "key: encrypted, in and out of what openssl makes" {
+  for key in rsa2048 p384-a; do
+    file=$keys/$key.pem kind=rsa traditional=-traditional
+    [ $key = rsa2048 ] || kind=ec traditional=
+    play keyEncrypted
+  done
+}

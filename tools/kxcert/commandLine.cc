@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <type_traits>
 
@@ -35,7 +36,13 @@ class OptionAdder {
     option->transform(CLI::CheckedTransformer(values).description("(" + names + ")"))->option_text(m_row.choiceName);
   }
 
-  void operator()(std::string *text) const { Add(*text); }
+  void operator()(std::string *text) const {
+    if (std::strchr(m_row.name, '{') == nullptr) {
+      Add(*text);
+    } else {
+      m_app.add_flag(m_row.name, *text, m_row.help)->check(CLI::Validator(m_row.check, "", ""));
+    }
+  }
 
   void operator()(std::vector<std::string> *texts) const {
     CLI::Option *const option = Add(*texts);

@@ -11,6 +11,7 @@
 #include "input.h"
 #include "keyInput.h"
 #include "keyOutput.h"
+#include "keyPassword.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCRL_Encoder.h"
 #include "kxcert/cert/sxDN.h"
@@ -32,6 +33,7 @@ enum Form : int { kDer, kPem };
 enum Only : int { kAllCerts, kUserCerts, kCACerts, kAttributeCerts };
 
 struct Options {
+  std::string password;
   std::string issuer, key, from;
   std::vector<std::string> revoke, unrevoke, points;
   std::string thisUpdate, nextUpdate, number, deltaBase;
@@ -192,7 +194,7 @@ void Run(const Options &options, Report &report) {
   const FoundCert found = ReadOneCert(options.issuer, report);
   if (found.cert == nullptr) return;
   const sxCert &issuer = *found.cert;
-  const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report);
+  const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report, options.password);
   if (key.key == nullptr) return;
   if (sxPubKey_Equal(issuer.PubKey(), key.key.get()) == 0) {
     return report.Problem(kExitInputError, key.where, "is not the key of the certificate");
@@ -223,6 +225,7 @@ Verb CrlNew() {
   Verb verb = {
       {{"--issuer-cert", "certificate of the one who issues it", &options->issuer, true},
        {"--key", "the certificate's private key", &options->key, true},
+       PasswordRow(options->password),
        {"--next-update", "until when it holds", &options->nextUpdate, true, CheckTime},
        {"--from", "CRL of the same issuer to begin with", &options->from},
        {"--revoke", "SERIAL[,TIME[,REASON]], the number in hexadecimal; may be repeated", &options->revoke, false,

@@ -11,6 +11,7 @@
 #include "input.h"
 #include "keyInput.h"
 #include "keyOutput.h"
+#include "keyPassword.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/inputBlocks.h"
@@ -31,6 +32,7 @@ constexpr int kNumKeyUsages = 9;
 enum Form : int { kDer, kPem };
 
 struct Options {
+  std::string keyPassword;
   std::string key;
   std::string subject;
   std::string from;
@@ -195,7 +197,7 @@ void Write(const kxBinBuf &der, const Options &options, Report &report) {
 }
 
 void Run(const Options &options, Report &report) {
-  const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report);
+  const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report, options.keyPassword);
   sxCertTemplate wanted;
   if (key.key == nullptr || !MakeTemplate(options, key.key.get(), wanted, report)) return;
   kxBinBuf password;
@@ -226,6 +228,7 @@ Verb CrmfNew() {
   const auto options = std::make_shared<Options>();
   Verb verb = {
       {{"--key", "private key: PEM, DER or an attribute set; the certificate is for it", &options->key, true},
+       PasswordRow(options->keyPassword, "--key-password"),
        {"--subject", "name, as text or DER in hexadecimal", &options->subject},
        {"--from", "certificate or PKCS #10 request to take subject and extensions from", &options->from},
        {"--san", "DNS:, IP:, EMAIL: or URI: and an alternative name; may be repeated", &options->altNames, false,

@@ -12,6 +12,7 @@
 #include "keyFacts.h"
 #include "keyInput.h"
 #include "keyOutput.h"
+#include "keyPassword.h"
 #include "kxcert/signedfile/fileSign.h"
 #include "kxcert/signedfile/fileSignVerify.h"
 #include "logLines.h"
@@ -26,6 +27,7 @@ constexpr size_t kChunk = 65536;
 struct Options {
   std::string file;
   std::string key;
+  std::string password;
   std::string sigFile;
   std::string oldFile;
   std::string out;
@@ -40,8 +42,8 @@ std::string CheckSignedTime(const std::string &text) {
   return ParseTime(text, &seconds) && seconds == 0 ? "a time of zero is not signed" : CheckTime(text);
 }
 
-FoundKey ReadFittingKey(const std::string &path, KeyPart part, Report &report) {
-  FoundKey found = ReadKey(path, part, report);
+FoundKey ReadFittingKey(const Options &options, KeyPart part, Report &report) {
+  FoundKey found = ReadKey(options.key, part, report, options.password);
   if (found.key == nullptr || fsg_key_fits(found.key.get(), part == KeyPart::kPrivate)) return found;
   report.Problem(kExitInputError, found.where, KeyName(*found.key) + "; files are signed with keys of secp521r1");
   found.key.reset();
@@ -52,7 +54,7 @@ void Sign(const Options &options, Report &report) {
   if (!options.sigFile.empty() && !options.out.empty()) {
     return report.Problem(kExitUsage, "", "--sig and --out are two places for one signature");
   }
-  const FoundKey found = ReadFittingKey(options.key, KeyPart::kPrivate, report);
+  const FoundKey found = ReadFittingKey(options, KeyPart::kPrivate, report);
   if (found.key == nullptr) return;
   int64_t seconds = std::time(nullptr);
   if (!options.at.empty() && !ParseTime(options.at, &seconds)) return;
@@ -136,7 +138,7 @@ void Verify(const Options &options, Report &report) {
   }
   if (!CanBeRead(paths, false, report)) return;
   if (!options.key.empty()) {
-    found = ReadFittingKey(options.key, KeyPart::kAny, report);
+    found = ReadFittingKey(options, KeyPart::kAny, report);
     if (found.key == nullptr) return;
   }
   const int rc = VerifyFile(options, found.key.get());
@@ -155,6 +157,7 @@ Verb FileSignVerb() {
   const auto options = std::make_shared<Options>();
   return {{{"FILE", "the file; without --sig a text, which gets the signature at its head", &options->file, true},
            {"--key", "a private key of P-521, as attribute set, PEM or DER", &options->key, true},
+           PasswordRow(options->password),
            {"--sig", "write the signature to this file instead", &options->sigFile},
            {"--out", "write the signed text to this file, and leave FILE as it is", &options->out},
            {"--at", "sign as of this time", &options->at, false, CheckSignedTime},

@@ -5,6 +5,7 @@
 #include "keyFacts.h"
 #include "keyInput.h"
 #include "keyOutput.h"
+#include "keyPassword.h"
 #include "report.h"
 #include "verb.h"
 
@@ -14,14 +15,19 @@ struct Options {
   std::string file;
   int form = kKeyForm_pem;
   bool publicOnly = false;
+  std::string password;
+  EncryptOptions encrypt;
   OutputOptions output;
 };
 
 void Run(const Options &options, Report &report) {
-  const FoundKey found = ReadKey(options.file, KeyPart::kAny, report);
+  const FoundKey found = ReadKey(options.file, KeyPart::kAny, report, options.password);
   if (found.key == nullptr) return;
   const bool privatePart = found.isPrivate && !options.publicOnly;
-  if (!WriteKey(*found.key, privatePart, static_cast<KeyForm>(options.form), options.output, report)) return;
+  const auto form = static_cast<KeyForm>(options.form);
+  KeyProtection protection;
+  if (!ReadProtection(options.encrypt, privatePart && form != kKeyForm_set, protection, report)) return;
+  if (!WriteKey(*found.key, privatePart, form, options.output, report, &protection)) return;
   report.Document()["key"] = KeyFacts(*found.key, privatePart);
 }
 
@@ -31,7 +37,9 @@ Verb KeyConvert() {
   const auto options = std::make_shared<Options>();
   std::vector<OptionRow> rows = {{"FILE", "the key; - is standard input", &options->file, true},
                                  FormRow(options->form),
-                                 {"--public", "write the public part of a private key", &options->publicOnly}};
+                                 {"--public", "write the public part of a private key", &options->publicOnly},
+                                 PasswordRow(options->password)};
+  std::ranges::move(EncryptRows(options->encrypt), std::back_inserter(rows));
   std::ranges::move(OutputRows(options->output), std::back_inserter(rows));
   return {std::move(rows), [options](Report &report) { Run(*options, report); }};
 }

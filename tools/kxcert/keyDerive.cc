@@ -5,6 +5,7 @@
 #include "keyFacts.h"
 #include "keyInput.h"
 #include "keyOutput.h"
+#include "keyPassword.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/keyExchange.h"
 #include "report.h"
@@ -15,6 +16,7 @@ namespace {
 struct Options {
   std::string key;
   std::string peer;
+  std::string password;
   OutputOptions output;
 };
 
@@ -27,7 +29,7 @@ const char *WhyNone(int rc) {
 }
 
 void Run(const Options &options, Report &report) {
-  const FoundKey own = ReadKey(options.key, KeyPart::kPrivate, report);
+  const FoundKey own = ReadKey(options.key, KeyPart::kPrivate, report, options.password);
   const FoundKey peer = ReadKey(options.peer, KeyPart::kAny, report);
   if (own.key == nullptr || peer.key == nullptr) return;
   kxBinBuf secret;
@@ -44,7 +46,8 @@ void Run(const Options &options, Report &report) {
 Verb KeyDerive() {
   const auto options = std::make_shared<Options>();
   std::vector<OptionRow> rows = {{"--key", "the own private key, EC or Diffie-Hellman", &options->key, true},
-                                 {"--peer", "the other's public key", &options->peer, true}};
+                                 {"--peer", "the other's public key", &options->peer, true},
+                                 PasswordRow(options->password)};
   std::ranges::move(OutputRows(options->output), std::back_inserter(rows));
   return {std::move(rows), [options](Report &report) { Run(*options, report); }};
 }

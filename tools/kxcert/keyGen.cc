@@ -6,6 +6,7 @@
 #include "keyFacts.h"
 #include "keyInput.h"
 #include "keyOutput.h"
+#include "keyPassword.h"
 #include "kxcert/keys/dhGroups.h"
 #include "kxcert/keys/kxDhKey.h"
 #include "kxcert/keys/kxECDSA.h"
@@ -27,6 +28,7 @@ struct Options {
   std::string kind;
   std::string size;
   int form = kKeyForm_pem;
+  EncryptOptions encrypt;
   OutputOptions output;
 };
 
@@ -91,6 +93,9 @@ std::string CheckKind(const std::string &name) {
 }
 
 void Run(const Options &options, Report &report) {
+  KeyProtection protection;
+  const bool hasForm = options.form != kKeyForm_set;
+  if (!ReadProtection(options.encrypt, hasForm, protection, report)) return;  // before what may take long
   KeyRef key;
   std::string reason;
   {
@@ -102,7 +107,7 @@ void Run(const Options &options, Report &report) {
     if (report.Worst() == kExitYes) report.Problem(kExitInternal, "", "no key was made" + reason);
     return;
   }
-  if (!WriteKey(*key, true, static_cast<KeyForm>(options.form), options.output, report)) return;
+  if (!WriteKey(*key, true, static_cast<KeyForm>(options.form), options.output, report, &protection)) return;
   report.Document()["key"] = KeyFacts(*key, true);
   if (!options.output.file.empty()) report.Line(options.output.file + ": " + KeyName(*key));
 }
@@ -115,6 +120,7 @@ Verb KeyGen() {
       {"KIND", "rsa, ec or dh", &options->kind, true, CheckKind},
       {"SIZE", "bits of an RSA key, a curve (P-256, P-384, P-521), a Diffie-Hellman group (14)", &options->size, true},
       FormRow(options->form)};
+  std::ranges::move(EncryptRows(options->encrypt), std::back_inserter(rows));
   std::ranges::move(OutputRows(options->output), std::back_inserter(rows));
   return {std::move(rows), [options](Report &report) { Run(*options, report); }};
 }

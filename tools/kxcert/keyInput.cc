@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "input.h"
+#include "keyPassword.h"
 #include "kxcert/cert/loadFiles.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "report.h"
@@ -18,7 +19,10 @@ using Items = std::vector<const sxLoadItem *>;
 // All of an input, with what its outer form hides: files that were joined need not be of one form.
 class KeySearch {
  public:
-  KeySearch(const std::string &name, std::span<const unsigned char> octets) : m_name(name) { Add(0, octets); }
+  KeySearch(const std::string &name, std::span<const unsigned char> octets, KeyPassword &password)
+      : m_name(name), m_password(password) {
+    Add(0, octets);
+  }
 
   Items Keys(sxLoadKind kind) const {
     Items keys;
@@ -29,6 +33,15 @@ class KeySearch {
     }
     return keys;
   }
+  /// One that may be what was meant, and was not decrypted; null when there is none.
+  const sxLoadItem *NotDecrypted() const {
+    for (const sxLoader &loader : m_loaders) {
+      for (const sxLoadItem &item : loader.Items()) {
+        if (item.skip == sxLoadSkip::kEncrypted) return &item;
+      }
+    }
+    return nullptr;
+  }
   const sxLoader &Outer() const { return m_loaders.front(); }  ///< what was found without looking beside the blocks
 
  private:
@@ -36,6 +49,7 @@ class KeySearch {
   void Add(size_t offset, std::span<const unsigned char> octets) {
     const std::string name = offset == 0 ? m_name : m_name + " from offset " + std::to_string(offset);
     sxLoader &loader = m_loaders.emplace_back(sxLoad_keys);
+    loader.SetPassword([this](const sxLoadPlace &place, kxBinBuf &out) { return m_password.Give(place, out); });
     loader.AddOctets(octets.data(), octets.size(), name.c_str());
     for (const PartBeside &part : PartsBesidePem(octets)) Add(offset + part.offset, part.octets);
     for (const sxLoadItem &item : loader.Items()) {
@@ -45,6 +59,7 @@ class KeySearch {
   }
 
   const std::string m_name;
+  KeyPassword &m_password;
   std::deque<sxLoader> m_loaders;
 };
 
@@ -81,16 +96,26 @@ void TellNone(const sxLoader &loader, const std::string &path, KeyPart part, Rep
   }
 }
 
+void TellNotDecrypted(const sxLoadItem &item, const KeyPassword &password, Report &report) {
+  if (password.IsTold()) return;
+  const bool isAsked = item.decryption == sxPbe_needsPassword;
+  report.Problem(kExitInputError, item.place.Text(),
+                 item.reason + (isAsked ? ", and there is no terminal to ask; an option says where it is" : ""));
+}
+
 }  // namespace
 
-FoundKey ReadKey(const std::string &path, KeyPart part, Report &report) {
+FoundKey ReadKey(const std::string &path, KeyPart part, Report &report, const std::string &passwordSource) {
   FoundKey found;
   const std::string name = InputName(path);
   kxBinBuf octets;
   octets.SetSensitive(true);
   const std::string error = ReadOctets(path, octets);
   if (!error.empty()) return report.Problem(kExitInputError, name, error), std::move(found);
-  const KeySearch search(name, {octets.Data(), octets.Len()});
+  KeyPassword password(passwordSource, report);
+  const KeySearch search(name, {octets.Data(), octets.Len()}, password);
+  if (const sxLoadItem *const item = search.NotDecrypted())
+    return TellNotDecrypted(*item, password, report), std::move(found);
   const Items publicKeys = search.Keys(sxLoadKind::kPublicKey);
   Items keys = search.Keys(sxLoadKind::kPrivateKey);
   const bool hasPrivate = !keys.empty();

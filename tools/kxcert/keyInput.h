@@ -30,6 +30,7 @@ struct FoundKey {
 /// SubjectPublicKeyInfo), told apart by content. Files of several forms that were joined have all their keys counted.
 /// What is no key is passed over when there is one, such as the certificates and the EC parameters that others write
 /// before it.
-FoundKey ReadKey(const std::string &path, KeyPart part, Report &report);
+/// @param passwordSource  of keyPassword.h; "": the terminal is asked, where there is one
+FoundKey ReadKey(const std::string &path, KeyPart part, Report &report, const std::string &passwordSource = "");
 
 #endif

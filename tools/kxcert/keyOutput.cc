@@ -9,10 +9,12 @@
 #include <memory>
 #include <string_view>
 
+#include "keyPassword.h"
 #include "kxcert/cert/pem.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
+#include "kxcert/keys/encryptedKeys.h"
 #include "kxcert/keys/keyForms.h"
 #include "kxcert/platform/secureMemory.h"
 #include "kxcert/platform/wholeFile.h"
@@ -96,12 +98,21 @@ bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions
   return WriteOctets(OctetsOf(text.getstr()), options, report);
 }
 
-bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report) {
+bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report,
+              const KeyProtection *protection) {
   if (form == kKeyForm_set) return WriteSet(key, privatePart, options, report);
   kxBinBuf der;
   if (sxExportKeyInfo(&key, privatePart, der) != 0) {
     return report.Problem(kExitInputError, "", "the key has not all that this form holds; --form set may do"), false;
   }
+  std::string label = privatePart ? "PRIVATE KEY" : "PUBLIC KEY";
+  if (privatePart && protection != nullptr && protection->isOn) {
+    const kxBinBuf &password = protection->password;
+    label = "ENCRYPTED PRIVATE KEY";
+    if (sxEncryptKeyInfo(protection->settings, {der.Data(), der.Len()}, {password.Data(), password.Len()}, der) != 0) {
+      return report.Problem(kExitInternal, "", "the key cannot be encrypted"), false;
+    }
+  }
   return form == kKeyForm_der ? WriteOctets({der.Data(), der.Len()}, options, report)
-                              : WritePem(der, privatePart ? "PRIVATE KEY" : "PUBLIC KEY", options, report);
+                              : WritePem(der, label, options, report);
 }

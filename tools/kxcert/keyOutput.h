@@ -12,6 +12,7 @@
 class kxBinBuf;
 class Report;
 class sxPubKey;
+struct KeyProtection;
 
 enum KeyForm : int { kKeyForm_set, kKeyForm_pem, kKeyForm_der };
 
@@ -34,6 +35,8 @@ bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions
 
 /// Writes a key.
 /// @param privatePart  else the public part, of whatever key
-bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report);
+/// @param protection   null or not on: as it is
+bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report,
+              const KeyProtection *protection = nullptr);
 
 #endif

@@ -3,13 +3,19 @@
 
 #include "keyFacts.h"
 #include "keyInput.h"
+#include "keyPassword.h"
 #include "report.h"
 #include "verb.h"
 
 namespace {
 
-void Show(const std::string &file, Report &report) {
-  const FoundKey found = ReadKey(file, KeyPart::kAny, report);
+struct Options {
+  std::vector<std::string> files;
+  std::string password;
+};
+
+void Show(const std::string &file, const std::string &password, Report &report) {
+  const FoundKey found = ReadKey(file, KeyPart::kAny, report, password);
   if (found.key == nullptr) return;
   Facts facts = {{"input", found.where}};
   facts.update(KeyFacts(*found.key, found.isPrivate));
@@ -23,10 +29,11 @@ void Show(const std::string &file, Report &report) {
 }  // namespace
 
 Verb KeyShow() {
-  const auto files = std::make_shared<std::vector<std::string>>();
-  return {{{"FILE", "keys as attribute sets, PEM or DER; - is standard input", files.get(), true}},
-          [files](Report &report) {
+  const auto options = std::make_shared<Options>();
+  return {{{"FILE", "keys as attribute sets, PEM or DER; - is standard input", &options->files, true},
+           PasswordRow(options->password)},
+          [options](Report &report) {
             report.Document()["keys"] = Facts::array();
-            for (const std::string &file : *files) Show(file, report);
+            for (const std::string &file : options->files) Show(file, options->password, report);
           }};
 }

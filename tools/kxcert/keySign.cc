@@ -6,6 +6,7 @@
 #include "keyFacts.h"
 #include "keyInput.h"
 #include "keyOutput.h"
+#include "keyPassword.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "report.h"
@@ -17,6 +18,7 @@ struct Options {
   std::string file;
   std::string key;
   std::string signature;
+  std::string password;
   int hash = sx_md_sha256;
   OutputOptions output;
 };
@@ -54,7 +56,7 @@ bool DigestOf(const std::string &file, int hash, Digest *digest, Report &report)
 }
 
 void Sign(const Options &options, Report &report) {
-  const FoundKey found = ReadKey(options.key, KeyPart::kPrivate, report);
+  const FoundKey found = ReadKey(options.key, KeyPart::kPrivate, report, options.password);
   Digest digest;
   if (!CanSign(found, report) || !DigestOf(options.file, options.hash, &digest, report)) return;
   const auto hash = static_cast<sx_md_type>(options.hash);
@@ -68,7 +70,7 @@ void Sign(const Options &options, Report &report) {
 }
 
 void Verify(const Options &options, Report &report) {
-  const FoundKey found = ReadKey(options.key, KeyPart::kAny, report);
+  const FoundKey found = ReadKey(options.key, KeyPart::kAny, report, options.password);
   kxBinBuf signature;
   Digest digest;
   if (!CanSign(found, report)) return;
@@ -89,7 +91,8 @@ Verb KeySign() {
   const auto options = std::make_shared<Options>();
   std::vector<OptionRow> rows = {{"FILE", "what is signed; - is standard input", &options->file, true},
                                  {"--key", "an RSA or EC private key", &options->key, true},
-                                 HashRow(options->hash)};
+                                 HashRow(options->hash),
+                                 PasswordRow(options->password)};
   std::ranges::move(OutputRows(options->output), std::back_inserter(rows));
   return {std::move(rows), [options](Report &report) { Sign(*options, report); }};
 }
@@ -99,6 +102,7 @@ Verb KeyVerify() {
   return {{{"FILE", "what is signed; - is standard input", &options->file, true},
            {"--key", "an RSA or EC key, of which the public part counts", &options->key, true},
            {"--signature", "the signature, as octets", &options->signature, true},
-           HashRow(options->hash)},
+           HashRow(options->hash),
+           PasswordRow(options->password)},
           [options](Report &report) { Verify(*options, report); }};
 }

@@ -74,7 +74,7 @@ std::string CheckSecretSource(const std::string &source) {
   return isFile || isEnv || isDescriptor ? "" : std::string("not ") + kSecretSources;
 }
 
-std::string ReadSecret(const std::string &source, kxBinBuf &out) {
+std::string ReadSecret(const std::string &source, kxBinBuf &out, SecretLen allowed) {
   out.Clear();
   if (const std::string wrong = CheckSecretSource(source); !wrong.empty()) return "the secret is to come from " + wrong;
   kxBinBuf area;
@@ -84,7 +84,7 @@ std::string ReadSecret(const std::string &source, kxBinBuf &out) {
   if (const std::string wrong = FromSource(source, area, &len); !wrong.empty()) return source + ": " + wrong;
   if (len > kMaxSecretLen) return source + ": longer than " + std::to_string(kMaxSecretLen) + " octets";
   DropLineEnd(area, &len);
-  if (len == 0) return source + ": is empty";
+  if (len == 0 && allowed == SecretLen::kNotEmpty) return source + ": is empty";
   area.Set(static_cast<unsigned int>(len));  // shrinks and wipes the rest
   out.SetSensitive(true);
   out = std::move(area);

@@ -14,10 +14,12 @@ constexpr size_t kMaxSecretLen = 4096;                                      ///<
 /// For OptionRow::check. @return "", or that it is no source; never what was written, which may be the secret
 std::string CheckSecretSource(const std::string &source);
 
+enum class SecretLen { kNotEmpty, kMayBeEmpty };
+
 /// Reads a secret: all octets but one line end behind them.
 /// @param source  one of kSecretSources; "fd:0" is standard input
 /// @param[out] out  sensitive, so that it is wiped when it goes; empty on failure
 /// @return "", or what is wrong, with the source in it
-std::string ReadSecret(const std::string &source, kxBinBuf &out);
+std::string ReadSecret(const std::string &source, kxBinBuf &out, SecretLen allowed = SecretLen::kNotEmpty);
 
 #endif

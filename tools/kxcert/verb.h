@@ -16,7 +16,9 @@ struct OptionChoice {
 };
 
 struct OptionRow {
-  const char *name;  ///< "FILE" for an argument, "--level" for an option
+  /// "FILE" for an argument, "--level" for an option; "--encrypt{aes256}" for one that may stand alone, which then means
+  /// that text, and otherwise is given it as in "--encrypt=3des"
+  const char *name;
   const char *help;
   /// Where it goes: a flag; a number that is not negative; a text; texts, of which an option takes one each
   /// time that it is given, and an argument all that there are.

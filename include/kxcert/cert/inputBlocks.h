@@ -32,6 +32,7 @@ struct sxInputBlock {
   size_t line = 0;         ///< of its first marker, from 1; 0 when it is no PEM
   std::string label;       ///< of PEM: "CERTIFICATE"; printable ASCII, cut at kMaxPemLabelLen; empty for other forms
   bool encrypted = false;  ///< its headers say so (RFC 1421, 4.6.1.1): the octets are no encoding
+  std::string dekInfo;     ///< how: value of the header "DEK-Info", printable ASCII (RFC 1421, 4.6.1.3); may be empty
   std::span<const unsigned char> octets;  ///< lent until the next block; empty when the block cannot be read
   const char *error = nullptr;            ///< why not; fixed text
 };

@@ -4,9 +4,9 @@
 /// What a file holds is told by its content, never by its name: PEM with any number of blocks, elements of
 /// BER behind one another, "{ASN}" text (inputBlocks.h), and in any of them the certificates and CRLs of a
 /// PKCS #7 or CMS SignedData (RFC 5652, 5.1), whose signatures are not looked at. Private keys are
-/// RSAPrivateKey, ECPrivateKey, and PrivateKeyInfo with one of the two or a Diffie-Hellman key; nothing that is
-/// encrypted is read. Where keys are asked for, a file may also be the text of one attribute set with a key in it
-/// (keyForms.h).
+/// RSAPrivateKey, ECPrivateKey, and PrivateKeyInfo with one of the two or a Diffie-Hellman key; with a password also
+/// EncryptedPrivateKeyInfo and encrypted blocks of traditional PEM (encryptedKeys.h). Where keys are asked for, a file may
+/// also be the text of one attribute set with a key in it (keyForms.h).
 ///
 /// Everything comes with its place, and everything that is passed over with its place and a reason. Nothing
 /// here trusts or judges: what was loaded may be expired, revoked or forged.
@@ -14,10 +14,12 @@
 #define KXCERT_CERT_LOADFILES_H_
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "kxcert/cert/inputBlocks.h"
+#include "kxcert/keys/passwordBased.h"
 
 class sxCert;
 class sxCerts;
@@ -29,6 +31,7 @@ enum class sxReadResult;
 constexpr size_t kMaxLoadTotalLen = size_t{1} << 29;  ///< octets that one loader reads
 constexpr size_t kMaxLoadItems = size_t{1} << 18;     ///< that one loader keeps, what it passed over included
 constexpr size_t kMaxLoadFolderEntries = 65536;       ///< names in one folder
+constexpr int kMaxLoadDecryptions = 64;               ///< of keys that one loader tries: each may take seconds
 
 enum class sxLoadKind { kNothing, kCertificate, kCrl, kPublicKey, kPrivateKey };
 
@@ -39,7 +42,7 @@ enum class sxLoadSkip {
   kBroken,      ///< a PEM block without an end or that is not Base64, "{ASN}" text without digits
   kLabel,       ///< a PEM block of a kind that is not read
   kUnwanted,    ///< of a kind that was not asked for; its octets were not decoded
-  kEncrypted,   ///< a private key
+  kEncrypted,   ///< a private key that was not decrypted; the item's decryption says why
   kPkcs12,      ///< PKCS #12: not read yet
   kUnknown,     ///< whole, but of no kind that is known here
   kNotDecoded,  ///< not what it seems or claims to be, or not usable
@@ -69,8 +72,14 @@ struct sxLoadItem {
   sxCRL *crl = nullptr;                    ///< OK
   sxPubKey *key = nullptr;                 ///< OK; has a private part when kind says so
   sxLoadSkip skip = sxLoadSkip::kNot;
-  std::string reason;  ///< of what was passed over; printable ASCII but for what the system says of files
+  int decryption = sxPbe_ok;  ///< sxPbeResult; sxPbe_ok also of what is not encrypted
+  std::string reason;         ///< of what was passed over; printable ASCII but for what the system says of files
 };
+
+/// Asked for the password of each encrypted key, on the loader's thread.
+/// @param[out] password  a sensitive buffer; left empty for the empty password
+/// @return false: there is none
+using sxAskPassword = std::function<bool(const sxLoadPlace &place, kxBinBuf &password)>;
 
 enum sxLoadWanted : unsigned { sxLoad_certs = 1, sxLoad_crls = 2, sxLoad_keys = 4, sxLoad_all = 7 };
 
@@ -81,6 +90,8 @@ class KXCERT_EXPORT sxLoader {
   ~sxLoader();
   sxLoader(const sxLoader &) = delete;
   sxLoader &operator=(const sxLoader &) = delete;
+
+  void SetPassword(sxAskPassword ask) { m_askPassword = std::move(ask); }  ///< of what is added from here on
 
   // Each returns how many objects it found. Null stands for an empty name.
   int AddPath(const char *path);  ///< a file or a folder
@@ -101,6 +112,8 @@ class KXCERT_EXPORT sxLoader {
   void SkipFile(const char *name, sxLoadSkip skip, std::string reason);
 
   const unsigned m_wanted;
+  sxAskPassword m_askPassword;
+  int m_numDecryptions = 0;
   size_t m_totalLen = 0;
   std::deque<std::string> m_names;  // lent to places
   std::vector<sxLoadItem> m_items;

@@ -1,0 +1,32 @@
+// An AlgorithmIdentifier, read: what is computed of a password, and which cipher takes it.
+#ifndef KXCERT_SRC_KEYS_PBE_PBEPLAN_H_
+#define KXCERT_SRC_KEYS_PBE_PBEPLAN_H_
+
+#include "pbeAlgorithms.h"
+#include "pbeFailure.h"
+
+enum class PbeKdf { kPbkdf1, kPbkdf2, kScrypt, kPkcs12 };
+
+struct PbeDerivation {
+  PbeKdf kdf = PbeKdf::kPbkdf2;
+  const char *digest = nullptr;  // none for scrypt
+  sxOctetView salt;
+  uint64_t iterations = 0;
+  uint64_t cost = 0, blockSize = 0, parallel = 0;  // N, r and p of scrypt (RFC 7914, 2)
+  uint64_t keyLen = 0;                             // that the parameters say; 0: they say none
+};
+
+struct PbePlan {
+  PbeDerivation derivation;
+  const PbeCipher *cipher = nullptr;
+  sxOctetView iv;  // empty where it is derived, too
+};
+
+// Every number is within its limit when these return true. What is viewed is lent from the input.
+bool ReadPbePlan(sxOctetView algorithm, PbePlan *plan, PbeFailure *failure);
+bool ReadPbeDerivation(sxOctetView algorithm, PbeDerivation *derivation, PbeFailure *failure);
+
+bool CheckPbeIterations(uint64_t iterations, PbeFailure *failure);
+bool CheckPbeSalt(sxOctetView salt, PbeFailure *failure);
+
+#endif

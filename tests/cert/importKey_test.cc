@@ -1,0 +1,58 @@
+// One key out of some octets, or why there is none.
+#include "kxcert/cert/importKey.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/encryptedKeys.h"
+#include "kxcert/keys/keyForms.h"
+#include "support/caseFile.h"
+#include "support/keyFiles.h"
+
+namespace {
+
+Octets OctetsOf(const kxBinBuf &buf) { return Octets(buf.Data(), buf.Data() + buf.Len()); }
+Octets Bytes(std::string_view text) { return Octets(text.begin(), text.end()); }
+
+std::string Imported(const Octets &octets, const char *password, sxPubKey &expected) {
+  sxPubKey *key = nullptr;
+  std::string why;
+  const auto *const secret = reinterpret_cast<const unsigned char *>(password);
+  const int rc = sxImportKeyWithPassword(octets.data(), octets.size(), secret, password == nullptr ? 0 : std::strlen(password),
+                                         &key, &why);
+  const PubKeyRef owned(key);
+  EXPECT_EQ(rc == sxKeyImport_ok, key != nullptr);
+  if (key != nullptr) { EXPECT_EQ(1, sxPubKey_Equal(key, &expected)); }
+  return std::to_string(rc) + " " + why;
+}
+
+TEST(ImportKey, TellsPasswordsDamageAndCostApart) {
+  const PubKeyRef key = TestKey("prime256v1");
+  const sxPbeSettings quick = {sxPbe_aes256, 2};
+  kxBinBuf info, encrypted, twice;
+  ASSERT_EQ(0, sxExportKeyInfo(key.get(), true, info));
+  ASSERT_EQ(sxPbe_ok, sxExportEncryptedKey(key.get(), quick, Bytes("secret"), encrypted));
+  ASSERT_EQ(sxPbe_ok, sxEncryptKeyInfo(quick, OctetsOf(encrypted), Bytes("secret"), twice));
+  const Octets sound = OctetsOf(encrypted);
+  EXPECT_EQ("0 ", Imported(OctetsOf(info), nullptr, *key));
+  EXPECT_EQ("0 ", Imported(sound, "secret", *key));
+  EXPECT_EQ("-3 the private key is encrypted; a password is needed", Imported(sound, nullptr, *key));
+  EXPECT_EQ("-4 the private key cannot be decrypted: wrong password, or damaged", Imported(sound, "Secret", *key));
+  EXPECT_EQ("-4 the private key cannot be decrypted: wrong password, or damaged", Imported(sound, "", *key));
+  EXPECT_EQ(0U, Imported(OctetsOf(twice), "secret", *key).find("-5 not a private key (PKCS #8): "));
+  const std::string longer(kMaxPbePasswordLen + 1, 'p');
+  EXPECT_EQ("-3 the private key is encrypted; a password is needed", Imported(sound, longer.c_str(), *key));
+  for (const CaseRow &row : CaseRows("keys/encryptedKeys.txt", 2)) {
+    EXPECT_EQ(row[1], Imported(CaseOctets(row[0]), "secret", *key)) << row.where;
+  }
+  Octets many;
+  for (int i = 0; i <= kMaxLoadDecryptions; ++i) many.insert(many.end(), sound.begin(), sound.end());
+  sxLoader loader(sxLoad_keys);
+  loader.SetPassword([](const sxLoadPlace &, kxBinBuf &out) { return out.Set("no", 2), true; });
+  EXPECT_EQ(0, loader.AddOctets(many.data(), many.size(), "f"));
+  EXPECT_EQ("more than 64 encrypted keys; the rest was not looked at", loader.Items().back().reason);
+}
+
+}  // namespace

@@ -103,6 +103,8 @@ sxIssueStatus sxCertToSign::Maker::Issuer() {
   if (m_issuer == nullptr) return sxIssue_ok;
   if (m_issuer->OK() == 0) return sxIssue_bad_input;
   if (!sxIsSameKey(m_issuer->PubKey(), m_key)) return sxIssue_issuer_key;
+  m_out.m_issuerKey.reset(m_issuer->PubKey());
+  sxSavePubKey(m_issuer->PubKey());
   const sxBasicConstraint *const constraints = m_issuer->GetBasicConstraint();
   const bool maySign = m_issuer->KeyUsage() == nullptr || m_issuer->HasKeyUsage(sxKU_keyCertSign) != 0;
   return constraints != nullptr && constraints->IsCA() && maySign ? sxIssue_ok : sxIssue_issuer_not_ca;
@@ -262,9 +264,8 @@ sxCert *sxCertToSign::Sign() {
   sxOwned<sxCert, sxCert_Free> cert(new sxCert(new sxCert_imp(std::move(made.area), made.offset, made.len)));
   m_status = sxIssue_not_as_asked;
   if (!IsAsAsked(*cert)) return herror_func(0, 0, "sxCertToSign::Sign: not what was asked"), nullptr;
-  if (m_verify && cert->VerifySig(m_toSign->Key()) != 0) {
-    return herror_func(0, 0, "sxCertToSign::Sign: the signature is wrong"), nullptr;
-  }
+  sxPubKey *const issuerKey = m_issuerKey == nullptr ? cert->PubKey() : m_issuerKey.get();
+  if (!m_toSign->Accepts(*cert, issuerKey, m_verify)) return nullptr;
   m_status = sxIssue_ok;
   return cert.release();
 }

@@ -29,7 +29,8 @@ class sxCertToSign {
   bool IsAsAsked(const sxCert &cert) const;
 
   std::unique_ptr<sxToSign> m_toSign;
-  bool m_verify = true;
+  bool m_verify = false;
+  sxOwned<sxPubKey, sxFreePubKey> m_issuerKey;  // one reference of its own; null: it signs itself
   sxIssueStatus m_status = sxIssue_ok;
   // What was asked for: whole elements; of the serial number the content, of the extensions that of their SEQUENCE.
   sxDerOctets m_serial, m_issuer, m_validity, m_subject, m_keyInfo, m_extensions;

@@ -96,9 +96,7 @@ sxCertRequest *sxRequestToSign::Sign() {
       new sxCertRequest(new sxCertRequest_imp(std::move(made.area), made.offset, made.len)));
   m_status = sxIssue_not_as_asked;
   if (!IsAsAsked(*request)) return herror_func(0, 0, "sxRequestToSign::Sign: not what was asked"), nullptr;
-  if (m_verify && request->VerifySig(m_toSign->Key()) != 0) {
-    return herror_func(0, 0, "sxRequestToSign::Sign: the signature is wrong"), nullptr;
-  }
+  if (!m_toSign->Accepts(*request, request->PubKey(), m_verify)) return nullptr;
   m_status = sxIssue_ok;
   return request.release();
 }

@@ -40,7 +40,7 @@ class sxRequestToSign {
   bool IsAsAsked(const sxCertRequest &request) const;
 
   std::unique_ptr<sxToSign> m_toSign;
-  bool m_verify = true;
+  bool m_verify = false;
   sxIssueStatus m_status = sxIssue_ok;
   sxDerOctets m_subject, m_keyInfo, m_attributes;  // whole elements; content of the set
 };

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "derForward.h"
+#include "foundation/utf8.h"
 
 namespace {
 
@@ -90,21 +91,7 @@ bool sxIsStrictElement(sxOctetView octets) {
 }
 
 int sxUtf8Len(sxOctetView text) {
-  constexpr uint32_t kFewest[] = {0, 0, 0x80, 0x800, 0x10000};  // by how many octets say it
-  int numChars = 0;
-  for (size_t pos = 0; pos < text.size(); ++numChars) {
-    const unsigned char first = text[pos];
-    const size_t len = first < 0x80 ? 1 : first < 0xC0 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF8 ? 4 : 0;
-    if (len == 0 || len > text.size() - pos) return -1;
-    uint32_t value = len == 1 ? first : first & (0x7FU >> len);
-    for (size_t i = 1; i < len; ++i) {
-      if ((text[pos + i] & 0xC0) != 0x80) return -1;
-      value = value << 6 | (text[pos + i] & 0x3FU);
-    }
-    if (value < kFewest[len] || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) return -1;
-    pos += len;
-  }
-  return numChars;
+  return static_cast<int>(kxCountUtf8({reinterpret_cast<const char *>(text.data()), text.size()}));
 }
 
 bool sxIsPrintableString(sxOctetView text) {

@@ -15,7 +15,7 @@ bool sxIsStrictDer(sxOctetView octets, int nesting = 0);
 /// One element, and nothing behind it.
 bool sxIsStrictElement(sxOctetView octets);
 
-/// Characters of UTF-8 without surrogates and overlong forms (RFC 3629, 3). @return -1: it is none
+/// Characters of UTF-8 (RFC 3629). @return -1: it is none
 int sxUtf8Len(sxOctetView text);
 bool sxIsPrintableString(sxOctetView text);  ///< X.680, 41.4
 

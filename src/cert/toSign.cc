@@ -48,6 +48,12 @@ bool sxToSign::MayLeaveThread() const {
   return name != nullptr && (std::strcmp(name, "kxSRSA_imp") == 0 || std::strcmp(name, "kxECDSA") == 0);
 }
 
+bool sxToSign::Accepts(const sxSigned &made, sxPubKey *publicKey, bool asked) const {
+  if (!asked && MayLeaveThread()) return true;
+  if (made.VerifySig(publicKey) == 0) return true;
+  return herror_func(0, 0, "sxToSign::Accepts: the signature is wrong"), false;
+}
+
 sxDerOctets sxToSign::SignatureOctets() const {
   constexpr const char *kFunc = "sxToSign::Sign";
   unsigned char digest[kMaxDigestLen];

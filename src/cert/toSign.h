@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "derForward.h"
+#include "kxcert/cert/sxSigned.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "kxcert/platform/digest.h"
 #include "platform/owned.h"
@@ -25,8 +26,11 @@ class sxToSign {
   /// @return where its content goes; null when all of it would be longer than 2 GiB
   unsigned char *Begin(size_t contentLen);
   sxOctetView Octets() const { return {m_area.get() + kHeaderRoom, m_area == nullptr ? 0 : m_len}; }
-  /// Whether keys of its kind sign on workers.
+  /// Whether keys of its kind sign on workers. Others are kept elsewhere: what they answer is not believed unseen.
   bool MayLeaveThread() const;
+  /// @param asked   by the caller: any key's signature is verified
+  /// @param publicKey  what @p made must verify with. @return false: it does not (one line logged)
+  bool Accepts(const sxSigned &made, sxPubKey *publicKey, bool asked) const;
 
   struct Signed {
     std::unique_ptr<unsigned char[]> area;  ///< null: not signed (one line logged)

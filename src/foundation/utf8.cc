@@ -30,3 +30,13 @@ kxCodePoint kxFirstOfUtf8(std::string_view text) {
   }
   return {0, 0};
 }
+
+int64_t kxCountUtf8(std::string_view text) {
+  int64_t count = 0;
+  for (; !text.empty(); ++count) {
+    const size_t len = kxFirstOfUtf8(text).len;
+    if (len == 0) return -1;
+    text.remove_prefix(len);
+  }
+  return count;
+}

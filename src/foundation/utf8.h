@@ -15,4 +15,7 @@ struct kxCodePoint {
 /// The first one: in the shortest form, no surrogate, nothing above 10FFFF. @param text  not empty
 kxCodePoint kxFirstOfUtf8(std::string_view text);
 
+/// Code points in all of it. @return -1: it is not UTF-8
+int64_t kxCountUtf8(std::string_view text);
+
 #endif

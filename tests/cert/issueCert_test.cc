@@ -9,10 +9,12 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/cert/sxCertTemplate.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/keys/keyTasks.h"
+#include "kxcert/keys/sxPubKey_imp.h"
 #include "cert/toSign.h"
 #include "platform/owned.h"
 #include "support/asnHex.h"
@@ -314,6 +316,50 @@ TEST(sxIssueCert, SignsOnAWorkerWhenItIsGone) {
     ExpectSound(*told.cert, nullptr);
     KeyTaskMngmnt_destroy();
     sxd_env_destroy(told.env);
+  }
+}
+
+// A key whose private part is somewhere else, where something goes wrong; its own verdict is worth nothing.
+class FaultyKey : public sxPubKey_imp_vc {
+ public:
+  FaultyKey(sxPubKey *real, int numGood) : m_real(real), m_numGood(numGood) {}
+  int algorithm() const override { return m_real->algorithm(); }
+  int OK() const override { return 1; }
+  int Flags() const override { return m_real->Flags(); }
+  const char *ClassName() const override { return "elsewhere"; }
+  int Export(sxPK_Format format, unsigned char *out, int len) override { return m_real->Export(format, out, len); }
+  int GetLen(sxPK_Len_Type type) override { return m_real->GetLen(type); }
+  int Verify(sxPKop_type, sx_md_type, const unsigned char *, int, const unsigned char *, int) override { return 0; }
+  int Sign(sxPKop_type op, sx_md_type md, const unsigned char *in, int inLen, unsigned char *out, int len) override {
+    if (out == nullptr || m_numGood-- > 0) return m_real->Sign(op, md, in, inLen, out, len);
+    Octets other(in, in + inLen);
+    other[0] ^= 1;
+    return m_numGood == -1 ? m_real->Sign(op, md, other.data(), inLen, out, len) : -1;
+  }
+
+ private:
+  sxPubKey *const m_real;
+  int m_numGood;
+};
+
+TEST(sxIssueCert, BelievesNoSignatureFromElsewhereUnseen) {
+  for (const char *name : {"rsa2048", "prime256v1"}) {
+    const PubKeyRef real = TestKey(name), elsewhere(new sxPubKey(new FaultyKey(real.get(), 2)));
+    sxCertTemplate wanted;
+    const sxDN subject("CN=a");
+    wanted.SetSubject(&subject);
+    wanted.SetValidity(kTime, kTime);
+    wanted.SetPubKey(real.get());
+    sxCert *made = nullptr;
+    sxCertRequest *request = nullptr;
+    ASSERT_EQ(sxIssue_ok, sxIssueCert(wanted, nullptr, elsewhere.get(), {}, &made));
+    ExpectSound(*CertRef(made), nullptr);
+    ASSERT_EQ(sxIssue_ok, sxMakeRequest(wanted, nullptr, elsewhere.get(), {}, &request));
+    sxCertRequest_Free(request);
+    EXPECT_EQ(sxIssue_not_as_asked, sxIssueCert(wanted, nullptr, elsewhere.get(), {}, &made));
+    EXPECT_EQ(nullptr, made);
+    EXPECT_EQ(sxIssue_not_signed, sxMakeRequest(wanted, nullptr, elsewhere.get(), {}, &request));
+    EXPECT_EQ(nullptr, request);
   }
 }
 

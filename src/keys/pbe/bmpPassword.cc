@@ -5,15 +5,6 @@
 
 namespace {
 
-bool IsUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const kxCodePoint first = kxFirstOfUtf8(text);
-    if (first.len == 0) return false;
-    text.remove_prefix(first.len);
-  }
-  return true;
-}
-
 class UnitWriter {
  public:
   explicit UnitWriter(unsigned char *out) : m_out(out) {}
@@ -41,7 +32,7 @@ void sxPbe_BmpPassword(sxPbeOctets password, kxBinBuf &out) {
     bmp.Set(static_cast<unsigned int>(2 * password.size() + 2));  // no character becomes more octets than twice its own
     UnitWriter writer(bmp.Data());
     std::string_view text(reinterpret_cast<const char *>(password.data()), password.size());
-    const bool isUtf8 = IsUtf8(text);
+    const bool isUtf8 = kxCountUtf8(text) >= 0;
     while (!text.empty()) {
       const kxCodePoint first = isUtf8 ? kxFirstOfUtf8(text) : kxCodePoint{static_cast<unsigned char>(text[0]), 1};
       writer.PutCharacter(first.value);

@@ -88,7 +88,10 @@ Facts TemplateFacts(const sxCertTemplate &wanted) {
   facts["notBefore"] = TimeOrNull(wanted.notBefore());
   facts["notAfter"] = TimeOrNull(wanted.notAfter());
   SxStream unused;
-  facts["unknownExtensions"] = PrintUnknown(wanted.Tree().extensions, wanted.Extensions(), nullptr, &unused, 0);
+  Facts readable;
+  facts["unknownExtensions"] =
+      PrintUnknown(wanted.Tree().extensions, wanted.Extensions(), nullptr, &unused, 0, &readable);
+  facts["extensions"] = std::move(readable);
   return facts;
 }
 

@@ -1,7 +1,9 @@
 #include "unknownParts.h"
 
 #include <algorithm>
+#include <memory>
 
+#include "issuedFacts.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBuf.h"
@@ -10,6 +12,7 @@
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/platform/digest.h"
+#include "oidInput.h"
 #include "visibleText.h"
 
 namespace {
@@ -25,6 +28,40 @@ void PrintOctets(const sxASN_Extension &ext, const std::string &title, SxStream 
   if (shown == len) return;
   out->Indent(indent);
   out->Printf("%d more\n", len - shown);
+}
+
+bool IsCritical(const sxASN_Extension &ext) { return ext.critical != nullptr && ext.critical->Value() == 1; }
+
+Facts PrintRead(const sxASN_Extension &ext, const sxExtension &made, SxStream *out, int indent) {
+  if (IsCritical(ext)) {
+    out->Indent(indent);
+    out->Put("Critical:\n");
+  }
+  made.Sprint(out, indent);
+  SxStream text;
+  made.Sprint(&text, 0);
+  Facts facts = {{"oid", OidText(*ext.extnID)},
+                 {"name", ExtensionName(*ext.extnID)},
+                 {"critical", IsCritical(ext)},
+                 {"text", VisibleText(TrimEnd(text.Text()))}};
+  facts.update(IssuedFacts(*ext.extnID, made));
+  return facts;
+}
+
+Facts PrintUnread(const sxASN_Extension &ext, bool isBroken, SxStream *out, int indent) {
+  const std::string oid = OidText(*ext.extnID);
+  std::string title = (IsCritical(ext) ? "Critical extension " : "Extension ") + oid;
+  Facts facts = {{"oid", oid}, {"critical", IsCritical(ext)}};
+  if (isBroken) {
+    title += ", " + ExtensionName(*ext.extnID) + " that does not decode";
+    facts["name"] = ExtensionName(*ext.extnID);
+    facts["decodes"] = false;
+  }
+  PrintOctets(ext, title, out, indent);
+  const int shown = std::min(ext.extnValue->Len(), kMaxOctetsShown);
+  facts["len"] = ext.extnValue->Len();
+  facts["octets"] = HexOf(ext.extnValue->Data(), static_cast<size_t>(shown));
+  return facts;
 }
 
 }  // namespace
@@ -60,8 +97,9 @@ std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm) {
 
 // The list has the extensions that it understood in their order.
 Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known, const sxAsnOid *alsoKnown,
-                   SxStream *out, int indent) {
+                   SxStream *out, int indent, Facts *readable) {
   auto facts = Facts::array();
+  if (readable != nullptr) *readable = Facts::array();
   if (extensions == nullptr) return facts;
   const sxExtensionsList::ExtItem *item = known.First();
   for (const sxASN_Extension &ext : *extensions) {
@@ -70,14 +108,14 @@ Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &k
       continue;
     }
     if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) continue;
-    const std::string oid = OidText(*ext.extnID);
-    const bool critical = ext.critical != nullptr && ext.critical->Value() == 1;
-    PrintOctets(ext, (critical ? "Critical extension " : "Extension ") + oid, out, indent);
-    const int shown = std::min(ext.extnValue->Len(), kMaxOctetsShown);
-    facts.push_back({{"oid", oid},
-                     {"critical", critical},
-                     {"len", ext.extnValue->Len()},
-                     {"octets", HexOf(ext.extnValue->Data(), static_cast<size_t>(shown))}});
+    std::unique_ptr<sxExtension> made;
+    const ReadAs how = ReadExtension(ext, &made);
+    if (how == ReadAs::kRead) {
+      Facts told = PrintRead(ext, *made, out, indent);
+      if (readable != nullptr) readable->push_back(std::move(told));
+    } else {
+      facts.push_back(PrintUnread(ext, how == ReadAs::kBroken, out, indent));
+    }
   }
   return facts;
 }

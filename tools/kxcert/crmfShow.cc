@@ -88,10 +88,10 @@ Facts TemplateFacts(const sxCertTemplate &wanted) {
   facts["notBefore"] = TimeOrNull(wanted.notBefore());
   facts["notAfter"] = TimeOrNull(wanted.notAfter());
   SxStream unused;
-  Facts readable;
+  Facts extensions;
   facts["unknownExtensions"] =
-      PrintUnknown(wanted.Tree().extensions, wanted.Extensions(), nullptr, &unused, 0, &readable);
-  facts["extensions"] = std::move(readable);
+      PrintUnknown(wanted.Tree().extensions, wanted.Extensions(), nullptr, &unused, 0, &extensions);
+  facts["extensions"] = std::move(extensions);
   return facts;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "issuedFacts.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
@@ -32,33 +33,35 @@ void PrintOctets(const sxASN_Extension &ext, const std::string &title, SxStream 
 
 bool IsCritical(const sxASN_Extension &ext) { return ext.critical != nullptr && ext.critical->Value() == 1; }
 
-Facts PrintRead(const sxASN_Extension &ext, const sxExtension &made, SxStream *out, int indent) {
+Facts HeadOf(const sxASN_Extension &ext) {
+  return {{"name", ExtensionName(*ext.extnID)}, {"oid", OidText(*ext.extnID)}, {"critical", IsCritical(ext)}};
+}
+
+Facts ReadFacts(const sxASN_Extension &ext, const sxExtension &made) {
+  SxStream text;
+  made.Sprint(&text, 0);
+  Facts facts = HeadOf(ext);
+  facts["text"] = VisibleText(TrimEnd(text.Text()));
+  facts.update(IssuedFacts(*ext.extnID, made));
+  return facts;
+}
+
+void PrintRead(const sxASN_Extension &ext, const sxExtension &made, SxStream *out, int indent) {
   if (IsCritical(ext)) {
     out->Indent(indent);
     out->Put("Critical:\n");
   }
   made.Sprint(out, indent);
-  SxStream text;
-  made.Sprint(&text, 0);
-  Facts facts = {{"oid", OidText(*ext.extnID)},
-                 {"name", ExtensionName(*ext.extnID)},
-                 {"critical", IsCritical(ext)},
-                 {"text", VisibleText(TrimEnd(text.Text()))}};
-  facts.update(IssuedFacts(*ext.extnID, made));
-  return facts;
 }
 
 Facts PrintUnread(const sxASN_Extension &ext, bool isBroken, SxStream *out, int indent) {
   const std::string oid = OidText(*ext.extnID);
   std::string title = (IsCritical(ext) ? "Critical extension " : "Extension ") + oid;
-  Facts facts = {{"oid", oid}, {"critical", IsCritical(ext)}};
-  if (isBroken) {
-    title += ", " + ExtensionName(*ext.extnID) + " that does not decode";
-    facts["name"] = ExtensionName(*ext.extnID);
-    facts["decodes"] = false;
-  }
+  if (isBroken) title += ", " + ExtensionName(*ext.extnID) + " that does not decode";
   PrintOctets(ext, title, out, indent);
+  Facts facts = HeadOf(ext);
   const int shown = std::min(ext.extnValue->Len(), kMaxOctetsShown);
+  if (isBroken) facts["decodes"] = false;
   facts["len"] = ext.extnValue->Len();
   facts["octets"] = HexOf(ext.extnValue->Data(), static_cast<size_t>(shown));
   return facts;
@@ -97,27 +100,29 @@ std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm) {
 
 // The list has the extensions that it understood in their order.
 Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known, const sxAsnOid *alsoKnown,
-                   SxStream *out, int indent, Facts *readable) {
-  auto facts = Facts::array();
-  if (readable != nullptr) *readable = Facts::array();
-  if (extensions == nullptr) return facts;
+                   SxStream *out, int indent, Facts *all) {
+  auto unread = Facts::array(), each = Facts::array();
   const sxExtensionsList::ExtItem *item = known.First();
-  for (const sxASN_Extension &ext : *extensions) {
+  const auto tell = [&](const sxASN_Extension &ext) -> Facts {
     if (item != nullptr && item->oid->OidEquiv(*ext.extnID)) {
-      item = item->next;
-      continue;
+      const sxExtension *const made = std::exchange(item, item->next)->ext;
+      return made == nullptr ? HeadOf(ext) : ReadFacts(ext, *made);
     }
-    if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) continue;
+    if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) return HeadOf(ext);
     std::unique_ptr<sxExtension> made;
     const ReadAs how = ReadExtension(ext, &made);
     if (how == ReadAs::kRead) {
-      Facts told = PrintRead(ext, *made, out, indent);
-      if (readable != nullptr) readable->push_back(std::move(told));
-    } else {
-      facts.push_back(PrintUnread(ext, how == ReadAs::kBroken, out, indent));
+      PrintRead(ext, *made, out, indent);
+      return ReadFacts(ext, *made);
     }
+    unread.push_back(PrintUnread(ext, how == ReadAs::kBroken, out, indent));
+    return HeadOf(ext);
+  };
+  if (extensions != nullptr) {
+    for (const sxASN_Extension &ext : *extensions) each.push_back(tell(ext));
   }
-  return facts;
+  if (all != nullptr) *all = std::move(each);
+  return unread;
 }
 
 std::string Sha256Of(const unsigned char *octets, size_t len) {

@@ -28,10 +28,10 @@ std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm);
 /// and its octets.
 /// @param extensions  those that @p known was made from; may be null
 /// @param alsoKnown   one that is told elsewhere, or null
-/// @param readable    gets what is told in words as JSON, or is null
-/// @return the others as JSON
+/// @param all         gets every one of them as JSON, in order, with its members where it is read here; or is null
+/// @return those that are not read as JSON
 Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known, const sxAsnOid *alsoKnown,
-                   SxStream *out, int indent, Facts *readable = nullptr);
+                   SxStream *out, int indent, Facts *all = nullptr);
 
 std::string Sha256Of(const unsigned char *octets, size_t len);  ///< hexadecimal
 std::string SpkiSha256(const sxCert &cert);                     ///< of SubjectPublicKeyInfo as received; "" without one

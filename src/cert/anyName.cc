@@ -162,8 +162,9 @@ bool sxAnyName::Fill(sxASN_GeneralName *out, sxNameUse use) const {
     case sxNameKind::kOid:
       if (oid.Len() > 0) out->Set_registeredID(oid);
       return oid.Len() > 0;
-    default:  // as they were, if that is their kind
-      return sxASN_DecodeBuf(*out, reinterpret_cast<const char *>(octets.data()), static_cast<int>(octets.size())) ==
+    default:  // as they were, if that is their kind and DER
+      return sxIsStrictElement(octets) &&
+             sxASN_DecodeBuf(*out, reinterpret_cast<const char *>(octets.data()), static_cast<int>(octets.size())) ==
                  0 &&
              out->ChoiceId() == static_cast<int>(kind);
   }

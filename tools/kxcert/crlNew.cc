@@ -29,7 +29,6 @@
 namespace {
 
 constexpr char kPemLabel[] = "X509 CRL";
-enum Form : int { kDer, kPem };
 enum Only : int { kAllCerts, kUserCerts, kCACerts, kAttributeCerts };
 
 struct Options {
@@ -39,7 +38,7 @@ struct Options {
   std::string thisUpdate, nextUpdate, number, deltaBase;
   int only = kAllCerts;
   int digest = sx_md_sha256;
-  int form = kPem;
+  int form = kObjectForm_pem;
   OutputOptions output;
 };
 
@@ -177,19 +176,6 @@ bool ChangeEntries(const Options &options, sxCRL_Encoder &crl, Report &report) {
   return true;
 }
 
-void Write(const sxCRL &crl, const Options &options, Report &report) {
-  if (report.IsJson()) {
-    report.Document()["crl"] = CrlFacts(crl);
-    report.Document()["der"] = HexOf(crl.GetBuf(), crl.BufLen());
-    if (options.output.file.empty()) return;  // the document holds it
-  }
-  if (options.form == kDer) {
-    WriteOctets({crl.GetBuf(), crl.BufLen()}, options.output, report);
-  } else {
-    WritePem(kxBinBuf(crl.GetBuf(), crl.BufLen()), kPemLabel, options.output, report);
-  }
-}
-
 void Run(const Options &options, Report &report) {
   const FoundCert found = ReadOneCert(options.issuer, report);
   if (found.cert == nullptr) return;
@@ -215,7 +201,8 @@ void Run(const Options &options, Report &report) {
   CrlRef made;
   if (isScoped) made.reset(crl->Encode(key.key.get(), static_cast<sx_md_type>(options.digest)));
   if (made == nullptr) return report.Problem(kExitInputError, key.where, "no CRL can be made" + log.Reason());
-  Write(*made, options, report);
+  report.Document()["crl"] = CrlFacts(*made);
+  WriteObject({made->GetBuf(), made->BufLen()}, kPemLabel, options.form, options.output, report);
 }
 
 }  // namespace
@@ -243,14 +230,8 @@ Verb CrlNew() {
         nullptr,
         {{"user", kUserCerts}, {"ca", kCACerts}, {"attribute", kAttributeCerts}},
         "KIND"},
-       {"--digest",
-        "sha256 unless given",
-        &options->digest,
-        false,
-        nullptr,
-        {{"sha1", sx_md_sha1}, {"sha256", sx_md_sha256}, {"sha384", sx_md_sha384}, {"sha512", sx_md_sha512}},
-        "DIGEST"},
-       {"--form", "of what is written", &options->form, false, nullptr, {{"pem", kPem}, {"der", kDer}}, "FORM"}},
+       DigestRow(options->digest),
+       ObjectFormRow(options->form)},
       [options](Report &report) { Run(*options, report); }};
   std::ranges::move(OutputRows(options->output), std::back_inserter(verb.options));
   return verb;

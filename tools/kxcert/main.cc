@@ -21,6 +21,7 @@ constexpr NounRow kNouns[] = {
     {"key", "RSA, elliptic-curve and Diffie-Hellman keys"},
     {"name", "Distinguished names"},
     {"ocsp", "Revocation as responders tell it"},
+    {"req", "Certification requests (PKCS #10)"},
 };
 
 constexpr VerbRow kVerbs[] = {
@@ -52,6 +53,9 @@ constexpr VerbRow kVerbs[] = {
     {"name", "suffix", "Tell whether a name ends with another one", NameSuffix},
     {"ocsp", "ask", "Ask responders whether certificates are revoked", OcspAsk},
     {"ocsp", "print", "Print OCSP responses", OcspPrint},
+    {"req", "new", "Make a certification request", ReqNew},
+    {"req", "show", "Print certification requests", ReqShow},
+    {"req", "verify", "Decide whether requests are signed with the keys that they are about", ReqVerify},
 };
 
 int Run(int argc, char **argv) {

@@ -64,5 +64,8 @@ Verb NameParse();
 Verb NameSuffix();
 Verb OcspAsk();
 Verb OcspPrint();
+Verb ReqNew();
+Verb ReqShow();
+Verb ReqVerify();
 
 #endif

@@ -27,6 +27,8 @@ constexpr NounRow kNouns[] = {
 constexpr VerbRow kVerbs[] = {
     {"cert", "print", "Print certificates and CRLs", CertPrint},
     {"cert", "asn1", "Print any ASN.1 type as a tree, or check its encoding", CertAsn1},
+    {"cert", "issue", "Issue a certificate, from a request or a key", CertIssue},
+    {"cert", "renew", "Issue a certificate once more, with new dates", CertRenew},
     {"chain", "verify", "Decide whether a chain is valid, and say why", ChainVerify},
     {"crl", "print", "Print CRLs and their entries", CrlPrint},
     {"crl", "verify", "Decide whether a CRL is valid, and say what it covers", CrlVerify},

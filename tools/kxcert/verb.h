@@ -37,7 +37,9 @@ struct Verb {
 };
 
 Verb CertAsn1();
+Verb CertIssue();
 Verb CertPrint();
+Verb CertRenew();
 Verb ChainVerify();
 Verb CrlFind();
 Verb CrlNew();

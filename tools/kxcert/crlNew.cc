@@ -34,7 +34,7 @@ enum Only : int { kAllCerts, kUserCerts, kCACerts, kAttributeCerts };
 struct Options {
   std::string password;
   std::string issuer, key, from;
-  std::vector<std::string> revoke, unrevoke, points;
+  std::vector<std::string> revoke, revokeCerts, unrevoke, points;
   std::string thisUpdate, nextUpdate, number, deltaBase;
   int only = kAllCerts;
   int digest = sx_md_sha256;
@@ -43,7 +43,7 @@ struct Options {
 };
 
 struct Revocation {
-  std::unique_ptr<sxAsnInt> serial;
+  std::string what;  // a serial number or a file
   int64_t sec = kxClock_Now();
   int reason = sxCrlReason_none;
 };
@@ -55,7 +55,7 @@ int ReasonOf(const std::string &name) {
   return sxCrlReason_none;
 }
 
-// "SERIAL[,DATE[,REASON]]". @return "", or what is wrong with it
+// "WHAT[,DATE[,REASON]]". @return "", or what is wrong with it
 std::string ParseRevocation(const std::string &text, Revocation *revocation) {
   std::string rest = text, parts[3];
   for (std::string &part : parts) {
@@ -63,17 +63,23 @@ std::string ParseRevocation(const std::string &text, Revocation *revocation) {
     part = rest.substr(0, comma);
     rest = comma == std::string::npos ? "" : rest.substr(comma + 1);
   }
-  revocation->serial = ParseSerial(parts[0]);
-  if (revocation->serial == nullptr) return CheckSerial(parts[0]);
+  revocation->what = parts[0];
+  if (parts[0].empty()) return "nothing before the comma";
   if (!parts[1].empty() && !ParseTime(parts[1], &revocation->sec)) return CheckTime(parts[1]);
   revocation->reason = ReasonOf(parts[2]);
   const bool isKnown = parts[2].empty() || revocation->reason != sxCrlReason_none;
   return isKnown && rest.empty() ? "" : "not a reason: " + VisibleLine(parts[2]) + "; keyCompromise is one";
 }
 
-std::string CheckRevocation(const std::string &text) {
+std::string CheckCertRevocation(const std::string &text) {
   Revocation revocation;
   return ParseRevocation(text, &revocation);
+}
+
+std::string CheckRevocation(const std::string &text) {
+  Revocation revocation;
+  const std::string wrong = ParseRevocation(text, &revocation);
+  return wrong.empty() ? CheckSerial(revocation.what) : wrong;
 }
 
 // Whether it is the issuer's, so that what it says may be signed anew. @return false: a problem, which has been told
@@ -148,8 +154,36 @@ std::vector<unsigned char> ContentOf(const sxAsnInt &number) {
   return octets;
 }
 
-// @return false: a problem, which has been told
-bool ChangeEntries(const Options &options, sxCRL_Encoder &crl, Report &report) {
+// Each returns false for a problem, which has been told.
+
+bool Revoke(const sxAsnInt &serial, const Revocation &revocation, sxCRL_Encoder &crl, Report &report) {
+  if (revocation.reason == sxCrlReason_removeFromCRL && !crl.IsDelta()) {
+    return report.Problem(kExitUsage, revocation.what, "only a delta CRL removes an entry: give --delta-base"), false;
+  }
+  const std::vector<unsigned char> octets = ContentOf(serial);
+  sxRevokedEntry entry;
+  entry.serial = octets.data();
+  entry.serialLen = static_cast<int>(octets.size());
+  entry.revokedSec = revocation.sec;
+  entry.reason = revocation.reason;
+  const int rc = crl.AddEntry(entry);
+  if (rc == 1) return true;
+  report.Problem(kExitInputError, revocation.what, rc == 0 ? "is in the list already" : "cannot be put into a list");
+  return false;
+}
+
+bool RevokeCert(const std::string &text, const sxCert &issuer, sxCRL_Encoder &crl, Report &report) {
+  Revocation revocation;
+  ParseRevocation(text, &revocation);
+  const FoundCert found = ReadOneCert(revocation.what, report);
+  if (found.cert == nullptr) return false;
+  if (!found.cert->Issuer()->Equal(*issuer.Subject()) || found.cert->VerifySig(issuer.PubKey()) != 0) {
+    return report.Problem(kExitInputError, found.where, "is not a certificate of this issuer"), false;
+  }
+  return Revoke(*found.cert->SerialNum(), revocation, crl, report);
+}
+
+bool ChangeEntries(const Options &options, const sxCert &issuer, sxCRL_Encoder &crl, Report &report) {
   for (const std::string &text : options.unrevoke) {
     if (crl.RemoveEntry(*ParseSerial(text)) != 0) {
       return report.Problem(kExitInputError, text, "is not in the list"), false;
@@ -158,22 +192,10 @@ bool ChangeEntries(const Options &options, sxCRL_Encoder &crl, Report &report) {
   for (const std::string &text : options.revoke) {
     Revocation revocation;
     ParseRevocation(text, &revocation);
-    if (revocation.reason == sxCrlReason_removeFromCRL && !crl.IsDelta()) {
-      return report.Problem(kExitUsage, text, "only a delta CRL removes an entry: give --delta-base"), false;
-    }
-    const std::vector<unsigned char> octets = ContentOf(*revocation.serial);
-    sxRevokedEntry entry;
-    entry.serial = octets.data();
-    entry.serialLen = static_cast<int>(octets.size());
-    entry.revokedSec = revocation.sec;
-    entry.reason = revocation.reason;
-    const int rc = crl.AddEntry(entry);
-    if (rc != 1) {
-      report.Problem(kExitInputError, text, rc == 0 ? "is in the list already" : "cannot be put into a list");
-      return false;
-    }
+    if (!Revoke(*ParseSerial(revocation.what), revocation, crl, report)) return false;
   }
-  return true;
+  return std::ranges::all_of(options.revokeCerts,
+                             [&](const std::string &text) { return RevokeCert(text, issuer, crl, report); });
 }
 
 void Run(const Options &options, Report &report) {
@@ -195,7 +217,8 @@ void Run(const Options &options, Report &report) {
   if (from.crl != nullptr && crl->Issuer() == nullptr) {
     return report.Problem(kExitInputError, from.where, "cannot be copied" + log.Reason());
   }
-  const bool isSet = SetFields(options, issuer, from.crl.get(), *crl, report) && ChangeEntries(options, *crl, report);
+  const bool isSet =
+      SetFields(options, issuer, from.crl.get(), *crl, report) && ChangeEntries(options, issuer, *crl, report);
   const bool isScoped = isSet && SetScope(options, *crl, report);
   if (report.Worst() != kExitYes) return;  // it has been told
   CrlRef made;
@@ -217,6 +240,8 @@ Verb CrlNew() {
        {"--from", "CRL of the same issuer to begin with", &options->from},
        {"--revoke", "SERIAL[,TIME[,REASON]], the number in hexadecimal; may be repeated", &options->revoke, false,
         CheckRevocation},
+       {"--revoke-cert", "CERT[,TIME[,REASON]], a file with a certificate that it issued; may be repeated",
+        &options->revokeCerts, false, CheckCertRevocation},
        {"--unrevoke", "SERIAL that is not to be in it; may be repeated", &options->unrevoke, false, CheckSerial},
        {"--this-update", "when it was issued; now unless given", &options->thisUpdate, false, CheckTime},
        {"--number", "of this CRL, in hexadecimal; larger than any before", &options->number, false, CheckSerial},

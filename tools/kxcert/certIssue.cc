@@ -89,7 +89,8 @@ void Run(const Options &options, Report &report) {
 const char *Missing(const Options &options) {
   if (const char *const missing = MissingOfIssuer(options.issue)) return missing;
   if (options.issue.issuerCert.empty()) return options.issue.key.empty() ? "--issuer-cert or --key" : nullptr;
-  return options.request.empty() && options.publicKey.empty() ? "--request or --public-key" : nullptr;
+  const bool hasNone = options.request.empty() && options.publicKey.empty() && options.issue.key.empty();
+  return hasNone ? "--request or --public-key" : nullptr;
 }
 
 }  // namespace

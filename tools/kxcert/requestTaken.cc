@@ -97,9 +97,8 @@ void RequestTaken::Tell(const sxCertTemplate &wanted, Report &report) const {
   if (m_asked.Tree().extensions == nullptr) return;
   int num = 0;
   for (const sxASN_Extension &asked : *m_asked.Tree().extensions) {
-    const sxASN_Extension *const made = FindExtension(wanted, *asked.extnID);
-    const bool isUsual = IsOfProfile(*asked.extnID) && IsSame(asked, made);
-    if (!isUsual && ++num <= kMaxTold) report.Note(m_found.where, "asks for " + TextOf(asked, made));
+    if (++num > kMaxTold) continue;
+    report.Note(m_found.where, "asks for " + TextOf(asked, FindExtension(wanted, *asked.extnID)));
   }
   if (num > kMaxTold)
     report.Note(m_found.where, "asks for " + Counted(static_cast<size_t>(num - kMaxTold), "more extension"));

@@ -27,6 +27,13 @@ struct Options {
 
 bool IsSelfSigned(const Options &options) { return options.issue.issuerCert.empty(); }
 
+// What does not go together. @return null, or why
+const char *Contradiction(const Options &options) {
+  if (!options.oldIssuer.empty() && IsSelfSigned(options)) return "--old-issuer goes with --issuer-cert";
+  const bool hasTwoKeys = !options.request.empty() && !options.issue.key.empty() && !IsSelfSigned(options);
+  return hasTwoKeys ? "--request and --key exclude each other" : nullptr;
+}
+
 // Each returns false for a problem, which has been told.
 
 // What is in the file becomes a certificate again, so it must be one of the CA: anybody can write its name into a file.
@@ -98,6 +105,7 @@ void DropWhatWasOfTheOldOne(const Options &options, const FoundCert &old, sxCert
 }
 
 void Run(const Options &options, Report &report) {
+  if (const char *const why = Contradiction(options)) return report.Problem(kExitUsage, "", why);
   const FoundCert old = ReadOneCert(options.file, report);
   Signer signer;
   if (old.cert == nullptr || !ReadSigner(options.issue, signer, report) || !IsTheirs(options, old, signer, report)) {

@@ -73,10 +73,3 @@ bool SetProfile(const IssueProfile &profile, sxCertTemplate &wanted) {
   for (const sxASN_Extension &ext : *composed.Tree().extensions) CopyExtension(ext, wanted);
   return !profile.hasNoCheck || wanted.SetExtension(kNoCheck, false, kNull, sizeof kNull) == 0;
 }
-
-bool IsOfProfile(const sxAsnOid &type) {
-  for (const sxAsnOid *const row : {&sxASN_id_ce_basicConstraints, &sxASN_id_ce_keyUsage, &sxASN_id_ce_extKeyUsage}) {
-    if (row->OidEquiv(type)) return true;
-  }
-  return false;
-}

@@ -35,7 +35,5 @@ std::string CheckProfile(const std::string &name);         ///< of an option: ""
 /// Sets those extensions of which the profile says something.
 /// @return false: they cannot be composed
 bool SetProfile(const IssueProfile &profile, sxCertTemplate &wanted);
-/// Whether it says something of that type.
-bool IsOfProfile(const sxAsnOid &type);
 
 #endif

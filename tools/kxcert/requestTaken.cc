@@ -1,12 +1,11 @@
 #include "requestTaken.h"
 
 #include <algorithm>
-#include <cstring>
 #include <set>
+#include <span>
 
 #include "certFacts.h"
 #include "crlFacts.h"
-#include "issueProfiles.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxDN.h"
@@ -30,8 +29,10 @@ const sxASN_Extension *FirstTwice(const sxASN_Extensions &extensions) {
 }
 
 bool IsSame(const sxASN_Extension &a, const sxASN_Extension *b) {
-  return b != nullptr && a.extnValue->Len() == b->extnValue->Len() &&
-         std::memcmp(a.extnValue->Data(), b->extnValue->Data(), static_cast<size_t>(a.extnValue->Len())) == 0;
+  const auto octetsOf = [](const sxASN_Extension &ext) {
+    return std::span(ext.extnValue->Data(), static_cast<size_t>(ext.extnValue->Len()));
+  };
+  return b != nullptr && std::ranges::equal(octetsOf(a), octetsOf(*b));
 }
 
 std::string AltNamesText(const sxASN_Extension &ext) {
@@ -53,10 +54,9 @@ std::string TextOf(const sxASN_Extension &asked, const sxASN_Extension *made) {
   const sxAsnOid &type = *asked.extnID;
   const std::string name = ExtensionName(type);
   const bool isAltNames = sxASN_id_ce_subjectAltName.OidEquiv(type);
-  if (IsSame(asked, made))
-    return isAltNames ? "alternative names, taken over: " + AltNamesText(asked) : name + ", taken over";
   if (made == nullptr) return name + ", not taken; --copy " + name + " takes it";
-  return IsOfProfile(type) ? name + ", not taken: the profile decides" : name + ", not taken: another one was given";
+  if (!IsSame(asked, made)) return name + ", not taken: profile and options say otherwise";
+  return isAltNames ? "alternative names, taken over: " + AltNamesText(asked) : name + ", taken over";
 }
 
 }  // namespace

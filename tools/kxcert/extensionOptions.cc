@@ -9,6 +9,7 @@
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
+#include "kxcert/cert/issuedExtensions.h"
 #include "kxcert/cert/sxCertTemplate.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/cert/sxGeneralName.h"
@@ -16,12 +17,11 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "logLines.h"
 #include "oidInput.h"
+#include "policyInput.h"
 #include "report.h"
 #include "visibleText.h"
 
 namespace {
-
-constinit const sxAsnOid kIssuerAltName({2, 5, 29, 18});
 
 std::vector<std::string> PartsOf(const std::string &list) {
   std::vector<std::string> parts;
@@ -101,7 +101,8 @@ class ExtensionSetter {
 
   bool SetAll() {
     for (const std::string &type : m_options.without) m_wanted.RemoveExtension(*ReadExtensionType(type));
-    return SetConstraints() && SetUsages() && SetNames() && SetPlaces() && SetRaw();
+    return SetConstraints() && SetUsages() && SetNames() && SetPlaces() && SetPolicies() && SetNameSpace() &&
+           SetServer() && SetRaw();
   }
 
  private:
@@ -109,26 +110,18 @@ class ExtensionSetter {
     return m_report.Problem(kExitInputError, what, "cannot be set" + reason), false;
   }
 
-  bool Put(const sxAsnOid &type, bool critical, const sxASN_Extension &ext, const LogLines &log) {
-    if (m_wanted.SetExtension(type, critical, ext.extnValue->Data(), ext.extnValue->Len()) == 0) return true;
-    return Tell(ExtensionName(type), log.Reason());
-  }
-
   bool Put(const sxAsnOid &type, bool critical, const sxExtension &ext) {
     const LogLines log;
-    for (const sxExtComposer *row = Get_ExtComposerTable(); row->oid != nullptr; ++row) {
-      if (!row->oid->OidEquiv(type)) continue;
-      const std::unique_ptr<sxASN_Extension> composed(row->compose(ext, critical ? 1 : 0));
-      return composed != nullptr ? Put(type, critical, *composed, log) : Tell(ExtensionName(type), log.Reason());
-    }
-    return Tell(ExtensionName(type), log.Reason());
+    return m_wanted.SetExtension(type, critical, ext) == 0 || Tell(ExtensionName(type), log.Reason());
   }
 
   bool Put(const sxAsnOid &type, bool critical, sxAsnType &value) {
     const LogLines log;
     sxASN_Extension composed;
-    if (sxComposeExtension(value, type, 0, &composed) != 0) return Tell(ExtensionName(type), log.Reason());
-    return Put(type, critical, composed, log);
+    const bool isSet =
+        sxComposeExtension(value, type, 0, &composed) == 0 &&
+        m_wanted.SetExtension(type, critical, composed.extnValue->Data(), composed.extnValue->Len()) == 0;
+    return isSet || Tell(ExtensionName(type), log.Reason());
   }
 
   // A path length alone changes that of the CA that the template is for.
@@ -157,7 +150,7 @@ class ExtensionSetter {
   bool SetNames() {
     const bool hasSubject = m_wanted.Subject() != nullptr && m_wanted.Tree().subject->Count() > 0;
     return PutNames(sxASN_id_ce_subjectAltName, !hasSubject, m_options.subjectNames) &&
-           PutNames(kIssuerAltName, false, m_options.issuerNames);
+           PutNames(sxASN_id_ce_issuerAltName, false, m_options.issuerNames);
   }
 
   // As a tree: lists of the library hold fewer kinds of names.
@@ -169,24 +162,73 @@ class ExtensionSetter {
   }
 
   bool SetPlaces() {
-    sxGeneralNames points;
-    for (const std::string &uri : m_options.crlUris) AddUri(uri, &points);
-    if (points.Count() > 0 && !Put(sxASN_id_ce_cRLDistributionPoints, false, sxExtGN(kExtNameDistPoints, points))) {
-      return false;
-    }
     sxAuthorityInfoAccess places;
-    for (const std::string &uri : m_options.ocspUris) AddPlace(sxASN_id_ad_ocsp, uri, &places);
-    for (const std::string &uri : m_options.issuerUris) AddPlace(sxASN_id_ad_caIssuers, uri, &places);
-    return places.Count() == 0 || Put(sxASN_id_pe_authorityInfoAccess, false, places);
+    for (const std::string &uri : m_options.ocspUris) places.Add(sxASN_id_ad_ocsp, UriOf(uri));
+    for (const std::string &uri : m_options.issuerUris) places.Add(sxASN_id_ad_caIssuers, UriOf(uri));
+    if (places.Count() > 0 && !Put(sxASN_id_pe_authorityInfoAccess, false, places)) return false;
+    std::vector<sxAccess> repositories;
+    for (const std::string &uri : m_options.repositoryUris) {
+      sxAnyName place;
+      place.kind = sxNameKind::kUri;
+      place.text = uri;
+      repositories.push_back({sxASN_id_ad_caRepository, std::move(place)});
+    }
+    return PutPoints(sxASN_id_ce_cRLDistributionPoints, kExtNameDistPoints, m_options.crlUris) &&
+           PutPoints(sxASN_id_ce_freshestCRL, kExtNameFreshestCRL, m_options.deltaUris) &&
+           (repositories.empty() ||
+            Put(sxASN_id_pe_subjectInfoAccess, false, sxSubjectInfoAccess(std::move(repositories))));
   }
 
   static sxGeneralName UriOf(const std::string &uri) { return {sxGN_uri, uri.data(), static_cast<int>(uri.size())}; }
-  static void AddUri(const std::string &uri, sxGeneralNames *names) {
-    const sxGeneralName name = UriOf(uri);
-    names->Add(&name);
+
+  bool PutPoints(const sxAsnOid &type, const char *extName, const std::vector<std::string> &uris) {
+    sxGeneralNames points;
+    for (const std::string &uri : uris) {
+      const sxGeneralName name = UriOf(uri);
+      points.Add(&name);
+    }
+    return uris.empty() || Put(type, false, sxExtGN(extName, points));
   }
-  static void AddPlace(const sxAsnOid &method, const std::string &uri, sxAuthorityInfoAccess *places) {
-    places->Add(method, UriOf(uri));
+
+  bool SetPolicies() {
+    std::vector<sxPolicy> policies;
+    for (const std::string &text : m_options.policies) policies.push_back(*ReadPolicy(text));
+    if (!policies.empty() && !Put(sxASN_id_ce_certificatePolicies, false, sxCertPolicies(std::move(policies)))) {
+      return false;
+    }
+    std::vector<sxPolicyMapping> mappings;
+    for (const std::string &text : m_options.mappings) mappings.push_back(*ReadPolicyMapping(text));
+    if (!mappings.empty() && !Put(sxASN_id_ce_policyMappings, true, sxPolicyMappings(std::move(mappings)))) {
+      return false;
+    }
+    const sxPolicyLimits limits{m_options.requireExplicit, m_options.inhibitMapping};
+    const bool hasLimits = limits.requireExplicit >= 0 || limits.inhibitMapping >= 0;
+    if (hasLimits && !Put(sxASN_id_ce_policyConstraints, true, sxPolicyConstraints(limits))) return false;
+    const int inhibitAny = m_options.inhibitAny;
+    return inhibitAny < 0 || Put(sxASN_id_ce_inhibitAnyPolicy, true, sxInhibitAnyPolicy(inhibitAny));
+  }
+
+  bool SetNameSpace() {
+    if (m_options.permitted.empty() && m_options.excluded.empty()) return true;
+    return Put(sxASN_id_ce_nameConstraints, true,
+               sxNameConstraints({SubtreesOf(m_options.permitted), SubtreesOf(m_options.excluded)}));
+  }
+
+  static std::vector<sxNameSubtree> SubtreesOf(const std::vector<std::string> &texts) {
+    std::vector<sxNameSubtree> subtrees;
+    for (const std::string &text : texts) {
+      sxASN_GeneralName name;
+      ReadNameBase(text, &name);
+      subtrees.emplace_back().base.Set(name, sxNameUse::kBase);
+    }
+    return subtrees;
+  }
+
+  bool SetServer() {
+    std::vector<int> features;
+    for (const std::string &text : m_options.tlsFeatures) features.push_back(*ReadTlsFeature(text));
+    if (!features.empty() && !Put(sxASN_id_pe_tlsFeature, false, sxTlsFeature(std::move(features)))) return false;
+    return !m_options.noCheck || Put(sxASN_id_pkix_ocsp_nocheck, false, sxOcspNoCheck());
   }
 
   bool SetRaw() {
@@ -219,8 +261,26 @@ std::vector<OptionRow> ExtensionRows(ExtensionOptions &options) {
       {"--ca", "may issue certificates", &options.isCA},
       {"--path-len", "how many CAs may stand below this one", &options.pathLen},
       {"--crl-uri", "where its CRL is; may be repeated", &options.crlUris, false, CheckUri},
+      {"--delta-crl-uri", "where its newest delta CRL is; may be repeated", &options.deltaUris, false, CheckUri},
       {"--ocsp-uri", "of a responder that knows it; may be repeated", &options.ocspUris, false, CheckUri},
       {"--issuer-uri", "where its issuer's certificate is; may be repeated", &options.issuerUris, false, CheckUri},
+      {"--repository-uri", "where it puts what it issues, a CA; may be repeated", &options.repositoryUris, false,
+       CheckUri},
+      {"--policy", "OID[,cps=URI][,notice=TEXT], or any instead of the OID; may be repeated", &options.policies, false,
+       CheckPolicy},
+      {"--policy-mapping", "OID=OID, the issuer's and the subject's; may be repeated", &options.mappings, false,
+       CheckPolicyMapping},
+      {"--require-explicit-policy", "after how many certificates a policy is required", &options.requireExplicit},
+      {"--inhibit-policy-mapping", "after how many certificates policies are not mapped any more",
+       &options.inhibitMapping},
+      {"--inhibit-any-policy", "after how many certificates any policy is none", &options.inhibitAny},
+      {"--permit", "names that it may certify, a CA: KIND:VALUE (dns, ip, email, uri, dn); may be repeated",
+       &options.permitted, false, CheckNameBase},
+      {"--exclude", "names that it may not certify, likewise; may be repeated", &options.excluded, false,
+       CheckNameBase},
+      {"--tls-feature", "status_request, or the number of a TLS extension; may be repeated", &options.tlsFeatures,
+       false, CheckTlsFeature},
+      {"--ocsp-no-check", "an OCSP signer that is trusted without a check", &options.noCheck},
       {"--extension", "OID[,critical]=HEX, the value as it is encoded; may be repeated", &options.raw, false, CheckRaw},
       {"--without", "NAME|OID of an extension that is not to be in it; may be repeated", &options.without, false,
        CheckExtensionType},

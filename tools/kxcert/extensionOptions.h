@@ -16,7 +16,12 @@ struct ExtensionOptions {
   std::string keyUsage, extKeyUsage;
   bool isCA = false;
   int pathLen = -1;
-  std::vector<std::string> crlUris, ocspUris, issuerUris;
+  std::vector<std::string> crlUris, deltaUris, ocspUris, issuerUris, repositoryUris;
+  std::vector<std::string> policies, mappings;
+  int requireExplicit = -1, inhibitMapping = -1, inhibitAny = -1;
+  std::vector<std::string> permitted, excluded;
+  std::vector<std::string> tlsFeatures;
+  bool noCheck = false;
   std::vector<std::string> raw, without;
 };
 

@@ -12,7 +12,7 @@ class SxStream;
 /// @param known  what the library made of them
 /// @param all    the same as they stand; may be null
 /// @param[out] text  each of them, as cert print shows it
-/// @return "extensions": name, identifier and criticality of each, and "unknownExtensions"
+/// @return "extensions", each with what is told of it, and "unknownExtensions", those that are not read
 Facts ExtensionFacts(const sxExtensionsList &known, const sxASN_Extensions *all, SxStream *text, int indent);
 
 #endif

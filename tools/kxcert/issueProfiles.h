@@ -5,7 +5,6 @@
 
 #include <string>
 
-class sxAsnOid;
 class sxCertTemplate;
 
 enum class AltNames {
@@ -20,11 +19,11 @@ struct IssueProfile {
   const char *name;
   bool isSelfSigned;  ///< and nothing else
   bool isCA;
-  int pathLen;         ///< -1: none
-  unsigned usages;     ///< bit n is keyUsage bit n
-  unsigned rsaUsages;  ///< with RSA keys, beside those
-  const sxAsnOid *purposes[kMaxProfilePurposes];
-  bool hasNoCheck;  ///< id-pkix-ocsp-nocheck: RFC 6960, 4.2.2.2.1
+  int pathLen;                                ///< -1: none
+  unsigned usages;                            ///< bit n is keyUsage bit n
+  unsigned rsaUsages;                         ///< with RSA keys, beside those
+  const char *purposes[kMaxProfilePurposes];  ///< by their names (oidInput.h)
+  bool hasNoCheck;                            ///< id-pkix-ocsp-nocheck: RFC 6960, 4.2.2.2.1
   AltNames altNames;
   int usualDays;
 };

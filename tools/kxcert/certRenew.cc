@@ -112,7 +112,7 @@ void Run(const Options &options, Report &report) {
     return;
   }
   const Validity before = ValidityOf(*old.cert);
-  if (before.first < 0 || before.last < before.first) {
+  if (before.first == -1 || before.last < before.first) {
     return report.Problem(kExitInputError, old.where, "has a time that cannot be read");
   }
   sxCertTemplate wanted;

@@ -28,17 +28,18 @@ constexpr int kIndent = 1;
 constexpr int64_t kDaySec = 86400;
 constexpr int64_t kLastSec = 253402300799;  // 9999-12-31 23:59:59 UTC: RFC 5280, 4.1.2.5.2
 
+std::string TextOf(const Validity &validity) { return PrintTime(validity.first) + " to " + PrintTime(validity.last); }
+
 // What the issuer's own validity leaves of it. @return false: a problem, which has been told
 bool KeepWithin(const FoundCert &issuer, const IssueOptions &options, Validity *wanted, Report &report) {
   const Validity own = ValidityOf(*issuer.cert);
-  const std::string ownText = PrintTime(own.first) + " to " + PrintTime(own.last);
-  if (own.first < 0 || own.last < 0) {
+  if (own.first == -1 || own.last == -1) {
     return report.Problem(kExitInputError, issuer.where, "has a time that cannot be read"), false;
   }
   const bool beginsOutside = wanted->first < own.first || wanted->first > own.last;
   if (beginsOutside || (wanted->last > own.last && !options.notAfter.empty())) {
     report.Problem(kExitInputError, issuer.where,
-                   "is valid from " + ownText + "; what it issues cannot begin or end outside of that");
+                   "is valid from " + TextOf(own) + "; what it issues cannot begin or end outside of that");
     return false;
   }
   if (wanted->last <= own.last) return true;
@@ -46,8 +47,6 @@ bool KeepWithin(const FoundCert &issuer, const IssueOptions &options, Validity *
   report.Note(issuer.where, "ends at " + PrintTime(own.last) + ", and so does what it issues");
   return true;
 }
-
-std::string TextOf(const Validity &validity) { return PrintTime(validity.first) + " to " + PrintTime(validity.last); }
 
 void PutLine(SxStream *out, const char *label, const std::string &text) {
   if (text.empty()) return;

@@ -35,6 +35,13 @@ constexpr IssueProfile kProfiles[] = {
     {"ocsp", false, false, -1, kSigns, 0, {"OCSPSigning"}, true, AltNames::kNotTaken, 90},
 };
 
+bool SetConstraints(const IssueProfile &profile, sxCertTemplate &wanted) {
+  constexpr unsigned char kNoCA[] = {0x30, 0x00};  // the composer spells the default out
+  const sxBasicConstraint constraints(true, profile.pathLen);
+  return (profile.isCA ? wanted.SetExtension(sxASN_id_ce_basicConstraints, true, constraints)
+                       : wanted.SetExtension(sxASN_id_ce_basicConstraints, true, kNoCA, sizeof kNoCA)) == 0;
+}
+
 }  // namespace
 
 const IssueProfile *FindProfile(const std::string &name) {
@@ -52,14 +59,12 @@ std::string CheckProfile(const std::string &name) {
 
 bool SetProfile(const IssueProfile &profile, sxCertTemplate &wanted) {
   const bool isRsa = wanted.PubKey() != nullptr && wanted.PubKey()->algorithm() == sxPK_RSA;
-  const sxBasicConstraint constraints(profile.isCA, profile.pathLen);
   const sxKeyUsage usage(profile.usages | (isRsa ? profile.rsaUsages : 0));
   sxExtKeyUsage purposes;
   for (const char *const purpose : profile.purposes) {
     if (purpose != nullptr) purposes.Add(*ReadPurpose(purpose));
   }
-  return wanted.SetExtension(sxASN_id_ce_basicConstraints, true, constraints) == 0 &&
-         wanted.SetExtension(sxASN_id_ce_keyUsage, true, usage) == 0 &&
+  return SetConstraints(profile, wanted) && wanted.SetExtension(sxASN_id_ce_keyUsage, true, usage) == 0 &&
          (purposes.Count() == 0 || wanted.SetExtension(sxASN_id_ce_extKeyUsage, false, purposes) == 0) &&
          (!profile.hasNoCheck || wanted.SetExtension(sxASN_id_pkix_ocsp_nocheck, false, sxOcspNoCheck()) == 0);
 }

@@ -131,8 +131,8 @@ bool sxAnyName::Set(const sxASN_GeneralName &from, sxNameUse use) {
     }
     case sxNameKind::kOid: made.oid = *from.registeredID(); break;
     default:
-      if (from.otherName() != nullptr) made.oid = *from.otherName()->type_id;
       isGood = SetOctets(from, &made.octets);
+      if (isGood && made.kind == sxNameKind::kOther) made.oid = *from.otherName()->type_id;
   }
   if (isGood) *this = std::move(made);
   return isGood;

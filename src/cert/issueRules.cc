@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "strictDer.h"
+#include "sxExtension_imp.h"
 
 namespace {
 
@@ -204,8 +206,7 @@ const sxExtToWrite *Find(const std::vector<sxExtToWrite> &extensions, sxOctetVie
 bool HasTwice(const std::vector<sxExtToWrite> &extensions) {
   std::vector<sxOctetView> oids;
   for (const sxExtToWrite &ext : extensions) oids.push_back(ext.oid);
-  std::ranges::sort(oids, [](sxOctetView a, sxOctetView b) { return std::ranges::lexicographical_compare(a, b); });
-  return std::ranges::adjacent_find(oids, sxEqual) != oids.end();
+  return sxHasTwice(std::move(oids));
 }
 
 // The default is absent; the composer of the library spells it out.

@@ -160,20 +160,12 @@ std::unique_ptr<sxAsnType> QualifierOf(const sxPolicyQualifier &from, const sxAs
   return raw;
 }
 
-// In n log n steps.
-bool HasTwice(const std::vector<const sxAsnOid *> &oids) {
-  std::vector<sxOctetView> sorted;
-  for (const sxAsnOid *const oid : oids) sorted.push_back(sxView(oid->Data(), oid->Len()));
-  std::ranges::sort(sorted, [](sxOctetView a, sxOctetView b) { return std::ranges::lexicographical_compare(a, b); });
-  return std::ranges::adjacent_find(sorted, sxEqual) != sorted.end();
-}
-
 const char *WritePolicies(const std::vector<sxPolicy> &policies, sxASN_CertificatePolicies *tree) {
-  std::vector<const sxAsnOid *> ids;
+  std::vector<sxOctetView> ids;
   for (const sxPolicy &policy : policies) {
     sxASN_PolicyInformation *const info = tree->Append();
     info->policyIdentifier = new sxAsnOid(policy.id);
-    ids.push_back(&policy.id);
+    ids.push_back(sxView(policy.id.Data(), policy.id.Len()));
     if (policy.id.Len() < 1) return "a policy without identifier";
     if (policy.qualifiers.empty()) continue;
     info->policyQualifiers = new sxASN_PolicyInformationSeqOf;
@@ -186,7 +178,7 @@ const char *WritePolicies(const std::vector<sxPolicy> &policies, sxASN_Certifica
     }
   }
   if (policies.empty()) return "no policy";
-  return HasTwice(ids) ? "a policy twice" : nullptr;
+  return sxHasTwice(std::move(ids)) ? "a policy twice" : nullptr;
 }
 
 const char *WriteMappings(const std::vector<sxPolicyMapping> &mappings, sxASN_PolicyMappings *tree) {

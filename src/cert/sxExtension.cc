@@ -1,4 +1,5 @@
 // The handle of all extensions, and what turns their values into extnValue and back.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -47,6 +48,11 @@ bool sxReadCount(const sxAsnInt &number, int *count) {
   for (int i = 0; i < len && value <= INT32_MAX; ++i) value = value << 8 | octets[i];
   *count = value <= INT32_MAX ? static_cast<int>(value) : INT32_MAX;
   return true;
+}
+
+bool sxHasTwice(std::vector<sxOctetView> oids) {
+  std::ranges::sort(oids, [](sxOctetView a, sxOctetView b) { return std::ranges::lexicographical_compare(a, b); });
+  return std::ranges::adjacent_find(oids, sxEqual) != oids.end();
 }
 
 std::string sxOidText(const sxAsnOid &oid) {

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "asn1/der.h"
 #include "kxcert/asn1/sxAsnOid.h"
@@ -40,6 +41,9 @@ sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int criti
 /// A number of levels or certificates as far as an int holds it; more than that limit nothing.
 /// @return false for a negative one (all of them are 0..MAX), which must not read as "no limit"
 bool sxReadCount(const sxAsnInt &number, int *count);
+
+/// Whether one identifier stands in a list twice, in n log n steps.
+bool sxHasTwice(std::vector<sxOctetView> oids);
 
 /// Dotted decimal, cut with a "?" when it is longer than 251 characters.
 std::string sxOidText(const sxAsnOid &oid);

@@ -133,7 +133,7 @@ std::string ReadEmail(const std::string &value, sxASN_GeneralName *name) {
 }
 
 std::string ReadUri(const std::string &value, sxASN_GeneralName *name) {
-  const std::string wrong = CheckUri(value);
+  std::string wrong = CheckUri(value);
   if (wrong.empty()) name->Set_uniformResourceIdentifier(TextOf<sxAsnIA5String>(value));
   return wrong;
 }

@@ -255,11 +255,12 @@ sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *exte
   facts->isCA = constraints.isCA;
   facts->hasAltName = Find(*extensions, kOidSubjectAltName) != nullptr;
   for (sxExtToWrite &ext : *extensions) {
-    const ExtensionRule *const rule = RuleOf(ext.oid);
-    if (rule == nullptr) continue;
-    if (rule->isForCAs && !facts->isCA) return sxIssue_ca_extension;
-    if (const sxIssueStatus status = CheckValue(*rule, ext.value); status != sxIssue_ok) return status;
-    ext.critical = CriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
+    if (const ExtensionRule *const rule = RuleOf(ext.oid); rule != nullptr) {
+      if (rule->isForCAs && !facts->isCA) return sxIssue_ca_extension;
+      if (const sxIssueStatus status = CheckValue(*rule, ext.value); status != sxIssue_ok) return status;
+      ext.critical = CriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
+    }
+    if (!sxMayBeIssued(ext.oid, ext.value)) return sxIssue_extension;  // as composers hold values to it
   }
   const sxExtToWrite *const usage = Find(*extensions, kOidKeyUsage);
   const unsigned bits = usage == nullptr ? 0 : UsageBits(usage->value);

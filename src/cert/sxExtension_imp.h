@@ -76,6 +76,11 @@ sxASN_Extension *sxComposeIssuingDP(const sxExtension &ext, int critical);
 /// deltas are.
 const sxExtParser *sxKeptCRLExtParserTable();
 
+/// Whether a value of one of the types of Get_IssuedExtParserTable reads, and could be composed; true for other types.
+/// @param type   content octets
+/// @param value  octets of extnValue
+bool sxMayBeIssued(sxOctetView type, sxOctetView value);
+
 /// What templates are composed with: Get_ExtComposerTable, and behind it Get_IssuedExtComposerTable.
 const sxExtComposer *sxTemplateExtComposerTable();
 

@@ -1,6 +1,7 @@
 // Certificates, DER or PEM. One is OK exactly when the codec decodes the same octets and its key is
 // one that the library takes; its fields are those of the decoded tree. So the reader of plain DER,
-// which makes no tree, and the codec agree. Printing is survived.
+// which makes no tree, and the codec agree. Printing is survived. Extensions that CAs issue come back from what they are
+// composed to.
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -9,6 +10,7 @@
 #include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/certTime.h"
+#include "kxcert/cert/issuedExtensions.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
@@ -23,6 +25,7 @@ struct FreeKey {
   void operator()(sxPubKey *key) const { sxFreePubKey(key); }
 };
 using KeyRef = std::unique_ptr<sxPubKey, FreeKey>;
+using ExtRef = std::unique_ptr<sxExtension>;
 
 bool Decode(sxASN_Certificate &tree, const unsigned char *octets, size_t len) {
   return sxASN_DecodeBuf(tree, reinterpret_cast<const char *>(octets), static_cast<int>(len)) == 0;
@@ -63,6 +66,33 @@ void CheckFields(const sxCert &cert, const sxASN_Certificate &tree) {
   KX_ASSERT(sxPubKey_Equal(cert.PubKey(), KeyOf(tree).get()) == 1);
 }
 
+template <class Row>
+const Row *RowOf(const Row *row, const sxAsnOid &oid) {
+  while (row->oid != nullptr && !row->oid->OidEquiv(oid)) ++row;
+  return row;
+}
+
+ExtRef ParseIssued(const sxASN_Extension &ext) {
+  const sxExtParser *const row = RowOf(Get_IssuedExtParserTable(), *ext.extnID);
+  int understood = 0;
+  return ExtRef(row->oid == nullptr ? nullptr : row->parse(ext, understood));
+}
+
+// What is read and may be issued can be read again, and then is written the same way.
+void CheckIssued(const sxASN_Extension &ext) {
+  const ExtRef made = ParseIssued(ext);
+  if (made == nullptr) return;
+  const sxExtComposer *const row = RowOf(Get_IssuedExtComposerTable(), *ext.extnID);
+  const std::unique_ptr<sxASN_Extension> written(row->compose(*made, 0));
+  if (written == nullptr) return;
+  const ExtRef again = ParseIssued(*written);
+  SxStream text;
+  made->Sprint(&text, 0);
+  KX_ASSERT(again != nullptr && text.Length() > 0);
+  const std::unique_ptr<sxASN_Extension> rewritten(row->compose(*again, 0));
+  KX_ASSERT(rewritten != nullptr && rewritten->extnValue->OctsEquiv(*written->extnValue));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -79,5 +109,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     CheckFields(cert, tree);
   }
   if (cert.OK() == 1) cert.VerifySig(cert.PubKey());
+  if (tree.tbsCertificate == nullptr || tree.tbsCertificate->extensions == nullptr) return 0;
+  for (const sxASN_Extension &ext : *tree.tbsCertificate->extensions) {
+    if (ext.extnID != nullptr && ext.extnValue != nullptr) CheckIssued(ext);  // after a failure there may be less
+  }
   return 0;
 }

@@ -1,5 +1,6 @@
 // Whatever users have, loaded from memory. Each item is one object or one reason, at a place within the
 // input and not before the item ahead of it; an object's octets are found again where they were said to be.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -8,6 +9,7 @@
 #include "kxcert/cert/loadFiles.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/keys/sxPubKey.h"
 
 namespace {
@@ -20,12 +22,15 @@ bool IsPrintable(std::string_view text) {
 }
 
 void CheckObject(const sxLoadItem &item, std::string_view input) {
-  KX_ASSERT((item.cert != nullptr) + (item.crl != nullptr) + (item.key != nullptr) == 1);
+  const sxSigned *signedOnes[] = {item.cert, item.crl, item.request};
+  const auto *const found = std::ranges::find_if(signedOnes, [](const sxSigned *one) { return one != nullptr; });
+  KX_ASSERT((item.cert != nullptr) + (item.crl != nullptr) + (item.request != nullptr) + (item.key != nullptr) == 1);
   KX_ASSERT((item.cert != nullptr) == (item.kind == sxLoadKind::kCertificate));
   KX_ASSERT((item.crl != nullptr) == (item.kind == sxLoadKind::kCrl));
+  KX_ASSERT((item.request != nullptr) == (item.kind == sxLoadKind::kRequest));
   KX_ASSERT(item.reason.empty());
   if (item.key != nullptr) return;
-  const sxSigned &object = item.cert != nullptr ? static_cast<const sxSigned &>(*item.cert) : *item.crl;
+  const sxSigned &object = **found;
   KX_ASSERT(object.OK());
   const std::string_view octets(reinterpret_cast<const char *>(object.GetBuf()), object.BufLen());
   const bool stands = item.place.line == 0 && item.place.member == 0 && item.label.empty();

@@ -1,6 +1,4 @@
 // BasicConstraints (RFC 5280, 4.2.1.9).
-#include <cstdint>
-
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/foundation/textStream.h"
@@ -34,22 +32,6 @@ const sxBasicConstraint_imp &Imp(const sxExtension &ext) {
   return static_cast<const sxBasicConstraint_imp &>(*ext.GetP());
 }
 
-// The number as far as an int holds it; more levels than that limit nothing.
-// @return false for a negative one (RFC 5280 4.2.1.9 has 0..MAX), which must not read as "no limit"
-bool ReadPathLen(const sxAsnInt &number, int *pathLen) {
-  if (!number.IsBig()) {
-    *pathLen = number.GetShortVal();
-    return *pathLen >= 0;
-  }
-  const unsigned char *octets = number.BigOctets().Data();
-  const int len = number.BigOctets().Len();
-  if (octets[0] >= 0x80) return false;
-  uint64_t value = 0;
-  for (int i = 0; i < len && value <= INT32_MAX; ++i) value = value << 8 | octets[i];
-  *pathLen = value <= INT32_MAX ? static_cast<int>(value) : INT32_MAX;
-  return true;
-}
-
 }  // namespace
 
 void sxBasicConstraint_imp::Sprint(SxStream *out, int indent) const {
@@ -64,7 +46,7 @@ sxExtension *sxParseBasicConstraint(const sxASN_Extension &ext, int &understood)
   sxASN_BasicConstraints value;
   if (sxParseExtension(value, &ext) != 0) return nullptr;
   int pathLen = -1;
-  if (value.pathLenConstraint != nullptr && !ReadPathLen(*value.pathLenConstraint, &pathLen)) {
+  if (value.pathLenConstraint != nullptr && !sxReadCount(*value.pathLenConstraint, &pathLen)) {
     herror_func(0, 0, "sxParseBasicConstraint: negative pathLenConstraint");
     return nullptr;
   }

@@ -96,6 +96,13 @@ int sxASN_Time2time(const sxASN_Time *time) {
   }
 }
 
+int64_t sxASN_Time2seconds(const sxASN_Time *time) {
+  const auto *const text = time == nullptr ? nullptr : static_cast<const sxAsnOcts *>(time->Value());
+  if (text == nullptr) return -1;
+  const bool isUtc = time->ChoiceId() == sxASN_Time::utcTimeCid;
+  return sxTimeSeconds({isUtc ? kDerUtcTime : kDerGeneralizedTime, sxView(text->Data(), text->Len())});
+}
+
 sxString sxTimeText(int64_t seconds) {
   using namespace std::chrono;
   const sys_days date = floor<days>(sys_seconds(std::chrono::seconds(seconds)));

@@ -26,14 +26,6 @@ constexpr size_t kEmptyNameLen = 2;
 
 sxOctetView View(const sxAsnOid &oid) { return sxView(oid.Data(), oid.Len()); }
 
-// Its exact second, or none.
-int64_t Seconds(const sxASN_Time *time) {
-  const auto *const text = time == nullptr ? nullptr : static_cast<const sxAsnOcts *>(time->Value());
-  if (text == nullptr) return -1;
-  const bool isUtc = time->ChoiceId() == sxASN_Time::utcTimeCid;
-  return sxTimeSeconds({isUtc ? kDerUtcTime : kDerGeneralizedTime, sxView(text->Data(), text->Len())});
-}
-
 sxDerOctets ExtensionOctets(const sxExtToWrite &ext) {
   const sxDerOctets oid = sxDerOf(kDerOid, {ext.oid});
   return sxDerOf(kDerSequence,
@@ -123,7 +115,8 @@ sxIssueStatus sxCertToSign::Maker::Key() {
 sxIssueStatus sxCertToSign::Maker::Validity() {
   if (m_tree.validity == nullptr) return sxIssue_validity;
   constexpr int64_t kFirstUtc = -631152000;  // 1950-01-01 00:00 UTC: no form of RFC 5280, 4.1.2.5 is for earlier ones
-  const int64_t notBefore = Seconds(m_tree.validity->notBefore), notAfter = Seconds(m_tree.validity->notAfter);
+  const int64_t notBefore = sxASN_Time2seconds(m_tree.validity->notBefore);
+  const int64_t notAfter = sxASN_Time2seconds(m_tree.validity->notAfter);
   if (notBefore == -1 || notAfter == -1 || notBefore < kFirstUtc || notAfter < kFirstUtc) return sxIssue_validity;
   if (notAfter < notBefore) return sxIssue_validity_order;
   const sxDerOctets first = sxTimeDer(notBefore), last = sxTimeDer(notAfter);

@@ -67,6 +67,22 @@ sxExtension *ParsePoints(const char *extName, const sxASN_Extension &ext, int &u
   return imp.release()->NewHandle();
 }
 
+// A point for each name: names of one point must lead to the same CRL (RFC 5280 4.2.1.13), and which
+// of them did is no longer known.
+sxASN_Extension *ComposePoints(const char *extName, const sxAsnOid &oid, const sxExtension &ext, int critical) {
+  if (!sxExtensionIs(ext, extName)) return nullptr;
+  const sxGeneralNames &names = Imp(ext).Names();
+  sxASN_CRLDistPointsSyntax value;
+  for (int i = 0; i < names.Count(); ++i) {
+    sxASN_GeneralNames fullName;
+    if (!names.Get(i)->GetP()->ToAsn(*fullName.Append())) return nullptr;
+    sxASN_DistributionPoint *point = value.Append();
+    point->distributionPoint = new sxASN_DistributionPointName;
+    point->distributionPoint->Set_fullName(fullName);
+  }
+  return sxNewExtension(value, oid, critical);
+}
+
 }  // namespace
 
 sxExtension *sxParseSubjectAltName(const sxASN_Extension &ext, int &understood) {
@@ -95,20 +111,12 @@ sxASN_Extension *sxComposeSubjectAltName(const sxExtension &ext, int critical) {
   return sxNewExtension(value, sxASN_id_ce_subjectAltName, critical);
 }
 
-// A point for each name: names of one point must lead to the same CRL (RFC 5280 4.2.1.13), and which
-// of them did is no longer known.
 sxASN_Extension *sxComposeDistPoints(const sxExtension &ext, int critical) {
-  if (!sxExtensionIs(ext, kExtNameDistPoints)) return nullptr;
-  const sxGeneralNames &names = Imp(ext).Names();
-  sxASN_CRLDistPointsSyntax value;
-  for (int i = 0; i < names.Count(); ++i) {
-    sxASN_GeneralNames fullName;
-    if (!names.Get(i)->GetP()->ToAsn(*fullName.Append())) return nullptr;
-    sxASN_DistributionPoint *point = value.Append();
-    point->distributionPoint = new sxASN_DistributionPointName;
-    point->distributionPoint->Set_fullName(fullName);
-  }
-  return sxNewExtension(value, sxASN_id_ce_cRLDistributionPoints, critical);
+  return ComposePoints(kExtNameDistPoints, sxASN_id_ce_cRLDistributionPoints, ext, critical);
+}
+sxASN_Extension *sxComposeFreshestCRL(const sxExtension &ext, int critical) {
+  if (sxExtensionIs(ext, kExtNameFreshestCRL) && Imp(ext).Names().Count() == 0) return nullptr;  // SIZE (1..MAX)
+  return ComposePoints(kExtNameFreshestCRL, sxASN_id_ce_freshestCRL, ext, critical);
 }
 
 sxExtGN::sxExtGN(const char *extName, const sxGeneralNames &names) : sxExtension(new sxExtGN_imp(extName, names)) {}

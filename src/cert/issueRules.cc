@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "strictDer.h"
+#include "sxExtension_imp.h"
 
 namespace {
 
@@ -204,8 +206,7 @@ const sxExtToWrite *Find(const std::vector<sxExtToWrite> &extensions, sxOctetVie
 bool HasTwice(const std::vector<sxExtToWrite> &extensions) {
   std::vector<sxOctetView> oids;
   for (const sxExtToWrite &ext : extensions) oids.push_back(ext.oid);
-  std::ranges::sort(oids, [](sxOctetView a, sxOctetView b) { return std::ranges::lexicographical_compare(a, b); });
-  return std::ranges::adjacent_find(oids, sxEqual) != oids.end();
+  return sxHasTwice(std::move(oids));
 }
 
 // The default is absent; the composer of the library spells it out.
@@ -254,11 +255,12 @@ sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *exte
   facts->isCA = constraints.isCA;
   facts->hasAltName = Find(*extensions, kOidSubjectAltName) != nullptr;
   for (sxExtToWrite &ext : *extensions) {
-    const ExtensionRule *const rule = RuleOf(ext.oid);
-    if (rule == nullptr) continue;
-    if (rule->isForCAs && !facts->isCA) return sxIssue_ca_extension;
-    if (const sxIssueStatus status = CheckValue(*rule, ext.value); status != sxIssue_ok) return status;
-    ext.critical = CriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
+    if (const ExtensionRule *const rule = RuleOf(ext.oid); rule != nullptr) {
+      if (rule->isForCAs && !facts->isCA) return sxIssue_ca_extension;
+      if (const sxIssueStatus status = CheckValue(*rule, ext.value); status != sxIssue_ok) return status;
+      ext.critical = CriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
+    }
+    if (!sxMayBeIssued(ext.oid, ext.value)) return sxIssue_extension;  // as composers hold values to it
   }
   const sxExtToWrite *const usage = Find(*extensions, kOidKeyUsage);
   const unsigned bits = usage == nullptr ? 0 : UsageBits(usage->value);

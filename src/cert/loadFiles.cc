@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "kxcert/cert/sxCRL.h"
+#include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/keys/encryptedKeys.h"
 #include "kxcert/keys/sxPubKey.h"
@@ -24,6 +25,7 @@ const char *NameOf(const char *name) { return name == nullptr ? "" : name; }
 void FreeObject(const sxLoadItem &item) {
   sxCert_Free(item.cert);
   sxCRL_Free(item.crl);
+  sxCertRequest_Free(item.request);
   sxFreePubKey(item.key);
 }
 

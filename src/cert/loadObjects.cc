@@ -10,6 +10,7 @@
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/foundation/attributeSet.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/keyForms.h"
@@ -19,6 +20,7 @@
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/platform/secureMemory.h"
 #include "plainCert.h"
+#include "platform/owned.h"
 
 namespace {
 
@@ -34,6 +36,8 @@ constexpr LabelRow kLabels[] = {
     {"CERTIFICATE", sxShape::kCertificate},
     {"X509 CERTIFICATE", sxShape::kCertificate},
     {"X509 CRL", sxShape::kCrl},
+    {"CERTIFICATE REQUEST", sxShape::kRequest},
+    {"NEW CERTIFICATE REQUEST", sxShape::kRequest},
     {"PKCS7", sxShape::kPkcs7},
     {"CMS", sxShape::kPkcs7},
     {"PKCS #7 SIGNED DATA", sxShape::kPkcs7},
@@ -96,6 +100,14 @@ void LoadCrl(sxOctetView octets, sxLoadItem &item) {
   if (crl->OK() == 0) return NotDecoded(sxShape::kCrl, octets, crl->Error().getstr(), item);
   if (!IsAsGiven(*crl, octets)) return NotDecoded(sxShape::kCrl, octets, "text within text", item);
   item.crl = crl.release();
+}
+
+void LoadRequest(sxOctetView octets, sxLoadItem &item) {
+  sxOwned<sxCertRequest, sxCertRequest_Free> request(
+      new sxCertRequest(octets.data(), static_cast<unsigned int>(octets.size())));
+  if (request->OK() == 0) return NotDecoded(sxShape::kRequest, octets, request->Error().getstr(), item);
+  if (!IsAsGiven(*request, octets)) return NotDecoded(sxShape::kRequest, octets, "text within text", item);
+  item.request = request.release();
 }
 
 struct KeyInfo {
@@ -176,6 +188,15 @@ void LoadKey(sxShape shape, sxOctetView octets, sxLoadItem &item) {
   NotDecoded(shape, octets, why.empty() ? "malformed, or not a key that is usable here" : why, item);
 }
 
+unsigned WantedAs(sxLoadKind kind) {
+  switch (kind) {
+    case sxLoadKind::kCertificate: return sxLoad_certs;
+    case sxLoadKind::kCrl: return sxLoad_crls;
+    case sxLoadKind::kRequest: return sxLoad_requests;
+    default: return sxLoad_keys;
+  }
+}
+
 bool Enter(sxOctetView &octets, int tag, sxOctetView *inside) {
   sxDerElement element;
   if (!sxTakeBer(octets, &element) || element.tag != tag) return false;
@@ -203,6 +224,7 @@ sxLoadKind sxKindOf(sxShape shape) {
   switch (shape) {
     case sxShape::kCertificate: return sxLoadKind::kCertificate;
     case sxShape::kCrl: return sxLoadKind::kCrl;
+    case sxShape::kRequest: return sxLoadKind::kRequest;
     case sxShape::kRsaPublic:
     case sxShape::kPublicInfo: return sxLoadKind::kPublicKey;
     case sxShape::kRsaPrivate:
@@ -224,15 +246,18 @@ void sxLoadObject(sxShape shape, sxOctetView octets, unsigned wanted, sxLoadItem
   if (item.kind == sxLoadKind::kNothing) {
     return sxSkipItem(item, sxLoadSkip::kUnknown, std::string(sxShapeName(shape)) + ", which is not read here");
   }
-  const bool isCert = item.kind == sxLoadKind::kCertificate, isCrl = item.kind == sxLoadKind::kCrl;
-  if ((wanted & (isCert ? sxLoad_certs : isCrl ? sxLoad_crls : sxLoad_keys)) == 0) {
+  if ((wanted & WantedAs(item.kind)) == 0) {
     return sxSkipItem(item, sxLoadSkip::kUnwanted, std::string(sxShapeName(shape)) + "; not asked for");
   }
   if (shape == sxShape::kEncryptedInfo) {
     return sxSkipItem(item, sxLoadSkip::kNotDecoded, "an encrypted private key within an encrypted one");
   }
-  if (isCert) return LoadCert(octets, item);
-  return isCrl ? LoadCrl(octets, item) : LoadKey(shape, octets, item);
+  switch (item.kind) {
+    case sxLoadKind::kCertificate: return LoadCert(octets, item);
+    case sxLoadKind::kCrl: return LoadCrl(octets, item);
+    case sxLoadKind::kRequest: return LoadRequest(octets, item);
+    default: return LoadKey(shape, octets, item);
+  }
 }
 
 // Blanks and comments may stand before it (attributeSet.h).

@@ -6,6 +6,13 @@
 
 bool sxHoldsNul(std::string_view octets) { return octets.find('\0') != std::string_view::npos; }
 
+std::string sxOneLine(std::string text) {
+  for (char &c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '.';
+  }
+  return text;
+}
+
 int sxHandOut(const char *func, std::string_view text, char *out, int outLen) {
   if (out == nullptr) return -1;
   if (outLen < 0 || text.size() >= static_cast<size_t>(outLen)) {

@@ -7,9 +7,13 @@
 #ifndef KXCERT_SRC_CERT_PEERTEXT_H_
 #define KXCERT_SRC_CERT_PEERTEXT_H_
 
+#include <string>
 #include <string_view>
 
 bool sxHoldsNul(std::string_view octets);
+
+/// The text with a period for each control character: a line feed would forge a line of what is printed.
+std::string sxOneLine(std::string text);
 
 /// Copies a text and a NUL into an area of @p outLen bytes, all of it or nothing.
 /// @param func  whom the line names when the text does not fit

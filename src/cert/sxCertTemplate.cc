@@ -261,7 +261,7 @@ int sxCertTemplate::SetPubKey(sxPubKey *key) {
 
 int sxCertTemplate::SetExtensions(const sxExtensionsList *extensions) {
   sxASN_Extensions *composed = nullptr;
-  if (extensions != nullptr && extensions->Compose(Get_ExtComposerTable(), &composed) != 0) return -1;
+  if (extensions != nullptr && extensions->Compose(sxTemplateExtComposerTable(), &composed) != 0) return -1;
   sxASN_CertTemplate tree(Tree());
   Replace(tree.extensions, composed);
   return Set(&tree);
@@ -278,6 +278,16 @@ int sxCertTemplate::SetExtension(const sxAsnOid &type, bool critical, const unsi
   sxASN_CertTemplate tree(Tree());
   Replace(tree.extensions, WithExtension(tree.extensions, type, &ext));
   return Set(&tree);
+}
+
+int sxCertTemplate::SetExtension(const sxAsnOid &type, bool critical, const sxExtension &ext) {
+  const sxExtComposer *row = sxTemplateExtComposerTable();
+  while (row->oid != nullptr && !row->oid->OidEquiv(type)) ++row;
+  const std::unique_ptr<sxASN_Extension> made(row->oid == nullptr ? nullptr : row->compose(ext, critical ? 1 : 0));
+  if (made == nullptr) {
+    return herror_func(0, 0, "sxCertTemplate::SetExtension: can't compose extension of type: %s", ext.ExtName()), -1;
+  }
+  return SetExtension(type, critical, made->extnValue->Data(), made->extnValue->Len());
 }
 
 void sxCertTemplate::RemoveExtension(const sxAsnOid &type) {

@@ -1,4 +1,6 @@
 // The handle of all extensions, and what turns their values into extnValue and back.
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <typeinfo>
@@ -32,6 +34,25 @@ bool sxPlainSequence(const sxASN_Extension &ext, sxDerReader *content) {
 sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int critical) {
   auto ext = std::make_unique<sxASN_Extension>();
   return sxComposeExtension(value, oid, critical, ext.get()) == 0 ? ext.release() : nullptr;
+}
+
+bool sxReadCount(const sxAsnInt &number, int *count) {
+  if (!number.IsBig()) {
+    *count = number.GetShortVal();
+    return *count >= 0;
+  }
+  const unsigned char *octets = number.BigOctets().Data();
+  const int len = number.BigOctets().Len();
+  if (octets[0] >= 0x80) return false;
+  uint64_t value = 0;
+  for (int i = 0; i < len && value <= INT32_MAX; ++i) value = value << 8 | octets[i];
+  *count = value <= INT32_MAX ? static_cast<int>(value) : INT32_MAX;
+  return true;
+}
+
+bool sxHasTwice(std::vector<sxOctetView> oids) {
+  std::ranges::sort(oids, [](sxOctetView a, sxOctetView b) { return std::ranges::lexicographical_compare(a, b); });
+  return std::ranges::adjacent_find(oids, sxEqual) != oids.end();
 }
 
 std::string sxOidText(const sxAsnOid &oid) {

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "asn1/der.h"
 #include "kxcert/asn1/sxAsnOid.h"
@@ -37,6 +38,13 @@ bool sxPlainSequence(const sxASN_Extension &ext, sxDerReader *content);
 /// A new extension around @p value, for delete; null when it cannot be encoded.
 sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int critical);
 
+/// A number of levels or certificates as far as an int holds it; more than that limit nothing.
+/// @return false for a negative one (all of them are 0..MAX), which must not read as "no limit"
+bool sxReadCount(const sxAsnInt &number, int *count);
+
+/// Whether one identifier stands in a list twice, in n log n steps.
+bool sxHasTwice(std::vector<sxOctetView> oids);
+
 /// Dotted decimal, cut with a "?" when it is longer than 251 characters.
 std::string sxOidText(const sxAsnOid &oid);
 
@@ -57,6 +65,7 @@ sxASN_Extension *sxComposeKeyUsage(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeExtKeyUsage(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeSubjectAltName(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeDistPoints(const sxExtension &ext, int critical);
+sxASN_Extension *sxComposeFreshestCRL(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeSubjectKeyId(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeAuthorityKeyId(const sxExtension &ext, int critical);
 sxASN_Extension *sxComposeAuthorityInfoAccess(const sxExtension &ext, int critical);
@@ -66,5 +75,13 @@ sxASN_Extension *sxComposeIssuingDP(const sxExtension &ext, int critical);
 /// What CRLs keep of their extensions, and use: the issuing distribution point, the issuer's key identifier, where
 /// deltas are.
 const sxExtParser *sxKeptCRLExtParserTable();
+
+/// Whether a value of one of the types of Get_IssuedExtParserTable reads, and could be composed; true for other types.
+/// @param type   content octets
+/// @param value  octets of extnValue
+bool sxMayBeIssued(sxOctetView type, sxOctetView value);
+
+/// What templates are composed with: Get_ExtComposerTable, and behind it Get_IssuedExtComposerTable.
+const sxExtComposer *sxTemplateExtComposerTable();
 
 #endif

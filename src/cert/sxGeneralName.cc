@@ -181,12 +181,7 @@ void sxGeneralName_imp::Sprint(SxStream *out, int indent) const {
   if (const char *label = LabelOf(m_type); label != nullptr) {
     out->Put(label);
     out->Put(": ");
-    std::string text = GetStr();
-    // A line feed from a certificate would forge a line of what is printed.
-    for (char &c : text) {
-      if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '.';
-    }
-    out->Put(text);
+    out->Put(sxOneLine(GetStr()));
     out->Put("\n");
   } else {
     out->Printf("Error in general name. type = %d\n", m_type);

@@ -5,6 +5,7 @@
 
 #include "kxcert/cert/loadFiles.h"
 #include "kxcert/cert/sxCRL.h"
+#include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "support/caseFile.h"
@@ -12,7 +13,7 @@
 
 namespace {
 
-constexpr const char *kKinds[] = {"nothing", "certificate", "CRL", "public key", "private key"};
+constexpr const char *kKinds[] = {"nothing", "certificate", "CRL", "public key", "private key", "request"};
 
 std::string InputOf(const CaseBlock &block) {
   std::string all;
@@ -34,6 +35,7 @@ bool HasWhatItSays(const sxLoadItem &item) {
   const bool isKey = item.kind == sxLoadKind::kPublicKey || item.kind == sxLoadKind::kPrivateKey;
   return (item.cert != nullptr) == (!passed && item.kind == sxLoadKind::kCertificate) &&
          (item.crl != nullptr) == (!passed && item.kind == sxLoadKind::kCrl) && (item.key != nullptr) == (!passed && isKey) &&
+         (item.request != nullptr) == (!passed && item.kind == sxLoadKind::kRequest) &&
          (item.cert == nullptr || item.cert->OK() == 1) && (item.crl == nullptr || item.crl->OK() == 1);
 }
 

@@ -33,6 +33,9 @@ CNF
     printf '\x30\x82\x01' >short.der
     sed 's/CERTIFICATE/X509 CRL/' "$chain/leaf.pem" >no.crl
     : >empty
+    # Changes of the same length: terminal sequences in a URI, a negative number of certificates.
+    cp "$BATS_TEST_DIRNAME/../data/cert/issued-extensions.der" issued.der
+    LC_ALL=C sed 's|cps.example/other|cps.ex\x1b[31m\x0aother|; s|\x80\x01\x00\x81|\x80\x01\xff\x81|' issued.der >issued-evil.der
   } >log 2>&1
 }
 

@@ -38,10 +38,6 @@ const char *NameOf(const CodeName (&table)[kRows], int code) {
   return "unknown";
 }
 
-std::string SignatureText(int family, int digest) {
-  return std::string(NameOf(kAlgorithms, family)) + " with " + NameOf(kDigests, digest);
-}
-
 constexpr int kNumKeyUsages = 9;  // bits that KeyusageStr knows
 
 Facts TimeFacts(int64_t seconds) {
@@ -98,6 +94,10 @@ std::string KeyText(const sxCert &cert) {
 
 std::string ValidityText(const sxCert &cert) {
   return PrintCertTime(cert.notBefore()) + " to " + PrintCertTime(cert.notAfter());
+}
+
+std::string SignatureText(int family, int digest) {
+  return std::string(NameOf(kAlgorithms, family)) + " with " + NameOf(kDigests, digest);
 }
 
 std::string SignatureText(const sxCert &cert) {

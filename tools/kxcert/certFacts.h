@@ -20,12 +20,13 @@ std::string NumberText(const sxAsnInt &number);  ///< hexadecimal; of a negative
 std::string NumberText(std::span<const unsigned char> content);  ///< of an INTEGER
 std::string SerialText(const sxCert &cert);
 bool IsNegative(const sxAsnInt &number);
-void Negate(std::vector<unsigned char> &octets);  ///< in two's complement
-std::string KeyText(const sxCert &cert);          ///< "RSA, 2048 bits"
-std::string ValidityText(const sxCert &cert);     ///< "2024-... UTC to 2034-... UTC"
-std::string SignatureText(const sxCert &cert);    ///< "ECDSA with SHA-256"
-std::string SignatureText(const sxAsnOid &oid);   ///< the same of an algorithm's identifier
-std::string KeyIdText(const sxExtKeyID *keyId);   ///< hexadecimal; "" without one
+void Negate(std::vector<unsigned char> &octets);    ///< in two's complement
+std::string KeyText(const sxCert &cert);            ///< "RSA, 2048 bits"
+std::string ValidityText(const sxCert &cert);       ///< "2024-... UTC to 2034-... UTC"
+std::string SignatureText(const sxCert &cert);      ///< "ECDSA with SHA-256"
+std::string SignatureText(const sxAsnOid &oid);     ///< the same of an algorithm's identifier
+std::string SignatureText(int family, int digest);  ///< the same of a key's algorithm and a sx_md_type
+std::string KeyIdText(const sxExtKeyID *keyId);     ///< hexadecimal; "" without one
 
 Facts CertFacts(const sxCert &cert);
 

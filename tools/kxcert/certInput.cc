@@ -12,14 +12,9 @@
 
 namespace {
 
-std::vector<FoundCert> CertsOf(const sxLoader &loader) {
-  std::vector<FoundCert> certs;
-  for (const sxLoadItem &item : loader.Items()) {
-    if (item.cert == nullptr) continue;
-    sxCert_Save(item.cert);
-    certs.push_back({CertRef(item.cert), VisibleLine(item.place.Text())});
-  }
-  return certs;
+void Take(const sxLoadItem &item, std::vector<FoundCert> &certs) {
+  sxCert_Save(item.cert);
+  certs.push_back({CertRef(item.cert), VisibleLine(item.place.Text())});
 }
 
 using FileNames = std::set<const char *>;
@@ -58,7 +53,10 @@ std::vector<FoundCert> ReadFolder(const std::string &folder, Report &report) {
   const int numOthers = NumFilesWithout(loader, folder, filesWith);
   if (numOthers > 0)
     report.Note(folder, Counted(static_cast<size_t>(numOthers), "file") + " without a certificate; passed over");
-  std::vector<FoundCert> certs = CertsOf(loader);
+  std::vector<FoundCert> certs;
+  for (const sxLoadItem &item : loader.Items()) {
+    if (item.cert != nullptr) Take(item, certs);
+  }
   if (certs.empty()) report.Problem(kExitInputError, folder, "no certificate in it");
   return certs;
 }
@@ -66,15 +64,8 @@ std::vector<FoundCert> ReadFolder(const std::string &folder, Report &report) {
 }  // namespace
 
 std::vector<FoundCert> ReadCerts(const std::string &path, Report &report) {
-  sxLoader loader(sxLoad_certs);
-  if (!LoadInput(path, loader, report)) return {};
-  SkippedParts skipped(report);
-  bool told = false;
-  for (const sxLoadItem &item : loader.Items()) {
-    if (item.skip != sxLoadSkip::kNot && skipped.Tell(item)) told = true;
-  }
-  std::vector<FoundCert> certs = CertsOf(loader);
-  if (certs.empty() && !told) report.Problem(kExitInputError, InputName(path), "no certificate in it");
+  std::vector<FoundCert> certs;
+  ReadObjects(path, sxLoad_certs, "certificate", report, [&certs](const sxLoadItem &item) { Take(item, certs); });
   return certs;
 }
 

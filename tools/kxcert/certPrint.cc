@@ -45,7 +45,10 @@ void AddToCert(const sxCert &cert, SxStream *out, Facts &facts) {
   if (IsNegative(*cert.SerialNum())) PrintLine(out, "Serial Number, negative", SerialText(cert));
   PrintLine(out, "Signature Algorithm OID", UnknownSignature(*tree.signatureAlgorithm));
   facts["signatureOid"] = OidText(*tree.signatureAlgorithm->algorithm);
-  facts["unknownExtensions"] = PrintUnknown(tree.tbsCertificate->extensions, cert.Extensions(), nullptr, out, kIndent);
+  Facts extensions;
+  facts["unknownExtensions"] =
+      PrintUnknown(tree.tbsCertificate->extensions, cert.Extensions(), nullptr, out, kIndent, &extensions);
+  facts["extensions"] = std::move(extensions);
   facts["sha256"] = Sha256Of(cert.GetBuf(), cert.BufLen());
   facts["spkiSha256"] = SpkiSha256(cert);
   PrintLine(out, "SHA-256 of the certificate", facts["sha256"].Text());
@@ -93,8 +96,11 @@ std::string CrlText(const sxCRL &crl, int level, Facts &facts) {
   facts["signatureOid"] = OidText(*tree.signatureAlgorithm->algorithm);
   facts["sha256"] = Sha256Of(crl.GetBuf(), crl.BufLen());
   SxStream text, more;
-  facts["unknownExtensions"] = PrintUnknown(body.crlExtensions, crl.Extensions(),
-                                            crl.Number() != nullptr ? &kCrlNumber : nullptr, &more, kIndent);
+  Facts extensions;
+  facts["unknownExtensions"] =
+      PrintUnknown(body.crlExtensions, crl.Extensions(), crl.Number() != nullptr ? &kCrlNumber : nullptr, &more,
+                   kIndent, &extensions);
+  facts["extensions"] = std::move(extensions);
   if (level == sxCert_brief) {
     PrintLine(&text, "Issuer", NameText(&issuer));
     PrintLine(&text, "Revoked Certificates", std::to_string(numRevoked));

@@ -21,19 +21,10 @@ int DigitOf(char c) {
 
 std::vector<FoundCrl> ReadCrls(const std::string &path, Report &report) {
   std::vector<FoundCrl> found;
-  sxLoader loader(sxLoad_crls);
-  if (!LoadInput(path, loader, report)) return found;
-  SkippedParts skipped(report);
-  bool isTold = false;
-  for (const sxLoadItem &item : loader.Items()) {
-    if (item.crl == nullptr) {
-      isTold |= skipped.Tell(item);
-      continue;
-    }
+  ReadObjects(path, sxLoad_crls, "CRL", report, [&found](const sxLoadItem &item) {
     sxCRL_Save(item.crl);
     found.push_back({CrlRef(item.crl), VisibleLine(item.place.Text())});
-  }
-  if (found.empty() && !isTold) report.Problem(kExitInputError, InputName(path), "no CRL in it");
+  });
   return found;
 }
 

@@ -29,22 +29,21 @@
 namespace {
 
 constexpr char kPemLabel[] = "X509 CRL";
-enum Form : int { kDer, kPem };
 enum Only : int { kAllCerts, kUserCerts, kCACerts, kAttributeCerts };
 
 struct Options {
   std::string password;
   std::string issuer, key, from;
-  std::vector<std::string> revoke, unrevoke, points;
+  std::vector<std::string> revoke, revokeCerts, unrevoke, points;
   std::string thisUpdate, nextUpdate, number, deltaBase;
   int only = kAllCerts;
   int digest = sx_md_sha256;
-  int form = kPem;
+  int form = kObjectForm_pem;
   OutputOptions output;
 };
 
 struct Revocation {
-  std::unique_ptr<sxAsnInt> serial;
+  std::string what;  // a serial number or a file
   int64_t sec = kxClock_Now();
   int reason = sxCrlReason_none;
 };
@@ -56,7 +55,7 @@ int ReasonOf(const std::string &name) {
   return sxCrlReason_none;
 }
 
-// "SERIAL[,DATE[,REASON]]". @return "", or what is wrong with it
+// "WHAT[,DATE[,REASON]]". @return "", or what is wrong with it
 std::string ParseRevocation(const std::string &text, Revocation *revocation) {
   std::string rest = text, parts[3];
   for (std::string &part : parts) {
@@ -64,17 +63,23 @@ std::string ParseRevocation(const std::string &text, Revocation *revocation) {
     part = rest.substr(0, comma);
     rest = comma == std::string::npos ? "" : rest.substr(comma + 1);
   }
-  revocation->serial = ParseSerial(parts[0]);
-  if (revocation->serial == nullptr) return CheckSerial(parts[0]);
+  revocation->what = parts[0];
+  if (parts[0].empty()) return "nothing before the comma";
   if (!parts[1].empty() && !ParseTime(parts[1], &revocation->sec)) return CheckTime(parts[1]);
   revocation->reason = ReasonOf(parts[2]);
   const bool isKnown = parts[2].empty() || revocation->reason != sxCrlReason_none;
   return isKnown && rest.empty() ? "" : "not a reason: " + VisibleLine(parts[2]) + "; keyCompromise is one";
 }
 
-std::string CheckRevocation(const std::string &text) {
+std::string CheckCertRevocation(const std::string &text) {
   Revocation revocation;
   return ParseRevocation(text, &revocation);
+}
+
+std::string CheckRevocation(const std::string &text) {
+  Revocation revocation;
+  const std::string wrong = ParseRevocation(text, &revocation);
+  return wrong.empty() ? CheckSerial(revocation.what) : wrong;
 }
 
 // Whether it is the issuer's, so that what it says may be signed anew. @return false: a problem, which has been told
@@ -149,8 +154,36 @@ std::vector<unsigned char> ContentOf(const sxAsnInt &number) {
   return octets;
 }
 
-// @return false: a problem, which has been told
-bool ChangeEntries(const Options &options, sxCRL_Encoder &crl, Report &report) {
+// Each returns false for a problem, which has been told.
+
+bool Revoke(const sxAsnInt &serial, const Revocation &revocation, sxCRL_Encoder &crl, Report &report) {
+  if (revocation.reason == sxCrlReason_removeFromCRL && !crl.IsDelta()) {
+    return report.Problem(kExitUsage, revocation.what, "only a delta CRL removes an entry: give --delta-base"), false;
+  }
+  const std::vector<unsigned char> octets = ContentOf(serial);
+  sxRevokedEntry entry;
+  entry.serial = octets.data();
+  entry.serialLen = static_cast<int>(octets.size());
+  entry.revokedSec = revocation.sec;
+  entry.reason = revocation.reason;
+  const int rc = crl.AddEntry(entry);
+  if (rc == 1) return true;
+  report.Problem(kExitInputError, revocation.what, rc == 0 ? "is in the list already" : "cannot be put into a list");
+  return false;
+}
+
+bool RevokeCert(const std::string &text, const sxCert &issuer, sxCRL_Encoder &crl, Report &report) {
+  Revocation revocation;
+  ParseRevocation(text, &revocation);
+  const FoundCert found = ReadOneCert(revocation.what, report);
+  if (found.cert == nullptr) return false;
+  if (!found.cert->Issuer()->Equal(*issuer.Subject()) || found.cert->VerifySig(issuer.PubKey()) != 0) {
+    return report.Problem(kExitInputError, found.where, "is not a certificate of this issuer"), false;
+  }
+  return Revoke(*found.cert->SerialNum(), revocation, crl, report);
+}
+
+bool ChangeEntries(const Options &options, const sxCert &issuer, sxCRL_Encoder &crl, Report &report) {
   for (const std::string &text : options.unrevoke) {
     if (crl.RemoveEntry(*ParseSerial(text)) != 0) {
       return report.Problem(kExitInputError, text, "is not in the list"), false;
@@ -159,35 +192,10 @@ bool ChangeEntries(const Options &options, sxCRL_Encoder &crl, Report &report) {
   for (const std::string &text : options.revoke) {
     Revocation revocation;
     ParseRevocation(text, &revocation);
-    if (revocation.reason == sxCrlReason_removeFromCRL && !crl.IsDelta()) {
-      return report.Problem(kExitUsage, text, "only a delta CRL removes an entry: give --delta-base"), false;
-    }
-    const std::vector<unsigned char> octets = ContentOf(*revocation.serial);
-    sxRevokedEntry entry;
-    entry.serial = octets.data();
-    entry.serialLen = static_cast<int>(octets.size());
-    entry.revokedSec = revocation.sec;
-    entry.reason = revocation.reason;
-    const int rc = crl.AddEntry(entry);
-    if (rc != 1) {
-      report.Problem(kExitInputError, text, rc == 0 ? "is in the list already" : "cannot be put into a list");
-      return false;
-    }
+    if (!Revoke(*ParseSerial(revocation.what), revocation, crl, report)) return false;
   }
-  return true;
-}
-
-void Write(const sxCRL &crl, const Options &options, Report &report) {
-  if (report.IsJson()) {
-    report.Document()["crl"] = CrlFacts(crl);
-    report.Document()["der"] = HexOf(crl.GetBuf(), crl.BufLen());
-    if (options.output.file.empty()) return;  // the document holds it
-  }
-  if (options.form == kDer) {
-    WriteOctets({crl.GetBuf(), crl.BufLen()}, options.output, report);
-  } else {
-    WritePem(kxBinBuf(crl.GetBuf(), crl.BufLen()), kPemLabel, options.output, report);
-  }
+  return std::ranges::all_of(options.revokeCerts,
+                             [&](const std::string &text) { return RevokeCert(text, issuer, crl, report); });
 }
 
 void Run(const Options &options, Report &report) {
@@ -209,13 +217,15 @@ void Run(const Options &options, Report &report) {
   if (from.crl != nullptr && crl->Issuer() == nullptr) {
     return report.Problem(kExitInputError, from.where, "cannot be copied" + log.Reason());
   }
-  const bool isSet = SetFields(options, issuer, from.crl.get(), *crl, report) && ChangeEntries(options, *crl, report);
+  const bool isSet =
+      SetFields(options, issuer, from.crl.get(), *crl, report) && ChangeEntries(options, issuer, *crl, report);
   const bool isScoped = isSet && SetScope(options, *crl, report);
   if (report.Worst() != kExitYes) return;  // it has been told
   CrlRef made;
   if (isScoped) made.reset(crl->Encode(key.key.get(), static_cast<sx_md_type>(options.digest)));
   if (made == nullptr) return report.Problem(kExitInputError, key.where, "no CRL can be made" + log.Reason());
-  Write(*made, options, report);
+  report.Document()["crl"] = CrlFacts(*made);
+  WriteObject({made->GetBuf(), made->BufLen()}, kPemLabel, options.form, options.output, report);
 }
 
 }  // namespace
@@ -230,6 +240,8 @@ Verb CrlNew() {
        {"--from", "CRL of the same issuer to begin with", &options->from},
        {"--revoke", "SERIAL[,TIME[,REASON]], the number in hexadecimal; may be repeated", &options->revoke, false,
         CheckRevocation},
+       {"--revoke-cert", "CERT[,TIME[,REASON]], a file with a certificate that it issued; may be repeated",
+        &options->revokeCerts, false, CheckCertRevocation},
        {"--unrevoke", "SERIAL that is not to be in it; may be repeated", &options->unrevoke, false, CheckSerial},
        {"--this-update", "when it was issued; now unless given", &options->thisUpdate, false, CheckTime},
        {"--number", "of this CRL, in hexadecimal; larger than any before", &options->number, false, CheckSerial},
@@ -243,14 +255,8 @@ Verb CrlNew() {
         nullptr,
         {{"user", kUserCerts}, {"ca", kCACerts}, {"attribute", kAttributeCerts}},
         "KIND"},
-       {"--digest",
-        "sha256 unless given",
-        &options->digest,
-        false,
-        nullptr,
-        {{"sha1", sx_md_sha1}, {"sha256", sx_md_sha256}, {"sha384", sx_md_sha384}, {"sha512", sx_md_sha512}},
-        "DIGEST"},
-       {"--form", "of what is written", &options->form, false, nullptr, {{"pem", kPem}, {"der", kDer}}, "FORM"}},
+       DigestRow(options->digest),
+       ObjectFormRow(options->form)},
       [options](Report &report) { Run(*options, report); }};
   std::ranges::move(OutputRows(options->output), std::back_inserter(verb.options));
   return verb;

@@ -29,8 +29,6 @@ namespace {
 constexpr char kPemLabel[] = "CERTIFICATE REQUEST MESSAGE";  // RFC 7468 has none for it
 constexpr int kNumKeyUsages = 9;
 
-enum Form : int { kDer, kPem };
-
 struct Options {
   std::string keyPassword;
   std::string key;
@@ -42,7 +40,7 @@ struct Options {
   std::string password;
   int digest = sx_md_sha1;
   int id = 0;
-  int form = kPem;
+  int form = kObjectForm_pem;
   OutputOptions output;
 };
 
@@ -186,16 +184,6 @@ bool AddOldCert(const std::string &path, kxCRMF &crmf, Report &report) {
   return false;
 }
 
-void Write(const kxBinBuf &der, const Options &options, Report &report) {
-  report.Document()["der"] = HexOf(der.Data(), der.Len());
-  if (report.IsJson() && options.output.file.empty()) return;  // the document holds it
-  if (options.form == kDer) {
-    WriteOctets({der.Data(), der.Len()}, options.output, report);
-  } else {
-    WritePem(der, kPemLabel, options.output, report);
-  }
-}
-
 void Run(const Options &options, Report &report) {
   const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report, options.keyPassword);
   sxCertTemplate wanted;
@@ -219,7 +207,7 @@ void Run(const Options &options, Report &report) {
   if (crmf.DerEncode(md, key.key.get(), der, password.IsEmpty() ? nullptr : &password) != 0) {
     return report.Problem(kExitInputError, key.where, "no request can be made" + log.Reason());
   }
-  Write(der, options, report);
+  WriteObject({der.Data(), der.Len()}, kPemLabel, options.form, options.output, report);
 }
 
 }  // namespace
@@ -245,7 +233,7 @@ Verb CrmfNew() {
         {{"sha1", sx_md_sha1}, {"md5", sx_md_md5}},
         "DIGEST"},
        {"--id", "number of the request (0)", &options->id},
-       {"--form", "of what is written", &options->form, false, nullptr, {{"pem", kPem}, {"der", kDer}}, "FORM"}},
+       ObjectFormRow(options->form)},
       [options](Report &report) { Run(*options, report); },
       [options] {
         const bool named = !options->subject.empty() || !options->from.empty() || !options->password.empty();

@@ -88,7 +88,10 @@ Facts TemplateFacts(const sxCertTemplate &wanted) {
   facts["notBefore"] = TimeOrNull(wanted.notBefore());
   facts["notAfter"] = TimeOrNull(wanted.notAfter());
   SxStream unused;
-  facts["unknownExtensions"] = PrintUnknown(wanted.Tree().extensions, wanted.Extensions(), nullptr, &unused, 0);
+  Facts extensions;
+  facts["unknownExtensions"] =
+      PrintUnknown(wanted.Tree().extensions, wanted.Extensions(), nullptr, &unused, 0, &extensions);
+  facts["extensions"] = std::move(extensions);
   return facts;
 }
 

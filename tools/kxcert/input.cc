@@ -138,6 +138,23 @@ bool LoadInput(const std::string &path, sxLoader &loader, Report &report) {
   return true;
 }
 
+void ReadObjects(const std::string &path, unsigned wanted, const char *noun, Report &report,
+                 const std::function<void(const sxLoadItem &item)> &take) {
+  sxLoader loader(wanted);
+  if (!LoadInput(path, loader, report)) return;
+  SkippedParts skipped(report);
+  bool isAny = false;
+  for (const sxLoadItem &item : loader.Items()) {
+    if (item.skip == sxLoadSkip::kNot) {
+      take(item);
+      isAny = true;
+    } else if (skipped.Tell(item)) {
+      isAny = true;
+    }
+  }
+  if (!isAny) report.Problem(kExitInputError, InputName(path), "no " + std::string(noun) + " in it");
+}
+
 void SkippedParts::EndFile() {
   if (m_num > kMaxToldOfFile) {
     m_report.Note(m_file, Counted(static_cast<size_t>(m_num - kMaxToldOfFile), "more part") + " passed over");

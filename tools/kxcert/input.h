@@ -37,6 +37,13 @@ void ReadBlocks(const std::string &path, Report &report,
 /// Loads one file. @return false when the loader has no item about it; a problem is then reported
 bool LoadInput(const std::string &path, sxLoader &loader, Report &report);
 
+/// Every object of one file that is asked for. What else is in the file is a note; what cannot be read, or a file without
+/// such an object, is a problem.
+/// @param wanted  one of sxLoadWanted
+/// @param noun    what is asked for: "CRL"
+void ReadObjects(const std::string &path, unsigned wanted, const char *noun, Report &report,
+                 const std::function<void(const sxLoadItem &item)> &take);
+
 /// Says what was passed over and why: of the first parts of each file, then how many more there are.
 class SkippedParts {
  public:

@@ -77,7 +77,9 @@ const sxLoadItem *MostTelling(const sxLoader &loader) {
 std::string WhyNone(const sxLoadItem &item, KeyPart part) {
   if (item.key != nullptr && part == KeyPart::kPrivate) return "a public key; the private one is needed";
   if (item.skip == sxLoadSkip::kUnwanted) {
-    const char *const what = item.kind == sxLoadKind::kCrl ? "a CRL" : "a certificate";
+    const char *const what = item.kind == sxLoadKind::kCrl       ? "a CRL"
+                             : item.kind == sxLoadKind::kRequest ? "a certificate request"
+                                                                 : "a certificate";
     return std::string(what) + "; a key is needed";
   }
   if (item.skip == sxLoadSkip::kCutShort) return "no key: neither PEM, DER nor an attribute set";

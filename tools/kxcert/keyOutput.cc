@@ -16,9 +16,11 @@
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/keys/encryptedKeys.h"
 #include "kxcert/keys/keyForms.h"
+#include "kxcert/platform/digest.h"
 #include "kxcert/platform/secureMemory.h"
 #include "kxcert/platform/wholeFile.h"
 #include "report.h"
+#include "visibleText.h"
 
 namespace {
 
@@ -96,6 +98,27 @@ bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions
     return report.Problem(kExitInternal, "", "no PEM can be made"), false;
   }
   return WriteOctets(OctetsOf(text.getstr()), options, report);
+}
+
+OptionRow ObjectFormRow(int &form) {
+  return {"--form", "of what is written", &form, false, nullptr, {{"pem", kObjectForm_pem}, {"der", kObjectForm_der}},
+          "FORM"};
+}
+
+OptionRow DigestRow(int &digest) {
+  return {
+      "--digest", "sha256 unless given",
+      &digest,    false,
+      nullptr,    {{"sha1", sx_md_sha1}, {"sha256", sx_md_sha256}, {"sha384", sx_md_sha384}, {"sha512", sx_md_sha512}},
+      "DIGEST"};
+}
+
+bool WriteObject(std::span<const unsigned char> der, const char *pemLabel, int form, const OutputOptions &options,
+                 Report &report) {
+  report.Document()["der"] = HexOf(der.data(), der.size());
+  if (report.IsJson() && options.file.empty()) return true;
+  if (form == kObjectForm_der) return WriteOctets(der, options, report);
+  return WritePem(kxBinBuf(der.data(), static_cast<unsigned>(der.size())), pemLabel, options, report);
 }
 
 bool WriteKey(sxPubKey &key, bool privatePart, KeyForm form, const OutputOptions &options, Report &report,

@@ -30,6 +30,15 @@ bool CanBeReplaced(const std::string &path);  ///< what --force replaces: neithe
 /// Writes octets whole or not at all; a file is for its owner alone. What fails is a problem. @return whether it is done
 bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &options, Report &report);
 
+enum ObjectForm : int { kObjectForm_pem, kObjectForm_der };
+OptionRow ObjectFormRow(int &form);
+/// What a certificate, CRL or request is signed with: a sx_md_type, sx_md_sha256 to begin with.
+OptionRow DigestRow(int &digest);
+
+/// Writes an object that holds nothing secret. With --json the document holds it, as "der"; then a file is not needed.
+bool WriteObject(std::span<const unsigned char> der, const char *pemLabel, int form, const OutputOptions &options,
+                 Report &report);
+
 /// The same as a PEM block.
 bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions &options, Report &report);
 

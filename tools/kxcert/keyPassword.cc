@@ -75,16 +75,17 @@ bool ReadProtection(const EncryptOptions &options, bool canBe, KeyProtection &pr
   const auto refuse = [&report](ExitCode code, const std::string &why) { return report.Problem(code, "", why), false; };
   protection.isOn = !options.cipher.empty();
   if (!protection.isOn) {
-    const bool isAsked = !options.password.empty() || options.iterations != kUsualPbeIterations;
+    const bool isAsked = !options.password.empty() || options.iterations >= 0;
     return !isAsked || refuse(kExitUsage, "--new-password and --iterations need --encrypt");
   }
   if (!canBe) return refuse(kExitUsage, "--encrypt is for private keys as pem or der");
-  if (options.iterations < kMinIterations || static_cast<uint64_t>(options.iterations) > kMaxPbeIterations) {
+  const int iterations = options.iterations < 0 ? kUsualPbeIterations : options.iterations;
+  if (iterations < kMinIterations || static_cast<uint64_t>(iterations) > kMaxPbeIterations) {
     return refuse(kExitUsage, "--iterations is from " + std::to_string(kMinIterations) + " to " +
                                   std::to_string(kMaxPbeIterations));
   }
   protection.settings.cipher = FindCipher(options.cipher)->cipher;
-  protection.settings.iterations = options.iterations;
+  protection.settings.iterations = iterations;
   const std::string error = options.password.empty() ? AskNewPassword(protection.password)
                                                      : ReadSecret(options.password, protection.password);
   return error.empty() || refuse(kExitInputError, error);

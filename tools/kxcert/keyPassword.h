@@ -36,7 +36,7 @@ class KeyPassword {
 struct EncryptOptions {
   std::string cipher;    ///< "": the key is written as it is
   std::string password;  ///< its source
-  int iterations = kUsualPbeIterations;
+  int iterations = -1;   ///< not given: kUsualPbeIterations
 };
 /// "--encrypt", "--new-password" and "--iterations".
 std::vector<OptionRow> EncryptRows(EncryptOptions &options);

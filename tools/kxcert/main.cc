@@ -21,11 +21,14 @@ constexpr NounRow kNouns[] = {
     {"key", "RSA, elliptic-curve and Diffie-Hellman keys"},
     {"name", "Distinguished names"},
     {"ocsp", "Revocation as responders tell it"},
+    {"req", "Certification requests (PKCS #10)"},
 };
 
 constexpr VerbRow kVerbs[] = {
     {"cert", "print", "Print certificates and CRLs", CertPrint},
     {"cert", "asn1", "Print any ASN.1 type as a tree, or check its encoding", CertAsn1},
+    {"cert", "issue", "Issue a certificate, from a request or a key", CertIssue},
+    {"cert", "renew", "Issue a certificate once more, with new dates", CertRenew},
     {"chain", "verify", "Decide whether a chain is valid, and say why", ChainVerify},
     {"crl", "print", "Print CRLs and their entries", CrlPrint},
     {"crl", "verify", "Decide whether a CRL is valid, and say what it covers", CrlVerify},
@@ -52,6 +55,9 @@ constexpr VerbRow kVerbs[] = {
     {"name", "suffix", "Tell whether a name ends with another one", NameSuffix},
     {"ocsp", "ask", "Ask responders whether certificates are revoked", OcspAsk},
     {"ocsp", "print", "Print OCSP responses", OcspPrint},
+    {"req", "new", "Make a certification request", ReqNew},
+    {"req", "show", "Print certification requests", ReqShow},
+    {"req", "verify", "Decide whether requests are signed with the keys that they are about", ReqVerify},
 };
 
 int Run(int argc, char **argv) {

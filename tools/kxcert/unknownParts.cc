@@ -1,7 +1,10 @@
 #include "unknownParts.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
+#include "issuedFacts.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBuf.h"
@@ -10,6 +13,7 @@
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/platform/digest.h"
+#include "oidInput.h"
 #include "visibleText.h"
 
 namespace {
@@ -25,6 +29,42 @@ void PrintOctets(const sxASN_Extension &ext, const std::string &title, SxStream 
   if (shown == len) return;
   out->Indent(indent);
   out->Printf("%d more\n", len - shown);
+}
+
+bool IsCritical(const sxASN_Extension &ext) { return ext.critical != nullptr && ext.critical->Value() == 1; }
+
+Facts HeadOf(const sxASN_Extension &ext) {
+  return {{"name", ExtensionName(*ext.extnID)}, {"oid", OidText(*ext.extnID)}, {"critical", IsCritical(ext)}};
+}
+
+Facts ReadFacts(const sxASN_Extension &ext, const sxExtension &made) {
+  SxStream text;
+  made.Sprint(&text, 0);
+  Facts facts = HeadOf(ext);
+  facts["text"] = VisibleText(TrimEnd(text.Text()));
+  facts.update(IssuedFacts(*ext.extnID, made));
+  return facts;
+}
+
+void PrintRead(const sxASN_Extension &ext, const sxExtension &made, SxStream *out, int indent) {
+  if (IsCritical(ext)) {
+    out->Indent(indent);
+    out->Put("Critical:\n");
+  }
+  made.Sprint(out, indent);
+}
+
+Facts PrintUnread(const sxASN_Extension &ext, bool isBroken, SxStream *out, int indent) {
+  const std::string oid = OidText(*ext.extnID);
+  std::string title = (IsCritical(ext) ? "Critical extension " : "Extension ") + oid;
+  if (isBroken) title += ", " + ExtensionName(*ext.extnID) + " that does not decode";
+  PrintOctets(ext, title, out, indent);
+  Facts facts = HeadOf(ext);
+  const int shown = std::min(ext.extnValue->Len(), kMaxOctetsShown);
+  if (isBroken) facts["decodes"] = false;
+  facts["len"] = ext.extnValue->Len();
+  facts["octets"] = HexOf(ext.extnValue->Data(), static_cast<size_t>(shown));
+  return facts;
 }
 
 }  // namespace
@@ -60,26 +100,29 @@ std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm) {
 
 // The list has the extensions that it understood in their order.
 Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known, const sxAsnOid *alsoKnown,
-                   SxStream *out, int indent) {
-  auto facts = Facts::array();
-  if (extensions == nullptr) return facts;
+                   SxStream *out, int indent, Facts *all) {
+  auto unread = Facts::array(), each = Facts::array();
   const sxExtensionsList::ExtItem *item = known.First();
-  for (const sxASN_Extension &ext : *extensions) {
+  const auto tell = [&](const sxASN_Extension &ext) -> Facts {
     if (item != nullptr && item->oid->OidEquiv(*ext.extnID)) {
-      item = item->next;
-      continue;
+      const sxExtension *const made = std::exchange(item, item->next)->ext;
+      return made == nullptr ? HeadOf(ext) : ReadFacts(ext, *made);
     }
-    if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) continue;
-    const std::string oid = OidText(*ext.extnID);
-    const bool critical = ext.critical != nullptr && ext.critical->Value() == 1;
-    PrintOctets(ext, (critical ? "Critical extension " : "Extension ") + oid, out, indent);
-    const int shown = std::min(ext.extnValue->Len(), kMaxOctetsShown);
-    facts.push_back({{"oid", oid},
-                     {"critical", critical},
-                     {"len", ext.extnValue->Len()},
-                     {"octets", HexOf(ext.extnValue->Data(), static_cast<size_t>(shown))}});
+    if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) return HeadOf(ext);
+    std::unique_ptr<sxExtension> made;
+    const ReadAs how = ReadExtension(ext, &made);
+    if (how == ReadAs::kRead) {
+      PrintRead(ext, *made, out, indent);
+      return ReadFacts(ext, *made);
+    }
+    unread.push_back(PrintUnread(ext, how == ReadAs::kBroken, out, indent));
+    return HeadOf(ext);
+  };
+  if (extensions != nullptr) {
+    for (const sxASN_Extension &ext : *extensions) each.push_back(tell(ext));
   }
-  return facts;
+  if (all != nullptr) *all = std::move(each);
+  return unread;
 }
 
 std::string Sha256Of(const unsigned char *octets, size_t len) {

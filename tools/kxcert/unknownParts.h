@@ -24,12 +24,14 @@ std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm);
 /// "" for a signature that the library knows, else its algorithm.
 std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm);
 
-/// Prints those extensions that are not in @p known, each with its identifier and its octets.
+/// Prints those extensions that are not in @p known, in words where the library has them, else each with its identifier
+/// and its octets.
 /// @param extensions  those that @p known was made from; may be null
 /// @param alsoKnown   one that is told elsewhere, or null
-/// @return the same as JSON
+/// @param all         gets every one of them as JSON, in order, with its members where it is read here; or is null
+/// @return those that are not read as JSON
 Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &known, const sxAsnOid *alsoKnown,
-                   SxStream *out, int indent);
+                   SxStream *out, int indent, Facts *all = nullptr);
 
 std::string Sha256Of(const unsigned char *octets, size_t len);  ///< hexadecimal
 std::string SpkiSha256(const sxCert &cert);                     ///< of SubjectPublicKeyInfo as received; "" without one

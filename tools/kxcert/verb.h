@@ -37,7 +37,9 @@ struct Verb {
 };
 
 Verb CertAsn1();
+Verb CertIssue();
 Verb CertPrint();
+Verb CertRenew();
 Verb ChainVerify();
 Verb CrlFind();
 Verb CrlNew();
@@ -64,5 +66,8 @@ Verb NameParse();
 Verb NameSuffix();
 Verb OcspAsk();
 Verb OcspPrint();
+Verb ReqNew();
+Verb ReqShow();
+Verb ReqVerify();
 
 #endif

@@ -1,9 +1,9 @@
 /// @file
-/// Loading what users have: certificates, CRLs and keys from files, folders and memory.
+/// Loading what users have: certificates, CRLs, certification requests and keys from files, folders and memory.
 ///
 /// What a file holds is told by its content, never by its name: PEM with any number of blocks, elements of
 /// BER behind one another, "{ASN}" text (inputBlocks.h), and in any of them the certificates and CRLs of a
-/// PKCS #7 or CMS SignedData (RFC 5652, 5.1), whose signatures are not looked at. Private keys are
+/// PKCS #7 or CMS SignedData (RFC 5652, 5.1), whose signatures are not looked at; nor are those of requests. Private keys are
 /// RSAPrivateKey, ECPrivateKey, and PrivateKeyInfo with one of the two or a Diffie-Hellman key; with a password also
 /// EncryptedPrivateKeyInfo and encrypted blocks of traditional PEM (encryptedKeys.h). Where keys are asked for, a file may
 /// also be the text of one attribute set with a key in it (keyForms.h).
@@ -22,6 +22,7 @@
 #include "kxcert/keys/passwordBased.h"
 
 class sxCert;
+class sxCertRequest;
 class sxCerts;
 class sxCRL;
 class sxLoadReader;
@@ -33,7 +34,7 @@ constexpr size_t kMaxLoadItems = size_t{1} << 18;     ///< that one loader keeps
 constexpr size_t kMaxLoadFolderEntries = 65536;       ///< names in one folder
 constexpr int kMaxLoadDecryptions = 64;               ///< of keys that one loader tries: each may take seconds
 
-enum class sxLoadKind { kNothing, kCertificate, kCrl, kPublicKey, kPrivateKey };
+enum class sxLoadKind { kNothing, kCertificate, kCrl, kPublicKey, kPrivateKey, kRequest };
 
 enum class sxLoadSkip {
   kNot,         ///< there is an object
@@ -70,6 +71,7 @@ struct sxLoadItem {
   std::string label;                       ///< of the PEM block; printable ASCII
   sxCert *cert = nullptr;                  ///< OK
   sxCRL *crl = nullptr;                    ///< OK
+  sxCertRequest *request = nullptr;        ///< OK
   sxPubKey *key = nullptr;                 ///< OK; has a private part when kind says so
   sxLoadSkip skip = sxLoadSkip::kNot;
   int decryption = sxPbe_ok;  ///< sxPbeResult; sxPbe_ok also of what is not encrypted
@@ -81,7 +83,13 @@ struct sxLoadItem {
 /// @return false: there is none
 using sxAskPassword = std::function<bool(const sxLoadPlace &place, kxBinBuf &password)>;
 
-enum sxLoadWanted : unsigned { sxLoad_certs = 1, sxLoad_crls = 2, sxLoad_keys = 4, sxLoad_all = 7 };
+enum sxLoadWanted : unsigned {
+  sxLoad_certs = 1,
+  sxLoad_crls = 2,
+  sxLoad_keys = 4,
+  sxLoad_requests = 8,
+  sxLoad_all = 15
+};
 
 /// Collects; one thread. What is read of files and decoded of PEM is wiped, as it may be keys.
 class KXCERT_EXPORT sxLoader {

@@ -23,6 +23,7 @@ class sxCert;
 class sxCertRequest;
 class sxCertTemplate_imp;
 class sxDN;
+class sxExtension;
 class sxExtensionsList;
 class sxPubKey;
 class SxStream;
@@ -62,12 +63,16 @@ class KXCERT_EXPORT sxCertTemplate {
   void SetValidity(int64_t notBefore, int64_t notAfter);
   /// The public part of a key. @return 0, or -1 (no public form: see sxExportKeyInfo; nothing has changed)
   int SetPubKey(sxPubKey *key);
-  /// All of them. @return 0, or -1 (an extension that cannot be encoded; nothing has changed)
+  /// All of them, as Get_ExtComposerTable and Get_IssuedExtComposerTable (issuedExtensions.h) have them.
+  /// @return 0, or -1 (an extension that cannot be encoded; nothing has changed)
   int SetExtensions(const sxExtensionsList *extensions);
   /// One, given as it is encoded: takes the place of the one of its type, or comes last.
   /// @param value  octets of extnValue, copied; may be a part of this template
   /// @return 0, or -1 (no octets; nothing has changed)
   int SetExtension(const sxAsnOid &type, bool critical, const unsigned char *value, int len);
+  /// The same, composed as in SetExtensions.
+  /// @return 0, or -1 (it is not of that type, or must not be issued as it is; nothing has changed)
+  int SetExtension(const sxAsnOid &type, bool critical, const sxExtension &ext);
   void RemoveExtension(const sxAsnOid &type);  ///< every one of that type
   void SetVersion(int version);                ///< 1 to 3; others: absent
 

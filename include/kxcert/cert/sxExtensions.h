@@ -137,7 +137,7 @@ class KXCERT_EXPORT sxExtKeyUsage : public sxExtension {
   explicit sxExtKeyUsage(std::unique_ptr<sxExtKeyUsage_imp> imp);
 };
 
-/// subjectAltName, cRLDistributionPoints, and freshestCRL of CRLs. Of distribution points it keeps the full names
+/// subjectAltName, cRLDistributionPoints, and freshestCRL. Of distribution points it keeps the full names
 /// alone, of all points in order; composing writes one point for each name.
 class KXCERT_EXPORT sxExtGN : public sxExtension {
  public:
@@ -151,7 +151,7 @@ class KXCERT_EXPORT sxExtGN : public sxExtension {
 };
 extern KXCERT_EXPORT const char *const kExtNameSubjectAltName;
 extern KXCERT_EXPORT const char *const kExtNameDistPoints;
-extern KXCERT_EXPORT const char *const kExtNameFreshestCRL;  ///< is read, not composed
+extern KXCERT_EXPORT const char *const kExtNameFreshestCRL;  ///< composed with the table of issuedExtensions.h
 
 /// subjectKeyIdentifier and authorityKeyIdentifier.
 class KXCERT_EXPORT sxExtKeyID : public sxExtension {

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Makes every-extension.der anew, a certificate with an extension of every kind that is known: its key and
-# signature differ every time, what every-extension.txt says of it does not. And roots.txt: what openssl says
+# Makes every-extension.der and issued-extensions.der anew, certificates with an extension of every kind that is known:
+# their keys and signatures differ every time, what the tests say of them does not. And roots.txt: what openssl says
 # of public roots, of which there is one for each kind of string, time, key and signature.
 set -euo pipefail
 cd "$(dirname "$0")"
-openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout /dev/null -set_serial 0x8034 \
-  -days 3650 -outform DER -out every-extension.der -config every-extension.cnf
+for name in every-extension issued-extensions; do
+  openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout /dev/null -set_serial 0x8034 -utf8 \
+    -days 3650 -outform DER -out "$name.der" -config "$name.cnf"
+done
 for file in roots/*.crt; do
   echo "[$file]"
   openssl x509 -in "$file" -noout -text -serial -dates -dateopt iso_8601 -issuer -subject \

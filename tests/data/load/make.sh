@@ -21,4 +21,6 @@ openssl ec -in ec.pem -aes128 -passout pass:x -out encrypted.pem
 openssl ec -in ec.pem -pubout -out public.pem
 openssl pkcs12 -export -in cert.pem -inkey ec.pem -passout pass:x -out store.p12
 openssl req -new -key ec.pem -subj /CN=loaded -out request.pem
+openssl req -in request.pem -newhdr -out request.new.pem
+openssl req -in request.pem -outform DER -out request.der
 openssl genpkey -algorithm ed25519 -out ed25519.pem

@@ -1,0 +1,22 @@
+/// @file
+/// What is told of extensions that certificates do not keep in their list: read with every table that there is.
+#ifndef KXCERT_TOOLS_KXCERT_ISSUEDFACTS_H_
+#define KXCERT_TOOLS_KXCERT_ISSUEDFACTS_H_
+
+#include <memory>
+
+#include "facts.h"
+
+class sxASN_Extension;
+class sxAsnOid;
+class sxExtension;
+
+enum class ReadAs { kRead, kUnknown, kBroken };  ///< broken: of a type that is known, and does not decode
+
+/// @param[out] made  set when it was read
+ReadAs ReadExtension(const sxASN_Extension &ext, std::unique_ptr<sxExtension> *made);
+
+/// Its members as JSON: nothing for kinds of sxExtensions.h, of which only the text is told.
+Facts IssuedFacts(const sxAsnOid &type, const sxExtension &ext);
+
+#endif

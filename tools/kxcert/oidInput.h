@@ -1,0 +1,26 @@
+/// @file
+/// Object identifiers from the command line: dotted decimal, and names of extensions and purposes.
+#ifndef KXCERT_TOOLS_KXCERT_OIDINPUT_H_
+#define KXCERT_TOOLS_KXCERT_OIDINPUT_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "kxcert/asn1/sxAsnOid.h"
+
+/// Dotted decimal of two arcs or more, each below 2^32.
+std::optional<sxAsnOid> ReadOid(std::string_view text);
+/// An extension by its name in RFC 5280 ("keyUsage"), or by its identifier.
+std::optional<sxAsnOid> ReadExtensionType(std::string_view text);
+/// A purpose of extended key usage by its name ("serverAuth"), or by its identifier.
+std::optional<sxAsnOid> ReadPurpose(std::string_view text);
+
+std::string ExtensionName(const sxAsnOid &type);   ///< dotted decimal when it has no name here
+std::string PurposeName(const sxAsnOid &purpose);  ///< likewise
+
+// Of options: "", or what is wrong with the text.
+std::string CheckOid(const std::string &text);
+std::string CheckExtensionType(const std::string &text);
+
+#endif

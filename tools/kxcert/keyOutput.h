@@ -30,6 +30,8 @@ bool CanBeReplaced(const std::string &path);  ///< what --force replaces: neithe
 /// Writes octets whole or not at all; a file is for its owner alone. What fails is a problem. @return whether it is done
 bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &options, Report &report);
 
+std::string PemText(const kxBinBuf &der, const std::string &label);  ///< of what is not secret; "" for a failure
+
 /// The same as a PEM block.
 bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions &options, Report &report);
 

@@ -64,5 +64,8 @@ Verb NameParse();
 Verb NameSuffix();
 Verb OcspAsk();
 Verb OcspPrint();
+Verb P12Export();
+Verb P12Import();
+Verb P12Show();
 
 #endif

@@ -69,10 +69,9 @@ bool ContainerPassword::Try(const PbeDerivation &derivation,
     PbeFailure why;
     if (!Spend(derivation, failure)) return false;
     if (isRight(forms.forms[number], &why)) return forms.right = number, true;
-    failure->Set(why);
-    if (why.result != sxPbe_wrongPassword) return false;
+    if (why.result != sxPbe_wrongPassword) return failure->Set(why);
   }
-  return false;
+  return failure->Set(sxPkcs12_notDecrypted);
 }
 
 bool ContainerPassword::Decrypt(sxOctetView algorithm, sxOctetView content, bool (*isRight)(const kxBinBuf &plain),

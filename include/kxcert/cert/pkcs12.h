@@ -38,7 +38,7 @@ constexpr size_t kMaxPkcs12NameLen = 4096;             ///< octets of a friendly
 constexpr size_t kMaxPkcs12KeyIdLen = 1024;            ///< octets of a local key identifier
 constexpr uint64_t kMaxPkcs12Iterations = 40'000'000;  ///< of all derivations of a container, those in vain included
 constexpr uint64_t kPkcs12ScryptShare = 256;           ///< so many octets of scrypt's memory count as an iteration
-constexpr uint64_t kMinPbmac1KeyLen = 20;              ///< octets (RFC 9579, 4)
+constexpr uint64_t kMinPbmac1KeyLen = 20;              ///< octets (RFC 9579)
 
 enum sxPkcs12Result : int {
   sxPkcs12_ok = 0,

@@ -1,6 +1,6 @@
 /// @file
 /// Object identifiers of PKCS #12, as content octets (RFC 7292, 4 and appendix D; RFC 5652, 4 to 8; RFC 2985, 5.5;
-/// RFC 9579, 4).
+/// RFC 8018, A.5).
 #ifndef KXCERT_SRC_CERT_PKCS12_CONTAINEROIDS_H_
 #define KXCERT_SRC_CERT_PKCS12_CONTAINEROIDS_H_
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <set>
 
 #include "certFacts.h"
 #include "containerFacts.h"
@@ -110,6 +111,10 @@ class Import {
   // Before anything is written: all of them, or none.
   bool CanWrite() {
     bool can = true;
+    std::set<std::string> files;
+    for (const Output &output : m_outputs) {
+      if (!files.insert(output.file).second) return Refuse(kExitUsage, "two outputs are one file: " + output.file);
+    }
     for (const Output &output : m_outputs) {
       struct stat found;
       if (lstat(output.file.c_str(), &found) != 0) continue;

@@ -60,8 +60,8 @@ void ExpectSame(const sxPkcs12 &container) {
   for (const sxPkcs12Bag &bag : container.Bags()) {
     kxBinBuf der;
     // A private RSA key without its primes has no form that is written.
-    const bool isWritten = bag.key == nullptr ? bag.cert != nullptr || bag.crl != nullptr
-                                              : sxExportKeyInfo(bag.key, true, der) == 0;
+    const bool isWritten =
+        bag.key == nullptr ? bag.cert != nullptr || bag.crl != nullptr : sxExportKeyInfo(bag.key, true, der) == 0;
     if (isWritten) entries.push_back({bag.key, bag.cert, bag.crl, bag.name});
     if (entries.size() == kMaxWritten) break;
   }
@@ -81,7 +81,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   sxPkcs12 container;
   std::string why;
   const int read = container.Read({data + 1, size - 1}, &why);
-  KX_ASSERT(why.starts_with(sxPkcs12_ResultText(read)) && std::strcmp(sxPkcs12_ResultText(read), "unknown result") != 0);
+  KX_ASSERT(why.starts_with(sxPkcs12_ResultText(read)) &&
+            std::strcmp(sxPkcs12_ResultText(read), "unknown result") != 0);
   if (read != sxPkcs12_ok || !IsCheap(container)) return 0;
   const int opened = container.Open(data[0] == 0 ? sxPbeOctets() : sxPbeOctets(kSecret), &why);
   KX_ASSERT(why.starts_with(sxPkcs12_ResultText(opened)) && container.IsOpen() == (opened == sxPkcs12_ok));

@@ -185,6 +185,10 @@ int sxPkcs12_AddKeys(const sxPkcs12 &container, const sxPkcs12Order &order, int 
 
 int sxPkcs12_Export(const sxCertifiedKey &key, const sxPkcs12Settings &settings, sxPbeOctets password, kxBinBuf &out,
                     std::string *why) {
+  if (key.PubKey() == nullptr) {
+    if (why != nullptr) *why = "failed: there is no key";
+    return herror_func(0, 0, "%s: there is no key", "sxPkcs12_Export"), sxPkcs12_failed;
+  }
   const sxCerts &chain = key.Chain();
   std::vector<sxPkcs12Entry> entries(1);
   entries[0].key = key.PubKey();

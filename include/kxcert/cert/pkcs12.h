@@ -107,7 +107,7 @@ class KXCERT_EXPORT sxPkcs12 {
   int Read(std::span<const unsigned char> octets, std::string *why = nullptr);
 
   /// Checks the MAC, decrypts every safe and decodes every bag. A bag that is not decrypted or not usable says so
-  /// itself; a safe that is not decrypted fails all of it, and leaves what Read found.
+  /// itself; a safe that is not decrypted fails all of it, and leaves what there was.
   int Open(sxPbeOctets password, std::string *why = nullptr);
   bool IsOpen() const;
 

@@ -32,11 +32,8 @@ uint64_t CostOf(const PbeDerivation &derivation) {
 }  // namespace
 
 ContainerPassword::ContainerPassword(sxPbeOctets given) : m_isGiven(given.data() != nullptr) {
-  if (!m_isGiven || given.size() > kMaxPbePasswordLen) {
-    m_characters.forms = m_octets.forms = {given};
-    return;
-  }
   m_characters.forms = m_octets.forms = {given};
+  if (!m_isGiven || given.size() > kMaxPbePasswordLen) return;
   if (given.empty()) m_characters.forms.emplace_back();
   if (!IsAscii(given)) {
     m_latin1 = EachAsCharacter(given);

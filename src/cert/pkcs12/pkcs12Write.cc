@@ -85,6 +85,9 @@ bool ContainerWriter::CheckSettings(ContainerFailure *failure) const {
 bool ContainerWriter::Collect(std::span<const sxPkcs12Entry> entries, ContainerFailure *failure) {
   for (const sxPkcs12Entry &entry : entries) {
     if (!CanBeName(entry.name)) return failure->Set(sxPkcs12_failed, "a name that is too long, or no UTF-8");
+    if ((entry.cert != nullptr && entry.cert->OK() != 1) || (entry.crl != nullptr && entry.crl->OK() != 1)) {
+      return failure->Set(sxPkcs12_failed, "a certificate or CRL that is not OK");
+    }
     const bool isPair = entry.key != nullptr && entry.cert != nullptr;
     if (isPair && sxPubKey_Equal(entry.key, entry.cert->PubKey()) != 1) {
       return failure->Set(sxPkcs12_failed, "the key is not the certificate's");

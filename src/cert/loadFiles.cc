@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "kxcert/cert/pkcs12.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/cert/sxCerts.h"
@@ -15,6 +16,15 @@
 #include "readInput.h"
 
 namespace {
+
+// A container may cost as much as so many keys.
+constexpr int kPkcs12Decryptions = kMaxPkcs12Iterations / kMaxPbeIterations;
+
+// The empty password is one, too.
+sxOctetView Secret(const kxBinBuf &password) {
+  static constexpr unsigned char kNothing = 0;
+  return {password.IsEmpty() ? &kNothing : password.Data(), password.Len()};
+}
 
 std::string TooMuch(const char *what, size_t limit) {
   return "more than " + std::to_string(limit) + " " + what + "; the rest was not looked at";
@@ -70,6 +80,9 @@ class sxLoadReader {
   void TakeEncrypted(sxShape inside, const std::string &dekInfo, sxOctetView octets, sxLoadItem item);
   int Decrypt(const std::string &dekInfo, sxOctetView octets, const sxLoadPlace &place, kxBinBuf *plain,
               std::string *why);
+  void TakePkcs12(sxOctetView octets, sxLoadItem item);
+  int OpenPkcs12(sxPkcs12 &container, const sxLoadPlace &place, std::string *why);
+  bool AskPassword(const sxLoadPlace &place, kxBinBuf *password, int numDecryptions);
   void TakeContainer(sxOctetView octets, const sxLoadItem &container);
   void TakeMembers(sxShape shape, sxOctetView set, const sxLoadItem &container, int *member);
   // Of octets that stand in the file as they are; others stand where their block does.
@@ -146,6 +159,7 @@ void sxLoadReader::TakeSet(const sxInputBlock &block) {
 
 void sxLoadReader::TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item) {
   if (shape == sxShape::kPkcs7) return TakeContainer(octets, item);
+  if (shape == sxShape::kPkcs12) return TakePkcs12(octets, std::move(item));
   if (shape == sxShape::kEncryptedInfo) return TakeEncrypted(sxShape::kPrivateInfo, "", octets, std::move(item));
   sxLoadObject(shape, octets, m_loader.m_wanted, item);
   m_items.push_back(std::move(item));
@@ -158,7 +172,7 @@ void sxLoadReader::TakeEncrypted(sxShape inside, const std::string &dekInfo, sxO
   std::string why;
   if ((m_loader.m_wanted & sxLoad_keys) == 0) {
     sxLoadObject(sxShape::kEncryptedInfo, octets, m_loader.m_wanted, item);
-  } else if (m_loader.m_askPassword && m_loader.m_numDecryptions == kMaxLoadDecryptions) {
+  } else if (m_loader.m_askPassword && m_loader.m_numDecryptions >= kMaxLoadDecryptions) {
     item.kind = sxLoadKind::kPrivateKey;
     sxSkipItem(item, sxLoadSkip::kTooMuch, TooMuch("encrypted keys", kMaxLoadDecryptions));
   } else if (item.decryption = Decrypt(dekInfo, octets, item.place, &plain, &why); item.decryption == sxPbe_ok) {
@@ -175,14 +189,59 @@ void sxLoadReader::TakeEncrypted(sxShape inside, const std::string &dekInfo, sxO
 int sxLoadReader::Decrypt(const std::string &dekInfo, sxOctetView octets, const sxLoadPlace &place, kxBinBuf *plain,
                           std::string *why) {
   kxBinBuf password;
-  password.SetSensitive(true);
   *why = sxPbe_ResultText(sxPbe_needsPassword);
-  if (!m_loader.m_askPassword || !m_loader.m_askPassword(place, password)) return sxPbe_needsPassword;
-  ++m_loader.m_numDecryptions;
-  static constexpr unsigned char kNothing = 0;  // the empty password is one, too
-  const sxOctetView secret(password.IsEmpty() ? &kNothing : password.Data(), password.Len());
-  return dekInfo.empty() ? sxDecryptKeyInfo(octets, secret, *plain, why)
-                         : sxDecryptPemKey(dekInfo, octets, secret, *plain, why);
+  if (!AskPassword(place, &password, 1)) return sxPbe_needsPassword;
+  return dekInfo.empty() ? sxDecryptKeyInfo(octets, Secret(password), *plain, why)
+                         : sxDecryptPemKey(dekInfo, octets, Secret(password), *plain, why);
+}
+
+bool sxLoadReader::AskPassword(const sxLoadPlace &place, kxBinBuf *password, int numDecryptions) {
+  password->SetSensitive(true);
+  if (!m_loader.m_askPassword || !m_loader.m_askPassword(place, *password)) return false;
+  m_loader.m_numDecryptions += numDecryptions;
+  return true;
+}
+
+// Without a password first: it is asked for where something needs it.
+int sxLoadReader::OpenPkcs12(sxPkcs12 &container, const sxLoadPlace &place, std::string *why) {
+  const int result = container.Open({}, why);
+  const auto needsIt = [](const sxPkcs12Bag &bag) { return bag.result == sxPkcs12_needsPassword; };
+  const bool wantsKeys = (m_loader.m_wanted & sxLoad_keys) != 0;
+  if (result != sxPkcs12_needsPassword &&
+      (result != sxPkcs12_ok || !wantsKeys || std::ranges::none_of(container.Bags(), needsIt))) {
+    return result;
+  }
+  if (m_loader.m_askPassword && m_loader.m_numDecryptions > kMaxLoadDecryptions - kPkcs12Decryptions) {
+    *why = TooMuch("encrypted keys", kMaxLoadDecryptions);
+    return sxPkcs12_tooCostly;
+  }
+  kxBinBuf password;
+  return AskPassword(place, &password, kPkcs12Decryptions) ? container.Open(Secret(password), why) : result;
+}
+
+void sxLoadReader::TakePkcs12(sxOctetView octets, sxLoadItem item) {
+  sxPkcs12 container;
+  std::string why;
+  int result = container.Read(octets, &why);
+  if (result == sxPkcs12_ok) result = OpenPkcs12(container, item.place, &why);
+  if (result != sxPkcs12_ok) {
+    item.decryption = sxDecryptionOf(result);
+    const bool isLocked = item.decryption == sxPbe_needsPassword || item.decryption == sxPbe_wrongPassword;
+    const bool mayBeKey = isLocked && (m_loader.m_wanted & sxLoad_keys) != 0;
+    if (mayBeKey) item.kind = sxLoadKind::kPrivateKey;
+    sxSkipItem(item, mayBeKey ? sxLoadSkip::kEncrypted : sxLoadSkip::kPkcs12, "PKCS #12: " + why);
+    return m_items.push_back(std::move(item));
+  }
+  for (const sxPkcs12Bag &bag : container.Bags()) {
+    if (bag.kind == sxPkcs12Kind::kSafe) continue;
+    if (!HasRoom()) return;
+    ++item.place.member;
+    m_items.push_back(item);
+    sxLoadBag(bag, m_loader.m_wanted, m_items.back());
+  }
+  if (item.place.member > 0) return;
+  sxSkipItem(item, sxLoadSkip::kPkcs12, "PKCS #12 with nothing in it");
+  m_items.push_back(std::move(item));
 }
 
 void sxLoadReader::TakeContainer(sxOctetView octets, const sxLoadItem &container) {

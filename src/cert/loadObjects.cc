@@ -8,6 +8,7 @@
 #include "keys/ec/curves.h"
 #include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/oids.h"
+#include "kxcert/cert/pkcs12.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxCertRequest.h"
@@ -242,7 +243,6 @@ void sxSkipItem(sxLoadItem &item, sxLoadSkip skip, std::string reason) {
 
 void sxLoadObject(sxShape shape, sxOctetView octets, unsigned wanted, sxLoadItem &item) {
   item.kind = sxKindOf(shape);
-  if (shape == sxShape::kPkcs12) return sxSkipItem(item, sxLoadSkip::kPkcs12, "PKCS #12 is not read yet");
   if (item.kind == sxLoadKind::kNothing) {
     return sxSkipItem(item, sxLoadSkip::kUnknown, std::string(sxShapeName(shape)) + ", which is not read here");
   }
@@ -258,6 +258,43 @@ void sxLoadObject(sxShape shape, sxOctetView octets, unsigned wanted, sxLoadItem
     case sxLoadKind::kRequest: return LoadRequest(octets, item);
     default: return LoadKey(shape, octets, item);
   }
+}
+
+int sxDecryptionOf(int result) {
+  switch (result) {
+    case sxPkcs12_needsPassword: return sxPbe_needsPassword;
+    case sxPkcs12_wrongPassword:
+    case sxPkcs12_notDecrypted:
+    case sxPkcs12_otherPassword: return sxPbe_wrongPassword;
+    case sxPkcs12_unsupported: return sxPbe_unsupported;
+    case sxPkcs12_tooCostly: return sxPbe_tooCostly;
+    case sxPkcs12_noProvider: return sxPbe_noProvider;
+    case sxPkcs12_malformed: return sxPbe_malformed;
+    default: return sxPbe_failed;
+  }
+}
+
+void sxLoadBag(const sxPkcs12Bag &bag, unsigned wanted, sxLoadItem &item) {
+  switch (bag.kind) {
+    case sxPkcs12Kind::kCert: item.kind = sxLoadKind::kCertificate; break;
+    case sxPkcs12Kind::kCrl: item.kind = sxLoadKind::kCrl; break;
+    case sxPkcs12Kind::kKey:
+    case sxPkcs12Kind::kShroudedKey: item.kind = sxLoadKind::kPrivateKey; break;
+    default:
+      return sxSkipItem(item, sxLoadSkip::kUnknown, std::string(sxPkcs12_KindText(bag.kind)) + " is not read here");
+  }
+  const bool isCert = item.kind == sxLoadKind::kCertificate, isCrl = item.kind == sxLoadKind::kCrl;
+  if ((wanted & (isCert ? sxLoad_certs : isCrl ? sxLoad_crls : sxLoad_keys)) == 0) {
+    return sxSkipItem(item, sxLoadSkip::kUnwanted, std::string(sxPkcs12_KindText(bag.kind)) + "; not asked for");
+  }
+  if (bag.result != sxPkcs12_ok) {
+    const bool isClear = bag.result == sxPkcs12_malformed;
+    if (!isClear) item.decryption = sxDecryptionOf(bag.result);
+    return sxSkipItem(item, isClear ? sxLoadSkip::kNotDecoded : sxLoadSkip::kEncrypted, bag.why);
+  }
+  sxCert_Save(item.cert = bag.cert);
+  sxCRL_Save(item.crl = bag.crl);
+  sxSavePubKey(item.key = bag.key);
 }
 
 // Blanks and comments may stand before it (attributeSet.h).

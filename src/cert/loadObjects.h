@@ -6,6 +6,8 @@
 #include "kxcert/cert/loadFiles.h"
 #include "objectShape.h"
 
+struct sxPkcs12Bag;
+
 /// What a PEM label promises; kUnknown for labels that are not read.
 sxShape sxShapeOfLabel(std::string_view label);
 
@@ -13,8 +15,13 @@ sxShape sxShapeOfLabel(std::string_view label);
 sxLoadKind sxKindOf(sxShape shape);
 
 /// Decodes, with the shape as what is expected: sets @p item's kind and object, or its skip and reason.
-/// Not for kPkcs7.
+/// Not for kPkcs7 and kPkcs12.
 void sxLoadObject(sxShape shape, sxOctetView octets, unsigned wanted, sxLoadItem &item);
+
+/// sxPbeResult that says the same as a result of sxPkcs12.
+int sxDecryptionOf(int result);
+/// What is in a bag of a container that is open: as sxLoadObject has it, with a reference of the item's own.
+void sxLoadBag(const sxPkcs12Bag &bag, unsigned wanted, sxLoadItem &item);
 
 /// Whether octets begin as the text of an attribute set does, and no encoding.
 bool sxLooksLikeSet(sxOctetView octets);

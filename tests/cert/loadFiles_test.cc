@@ -3,10 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstring>
+
 #include "kxcert/cert/loadFiles.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/cert/sxCerts.h"
+#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "support/caseFile.h"
 #include "support/tempDir.h"
@@ -50,17 +53,23 @@ std::vector<std::string> Told(const sxLoader &loader) {
   return lines;
 }
 
-std::vector<std::string> LoadedFrom(const std::string &input) {
+std::vector<std::string> LoadedFrom(const std::string &input, const char *password = nullptr) {
   // In a block of its own length, so that reading beyond it is seen.
   const std::vector<unsigned char> octets(input.begin(), input.end());
   sxLoader loader;
+  if (password != nullptr) {
+    loader.SetPassword([password](const sxLoadPlace &, kxBinBuf &out) {
+      return out.Set(password, static_cast<unsigned int>(std::strlen(password))), true;
+    });
+  }
   loader.AddOctets(octets.data(), octets.size(), "f");
   return Told(loader);
 }
 
 TEST(LoadFiles, FindsWhatTheCasesSay) {
-  for (const CaseBlock &block : CaseBlocks("load/cases.txt", {"input", "item"})) {
-    EXPECT_EQ(block.All("item"), LoadedFrom(InputOf(block))) << block.where << " " << block.name;
+  for (const CaseBlock &block : CaseBlocks("load/cases.txt", {"input", "item", "password"})) {
+    const char *const password = block.Has("password") ? block["password"].c_str() : nullptr;
+    EXPECT_EQ(block.All("item"), LoadedFrom(InputOf(block), password)) << block.where << " " << block.name;
   }
 }
 

@@ -42,7 +42,7 @@ setup() {
 @test "the man page and the completion know every verb and option" {
   packaging=$BATS_TEST_DIRNAME/../../packaging
   for verb in cert\ {print,asn1,issue,renew} req\ {new,show,verify} 'chain verify' name\ {parse,compare,suffix} crmf\ {new,show} crl\ {print,verify,find,new} file\ {sign,verify} \
-    key\ {gen,show,convert,sign,verify,derive} 'db add' 'db check'; do
+    key\ {gen,show,convert,sign,verify,derive} p12\ {show,import,export} 'db add' 'db check'; do
     grep -q "^.B kxcert $verb" "$packaging/man/kxcert.1"
     noun=${verb% *}
     grep -q "$noun) words='.*${verb#* }" "$packaging/completion/kxcert"

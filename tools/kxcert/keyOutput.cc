@@ -40,6 +40,11 @@ bool WriteToStandardOutput(std::span<const unsigned char> octets) {
   return true;
 }
 
+bool EncodePem(const kxBinBuf &der, const std::string &label, sxString &text) {
+  const std::string header = "-----BEGIN " + label + "-----\n", footer = "-----END " + label + "-----\n";
+  return Base64Encode_PEM(header.c_str(), footer.c_str(), der, text) == 0;
+}
+
 bool WriteSet(sxPubKey &key, bool privatePart, const OutputOptions &options, Report &report) {
   const std::unique_ptr<sxset> set(sxExportKey_to_Set(&key, privatePart));
   if (set == nullptr) return report.Problem(kExitInternal, "", "the key has no such form"), false;
@@ -90,13 +95,15 @@ bool WriteOctets(std::span<const unsigned char> octets, const OutputOptions &opt
   return false;
 }
 
+std::string PemText(const kxBinBuf &der, const std::string &label) {
+  sxString text;
+  return EncodePem(der, label, text) ? text.getstr() : "";
+}
+
 bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions &options, Report &report) {
   sxString text;
   text.SetSensitive(der.IsSensitive());
-  const std::string header = "-----BEGIN " + label + "-----\n", footer = "-----END " + label + "-----\n";
-  if (Base64Encode_PEM(header.c_str(), footer.c_str(), der, text) != 0) {
-    return report.Problem(kExitInternal, "", "no PEM can be made"), false;
-  }
+  if (!EncodePem(der, label, text)) return report.Problem(kExitInternal, "", "no PEM can be made"), false;
   return WriteOctets(OctetsOf(text.getstr()), options, report);
 }
 

@@ -38,6 +38,7 @@ OptionRow DigestRow(int &digest);
 /// Writes an object that holds nothing secret. With --json the document holds it, as "der"; then a file is not needed.
 bool WriteObject(std::span<const unsigned char> der, const char *pemLabel, int form, const OutputOptions &options,
                  Report &report);
+std::string PemText(const kxBinBuf &der, const std::string &label);  ///< of what is not secret; "" for a failure
 
 /// The same as a PEM block.
 bool WritePem(const kxBinBuf &der, const std::string &label, const OutputOptions &options, Report &report);

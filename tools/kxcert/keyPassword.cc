@@ -71,6 +71,10 @@ std::vector<OptionRow> EncryptRows(EncryptOptions &options) {
       {"--iterations", "of the key derivation for --encrypt (50000)", &options.iterations}};
 }
 
+std::string ReadNewPassword(const std::string &source, kxBinBuf &out) {
+  return source.empty() ? AskNewPassword(out) : ReadSecret(source, out);
+}
+
 bool ReadProtection(const EncryptOptions &options, bool canBe, KeyProtection &protection, Report &report) {
   const auto refuse = [&report](ExitCode code, const std::string &why) { return report.Problem(code, "", why), false; };
   protection.isOn = !options.cipher.empty();
@@ -86,7 +90,6 @@ bool ReadProtection(const EncryptOptions &options, bool canBe, KeyProtection &pr
   }
   protection.settings.cipher = FindCipher(options.cipher)->cipher;
   protection.settings.iterations = iterations;
-  const std::string error = options.password.empty() ? AskNewPassword(protection.password)
-                                                     : ReadSecret(options.password, protection.password);
+  const std::string error = ReadNewPassword(options.password, protection.password);
   return error.empty() || refuse(kExitInputError, error);
 }

@@ -41,6 +41,9 @@ struct EncryptOptions {
 /// "--encrypt", "--new-password" and "--iterations".
 std::vector<OptionRow> EncryptRows(EncryptOptions &options);
 
+/// The password for what is written: from its source, else typed twice. @return "", or what is wrong
+std::string ReadNewPassword(const std::string &source, kxBinBuf &out);
+
 struct KeyProtection {
   bool isOn = false;
   sxPbeSettings settings;

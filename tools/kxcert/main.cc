@@ -21,6 +21,7 @@ constexpr NounRow kNouns[] = {
     {"key", "RSA, elliptic-curve and Diffie-Hellman keys"},
     {"name", "Distinguished names"},
     {"ocsp", "Revocation as responders tell it"},
+    {"p12", "PKCS #12 containers of keys and certificates"},
     {"req", "Certification requests (PKCS #10)"},
 };
 
@@ -55,6 +56,9 @@ constexpr VerbRow kVerbs[] = {
     {"name", "suffix", "Tell whether a name ends with another one", NameSuffix},
     {"ocsp", "ask", "Ask responders whether certificates are revoked", OcspAsk},
     {"ocsp", "print", "Print OCSP responses", OcspPrint},
+    {"p12", "show", "Tell what is in a container", P12Show},
+    {"p12", "import", "Write keys and certificates of a container to files", P12Import},
+    {"p12", "export", "Make a container of a key and its certificates", P12Export},
     {"req", "new", "Make a certification request", ReqNew},
     {"req", "show", "Print certification requests", ReqShow},
     {"req", "verify", "Decide whether requests are signed with the keys that they are about", ReqVerify},

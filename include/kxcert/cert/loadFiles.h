@@ -5,7 +5,8 @@
 /// BER behind one another, "{ASN}" text (inputBlocks.h), and in any of them the certificates and CRLs of a
 /// PKCS #7 or CMS SignedData (RFC 5652, 5.1), whose signatures are not looked at; nor are those of requests. Private keys are
 /// RSAPrivateKey, ECPrivateKey, and PrivateKeyInfo with one of the two or a Diffie-Hellman key; with a password also
-/// EncryptedPrivateKeyInfo and encrypted blocks of traditional PEM (encryptedKeys.h). Where keys are asked for, a file may
+/// EncryptedPrivateKeyInfo and encrypted blocks of traditional PEM (encryptedKeys.h). What is in PKCS #12 (pkcs12.h) is
+/// found without a password where it needs none. Where keys are asked for, a file may
 /// also be the text of one attribute set with a key in it (keyForms.h).
 ///
 /// Everything comes with its place, and everything that is passed over with its place and a reason. Nothing
@@ -32,7 +33,8 @@ enum class sxReadResult;
 constexpr size_t kMaxLoadTotalLen = size_t{1} << 29;  ///< octets that one loader reads
 constexpr size_t kMaxLoadItems = size_t{1} << 18;     ///< that one loader keeps, what it passed over included
 constexpr size_t kMaxLoadFolderEntries = 65536;       ///< names in one folder
-constexpr int kMaxLoadDecryptions = 64;               ///< of keys that one loader tries: each may take seconds
+constexpr int kMaxLoadDecryptions = 64;               ///< of keys that one loader tries: each may take seconds, and a
+                                                      ///< PKCS #12 container counts as four
 
 enum class sxLoadKind { kNothing, kCertificate, kCrl, kPublicKey, kPrivateKey, kRequest };
 
@@ -44,7 +46,7 @@ enum class sxLoadSkip {
   kLabel,       ///< a PEM block of a kind that is not read
   kUnwanted,    ///< of a kind that was not asked for; its octets were not decoded
   kEncrypted,   ///< a private key that was not decrypted; the item's decryption says why
-  kPkcs12,      ///< PKCS #12: not read yet
+  kPkcs12,      ///< PKCS #12 that was not opened, or holds nothing; the item's decryption says why
   kUnknown,     ///< whole, but of no kind that is known here
   kNotDecoded,  ///< not what it seems or claims to be, or not usable
   kCutShort,    ///< the input ends within it, or no ASN.1 starts there; what follows was not looked at
@@ -54,7 +56,7 @@ enum class sxLoadSkip {
 struct KXCERT_EXPORT sxLoadPlace {
   const char *file = "";  ///< as it was named; lent as long as the loader lives
   int block = 0;          ///< from 1: PEM block, or element of a file that is no PEM; 0: the whole file
-  int member = 0;         ///< from 1: within a PKCS #7 container; 0: the block itself
+  int member = 0;         ///< from 1: within a PKCS #7 or PKCS #12 container; 0: the block itself
   size_t offset = 0;      ///< octets before it in the file; what is in a PEM block stands where the block does
   size_t line = 0;        ///< of the PEM block, from 1; 0 when it is no PEM
 
@@ -78,7 +80,7 @@ struct sxLoadItem {
   std::string reason;         ///< of what was passed over; printable ASCII but for what the system says of files
 };
 
-/// Asked for the password of each encrypted key, on the loader's thread.
+/// Asked for the password of each encrypted key and of each PKCS #12 container, on the loader's thread.
 /// @param[out] password  a sensitive buffer; left empty for the empty password
 /// @return false: there is none
 using sxAskPassword = std::function<bool(const sxLoadPlace &place, kxBinBuf &password)>;

@@ -5,6 +5,7 @@
 #include "pbeCipher.h"
 #include "pbeKey.h"
 #include "pbePlan.h"
+#include "pbeWrite.h"
 
 namespace {
 
@@ -26,44 +27,20 @@ bool Decrypt(sxOctetView algorithm, sxOctetView content, sxOctetView password, k
 
 // AlgorithmIdentifiers are written from the end to the beginning, as the writer goes.
 
-void WriteNumber(sxDerWriter &writer, int number) {
-  const unsigned char octets[] = {0, static_cast<unsigned char>(number >> 24), static_cast<unsigned char>(number >> 16),
-                                  static_cast<unsigned char>(number >> 8), static_cast<unsigned char>(number)};
-  sxOctetView shortest = octets;
-  while (shortest.size() > 1 && shortest[0] == 0 && shortest[1] < 0x80) shortest = shortest.subspan(1);
-  writer.Element(kDerInteger, shortest);
-}
-
-// PBKDF2-params; a pseudorandom function that is the default is left out.
-void WritePbkdf2(sxDerWriter &writer, const sxPbeSettings &settings, sxOctetView salt) {
-  const int mark = writer.Mark();
-  const char *name = nullptr;
-  if (settings.digest != sx_md_sha1) {
-    writer.Header(kDerNull, 0);
-    writer.Element(kDerOid, PbePrfOid(settings.digest, &name));
-    writer.Wrap(kDerSequence, mark);
-  }
-  WriteNumber(writer, settings.iterations);
-  writer.Element(kDerOctetString, salt);
-  writer.Wrap(kDerSequence, mark);
-  writer.Element(kDerOid, kPbkdf2Oid);
-  writer.Wrap(kDerSequence, mark);
-}
-
 void WritePbes2(sxDerWriter &writer, const sxPbeSettings &settings, const Random &random) {
   const PbeCipher *cipher = nullptr;
   const sxOctetView oid = Pbes2CipherOid(settings.cipher, &cipher);
   writer.Element(kDerOctetString, sxOctetView(random.iv).first(cipher->blockLen));
   writer.Element(kDerOid, oid);
   writer.Wrap(kDerSequence);
-  WritePbkdf2(writer, settings, random.salt);
+  WritePbkdf2(writer, settings.digest, settings.iterations, random.salt);
   writer.Wrap(kDerSequence);
   writer.Element(kDerOid, kPbes2Oid);
   writer.Wrap(kDerSequence);
 }
 
 void WritePkcs12(sxDerWriter &writer, const sxPbeSettings &settings, const Random &random) {
-  WriteNumber(writer, settings.iterations);
+  WritePbeNumber(writer, settings.iterations);
   writer.Element(kDerOctetString, random.salt);
   writer.Wrap(kDerSequence);
   writer.Element(kDerOid, Pkcs12TripleDes().oid);

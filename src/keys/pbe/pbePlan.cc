@@ -16,17 +16,6 @@ bool TakeAlgorithm(sxDerReader &from, Algorithm *algorithm) {
   return from.Enter(kDerSequence, &algorithm->parameters) && algorithm->parameters.Take(kDerOid, &algorithm->oid);
 }
 
-// One that is not negative; those beyond 64 bits are as large as these go, which no limit allows.
-bool TakeNumber(sxDerReader &from, uint64_t *number) {
-  sxOctetView octets;
-  if (!from.Take(kDerInteger, &octets) || octets.empty() || octets[0] >= 0x80) return false;
-  while (octets.size() > 1 && octets[0] == 0) octets = octets.subspan(1);
-  *number = octets.size() > sizeof *number ? UINT64_MAX : 0;
-  if (*number != 0) return true;
-  for (const unsigned char octet : octets) *number = *number << 8 | octet;
-  return true;
-}
-
 std::string Limit(uint64_t number, const char *what, uint64_t limit) {
   return std::to_string(number) + " " + what + ", at most " + std::to_string(limit);
 }
@@ -35,7 +24,7 @@ std::string Limit(uint64_t number, const char *what, uint64_t limit) {
 bool ReadSaltAndIterations(sxDerReader parameters, PbeDerivation *derivation, PbeFailure *failure) {
   sxDerReader fields;
   if (!parameters.Enter(kDerSequence, &fields) || !parameters.AtEnd() ||
-      !fields.Take(kDerOctetString, &derivation->salt) || !TakeNumber(fields, &derivation->iterations) ||
+      !fields.Take(kDerOctetString, &derivation->salt) || !TakePbeNumber(fields, &derivation->iterations) ||
       !fields.AtEnd()) {
     return failure->Set(sxPbe_malformed, "no salt with a number of iterations");
   }
@@ -52,10 +41,10 @@ bool ReadPbkdf2(sxDerReader parameters, PbeDerivation *derivation, PbeFailure *f
   sxDerReader fields;
   Algorithm given;
   if (!parameters.Enter(kDerSequence, &fields) || !parameters.AtEnd() ||
-      !fields.Take(kDerOctetString, &derivation->salt) || !TakeNumber(fields, &derivation->iterations)) {
+      !fields.Take(kDerOctetString, &derivation->salt) || !TakePbeNumber(fields, &derivation->iterations)) {
     return failure->Set(sxPbe_malformed, "no salt with a number of iterations");
   }
-  if (fields.NextIs(kDerInteger) && (!TakeNumber(fields, &derivation->keyLen) || derivation->keyLen == 0)) {
+  if (fields.NextIs(kDerInteger) && (!TakePbeNumber(fields, &derivation->keyLen) || derivation->keyLen == 0)) {
     return failure->Set(sxPbe_malformed, "a key length that is none");
   }
   if (!fields.AtEnd()) {
@@ -90,11 +79,11 @@ bool ReadScrypt(sxDerReader parameters, PbeDerivation *derivation, PbeFailure *f
   derivation->kdf = PbeKdf::kScrypt;
   sxDerReader fields;
   if (!parameters.Enter(kDerSequence, &fields) || !parameters.AtEnd() ||
-      !fields.Take(kDerOctetString, &derivation->salt) || !TakeNumber(fields, &derivation->cost) ||
-      !TakeNumber(fields, &derivation->blockSize) || !TakeNumber(fields, &derivation->parallel)) {
+      !fields.Take(kDerOctetString, &derivation->salt) || !TakePbeNumber(fields, &derivation->cost) ||
+      !TakePbeNumber(fields, &derivation->blockSize) || !TakePbeNumber(fields, &derivation->parallel)) {
     return failure->Set(sxPbe_malformed, "no salt with the numbers of scrypt");
   }
-  if (!fields.AtEnd() && (!TakeNumber(fields, &derivation->keyLen) || derivation->keyLen == 0 || !fields.AtEnd())) {
+  if (!fields.AtEnd() && (!TakePbeNumber(fields, &derivation->keyLen) || derivation->keyLen == 0 || !fields.AtEnd())) {
     return failure->Set(sxPbe_malformed, "a key length that is none");
   }
   return CheckScrypt(*derivation, failure) && CheckPbeSalt(derivation->salt, failure);
@@ -142,6 +131,16 @@ bool TakeOnly(sxOctetView octets, Algorithm *algorithm, PbeFailure *failure) {
 }
 
 }  // namespace
+
+bool TakePbeNumber(sxDerReader &from, uint64_t *number) {
+  sxOctetView octets;
+  if (!from.Take(kDerInteger, &octets) || octets.empty() || octets[0] >= 0x80) return false;
+  while (octets.size() > 1 && octets[0] == 0) octets = octets.subspan(1);
+  *number = octets.size() > sizeof *number ? UINT64_MAX : 0;
+  if (*number != 0) return true;
+  for (const unsigned char octet : octets) *number = *number << 8 | octet;
+  return true;
+}
 
 bool CheckPbeIterations(uint64_t iterations, PbeFailure *failure) {
   if (iterations == 0) return failure->Set(sxPbe_malformed, "no iterations");

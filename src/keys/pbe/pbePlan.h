@@ -26,6 +26,8 @@ struct PbePlan {
 bool ReadPbePlan(sxOctetView algorithm, PbePlan *plan, PbeFailure *failure);
 bool ReadPbeDerivation(sxOctetView algorithm, PbeDerivation *derivation, PbeFailure *failure);
 
+/// An INTEGER that is not negative; one beyond 64 bits is as large as these go, which no limit allows.
+bool TakePbeNumber(sxDerReader &from, uint64_t *number);
 bool CheckPbeIterations(uint64_t iterations, PbeFailure *failure);
 bool CheckPbeSalt(sxOctetView salt, PbeFailure *failure);
 

@@ -1,0 +1,59 @@
+#include "containerFacts.h"
+
+#include "certFacts.h"
+#include "keyFacts.h"
+#include "kxcert/cert/sxCRL.h"
+#include "kxcert/cert/sxCert.h"
+#include "visibleText.h"
+
+namespace {
+
+Facts ProtectionFacts(const sxPkcs12Protection &protection) {
+  if (protection.text.empty()) return nullptr;
+  Facts facts = {{"algorithm", VisibleLine(protection.text)}};
+  if (protection.iterations > 0) facts["iterations"] = protection.iterations;
+  return facts;
+}
+
+}  // namespace
+
+std::string ProtectionText(const sxPkcs12Protection &protection) {
+  if (protection.text.empty()) return "none";
+  const uint64_t iterations = protection.iterations;
+  return VisibleLine(protection.text) +
+         (iterations == 0 ? "" : ", " + std::to_string(iterations) + (iterations == 1 ? " iteration" : " iterations"));
+}
+
+std::string BagTitle(const sxPkcs12Bag &bag) {
+  if (bag.cert != nullptr) return NameText(bag.cert->Subject());
+  if (bag.crl != nullptr) return NameText(bag.crl->Issuer());
+  if (bag.key != nullptr) return KeyName(*bag.key);
+  const bool hasType = bag.kind == sxPkcs12Kind::kSecret || bag.kind == sxPkcs12Kind::kUnknown;
+  return hasType ? VisibleLine(bag.type) : "";
+}
+
+Facts BagFacts(const sxPkcs12Bag &bag) {
+  Facts facts = {{"kind", sxPkcs12_KindText(bag.kind)}, {"type", VisibleLine(bag.type)}, {"nesting", bag.nesting}};
+  if (!bag.name.empty()) facts["name"] = bag.name;
+  if (!bag.keyId.empty()) facts["localKeyId"] = HexOf(bag.keyId.data(), bag.keyId.size());
+  if (!bag.protection.text.empty()) facts["protection"] = ProtectionFacts(bag.protection);
+  if (bag.cert != nullptr) facts["certificate"] = CertFacts(*bag.cert);
+  if (bag.crl != nullptr) facts["crlIssuer"] = NameText(bag.crl->Issuer());
+  if (bag.key != nullptr) facts["key"] = KeyFacts(*bag.key, true);
+  if (bag.result != sxPkcs12_ok) facts["problem"] = VisibleLine(bag.why);
+  return facts;
+}
+
+Facts ContainerFacts(const sxPkcs12 &container) {
+  Facts safes = Facts::array();
+  int number = 0;
+  auto bag = container.Bags().begin();  // in the order of the safes
+  for (const sxPkcs12Safe &safe : container.Safes()) {
+    Facts bags = Facts::array();
+    for (; bag != container.Bags().end() && bag->safe == number; ++bag) bags.push_back(BagFacts(*bag));
+    safes.push_back(
+        {{"encrypted", safe.isEncrypted}, {"protection", ProtectionFacts(safe.protection)}, {"bags", std::move(bags)}});
+    ++number;
+  }
+  return {{"opened", container.IsOpen()}, {"mac", ProtectionFacts(container.Mac())}, {"safes", std::move(safes)}};
+}

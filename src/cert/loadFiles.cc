@@ -17,13 +17,21 @@
 
 namespace {
 
-// A container may cost as much as so many keys.
-constexpr int kPkcs12Decryptions = kMaxPkcs12Iterations / kMaxPbeIterations;
-
 // The empty password is one, too.
 sxOctetView Secret(const kxBinBuf &password) {
   static constexpr unsigned char kNothing = 0;
   return {password.IsEmpty() ? &kNothing : password.Data(), password.Len()};
+}
+
+constexpr size_t kMaxLenOctets = 4;
+constexpr char kTooManyIterations[] = "too many iterations of all passwords together; it was not tried";
+
+//   EncryptedPrivateKeyInfo ::= SEQUENCE { encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
+uint64_t CostOfKey(sxOctetView info) {
+  sxDerReader fields;
+  sxDerElement algorithm;
+  const bool isOne = sxDerReader(info, kMaxLenOctets).Enter(kDerSequence, &fields) && fields.Take(kDerSequence, &algorithm);
+  return isOne ? sxPbe_Cost(algorithm.whole) : 0;
 }
 
 std::string TooMuch(const char *what, size_t limit) {
@@ -82,7 +90,8 @@ class sxLoadReader {
               std::string *why);
   void TakePkcs12(sxOctetView octets, sxLoadItem item);
   int OpenPkcs12(sxPkcs12 &container, const sxLoadPlace &place, std::string *why);
-  bool AskPassword(const sxLoadPlace &place, kxBinBuf *password, int numDecryptions);
+  bool AskPassword(const sxLoadPlace &place, kxBinBuf *password);
+  bool MaySpend(uint64_t iterations) const { return iterations <= kMaxLoadIterations - m_loader.m_numIterations; }
   void TakeContainer(sxOctetView octets, const sxLoadItem &container);
   void TakeMembers(sxShape shape, sxOctetView set, const sxLoadItem &container, int *member);
   // Of octets that stand in the file as they are; others stand where their block does.
@@ -170,11 +179,12 @@ void sxLoadReader::TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item) {
 void sxLoadReader::TakeEncrypted(sxShape inside, const std::string &dekInfo, sxOctetView octets, sxLoadItem item) {
   kxBinBuf plain;
   std::string why;
+  const uint64_t cost = dekInfo.empty() ? CostOfKey(octets) : 1;
   if ((m_loader.m_wanted & sxLoad_keys) == 0) {
     sxLoadObject(sxShape::kEncryptedInfo, octets, m_loader.m_wanted, item);
-  } else if (m_loader.m_askPassword && m_loader.m_numDecryptions >= kMaxLoadDecryptions) {
+  } else if (m_loader.m_askPassword && !MaySpend(cost)) {
     item.kind = sxLoadKind::kPrivateKey;
-    sxSkipItem(item, sxLoadSkip::kTooMuch, TooMuch("encrypted keys", kMaxLoadDecryptions));
+    sxSkipItem(item, sxLoadSkip::kTooMuch, kTooManyIterations);
   } else if (item.decryption = Decrypt(dekInfo, octets, item.place, &plain, &why); item.decryption == sxPbe_ok) {
     sxLoadObject(inside, {plain.Data(), plain.Len()}, m_loader.m_wanted, item);
   } else {
@@ -190,16 +200,15 @@ int sxLoadReader::Decrypt(const std::string &dekInfo, sxOctetView octets, const 
                           std::string *why) {
   kxBinBuf password;
   *why = sxPbe_ResultText(sxPbe_needsPassword);
-  if (!AskPassword(place, &password, 1)) return sxPbe_needsPassword;
+  if (!AskPassword(place, &password)) return sxPbe_needsPassword;
+  m_loader.m_numIterations += dekInfo.empty() ? CostOfKey(octets) : 1;
   return dekInfo.empty() ? sxDecryptKeyInfo(octets, Secret(password), *plain, why)
                          : sxDecryptPemKey(dekInfo, octets, Secret(password), *plain, why);
 }
 
-bool sxLoadReader::AskPassword(const sxLoadPlace &place, kxBinBuf *password, int numDecryptions) {
+bool sxLoadReader::AskPassword(const sxLoadPlace &place, kxBinBuf *password) {
   password->SetSensitive(true);
-  if (!m_loader.m_askPassword || !m_loader.m_askPassword(place, *password)) return false;
-  m_loader.m_numDecryptions += numDecryptions;
-  return true;
+  return m_loader.m_askPassword && m_loader.m_askPassword(place, *password);
 }
 
 // Without a password first: it is asked for where something needs it.
@@ -211,12 +220,16 @@ int sxLoadReader::OpenPkcs12(sxPkcs12 &container, const sxLoadPlace &place, std:
       (result != sxPkcs12_ok || !wantsKeys || std::ranges::none_of(container.Bags(), needsIt))) {
     return result;
   }
-  if (m_loader.m_askPassword && m_loader.m_numDecryptions > kMaxLoadDecryptions - kPkcs12Decryptions) {
-    *why = TooMuch("encrypted keys", kMaxLoadDecryptions);
+  if (m_loader.m_askPassword && !MaySpend(1)) {
+    *why = kTooManyIterations;
     return sxPkcs12_tooCostly;
   }
   kxBinBuf password;
-  return AskPassword(place, &password, kPkcs12Decryptions) ? container.Open(Secret(password), why) : result;
+  if (!AskPassword(place, &password)) return result;
+  const int opened = container.Open(Secret(password), why);
+  // What a container may cost it says itself.
+  m_loader.m_numIterations = std::min(m_loader.m_numIterations + container.Spent(), kMaxLoadIterations);
+  return opened;
 }
 
 void sxLoadReader::TakePkcs12(sxOctetView octets, sxLoadItem item) {

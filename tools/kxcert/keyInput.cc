@@ -48,7 +48,9 @@ class KeySearch {
   // Each part is shorter than what it is a part of.
   void Add(size_t offset, std::span<const unsigned char> octets) {
     const std::string name = offset == 0 ? m_name : m_name + " from offset " + std::to_string(offset);
+    const uint64_t spent = m_loaders.empty() ? 0 : m_loaders.back().Iterations();
     sxLoader &loader = m_loaders.emplace_back(sxLoad_keys);
+    loader.SetIterations(spent);
     loader.SetPassword([this](const sxLoadPlace &place, kxBinBuf &out) { return m_password.Give(place, out); });
     loader.AddOctets(octets.data(), octets.size(), name.c_str());
     for (const PartBeside &part : PartsBesidePem(octets)) Add(offset + part.offset, part.octets);

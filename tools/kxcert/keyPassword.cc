@@ -56,8 +56,7 @@ bool KeyPassword::Give(const sxLoadPlace &place, kxBinBuf &out) {
     m_isTold = !m_isRead;
     if (m_isTold) m_report.Problem(kExitInputError, "", error);
   }
-  if (!m_isRead || m_numGiven == kMaxLoadDecryptions) return false;
-  ++m_numGiven;
+  if (!m_isRead) return false;
   out = m_password;
   return true;
 }

@@ -29,7 +29,6 @@ class KeyPassword {
   const std::string m_source;
   Report &m_report;
   bool m_isRead = false, m_isTold = false;
-  int m_numGiven = 0;  // of all parts of an input, each of which may have a loader of its own
   kxBinBuf m_password;
 };
 

@@ -33,8 +33,8 @@ enum class sxReadResult;
 constexpr size_t kMaxLoadTotalLen = size_t{1} << 29;  ///< octets that one loader reads
 constexpr size_t kMaxLoadItems = size_t{1} << 18;     ///< that one loader keeps, what it passed over included
 constexpr size_t kMaxLoadFolderEntries = 65536;       ///< names in one folder
-constexpr int kMaxLoadDecryptions = 64;               ///< of keys that one loader tries: each may take seconds, and a
-                                                      ///< PKCS #12 container counts as four
+/// Of keys and PKCS #12 containers under passwords that one loader opens, together: each alone may take seconds.
+constexpr uint64_t kMaxLoadIterations = 40'000'000;
 
 enum class sxLoadKind { kNothing, kCertificate, kCrl, kPublicKey, kPrivateKey, kRequest };
 
@@ -103,6 +103,10 @@ class KXCERT_EXPORT sxLoader {
 
   void SetPassword(sxAskPassword ask) { m_askPassword = std::move(ask); }  ///< of what is added from here on
 
+  uint64_t Iterations() const { return m_numIterations; }  ///< that passwords took so far
+  /// What was spent elsewhere counts here, too: of one input that several loaders read, for instance.
+  void SetIterations(uint64_t spent) { m_numIterations = spent < kMaxLoadIterations ? spent : kMaxLoadIterations; }
+
   // Each returns how many objects it found. Null stands for an empty name.
   int AddPath(const char *path);  ///< a file or a folder
   int AddFile(const char *path);  ///< a regular file, or a link to one
@@ -123,7 +127,7 @@ class KXCERT_EXPORT sxLoader {
 
   const unsigned m_wanted;
   sxAskPassword m_askPassword;
-  int m_numDecryptions = 0;
+  uint64_t m_numIterations = 0;
   size_t m_totalLen = 0;
   std::deque<std::string> m_names;  // lent to places
   std::vector<sxLoadItem> m_items;

@@ -27,6 +27,7 @@ class kxBinBuf;
 constexpr uint64_t kMaxPbeIterations = 10'000'000;
 /// Of scrypt, octets: 128 * N * r * p, so that what is done one part after the other counts as well.
 constexpr uint64_t kMaxPbeScryptMemory = uint64_t{1} << 26;
+constexpr uint64_t kPbeScryptShare = 256;  ///< so many octets of scrypt's memory cost what an iteration does
 constexpr size_t kMaxPbeSaltLen = 1024;                ///< octets, at least one; PBES1 has 8 (RFC 8018, A.3)
 constexpr size_t kMaxPbePasswordLen = 4096;            ///< octets
 constexpr size_t kMaxPbeDerivedLen = 128;              ///< octets of a key: each digest of it has all the iterations
@@ -55,6 +56,9 @@ using sxPbeOctets = std::span<const unsigned char>;
 /// @return sxPbeResult (failures are logged in one line)
 KXCERT_EXPORT int sxPbe_Decrypt(sxPbeOctets algorithm, sxPbeOctets content, sxPbeOctets password, kxBinBuf &out,
                                 std::string *why = nullptr);
+
+/// Iterations that deriving the key costs, for whoever adds up what a file asks for; 0 for what would not be tried.
+KXCERT_EXPORT uint64_t sxPbe_Cost(sxPbeOctets algorithm);
 
 enum sxPbeCipher : int {
   sxPbe_aes256,  ///< PBES2 with AES-256-CBC; so with the next three

@@ -24,11 +24,6 @@ kxBinBuf EachAsCharacter(sxOctetView octets) {
   return out;
 }
 
-uint64_t CostOf(const PbeDerivation &derivation) {
-  if (derivation.kdf != PbeKdf::kScrypt) return derivation.iterations;
-  return 128 * derivation.cost * derivation.blockSize * derivation.parallel / kPkcs12ScryptShare;  // within its limit
-}
-
 }  // namespace
 
 ContainerPassword::ContainerPassword(sxPbeOctets given) : m_isGiven(given.data() != nullptr) {
@@ -47,7 +42,7 @@ ContainerPassword::ContainerPassword(sxPbeOctets given) : m_isGiven(given.data()
 }
 
 bool ContainerPassword::Spend(const PbeDerivation &derivation, ContainerFailure *failure) {
-  const uint64_t cost = CostOf(derivation);
+  const uint64_t cost = PbeCost(derivation);
   if (cost > kMaxPkcs12Iterations - m_spent) {
     return failure->Set(sxPkcs12_tooCostly,
                         "more than " + std::to_string(kMaxPkcs12Iterations) + " iterations in the whole container");

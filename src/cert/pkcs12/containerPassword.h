@@ -15,6 +15,7 @@ class ContainerPassword {
   explicit ContainerPassword(sxPbeOctets given);
 
   bool IsGiven() const { return m_isGiven; }
+  uint64_t Spent() const { return m_spent; }  ///< iterations
 
   /// Asks with one form of the password after the other until one is right, beginning with that which was right before.
   /// @param derivation  says which forms there are, and what each try costs

@@ -67,8 +67,10 @@ class sxPkcs12_imp {
   std::vector<sxPkcs12Safe> m_safes;
   std::vector<sxPkcs12Bag> m_bags;
   bool m_isRead = false, m_isOpen = false;
+  uint64_t m_spent = 0;
 
  private:
+  bool OpenWith(ContainerPassword &password, ContainerFailure *failure);
   bool Decrypt(sxOctetView algorithm, sxOctetView content, kxBinBuf *out, ContainerFailure *failure);
   bool OpenSafe(const ContainerSafe &safe, int number, OpenBags *bags, ContainerFailure *failure);
   void OpenBag(sxPkcs12Bag *bag, sxOctetView value);
@@ -152,6 +154,12 @@ void sxPkcs12_imp::OpenBag(sxPkcs12Bag *bag, sxOctetView value) {
 bool sxPkcs12_imp::Open(sxPbeOctets given, ContainerFailure *failure) {
   if (!m_isRead) return failure->Set(sxPkcs12_failed, "nothing was read");
   ContainerPassword password(given);
+  const bool isOpened = OpenWith(password, failure);
+  m_spent += password.Spent();
+  return isOpened;
+}
+
+bool sxPkcs12_imp::OpenWith(ContainerPassword &password, ContainerFailure *failure) {
   if (m_parts.mac.isThere && !CheckMac(m_parts.mac, m_parts.signedOctets, password, failure)) return false;
   m_password = &password;
   m_numDecrypted = m_numWrong = 0;
@@ -185,6 +193,7 @@ int sxPkcs12::Open(sxPbeOctets password, std::string *why) {
 }
 
 bool sxPkcs12::IsOpen() const { return m_imp->m_isOpen; }
+uint64_t sxPkcs12::Spent() const { return m_imp->m_spent; }
 bool sxPkcs12::HasMac() const { return m_imp->m_parts.mac.isThere; }
 const sxPkcs12Protection &sxPkcs12::Mac() const { return m_imp->m_mac; }
 const std::vector<sxPkcs12Safe> &sxPkcs12::Safes() const { return m_imp->m_safes; }

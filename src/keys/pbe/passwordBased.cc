@@ -100,3 +100,9 @@ int sxPbe_Encrypt(const sxPbeSettings &settings, sxPbeOctets plain, sxPbeOctets 
   }
   return failure.Tell("sxPbe_Encrypt", nullptr);
 }
+
+uint64_t sxPbe_Cost(sxPbeOctets algorithm) {
+  PbeFailure failure;
+  PbePlan plan;
+  return ReadPbePlan(algorithm, &plan, &failure) ? PbeCost(plan.derivation) : 0;
+}

@@ -167,3 +167,8 @@ bool ReadPbePlan(sxOctetView algorithm, PbePlan *plan, PbeFailure *failure) {
   if (known == nullptr) return failure->Set(sxPbe_unsupported, PbeOidText(scheme.oid));
   return ReadScheme(*known, scheme.parameters, plan, failure);
 }
+
+uint64_t PbeCost(const PbeDerivation &derivation) {
+  if (derivation.kdf != PbeKdf::kScrypt) return derivation.iterations;
+  return 128 * derivation.cost * derivation.blockSize * derivation.parallel / kPbeScryptShare;
+}

@@ -28,6 +28,9 @@ bool ReadPbeDerivation(sxOctetView algorithm, PbeDerivation *derivation, PbeFail
 
 /// An INTEGER that is not negative; one beyond 64 bits is as large as these go, which no limit allows.
 bool TakePbeNumber(sxDerReader &from, uint64_t *number);
+/// In iterations; of numbers that are within their limits.
+uint64_t PbeCost(const PbeDerivation &derivation);
+
 bool CheckPbeIterations(uint64_t iterations, PbeFailure *failure);
 bool CheckPbeSalt(sxOctetView salt, PbeFailure *failure);
 

@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <set>
+#include <string_view>
 
 #include "certFacts.h"
 #include "certInput.h"
@@ -77,16 +79,11 @@ bool SortCerts(Parts &parts, Report &report) {
     }
     std::rotate(certs.begin(), own, own + 1);
   }
-  std::vector<const FoundCert *> order;
-  for (const FoundCert &found : certs) order.push_back(&found);
-  const auto octets = [](const FoundCert *found) {
-    return std::string_view(reinterpret_cast<const char *>(found->cert->GetBuf()), found->cert->BufLen());
-  };
-  std::ranges::stable_sort(order, {}, octets);
-  const auto copies = std::ranges::unique(order, {}, octets);
-  order.erase(copies.begin(), copies.end());
-  std::ranges::sort(order);  // as they stand in their list
-  for (const FoundCert *const found : order) parts.entries.emplace_back().cert = found->cert.get();
+  std::set<std::string_view> seen;
+  for (const FoundCert &found : certs) {
+    const std::string_view octets(reinterpret_cast<const char *>(found.cert->GetBuf()), found.cert->BufLen());
+    if (seen.insert(octets).second) parts.entries.emplace_back().cert = found.cert.get();
+  }
   return true;
 }
 

@@ -55,11 +55,8 @@ sxCRL *sxCrlToSign::Sign() {
   imp->Decode();
   const bool isAsAsked = IsAsAsked(*imp);
   sxOwned<sxCRL, sxCRL_Free> made(new sxCRL(imp.release()));
-  if (!isAsAsked || made->VerifySig(m_toSign->Key()) != 0) {
-    return herror_func(0, 0, "sxCrlToSign::Sign: %s", isAsAsked ? "the signature is wrong" : "not what was asked"),
-           nullptr;
-  }
-  return made.release();
+  if (!isAsAsked) return herror_func(0, 0, "sxCrlToSign::Sign: not what was asked"), nullptr;
+  return m_toSign->Accepts(*made, nullptr, true) ? made.release() : nullptr;
 }
 
 // Whatever went wrong in writing, or in a key of others, is not handed out.

@@ -30,7 +30,8 @@ constexpr char kTooManyIterations[] = "too many iterations of all passwords toge
 uint64_t CostOfKey(sxOctetView info) {
   sxDerReader fields;
   sxDerElement algorithm;
-  const bool isOne = sxDerReader(info, kMaxLenOctets).Enter(kDerSequence, &fields) && fields.Take(kDerSequence, &algorithm);
+  const bool isOne =
+      sxDerReader(info, kMaxLenOctets).Enter(kDerSequence, &fields) && fields.Take(kDerSequence, &algorithm);
   return isOne ? sxPbe_Cost(algorithm.whole) : 0;
 }
 

@@ -1,4 +1,5 @@
 #include "kxcert/cert/sxSigned.h"
+#include "keys/ownKeys.h"
 
 #include <openssl/sha.h>
 
@@ -199,7 +200,8 @@ int sxSigned_imp::VerifyParts(const Parts &parts, sxPubKey *key) const {
   const sxPKop_type op = family == sxPK_RSA ? sxPKop_digest : sxPKop_raw;
   const int rc = key->Verify(op, static_cast<sx_md_type>(mdType), digest, digestLen, parts.signature.data(),
                              sxLen(parts.signature));
-  if (rc == 0 && body != nullptr) sxSignatureMemory_Keep(memoryKey);
+  // What a key that is kept elsewhere says counts for this question alone.
+  if (rc == 0 && body != nullptr && sxIsOwnKey(*key)) sxSignatureMemory_Keep(memoryKey);
   return rc;
 }
 

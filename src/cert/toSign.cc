@@ -1,15 +1,31 @@
 #include "toSign.h"
 
-#include <cstring>
-
+#include "keys/ownKeys.h"
+#include "keys/subjectPublicKey.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/platform/log.h"
+#include "plainFields.h"
+#include "templateParts.h"
 
 namespace {
 
 constexpr size_t kSignatureRoom = 16;  // what goes around its octets
 constexpr unsigned char kNull[] = {kDerNull, 0};
 constexpr unsigned char kNoUnusedBits[] = {0};
+
+using PubKeyRef = sxOwned<sxPubKey, sxFreePubKey>;
+
+// As a key of this process. Null when it has none that is known here.
+sxPubKey *PublicPart(sxPubKey *key) {
+  const sxKeyInfo info(key);
+  sxDerReader reader(info.der);
+  sxPlainAlgorithm algorithm;
+  sxOctetView bits;
+  if (info.der.empty() || !sxTakePlainKey(reader, true, &algorithm, &bits)) return nullptr;
+  sxSpkiResult result = sxSpki_ok;
+  return sxPubKey_FromSPKI(algorithm.oid.data(), sxLen(algorithm.oid), algorithm.parameters.data(),
+                           sxLen(algorithm.parameters), bits.data(), sxLen(bits), &result);
+}
 
 }  // namespace
 
@@ -43,14 +59,14 @@ unsigned char *sxToSign::Begin(size_t contentLen) {
   return out.Pos();
 }
 
-bool sxToSign::MayLeaveThread() const {
-  const char *const name = m_key->ClassName();
-  return name != nullptr && (std::strcmp(name, "kxSRSA_imp") == 0 || std::strcmp(name, "kxECDSA") == 0);
-}
+bool sxToSign::MayLeaveThread() const { return sxIsOwnKey(*m_key); }
 
 bool sxToSign::Accepts(const sxSigned &made, sxPubKey *publicKey, bool asked) const {
-  if (!asked && MayLeaveThread()) return true;
-  if (made.VerifySig(publicKey) == 0) return true;
+  if (!asked && sxIsOwnKey(*m_key)) return true;
+  const PubKeyRef own(publicKey == nullptr && !sxIsOwnKey(*m_key) ? PublicPart(m_key.get()) : nullptr);
+  sxPubKey *const verifier = publicKey != nullptr ? publicKey : own != nullptr ? own.get() : m_key.get();
+  const bool isKnown = publicKey != nullptr || own != nullptr || sxIsOwnKey(*m_key);
+  if (isKnown && made.VerifySig(verifier) == 0) return true;
   return herror_func(0, 0, "sxToSign::Accepts: the signature is wrong"), false;
 }
 

@@ -26,10 +26,11 @@ class sxToSign {
   /// @return where its content goes; null when all of it would be longer than 2 GiB
   unsigned char *Begin(size_t contentLen);
   sxOctetView Octets() const { return {m_area.get() + kHeaderRoom, m_area == nullptr ? 0 : m_len}; }
-  /// Whether keys of its kind sign on workers. Others are kept elsewhere: what they answer is not believed unseen.
+  /// Whether the key is this process's, so that any thread may use it. Others are kept elsewhere: what they answer is not
+  /// believed unseen.
   bool MayLeaveThread() const;
   /// @param asked   by the caller: any key's signature is verified
-  /// @param publicKey  what @p made must verify with. @return false: it does not (one line logged)
+  /// @param publicKey  what @p made must verify with; null: the key's public part. @return false: it does not (logged)
   bool Accepts(const sxSigned &made, sxPubKey *publicKey, bool asked) const;
 
   struct Signed {

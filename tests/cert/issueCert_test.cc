@@ -8,6 +8,7 @@
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/serialNumber.h"
+#include "kxcert/cert/sxCRL_Encoder.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxCertRequest.h"
 #include "kxcert/cert/sxCertTemplate.h"
@@ -326,7 +327,7 @@ class FaultyKey : public sxPubKey_imp_vc {
   int algorithm() const override { return m_real->algorithm(); }
   int OK() const override { return 1; }
   int Flags() const override { return m_real->Flags(); }
-  const char *ClassName() const override { return "elsewhere"; }
+  const char *ClassName() const override { return m_real->ClassName(); }   // which proves nothing
   int Export(sxPK_Format format, unsigned char *out, int len) override { return m_real->Export(format, out, len); }
   int GetLen(sxPK_Len_Type type) override { return m_real->GetLen(type); }
   int Verify(sxPKop_type, sx_md_type, const unsigned char *, int, const unsigned char *, int) override { return 0; }
@@ -358,6 +359,20 @@ TEST(sxIssueCert, BelievesNoSignatureFromElsewhereUnseen) {
     sxCertRequest_Free(request);
     EXPECT_EQ(sxIssue_not_as_asked, sxIssueCert(wanted, nullptr, elsewhere.get(), {}, &made));
     EXPECT_EQ(nullptr, made);
+    // Nor does its word about a signature become everybody's.
+    const PubKeyRef liar(new sxPubKey(new FaultyKey(real.get(), 0)));
+    sxCRL_Encoder crl;
+    EXPECT_EQ(0, crl.SetIssuer(subject));
+    EXPECT_EQ(0, crl.SetThisUpdate(kTime));
+    EXPECT_EQ(0, crl.SetNextUpdate(kTime + 1));
+    EXPECT_EQ(nullptr, crl.Encode(liar.get(), sx_md_sha256));
+    ASSERT_EQ(sxIssue_ok, sxIssueCert(wanted, nullptr, real.get(), {}, &made));
+    Octets octets(made->GetBuf(), made->GetBuf() + made->BufLen());
+    sxCert_Free(made);
+    octets.back() ^= 1;
+    const CertRef changed(new sxCert(octets.data(), static_cast<unsigned>(octets.size())));
+    EXPECT_EQ(0, changed->VerifySig(liar.get()));
+    EXPECT_NE(0, changed->VerifySig(real.get())) << name;
     EXPECT_EQ(sxIssue_not_signed, sxMakeRequest(wanted, nullptr, elsewhere.get(), {}, &request));
     EXPECT_EQ(nullptr, request);
   }

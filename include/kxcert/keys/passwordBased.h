@@ -27,10 +27,10 @@ class kxBinBuf;
 constexpr uint64_t kMaxPbeIterations = 10'000'000;
 /// Of scrypt, octets: 128 * N * r * p, so that what is done one part after the other counts as well.
 constexpr uint64_t kMaxPbeScryptMemory = uint64_t{1} << 26;
-constexpr uint64_t kPbeScryptShare = 256;  ///< so many octets of scrypt's memory cost what an iteration does
-constexpr size_t kMaxPbeSaltLen = 1024;                ///< octets, at least one; PBES1 has 8 (RFC 8018, A.3)
-constexpr size_t kMaxPbePasswordLen = 4096;            ///< octets
-constexpr size_t kMaxPbeDerivedLen = 128;              ///< octets of a key: each digest of it has all the iterations
+constexpr uint64_t kPbeScryptShare = 256;    ///< so many octets of scrypt's memory cost what an iteration does
+constexpr size_t kMaxPbeSaltLen = 1024;      ///< octets, at least one; PBES1 has 8 (RFC 8018, A.3)
+constexpr size_t kMaxPbePasswordLen = 4096;  ///< octets
+constexpr size_t kMaxPbeDerivedLen = 128;    ///< octets of a key: each digest of it has all the iterations
 constexpr size_t kMaxPbeContentLen = size_t{1} << 28;  ///< octets
 constexpr int kUsualPbeIterations = 50'000;            ///< of what is written, unless asked for otherwise
 

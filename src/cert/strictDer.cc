@@ -1,12 +1,17 @@
 #include "strictDer.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include "derForward.h"
 #include "foundation/utf8.h"
 
 namespace {
+
+constexpr int kLongTag = 31;  // numbers from here on take octets of their own
+// EXTERNAL, EMBEDDED PDV, SEQUENCE, SET, CHARACTER STRING; all other universal types are primitive.
+constexpr int kConstructedTypes[] = {8, 11, kDerSequence &kLongTag, kDerSet &kLongTag, 29};
 
 bool IsBoolean(sxOctetView v) { return v.size() == 1 && (v[0] == 0 || v[0] == 0xFF); }
 
@@ -49,26 +54,64 @@ bool IsPrimitive(int tag, sxOctetView content) {
   }
 }
 
-// X.690, 10.3 and 11.6: by tag, and of one type by their octets; in both orders the encodings ascend.
-bool IsSorted(sxOctetView content) {
-  sxOctetView before;
-  sxDerElement element;
-  for (sxDerReader each(content); !each.AtEnd(); before = element.whole) {
-    if (!each.Take(&element)) return false;
-    if (std::ranges::lexicographical_compare(element.whole, before)) return false;
-  }
-  return true;
+struct Element {
+  int tag = 0;     // the first identifier octet
+  int number = 0;  // of its tag
+  sxOctetView content, whole;
+};
+
+// The same of an identifier in several octets, which sxDerReader does not take: X.690, 8.1.2 and 10.1.
+bool TakeLong(sxOctetView *rest, Element *element) {
+  sxAsnReadBuf buf;
+  buf.Init(rest->data(), sxLen(*rest));
+  int identifierLen = 0, lenLen = 0;
+  const int identifier = BDecTag(buf, identifierLen);
+  const int contentLen = identifier < 0 ? -1 : BDecLen(buf, lenLen);
+  if (contentLen < 0) return false;
+  const auto numberLen = static_cast<size_t>(identifierLen - 1), len = static_cast<size_t>(contentLen);
+  element->tag = identifier & 0xFF;
+  element->number = 0;
+  for (const unsigned char octet : rest->subspan(1, numberLen)) element->number = element->number << 7 | (octet & 0x7F);
+  element->whole = rest->first(numberLen + 1 + static_cast<size_t>(lenLen) + len);
+  element->content = element->whole.last(len);
+  *rest = rest->subspan(element->whole.size());
+  return element->number >= kLongTag && element->whole[1] != 0x80 && element->whole.size() == numberLen + sxDerLen(len);
 }
 
-bool IsElement(const sxDerElement &element, int nesting) {
-  if (element.whole.size() != sxDerLen(element.content.size())) return false;
-  if ((element.tag & kConstructed) == 0) {
-    const bool mustBeConstructed =
-        element.tag == (kDerSequence & ~kConstructed) || element.tag == (kDerSet & ~kConstructed);
-    return !mustBeConstructed && IsPrimitive(element.tag, element.content);
+// The element at the front, its length in the fewest octets.
+bool Take(sxOctetView *rest, Element *element) {
+  if (((*rest)[0] & kLongTag) == kLongTag) return TakeLong(rest, element);
+  sxDerReader reader(*rest);
+  sxDerElement taken;
+  if (!reader.Take(&taken)) return false;
+  *element = {taken.tag, taken.tag & kLongTag, taken.content, taken.whole};
+  *rest = reader.Rest();
+  return taken.whole.size() == sxDerLen(taken.content.size());
+}
+
+// Of a SET by class and number of the tags, whatever their form (X.690, 10.3); of a SET OF by octets (11.6). Which one
+// it is cannot be seen.
+bool IsSorted(sxOctetView content) {
+  bool byTags = true, byOctets = true;
+  Element before, element;
+  for (bool isFirst = true; !content.empty(); before = element, isFirst = false) {
+    if (!Take(&content, &element)) return false;
+    if (isFirst) continue;
+    const int classBefore = before.tag & kPrivate, classHere = element.tag & kPrivate;
+    byTags &= classBefore < classHere || (classBefore == classHere && before.number < element.number);
+    byOctets &= !std::ranges::lexicographical_compare(element.whole, before.whole);
   }
-  const bool isUniversal = (element.tag & ~kConstructed) < 0x40;
-  if (isUniversal && element.tag != kDerSequence && element.tag != kDerSet) return false;
+  return byTags || byOctets;
+}
+
+bool IsElement(const Element &element, int nesting) {
+  const bool isUniversal = element.tag < kApplication;
+  const int type = element.tag & ~kConstructed;
+  if (isUniversal) {
+    const bool mustBeConstructed = std::ranges::find(kConstructedTypes, element.number) != std::end(kConstructedTypes);
+    if (mustBeConstructed != ((element.tag & kConstructed) != 0)) return false;
+  }
+  if ((element.tag & kConstructed) == 0) return IsPrimitive(type, element.content);
   if (element.tag == kDerSet && !IsSorted(element.content)) return false;
   return sxIsStrictDer(element.content, nesting + 1);
 }
@@ -77,17 +120,17 @@ bool IsElement(const sxDerElement &element, int nesting) {
 
 bool sxIsStrictDer(sxOctetView octets, int nesting) {
   if (nesting > kMaxStrictNesting) return false;
-  sxDerElement element;
-  for (sxDerReader each(octets); !each.AtEnd();) {
-    if (!each.Take(&element) || !IsElement(element, nesting)) return false;
+  Element element;
+  while (!octets.empty()) {
+    if (!Take(&octets, &element) || !IsElement(element, nesting)) return false;
   }
   return true;
 }
 
 bool sxIsStrictElement(sxOctetView octets) {
-  sxDerElement element;
-  sxDerReader all(octets);
-  return all.Take(&element) && all.AtEnd() && sxIsStrictDer(octets);
+  Element element;
+  sxOctetView rest = octets;
+  return !rest.empty() && Take(&rest, &element) && rest.empty() && IsElement(element, 0);
 }
 
 int sxUtf8Len(sxOctetView text) {

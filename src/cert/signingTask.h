@@ -48,6 +48,8 @@ class SigningWork : public PoolWork {
 /// @return as QueuePoolWork
 template <class ToSign, class Object>
 int sxQueueSigning(std::shared_ptr<ToSign> toSign, void (*callback)(void *, int, Object *), void *opaque) {
+  // A key that is kept elsewhere signs at once: not what nobody would get.
+  if (const int rc = CanQueuePoolWork(); rc != 0) return rc;
   return QueuePoolWork(std::make_shared<SigningWork<ToSign, Object>>(std::move(toSign), callback, opaque));
 }
 

@@ -353,6 +353,7 @@ TEST(sxIssueCert, BelievesNoSignatureFromElsewhereUnseen) {
     wanted.SetPubKey(real.get());
     sxCert *made = nullptr;
     sxCertRequest *request = nullptr;
+    EXPECT_EQ(sxIssue_not_queued, sxIssueCertA(wanted, nullptr, elsewhere.get(), {}, Tell, nullptr));   // nor signed
     ASSERT_EQ(sxIssue_ok, sxIssueCert(wanted, nullptr, elsewhere.get(), {}, &made));
     ExpectSound(*CertRef(made), nullptr);
     ASSERT_EQ(sxIssue_ok, sxMakeRequest(wanted, nullptr, elsewhere.get(), {}, &request));

@@ -407,18 +407,26 @@ class PoolServant : public RTApcServant {
   std::shared_ptr<PoolWork> m_work;
 };
 
+int RefuseWork(int rc) {
+  herror_func(0, 0, "%s: %s", "QueuePoolWork", TaskRC2str(rc));
+  return rc;
+}
+
 }  // namespace
 
+int CanQueuePoolWork() {
+  const kxKeyTaskManager &manager = Manager();
+  if (manager.IsSynchronous() && manager.Loop() != nullptr) return 0;
+  const bool isThere = manager.Pool() != nullptr && !manager.Pool()->IsInherited();
+  return isThere ? 0 : RefuseWork(TASK_NOT_INITIALIZED);
+}
+
 int QueuePoolWork(const std::shared_ptr<PoolWork> &work) try {
-  const auto refuse = [](int rc) {
-    herror_func(0, 0, "%s: %s", "QueuePoolWork", TaskRC2str(rc));
-    return rc;
-  };
+  if (const int rc = CanQueuePoolWork(); rc != 0) return rc;
   const kxKeyTaskManager &manager = Manager();
   if (manager.IsSynchronous() && manager.Loop() != nullptr) {
     work->Run();
-    return manager.Loop()->Post(0, [work] { work->End(true); }) == 0 ? 0 : refuse(TASK_QUEUING_ERROR);
+    return manager.Loop()->Post(0, [work] { work->End(true); }) == 0 ? 0 : RefuseWork(TASK_QUEUING_ERROR);
   }
-  if (manager.Pool() == nullptr || manager.Pool()->IsInherited()) return refuse(TASK_NOT_INITIALIZED);
-  return manager.Pool()->Queue(PoolServant(work), -1) == 0 ? 0 : refuse(TASK_QUEUING_ERROR);
+  return manager.Pool()->Queue(PoolServant(work), -1) == 0 ? 0 : RefuseWork(TASK_QUEUING_ERROR);
 } catch (const std::bad_alloc &) { return TASK_QUEUING_ERROR; }

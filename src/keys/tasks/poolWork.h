@@ -18,6 +18,9 @@ class PoolWork {
   virtual void End(bool didRun) = 0;
 };
 
+/// Whether QueuePoolWork would take work now, for what is done before. @return 0, or TASK_NOT_INITIALIZED (one line logged)
+[[nodiscard]] int CanQueuePoolWork();
+
 /// On the thread that runs the loop. @return 0; or TASK_NOT_INITIALIZED, TASK_QUEUING_ERROR (one line
 /// logged), and nothing more of the work is called
 [[nodiscard]] int QueuePoolWork(const std::shared_ptr<PoolWork> &work);

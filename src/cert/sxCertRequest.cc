@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <memory>
+#include <string_view>
 
 #include "certPrint.h"
 #include "dnValue.h"
 #include "foundation/textOutput.h"
 #include "keys/subjectPublicKey.h"
 #include "kxcert/asn1/modules/SXUTILS.h"
+#include "kxcert/cert/inputBlocks.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
 #include "peerText.h"
@@ -17,10 +21,7 @@
 namespace {
 
 // RFC 7468, 7; the second one is what was written before it.
-constexpr sxPemMarkers kMarkers[] = {
-    {"-----BEGIN CERTIFICATE REQUEST-----", "-----END CERTIFICATE REQUEST-----"},
-    {"-----BEGIN NEW CERTIFICATE REQUEST-----", "-----END NEW CERTIFICATE REQUEST-----"},
-};
+constexpr std::string_view kLabels[] = {"CERTIFICATE REQUEST", "NEW CERTIFICATE REQUEST"};
 
 struct StringRow {
   int tag;
@@ -43,7 +44,24 @@ bool DecodeTree(Tree &tree, sxOctetView octets) {
 
 }  // namespace
 
-std::span<const sxPemMarkers> sxCertRequest_imp::Markers() const { return kMarkers; }
+// As files are loaded: some mix the ends of lines, some write in front of the block what is in it. Of two requests none
+// is taken, as nobody could say which one was looked at.
+int sxCertRequest_imp::ConvertBuf() {
+  sxInputBlocks blocks(GetBuf(), BufLen());
+  std::unique_ptr<unsigned char[]> octets;
+  int len = 0;
+  for (sxInputBlock block; blocks.Next(block);) {
+    if (std::ranges::find(kLabels, block.label) == std::end(kLabels)) continue;
+    const char *const wrong = octets != nullptr ? "more than one request" : block.encrypted ? "encrypted" : block.error;
+    if (wrong != nullptr) return herror_func(0, 0, "sxCertRequest_imp::ConvertBuf: %s", wrong), -1;
+    len = sxLen(block.octets);
+    octets = std::make_unique_for_overwrite<unsigned char[]>(block.octets.size());
+    std::ranges::copy(block.octets, octets.get());
+  }
+  if (octets == nullptr) return herror_func(0, 0, "sxCertRequest_imp::ConvertBuf: no block of a request"), -1;
+  Adopt(std::move(octets), len);
+  return 0;
+}
 
 void sxCertRequest_imp::Decode() {
   sxPlainRequest plain;

@@ -41,7 +41,7 @@ class sxCertRequest_imp : public sxSigned_imp {
   void Sprint(SxStream *out, int indent) const override;
 
  private:
-  std::span<const sxPemMarkers> Markers() const override;
+  int ConvertBuf() override;
   void Decode();
   bool Read(sxPlainRequest *plain);  // the fields, from the stored octets
   void Extract(const sxPlainRequest &plain);

@@ -34,7 +34,11 @@ bool HasSegmentedSignature(const unsigned char *octets, int len) {
   return (buf.PeekByte() & kConstructed) != 0;
 }
 
-constexpr sxPemMarkers kMarkers[] = {
+struct Markers {
+  const char *header;
+  const char *footer;
+};
+constexpr Markers kMarkers[] = {
     {"-----BEGIN CERTIFICATE-----", "-----END CERTIFICATE-----"},
     {"-----BEGIN X509 CRL-----", "-----END X509 CRL-----"},
 };
@@ -76,13 +80,11 @@ int sxSigned_imp::DecodeBuf(sxAsnType &value) {
   });
 }
 
-std::span<const sxPemMarkers> sxSigned_imp::Markers() const { return kMarkers; }
-
 int sxSigned_imp::ConvertBuf() {
   const auto *text = reinterpret_cast<const char *>(m_der.data());
   const std::string_view all(text, m_der.size());
-  sxPemMarkers markers = {"", ""};
-  for (const sxPemMarkers &known : Markers()) {
+  Markers markers = {"", ""};
+  for (const Markers &known : kMarkers) {
     if (all.find(known.header) != std::string_view::npos) {
       markers = known;
       break;
@@ -91,9 +93,13 @@ int sxSigned_imp::ConvertBuf() {
   unsigned char *der = nullptr;
   int len = sxLen(m_der);
   if (Base64Decode_PEM(text, &der, len, markers.header, markers.footer, 1, nullptr) != 0) return -1;
-  m_owned.reset(der);
-  m_der = sxView(der, len);
+  Adopt(std::unique_ptr<unsigned char[]>(der), len);
   return 0;
+}
+
+void sxSigned_imp::Adopt(std::unique_ptr<unsigned char[]> octets, int len) {
+  m_der = sxView(octets.get(), len);
+  m_owned = std::move(octets);
 }
 
 //   Signed ::= SEQUENCE { toBeSigned ANY, signatureAlgorithm AlgorithmIdentifier, signature BIT STRING }

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <span>
 
 #include "asn1/der.h"
 #include "foundation/publishOnce.h"
@@ -14,12 +13,6 @@
 #include "kxcert/cert/sxSigned.h"
 #include "kxcert/foundation/sxPKobj_imp.h"
 #include "kxcert/foundation/sxString.h"
-
-/// What stands around an object's octets in PEM.
-struct sxPemMarkers {
-  const char *header;
-  const char *footer;
-};
 
 class sxSigned_imp : public sxPKobj_imp {
  public:
@@ -44,7 +37,9 @@ class sxSigned_imp : public sxPKobj_imp {
   /// Lends octets that outlive the object.
   explicit sxSigned_imp(sxOctetView lent);
 
-  virtual std::span<const sxPemMarkers> Markers() const;  ///< that ConvertBuf looks for; the first one that is there
+  /// PEM to DER: strict, of certificates and CRLs. @return 0, or -1 (one line logged)
+  virtual int ConvertBuf();
+  void Adopt(std::unique_ptr<unsigned char[]> octets, int len);  ///< in the place of those that are there
 
   /// Calls @p decode until it accepts the octets: as they are, then converted from PEM.
   /// @return 0, or -1 with the error set
@@ -72,7 +67,6 @@ class sxSigned_imp : public sxPKobj_imp {
   using Digest = std::array<unsigned char, 32>;
 
   void Lend(sxOctetView octets);
-  int ConvertBuf();  // PEM to DER
   bool ReadParts(Parts *parts) const;
   int VerifyParts(const Parts &parts, sxPubKey *key) const;
   const Digest *SignedDigest(const Parts &parts) const;  // lent; null when it cannot be computed

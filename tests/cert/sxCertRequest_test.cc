@@ -45,7 +45,7 @@ TEST(sxCertRequest, ReadsWhatOpensslMakes) {
     const TempDir dir;
     const std::string command = "openssl req -new -key " + KeyFile(row[0] + ".pem") + " -config " KXCERT_TEST_DATA
                                 "/cert/requests.cnf " + row[1];
-    for (const char *const form : {" -outform DER", "", " -newhdr"}) {
+    for (const char *const form : {" -outform DER", "", " -newhdr", " -text", " | sed '/^-/s/$/\\r/'"}) {
       const Octets octets = Text(RunCommand(command + form));
       const RequestRef request(sxCertRequest_Decode(octets.data(), LenOf(octets)));
       ASSERT_NE(nullptr, request) << form;

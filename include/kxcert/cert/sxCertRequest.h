@@ -26,8 +26,9 @@ class SxStream;
 
 class KXCERT_EXPORT sxCertRequest : public sxSigned {
  public:
-  sxCertRequest(const unsigned char *buf, unsigned int len);  ///< DER or strict PEM of either label; see OK()
-  explicit sxCertRequest(sxCertRequest_imp *imp);             ///< adopts; the library's own use
+  /// DER, or PEM of either label, with any text around it and whatever ends its lines; but one request. See OK().
+  sxCertRequest(const unsigned char *buf, unsigned int len);
+  explicit sxCertRequest(sxCertRequest_imp *imp);  ///< adopts; the library's own use
 
   int Version() const;                 ///< the INTEGER plus 1 in 32 bits, whatever it is
   const sxDN *Subject() const;         ///< lent; null only when not OK

@@ -1,6 +1,6 @@
 #include "requestToSign.h"
 
-#include <string>
+#include <iterator>
 #include <string_view>
 
 #include "issueResult.h"
@@ -36,6 +36,14 @@ sxIssueStatus TakeRequested(const sxASN_Extensions *tree, sxDerOctets *list) {
   }
   if (!content.empty()) *list = sxDerOf(kDerSequence, {content});
   return sxIssue_ok;
+}
+
+// RFC 2985, 5.4.1: PrintableString, or UTF8String where that does not do.
+bool IsPassword(sxOctetView value) {
+  sxDerElement text;
+  if (!sxDerReader(value).Take(&text) || (text.tag != kDerPrintableString && text.tag != kDerUtf8String)) return false;
+  const int numChars = sxUtf8Len(text.content);
+  return numChars >= 1 && numChars <= kMaxPasswordChars;
 }
 
 }  // namespace
@@ -128,6 +136,10 @@ int sxRequestAttributes::Add(const sxAsnOid &type, const unsigned char *value, i
   if (!sxIsStrictElement(octets) || !sxIsStrictElement(sxDerOf(kDerOid, {oid})) || sxEqual(oid, kOidExtensionRequest)) {
     return herror_func(0, 0, "sxRequestAttributes::Add: %s", sxIssueStatusText(sxIssue_attribute)), -1;
   }
+  const bool isPassword = sxEqual(oid, kOidChallengePassword);
+  if (isPassword && (!IsPassword(octets) || m_imp->attributes.contains(OctetsOf(oid)))) {
+    return herror_func(0, 0, "sxRequestAttributes::Add: a password of another form, or one more"), -1;
+  }
   m_imp->attributes[OctetsOf(oid)].insert(OctetsOf(octets));
   return 0;
 }
@@ -135,12 +147,10 @@ int sxRequestAttributes::Add(const sxAsnOid &type, const unsigned char *value, i
 int sxRequestAttributes::SetChallengePassword(const char *password) {
   const std::string_view text = password == nullptr ? "" : password;
   const sxOctetView octets(reinterpret_cast<const unsigned char *>(text.data()), text.size());
-  const int numChars = sxUtf8Len(octets);
-  sxSortedOctets &values = m_imp->attributes[OctetsOf(kOidChallengePassword)];
-  const bool isFit = numChars >= 1 && numChars <= kMaxPasswordChars && values.empty();
-  if (isFit) values.insert(sxDerOf(sxIsPrintableString(octets) ? kDerPrintableString : kDerUtf8String, {octets}));
-  if (values.empty()) m_imp->attributes.erase(OctetsOf(kOidChallengePassword));
-  return isFit ? 0 : (herror_func(0, 0, "sxRequestAttributes::SetChallengePassword: %d characters", numChars), -1);
+  const sxDerOctets value = sxDerOf(sxIsPrintableString(octets) ? kDerPrintableString : kDerUtf8String, {octets});
+  sxAsnOid type;
+  type.Set(kOidChallengePassword, static_cast<int>(std::size(kOidChallengePassword)));
+  return Add(type, value.data(), sxLen(value));
 }
 
 int sxRequestAttributes::Count() const {

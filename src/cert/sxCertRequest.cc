@@ -108,12 +108,17 @@ const sxCertRequest_imp::Attribute *sxCertRequest_imp::Find(sxOctetView type) co
   return found == m_attributes.end() ? nullptr : &*found;
 }
 
-// Whoever signs and whoever looks must not take one of two lists each. @return null, or what is wrong
+// Whoever signs and whoever looks must not take one of two each.
+const sxCertRequest_imp::Attribute *sxCertRequest_imp::FindOnly(sxOctetView type) const {
+  const auto isOne = [type](const Attribute &attribute) { return sxEqual(View(attribute.type), type); };
+  return std::ranges::count_if(m_attributes, isOne) == 1 ? Find(type) : nullptr;
+}
+
+// @return null, or what is wrong
 const char *sxCertRequest_imp::TakeExtensions() {
-  const auto isOne = [](const Attribute &attribute) { return sxEqual(View(attribute.type), kOidExtensionRequest); };
-  const Attribute *const asked = Find(kOidExtensionRequest);
-  if (asked == nullptr) return nullptr;
-  if (std::ranges::count_if(m_attributes, isOne) != 1) return "Extensions requested twice";
+  if (Find(kOidExtensionRequest) == nullptr) return nullptr;
+  const Attribute *const asked = FindOnly(kOidExtensionRequest);
+  if (asked == nullptr) return "Extensions requested twice";
   if (asked->values.size() != 1) return "Error decoding requested extensions";
   auto tree = std::make_unique<sxASN_Extensions>();
   if (!DecodeTree(*tree, asked->values[0])) return "Error decoding requested extensions";
@@ -126,7 +131,7 @@ const char *sxCertRequest_imp::TakeExtensions() {
 }
 
 std::optional<std::string> sxCertRequest_imp::ChallengePassword() const {
-  const Attribute *const attribute = Find(kOidChallengePassword);
+  const Attribute *const attribute = FindOnly(kOidChallengePassword);  // RFC 2985, 5.4.1: one value
   sxDerElement value;
   if (attribute == nullptr || attribute->values.size() != 1 || !sxDerReader(attribute->values[0]).Take(&value)) {
     return std::nullopt;

@@ -35,7 +35,8 @@ class sxCertRequest_imp : public sxSigned_imp {
   const sxExtensionsList &Extensions() const { return m_extensions; }
   const sxASN_Extensions *AllExtensions() const { return m_allExtensions.get(); }
   const std::vector<Attribute> &Attributes() const { return m_attributes; }
-  const Attribute *Find(sxOctetView type) const;  ///< the first one, lent; null when there is none
+  const Attribute *Find(sxOctetView type) const;      ///< the first one, lent; null when there is none
+  const Attribute *FindOnly(sxOctetView type) const;  ///< likewise; null also when there are several
   std::optional<std::string> ChallengePassword() const;
 
   void Sprint(SxStream *out, int indent) const override;

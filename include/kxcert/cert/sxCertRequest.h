@@ -46,7 +46,7 @@ class KXCERT_EXPORT sxCertRequest : public sxSigned {
   const sxASN_Extensions *AllExtensions() const;  ///< lent; null when none are asked for
 
   /// The text of challengePassword (RFC 2985, 5.4.1): its octets, of BMPString as UTF-8.
-  /// @return 0; -1: absent, of no string type, with a NUL, or it does not fit (untouched then)
+  /// @return 0; -1: absent, there twice, of no string type, with a NUL, or it does not fit (untouched then)
   int ChallengePassword(char *buf, int len) const;
 
   // All attributes, those above included, in the order in which they stand.
@@ -79,9 +79,9 @@ class KXCERT_EXPORT sxRequestAttributes {
   sxRequestAttributes &operator=(const sxRequestAttributes &other);
   ~sxRequestAttributes();
 
-  /// One more value for that type, which may have several.
+  /// One more value for that type, which may have several; challengePassword only one, as SetChallengePassword makes it.
   /// @param value  the whole element, DER. @return 0, or -1 (not one element of DER; extensionRequest, which comes
-  ///               from the template)
+  ///               from the template; a password that could not be set)
   int Add(const sxAsnOid &type, const unsigned char *value, int len);
   /// PrintableString where it fits, else UTF8String. @return 0, or -1 (null, empty, no UTF-8, more than 255
   /// characters, or there is one)

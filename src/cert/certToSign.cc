@@ -1,10 +1,11 @@
 #include "certToSign.h"
 
+#include <optional>
+
 #include "asn1/integerDigits.h"
 #include "issueRules.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/cert/certTime.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/platform/random.h"
@@ -115,11 +116,11 @@ sxIssueStatus sxCertToSign::Maker::Key() {
 sxIssueStatus sxCertToSign::Maker::Validity() {
   if (m_tree.validity == nullptr) return sxIssue_validity;
   constexpr int64_t kFirstUtc = -631152000;  // 1950-01-01 00:00 UTC: no form of RFC 5280, 4.1.2.5 is for earlier ones
-  const int64_t notBefore = sxASN_Time2seconds(m_tree.validity->notBefore);
-  const int64_t notAfter = sxASN_Time2seconds(m_tree.validity->notAfter);
-  if (notBefore == -1 || notAfter == -1 || notBefore < kFirstUtc || notAfter < kFirstUtc) return sxIssue_validity;
-  if (notAfter < notBefore) return sxIssue_validity_order;
-  const sxDerOctets first = sxTimeDer(notBefore), last = sxTimeDer(notAfter);
+  const std::optional<int64_t> notBefore = sxReadTime(m_tree.validity->notBefore);
+  const std::optional<int64_t> notAfter = sxReadTime(m_tree.validity->notAfter);
+  if (!notBefore || !notAfter || *notBefore < kFirstUtc || *notAfter < kFirstUtc) return sxIssue_validity;
+  if (*notAfter < *notBefore) return sxIssue_validity_order;
+  const sxDerOctets first = sxValidityTimeDer(*notBefore), last = sxValidityTimeDer(*notAfter);
   if (first.empty() || last.empty()) return sxIssue_validity;
   m_out.m_validity = sxDerOf(kDerSequence, {first, last});
   return sxIssue_ok;

@@ -37,8 +37,8 @@ void Replace(T *&slot, T *value) {
 }
 
 sxASN_Time *NewTime(int64_t seconds) {
-  if (seconds < 0) return nullptr;
-  std::string text = sxTimeText(std::min(seconds, kLastGeneralized)).getstr();  // "2030-01-31 23:59:59 UTC"
+  if (seconds < 0 || seconds > kLastGeneralized) return nullptr;
+  std::string text = sxTimeText(seconds).getstr();  // "2030-01-31 23:59:59 UTC"
   std::erase_if(text, [](unsigned char c) { return std::isdigit(c) == 0; });
   text += 'Z';
   auto *time = new sxASN_Time;
@@ -240,11 +240,13 @@ void sxCertTemplate::SetSerialNum(const sxAsnInt *serial) {
   Set(&tree);
 }
 
-void sxCertTemplate::SetValidity(int64_t notBefore, int64_t notAfter) {
+int sxCertTemplate::SetValidity(int64_t notBefore, int64_t notAfter) {
   const std::unique_ptr<sxASN_Time> first(NewTime(notBefore)), last(NewTime(notAfter));
   sxASN_CertTemplate tree(Tree());
   Replace(tree.validity, NewValidity(first.get(), last.get()));
   Set(&tree);
+  if (std::max(notBefore, notAfter) <= kLastGeneralized) return 0;
+  return herror_func(0, 0, "sxCertTemplate::SetValidity: beyond the year 9999"), -1;
 }
 
 int sxCertTemplate::SetPubKey(sxPubKey *key) {

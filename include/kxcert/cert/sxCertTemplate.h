@@ -60,7 +60,8 @@ class KXCERT_EXPORT sxCertTemplate {
   void SetIssuer(const sxDN *issuer);    ///< likewise
   void SetSerialNum(const sxAsnInt *serial);
   /// Seconds since 1970-01-01 00:00 UTC; a negative one is absent.
-  void SetValidity(int64_t notBefore, int64_t notAfter);
+  /// @return 0; -1: one is beyond the year 9999 (one line logged). It is absent, too, so that nothing is issued by mistake
+  int SetValidity(int64_t notBefore, int64_t notAfter);
   /// The public part of a key. @return 0, or -1 (no public form: see sxExportKeyInfo; nothing has changed)
   int SetPubKey(sxPubKey *key);
   /// All of them, as Get_ExtComposerTable and Get_IssuedExtComposerTable (issuedExtensions.h) have them.

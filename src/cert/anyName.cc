@@ -2,12 +2,15 @@
 #include <algorithm>
 #include <string_view>
 
+#include "issueRules.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/foundation/address.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "nameSyntax.h"
 #include "peerText.h"
 #include "platform/textForms.h"
 #include "strictDer.h"
+#include "templateParts.h"
 #include "valueExtension.h"
 
 namespace {
@@ -47,10 +50,15 @@ String StringOf(const std::string &text) {
   return String(reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size()));
 }
 
-// RFC 5280, 4.2.1.6: IA5String, which is ASCII; neither empty nor a blank.
-bool IsIssuedText(const std::string &text, sxNameUse use) {
-  return (use == sxNameUse::kBase || !text.empty()) &&
-         std::ranges::all_of(text, [](unsigned char c) { return c > ' ' && c < 0x7F; });
+bool IsIssuedText(sxNameKind kind, const std::string &text, sxNameUse use) {
+  if (use == sxNameUse::kBase) return sxIsNameBase(text);
+  if (kind == sxNameKind::kEmail) return sxIsMailbox(text);
+  return kind == sxNameKind::kDns ? sxIsDnsName(text) : sxIsAbsoluteUri(text);
+}
+
+// Of a name at least one RDN.
+bool IsIssuedDn(const sxASN_RDNSequence *name, sxNameUse use) {
+  return name != nullptr && (use == sxNameUse::kBase || name->Count() > 0) && sxIsNameForm(sxNameOctets(name));
 }
 
 std::string AddressText(sxOctetView octets) {
@@ -144,14 +152,14 @@ bool sxAnyName::Fill(sxASN_GeneralName *out, sxNameUse use) const {
     case sxNameKind::kEmail:
     case sxNameKind::kDns:
     case sxNameKind::kUri:
-      if (!IsIssuedText(text, use)) return false;
+      if (!IsIssuedText(kind, text, use)) return false;
       if (kind == sxNameKind::kEmail) out->Set_rfc822Name(StringOf<sxAsnIA5String>(text));
       if (kind == sxNameKind::kDns) out->Set_dNSName(StringOf<sxAsnIA5String>(text));
       if (kind == sxNameKind::kUri) out->Set_uniformResourceIdentifier(StringOf<sxAsnIA5String>(text));
       return true;
     case sxNameKind::kDn: {
       const sxASN_RDNSequence *const name = dn.has_value() ? dn->GetName() : nullptr;
-      if (name == nullptr || (use == sxNameUse::kName && dn->Count() == 0)) return false;
+      if (!IsIssuedDn(name, use)) return false;
       out->Set_directoryName(*name);
       return true;
     }
@@ -160,8 +168,9 @@ bool sxAnyName::Fill(sxASN_GeneralName *out, sxNameUse use) const {
       out->Set_iPAddress(sxAsnOcts(octets.data(), static_cast<int>(octets.size())));
       return true;
     case sxNameKind::kOid:
-      if (oid.Len() > 0) out->Set_registeredID(oid);
-      return oid.Len() > 0;
+      if (!sxIsStrictElement(sxDerOf(kDerOid, {sxView(oid.Data(), oid.Len())}))) return false;
+      out->Set_registeredID(oid);
+      return true;
     default:  // as they were, if that is their kind and DER
       return sxIsStrictElement(octets) &&
              sxASN_DecodeBuf(*out, reinterpret_cast<const char *>(octets.data()), static_cast<int>(octets.size())) ==

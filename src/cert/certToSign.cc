@@ -144,8 +144,10 @@ sxIssueStatus sxCertToSign::Maker::Serial() {
 sxIssueStatus sxCertToSign::Maker::TakeExtensions() {
   const sxIssueStatus status = sxTakeExtensions(m_tree.extensions, &m_extensions);
   if (status != sxIssue_ok) return status;
-  const bool hasSubject = m_wanted.GetP()->Parts().subject.size() > kEmptyNameLen;
-  return sxCheckExtensions(hasSubject, &m_extensions, &m_facts);
+  const sxTemplateParts &parts = m_wanted.GetP()->Parts();
+  const bool hasSubject = parts.subject.size() > kEmptyNameLen;
+  const sxIssueStatus checked = sxCheckExtensions(hasSubject, &m_extensions, &m_facts);
+  return checked == sxIssue_ok && !parts.hasFitExtensions ? sxIssue_extension : checked;
 }
 
 sxIssueStatus sxCertToSign::Maker::Names() {
@@ -169,7 +171,7 @@ sxIssueStatus sxCertToSign::Maker::Names() {
   } else {
     m_out.m_issuer = sxNameOctets(m_issuer->Subject()->GetName());
   }
-  if (m_out.m_issuer.size() <= kEmptyNameLen) return sxIssue_issuer_name;
+  if (m_out.m_issuer.size() <= kEmptyNameLen || !sxIsNameForm(m_out.m_issuer)) return sxIssue_issuer_name;
   if (!isAsked && !asked->Equal(*m_issuer->Subject())) return sxIssue_issuer_name;
   const bool isSelfIssued = sxEqual(m_out.m_issuer, subject);
   const bool isLast = m_issuer->GetBasicConstraint()->PathLen() == 0;

@@ -2,17 +2,22 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
+#include "kxcert/cert/issuedExtensions.h"
+#include "plainFields.h"
 #include "strictDer.h"
 #include "sxExtension_imp.h"
 
 namespace {
 
-constexpr size_t kIp4Len = 4, kIp6Len = 16;
-constexpr int kMaxTypeLen = 10;  // content octets of the types below
+constexpr size_t kMaxCountLen = 4;  // octets of a number that an int holds
+constexpr size_t kNumUsages = 9;
+constexpr unsigned kCertSign = 1U << 5, kCrlSign = 1U << 6;  // of key usage
+constexpr int kMaxTypeLen = 10;                              // content octets of the types below
 constexpr unsigned char kEmptySequence[] = {kDerSequence, 0};
 
 bool Is(sxOctetView content, const sxAsnOid &oid) { return sxEqual(content, sxView(oid.Data(), oid.Len())); }
@@ -22,6 +27,11 @@ bool Is(sxOctetView content, const sxAsnOid &oid) { return sxEqual(content, sxVi
 constexpr unsigned kUtf8OrPrintable = 1U << kDerUtf8String | 1U << kDerPrintableString;  // RFC 5280, 4.1.2.4
 constexpr unsigned kPrintable = 1U << kDerPrintableString;
 constexpr unsigned kIa5 = 1U << kDerIa5String;
+constexpr unsigned kBits = 1U << kDerBitString;
+constexpr int kNumericString = 18;
+// What readers take for an attribute's value; one of another type costs them the whole certificate.
+constexpr unsigned kStrings = kUtf8OrPrintable | kIa5 | kBits | 1U << kNumericString | 1U << kDerTeletexString |
+                              1U << kDerUniversalString | 1U << kDerBmpString;
 
 struct AttributeRule {
   unsigned char oid[kMaxTypeLen];
@@ -40,7 +50,11 @@ constexpr AttributeRule kAttributes[] = {
     {{0x55, 4, 10}, 3, kUtf8OrPrintable, 1, 64},                                       // organizationName
     {{0x55, 4, 11}, 3, kUtf8OrPrintable, 1, 64},                                       // organizationalUnitName
     {{0x55, 4, 12}, 3, kUtf8OrPrintable, 1, 64},                                       // title
+    {{0x55, 4, 41}, 3, kUtf8OrPrintable, 1, 32768},                                    // name
     {{0x55, 4, 42}, 3, kUtf8OrPrintable, 1, 32768},                                    // givenName
+    {{0x55, 4, 43}, 3, kUtf8OrPrintable, 1, 32768},                                    // initials
+    {{0x55, 4, 44}, 3, kUtf8OrPrintable, 1, 32768},                                    // generationQualifier
+    {{0x55, 4, 45}, 3, kBits, 1, kNoLimit},                                            // x500UniqueIdentifier
     {{0x55, 4, 46}, 3, kPrintable, 1, kNoLimit},                                       // dnQualifier
     {{0x55, 4, 65}, 3, kUtf8OrPrintable, 1, 128},                                      // pseudonym
     {{0x09, 0x92, 0x26, 0x89, 0x93, 0xF2, 0x2C, 0x64, 1, 25}, 10, kIa5, 1, kNoLimit},  // domainComponent
@@ -52,15 +66,37 @@ int NumChars(const sxDerElement &value) {
   return value.tag == kDerUtf8String ? sxUtf8Len(value.content) : sxLen(value.content);
 }
 
-bool IsAttribute(sxDerReader assertion) {
+bool Fits(const AttributeRule &rule, const sxDerElement &value) {
+  if (value.tag > kDerBmpString || (rule.tags >> value.tag & 1) == 0) return false;
+  const int numChars = NumChars(value);
+  return numChars >= rule.minChars && numChars <= rule.maxChars;
+}
+
+bool IsString(sxOctetView, const sxDerElement &value) {
+  return value.tag <= kDerBmpString && (kStrings >> value.tag & 1) != 0;
+}
+
+bool IsIssuedAttribute(sxOctetView type, const sxDerElement &value) {
+  for (const AttributeRule &rule : kAttributes) {
+    if (sxEqual(type, {rule.oid, rule.oidLen})) return Fits(rule, value);
+  }
+  return IsString(type, value) && !value.content.empty();
+}
+
+//   RDNSequence ::= SEQUENCE OF SET SIZE (1..MAX) OF SEQUENCE { type OBJECT IDENTIFIER, value ANY }
+bool IsName(sxOctetView name, bool (*isAttribute)(sxOctetView type, const sxDerElement &value)) {
+  sxDerReader all(name), rdns, assertions, assertion;
   sxOctetView type;
   sxDerElement value;
-  if (!assertion.Take(kDerOid, &type) || !assertion.Take(&value) || !assertion.AtEnd()) return false;
-  for (const AttributeRule &rule : kAttributes) {
-    if (!sxEqual(type, {rule.oid, rule.oidLen})) continue;
-    if (value.tag > kDerBmpString || (rule.tags >> value.tag & 1) == 0) return false;
-    const int numChars = NumChars(value);
-    return numChars >= rule.minChars && numChars <= rule.maxChars;
+  if (!sxIsStrictElement(name) || !all.Enter(kDerSequence, &rdns)) return false;
+  while (!rdns.AtEnd()) {
+    if (!rdns.Enter(kDerSet, &assertions) || assertions.AtEnd()) return false;
+    while (!assertions.AtEnd()) {
+      if (!assertions.Enter(kDerSequence, &assertion) || !assertion.Take(kDerOid, &type) || !assertion.Take(&value) ||
+          !assertion.AtEnd() || !isAttribute(type, value)) {
+        return false;
+      }
+    }
   }
   return true;
 }
@@ -124,6 +160,8 @@ const ExtensionRule *RuleOf(sxOctetView oid) {
 //   BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
 struct Constraints {
   bool isCA = false, saysFalse = false, hasPathLen = false;
+  bool isLast = false;  // the path length is 0
+  bool isLong = false;  // more than an int has, which some do not read
 };
 bool ReadConstraints(sxOctetView value, Constraints *out) {
   sxDerReader all(value), fields;
@@ -131,60 +169,41 @@ bool ReadConstraints(sxOctetView value, Constraints *out) {
   if (!all.Enter(kDerSequence, &fields) || !all.AtEnd()) return false;
   if (fields.NextIs(kDerBoolean)) {
     if (!fields.Take(kDerBoolean, &flag)) return false;
+    if (flag.size() != 1) return false;
     out->isCA = flag[0] != 0;
     out->saysFalse = !out->isCA;
   }
   out->hasPathLen = fields.Take(kDerInteger, &pathLen);
-  return fields.AtEnd() && (!out->hasPathLen || pathLen[0] < 0x80);
+  if (!fields.AtEnd() || (out->hasPathLen && (pathLen.empty() || pathLen[0] >= 0x80))) return false;
+  out->isLast = out->hasPathLen && pathLen.size() == 1 && pathLen[0] == 0;
+  out->isLong = pathLen.size() > kMaxCountLen;
+  return true;
 }
 
 // Bit n of the number is bit n of the string; one octet more than the nine that have names is looked at.
-unsigned UsageBits(sxOctetView value) {
+bool ReadUsage(sxOctetView value, unsigned *usage) {
+  sxDerReader all(value);
   sxOctetView bits;
-  if (!sxDerReader(value).Take(kDerBitString, &bits)) return 0;
-  unsigned found = 0;
+  if (!sxTakePlainBits(all, kDerBitString, &bits) || !all.AtEnd()) return false;
+  *usage = 0;
   for (size_t i = 1; i < bits.size() && i < 3; ++i) {
-    for (unsigned bit = 0; bit < 8; ++bit) found |= (bits[i] >> (7 - bit) & 1U) << ((i - 1) * 8 + bit);
-  }
-  return found;
-}
-
-// X.690, 11.2.2: of a list of named bits the last one is set.
-bool EndsInOne(sxOctetView value) {
-  sxOctetView bits;
-  return sxDerReader(value).Take(kDerBitString, &bits) && bits.size() > 1 && (bits.back() >> bits[0] & 1) != 0;
-}
-
-bool IsGeneralName(const sxDerElement &name) {
-  constexpr int kEmail = DerContext(1), kDns = DerContext(2), kUri = DerContext(6), kIp = DerContext(7);
-  switch (name.tag) {
-    case kEmail:
-    case kDns:
-    case kUri:  // RFC 5280, 4.2.1.6: not empty, and not a blank either
-      return !name.content.empty() &&
-             std::ranges::all_of(name.content, [](unsigned char c) { return c > ' ' && c < 0x7F; });
-    case kIp: return name.content.size() == kIp4Len || name.content.size() == kIp6Len;
-    default: return !name.content.empty();
-  }
-}
-
-bool AreGeneralNames(sxOctetView value) {
-  sxDerReader all(value), names;
-  if (!all.Enter(kDerSequence, &names)) return false;
-  sxDerElement name;
-  while (!names.AtEnd()) {
-    if (!names.Take(&name) || !IsGeneralName(name)) return false;
+    for (unsigned bit = 0; bit < 8; ++bit) *usage |= (bits[i] >> (7 - bit) & 1U) << ((i - 1) * 8 + bit);
   }
   return true;
+}
+
+// The bits that have names are nine, and the last one of them that is there is set (X.690, 11.2.2).
+bool IsIssuedUsage(sxOctetView value) {
+  sxOctetView bits;
+  if (!sxDerReader(value).Take(kDerBitString, &bits) || bits.size() < 2) return false;
+  return bits.size() * 8 - bits[0] <= 8 + kNumUsages && (bits.back() >> bits[0] & 1) != 0;
 }
 
 sxIssueStatus CheckValue(const ExtensionRule &rule, sxOctetView value) {
   sxDerElement element;
   if (!sxDerReader(value).Take(rule.tag, &element)) return sxIssue_extension;
   if (element.content.empty() && !rule.mayBeEmpty) return sxIssue_empty_extension;
-  const bool isNames = sxEqual(rule.oid, kOidSubjectAltName) || sxEqual(rule.oid, kOidIssuerAltName);
-  if (isNames && !AreGeneralNames(value)) return sxIssue_extension;
-  if (sxEqual(rule.oid, kOidKeyUsage) && !EndsInOne(value)) return sxIssue_key_usage;
+  if (sxEqual(rule.oid, kOidKeyUsage) && !IsIssuedUsage(value)) return sxIssue_key_usage;
   return sxIssue_ok;
 }
 
@@ -212,7 +231,7 @@ bool HasTwice(const std::vector<sxExtToWrite> &extensions) {
 // The default is absent; the composer of the library spells it out.
 sxIssueStatus Normalize(sxExtToWrite *ext) {
   Constraints constraints;
-  if (!ReadConstraints(ext->value, &constraints)) return sxIssue_extension;
+  if (!ReadConstraints(ext->value, &constraints) || constraints.isLong) return sxIssue_extension;
   if (constraints.hasPathLen && !constraints.isCA) return sxIssue_basic_constraints;
   if (constraints.saysFalse) ext->value = kEmptySequence;
   return sxIssue_ok;
@@ -220,17 +239,8 @@ sxIssueStatus Normalize(sxExtToWrite *ext) {
 
 }  // namespace
 
-sxIssueStatus sxCheckName(sxOctetView name) {
-  sxDerReader all(name), rdns, assertions, assertion;
-  if (!sxIsStrictElement(name) || !all.Enter(kDerSequence, &rdns)) return sxIssue_subject;
-  while (!rdns.AtEnd()) {
-    if (!rdns.Enter(kDerSet, &assertions) || assertions.AtEnd()) return sxIssue_subject;
-    while (!assertions.AtEnd()) {
-      if (!assertions.Enter(kDerSequence, &assertion) || !IsAttribute(assertion)) return sxIssue_subject;
-    }
-  }
-  return sxIssue_ok;
-}
+sxIssueStatus sxCheckName(sxOctetView name) { return IsName(name, IsIssuedAttribute) ? sxIssue_ok : sxIssue_subject; }
+bool sxIsNameForm(sxOctetView name) { return IsName(name, IsString); }
 
 sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out) {
   if (tree == nullptr) return sxIssue_ok;
@@ -247,7 +257,6 @@ sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtTo
 }
 
 sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *extensions, sxSubjectFacts *facts) {
-  constexpr unsigned kCertSign = 1U << 5, kCrlSign = 1U << 6;
   Constraints constraints;
   if (const sxExtToWrite *const ext = Find(*extensions, kOidBasicConstraints); ext != nullptr) {
     ReadConstraints(ext->value, &constraints);
@@ -255,15 +264,15 @@ sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *exte
   facts->isCA = constraints.isCA;
   facts->hasAltName = Find(*extensions, kOidSubjectAltName) != nullptr;
   for (sxExtToWrite &ext : *extensions) {
-    if (const ExtensionRule *const rule = RuleOf(ext.oid); rule != nullptr) {
-      if (rule->isForCAs && !facts->isCA) return sxIssue_ca_extension;
-      if (const sxIssueStatus status = CheckValue(*rule, ext.value); status != sxIssue_ok) return status;
-      ext.critical = CriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
-    }
-    if (!sxMayBeIssued(ext.oid, ext.value)) return sxIssue_extension;  // as composers hold values to it
+    const ExtensionRule *const rule = RuleOf(ext.oid);
+    if (rule == nullptr) continue;
+    if (rule->isForCAs && !facts->isCA) return sxIssue_ca_extension;
+    if (const sxIssueStatus status = CheckValue(*rule, ext.value); status != sxIssue_ok) return status;
+    ext.critical = CriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
   }
   const sxExtToWrite *const usage = Find(*extensions, kOidKeyUsage);
-  const unsigned bits = usage == nullptr ? 0 : UsageBits(usage->value);
+  unsigned bits = 0;
+  if (usage != nullptr && !ReadUsage(usage->value, &bits)) return sxIssue_key_usage;
   facts->signsCrls = (bits & kCrlSign) != 0;
   // RFC 5280, 4.2.1.3 and 4.2.1.9: a CA says what its key is for, and only a CA signs certificates.
   if (facts->isCA && usage == nullptr) return sxIssue_key_usage;

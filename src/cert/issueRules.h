@@ -21,6 +21,11 @@ struct sxExtToWrite {
 /// @param name  whole element
 sxIssueStatus sxCheckName(sxOctetView name);
 
+/// Whether a name is one that everybody reads, although it need not be one that is made today: no RDN is empty, values
+/// are strings. For names that are copied.
+/// @param name  whole element
+bool sxIsNameForm(sxOctetView name);
+
 /// The extensions of a tree (null: none), each with one strict DER value, none twice. basicConstraints that spell out
 /// the default are replaced by what DER has. Used for requests, too.
 sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out);

@@ -1,10 +1,7 @@
 // Which extensions beside those of extensionTables.cc are understood. Each table ends with a null OID.
-#include <algorithm>
 #include <iterator>
-#include <memory>
 #include <vector>
 
-#include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "valueExtension.h"
 
@@ -57,22 +54,6 @@ const sxExtComposer *sxTemplateExtComposerTable() {
     return all;
   }();
   return kAll.data();
-}
-
-// Of freshestCRL the names of its points alone are kept, and there may be none.
-bool sxMayBeIssued(sxOctetView type, sxOctetView value) {
-  const auto isOfType = [type](const auto &row) {
-    return row.oid != nullptr && sxEqual(sxView(row.oid->Data(), row.oid->Len()), type);
-  };
-  const auto *const row = std::ranges::find_if(kComposers, isOfType);
-  const auto *const parser = std::ranges::find_if(kParsers, isOfType);
-  if (row == std::end(kComposers) || row->compose == sxComposeFreshestCRL) return true;
-  sxASN_Extension ext;
-  ext.extnID = new sxAsnOid(*row->oid);
-  ext.extnValue = new sxAsnOcts(value.data(), sxLen(value));
-  int understood = 0;
-  const std::unique_ptr<sxExtension> made(parser->parse(ext, understood));
-  return made != nullptr && std::unique_ptr<sxASN_Extension>(row->compose(*made, 0)) != nullptr;
 }
 
 const sxExtParser *Get_IssuedExtParserTable() { return kParsers; }

@@ -73,6 +73,7 @@ sxIssueStatus sxRequestToSign::Take(const sxCertTemplate &wanted, const sxReques
   sxDerOctets extensions;
   const sxIssueStatus status = TakeRequested(wanted.Tree().extensions, &extensions);
   if (status != sxIssue_ok) return status;
+  if (!parts.hasFitExtensions) return sxIssue_extension;  // nobody could issue them
   if (!extensions.empty()) all.attributes[OctetsOf(kOidExtensionRequest)].insert(extensions);
   sxSortedOctets sorted;
   for (const auto &[type, values] : all.attributes) {

@@ -6,6 +6,20 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/keyForms.h"
 #include "kxcert/keys/sxPubKey.h"
+#include "valueExtension.h"
+
+namespace {
+
+bool AreFit(const sxASN_Extensions *extensions) {
+  const auto isFit = [](const sxASN_Extension &ext) {
+    return ext.extnID != nullptr && ext.extnValue != nullptr &&
+           sxMayBeIssued(sxView(ext.extnID->Data(), ext.extnID->Len()),
+                         sxView(ext.extnValue->Data(), ext.extnValue->Len()));
+  };
+  return extensions == nullptr || sxAllOf(*extensions, isFit);
+}
+
+}  // namespace
 
 sxKeyInfo::sxKeyInfo(sxPubKey *key) {
   kxBinBuf octets;
@@ -37,4 +51,4 @@ bool sxIsSameKey(sxPubKey *a, sxPubKey *b) {
 }
 
 sxTemplateParts::sxTemplateParts(const sxASN_CertTemplate &tree, sxPubKey *pubKey)
-    : subject(sxNameOctets(tree.subject)), key(pubKey) {}
+    : subject(sxNameOctets(tree.subject)), key(pubKey), hasFitExtensions(AreFit(tree.extensions)) {}

@@ -25,6 +25,7 @@ struct sxTemplateParts {
 
   const sxDerOctets subject;  ///< whole element, the empty one when absent; without octets when it cannot be encoded
   const sxKeyInfo key;
+  const bool hasFitExtensions;  ///< each as sxMayBeIssued wants it
 };
 
 /// Whether both are usable and have the same public part.

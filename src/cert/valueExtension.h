@@ -66,6 +66,15 @@ class sxValueExtension : public sxExtension_imp {
 /// Whether as many elements are read, and that there are some: lists are SIZE (1..MAX).
 inline bool sxIsIssuedCount(int count) { return count > 0 && static_cast<size_t>(count) <= kMaxIssuedItems; }
 
+/// Whether something holds of every element of a list.
+template <class Tree, class Holds>
+bool sxAllOf(const Tree &tree, const Holds &holds) {
+  for (const auto &element : tree) {
+    if (!holds(element)) return false;
+  }
+  return true;
+}
+
 /// Makes a list out of another one.
 template <class Tree, class Item, class Read>
 bool sxReadItems(const Tree &tree, std::vector<Item> *items, const Read &read) {

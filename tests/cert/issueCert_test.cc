@@ -231,6 +231,25 @@ TEST(sxIssueCert, EveryStatusHasItsOwnText) {
   EXPECT_STREQ("unknown", sxIssueStatusText(sxIssue_not_queued + 1));
 }
 
+TEST(sxIssueCert, HoldsValuesToTheirTypes) {
+  for (const CaseRow &row : CaseRows("cert/issue-values.txt", 3)) {
+    SCOPED_TRACE(testing::PrintToString(row));
+    World world;
+    sxCertTemplate wanted;
+    const sxDN subject("CN=a");
+    wanted.SetSubject(&subject);
+    wanted.SetValidity(kTime, kTime);
+    for (const auto &[type, value] : {std::pair<const char *, const char *>{"2.5.29.19", "30{0101FF}"},
+                                      {"2.5.29.15", "03020204"}, {row[0].c_str(), row[2].c_str()}}) {
+      const Octets octets = CaseOctets(value);
+      ASSERT_EQ(0, wanted.SetExtension(*OidOf(type), false, octets.data(), LenOf(octets)));
+    }
+    sxIssueStatus status;
+    world.Make(wanted, nullptr, "prime256v1", sx_md_sha256, sx_md_sha1, &status);
+    EXPECT_EQ(row[1] == "made" ? sxIssue_ok : sxIssue_extension, status);
+  }
+}
+
 // Extensions of all kinds and of none that is known, in any order: what is made says what was asked, in its order.
 TEST(sxIssueCert, RandomTemplatesComeOutAgain) {
   std::mt19937 random(20300101);

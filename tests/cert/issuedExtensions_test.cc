@@ -133,6 +133,11 @@ class RandomValues {
     for (int left = 1 + Below(20); left > 0; --left) word += static_cast<char>('!' + Below(94));
     return word;
   }
+  std::string Host() {
+    std::string host;
+    for (int left = 1 + Below(20); left > 0; --left) host += std::string(Below(4) == 0 ? "a." : "") + "09azAZ"[Below(6)];
+    return host;
+  }
   Octets Some(int count) {
     Octets octets;
     while (count-- > 0) octets.push_back(static_cast<unsigned char>(m_random()));
@@ -143,7 +148,11 @@ class RandomValues {
     constexpr sxNameKind kTexts[] = {sxNameKind::kEmail, sxNameKind::kDns, sxNameKind::kUri};
     sxAnyName name;
     switch (Below(4)) {
-      case 0: name.kind = kTexts[Below(3)], name.text = Word(); break;
+      case 0:
+        name.kind = kTexts[Below(3)], name.text = Host();
+        if (use == sxNameUse::kName && name.kind == sxNameKind::kEmail) name.text = "x@" + name.text;
+        if (use == sxNameUse::kName && name.kind == sxNameKind::kUri) name.text = "urn:x" + Word();
+        break;
       case 1: name.kind = sxNameKind::kDn, name.dn.emplace(("CN=x,O=y" + std::to_string(Below(99))).c_str()); break;
       case 2: name.kind = sxNameKind::kIp, name.octets = Some((Below(2) + 1) * (Below(2) * 12 + 4)); break;
       default: name.kind = sxNameKind::kOid, name.oid = Oid(1);

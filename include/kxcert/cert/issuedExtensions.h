@@ -56,7 +56,8 @@ struct sxAnyName {
 
   /// @return false for what is none of its kind: an address of another length, a text with a NUL; nothing has changed
   KXCERT_EXPORT bool Set(const sxASN_GeneralName &from, sxNameUse use);
-  /// @return false for what must not be issued: no text (of a base it stands for every name), text outside ASCII
+  /// @return false for what must not be issued (RFC 5280, 4.2.1.6 and 4.2.1.10): no host of letters, digits and hyphens,
+  ///         no mailbox, no absolute URI; a name without an RDN. A base may stand for every name, or for all below one
   KXCERT_EXPORT bool Fill(sxASN_GeneralName *out, sxNameUse use) const;
   KXCERT_EXPORT std::string Str() const;  ///< in one line, without its kind: "192.0.2.0/24"; octets in hexadecimal, cut
   KXCERT_EXPORT const char *Label() const;  ///< "DNS"

@@ -74,6 +74,7 @@ class sxCertToSign::Maker {
   sxDerOctets m_keyBits;
   std::vector<sxExtToWrite> m_extensions;
   sxSubjectFacts m_facts;
+  sxIssuerFacts m_issuerFacts;
 };
 
 sxIssueStatus sxCertToSign::Maker::Fields() {
@@ -98,9 +99,8 @@ sxIssueStatus sxCertToSign::Maker::Issuer() {
   if (!sxIsSameKey(m_issuer->PubKey(), m_key)) return sxIssue_issuer_key;
   m_out.m_issuerKey.reset(m_issuer->PubKey());
   sxSavePubKey(m_issuer->PubKey());
-  const sxBasicConstraint *const constraints = m_issuer->GetBasicConstraint();
-  const bool maySign = m_issuer->KeyUsage() == nullptr || m_issuer->HasKeyUsage(sxKU_keyCertSign) != 0;
-  return constraints != nullptr && constraints->IsCA() && maySign ? sxIssue_ok : sxIssue_issuer_not_ca;
+  if (m_issuer->Version() != 3) return sxIssue_issuer_not_ca;  // others have no extensions to say so
+  return sxReadIssuer(static_cast<const sxCert_imp *>(m_issuer->GetP())->ExtensionOctets(), &m_issuerFacts);
 }
 
 sxIssueStatus sxCertToSign::Maker::Key() {
@@ -174,8 +174,7 @@ sxIssueStatus sxCertToSign::Maker::Names() {
   if (m_out.m_issuer.size() <= kEmptyNameLen || !sxIsNameForm(m_out.m_issuer)) return sxIssue_issuer_name;
   if (!isAsked && !asked->Equal(*m_issuer->Subject())) return sxIssue_issuer_name;
   const bool isSelfIssued = sxEqual(m_out.m_issuer, subject);
-  const bool isLast = m_issuer->GetBasicConstraint()->PathLen() == 0;
-  return isLast && m_facts.isCA && !isSelfIssued ? sxIssue_issuer_path : sxIssue_ok;
+  return m_issuerFacts.isLast && m_facts.isCA && !isSelfIssued ? sxIssue_issuer_path : sxIssue_ok;
 }
 
 // The key identifiers of both come from here, and all of it becomes octets.
@@ -196,11 +195,8 @@ sxIssueStatus sxCertToSign::Maker::Extensions() {
   }
   sxDerOctets issuerId(subjectId.begin(), subjectId.end());
   if (m_issuer != nullptr) {
-    const sxExtKeyID *const known = m_issuer->SubjectKeyId();
-    const bool isKnown = known != nullptr && !known->KIdBuf().IsEmpty();
-    const sxKeyInfo info(isKnown ? nullptr : m_key);
-    issuerId = isKnown ? sxDerOctets(known->KIdBuf().Data(), known->KIdBuf().Data() + known->KIdBuf().Len())
-                       : KeyId(info.bits);
+    const sxOctetView known = m_issuerFacts.keyId;
+    issuerId = known.empty() ? KeyId(sxKeyInfo(m_key).bits) : sxDerOctets(known.begin(), known.end());
     if (issuerId.empty()) return sxIssue_key_id;
   }
   const sxDerOctets authorityValue = sxDerOf(kDerSequence, {sxDerOf(DerContext(0), {issuerId})});

@@ -40,13 +40,14 @@ constexpr const char *kTexts[] = {
     "the key did not sign",
     "what was made is not what was asked",
     "the key tasks did not take it",
+    "an extension of the issuer's certificate cannot be read, or stands twice",
 };
-static_assert(std::size(kTexts) == sxIssue_not_queued + 1);
+static_assert(std::size(kTexts) == sxIssue_issuer_extension + 1);
 
 }  // namespace
 
 const char *sxIssueStatusText(int status) {
-  return status < 0 || status > sxIssue_not_queued ? "unknown" : kTexts[status];
+  return status < 0 || status > sxIssue_issuer_extension ? "unknown" : kTexts[status];
 }
 
 sxIssueStatus sxIssueCert(const sxCertTemplate &wanted, const sxCert *issuer, sxPubKey *key,

@@ -228,6 +228,44 @@ bool HasTwice(const std::vector<sxExtToWrite> &extensions) {
   return sxHasTwice(std::move(oids));
 }
 
+// A critical extension must be understood (RFC 5280, 4.2), also one that certificates do not keep.
+bool IsUnderstood(const sxPlainExtension &plain) {
+  sxASN_Extension ext;
+  ext.extnID = new sxAsnOid;
+  ext.extnID->Set(plain.oid.data(), sxLen(plain.oid));
+  ext.extnValue = new sxAsnOcts(plain.value.data(), sxLen(plain.value));
+  for (const sxExtParser *row : {Get_ExtParserTable(), Get_IssuedExtParserTable()}) {
+    for (; row->oid != nullptr; ++row) {
+      if (row->parse == sxParseNoParse || !row->oid->OidEquiv(*ext.extnID)) continue;
+      int understood = 0;
+      return std::unique_ptr<sxExtension>(row->parse(ext, understood)) != nullptr;
+    }
+  }
+  return false;
+}
+
+// @return false for a value that does not decode, and for a critical one that nobody here understands
+bool ReadIssuerExtension(const sxPlainExtension &ext, sxIssuerFacts *facts) {
+  if (sxEqual(ext.oid, kOidBasicConstraints)) {
+    Constraints constraints;
+    const bool isRead = ReadConstraints(ext.value, &constraints);
+    facts->isCA = isRead && constraints.isCA;
+    facts->isLast = constraints.isLast;
+    return isRead;
+  }
+  if (sxEqual(ext.oid, kOidKeyUsage)) {
+    unsigned usage = 0;
+    const bool isRead = ReadUsage(ext.value, &usage);
+    facts->mayNotSign = (usage & kCertSign) == 0;
+    return isRead;
+  }
+  if (sxEqual(ext.oid, kOidSubjectKeyId)) {
+    sxDerReader all(ext.value);
+    return all.Take(kDerOctetString, &facts->keyId) && all.AtEnd() && !facts->keyId.empty();
+  }
+  return !ext.critical || IsUnderstood(ext);
+}
+
 // The default is absent; the composer of the library spells it out.
 sxIssueStatus Normalize(sxExtToWrite *ext) {
   Constraints constraints;
@@ -279,4 +317,15 @@ sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *exte
   if ((bits & kCertSign) != 0 && !facts->isCA) return sxIssue_key_usage;
   if (constraints.hasPathLen && (bits & kCertSign) == 0) return sxIssue_key_usage;
   return sxIssue_ok;
+}
+
+sxIssueStatus sxReadIssuer(sxOctetView extensions, sxIssuerFacts *facts) {
+  std::vector<sxOctetView> oids;
+  sxPlainExtension ext;
+  for (sxDerReader each(extensions); !each.AtEnd();) {
+    if (!sxTakePlainExtension(each, &ext) || !ReadIssuerExtension(ext, facts)) return sxIssue_issuer_extension;
+    oids.push_back(ext.oid);
+  }
+  if (sxHasTwice(std::move(oids))) return sxIssue_issuer_extension;
+  return facts->isCA && !facts->mayNotSign ? sxIssue_ok : sxIssue_issuer_not_ca;
 }

@@ -40,4 +40,16 @@ struct sxSubjectFacts {
 /// @param hasSubject  an alternative name is critical when there is none
 sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *extensions, sxSubjectFacts *facts);
 
+/// What an issuer's certificate says of what it may issue.
+struct sxIssuerFacts {
+  bool isCA = false;
+  bool mayNotSign = false;  ///< a key usage without keyCertSign
+  bool isLast = false;      ///< no CA may be below it
+  sxOctetView keyId;        ///< its subject key identifier, lent; empty when it has none
+};
+/// Reads all of them, whatever the certificate's own list of extensions understood.
+/// @param extensions  content of the SEQUENCE; empty when there are none
+/// @return sxIssue_ok: it may sign certificates
+sxIssueStatus sxReadIssuer(sxOctetView extensions, sxIssuerFacts *facts);
+
 #endif

@@ -170,6 +170,10 @@ TEST(sxIssueCert, DoesWhatTheStepsSay) {
         t.SetIssuer(&name);
       })
       .On("times", &sxCertTemplate::SetValidity)
+      .On("Changed", [&world](const sxCert &cert, const Octets &from, const Octets &to) {
+        const Octets der = Replaced(Octets(cert.GetBuf(), cert.GetBuf() + cert.BufLen()), from, to);
+        return world.made.emplace_back(new sxCert(der.data(), static_cast<unsigned>(der.size()))).get();
+      })
       .On("version", &sxCertTemplate::SetVersion)
       .On("serial", [](sxCertTemplate &t, const Octets &content) {
         t.SetSerialNum(std::unique_ptr<sxAsnInt>(AsnIntFromBuf(content.data(), LenOf(content))).get());
@@ -225,10 +229,10 @@ TEST(sxIssueCert, DoesWhatTheStepsSay) {
 
 TEST(sxIssueCert, EveryStatusHasItsOwnText) {
   std::set<std::string> texts;
-  for (int i = 0; i <= sxIssue_not_queued; ++i) texts.insert(sxIssueStatusText(i));
-  EXPECT_EQ(sxIssue_not_queued + 1, static_cast<int>(texts.size()));
+  for (int i = 0; i <= sxIssue_issuer_extension; ++i) texts.insert(sxIssueStatusText(i));
+  EXPECT_EQ(sxIssue_issuer_extension + 1, static_cast<int>(texts.size()));
   EXPECT_STREQ("unknown", sxIssueStatusText(-1));
-  EXPECT_STREQ("unknown", sxIssueStatusText(sxIssue_not_queued + 1));
+  EXPECT_STREQ("unknown", sxIssueStatusText(sxIssue_issuer_extension + 1));
 }
 
 TEST(sxIssueCert, HoldsValuesToTheirTypes) {

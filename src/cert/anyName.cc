@@ -61,6 +61,11 @@ bool IsIssuedDn(const sxASN_RDNSequence *name, sxNameUse use) {
   return name != nullptr && (use == sxNameUse::kBase || name->Count() > 0) && sxIsNameForm(sxNameOctets(name));
 }
 
+bool HoldsSequence(sxOctetView element) {
+  sxDerElement outer;
+  return sxDerReader(element).Take(&outer) && sxDerReader(outer.content).NextIs(kDerSequence);
+}
+
 std::string AddressText(sxOctetView octets) {
   if (octets.size() == kIp6Len) {
     in6_addr_kxt address{};
@@ -171,8 +176,8 @@ bool sxAnyName::Fill(sxASN_GeneralName *out, sxNameUse use) const {
       if (!sxIsStrictElement(sxDerOf(kDerOid, {sxView(oid.Data(), oid.Len())}))) return false;
       out->Set_registeredID(oid);
       return true;
-    default:  // as they were, if that is their kind and DER
-      return sxIsStrictElement(octets) &&
+    default:  // as they were, if that is their kind and DER; an ORAddress begins with a SEQUENCE (RFC 5280, A.1)
+      return sxIsStrictElement(octets) && (kind != sxNameKind::kX400 || HoldsSequence(octets)) &&
              sxASN_DecodeBuf(*out, reinterpret_cast<const char *>(octets.data()), static_cast<int>(octets.size())) ==
                  0 &&
              out->ChoiceId() == static_cast<int>(kind);

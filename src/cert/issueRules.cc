@@ -88,7 +88,7 @@ bool IsName(sxOctetView name, bool (*isAttribute)(sxOctetView type, const sxDerE
   sxDerReader all(name), rdns, assertions, assertion;
   sxOctetView type;
   sxDerElement value;
-  if (!sxIsStrictElement(name) || !all.Enter(kDerSequence, &rdns)) return false;
+  if (!all.Enter(kDerSequence, &rdns) || !all.AtEnd()) return false;
   while (!rdns.AtEnd()) {
     if (!rdns.Enter(kDerSet, &assertions) || assertions.AtEnd()) return false;
     while (!assertions.AtEnd()) {
@@ -277,7 +277,9 @@ sxIssueStatus Normalize(sxExtToWrite *ext) {
 
 }  // namespace
 
-sxIssueStatus sxCheckName(sxOctetView name) { return IsName(name, IsIssuedAttribute) ? sxIssue_ok : sxIssue_subject; }
+sxIssueStatus sxCheckName(sxOctetView name) {
+  return sxIsStrictElement(name) && IsName(name, IsIssuedAttribute) ? sxIssue_ok : sxIssue_subject;
+}
 bool sxIsNameForm(sxOctetView name) { return IsName(name, IsString); }
 
 sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out) {

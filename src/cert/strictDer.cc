@@ -1,7 +1,6 @@
 #include "strictDer.h"
 
 #include <algorithm>
-#include <iterator>
 #include <string_view>
 
 #include "derForward.h"
@@ -11,7 +10,7 @@ namespace {
 
 constexpr int kLongTag = 31;  // numbers from here on take octets of their own
 // EXTERNAL, EMBEDDED PDV, SEQUENCE, SET, CHARACTER STRING; all other universal types are primitive.
-constexpr int kConstructedTypes[] = {8, 11, kDerSequence &kLongTag, kDerSet &kLongTag, 29};
+constexpr unsigned kConstructedTypes = 1U << 8 | 1U << 11 | 1U << 16 | 1U << 17 | 1U << 29;
 
 bool IsBoolean(sxOctetView v) { return v.size() == 1 && (v[0] == 0 || v[0] == 0xFF); }
 
@@ -54,64 +53,67 @@ bool IsPrimitive(int tag, sxOctetView content) {
   }
 }
 
-struct Element {
-  int tag = 0;     // the first identifier octet
-  int number = 0;  // of its tag
-  sxOctetView content, whole;
-};
-
-// The same of an identifier in several octets, which sxDerReader does not take: X.690, 8.1.2 and 10.1.
-bool TakeLong(sxOctetView *rest, Element *element) {
+// The element at the front of an identifier in several octets, which sxDerReader does not take: X.690, 8.1.2 and 10.1.
+// Its tag has the first octet below the others, as BDecTag has it.
+bool TakeLong(sxOctetView *rest, sxDerElement *element) {
   sxAsnReadBuf buf;
   buf.Init(rest->data(), sxLen(*rest));
   int identifierLen = 0, lenLen = 0;
-  const int identifier = BDecTag(buf, identifierLen);
-  const int contentLen = identifier < 0 ? -1 : BDecLen(buf, lenLen);
+  element->tag = BDecTag(buf, identifierLen);
+  const int contentLen = element->tag < 0 ? -1 : BDecLen(buf, lenLen);
   if (contentLen < 0) return false;
   const auto numberLen = static_cast<size_t>(identifierLen - 1), len = static_cast<size_t>(contentLen);
-  element->tag = identifier & 0xFF;
-  element->number = 0;
-  for (const unsigned char octet : rest->subspan(1, numberLen)) element->number = element->number << 7 | (octet & 0x7F);
   element->whole = rest->first(numberLen + 1 + static_cast<size_t>(lenLen) + len);
   element->content = element->whole.last(len);
   *rest = rest->subspan(element->whole.size());
-  return element->number >= kLongTag && element->whole[1] != 0x80 && element->whole.size() == numberLen + sxDerLen(len);
+  const bool isShort = numberLen == 1 && element->whole[1] < kLongTag;
+  return !isShort && element->whole[1] != 0x80 && element->whole.size() == numberLen + sxDerLen(len);
 }
 
 // The element at the front, its length in the fewest octets.
-bool Take(sxOctetView *rest, Element *element) {
+bool Take(sxOctetView *rest, sxDerElement *element) {
   if (((*rest)[0] & kLongTag) == kLongTag) return TakeLong(rest, element);
   sxDerReader reader(*rest);
-  sxDerElement taken;
-  if (!reader.Take(&taken)) return false;
-  *element = {taken.tag, taken.tag & kLongTag, taken.content, taken.whole};
+  if (!reader.Take(element)) return false;
   *rest = reader.Rest();
-  return taken.whole.size() == sxDerLen(taken.content.size());
+  return element->whole.size() == sxDerLen(element->content.size());
 }
 
-// Of a SET by class and number of the tags, whatever their form (X.690, 10.3); of a SET OF by octets (11.6). Which one
-// it is cannot be seen.
+// Of class and number, whatever the form: the order of X.690, 10.3.
+unsigned TypeOf(const sxDerElement &element) {
+  constexpr unsigned kClassShift = 24;  // above the 21 bits of a number
+  const auto tag = static_cast<unsigned>(element.tag);
+  unsigned number = tag & kLongTag;
+  if (number == kLongTag) {
+    number = 0;
+    for (size_t i = 1; number < 1U << kClassShift; ++i) {
+      number = number << 7 | (element.whole[i] & 0x7F);
+      if (element.whole[i] < 0x80) break;
+    }
+  }
+  return (tag & kPrivate) << kClassShift | number;
+}
+
+// A SET by its tags (X.690, 10.3), a SET OF by octets (11.6). Which one it is cannot be seen.
 bool IsSorted(sxOctetView content) {
   bool byTags = true, byOctets = true;
-  Element before, element;
-  for (bool isFirst = true; !content.empty(); before = element, isFirst = false) {
+  sxDerElement before, element;
+  for (; !content.empty(); before = element) {
     if (!Take(&content, &element)) return false;
-    if (isFirst) continue;
-    const int classBefore = before.tag & kPrivate, classHere = element.tag & kPrivate;
-    byTags &= classBefore < classHere || (classBefore == classHere && before.number < element.number);
+    if (before.whole.empty()) continue;
+    byTags &= TypeOf(before) < TypeOf(element);
     byOctets &= !std::ranges::lexicographical_compare(element.whole, before.whole);
   }
   return byTags || byOctets;
 }
 
-bool IsElement(const Element &element, int nesting) {
-  const bool isUniversal = element.tag < kApplication;
-  const int type = element.tag & ~kConstructed;
-  if (isUniversal) {
-    const bool mustBeConstructed = std::ranges::find(kConstructedTypes, element.number) != std::end(kConstructedTypes);
-    if (mustBeConstructed != ((element.tag & kConstructed) != 0)) return false;
+bool IsElement(const sxDerElement &element, int nesting) {
+  const bool isConstructed = (element.tag & kConstructed) != 0;
+  if ((element.tag & kPrivate) == kUniversal) {
+    const bool mustBeConstructed = (kConstructedTypes >> (element.tag & kLongTag) & 1) != 0;
+    if (mustBeConstructed != isConstructed) return false;
   }
-  if ((element.tag & kConstructed) == 0) return IsPrimitive(type, element.content);
+  if (!isConstructed) return IsPrimitive(element.tag, element.content);
   if (element.tag == kDerSet && !IsSorted(element.content)) return false;
   return sxIsStrictDer(element.content, nesting + 1);
 }
@@ -120,7 +122,7 @@ bool IsElement(const Element &element, int nesting) {
 
 bool sxIsStrictDer(sxOctetView octets, int nesting) {
   if (nesting > kMaxStrictNesting) return false;
-  Element element;
+  sxDerElement element;
   while (!octets.empty()) {
     if (!Take(&octets, &element) || !IsElement(element, nesting)) return false;
   }
@@ -128,7 +130,7 @@ bool sxIsStrictDer(sxOctetView octets, int nesting) {
 }
 
 bool sxIsStrictElement(sxOctetView octets) {
-  Element element;
+  sxDerElement element;
   sxOctetView rest = octets;
   return !rest.empty() && Take(&rest, &element) && rest.empty() && IsElement(element, 0);
 }

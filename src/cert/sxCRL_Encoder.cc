@@ -2,6 +2,7 @@
 
 #include "crlOids.h"
 #include "foundation/textOutput.h"
+#include "issueRules.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -108,7 +109,7 @@ bool sxCRL_Encoder_imp::CopyEntries(const sxRevokedEntries &from) {
 int sxCRL_Encoder_imp::SetIssuer(const sxDN &issuer) {
   constexpr const char *kFunc = "sxCRL_Encoder::SetIssuer";
   sxDerOctets der = NameDer(issuer);
-  if (der.empty()) return Refuse(kFunc, "no name");
+  if (der.empty() || !sxIsNameForm(der)) return Refuse(kFunc, "no name");
   if (m_draft.IsIndirect() && m_draft.Count() > 0) return Refuse(kFunc, "entries are of the other issuer");
   m_issuerDer = std::move(der);
   m_issuer = sxDN(issuer);  // it may be the one that is here

@@ -152,7 +152,7 @@ sxIssueStatus sxCertToSign::Maker::TakeExtensions() {
 
 sxIssueStatus sxCertToSign::Maker::Names() {
   const sxDerOctets &subject = m_wanted.GetP()->Parts().subject;
-  if (const sxIssueStatus status = sxCheckName(subject); status != sxIssue_ok) return status;
+  if (!m_wanted.GetP()->Parts().hasFitSubject) return sxIssue_subject;
   const bool mustHaveSubject = m_facts.isCA || m_facts.signsCrls || !m_facts.hasAltName;  // RFC 5280, 4.1.2.6
   if (subject.size() <= kEmptyNameLen && mustHaveSubject) return sxIssue_no_subject;
   m_out.m_subject = subject;

@@ -277,9 +277,7 @@ sxIssueStatus Normalize(sxExtToWrite *ext) {
 
 }  // namespace
 
-sxIssueStatus sxCheckName(sxOctetView name) {
-  return sxIsStrictElement(name) && IsName(name, IsIssuedAttribute) ? sxIssue_ok : sxIssue_subject;
-}
+bool sxCheckName(sxOctetView name) { return sxIsStrictElement(name) && IsName(name, IsIssuedAttribute); }
 bool sxIsNameForm(sxOctetView name) { return IsName(name, IsString); }
 
 sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out) {

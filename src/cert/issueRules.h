@@ -19,7 +19,7 @@ struct sxExtToWrite {
 
 /// A name that attributes of known types fit: their string types and lengths (RFC 5280, A.1).
 /// @param name  whole element
-sxIssueStatus sxCheckName(sxOctetView name);
+bool sxCheckName(sxOctetView name);
 
 /// Whether a name is one that everybody reads, although it need not be one that is made today: no RDN is empty, values
 /// are strings. For names that are copied.

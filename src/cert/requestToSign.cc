@@ -67,7 +67,7 @@ sxIssueStatus sxRequestToSign::Take(const sxCertTemplate &wanted, const sxReques
   if (m_keyInfo.empty()) return sxIssue_public_key;
   if (wanted.HasPubKey() && !sxIsSameKey(wanted.PubKey(), m_toSign->Key())) return sxIssue_other_key;
   m_subject = parts.subject;
-  if (const sxIssueStatus status = sxCheckName(m_subject); status != sxIssue_ok) return status;
+  if (!parts.hasFitSubject) return sxIssue_subject;
 
   sxRequestAttributes_imp all = attributes == nullptr ? sxRequestAttributes_imp() : *attributes->GetP();
   sxDerOctets extensions;

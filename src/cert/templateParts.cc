@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "issueRules.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/keyForms.h"
@@ -51,4 +52,7 @@ bool sxIsSameKey(sxPubKey *a, sxPubKey *b) {
 }
 
 sxTemplateParts::sxTemplateParts(const sxASN_CertTemplate &tree, sxPubKey *pubKey)
-    : subject(sxNameOctets(tree.subject)), key(pubKey), hasFitExtensions(AreFit(tree.extensions)) {}
+    : subject(sxNameOctets(tree.subject)),
+      key(pubKey),
+      hasFitSubject(sxCheckName(subject)),
+      hasFitExtensions(AreFit(tree.extensions)) {}

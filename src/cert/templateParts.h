@@ -25,6 +25,8 @@ struct sxTemplateParts {
 
   const sxDerOctets subject;  ///< whole element, the empty one when absent; without octets when it cannot be encoded
   const sxKeyInfo key;
+  // Asked once, for whoever makes several of the kind.
+  const bool hasFitSubject;     ///< sxCheckName
   const bool hasFitExtensions;  ///< each as sxMayBeIssued wants it
 };
 

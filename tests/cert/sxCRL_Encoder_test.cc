@@ -147,6 +147,10 @@ TEST(sxCRL_Encoder, MakesNoneThatWouldBeNone) {
   EXPECT_EQ(nullptr, crl.Encode(nullptr, sx_md_sha256));
   EXPECT_EQ(nullptr, crl.Encode(key.ours.get(), sx_md_md5));   // ECDSA has no such signature
   EXPECT_EQ(-1, crl.SetIssuer(sxDN()));
+  constexpr unsigned char kEmptyRdn[] = {0x30, 2, 0x31, 0};
+  const sxDN emptyRdn(kEmptyRdn, sizeof kEmptyRdn);
+  EXPECT_NE(nullptr, emptyRdn.GetName());
+  EXPECT_EQ(-1, crl.SetIssuer(emptyRdn));
   EXPECT_EQ(-1, crl.SetThisUpdate(INT64_MAX));
   EXPECT_EQ(-1, crl.AddEntry(sxAsnInt(1), INT64_MIN));
   EXPECT_EQ(-1, crl.AddEntry(Entry({1}, 7)));

@@ -60,7 +60,8 @@ enum sxIssueStatus : int {
   sxIssue_not_signed,    ///< the key failed
   sxIssue_not_as_asked,  ///< what came does not decode to what was asked for, or does not verify
   sxIssue_not_queued,    ///< the key tasks did not take it
-  /// the issuer has an extension twice, one that cannot be read, or a critical one that is not understood
+  /// the issuer has an extension twice, one that cannot be read, a critical one that is not understood, or an empty key
+  /// identifier
   sxIssue_issuer_extension,
 };
 KXCERT_EXPORT const char *sxIssueStatusText(int status);  ///< "unknown" for another number

@@ -224,6 +224,7 @@ const sxExtToWrite *Find(const std::vector<sxExtToWrite> &extensions, sxOctetVie
 
 bool HasTwice(const std::vector<sxExtToWrite> &extensions) {
   std::vector<sxOctetView> oids;
+  oids.reserve(extensions.size());
   for (const sxExtToWrite &ext : extensions) oids.push_back(ext.oid);
   return sxHasTwice(std::move(oids));
 }

@@ -106,7 +106,8 @@ class KXCERT_EXPORT sxPkcs12 {
   int Read(std::span<const unsigned char> octets, std::string *why = nullptr);
 
   /// Checks the MAC, decrypts every safe and decodes every bag. A bag that is not decrypted or not usable says so
-  /// itself; a safe that is not decrypted fails all of it, and leaves what there was.
+  /// itself; a safe that is not decrypted fails all of it, and leaves what there was. So does a password without a MAC that
+  /// opens none of the keys; where it was open without one, their bags then say so.
   int Open(sxPbeOctets password, std::string *why = nullptr);
   bool IsOpen() const;
   uint64_t Spent() const;  ///< iterations that all calls of Open took

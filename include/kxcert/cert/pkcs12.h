@@ -57,7 +57,7 @@ KXCERT_EXPORT const char *sxPkcs12_ResultText(int result);
 /// How something is protected, as the container says. Within the limits or not.
 struct sxPkcs12Protection {
   std::string text;         ///< "PBES2 with AES-256-CBC and HMAC-SHA2-256"; "" for none
-  uint64_t iterations = 0;  ///< 0 for none, and scrypt
+  uint64_t iterations = 0;  ///< 0 for none, and scrypt; UINT64_MAX: more than 64 bits tell
 };
 
 /// AuthenticatedSafe ::= SEQUENCE OF ContentInfo (RFC 7292, 4.1)

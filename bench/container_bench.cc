@@ -5,10 +5,10 @@
 #include <memory>
 #include <string>
 
+#include "kxcert/cert/issueCert.h"
 #include "kxcert/cert/pkcs12.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxCertTemplate.h"
-#include "kxcert/cert/issueCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/keys/kxECDSA.h"
 #include "support.h"
@@ -72,8 +72,8 @@ void OpenTheirs(benchmark::State &state) {
 void DeriveTheirs(benchmark::State &state) {
   unsigned char salt[16] = {}, out[32];
   for (auto _ : state) {
-    bool isDone = PKCS12_key_gen_utf8(kPassword, kPasswordLen, salt, sizeof salt, PKCS12_MAC_ID, kIterations, sizeof out,
-                                      out, EVP_sha256()) == 1;
+    bool isDone = PKCS12_key_gen_utf8(kPassword, kPasswordLen, salt, sizeof salt, PKCS12_MAC_ID, kIterations,
+                                      sizeof out, out, EVP_sha256()) == 1;
     for (int i = 0; i < 2; ++i) {
       isDone &= PKCS5_PBKDF2_HMAC(kPassword, kPasswordLen, salt, sizeof salt, kIterations, EVP_sha256(), sizeof out,
                                   out) == 1;

@@ -32,11 +32,25 @@ int TellNone(const std::vector<sxLoadItem> &items, std::string *why) {
   return ResultOf(*found);
 }
 
+// A private key that was not opened or read may be what was meant: no public one beside it is an answer.
+const sxLoadItem *FindUnread(const std::vector<sxLoadItem> &items) {
+  const auto isUnread = [](const sxLoadItem &item) {
+    return item.skip == sxLoadSkip::kPkcs12 ? item.decryption != sxPbe_ok
+                                            : item.kind == sxLoadKind::kPrivateKey && item.key == nullptr;
+  };
+  const auto found = std::ranges::find_if(items, isUnread);
+  return found == items.end() ? nullptr : &*found;
+}
+
 int Import(const sxLoader &loader, sxPubKey **key, std::string *why) {
+  const sxLoadItem *const unread = FindUnread(loader.Items());
   for (const sxLoadKind kind : {sxLoadKind::kPrivateKey, sxLoadKind::kPublicKey}) {
     const auto isOne = [kind](const sxLoadItem &item) { return item.key != nullptr && item.kind == kind; };
     const auto number = std::ranges::count_if(loader.Items(), isOne);
     if (number > 1) return *why = std::to_string(number) + " keys in it", sxKeyImport_several;
+    if (number == 0 && kind == sxLoadKind::kPrivateKey && unread != nullptr) {
+      return *why = unread->reason, ResultOf(*unread);
+    }
     if (number == 0) continue;
     *key = std::ranges::find_if(loader.Items(), isOne)->key;
     sxSavePubKey(*key);

@@ -238,6 +238,12 @@ void sxInputBlocks_imp::ReadHex(sxInputBlock &block) {
   KX_memset(digits.data(), digits.size());
 }
 
+size_t sxElementsLen(std::span<const unsigned char> octets) {
+  sxOctetView rest = octets;
+  for (sxDerElement element; !rest.empty() && rest[0] == kDerSequence && sxTakeBer(rest, &element);) continue;
+  return octets.size() - rest.size();
+}
+
 sxInputBlocks::sxInputBlocks(const unsigned char *octets, size_t len)
     : m_imp(std::make_unique<sxInputBlocks_imp>(octets, len)) {}
 sxInputBlocks::~sxInputBlocks() = default;

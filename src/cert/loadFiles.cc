@@ -89,6 +89,7 @@ class sxLoadReader {
   void TakeEncrypted(sxShape inside, const std::string &dekInfo, sxOctetView octets, sxLoadItem item);
   int Decrypt(const std::string &dekInfo, sxOctetView octets, const sxLoadPlace &place, kxBinBuf *plain,
               std::string *why);
+  int DecryptInfo(sxOctetView octets, const kxBinBuf &password, kxBinBuf *plain, std::string *why);
   void TakePkcs12(sxOctetView octets, sxLoadItem item);
   int OpenPkcs12(sxPkcs12 &container, const sxLoadPlace &place, std::string *why);
   bool AskPassword(const sxLoadPlace &place, kxBinBuf *password);
@@ -203,8 +204,17 @@ int sxLoadReader::Decrypt(const std::string &dekInfo, sxOctetView octets, const 
   *why = sxPbe_ResultText(sxPbe_needsPassword);
   if (!AskPassword(place, &password)) return sxPbe_needsPassword;
   m_loader.m_numIterations += dekInfo.empty() ? CostOfKey(octets) : 1;
-  return dekInfo.empty() ? sxDecryptKeyInfo(octets, Secret(password), *plain, why)
+  return dekInfo.empty() ? DecryptInfo(octets, password, plain, why)
                          : sxDecryptPemKey(dekInfo, octets, Secret(password), *plain, why);
+}
+
+// Whoever gives the empty password may mean none, which the schemes of PKCS #12 tell from it.
+int sxLoadReader::DecryptInfo(sxOctetView octets, const kxBinBuf &password, kxBinBuf *plain, std::string *why) {
+  const int result = sxDecryptKeyInfo(octets, Secret(password), *plain, why);
+  const uint64_t cost = CostOfKey(octets);
+  if (result != sxPbe_wrongPassword || !password.IsEmpty() || !MaySpend(cost)) return result;
+  m_loader.m_numIterations += cost;
+  return sxDecryptKeyInfo(octets, {}, *plain, why);
 }
 
 bool sxLoadReader::AskPassword(const sxLoadPlace &place, kxBinBuf *password) {

@@ -9,6 +9,7 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/platform/log.h"
+#include "kxcert/platform/secureMemory.h"
 #include "platform/owned.h"
 
 namespace {
@@ -91,17 +92,26 @@ int Base64Decode_PEM(const char *text, unsigned char **out, int &len, const char
   const std::string_view body = rest.substr(0, footerPos);
   if (strip == nullptr) return DecodeBody(body, out, len);
   std::string kept;
+  kept.reserve(body.size());  // growing would leave copies behind that nobody wipes
   for (const char c : body) {
     if (std::strchr(strip, c) == nullptr || c == '\0') kept += c;
   }
-  return DecodeBody(kept, out, len);
+  const int rc = DecodeBody(kept, out, len);
+  KX_memset(kept.data(), kept.size());
+  return rc;
 }
 
 int Base64Encode_PEM(const sxString &header, const sxString &footer, const kxBinBuf &data, sxString &out) {
-  char *const encoded = Base64Encode(data.Data(), static_cast<int>(data.Len()));
-  if (encoded == nullptr) return -1;
-  const bool empty = *encoded == '\0';
-  if (!empty) out = header + encoded + footer;
-  Base64FreeBuffer(encoded);
-  return empty ? -1 : 0;
+  const sxOwned<char, Base64FreeBuffer> encoded(Base64Encode(data.Data(), static_cast<int>(data.Len())));
+  if (encoded == nullptr || *encoded == '\0') return -1;
+  sxString text(header), body;
+  if (data.IsSensitive() || out.IsSensitive()) {  // so is whatever holds a part of it on the way
+    text.SetSensitive(true);
+    body.SetSensitive(true);
+  }
+  body.Set(encoded.get());
+  text += body;
+  text += footer;
+  out = std::move(text);
+  return 0;
 }

@@ -35,6 +35,7 @@ sxReadResult ReadAll(size_t maxLen, kxBinBuf &out, Read read) {
     if (len < room) break;
   }
   area.buf.Set(static_cast<unsigned int>(len));  // shrinks; the bytes stay
+  area.buf.SetSensitive(out.IsSensitive());      // moving takes the flag along, too
   out = std::move(area.buf);
   return sxReadResult::kDone;
 }

@@ -22,7 +22,7 @@ struct sxWipedBuf {
 
 enum class sxReadResult { kDone, kNotOpened, kNoFile, kTooLong, kFailed };
 
-/// @param[out] out  wiped where it grows; empty on failure, and for an empty file
+/// @param[out] out  wiped where it grows, and stays sensitive when it was; empty on failure, and for an empty file
 /// @return kNotOpened, kNoFile (folder, pipe or device) and kFailed leave errno
 sxReadResult sxReadWhole(const char *path, size_t maxLen, kxBinBuf &out);
 sxReadResult sxReadWhole(std::FILE *in, size_t maxLen, kxBinBuf &out);

@@ -1,11 +1,8 @@
 #include "timeDer.h"
 
-#include <cctype>
-#include <string>
+#include <chrono>
 
-#include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCRL.h"
-#include "kxcert/foundation/sxString.h"
 
 namespace {
 
@@ -15,11 +12,21 @@ constexpr int64_t kFirstSecond = -62167219200;     // 0000-01-01 00:00 UTC: four
 constexpr int64_t kLastSecond = 253402300799;      // 9999-12-31 23:59:59 UTC: and no more
 
 sxDerOctets Generalized(int64_t seconds) {
+  using namespace std::chrono;
+  constexpr int kNumDigits = 14;  // YYYYMMDDHHMMSS
   if (seconds < kFirstSecond || seconds > kLastSecond) return {};
-  std::string text = sxTimeText(seconds).getstr();  // "2030-01-31 23:59:59 UTC"
-  std::erase_if(text, [](unsigned char c) { return std::isdigit(c) == 0; });
-  text += 'Z';
-  return sxDerOf(kDerGeneralizedTime, {{reinterpret_cast<const unsigned char *>(text.data()), text.size()}});
+  const sys_days date = floor<days>(sys_seconds(std::chrono::seconds(seconds)));
+  const year_month_day day(date);
+  const auto ofDay = seconds - int64_t{date.time_since_epoch().count()} * 86400;
+  int64_t number = static_cast<int>(day.year());
+  for (const int64_t two : {int64_t{static_cast<unsigned>(day.month())}, int64_t{static_cast<unsigned>(day.day())},
+                            ofDay / 3600, ofDay / 60 % 60, ofDay % 60}) {
+    number = number * 100 + two;
+  }
+  unsigned char text[kNumDigits + 1];
+  text[kNumDigits] = 'Z';
+  for (int i = kNumDigits - 1; i >= 0; --i, number /= 10) text[i] = static_cast<unsigned char>('0' + number % 10);
+  return sxDerOf(kDerGeneralizedTime, {text});
 }
 
 }  // namespace

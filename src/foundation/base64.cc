@@ -3,9 +3,24 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
-#include <memory>
+#include <cstring>
+
+#include "kxcert/platform/secureMemory.h"
+#include "platform/owned.h"
 
 namespace {
+
+// What is handed out stands behind its length, so that it can be wiped: it may be a key.
+constexpr size_t kHeadLen = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+static_assert(kHeadLen >= sizeof(size_t));
+
+unsigned char *NewBuffer(size_t len) {
+  auto *const head = new unsigned char[kHeadLen + len];
+  std::memcpy(head, &len, sizeof len);
+  return head + kHeadLen;
+}
+
+using Buffer = sxOwned<unsigned char, Base64FreeBuffer>;
 
 constexpr size_t kLineOctets = 48;  // make 64 characters
 constexpr int kGroupChars = 4;
@@ -66,7 +81,7 @@ char *Base64Encode(const unsigned char *data, int dataLen) {
   const size_t len = static_cast<size_t>(dataLen);
   const size_t numGroups = (len + kGroupOctets - 1) / kGroupOctets;
   const size_t numLines = (len + kLineOctets - 1) / kLineOctets;
-  auto text = std::make_unique<unsigned char[]>(numGroups * kGroupChars + numLines + 1);
+  Buffer text(NewBuffer(numGroups * kGroupChars + numLines + 1));
   unsigned char *out = text.get();
   for (size_t pos = 0; pos < len; pos += kLineOctets) {
     // EVP_EncodeBlock adds a NUL, which the line feed then replaces.
@@ -82,7 +97,7 @@ unsigned char *Base64Decode(const char *text, int textLen, int *dataLen) {
   *dataLen = 0;
   if (text == nullptr || textLen < 0) return nullptr;
   const size_t numGroups = static_cast<size_t>(textLen) / kGroupChars;
-  auto octets = std::make_unique<unsigned char[]>(numGroups * kGroupOctets + 1);  // never of length 0
+  Buffer octets(NewBuffer(numGroups * kGroupOctets + 1));  // never of length 0
   unsigned char *out = octets.get();
   GroupReader reader;
   for (int i = 0; i < textLen; ++i) {
@@ -93,5 +108,11 @@ unsigned char *Base64Decode(const char *text, int textLen, int *dataLen) {
   return octets.release();
 }
 
-// Both functions hand out arrays of unsigned char, whatever the pointer's type.
-void Base64FreeBuffer(void *buffer) { delete[] static_cast<unsigned char *>(buffer); }
+void Base64FreeBuffer(void *buffer) {
+  if (buffer == nullptr) return;
+  unsigned char *const head = static_cast<unsigned char *>(buffer) - kHeadLen;
+  size_t len = 0;
+  std::memcpy(&len, head, sizeof len);
+  KX_memset(buffer, len);
+  delete[] head;
+}

@@ -1,8 +1,6 @@
 #include "kxcert/foundation/hexText.h"
 
 #include <cstdint>
-#include <cstring>
-#include <string>
 
 #include "platform/textForms.h"
 
@@ -30,8 +28,11 @@ int string_to_bytes(const char *text, int textLen, unsigned char *data, int data
 
 int bytes_to_string(const unsigned char *data, int dataLen, char *text, int textLen) {
   if (data == nullptr || text == nullptr || dataLen < 0 || textLen < int64_t{2} * dataLen + 1) return -1;
-  std::string digits;
-  kxAppendHex(&digits, {data, static_cast<size_t>(dataLen)});
-  std::memcpy(text, digits.c_str(), digits.size() + 1);
+  // Straight to where it goes: it may be a key, and nobody wipes a copy on the way.
+  for (int i = 0; i < dataLen; ++i) {
+    *text++ = kHexDigits[data[i] >> 4];
+    *text++ = kHexDigits[data[i] & 15];
+  }
+  *text = '\0';
   return 0;
 }

@@ -3,7 +3,8 @@
 #include <cstring>
 #include <memory>
 
-#include "ec/curves.h"
+#include "dh/kxDhKey_imp.h"
+#include "ec/kxECDSA_imp.h"
 #include "keyOctets.h"
 #include "keyRef.h"
 #include "kxcert/asn1/oids.h"
@@ -14,15 +15,27 @@
 #include "kxcert/keys/pkcs1.h"
 #include "kxcert/platform/log.h"
 #include "libcryptoTypes.h"
+#include "rsa/kxSRSA_imp.h"
 
 namespace {
 
 constexpr int kMaxHeadLen = 64;  // octets before those of a key
 constexpr unsigned char kVersion[] = {0};
 
+// Made without the private part: what is not there needs no wiping.
+sxset *PublicSet(sxPubKey *key) {
+  sxPKobj_imp *const imp = key->GetP();
+  if (const auto *const rsa = dynamic_cast<kxSRSA_imp *>(imp)) return rsa->PublicSet();
+  if (const auto *const ec = dynamic_cast<kxECDSA_imp *>(imp)) return ec->PublicSet();
+  if (const auto *const dh = dynamic_cast<kxDhKey_imp *>(imp)) return dh->PublicSet();
+  std::unique_ptr<sxset> set(sxExportRSAKey_to_Set(key));  // of a kind that somebody installed
+  if (set != nullptr) set->Remove("private");
+  return set.release();
+}
+
 // Export's own octets carry the curve only in the private form, so the set tells it.
 const Curve *CurveOf(sxPubKey *key) {
-  const std::unique_ptr<sxset> set(sxExportRSAKey_to_Set(key));
+  const std::unique_ptr<sxset> set(PublicSet(key));
   long long nid = 0;
   return set != nullptr && set->FindInt("NID", &nid) ? FindCurve(static_cast<int>(nid)) : nullptr;
 }
@@ -88,9 +101,7 @@ sxPubKey *sxImportKey_from_Set(const sxset *set) {
 
 sxset *sxExportKey_to_Set(sxPubKey *key, bool privateForm) {
   if (key == nullptr || (privateForm && sxPubKey_HasPrivate(key) == 0)) return nullptr;
-  std::unique_ptr<sxset> set(sxExportRSAKey_to_Set(key));
-  if (set != nullptr && !privateForm) set->Remove("private");
-  return set.release();
+  return privateForm ? sxExportRSAKey_to_Set(key) : PublicSet(key);
 }
 
 int sxExportKeyInfo(sxPubKey *key, bool privateForm, kxBinBuf &out) {

@@ -20,7 +20,20 @@ unsigned char *Sha512_256(const unsigned char *data, size_t dataLen, unsigned ch
   return EVP_Digest(data, dataLen, digest, nullptr, kind, nullptr) == 1 ? digest : nullptr;
 }
 
-// The direct functions, not EVP: fetching and a context cost more than a short digest itself.
+// In steps, on the stack: what libcrypto has for one area looks the kind up again each time, which costs more than a short
+// digest itself.
+template <class Context, auto kInit, auto kUpdate, auto kFinal>
+unsigned char *InSteps(const unsigned char *data, size_t dataLen, unsigned char *digest) {
+  Context context;
+  const bool isDone = kInit(&context) == 1 && kUpdate(&context, data, dataLen) == 1 && kFinal(digest, &context) == 1;
+  KX_memset(&context, sizeof context);
+  return isDone ? digest : nullptr;
+}
+constexpr auto *kSha1 = InSteps<SHA_CTX, SHA1_Init, SHA1_Update, SHA1_Final>;
+constexpr auto *kSha256 = InSteps<SHA256_CTX, SHA256_Init, SHA256_Update, SHA256_Final>;
+constexpr auto *kSha384 = InSteps<SHA512_CTX, SHA384_Init, SHA384_Update, SHA384_Final>;
+constexpr auto *kSha512 = InSteps<SHA512_CTX, SHA512_Init, SHA512_Update, SHA512_Final>;
+
 struct DigestRow {
   sx_md_type type;
   int len;
@@ -29,10 +42,10 @@ struct DigestRow {
 constexpr DigestRow kDigests[] = {
     {sx_md_md4, MD4_DIGEST_LENGTH, MD4},
     {sx_md_md5, MD5_DIGEST_LENGTH, MD5},
-    {sx_md_sha1, SHA_DIGEST_LENGTH, SHA1},
-    {sx_md_sha256, SHA256_DIGEST_LENGTH, SHA256},
-    {sx_md_sha384, SHA384_DIGEST_LENGTH, SHA384},
-    {sx_md_sha512, SHA512_DIGEST_LENGTH, SHA512},
+    {sx_md_sha1, SHA_DIGEST_LENGTH, kSha1},
+    {sx_md_sha256, SHA256_DIGEST_LENGTH, kSha256},
+    {sx_md_sha384, SHA384_DIGEST_LENGTH, kSha384},
+    {sx_md_sha512, SHA512_DIGEST_LENGTH, kSha512},
     {sx_md_sha512_256, SHA256_DIGEST_LENGTH, Sha512_256},
 };
 static_assert(kMaxDigestLen == SHA512_DIGEST_LENGTH);

@@ -10,10 +10,11 @@
 /// Appends what printf would write, however long. The arguments may be the text's own octets.
 void kxAppendFormat(std::string *text, const char *fmt, va_list args);
 
+constexpr char kHexDigits[] = "0123456789abcdef";
+
 /// Two lower-case digits.
 inline void kxAppendHex(std::string *text, unsigned char octet) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  *text += {kDigits[octet >> 4], kDigits[octet & 15]};
+  *text += {kHexDigits[octet >> 4], kHexDigits[octet & 15]};
 }
 /// @param behindEach  stands behind each octet
 inline void kxAppendHex(std::string *text, std::span<const unsigned char> octets, const char *behindEach = "") {

@@ -96,6 +96,13 @@ TEST(Pem, WrapsAndUnwraps) {
   ASSERT_EQ(0, Base64Encode_PEM(begin, end, kxBinBuf(octets.data(), 100), out));
   EXPECT_EQ(EncodeHex(octets), Unwrap(out.getstr(), 1, nullptr));
   EXPECT_EQ(-1, Base64Encode_PEM(begin, end, kxBinBuf(), out));
+  kxBinBuf secret(octets.data(), 100);
+  secret.SetSensitive(true);
+  EXPECT_FALSE(out.IsSensitive());
+  ASSERT_EQ(0, Base64Encode_PEM(begin, end, secret, out));
+  EXPECT_TRUE(out.IsSensitive());
+  ASSERT_EQ(0, Base64Encode_PEM(begin, end, kxBinBuf(octets.data(), 100), out));
+  EXPECT_TRUE(out.IsSensitive()) << "what was asked for stays";
 }
 
 int UtcTime(const std::string &text) {

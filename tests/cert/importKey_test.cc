@@ -47,6 +47,21 @@ TEST(ImportKey, TellsPasswordsDamageAndCostApart) {
   for (const CaseRow &row : CaseRows("keys/encryptedKeys.txt", 2)) {
     EXPECT_EQ(row[1], Imported(CaseOctets(row[0]), "secret", *key)) << row.where;
   }
+  // No public key is the answer where a private one could not be had.
+  const PubKeyRef other = TestKey("secp384r1");
+  kxBinBuf theirs, none;
+  ASSERT_EQ(0, sxExportKeyInfo(other.get(), false, theirs));
+  for (const Octets &beside : {Bytes(""), OctetsOf(theirs)}) {
+    const auto joined = [&beside](Octets octets) { return octets.insert(octets.end(), beside.begin(), beside.end()), octets; };
+    EXPECT_EQ("0 ", Imported(joined(sound), "secret", *key));
+    EXPECT_EQ("-4 the private key cannot be decrypted: wrong password, or damaged", Imported(joined(sound), "no", *key));
+    EXPECT_EQ(0U, Imported(joined(OctetsOf(twice)), "secret", *key).find("-5 not a private key (PKCS #8): "));
+  }
+  EXPECT_EQ("0 ", Imported(OctetsOf(theirs), "no", *other));
+  // Whoever has no password gives an empty one.
+  ASSERT_EQ(sxPbe_ok, sxEncryptKeyInfo({sxPbe_pkcs12_3des, 2}, OctetsOf(info), {}, none));
+  EXPECT_EQ("0 ", Imported(OctetsOf(none), "", *key));
+  EXPECT_EQ(0U, Imported(OctetsOf(none), "no", *key).find("-4"));
   // Each asks for ten million iterations; of no cipher's length, it costs nothing to find that out.
   const Octets costly = CaseOctets("3052304B06092A864886F70D01050D303E301D06092A864886F70D01050C3010" "04080102030405060708"
                                 "020400989680301D060960864801650304012A0410" "000102030405060708090A0B0C0D0E0F" "0403000000");

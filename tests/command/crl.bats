@@ -57,6 +57,9 @@ crl() {
   [[ $output == *'is not signed with'* ]]
   run -3 "$KXCERT" crl new --issuer-cert ca.pem --key other.key --next-update 2031-01-01
   [[ $output == *'is not the key of the certificate'* ]]
+  issue mute mute '/O=Example/CN=CA' 'basicConstraints = critical,CA:true' 'keyUsage = critical,keyCertSign'
+  run -3 "$KXCERT" crl new --issuer-cert mute.pem --key mute.key --next-update 2031-01-01 --out again.pem
+  [[ $output == *'mute.pem line 1: may not sign CRLs: its key usage lacks cRLSign' ]]
   [ ! -e again.pem ]
 }
 

@@ -13,6 +13,9 @@
 
 namespace {
 
+// What is no number at all is told where it is converted.
+std::string CheckNumber(const std::string &text) { return text.starts_with('-') ? "is negative" : ""; }
+
 // Adds one row; a visitor of its target.
 class OptionAdder {
  public:
@@ -23,7 +26,7 @@ class OptionAdder {
   void operator()(int *number) const {
     CLI::Option *const option = Add(*number);
     if (m_row.choices.empty()) {
-      option->check(CLI::NonNegativeNumber);
+      option->check(CLI::Validator(CheckNumber, "NONNEGATIVE"));
       return;
     }
     std::map<std::string, int> values;

@@ -8,10 +8,11 @@
 
 namespace {
 
+// A number of iterations that is not known is left out.
 Facts ProtectionFacts(const sxPkcs12Protection &protection) {
   if (protection.text.empty()) return nullptr;
   Facts facts = {{"algorithm", VisibleLine(protection.text)}};
-  if (protection.iterations > 0) facts["iterations"] = protection.iterations;
+  if (protection.iterations > 0 && protection.iterations < UINT64_MAX) facts["iterations"] = protection.iterations;
   return facts;
 }
 
@@ -20,8 +21,9 @@ Facts ProtectionFacts(const sxPkcs12Protection &protection) {
 std::string ProtectionText(const sxPkcs12Protection &protection) {
   if (protection.text.empty()) return "none";
   const uint64_t iterations = protection.iterations;
+  const std::string number = iterations == UINT64_MAX ? "more than 10^19" : std::to_string(iterations);
   return VisibleLine(protection.text) +
-         (iterations == 0 ? "" : ", " + std::to_string(iterations) + (iterations == 1 ? " iteration" : " iterations"));
+         (iterations == 0 ? "" : ", " + number + (iterations == 1 ? " iteration" : " iterations"));
 }
 
 std::string BagTitle(const sxPkcs12Bag &bag) {

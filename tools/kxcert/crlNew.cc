@@ -202,6 +202,9 @@ void Run(const Options &options, Report &report) {
   const FoundCert found = ReadOneCert(options.issuer, report);
   if (found.cert == nullptr) return;
   const sxCert &issuer = *found.cert;
+  if (issuer.KeyUsage() != nullptr && issuer.HasKeyUsage(sxKU_cRLSign) == 0) {  // RFC 5280, 5 and 4.2.1.3
+    return report.Problem(kExitInputError, found.where, "may not sign CRLs: its key usage lacks cRLSign");
+  }
   const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report, options.password);
   if (key.key == nullptr) return;
   if (sxPubKey_Equal(issuer.PubKey(), key.key.get()) == 0) {

@@ -9,6 +9,7 @@
 #include "kxcert/cert/inputBlocks.h"
 #include "kxcert/cert/loadFiles.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/platform/secureMemory.h"
 #include "report.h"
 #include "visibleText.h"
 
@@ -16,17 +17,17 @@ namespace {
 
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
-constexpr char kReadBefore[] = "standard input can be read only once";
-
-bool TakeStandardInput() {
-  static bool taken = false;
-  const bool first = !taken;
-  taken = true;
-  return first;
-}
-
 // What a shell's <(...) is called: whoever writes it means a pipe. Elsewhere one is no file to wait for.
 bool IsOpenDescriptor(const std::string &path) { return path.starts_with("/dev/fd/"); }
+
+// What is read may be keys; lists are too long to be locked in memory as well, as a sensitive buffer is.
+struct WipedBuf {
+  WipedBuf() = default;
+  ~WipedBuf() { KX_memset(buf.Data(), buf.Len()); }
+  WipedBuf(const WipedBuf &) = delete;
+  WipedBuf &operator=(const WipedBuf &) = delete;
+  kxBinBuf buf;
+};
 
 struct CloseStream {
   void operator()(std::FILE *stream) const { std::fclose(stream); }
@@ -52,12 +53,26 @@ std::string NoteText(const sxLoadItem &item) {
 
 }  // namespace
 
+bool TakeStandardInput() {
+  static bool taken = false;
+  const bool first = !taken;
+  taken = true;
+  return first;
+}
+
 std::string InputName(const std::string &path) { return path == "-" ? "(standard input)" : path; }
 
 std::string ReadOctets(const std::string &path, kxBinBuf &out) {
   if (const Stream pipe = OpenDescriptor(path)) return sxReadInput(pipe.get(), out);
   if (path != "-") return sxReadInput(path.c_str(), out);
-  return TakeStandardInput() ? sxReadInput(stdin, out) : kReadBefore;
+  return TakeStandardInput() ? sxReadInput(stdin, out) : kStandardInputTaken;
+}
+
+size_t BlockLen(std::span<const unsigned char> input) {
+  const std::string_view block(reinterpret_cast<const char *>(input.data()), input.size());
+  const size_t footer = block.find(kEnd);
+  const size_t dashes = footer == std::string_view::npos ? footer : block.find(kDashes, footer + kEnd.size());
+  return dashes == std::string_view::npos ? block.size() : dashes + kDashes.size();
 }
 
 std::vector<PartBeside> PartsBesidePem(std::span<const unsigned char> input) {
@@ -69,12 +84,7 @@ std::vector<PartBeside> PartsBesidePem(std::span<const unsigned char> input) {
   };
   sxInputBlocks blocks(input.data(), input.size());
   size_t begin = 0, last = std::string_view::npos;  // of the part, and of the block before it
-  const auto endBlock = [&](size_t next) {
-    const std::string_view block = text.substr(last, next - last);
-    const size_t footer = block.find(kEnd);
-    const size_t dashes = footer == std::string_view::npos ? footer : block.find(kDashes, footer + kEnd.size());
-    begin = dashes == std::string_view::npos ? next : last + dashes + kDashes.size();
-  };
+  const auto endBlock = [&](size_t next) { begin = last + BlockLen(input.subspan(last, next - last)); };
   for (sxInputBlock block; blocks.Next(block); last = block.offset) {
     if (block.line == 0) return {};
     if (last != std::string_view::npos) endBlock(block.offset);
@@ -97,7 +107,8 @@ void TellPartsBesidePem(const std::string &name, std::span<const unsigned char> 
 void ReadBlocks(const std::string &path, Report &report,
                 const std::function<void(const std::string &where, std::span<const unsigned char> octets)> &take) {
   const std::string name = InputName(path);
-  kxBinBuf octets;
+  WipedBuf wiped;
+  kxBinBuf &octets = wiped.buf;
   const std::string error = ReadOctets(path, octets);
   if (!error.empty()) return report.Problem(kExitInputError, name, error);
   sxInputBlocks blocks(octets.Data(), octets.Len());
@@ -132,7 +143,7 @@ bool LoadInput(const std::string &path, sxLoader &loader, Report &report) {
   } else if (TakeStandardInput()) {
     loader.AddStream(stdin, InputName(path).c_str());
   } else {
-    report.Problem(kExitInputError, InputName(path), kReadBefore);
+    report.Problem(kExitInputError, InputName(path), kStandardInputTaken);
     return false;
   }
   return true;

@@ -15,8 +15,15 @@ struct sxLoadItem;
 
 std::string InputName(const std::string &path);  ///< for messages: "(standard input)" for "-"
 
+/// Whoever reads standard input asks first: it can be read only once. @return false: it was taken before
+bool TakeStandardInput();
+constexpr char kStandardInputTaken[] = "standard input can be read only once";
+
 /// Reads everything. Standard input can be read only once. @return empty, or why it failed
 std::string ReadOctets(const std::string &path, kxBinBuf &out);
+
+/// How many octets the PEM block has that stands first; all of them when it has no end.
+size_t BlockLen(std::span<const unsigned char> input);
 
 /// A part of an input that is in none of its PEM blocks; without the blanks that it begins with, and not empty.
 struct PartBeside {

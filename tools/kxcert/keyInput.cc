@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "input.h"
@@ -15,13 +16,29 @@
 namespace {
 
 using Items = std::vector<const sxLoadItem *>;
+using Octets = std::span<const unsigned char>;
+
+constexpr std::string_view kBegin = "-----BEGIN ", kLineBegin = "\n-----BEGIN ";
+
+std::string_view TextOf(Octets octets) { return {reinterpret_cast<const char *>(octets.data()), octets.size()}; }
+
+size_t BlanksOf(Octets octets) { return std::min(TextOf(octets).find_first_not_of(" \t\r\n"), octets.size()); }
+
+bool StartsBlock(Octets octets) { return TextOf(octets).starts_with(kBegin); }
+
+// Where the next PEM block begins a line behind @p pos; the end when there is none.
+size_t NextBlock(Octets octets, size_t pos) {
+  const size_t found = TextOf(octets).find(kLineBegin, pos);
+  return found == std::string_view::npos ? octets.size() : found + 1;
+}
 
 // All of an input, with what its outer form hides: files that were joined need not be of one form.
 class KeySearch {
  public:
-  KeySearch(const std::string &name, std::span<const unsigned char> octets, KeyPassword &password)
-      : m_name(name), m_password(password) {
-    Add(0, octets);
+  KeySearch(const std::string &name, Octets octets, KeyPassword &password) : m_name(name), m_password(password) {
+    Load(0, octets);
+    for (const PartBeside &part : PartsBesidePem(octets)) AddParts(part.offset, part.octets);
+    if (const size_t rest = RestOf(Outer()); rest > 0) AddParts(rest, octets.subspan(rest));
   }
 
   Items Keys(sxLoadKind kind) const {
@@ -45,24 +62,48 @@ class KeySearch {
   const sxLoader &Outer() const { return m_loaders.front(); }  ///< what was found without looking beside the blocks
 
  private:
-  // Each part is shorter than what it is a part of.
-  void Add(size_t offset, std::span<const unsigned char> octets) {
+  // Where the elements end that something else follows; 0 when there is no such place.
+  static size_t RestOf(const sxLoader &loader) {
+    const auto isCut = [](const sxLoadItem &item) {
+      return item.place.line == 0 && item.place.member == 0 && item.skip == sxLoadSkip::kCutShort;
+    };
+    const auto found = std::ranges::find_if(loader.Items(), isCut);
+    return found == loader.Items().end() || found->place.block < 2 ? 0 : found->place.offset;
+  }
+
+  // Each octet is looked at by one loader, whatever stands behind what.
+  void AddParts(size_t offset, Octets octets) {
+    size_t line = 0;  // where the next block begins a line
+    for (size_t pos = BlanksOf(octets); pos < octets.size(); pos += BlanksOf(octets.subspan(pos))) {
+      if (line <= pos) line = NextBlock(octets, pos);
+      const Octets rest = octets.subspan(pos), before = rest.first(line - pos);
+      const size_t elements = StartsBlock(rest) ? 0 : sxElementsLen(before);
+      const size_t len = StartsBlock(rest) ? BlockLen(rest) : elements > 0 ? elements : before.size();
+      Load(offset + pos, rest.first(len));
+      pos += len;
+    }
+  }
+
+  // What tells nothing is not kept: there may be many.
+  void Load(size_t offset, Octets octets) {
     const std::string name = offset == 0 ? m_name : m_name + " from offset " + std::to_string(offset);
-    const uint64_t spent = m_loaders.empty() ? 0 : m_loaders.back().Iterations();
     sxLoader &loader = m_loaders.emplace_back(sxLoad_keys);
-    loader.SetIterations(spent);
+    loader.SetIterations(m_spent);
     loader.SetPassword([this](const sxLoadPlace &place, kxBinBuf &out) { return m_password.Give(place, out); });
     loader.AddOctets(octets.data(), octets.size(), name.c_str());
-    for (const PartBeside &part : PartsBesidePem(octets)) Add(offset + part.offset, part.octets);
-    for (const sxLoadItem &item : loader.Items()) {
-      const size_t rest = item.place.line == 0 && item.skip == sxLoadSkip::kCutShort ? item.place.offset : 0;
-      if (rest > 0) Add(offset + rest, octets.subspan(rest));
-    }
+    m_spent = loader.Iterations();
+    const auto isKey = [](const sxLoadItem &item) { return item.key != nullptr; };
+    const auto isLocked = [](const sxLoadItem &item) { return item.skip == sxLoadSkip::kEncrypted; };
+    const bool isFirstLocked = !m_hasLocked && std::ranges::any_of(loader.Items(), isLocked);
+    if (offset > 0 && !isFirstLocked && std::ranges::none_of(loader.Items(), isKey)) m_loaders.pop_back();
+    m_hasLocked = m_hasLocked || isFirstLocked;
   }
 
   const std::string m_name;
   KeyPassword &m_password;
   std::deque<sxLoader> m_loaders;
+  uint64_t m_spent = 0;      // iterations, of all loaders
+  bool m_hasLocked = false;  // a key that was not decrypted was kept
 };
 
 // The item that may be what was meant: one that fails to be a key rather than one that is something else.

@@ -24,6 +24,9 @@
 
 namespace {
 
+// Of a key's attribute set: growing would leave copies behind that nobody wipes.
+constexpr size_t kMaxSetTextLen = 1 << 16;
+
 std::span<const unsigned char> OctetsOf(std::string_view text) {
   return {reinterpret_cast<const unsigned char *>(text.data()), text.size()};
 }
@@ -49,6 +52,7 @@ bool WriteSet(sxPubKey &key, bool privatePart, const OutputOptions &options, Rep
   const std::unique_ptr<sxset> set(sxExportKey_to_Set(&key, privatePart));
   if (set == nullptr) return report.Problem(kExitInternal, "", "the key has no such form"), false;
   SxStream text;
+  text.Reserve(kMaxSetTextLen);
   set->Write(&text);
   text.Puts("\n");
   const bool written = WriteOctets(OctetsOf(text.Text()), options, report);

@@ -1,19 +1,25 @@
 #include "secretInput.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string_view>
+#include <utility>
+
+#include "input.h"
 
 namespace {
 
 constexpr std::string_view kFile = "file:";
 constexpr std::string_view kEnv = "env:";
 constexpr std::string_view kDescriptor = "fd:";
+constexpr size_t kMaxLineEndLen = 2;
 
 struct Descriptor {
   ~Descriptor() {
@@ -31,8 +37,17 @@ int NumberIn(std::string_view text) {
 
 std::string SystemSays() { return std::strerror(errno); }
 
-// To the end, but no more than one octet more than a secret may have.
+// Whatever it is called: /dev/stdin is a pipe's other name. A file that is opened again begins anew.
+bool IsStandardInput(int fd) {
+  struct stat found, input;
+  if (fd == STDIN_FILENO) return true;
+  if (fstat(fd, &found) != 0 || fstat(STDIN_FILENO, &input) != 0 || S_ISREG(found.st_mode)) return false;
+  return found.st_dev == input.st_dev && found.st_ino == input.st_ino;
+}
+
+// To the end, but no more than one octet more than a secret and a line end may have.
 std::string ReadAll(int fd, kxBinBuf &area, size_t *len) {
+  if (IsStandardInput(fd) && !TakeStandardInput()) return kStandardInputTaken;
   for (*len = 0; *len < area.Len();) {
     const ssize_t got = read(fd, area.Data() + *len, area.Len() - *len);
     if (got < 0 && errno == EINTR) continue;
@@ -75,18 +90,23 @@ std::string CheckSecretSource(const std::string &source) {
 }
 
 std::string ReadSecret(const std::string &source, kxBinBuf &out, SecretLen allowed) {
+  // A pipe gives what it holds only once, and several keys may have one password.
+  static std::map<std::string, kxBinBuf> read;
   out.Clear();
   if (const std::string wrong = CheckSecretSource(source); !wrong.empty()) return "the secret is to come from " + wrong;
-  kxBinBuf area;
-  area.SetSensitive(true);
-  area.Set(static_cast<unsigned int>(kMaxSecretLen + 1));
-  size_t len = 0;
-  if (const std::string wrong = FromSource(source, area, &len); !wrong.empty()) return source + ": " + wrong;
-  if (len > kMaxSecretLen) return source + ": longer than " + std::to_string(kMaxSecretLen) + " octets";
-  DropLineEnd(area, &len);
-  if (len == 0 && allowed == SecretLen::kNotEmpty) return source + ": is empty";
-  area.Set(static_cast<unsigned int>(len));  // shrinks and wipes the rest
-  out.SetSensitive(true);
-  out = std::move(area);
+  auto known = read.find(source);
+  if (known == read.end()) {
+    kxBinBuf area;
+    area.SetSensitive(true);
+    area.Set(static_cast<unsigned int>(kMaxSecretLen + kMaxLineEndLen + 1));
+    size_t len = 0;
+    if (const std::string wrong = FromSource(source, area, &len); !wrong.empty()) return source + ": " + wrong;
+    DropLineEnd(area, &len);
+    if (len > kMaxSecretLen) return source + ": longer than " + std::to_string(kMaxSecretLen) + " octets";
+    area.Set(static_cast<unsigned int>(len));  // shrinks and wipes the rest
+    known = read.emplace(source, std::move(area)).first;
+  }
+  if (known->second.Len() == 0 && allowed == SecretLen::kNotEmpty) return source + ": is empty";
+  out = known->second;
   return "";
 }

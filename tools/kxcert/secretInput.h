@@ -16,7 +16,8 @@ std::string CheckSecretSource(const std::string &source);
 
 enum class SecretLen { kNotEmpty, kMayBeEmpty };
 
-/// Reads a secret: all octets but one line end behind them.
+/// Reads a secret: all octets but one line end behind them. A source is read once per process and remembered; one that is
+/// standard input is refused where an input is that, too.
 /// @param source  one of kSecretSources; "fd:0" is standard input
 /// @param[out] out  sensitive, so that it is wiped when it goes; empty on failure
 /// @return "", or what is wrong, with the source in it

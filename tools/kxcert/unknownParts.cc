@@ -14,6 +14,7 @@
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/platform/digest.h"
 #include "oidInput.h"
+#include "templateInput.h"
 #include "visibleText.h"
 
 namespace {
@@ -30,8 +31,6 @@ void PrintOctets(const sxASN_Extension &ext, const std::string &title, SxStream 
   out->Indent(indent);
   out->Printf("%d more\n", len - shown);
 }
-
-bool IsCritical(const sxASN_Extension &ext) { return ext.critical != nullptr && ext.critical->Value() == 1; }
 
 Facts HeadOf(const sxASN_Extension &ext) {
   return {{"name", ExtensionName(*ext.extnID)}, {"oid", OidText(*ext.extnID)}, {"critical", IsCritical(ext)}};

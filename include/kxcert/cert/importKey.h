@@ -18,7 +18,8 @@ enum sxKeyImport : int {
   sxKeyImport_tooCostly = -7,      ///< beyond one of the limits of passwordBased.h or loadFiles.h
 };
 
-/// A private key, or a public one when there is none. One that could not be read beside one that could is passed over.
+/// A private key, or a public one when there is none. A private one that could not be opened or read is passed over beside
+/// one that could, but is the answer beside public ones.
 /// @param password  null: there is none; asked once for each encrypted key
 /// @param[out] key  a new key for sxFreePubKey; unchanged on failure
 /// @param[out] why  may be null: printable ASCII, "" when there is a key

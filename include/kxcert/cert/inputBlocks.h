@@ -26,6 +26,9 @@ constexpr size_t kMaxPemLabelLen = 64;            ///< characters; those that ar
 KXCERT_EXPORT std::string sxReadInput(const char *path, kxBinBuf &out);
 KXCERT_EXPORT std::string sxReadInput(std::FILE *in, kxBinBuf &out);  ///< the same for all that a stream still has
 
+/// Octets of the whole SEQUENCEs that stand first, behind one another; 0 where none does.
+KXCERT_EXPORT size_t sxElementsLen(std::span<const unsigned char> octets);
+
 struct sxInputBlock {
   int number = 0;          ///< from 1
   size_t offset = 0;       ///< octets before it in the input

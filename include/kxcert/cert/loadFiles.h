@@ -81,7 +81,7 @@ struct sxLoadItem {
 };
 
 /// Asked for the password of each encrypted key and of each PKCS #12 container, on the loader's thread.
-/// @param[out] password  a sensitive buffer; left empty for the empty password
+/// @param[out] password  a sensitive buffer; left empty for the empty password, and for none (passwordBased.h)
 /// @return false: there is none
 using sxAskPassword = std::function<bool(const sxLoadPlace &place, kxBinBuf &password)>;
 

@@ -20,6 +20,9 @@ class sxString;
 /// @retval -3  bad arguments
 KXCERT_EXPORT int Base64Decode_PEM(const char *text, unsigned char **out, int &len, const char *header,
                                    const char *footer, int strict, const char *strip);
+/// Header, Base64 text and footer, with nothing between them.
+/// @param[out] out  stays sensitive, and becomes so when @p data or @p header is; unchanged on failure
+/// @return 0, or -1: there is nothing to encode
 KXCERT_EXPORT int Base64Encode_PEM(const sxString &header, const sxString &footer, const kxBinBuf &data, sxString &out);
 
 #endif

@@ -57,7 +57,7 @@ KXCERT_EXPORT const char *sxPkcs12_ResultText(int result);
 /// How something is protected, as the container says. Within the limits or not.
 struct sxPkcs12Protection {
   std::string text;         ///< "PBES2 with AES-256-CBC and HMAC-SHA2-256"; "" for none
-  uint64_t iterations = 0;  ///< 0 for none, and scrypt
+  uint64_t iterations = 0;  ///< 0 for none, and scrypt; UINT64_MAX: more than 64 bits tell
 };
 
 /// AuthenticatedSafe ::= SEQUENCE OF ContentInfo (RFC 7292, 4.1)
@@ -106,7 +106,8 @@ class KXCERT_EXPORT sxPkcs12 {
   int Read(std::span<const unsigned char> octets, std::string *why = nullptr);
 
   /// Checks the MAC, decrypts every safe and decodes every bag. A bag that is not decrypted or not usable says so
-  /// itself; a safe that is not decrypted fails all of it, and leaves what there was.
+  /// itself; a safe that is not decrypted fails all of it, and leaves what there was. So does a password without a MAC that
+  /// opens none of the keys; where it was open without one, their bags then say so.
   int Open(sxPbeOctets password, std::string *why = nullptr);
   bool IsOpen() const;
   uint64_t Spent() const;  ///< iterations that all calls of Open took

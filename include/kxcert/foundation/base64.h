@@ -15,7 +15,7 @@ KXCERT_EXPORT char *Base64Encode(const unsigned char *data, int dataLen);
 /// @return new octets for Base64FreeBuffer, null when the text is not Base64
 KXCERT_EXPORT unsigned char *Base64Decode(const char *text, int textLen, int *dataLen);
 
-/// Wipes nothing; null is ignored.
+/// Wipes it first; null is ignored.
 KXCERT_EXPORT void Base64FreeBuffer(void *buffer);
 
 #endif

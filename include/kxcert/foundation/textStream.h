@@ -3,6 +3,7 @@
 #ifndef KXCERT_FOUNDATION_TEXTSTREAM_H_
 #define KXCERT_FOUNDATION_TEXTSTREAM_H_
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,7 @@ class KXCERT_EXPORT SxStream {
     if (text != nullptr) m_text += text;
   }
   void Put(std::string_view text) { m_text += text; }
+  void Reserve(size_t len) { m_text.reserve(len); }       ///< as many characters are then appended without moving any
   void Printf(const char *fmt, ...) KXCERT_PRINTF(2, 3);  ///< appends; no length limit
   void Indent(int numTabs);                               ///< appends that many TABs (none below 1)
 

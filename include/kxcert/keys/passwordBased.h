@@ -1,8 +1,8 @@
 /// @file
 /// What a password protects: octets beside an AlgorithmIdentifier that says how (RFC 8018; RFC 7292, appendix C).
 ///
-/// Read are PBES2 (PBKDF2 with HMAC of SHA-1, SHA-224, SHA-256, SHA-384 and SHA-512, or scrypt; AES-128, -192, -256 and
-/// three-key 3DES, all in CBC mode), PBES1 (MD5 or SHA-1 with DES or RC2) and the six schemes of PKCS #12 (SHA-1 with
+/// Read are PBES2 (PBKDF2 with HMAC of SHA-1 and SHA-2, those cut to 224 and 256 bits included, or scrypt; AES-128, -192,
+/// -256 and three-key 3DES, all in CBC mode), PBES1 (MD5 or SHA-1 with DES or RC2) and the six schemes of PKCS #12 (SHA-1 with
 /// 3DES, RC2 and RC4). What keys or containers are inside is not known here.
 ///
 /// Passwords are octets as they stand, and UTF-8 where a scheme of PKCS #12 makes a BMPString of them. A view without
@@ -26,6 +26,7 @@ class kxBinBuf;
 
 constexpr uint64_t kMaxPbeIterations = 10'000'000;
 /// Of scrypt, octets: 128 * N * r * p, so that what is done one part after the other counts as well.
+/// Nor is more held than this and 1 MiB: 128 * r * (N + p + 2), of which the blocks beside the N matter where N is small.
 constexpr uint64_t kMaxPbeScryptMemory = uint64_t{1} << 26;
 constexpr uint64_t kPbeScryptShare = 256;    ///< so many octets of scrypt's memory cost what an iteration does
 constexpr size_t kMaxPbeSaltLen = 1024;      ///< octets, at least one; PBES1 has 8 (RFC 8018, A.3)

@@ -169,7 +169,10 @@ bool sxPkcs12_imp::OpenWith(ContainerPassword &password, ContainerFailure *failu
     if (!OpenSafe(safe, number++, &bags, failure)) return false;
   }
   // With nothing that tells the password to be right: it is the whole container's, not one key's.
-  if (!m_parts.mac.isThere && m_numWrong > 0 && m_numDecrypted == 0) return failure->Set(sxPkcs12_notDecrypted);
+  if (!m_parts.mac.isThere && m_numWrong > 0 && m_numDecrypted == 0) {
+    if (m_isOpen) m_bags.swap(bags.bags);  // the same objects; the keys now say that this password is not theirs
+    return failure->Set(sxPkcs12_notDecrypted);
+  }
   m_bags.swap(bags.bags);
   m_isOpen = true;
   return true;

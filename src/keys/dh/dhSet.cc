@@ -9,11 +9,11 @@
 
 static_assert(kMaxDhModulusLen <= kMaxSetNumberLen, "every key has a set form");
 
-sxset *DhNumbersToSet(const DhNumbers &numbers) {
+sxset *DhNumbersToSet(const DhNumbers &numbers, bool withPrivate) {
   auto set = std::make_unique<sxset>();
   set->SetText("group", numbers.groupName.c_str());
   set->SetInt("private_key_length", numbers.privBits);
-  if ((numbers.x != nullptr && sxBN2SetValue(set.get(), "private", numbers.x.get()) != 0) ||
+  if ((withPrivate && numbers.x != nullptr && sxBN2SetValue(set.get(), "private", numbers.x.get()) != 0) ||
       sxBN2SetValue(set.get(), "public", numbers.y.get()) != 0 ||
       sxBN2SetValue(set.get(), "generator", numbers.g.get()) != 0 ||
       sxBN2SetValue(set.get(), "modulus", numbers.p.get()) != 0) {

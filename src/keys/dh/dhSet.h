@@ -7,7 +7,7 @@
 class sxset;
 
 // A new set for delete; null when a number is too long for one.
-sxset *DhNumbersToSet(const DhNumbers &numbers);
+sxset *DhNumbersToSet(const DhNumbers &numbers, bool withPrivate = true);
 // Reads one back and checks it, also that x belongs to y. Null, or what is wrong.
 const char *DhNumbersFromSet(const sxset &set, DhNumbers *numbers);
 

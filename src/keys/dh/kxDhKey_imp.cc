@@ -22,6 +22,8 @@ int kxDhKey_imp::GetHash(kxBinBuf &hash) const {
 
 sxset *kxDhKey_imp::ToSet() const { return OK() ? DhNumbersToSet(Numbers()) : nullptr; }
 
+sxset *kxDhKey_imp::PublicSet() const { return OK() != 0 ? DhNumbersToSet(Numbers(), false) : nullptr; }
+
 kxDhKey_imp *kxDhKey_imp::GenKey() const {
   DhNumbers group;
   group.groupName = Numbers().groupName;

@@ -15,6 +15,7 @@ class kxDhKey_imp : public kxSDH_imp {
 
   [[nodiscard]] int GetHash(kxBinBuf &hash) const;
   sxset *ToSet() const;
+  sxset *PublicSet() const;     // new; null while not OK
   kxDhKey_imp *GenKey() const;  // never null; see OK()
 };
 

@@ -5,6 +5,7 @@
 #include "curves.h"
 
 class kxBinBuf;
+class sxset;
 
 /// A public key of a point that ReadPoint wrote; for EC_KEY_free, null on failure.
 EC_KEY *NewPublicEcKey(const Curve &curve, sxOctetView point);
@@ -17,6 +18,8 @@ const Curve *CurveOfKey(const EC_KEY *key);
 /// The private scalar, sensitive and padded to the curve's ScalarLen; empty when there is none, or libcrypto
 /// fails.
 kxBinBuf ScalarOfKey(const Curve &curve, const EC_KEY *key);
+/// The set of kxECDSA_to_set; without the private part, which may be there or not, unless @p withPrivate.
+sxset *EcToSet(const EC_KEY *key, bool withPrivate);
 void LogEcKey(const Curve &curve, sxOctetView point, bool hasPrivate);
 
 #endif

@@ -30,7 +30,9 @@ EC_KEY *ReadKey(const sxset &set) {
 
 }  // namespace
 
-sxset *kxECDSA_to_set(const EC_KEY *key) {
+sxset *kxECDSA_to_set(const EC_KEY *key) { return EcToSet(key, true); }
+
+sxset *EcToSet(const EC_KEY *key, bool withPrivate) {
   const Curve *curve = CurveOfKey(key);
   unsigned char area[kMaxPointLen];
   const sxOctetView point = curve == nullptr ? sxOctetView() : PointOfKey(key, area);
@@ -40,7 +42,7 @@ sxset *kxECDSA_to_set(const EC_KEY *key) {
   set->SetText("comment", curve->comment);
   set->SetText("curve", curve->name);
   set->SetBinary("public", point.data(), sxLen(point));
-  if (EC_KEY_get0_private_key(key) != nullptr) {
+  if (withPrivate && EC_KEY_get0_private_key(key) != nullptr) {
     const kxBinBuf scalar = ScalarOfKey(*curve, key);
     if (scalar.IsEmpty()) return nullptr;
     set->SetBinary("private", scalar.Data(), curve->ScalarLen());

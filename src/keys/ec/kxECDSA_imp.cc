@@ -125,6 +125,8 @@ int kxECDSA_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
   });
 }
 
+sxset *kxECDSA_imp::PublicSet() const { return OK() != 0 ? EcToSet(Key(), false) : nullptr; }
+
 int kxECDSA_imp::GetLen(sxPK_Len_Type type) {
   if (!OK()) return -1;
   if (type == sxPK_len_bits) return m_curve->orderBits;

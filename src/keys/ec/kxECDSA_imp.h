@@ -7,6 +7,8 @@
 #include "keys/libcryptoTypes.h"
 #include "kxcert/keys/sxPubKey_imp.h"
 
+class sxset;
+
 // An imported public key keeps its checked point only. libcrypto's key, which costs more than reading
 // the point, is made when the key is first used, by whichever thread comes first.
 class kxECDSA_imp : public sxPubKey_imp_vc {
@@ -33,6 +35,7 @@ class kxECDSA_imp : public sxPubKey_imp_vc {
                    const BIGNUM *inverseNonce, const BIGNUM *r);
 
   bool HasPrivate() const { return m_hasPrivate; }
+  sxset *PublicSet() const;  // new; null while not OK
   int Nbits() const { return m_curve == nullptr ? 0 : m_curve->orderBits; }
 
  private:

@@ -46,6 +46,8 @@ constexpr unsigned char kHmacSha224[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x0
 constexpr unsigned char kHmacSha256[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x02, 0x09};
 constexpr unsigned char kHmacSha384[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x02, 0x0A};
 constexpr unsigned char kHmacSha512[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x02, 0x0B};
+constexpr unsigned char kHmacSha512Of224[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x02, 0x0C};
+constexpr unsigned char kHmacSha512Of256[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x02, 0x0D};
 constexpr unsigned char kMd5Oid[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x02, 0x05};
 constexpr unsigned char kSha1Oid[] = {0x2B, 0x0E, 0x03, 0x02, 0x1A};
 constexpr unsigned char kSha256Oid[] = {0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x01};
@@ -60,11 +62,10 @@ struct DigestRow {
   const char *name;
   sx_md_type md = sx_md_unknown;  // sx_md_unknown: is not written
 };
-constexpr DigestRow kPrfs[] = {{kHmacSha256, "SHA2-256", sx_md_sha256},
-                               {kHmacSha1, kSha1, sx_md_sha1},
-                               {kHmacSha384, "SHA2-384", sx_md_sha384},
-                               {kHmacSha512, "SHA2-512", sx_md_sha512},
-                               {kHmacSha224, "SHA2-224"}};
+constexpr DigestRow kPrfs[] = {
+    {kHmacSha256, "SHA2-256", sx_md_sha256}, {kHmacSha1, kSha1, sx_md_sha1}, {kHmacSha384, "SHA2-384", sx_md_sha384},
+    {kHmacSha512, "SHA2-512", sx_md_sha512}, {kHmacSha224, "SHA2-224"},      {kHmacSha512Of224, "SHA2-512/224"},
+    {kHmacSha512Of256, "SHA2-512/256"}};
 constexpr DigestRow kDigests[] = {{kSha256Oid, "SHA2-256"},          {kSha1Oid, kSha1},
                                   {kSha384Oid, "SHA2-384"},          {kSha512Oid, "SHA2-512"},
                                   {kSha224Oid, "SHA2-224"},          {kSha512Of224Oid, "SHA2-512/224"},

@@ -11,10 +11,9 @@ namespace {
 using Digest = sxOwned<EVP_MD, EVP_MD_free>;
 using DigestContext = sxOwned<EVP_MD_CTX, EVP_MD_CTX_free>;
 
-constexpr size_t kPbkdf1Len = 16;           // octets that PBES1 takes: a key and a vector of eight (RFC 8018, 6.1.1)
-constexpr size_t kPemSaltLen = 8;           // of the vector
-constexpr int kMaxPbkdf1Digest = 20;        // SHA-1's
-constexpr uint64_t kScryptExtra = 1 << 20;  // what libcrypto counts beside the large array
+constexpr size_t kPbkdf1Len = 16;     // octets that PBES1 takes: a key and a vector of eight (RFC 8018, 6.1.1)
+constexpr size_t kPemSaltLen = 8;     // of the vector
+constexpr int kMaxPbkdf1Digest = 20;  // SHA-1's
 
 constexpr unsigned char kNothing = 0;  // libcrypto takes a null password for one that was not given
 
@@ -37,8 +36,8 @@ bool Pbkdf2(const PbeDerivation &derivation, sxOctetView password, kxBinBuf &out
 
 bool Scrypt(const PbeDerivation &derivation, sxOctetView password, kxBinBuf &out, PbeFailure *failure) {
   return EVP_PBE_scrypt(CharsOf(password), password.size(), derivation.salt.data(), derivation.salt.size(),
-                        derivation.cost, derivation.blockSize, derivation.parallel, kMaxPbeScryptMemory + kScryptExtra,
-                        out.Data(), out.Len()) == 1 ||
+                        derivation.cost, derivation.blockSize, derivation.parallel, kMaxPbeScryptHeld, out.Data(),
+                        out.Len()) == 1 ||
          failure->Set(sxPbe_failed, "scrypt");
 }
 

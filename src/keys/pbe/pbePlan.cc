@@ -5,7 +5,10 @@
 namespace {
 
 constexpr size_t kMaxLenOctets = 4;
-constexpr size_t kPbes1SaltLen = 8;  // RFC 8018, A.3
+constexpr size_t kPbes1SaltLen = 8;     // RFC 8018, A.3
+constexpr uint64_t kScryptBlock = 128;  // octets, times r
+constexpr uint64_t kMaxCostOfOneBlock = 1 << 16;
+constexpr char kNotScrypt[] = "numbers that scrypt does not take";
 
 struct Algorithm {
   sxOctetView oid;
@@ -17,7 +20,7 @@ bool TakeAlgorithm(sxDerReader &from, Algorithm *algorithm) {
 }
 
 std::string Limit(uint64_t number, const char *what, uint64_t limit) {
-  return std::to_string(number) + " " + what + ", at most " + std::to_string(limit);
+  return PbeNumberText(number) + " " + what + ", at most " + std::to_string(limit);
 }
 
 // PBEParameter and pkcs-12PbeParams: SEQUENCE { salt OCTET STRING, iterations INTEGER }
@@ -60,17 +63,18 @@ bool ReadPbkdf2(sxDerReader parameters, PbeDerivation *derivation, PbeFailure *f
 
 bool CheckScrypt(const PbeDerivation &derivation, PbeFailure *failure) {
   const uint64_t cost = derivation.cost, blockSize = derivation.blockSize, parallel = derivation.parallel;
-  if (cost < 2 || !std::has_single_bit(cost) || blockSize == 0 || parallel == 0) {
-    return failure->Set(sxPbe_malformed, "numbers that scrypt does not take");
-  }
-  // Divided, so that nothing overflows.
-  constexpr uint64_t kBlocks = kMaxPbeScryptMemory / 128;
-  if (cost > kBlocks || blockSize > kBlocks / cost || parallel > kBlocks / cost / blockSize) {
-    return failure->Set(sxPbe_tooCostly, "scrypt with N = " + std::to_string(cost) + ", r = " +
-                                             std::to_string(blockSize) + ", p = " + std::to_string(parallel) +
+  if (cost < 2 || blockSize == 0 || parallel == 0) return failure->Set(sxPbe_malformed, kNotScrypt);
+  // Divided, so that nothing overflows. Where N is small, what is held beside its blocks counts as well.
+  constexpr uint64_t kBlocks = kMaxPbeScryptMemory / kScryptBlock;
+  if (cost > kBlocks || blockSize > kBlocks / cost || parallel > kBlocks / cost / blockSize ||
+      PbeScryptMemory(derivation) > kMaxPbeScryptHeld) {
+    return failure->Set(sxPbe_tooCostly, "scrypt with N = " + PbeNumberText(cost) +
+                                             ", r = " + PbeNumberText(blockSize) + ", p = " + PbeNumberText(parallel) +
                                              "; at most " + std::to_string(kMaxPbeScryptMemory) + " octets are used");
   }
-  return true;
+  // A power of two, less than 2^(128 * r / 8) (RFC 7914, 2).
+  const bool isTaken = std::has_single_bit(cost) && (blockSize > 1 || cost < kMaxCostOfOneBlock);
+  return isTaken || failure->Set(sxPbe_malformed, kNotScrypt);
 }
 
 //   scrypt-params ::= SEQUENCE { salt OCTET STRING, costParameter INTEGER, blockSize INTEGER,
@@ -112,7 +116,7 @@ bool ReadPbes2(sxDerReader parameters, PbePlan *plan, PbeFailure *failure) {
   }
   const uint64_t keyLen = plan->derivation.keyLen;
   if (keyLen == 0 || keyLen == plan->cipher->keyLen) return true;
-  return failure->Set(sxPbe_malformed, "a key of " + std::to_string(keyLen) + " octets, where the cipher's has " +
+  return failure->Set(sxPbe_malformed, "a key of " + PbeNumberText(keyLen) + " octets, where the cipher's has " +
                                            std::to_string(plan->cipher->keyLen));
 }
 
@@ -140,6 +144,12 @@ bool TakePbeNumber(sxDerReader &from, uint64_t *number) {
   if (*number != 0) return true;
   for (const unsigned char octet : octets) *number = *number << 8 | octet;
   return true;
+}
+
+std::string PbeNumberText(uint64_t number) { return number == UINT64_MAX ? "more than 10^19" : std::to_string(number); }
+
+uint64_t PbeScryptMemory(const PbeDerivation &derivation) {
+  return kScryptBlock * derivation.blockSize * (derivation.cost + derivation.parallel + 2);
 }
 
 bool CheckPbeIterations(uint64_t iterations, PbeFailure *failure) {
@@ -170,5 +180,5 @@ bool ReadPbePlan(sxOctetView algorithm, PbePlan *plan, PbeFailure *failure) {
 
 uint64_t PbeCost(const PbeDerivation &derivation) {
   if (derivation.kdf != PbeKdf::kScrypt) return derivation.iterations;
-  return 128 * derivation.cost * derivation.blockSize * derivation.parallel / kPbeScryptShare;
+  return kScryptBlock * derivation.cost * derivation.blockSize * derivation.parallel / kPbeScryptShare;
 }

@@ -28,6 +28,13 @@ bool ReadPbeDerivation(sxOctetView algorithm, PbeDerivation *derivation, PbeFail
 
 /// An INTEGER that is not negative; one beyond 64 bits is as large as these go, which no limit allows.
 bool TakePbeNumber(sxDerReader &from, uint64_t *number);
+/// Of such a number, for messages.
+std::string PbeNumberText(uint64_t number);
+
+/// Octets that scrypt holds: N blocks, p that it mixes, and two (RFC 7914, 4 to 6).
+uint64_t PbeScryptMemory(const PbeDerivation &derivation);
+constexpr uint64_t kMaxPbeScryptHeld = kMaxPbeScryptMemory + (uint64_t{1} << 20);
+
 /// In iterations; of numbers that are within their limits.
 uint64_t PbeCost(const PbeDerivation &derivation);
 

@@ -115,6 +115,8 @@ int kxSRSA_imp::Export(sxPK_Format format, unsigned char *out, int outLen) {
   });
 }
 
+sxset *kxSRSA_imp::PublicSet() const { return RsaToSet(m_rsa.get(), false); }
+
 int kxSRSA_imp::GetLen(sxPK_Len_Type type) {
   if (!OK()) return -1;
   switch (type) {

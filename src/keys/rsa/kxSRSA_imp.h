@@ -28,6 +28,7 @@ class kxSRSA_imp : public sxPubKey_imp_vc {
   void Herror() const override;
 
   bool HasPrivate() const { return m_rsa != nullptr && RSA_get0_d(m_rsa.get()) != nullptr; }
+  sxset *PublicSet() const;  // new; null while not OK
   int Nbits() const { return m_rsa == nullptr ? 0 : RSA_bits(m_rsa.get()); }
   int Nbytes() const { return (Nbits() + 7) / 8; }
 

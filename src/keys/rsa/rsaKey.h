@@ -4,6 +4,8 @@
 
 #include "keys/libcryptoTypes.h"
 
+class sxset;
+
 /// Null when libcrypto can verify with the key and its work is bounded; else what is wrong.
 const char *WhyNoRsaPublic(const BIGNUM *n, const BIGNUM *e);
 /// The same for all that a key has. Its private numbers must belong together; that its primes are prime
@@ -16,6 +18,9 @@ RsaKey ReadRsaKey(const unsigned char *data, int dataLen, bool privateForm, bool
 
 /// The key of these numbers, unchecked; a public one without d. Null when out of memory.
 RsaKey NewRsaKey(BigNum n, BigNum e, BigNum d);
+
+/// The set of kxRSA_to_set; without the private part, which may be there or not, unless @p withPrivate.
+sxset *RsaToSet(const RSA *rsa, bool withPrivate);
 
 /// Whether both primes and the three values made from them are there (RFC 8017, 3.2).
 bool RsaHasCrtParts(const RSA *rsa);

@@ -75,10 +75,12 @@ RSA *FromNumbers(const sxset &set) {
 
 }  // namespace
 
-sxset *kxRSA_to_set(const RSA *rsa) {
+sxset *kxRSA_to_set(const RSA *rsa) { return RsaToSet(rsa, true); }
+
+sxset *RsaToSet(const RSA *rsa, bool withPrivate) {
   if (rsa == nullptr || RSA_get0_n(rsa) == nullptr || RSA_get0_e(rsa) == nullptr) return nullptr;
   auto set = std::make_unique<sxset>();
-  if (const BIGNUM *d = RSA_get0_d(rsa)) {
+  if (const BIGNUM *const d = withPrivate ? RSA_get0_d(rsa) : nullptr) {
     if (sxBN2SetValue(set.get(), "private", d) != 0) return nullptr;
     if (RsaHasCrtParts(rsa)) AddPkcs8(rsa, set->FindSet("private"));
   }

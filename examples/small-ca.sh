@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
 # A small CA in ten lines: a root, a CA below it, a gateway and a client; the client is revoked, and both are judged.
-# Works in a new folder, or in the one that is named. KXCERT names the command; without it, it is built first.
+# Works in a new folder, or in the empty one that is named. KXCERT names the command; without it, it is built first.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 if [ -z "${KXCERT:-}" ]; then
   { "$root/scripts/setup.sh" && "$root/scripts/build.sh" release --target kxcert; } >&2
   KXCERT=$root/build/release/tools/kxcert/kxcert
 fi
+KXCERT=$(realpath "$KXCERT")
 folder=${1:-$(mktemp -d)}
 mkdir -p "$folder" && cd "$folder"
+[ -z "$(ls -A)" ] || { echo "small-ca.sh: $folder holds something; it wants a new folder" >&2; exit 1; }
 kxcert() {
   printf '+ kxcert%s\n' "$(printf ' %q' "$@")"
   "$KXCERT" "$@"

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "certFacts.h"
+#include "crlInput.h"
 #include "issueOptions.h"
 #include "keyPassword.h"
 #include "kxcert/asn1/oids.h"
@@ -110,6 +111,10 @@ void Run(const Options &options, Report &report) {
   Signer signer;
   if (old.cert == nullptr || !ReadSigner(options.issue, signer, report) || !IsTheirs(options, old, signer, report)) {
     return;
+  }
+  if (!options.issue.serial.empty() &&
+      sxCert_IsSameSerialNumber(ParseSerial(options.issue.serial).get(), old.cert->SerialNum()) == 1) {
+    return report.Problem(kExitUsage, "--serial", "is the old certificate's own: each of an issuer has another number");
   }
   const Validity before = ValidityOf(*old.cert);
   if (before.first == -1 || before.last < before.first) {

@@ -8,6 +8,7 @@
 #include "certInput.h"
 #include "crlFacts.h"
 #include "crlInput.h"
+#include "generalNameInput.h"
 #include "input.h"
 #include "keyInput.h"
 #include "keyOutput.h"
@@ -250,7 +251,7 @@ Verb CrlNew() {
        {"--number", "of this CRL, in hexadecimal; larger than any before", &options->number, false, CheckSerial},
        {"--delta-base", "number of the CRL that this one is the difference to", &options->deltaBase, false,
         CheckSerial},
-       {"--idp-uri", "distribution point that it covers; may be repeated", &options->points},
+       {"--idp-uri", "distribution point that it covers; may be repeated", &options->points, false, CheckUri},
        {"--only",
         "the certificates that it covers",
         &options->only,

@@ -53,6 +53,7 @@ std::string AltNamesText(const sxASN_Extension &ext) {
 std::string TextOf(const sxASN_Extension &asked, const sxASN_Extension *made) {
   const sxAsnOid &type = *asked.extnID;
   const std::string name = ExtensionName(type);
+  if (sxASN_id_ce_authorityKeyIdentifier.OidEquiv(type)) return name + ", not taken: it is the issuer's own";
   const bool isAltNames = sxASN_id_ce_subjectAltName.OidEquiv(type);
   if (made == nullptr) return name + ", not taken; --copy " + name + " takes it";
   if (!IsSame(asked, made)) return name + ", not taken: profile and options say otherwise";

@@ -103,13 +103,14 @@ Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &k
   auto unread = Facts::array(), each = Facts::array();
   const sxExtensionsList::ExtItem *item = known.First();
   const auto tell = [&](const sxASN_Extension &ext) -> Facts {
-    if (item != nullptr && item->oid->OidEquiv(*ext.extnID)) {
-      const sxExtension *const made = std::exchange(item, item->next)->ext;
-      return made == nullptr ? HeadOf(ext) : ReadFacts(ext, *made);
-    }
-    if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) return HeadOf(ext);
     std::unique_ptr<sxExtension> made;
     const ReadAs how = ReadExtension(ext, &made);
+    // One that does not decode is not in the list, though the next one of its type may be.
+    if (item != nullptr && item->oid->OidEquiv(*ext.extnID) && how != ReadAs::kBroken) {
+      const sxExtension *const kept = std::exchange(item, item->next)->ext;
+      return kept == nullptr ? HeadOf(ext) : ReadFacts(ext, *kept);
+    }
+    if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) return HeadOf(ext);
     if (how == ReadAs::kRead) {
       PrintRead(ext, *made, out, indent);
       return ReadFacts(ext, *made);

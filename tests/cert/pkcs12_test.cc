@@ -176,6 +176,9 @@ TEST(Pkcs12, WritesWhatItReads) {
   EXPECT_EQ("failed: a name that is too long, or no UTF-8", refused({nullptr, cert.Get(), nullptr, "\xFF"}, Quick({}), secret));
   EXPECT_EQ("failed: a key without its private part, or of no form that is written",
             refused({cert.Get()->PubKey(), nullptr, nullptr, ""}, Quick({}), secret));
+  open.isOpen = false;
+  open.mac = static_cast<sxPkcs12MacKind>(7);
+  EXPECT_EQ("failed: settings out of range", refused(entries[0], open, secret));
   mixed.macIterations = 0;
   EXPECT_EQ("failed: settings out of range", refused(entries[0], mixed, secret));
 }

@@ -93,6 +93,12 @@ int PrefixLen(sxOctetView mask) {
   return len;
 }
 
+// Of a base: a network, as RFC 4632 (3.1) writes one (RFC 5280, 4.2.1.10).
+bool IsIssuedAddress(sxOctetView octets, sxNameUse use) {
+  if (!IsAddressLen(octets.size(), use)) return false;
+  return use == sxNameUse::kName || PrefixLen(octets.subspan(octets.size() / 2)) >= 0;
+}
+
 std::string NetworkText(sxOctetView octets) {
   if (octets.size() == kIp4Len || octets.size() == kIp6Len) return AddressText(octets);
   const sxOctetView address = octets.first(octets.size() / 2), mask = octets.subspan(octets.size() / 2);
@@ -169,7 +175,7 @@ bool sxAnyName::Fill(sxASN_GeneralName *out, sxNameUse use) const {
       return true;
     }
     case sxNameKind::kIp:
-      if (!IsAddressLen(octets.size(), use)) return false;
+      if (!IsIssuedAddress(octets, use)) return false;
       out->Set_iPAddress(sxAsnOcts(octets.data(), static_cast<int>(octets.size())));
       return true;
     case sxNameKind::kOid:

@@ -40,6 +40,7 @@ bool ReadSpace(const sxASN_NameConstraints &tree, sxNameSpace *space) {
 
 const char *WriteSubtrees(const std::vector<sxNameSubtree> &subtrees, sxASN_GeneralSubtrees **out) {
   if (subtrees.empty()) return nullptr;
+  if (const char *const fault = sxCountFault(subtrees.size(), nullptr); fault != nullptr) return fault;
   *out = new sxASN_GeneralSubtrees;
   for (const sxNameSubtree &subtree : subtrees) {
     sxASN_GeneralSubtree *const element = (*out)->Append();
@@ -89,10 +90,11 @@ bool ReadNames(const sxASN_GeneralNames &tree, std::vector<sxAnyName> *names) {
 }
 
 const char *WriteNames(const std::vector<sxAnyName> &names, sxASN_GeneralNames *tree) {
+  if (const char *const fault = sxCountFault(names.size(), "no name"); fault != nullptr) return fault;
   for (const sxAnyName &name : names) {
     if (!name.Fill(tree->Append(), sxNameUse::kName)) return kBadName;
   }
-  return names.empty() ? "no name" : nullptr;
+  return nullptr;
 }
 
 // --- access ---
@@ -105,6 +107,7 @@ bool ReadAccesses(const sxASN_AuthorityInfoAccessSyntax &tree, std::vector<sxAcc
 }
 
 const char *WriteAccesses(const std::vector<sxAccess> &accesses, sxASN_AuthorityInfoAccessSyntax *tree) {
+  if (const char *const fault = sxCountFault(accesses.size(), "no place"); fault != nullptr) return fault;
   for (const sxAccess &access : accesses) {
     sxASN_AccessDescription *const element = tree->Append();
     element->accessMethod = new sxAsnOid(access.method);
@@ -112,7 +115,7 @@ const char *WriteAccesses(const std::vector<sxAccess> &accesses, sxASN_Authority
     if (access.method.Len() < 1) return "a place without method";
     if (!access.location.Fill(element->accessLocation, sxNameUse::kName)) return kBadName;
   }
-  return accesses.empty() ? "no place" : nullptr;
+  return nullptr;
 }
 
 std::string MethodText(const sxAsnOid &method) {

@@ -131,6 +131,7 @@ bool WriteNotice(const sxPolicyQualifier &from, sxASN_UserNotice *notice) {
     return false;
   }
   if (from.organization.empty()) return from.noticeNumbers.empty();
+  if (sxCountFault(from.noticeNumbers.size(), nullptr) != nullptr) return false;
   notice->noticeRef = new sxASN_NoticeReference;
   notice->noticeRef->organization = new sxASN_DisplayText;
   notice->noticeRef->noticeNumbers = new sxASN_NoticeReferenceSeqOf;
@@ -161,6 +162,7 @@ std::unique_ptr<sxAsnType> QualifierOf(const sxPolicyQualifier &from, const sxAs
 }
 
 const char *WritePolicies(const std::vector<sxPolicy> &policies, sxASN_CertificatePolicies *tree) {
+  if (const char *const fault = sxCountFault(policies.size(), "no policy"); fault != nullptr) return fault;
   std::vector<sxOctetView> ids;
   for (const sxPolicy &policy : policies) {
     sxASN_PolicyInformation *const info = tree->Append();
@@ -168,6 +170,7 @@ const char *WritePolicies(const std::vector<sxPolicy> &policies, sxASN_Certifica
     ids.push_back(sxView(policy.id.Data(), policy.id.Len()));
     if (policy.id.Len() < 1) return "a policy without identifier";
     if (policy.qualifiers.empty()) continue;
+    if (const char *const fault = sxCountFault(policy.qualifiers.size(), nullptr); fault != nullptr) return fault;
     info->policyQualifiers = new sxASN_PolicyInformationSeqOf;
     for (const sxPolicyQualifier &qualifier : policy.qualifiers) {
       std::unique_ptr<sxAsnType> value = QualifierOf(qualifier, policy.id);
@@ -177,11 +180,11 @@ const char *WritePolicies(const std::vector<sxPolicy> &policies, sxASN_Certifica
       out->qualifier = new sxAsnAny(qualifier.type, value.release());
     }
   }
-  if (policies.empty()) return "no policy";
   return sxHasTwice(std::move(ids)) ? "a policy twice" : nullptr;
 }
 
 const char *WriteMappings(const std::vector<sxPolicyMapping> &mappings, sxASN_PolicyMappings *tree) {
+  if (const char *const fault = sxCountFault(mappings.size(), "no mapping"); fault != nullptr) return fault;
   for (const sxPolicyMapping &mapping : mappings) {
     for (const sxAsnOid *const policy : {&mapping.issuerDomain, &mapping.subjectDomain}) {
       if (policy->Len() < 1 || policy->OidEquiv(sxASN_anyPolicy)) return "no policy, or any policy";
@@ -190,7 +193,7 @@ const char *WriteMappings(const std::vector<sxPolicyMapping> &mappings, sxASN_Po
     out->issuerDomainPolicy = new sxAsnOid(mapping.issuerDomain);
     out->subjectDomainPolicy = new sxAsnOid(mapping.subjectDomain);
   }
-  return mappings.empty() ? "no mapping" : nullptr;
+  return nullptr;
 }
 
 // --- printing ---

@@ -27,9 +27,9 @@ namespace {
 bool ReadFeatures(const Features &tree, std::vector<int> *features) { return sxReadItems(tree, features, sxReadCount); }
 
 const char *WriteFeatures(const std::vector<int> &features, Features *tree) {
+  if (const char *const fault = sxCountFault(features.size(), "no feature"); fault != nullptr) return fault;
   std::vector<int> sorted = features;
   std::ranges::sort(sorted);
-  if (sorted.empty()) return "no feature";
   if (sorted.front() < 0 || sorted.back() > kMaxTlsFeature) return "a number that no TLS extension has";
   if (std::ranges::adjacent_find(sorted) != sorted.end()) return "a feature twice";
   for (const int feature : features) tree->Append()->Set(feature);

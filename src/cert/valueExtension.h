@@ -66,6 +66,12 @@ class sxValueExtension : public sxExtension_imp {
 /// Whether as many elements are read, and that there are some: lists are SIZE (1..MAX).
 inline bool sxIsIssuedCount(int count) { return count > 0 && static_cast<size_t>(count) <= kMaxIssuedItems; }
 
+/// Why a list of so many must not be issued: it would not be read. @param none  the reason where there is none @return or null
+inline const char *sxCountFault(size_t count, const char *none) {
+  if (count == 0) return none;
+  return count <= kMaxIssuedItems ? nullptr : "more than is read";
+}
+
 /// Whether something holds of every element of a list.
 template <class Tree, class Holds>
 bool sxAllOf(const Tree &tree, const Holds &holds) {

@@ -157,7 +157,12 @@ class RandomValues {
       case 2: name.kind = sxNameKind::kIp, name.octets = Some((Below(2) + 1) * (Below(2) * 12 + 4)); break;
       default: name.kind = sxNameKind::kOid, name.oid = Oid(1);
     }
-    if (name.kind == sxNameKind::kIp) name.octets = Some((use == sxNameUse::kBase ? 2 : 1) * (Below(2) * 12 + 4));
+    if (name.kind == sxNameKind::kIp) name.octets = Some(Below(2) * 12 + 4);
+    if (name.kind == sxNameKind::kIp && use == sxNameUse::kBase) {
+      Octets mask(name.octets.size());
+      for (int bit = Below(static_cast<int>(8 * mask.size()) + 1); bit-- > 0;) mask[static_cast<size_t>(bit / 8)] |= 0x80 >> bit % 8;
+      name.octets.insert(name.octets.end(), mask.begin(), mask.end());
+    }
     return name;
   }
   std::vector<sxPolicy> Policies() {
@@ -227,6 +232,11 @@ TEST(IssuedExtensions, ListsAreBounded) {
     Octets policies;
     for (size_t i = 0; i < count; ++i) policies.insert(policies.end(), {0x30, 3, 6, 1, 0x2A});
     EXPECT_EQ(isRead, Parse(sxASN_id_ce_certificatePolicies, Der(0x30, policies)) != nullptr);
+    sxAnyName name;
+    name.kind = sxNameKind::kDns, name.text = "a.example";
+    const Octets names = Composed(sxASN_id_ce_issuerAltName, sxIssuerAltName(std::vector(count, name)));
+    EXPECT_EQ(isRead, !names.empty() && Parse(sxASN_id_ce_issuerAltName, names) != nullptr);
+    EXPECT_EQ(isRead, !names.empty());
   }
   const std::string longest(kMaxNoticeChars, 'x');
   sxPolicyQualifier notice{sxASN_id_qt_unotice, "", longest, "", {}};

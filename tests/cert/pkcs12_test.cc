@@ -94,15 +94,24 @@ TEST(Pkcs12, OpensNothingThatTheMacIsNotOf) {
   }
 }
 
+// Two iterations each: for a key of as many digests as its length takes, and where it is derived for a vector.
+TEST(Pkcs12, CountsEachDigestThatIsDerived) {
+  for (const auto &[name, password, spent] : {std::tuple{"pbmac1", "secret", 2U}, {"pbmac1-long", "pässword", 4U},
+                                              {"openssl", "secret", 6U}, {"openssl-legacy", "secret", 12U}}) {
+    sxPkcs12 container;
+    ASSERT_EQ(sxPkcs12_ok, container.Read(Container(name)));
+    EXPECT_EQ(sxPkcs12_ok, OpenWith(container, password));
+    EXPECT_EQ(spent, container.Spent()) << name;
+  }
+}
+
 TEST(Pkcs12, SpendsNoMoreThanIsAllowed) {
   const unsigned char secret[] = {'x'};
   ContainerPassword password(secret);
-  PbeDerivation derivation;
-  derivation.iterations = kMaxPbeIterations;
   ContainerFailure failure;
   uint64_t tries = 0;
   const auto isRight = [&tries](sxOctetView, PbeFailure *) { return ++tries, true; };
-  while (password.Try(derivation, isRight, &failure)) {}
+  while (password.Try(PbeKdf::kPbkdf2, kMaxPbeIterations, isRight, &failure)) {}
   EXPECT_EQ(kMaxPkcs12Iterations / kMaxPbeIterations, tries);
   EXPECT_EQ("costs more than is tried: more than 40000000 iterations in the whole container", failure.Text());
 }
@@ -167,6 +176,9 @@ TEST(Pkcs12, WritesWhatItReads) {
   EXPECT_EQ("failed: a name that is too long, or no UTF-8", refused({nullptr, cert.Get(), nullptr, "\xFF"}, Quick({}), secret));
   EXPECT_EQ("failed: a key without its private part, or of no form that is written",
             refused({cert.Get()->PubKey(), nullptr, nullptr, ""}, Quick({}), secret));
+  open.isOpen = false;
+  open.mac = static_cast<sxPkcs12MacKind>(7);
+  EXPECT_EQ("failed: settings out of range", refused(entries[0], open, secret));
   mixed.macIterations = 0;
   EXPECT_EQ("failed: settings out of range", refused(entries[0], mixed, secret));
 }

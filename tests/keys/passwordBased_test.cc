@@ -22,7 +22,7 @@ TEST(PasswordBased, SaysWhatItMakesOfAlgorithms) {
     EXPECT_EQ(rc == sxPbe_ok ? 16U : 3U, out.Len());
     EXPECT_EQ(rc == sxPbe_ok, out.IsSensitive());
     return why;
-  }}, {"bmp", [](const CaseRow &row) {
+  }}, {"cost", [](const CaseRow &row) { return std::to_string(sxPbe_Cost(CaseOctets(row[1]))); }}, {"bmp", [](const CaseRow &row) {
     kxBinBuf out;
     sxPbe_BmpPassword(CaseOctets(row[1]), out);
     EXPECT_TRUE(out.IsSensitive());

@@ -21,6 +21,12 @@ int OpenWithout(sxPkcs12 &container, std::string *why) {
   return std::ranges::any_of(container.Bags(), needsIt) ? sxPkcs12_needsPassword : sxPkcs12_ok;
 }
 
+// Of one that is open without a password: whether there is nothing that one could be for.
+bool IsPlain(const sxPkcs12 &container) {
+  return std::ranges::none_of(container.Bags(),
+                              [](const sxPkcs12Bag &bag) { return bag.kind == sxPkcs12Kind::kShroudedKey; });
+}
+
 // @return false: told, or nobody is to be asked
 bool ReadPassword(const std::string &path, const std::string &source, Ask ask, kxBinBuf &password, Report &report) {
   if (source.empty() && ask == Ask::kNobody) return false;
@@ -60,6 +66,10 @@ std::unique_ptr<sxPkcs12> ReadContainer(const std::string &path, Report &report)
 bool OpenContainer(sxPkcs12 &container, const std::string &path, const std::string &source, Ask ask, Report &report) {
   std::string why;
   int result = OpenWithout(container, &why);
+  if (result == sxPkcs12_ok && !source.empty() && IsPlain(container)) {
+    report.Note(InputName(path),
+                "neither encrypted nor with a MAC: the password was not needed, and nothing was checked");
+  }
   if (result == sxPkcs12_needsPassword) {
     kxBinBuf password;
     password.SetSensitive(true);
@@ -68,4 +78,16 @@ bool OpenContainer(sxPkcs12 &container, const std::string &path, const std::stri
   }
   if (result != sxPkcs12_ok) report.Problem(kExitInputError, InputName(path), why);
   return result == sxPkcs12_ok;
+}
+
+bool TellLostKeys(const sxPkcs12 &container, const std::string &path, const std::string &name, Report &report) {
+  bool hasLost = false;
+  for (const sxPkcs12Bag &bag : container.Bags()) {
+    const bool isPrivate = bag.kind == sxPkcs12Kind::kKey || bag.kind == sxPkcs12Kind::kShroudedKey;
+    if (!isPrivate || bag.key != nullptr || (!name.empty() && bag.name != name)) continue;
+    const std::string which = bag.name.empty() ? "" : " \"" + bag.name + "\"";
+    report.Problem(kExitInputError, InputName(path), "a private key" + which + " is not usable: " + bag.why);
+    hasLost = true;
+  }
+  return hasLost;
 }

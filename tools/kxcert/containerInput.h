@@ -24,4 +24,9 @@ enum class Ask { kTerminal, kNobody };
 /// @return false: a problem, which has been told; or there is no password, and nobody is to be asked
 bool OpenContainer(sxPkcs12 &container, const std::string &path, const std::string &source, Ask ask, Report &report);
 
+/// Tells of every private key of an open container that is not usable, and why: each is a problem.
+/// @param name  "": all of them; else those with this friendly name
+/// @return whether there are such
+bool TellLostKeys(const sxPkcs12 &container, const std::string &path, const std::string &name, Report &report);
+
 #endif

@@ -1,6 +1,7 @@
 // kxcert NOUN VERB: finds the verb, runs it, and says with the exit code how it ended.
 #include <sys/resource.h>
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
@@ -85,7 +86,8 @@ void WriteNoCore() {
 
 int main(int argc, char **argv) {
   WriteNoCore();
-  fsv_refuse_zero_time(true);  // no verb takes a signature whose time is not signed
+  std::signal(SIGXFSZ, SIG_IGN);  // so that what cannot be written is said, and what is half done is taken back
+  fsv_refuse_zero_time(true);     // no verb takes a signature whose time is not signed
   try {
     return Run(argc, argv);
   } catch (const std::exception &error) {

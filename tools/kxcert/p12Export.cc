@@ -9,6 +9,7 @@
 #include "certInput.h"
 #include "containerFacts.h"
 #include "crlInput.h"
+#include "filePlace.h"
 #include "keyInput.h"
 #include "keyOutput.h"
 #include "keyPassword.h"
@@ -107,8 +108,17 @@ bool ReadParts(const Options &options, Parts &parts, Report &report) {
   return true;
 }
 
+bool ReplacesInput(const Options &options) {
+  const auto isOutput = [&options](const std::string &input) { return IsInput(options.output.file, input); };
+  return (!options.key.empty() && isOutput(options.key)) || std::ranges::any_of(options.certs, isOutput) ||
+         std::ranges::any_of(options.chain, isOutput) || std::ranges::any_of(options.crls, isOutput);
+}
+
 void Run(const Options &options, Report &report) {
   if (const char *const wrong = WrongUsage(options)) return report.Problem(kExitUsage, "", wrong);
+  if (!options.output.file.empty() && ReplacesInput(options)) {
+    return report.Problem(kExitUsage, options.output.file, "is an input, and is not replaced");
+  }
   Parts parts;
   if (!ReadParts(options, parts, report)) return;
   kxBinBuf password, container;
@@ -122,7 +132,8 @@ void Run(const Options &options, Report &report) {
   const int result = sxPkcs12_Write(parts.entries, SettingsOf(options), given, container, &why);
   if (result != sxPkcs12_ok) return report.Problem(kExitInputError, "", "no container can be made: " + why);
   if (!WriteOctets({container.Data(), container.Len()}, options.output, report)) return;
-  report.Document()["certificates"] = parts.certs.size();
+  report.Document()["certificates"] =
+      std::ranges::count_if(parts.entries, [](const sxPkcs12Entry &entry) { return entry.cert != nullptr; });
   report.Document()["key"] = parts.key.key != nullptr;
 }
 

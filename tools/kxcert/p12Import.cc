@@ -10,6 +10,7 @@
 #include "certFacts.h"
 #include "containerFacts.h"
 #include "containerInput.h"
+#include "filePlace.h"
 #include "keyFacts.h"
 #include "keyOutput.h"
 #include "keyPassword.h"
@@ -33,6 +34,7 @@ struct Options {
 struct Output {
   std::string file;
   std::vector<int> bags;
+  bool wasThere = false;
 };
 
 class Import {
@@ -72,12 +74,17 @@ class Import {
     if (!m_options.name.empty()) {
       std::erase_if(keys, [this](const sxPkcs12Key &key) { return Bag(key.key).name != m_options.name; });
     }
+    const bool wantsKey = !m_options.keyFile.empty() || keys.empty();
+    const bool hasLost = wantsKey && TellLostKeys(m_container, m_options.file, m_options.name, m_report);
     if (keys.empty()) {
-      return Refuse(kExitInputError, m_options.name.empty() ? "no key that is usable is in it; --out-dir takes the rest"
+      return !hasLost &&
+             Refuse(kExitInputError, m_options.name.empty() ? "no key that is usable is in it; --out-dir takes the rest"
                                                             : "no key of that name is in it");
     }
     if (keys.size() > 1) {
-      return Refuse(kExitInputError, std::to_string(keys.size()) + " keys are in it: give --name or --out-dir");
+      const std::string number = std::to_string(keys.size());
+      return Refuse(kExitInputError, m_options.name.empty() ? number + " keys are in it: give --name or --out-dir"
+                                                            : number + " keys have that name: give --out-dir");
     }
     const sxPkcs12Key &key = keys.front();
     if (key.chain.empty() && !m_options.certFile.empty())
@@ -104,20 +111,27 @@ class Import {
     }
     Plan(InFolder("other-certs.pem"), m_order.otherCerts);
     Plan(InFolder("crls.pem"), m_order.otherCrls);
-    return !m_outputs.empty() || Refuse(kExitInputError, "nothing that is written is in it");
+    const bool hasLost = TellLostKeys(m_container, m_options.file, "", m_report);
+    return !m_outputs.empty() || (!hasLost && Refuse(kExitInputError, "nothing that is written is in it"));
   }
   std::string InFolder(const std::string &name) const { return m_options.folder + "/" + name; }
 
   // Before anything is written: all of them, or none.
   bool CanWrite() {
     bool can = true;
-    std::set<std::string> files;
+    std::set<FilePlace> places;
     for (const Output &output : m_outputs) {
-      if (!files.insert(output.file).second) return Refuse(kExitUsage, "two outputs are one file: " + output.file);
+      if (!places.insert(PlaceOf(output.file)).second) {
+        return Refuse(kExitUsage, "two outputs are one file: " + output.file);
+      }
+      if (IsInput(output.file, m_options.file)) {
+        return Refuse(kExitUsage, "an output would replace it: " + output.file);
+      }
     }
-    for (const Output &output : m_outputs) {
+    for (Output &output : m_outputs) {
       struct stat found;
-      if (lstat(output.file.c_str(), &found) != 0) continue;
+      output.wasThere = lstat(output.file.c_str(), &found) == 0;
+      if (!output.wasThere) continue;
       if (m_options.force && CanBeReplaced(output.file)) continue;
       m_report.Problem(kExitInputError, output.file,
                        m_options.force ? "is no file that could be replaced" : "is there already; --force replaces it");
@@ -129,11 +143,18 @@ class Import {
   bool WriteAll(const KeyProtection &protection) {
     for (size_t i = 0; i < m_outputs.size(); ++i) {
       if (Write(m_outputs[i], protection)) continue;
-      // What was replaced is gone, but what is new is of no use alone.
-      for (size_t done = 0; done < i && !m_options.force; ++done) unlink(m_outputs[done].file.c_str());
+      for (size_t done = 0; done < i; ++done) TakeBack(m_outputs[done]);
       return false;
     }
     return true;
+  }
+
+  // What was replaced is gone, but what is new is of no use alone.
+  void TakeBack(const Output &output) {
+    if (output.wasThere) return m_report.Note(output.file, "was replaced before that failed");
+    if (unlink(output.file.c_str()) != 0) {
+      m_report.Problem(kExitInputError, output.file, "is new, and cannot be removed again");
+    }
   }
 
   bool Write(const Output &output, const KeyProtection &protection) {

@@ -42,7 +42,9 @@ void Run(const Options &options, Report &report) {
   const std::unique_ptr<sxPkcs12> container = ReadContainer(options.file, report);
   if (container == nullptr) return;
   const Ask ask = options.noPassword ? Ask::kNobody : Ask::kTerminal;
-  static_cast<void>(OpenContainer(*container, options.file, options.password, ask, report));
+  if (OpenContainer(*container, options.file, options.password, ask, report)) {
+    TellLostKeys(*container, options.file, "", report);
+  }
   report.Document()["container"] = ContainerFacts(*container);
   Tell(*container, report);
   if (!container->IsOpen()) report.Note("", "not opened: what is told is only what the file claims");

@@ -36,7 +36,7 @@ constexpr size_t kMaxPkcs12Bags = 4096;                ///< of all safes
 constexpr int kMaxPkcs12Attributes = 64;               ///< of a bag
 constexpr size_t kMaxPkcs12NameLen = 4096;             ///< octets of a friendly name, in UTF-8
 constexpr size_t kMaxPkcs12KeyIdLen = 1024;            ///< octets of a local key identifier
-constexpr uint64_t kMaxPkcs12Iterations = 40'000'000;  ///< of all derivations of a container, those in vain included
+constexpr uint64_t kMaxPkcs12Iterations = 40'000'000;  ///< of all derivations of a container, each digest and try
 constexpr uint64_t kMinPbmac1KeyLen = 20;              ///< octets (RFC 9579)
 
 enum sxPkcs12Result : int {
@@ -110,7 +110,7 @@ class KXCERT_EXPORT sxPkcs12 {
   /// opens none of the keys; where it was open without one, their bags then say so.
   int Open(sxPbeOctets password, std::string *why = nullptr);
   bool IsOpen() const;
-  uint64_t Spent() const;  ///< iterations that all calls of Open took
+  uint64_t Spent() const;  ///< iterations that all calls of Open took, as sxPbe_Cost counts
 
   bool HasMac() const;
   const sxPkcs12Protection &Mac() const;  ///< "HMAC-SHA2-256", "PBMAC1 with HMAC-SHA2-256"; "" without one

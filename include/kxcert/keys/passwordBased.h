@@ -58,7 +58,7 @@ using sxPbeOctets = std::span<const unsigned char>;
 KXCERT_EXPORT int sxPbe_Decrypt(sxPbeOctets algorithm, sxPbeOctets content, sxPbeOctets password, kxBinBuf &out,
                                 std::string *why = nullptr);
 
-/// Iterations that deriving the key costs, for whoever adds up what a file asks for; 0 for what would not be tried.
+/// Iterations that deriving the key costs, those of each digest of it counted; 0 for what would not be tried.
 KXCERT_EXPORT uint64_t sxPbe_Cost(sxPbeOctets algorithm);
 
 enum sxPbeCipher : int {

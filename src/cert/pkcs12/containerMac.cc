@@ -26,17 +26,11 @@ struct MacPlan {
   bool isPbmac1 = false;
 };
 
-size_t DigestLen(const char *name) {
-  const ErrorQueueMark mark;
-  const sxOwned<EVP_MD, EVP_MD_free> digest(EVP_MD_fetch(nullptr, name, nullptr));
-  return digest == nullptr ? 0 : static_cast<size_t>(EVP_MD_get_size(digest.get()));
-}
-
 bool SetHmac(const char *digest, sxOctetView oid, MacPlan *plan, PbeFailure *failure) {
   if (digest == nullptr) return failure->Set(sxPbe_unsupported, "a MAC of the algorithm " + PbeOidText(oid));
   plan->hmac = digest;
-  plan->hmacLen = DigestLen(digest);
-  return plan->hmacLen > 0 || failure->Set(sxPbe_failed, std::string(digest) + " is not there");
+  plan->hmacLen = PbeDigestLen(digest);
+  return true;
 }
 
 //   PBMAC1-params ::= SEQUENCE { keyDerivationFunc AlgorithmIdentifier, messageAuthScheme AlgorithmIdentifier }
@@ -162,7 +156,8 @@ bool CheckMac(const ContainerMac &mac, sxOctetView octets, ContainerPassword &pa
     if (!Compute(plan, octets, form, computed, pbeFailure)) return false;
     return CRYPTO_memcmp(computed, mac.digest.data(), plan.hmacLen) == 0 || pbeFailure->Set(sxPbe_wrongPassword);
   };
-  if (password.Try(plan.derivation, isRight, failure)) return true;
+  const PbeDerivation &derivation = plan.derivation;
+  if (password.Try(derivation.kdf, PbeCost(derivation, derivation.keyLen), isRight, failure)) return true;
   if (failure->result == sxPkcs12_notDecrypted) failure->Set(sxPkcs12_wrongPassword);
   return false;
 }

@@ -41,8 +41,7 @@ ContainerPassword::ContainerPassword(sxPbeOctets given) : m_isGiven(given.data()
   std::erase_if(m_octets.forms, isTooLong);
 }
 
-bool ContainerPassword::Spend(const PbeDerivation &derivation, ContainerFailure *failure) {
-  const uint64_t cost = PbeCost(derivation);
+bool ContainerPassword::Spend(uint64_t cost, ContainerFailure *failure) {
   if (cost > kMaxPkcs12Iterations - m_spent) {
     return failure->Set(sxPkcs12_tooCostly,
                         "more than " + std::to_string(kMaxPkcs12Iterations) + " iterations in the whole container");
@@ -51,15 +50,15 @@ bool ContainerPassword::Spend(const PbeDerivation &derivation, ContainerFailure 
   return true;
 }
 
-bool ContainerPassword::Try(const PbeDerivation &derivation,
+bool ContainerPassword::Try(PbeKdf kdf, uint64_t cost,
                             const std::function<bool(sxOctetView password, PbeFailure *failure)> &isRight,
                             ContainerFailure *failure) {
   if (!m_isGiven) return failure->Set(sxPkcs12_needsPassword);
-  Forms &forms = derivation.kdf == PbeKdf::kPkcs12 ? m_characters : m_octets;
+  Forms &forms = kdf == PbeKdf::kPkcs12 ? m_characters : m_octets;
   for (size_t i = 0; i < forms.forms.size(); ++i) {
     const size_t number = (forms.right + i) % forms.forms.size();
     PbeFailure why;
-    if (!Spend(derivation, failure)) return false;
+    if (!Spend(cost, failure)) return false;
     if (isRight(forms.forms[number], &why)) return forms.right = number, true;
     if (why.result != sxPbe_wrongPassword) return failure->Set(why);
   }
@@ -82,5 +81,5 @@ bool ContainerPassword::Decrypt(sxOctetView algorithm, sxOctetView content, bool
     *out = std::move(plain);
     return true;
   };
-  return Try(plan.derivation, decrypt, failure);
+  return Try(plan.derivation.kdf, PbeCost(plan), decrypt, failure);
 }

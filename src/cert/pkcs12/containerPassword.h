@@ -18,10 +18,11 @@ class ContainerPassword {
   uint64_t Spent() const { return m_spent; }  ///< iterations
 
   /// Asks with one form of the password after the other until one is right, beginning with that which was right before.
-  /// @param derivation  says which forms there are, and what each try costs
-  /// @param isRight     given the octets; sxPbe_wrongPassword goes on to the next form
-  bool Try(const PbeDerivation &derivation,
-           const std::function<bool(sxOctetView password, PbeFailure *failure)> &isRight, ContainerFailure *failure);
+  /// @param kdf      says which forms there are
+  /// @param cost     of each try, as PbeCost counts
+  /// @param isRight  given the octets; sxPbe_wrongPassword goes on to the next form
+  bool Try(PbeKdf kdf, uint64_t cost, const std::function<bool(sxOctetView password, PbeFailure *failure)> &isRight,
+           ContainerFailure *failure);
 
   /// @param isRight  whether what was decrypted is of the kind that it should be
   bool Decrypt(sxOctetView algorithm, sxOctetView content, bool (*isRight)(const kxBinBuf &plain), kxBinBuf *out,
@@ -32,7 +33,7 @@ class ContainerPassword {
     std::vector<sxOctetView> forms;  // one without data: none at all
     size_t right = 0;
   };
-  bool Spend(const PbeDerivation &derivation, ContainerFailure *failure);
+  bool Spend(uint64_t cost, ContainerFailure *failure);
 
   bool m_isGiven;
   kxBinBuf m_latin1, m_utf16;    // sensitive

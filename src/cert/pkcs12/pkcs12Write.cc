@@ -77,7 +77,8 @@ bool ContainerWriter::CheckSettings(ContainerFailure *failure) const {
   const sx_md_type digest = m_settings.macDigest;
   const bool isKnown =
       digest == sx_md_sha1 || digest == sx_md_sha256 || digest == sx_md_sha384 || digest == sx_md_sha512;
-  return (isKnown && isInRange(m_settings.macIterations) && isInRange(m_settings.keys.iterations) &&
+  const bool isKind = m_settings.mac == sxPkcs12MacKind::kOwn || m_settings.mac == sxPkcs12MacKind::kPbmac1;
+  return (isKnown && isKind && isInRange(m_settings.macIterations) && isInRange(m_settings.keys.iterations) &&
           isInRange(m_settings.certs.iterations)) ||
          failure->Set(sxPkcs12_failed, "settings out of range");
 }

@@ -104,5 +104,5 @@ int sxPbe_Encrypt(const sxPbeSettings &settings, sxPbeOctets plain, sxPbeOctets 
 uint64_t sxPbe_Cost(sxPbeOctets algorithm) {
   PbeFailure failure;
   PbePlan plan;
-  return ReadPbePlan(algorithm, &plan, &failure) ? PbeCost(plan.derivation) : 0;
+  return ReadPbePlan(algorithm, &plan, &failure) ? PbeCost(plan) : 0;
 }

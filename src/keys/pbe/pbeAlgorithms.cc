@@ -60,16 +60,20 @@ constexpr unsigned char kSha512Of256Oid[] = {0x60, 0x86, 0x48, 0x01, 0x65, 0x03,
 struct DigestRow {
   sxOctetView oid;
   const char *name;
+  size_t len;                     // octets of a digest
   sx_md_type md = sx_md_unknown;  // sx_md_unknown: is not written
 };
-constexpr DigestRow kPrfs[] = {
-    {kHmacSha256, "SHA2-256", sx_md_sha256}, {kHmacSha1, kSha1, sx_md_sha1}, {kHmacSha384, "SHA2-384", sx_md_sha384},
-    {kHmacSha512, "SHA2-512", sx_md_sha512}, {kHmacSha224, "SHA2-224"},      {kHmacSha512Of224, "SHA2-512/224"},
-    {kHmacSha512Of256, "SHA2-512/256"}};
-constexpr DigestRow kDigests[] = {{kSha256Oid, "SHA2-256"},          {kSha1Oid, kSha1},
-                                  {kSha384Oid, "SHA2-384"},          {kSha512Oid, "SHA2-512"},
-                                  {kSha224Oid, "SHA2-224"},          {kSha512Of224Oid, "SHA2-512/224"},
-                                  {kSha512Of256Oid, "SHA2-512/256"}, {kMd5Oid, kMd5}};
+constexpr DigestRow kPrfs[] = {{kHmacSha256, "SHA2-256", 32, sx_md_sha256},
+                               {kHmacSha1, kSha1, 20, sx_md_sha1},
+                               {kHmacSha384, "SHA2-384", 48, sx_md_sha384},
+                               {kHmacSha512, "SHA2-512", 64, sx_md_sha512},
+                               {kHmacSha224, "SHA2-224", 28},
+                               {kHmacSha512Of224, "SHA2-512/224", 28},
+                               {kHmacSha512Of256, "SHA2-512/256", 32}};
+constexpr DigestRow kDigests[] = {{kSha256Oid, "SHA2-256", 32},          {kSha1Oid, kSha1, 20},
+                                  {kSha384Oid, "SHA2-384", 48},          {kSha512Oid, "SHA2-512", 64},
+                                  {kSha224Oid, "SHA2-224", 28},          {kSha512Of224Oid, "SHA2-512/224", 28},
+                                  {kSha512Of256Oid, "SHA2-512/256", 32}, {kMd5Oid, kMd5, 16}};
 
 // RFC 8018, A.3, without MD2; RFC 7292, appendix C
 constexpr unsigned char kMd5Des[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x05, 0x03};
@@ -143,6 +147,10 @@ sxOctetView PbePrfOid(sx_md_type digest, const char **name) {
 const char *FindPbeDigest(sxOctetView oid) {
   const DigestRow *const found = Find(kDigests, oid);
   return found == nullptr ? nullptr : found->name;
+}
+
+size_t PbeDigestLen(const char *name) {
+  return std::ranges::find(kDigests, std::string_view(name), &DigestRow::name)->len;  // one of ours: it is there
 }
 
 const PbeScheme *FindPbeScheme(sxOctetView oid) { return Find(kSchemes, oid); }

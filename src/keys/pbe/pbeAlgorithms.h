@@ -29,6 +29,8 @@ const char *FindPbePrf(sxOctetView oid);
 sxOctetView PbePrfOid(sx_md_type digest, const char **name);
 /// A digest by its own identifier.
 const char *FindPbeDigest(sxOctetView oid);
+/// Octets of a digest by the name that one of these lends.
+size_t PbeDigestLen(const char *name);
 
 // The schemes of one identifier for digest and cipher.
 struct PbeScheme {

@@ -178,7 +178,17 @@ bool ReadPbePlan(sxOctetView algorithm, PbePlan *plan, PbeFailure *failure) {
   return ReadScheme(*known, scheme.parameters, plan, failure);
 }
 
-uint64_t PbeCost(const PbeDerivation &derivation) {
-  if (derivation.kdf != PbeKdf::kScrypt) return derivation.iterations;
-  return kScryptBlock * derivation.cost * derivation.blockSize * derivation.parallel / kPbeScryptShare;
+uint64_t PbeCost(const PbeDerivation &derivation, size_t len) {
+  if (derivation.kdf == PbeKdf::kScrypt) {
+    return kScryptBlock * derivation.cost * derivation.blockSize * derivation.parallel / kPbeScryptShare;
+  }
+  if (derivation.kdf == PbeKdf::kPbkdf1) return derivation.iterations;  // one digest is all that it has
+  const size_t digestLen = PbeDigestLen(derivation.digest);
+  return derivation.iterations * ((len + digestLen - 1) / digestLen);
+}
+
+uint64_t PbeCost(const PbePlan &plan) {
+  const PbeCipher &cipher = *plan.cipher;
+  const bool derivesVector = plan.derivation.kdf == PbeKdf::kPkcs12 && cipher.blockLen > 1;
+  return PbeCost(plan.derivation, cipher.keyLen) + (derivesVector ? PbeCost(plan.derivation, cipher.blockLen) : 0);
 }

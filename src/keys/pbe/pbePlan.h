@@ -35,8 +35,11 @@ std::string PbeNumberText(uint64_t number);
 uint64_t PbeScryptMemory(const PbeDerivation &derivation);
 constexpr uint64_t kMaxPbeScryptHeld = kMaxPbeScryptMemory + (uint64_t{1} << 20);
 
-/// In iterations; of numbers that are within their limits.
-uint64_t PbeCost(const PbeDerivation &derivation);
+/// What it takes, in iterations: PBKDF2 and PKCS #12 have all of them for each digest of what is derived (RFC 8018, 5.2;
+/// RFC 7292, B.2). Of numbers that are within their limits.
+/// @param len  octets that are derived
+uint64_t PbeCost(const PbeDerivation &derivation, size_t len);
+uint64_t PbeCost(const PbePlan &plan);  ///< of its key, and of its vector where that is derived
 
 bool CheckPbeIterations(uint64_t iterations, PbeFailure *failure);
 bool CheckPbeSalt(sxOctetView salt, PbeFailure *failure);

@@ -62,11 +62,11 @@ unsigned char *sxToSign::Begin(size_t contentLen) {
 bool sxToSign::MayLeaveThread() const { return sxIsOwnKey(*m_key); }
 
 bool sxToSign::Accepts(const sxSigned &made, sxPubKey *publicKey, bool asked) const {
-  if (!asked && sxIsOwnKey(*m_key)) return true;
-  const PubKeyRef own(publicKey == nullptr && !sxIsOwnKey(*m_key) ? PublicPart(m_key.get()) : nullptr);
-  sxPubKey *const verifier = publicKey != nullptr ? publicKey : own != nullptr ? own.get() : m_key.get();
-  const bool isKnown = publicKey != nullptr || own != nullptr || sxIsOwnKey(*m_key);
-  if (isKnown && made.VerifySig(verifier) == 0) return true;
+  const bool isOwn = sxIsOwnKey(*m_key);
+  if (isOwn && !asked) return true;
+  const PubKeyRef imported(publicKey == nullptr && !isOwn ? PublicPart(m_key.get()) : nullptr);
+  if (publicKey == nullptr) publicKey = isOwn ? m_key.get() : imported.get();
+  if (publicKey != nullptr && made.VerifySig(publicKey) == 0) return true;
   return herror_func(0, 0, "sxToSign::Accepts: the signature is wrong"), false;
 }
 

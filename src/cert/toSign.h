@@ -29,8 +29,9 @@ class sxToSign {
   /// Whether the key is this process's, so that any thread may use it. Others are kept elsewhere: what they answer is not
   /// believed unseen.
   bool MayLeaveThread() const;
-  /// @param asked   by the caller: any key's signature is verified
-  /// @param publicKey  what @p made must verify with; null: the key's public part. @return false: it does not (logged)
+  /// @param publicKey  what @p made must verify with; null: the key's public part
+  /// @param asked      by the caller: this process's own signatures are verified, too
+  /// @return false: it does not verify (logged)
   bool Accepts(const sxSigned &made, sxPubKey *publicKey, bool asked) const;
 
   struct Signed {

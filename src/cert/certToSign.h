@@ -9,6 +9,8 @@
 #include "kxcert/cert/sxCert.h"
 #include "toSign.h"
 
+struct sxPlainCert;
+
 class sxCertToSign {
  public:
   /// @param issuer  null: it signs itself
@@ -26,11 +28,13 @@ class sxCertToSign {
 
   sxCertToSign() = default;
   bool Write();
-  bool IsAsAsked(const sxCert &cert) const;
+  bool IsAsAsked(const sxCert &cert, const sxPlainCert &plain) const;
 
   std::unique_ptr<sxToSign> m_toSign;
   bool m_verify = false;
-  sxOwned<sxPubKey, sxFreePubKey> m_issuerKey;  // one reference of its own; null: it signs itself
+  // One reference each of its own.
+  sxOwned<sxPubKey, sxFreePubKey> m_issuerKey;  // null: it signs itself
+  sxOwned<sxPubKey, sxFreePubKey> m_publicKey;  // what m_keyInfo says; null: nobody has imported that yet
   sxIssueStatus m_status = sxIssue_ok;
   // What was asked for: whole elements; of the serial number the content, of the extensions that of their SEQUENCE.
   sxDerOctets m_serial, m_issuer, m_validity, m_subject, m_keyInfo, m_extensions;

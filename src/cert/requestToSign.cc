@@ -56,7 +56,6 @@ sxIssueStatus sxRequestToSign::New(const sxCertTemplate &wanted, const sxRequest
   if (made->m_toSign == nullptr) return sxIssue_signing_key;
   if (const sxIssueStatus status = made->Take(wanted, attributes); status != sxIssue_ok) return status;
   if (!made->Write()) return sxIssue_too_long;
-  if (!sxIsStrictDer(made->m_toSign->Octets())) return sxIssue_not_der;
   *out = std::move(made);
   return sxIssue_ok;
 }
@@ -66,6 +65,10 @@ sxIssueStatus sxRequestToSign::Take(const sxCertTemplate &wanted, const sxReques
   m_keyInfo = wanted.HasPubKey() ? parts.key.der : sxKeyInfo(m_toSign->Key()).der;
   if (m_keyInfo.empty()) return sxIssue_public_key;
   if (wanted.HasPubKey() && !sxIsSameKey(wanted.PubKey(), m_toSign->Key())) return sxIssue_other_key;
+  if (wanted.HasPubKey()) {
+    m_publicKey.reset(wanted.PubKey());
+    sxSavePubKey(wanted.PubKey());
+  }
   m_subject = parts.subject;
   if (!parts.hasFitSubject) return sxIssue_subject;
 
@@ -82,7 +85,7 @@ sxIssueStatus sxRequestToSign::Take(const sxCertTemplate &wanted, const sxReques
     sorted.insert(sxDerOf(kDerSequence, {sxDerOf(kDerOid, {type}), sxDerOf(kDerSet, {set})}));
   }
   for (const sxDerOctets &attribute : sorted) Append(m_attributes, attribute);
-  return sxIssue_ok;
+  return sxIsStrictDer(m_attributes) ? sxIssue_ok : sxIssue_not_der;
 }
 
 bool sxRequestToSign::Write() {
@@ -102,7 +105,7 @@ sxCertRequest *sxRequestToSign::Sign() {
   sxToSign::Signed made = m_toSign->Sign();
   if (made.area == nullptr) return nullptr;
   sxOwned<sxCertRequest, sxCertRequest_Free> request(
-      new sxCertRequest(new sxCertRequest_imp(std::move(made.area), made.offset, made.len)));
+      new sxCertRequest(new sxCertRequest_imp(std::move(made.area), made.offset, made.len, m_publicKey.get())));
   m_status = sxIssue_not_as_asked;
   if (!IsAsAsked(*request)) return herror_func(0, 0, "sxRequestToSign::Sign: not what was asked"), nullptr;
   if (!m_toSign->Accepts(*request, request->PubKey(), m_verify)) return nullptr;

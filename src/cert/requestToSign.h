@@ -40,6 +40,7 @@ class sxRequestToSign {
   bool IsAsAsked(const sxCertRequest &request) const;
 
   std::unique_ptr<sxToSign> m_toSign;
+  sxOwned<sxPubKey, sxFreePubKey> m_publicKey;  // what m_keyInfo says, one reference of its own; null: not imported yet
   bool m_verify = false;
   sxIssueStatus m_status = sxIssue_ok;
   sxDerOctets m_subject, m_keyInfo, m_attributes;  // whole elements; content of the set

@@ -1,6 +1,7 @@
 #include "kxcert/cert/sxCert.h"
 
 #include <cstring>
+#include <utility>
 
 #include "extensionWalk.h"
 #include "keys/keyAlgorithms.h"
@@ -30,15 +31,20 @@ int Seconds(const sxPlainTime &time) {
 
 int isSupportedSignatureAlgorithm(const sxAsnOid &oid) { return IsImportedKeyAlgorithm(oid) ? 1 : 0; }
 
-sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) { Decode(); }
-sxCert_imp::sxCert_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len)
-    : sxSigned_imp(std::move(area), offset, len) {
+sxCert_imp::sxCert_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) {
   Decode();
+  m_plain = sxPlainCert();
+}
+sxCert_imp::sxCert_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len, sxPubKey *key,
+                       sxPlainCert *fields)
+    : sxSigned_imp(std::move(area), offset, len), m_pubKey(key) {
+  if (key != nullptr) sxSavePubKey(key);
+  Decode();
+  *fields = std::exchange(m_plain, sxPlainCert());
 }
 
 void sxCert_imp::Decode() {
   if (DecodeWith([this] { return Read(); }) == 0) Extract(m_plain);
-  m_plain = sxPlainCert();
 }
 
 // Plain DER is read as it stands; everything else is decoded by the codec and read from its encoding.
@@ -99,6 +105,7 @@ std::unique_ptr<sxDN> sxCert_imp::NewName(sxOctetView octets, sxFlatName &&flat)
 }
 
 bool sxCert_imp::ExtractKey(const sxPlainCert &cert) {
+  if (m_pubKey != nullptr) return true;
   sxAsnOid algorithm;
   algorithm.Set(cert.keyAlgorithm.oid.data(), sxLen(cert.keyAlgorithm.oid));
   if (isSupportedSignatureAlgorithm(algorithm) == 0) {

@@ -83,13 +83,7 @@ bool sxCertRequest_imp::Read(sxPlainRequest *plain) {
 void sxCertRequest_imp::Extract(const sxPlainRequest &plain) {
   m_version = plain.version;
   m_subject.emplace(plain.subject.data(), sxLen(plain.subject));
-  sxSpkiResult result = sxSpki_ok;
-  const sxOctetView parameters = plain.keyAlgorithm.parameters;
-  m_pubKey.reset(sxPubKey_FromSPKI(plain.keyAlgorithm.oid.data(), sxLen(plain.keyAlgorithm.oid), parameters.data(),
-                                   sxLen(parameters), plain.keyBits.data(), sxLen(plain.keyBits), &result));
-  if (m_pubKey == nullptr) {
-    return SetError(result == sxSpki_unsupported || result == sxSpki_dsa ? "Key not supported" : "Error decoding key");
-  }
+  if (!ExtractKey(plain)) return;
   sxAsnOid oid;
   oid.Set(plain.signatureAlgorithm.oid.data(), sxLen(plain.signatureAlgorithm.oid));
   m_signAlgorithm = AlgType_By_SignOID(oid);
@@ -100,6 +94,17 @@ void sxCertRequest_imp::Extract(const sxPlainRequest &plain) {
     m_attributes.back().values = attribute.values;
   }
   if (const char *const wrong = TakeExtensions(); wrong != nullptr) SetError(wrong);
+}
+
+bool sxCertRequest_imp::ExtractKey(const sxPlainRequest &plain) {
+  if (m_pubKey != nullptr) return true;
+  sxSpkiResult result = sxSpki_ok;
+  const sxOctetView parameters = plain.keyAlgorithm.parameters;
+  m_pubKey.reset(sxPubKey_FromSPKI(plain.keyAlgorithm.oid.data(), sxLen(plain.keyAlgorithm.oid), parameters.data(),
+                                   sxLen(parameters), plain.keyBits.data(), sxLen(plain.keyBits), &result));
+  if (m_pubKey != nullptr) return true;
+  SetError(result == sxSpki_unsupported || result == sxSpki_dsa ? "Key not supported" : "Error decoding key");
+  return false;
 }
 
 const sxCertRequest_imp::Attribute *sxCertRequest_imp::Find(sxOctetView type) const {

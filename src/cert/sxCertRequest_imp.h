@@ -18,8 +18,11 @@
 class sxCertRequest_imp : public sxSigned_imp {
  public:
   sxCertRequest_imp(const unsigned char *buf, unsigned int len) : sxSigned_imp(buf, len) { Decode(); }
-  sxCertRequest_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len)
-      : sxSigned_imp(std::move(area), offset, len) {
+  /// One that was just made.
+  /// @param key  what its octets say, where it is there already; the caller compares them. Null: it is imported
+  sxCertRequest_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len, sxPubKey *key)
+      : sxSigned_imp(std::move(area), offset, len), m_pubKey(key) {
+    if (key != nullptr) sxSavePubKey(key);
     Decode();
   }
 
@@ -46,6 +49,7 @@ class sxCertRequest_imp : public sxSigned_imp {
   void Decode();
   bool Read(sxPlainRequest *plain);  // the fields, from the stored octets
   void Extract(const sxPlainRequest &plain);
+  bool ExtractKey(const sxPlainRequest &plain);
   const char *TakeExtensions();
 
   std::unique_ptr<unsigned char[]> m_plainOctets;  // when the stored ones are not plain

@@ -16,7 +16,10 @@
 class sxCert_imp : public sxSigned_imp {
  public:
   sxCert_imp(const unsigned char *buf, unsigned int len);
-  sxCert_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len);
+  /// One that was just made.
+  /// @param key     what its octets say, where it is there already; the caller compares them. Null: it is imported
+  /// @param fields  gets them as they were read, lent by the certificate
+  sxCert_imp(std::unique_ptr<unsigned char[]> area, size_t offset, size_t len, sxPubKey *key, sxPlainCert *fields);
 
   int Version() const { return m_version; }
   const sxAsnInt &SerialNum() const { return m_serial; }

@@ -35,6 +35,9 @@ class sxDN_imp : public sxPooled {
   int RemoveOid(const sxAsnOid *type);
 
   bool HasName() const { return m_hasName; }
+  sxOctetView Octets() const {
+    return m_octets;
+  }  ///< the whole element, lent until the name changes; empty without one
   const char *GetStr() const { return Text(m_str, false, "sxDN_imp::GetStr"); }
   const char *GetStr_ascii() const { return Text(m_str_ascii, true, "sxDN_imp::GetStr_ascii"); }
   int DerEncode(unsigned char **out, int *len) const;

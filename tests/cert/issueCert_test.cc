@@ -2,8 +2,12 @@
 #include "kxcert/cert/issueCert.h"
 
 #include <openssl/x509v3.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
 #include <random>
+#include <set>
 
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
@@ -16,6 +20,7 @@
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/keys/keyTasks.h"
 #include "kxcert/keys/sxPubKey_imp.h"
+#include "cert/randomSerial.h"
 #include "cert/toSign.h"
 #include "platform/owned.h"
 #include "support/asnHex.h"
@@ -233,6 +238,36 @@ TEST(sxIssueCert, EveryStatusHasItsOwnText) {
   EXPECT_EQ(sxIssue_issuer_extension + 1, static_cast<int>(texts.size()));
   EXPECT_STREQ("unknown", sxIssueStatusText(-1));
   EXPECT_STREQ("unknown", sxIssueStatusText(sxIssue_issuer_extension + 1));
+}
+
+TEST(sxDrawSerial, GivesAChildOfForkNoneOfItsParents) {
+  constexpr int kEach = 40;  // more than are drawn at once
+  using Serial = std::array<unsigned char, kRandomSerialLen>;
+  const auto draw = [] {
+    unsigned char serial[kRandomSerialLen] = {};
+    EXPECT_TRUE(sxDrawSerial(serial));
+    EXPECT_TRUE(serial[0] >= 0x40 && serial[0] < 0x80) << "positive, and no shorter";
+    return std::to_array(serial);
+  };
+  std::set<Serial> seen = {draw()};
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  const pid_t child = fork();
+  for (int i = 0; i < kEach; ++i) {
+    const Serial serial = draw();
+    if (child == 0 && write(ends[1], serial.data(), serial.size()) != std::ssize(serial)) _exit(1);
+    seen.insert(serial);
+  }
+  if (child == 0) _exit(0);
+  for (Serial serial; seen.size() <= kEach * 2;) {
+    ASSERT_EQ(std::ssize(serial), read(ends[0], serial.data(), serial.size()));
+    ASSERT_TRUE(seen.insert(serial).second) << "twice";
+  }
+  int status = -1;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  close(ends[0]);
+  close(ends[1]);
 }
 
 TEST(sxIssueCert, HoldsValuesToTheirTypes) {

@@ -2,11 +2,10 @@
 #include <algorithm>
 #include <string_view>
 
-#include "issueRules.h"
+#include "generalNameForms.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/foundation/address.h"
 #include "kxcert/foundation/kxBinBuf.h"
-#include "nameSyntax.h"
 #include "peerText.h"
 #include "platform/textForms.h"
 #include "strictDer.h"
@@ -50,20 +49,9 @@ String StringOf(const std::string &text) {
   return String(reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size()));
 }
 
-bool IsIssuedText(sxNameKind kind, const std::string &text, sxNameUse use) {
-  if (use == sxNameUse::kBase) return sxIsNameBase(text);
-  if (kind == sxNameKind::kEmail) return sxIsMailbox(text);
-  return kind == sxNameKind::kDns ? sxIsDnsName(text) : sxIsAbsoluteUri(text);
-}
-
-// Of a name at least one RDN.
-bool IsIssuedDn(const sxASN_RDNSequence *name, sxNameUse use) {
-  return name != nullptr && (use == sxNameUse::kBase || name->Count() > 0) && sxIsNameForm(sxNameOctets(name));
-}
-
-bool HoldsSequence(sxOctetView element) {
-  sxDerElement outer;
-  return sxDerReader(element).Take(&outer) && sxDerReader(outer.content).NextIs(kDerSequence);
+bool HoldsOne(sxNameKind kind, sxOctetView element, sxNameUse use) {
+  sxDerElement name;
+  return sxDerReader(element).Take(&name) && sxIsNameOfKind(kind, name.content, use);
 }
 
 std::string AddressText(sxOctetView octets) {
@@ -91,12 +79,6 @@ int PrefixLen(sxOctetView mask) {
     }
   }
   return len;
-}
-
-// Of a base: a network, as RFC 4632 (3.1) writes one (RFC 5280, 4.2.1.10).
-bool IsIssuedAddress(sxOctetView octets, sxNameUse use) {
-  if (!IsAddressLen(octets.size(), use)) return false;
-  return use == sxNameUse::kName || PrefixLen(octets.subspan(octets.size() / 2)) >= 0;
 }
 
 std::string NetworkText(sxOctetView octets) {
@@ -163,27 +145,29 @@ bool sxAnyName::Fill(sxASN_GeneralName *out, sxNameUse use) const {
     case sxNameKind::kEmail:
     case sxNameKind::kDns:
     case sxNameKind::kUri:
-      if (!IsIssuedText(kind, text, use)) return false;
+      if (!sxIsNameOfKind(
+              kind, sxView(reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size())), use))
+        return false;
       if (kind == sxNameKind::kEmail) out->Set_rfc822Name(StringOf<sxAsnIA5String>(text));
       if (kind == sxNameKind::kDns) out->Set_dNSName(StringOf<sxAsnIA5String>(text));
       if (kind == sxNameKind::kUri) out->Set_uniformResourceIdentifier(StringOf<sxAsnIA5String>(text));
       return true;
     case sxNameKind::kDn: {
       const sxASN_RDNSequence *const name = dn.has_value() ? dn->GetName() : nullptr;
-      if (!IsIssuedDn(name, use)) return false;
+      if (name == nullptr || !sxIsNameOfKind(kind, sxNameOctets(name), use)) return false;
       out->Set_directoryName(*name);
       return true;
     }
     case sxNameKind::kIp:
-      if (!IsIssuedAddress(octets, use)) return false;
+      if (!sxIsNameOfKind(kind, octets, use)) return false;
       out->Set_iPAddress(sxAsnOcts(octets.data(), static_cast<int>(octets.size())));
       return true;
     case sxNameKind::kOid:
-      if (!sxIsStrictElement(sxDerOf(kDerOid, {sxView(oid.Data(), oid.Len())}))) return false;
+      if (!sxIsNameOfKind(kind, sxView(oid.Data(), oid.Len()), use)) return false;
       out->Set_registeredID(oid);
       return true;
-    default:  // as they were, if that is their kind and DER; an ORAddress begins with a SEQUENCE (RFC 5280, A.1)
-      return sxIsStrictElement(octets) && (kind != sxNameKind::kX400 || HoldsSequence(octets)) &&
+    default:  // as they were, if that is their kind and DER
+      return sxIsStrictElement(octets) && HoldsOne(kind, octets, use) &&
              sxASN_DecodeBuf(*out, reinterpret_cast<const char *>(octets.data()), static_cast<int>(octets.size())) ==
                  0 &&
              out->ChoiceId() == static_cast<int>(kind);

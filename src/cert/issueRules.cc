@@ -1,23 +1,24 @@
 #include "issueRules.h"
 
 #include <algorithm>
-#include <iterator>
 #include <memory>
 #include <utility>
 
+#include "extensionRules.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/issuedExtensions.h"
+#include "kxcert/cert/sxExtensions.h"
 #include "plainFields.h"
 #include "strictDer.h"
 #include "sxExtension_imp.h"
 
 namespace {
 
-constexpr size_t kMaxCountLen = 4;  // octets of a number that an int holds
+constexpr uint32_t kMaxCount = INT32_MAX;  // what readers keep of a path length
 constexpr size_t kNumUsages = 9;
-constexpr unsigned kCertSign = 1U << 5, kCrlSign = 1U << 6;  // of key usage
-constexpr int kMaxTypeLen = 10;                              // content octets of the types below
+constexpr unsigned kCertSign = 1U << sxKU_keyCertSign, kCrlSign = 1U << sxKU_cRLSign;
+constexpr int kMaxTypeLen = 10;  // content octets of the types below
 constexpr unsigned char kEmptySequence[] = {kDerSequence, 0};
 
 bool Is(sxOctetView content, const sxAsnOid &oid) { return sxEqual(content, sxView(oid.Data(), oid.Len())); }
@@ -83,138 +84,48 @@ bool IsIssuedAttribute(sxOctetView type, const sxDerElement &value) {
   return IsString(type, value) && !value.content.empty();
 }
 
-//   RDNSequence ::= SEQUENCE OF SET SIZE (1..MAX) OF SEQUENCE { type OBJECT IDENTIFIER, value ANY }
-bool IsName(sxOctetView name, bool (*isAttribute)(sxOctetView type, const sxDerElement &value)) {
-  sxDerReader all(name), rdns, assertions, assertion;
+using IsAttribute = bool (*)(sxOctetView type, const sxDerElement &value);
+
+//   RelativeDistinguishedName ::= SET SIZE (1..MAX) OF SEQUENCE { type OBJECT IDENTIFIER, value ANY }
+bool IsRdn(sxDerReader assertions, IsAttribute isAttribute) {
+  sxDerReader assertion;
   sxOctetView type;
   sxDerElement value;
+  if (assertions.AtEnd()) return false;
+  while (!assertions.AtEnd()) {
+    if (!assertions.Enter(kDerSequence, &assertion) || !assertion.Take(kDerOid, &type) || !assertion.Take(&value) ||
+        !assertion.AtEnd() || !isAttribute(type, value)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool IsName(sxOctetView name, IsAttribute isAttribute) {
+  sxDerReader all(name), rdns, assertions;
   if (!all.Enter(kDerSequence, &rdns) || !all.AtEnd()) return false;
   while (!rdns.AtEnd()) {
-    if (!rdns.Enter(kDerSet, &assertions) || assertions.AtEnd()) return false;
-    while (!assertions.AtEnd()) {
-      if (!assertions.Enter(kDerSequence, &assertion) || !assertion.Take(kDerOid, &type) || !assertion.Take(&value) ||
-          !assertion.AtEnd() || !isAttribute(type, value)) {
-        return false;
-      }
-    }
+    if (!rdns.Enter(kDerSet, &assertions) || !IsRdn(assertions, isAttribute)) return false;
   }
   return true;
 }
 
 // --- extensions ---
 
-enum class Critical { kAsAsked, kAlways, kNever, kOfCAs, kWithoutSubject };
-
-struct ExtensionRule {
-  sxOctetView oid;
-  Critical critical;
-  bool isForCAs;    // and for nobody else
-  int tag;          // of the value; 0: any
-  bool mayBeEmpty;  // the value's content
-};
-constexpr unsigned char kOidSubjectDirectory[] = {0x55, 0x1D, 9};
-constexpr unsigned char kOidSubjectKeyId[] = {0x55, 0x1D, 14};
-constexpr unsigned char kOidKeyUsage[] = {0x55, 0x1D, 15};
-constexpr unsigned char kOidSubjectAltName[] = {0x55, 0x1D, 17};
-constexpr unsigned char kOidIssuerAltName[] = {0x55, 0x1D, 18};
-constexpr unsigned char kOidBasicConstraints[] = {0x55, 0x1D, 19};
-constexpr unsigned char kOidNameConstraints[] = {0x55, 0x1D, 30};
-constexpr unsigned char kOidDistPoints[] = {0x55, 0x1D, 31};
-constexpr unsigned char kOidPolicies[] = {0x55, 0x1D, 32};
-constexpr unsigned char kOidPolicyMappings[] = {0x55, 0x1D, 33};
-constexpr unsigned char kOidAuthorityKeyId[] = {0x55, 0x1D, 35};
-constexpr unsigned char kOidPolicyConstraints[] = {0x55, 0x1D, 36};
-constexpr unsigned char kOidExtKeyUsage[] = {0x55, 0x1D, 37};
-constexpr unsigned char kOidFreshestCrl[] = {0x55, 0x1D, 46};
-constexpr unsigned char kOidInhibitAnyPolicy[] = {0x55, 0x1D, 54};
-constexpr unsigned char kOidAuthorityInfo[] = {0x2B, 6, 1, 5, 5, 7, 1, 1};
-constexpr unsigned char kOidSubjectInfo[] = {0x2B, 6, 1, 5, 5, 7, 1, 11};
-
-// RFC 5280, 4.2.1.1 to 4.2.2.2.
-constexpr ExtensionRule kExtensions[] = {
-    {kOidAuthorityKeyId, Critical::kNever, false, kDerSequence, false},
-    {kOidSubjectKeyId, Critical::kNever, false, kDerOctetString, false},
-    {kOidKeyUsage, Critical::kAlways, false, kDerBitString, false},  // "SHOULD", and no reason not to
-    {kOidPolicies, Critical::kAsAsked, false, kDerSequence, false},
-    {kOidPolicyMappings, Critical::kAlways, true, kDerSequence, false},
-    {kOidSubjectAltName, Critical::kWithoutSubject, false, kDerSequence, false},
-    {kOidIssuerAltName, Critical::kNever, false, kDerSequence, false},
-    {kOidSubjectDirectory, Critical::kNever, false, kDerSequence, false},
-    {kOidBasicConstraints, Critical::kOfCAs, false, kDerSequence, true},
-    {kOidNameConstraints, Critical::kAlways, true, kDerSequence, false},
-    {kOidPolicyConstraints, Critical::kAlways, true, kDerSequence, false},
-    {kOidExtKeyUsage, Critical::kAsAsked, false, kDerSequence, false},
-    {kOidDistPoints, Critical::kAsAsked, false, kDerSequence, false},
-    {kOidInhibitAnyPolicy, Critical::kAlways, true, kDerInteger, false},
-    {kOidFreshestCrl, Critical::kNever, false, kDerSequence, false},
-    {kOidAuthorityInfo, Critical::kNever, false, kDerSequence, false},
-    {kOidSubjectInfo, Critical::kNever, false, kDerSequence, false},
-};
-
-const ExtensionRule *RuleOf(sxOctetView oid) {
-  const auto *const found =
-      std::ranges::find_if(kExtensions, [oid](const ExtensionRule &rule) { return sxEqual(rule.oid, oid); });
-  return found == std::end(kExtensions) ? nullptr : found;
-}
-
-//   BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
-struct Constraints {
-  bool isCA = false, saysFalse = false, hasPathLen = false;
-  bool isLast = false;  // the path length is 0
-  bool isLong = false;  // more than an int has, which some do not read
-};
-bool ReadConstraints(sxOctetView value, Constraints *out) {
-  sxDerReader all(value), fields;
-  sxOctetView flag, pathLen;
-  if (!all.Enter(kDerSequence, &fields) || !all.AtEnd()) return false;
-  if (fields.NextIs(kDerBoolean)) {
-    if (!fields.Take(kDerBoolean, &flag)) return false;
-    if (flag.size() != 1) return false;
-    out->isCA = flag[0] != 0;
-    out->saysFalse = !out->isCA;
-  }
-  out->hasPathLen = fields.Take(kDerInteger, &pathLen);
-  if (!fields.AtEnd() || (out->hasPathLen && (pathLen.empty() || pathLen[0] >= 0x80))) return false;
-  out->isLast = out->hasPathLen && pathLen.size() == 1 && pathLen[0] == 0;
-  out->isLong = pathLen.size() > kMaxCountLen;
-  return true;
-}
-
-// Bit n of the number is bit n of the string; one octet more than the nine that have names is looked at.
-bool ReadUsage(sxOctetView value, unsigned *usage) {
-  sxDerReader all(value);
-  sxOctetView bits;
-  if (!sxTakePlainBits(all, kDerBitString, &bits) || !all.AtEnd()) return false;
-  *usage = 0;
-  for (size_t i = 1; i < bits.size() && i < 3; ++i) {
-    for (unsigned bit = 0; bit < 8; ++bit) *usage |= (bits[i] >> (7 - bit) & 1U) << ((i - 1) * 8 + bit);
-  }
-  return true;
-}
-
-// The bits that have names are nine, and the last one of them that is there is set (X.690, 11.2.2).
+// The bits that have names are nine, and one of them at least is set (RFC 5280, 4.2.1.3).
 bool IsIssuedUsage(sxOctetView value) {
   sxOctetView bits;
   if (!sxDerReader(value).Take(kDerBitString, &bits) || bits.size() < 2) return false;
-  return bits.size() * 8 - bits[0] <= 8 + kNumUsages && (bits.back() >> bits[0] & 1) != 0;
+  return bits.size() * 8 - bits[0] <= 8 + kNumUsages;
 }
 
-sxIssueStatus CheckValue(const ExtensionRule &rule, sxOctetView value) {
+sxIssueStatus CheckValue(const sxExtensionRule &rule, sxOctetView value) {
   sxDerElement element;
   if (!sxDerReader(value).Take(rule.tag, &element)) return sxIssue_extension;
   if (element.content.empty() && !rule.mayBeEmpty) return sxIssue_empty_extension;
-  if (sxEqual(rule.oid, kOidKeyUsage) && !IsIssuedUsage(value)) return sxIssue_key_usage;
-  return sxIssue_ok;
-}
-
-bool CriticalityOf(const ExtensionRule &rule, bool asked, bool isCA, bool hasSubject) {
-  switch (rule.critical) {
-    case Critical::kAlways: return true;
-    case Critical::kNever: return false;
-    case Critical::kOfCAs: return isCA || asked;
-    case Critical::kWithoutSubject: return !hasSubject || asked;
-    default: return asked;
-  }
+  const bool isSound = rule.form(value).reason == nullptr;
+  if (sxEqual(rule.oid, kOidKeyUsage)) return isSound && IsIssuedUsage(value) ? sxIssue_ok : sxIssue_key_usage;
+  return isSound ? sxIssue_ok : sxIssue_extension;
 }
 
 const sxExtToWrite *Find(const std::vector<sxExtToWrite> &extensions, sxOctetView oid) {
@@ -248,15 +159,15 @@ bool IsUnderstood(const sxPlainExtension &plain) {
 // @return false for a value that does not decode, and for a critical one that nobody here understands
 bool ReadIssuerExtension(const sxPlainExtension &ext, sxIssuerFacts *facts) {
   if (sxEqual(ext.oid, kOidBasicConstraints)) {
-    Constraints constraints;
-    const bool isRead = ReadConstraints(ext.value, &constraints);
+    sxPlainConstraints constraints;
+    const bool isRead = sxReadPlainConstraints(ext.value, &constraints);
     facts->isCA = isRead && constraints.isCA;
-    facts->isLast = constraints.isLast;
+    facts->isLast = constraints.hasPathLen && constraints.pathLen == 0;
     return isRead;
   }
   if (sxEqual(ext.oid, kOidKeyUsage)) {
     unsigned usage = 0;
-    const bool isRead = ReadUsage(ext.value, &usage);
+    const bool isRead = sxReadPlainUsage(ext.value, &usage);
     facts->mayNotSign = (usage & kCertSign) == 0;
     return isRead;
   }
@@ -269,8 +180,8 @@ bool ReadIssuerExtension(const sxPlainExtension &ext, sxIssuerFacts *facts) {
 
 // The default is absent; the composer of the library spells it out.
 sxIssueStatus Normalize(sxExtToWrite *ext) {
-  Constraints constraints;
-  if (!ReadConstraints(ext->value, &constraints) || constraints.isLong) return sxIssue_extension;
+  sxPlainConstraints constraints;
+  if (!sxReadPlainConstraints(ext->value, &constraints) || constraints.pathLen > kMaxCount) return sxIssue_extension;
   if (constraints.hasPathLen && !constraints.isCA) return sxIssue_basic_constraints;
   if (constraints.saysFalse) ext->value = kEmptySequence;
   return sxIssue_ok;
@@ -280,6 +191,7 @@ sxIssueStatus Normalize(sxExtToWrite *ext) {
 
 bool sxCheckName(sxOctetView name) { return sxIsStrictElement(name) && IsName(name, IsIssuedAttribute); }
 bool sxIsNameForm(sxOctetView name) { return IsName(name, IsString); }
+bool sxIsRdnContent(sxOctetView content) { return IsRdn(sxDerReader(content), IsString); }
 
 sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out) {
   if (tree == nullptr) return sxIssue_ok;
@@ -296,22 +208,22 @@ sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtTo
 }
 
 sxIssueStatus sxCheckExtensions(bool hasSubject, std::vector<sxExtToWrite> *extensions, sxSubjectFacts *facts) {
-  Constraints constraints;
+  sxPlainConstraints constraints;
   if (const sxExtToWrite *const ext = Find(*extensions, kOidBasicConstraints); ext != nullptr) {
-    ReadConstraints(ext->value, &constraints);
+    sxReadPlainConstraints(ext->value, &constraints);
   }
   facts->isCA = constraints.isCA;
   facts->hasAltName = Find(*extensions, kOidSubjectAltName) != nullptr;
   for (sxExtToWrite &ext : *extensions) {
-    const ExtensionRule *const rule = RuleOf(ext.oid);
+    const sxExtensionRule *const rule = sxExtensionRuleOf(ext.oid);
     if (rule == nullptr) continue;
     if (rule->isForCAs && !facts->isCA) return sxIssue_ca_extension;
     if (const sxIssueStatus status = CheckValue(*rule, ext.value); status != sxIssue_ok) return status;
-    ext.critical = CriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
+    ext.critical = sxCriticalityOf(*rule, ext.critical, facts->isCA, hasSubject);
   }
   const sxExtToWrite *const usage = Find(*extensions, kOidKeyUsage);
   unsigned bits = 0;
-  if (usage != nullptr && !ReadUsage(usage->value, &bits)) return sxIssue_key_usage;
+  if (usage != nullptr && !sxReadPlainUsage(usage->value, &bits)) return sxIssue_key_usage;
   facts->signsCrls = (bits & kCrlSign) != 0;
   // RFC 5280, 4.2.1.3 and 4.2.1.9: a CA says what its key is for, and only a CA signs certificates.
   if (facts->isCA && usage == nullptr) return sxIssue_key_usage;

@@ -26,6 +26,9 @@ bool sxCheckName(sxOctetView name);
 /// @param name  whole element
 bool sxIsNameForm(sxOctetView name);
 
+/// The same of a single RDN. @param content  of its SET
+bool sxIsRdnContent(sxOctetView content);
+
 /// The extensions of a tree (null: none), each with one strict DER value, none twice. basicConstraints that spell out
 /// the default are replaced by what DER has. Used for requests, too.
 sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out);

@@ -1,6 +1,7 @@
 #include "nameSyntax.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
@@ -32,15 +33,32 @@ bool IsDomain(std::string_view text) {
 // "[2001:db8::1]"; what is between the brackets its reader judges.
 bool IsBracketed(std::string_view text) { return text.size() > 2 && text.front() == '[' && text.back() == ']'; }
 
-// user@host:port, of which the host counts
-bool HasHost(std::string_view authority) {
-  if (const size_t at = authority.rfind('@'); at != kNone) authority.remove_prefix(at + 1);
+// RFC 3986, 2: whoever takes another character for one of these, a backslash for a slash, reads another host.
+bool HasUriCharacters(std::string_view text) {
+  static constexpr auto kIsNever = [] {
+    std::array<bool, 128> isNever{};
+    for (const char c : std::string_view("\"<>\\^`{|}")) isNever[static_cast<size_t>(c)] = true;
+    return isNever;
+  }();
+  return std::ranges::all_of(text, [](char c) { return c > ' ' && c < 0x7F && !kIsNever[static_cast<size_t>(c)]; });
+}
+
+// scheme://user@host:port/..., from the user to the port. @return false without one
+bool TakeAuthority(std::string_view uri, std::string_view *authority) {
+  const size_t start = uri.find(':');
+  if (start == kNone || !uri.substr(start + 1).starts_with("//")) return false;
+  uri.remove_prefix(start + 3);
+  *authority = uri.substr(0, uri.find_first_of("/?#"));
+  return true;
+}
+
+// RFC 3986, 3.2: neither a user nor a host holds an "@". @return empty for what has no host or another port than a number
+std::string_view HostOf(std::string_view authority) {
+  if (const size_t at = authority.find('@'); at != kNone) authority.remove_prefix(at + 1);
+  if (authority.find('@') != kNone) return {};
   const size_t bracket = authority.rfind(']'), colon = authority.rfind(':');
-  if (colon != kNone && (bracket == kNone || colon > bracket)) {
-    if (!std::ranges::all_of(authority.substr(colon + 1), IsDigit)) return false;
-    authority = authority.substr(0, colon);
-  }
-  return IsDomain(authority) || IsBracketed(authority);
+  if (colon == kNone || (bracket != kNone && colon < bracket)) return authority;
+  return std::ranges::all_of(authority.substr(colon + 1), IsDigit) ? authority.substr(0, colon) : std::string_view();
 }
 
 bool IsLdap(std::string_view scheme) {
@@ -62,15 +80,22 @@ bool sxIsMailbox(std::string_view text) {
 
 bool sxIsAbsoluteUri(std::string_view text) {
   const size_t colon = text.find(':');
-  if (colon == kNone || colon == 0 || colon + 1 == text.size() || !IsText(text) || !IsLetter(text[0])) return false;
+  if (colon == kNone || colon == 0 || colon + 1 == text.size() || !HasUriCharacters(text) || !IsLetter(text[0])) {
+    return false;
+  }
   const std::string_view scheme = text.substr(0, colon);
   const bool isScheme =
       std::ranges::all_of(scheme, [](char c) { return IsLetter(c) || IsDigit(c) || c == '+' || c == '-' || c == '.'; });
-  std::string_view rest = text.substr(colon + 1);
-  if (!isScheme || !rest.starts_with("//")) return isScheme;
-  rest.remove_prefix(2);
-  const std::string_view authority = rest.substr(0, rest.find_first_of("/?#"));
-  return HasHost(authority) || (authority.empty() && rest.size() > 1 && IsLdap(scheme));
+  std::string_view authority;
+  if (!isScheme || !TakeAuthority(text, &authority)) return isScheme;
+  const std::string_view host = HostOf(authority);
+  const bool hasPath = text.size() > colon + 1 + 2 + 1;
+  return IsDomain(host) || IsBracketed(host) || (authority.empty() && hasPath && IsLdap(scheme));
+}
+
+std::string_view sxUriHost(std::string_view uri) {
+  std::string_view authority;
+  return HasUriCharacters(uri) && TakeAuthority(uri, &authority) ? HostOf(authority) : std::string_view();
 }
 
 bool sxIsNameBase(std::string_view text) {

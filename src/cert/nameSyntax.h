@@ -12,6 +12,8 @@ bool sxIsDnsName(std::string_view text);
 bool sxIsMailbox(std::string_view text);  ///< local part, "@", and a domain or an address in brackets: RFC 2821, 4.1.2
 /// With a scheme and something behind it; an authority has a host, which LDAP may leave to the reader (4.2.1.13).
 bool sxIsAbsoluteUri(std::string_view text);
+/// Of a URI's authority (RFC 3986, 3.2), between user and port; empty without one, and for what is no URI.
+std::string_view sxUriHost(std::string_view uri);
 /// Of a constraint on any of the three: nothing, a domain, or all below one with a dot in front; or a mailbox.
 bool sxIsNameBase(std::string_view text);
 

@@ -23,7 +23,8 @@ struct sxPlainAlgorithm {
 struct sxPlainExtension {
   sxOctetView oid;  ///< content octets
   bool critical = false;
-  sxOctetView value;  ///< octets of extnValue
+  sxOctetView value;    ///< octets of extnValue
+  bool saysIt = false;  ///< whether it is critical, or not: the default, which DER leaves out
 };
 
 struct sxPlainCert {

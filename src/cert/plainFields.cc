@@ -70,7 +70,8 @@ bool sxTakePlainExtension(sxDerReader &extensions, sxPlainExtension *ext) {
   sxOctetView critical;
   if (!extensions.Enter(kDerSequence, &inside) || !sxTakePlainOid(inside, &ext->oid)) return false;
   ext->critical = false;
-  if (inside.NextIs(kDerBoolean)) {
+  ext->saysIt = inside.NextIs(kDerBoolean);
+  if (ext->saysIt) {
     if (!inside.Take(kDerBoolean, &critical) || critical.size() != 1) return false;
     ext->critical = critical[0] != 0;
   }

@@ -1,6 +1,7 @@
 #include "strictDer.h"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 #include "derForward.h"
@@ -36,6 +37,16 @@ bool IsAscii(sxOctetView v) {
   return std::ranges::all_of(v, [](unsigned char c) { return c < 0x80; });
 }
 
+// Four octets a character, of those that there are (ISO/IEC 10646): up to 10FFFF, without the halves of pairs.
+bool IsUniversal(sxOctetView v) {
+  if (v.size() % 4 != 0) return false;
+  for (size_t i = 0; i < v.size(); i += 4) {
+    const unsigned plane = static_cast<unsigned>(v[i]) << 8 | v[i + 1];
+    if (plane > 0x10 || (plane == 0 && v[i + 2] >= 0xD8 && v[i + 2] <= 0xDF)) return false;
+  }
+  return true;
+}
+
 bool IsPrimitive(int tag, sxOctetView content) {
   switch (tag) {
     case kDerBoolean: return IsBoolean(content);
@@ -48,7 +59,7 @@ bool IsPrimitive(int tag, sxOctetView content) {
     case kDerPrintableString: return sxIsPrintableString(content);
     case kDerIa5String: return IsAscii(content);
     case kDerBmpString: return content.size() % 2 == 0;
-    case kDerUniversalString: return content.size() % 4 == 0;
+    case kDerUniversalString: return IsUniversal(content);
     default: return true;
   }
 }
@@ -71,12 +82,27 @@ bool TakeLong(sxOctetView *rest, sxDerElement *element) {
 }
 
 // The element at the front, its length in the fewest octets.
-bool Take(sxOctetView *rest, sxDerElement *element) {
+bool TakeAny(sxOctetView *rest, sxDerElement *element) {
   if (((*rest)[0] & kLongTag) == kLongTag) return TakeLong(rest, element);
   sxDerReader reader(*rest);
   if (!reader.Take(element)) return false;
   *rest = reader.Rest();
   return element->whole.size() == sxDerLen(element->content.size());
+}
+
+// The same. Nearly all have an identifier and a length of one octet each.
+inline bool Take(sxOctetView *rest, sxDerElement *element) {
+  const unsigned char *const octets = rest->data();
+  if (rest->size() < 2 || (octets[0] & kLongTag) == kLongTag || octets[0] == 0 || octets[1] >= 0x80) {
+    return TakeAny(rest, element);
+  }
+  const size_t wholeLen = size_t{2} + octets[1];
+  if (wholeLen > rest->size()) return false;
+  element->tag = octets[0];
+  element->content = {octets + 2, octets[1]};
+  element->whole = {octets, wholeLen};
+  *rest = {octets + wholeLen, rest->size() - wholeLen};
+  return true;
 }
 
 // Of class and number, whatever the form: the order of X.690, 10.3.
@@ -98,14 +124,17 @@ unsigned TypeOf(const sxDerElement &element) {
 bool IsSorted(sxOctetView content) {
   bool byTags = true, byOctets = true;
   sxDerElement before, element;
+  if (content.empty()) return true;
+  if (!Take(&content, &before)) return false;
   for (; !content.empty(); before = element) {
     if (!Take(&content, &element)) return false;
-    if (before.whole.empty()) continue;
     byTags &= TypeOf(before) < TypeOf(element);
     byOctets &= !std::ranges::lexicographical_compare(element.whole, before.whole);
   }
   return byTags || byOctets;
 }
+
+bool AreElements(sxOctetView octets, int nesting);
 
 bool IsElement(const sxDerElement &element, int nesting) {
   const bool isConstructed = (element.tag & kConstructed) != 0;
@@ -115,12 +144,10 @@ bool IsElement(const sxDerElement &element, int nesting) {
   }
   if (!isConstructed) return IsPrimitive(element.tag, element.content);
   if (element.tag == kDerSet && !IsSorted(element.content)) return false;
-  return sxIsStrictDer(element.content, nesting + 1);
+  return AreElements(element.content, nesting + 1);
 }
 
-}  // namespace
-
-bool sxIsStrictDer(sxOctetView octets, int nesting) {
+bool AreElements(sxOctetView octets, int nesting) {
   if (nesting > kMaxStrictNesting) return false;
   sxDerElement element;
   while (!octets.empty()) {
@@ -129,20 +156,30 @@ bool sxIsStrictDer(sxOctetView octets, int nesting) {
   return true;
 }
 
+}  // namespace
+
+bool sxIsStrictDer(sxOctetView octets, int nesting) { return AreElements(octets, nesting); }
+
 bool sxIsStrictElement(sxOctetView octets) {
   sxDerElement element;
   sxOctetView rest = octets;
   return !rest.empty() && Take(&rest, &element) && rest.empty() && IsElement(element, 0);
 }
 
+bool sxIsStrictContent(int tag, sxOctetView content) { return IsElement({tag, content, content}, 0); }
+
 int sxUtf8Len(sxOctetView text) {
   return static_cast<int>(kxCountUtf8({reinterpret_cast<const char *>(text.data()), text.size()}));
 }
 
 bool sxIsPrintableString(sxOctetView text) {
-  constexpr std::string_view kOthers = " '()+,-./:=?";
-  return std::ranges::all_of(text, [&](unsigned char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-           kOthers.find(static_cast<char>(c)) != std::string_view::npos;
-  });
+  static constexpr auto kIsOne = [] {
+    std::array<bool, 256> isOne{};
+    for (const char c :
+         std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 '()+,-./:=?")) {
+      isOne[static_cast<unsigned char>(c)] = true;
+    }
+    return isOne;
+  }();
+  return std::ranges::all_of(text, [](unsigned char c) { return kIsOne[c]; });
 }

@@ -15,6 +15,9 @@ bool sxIsStrictDer(sxOctetView octets, int nesting = 0);
 /// One element, and nothing behind it.
 bool sxIsStrictElement(sxOctetView octets);
 
+/// What stands under a tag that hides its type. @param tag  of the type, constructed or not
+bool sxIsStrictContent(int tag, sxOctetView content);
+
 /// Characters of UTF-8 (RFC 3629). @return -1: it is none
 int sxUtf8Len(sxOctetView text);
 bool sxIsPrintableString(sxOctetView text);  ///< X.680, 41.4

@@ -2,6 +2,7 @@
 
 #include "crlOids.h"
 #include "distPoints.h"
+#include "extensionRules.h"
 #include "extensionWalk.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
@@ -10,6 +11,7 @@
 #include "kxcert/platform/log.h"
 #include "platform/files.h"
 #include "sxCRL_imp.h"
+#include "sxCert_imp.h"
 #include "sxDN_imp.h"
 #include "sxExtension_imp.h"
 
@@ -260,4 +262,16 @@ sxCRL *sxCRL_DecodeFile(const char *path, size_t offset) {
 }
 
 void sxCRL_Free(sxCRL *crl) { sxFreeSigned(crl); }
+bool sxCRL_MayBeSignedBy(const sxCert &signer) {
+  if (signer.KeyUsage() != nullptr) return signer.HasKeyUsage(sxKU_cRLSign) == 1;
+  sxPlainExtension extension;
+  for (sxDerReader each(static_cast<const sxCert_imp &>(*signer.GetP()).ExtensionOctets()); !each.AtEnd();) {
+    if (!sxTakePlainExtension(each, &extension)) return false;
+    if (!sxEqual(extension.oid, kOidKeyUsage)) continue;
+    unsigned usage = 0;
+    return sxReadPlainUsage(extension.value, &usage) && (usage >> sxKU_cRLSign & 1) != 0;
+  }
+  return true;
+}
+
 void sxCRL_Save(sxCRL *crl) { sxSaveSigned(crl); }

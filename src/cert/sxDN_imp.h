@@ -51,6 +51,7 @@ class sxDN_imp : public sxPooled {
   bool IsSub(const sxDN_imp &suffix) const;
   int RemoveSubDN(const sxDN_imp &sub, sxDN_imp &out, int &whole) const;
   uint64_t Hash() const;
+  const sxFlatName &Flat() const { return m_flat; }  ///< lent until the name changes
   /// Appends octets that are the same for equal names, and for no others. @return false: equals none
   bool AppendKey(std::string *key) const;
 

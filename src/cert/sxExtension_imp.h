@@ -76,8 +76,8 @@ sxASN_Extension *sxComposeIssuingDP(const sxExtension &ext, int critical);
 /// deltas are.
 const sxExtParser *sxKeptCRLExtParserTable();
 
-/// Whether a value is of its type, in DER, and by the rules of RFC 5280, 4.2, as the composers of Get_IssuedExtComposerTable
-/// have them; true for types that are not known. Key usage, basic constraints and key identifiers are issueRules.h's.
+/// Whether a value is of its form (extensionForms.h), and the composers of Get_IssuedExtComposerTable would make it; true
+/// for types that are not known. Key usage and basic constraints are issueRules.h's.
 /// @param type   content octets
 /// @param value  octets of extnValue
 bool sxMayBeIssued(sxOctetView type, sxOctetView value);

@@ -151,7 +151,7 @@ class RandomValues {
       case 0:
         name.kind = kTexts[Below(3)], name.text = Host();
         if (use == sxNameUse::kName && name.kind == sxNameKind::kEmail) name.text = "x@" + name.text;
-        if (use == sxNameUse::kName && name.kind == sxNameKind::kUri) name.text = "urn:x" + Word();
+        if (use == sxNameUse::kName && name.kind == sxNameKind::kUri) name.text = "urn:x" + Host();
         break;
       case 1: name.kind = sxNameKind::kDn, name.dn.emplace(("CN=x,O=y" + std::to_string(Below(99))).c_str()); break;
       case 2: name.kind = sxNameKind::kIp, name.octets = Some((Below(2) + 1) * (Below(2) * 12 + 4)); break;

@@ -134,4 +134,9 @@ KXCERT_EXPORT sxCRL *sxCRL_DecodeFile(const char *path, size_t offset);
 KXCERT_EXPORT void sxCRL_Free(sxCRL *crl);  ///< drops a reference; null is ignored
 KXCERT_EXPORT void sxCRL_Save(sxCRL *crl);  ///< adds one; null is ignored
 
+/// Whether a certificate lets its key sign CRLs (RFC 5280, 6.3.3 (f)): where there is a key usage it has cRLSign. One that
+/// cannot be read allows nothing, also where the certificate's list of extensions holds none for that reason.
+/// @param signer  OK
+KXCERT_EXPORT bool sxCRL_MayBeSignedBy(const sxCert &signer);
+
 #endif

@@ -17,6 +17,7 @@ class ValidateParams_imp {
   int crlSizeValidation = 0;
   sxcert_black_list *blackList = nullptr;  // borrowed
   int64_t time = kPresentTime;
+  unsigned processed = 0;
 };
 
 ValidateParams::ValidateParams() : m_imp(new ValidateParams_imp) {}
@@ -49,6 +50,7 @@ int ValidateParams::Write_crl_to_web() const { return m_imp->writeCrlToWeb; }
 int ValidateParams::CRL_size_validation() const { return m_imp->crlSizeValidation; }
 sxcert_black_list *ValidateParams::Get_BlackList() const { return m_imp->blackList; }
 bool ValidateParams::HasTime() const { return m_imp->time != kPresentTime; }
+unsigned ValidateParams::Processed() const { return m_imp->processed; }
 int64_t ValidateParams::Time() const { return m_imp->time == kPresentTime ? kxClock_Now() : m_imp->time; }
 
 void ValidateParams::Set_crl_validation(int on) { m_imp->crlValidation = on != 0; }
@@ -62,6 +64,7 @@ void ValidateParams::Set_check_next_upd(int on) { m_imp->checkNextUpd = on != 0;
 void ValidateParams::Set_write_crl_to_web(int value) { m_imp->writeCrlToWeb = value; }
 void ValidateParams::Set_crl_size_validation(int value) { m_imp->crlSizeValidation = value; }
 void ValidateParams::Set_time(int64_t sec) { m_imp->time = sec; }
+void ValidateParams::Set_processed(unsigned extensions) { m_imp->processed = extensions; }
 void ValidateParams::Set_BlackList(sxcert_black_list *list) {
   m_imp->blackList = list;
   sxcert_black_list::save(list);

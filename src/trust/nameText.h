@@ -22,13 +22,19 @@ inline std::string sxTextOf(const sxString &text) {
   return text.getstr() != nullptr ? std::string(text.getstr(), static_cast<size_t>(text.length())) : std::string();
 }
 
+/// Anyone's octets in one line of printable ASCII, cut where they are too long for one.
+inline std::string sxVisibleText(std::string_view octets) {
+  constexpr size_t kMaxShown = 256;
+  std::string text(octets.substr(0, kMaxShown));
+  std::ranges::replace_if(
+      text, [](char c) { return c < ' ' || c > '~'; }, '?');
+  return octets.size() > kMaxShown ? text + "..." : text;
+}
+
 /// A distribution point, in one line of printable ASCII.
 inline std::string sxPlaceText(const sxGeneralName &place) {
   if (place.GetType() == sxGN_dn) return sxNameText(place.GetDN(), "");
-  std::string text = sxTextOf(place.GetStr());
-  std::ranges::replace_if(
-      text, [](char c) { return c < ' ' || c > '~'; }, '?');
-  return text;
+  return sxVisibleText(sxTextOf(place.GetStr()));
 }
 
 #endif

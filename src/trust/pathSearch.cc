@@ -15,6 +15,7 @@
 #include "platform/owned.h"
 #include "store/expiringRecords.h"
 #include "trust/rules.h"
+#include "trust/strict/strictTable.h"
 #include "trust/sxKeyHolder_imp.h"
 
 namespace {
@@ -31,20 +32,30 @@ constexpr char kTooLong[] = "too many levels";
 constexpr char kOwnRoot[] = "it signed itself and is no trusted root";
 constexpr char kNoIssuer[] = "no certificate has the issuer's name";
 constexpr char kOnlyNamesakes[] = "no certificate with the issuer's name signed it";
+constexpr char kUnsupported[] = "its signature algorithm is not supported, so nobody knows who signed it";
 constexpr char kLoop[] = "its issuers are on the path already";
 constexpr char kBound[] = "the search ended here";
+
+bool IsOwnFault(std::string_view rule) {
+  for (int i = 0; i < StrictRuleCount(); ++i) {
+    if (rule == StrictRuleAt(i).name) return StrictRuleAt(i).isOwn;
+  }
+  return false;
+}
 
 // What no other path can change: all above is in order, and the end entity is not, or nobody is there to
 // ask about revocation.
 bool IsFinal(const sxTriedPath &path) {
   if (path.level < 0) return true;
+  if (path.rule != nullptr) return path.level == 0 && IsOwnFault(path.rule);
   const auto isOf = [&path](const Rule &rule) { return rule.code == path.code; };
   return path.level == 0 && std::ranges::any_of(CertificateRules(), isOf);
 }
 
 // Smaller is better. What was tried first is better among equals.
 auto RankOf(const sxTriedPath &path) {
-  return std::pair(path.root == nullptr, path.root == nullptr ? -path.level : path.level);
+  const bool isRefusedByAll = path.code != sxValidation_OK && path.rule == nullptr;
+  return std::tuple(path.root == nullptr, isRefusedByAll, path.root == nullptr ? -path.level : path.level);
 }
 
 bool HasSameCerts(const sxCerts &a, const sxCerts &b) {
@@ -191,6 +202,7 @@ const char *PathSearch::WhyDead(const sxCert &top) {
   // The end entity counts whether it was sent once more or not.
   const bool isNamed = top.Issuer() != nullptr && top.Issuer()->Equal(*m_endEntity.Subject());
   if (!isNamed && IssuersOf(top).empty() && AnchorsNamed(top.Issuer(), nullptr).empty()) return kNoIssuer;
+  if (!sxIsSignatureSupported(top)) return kUnsupported;
   const bool isLoop =
       (isNamed && Verifies(top, m_endEntity)) ||
       std::ranges::any_of(m_signers[&top], [&](sxCert *cert) { return IsOnPath(*cert) && Verifies(top, *cert); });
@@ -306,6 +318,7 @@ bool PathSearch::Keep(sxTriedPath &&path) {
   }
   sxCert_ValErrToStr(&path.certs, path.code, path.code == sxValidation_OK ? -1 : path.level, text.data(), kMaxText);
   path.text = text.data();
+  if (path.root != nullptr && path.code == sxValidation_OK) JudgeStrictly(path);
   m_tried.push_back(std::move(path));
   return m_tried.back().root != nullptr && IsFinal(m_tried.back());
 }
@@ -327,6 +340,17 @@ void PathSearch::AskRevocation(sxTriedPath &path) {
   path.code = sxRevocation_Check(question, verdict);
   if (path.code != sxValidation_OK) path.level = verdict.level;
   path.evidence.swap(verdict.evidence);
+}
+
+void PathSearch::JudgeStrictly(sxTriedPath &path) {
+  if (m_question.strict.deciding == 0) return;
+  StrictPath strict(path.certs, true, m_params, m_question.strict);
+  StrictFailure failure = FirstStrictFailure(strict, m_question.strict.deciding);
+  if (failure.rule == nullptr) return;
+  path.code = failure.rule->code;
+  path.level = failure.level;
+  path.rule = failure.rule->name;
+  path.text = sxStrictText(path.certs, path.code, path.level, path.rule, std::move(failure.facts)).c_str();
 }
 
 const sxTriedPath *PathSearch::LongestDeadEnd() const {

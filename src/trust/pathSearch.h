@@ -50,6 +50,7 @@ class PathSearch {
   bool JudgeAlone(const Anchor &anchor);
   bool Keep(sxTriedPath &&path);
   void AskRevocation(sxTriedPath &path);
+  void JudgeStrictly(sxTriedPath &path);
   bool EndDead(const char *ended);
   bool Stop(bool goesOn);
   bool MayEndOneMore();

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "cert/sxExtension_imp.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnOid.h"
 #include "kxcert/cert/certTime.h"
@@ -10,17 +11,19 @@
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/sxString.h"
+#include "kxcert/platform/digest.h"
 #include "kxcert/platform/log.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxcert_black_list.h"
 #include "trust/nameText.h"
+#include "trust/processedExtensions.h"
+#include "trust/strict/strictCert.h"
 
 namespace {
 
 constexpr char kTopic[] = "VALIDATE";
 constexpr char kValidatePath[] = "sxValidatePath";
 constexpr char kNoName[] = "no name";
-constexpr int kMaxOidText = 256;
 constexpr int kUnreadableTime = -1;
 
 std::atomic<unsigned> g_gracePeriodSec{kDefaultGraceSec};
@@ -41,24 +44,17 @@ RuleOutcome NotBlackListed(const RulePlace &p) {
   return kFails;
 }
 
-RuleOutcome ExtensionsKnown(const RulePlace &p) { return p.cert->UnhandledCritExt() == nullptr ? kPasses : kFails; }
+RuleOutcome ExtensionsKnown(const RulePlace &p) {
+  if (p.cert->UnhandledCritExt() == nullptr) return kPasses;
+  const unsigned processed = p.params != nullptr ? p.params->Processed() : 0;
+  return processed != 0 && !sxFirstUnknown(*p.cert, processed).has_value() ? kPasses : kFails;
+}
 
+// One that nothing processes, whoever asks; where there is none, the one that this caller does not.
 void PutExtension(const RulePlace &p, Facts &out) {
-  char oid[kMaxOidText] = "";
   if (p.cert->UnhandledCritExt() == nullptr) return;
-  p.cert->UnhandledCritExt()->GetStr(oid, sizeof oid);
-  out.push_back({"critical extension", oid});
-}
-
-int64_t StartGrace(const ValidateParams &params) {
-  const int sec = params.Cert_start_grace();
-  return sec == kGraceDefault ? int64_t{g_gracePeriodSec} : int64_t{sec};
-}
-
-// The process-wide period is for clocks that run ahead of the issuer's; nothing outlives its end by it.
-int64_t EndGrace(const ValidateParams &params) {
-  const int sec = params.Cert_end_grace();
-  return sec == kGraceDefault ? 0 : int64_t{sec};
+  const std::optional<sxAsnOid> worst = sxFirstUnknown(*p.cert, ~0U);
+  out.push_back({"critical extension", sxOidText(worst.has_value() ? *worst : *p.cert->UnhandledCritExt())});
 }
 
 // Dates are 32-bit seconds, sums with grace periods are not.
@@ -66,7 +62,7 @@ RuleOutcome Begun(const RulePlace &p) {
   // Counts as long past, by intent; but nobody knows that it is.
   if (p.cert->notBefore() == kUnreadableTime) return NotChecked("notBefore cannot be read");
   if (p.now >= p.cert->notBefore()) return kPasses;
-  const bool isInGrace = p.cert->notBefore() - StartGrace(*p.params) <= p.now;
+  const bool isInGrace = p.cert->notBefore() - sxStartGrace(*p.params) <= p.now;
   if (p.traces && isInGrace) {
     tderrorFunc(kTopic, 5, 0, "sxValidateCert: certificate valid due to grace start period");
   } else if (p.traces) {
@@ -77,7 +73,7 @@ RuleOutcome Begun(const RulePlace &p) {
 
 RuleOutcome NotOver(const RulePlace &p) {
   if (p.now <= p.cert->notAfter()) return kPasses;
-  const bool isInGrace = p.now <= p.cert->notAfter() + EndGrace(*p.params);
+  const bool isInGrace = p.now <= p.cert->notAfter() + sxEndGrace(*p.params);
   if (p.traces && isInGrace) {
     tderrorFunc(kTopic, 5, 0, "sxValidateCert: certificate valid due to grace end period");
   } else if (p.traces) {
@@ -143,12 +139,33 @@ RuleOutcome NamesMeet(const RulePlace &p) {
   return issuerName != nullptr && wanted != nullptr && issuerName->Equal(*wanted) ? kPasses : kFails;
 }
 
+// Of the outer field, which is what says how to verify.
+std::string SignatureOid(const sxCert &cert) {
+  const StrictCert strict(cert);
+  sxDerReader fields;
+  sxOctetView content;
+  if (!sxDerReader(strict.Get().outerAlgorithm).Enter(kDerSequence, &fields) || !fields.Take(kDerOid, &content)) {
+    return "cannot be read";
+  }
+  sxAsnOid oid;
+  oid.Set(content.data(), sxLen(content));
+  return sxOidText(oid);
+}
+
+RuleOutcome SignatureIsSupported(const RulePlace &p) { return sxIsSignatureSupported(*p.cert) ? kPasses : kFails; }
+
 RuleOutcome SignatureVerifies(const RulePlace &p) {
+  if (!sxIsSignatureSupported(*p.cert)) return NotChecked("its algorithm is not supported");
   return p.cert->VerifySig(p.issuer->PubKey()) == 0 ? kPasses : kFails;
 }
 
+// Of either of the two: whoever has the code alone does not know which it was.
 void PutVerifier(const RulePlace &p, Facts &out) {
-  if (p.issuer != nullptr) out.push_back({"not verified by the key of", sxNameText(p.issuer->Subject(), kNoName)});
+  if (p.cert != nullptr && !sxIsSignatureSupported(*p.cert)) {
+    out.push_back({"signature algorithm not supported", SignatureOid(*p.cert)});
+  } else if (p.issuer != nullptr) {
+    out.push_back({"not verified by the key of", sxNameText(p.issuer->Subject(), kNoName)});
+  }
 }
 
 RuleOutcome NameIsPermitted(const RulePlace &p) {
@@ -199,6 +216,9 @@ constexpr Rule kLinkRules[] = {
 };
 
 constexpr Rule kSignatureRules[] = {
+    {"signature algorithm", "RFC 5280, 4.1.1.2", sxValidation_badSignature, 0, SignatureIsSupported, PutVerifier,
+     "Nothing here computes this algorithm, so nobody knows whether the signature is right: have the certificate signed "
+     "with RSA (PKCS #1 v1.5) or ECDSA."},
     {"signature", "RFC 5280, 6.1.3 (a) (1)", sxValidation_badSignature, 0, SignatureVerifies, PutVerifier,
      "The issuer's key did not sign this certificate: it was changed, or the issuer was issued anew with another key."},
 };
@@ -214,6 +234,19 @@ constexpr Rule kTrustRules[] = {
 };
 
 }  // namespace
+
+int64_t sxStartGrace(const ValidateParams &params) {
+  const int sec = params.Cert_start_grace();
+  return sec == kGraceDefault ? int64_t{g_gracePeriodSec} : int64_t{sec};
+}
+
+// The process-wide period is for clocks that run ahead of the issuer's; nothing outlives its end by it.
+int64_t sxEndGrace(const ValidateParams &params) {
+  const int sec = params.Cert_end_grace();
+  return sec == kGraceDefault ? 0 : int64_t{sec};
+}
+
+bool sxIsSignatureSupported(const sxCert &cert) { return kx_md_len(cert.signatureHashAlgorithm()) > 0; }
 
 void sxCertValidate_SetGracePeriod(unsigned int sec) { g_gracePeriodSec = sec; }
 unsigned int sxCertValidate_GetDefaultGracePeriod() { return kDefaultGraceSec; }

@@ -49,6 +49,16 @@ std::span<const Rule> TrustRules();        ///< of the top certificate and the r
 /// The rule that gives a code, and what decided there; null for codes that no rule gives.
 const Rule *RuleOf(int code);
 
+/// Nobody knows whether a signature is right that cannot be computed here.
+bool sxIsSignatureSupported(const sxCert &cert);
+
+// Seconds before notBefore, and after notAfter, in which a certificate counts as valid.
+int64_t sxStartGrace(const ValidateParams &params);
+int64_t sxEndGrace(const ValidateParams &params);
+
+/// As sxCert_ValErrToStr, of a failure by a strict rule.
+std::string sxStrictText(const sxCerts &chain, int rc, int level, const char *rule, std::vector<sxFact> facts);
+
 /// The enumerator of a code without what all of them begin with: "expired"; "unknown" for other numbers.
 const char *sxValidationName(int rc);
 

@@ -73,13 +73,13 @@ std::vector<sxFact> FactsOf(const sxCerts &chain, int rc, int level) {
   return facts;
 }
 
-void PutLevel(SxStream &out, const sxCerts &chain, int rc, int level) {
+void PutLevel(SxStream &out, const sxCerts &chain, int level, const std::vector<sxFact> &facts) {
   out.Printf("\nlevel: %d", level);
   const sxCert *cert = At(chain, level);
   if (cert == nullptr) return;
   out.Printf("\nsubject: %s", TextOf(cert->Subject()));
   out.Printf("\nserial number: %s", sxSerialText(*cert->SerialNum()).c_str());
-  for (const sxFact &fact : FactsOf(chain, rc, level)) out.Printf("\n%s: %s", fact.label, fact.value.c_str());
+  for (const sxFact &fact : facts) out.Printf("\n%s: %s", fact.label, fact.value.c_str());
 }
 
 }  // namespace
@@ -109,11 +109,19 @@ int sxCert_ValErrToStr_ex(const sxCerts *chain, const sxCRL *crl, int rc, int le
   if (buf == nullptr || len <= 0) return -1;
   SxStream out;
   out.Puts(sxValidationRC_GetString(rc));
-  if (chain != nullptr && level >= 0) PutLevel(out, *chain, rc, level);
+  if (chain != nullptr && level >= 0) PutLevel(out, *chain, level, FactsOf(*chain, rc, level));
   if (root != nullptr) out.Printf("\nroot CA: %s", root->Name() != nullptr ? root->Name() : "no name");
   if (crl != nullptr) out.Printf("\nCRL entries: %d", crl->GetSize());
   const size_t textLen = std::min(static_cast<size_t>(out.Length()), static_cast<size_t>(len) - 1);
   std::memcpy(buf, out.GetBuf(), textLen);
   buf[textLen] = '\0';
   return 0;
+}
+
+std::string sxStrictText(const sxCerts &chain, int rc, int level, const char *rule, std::vector<sxFact> facts) {
+  SxStream out;
+  out.Puts(sxValidationRC_GetString(rc));
+  facts.insert(facts.begin(), sxFact{"rule", rule});
+  PutLevel(out, chain, level, facts);
+  return std::string(out.GetBuf(), static_cast<size_t>(out.Length()));
 }

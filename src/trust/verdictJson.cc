@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cert/serialText.h"
+#include "cert/sxExtension_imp.h"
 #include "foundation/jsonText.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/hexText.h"
@@ -114,6 +115,7 @@ void PutFinding(const sxFinding &finding, JsonText &out) {
   }
   out.EndArray();
   PutText("advice", finding.result == sxFindingResult::kFailed ? finding.advice : nullptr, out);
+  out.Bool("decides", !finding.isNote);
   out.EndObject();
 }
 
@@ -159,6 +161,7 @@ void PutTried(const sxTriedPath &path, JsonText &out) {
   PutLevel(path.level, out);
   PutText("message", path.text.getstr(), out);
   PutText("ended", path.ended, out);
+  PutText("rule", path.rule, out);
   out.EndObject();
 }
 
@@ -197,6 +200,10 @@ sxString sxChainVerdict::Json() const {
     out.Number("judged", judged);
   }
   PutText("bound", BoundName(bound), out);
+  PutText("rule", rule, out);
+  out.BeginArray("policies");
+  for (const sxAsnOid &policy : policies) out.Text(nullptr, sxOidText(policy));
+  out.EndArray();
   out.EndObject();
   return {out.Get().c_str(), static_cast<int>(out.Get().size())};
 }

@@ -8,6 +8,12 @@
 
 #include "kxcert/platform/export.h"
 
+/// Critical extensions that a caller processes itself, so that they count as known.
+enum sxProcessedExtensions : unsigned {
+  sxProcesses_nameConstraints = 1,
+  sxProcesses_policies = 2,  ///< policies, mappings, policy constraints, inhibit any policy
+};
+
 class sxcert_black_list;
 class SxStream;
 class ValidateParams_imp;
@@ -39,7 +45,8 @@ class KXCERT_EXPORT ValidateParams {
   sxcert_black_list *Get_BlackList() const;  ///< lent, or null
   /// What dates are compared with, in seconds since 1970-01-01 00:00 UTC: what was set, or the clock's.
   int64_t Time() const;
-  bool HasTime() const;  ///< it was set
+  bool HasTime() const;        ///< it was set
+  unsigned Processed() const;  ///< of sxProcessedExtensions
 
   void Set_crl_validation(int on);
   void Set_ocsp_validation(int value);
@@ -52,6 +59,7 @@ class KXCERT_EXPORT ValidateParams {
   void Set_write_crl_to_web(int value);
   void Set_crl_size_validation(int value);
   void Set_time(int64_t sec);  ///< kPresentTime: the clock's again
+  void Set_processed(unsigned extensions);
   /// Stores the pointer and calls sxcert_black_list::save on it. Nothing here frees it again: the
   /// caller does, when no parameters carry it any more.
   void Set_BlackList(sxcert_black_list *list);

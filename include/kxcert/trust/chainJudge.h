@@ -17,6 +17,7 @@
 #include "kxcert/store/storeFolder.h"
 #include "kxcert/trust/ValidateParams.h"
 #include "kxcert/trust/revocation.h"
+#include "kxcert/trust/strictRules.h"
 #include "kxcert/trust/sxFinding.h"
 #include "kxcert/trust/sxValidation.h"
 
@@ -58,6 +59,8 @@ struct sxChainQuestion {
   const sxOcspResponses *ocspResponses = nullptr;
   bool mayFetch = true;
   int revocationTimeoutMs = kRevocationTimeoutMs;
+  /// Rules beyond those of sxValidation.h; which critical extensions count as known with them stands in strictRules.h.
+  sxStrictQuestion strict = {};
 };
 
 /// A path that was followed to its end. A value; copies share the certificates.
@@ -69,6 +72,7 @@ struct sxTriedPath {
   int level = -1;                              ///< as sxCert_ValCerts says; the top of a dead end
   sxString text;                               ///< the code's text; when it failed, the facts as well, a line each
   const char *ended = nullptr;                 ///< static: why it goes no further
+  const char *rule = nullptr;                  ///< static: the strict rule that decided, when it was one
   std::vector<sxRevocationEvidence> evidence;  ///< what was looked at for revocation, when it came to that
 };
 
@@ -102,6 +106,8 @@ struct KXCERT_EXPORT sxChainVerdict {
   ///                        null), number, signer, reason, costMs
   ///     tried              path (subject, sha256), root, code, name, text, level, message, ended
   ///     judged             which one of those "path" is, or null
+  ///     rule               the strict rule that decided, or null
+  ///     policies           object identifiers in dots
   ///     bound              what ended the search, or null
   sxString Json() const;
 
@@ -116,8 +122,12 @@ struct KXCERT_EXPORT sxChainVerdict {
   /// failure too, and what was said of revocation. Empty for -1000.
   std::vector<sxFinding> findings;
   std::vector<sxRevocationEvidence> evidence;  ///< of the path: what was looked at for revocation
-  std::vector<sxTriedPath> tried;              ///< in the order of the search; empty for -1000
-  int judged = -1;                             ///< which one of them @c path is
+  const char *rule = nullptr;                  ///< static: the strict rule that decided, when it was one
+  /// Where the rules "policies" decided and all is well: what the path is valid for (user-constrained-policy-set of RFC 5280,
+  /// 6.1.5 (g)); anyPolicy stands for all.
+  std::vector<sxAsnOid> policies;
+  std::vector<sxTriedPath> tried;  ///< in the order of the search; empty for -1000
+  int judged = -1;                 ///< which one of them @c path is
   /// What kept the search from going on. Never set beside a path that is valid.
   sxSearchBound bound = sxSearchBound::kNone;
   std::vector<sxFailedLookup> failedLookups;  ///< in the order of the search; not in the JSON
@@ -129,6 +139,8 @@ struct KXCERT_EXPORT sxChainVerdict {
 ///
 /// A path is made of signatures that verify. Paths are followed one after the other until one is valid,
 /// none is left, a bound is reached, or what failed is the end entity's own fault, which every path has.
+/// A valid one breaks neither a check that the flags ask for nor a deciding rule; where one does, the next one
+/// is tried. Rules that only tell have no say in that: with and without them code, text and path are the same.
 /// The order depends on the certificates alone: at each level first the roots' certificates, then the
 /// pool's, then the holder's intermediates and own chains, then the database's; of the first two, those with the
 /// key identifier that is wanted first, then those that are valid at the time, then by octets. No name and key

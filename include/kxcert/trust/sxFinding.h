@@ -28,6 +28,7 @@ struct sxFinding {
   const char *reason;         ///< static: why it was not checked; else null
   std::vector<sxFact> facts;  ///< where it failed
   const char *advice;         ///< static: what an administrator can do where it failed
+  bool isNote = false;        ///< the question's verdict does not depend on it
 };
 
 /// Asks every rule of @p flags at every level, where validation stops at the first that fails. Level by level

@@ -43,7 +43,7 @@ bool HeldCrl::Verify(const sxCert &signer) const {
   if (const Asked *const asked = Find(signer)) return asked->verified;
   const sxDN *const issuer = m_crl->Issuer();
   const bool isNamed = issuer != nullptr && signer.Subject() != nullptr && signer.Subject()->Equal(*issuer);
-  const bool maySign = isNamed && (signer.KeyUsage() == nullptr || signer.HasKeyUsage(sxKU_cRLSign) == 1);
+  const bool maySign = isNamed && sxCRL_MayBeSignedBy(signer);
   auto asked = std::make_unique<Asked>();
   asked->verified = maySign && m_crl->VerifySig(signer.PubKey()) == 0;
   asked->signer.assign(signer.GetBuf(), signer.GetBuf() + signer.BufLen());

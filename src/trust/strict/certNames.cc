@@ -1,0 +1,100 @@
+#include "trust/strict/certNames.h"
+
+#include "cert/nameSyntax.h"
+#include "kxcert/asn1/oids.h"
+#include "kxcert/cert/sxCert.h"
+#include "trust/nameText.h"
+#include "trust/strict/hostNames.h"
+
+namespace {
+
+constexpr size_t kEmptyNameLen = 2;
+constexpr unsigned char kMailAttribute[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 1};  // emailAddress
+constexpr char kUndecodable[] = "alternative names that cannot be decoded";
+
+// A presented name may begin with a wildcard; what is below a base is so with any label there.
+std::string Host(std::string_view text) {
+  if (!text.starts_with("*.")) return HostName(text);
+  const std::string rest = HostName(text.substr(2));
+  return rest.empty() ? rest : "*." + rest;
+}
+
+// @return empty without a host that is a name
+std::string HostOfUri(std::string_view uri) {
+  const std::string host = HostName(sxUriHost(uri));
+  return AddressOctets(host).empty() ? host : "";
+}
+
+std::string Mailbox(std::string_view text) {
+  const size_t at = text.rfind('@');
+  if (at == std::string_view::npos || at == 0) return "";
+  const std::string host = HostName(text.substr(at + 1));
+  return host.empty() ? "" : std::string(text.substr(0, at + 1)) + host;
+}
+
+}  // namespace
+
+CertNames::CertNames(const StrictCert &cert) {
+  if (cert.Get().subject.size() > kEmptyNameLen) {
+    AddDn(cert.Get().subject);
+    m_names.back().shown = sxNameText(cert.Cert().Subject(), "a name without a text");
+  }
+  const sxPlainExtension *const extension = cert.Find(kOidSubjectAltName);
+  if (extension == nullptr) {
+    AddMailOfSubject();
+    return;
+  }
+  sxDerReader all(extension->value), names;
+  sxDerElement name;
+  bool isReadable = all.Enter(kDerSequence, &names);
+  while (isReadable && !names.AtEnd()) {
+    isReadable = names.Take(&name);
+    if (isReadable) Add(name);
+  }
+  if (isReadable) return;
+  // Of whatever kind they are, nobody knows that they are permitted.
+  for (const sxNameKind kind :
+       {sxNameKind::kDns, sxNameKind::kEmail, sxNameKind::kUri, sxNameKind::kIp, sxNameKind::kDn}) {
+    m_names.push_back({kind, "", nullptr, kUndecodable, false});
+  }
+}
+
+void CertNames::AddDn(sxOctetView name) {
+  sxFlatName &flat = m_flats.emplace_back();
+  const bool isRead = flat.Read(name, false);
+  m_names.push_back({sxNameKind::kDn, "", &flat, "a directory name", isRead});
+}
+
+// RFC 5280, 4.2.1.10: for certificates from before there were alternative names.
+void CertNames::AddMailOfSubject() {
+  if (m_flats.empty()) return;
+  for (const sxAva &ava : m_flats.front().Avas()) {
+    if (!sxEqual({ava.oid, ava.oidLen}, kMailAttribute)) continue;
+    const std::string_view text = StrictText({ava.value, ava.valueLen});
+    std::string mailbox = Mailbox(text);
+    const bool isOne = !mailbox.empty();
+    m_names.push_back({sxNameKind::kEmail, std::move(mailbox), nullptr, sxVisibleText(text), isOne});
+  }
+}
+
+void CertNames::Add(const sxDerElement &name) {
+  constexpr int kKindMask = 0x1F;
+  const int number = name.tag & kKindMask;
+  if (number > static_cast<int>(sxNameKind::kOid)) return;  // none that the RFC knows
+  const auto kind = static_cast<sxNameKind>(number);
+  const std::string_view text = StrictText(name.content);
+  if (kind == sxNameKind::kDn) return AddDn(name.content);
+  ComparedName compared = {kind, "", nullptr, sxVisibleText(text), true};
+  switch (kind) {
+    case sxNameKind::kDns: compared.text = Host(text); break;
+    case sxNameKind::kUri: compared.text = HostOfUri(text); break;
+    case sxNameKind::kEmail: compared.text = Mailbox(text); break;
+    case sxNameKind::kIp:
+      compared.text = name.content.size() == 4 || name.content.size() == 16 ? std::string(text) : "";
+      compared.shown = AddressText(name.content);
+      break;
+    default: compared.shown = "of a kind that is not compared"; return m_names.push_back(std::move(compared));
+  }
+  compared.isComparable = !compared.text.empty();
+  m_names.push_back(std::move(compared));
+}

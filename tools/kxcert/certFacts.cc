@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <memory>
 
+#include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/sxAsnInt.h"
+#include "kxcert/cert/certTime.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/cert/sxCertTemplate.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
@@ -139,4 +142,10 @@ Facts CertFacts(const sxCert &cert) {
     }
   }
   return facts;
+}
+
+Validity ValidityOf(const sxCert &cert) {
+  sxCertTemplate copy;
+  if (copy.Set(&cert) != 0 || copy.Tree().validity == nullptr) return {};
+  return {sxASN_Time2seconds(copy.Tree().validity->notBefore), sxASN_Time2seconds(copy.Tree().validity->notAfter)};
 }

@@ -22,6 +22,10 @@ std::string SerialText(const sxCert &cert);
 bool IsNegative(const sxAsnInt &number);
 void Negate(std::vector<unsigned char> &octets);    ///< in two's complement
 std::string KeyText(const sxCert &cert);            ///< "RSA, 2048 bits"
+struct Validity {
+  int64_t first = -1, last = -1;  ///< seconds since 1970-01-01 00:00 UTC, exactly; -1: cannot be read
+};
+Validity ValidityOf(const sxCert &cert);
 std::string ValidityText(const sxCert &cert);       ///< "2024-... UTC to 2034-... UTC"
 std::string SignatureText(const sxCert &cert);      ///< "ECDSA with SHA-256"
 std::string SignatureText(const sxAsnOid &oid);     ///< the same of an algorithm's identifier

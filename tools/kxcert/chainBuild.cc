@@ -56,6 +56,7 @@ void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidatePara
   question.intermediates = given.intermediates;
   question.ocspResponses = given.responses;
   question.mayFetch = given.mayFetch;
+  question.strict = given.strict;
   if (!given.endEntity.empty()) {
     question.endEntity = given.endEntity.front().cert.get();
     question.pool = &all;

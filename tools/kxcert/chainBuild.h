@@ -31,6 +31,7 @@ struct GivenCerts {
   Cert_Cache_DB *intermediates = nullptr;  ///< where others are looked for; or null
   const sxOcspResponses *responses = nullptr;
   bool mayFetch = false;
+  sxStrictQuestion strict = {};
 };
 
 struct JudgedChain {

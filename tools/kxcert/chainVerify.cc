@@ -4,7 +4,7 @@
 
 #include "blackListFile.h"
 #include "certFacts.h"
-#include "chainBuild.h"
+#include "chainReport.h"
 #include "dbFolder.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/store/Cert_Cache_DB.h"
@@ -12,16 +12,14 @@
 #include "progressLine.h"
 #include "report.h"
 #include "revocationOptions.h"
+#include "strictOptions.h"
 #include "timeText.h"
 #include "verb.h"
 #include "visibleText.h"
 
 namespace {
 
-constexpr size_t kMaxName = 256;  // characters, where many stand
-
 constexpr int kFlags = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
-constexpr char kNotAsked[] = "not checked, which is not the same as good";
 
 struct Options {
   std::vector<std::string> trust;
@@ -34,6 +32,10 @@ struct Options {
   int graceStartSec = kGraceDefault;
   int graceEndSec = kGraceDefault;
   RevocationOptions revocation;
+  StrictOptions strict;
+  bool each = false;
+  int expiresWithin = -1;  // days
+  bool verbose = false;
 };
 
 std::vector<FoundCert> ReadAll(const std::vector<std::string> &paths, Report &report) {
@@ -52,32 +54,11 @@ GivenCerts ReadGiven(const Options &options, Report &report) {
   return given;
 }
 
-// The answer in one line, and what decided.
-struct Answer {
-  int code;
-  int level;  // of the certificate that decided, or -1
-  std::vector<sxFact> facts;
-  std::string help;
-};
-
-struct Decision {
-  JudgedChain judged;
-  Answer answer;
-  MissingIssuer missing;  // when there is no root
-  int64_t now;
-  bool asksRevocation = false;
-  bool isLetPass = false;  // with a status that is not known
-
-  const sxCerts &Path() const { return judged.verdict.path; }
-  const sxRootCA *Root() const { return judged.verdict.root; }
-  // The path is valid, but what was given is not this path.
-  bool IsLeftOver() const { return judged.verdict.code == sxValidation_OK && !judged.leftOver.empty(); }
-};
-
 const sxFinding *DecidingFinding(const sxChainVerdict &verdict) {
   for (const sxFinding &finding : verdict.findings) {
     const bool fails = finding.result == sxFindingResult::kFailed;
-    if (fails && finding.code == verdict.code && finding.level == verdict.level) return &finding;
+    const bool isRule = verdict.rule == nullptr || std::string_view(verdict.rule) == finding.rule;
+    if (fails && isRule && finding.code == verdict.code && finding.level == verdict.level) return &finding;
   }
   return nullptr;
 }
@@ -86,7 +67,7 @@ const sxFinding *DecidingFinding(const sxChainVerdict &verdict) {
 std::string HelpOf(const Decision &decision, const sxFinding *deciding) {
   const sxChainVerdict &verdict = decision.judged.verdict;
   if (verdict.code == sxValidation_OK) return "";
-  if (verdict.code == sxValidation_notTrusted) return decision.missing.help;
+  if (decision.Root() == nullptr) return decision.missing.help;
   const sxCert *cert = verdict.path.Get(verdict.level);
   if (verdict.code == sxValidation_expired && cert != nullptr && cert->notAfter() >= kFirstClampedSec) {
     return "Ask about an earlier time: dates after 2037 count as 1 January 2038.";
@@ -121,107 +102,6 @@ void Decide(const GivenCerts &given, sxKeyHolder &holder, const ValidateParams &
   }
 }
 
-std::string WhereFrom(const sxCert &cert, const GivenCerts &given) {
-  for (const auto *list : {&given.endEntity, &given.chain, &given.untrusted, &given.trust}) {
-    for (const FoundCert &found : *list) {
-      if (*found.cert == cert) return found.where;
-    }
-  }
-  return given.intermediates != nullptr ? "the database" : "";
-}
-
-std::string FactText(const sxFact &fact) { return std::string(fact.label) + ": " + VisibleLine(fact.value); }
-
-// Some of the texts are several lines, for dialogues.
-std::string TextOf(int code) {
-  std::string text = sxValidationRC_GetString(code);
-  std::ranges::replace(text, '\n', ' ');
-  return text;
-}
-
-std::string CodeText(int code) { return std::to_string(code) + " " + TextOf(code); }
-
-std::string RevocationText(const Decision &decision) {
-  const sxChainVerdict &verdict = decision.judged.verdict;
-  if (!decision.asksRevocation) return kNotAsked;
-  if (verdict.code == sxValidation_OK) return "looked into; nothing was revoked";
-  if (verdict.code == sxValidation_revoked) return "revoked";
-  return sxRevocation_IsUnknown(verdict.code) ? "NOT KNOWN" : "not looked into: something else decided before";
-}
-
-void PrintVerdict(const Decision &decision, Report &report) {
-  const Answer &answer = decision.answer;
-  const sxCerts &chain = decision.Path();
-  const bool valid = answer.code == sxValidation_OK;
-  const char *const word = valid ? "VALID (" : decision.isLetPass ? "LET PASS, STATUS NOT KNOWN (" : "NOT VALID (";
-  report.Verdict(valid, word + std::to_string(answer.code) + "): " + TextOf(answer.code));
-  report.Line("  end entity:  " + NameText(chain.Get(0)->Subject()));
-  if (decision.Root() != nullptr) report.Line("  root:        " + NameText(decision.Root()->DN()) + " (trusted)");
-  if (answer.level >= 0) {
-    report.Line("  decided at:  level " + std::to_string(answer.level) + ", " +
-                NameText(chain.Get(answer.level)->Subject()));
-  }
-  for (const sxFact &fact : answer.facts) report.Line("  fact:        " + FactText(fact));
-  if (decision.Root() == nullptr) {
-    report.Line("  missing:     " + decision.missing.name +
-                (decision.missing.keyId.empty() ? "" : ", key id " + decision.missing.keyId));
-  }
-  if (!valid) report.Line("  what to do:  " + answer.help);
-  report.Line("  time:        " + PrintTime(decision.now));
-  if (valid) report.Line("  valid until: " + PrintCertTime(sxGetChainExpiration(chain)));
-  report.Line("  revocation:  " + RevocationText(decision));
-}
-
-// The rules of one result at a level, with their reasons, in one line.
-std::string RulesText(const std::vector<sxFinding> &findings, int level, sxFindingResult result) {
-  std::string text;
-  for (const sxFinding &finding : findings) {
-    if (finding.level != level || finding.result != result) continue;
-    text += (text.empty() ? "" : ", ") + std::string(finding.rule);
-    if (finding.reason != nullptr) text += std::string(" (") + finding.reason + ")";
-  }
-  return text.empty() ? "nothing" : text;
-}
-
-void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &findings,
-                const std::vector<sxRevocationEvidence> &evidence, const std::string &where, Report &report) {
-  report.Line();
-  report.Line("level " + std::to_string(level) + ": " + NameText(cert.Subject()));
-  report.Line("  issuer:      " + NameText(cert.Issuer()));
-  report.Line("  serial:      " + SerialText(cert) + (where.empty() ? "" : ", from " + where));
-  report.Line("  validity:    " + ValidityText(cert));
-  report.Line("  key:         " + KeyText(cert) + "; signed: " + SignatureText(cert));
-  report.Line("  passed:      " + RulesText(findings, level, sxFindingResult::kPassed));
-  report.Line("  not checked: " + RulesText(findings, level, sxFindingResult::kNotChecked));
-  for (const sxFinding &finding : findings) {
-    if (finding.level != level || finding.result != sxFindingResult::kFailed) continue;
-    report.Line("  FAILED:      " + CodeText(finding.code));
-    for (const sxFact &fact : finding.facts) report.Line("               " + FactText(fact));
-  }
-  for (const sxRevocationEvidence &said : evidence) {
-    if (said.level == level) report.Line("  looked at:   " + EvidenceText(said));
-  }
-}
-
-// The other paths that were followed, where there was more than one. Names are cut: sixty paths may have a thousand.
-void PrintTried(const sxChainVerdict &verdict, Report &report) {
-  if (verdict.tried.size() < 2) return;
-  report.Line();
-  report.Line("paths tried: " + std::to_string(verdict.tried.size()));
-  for (size_t i = 0; i < verdict.tried.size(); ++i) {
-    const sxTriedPath &path = verdict.tried[i];
-    std::string names;
-    for (int level = 0; level <= path.certs.Top(); ++level) {
-      const std::string name = NameText(path.certs.Get(level)->Subject());
-      names += (level > 0 ? " <- " : "") + (name.size() > kMaxName ? name.substr(0, kMaxName) + "..." : name);
-    }
-    report.Line("  " + std::to_string(i + 1) + ":           " + names);
-    const std::string where = path.level >= 0 ? "level " + std::to_string(path.level) + ", " : "";
-    report.Line("               " + CodeText(path.code) + " (" + where + "end: " + path.ended + ")");
-  }
-  if (verdict.bound != sxSearchBound::kNone) report.Line("  bound:       more paths were not tried");
-}
-
 // The library's own JSON, and what only the command knows: the files, and what was left over.
 void FillDocument(const Decision &decision, const GivenCerts &given, Facts &document) {
   const Answer &answer = decision.answer;
@@ -254,30 +134,96 @@ void FillDocument(const Decision &decision, const GivenCerts &given, Facts &docu
   document["letPass"] = decision.isLetPass;
 }
 
-void PrintLevels(const Decision &decision, const GivenCerts &given, Report &report) {
-  const sxCerts &chain = decision.Path();
-  for (int level = 0; level <= chain.Top(); ++level) {
-    const sxCert &cert = *chain.Get(level);
-    const sxChainVerdict &verdict = decision.judged.verdict;
-    PrintLevel(level, cert, verdict.findings, verdict.evidence, WhereFrom(cert, given), report);
+// What was asked, and everything that it is asked with.
+struct Question {
+  const Options &options;
+  GivenCerts given;
+  HolderRef holder;
+  ValidateParams params;
+  int64_t now = 0;  // one time for the whole run
+  bool asksRevocation = false;
+};
+
+// What of a valid path ends too soon, as the certificates have it written.
+void TellEndings(const Question &question, const Decision &decision, Facts &document, Report &report) {
+  constexpr int64_t kDaySec = 86400;
+  if (question.options.expiresWithin < 0 || decision.answer.code != sxValidation_OK) return;
+  const int64_t until = question.now + question.options.expiresWithin * kDaySec;
+  document["endsWithin"] = Facts::array();
+  for (int level = 0; level <= decision.Path().Top(); ++level) {
+    const sxCert &cert = *decision.Path().Get(level);
+    const int64_t last = ValidityOf(cert).last;
+    if (last >= until) continue;
+    report.Worsen(kExitNo);
+    report.Line("ENDS SOON:   " + NameText(cert.Subject()) + ", " + PrintTime(last));
+    document["endsWithin"].push_back({{"level", level}, {"seconds", last}, {"text", PrintTime(last)}});
+  }
+}
+
+// Judges once and tells it. @return what the document says of it; null without a verdict
+Facts JudgeOne(const Question &question, Report &report) {
+  const Options &options = question.options;
+  Decision decision;
+  decision.now = question.now;
+  decision.asksRevocation = question.asksRevocation;
+  {
+    const ProgressLine progress("looking into revocation");
+    Decide(question.given, *question.holder, question.params, decision);
+  }
+  const bool isWhole = TellLookups(options.intermediates.folder, decision.judged.verdict.failedLookups, report);
+  if (decision.judged.verdict.code != sxValidation_OK && !isWhole) {
+    report.Problem(kExitInputError, "", "no verdict: not all records could be read");
+    return nullptr;
+  }
+  decision.isLetPass = options.revocation.softFail && sxRevocation_IsUnknown(decision.answer.code);
+  if (decision.answer.code != sxValidation_OK && !decision.isLetPass) report.Worsen(kExitNo);
+  Facts document;
+  FillDocument(decision, question.given, document);
+  PrintChainReport(decision, question.given, options.verbose, report);
+  TellEndings(question, decision, document, report);
+  if (decision.IsLeftOver()) return document;  // told as facts
+  for (const FoundCert *found : decision.judged.leftOver) {
+    report.Note(found->where, "not part of the chain: " + NameText(found->cert->Subject()));
+  }
+  return document;
+}
+
+bool IsCA(const sxCert &cert) {
+  const sxBasicConstraint *const constraints = cert.GetBasicConstraint();
+  return constraints != nullptr && constraints->IsCA();
+}
+
+// Every certificate of the files that is no CA's; the others are as if untrusted.
+void JudgeEach(Question &question, Report &report) {
+  std::vector<FoundCert> all = std::move(question.given.chain);
+  question.given.chain.clear();
+  Facts &verdicts = report.Document()["verdicts"] = Facts::array();
+  std::vector<FoundCert> ends;
+  for (FoundCert &found : all) (IsCA(*found.cert) ? question.given.untrusted : ends).push_back(std::move(found));
+  if (ends.empty()) return report.Problem(kExitInputError, "", "no end entity in it: all certificates are those of CAs");
+  for (FoundCert &end : ends) {
+    question.given.endEntity.clear();
+    report.Line("== " + VisibleLine(end.where));
+    question.given.endEntity.push_back(std::move(end));
+    verdicts.push_back(JudgeOne(question, report));
+    report.Line();
   }
 }
 
 void Run(const Options &options, Report &report) {
-  Decision decision;
-  decision.now = kxClock_Now();  // one time for the whole run
-  if (!options.at.empty()) ParseTime(options.at, &decision.now);
-  ValidateParams params;
-  params.Set_time(decision.now);
-  params.Set_cert_start_grace(options.graceStartSec);
-  params.Set_cert_end_grace(options.graceEndSec);
+  Question question{options, {}, nullptr, {}};
+  question.now = kxClock_Now();
+  if (!options.at.empty()) ParseTime(options.at, &question.now);
+  question.params.Set_time(question.now);
+  question.params.Set_cert_start_grace(options.graceStartSec);
+  question.params.Set_cert_end_grace(options.graceEndSec);
   BlackListRef blackList;
   if (!options.blackList.empty()) {
     blackList = ReadBlackList(options.blackList, report);
     if (blackList == nullptr) return;  // without the list nothing may be called valid
-    params.Set_BlackList(blackList.get());
+    question.params.Set_BlackList(blackList.get());
   }
-  GivenCerts given = ReadGiven(options, report);
+  GivenCerts &given = question.given = ReadGiven(options, report);
   Cert_Cache_DB intermediates;
   if (!options.intermediates.folder.empty()) {
     const std::optional<Db> db = FindDb(options.intermediates, false, report);
@@ -285,30 +231,19 @@ void Run(const Options &options, Report &report) {
     given.intermediates = &intermediates;
   }
   Revocation revocation;
-  revocation.SetUp(options.revocation, params, report);
-  decision.asksRevocation = revocation.IsOn();
+  revocation.SetUp(options.revocation, question.params, report);
+  question.asksRevocation = revocation.IsOn();
   given.responses = &revocation.Responses();
   given.mayFetch = revocation.Fetches();
+  given.strict = StrictQuestionOf(options.strict);
   if (report.Worst() != kExitYes) return report.Problem(kExitInputError, "", "no verdict: not all input could be read");
-  const HolderRef holder = MakeHolder(given.trust);
-  {
-    const ProgressLine progress("looking into revocation");
-    Decide(given, *holder, params, decision);
+  question.holder = MakeHolder(given.trust);
+  if (options.each && !given.endEntity.empty()) {
+    return report.Problem(kExitUsage, "", "--each and --end-entity exclude each other");
   }
-  const bool isWhole = TellLookups(options.intermediates.folder, decision.judged.verdict.failedLookups, report);
-  if (decision.judged.verdict.code != sxValidation_OK && !isWhole) {
-    return report.Problem(kExitInputError, "", "no verdict: not all records could be read");
-  }
-  decision.isLetPass = options.revocation.softFail && sxRevocation_IsUnknown(decision.answer.code);
-  if (decision.answer.code != sxValidation_OK && !decision.isLetPass) report.Worsen(kExitNo);
-  FillDocument(decision, given, report.Document());
-  PrintVerdict(decision, report);
-  PrintLevels(decision, given, report);
-  PrintTried(decision.judged.verdict, report);
-  if (decision.IsLeftOver()) return;  // told as facts
-  for (const FoundCert *found : decision.judged.leftOver) {
-    report.Note(found->where, "not part of the chain: " + NameText(found->cert->Subject()));
-  }
+  if (options.each) return JudgeEach(question, report);
+  const Facts document = JudgeOne(question, report);
+  if (!document.empty()) report.Document().update(document);
 }
 
 }  // namespace
@@ -325,12 +260,17 @@ Verb ChainVerify() {
         CheckTime},
        {"--grace-start", "seconds before notBefore that are let pass (7200)", &options->graceStartSec},
        {"--grace-end", "seconds after notAfter that are let pass (0)", &options->graceEndSec},
-       {"--blacklist", "file with hexadecimal serial numbers, one a line", &options->blackList}},
+       {"--blacklist", "file with hexadecimal serial numbers, one a line", &options->blackList},
+       {"--each", "judge every certificate of FILE that is no CA's; the others are as with --untrusted", &options->each},
+       {"--expires-within", "days in which nothing of the path may end (for monitoring)", &options->expiresWithin},
+       {"--verbose", "tell every rule of every certificate", &options->verbose}},
       [options](Report &report) { Run(*options, report); },
       [options] {
+        if (options->each && options->files.empty()) return "FILE";
         const bool hasNone = options->files.empty() && options->endEntity.empty();
         return hasNone ? "FILE or --end-entity" : MissingForRevocation(options->revocation);
       }};
   for (const OptionRow &row : RevocationRows(options->revocation)) verb.options.push_back(row);
+  for (const OptionRow &row : StrictRows(options->strict)) verb.options.push_back(row);
   return verb;
 }

@@ -14,6 +14,7 @@
 #include "keyOutput.h"
 #include "keyPassword.h"
 #include "kxcert/cert/serialNumber.h"
+#include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCRL_Encoder.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxExtensions.h"
@@ -203,7 +204,7 @@ void Run(const Options &options, Report &report) {
   const FoundCert found = ReadOneCert(options.issuer, report);
   if (found.cert == nullptr) return;
   const sxCert &issuer = *found.cert;
-  if (issuer.KeyUsage() != nullptr && issuer.HasKeyUsage(sxKU_cRLSign) == 0) {  // RFC 5280, 5 and 4.2.1.3
+  if (!sxCRL_MayBeSignedBy(issuer)) {  // RFC 5280, 5 and 4.2.1.3
     return report.Problem(kExitInputError, found.where, "may not sign CRLs: its key usage lacks cRLSign");
   }
   const FoundKey key = ReadKey(options.key, KeyPart::kPrivate, report, options.password);

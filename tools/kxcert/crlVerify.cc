@@ -48,7 +48,8 @@ void CheckIssuer(const sxCRL &crl, const sxCert &issuer, Statements &statements)
   const bool isSigned = crl.VerifySig(issuer.PubKey()) == 0;
   statements.Tell(isSigned, "signed with the certificate's key, " + SignatureText(crl.SignatureOid()));
   // RFC 5280, 6.3.3 (f): where there is a key usage, it allows this.
-  if (issuer.KeyUsage() != nullptr) statements.Tell(issuer.HasKeyUsage(sxKU_cRLSign) != 0, "key usage cRLSign");
+  const bool maySign = sxCRL_MayBeSignedBy(issuer);
+  if (!maySign || issuer.KeyUsage() != nullptr) statements.Tell(maySign, "key usage cRLSign");
   const sxExtKeyID *const wanted = crl.AuthorityKeyId(), *const own = issuer.SubjectKeyId();
   if (wanted != nullptr && own != nullptr && !wanted->KIdBuf().IsEmpty()) {
     statements.Tell(wanted->KIdBuf() == own->KIdBuf(), "authority key identifier " + KeyIdText(wanted));

@@ -154,9 +154,3 @@ bool Issue(const IssueOptions &options, const std::string &profile, const Signer
   if (!WriteObject({cert->GetBuf(), cert->BufLen()}, kPemLabel, options.form, options.output, report)) return false;
   return Tell(*cert, profile, options.output, report), true;
 }
-
-Validity ValidityOf(const sxCert &cert) {
-  sxCertTemplate copy;
-  if (copy.Set(&cert) != 0 || copy.Tree().validity == nullptr) return {};
-  return {sxASN_Time2seconds(copy.Tree().validity->notBefore), sxASN_Time2seconds(copy.Tree().validity->notAfter)};
-}

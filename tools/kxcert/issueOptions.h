@@ -55,9 +55,4 @@ bool SetValidity(const IssueOptions &options, int64_t usualSec, const Signer &si
 bool Issue(const IssueOptions &options, const std::string &profile, const Signer &signer, sxCertTemplate &wanted,
            Report &report);
 
-struct Validity {
-  int64_t first = -1, last = -1;  ///< seconds since 1970-01-01 00:00 UTC, exactly; -1: cannot be read
-};
-Validity ValidityOf(const sxCert &cert);
-
 #endif

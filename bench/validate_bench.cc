@@ -10,6 +10,7 @@
 #include "kxcert/cert/sxCerts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/keys/sxPubKey.h"
+#include "kxcert/trust/chainJudge.h"
 #include "kxcert/trust/sxKeyHolder.h"
 #include "kxcert/trust/sxRootCA.h"
 #include "kxcert/trust/sxValidation.h"
@@ -78,6 +79,26 @@ void Ours(benchmark::State &state, const BenchChain &octets, From from, Memory m
     chain.ClearAll();
     state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     if (!valid) state.SkipWithError("not valid");
+  }
+}
+
+// One question about a chain whose signatures are known: the verdict, its findings, and what strict rules add to them.
+void Judge(benchmark::State &state, const BenchChain &octets, const char *deciding, const char *notes) {
+  const auto holder = NewHolder(octets.root);
+  sxCerts pool;
+  Fill(&pool, octets);
+  sxChainQuestion question;
+  question.endEntity = pool.Get(0);
+  question.pool = &pool;
+  question.holder = holder.get();
+  question.flags = sxValidate_path | sxValidate_signatures | sxValidate_nameConstraints;
+  question.wantsFindings = true;
+  sxRuleSet_Find(deciding, &question.strict.deciding);
+  sxRuleSet_Find(notes, &question.strict.notes);
+  const CountsAllocations counts(state);
+  for (auto _ : state) {
+    sxChainVerdict verdict;
+    if (sxJudgeChain(question, verdict) != sxValidation_OK) state.SkipWithError("not valid");
   }
 }
 
@@ -201,6 +222,10 @@ const int kRegistered = [] {
     add(objects + "/libcrypto", Libcrypto, chain, From::kObjects);
     add(objects + "/first", Ours, chain, From::kObjects, Memory::kCleared)->UseManualTime();
     add(objects + "/repeated", Ours, chain, From::kObjects, Memory::kWarm)->UseManualTime();
+    const std::string judge = "judge/" + kind;
+    add(judge + "/findings", Judge, chain, "gateway", "gateway");
+    add(judge + "/with-notes", Judge, chain, "gateway", "rfc5280");
+    add(judge + "/strict", Judge, chain, "rfc5280", "gateway");
     const std::string octets = "validate-octets/" + kind;
     add(octets + "/libcrypto", Libcrypto, chain, From::kOctets);
     add(octets + "/first", Ours, chain, From::kOctets, Memory::kCleared)->UseManualTime();

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Installs what is missing to build and test the tree on Debian 12; with "checks" also what the other
-# checks of .ci/run need. Safe to run again at any time.
+# checks of .ci/run need, with "docs" what makes pages of the headers. Safe to run again at any time.
 set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config libssl-dev libevent-dev libgtest-dev libgmock-dev libbenchmark-dev
           libcli11-dev nlohmann-json3-dev libcurl4-openssl-dev libldap-dev openssl ca-certificates bats python3
           gnutls-bin libnss3-tools                 # other makers of keys, certificates and containers
           nginx-light slapd ldap-utils)            # servers that tests start for themselves
 [ "${1:-}" = checks ] && packages+=(git clang clang-format clang-tidy libclang-rt-14-dev)
+[ "${1:-}" = docs ] && packages=(doxygen)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")

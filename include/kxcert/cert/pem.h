@@ -10,10 +10,10 @@ class sxString;
 
 /// Takes the Base64 text between header and footer. Strict: the header stands at offset 0, every full
 /// line has 64 characters, at most two characters follow the footer.
-/// @param[in]  len    characters of @p text on entry
-/// @param[out] out    new octets for delete[]; untouched on failure
-/// @param[out] len    octets
-/// @param      strip  characters that are dropped from the body, or null
+/// @param[out]    out    new octets for delete[]; untouched on failure
+/// @param[in,out] len    characters of @p text; on success the octets of @p out, else
+///                       untouched
+/// @param         strip  characters that are dropped from the body, or null
 /// @retval  0  done
 /// @retval -1  not Base64, or nothing in it
 /// @retval -2  header, lines or footer are not as they must be (strict)

@@ -9,7 +9,7 @@
 #define KXCERT_VERSION_MINOR 0
 #define KXCERT_VERSION_PATCH 0
 
-/// As one number that grows with the version, for #if: 1.2.3 is 10203.
+/// As one number that grows with the version, for the preprocessor: 1.2.3 is 10203.
 #define KXCERT_VERSION_NUMBER (KXCERT_VERSION_MAJOR * 10000 + KXCERT_VERSION_MINOR * 100 + KXCERT_VERSION_PATCH)
 
 /// KXCERT_VERSION_NUMBER of the library that runs. Programs that were built with an older minor version

@@ -154,6 +154,20 @@ class Code:
         for rule, one in told.items():
             yield [f"`{rule}`", one["source"], str(one["code"]), HAND, HAND]
 
+    def digests(self):
+        """And which keys make signatures with them that are read."""
+        for word, value in enumerators("platform/digest.h", "sx_md_type"):
+            octets = self.call("kx_md_len", [("i", value)])
+            signs = ["yes" if self.call("SignOID_By_MD", [("i", value), ("i", ecdsa)], ctypes.c_void_p) else "no"
+                     for ecdsa in (0, 1)]
+            if octets:
+                yield [f"`{word}`", str(octets), *signs, HAND]
+
+    def path_ends(self):
+        """Why a path goes no further, as a verdict says."""
+        for text in re.findall(r'^constexpr char k\w+\[\] = "(.+)";$', code_of(ROOT / "src/trust/pathSearch.cc"), re.MULTILINE):
+            yield [f'"{text}"', HAND]
+
     def limits(self, room):
         inner = {ROOT / path: names for path, names in INNER_LIMITS.get(room, {}).items()}
         for path in [*sorted((INCLUDE / room).glob("*.h")), *inner]:
@@ -196,6 +210,7 @@ class Code:
         if name in NUMBERS:
             return list(self.numbers(name))
         makers = {"strict-rules": lambda _: self.strict_rules(), "usual-rules": lambda _: self.usual_rules(),
+                  "digests": lambda _: self.digests(), "path-ends": lambda _: self.path_ends(),
                   "limits": self.limits, "scenarios": self.scenarios, "strict-differences": self.strict_differences}
         return list(makers[kind](rest))
 
@@ -203,7 +218,7 @@ class Code:
 def tables_wanted():
     rooms = sorted({path.parent.name for path in INCLUDE.rglob("*.h") if LIMIT.search(code_of(path))} | set(INNER_LIMITS))
     headings = re.findall(r"^# ([A-Z][^|\n]*)\.$", (ROOT / "tests/data/chain/strictDifferences.txt").read_text(), re.MULTILINE)
-    return {*RESULTS, *NUMBERS, "strict-rules", "usual-rules", "scenarios scenarios", "scenarios revoked",
+    return {*RESULTS, *NUMBERS, "strict-rules", "usual-rules", "digests", "path-ends", "scenarios scenarios", "scenarios revoked",
             *(f"limits {room}" for room in rooms),
             *(f"strict-differences {one}" for one in headings if " | " not in one and not one.startswith("The first"))}
 

@@ -24,23 +24,23 @@ HAND = None    # a cell that is written by hand
 # Enumerations of results: the header, what all enumerators begin with, and the function of their texts. Cells are the code,
 # the name, the text if there is one, and what is written by hand.
 RESULTS = {
-    "sxValidationRC": ("trust/sxValidation.h", "sxValidation_", "sxValidationRC_GetString", 2),
-    "sxFindingResult": ("trust/sxFinding.h", "", None, 1),
-    "sxSearchBound": ("trust/chainJudge.h", "", None, 1),
-    "sxOcspResult": ("trust/ocsp.h", "sxOcsp_", "sxOcspResult_GetString", 1),
-    "sxOcspStatus": ("trust/ocspResponse.h", "", None, 1),
-    "sxIssueStatus": ("cert/issueCert.h", "sxIssue_", "sxIssueStatusText", 1),
-    "sxPkcs12Result": ("cert/pkcs12.h", "sxPkcs12_", "sxPkcs12_ResultText", 1),
-    "sxPbeResult": ("keys/passwordBased.h", "sxPbe_", "sxPbe_ResultText", 1),
-    "sxKeyImport": ("cert/importKey.h", "sxKeyImport_", None, 1),
-    "sxLoadSkip": ("cert/loadFiles.h", "", None, 1),
-    "sxStoreState": ("store/storeFolder.h", "", "sxStoreState_GetString", 1),
-    "kxCRMFStatus": ("enroll/crmfStatus.h", "kxCRMF_", "CrmfStat2string", 1),
-    "FSV_RC": ("signedfile/fileSignVerify.h", "", "FSV_RC_to_str", 1),
-    "FSG_RC": ("signedfile/fileSign.h", "", "FSG_RC_to_str", 1),
-    "kxFetchResult": ("platform/fetcher.h", "kxFetch_", None, 1),
-    "KeyTaskRC": ("keys/keyTasks.h", "", "TaskRC2str", 1),
-    "RTWaitResult": ("platform/workerPool.h", "", None, 1),
+    "sxValidationRC": ("trust/sxValidation.h", "sxValidation_", "sxValidationRC_GetString"),
+    "sxFindingResult": ("trust/sxFinding.h", "", None),
+    "sxSearchBound": ("trust/chainJudge.h", "", None),
+    "sxOcspResult": ("trust/ocsp.h", "sxOcsp_", "sxOcspResult_GetString"),
+    "sxOcspStatus": ("trust/ocspResponse.h", "", None),
+    "sxIssueStatus": ("cert/issueCert.h", "sxIssue_", "sxIssueStatusText"),
+    "sxPkcs12Result": ("cert/pkcs12.h", "sxPkcs12_", "sxPkcs12_ResultText"),
+    "sxPbeResult": ("keys/passwordBased.h", "sxPbe_", "sxPbe_ResultText"),
+    "sxKeyImport": ("cert/importKey.h", "sxKeyImport_", None),
+    "sxLoadSkip": ("cert/loadFiles.h", "", None),
+    "sxStoreState": ("store/storeFolder.h", "", "sxStoreState_GetString"),
+    "kxCRMFStatus": ("enroll/crmfStatus.h", "kxCRMF_", "CrmfStat2string"),
+    "FSV_RC": ("signedfile/fileSignVerify.h", "", "FSV_RC_to_str"),
+    "FSG_RC": ("signedfile/fileSign.h", "", "FSG_RC_to_str"),
+    "kxFetchResult": ("platform/fetcher.h", "kxFetch_", None),
+    "KeyTaskRC": ("keys/keyTasks.h", "", "TaskRC2str"),
+    "RTWaitResult": ("platform/workerPool.h", "", None),
 }
 RESULT_NAME = re.compile(r"Result$|RC$|Status$|State$|Skip$|Import$|Bound$")
 # The same of numbers that are no enumeration: the header, and what their names are.
@@ -109,12 +109,13 @@ class Code:
         return self.call(name, [(kind, ctypes.c_int(value))], ctypes.c_char_p).decode()
 
     def results(self, name):
-        header, prefix, texts, hand = RESULTS[name]
+        header, prefix, texts = RESULTS[name]
         scoped = f"enum class {name}" in code_of(INCLUDE / header)
         kind = f"{len(name)}{name}" if scoped else "i"
         for word, value in enumerators(header, name):
-            said = [self.text(texts, kind, value).replace("\n", " ")] if texts else []
-            yield [*([] if scoped else [str(value)]), f"`{word.removeprefix(prefix)}`", *said, *[HAND] * hand]
+            said = [self.text(texts, kind, value).replace("\n", "<br>")] if texts else []
+            by_rules = [HAND, self.strict_rules_of(value)] if name == "sxValidationRC" else []
+            yield [*([] if scoped else [str(value)]), f"`{word.removeprefix(prefix)}`", *said, *by_rules, HAND]
 
     def numbers(self, name):
         header, wanted = NUMBERS[name]
@@ -122,17 +123,30 @@ class Code:
             if wanted.match(word):
                 yield [value, f"`{word}`", HAND]
 
-    def strict_rules(self):
+    def rules(self):
+        """@return name, source, code and advice of each strict rule"""
         class Info(ctypes.Structure):
             _fields_ = [("name", ctypes.c_char_p), ("source", ctypes.c_char_p), ("code", ctypes.c_int),
                         ("advice", ctypes.c_char_p)]
-        sets = {name: self.rule_set(name) for name in ("rfc5280", "server", "client")}
         for number in range(self.call("sxStrictRule_Count", [])):
             info = Info()
             assert self.call("sxStrictRule_Get", [("i", number), ("P16sxStrictRuleInfo", ctypes.byref(info))], ctypes.c_bool)
-            within = ", ".join(name for name, members in sets.items() if members >> number & 1)
-            yield [f"`{info.name.decode()}`", info.source.decode(), str(info.code), within or "audit only", HAND,
-                   info.advice.decode()]
+            yield info.name.decode(), info.source.decode(), info.code, info.advice.decode()
+
+    def strict_rules(self):
+        sets = {name: self.rule_set(name) for name in ("rfc5280", "server", "client")}
+        for number, (name, source, code, advice) in enumerate(self.rules()):
+            within = ", ".join(word for word, members in sets.items() if members >> number & 1)
+            yield [f"`{name}`", source, str(code), within or "audit only", HAND, advice]
+
+    def strict_rules_of(self, wanted):
+        """@return the names of those that give a code, or of their groups"""
+        codes = collections.defaultdict(set)
+        for name, _, code, _ in self.rules():
+            codes[name.partition(".")[0]].add(code)
+        names = [f"{group}.*" if dot and codes[group] == {wanted} else name for name, _, code, _ in self.rules()
+                 for group, dot, _ in [name.partition(".")] if code == wanted]
+        return ", ".join(f"`{name}`" for name in dict.fromkeys(names))
 
     def rule_set(self, name):
         class View(ctypes.Structure):
@@ -284,6 +298,20 @@ def broken_links(path, text):
             if not (path.parent / target).exists()]
 
 
+def wrong_rules(path, text, names):
+    """Rules that a document names and nobody has; and of what is accepted on purpose, those that it leaves out."""
+    groups = {name.partition(".")[0] for name in names if "." in name}
+    known = set(names) | {f"{group}.*" for group in groups}
+    named = {word for word in re.findall(r"`([\w.*]+)`", text)
+             if "." in word and word.partition(".")[0] in groups and not word.endswith((".cc", ".h"))}
+    wrong = [f"{path.name}: no such rule: {word}" for word in sorted(named - known)]
+    if path.name == "security.md":
+        told = set(re.findall(r"`([\w.*]+)`", text))
+        wrong += [f"{path.name} does not say what is accepted without the rule {name}" for name in names
+                  if not {name, f"{name.partition('.')[0]}.*"} & told]
+    return wrong
+
+
 def unlisted_enums():
     found = {name for path in INCLUDE.rglob("*.h") if "modules" not in path.parts
              for name in re.findall(r"\benum (?:class )?(\w+)[^;{]*\{", code_of(path)) if RESULT_NAME.search(name)}
@@ -293,14 +321,14 @@ def unlisted_enums():
 def main(arguments):
     is_check = "--check" in arguments
     code = Code(*(one for one in arguments if one != "--check"))
-    seen, wrong = [], unlisted_enums()
+    seen, wrong, names = [], unlisted_enums(), [rule[0] for rule in code.rules()]
     for path in DOCUMENTS:
         said = []
         text = renew(path, code, seen, said)
         if not is_check:
             path.write_text(text, encoding="utf-8")
             said = [line for line in said if ": to be filled: " in line or ": left out: " in line]
-        wrong += said + broken_links(path, text)
+        wrong += said + broken_links(path, text) + wrong_rules(path, text, names)
     wrong += [f"no document has the table {name}" for name in sorted(tables_wanted() - set(seen))]
     readme = (ROOT / "README.md").read_text(encoding="utf-8")
     wrong += [f"README.md has no link to docs/{path.name}" for path in (ROOT / "docs").glob("*.md")

@@ -40,7 +40,7 @@ crl() {
   run -3 crl again --unrevoke 05
   [[ $output == *'is not in the list'* ]]
   run -2 crl again --revoke 05,2030-01-01,bored
-  [[ $output == *'not a reason'* ]]
+  [[ $output == *'unknown reason'* ]]
   run -3 crl again --delta-base 1
   [[ $output == *'a delta CRL without a number'* ]]
   run -3 crl again --from one.pem --number 1

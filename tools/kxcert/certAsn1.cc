@@ -22,18 +22,17 @@ struct Options {
   bool check = false;
 };
 
-std::string KnownTypes() {
-  std::string names;
+Words TypeWords() {
+  Words names;
   for (int i = 0; sxAsnTypeAt(i) != nullptr; ++i) {
-    names += (i == 0 ? "" : " ") + std::string(sxAsnTypeAt(i)->name).substr(std::string_view("sxASN_").size());
+    names.push_back(std::string(sxAsnTypeAt(i)->name).substr(std::string_view("sxASN_").size()));
   }
   return names;
 }
 
 // Validates TYPE while options are read, so that an unknown one is a usage error.
 std::string CheckType(const std::string &name) {
-  if (sxAsnFindType(name.c_str()) != nullptr) return "";
-  return "no such ASN.1 type: " + VisibleLine(name) + "; known are " + KnownTypes();
+  return sxAsnFindType(name.c_str()) != nullptr ? "" : UnknownWord("ASN.1 type", name, TypeWords());
 }
 
 std::string At(const unsigned char *octets, size_t len, size_t i) { return i < len ? HexOf(octets + i, 1) : "nothing"; }
@@ -102,7 +101,8 @@ void Run(const Options &options, Report &report) {
 
 Verb CertAsn1() {
   const auto options = std::make_shared<Options>();
-  return {{{"TYPE", "an ASN.1 type, such as Certificate or CertificateList", &options->type, true, CheckType},
+  return {{WithWords({"TYPE", "an ASN.1 type, such as Certificate or CertificateList", &options->type, true, CheckType},
+                     TypeWords),
            {"FILE", "DER, PEM (the first block) or {ASN} files; - is standard input", &options->files, true},
            {"--check", "encode again and compare octet by octet, instead of the tree", &options->check}},
           [options](Report &report) { Run(*options, report); }};

@@ -98,15 +98,17 @@ const char *Missing(const Options &options) {
 Verb CertIssue() {
   const auto options = std::make_shared<Options>();
   Verb verb = {
-      {{"--profile", "root, sub-ca, server, client, gateway or ocsp (a signer of OCSP responses)", &options->profile,
-        true, CheckProfile},
+      {WithWords(
+           {"--profile", "what it is for; ocsp: a signer of OCSP responses", &options->profile, true, CheckProfile},
+           ProfileWords),
        {"--request", "PKCS #10 request that it answers", &options->request},
        {"--public-key", "key that it is for, without a request; of a private key the public part", &options->publicKey},
        {"--key", "private key that it is for and signed with, without --issuer-cert", &options->issue.key},
        PasswordRow(options->issue.password),
        {"--subject", "name, as text or DER in hexadecimal; instead of the request's", &options->subject},
-       {"--copy", "NAME|OID of an extension that is taken over from the request; may be repeated", &options->copies,
-        false, CheckExtensionType}},
+       WithWords({"--copy", "NAME|OID of an extension that is taken over from the request; may be repeated",
+                  &options->copies, false, CheckExtensionType},
+                 ExtensionWords)},
       [options](Report &report) { Run(*options, report); },
       [options] { return Missing(*options); }};
   std::ranges::move(IssueRows(options->issue), std::back_inserter(verb.options));

@@ -4,14 +4,21 @@
 #include "kxcert/platform/version.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <type_traits>
 
+#include "completion.h"
+#include "examples.h"
+#include "report.h"
 #include "visibleText.h"
 
 namespace {
+
+constexpr char kExitCodes[] = "Exit codes: 0 yes, 1 no, 2 usage, 3 input or output, 4 internal.";
+constexpr size_t kMaxShownWords = 80;  // characters; what is longer is left to completion
 
 // What is no number at all is told where it is converted.
 std::string CheckNumber(const std::string &text) { return text.starts_with('-') ? "is negative" : ""; }
@@ -29,14 +36,14 @@ class OptionAdder {
       option->check(CLI::Validator(CheckNumber, "NONNEGATIVE"));
       return;
     }
-    std::map<std::string, int> values;
-    std::string names;
-    for (const OptionChoice &choice : m_row.choices) {
-      values[choice.name] = choice.value;
-      names += (names.empty() ? "" : ", ") + std::string(choice.name);
-    }
+    const auto read = [row = m_row](std::string &text) {
+      for (const OptionChoice &choice : row.choices) {
+        if (text == choice.name) return text = std::to_string(choice.value), std::string();
+      }
+      return UnknownWord("value", text, ValueWords(row));
+    };
     option->type_name("ENUM");  // as usage errors name it
-    option->transform(CLI::CheckedTransformer(values).description("(" + names + ")"))->option_text(m_row.choiceName);
+    option->transform(CLI::Validator("").operation(read));
   }
 
   void operator()(std::string *text) const {
@@ -57,6 +64,7 @@ class OptionAdder {
   CLI::Option *Add(Target &target) const {
     CLI::Option *const option = m_app.add_option(m_row.name, target, m_row.help);
     if (m_row.required) option->required();
+    ShowWords(*option);
     // What a shell makes of a variable that is not set would else count as an option that was not given.
     if (m_row.name[0] == '-' && !std::is_same_v<Target, int>) {
       option->check([](const std::string &text) { return text.empty() ? std::string("is empty") : std::string(); });
@@ -65,48 +73,125 @@ class OptionAdder {
     return option;
   }
 
+  void ShowWords(CLI::Option &option) const {
+    const std::string words = JoinedBy("|", ValueWords(m_row));
+    if (words.empty() || words.size() > kMaxShownWords) return;
+    const std::string name = *m_row.choiceName == '\0' ? "" : std::string(m_row.choiceName) + ": ";
+    option.option_text(name + words + (m_row.required ? " REQUIRED" : ""));
+  }
+
   CLI::App &m_app;
   const OptionRow &m_row;
 };
 
+void AddVersion(CLI::App &app) { app.set_version_flag(kVersion, std::string("kxcert ") + kxVersion()); }
+
+std::string NameOf(const VerbRow &row) { return std::string(row.noun) + " " + row.name; }
+
 void AddVerb(CLI::App &app, const VerbRow &row, Choice &choice) {
   const Verb verb = row.make();
   for (const OptionRow &option : verb.options) std::visit(OptionAdder(app, option), option.target);
-  app.add_flag("--json", choice.json, "write one JSON document to standard output");
+  app.add_flag(kJson, choice.json, "write one JSON document to standard output");
+  AddVersion(app);
+  app.footer(std::string(kExitCodes) + "\n\nExample:\n" + ExampleOf(NameOf(row)));
   app.parse_complete_callback([verb] {
     const char *const missing = verb.missing == nullptr ? nullptr : verb.missing();
     if (missing != nullptr) throw CLI::RequiredError(missing);
   });
   app.callback([&choice, verb, row] {
-    choice.command = std::string(row.noun) + " " + row.name;
+    choice.command = NameOf(row);
     choice.run = verb.run;
   });
+}
+
+// What is wrong with a line, and what of it names a command.
+struct Fault {
+  std::string command;  // "chain verify", "chain" or ""
+  std::string text;     // empty: nothing is wrong
+};
+
+Fault FaultOfNouns(const Words &line, std::span<const NounRow> nouns, std::span<const VerbRow> verbs) {
+  const Words known = NounWords(nouns);
+  if (line.empty()) return {"", "a noun is missing: " + ListOf(known)};
+  if (line[0].starts_with('-')) return {};
+  if (std::ranges::find(known, line[0]) == known.end()) return {"", UnknownWord("noun", line[0], known)};
+  const Words itsVerbs = VerbWords(verbs, line[0]);
+  const std::string &noun = line[0];
+  if (line.size() == 1) return {noun, "a verb of \"" + noun + "\" is missing: " + ListOf(itsVerbs)};
+  const std::string &word = line[1];
+  if (std::ranges::find(itsVerbs, word) != itsVerbs.end()) return {noun + " " + word, ""};
+  if (!word.starts_with('-')) return {noun, UnknownWord("verb", word, itsVerbs, noun)};
+  const bool isAnswer = word == kHelp || word == "-h" || word == kVersion;
+  return {noun, isAnswer ? "" : "a verb of \"" + noun + "\" is missing before \"" + VisibleLine(word) + "\""};
+}
+
+// Words that are nobody's come first: what else is wrong with the line mostly follows from them.
+std::string TextOf(const CLI::ParseError &error, const CLI::App &app, const std::string &command,
+                   std::span<const VerbRow> verbs) {
+  Words known = {kHelp, kVersion};
+  for (const VerbRow &verb : verbs) {
+    if (NameOf(verb) == command) known = OptionWords(verb.make());
+  }
+  const std::vector<std::string> rest = app.remaining(true);
+  for (const std::string &word : rest) {
+    const std::string name = word.substr(0, word.find('='));
+    if (!word.starts_with('-') || std::ranges::find(known, name) != known.end()) continue;
+    const std::string nearest = NearestWord(name, known);
+    return UnknownWord("option", name, nearest.empty() ? Words() : Words{nearest}, command);
+  }
+  if (!rest.empty()) return "unexpected argument \"" + VisibleLine(rest.front()) + "\" of \"" + command + "\"";
+  return VisibleText(error.what());
+}
+
+int TellFault(const Fault &fault, bool json) {
+  Report report(fault.command, json);
+  report.Problem(kExitUsage, "", fault.text);
+  std::fputs("Run with --help for more information.\n", stderr);
+  return report.Finish();
+}
+
+bool WantsJson(const Words &line) {
+  const auto end = std::ranges::find(line, "--");
+  return std::find(line.begin(), end, kJson) != end;
 }
 
 }  // namespace
 
 std::optional<Choice> ReadCommandLine(int argc, char **argv, std::span<const NounRow> nouns,
                                       std::span<const VerbRow> verbs, int *exitCode) {
+  const Words line(argv + std::min(argc, 1), argv + argc);
+  if (!line.empty() && line[0] == "--complete") {
+    for (const std::string &word : WordsAfter(std::span(line).subspan(1), nouns, verbs)) std::puts(word.c_str());
+    *exitCode = kExitYes;
+    return std::nullopt;
+  }
+  Fault fault = FaultOfNouns(line, nouns, verbs);
+  if (!fault.text.empty()) {
+    *exitCode = TellFault(fault, WantsJson(line));
+    return std::nullopt;
+  }
   CLI::App app("Looks into certificates and decides about chains of them.", "kxcert");
-  app.set_version_flag("--version", std::string("kxcert ") + kxVersion());
+  AddVersion(app);
   app.require_subcommand(1);
-  app.footer("Exit codes: 0 yes, 1 no, 2 usage, 3 input or output, 4 internal.");
+  app.footer(kExitCodes);
   Choice choice;
   std::map<std::string_view, CLI::App *> added;
   for (const NounRow &noun : nouns) {
     added[noun.name] = app.add_subcommand(noun.name, noun.help);
     added[noun.name]->require_subcommand(1);
+    AddVersion(*added[noun.name]);
   }
   for (const VerbRow &verb : verbs) AddVerb(*added[verb.noun]->add_subcommand(verb.name, verb.help), verb, choice);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &error) {
-    *exitCode = kExitUsage;
     if (error.get_exit_code() == 0) {  // help and version
-      *exitCode = app.exit(error);
-    } else {
-      std::fprintf(stderr, "kxcert: %s\nRun with --help for more information.\n", VisibleText(error.what()).c_str());
+      app.exit(error);
+      *exitCode = kExitYes;
+      return std::nullopt;
     }
+    fault.text = TextOf(error, app, fault.command, verbs);
+    *exitCode = TellFault(fault, WantsJson(line));
     return std::nullopt;
   }
   return choice;

@@ -30,7 +30,8 @@ struct Choice {
   bool json = false;
 };
 
-/// Answers --help and --version, and says what is wrong with the line.
+/// Answers --help and --version, and says what is wrong with the line: with --json as a document, too. "--complete WORD..."
+/// prints the words that may follow, a line each, for shells.
 /// @return nothing when the program is to end with @p exitCode
 std::optional<Choice> ReadCommandLine(int argc, char **argv, std::span<const NounRow> nouns,
                                       std::span<const VerbRow> verbs, int *exitCode);

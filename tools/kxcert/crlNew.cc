@@ -57,6 +57,14 @@ int ReasonOf(const std::string &name) {
   return sxCrlReason_none;
 }
 
+Words ReasonWords() {
+  Words words;
+  for (int reason = 0; reason <= sxCrlReason_aACompromise; ++reason) {
+    if (const char *const text = sxCrlReasonText(reason)) words.emplace_back(text);
+  }
+  return words;
+}
+
 // "WHAT[,DATE[,REASON]]". @return "", or what is wrong with it
 std::string ParseRevocation(const std::string &text, Revocation *revocation) {
   std::string rest = text, parts[3];
@@ -70,7 +78,8 @@ std::string ParseRevocation(const std::string &text, Revocation *revocation) {
   if (!parts[1].empty() && !ParseTime(parts[1], &revocation->sec)) return CheckTime(parts[1]);
   revocation->reason = ReasonOf(parts[2]);
   const bool isKnown = parts[2].empty() || revocation->reason != sxCrlReason_none;
-  return isKnown && rest.empty() ? "" : "not a reason: " + VisibleLine(parts[2]) + "; keyCompromise is one";
+  if (!isKnown) return UnknownWord("reason", parts[2], ReasonWords());
+  return rest.empty() ? "" : "more than three parts: " + VisibleLine(text);
 }
 
 std::string CheckCertRevocation(const std::string &text) {

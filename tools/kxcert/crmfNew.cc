@@ -75,11 +75,14 @@ int KeyUsageBit(const std::string &name) {
   return -1;
 }
 
+Words KeyUsageWords() {
+  Words words;
+  for (int bit = 0; bit < kNumKeyUsages; ++bit) words.emplace_back(sxKeyUsage::KeyusageStr(bit));
+  return words;
+}
+
 std::string CheckKeyUsage(const std::string &name) {
-  if (KeyUsageBit(name) >= 0) return "";
-  std::string known;
-  for (int bit = 0; bit < kNumKeyUsages; ++bit) known += std::string(" ") + sxKeyUsage::KeyusageStr(bit);
-  return "not a key usage: " + VisibleLine(name) + "; known are" + known;
+  return KeyUsageBit(name) >= 0 ? "" : UnknownWord("key usage", name, KeyUsageWords());
 }
 
 // What can be asked for again: a certificate, or a PKCS #10 request.
@@ -214,31 +217,32 @@ void Run(const Options &options, Report &report) {
 
 Verb CrmfNew() {
   const auto options = std::make_shared<Options>();
-  Verb verb = {
-      {{"--key", "private key: PEM, DER or an attribute set; the certificate is for it", &options->key, true},
-       PasswordRow(options->keyPassword, "--key-password"),
-       {"--subject", "name, as text or DER in hexadecimal", &options->subject},
-       {"--from", "certificate or PKCS #10 request to take subject and extensions from", &options->from},
-       {"--san", "DNS:, IP:, EMAIL: or URI: and an alternative name; may be repeated", &options->altNames, false,
-        CheckAltName},
-       {"--key-usage", "digitalSignature and the like; may be repeated", &options->keyUsages, false, CheckKeyUsage},
-       {"--old", "certificate that the new one replaces", &options->old},
-       {"--password", "where it is: file:PATH, env:NAME or fd:NUMBER; for requests without a subject",
-        &options->password, false, CheckSecretSource},
-       {"--digest",
-        "sha1 (the default) or md5: longer ones are not signed",
-        &options->digest,
-        false,
-        nullptr,
-        {{"sha1", sx_md_sha1}, {"md5", sx_md_md5}},
-        "DIGEST"},
-       {"--id", "number of the request (0)", &options->id},
-       ObjectFormRow(options->form)},
-      [options](Report &report) { Run(*options, report); },
-      [options] {
-        const bool named = !options->subject.empty() || !options->from.empty() || !options->password.empty();
-        return named ? nullptr : "--subject, --from or --password";
-      }};
+  Verb verb = {{{"--key", "private key: PEM, DER or an attribute set; the certificate is for it", &options->key, true},
+                PasswordRow(options->keyPassword, "--key-password"),
+                {"--subject", "name, as text or DER in hexadecimal", &options->subject},
+                {"--from", "certificate or PKCS #10 request to take subject and extensions from", &options->from},
+                {"--san", "DNS:, IP:, EMAIL: or URI: and an alternative name; may be repeated", &options->altNames,
+                 false, CheckAltName},
+                WithWords({"--key-usage", "digitalSignature and the like; may be repeated", &options->keyUsages, false,
+                           CheckKeyUsage},
+                          KeyUsageWords),
+                {"--old", "certificate that the new one replaces", &options->old},
+                {"--password", "where it is: file:PATH, env:NAME or fd:NUMBER; for requests without a subject",
+                 &options->password, false, CheckSecretSource},
+                {"--digest",
+                 "sha1 (the default) or md5: longer ones are not signed",
+                 &options->digest,
+                 false,
+                 nullptr,
+                 {{"sha1", sx_md_sha1}, {"md5", sx_md_md5}},
+                 "DIGEST"},
+                {"--id", "number of the request (0)", &options->id},
+                ObjectFormRow(options->form)},
+               [options](Report &report) { Run(*options, report); },
+               [options] {
+                 const bool named = !options->subject.empty() || !options->from.empty() || !options->password.empty();
+                 return named ? nullptr : "--subject, --from or --password";
+               }};
   std::ranges::move(OutputRows(options->output), std::back_inserter(verb.options));
   return verb;
 }

@@ -42,18 +42,24 @@ int UsageBit(const std::string &name) {
   return -1;
 }
 
+Words KeyUsageWords() {
+  Words words;
+  for (int bit = sxKU_digitalSignature; bit <= sxKU_decipherOnly; ++bit) {
+    words.emplace_back(sxKeyUsage::KeyusageStr(bit));
+  }
+  return words;
+}
+
 std::string CheckUsages(const std::string &text) {
   for (const std::string &name : PartsOf(text)) {
-    if (UsageBit(name) < 0) return "not a key usage: " + VisibleLine(name) + "; digitalSignature,keyAgreement are two";
+    if (UsageBit(name) < 0) return UnknownWord("key usage", name, KeyUsageWords());
   }
   return "";
 }
 
 std::string CheckPurposes(const std::string &text) {
   for (const std::string &name : PartsOf(text)) {
-    if (!ReadPurpose(name).has_value()) {
-      return "not a purpose: " + VisibleLine(name) + "; serverAuth is one, and so is any object identifier";
-    }
+    if (!ReadPurpose(name).has_value()) return UnknownWord("purpose", name, ExtKeyUsageWords());
   }
   return "";
 }
@@ -256,8 +262,12 @@ std::vector<OptionRow> ExtensionRows(ExtensionOptions &options) {
        &options.subjectNames, false, CheckGeneralName},
       {"--issuer-alt-name", "alternative name of the issuer, KIND:VALUE; may be repeated", &options.issuerNames, false,
        CheckGeneralName},
-      {"--key-usage", "NAME[,NAME...], as digitalSignature,keyAgreement", &options.keyUsage, false, CheckUsages},
-      {"--ext-key-usage", "NAME|OID[,...], as serverAuth,clientAuth", &options.extKeyUsage, false, CheckPurposes},
+      WithWords(
+          {"--key-usage", "NAME[,NAME...], as digitalSignature,keyAgreement", &options.keyUsage, false, CheckUsages},
+          KeyUsageWords),
+      WithWords(
+          {"--ext-key-usage", "NAME|OID[,...], as serverAuth,clientAuth", &options.extKeyUsage, false, CheckPurposes},
+          ExtKeyUsageWords),
       {"--ca", "may issue certificates", &options.isCA},
       {"--path-len", "how many CAs may stand below this one", &options.pathLen},
       {"--crl-uri", "where its CRL is; may be repeated", &options.crlUris, false, CheckUri},
@@ -278,12 +288,14 @@ std::vector<OptionRow> ExtensionRows(ExtensionOptions &options) {
        &options.permitted, false, CheckNameBase},
       {"--exclude", "names that it may not certify, likewise; may be repeated", &options.excluded, false,
        CheckNameBase},
-      {"--tls-feature", "status_request, or the number of a TLS extension; may be repeated", &options.tlsFeatures,
-       false, CheckTlsFeature},
+      WithWords({"--tls-feature", "one of these, or the number of a TLS extension; may be repeated",
+                 &options.tlsFeatures, false, CheckTlsFeature},
+                TlsFeatureWords),
       {"--ocsp-no-check", "an OCSP signer that is trusted without a check", &options.noCheck},
       {"--extension", "OID[,critical]=HEX, the value as it is encoded; may be repeated", &options.raw, false, CheckRaw},
-      {"--without", "NAME|OID of an extension that is not to be in it; may be repeated", &options.without, false,
-       CheckExtensionType},
+      WithWords({"--without", "NAME|OID of an extension that is not to be in it; may be repeated", &options.without,
+                 false, CheckExtensionType},
+                ExtensionWords),
   };
 }
 

@@ -225,12 +225,13 @@ constexpr KindRow kBases[] = {
 std::string ReadKind(std::span<const KindRow> rows, const std::string &text, sxASN_GeneralName *name) {
   const size_t colon = text.find(':');
   const std::string kind = text.substr(0, colon);
-  std::string kinds;
+  Words kinds;
   for (const KindRow &row : rows) {
     if (colon != std::string::npos && kind == row.kind) return row.read(text.substr(colon + 1), name);
-    kinds += (kinds.empty() ? "" : ", ") + std::string(row.kind);
+    kinds.emplace_back(row.kind);
   }
-  return "not KIND:VALUE: " + VisibleLine(text) + "; the kinds are " + kinds;
+  if (colon != std::string::npos) return UnknownWord("kind of name", kind, kinds);
+  return "not KIND:VALUE: " + VisibleLine(text) + "; the kinds are " + ListOf(kinds);
 }
 
 }  // namespace

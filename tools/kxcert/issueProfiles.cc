@@ -8,7 +8,6 @@
 #include "kxcert/cert/sxCertTemplate.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "oidInput.h"
-#include "visibleText.h"
 
 namespace {
 
@@ -51,10 +50,13 @@ const IssueProfile *FindProfile(const std::string &name) {
 }
 
 std::string CheckProfile(const std::string &name) {
-  if (FindProfile(name) != nullptr) return "";
-  std::string known;
-  for (const IssueProfile &profile : kProfiles) known += (known.empty() ? "" : ", ") + std::string(profile.name);
-  return "no such profile: " + VisibleLine(name) + "; known are " + known;
+  return FindProfile(name) != nullptr ? "" : UnknownWord("profile", name, ProfileWords());
+}
+
+Words ProfileWords() {
+  Words words;
+  for (const IssueProfile &profile : kProfiles) words.emplace_back(profile.name);
+  return words;
 }
 
 bool SetProfile(const IssueProfile &profile, sxCertTemplate &wanted) {

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "knownWords.h"
+
 class sxCertTemplate;
 
 enum class AltNames {
@@ -29,6 +31,7 @@ struct IssueProfile {
 };
 
 const IssueProfile *FindProfile(const std::string &name);  ///< null when there is none
+Words ProfileWords();                                      ///< their names
 std::string CheckProfile(const std::string &name);         ///< of an option: "", or what is wrong with it
 
 /// Sets those extensions of which the profile says something.

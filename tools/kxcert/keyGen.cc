@@ -52,6 +52,8 @@ sxPubKey *MakeRsa(const std::string &size, Report &report) {
   return sxGenerateRSA(bits, kExponent);
 }
 
+Words CurveWords() { return {"P-256", "P-384", "P-521"}; }
+
 sxPubKey *MakeEc(const std::string &curve, Report &report) {
   struct Alias {
     const char *name;
@@ -62,7 +64,7 @@ sxPubKey *MakeEc(const std::string &curve, Report &report) {
       {"secp384r1", "secp384r1"}, {"P-521", "secp521r1"},      {"secp521r1", "secp521r1"}};
   const auto *const alias = std::ranges::find_if(kAliases, [&curve](const Alias &row) { return curve == row.name; });
   if (alias != std::end(kAliases)) return new kxECDSA(alias->curve);
-  report.Problem(kExitUsage, curve, "no such curve; known are P-256, P-384 and P-521");
+  report.Problem(kExitUsage, "", UnknownWord("curve", curve, CurveWords()));
   return nullptr;
 }
 
@@ -88,8 +90,14 @@ const KindRow *FindKind(const std::string &name) {
   return found == std::end(kKinds) ? nullptr : found;
 }
 
+Words KindWords() {
+  Words words;
+  for (const KindRow &row : kKinds) words.emplace_back(row.name);
+  return words;
+}
+
 std::string CheckKind(const std::string &name) {
-  return FindKind(name) != nullptr ? "" : "no such kind of key: " + VisibleLine(name) + "; known are rsa, ec and dh";
+  return FindKind(name) != nullptr ? "" : UnknownWord("kind of key", name, KindWords());
 }
 
 void Run(const Options &options, Report &report) {
@@ -117,8 +125,10 @@ void Run(const Options &options, Report &report) {
 Verb KeyGen() {
   const auto options = std::make_shared<Options>();
   std::vector<OptionRow> rows = {
-      {"KIND", "rsa, ec or dh", &options->kind, true, CheckKind},
-      {"SIZE", "bits of an RSA key, a curve (P-256, P-384, P-521), a Diffie-Hellman group (14)", &options->size, true},
+      WithWords({"KIND", "what the key is", &options->kind, true, CheckKind}, KindWords),
+      WithWords(
+          {"SIZE", "a curve, or the bits of an RSA key (3072), or a Diffie-Hellman group (14)", &options->size, true},
+          CurveWords),
       FormRow(options->form)};
   std::ranges::move(EncryptRows(options->encrypt), std::back_inserter(rows));
   std::ranges::move(OutputRows(options->output), std::back_inserter(rows));

@@ -22,9 +22,14 @@ const CipherRow *FindCipher(const std::string &name) {
   return found == std::end(kCiphers) ? nullptr : found;
 }
 
+Words CipherWords() {
+  Words words;
+  for (const CipherRow &row : kCiphers) words.emplace_back(row.name);
+  return words;
+}
+
 std::string CheckCipher(const std::string &name) {
-  return FindCipher(name) != nullptr ? ""
-                                     : "no such cipher: " + VisibleLine(name) + "; known are aes256, aes128 and 3des";
+  return FindCipher(name) != nullptr ? "" : UnknownWord("cipher", name, CipherWords());
 }
 
 // Twice: nobody sees what is typed.
@@ -63,8 +68,9 @@ bool KeyPassword::Give(const sxLoadPlace &place, kxBinBuf &out) {
 
 std::vector<OptionRow> EncryptRows(EncryptOptions &options) {
   return {
-      {"--encrypt{aes256}", "encrypt the private key: =aes256 (the default), =aes128 or =3des", &options.cipher, false,
-       CheckCipher},
+      WithWords({"--encrypt{aes256}", "encrypt the private key: =aes256 (the default), =aes128 or =3des",
+                 &options.cipher, false, CheckCipher},
+                CipherWords),
       {"--new-password", "where the password for --encrypt is: file:PATH, env:NAME or fd:NUMBER; else it is asked for",
        &options.password, false, CheckSecretSource},
       {"--iterations", "of the key derivation for --encrypt (50000)", &options.iterations}};

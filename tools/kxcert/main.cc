@@ -70,7 +70,11 @@ int Run(int argc, char **argv) {
   const std::optional<Choice> choice = ReadCommandLine(argc, argv, kNouns, kVerbs, &exitCode);
   if (!choice.has_value()) return exitCode;
   Report report(choice->command, choice->json);
-  choice->run(report);
+  try {
+    choice->run(report);
+  } catch (const std::exception &error) {  // the document is whole all the same
+    report.Problem(kExitInternal, "", std::string("internal error: ") + error.what());
+  }
   return report.Finish();
 }
 

@@ -80,6 +80,12 @@ std::string NameOf(std::span<const NameRow> rows, const sxAsnOid &oid) {
   return OidText(oid);
 }
 
+Words NamesOf(std::span<const NameRow> rows) {
+  Words words;
+  for (const NameRow &row : rows) words.emplace_back(row.name);
+  return words;
+}
+
 // @return false: not numbers with single dots between them
 bool ReadArcs(std::string_view text, std::vector<uint32_t> *arcs) {
   const char *pos = text.data();
@@ -121,6 +127,8 @@ std::optional<sxAsnOid> ReadExtensionType(std::string_view text) { return ReadNa
 std::optional<sxAsnOid> ReadPurpose(std::string_view text) { return ReadNamed(kPurposes, text); }
 std::string ExtensionName(const sxAsnOid &type) { return NameOf(kExtensions, type); }
 std::string PurposeName(const sxAsnOid &purpose) { return NameOf(kPurposes, purpose); }
+Words ExtensionWords() { return NamesOf(kExtensions); }
+Words ExtKeyUsageWords() { return NamesOf(kPurposes); }
 
 std::string CheckOid(const std::string &text) {
   return ReadOid(text).has_value() ? ""
@@ -128,7 +136,5 @@ std::string CheckOid(const std::string &text) {
 }
 
 std::string CheckExtensionType(const std::string &text) {
-  return ReadExtensionType(text).has_value()
-             ? ""
-             : "not an extension: " + VisibleLine(text) + "; keyUsage is one, and so is any object identifier";
+  return ReadExtensionType(text).has_value() ? "" : UnknownWord("extension", text, ExtensionWords());
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "knownWords.h"
 #include "kxcert/asn1/sxAsnOid.h"
 
 /// Dotted decimal of two arcs or more, each below 2^32.
@@ -18,6 +19,9 @@ std::optional<sxAsnOid> ReadPurpose(std::string_view text);
 
 std::string ExtensionName(const sxAsnOid &type);   ///< dotted decimal when it has no name here
 std::string PurposeName(const sxAsnOid &purpose);  ///< likewise
+
+Words ExtensionWords();    ///< the names of extensions
+Words ExtKeyUsageWords();  ///< the names of purposes
 
 // Of options: "", or what is wrong with the text.
 std::string CheckOid(const std::string &text);

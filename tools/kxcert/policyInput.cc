@@ -76,7 +76,13 @@ std::string CheckPolicyMapping(const std::string &text) {
 }
 
 std::string CheckTlsFeature(const std::string &text) {
-  return ReadTlsFeature(text).has_value()
-             ? ""
-             : "not a TLS feature: " + VisibleLine(text) + "; status_request is one, and so is a number up to 65535";
+  return ReadTlsFeature(text).has_value() ? "" : UnknownWord("TLS feature", text, TlsFeatureWords());
+}
+
+Words TlsFeatureWords() {
+  Words words;
+  for (int feature = 0; feature <= kMaxTlsFeature; ++feature) {
+    if (const char *const name = sxTlsFeature::FeatureStr(feature)) words.emplace_back(name);
+  }
+  return words;
 }

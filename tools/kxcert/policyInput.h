@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "knownWords.h"
 #include "kxcert/cert/issuedExtensions.h"
 
 /// OID[,cps=URI][,notice=TEXT], where "any" stands for anyPolicy. A comma that nothing of the two follows is part of the
@@ -18,5 +19,6 @@ std::optional<int> ReadTlsFeature(const std::string &text);                 ///<
 std::string CheckPolicy(const std::string &text);
 std::string CheckPolicyMapping(const std::string &text);
 std::string CheckTlsFeature(const std::string &text);
+Words TlsFeatureWords();  ///< the names of those that have one
 
 #endif

@@ -24,7 +24,7 @@ void Write(std::string_view text) { std::fwrite(text.data(), 1, text.size(), std
 
 Report::Report(const std::string &command, bool json) : m_json(json), m_colour(!json && WantsColour()) {
   m_document["schema"] = kSchema;
-  m_document["command"] = command;
+  m_document["command"] = command.empty() ? Facts(nullptr) : Facts(command);
 }
 
 void Report::Line(std::string_view text) {

@@ -16,7 +16,7 @@ class Report {
  public:
   static constexpr int kSchema = 1;  ///< of the JSON documents; grows when a member changes its meaning
 
-  /// @param command  noun and verb, for the document
+  /// @param command  noun and verb, for the document; of a line that names no verb, what it names, or nothing
   Report(const std::string &command, bool json);
 
   void Line(std::string_view text = {});

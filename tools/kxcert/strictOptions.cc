@@ -1,5 +1,7 @@
 #include "strictOptions.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include "oidInput.h"
@@ -29,15 +31,19 @@ std::string GroupOf(const char *rule) {
   return std::string(name.substr(0, name.find('.')));
 }
 
-std::string AllGroups() {
-  std::string all, last;
+Words SetWords() { return {kUsualSet, "server", "client", kGateway, kAudit}; }
+Words PurposeWords() { return {"server", "client", "ike", "mail", "code", "timestamping", "ocsp"}; }
+
+// Sets, then each group before its rules.
+Words RuleWords() {
+  Words words = SetWords();
   sxStrictRuleInfo rule = {};
   for (int i = 0; sxStrictRule_Get(i, &rule); ++i) {
-    const std::string group = GroupOf(rule.name);
-    if (group != last) all += (all.empty() ? "" : ", ") + group;
-    last = group;
+    for (const std::string &word : {GroupOf(rule.name), std::string(rule.name)}) {
+      if (std::ranges::find(words, word) == words.end()) words.push_back(word);
+    }
   }
-  return all;
+  return words;
 }
 
 std::string CheckRules(const std::string &text) {
@@ -45,18 +51,14 @@ std::string CheckRules(const std::string &text) {
   for (bool goesOn = true; goesOn;) {
     goesOn = TakeName(&rest, &name);
     sxRuleSet rules = 0;
-    if (!sxRuleSet_Find(name, &rules)) {
-      return "no such rule: " + VisibleLine(std::string(name)) + "; there are rfc5280, " + AllGroups();
-    }
+    if (!sxRuleSet_Find(name, &rules)) return UnknownWord("rule", name, RuleWords());
   }
   return "";
 }
 
 std::string CheckSet(const std::string &text) {
-  for (const char *const set : {kUsualSet, "server", "client", kGateway, kAudit}) {
-    if (text == set) return "";
-  }
-  return "not a set of rules: " + VisibleLine(text) + "; there are rfc5280, server, client, gateway and audit";
+  const Words sets = SetWords();
+  return std::ranges::find(sets, text) != sets.end() ? "" : UnknownWord("set of rules", text, sets);
 }
 
 bool ReadAnyPurpose(const std::string &text, sxAsnOid *purpose) {
@@ -68,22 +70,26 @@ bool ReadAnyPurpose(const std::string &text, sxAsnOid *purpose) {
 
 std::string CheckAnyPurpose(const std::string &text) {
   sxAsnOid purpose;
-  return ReadAnyPurpose(text, &purpose) ? ""
-                                        : "not a purpose: " + VisibleLine(text) +
-                                              "; server, client, ike, mail, "
-                                              "code, timestamping, ocsp and object identifiers are";
+  if (ReadAnyPurpose(text, &purpose)) return "";
+  Words known = PurposeWords();
+  std::ranges::copy(ExtKeyUsageWords(), std::back_inserter(known));
+  return UnknownWord("purpose", text, known);
 }
 
 }  // namespace
 
 std::vector<OptionRow> StrictRows(StrictOptions &options) {
   return {
-      {"--strict{rfc5280}", "refuse what RFC 5280 refuses; or =RULE[,...], these rules, groups and sets",
-       &options.strict, false, CheckRules},
-      {"--set", "a set of rules: rfc5280, server, client, gateway (only the usual checks), audit (all, as notes)",
-       &options.set, false, CheckSet},
-      {"--purpose", "what the key must be for: server, client, ike, mail, code, timestamping, ocsp, or an OID",
-       &options.purpose, false, CheckAnyPurpose},
+      WithWords({"--strict{rfc5280}", "refuse what RFC 5280 refuses; or =RULE[,...], these rules, groups and sets",
+                 &options.strict, false, CheckRules},
+                RuleWords),
+      WithWords(
+          {"--set", "a set of rules: rfc5280, server, client, gateway (only the usual checks), audit (all, as notes)",
+           &options.set, false, CheckSet},
+          SetWords),
+      WithWords(
+          {"--purpose", "what the key must be for: one of these, or an OID", &options.purpose, false, CheckAnyPurpose},
+          PurposeWords),
       {"--host", "host name that it must have (A-labels)", &options.host},
       {"--ip", "address that it must have", &options.address},
       {"--mail", "mail address that it must have", &options.mail},

@@ -8,6 +8,8 @@
 #include <variant>
 #include <vector>
 
+#include "knownWords.h"
+
 class Report;
 
 struct OptionChoice {
@@ -27,7 +29,13 @@ struct OptionRow {
   std::string (*check)(const std::string &text) = nullptr;  ///< of a text: "", or what is wrong with it
   std::vector<OptionChoice> choices = {};                   ///< of a number: what may be written for it
   const char *choiceName = "";                              ///< usage names one of these so
+  Words (*words)() = nullptr;                               ///< of a text: what @c check knows by name, for completion
 };
+
+inline OptionRow WithWords(OptionRow row, Words (*words)()) {
+  row.words = words;
+  return row;
+}
 
 /// @c run and the rows share what the options are read into.
 struct Verb {

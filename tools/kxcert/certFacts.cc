@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <memory>
 
+#include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
+#include "kxcert/asn1/oids.h"
 #include "kxcert/asn1/sxAsnInt.h"
 #include "kxcert/cert/certTime.h"
+#include "kxcert/cert/issuedExtensions.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxCertTemplate.h"
@@ -13,8 +16,12 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/sxPubKey.h"
+#include "nameFacts.h"
+#include "oidInput.h"
 #include "timeText.h"
+#include "unknownParts.h"
 #include "visibleText.h"
+#include "writtenTime.h"
 
 namespace {
 
@@ -115,7 +122,18 @@ std::string KeyIdText(const sxExtKeyID *keyId) {
   return keyId == nullptr ? std::string() : HexOf(keyId->KIdBuf().Data(), keyId->KIdBuf().Len());
 }
 
+Facts PurposeFacts(const sxExtKeyUsage &usage) {
+  auto purposes = Facts::array();
+  const std::unique_ptr<sxASN_ExtKeyUsageSyntax> list(usage.ExtKeyUsage_2_ASN());
+  if (list == nullptr) return purposes;
+  for (const sxAsnOid &oid : *list) purposes.push_back({{"oid", OidText(oid)}, {"name", PurposeName(oid)}});
+  return purposes;
+}
+
 Facts CertFacts(const sxCert &cert) {
+  sxCertTemplate copy;
+  const bool isCopied = copy.Set(&cert) == 0;
+  const auto *const validity = isCopied ? copy.Tree().validity : nullptr;
   Facts facts = {
       {"version", cert.Version()},
       {"serial", SerialText(cert)},
@@ -124,7 +142,16 @@ Facts CertFacts(const sxCert &cert) {
       {"notBefore", TimeFacts(cert.notBefore())},
       {"notAfter", TimeFacts(cert.notAfter())},
       {"signature", SignatureText(cert)},
+      {"subjectRdns", RdnFacts(cert.Subject())},
+      {"issuerRdns", RdnFacts(cert.Issuer())},
+      {"subjectAltNames", AltNameFacts(copy.Tree().extensions, sxASN_id_ce_subjectAltName)},
+      {"issuerAltNames", AltNameFacts(copy.Tree().extensions, sxASN_id_ce_issuerAltName)},
+      {"notBeforeWritten", WrittenTime(validity == nullptr ? nullptr : validity->notBefore)},
+      {"notAfterWritten", WrittenTime(validity == nullptr ? nullptr : validity->notAfter)},
+      {"sha256", Sha256Of(cert.GetBuf(), cert.BufLen())},
+      {"spkiSha256", SpkiSha256(cert)},
   };
+  if (cert.ExtKeyUsage() != nullptr) facts["extKeyUsage"] = PurposeFacts(*cert.ExtKeyUsage());
   if (cert.PubKey() != nullptr) {
     facts["key"] = {{"algorithm", NameOf(kAlgorithms, cert.PubKey()->algorithm())},
                     {"bits", cert.PubKey()->GetLen(sxPK_len_bits)}};

@@ -14,14 +14,15 @@ class sxAsnOid;
 class sxCert;
 class sxDN;
 class sxExtKeyID;
+class sxExtKeyUsage;
 
 std::string NameText(const sxDN *dn);            ///< the ASCII form; a word in brackets without one
 std::string NumberText(const sxAsnInt &number);  ///< hexadecimal; of a negative one "-" and the magnitude
 std::string NumberText(std::span<const unsigned char> content);  ///< of an INTEGER
 std::string SerialText(const sxCert &cert);
 bool IsNegative(const sxAsnInt &number);
-void Negate(std::vector<unsigned char> &octets);    ///< in two's complement
-std::string KeyText(const sxCert &cert);            ///< "RSA, 2048 bits"
+void Negate(std::vector<unsigned char> &octets);  ///< in two's complement
+std::string KeyText(const sxCert &cert);          ///< "RSA, 2048 bits"
 struct Validity {
   int64_t first = -1, last = -1;  ///< seconds since 1970-01-01 00:00 UTC, exactly; -1: cannot be read
 };
@@ -32,6 +33,7 @@ std::string SignatureText(const sxAsnOid &oid);     ///< the same of an algorith
 std::string SignatureText(int family, int digest);  ///< the same of a key's algorithm and a sx_md_type
 std::string KeyIdText(const sxExtKeyID *keyId);     ///< hexadecimal; "" without one
 
+Facts PurposeFacts(const sxExtKeyUsage &usage);  ///< oid and name of each
 Facts CertFacts(const sxCert &cert);
 
 #endif

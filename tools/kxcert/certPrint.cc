@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "certFacts.h"
+#include "crlFacts.h"
 #include "input.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/loadFiles.h"
@@ -49,8 +50,6 @@ void AddToCert(const sxCert &cert, SxStream *out, Facts &facts) {
   facts["unknownExtensions"] =
       PrintUnknown(tree.tbsCertificate->extensions, cert.Extensions(), nullptr, out, kIndent, &extensions);
   facts["extensions"] = std::move(extensions);
-  facts["sha256"] = Sha256Of(cert.GetBuf(), cert.BufLen());
-  facts["spkiSha256"] = SpkiSha256(cert);
   PrintLine(out, "SHA-256 of the certificate", facts["sha256"].Text());
   PrintLine(out, "SHA-256 of the SubjectPublicKeyInfo", facts["spkiSha256"].Text());
 }
@@ -65,21 +64,6 @@ std::string CertText(const sxCert &cert, int level, Facts &facts) {
   return std::string(TrimEnd(text.Text()));
 }
 
-Facts ScopeFacts(const sxIssuingDP &scope) {
-  auto names = Facts::array();
-  for (int i = 0; i < scope.FullName().Count(); ++i) {
-    SxStream name;
-    scope.FullName().Get(i)->Sprint(&name, 0);
-    names.push_back(VisibleLine(TrimEnd(name.Text())));
-  }
-  return {{"names", names},
-          {"onlyUserCerts", scope.OnlyUserCerts()},
-          {"onlyCACerts", scope.OnlyCACerts()},
-          {"onlyAttributeCerts", scope.OnlyAttributeCerts()},
-          {"indirect", scope.IndirectCRL()},
-          {"onlySomeReasons", scope.HasOnlySomeReasons()}};
-}
-
 // Fills in what is told of a CRL. @return its text
 std::string CrlText(const sxCRL &crl, int level, Facts &facts) {
   sxASN_CertificateList tree;
@@ -87,14 +71,8 @@ std::string CrlText(const sxCRL &crl, int level, Facts &facts) {
   const sxASN_TBSCertList &body = *tree.tbsCertList;
   const sxDN issuer(body.issuer);
   const int numRevoked = body.revokedCertificates == nullptr ? 0 : body.revokedCertificates->Count();
-  facts["issuer"] = NameText(&issuer);
-  facts["revoked"] = numRevoked;
-  if (crl.Number() != nullptr) facts["number"] = NumberText(*crl.Number());
-  if (crl.AuthorityKeyId() != nullptr) facts["authorityKeyId"] = KeyIdText(crl.AuthorityKeyId());
-  if (crl.IssuingDP() != nullptr) facts["issuingDistributionPoint"] = ScopeFacts(*crl.IssuingDP());
+  facts.update(CrlFacts(crl));
   if (crl.UnhandledCritExt() != nullptr) facts["unhandledCritical"] = OidText(*crl.UnhandledCritExt());
-  facts["signatureOid"] = OidText(*tree.signatureAlgorithm->algorithm);
-  facts["sha256"] = Sha256Of(crl.GetBuf(), crl.BufLen());
   SxStream text, more;
   Facts extensions;
   facts["unknownExtensions"] =

@@ -108,8 +108,12 @@ void FillDocument(const Decision &decision, const GivenCerts &given, Facts &docu
   document["valid"] = answer.code == sxValidation_OK;
   document.update(Facts::Parsed(decision.judged.verdict.Json().getstr()));
   int level = 0;
-  for (Facts &cert : document["path"].Elements()) {
-    cert["input"] = VisibleLine(WhereFrom(*decision.Path().Get(level++), given));
+  for (Facts &told : document["path"].Elements()) {
+    const sxCert &cert = *decision.Path().Get(level++);
+    Facts facts = CertFacts(cert);
+    facts.update(told);  // its times are seconds
+    facts["input"] = VisibleLine(WhereFrom(cert, given));
+    told = std::move(facts);
   }
   if (decision.IsLeftOver()) {  // what the verdict is about is not what was given
     document["code"] = answer.code;
@@ -125,7 +129,6 @@ void FillDocument(const Decision &decision, const GivenCerts &given, Facts &docu
   if (decision.Root() == nullptr) {
     document["missingIssuer"] = {{"name", decision.missing.name}, {"keyId", decision.missing.keyId}};
   }
-  document["time"] = {{"seconds", decision.now}, {"text", PrintTime(decision.now)}};
   if (answer.code == sxValidation_OK) {
     const long until = sxGetChainExpiration(decision.Path());
     document["validUntil"] = {{"seconds", until}, {"text", PrintCertTime(until)}};
@@ -179,6 +182,7 @@ Facts JudgeOne(const Question &question, Report &report) {
   if (decision.answer.code != sxValidation_OK && !decision.isLetPass) report.Worsen(kExitNo);
   Facts document;
   FillDocument(decision, question.given, document);
+  if (!options.at.empty()) document["time"] = {{"seconds", question.now}, {"text", PrintTime(question.now)}};
   PrintChainReport(decision, question.given, options.verbose, report);
   TellEndings(question, decision, document, report);
   if (decision.IsLeftOver()) return document;  // told as facts

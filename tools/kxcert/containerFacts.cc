@@ -1,6 +1,7 @@
 #include "containerFacts.h"
 
 #include "certFacts.h"
+#include "crlFacts.h"
 #include "keyFacts.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
@@ -40,7 +41,7 @@ Facts BagFacts(const sxPkcs12Bag &bag) {
   if (!bag.keyId.empty()) facts["localKeyId"] = HexOf(bag.keyId.data(), bag.keyId.size());
   if (!bag.protection.text.empty()) facts["protection"] = ProtectionFacts(bag.protection);
   if (bag.cert != nullptr) facts["certificate"] = CertFacts(*bag.cert);
-  if (bag.crl != nullptr) facts["crlIssuer"] = NameText(bag.crl->Issuer());
+  if (bag.crl != nullptr) facts["crl"] = CrlFacts(*bag.crl);
   if (bag.key != nullptr) facts["key"] = KeyFacts(*bag.key, true);
   if (bag.result != sxPkcs12_ok) facts["problem"] = VisibleLine(bag.why);
   return facts;

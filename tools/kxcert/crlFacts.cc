@@ -9,10 +9,12 @@
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/keyCodes.h"
+#include "nameFacts.h"
 #include "report.h"
 #include "timeText.h"
 #include "unknownParts.h"
 #include "visibleText.h"
+#include "writtenTime.h"
 
 namespace {
 
@@ -142,13 +144,19 @@ Facts EntryFacts(const sxRevokedEntry &entry) {
 }
 
 Facts CrlFacts(const sxCRL &crl) {
+  const WrittenUpdates written = WrittenUpdatesOf(crl);
   Facts facts = {{"version", crl.Version()},
                  {"issuer", NameText(crl.Issuer())},
+                 {"issuerRdns", RdnFacts(crl.Issuer())},
                  {"thisUpdate", TimeFacts(crl.ThisUpdate())},
+                 {"thisUpdateWritten", written.thisUpdate},
                  {"revoked", crl.GetSize()},
                  {"signatureOid", OidText(crl.SignatureOid())},
                  {"sha256", Sha256Of(crl.GetBuf(), crl.BufLen())}};
-  if (crl.HasNextUpdate()) facts["nextUpdate"] = TimeFacts(crl.NextUpdate());
+  if (crl.HasNextUpdate()) {
+    facts["nextUpdate"] = TimeFacts(crl.NextUpdate());
+    facts["nextUpdateWritten"] = written.nextUpdate;
+  }
   if (crl.Number() != nullptr) facts["number"] = NumberText(*crl.Number());
   if (crl.DeltaBase() != nullptr) facts["deltaBase"] = NumberText(*crl.DeltaBase());
   if (crl.AuthorityKeyId() != nullptr) facts["authorityKeyId"] = KeyIdText(crl.AuthorityKeyId());

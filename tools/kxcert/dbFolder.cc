@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "certFacts.h"
+#include "crlFacts.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCert.h"
@@ -104,6 +105,6 @@ Facts ItemFacts(const sxStoreItem &item) {
   if (!item.key.empty()) facts["key"] = VisibleLine(item.key);
   if (!ExpiryText(item).empty()) facts["expiry"] = TimeFacts(item.expirySec);
   if (item.cert != nullptr) facts["certificate"] = CertFacts(*item.cert);
-  if (item.crl != nullptr) facts["crl"] = {{"issuer", ItemName(item)}, {"revoked", item.crl->GetSize()}};
+  if (item.crl != nullptr) facts["crl"] = CrlFacts(*item.crl);
   return facts;
 }

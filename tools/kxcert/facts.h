@@ -37,6 +37,7 @@ class Facts {
   void update(const Facts &object);  ///< takes over its members
   size_t size() const { return m_elements.size(); }
   bool empty() const { return m_elements.empty(); }
+  bool IsNull() const { return m_kind == Kind::kNull; }
   std::vector<Facts> &Elements() { return m_elements; }  ///< of a list
 
   const std::string &Text() const { return m_text; }  ///< of a text

@@ -8,6 +8,7 @@
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/ocsp.h"
+#include "nameFacts.h"
 #include "report.h"
 #include "timeText.h"
 #include "unknownParts.h"
@@ -58,6 +59,7 @@ Facts TellCert(sxOcspOctets octets, Report &report) {
     lines.Add("Subject", "subject", NameText(cert->Subject()));
     lines.Add("Issuer", "issuer", NameText(cert->Issuer()));
     lines.Add("Serial Number", "serial", SerialText(*cert));
+    lines.All().update(CertFacts(*cert));
   } else {
     lines.Add("Not decoded", "error", "it is none, or of no use");
   }
@@ -89,6 +91,7 @@ void TellResponse(const sxOcspResponse &response, Report &report, Facts &facts) 
   if (!response.responderName.empty()) {
     const sxDN name(response.responderName.data(), static_cast<int>(response.responderName.size()));
     lines.Add("Responder", "responderName", NameText(&name));
+    lines.All()["responderRdns"] = RdnFacts(&name);
   } else {
     lines.Add("Responder, by the SHA-1 of its key", "responderKeyHash", Hex(response.responderKeyHash));
   }

@@ -9,10 +9,13 @@
 #include "extensionFacts.h"
 #include "keyFacts.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCertRequest.h"
+#include "kxcert/cert/sxExtensions.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/sxPubKey.h"
+#include "nameFacts.h"
 #include "unknownParts.h"
 #include "visibleText.h"
 
@@ -83,8 +86,13 @@ Facts AttributeFacts(const sxCertRequest &request, int i, SxStream *out, int ind
 Facts RequestFacts(const sxCertRequest &request, SxStream *text, int indent) {
   Facts facts = {{"version", request.Version()},
                  {"subject", NameText(request.Subject())},
+                 {"subjectRdns", RdnFacts(request.Subject())},
+                 {"subjectAltNames", AltNameFacts(request.AllExtensions(), sxASN_id_ce_subjectAltName)},
                  {"key", KeyFacts(*request.PubKey(), false)},
                  {"signature", SignatureText(request.signatureSignAlgorithm(), request.signatureHashAlgorithm())}};
+  if (const sxExtension *const usage = request.Extensions().Find(&sxASN_id_ce_extKeyUsage)) {
+    facts["extKeyUsage"] = PurposeFacts(*static_cast<const sxExtKeyUsage *>(usage));
+  }
   PutLine(text, indent, "Subject", NameText(request.Subject()));
   PutLine(text, indent, "Public key", KeyName(*request.PubKey()));
   PutLine(text, indent, "SHA-256 of the SubjectPublicKeyInfo", KeyFingerprint(*request.PubKey()));

@@ -22,15 +22,6 @@ setup() {
   [[ $output == 'kxcert '[0-9]* ]]
 }
 
-@test "every verb gives one JSON document, whatever the answer" {
-  while read -r code arguments; do
-    run --separate-stderr "$KXCERT" ${arguments//@/$chain}
-    [ "$status" -eq "$code" ]
-    python3 -m json.tool <<<"$output" >/dev/null || { echo "$arguments: $output"; false; }
-    [ "$(json 'd["schema"], d["exitCode"]')" = "(1, $code)" ]
-  done <"$BATS_TEST_DIRNAME/../data/command/documents.txt"
-}
-
 @test "pipes: standard input once, output that ends early or fails" {
   run -0 bash -c "cat '$chain'/leaf.pem | '$KXCERT' cert print --level brief - | head -1"
   [ "$output" = '(standard input) line 1:' ]

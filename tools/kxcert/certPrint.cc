@@ -14,6 +14,7 @@
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "report.h"
+#include "timeText.h"
 #include "unknownParts.h"
 #include "verb.h"
 #include "visibleText.h"
@@ -61,7 +62,7 @@ std::string CertText(const sxCert &cert, int level, Facts &facts) {
   AddToCert(cert, &more, facts);
   if (level >= sxCert_full) text.Put(more.Text());
   if (level == sxCert_full_key) cert.PubKey()->Sprint(&text, kIndent);
-  return std::string(TrimEnd(text.Text()));
+  return InUtc(TrimEnd(text.Text()));
 }
 
 // Fills in what is told of a CRL. @return its text
@@ -88,7 +89,7 @@ std::string CrlText(const sxCRL &crl, int level, Facts &facts) {
     text.Put(more.Text());
     PrintLine(&text, "SHA-256 of the CRL", facts["sha256"].Text());
   }
-  return std::string(TrimEnd(text.Text()));
+  return InUtc(TrimEnd(text.Text()));
 }
 
 void PrintObject(const sxLoadItem &item, int level, Report &report) {

@@ -107,6 +107,7 @@ void FillDocument(const Decision &decision, const GivenCerts &given, Facts &docu
   const Answer &answer = decision.answer;
   document["valid"] = answer.code == sxValidation_OK;
   document.update(Facts::Parsed(decision.judged.verdict.Json().getstr()));
+  for (Facts &said : document["revocation"].Elements()) said.erase("costMs");  // another one every time
   int level = 0;
   for (Facts &told : document["path"].Elements()) {
     const sxCert &cert = *decision.Path().Get(level++);
@@ -204,7 +205,8 @@ void JudgeEach(Question &question, Report &report) {
   Facts &verdicts = report.Document()["verdicts"] = Facts::array();
   std::vector<FoundCert> ends;
   for (FoundCert &found : all) (IsCA(*found.cert) ? question.given.untrusted : ends).push_back(std::move(found));
-  if (ends.empty()) return report.Problem(kExitInputError, "", "no end entity in it: all certificates are those of CAs");
+  if (ends.empty())
+    return report.Problem(kExitInputError, "", "no end entity in it: all certificates are those of CAs");
   for (FoundCert &end : ends) {
     question.given.endEntity.clear();
     report.Line("== " + VisibleLine(end.where));
@@ -265,7 +267,8 @@ Verb ChainVerify() {
        {"--grace-start", "seconds before notBefore that are let pass (7200)", &options->graceStartSec},
        {"--grace-end", "seconds after notAfter that are let pass (0)", &options->graceEndSec},
        {"--blacklist", "file with hexadecimal serial numbers, one a line", &options->blackList},
-       {"--each", "judge every certificate of FILE that is no CA's; the others are as with --untrusted", &options->each},
+       {"--each", "judge every certificate of FILE that is no CA's; the others are as with --untrusted",
+        &options->each},
        {"--expires-within", "days in which nothing of the path may end (for monitoring)", &options->expiresWithin},
        {"--verbose", "tell every rule of every certificate", &options->verbose}},
       [options](Report &report) { Run(*options, report); },

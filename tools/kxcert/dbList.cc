@@ -7,6 +7,7 @@
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/platform/clock.h"
 #include "report.h"
+#include "timeText.h"
 #include "visibleText.h"
 
 namespace {
@@ -48,7 +49,7 @@ std::string ObjectText(const sxStoreItem &item) {
   SxStream text;
   if (item.cert != nullptr) item.cert->Sprint(&text, sxCert_full, kIndent);
   if (item.crl != nullptr) item.crl->Sprint(&text, kIndent);
-  return std::string(TrimEnd(text.Text()));
+  return InUtc(TrimEnd(text.Text()));
 }
 
 void ShowKey(const std::string &key, const sxStoreFolder &folder, Report &report) {

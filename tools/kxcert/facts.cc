@@ -70,6 +70,13 @@ Facts &Facts::operator[](std::string_view name) {
   return m_elements.emplace_back();
 }
 
+void Facts::erase(std::string_view name) {
+  const auto found = std::find(m_names.begin(), m_names.end(), name);
+  if (found == m_names.end()) return;
+  m_elements.erase(m_elements.begin() + (found - m_names.begin()));
+  m_names.erase(found);
+}
+
 void Facts::push_back(Facts element) {
   m_kind = Kind::kList;
   m_elements.push_back(std::move(element));

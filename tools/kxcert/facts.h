@@ -33,8 +33,9 @@ class Facts {
 
   /// The object's member of that name; a new one when there is none.
   Facts &operator[](std::string_view name);
-  void push_back(Facts element);     ///< to a list
-  void update(const Facts &object);  ///< takes over its members
+  void erase(std::string_view name);  ///< of an object's members; none has that name: nothing
+  void push_back(Facts element);      ///< to a list
+  void update(const Facts &object);   ///< takes over its members
   size_t size() const { return m_elements.size(); }
   bool empty() const { return m_elements.empty(); }
   bool IsNull() const { return m_kind == Kind::kNull; }

@@ -8,6 +8,7 @@
 #include "commandLine.h"
 #include "kxcert/signedfile/fileSignVerify.h"
 #include "report.h"
+#include "timeText.h"
 #include "visibleText.h"
 
 namespace {
@@ -90,6 +91,7 @@ void WriteNoCore() {
 
 int main(int argc, char **argv) {
   WriteNoCore();
+  UseUtc();
   std::signal(SIGXFSZ, SIG_IGN);  // so that what cannot be written is said, and what is half done is taken back
   fsv_refuse_zero_time(true);     // no verb takes a signature whose time is not signed
   try {

@@ -145,8 +145,7 @@ void TellAsked(std::span<const sxOcspAsked> asked, Report &report, Facts &facts)
                     {"result", static_cast<int>(each.result)},
                     {"text", sxOcspResult_GetString(each.result)},
                     {"why", each.why},
-                    {"fetch", static_cast<int>(each.fetch)},
-                    {"costMs", each.costMs}});
+                    {"fetch", static_cast<int>(each.fetch)}});
   }
   facts["asked"] = list;
 }

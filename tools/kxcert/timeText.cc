@@ -1,7 +1,11 @@
 #include "timeText.h"
 
+#include <stdlib.h>
+
+#include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <ctime>
 #include <string_view>
 
 #include "kxcert/cert/certTime.h"
@@ -17,6 +21,21 @@ using std::chrono::year_month_day;
 
 constexpr int64_t kDaySec = 86400;
 constexpr int64_t kLastSecond = 253402300799;  // of the year 9999
+
+// At the start of a line that has a time, behind its TABs; of a CRL's entry the number comes first.
+constexpr std::string_view kTimeLabels[] = {
+    "Not valid before: ", "Not valid after:  ", "This update: ", "Next update: ", "Serial Number: "};
+constexpr std::string_view kLocalTime = " Local Time", kUtc = " UTC";
+
+// Of a line that begins with such a label the first one: names stand behind it, and may say what they like.
+std::string LineInUtc(std::string_view line) {
+  std::string text(line);
+  const std::string_view untabbed = line.substr(std::min(line.find_first_not_of('\t'), line.size()));
+  const bool isTime =
+      std::ranges::any_of(kTimeLabels, [untabbed](std::string_view label) { return untabbed.starts_with(label); });
+  const size_t found = isTime ? text.find(kLocalTime) : std::string::npos;
+  return found == std::string::npos ? text : text.replace(found, kLocalTime.size(), kUtc);
+}
 
 bool AllDigits(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
@@ -91,4 +110,19 @@ std::string PrintCertTime(int64_t seconds) {
 std::string CheckTime(const std::string &text) {
   int64_t seconds = 0;
   return ParseTime(text, &seconds) ? "" : "not a time: " + VisibleLine(text) + "; write \"2030-01-31 12:00 UTC\"";
+}
+
+void UseUtc() {
+  setenv("TZ", "UTC0", 1);
+  tzset();
+}
+
+std::string InUtc(std::string_view printed) {
+  std::string text;
+  while (!printed.empty()) {
+    const size_t end = std::min(printed.find('\n'), printed.size() - 1) + 1;
+    text += LineInUtc(printed.substr(0, end));
+    printed.remove_prefix(end);
+  }
+  return text;
 }

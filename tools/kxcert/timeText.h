@@ -20,4 +20,9 @@ std::string PrintTime(int64_t seconds);
 /// The same for a notBefore or notAfter; "after 2037" for a clamped one.
 std::string PrintCertTime(int64_t seconds);
 
+/// The library prints certificates and CRLs with local times, and says so; the command has no time zone but UTC (UseUtc),
+/// so that nothing it says depends on the machine.
+void UseUtc();
+std::string InUtc(std::string_view printed);  ///< a print of the library's, its times called UTC
+
 #endif

@@ -1,0 +1,112 @@
+#!/usr/bin/env python3
+"""documents.py KXCERT SCHEMA TESTS: what every verb says with --json, held against the schema.
+
+Plays tests/data/command/documents.txt. Every verb of --help must stand there with an answer and with a failure. Each row
+runs a second time, elsewhere and with another language and time zone, and must say the same octets. The schema itself
+must let no member pass that it does not list.
+"""
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+import jsonschema
+
+kxcert, schema_file, tests = (pathlib.Path(name).resolve() for name in sys.argv[1:4])
+schema = json.loads(schema_file.read_text())
+jsonschema.Draft202012Validator.check_schema(schema)
+validator = jsonschema.Draft202012Validator(schema)
+faults = []
+HERE = {'PATH': f'{kxcert.parent}:{os.environ["PATH"]}', 'HOME': '/nonexistent', 'LC_ALL': 'C', 'TZ': 'UTC',
+        'KXCERT_CONF_DIR': str(tests.parent / 'packaging/conf'), 'chain': str(tests.parent / 'examples/chain'), 'samples': str(tests / 'data/enroll')}
+ELSEWHERE = {**HERE, 'LC_ALL': 'C.UTF-8', 'LANG': 'tr_TR.UTF-8', 'LANGUAGE': 'de', 'TZ': 'Asia/Kathmandu', 'COLUMNS': '40',
+             'TERM': 'xterm-256color'}
+
+
+def unlisted(part, where='#'):
+    """Places of the schema that describe members and let others pass."""
+    if isinstance(part, list):
+        return [found for i, item in enumerate(part) for found in unlisted(item, f'{where}/{i}')]
+    if not isinstance(part, dict):
+        return []
+    is_open = part.get('type') == 'object' and part.get('additionalProperties') is not False
+    return [where] * is_open + [found for key, item in part.items() for found in unlisted(item, f'{where}/{key}')]
+
+
+def whole(pairs):
+    if len({name for name, _ in pairs}) < len(pairs):
+        raise ValueError('a member stands there twice')
+    return dict(pairs)
+
+
+def run(command, folder, environment):
+    done = subprocess.run(['bash', '-c', command], cwd=folder, env=environment, capture_output=True)
+    return done.returncode, done.stdout, done.stderr.decode()
+
+
+def deepest(error):
+    while error.context:
+        error = max(error.context, key=lambda one: len(one.absolute_path))
+    return f'{"/".join(str(step) for step in error.absolute_path)}: {error.message[:300]}'
+
+
+def check(row, code, octets):
+    try:
+        document = json.loads(octets.decode('ascii'), object_pairs_hook=whole)
+    except ValueError as error:
+        faults.append(f'{row}: {error}: {octets[:200]}')
+        return
+    for error in validator.iter_errors(document):
+        faults.append(f'{row}: {deepest(error)}')
+    if document.get('exitCode') != code:
+        faults.append(f'{row}: the document says {document.get("exitCode")}')
+
+
+def play(rows, folder):
+    """Plays the rows. @return the codes that each verb was seen with"""
+    seen, setting = {}, ''
+    state = pathlib.Path(folder, 'here')
+    copy = pathlib.Path(folder, 'a longer name elsewhere')
+    state.mkdir()
+    for row in rows:
+        if row.startswith('$ '):
+            setting += row[2:] + '\n' if re.match(r'\$ \w+=', row) else ''
+            code, _, error = run(setting + 'set -e\n' + row[2:], state, HERE)
+            if code != 0:
+                faults.append(f'{row}: {code} {error}')
+            continue
+        wanted, words = re.fullmatch(r'~?(\d) (.*)', row).groups()
+        shutil.rmtree(copy, ignore_errors=True)
+        shutil.copytree(state, copy)
+        command = f'{setting}kxcert {words} --json'
+        code, octets, error = run(command, state, HERE)
+        if code != int(wanted):
+            faults.append(f'{row}: {code} {error}')
+        check(row, code, octets)
+        if row[0] != '~' and run(command, copy, ELSEWHERE)[1] != octets:
+            faults.append(f'{row}: says something else elsewhere')
+        seen.setdefault(' '.join(words.split()[:2]), set()).add(code)
+    return seen
+
+
+def verbs():
+    def listed(*words):
+        text = subprocess.run([kxcert, *words, '--help'], capture_output=True, text=True).stdout
+        return re.findall(r'^  (\w+)', text.split('Subcommands:')[1], re.M)
+    return [f'{noun} {verb}' for noun in listed() for verb in listed(noun)]
+
+
+faults += [f'{place} lets unlisted members pass' for place in unlisted(schema)]
+lines = (tests / 'data/command/documents.txt').read_text().splitlines()
+with tempfile.TemporaryDirectory() as folder:
+    seen = play([line for line in lines if line and line[0] != '#'], folder)
+for verb in verbs():
+    codes = seen.get(verb, set())
+    if 0 not in codes or not codes & {1, 3} or 2 not in codes:
+        faults.append(f'{verb}: only seen with the codes {sorted(codes)}')
+print('\n'.join(faults) or f'{len(seen)} verbs')
+sys.exit(bool(faults))

@@ -52,6 +52,7 @@ if(KXCERT_BUILD_TOOLS)
   install(FILES ${PROJECT_BINARY_DIR}/kxcert-offloadd.service DESTINATION lib/systemd/system COMPONENT command)
   install(FILES packaging/man/kxcert.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command)
   install(FILES packaging/man/kxcert-offloadd.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT command)
+  install(FILES packaging/schema/kxcert.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/kxcert COMPONENT command)
   install(FILES packaging/completion/kxcert DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     COMPONENT command)
 endif()

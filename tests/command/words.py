@@ -46,7 +46,7 @@ class Completion:
     def __init__(self):
         script = f'. {packaging}/completion/kxcert\n' + r'''while IFS= read -r line; do
             IFS=' ' read -ra COMP_WORDS <<<"kxcert $line"; [[ $line != *' ' && -n $line ]] || COMP_WORDS+=('')
-            COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); COMPREPLY=(); _kxcert kxcert; echo "${COMPREPLY[@]}"; done'''
+            COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); COMPREPLY=(); _kxcert; echo "${COMPREPLY[@]}"; done'''
         self.shell = subprocess.Popen(['bash', '-c', script], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
                                       cwd=tempfile.gettempdir(), env={**os.environ, 'PATH': path})
 

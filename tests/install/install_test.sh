@@ -76,12 +76,13 @@ done
 if [ -x "$prefix/bin/kxcert" ]; then
   "$prefix/bin/kxcert" --version >/dev/null || fail 'the installed command does not start'
   [ -f "$prefix/share/man/man1/kxcert.1" ] || fail 'no man page'
+  [ -f "$prefix/share/kxcert/kxcert.schema.json" ] || fail 'no schema of documents'
   KXCERT_CONF_DIR=$prefix/etc/kxcert "$prefix/bin/kxcert" key gen dh 14 >/dev/null || fail 'no groups are installed'
   unit=$prefix/lib/systemd/system/kxcert-offloadd.service
   ! grep -q @CMAKE "$unit" || fail 'the unit has places that are not filled in'
   # shellcheck disable=SC1091
   source "$prefix/share/bash-completion/completions/kxcert"
-  COMP_WORDS=(kxcert chain ver) COMP_CWORD=2 COMPREPLY=()
+  COMP_WORDS=("$prefix/bin/kxcert" chain ver) COMP_CWORD=2 COMPREPLY=()
   _kxcert
   [ "${COMPREPLY[*]}" = verify ] || fail "completion gives ${COMPREPLY[*]}"
 fi

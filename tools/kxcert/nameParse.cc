@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "certFacts.h"
+#include "nameFacts.h"
 #include "nameInput.h"
 #include "report.h"
 #include "verb.h"
@@ -28,6 +29,7 @@ void PrintName(const std::string &argument, Report &report) {
   if (ascii != nullptr) facts["ascii"] = ascii;
   facts["der"] = HexOf(der, static_cast<size_t>(derLen));
   facts["rdns"] = name->Count();
+  facts["rdnList"] = RdnFacts(&*name);
   report.Document()["names"].push_back(std::move(facts));
 }
 

@@ -104,7 +104,52 @@ def play(rows, folder):
         if row[0] != '~' and run(command, copy, ELSEWHERE)[1] != octets:
             faults.append(f'{row}: says something else elsewhere')
         seen.setdefault(' '.join(words.split()[:2]), set()).add(code)
+    compare_values(state)
     return seen
+
+
+def compare_values(state):
+    """What is told of certificates and of a CRL, against what openssl says."""
+    def said(command):
+        return run(command, state, HERE)[1].decode().rstrip('\n')
+
+    def told(file):
+        return json.loads(said(f'kxcert cert print --json {file}'))['objects'][0]
+
+    def expect(what, wanted, got):
+        if wanted != got:
+            faults.append(f'{what}: openssl says {wanted!r}, the document {got!r}')
+
+    def times(file):
+        return re.findall('TIME *:(.*)', said(f'openssl asn1parse -in {file}'))[:2]
+
+    def lines(rdns):
+        return [' + '.join(f'{one["oid"]}={one["value"]}' for one in rdn) for rdn in rdns]
+
+    def names(kind, file):
+        return said(f'openssl {kind} -in {file} -nameopt oid,utf8,sep_multiline,space_eq | sed "s/ = /=/g; s/^ *//"').splitlines()[1:]
+
+    labels = {'DNS': 'DNS', 'IP': 'IP Address', 'URI': 'URI', 'Email': 'email', 'Registered ID': 'Registered ID'}
+    uses = {'serverAuth': 'TLS Web Server Authentication'}
+    for file in ('leaf.pem', 'www.pem', 'odd.pem', 'sub.pem'):
+        cert = told(file)
+        expect(file, times(file), [cert['notBeforeWritten'], cert['notAfterWritten']])
+        expect(file, said(f'openssl x509 -in {file} -outform DER | sha256sum')[:64], cert['sha256'])
+        spki = f'openssl x509 -in {file} -noout -pubkey | openssl pkey -pubin -outform DER | sha256sum'
+        expect(file, said(spki)[:64], cert['spkiSha256'])
+        expect(file, names('x509 -noout -subject', file), lines(cert['subjectRdns']))
+        expect(file, names('x509 -noout -issuer', file), lines(cert['issuerRdns']))
+        known = re.findall(r'(?:^ *|, )((?:DNS|IP Address|URI|email|Registered ID):.*?)(?=, [A-Zo][A-Za-z ]*:|, email:|$)',
+                           said(f'openssl x509 -in {file} -noout -ext subjectAltName 2>/dev/null'), re.M)
+        expect(file, [name.replace('2001:DB8:0:0:0:0:0:1', '2001:db8::1').replace('0:0:0:0:0:0:0:1', '::1') for name in known],
+               [f'{labels[name["kind"]]}:{name["value"]}' for name in cert['subjectAltNames'] if name['kind'] in labels])
+        known = said(f'openssl x509 -in {file} -noout -ext extendedKeyUsage 2>/dev/null').partition('\n')[2].strip()
+        expect(file, known, ', '.join(uses.get(one['name'], one['oid']) for one in cert.get('extKeyUsage', [])))
+    crl = told('ca.crl')
+    expect('ca.crl', times('ca.crl'), [crl['thisUpdateWritten'], crl['nextUpdateWritten']])
+    expect('ca.crl', said('openssl crl -in ca.crl -noout -crlnumber').lower(), f'crlnumber=0x{crl["number"]}')
+    expect('ca.crl', said('openssl crl -in ca.crl -noout -text').count('Revocation Date'), crl['revoked'])
+    expect('ca.crl', names('crl -noout -issuer', 'ca.crl'), lines(crl['issuerRdns']))
 
 
 def verbs():

@@ -30,12 +30,12 @@ size_t Distance(std::string_view a, std::string_view b) {
   return rows[a.size()][b.size()];
 }
 
-// Half of the shorter word may differ, or the word was begun and not finished.
+// Half of the shorter word may differ; or one of them is how the other begins.
 bool IsNear(std::string_view word, std::string_view known, size_t distance) {
   constexpr size_t kMinBegun = 3;
-  const bool isBegun =
-      word.size() >= kMinBegun && known.size() > word.size() && Distance(word, known.substr(0, word.size())) == 0;
-  return isBegun || 2 * distance <= std::min(word.size(), known.size());
+  const size_t shorter = std::min(word.size(), known.size());
+  const bool isBegun = shorter >= kMinBegun && Distance(word.substr(0, shorter), known.substr(0, shorter)) == 0;
+  return isBegun || 2 * distance <= shorter;
 }
 
 }  // namespace

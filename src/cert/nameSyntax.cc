@@ -37,10 +37,11 @@ bool IsBracketed(std::string_view text) { return text.size() > 2 && text.front()
 bool HasUriCharacters(std::string_view text) {
   static constexpr auto kIsNever = [] {
     std::array<bool, 128> isNever{};
-    for (const char c : std::string_view("\"<>\\^`{|}")) isNever[static_cast<size_t>(c)] = true;
+    for (const char c : std::string_view("\"<>\\^`{|}")) isNever[static_cast<unsigned char>(c)] = true;
     return isNever;
   }();
-  return std::ranges::all_of(text, [](char c) { return c > ' ' && c < 0x7F && !kIsNever[static_cast<size_t>(c)]; });
+  return std::ranges::all_of(text,
+                             [](char c) { return c > ' ' && c < 0x7F && !kIsNever[static_cast<unsigned char>(c)]; });
 }
 
 // scheme://user@host:port/..., from the user to the port. @return false without one

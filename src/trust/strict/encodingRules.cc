@@ -84,6 +84,7 @@ StrictOutcome NothingTwice(StrictPath &path, int level) {
     return StrictPasses();
   }
   std::vector<sxOctetView> oids;
+  oids.reserve(all.size());
   for (const sxPlainExtension &extension : all) oids.push_back(extension.oid);
   std::ranges::sort(oids, [](sxOctetView a, sxOctetView b) { return std::ranges::lexicographical_compare(a, b); });
   const auto twice = std::ranges::adjacent_find(oids, sxEqual);

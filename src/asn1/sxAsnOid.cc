@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <string>
 
+#include "kxcert/asn1/oidNames.h"
+#include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/platform/log.h"
 #include "primitive.h"
@@ -92,6 +94,11 @@ int sxAsnOid::Describe(SxStream &out, int) const {
     out.Puts("sxAsnOid::Print can't print, buffer to short");
     return -1;
   }
-  out.Printf("(%s)\n", text);
+  const char *const name = sxAsnPrint_NamesOids() ? sxOidName(*this) : nullptr;
+  if (name == nullptr) {
+    out.Printf("(%s)\n", text);
+  } else {
+    out.Printf("(%s) %s\n", text, name);
+  }
   return 0;
 }

@@ -45,6 +45,8 @@ void LogRows(const unsigned char *data, int len, int indent, AppendItem appendIt
   ForEachRow(data, len, appendItem, [&](const char *row) { herror_func(0, 0, "%s%s", spaces, row); });
 }
 
+thread_local bool namesOids = false;
+
 int Shown(int len) { return len > kMaxHexPrint ? kMaxHexPrint : len; }
 
 }  // namespace
@@ -90,3 +92,6 @@ void ToStr(const unsigned char *data, char *text, int len) {
   row.copy(text, row.size());
   text[row.size()] = '\0';
 }
+
+void sxAsnPrint_NameOids(bool on) { namesOids = on; }
+bool sxAsnPrint_NamesOids() { return namesOids; }

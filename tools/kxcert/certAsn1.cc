@@ -5,6 +5,7 @@
 
 #include "asn1/typeByName.h"
 #include "input.h"
+#include "kxcert/asn1/sxAsnPrint.h"
 #include "kxcert/asn1/sxAsnType.h"
 #include "kxcert/cert/loadFiles.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -71,7 +72,9 @@ void RunBlock(const std::string &where, const sxInputBlock &block, const Options
     Compare(where, block.octets, *value, facts, report);
   } else {
     SxStream tree;
+    sxAsnPrint_NameOids(true);
     value->Describe(tree, 0);
+    sxAsnPrint_NameOids(false);
     if (options.files.size() > 1) report.Line(where + ":");
     report.Line(TrimEnd(tree.Text()));
     facts["tree"] = VisibleText(TrimEnd(tree.Text()));

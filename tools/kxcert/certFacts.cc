@@ -126,7 +126,7 @@ Facts PurposeFacts(const sxExtKeyUsage &usage) {
   auto purposes = Facts::array();
   const std::unique_ptr<sxASN_ExtKeyUsageSyntax> list(usage.ExtKeyUsage_2_ASN());
   if (list == nullptr) return purposes;
-  for (const sxAsnOid &oid : *list) purposes.push_back({{"oid", OidText(oid)}, {"name", PurposeName(oid)}});
+  for (const sxAsnOid &oid : *list) purposes.push_back({{"oid", OidText(oid)}, {"name", NameOrOid(oid)}});
   return purposes;
 }
 

@@ -118,7 +118,7 @@ class ExtensionSetter {
 
   bool Put(const sxAsnOid &type, bool critical, const sxExtension &ext) {
     const LogLines log;
-    return m_wanted.SetExtension(type, critical, ext) == 0 || Tell(ExtensionName(type), log.Reason());
+    return m_wanted.SetExtension(type, critical, ext) == 0 || Tell(NameOrOid(type), log.Reason());
   }
 
   bool Put(const sxAsnOid &type, bool critical, sxAsnType &value) {
@@ -127,7 +127,7 @@ class ExtensionSetter {
     const bool isSet =
         sxComposeExtension(value, type, 0, &composed) == 0 &&
         m_wanted.SetExtension(type, critical, composed.extnValue->Data(), composed.extnValue->Len()) == 0;
-    return isSet || Tell(ExtensionName(type), log.Reason());
+    return isSet || Tell(NameOrOid(type), log.Reason());
   }
 
   // A path length alone changes that of the CA that the template is for.

@@ -17,8 +17,8 @@ std::optional<sxAsnOid> ReadExtensionType(std::string_view text);
 /// A purpose of extended key usage by its name ("serverAuth"), or by its identifier.
 std::optional<sxAsnOid> ReadPurpose(std::string_view text);
 
-std::string ExtensionName(const sxAsnOid &type);   ///< dotted decimal when it has no name here
-std::string PurposeName(const sxAsnOid &purpose);  ///< likewise
+std::string NameOrOid(const sxAsnOid &oid);  ///< "Ed25519"; dotted decimal when it has no name here
+std::string NamedOid(const sxAsnOid &oid);   ///< "1.3.101.112 (Ed25519)"; dotted decimal alone when it has none
 
 Words ExtensionWords();    ///< the names of extensions
 Words ExtKeyUsageWords();  ///< the names of purposes

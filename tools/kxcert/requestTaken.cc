@@ -52,7 +52,7 @@ std::string AltNamesText(const sxASN_Extension &ext) {
 
 std::string TextOf(const sxASN_Extension &asked, const sxASN_Extension *made) {
   const sxAsnOid &type = *asked.extnID;
-  const std::string name = ExtensionName(type);
+  const std::string name = NameOrOid(type);
   if (sxASN_id_ce_authorityKeyIdentifier.OidEquiv(type)) return name + ", not taken: it is the issuer's own";
   const bool isAltNames = sxASN_id_ce_subjectAltName.OidEquiv(type);
   if (made == nullptr) return name + ", not taken; --copy " + name + " takes it";
@@ -71,7 +71,7 @@ bool RequestTaken::Read(const std::string &path, sxCertTemplate &wanted, Report 
   const sxASN_Extensions *const extensions = m_asked.Tree().extensions;
   const sxASN_Extension *const twice = extensions == nullptr ? nullptr : FirstTwice(*extensions);
   if (twice != nullptr) {
-    return report.Problem(kExitNo, m_found.where, "refused: asks for " + ExtensionName(*twice->extnID) + " twice"),
+    return report.Problem(kExitNo, m_found.where, "refused: asks for " + NameOrOid(*twice->extnID) + " twice"),
            false;
   }
   wanted.SetSubject(m_asked.Subject());

@@ -33,7 +33,7 @@ void PrintOctets(const sxASN_Extension &ext, const std::string &title, SxStream 
 }
 
 Facts HeadOf(const sxASN_Extension &ext) {
-  return {{"name", ExtensionName(*ext.extnID)}, {"oid", OidText(*ext.extnID)}, {"critical", IsCritical(ext)}};
+  return {{"name", NameOrOid(*ext.extnID)}, {"oid", OidText(*ext.extnID)}, {"critical", IsCritical(ext)}};
 }
 
 Facts ReadFacts(const sxASN_Extension &ext, const sxExtension &made) {
@@ -56,7 +56,7 @@ void PrintRead(const sxASN_Extension &ext, const sxExtension &made, SxStream *ou
 Facts PrintUnread(const sxASN_Extension &ext, bool isBroken, SxStream *out, int indent) {
   const std::string oid = OidText(*ext.extnID);
   std::string title = (IsCritical(ext) ? "Critical extension " : "Extension ") + oid;
-  if (isBroken) title += ", " + ExtensionName(*ext.extnID) + " that does not decode";
+  if (isBroken) title += ", " + NameOrOid(*ext.extnID) + " that does not decode";
   PrintOctets(ext, title, out, indent);
   Facts facts = HeadOf(ext);
   const int shown = std::min(ext.extnValue->Len(), kMaxOctetsShown);

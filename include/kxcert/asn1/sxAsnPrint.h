@@ -24,4 +24,8 @@ KXCERT_EXPORT void ToStr(const unsigned char *data, char *text, int len);
 KXCERT_EXPORT void HexPrint(SxStream &out, const unsigned char *data, int len, int indent);
 KXCERT_EXPORT void PrintStr(SxStream &out, const unsigned char *data, int len, int indent);
 
+/// Whether object identifiers print with their names (oidNames.h) behind them, on this thread. They do not at first.
+KXCERT_EXPORT void sxAsnPrint_NameOids(bool on);
+bool sxAsnPrint_NamesOids();  // the library's own use
+
 #endif

@@ -3,14 +3,23 @@
 #include <cstring>
 
 #include "kxcert/platform/log.h"
+#include "platform/textForms.h"
 
 bool sxHoldsNul(std::string_view octets) { return octets.find('\0') != std::string_view::npos; }
 
-std::string sxOneLine(std::string text) {
-  for (char &c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '.';
+std::string sxOneLine(std::string_view text) {
+  std::string line;
+  line.reserve(text.size());
+  for (const char c : text) {
+    const auto octet = static_cast<unsigned char>(c);
+    if (octet >= 0x20 && octet != 0x7F) {
+      line += c;
+    } else {
+      line += "\\x";
+      kxAppendHex(&line, octet);
+    }
   }
-  return text;
+  return line;
 }
 
 int sxHandOut(const char *func, std::string_view text, char *out, int outLen) {

@@ -12,8 +12,8 @@
 
 bool sxHoldsNul(std::string_view octets);
 
-/// The text with a period for each control character: a line feed would forge a line of what is printed.
-std::string sxOneLine(std::string text);
+/// The text with "\xNN" for each control character: a line feed would forge a line of what is printed.
+std::string sxOneLine(std::string_view text);
 
 /// Copies a text and a NUL into an area of @p outLen bytes, all of it or nothing.
 /// @param func  whom the line names when the text does not fit

@@ -38,13 +38,13 @@ constinit const sxNamedOid kNamed[] = {
     {"authorityInfoAccess", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 1, 1})},
     {"qcStatements", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 1, 3})},  // RFC 3739, 3.2.6
     {"subjectInfoAccess", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 1, 11})},
-    {"tlsFeature", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 1, 24})},               // RFC 7633, 4
-    {"ocspNoCheck", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 5})},           // RFC 6960, 4.2.2.2.1
-    {"ocspNonce", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 2})},             // RFC 6960, 4.4.1
-    {"ocspCrlReferences", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 3})},     // RFC 6960, 4.4.2
-    {"ocspResponse", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 4})},          // RFC 6960, 4.4.3
-    {"ocspArchiveCutoff", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 6})},     // RFC 6960, 4.4.4
-    {"ocspServiceLocator", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 7})},    // RFC 6960, 4.4.6
+    {"tlsFeature", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 1, 24})},                  // RFC 7633, 4
+    {"ocspNoCheck", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 5})},              // RFC 6960, 4.2.2.2.1
+    {"ocspNonce", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 2})},                // RFC 6960, 4.4.1
+    {"ocspCrlReferences", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 3})},        // RFC 6960, 4.4.2
+    {"ocspResponse", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 4})},             // RFC 6960, 4.4.3
+    {"ocspArchiveCutoff", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 6})},        // RFC 6960, 4.4.4
+    {"ocspServiceLocator", kExtension, sxAsnOid({1, 3, 6, 1, 5, 5, 7, 48, 1, 7})},       // RFC 6960, 4.4.6
     {"ctPrecertificateSCTs", kExtension, sxAsnOid({1, 3, 6, 1, 4, 1, 11129, 2, 4, 2})},  // RFC 6962, 3.3
     {"ctPrecertificatePoison", kExtension, sxAsnOid({1, 3, 6, 1, 4, 1, 11129, 2, 4, 3})},
     {"netscapeCertType", kExtension, sxAsnOid({2, 16, 840, 1, 113730, 1, 1})},
@@ -267,7 +267,7 @@ const char *sxOidName(const sxAsnOid &oid) {
     std::ranges::sort(sorted, {}, [](const sxNamedOid *row) { return ContentOf(row->oid); });
     return sorted;
   }();
-  const auto found = std::ranges::lower_bound(kSorted, ContentOf(oid), {},
-                                              [](const sxNamedOid *row) { return ContentOf(row->oid); });
+  const auto found =
+      std::ranges::lower_bound(kSorted, ContentOf(oid), {}, [](const sxNamedOid *row) { return ContentOf(row->oid); });
   return found != kSorted.end() && (*found)->oid.OidEquiv(oid) ? (*found)->name : nullptr;
 }

@@ -82,6 +82,9 @@ class sxLoadReader {
 
  private:
   bool HasRoom();
+  // The item of these octets, or of none.
+  void Put(sxLoadItem item, sxOctetView octets, const std::string &dekInfo = "");
+  void Observe(const sxLoadItem &item, sxOctetView octets, const std::string &dekInfo = "") const;
   void Take(const sxInputBlock &block);
   void TakeElements(const sxInputBlock &block);
   void TakeSet(const sxInputBlock &block);
@@ -107,6 +110,15 @@ class sxLoadReader {
 
 // One item more than the limit, which says so.
 bool sxLoadReader::HasRoom() { return m_items.size() < kMaxLoadItems || m_loader.HasRoom(m_name); }
+
+void sxLoadReader::Observe(const sxLoadItem &item, sxOctetView octets, const std::string &dekInfo) const {
+  if (m_loader.m_observe) m_loader.m_observe(item, octets, dekInfo);
+}
+
+void sxLoadReader::Put(sxLoadItem item, sxOctetView octets, const std::string &dekInfo) {
+  if (item.skip != sxLoadSkip::kNot) Observe(item, octets, dekInfo);
+  m_items.push_back(std::move(item));
+}
 
 size_t sxLoadReader::OffsetOf(sxOctetView octets, size_t blockOffset) const {
   const bool inFile = !octets.empty() && octets.data() >= m_octets.data() && &octets.back() <= &m_octets.back();
@@ -140,7 +152,7 @@ void sxLoadReader::Take(const sxInputBlock &block) {
     }
     sxSkipItem(item, sxLoadSkip::kBroken, "the PEM block is encrypted");
   }
-  m_items.push_back(std::move(item));
+  Put(std::move(item), block.octets, block.dekInfo);
 }
 
 // Elements behind one another; whatever is no element ends them.
@@ -156,8 +168,7 @@ void sxLoadReader::TakeElements(const sxInputBlock &block) {
     }
     sxSkipItem(item, sxLoadSkip::kCutShort,
                "neither PEM nor a whole SEQUENCE of ASN.1 (" + std::to_string(rest.size()) + " octets)");
-    m_items.push_back(std::move(item));
-    return;
+    return Put(std::move(item), rest);
   }
 }
 
@@ -165,7 +176,7 @@ void sxLoadReader::TakeSet(const sxInputBlock &block) {
   sxLoadItem item;
   item.place = {m_name, block.number, 0, 0, 0};
   sxLoadKeySet(block.octets, item);
-  m_items.push_back(std::move(item));
+  Put(std::move(item), block.octets);
 }
 
 void sxLoadReader::TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item) {
@@ -173,7 +184,7 @@ void sxLoadReader::TakeOne(sxShape shape, sxOctetView octets, sxLoadItem item) {
   if (shape == sxShape::kPkcs12) return TakePkcs12(octets, std::move(item));
   if (shape == sxShape::kEncryptedInfo) return TakeEncrypted(sxShape::kPrivateInfo, "", octets, std::move(item));
   sxLoadObject(shape, octets, m_loader.m_wanted, item);
-  m_items.push_back(std::move(item));
+  Put(std::move(item), octets);
 }
 
 // @param inside   what it is when it is decrypted
@@ -195,7 +206,7 @@ void sxLoadReader::TakeEncrypted(sxShape inside, const std::string &dekInfo, sxO
     sxSkipItem(item, sxLoadSkip::kEncrypted,
                (isAsked ? "the private key is encrypted; " : "the private key cannot be decrypted: ") + why);
   }
-  m_items.push_back(std::move(item));
+  Put(std::move(item), octets, dekInfo);
 }
 
 int sxLoadReader::Decrypt(const std::string &dekInfo, sxOctetView octets, const sxLoadPlace &place, kxBinBuf *plain,
@@ -254,8 +265,9 @@ void sxLoadReader::TakePkcs12(sxOctetView octets, sxLoadItem item) {
     const bool mayBeKey = isLocked && (m_loader.m_wanted & sxLoad_keys) != 0;
     if (mayBeKey) item.kind = sxLoadKind::kPrivateKey;
     sxSkipItem(item, mayBeKey ? sxLoadSkip::kEncrypted : sxLoadSkip::kPkcs12, "PKCS #12: " + why);
-    return m_items.push_back(std::move(item));
+    return Put(std::move(item), octets);
   }
+  Observe(item, octets);
   for (const sxPkcs12Bag &bag : container.Bags()) {
     if (bag.kind == sxPkcs12Kind::kSafe) continue;
     if (!HasRoom()) return;
@@ -265,7 +277,7 @@ void sxLoadReader::TakePkcs12(sxOctetView octets, sxLoadItem item) {
   }
   if (item.place.member > 0) return;
   sxSkipItem(item, sxLoadSkip::kPkcs12, "PKCS #12 with nothing in it");
-  m_items.push_back(std::move(item));
+  Put(std::move(item), octets);
 }
 
 void sxLoadReader::TakeContainer(sxOctetView octets, const sxLoadItem &container) {
@@ -273,13 +285,15 @@ void sxLoadReader::TakeContainer(sxOctetView octets, const sxLoadItem &container
   const char *reason = sxOpenContainer(octets, &fields);
   int member = 0;
   if (reason == nullptr) {
+    Observe(container, octets);
     TakeMembers(sxShape::kCertificate, fields.certificates, container, &member);
     TakeMembers(sxShape::kCrl, fields.crls, container, &member);
     if (member == 0) reason = "a PKCS #7 container without certificates and CRLs";
   }
   if (reason == nullptr) return;
-  m_items.push_back(container);
-  sxSkipItem(m_items.back(), sxLoadSkip::kNotDecoded, reason);
+  sxLoadItem item = container;
+  sxSkipItem(item, sxLoadSkip::kNotDecoded, reason);
+  Put(std::move(item), octets);
 }
 
 // Choices other than the plain one have tags of their own: attribute certificates, for instance.
@@ -292,10 +306,10 @@ void sxLoadReader::TakeMembers(sxShape shape, sxOctetView set, const sxLoadItem 
     if (!sxTakeBer(set, &element)) {
       set = {};
       sxSkipItem(item, sxLoadSkip::kCutShort, "no whole element of ASN.1");
-      m_items.push_back(std::move(item));
+      Put(std::move(item), {});
     } else if (element.tag != kDerSequence) {
       sxSkipItem(item, sxLoadSkip::kUnknown, "neither a certificate nor a CRL, but another choice of the container");
-      m_items.push_back(std::move(item));
+      Put(std::move(item), element.whole);
     } else {
       TakeOne(shape, element.whole, std::move(item));
     }

@@ -7,6 +7,7 @@
 
 #include "keys/ec/curves.h"
 #include "keys/subjectPublicKey.h"
+#include "kxcert/asn1/oidNames.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/pkcs12.h"
 #include "kxcert/cert/sxCRL.h"
@@ -56,7 +57,8 @@ std::string OidText(sxOctetView content) {
   oid.Set(content.data(), sxLen(content));
   char text[kMaxOidText] = "";
   static_cast<void>(oid.GetStr(text, sizeof text));  // a longer one ends in "?"
-  return text;
+  const char *const name = sxOidName(oid);
+  return name == nullptr ? text : std::string(text) + " " + name;
 }
 
 // An AlgorithmIdentifier as text, with the identifier among its parameters when they are one: a named curve.

@@ -17,6 +17,7 @@
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "nameFacts.h"
+#include "nameForm.h"
 #include "oidInput.h"
 #include "timeText.h"
 #include "unknownParts.h"
@@ -58,6 +59,7 @@ Facts TimeFacts(int64_t seconds) {
 
 std::string NameText(const sxDN *dn) {
   if (dn == nullptr) return "(no name)";
+  if (WantsRfc4514() && dn->Count() > 0) return Rfc4514Text(*dn->GetName());
   const char *text = dn->GetStr_ascii();
   if (text == nullptr) return "(a name without text form)";
   return *text == '\0' ? "(empty name)" : VisibleLine(text);

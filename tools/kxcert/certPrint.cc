@@ -1,8 +1,9 @@
-// kxcert cert print: certificates and CRLs as text.
+// kxcert cert print: certificates and CRLs as text, and what else a file is.
 #include <algorithm>
 #include <memory>
 
 #include "certFacts.h"
+#include "certText.h"
 #include "crlFacts.h"
 #include "input.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
@@ -12,7 +13,8 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/textStream.h"
-#include "kxcert/keys/sxPubKey.h"
+#include "nameForm.h"
+#include "otherParts.h"
 #include "report.h"
 #include "timeText.h"
 #include "unknownParts.h"
@@ -38,31 +40,6 @@ void PrintLine(SxStream *out, const char *label, const std::string &text) {
 template <class Tree>
 bool Decode(Tree &tree, const unsigned char *octets, size_t len) {
   return sxASN_DecodeBuf(tree, reinterpret_cast<const char *>(octets), static_cast<int>(len)) == 0;
-}
-
-// What the library's text leaves out, behind it; the same goes into the facts.
-void AddToCert(const sxCert &cert, SxStream *out, Facts &facts) {
-  sxASN_Certificate tree;
-  if (!Decode(tree, cert.GetBuf(), cert.BufLen())) return;
-  if (IsNegative(*cert.SerialNum())) PrintLine(out, "Serial Number, negative", SerialText(cert));
-  PrintLine(out, "Signature Algorithm OID", UnknownSignature(*tree.signatureAlgorithm));
-  facts["signatureOid"] = OidText(*tree.signatureAlgorithm->algorithm);
-  Facts extensions;
-  facts["unknownExtensions"] =
-      PrintUnknown(tree.tbsCertificate->extensions, cert.Extensions(), nullptr, out, kIndent, &extensions);
-  facts["extensions"] = std::move(extensions);
-  PrintLine(out, "SHA-256 of the certificate", facts["sha256"].Text());
-  PrintLine(out, "SHA-256 of the SubjectPublicKeyInfo", facts["spkiSha256"].Text());
-}
-
-std::string CertText(const sxCert &cert, int level, Facts &facts) {
-  SxStream text;
-  cert.Sprint(&text, level == sxCert_brief ? sxCert_brief : sxCert_full, kIndent);
-  SxStream more;  // of a subject alone the facts are told, too
-  AddToCert(cert, &more, facts);
-  if (level >= sxCert_full) text.Put(more.Text());
-  if (level == sxCert_full_key) cert.PubKey()->Sprint(&text, kIndent);
-  return InUtc(TrimEnd(text.Text()));
 }
 
 // Fills in what is told of a CRL. @return its text
@@ -99,7 +76,6 @@ void PrintObject(const sxLoadItem &item, int level, Report &report) {
   if (item.crl != nullptr) {
     text = CrlText(*item.crl, level, facts);
   } else {
-    facts.update(CertFacts(*item.cert));
     text = CertText(*item.cert, level, facts);
   }
   report.Line(where + ":");
@@ -109,19 +85,26 @@ void PrintObject(const sxLoadItem &item, int level, Report &report) {
 }
 
 void PrintFile(const std::string &file, int level, Report &report) {
-  sxLoader loader(sxLoad_certs | sxLoad_crls);
+  sxLoader loader(sxLoad_all);
+  OtherParts others(loader);
   if (!LoadInput(file, loader, report)) return;
   SkippedParts skipped(report);
-  bool onlyOthers = true;
-  for (const sxLoadItem &item : loader.Items()) {
-    if (item.skip == sxLoadSkip::kNot) {
+  bool hasWanted = false, hasOther = false;  // a certificate or CRL, or what may have been meant to be one
+  for (size_t i = 0; i < loader.Items().size(); ++i) {
+    const sxLoadItem &item = loader.Items()[i];
+    hasOther |= others.TellContainers(i, report);
+    if (item.cert != nullptr || item.crl != nullptr) {
       PrintObject(item, level, report);
-      onlyOthers = false;
-    } else if (skipped.Tell(item)) {
-      onlyOthers = false;
+      hasWanted = true;
+      continue;
     }
+    const Told told = others.Tell(i, item, level, report);
+    hasOther |= told == Told::kOther;
+    hasWanted |= told == Told::kCertificate || (told == Told::kNothing && skipped.Tell(item));
   }
-  if (onlyOthers) report.Problem(kExitInputError, InputName(file), "neither certificate nor CRL in it");
+  if (!hasWanted) {
+    report.Problem(hasOther ? kExitNo : kExitInputError, InputName(file), "neither certificate nor CRL in it");
+  }
 }
 
 void Run(const Options &options, Report &report) {
@@ -140,6 +123,7 @@ Verb CertPrint() {
             false,
             nullptr,
             {{"brief", sxCert_brief}, {"full", sxCert_full}, {"key", sxCert_full_key}},
-            "LEVEL"}},
+            "LEVEL"},
+           NameFormRow()},
           [options](Report &report) { Run(*options, report); }};
 }

@@ -9,6 +9,7 @@
 #include "kxcert/platform/clock.h"
 #include "kxcert/store/Cert_Cache_DB.h"
 #include "kxcert/trust/sxRootCA.h"
+#include "nameForm.h"
 #include "progressLine.h"
 #include "report.h"
 #include "revocationOptions.h"
@@ -279,5 +280,6 @@ Verb ChainVerify() {
       }};
   for (const OptionRow &row : RevocationRows(options->revocation)) verb.options.push_back(row);
   for (const OptionRow &row : StrictRows(options->strict)) verb.options.push_back(row);
+  verb.options.push_back(NameFormRow());
   return verb;
 }

@@ -9,6 +9,35 @@
 
 namespace {
 
+// @param line  gets each line
+template <class Line>
+void TellBag(const sxPkcs12Bag &bag, Line line) {
+  const std::string indent(static_cast<size_t>(4 + 2 * bag.nesting), ' '), title = BagTitle(bag);
+  line(indent + sxPkcs12_KindText(bag.kind) + (title.empty() ? "" : ": " + title));
+  if (!bag.protection.text.empty()) line(indent + "  protection: " + ProtectionText(bag.protection));
+  if (!bag.name.empty()) line(indent + "  name:       " + VisibleLine(bag.name));
+  if (!bag.keyId.empty()) line(indent + "  id:         " + HexOf(bag.keyId.data(), bag.keyId.size()));
+  if (bag.result != sxPkcs12_ok) line(indent + "  problem:    " + VisibleLine(bag.why));
+}
+
+}  // namespace
+
+std::string ContainerLines(const sxPkcs12 &container) {
+  std::string text;
+  const auto line = [&text](const std::string &more) { text += (text.empty() ? "" : "\n") + more; };
+  const char *const checked = !container.HasMac() ? "" : container.IsOpen() ? " (checked)" : " (not checked)";
+  line("mac: " + ProtectionText(container.Mac()) + checked);
+  int number = 0;
+  auto bag = container.Bags().begin();  // in the order of the safes
+  for (const sxPkcs12Safe &safe : container.Safes()) {
+    line("safe " + std::to_string(number + 1) + ": " +
+         (safe.isEncrypted ? ProtectionText(safe.protection) : "not encrypted"));
+    for (; bag != container.Bags().end() && bag->safe == number; ++bag) TellBag(*bag, line);
+    ++number;
+  }
+  return text;
+}
+
 // A number of iterations that is not known is left out.
 Facts ProtectionFacts(const sxPkcs12Protection &protection) {
   if (protection.text.empty()) return nullptr;
@@ -16,8 +45,6 @@ Facts ProtectionFacts(const sxPkcs12Protection &protection) {
   if (protection.iterations > 0 && protection.iterations < UINT64_MAX) facts["iterations"] = protection.iterations;
   return facts;
 }
-
-}  // namespace
 
 std::string ProtectionText(const sxPkcs12Protection &protection) {
   if (protection.text.empty()) return "none";

@@ -6,6 +6,7 @@
 #include "crlInput.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/textStream.h"
+#include "nameForm.h"
 #include "report.h"
 #include "unknownParts.h"
 #include "verb.h"
@@ -86,6 +87,7 @@ Verb CrlPrint() {
             nullptr,
             {{"brief", kBrief}, {"full", kFull}, {"key", kKey}},
             "LEVEL"},
-           {"--all", "all entries, not the first hundred", &options->all}},
+           {"--all", "all entries, not the first hundred", &options->all},
+           NameFormRow()},
           [options](Report &report) { Run(*options, report); }};
 }

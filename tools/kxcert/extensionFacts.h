@@ -6,13 +6,11 @@
 #include "facts.h"
 
 class sxASN_Extensions;
-class sxExtensionsList;
 class SxStream;
 
-/// @param known  what the library made of them
-/// @param all    the same as they stand; may be null
-/// @param[out] text  each of them, as cert print shows it
+/// @param all  may be null
+/// @param[out] text  each of them in their order, as cert print shows it
 /// @return "extensions", each with what is told of it, and "unknownExtensions", those that are not read
-Facts ExtensionFacts(const sxExtensionsList &known, const sxASN_Extensions *all, SxStream *text, int indent);
+Facts ExtensionFacts(const sxASN_Extensions *all, SxStream *text, int indent);
 
 #endif

@@ -68,7 +68,7 @@ void Tell(const sxCert &cert, const std::string &profile, const OutputOptions &o
   Facts facts = CertFacts(cert);
   facts["validity"] = TextOf(ValidityOf(cert));
   if (!profile.empty()) facts["profile"] = profile;
-  facts.update(ExtensionFacts(cert.Extensions(), made.Tree().extensions, &text, kIndent));
+  facts.update(ExtensionFacts(made.Tree().extensions, &text, kIndent));
   facts["sha256"] = Sha256Of(cert.GetBuf(), cert.BufLen());
   PutLine(&text, "SHA-256 of the certificate", facts["sha256"].Text());
   report.Document()["certificate"] = std::move(facts);

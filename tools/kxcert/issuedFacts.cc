@@ -69,20 +69,6 @@ Facts SpaceFacts(const sxExtension &ext) {
   return {{"permitted", SubtreeFacts(space.permitted)}, {"excluded", SubtreeFacts(space.excluded)}};
 }
 
-Facts NamesFacts(const sxExtension &ext) {
-  auto names = Facts::array();
-  for (const sxAnyName &name : static_cast<const sxIssuerAltName &>(ext).Names()) names.push_back(NameFacts(name));
-  return {{"names", names}};
-}
-
-Facts AccessFacts(const sxExtension &ext) {
-  auto accesses = Facts::array();
-  for (const sxAccess &access : static_cast<const sxSubjectInfoAccess &>(ext).Accesses()) {
-    accesses.push_back({{"method", OidText(access.method)}, {"location", NameFacts(access.location)}});
-  }
-  return {{"accesses", accesses}};
-}
-
 Facts FeatureFacts(const sxExtension &ext) {
   auto features = Facts::array();
   for (const int feature : static_cast<const sxTlsFeature &>(ext).Features()) features.push_back(feature);
@@ -96,8 +82,7 @@ struct FactsRow {
 constexpr FactsRow kRows[] = {
     {&sxASN_id_ce_certificatePolicies, PolicyFacts}, {&sxASN_id_ce_policyMappings, MappingFacts},
     {&sxASN_id_ce_policyConstraints, LimitFacts},    {&sxASN_id_ce_inhibitAnyPolicy, InhibitFacts},
-    {&sxASN_id_ce_nameConstraints, SpaceFacts},      {&sxASN_id_ce_issuerAltName, NamesFacts},
-    {&sxASN_id_pe_subjectInfoAccess, AccessFacts},   {&sxASN_id_pe_tlsFeature, FeatureFacts},
+    {&sxASN_id_ce_nameConstraints, SpaceFacts},      {&sxASN_id_pe_tlsFeature, FeatureFacts},
 };
 
 }  // namespace

@@ -5,13 +5,12 @@
 
 #include <memory>
 
+#include "extensionWords.h"
 #include "facts.h"
 
 class sxASN_Extension;
 class sxAsnOid;
 class sxExtension;
-
-enum class ReadAs { kRead, kUnknown, kBroken };  ///< broken: of a type that is known, and does not decode
 
 /// @param[out] made  set when it was read
 ReadAs ReadExtension(const sxASN_Extension &ext, std::unique_ptr<sxExtension> *made);

@@ -41,6 +41,11 @@ std::string KeyFingerprint(sxPubKey &key) {
   return kx_md_hashbuf(sx_md_sha256, der.Data(), der.Len(), digest, kSha256Len) == 0 ? HexOf(digest, kSha256Len) : "";
 }
 
+std::string KeyLines(sxPubKey &key, bool isPrivate) {
+  return "  key:     " + KeyName(key) + "\n  part:    " + (isPrivate ? "private" : "public") +
+         "\n  sha-256: " + KeyFingerprint(key) + " (SubjectPublicKeyInfo)";
+}
+
 Facts KeyFacts(sxPubKey &key, bool isPrivate) {
   Facts facts = {{"kind", KindOf(key)}, {"bits", key.GetLen(sxPK_len_bits)}, {"private", isPrivate}};
   const std::string name = NameInSet(key);

@@ -12,6 +12,8 @@ class sxPubKey;
 std::string KeyName(sxPubKey &key);         ///< "RSA, 2048 bits", "EC, secp521r1, 521 bits"
 std::string KeyFingerprint(sxPubKey &key);  ///< SHA-256 of the SubjectPublicKeyInfo, hexadecimal; "" for a failure
 
+/// Three lines: what it is, which part, its fingerprint.
+std::string KeyLines(sxPubKey &key, bool isPrivate);
 Facts KeyFacts(sxPubKey &key, bool isPrivate);
 
 #endif

@@ -21,9 +21,7 @@ void Show(const std::string &file, const std::string &password, Report &report) 
   facts.update(KeyFacts(*found.key, found.isPrivate));
   report.Document()["keys"].push_back(std::move(facts));
   report.Line(found.where + ":");
-  report.Line("  key:     " + KeyName(*found.key));
-  report.Line(std::string("  part:    ") + (found.isPrivate ? "private" : "public"));
-  report.Line("  sha-256: " + KeyFingerprint(*found.key) + " (SubjectPublicKeyInfo)");
+  report.Line(KeyLines(*found.key, found.isPrivate));
 }
 
 }  // namespace

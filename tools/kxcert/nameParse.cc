@@ -2,7 +2,9 @@
 #include <memory>
 
 #include "certFacts.h"
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "nameFacts.h"
+#include "nameForm.h"
 #include "nameInput.h"
 #include "report.h"
 #include "verb.h"
@@ -21,12 +23,14 @@ void PrintName(const std::string &argument, Report &report) {
   if (!report.Document()["names"].empty()) report.Line();
   report.Line("text:  " + VisibleLine(text == nullptr ? "(a name without text form)" : text));
   report.Line("ascii: " + NameText(&*name));
+  report.Line("4514:  " + Rfc4514Text(*name->GetName()));
   report.Line("der:   " + HexOf(der, static_cast<size_t>(derLen)));
   report.Line("rdns:  " + std::to_string(name->Count()));
   const char *ascii = name->GetStr_ascii();
   Facts facts = {{"input", argument}, {"text", nullptr}, {"ascii", nullptr}};
   if (text != nullptr) facts["text"] = text;
   if (ascii != nullptr) facts["ascii"] = ascii;
+  facts["rfc4514"] = Rfc4514Text(*name->GetName());
   facts["der"] = HexOf(der, static_cast<size_t>(derLen));
   facts["rdns"] = name->Count();
   facts["rdnList"] = RdnFacts(&*name);

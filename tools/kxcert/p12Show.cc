@@ -3,7 +3,6 @@
 #include "containerInput.h"
 #include "report.h"
 #include "verb.h"
-#include "visibleText.h"
 
 namespace {
 
@@ -12,28 +11,6 @@ struct Options {
   std::string password;
   bool noPassword = false;
 };
-
-void TellBag(const sxPkcs12Bag &bag, Report &report) {
-  const std::string indent(static_cast<size_t>(4 + 2 * bag.nesting), ' '), title = BagTitle(bag);
-  report.Line(indent + sxPkcs12_KindText(bag.kind) + (title.empty() ? "" : ": " + title));
-  if (!bag.protection.text.empty()) report.Line(indent + "  protection: " + ProtectionText(bag.protection));
-  if (!bag.name.empty()) report.Line(indent + "  name:       " + VisibleLine(bag.name));
-  if (!bag.keyId.empty()) report.Line(indent + "  id:         " + HexOf(bag.keyId.data(), bag.keyId.size()));
-  if (bag.result != sxPkcs12_ok) report.Line(indent + "  problem:    " + VisibleLine(bag.why));
-}
-
-void Tell(const sxPkcs12 &container, Report &report) {
-  const char *const checked = !container.HasMac() ? "" : container.IsOpen() ? " (checked)" : " (not checked)";
-  report.Line("mac: " + ProtectionText(container.Mac()) + checked);
-  int number = 0;
-  auto bag = container.Bags().begin();  // in the order of the safes
-  for (const sxPkcs12Safe &safe : container.Safes()) {
-    report.Line("safe " + std::to_string(number + 1) + ": " +
-                (safe.isEncrypted ? ProtectionText(safe.protection) : "not encrypted"));
-    for (; bag != container.Bags().end() && bag->safe == number; ++bag) TellBag(*bag, report);
-    ++number;
-  }
-}
 
 void Run(const Options &options, Report &report) {
   if (options.noPassword && !options.password.empty()) {
@@ -46,7 +23,7 @@ void Run(const Options &options, Report &report) {
     TellLostKeys(*container, options.file, "", report);
   }
   report.Document()["container"] = ContainerFacts(*container);
-  Tell(*container, report);
+  report.Line(ContainerLines(*container));
   if (!container->IsOpen()) report.Note("", "not opened: what is told is only what the file claims");
 }
 

@@ -4,6 +4,7 @@
 #include "certFacts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/textStream.h"
+#include "nameForm.h"
 #include "report.h"
 #include "requestFacts.h"
 #include "requestInput.h"
@@ -46,7 +47,8 @@ void Verify(const FoundRequest &found, Report &report) {
 
 Verb MakeVerb(void (*tell)(const FoundRequest &, Report &)) {
   const auto files = std::make_shared<Files>();
-  return {{{"FILE", "requests, DER or PEM; - is standard input", files.get(), true}}, [files, tell](Report &report) {
+  return {{{"FILE", "requests, DER or PEM; - is standard input", files.get(), true}, NameFormRow()},
+          [files, tell](Report &report) {
             report.Document()["requests"] = Facts::array();
             for (const std::string &file : *files) {
               for (const FoundRequest &found : ReadRequests(file, report)) tell(found, report);

@@ -101,6 +101,6 @@ Facts RequestFacts(const sxCertRequest &request, SxStream *text, int indent) {
   for (int i = 0; i < request.CountAttributes(); ++i) {
     facts["attributes"].push_back(AttributeFacts(request, i, text, indent));
   }
-  facts.update(ExtensionFacts(request.Extensions(), request.AllExtensions(), text, indent));
+  facts.update(ExtensionFacts(request.AllExtensions(), text, indent));
   return facts;
 }

@@ -71,8 +71,7 @@ bool RequestTaken::Read(const std::string &path, sxCertTemplate &wanted, Report 
   const sxASN_Extensions *const extensions = m_asked.Tree().extensions;
   const sxASN_Extension *const twice = extensions == nullptr ? nullptr : FirstTwice(*extensions);
   if (twice != nullptr) {
-    return report.Problem(kExitNo, m_found.where, "refused: asks for " + NameOrOid(*twice->extnID) + " twice"),
-           false;
+    return report.Problem(kExitNo, m_found.where, "refused: asks for " + NameOrOid(*twice->extnID) + " twice"), false;
   }
   wanted.SetSubject(m_asked.Subject());
   return true;

@@ -6,6 +6,7 @@
 
 #include "issuedFacts.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/oidNames.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBuf.h"
 #include "kxcert/cert/sxCert.h"
@@ -36,27 +37,46 @@ Facts HeadOf(const sxASN_Extension &ext) {
   return {{"name", NameOrOid(*ext.extnID)}, {"oid", OidText(*ext.extnID)}, {"critical", IsCritical(ext)}};
 }
 
-Facts ReadFacts(const sxASN_Extension &ext, const sxExtension &made) {
+struct Words {
+  ReadAs how = ReadAs::kUnknown;
   SxStream text;
-  made.Sprint(&text, 0);
+  Facts members;
+};
+
+// By the command's own words, else by the library's.
+Words WordsOf(const sxASN_Extension &ext, int indent) {
+  Words words;
+  words.how = TellInWords(ext, &words.text, indent, &words.members);
+  if (words.how != ReadAs::kUnknown) return words;
+  std::unique_ptr<sxExtension> made;
+  words.how = ReadExtension(ext, &made);
+  if (words.how != ReadAs::kRead) return words;
+  made->Sprint(&words.text, indent);
+  words.members = IssuedFacts(*ext.extnID, *made);
+  return words;
+}
+
+Facts ReadFacts(const sxASN_Extension &ext) {
+  const Words words = WordsOf(ext, 0);
   Facts facts = HeadOf(ext);
-  facts["text"] = VisibleText(TrimEnd(text.Text()));
-  facts.update(IssuedFacts(*ext.extnID, made));
+  facts["text"] = VisibleText(TrimEnd(words.text.Text()));
+  facts.update(words.members);
   return facts;
 }
 
-void PrintRead(const sxASN_Extension &ext, const sxExtension &made, SxStream *out, int indent) {
+void PrintRead(const sxASN_Extension &ext, const Words &words, int indent, SxStream *out) {
   if (IsCritical(ext)) {
     out->Indent(indent);
     out->Put("Critical:\n");
   }
-  made.Sprint(out, indent);
+  out->Put(words.text.Text());
 }
 
 Facts PrintUnread(const sxASN_Extension &ext, bool isBroken, SxStream *out, int indent) {
-  const std::string oid = OidText(*ext.extnID);
-  std::string title = (IsCritical(ext) ? "Critical extension " : "Extension ") + oid;
-  if (isBroken) title += ", " + NameOrOid(*ext.extnID) + " that does not decode";
+  std::string title = (IsCritical(ext) ? "Critical extension " : "Extension ") + OidText(*ext.extnID);
+  const char *const name = sxOidName(*ext.extnID);
+  if (name != nullptr) title += std::string(", ") + name;
+  if (isBroken) title += " that does not decode";
   PrintOctets(ext, title, out, indent);
   Facts facts = HeadOf(ext);
   const int shown = std::min(ext.extnValue->Len(), kMaxOctetsShown);
@@ -81,7 +101,7 @@ std::string OidText(std::span<const unsigned char> content) {
 }
 
 std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm) {
-  std::string text = OidText(*algorithm.algorithm);
+  const std::string text = NamedOid(*algorithm.algorithm);
   const auto *value = algorithm.parameters == nullptr ? nullptr : algorithm.parameters->Value();
   const auto *raw = dynamic_cast<const sxAsnRawAny *>(value);
   sxAsnOid oid;
@@ -89,7 +109,7 @@ std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm) {
       sxASN_DecodeBuf(oid, reinterpret_cast<const char *>(raw->Data()), raw->Len()) != 0) {
     return text;
   }
-  return text + " with " + OidText(oid);
+  return text + " with " + NamedOid(oid);
 }
 
 std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm) {
@@ -103,20 +123,19 @@ Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &k
   auto unread = Facts::array(), each = Facts::array();
   const sxExtensionsList::ExtItem *item = known.First();
   const auto tell = [&](const sxASN_Extension &ext) -> Facts {
-    std::unique_ptr<sxExtension> made;
-    const ReadAs how = ReadExtension(ext, &made);
+    const Words words = WordsOf(ext, indent);
+    const bool isRead = words.how == ReadAs::kRead, isBroken = words.how == ReadAs::kBroken;
     // One that does not decode is not in the list, though the next one of its type may be.
-    if (item != nullptr && item->oid->OidEquiv(*ext.extnID) && how != ReadAs::kBroken) {
-      const sxExtension *const kept = std::exchange(item, item->next)->ext;
-      return kept == nullptr ? HeadOf(ext) : ReadFacts(ext, *kept);
+    if (item != nullptr && item->oid->OidEquiv(*ext.extnID) && !isBroken) {
+      item = item->next;
+      return isRead ? ReadFacts(ext) : HeadOf(ext);
     }
-    if (alsoKnown != nullptr && alsoKnown->OidEquiv(*ext.extnID)) return HeadOf(ext);
-    if (how == ReadAs::kRead) {
-      PrintRead(ext, *made, out, indent);
-      return ReadFacts(ext, *made);
+    if (!isRead) {
+      unread.push_back(PrintUnread(ext, isBroken, out, indent));
+      return HeadOf(ext);
     }
-    unread.push_back(PrintUnread(ext, how == ReadAs::kBroken, out, indent));
-    return HeadOf(ext);
+    if (alsoKnown == nullptr || !alsoKnown->OidEquiv(*ext.extnID)) PrintRead(ext, words, indent, out);
+    return ReadFacts(ext);
   };
   if (extensions != nullptr) {
     for (const sxASN_Extension &ext : *extensions) each.push_back(tell(ext));
@@ -131,10 +150,10 @@ std::string Sha256Of(const unsigned char *octets, size_t len) {
 }
 
 // RFC 5280, 4.1: the element behind version, serialNumber, signature, issuer, validity and subject.
-std::string SpkiSha256(const sxCert &cert) {
+std::string SpkiSha256(const unsigned char *octets, size_t len) {
   constexpr int kBefore = 5;  // and the version, which may be absent
   sxAsnReadBuf buf;
-  buf.Init(cert.GetBuf(), static_cast<int>(cert.BufLen()));
+  buf.Init(octets, static_cast<int>(len));
   int bytesDecoded = 0;
   for (int level = 0; level < 2; ++level) {
     if (BDecTag(buf, bytesDecoded) < 0) return "";
@@ -146,3 +165,5 @@ std::string SpkiSha256(const sxCert &cert) {
   }
   return Sha256Of(element.Data(), static_cast<size_t>(element.Len()));
 }
+
+std::string SpkiSha256(const sxCert &cert) { return SpkiSha256(cert.GetBuf(), cert.BufLen()); }

@@ -10,7 +10,6 @@
 #include "facts.h"
 
 class sxASN_AlgorithmIdentifier;
-class sxASN_Certificate;
 class sxASN_Extensions;
 class sxAsnOid;
 class sxCert;
@@ -19,7 +18,7 @@ class SxStream;
 
 std::string OidText(const sxAsnOid &oid);  ///< dotted decimal
 std::string OidText(std::span<const unsigned char> content);
-/// The identifier, and the one among its parameters when they are one: a named curve.
+/// The identifier with its name, and the one among its parameters when they are one: a named curve.
 std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm);
 /// "" for a signature that the library knows, else its algorithm.
 std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm);
@@ -34,6 +33,8 @@ Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &k
                    SxStream *out, int indent, Facts *all = nullptr);
 
 std::string Sha256Of(const unsigned char *octets, size_t len);  ///< hexadecimal
-std::string SpkiSha256(const sxCert &cert);                     ///< of SubjectPublicKeyInfo as received; "" without one
+/// Of a certificate's SubjectPublicKeyInfo as received; "" without one.
+std::string SpkiSha256(const unsigned char *octets, size_t len);
+std::string SpkiSha256(const sxCert &cert);
 
 #endif

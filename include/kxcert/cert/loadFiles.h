@@ -16,6 +16,7 @@
 
 #include <deque>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -85,6 +86,13 @@ struct sxLoadItem {
 /// @return false: there is none
 using sxAskPassword = std::function<bool(const sxLoadPlace &place, kxBinBuf &password)>;
 
+/// Told of every container before what is in it, and of everything that is passed over before it is an item: the next one
+/// of Items(). On the loader's thread; the octets are those of the element or block, lent, and may be a key.
+/// @param item     of a container, skip is kNot and kind kNothing, and it becomes no item
+/// @param dekInfo  of a PEM block whose headers say that it is encrypted (inputBlocks.h); else empty
+using sxObserveLoad =
+    std::function<void(const sxLoadItem &item, std::span<const unsigned char> octets, const std::string &dekInfo)>;
+
 enum sxLoadWanted : unsigned {
   sxLoad_certs = 1,
   sxLoad_crls = 2,
@@ -102,6 +110,8 @@ class KXCERT_EXPORT sxLoader {
   sxLoader &operator=(const sxLoader &) = delete;
 
   void SetPassword(sxAskPassword ask) { m_askPassword = std::move(ask); }  ///< of what is added from here on
+
+  void SetObserver(sxObserveLoad observe) { m_observe = std::move(observe); }  ///< likewise
 
   uint64_t Iterations() const { return m_numIterations; }  ///< that passwords took so far
   /// What was spent elsewhere counts here, too: of one input that several loaders read, for instance.
@@ -127,6 +137,7 @@ class KXCERT_EXPORT sxLoader {
 
   const unsigned m_wanted;
   sxAskPassword m_askPassword;
+  sxObserveLoad m_observe;
   uint64_t m_numIterations = 0;
   size_t m_totalLen = 0;
   std::deque<std::string> m_names;  // lent to places

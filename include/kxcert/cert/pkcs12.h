@@ -60,6 +60,9 @@ struct sxPkcs12Protection {
   uint64_t iterations = 0;  ///< 0 for none, and scrypt; UINT64_MAX: more than 64 bits tell
 };
 
+/// The same of a private key by itself: an EncryptedPrivateKeyInfo (encryptedKeys.h).
+KXCERT_EXPORT sxPkcs12Protection sxEncryptedKey_Protection(std::span<const unsigned char> keyInfo);
+
 /// AuthenticatedSafe ::= SEQUENCE OF ContentInfo (RFC 7292, 4.1)
 struct sxPkcs12Safe {
   sxPkcs12Protection protection;

@@ -224,7 +224,7 @@ class BagReader {
     const sxPkcs12Kind kind = bag.kind;
     const bool isTyped = kind == sxPkcs12Kind::kCert || kind == sxPkcs12Kind::kCrl || kind == sxPkcs12Kind::kSecret;
     if (isTyped && !ReadTyped(value, &bag, &value)) return Malformed(m_failure, sxPkcs12_KindText(kind));
-    if (kind == sxPkcs12Kind::kShroudedKey) bag.protection = ProtectionOfKey(value);
+    if (kind == sxPkcs12Kind::kShroudedKey) bag.protection = sxEncryptedKey_Protection(value);
     m_bags.values.push_back(value);
     return kind != sxPkcs12Kind::kSafe || Enter(value);
   }

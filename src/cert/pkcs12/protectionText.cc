@@ -32,7 +32,7 @@ sxPkcs12Protection ProtectionOf(sxOctetView algorithm) {
   return {PlanText(plan), plan.derivation.iterations};
 }
 
-sxPkcs12Protection ProtectionOfKey(sxOctetView keyInfo) {
+sxPkcs12Protection sxEncryptedKey_Protection(sxOctetView keyInfo) {
   sxDerReader reader(keyInfo, kMaxLenOctets), fields;
   sxDerElement algorithm;
   if (!reader.Enter(kDerSequence, &fields) || !fields.Take(kDerSequence, &algorithm)) return {"malformed"};

@@ -7,6 +7,5 @@
 #include "kxcert/cert/pkcs12.h"
 
 sxPkcs12Protection ProtectionOf(sxOctetView algorithm);
-sxPkcs12Protection ProtectionOfKey(sxOctetView keyInfo);  ///< of an EncryptedPrivateKeyInfo
 
 #endif

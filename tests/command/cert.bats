@@ -16,6 +16,8 @@ setup_file() {
 authorityKeyIdentifier = keyid:always
 issuingDistributionPoint = critical, @scope
 freshestCRL = URI:http://delta.example/
+issuerAltName = DNS:other.example
+1.2.3.4 = DER:0500
 [scope]
 onlysomereasons = keyCompromise, superseded
 CNF

@@ -10,6 +10,7 @@
 #include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/keyCodes.h"
 #include "nameFacts.h"
+#include "oidInput.h"
 #include "report.h"
 #include "timeText.h"
 #include "unknownParts.h"
@@ -107,11 +108,11 @@ std::vector<std::string> LimitsOf(const sxCRL &crl) {
     limits.emplace_back("is an indirect CRL: entries are looked up with their certificates' issuer");
   if (crl.IssuingDP() != nullptr) AddScopeLimits(crl, limits);
   if (crl.UnknownListExt() != nullptr) {
-    limits.push_back("has an extension that is not understood (" + OidText(*crl.UnknownListExt()) +
+    limits.push_back("has an extension that is not understood (" + NamedOid(*crl.UnknownListExt()) +
                      "): no certificate is good by it");
   }
   if (crl.UnknownEntryExt() != nullptr) {
-    limits.push_back("has an entry with an extension that is not understood (" + OidText(*crl.UnknownEntryExt()) +
+    limits.push_back("has an entry with an extension that is not understood (" + NamedOid(*crl.UnknownEntryExt()) +
                      "): no certificate is good by it");
   }
   return limits;
@@ -129,6 +130,9 @@ std::string EntryText(const sxRevokedEntry &entry) {
   if (const std::string reason = ReasonText(entry.reason); !reason.empty()) text += "  " + reason;
   if (entry.hasInvalidityDate) text += "  invalid since " + CrlTimeText(entry.invaliditySec);
   if (const std::string issuer = IssuerText(entry); !issuer.empty()) text += "  of " + issuer;
+  if (entry.unknownCritical != nullptr) {
+    text += "  critical extension " + NamedOid({entry.unknownCritical, static_cast<size_t>(entry.unknownCriticalLen)});
+  }
   return text;
 }
 

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "certFacts.h"
+#include "crlExtensions.h"
 #include "crlFacts.h"
 #include "crlInput.h"
 #include "kxcert/cert/sxExtensions.h"
@@ -60,9 +61,9 @@ void Print(const FoundCrl &found, const Options &options, Report &report) {
   if (options.level != kBrief) PrintFields(crl, report);
   report.Line("  Revoked: " + std::to_string(crl.GetSize()));
   if (options.level != kBrief) PrintEntries(crl, options.all, report, facts);
-  if (options.level == kKey) {
+  if (options.level != kBrief) {
     SxStream text;
-    crl.Extensions().Sprint(&text, 1);
+    facts.update(TellCrlExtensions(crl, options.level == kKey ? CrlWords::kAll : CrlWords::kUnsaid, &text, 1));
     if (text.Length() > 0) report.Line(VisibleText(TrimEnd(text.Text())));
   }
   report.Document()["crls"].push_back(std::move(facts));
@@ -81,7 +82,7 @@ Verb CrlPrint() {
   const auto options = std::make_shared<Options>();
   return {{{"FILE", "DER, PEM or {ASN} files; - is standard input", &options->files, true},
            {"--level",
-            "brief: issuers and counts; full; key: and what the library prints of extensions",
+            "brief: issuers and counts; full; key: and every extension",
             &options->level,
             false,
             nullptr,

@@ -88,6 +88,12 @@ std::string NamedOid(const sxAsnOid &oid) {
   return name != nullptr ? OidText(oid) + " (" + name + ")" : OidText(oid);
 }
 
+std::string NamedOid(std::span<const unsigned char> content) {
+  sxAsnOid oid;
+  oid.Set(content.data(), static_cast<int>(content.size()));
+  return NamedOid(oid);
+}
+
 std::string CheckOid(const std::string &text) {
   return ReadOid(text).has_value() ? ""
                                    : "not an object identifier: " + VisibleLine(text) + "; 1.3.6.1.4.1.99999.1 is one";

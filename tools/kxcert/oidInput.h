@@ -4,6 +4,7 @@
 #define KXCERT_TOOLS_KXCERT_OIDINPUT_H_
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,7 @@ std::optional<sxAsnOid> ReadPurpose(std::string_view text);
 
 std::string NameOrOid(const sxAsnOid &oid);  ///< "Ed25519"; dotted decimal when it has no name here
 std::string NamedOid(const sxAsnOid &oid);   ///< "1.3.101.112 (Ed25519)"; dotted decimal alone when it has none
+std::string NamedOid(std::span<const unsigned char> content);
 
 Words ExtensionWords();    ///< the names of extensions
 Words ExtKeyUsageWords();  ///< the names of purposes

@@ -84,9 +84,18 @@ struct Parameters {
   size_t bits = 0;
 };
 
+// A private key does: none of its numbers are to be read here.
+bool BeginsWithVersion(Octets octets) {
+  constexpr unsigned char kLongLen = 0x80;
+  if (octets.size() < 2) return true;
+  const size_t first = octets[1] < kLongLen ? 2 : 2 + (octets[1] & 0x7FU);
+  return first + 1 >= octets.size() || octets[first + 1] <= 1;
+}
+
 // @return text null: none of them
 Parameters ParametersOf(Octets octets) {
   constexpr size_t kLeastBits = 256, kMostGeneratorBits = 64;
+  if (BeginsWithVersion(octets)) return {nullptr, nullptr};
   sxASN_NoticeReferenceSeqOf numbers;  // SEQUENCE OF INTEGER
   if (!Decode(numbers, octets) || numbers.Count() < 2) return {nullptr, nullptr};
   std::vector<size_t> bits;
@@ -271,6 +280,29 @@ void TellEncryptedKey(const std::string &where, const std::string &protection, R
   Put(where, "encryptedKey", "  an encrypted private key: " + protection, {{"protection", protection}}, report);
 }
 
+std::string ProtectionOf(Octets keyInfo) { return ProtectionText(sxEncryptedKey_Protection(keyInfo)); }
+
+bool IsOcsp(Octets octets) {
+  sxOcspResponse response;
+  sxASN_OCSPRequest request;
+  return sxOcspResponse_Read(octets.data(), octets.size(), &response) == nullptr || Decode(request, octets);
+}
+
+// Whether what was passed over is something to tell of, and none of it a secret: octets of that are kept.
+bool IsPublic(const sxLoadItem &item, Octets octets) {
+  const bool isKey = item.kind == sxLoadKind::kPrivateKey || item.kind == sxLoadKind::kPublicKey;
+  const LabelRow *const row = FindLabel(item.label);
+  sxPkcs12 container;
+  switch (item.skip) {
+    case sxLoadSkip::kLabel: return row != nullptr && row->kind != Labelled::kKey;
+    case sxLoadSkip::kPkcs12:
+    case sxLoadSkip::kEncrypted: return container.Read(octets, nullptr) == sxPkcs12_ok;
+    case sxLoadSkip::kUnknown: return item.place.member == 0 && IsOcsp(octets);
+    case sxLoadSkip::kNotDecoded: return !isKey || ParametersOf(octets).text != nullptr;
+    default: return false;
+  }
+}
+
 }  // namespace
 
 OtherParts::OtherParts(sxLoader &loader) : m_loader(loader) {
@@ -282,36 +314,25 @@ void OtherParts::Observe(const sxLoadItem &item, Octets octets, const std::strin
   const size_t index = m_loader.Items().size();
   if (item.skip == sxLoadSkip::kNot) {
     const std::string type = ContentTypeOf(octets);
-    m_containers.emplace(
-        index, Container{VisibleLine(item.place.Text()), type.empty() ? "PKCS #12" : "a PKCS #7 container: " + type});
+    m_containers[index] = {VisibleLine(item.place.Text()), type};
     return;
   }
+  m_containers.erase(index);  // there was nothing in it
   Part part;
-  part.dekInfo = dekInfo;
-  const LabelRow *const row = FindLabel(item.label);
-  const bool isKey = item.kind == sxLoadKind::kPrivateKey || (row != nullptr && row->kind == Labelled::kKey);
-  if (item.skip == sxLoadSkip::kCutShort) {
-    part.isText = item.place.offset == 0 && IsText(octets);
-  } else if (item.skip == sxLoadSkip::kEncrypted && item.place.member == 0) {
-    const sxPkcs12Protection protection = sxEncryptedKey_Protection(octets);
-    part.protection = dekInfo.empty() ? ProtectionText(protection) : dekInfo.substr(0, dekInfo.find(','));
-    sxPkcs12 container;
-    if (container.Read(octets, nullptr) == sxPkcs12_ok) part.octets.assign(octets.begin(), octets.end());
-  } else if (isKey && item.skip == sxLoadSkip::kNotDecoded && ParametersOf(octets).text != nullptr) {
-    part.octets.assign(octets.begin(), octets.end());  // numbers of a group, which have the shape of a key
-  } else if (!isKey && item.skip != sxLoadSkip::kBroken) {
-    part.octets.assign(octets.begin(), octets.end());
-  }
-  m_parts.emplace(index, std::move(part));
+  part.isText = item.skip == sxLoadSkip::kCutShort && item.place.offset == 0 && IsText(octets);
+  const bool isLocked = item.skip == sxLoadSkip::kEncrypted && item.place.member == 0;
+  if (isLocked) part.protection = dekInfo.empty() ? ProtectionOf(octets) : dekInfo.substr(0, dekInfo.find(','));
+  if (IsPublic(item, octets)) part.octets.assign(octets.begin(), octets.end());
+  if (part.isText || isLocked || !part.octets.empty()) m_parts.emplace(index, std::move(part));
 }
 
 bool OtherParts::TellContainers(size_t index, Report &report) const {
-  const auto [begin, end] = m_containers.equal_range(index);
-  for (auto each = begin; each != end; ++each) {
-    const bool isPkcs12 = each->second.title == "PKCS #12";
-    Put(each->second.where, isPkcs12 ? "pkcs12" : "pkcs7", "  " + each->second.title, {}, report);
-  }
-  return begin != end;
+  const auto found = m_containers.find(index);
+  if (found == m_containers.end()) return false;
+  const auto &[where, type] = found->second;
+  Put(where, type.empty() ? "pkcs12" : "pkcs7", type.empty() ? "  PKCS #12" : "  a PKCS #7 container: " + type, {},
+      report);
+  return true;
 }
 
 Told OtherParts::Tell(size_t index, const sxLoadItem &item, int level, Report &report) const {

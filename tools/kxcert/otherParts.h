@@ -35,19 +35,18 @@ class OtherParts {
 
  private:
   struct Part {
-    std::string dekInfo;                ///< how a PEM block is encrypted
-    std::vector<unsigned char> octets;  ///< of what is no private key
-    std::string protection;             ///< of a private key
+    std::vector<unsigned char> octets;  ///< of what has no secret in it
+    std::string protection;             ///< of an encrypted key
     bool isText = false;
   };
   struct Container {
-    std::string where, title;
+    std::string where, type;  ///< no type: PKCS #12
   };
   void Observe(const sxLoadItem &item, std::span<const unsigned char> octets, const std::string &dekInfo);
   Told TellSkipped(const sxLoadItem &item, const Part &part, int level, Report &report) const;
 
   const sxLoader &m_loader;
-  std::multimap<size_t, Container> m_containers;
+  std::map<size_t, Container> m_containers;
   std::map<size_t, Part> m_parts;
 };
 

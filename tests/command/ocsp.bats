@@ -84,7 +84,7 @@ CASES
   respond delegate -ndays 1
   run -0 "$KXCERT" ocsp print resp.der
   is_visible "$output"
-  [[ $output == *'Response Status: successful'*'Responder: CN=delegate'*'Extension: 1.3.6.1.5.5.7.48.1.2: 0420'* ]]
+  [[ $output == *'Response Status: successful'*'Responder: CN=delegate'*'Extension: 1.3.6.1.5.5.7.48.1.2 (ocspNonce): 0420'* ]]
   [[ $output == *'Status: revoked'*'Revoked: 2025-12-01 00:00:00 UTC'*'Reason: keyCompromise'*'Subject: CN=delegate'* ]]
   [[ $output == *'Signature: not checked'* ]]
   run -0 --separate-stderr "$KXCERT" ocsp print --json resp.der

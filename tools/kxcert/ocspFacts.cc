@@ -9,6 +9,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/ocsp.h"
 #include "nameFacts.h"
+#include "oidInput.h"
 #include "report.h"
 #include "timeText.h"
 #include "unknownParts.h"
@@ -26,7 +27,7 @@ void AddExtensions(std::span<const sxOcspExtension> extensions, FactLines &lines
   auto list = Facts::array();
   for (const sxOcspExtension &ext : extensions) {
     const std::string oid = OidText(ext.oid), value = Hex(ext.value);
-    std::string text = oid;
+    std::string text = NamedOid(ext.oid);
     text.append(ext.critical ? ", critical: " : ": ").append(value);
     lines.AddAs("Extension", nullptr, text, nullptr);
     list.push_back({{"oid", oid}, {"critical", ext.critical}, {"value", value}});
@@ -37,7 +38,7 @@ void AddExtensions(std::span<const sxOcspExtension> extensions, FactLines &lines
 Facts TellSingle(const sxOcspSingle &single, Report &report) {
   FactLines lines(report, 2);
   lines.Add("Serial Number", "serial", NumberText(single.serial));
-  lines.Add("Digest", "hashAlgorithm", OidText(single.hashAlgorithm));
+  lines.AddAs("Digest", "hashAlgorithm", NamedOid(single.hashAlgorithm), OidText(single.hashAlgorithm));
   lines.Add("Digest of the issuer's name", "issuerNameHash", Hex(single.issuerNameHash));
   lines.Add("Digest of the issuer's key", "issuerKeyHash", Hex(single.issuerKeyHash));
   lines.Add("Status", "status", kCertStatuses[static_cast<size_t>(single.status)]);

@@ -42,7 +42,7 @@ bool Decode(Tree &tree, Octets octets) {
 }
 
 // A headline, what is told, and the same in the document.
-void Put(const std::string &where, const char *kind, const std::string &text, Facts facts, Report &report) {
+void Put(const std::string &where, const char *kind, const std::string &text, const Facts &facts, Report &report) {
   Facts all = {{"input", where}, {"kind", kind}};
   all.update(facts);
   all["text"] = VisibleText(text);
@@ -150,7 +150,7 @@ bool TellOcspRequest(const std::string &where, Octets octets, Report &report) {
   facts["signed"] = request.optionalSignature != nullptr;
   PutLine(&text, kIndent,
           request.optionalSignature != nullptr ? "Signed; the signature was not checked" : "Not signed");
-  Put(where, "ocspRequest", Trimmed(text), std::move(facts), report);
+  Put(where, "ocspRequest", Trimmed(text), facts, report);
   return true;
 }
 
@@ -203,7 +203,7 @@ bool TellUnusedRequest(const std::string &where, Octets octets, Report &report) 
   if (info.attributes != nullptr) {
     for (const sxASN_Attribute &attribute : *info.attributes) TellAttribute(attribute, &text, facts);
   }
-  Put(where, "request", Trimmed(text), std::move(facts), report);
+  Put(where, "request", Trimmed(text), facts, report);
   return true;
 }
 
@@ -340,7 +340,7 @@ Told OtherParts::Tell(size_t index, const sxLoadItem &item, int level, Report &r
   if (item.request != nullptr) {
     SxStream text;
     Facts facts = RequestFacts(*item.request, &text, kIndent);
-    Put(where, "request", Trimmed(text), std::move(facts), report);
+    Put(where, "request", Trimmed(text), facts, report);
     return Told::kOther;
   }
   if (item.key != nullptr) {
@@ -385,7 +385,7 @@ Told OtherParts::TellSkipped(const sxLoadItem &item, const Part &part, int level
   bool isUnsupported = false;
   const std::string text = UnusedCertText(part.octets, level, facts, &isUnsupported);
   if (text.empty()) return Told::kNothing;
-  Put(where, "certificate", text, std::move(facts), report);
+  Put(where, "certificate", text, facts, report);
   if (!isUnsupported) report.Problem(kExitInputError, where, VisibleLine(item.reason));
   return Told::kCertificate;
 }

@@ -101,7 +101,7 @@ std::string OidText(std::span<const unsigned char> content) {
 }
 
 std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm) {
-  const std::string text = NamedOid(*algorithm.algorithm);
+  std::string text = NamedOid(*algorithm.algorithm);
   const auto *value = algorithm.parameters == nullptr ? nullptr : algorithm.parameters->Value();
   const auto *raw = dynamic_cast<const sxAsnRawAny *>(value);
   sxAsnOid oid;

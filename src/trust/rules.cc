@@ -217,7 +217,8 @@ constexpr Rule kLinkRules[] = {
 
 constexpr Rule kSignatureRules[] = {
     {"signature algorithm", "RFC 5280, 4.1.1.2", sxValidation_badSignature, 0, SignatureIsSupported, PutVerifier,
-     "Nothing here computes this algorithm, so nobody knows whether the signature is right: have the certificate signed "
+     "Nothing here computes this algorithm, so nobody knows whether the signature is right: have the certificate "
+     "signed "
      "with RSA (PKCS #1 v1.5) or ECDSA."},
     {"signature", "RFC 5280, 6.1.3 (a) (1)", sxValidation_badSignature, 0, SignatureVerifies, PutVerifier,
      "The issuer's key did not sign this certificate: it was changed, or the issuer was issued anew with another key."},

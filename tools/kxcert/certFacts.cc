@@ -51,11 +51,11 @@ const char *NameOf(const CodeName (&table)[kRows], int code) {
 
 constexpr int kNumKeyUsages = 9;  // bits that KeyusageStr knows
 
-Facts TimeFacts(int64_t seconds) {
+}  // namespace
+
+Facts DateFacts(int64_t seconds) {
   return {{"seconds", seconds}, {"text", PrintCertTime(seconds)}, {"clamped", seconds >= kFirstClampedSec}};
 }
-
-}  // namespace
 
 std::string NameText(const sxDN *dn) {
   if (dn == nullptr) return "(no name)";
@@ -132,27 +132,31 @@ Facts PurposeFacts(const sxExtKeyUsage &usage) {
   return purposes;
 }
 
+Facts BodyFacts(const sxDN *issuer, const sxDN *subject, const sxASN_Time *notBefore, const sxASN_Time *notAfter,
+                const sxASN_Extensions *extensions) {
+  return {{"issuer", NameText(issuer)},
+          {"subject", NameText(subject)},
+          {"notBeforeWritten", WrittenTime(notBefore)},
+          {"notAfterWritten", WrittenTime(notAfter)},
+          {"subjectRdns", RdnFacts(subject)},
+          {"issuerRdns", RdnFacts(issuer)},
+          {"subjectAltNames", AltNameFacts(extensions, sxASN_id_ce_subjectAltName)},
+          {"issuerAltNames", AltNameFacts(extensions, sxASN_id_ce_issuerAltName)}};
+}
+
 Facts CertFacts(const sxCert &cert) {
   sxCertTemplate copy;
   const bool isCopied = copy.Set(&cert) == 0;
   const auto *const validity = isCopied ? copy.Tree().validity : nullptr;
-  Facts facts = {
-      {"version", cert.Version()},
-      {"serial", SerialText(cert)},
-      {"issuer", NameText(cert.Issuer())},
-      {"subject", NameText(cert.Subject())},
-      {"notBefore", TimeFacts(cert.notBefore())},
-      {"notAfter", TimeFacts(cert.notAfter())},
-      {"signature", SignatureText(cert)},
-      {"subjectRdns", RdnFacts(cert.Subject())},
-      {"issuerRdns", RdnFacts(cert.Issuer())},
-      {"subjectAltNames", AltNameFacts(copy.Tree().extensions, sxASN_id_ce_subjectAltName)},
-      {"issuerAltNames", AltNameFacts(copy.Tree().extensions, sxASN_id_ce_issuerAltName)},
-      {"notBeforeWritten", WrittenTime(validity == nullptr ? nullptr : validity->notBefore)},
-      {"notAfterWritten", WrittenTime(validity == nullptr ? nullptr : validity->notAfter)},
-      {"sha256", Sha256Of(cert.GetBuf(), cert.BufLen())},
-      {"spkiSha256", SpkiSha256(cert)},
-  };
+  Facts facts = BodyFacts(cert.Issuer(), cert.Subject(), validity == nullptr ? nullptr : validity->notBefore,
+                          validity == nullptr ? nullptr : validity->notAfter, copy.Tree().extensions);
+  facts.update(Facts{{"version", cert.Version()},
+                     {"serial", SerialText(cert)},
+                     {"notBefore", DateFacts(cert.notBefore())},
+                     {"notAfter", DateFacts(cert.notAfter())},
+                     {"signature", SignatureText(cert)},
+                     {"sha256", Sha256Of(cert.GetBuf(), cert.BufLen())},
+                     {"spkiSha256", SpkiSha256(cert)}});
   if (cert.ExtKeyUsage() != nullptr) facts["extKeyUsage"] = PurposeFacts(*cert.ExtKeyUsage());
   if (cert.PubKey() != nullptr) {
     facts["key"] = {{"algorithm", NameOf(kAlgorithms, cert.PubKey()->algorithm())},

@@ -9,6 +9,8 @@
 
 #include "facts.h"
 
+class sxASN_Extensions;
+class sxASN_Time;
 class sxAsnInt;
 class sxAsnOid;
 class sxCert;
@@ -33,7 +35,11 @@ std::string SignatureText(const sxAsnOid &oid);     ///< the same of an algorith
 std::string SignatureText(int family, int digest);  ///< the same of a key's algorithm and a sx_md_type
 std::string KeyIdText(const sxExtKeyID *keyId);     ///< hexadecimal; "" without one
 
+Facts DateFacts(int64_t seconds);  ///< as the library counts it, and whether that is less than was written
 Facts PurposeFacts(const sxExtKeyUsage &usage);  ///< oid and name of each
 Facts CertFacts(const sxCert &cert);
+/// What of it can be told of any certificate, whether the library takes it or not.
+Facts BodyFacts(const sxDN *issuer, const sxDN *subject, const sxASN_Time *notBefore, const sxASN_Time *notAfter,
+                const sxASN_Extensions *extensions);
 
 #endif

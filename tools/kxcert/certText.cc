@@ -56,10 +56,6 @@ std::string DateText(int64_t seconds) {
   return PrintTime(seconds) + " (counts as " + PrintTime(kFirstClampedSec) + ")";
 }
 
-Facts DateFacts(int64_t seconds) {
-  return {{"seconds", seconds}, {"text", PrintCertTime(seconds)}, {"clamped", seconds >= kFirstClampedSec}};
-}
-
 std::string UsedKeyWords(const sxCert &cert) {
   const std::string text = KeyText(cert);  // "RSA, 2048 bits"
   const size_t comma = text.find(", ");
@@ -148,10 +144,9 @@ std::string UnusedCertText(Octets octets, int level, Facts &facts, bool *isUnsup
   const sxASN_SubjectPublicKeyInfo &key = *body.subjectPublicKeyInfo;
   const std::string keyWords = UnusedKeyWords(key, isUnsupported);
   const sxDN issuer(body.issuer), subject(body.subject);
+  facts.update(BodyFacts(&issuer, &subject, body.validity->notBefore, body.validity->notAfter, body.extensions));
   facts.update(Facts{{"version", VersionOf(body)},
                      {"serial", NumberText(*body.serialNumber)},
-                     {"issuer", NameText(&issuer)},
-                     {"subject", NameText(&subject)},
                      {"notBefore", DateFacts(sxASN_Time2seconds(body.validity->notBefore))},
                      {"notAfter", DateFacts(sxASN_Time2seconds(body.validity->notAfter))},
                      {"signature", SignatureWords(*tree.signatureAlgorithm)},

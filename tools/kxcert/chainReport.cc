@@ -38,7 +38,8 @@ void PrintVerdict(const Decision &decision, Report &report) {
     report.Line("  decided at:  level " + std::to_string(answer.level) + ", " +
                 NameText(chain.Get(answer.level)->Subject()));
   }
-  if (decision.judged.verdict.rule != nullptr) report.Line(std::string("  rule:        ") + decision.judged.verdict.rule);
+  if (decision.judged.verdict.rule != nullptr)
+    report.Line(std::string("  rule:        ") + decision.judged.verdict.rule);
   for (const sxFact &fact : answer.facts) report.Line("  fact:        " + FactText(fact));
   if (decision.Root() == nullptr) {
     report.Line("  missing:     " + decision.missing.name +

@@ -37,15 +37,15 @@ Facts HeadOf(const sxASN_Extension &ext) {
   return {{"name", NameOrOid(*ext.extnID)}, {"oid", OidText(*ext.extnID)}, {"critical", IsCritical(ext)}};
 }
 
-struct Words {
+struct ExtensionText {
   ReadAs how = ReadAs::kUnknown;
   SxStream text;
   Facts members;
 };
 
 // By the command's own words, else by the library's.
-Words WordsOf(const sxASN_Extension &ext, int indent) {
-  Words words;
+ExtensionText WordsOf(const sxASN_Extension &ext, int indent) {
+  ExtensionText words;
   words.how = TellInWords(ext, &words.text, indent, &words.members);
   if (words.how != ReadAs::kUnknown) return words;
   std::unique_ptr<sxExtension> made;
@@ -57,14 +57,14 @@ Words WordsOf(const sxASN_Extension &ext, int indent) {
 }
 
 Facts ReadFacts(const sxASN_Extension &ext) {
-  const Words words = WordsOf(ext, 0);
+  const ExtensionText words = WordsOf(ext, 0);
   Facts facts = HeadOf(ext);
   facts["text"] = VisibleText(TrimEnd(words.text.Text()));
   facts.update(words.members);
   return facts;
 }
 
-void PrintRead(const sxASN_Extension &ext, const Words &words, int indent, SxStream *out) {
+void PrintRead(const sxASN_Extension &ext, const ExtensionText &words, int indent, SxStream *out) {
   if (IsCritical(ext)) {
     out->Indent(indent);
     out->Put("Critical:\n");
@@ -123,7 +123,7 @@ Facts PrintUnknown(const sxASN_Extensions *extensions, const sxExtensionsList &k
   auto unread = Facts::array(), each = Facts::array();
   const sxExtensionsList::ExtItem *item = known.First();
   const auto tell = [&](const sxASN_Extension &ext) -> Facts {
-    const Words words = WordsOf(ext, indent);
+    const ExtensionText words = WordsOf(ext, indent);
     const bool isRead = words.how == ReadAs::kRead, isBroken = words.how == ReadAs::kBroken;
     // One that does not decode is not in the list, though the next one of its type may be.
     if (item != nullptr && item->oid->OidEquiv(*ext.extnID) && !isBroken) {

@@ -2,7 +2,7 @@
 add_library(kxcert_settings INTERFACE)
 target_compile_options(kxcert_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wundef
-  -Wno-invalid-offsetof -fstack-protector-strong)
+  -Wno-invalid-offsetof)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_compile_options(kxcert_settings INTERFACE -Wthread-safety)
 endif()

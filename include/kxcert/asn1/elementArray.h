@@ -9,6 +9,8 @@
 
 #include <memory>
 
+#include "kxcert/platform/export.h"
+
 class sxAsnType;
 
 class sxAsnElemArray {

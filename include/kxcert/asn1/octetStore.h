@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+#include "kxcert/platform/export.h"
+
 class sxOctets {
  public:
   static constexpr int kInline = 24;

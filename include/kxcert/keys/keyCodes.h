@@ -4,6 +4,8 @@
 #ifndef KXCERT_KEYS_KEYCODES_H_
 #define KXCERT_KEYS_KEYCODES_H_
 
+#include "kxcert/platform/export.h"
+
 /// What the octets given to Sign and Verify are.
 enum sxPKop_type : int {
   sxPKop_digest = 0,      ///< a digest, signed inside a PKCS #1 DigestInfo

@@ -1,7 +1,14 @@
-# What `cmake --install` puts where, and the Debian packages made of it: libkxcert1 (component runtime),
-# libkxcert-fetch1 (fetch), libkxcert-dev (development) and kxcert (command).
+# What `cmake --install` puts where. The Debian packages are made of the components (packaging/debian/rules): libkxcert1 of
+# runtime, libkxcert-fetch1 of fetch, libkxcert-dev of development, and kxcert of command.
 include(CMakePackageConfigHelpers)
 set(kxcert_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kxcert)
+# Part of the system: no run paths, and configuration in /etc. Any other prefix can be moved as a whole.
+string(REGEX MATCH "^/usr/?$" kxcert_in_system "${CMAKE_INSTALL_PREFIX}")
+set(kxcert_conf_dir ${CMAKE_INSTALL_SYSCONFDIR}/kxcert)
+if(kxcert_in_system)
+  set(kxcert_conf_dir ${CMAKE_INSTALL_FULL_SYSCONFDIR}/kxcert)
+endif()
+set(KXCERT_UNIT_DIR lib/systemd/system CACHE STRING "Where systemd's units go, below the prefix or absolute")
 
 install(TARGETS kxcert_shared EXPORT kxcertTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
@@ -27,19 +34,24 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kxcertConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/kxcertConfig.cmake ${PROJECT_BINARY_DIR}/kxcertConfigVersion.cmake
   DESTINATION ${kxcert_cmake_dir} COMPONENT development)
 
-# The prefix is found from the file's own place, so that an installed tree can be moved.
-file(RELATIVE_PATH kxcert_pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+# The prefix is found from the file's own place, so that an installed tree can be moved; in the system it is named, for
+# pkg-config leaves out the compiler's own folders only when they are spelt as such.
+file(RELATIVE_PATH kxcert_pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(PREPEND kxcert_pc_prefix "\${pcfiledir}/")
+if(kxcert_in_system)
+  set(kxcert_pc_prefix /usr)
+endif()
 configure_file(packaging/kxcert.pc.in ${PROJECT_BINARY_DIR}/kxcert.pc @ONLY)
 configure_file(packaging/kxcert-fetch.pc.in ${PROJECT_BINARY_DIR}/kxcert-fetch.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kxcert.pc ${PROJECT_BINARY_DIR}/kxcert-fetch.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
-if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")   # there it finds the other library beside it
+if(NOT kxcert_in_system)   # there it finds the other library beside it
   set_target_properties(kxcert_fetch_shared PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 if(KXCERT_BUILD_TOOLS)
   # Outside the system's folders the command finds the library beside it.
-  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  if(NOT kxcert_in_system)
     file(RELATIVE_PATH kxcert_bin_to_lib /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
     set_target_properties(kxcert PROPERTIES INSTALL_RPATH "$ORIGIN/${kxcert_bin_to_lib}")
     file(RELATIVE_PATH kxcert_sbin_to_lib /${CMAKE_INSTALL_SBINDIR} /${CMAKE_INSTALL_LIBDIR})
@@ -47,41 +59,12 @@ if(KXCERT_BUILD_TOOLS)
   endif()
   install(TARGETS kxcert RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
   install(TARGETS kxcert-offloadd RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT command)
-  install(FILES packaging/conf/dh_groups DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/kxcert COMPONENT command)
+  install(FILES packaging/conf/dh_groups DESTINATION ${kxcert_conf_dir} COMPONENT command)
   configure_file(packaging/kxcert-offloadd.service ${PROJECT_BINARY_DIR}/kxcert-offloadd.service @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/kxcert-offloadd.service DESTINATION lib/systemd/system COMPONENT command)
+  install(FILES ${PROJECT_BINARY_DIR}/kxcert-offloadd.service DESTINATION ${KXCERT_UNIT_DIR} COMPONENT command)
   install(FILES packaging/man/kxcert.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command)
   install(FILES packaging/man/kxcert-offloadd.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT command)
   install(FILES packaging/schema/kxcert.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/kxcert COMPONENT command)
   install(FILES packaging/completion/kxcert DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     COMPONENT command)
 endif()
-
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME kxcert)
-set(CPACK_PACKAGE_CONTACT "kxcert maintainers <kxcert@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "X.509 certificates: decode, compare, validate chains")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime fetch development command)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src ${PROJECT_BINARY_DIR}/src/fetch)
-set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libkxcert1)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_FETCH_PACKAGE_NAME libkxcert-fetch1)
-set(CPACK_DEBIAN_FETCH_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_FETCH_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkxcert-dev)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME kxcert)
-set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION utils)
-include(CPack)
-cpack_add_component(runtime REQUIRED DESCRIPTION "The shared library of kxcert.")
-cpack_add_component(fetch DEPENDS runtime DESCRIPTION "The shared library of kxcert that fetches.")
-cpack_add_component(development DEPENDS runtime fetch
-  DESCRIPTION "Headers, static library and package files for programs that use kxcert.")
-cpack_add_component(command DEPENDS runtime DESCRIPTION "The command kxcert for administrators.")

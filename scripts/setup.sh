@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing to build and test the tree on Debian 12; with "checks" also what the other
-# checks of .ci/run need, with "docs" what makes pages of the headers. Safe to run again at any time.
+# checks of .ci/run need, with "packages" what makes Debian packages, with "docs" what makes pages of the headers. Safe to
+# run again at any time.
 set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config libssl-dev libevent-dev libgtest-dev libgmock-dev libbenchmark-dev
           libcli11-dev nlohmann-json3-dev libcurl4-openssl-dev libldap-dev openssl ca-certificates bats python3
@@ -9,6 +10,7 @@ packages=(g++ cmake ninja-build pkg-config libssl-dev libevent-dev libgtest-dev 
           nginx-light slapd ldap-utils)            # servers that tests start for themselves
 [ "${1:-}" = checks ] && packages+=(git clang clang-format clang-tidy libclang-rt-14-dev)
 [ "${1:-}" = docs ] && packages=(doxygen)
+[ "${1:-}" = packages ] && packages+=(git dpkg-dev debhelper lintian)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")

@@ -37,7 +37,7 @@ for library in $needed; do
   esac
 done
 
-readelf -d "$libdir/libkxcert-fetch.so" | grep -q 'NEEDED.*libcurl' || fail 'libkxcert-fetch.so fetches without libcurl'
+readelf -d "$libdir/libkxcert-fetch.so" | grep 'NEEDED.*libcurl' >/dev/null || fail 'libkxcert-fetch.so fetches without libcurl'
 ! readelf -d "$libdir/libkxcert.so" | grep -E 'NEEDED.*lib(curl|ldap|lber)' || fail 'libkxcert.so links what fetches'
 
 # A process has little static thread storage left for libraries that it opens at run time.

@@ -15,7 +15,7 @@ check() {   # PROGRAM: accepts the sample chain and nothing less
   ! "$1" "$chain/root.pem" "$chain/leaf.pem" || fail "$1: a chain without its intermediate"
 }
 links() {   # PROGRAM LIBRARY: it is loaded, and from there
-  LC_ALL=C ldd "$1" | grep -q "$2.* => $libdir/" || fail "$1 runs without $2 of $libdir"
+  LC_ALL=C ldd "$1" | grep "$2.* => $libdir/" >/dev/null || fail "$1 runs without $2 of $libdir"
 }
 links_no() { ! LC_ALL=C ldd "$1" 2>&1 | grep "$2" || fail "$1 needs $2"; }
 

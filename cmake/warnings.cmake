@@ -25,5 +25,5 @@ if(KXCERT_SANITIZE)
 endif()
 # Where gcc 12 instruments, and for 32 bits, it sees bounds inside std::string broken that are kept.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND (KXCERT_SANITIZE OR CMAKE_SIZEOF_VOID_P EQUAL 4))
-  target_compile_options(kxcert_settings INTERFACE -Wno-array-bounds -Wno-stringop-overflow)
+  target_compile_options(kxcert_settings INTERFACE -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread -Wno-restrict)
 endif()

@@ -69,12 +69,15 @@ bool ReadMacPlan(const ContainerMac &mac, MacPlan *plan, PbeFailure *failure) {
   return CheckPbeIterations(mac.iterations, failure) && CheckPbeSalt(mac.salt, failure);
 }
 
+// Bounded where the plan was made.
+size_t KeyLen(const MacPlan &plan) { return static_cast<size_t>(plan.derivation.keyLen); }
+
 bool MakeKey(const MacPlan &plan, sxOctetView password, kxBinBuf *key, PbeFailure *failure) {
   if (!CheckPbePassword(password, failure)) return false;
-  if (plan.isPbmac1) return DerivePbeOctets(plan.derivation, password, plan.derivation.keyLen, key, failure);
+  if (plan.isPbmac1) return DerivePbeOctets(plan.derivation, password, KeyLen(plan), key, failure);
   kxBinBuf bmp;
   sxPbe_BmpPassword(password, bmp);
-  return DerivePkcs12Octets(plan.derivation, sxPkcs12_mac, ViewOf(bmp), plan.derivation.keyLen, key, failure);
+  return DerivePkcs12Octets(plan.derivation, sxPkcs12_mac, ViewOf(bmp), KeyLen(plan), key, failure);
 }
 
 bool Compute(const MacPlan &plan, sxOctetView octets, sxOctetView password, unsigned char (&mac)[kMaxDigestLen],
@@ -157,7 +160,7 @@ bool CheckMac(const ContainerMac &mac, sxOctetView octets, ContainerPassword &pa
     return CRYPTO_memcmp(computed, mac.digest.data(), plan.hmacLen) == 0 || pbeFailure->Set(sxPbe_wrongPassword);
   };
   const PbeDerivation &derivation = plan.derivation;
-  if (password.Try(derivation.kdf, PbeCost(derivation, derivation.keyLen), isRight, failure)) return true;
+  if (password.Try(derivation.kdf, PbeCost(derivation, KeyLen(plan)), isRight, failure)) return true;
   if (failure->result == sxPkcs12_notDecrypted) failure->Set(sxPkcs12_wrongPassword);
   return false;
 }

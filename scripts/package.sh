@@ -13,7 +13,7 @@ for part in MAJOR MINOR PATCH; do
 done
 [ "${here#.}" = "$upstream" ] || { echo "version.h says ${here#.}, packaging/debian/changelog $version" >&2; exit 1; }
 
-# The same tree gives the same octets.
+# Times are the changelog's, not the clock's.
 SOURCE_DATE_EPOCH=$(dpkg-parsechangelog -l packaging/debian/changelog -S Timestamp)
 export SOURCE_DATE_EPOCH
 rm -rf "$out"

@@ -22,7 +22,8 @@ jsonschema.Draft202012Validator.check_schema(schema)
 validator = jsonschema.Draft202012Validator(schema)
 faults = []
 HERE = {'PATH': f'{kxcert.parent}:{os.environ["PATH"]}', 'HOME': '/nonexistent', 'LC_ALL': 'C', 'TZ': 'UTC',
-        'KXCERT_CONF_DIR': str(tests.parent / 'packaging/conf'), 'chain': str(tests.parent / 'examples/chain'), 'samples': str(tests / 'data/enroll')}
+        'KXCERT_CONF_DIR': str(tests.parent / 'packaging/conf'), 'chain': str(tests.parent / 'examples/chain'), 'samples': str(tests / 'data/enroll'),
+        'data': str(tests / 'data')}
 ELSEWHERE = {**HERE, 'LC_ALL': 'C.UTF-8', 'LANG': 'tr_TR.UTF-8', 'LANGUAGE': 'de', 'TZ': 'Asia/Kathmandu', 'COLUMNS': '40',
              'TERM': 'xterm-256color'}
 

@@ -15,6 +15,7 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/modules/SXUTILS.h"
+#include "kxcert/asn1/oids.h"
 #include "kxcert/cert/pkcs12.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCertRequest.h"
@@ -22,6 +23,7 @@
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/textStream.h"
 #include "kxcert/trust/ocspResponse.h"
+#include "nameFacts.h"
 #include "nameForm.h"
 #include "ocspFacts.h"
 #include "oidInput.h"
@@ -167,19 +169,19 @@ bool TellOcspResponse(const std::string &where, Octets octets, Report &report) {
 
 // --- requests with keys that are not used here ---
 
-void TellAttribute(const sxASN_Attribute &attribute, SxStream *out, Facts &facts) {
+// @param extensions  gets those that it asks for
+void TellAttribute(const sxASN_Attribute &attribute, SxStream *out, Facts &list, sxASN_Extensions &extensions) {
   constinit static const sxAsnOid kChallengePassword({1, 2, 840, 113549, 1, 9, 7});
   const std::string name = NameOrOid(*attribute.type);
   const bool isSecret = attribute.type->OidEquiv(kChallengePassword);
-  Facts told = {{"oid", OidText(*attribute.type)}, {"name", name}, {"numValues", attribute.values->Count()}};
-  const sxASN_Extensions *extensions = nullptr;
+  list.push_back({{"oid", OidText(*attribute.type)}, {"name", name}, {"numValues", attribute.values->Count()}});
   for (const sxASN_AttributeValue &value : *attribute.values) {
-    if (extensions == nullptr) extensions = value.extensions();
-    if (value.extensions() != nullptr) continue;
+    if (value.extensions() != nullptr) {
+      for (const sxASN_Extension &ext : *value.extensions()) extensions.AppendCopy(ext);
+      continue;
+    }
     PutLine(out, kIndent, isSecret ? name + ": given, and not shown" : "Attribute " + name + ": " + StringText(value));
   }
-  facts["attributes"].push_back(std::move(told));
-  if (extensions != nullptr) facts.update(ExtensionFacts(extensions, out, kIndent));
 }
 
 bool TellUnusedRequest(const std::string &where, Octets octets, Report &report) {
@@ -196,13 +198,18 @@ bool TellUnusedRequest(const std::string &where, Octets octets, Report &report) 
   PutLine(&text, kIndent, "Signature: " + SignatureWords(*request.signatureAlgorithm));
   Facts facts = {{"version", int64_t{info.version->GetShortVal()} + 1},
                  {"subject", NameText(&subject)},
+                 {"subjectRdns", RdnFacts(&subject)},
                  {"unusable", key},
+                 {"signature", SignatureWords(*request.signatureAlgorithm)},
                  {"keyAlgorithm", AlgorithmFacts(*info.subjectPublicKeyInfo->algorithm)},
                  {"signatureAlgorithm", AlgorithmFacts(*request.signatureAlgorithm)},
                  {"attributes", Facts::array()}};
+  sxASN_Extensions extensions;
   if (info.attributes != nullptr) {
-    for (const sxASN_Attribute &attribute : *info.attributes) TellAttribute(attribute, &text, facts);
+    for (const sxASN_Attribute &each : *info.attributes) TellAttribute(each, &text, facts["attributes"], extensions);
   }
+  facts["subjectAltNames"] = AltNameFacts(&extensions, sxASN_id_ce_subjectAltName);
+  facts.update(ExtensionFacts(&extensions, &text, kIndent));
   Put(where, "request", Trimmed(text), facts, report);
   return true;
 }
@@ -330,8 +337,11 @@ bool OtherParts::TellContainers(size_t index, Report &report) const {
   const auto found = m_containers.find(index);
   if (found == m_containers.end()) return false;
   const auto &[where, type] = found->second;
-  Put(where, type.empty() ? "pkcs12" : "pkcs7", type.empty() ? "  PKCS #12" : "  a PKCS #7 container: " + type, {},
-      report);
+  if (type.empty()) {
+    Put(where, "pkcs12", "  PKCS #12", {}, report);
+  } else {
+    Put(where, "pkcs7", "  a PKCS #7 container: " + type, {{"contentType", type}}, report);
+  }
   return true;
 }
 

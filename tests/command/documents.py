@@ -32,8 +32,9 @@ tried = set()
 
 
 def objects(part, where=''):
-    """Every object in a document, with its place; those of one list have one place."""
+    """Every object in a document, with its place; those of one list have one place, but for their kinds."""
     if isinstance(part, dict):
+        where += f' {part["kind"]}' if 'kind' in part else ''
         yield where, part
     for name, item in part.items() if isinstance(part, dict) else enumerate(part) if isinstance(part, list) else ():
         yield from objects(item, f'{where}/{name}' if isinstance(name, str) else where)

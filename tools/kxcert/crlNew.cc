@@ -13,6 +13,7 @@
 #include "keyInput.h"
 #include "keyOutput.h"
 #include "keyPassword.h"
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/serialNumber.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/cert/sxCRL_Encoder.h"
@@ -20,7 +21,9 @@
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/cert/sxGeneralName.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/keyForms.h"
 #include "kxcert/platform/clock.h"
+#include "kxcert/platform/digest.h"
 #include "logLines.h"
 #include "report.h"
 #include "timeText.h"
@@ -31,6 +34,7 @@
 namespace {
 
 constexpr char kPemLabel[] = "X509 CRL";
+constexpr int kSha1Len = 20;
 enum Only : int { kAllCerts, kUserCerts, kCACerts, kAttributeCerts };
 
 struct Options {
@@ -103,6 +107,21 @@ bool IsTheirs(const FoundCrl &from, const sxCert &issuer, Report &report) {
   return report.Problem(kExitInputError, from.where, "is not signed with the certificate's key"), false;
 }
 
+// What the certificate says, else what RFC 5280, 4.2.1.2 (1) has it made from: SHA-1 of the key's bits.
+kxBinBuf KeyIdOf(const sxCert &issuer) {
+  if (issuer.SubjectKeyId() != nullptr) return issuer.SubjectKeyId()->KIdBuf();
+  kxBinBuf der;
+  sxASN_SubjectPublicKeyInfo info;
+  unsigned char digest[kSha1Len] = {};
+  if (sxExportKeyInfo(issuer.PubKey(), false, der) != 0 ||
+      sxASN_DecodeBuf(info, reinterpret_cast<const char *>(der.Data()), static_cast<int>(der.Len())) != 0 ||
+      kx_md_hashbuf(sx_md_sha1, info.subjectPublicKey->Data(), static_cast<size_t>(info.subjectPublicKey->Len()),
+                    digest, kSha1Len) != 0) {
+    return {};
+  }
+  return {digest, static_cast<unsigned>(kSha1Len)};
+}
+
 // The fields that were given, over those of the older CRL. @return false: a problem, which has been told
 bool SetFields(const Options &options, const sxCert &issuer, const sxCRL *from, sxCRL_Encoder &crl, Report &report) {
   int64_t thisUpdate = kxClock_Now(), nextUpdate = 0;
@@ -110,16 +129,16 @@ bool SetFields(const Options &options, const sxCert &issuer, const sxCRL *from, 
   ParseTime(options.nextUpdate, &nextUpdate);
   if (from == nullptr && crl.SetIssuer(*issuer.Subject()) != 0) return false;
   if (crl.SetThisUpdate(thisUpdate) != 0 || crl.SetNextUpdate(nextUpdate) != 0) return false;
-  if (from != nullptr && from->Number() != nullptr && options.number.empty()) {
+  if (options.number.empty()) {
+    const bool isLater = from != nullptr && from->Number() != nullptr;
     return report.Problem(kExitUsage, options.from,
-                          "has the number " + NumberText(*from->Number()) + ": give --number, a larger one"),
+                          isLater ? "has the number " + NumberText(*from->Number()) + ": give --number, a larger one"
+                                  : "give --number: every CRL has one, larger than any before (RFC 5280, 5.2.3)"),
            false;
   }
   const std::unique_ptr<sxAsnInt> number = ParseSerial(options.number), base = ParseSerial(options.deltaBase);
-  if (number != nullptr && crl.SetNumber(number.get()) != 0) return false;
-  if (base != nullptr && crl.SetDeltaBase(base.get()) != 0) return false;
-  if (issuer.SubjectKeyId() == nullptr) return true;
-  const sxExtKeyID keyId(sxKeyId_authority, issuer.SubjectKeyId()->KIdBuf());
+  if (crl.SetNumber(number.get()) != 0 || (base != nullptr && crl.SetDeltaBase(base.get()) != 0)) return false;
+  const sxExtKeyID keyId(sxKeyId_authority, KeyIdOf(issuer));
   return crl.SetAuthorityKeyId(&keyId) == 0;
 }
 

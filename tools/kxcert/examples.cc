@@ -7,9 +7,9 @@
   ROOT "  kxcert key gen ec P-256 --out www.key\n"                                                \
        "  kxcert cert issue --profile server --public-key www.key --san dns:www.example.net \\\n" \
        "      --issuer-cert root.pem --issuer-key root.key --out www.pem\n"
-#define CRL                                                                                   \
-  LEAF "  kxcert crl new --issuer-cert root.pem --key root.key --next-update 2037-01-01 \\\n" \
-       "      --revoke-cert www.pem,,superseded --out root.crl\n"
+#define CRL                                                                     \
+  LEAF "  kxcert crl new --issuer-cert root.pem --key root.key --number 1 \\\n" \
+       "      --next-update 2037-01-01 --revoke-cert www.pem,,superseded --out root.crl\n"
 #define REQUEST                               \
   "  kxcert key gen ec P-256 --out www.key\n" \
   "  kxcert req new --key www.key --subject CN=www --san dns:www.example.net --out www.csr\n"
@@ -39,7 +39,7 @@ constexpr ExampleRow kExamples[] = {
     {"crl find", CRL "  kxcert crl find --cert www.pem root.crl"},
     {"crl new",
      CRL "  kxcert crl new --issuer-cert root.pem --key root.key --from root.crl --next-update 2037-02-01 \\\n"
-         "      --out next.crl"},
+         "      --number 2 --out next.crl"},
     {"crmf new",
      "  kxcert key gen rsa 2048 --out gateway.key\n"
      "  kxcert crmf new --key gateway.key --subject CN=gateway --san DNS:gw.example.net --out gateway.crmf"},

@@ -61,7 +61,7 @@ TEST(EventEnv, RefusesAndDrops) {
   EXPECT_EQ(-1, T_event_sched_e(env.get(), 0, nullptr, &note));
   EXPECT_EQ(-1, T_event_sched_e(env.get(), -1, Write, &note));
   EXPECT_EQ(nullptr, sxd_env_wrap(nullptr));
-  EXPECT_EQ(0, T_event_sched_e(env.get(), 1, Write, &note));
+  EXPECT_EQ(0, T_event_sched_e(env.get(), 60000, Write, &note));
   EXPECT_EQ(0, sxd_env_run_for(env.get(), 0));
   EXPECT_EQ(0, T_event_sched_e(env.get(), 0, Write, &note));
   env.reset();

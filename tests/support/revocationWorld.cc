@@ -66,16 +66,20 @@ X509_EXTENSION *MakeExtension(const char *name, const std::string &sections, con
 }  // namespace
 
 void UrlFetcher::Begin(const std::shared_ptr<kxFetchTask> &task) {
+  std::unique_lock lock(guard);
   asked.push_back(task->Request().url);
   kxFetchAnswer answer;
+  std::vector<unsigned char> octets;
   const auto found = served.find(task->Request().url);
   if (found != served.end() && found->second == std::vector<unsigned char>{'-'}) return held.push_back(task);
   if (found == served.end()) answer.reason = "not found";
   if (found != served.end()) {
     answer.result = kxFetch_OK;
-    answer.octets = found->second.data();
-    answer.len = found->second.size();
+    octets = found->second;
+    answer.octets = octets.data();
+    answer.len = octets.size();
   }
+  lock.unlock();
   task->Answer(answer);
 }
 
@@ -168,6 +172,7 @@ void RevocationWorld::Crl(const std::string &name, const std::string &ca, const 
 }
 
 void RevocationWorld::Serve(const std::string &url, const std::string &crl) {
+  const std::lock_guard lock(fetcher->guard);
   if (crl == "nothing") fetcher->served.erase(url);
   else fetcher->served[url] = crl == "never" ? std::vector<unsigned char>{'-'} : m_crls.at(crl);
 }
@@ -177,7 +182,10 @@ void RevocationWorld::AnswerHeld(const std::string &crl) {
   answer.result = kxFetch_OK;
   answer.octets = m_crls.at(crl).data();
   answer.len = m_crls.at(crl).size();
-  for (const auto &task : std::exchange(fetcher->held, {})) task->Answer(answer);
+  std::unique_lock lock(fetcher->guard);
+  const auto held = std::exchange(fetcher->held, {});
+  lock.unlock();
+  for (const auto &task : held) task->Answer(answer);
 }
 
 void RevocationWorld::Push(const std::string &crl) {
@@ -228,6 +236,7 @@ std::string RevocationWorld::Check(const Words &words) {
 
 std::string RevocationWorld::Asked() {
   std::string all;
+  const std::lock_guard lock(fetcher->guard);
   for (const std::string &url : fetcher->asked) all += (all.empty() ? "" : " ") + url;
   fetcher->asked.clear();
   return all;

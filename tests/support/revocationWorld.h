@@ -4,6 +4,7 @@
 #define KXCERT_TESTS_SUPPORT_REVOCATIONWORLD_H_
 
 #include <map>
+#include <mutex>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@ class UrlFetcher : public kxFetcher {
   void Begin(const std::shared_ptr<kxFetchTask> &task) override;
   void Cancel(kxFetchTask &) override {}
 
+  std::mutex guard;  // asked on the thread that fetches
   std::map<std::string, std::vector<unsigned char>> served;
   std::vector<std::string> asked;
   std::vector<std::shared_ptr<kxFetchTask>> held;

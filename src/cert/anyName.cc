@@ -4,7 +4,6 @@
 
 #include "generalNameForms.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
-#include "kxcert/foundation/address.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "peerText.h"
 #include "platform/textForms.h"
@@ -54,18 +53,6 @@ bool HoldsOne(sxNameKind kind, sxOctetView element, sxNameUse use) {
   return sxDerReader(element).Take(&name) && sxIsNameOfKind(kind, name.content, use);
 }
 
-std::string AddressText(sxOctetView octets) {
-  if (octets.size() == kIp6Len) {
-    in6_addr_kxt address{};
-    std::ranges::copy(octets, address.octets);
-    char text[kAddr6TextLen];
-    return praddr6(address, text, sizeof text);
-  }
-  std::string text;
-  for (const unsigned char octet : octets) text += (text.empty() ? "" : ".") + std::to_string(octet);
-  return text;
-}
-
 // Bits of a mask that is ones and then zeros; -1 for another one.
 int PrefixLen(sxOctetView mask) {
   int len = 0;
@@ -82,10 +69,10 @@ int PrefixLen(sxOctetView mask) {
 }
 
 std::string NetworkText(sxOctetView octets) {
-  if (octets.size() == kIp4Len || octets.size() == kIp6Len) return AddressText(octets);
+  if (octets.size() == kIp4Len || octets.size() == kIp6Len) return sxAddressText(octets);
   const sxOctetView address = octets.first(octets.size() / 2), mask = octets.subspan(octets.size() / 2);
   const int prefixLen = PrefixLen(mask);
-  return AddressText(address) + "/" + (prefixLen < 0 ? AddressText(mask) : std::to_string(prefixLen));
+  return sxAddressText(address) + "/" + (prefixLen < 0 ? sxAddressText(mask) : std::to_string(prefixLen));
 }
 
 std::string HexOf(sxOctetView octets) {

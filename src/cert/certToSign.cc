@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 #include "asn1/integerDigits.h"
+#include "extensionDer.h"
 #include "issueRules.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
@@ -67,7 +69,7 @@ class sxCertToSign::Maker {
   sxPubKey *const m_key;
   const sxSignOptions &m_options;
   sxCertToSign &m_out;
-  sxKeyId m_subjectKeyId;
+  std::optional<sxKeyId> m_subjectKeyId;
   sxIssuerFacts m_issuerFacts;
 };
 
@@ -148,7 +150,7 @@ sxIssueStatus sxCertToSign::Maker::Names() {
   }
   // RFC 5280, 4.1.2.4 and 7.1: as it stands in the issuer's certificate, octet for octet.
   const sxOctetView name = m_issuer->Subject()->GetP()->Octets();
-  if (name.size() <= sxTemplateParts::kEmptyNameLen || !sxIsNameForm(name)) return sxIssue_issuer_name;
+  if (sxIsEmptyName(name) || !sxIsNameForm(name)) return sxIssue_issuer_name;
   if (!isAsked && !asked->Equal(*m_issuer->Subject())) return sxIssue_issuer_name;
   if (!sxIsStrictElement(name)) return sxIssue_not_der;
   m_out.m_issuer.assign(name.begin(), name.end());
@@ -159,20 +161,22 @@ sxIssueStatus sxCertToSign::Maker::Names() {
 // The key identifiers of both come from here.
 sxIssueStatus sxCertToSign::Maker::Extensions() {
   const sxWantedExtensions &wanted = m_parts.extensions;
-  const sxOctetView subjectId = wanted.subjectId.empty() ? sxOctetView(m_subjectKeyId) : wanted.subjectId;
+  if (wanted.subjectId.empty() && !m_subjectKeyId) return sxIssue_key_id;
+  const sxOctetView subjectId = wanted.subjectId.empty() ? sxOctetView(*m_subjectKeyId) : wanted.subjectId;
   sxOctetView issuerId = m_issuer == nullptr ? subjectId : m_issuerFacts.keyId;
-  sxKeyId made;
+  std::optional<sxKeyId> made;
   if (issuerId.empty()) {
     const sxKeyInfo issuerKey(m_key);
-    if (issuerKey.der.empty()) return sxIssue_key_id;
-    issuerId = made = issuerKey.Id(m_options.keyIdMd);
+    if (!issuerKey.der.empty()) made = issuerKey.Id(m_options.keyIdMd);
+    if (!made) return sxIssue_key_id;
+    issuerId = *made;
   }
   constexpr size_t kAround = 40;  // octets of two extensions that are not their identifiers', at most
   sxDerOctets &out = m_out.m_extensions;
   out.reserve(wanted.octets.size() + subjectId.size() + issuerId.size() + kAround);
   const auto appendAuthority = [&out, issuerId] {
     const sxDerOctets value = sxDerOf(kDerSequence, {sxDerOf(DerContext(0), {issuerId})});
-    sxAppendExtension(View(sxASN_id_ce_authorityKeyIdentifier), false, {value}, &out);
+    sxAppendExtension(View(sxASN_id_ce_authorityKeyIdentifier), false, value, &out);
   };
   const auto before = wanted.octets.begin() + static_cast<ptrdiff_t>(wanted.authorityAt);
   out.assign(wanted.octets.begin(), before);
@@ -180,7 +184,7 @@ sxIssueStatus sxCertToSign::Maker::Extensions() {
   out.insert(out.end(), before, wanted.octets.end());
   if (wanted.subjectId.empty()) {
     const sxDerOctets value = sxDerOf(kDerOctetString, {subjectId});
-    sxAppendExtension(View(sxASN_id_ce_subjectKeyIdentifier), false, {value}, &out);
+    sxAppendExtension(View(sxASN_id_ce_subjectKeyIdentifier), false, value, &out);
   }
   if (!wanted.hasAuthority) appendAuthority();
   return sxIssue_ok;

@@ -1,16 +1,17 @@
 #include "generalNameForms.h"
 
+#include <algorithm>
 #include <bit>
 #include <string_view>
 
 #include "issueRules.h"
+#include "kxcert/foundation/address.h"
 #include "nameSyntax.h"
 #include "strictDer.h"
 
 namespace {
 
 constexpr size_t kIp4Len = 4, kIp6Len = 16;
-constexpr size_t kEmptyNameLen = 2;
 
 std::string_view TextOf(sxOctetView octets) { return {reinterpret_cast<const char *>(octets.data()), octets.size()}; }
 
@@ -79,7 +80,7 @@ bool sxIsNameOfKind(sxNameKind kind, sxOctetView content, sxNameUse use) {
     case sxNameKind::kEmail: return isBase ? sxIsNameBase(text) : sxIsMailbox(text);
     case sxNameKind::kDns: return isBase ? sxIsNameBase(text) : sxIsDnsName(text);
     case sxNameKind::kUri: return isBase ? sxIsNameBase(text) : sxIsAbsoluteUri(text);
-    case sxNameKind::kDn: return (isBase || content.size() > kEmptyNameLen) && sxIsNameForm(content);
+    case sxNameKind::kDn: return (isBase || !sxIsEmptyName(content)) && sxIsNameForm(content);
     case sxNameKind::kIp: return IsAddress(content, use);
     case sxNameKind::kOid: return sxIsStrictContent(kDerOid, content);
     case sxNameKind::kOther: return IsOther(content);
@@ -96,4 +97,16 @@ const char *sxNameFault(const sxDerElement &name, sxNameUse use) {
   const bool isOne = row.isConstructed == ((name.tag & kConstructed) != 0) &&
                      sxIsNameOfKind(static_cast<sxNameKind>(number), name.content, use);
   return isOne ? nullptr : row.fault;
+}
+
+std::string sxAddressText(sxOctetView octets) {
+  if (octets.size() == kIp6Len) {
+    in6_addr_kxt address{};
+    std::ranges::copy(octets, address.octets);
+    char text[kAddr6TextLen];
+    return praddr6(address, text, sizeof text);
+  }
+  std::string text;
+  for (const unsigned char octet : octets) text += (text.empty() ? "" : ".") + std::to_string(octet);
+  return text;
 }

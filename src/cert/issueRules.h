@@ -17,6 +17,9 @@ struct sxExtToWrite {
   sxOctetView value;  ///< octets of extnValue
 };
 
+/// Without RDNs. @param name  whole element
+inline bool sxIsEmptyName(sxOctetView name) { return name.size() <= 2; }
+
 /// A name that attributes of known types fit: their string types and lengths (RFC 5280, A.1).
 /// @param name  whole element
 bool sxCheckName(sxOctetView name);

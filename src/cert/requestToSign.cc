@@ -3,6 +3,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "extensionDer.h"
 #include "issueResult.h"
 #include "issueRules.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
@@ -17,7 +18,6 @@ namespace {
 
 constexpr unsigned char kVersion1[] = {kDerInteger, 1, 0};
 constexpr int kAttributesTag = DerContextConstructed(0);
-constexpr unsigned char kTrue[] = {kDerBoolean, 1, 0xFF};
 constexpr int kMaxPasswordChars = 255;  // RFC 2985, 5.4.1
 
 sxDerOctets OctetsOf(sxOctetView view) { return sxDerOctets(view.begin(), view.end()); }
@@ -29,11 +29,7 @@ sxIssueStatus TakeRequested(const sxASN_Extensions *tree, sxDerOctets *list) {
   std::vector<sxExtToWrite> extensions;
   if (const sxIssueStatus status = sxTakeExtensions(tree, &extensions); status != sxIssue_ok) return status;
   sxDerOctets content;
-  for (const sxExtToWrite &ext : extensions) {
-    const sxDerOctets oid = sxDerOf(kDerOid, {ext.oid});
-    Append(content, sxDerOf(kDerSequence, {oid, ext.critical ? sxOctetView(kTrue) : sxOctetView(),
-                                           sxDerOf(kDerOctetString, {ext.value})}));
-  }
+  for (const sxExtToWrite &ext : extensions) sxAppendExtension(ext.oid, ext.critical, ext.value, &content);
   if (!content.empty()) *list = sxDerOf(kDerSequence, {content});
   return sxIssue_ok;
 }

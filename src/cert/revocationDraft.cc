@@ -12,7 +12,6 @@ constexpr size_t kUsualEntryLen = 40;  // serial number of 16 octets, UTCTime
 constexpr size_t kMinEntries = 16;
 constexpr size_t kMaxOctets = INT32_MAX;
 constexpr unsigned char kHole = kDerSet;
-constexpr unsigned char kTrue[] = {kDerBoolean, 1, 0xFF};
 constexpr int kDirectoryName = DerContextConstructed(4);
 
 void Append(sxDerOctets &out, sxOctetView more) { out.insert(out.end(), more.begin(), more.end()); }
@@ -37,12 +36,6 @@ sxOctetView IssuerIn(const sxPlainEntry &entry) {
 }
 
 }  // namespace
-
-sxDerOctets sxExtensionDer(sxOctetView oid, bool isCritical, sxOctetView value) {
-  const sxDerOctets oidDer = sxDerOf(kDerOid, {oid});
-  return sxDerOf(kDerSequence,
-                 {oidDer, isCritical ? sxOctetView(kTrue) : sxOctetView(), sxDerOf(kDerOctetString, {value})});
-}
 
 // GeneralNames with the one directoryName [4]; always critical (RFC 5280, 5.3.3).
 sxDerOctets sxCertificateIssuerDer(sxOctetView name) {

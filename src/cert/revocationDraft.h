@@ -9,13 +9,12 @@
 
 #include <vector>
 
-#include "derForward.h"
+#include "extensionDer.h"
 #include "revokedEntries.h"
 
 /// The fewest content octets of a number (X.690, 8.3.2); a zero in front of digits that would look negative.
 sxDerOctets sxNumberContent(const sxAsnDigits &digits);
 
-sxDerOctets sxExtensionDer(sxOctetView oid, bool isCritical, sxOctetView value);
 /// The extension of an entry that says whose it is.
 /// @param name  the whole element
 sxDerOctets sxCertificateIssuerDer(sxOctetView name);

@@ -158,7 +158,7 @@ bool AreElements(sxOctetView octets, int nesting) {
 
 }  // namespace
 
-bool sxIsStrictDer(sxOctetView octets, int nesting) { return AreElements(octets, nesting); }
+bool sxIsStrictDer(sxOctetView octets) { return AreElements(octets, 0); }
 
 bool sxIsStrictElement(sxOctetView octets) {
   sxDerElement element;

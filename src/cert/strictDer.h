@@ -10,7 +10,7 @@ constexpr int kMaxStrictNesting = 32;
 /// Elements behind one another, none included: shortest definite lengths, sorted sets, values of the universal types in
 /// their one form, characters of the alphabets that have one. What stands under a tag of another class is looked into
 /// when it is constructed. Tags have numbers up to 2^21-1, as the codec's.
-bool sxIsStrictDer(sxOctetView octets, int nesting = 0);
+bool sxIsStrictDer(sxOctetView octets);
 
 /// One element, and nothing behind it.
 bool sxIsStrictElement(sxOctetView octets);

@@ -262,6 +262,8 @@ sxCRL *sxCRL_DecodeFile(const char *path, size_t offset) {
 }
 
 void sxCRL_Free(sxCRL *crl) { sxFreeSigned(crl); }
+void sxCRL_Save(sxCRL *crl) { sxSaveSigned(crl); }
+
 bool sxCRL_MayBeSignedBy(const sxCert &signer) {
   if (signer.KeyUsage() != nullptr) return signer.HasKeyUsage(sxKU_cRLSign) == 1;
   sxPlainExtension extension;
@@ -273,5 +275,3 @@ bool sxCRL_MayBeSignedBy(const sxCert &signer) {
   }
   return true;
 }
-
-void sxCRL_Save(sxCRL *crl) { sxSaveSigned(crl); }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "extensionDer.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/foundation/kxBinBuf.h"
@@ -42,7 +43,7 @@ sxWantedExtensions TakeExtensions(const sxASN_Extensions *tree, bool hasSubject,
       if (!sxDerReader(ext.value).Take(kDerOctetString, &keyId)) return wanted.status = sxIssue_extension, wanted;
       wanted.subjectId.assign(keyId.begin(), keyId.end());
     }
-    sxAppendExtension(ext.oid, ext.critical, {ext.value}, &wanted.octets);
+    sxAppendExtension(ext.oid, ext.critical, ext.value, &wanted.octets);
   }
   if (!sxIsStrictDer(wanted.octets)) wanted.status = sxIssue_not_der;
   return wanted;
@@ -76,9 +77,9 @@ sxKeyInfo::sxKeyInfo(sxPubKey *key) {
   }
 }
 
-sxKeyId sxKeyInfo::Id(sx_md_type md) const {
-  unsigned char digest[kMaxDigestLen] = {};
-  kx_md_hashbuf(md, bits.data(), bits.size(), digest, kx_md_len(md));
+std::optional<sxKeyId> sxKeyInfo::Id(sx_md_type md) const {
+  unsigned char digest[kMaxDigestLen];
+  if (kx_md_hashbuf(md, bits.data(), bits.size(), digest, kx_md_len(md)) != 0) return std::nullopt;
   sxKeyId id;
   std::copy_n(digest, id.size(), id.begin());
   return id;
@@ -106,18 +107,3 @@ sxTemplateParts::sxTemplateParts(const sxASN_CertTemplate &tree, sxPubKey *pubKe
       hasFitExtensions(AreFit(tree.extensions)),
       extensions(TakeExtensions(tree.extensions, HasSubject(), hasFitExtensions)),
       validity(TakeValidity(tree.validity)) {}
-
-//   Extension ::= SEQUENCE { extnID OBJECT IDENTIFIER, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }
-void sxAppendExtension(sxOctetView oid, bool critical, std::initializer_list<sxOctetView> values, sxDerOctets *out) {
-  constexpr unsigned char kTrue[] = {kDerBoolean, 1, 0xFF};
-  size_t valueLen = 0;
-  for (const sxOctetView value : values) valueLen += value.size();
-  const size_t contentLen = sxDerLen(oid.size()) + (critical ? sizeof kTrue : 0) + sxDerLen(valueLen);
-  const size_t start = out->size();
-  out->resize(start + sxDerLen(contentLen));
-  sxDerForward area(out->data() + start);
-  area.Header(kDerSequence, contentLen);
-  area.Element(kDerOid, oid);
-  if (critical) area.Octets(kTrue);
-  area.Element(kDerOctetString, values);
-}

@@ -4,6 +4,7 @@
 #define KXCERT_SRC_CERT_TEMPLATEPARTS_H_
 
 #include <array>
+#include <optional>
 
 #include "derForward.h"
 #include "issueRules.h"
@@ -23,7 +24,8 @@ struct sxKeyInfo {
 
   sxKeyInfo() = default;
   explicit sxKeyInfo(sxPubKey *key);  ///< null: empty
-  sxKeyId Id(sx_md_type md) const;    ///< @param md  SHA-1 or SHA-256
+  /// @param md  SHA-1 or SHA-256. @return none without the digest
+  std::optional<sxKeyId> Id(sx_md_type md) const;
   sxKeyInfo(const sxKeyInfo &) = delete;
   sxKeyInfo &operator=(const sxKeyInfo &) = delete;
 };
@@ -49,18 +51,14 @@ struct sxTemplateParts {
 
   const sxDerOctets subject;  ///< whole element, the empty one when absent; without octets when it cannot be encoded
   const sxKeyInfo key;
-  const sxKeyId keyId;          ///< with SHA-1
-  const bool hasFitSubject;     ///< sxCheckName
-  const bool hasFitExtensions;  ///< each as sxMayBeIssued wants it
+  const std::optional<sxKeyId> keyId;  ///< with SHA-1
+  const bool hasFitSubject;            ///< sxCheckName
+  const bool hasFitExtensions;         ///< each as sxMayBeIssued wants it
   const sxWantedExtensions extensions;
   const sxWantedValidity validity;
 
-  bool HasSubject() const { return subject.size() > kEmptyNameLen; }
-  static constexpr size_t kEmptyNameLen = 2;
+  bool HasSubject() const { return !sxIsEmptyName(subject); }
 };
-
-/// Appends one extension. @param values  one behind the other
-void sxAppendExtension(sxOctetView oid, bool critical, std::initializer_list<sxOctetView> values, sxDerOctets *out);
 
 /// Whether both are usable and have the same public part.
 bool sxIsSameKey(sxPubKey *a, sxPubKey *b);

@@ -139,19 +139,6 @@ RuleOutcome NamesMeet(const RulePlace &p) {
   return issuerName != nullptr && wanted != nullptr && issuerName->Equal(*wanted) ? kPasses : kFails;
 }
 
-// Of the outer field, which is what says how to verify.
-std::string SignatureOid(const sxCert &cert) {
-  const StrictCert strict(cert);
-  sxDerReader fields;
-  sxOctetView content;
-  if (!sxDerReader(strict.Get().outerAlgorithm).Enter(kDerSequence, &fields) || !fields.Take(kDerOid, &content)) {
-    return "cannot be read";
-  }
-  sxAsnOid oid;
-  oid.Set(content.data(), sxLen(content));
-  return sxOidText(oid);
-}
-
 RuleOutcome SignatureIsSupported(const RulePlace &p) { return sxIsSignatureSupported(*p.cert) ? kPasses : kFails; }
 
 RuleOutcome SignatureVerifies(const RulePlace &p) {
@@ -162,7 +149,8 @@ RuleOutcome SignatureVerifies(const RulePlace &p) {
 // Of either of the two: whoever has the code alone does not know which it was.
 void PutVerifier(const RulePlace &p, Facts &out) {
   if (p.cert != nullptr && !sxIsSignatureSupported(*p.cert)) {
-    out.push_back({"signature algorithm not supported", SignatureOid(*p.cert)});
+    // Of the outer field, which is what says how to verify.
+    out.push_back({"signature algorithm not supported", AlgorithmText(StrictCert(*p.cert).Get().outerAlgorithm)});
   } else if (p.issuer != nullptr) {
     out.push_back({"not verified by the key of", sxNameText(p.issuer->Subject(), kNoName)});
   }
@@ -218,8 +206,7 @@ constexpr Rule kLinkRules[] = {
 constexpr Rule kSignatureRules[] = {
     {"signature algorithm", "RFC 5280, 4.1.1.2", sxValidation_badSignature, 0, SignatureIsSupported, PutVerifier,
      "Nothing here computes this algorithm, so nobody knows whether the signature is right: have the certificate "
-     "signed "
-     "with RSA (PKCS #1 v1.5) or ECDSA."},
+     "signed with RSA (PKCS #1 v1.5) or ECDSA."},
     {"signature", "RFC 5280, 6.1.3 (a) (1)", sxValidation_badSignature, 0, SignatureVerifies, PutVerifier,
      "The issuer's key did not sign this certificate: it was changed, or the issuer was issued anew with another key."},
 };

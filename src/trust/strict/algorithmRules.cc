@@ -8,28 +8,19 @@
 
 namespace {
 
-std::string OidIn(sxOctetView algorithm) {
-  sxDerReader fields;
-  sxOctetView content;
-  if (!sxDerReader(algorithm).Enter(kDerSequence, &fields) || !fields.Take(kDerOid, &content)) return "none";
-  sxAsnOid oid;
-  oid.Set(content.data(), sxLen(content));
-  return sxOidText(oid);
-}
-
 StrictOutcome AreEqual(StrictPath &path, int level) {
   const StrictCert::Fields &fields = path.At(level).Get();
   if (sxEqual(fields.innerAlgorithm, fields.outerAlgorithm)) return StrictPasses();
   std::vector<sxFact> facts;
-  facts.push_back({"signed algorithm", OidIn(fields.innerAlgorithm)});
-  facts.push_back({"outer algorithm", OidIn(fields.outerAlgorithm)});
+  facts.push_back({"signed algorithm", AlgorithmText(fields.innerAlgorithm)});
+  facts.push_back({"outer algorithm", AlgorithmText(fields.outerAlgorithm)});
   return StrictFails(std::move(facts));
 }
 
 StrictOutcome DigestIsLong(StrictPath &path, int level) {
   const int len = kx_md_len(path.At(level).Cert().signatureHashAlgorithm());
   if (len >= kx_md_len(path.Question().minDigest) && len > 0) return StrictPasses();
-  return StrictFails("signature algorithm", OidIn(path.At(level).Get().outerAlgorithm));
+  return StrictFails("signature algorithm", AlgorithmText(path.At(level).Get().outerAlgorithm));
 }
 
 StrictOutcome RsaKeyIsLong(StrictPath &path, int level) {

@@ -1,5 +1,7 @@
 #include "trust/strict/certNames.h"
 
+#include "cert/generalNameForms.h"
+#include "cert/issueRules.h"
 #include "cert/nameSyntax.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/sxCert.h"
@@ -8,7 +10,6 @@
 
 namespace {
 
-constexpr size_t kEmptyNameLen = 2;
 constexpr unsigned char kMailAttribute[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 1};  // emailAddress
 constexpr char kUndecodable[] = "alternative names that cannot be decoded";
 
@@ -35,7 +36,7 @@ std::string Mailbox(std::string_view text) {
 }  // namespace
 
 CertNames::CertNames(const StrictCert &cert) {
-  if (cert.Get().subject.size() > kEmptyNameLen) {
+  if (!sxIsEmptyName(cert.Get().subject)) {
     AddDn(cert.Get().subject);
     m_names.back().shown = sxNameText(cert.Cert().Subject(), "a name without a text");
   }
@@ -90,7 +91,7 @@ void CertNames::Add(const sxDerElement &name) {
     case sxNameKind::kUri: compared.text = HostOfUri(text); break;
     case sxNameKind::kEmail: compared.text = Mailbox(text); break;
     case sxNameKind::kIp:
-      compared.text = name.content.size() == 4 || name.content.size() == 16 ? std::string(text) : "";
+      compared.text = sxIsNameOfKind(kind, name.content, sxNameUse::kName) ? std::string(text) : "";
       compared.shown = AddressText(name.content);
       break;
     default: compared.shown = "of a kind that is not compared"; return m_names.push_back(std::move(compared));

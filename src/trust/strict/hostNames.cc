@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "cert/generalNameForms.h"
+
 namespace {
 
 struct AddressForm {
@@ -67,9 +69,7 @@ std::vector<unsigned char> AddressOctets(const std::string &text) {
 }
 
 std::string AddressText(sxOctetView octets) {
-  char text[INET6_ADDRSTRLEN] = "";
-  for (const AddressForm &form : kAddressForms) {
-    if (form.len == octets.size()) inet_ntop(form.family, octets.data(), text, sizeof text);
-  }
-  return text[0] != '\0' ? text : std::to_string(octets.size()) + " octets, which are no address";
+  const bool isOne =
+      std::ranges::any_of(kAddressForms, [&](const AddressForm &form) { return form.len == octets.size(); });
+  return isOne ? sxAddressText(octets) : std::to_string(octets.size()) + " octets, which are no address";
 }

@@ -195,11 +195,13 @@ class Judge {
       if (said.isMalformed) return Malformed(level);
       Process(level, said);
       if (m_explicit.left == 0 && m_graph.IsNull()) return None(level);
-      if (level > 0) Prepare(cert, said);
+      if (level > 0) {
+        Prepare(cert, said);
+      } else {
+        m_explicit.Step();  // RFC 5280, 6.1.5 (a), (b): what the end entity says counts for itself
+        if (said.requireExplicit == 0) m_explicit.left = 0;
+      }
     }
-    // RFC 5280, 6.1.5 (a), (b): what the end entity says counts for itself.
-    m_explicit.Step();
-    if (Read(m_path.At(0)).requireExplicit == 0) m_explicit.left = 0;
     OidSet wanted;
     for (const sxAsnOid &policy : m_path.Question().policies) wanted.insert(KeyOf(policy));
     const OidSet result = m_graph.Result(wanted);

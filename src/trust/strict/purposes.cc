@@ -63,7 +63,7 @@ PurposeMatch MatchPurpose(sxOctetView value, const sxAsnOid &purpose, size_t *nu
 
 bool sxPurpose_Find(std::string_view name, sxAsnOid *out) {
   const Purpose *const known = FindPurpose(name);
-  if (known == nullptr) return false;
+  if (known == nullptr || out == nullptr) return false;
   *out = known->oid;
   return true;
 }

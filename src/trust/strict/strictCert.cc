@@ -1,6 +1,7 @@
 #include "trust/strict/strictCert.h"
 
 #include "cert/strictDer.h"
+#include "cert/sxExtension_imp.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/cert/issuedExtensions.h"
 #include "kxcert/cert/sxCert.h"
@@ -35,6 +36,15 @@ const sxExtParser *IssuedRow(sxOctetView oid) {
 }
 
 }  // namespace
+
+std::string AlgorithmText(sxOctetView algorithm) {
+  sxDerReader fields;
+  sxOctetView content;
+  if (!sxDerReader(algorithm).Enter(kDerSequence, &fields) || !fields.Take(kDerOid, &content)) return "cannot be read";
+  sxAsnOid oid;
+  oid.Set(content.data(), sxLen(content));
+  return sxOidText(oid);
+}
 
 StrictCert::~StrictCert() = default;
 StrictCert::StrictCert(StrictCert &&) noexcept = default;  // what views and pointers are of stays where it is

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "cert/extensionRules.h"
@@ -24,6 +25,9 @@ struct StrictForm {
   bool isDer = false;
   sxFormFault fault = {};  ///< of a value in DER of a known type
 };
+
+/// An AlgorithmIdentifier's object identifier, in dots.
+std::string AlgorithmText(sxOctetView algorithm);
 
 class StrictCert {
  public:

@@ -66,6 +66,7 @@ bool sxStrictRule_Get(int number, sxStrictRuleInfo *out) {
 }
 
 bool sxRuleSet_Find(std::string_view name, sxRuleSet *out) {
+  if (out == nullptr) return false;
   sxRuleSet found = 0;
   if (const auto *const set = std::ranges::find(kSets, name, &SetRow::name); set != std::end(kSets)) {
     for (const char *const member : set->members) {

@@ -2,17 +2,16 @@
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 #include <vector>
 
 #include "certFacts.h"
+#include "characters.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/certTime.h"
 #include "kxcert/cert/issuedExtensions.h"
 #include "kxcert/cert/sxCRL.h"
-#include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/textStream.h"
 #include "nameForm.h"
 #include "oidInput.h"
@@ -36,11 +35,10 @@ bool Decode(Tree &tree, const sxASN_Extension &ext) {
 }
 
 std::string HexOfTree(const sxAsnType &value) {
-  const std::unique_ptr<sxAsnType> copy(value.Dup());  // encoding sorts its sets
-  kxBinBuf der;
-  if (sxASN_EncodeBuf(*copy, der, 1) != 0) return "(does not encode)";
-  const size_t len = der.Len(), shown = std::min(len, kMaxValueShown);
-  return HexOf(der.Data(), shown) + (shown < len ? "... (" + Counted(len, "octet") + ")" : "");
+  const std::vector<unsigned char> der = ElementOf(value);
+  if (der.empty()) return "(does not encode)";
+  const size_t shown = std::min(der.size(), kMaxValueShown);
+  return HexOf(der.data(), shown) + (shown < der.size() ? "... (" + Counted(der.size(), "octet") + ")" : "");
 }
 
 std::string Joined(const std::vector<std::string> &texts) {

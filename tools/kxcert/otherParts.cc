@@ -387,9 +387,10 @@ Told OtherParts::TellSkipped(const sxLoadItem &item, const Part &part, int level
   }
   if (item.kind == sxLoadKind::kRequest) return other(TellUnusedRequest(where, part.octets, report));
   if (item.kind == sxLoadKind::kNothing) return other(TellCms(where, part.octets, report));
-  if (isKey)
-    return TellParameters(where, part.octets, report) || (TellUnusableKey(where, item, report), true) ? Told::kOther
-                                                                                                      : Told::kNothing;
+  if (isKey) {
+    if (!TellParameters(where, part.octets, report)) TellUnusableKey(where, item, report);
+    return Told::kOther;
+  }
   if (item.kind != sxLoadKind::kCertificate) return Told::kNothing;
   Facts facts;
   bool isUnsupported = false;

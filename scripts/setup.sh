@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config libssl-dev libevent-dev libgtest-dev libgmock-dev libbenchmark-dev
           libcli11-dev nlohmann-json3-dev libcurl4-openssl-dev libldap-dev openssl ca-certificates bats python3
           python3-jsonschema                       # holds documents of the command against their schema
+          python3-cryptography-vectors             # NIST's test suite of paths
           gnutls-bin libnss3-tools                 # other makers of keys, certificates and containers
           nginx-light slapd ldap-utils)            # servers that tests start for themselves
 [ "${1:-}" = checks ] && packages+=(git clang clang-format clang-tidy libclang-rt-14-dev)

@@ -95,6 +95,8 @@ std::vector<OptionRow> StrictRows(StrictOptions &options) {
       {"--mail", "mail address that it must have", &options.mail},
       {"--policy", "OID of a policy that the path must be valid for; may be repeated", &options.policies, false,
        CheckOid},
+      {"--inhibit-mapping", "policies of one CA are not those of another, whatever CAs say", &options.inhibitMapping},
+      {"--inhibit-any-policy", "any policy of a CA's stands for none", &options.inhibitAnyPolicy},
       {"--min-digest",
        "the shortest digest of a signature (sha256)",
        &options.minDigest,
@@ -130,7 +132,9 @@ sxStrictQuestion StrictQuestionOf(const StrictOptions &options) {
   }
   for (const std::string &policy : options.policies) question.policies.push_back(*ReadOid(policy));
   question.requireExplicitPolicy = !options.policies.empty();
-  if (!options.policies.empty()) decides("policies");
+  question.inhibitPolicyMapping = options.inhibitMapping;
+  question.inhibitAnyPolicy = options.inhibitAnyPolicy;
+  if (!options.policies.empty() || options.inhibitMapping || options.inhibitAnyPolicy) decides("policies");
   if (options.minDigest != 0) {
     question.minDigest = static_cast<sx_md_type>(options.minDigest);
     decides("algorithms.digest");

@@ -14,6 +14,7 @@ struct StrictOptions {
   std::string set;
   std::string purpose, host, address, mail;
   std::vector<std::string> policies;
+  bool inhibitMapping = false, inhibitAnyPolicy = false;
   int minDigest = 0;  ///< of sx_md_type
   int minRsaBits = -1;
   int depth = -1;

@@ -66,13 +66,17 @@ void CrlJudge::ForEachAt(const CrlPlace &place, SeenSets *seen, const Use &use) 
 }
 
 // Of what is at hand for a point the newest counts, so that an old CRL which somebody brought displaces none. CRLs of
-// some reasons are taken one after the other, as a directory may hold several.
+// some reasons are taken one after the other, as a directory may hold several. Where a signer alone publishes about
+// itself, nobody is asked: nothing there could count.
 void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
+  const sxGeneralName *const named = point.point.crlIssuer.GetFirstOfType(sxGN_dn);
+  const sxDN &publisher = named != nullptr ? *named->GetDN() : *m_cert->Issuer();
+  const bool isOwn = m_isOfSigner && m_cert->Subject() != nullptr && m_cert->Subject()->Equal(publisher) &&
+                     !publisher.Equal(*m_cert->Issuer());
   for (int round = 0; round < kMaxRounds && !m_isRevoked && m_covered != kAllReasons; ++round) {
     m_isTold = round > 0;
     Found found;
-    const sxGeneralName *const named = point.point.crlIssuer.GetFirstOfType(sxGN_dn);
-    for (const Candidate &pushed : PushedBy(named != nullptr ? *named->GetDN() : *m_cert->Issuer(), false)) {
+    for (const Candidate &pushed : PushedBy(publisher, false)) {
       LookAt(pushed, point.point, &found);
     }
     SeenSets seen;
@@ -80,7 +84,7 @@ void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
       ForEachAt(place, &seen, [&](const Candidate &candidate) { LookAt(candidate, point.point, &found); });
     }
     if (round == 0) TellFailures(point.places, sxStatusSource::kCrl);
-    const bool mayAsk = !isImplied && round == 0 && !found.best.from.isFresh;
+    const bool mayAsk = !isImplied && !isOwn && round == 0 && !found.best.from.isFresh;
     if (mayAsk && AskAny(point.places, sxStatusSource::kCrl, seen)) break;
     const bool isBrought = found.best.signer != nullptr && found.best.from.place == nullptr;
     if (isBrought && !isImplied && AskDisk(point.places, seen)) break;

@@ -7,6 +7,7 @@
 
 #include "foundation/textOutput.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/oidNames.h"
 #include "kxcert/cert/sxExtensions.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/textStream.h"
@@ -59,6 +60,11 @@ std::string sxOidText(const sxAsnOid &oid) {
   char text[252] = "";
   static_cast<void>(oid.GetStr(text, sizeof text));  // what fits, when it is too long
   return text;
+}
+
+std::string sxOidWords(const sxAsnOid &oid) {
+  const char *const name = sxOidName(oid);
+  return sxOidText(oid) + (name != nullptr ? std::string(" (") + name + ")" : "");
 }
 
 void *sxExtension::operator new(size_t size) { return sxAsnType::operator new(size); }

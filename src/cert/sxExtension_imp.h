@@ -47,6 +47,7 @@ bool sxHasTwice(std::vector<sxOctetView> oids);
 
 /// Dotted decimal, cut with a "?" when it is longer than 251 characters.
 std::string sxOidText(const sxAsnOid &oid);
+std::string sxOidWords(const sxAsnOid &oid);  ///< "1.3.101.112 (Ed25519)", when it has a name
 
 // One pair for each kind; the tables list them.
 sxExtension *sxParseBasicConstraint(const sxASN_Extension &ext, int &understood);

@@ -54,7 +54,7 @@ RuleOutcome ExtensionsKnown(const RulePlace &p) {
 void PutExtension(const RulePlace &p, Facts &out) {
   if (p.cert->UnhandledCritExt() == nullptr) return;
   const std::optional<sxAsnOid> worst = sxFirstUnknown(*p.cert, ~0U);
-  out.push_back({"critical extension", sxOidText(worst.has_value() ? *worst : *p.cert->UnhandledCritExt())});
+  out.push_back({"critical extension", sxOidWords(worst.has_value() ? *worst : *p.cert->UnhandledCritExt())});
 }
 
 // Dates are 32-bit seconds, sums with grace periods are not.

@@ -76,9 +76,7 @@ void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
   for (int round = 0; round < kMaxRounds && !m_isRevoked && m_covered != kAllReasons; ++round) {
     m_isTold = round > 0;
     Found found;
-    for (const Candidate &pushed : PushedBy(publisher, false)) {
-      LookAt(pushed, point.point, &found);
-    }
+    for (const Candidate &pushed : PushedBy(publisher, false)) { LookAt(pushed, point.point, &found); }
     SeenSets seen;
     for (const CrlPlace &place : point.places) {
       ForEachAt(place, &seen, [&](const Candidate &candidate) { LookAt(candidate, point.point, &found); });

@@ -44,7 +44,7 @@ StrictOutcome CurveIsAllowed(StrictPath &path, int level) {
       allowed.empty() || std::ranges::any_of(allowed, [&curve](const sxAsnOid &oid) { return oid.OidEquiv(curve); });
   if (isAllowed) return StrictPasses();
   const Curve *const known = FindCurve(content);
-  return StrictFails("curve", known != nullptr ? known->name : sxOidText(curve));
+  return StrictFails("curve", known != nullptr ? known->name : sxOidWords(curve));
 }
 
 constexpr StrictRule kRules[] = {

@@ -16,7 +16,7 @@ constexpr size_t kUtcLen = 13, kGeneralizedLen = 15;  // characters of the only 
 std::string TextOf(const sxPlainExtension &extension) {
   sxAsnOid oid;
   oid.Set(extension.oid.data(), sxLen(extension.oid));
-  return sxOidText(oid);
+  return sxOidWords(oid);
 }
 
 // The first extension of which something holds.

@@ -242,7 +242,7 @@ class Judge {
         {"explicit policy demanded by", m_demandedBy != nullptr ? sxNameText(m_demandedBy->Cert().Subject(), "no name")
                                         : m_path.Question().requireExplicitPolicy ? "the question"
                                                                                   : "the end entity"});
-    for (const sxAsnOid &policy : m_path.Question().policies) verdict.facts.push_back({"wanted", sxOidText(policy)});
+    for (const sxAsnOid &policy : m_path.Question().policies) verdict.facts.push_back({"wanted", sxOidWords(policy)});
     return verdict;
   }
 

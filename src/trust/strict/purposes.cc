@@ -44,7 +44,7 @@ const Purpose *FindPurpose(std::string_view name) { return OrNull(std::ranges::f
 
 std::string PurposeText(const sxAsnOid &oid) {
   const Purpose *const known = FindPurpose(oid);
-  return known != nullptr ? known->name : sxOidText(oid);
+  return known != nullptr ? known->name : sxOidWords(oid);
 }
 
 PurposeMatch MatchPurpose(sxOctetView value, const sxAsnOid &purpose, size_t *number) {

@@ -43,7 +43,7 @@ std::string AlgorithmText(sxOctetView algorithm) {
   if (!sxDerReader(algorithm).Enter(kDerSequence, &fields) || !fields.Take(kDerOid, &content)) return "cannot be read";
   sxAsnOid oid;
   oid.Set(content.data(), sxLen(content));
-  return sxOidText(oid);
+  return sxOidWords(oid);
 }
 
 StrictCert::~StrictCert() = default;

@@ -1,6 +1,7 @@
 #include "chainReport.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "certFacts.h"
 #include "kxcert/trust/sxRootCA.h"
@@ -80,30 +81,60 @@ void PrintPath(const Decision &decision, const GivenCerts &given, Report &report
   }
 }
 
-void PrintFinding(const Decision &decision, const GivenCerts &given, const sxFinding &finding, Report &report) {
+std::string RuleText(const sxFinding &finding) { return std::string(finding.rule) + " (" + finding.source + ")"; }
+
+// Two rules that refuse the same of a certificate, and want the same done.
+bool SaysTheSame(const sxFinding &a, const sxFinding &b) {
+  return a.level == b.level && a.advice != nullptr && b.advice != nullptr && std::string_view(a.advice) == b.advice;
+}
+
+void PrintAlso(const sxFinding &other, const sxFinding &told, Report &report) {
+  std::string text = RuleText(other);
+  for (const sxFact &fact : other.facts) {
+    const auto isIt = [&fact](const sxFact &known) { return FactText(known) == FactText(fact); };
+    if (std::ranges::none_of(told.facts, isIt)) text += ", " + FactText(fact);
+  }
+  report.Line("  also:        " + text + (other.isNote && !told.isNote ? ", which would refuse it" : ""));
+}
+
+// @param same  of the same certificate, with the same advice
+void PrintFinding(const Decision &decision, const GivenCerts &given, const sxFinding &finding,
+                  const std::vector<const sxFinding *> &same, Report &report) {
   const sxCert &cert = *decision.Path().Get(finding.level);
   const std::string where = WhereFrom(cert, given);
   report.Line();
-  report.Line(std::string(finding.isNote ? "WOULD BE REFUSED" : "FAILED") + ": " + finding.rule + " (" +
-              finding.source + "), level " + std::to_string(finding.level) + ": " + NameText(cert.Subject()));
+  report.Line(std::string(finding.isNote ? "WOULD BE REFUSED" : "FAILED") + ": " + RuleText(finding) + ", level " +
+              std::to_string(finding.level) + ": " + NameText(cert.Subject()));
   report.Line("  serial:      " + SerialText(cert) + (where.empty() ? "" : ", from " + where));
   if (!finding.isNote) report.Line("  code:        " + CodeText(finding.code));
   for (const sxFact &fact : finding.facts) report.Line("  fact:        " + FactText(fact));
+  for (const sxFinding *other : same) PrintAlso(*other, finding, report);
   if (finding.advice != nullptr) report.Line(std::string("  what to do:  ") + finding.advice);
 }
 
 // Those that decide first. Of notes there may be dozens.
 void PrintFailures(const Decision &decision, const GivenCerts &given, bool verbose, Report &report) {
-  size_t number = 0;
+  std::vector<std::vector<const sxFinding *>> failures;  // each with those that say the same
   for (const bool isNote : {false, true}) {
     for (const sxFinding &finding : decision.judged.verdict.findings) {
       if (finding.isNote != isNote || finding.result != sxFindingResult::kFailed) continue;
-      if (number++ < kMaxFindings || verbose) PrintFinding(decision, given, finding, report);
+      const auto told =
+          std::ranges::find_if(failures, [&](const auto &failure) { return SaysTheSame(*failure[0], finding); });
+      if (told != failures.end()) {
+        told->push_back(&finding);
+      } else {
+        failures.push_back({&finding});
+      }
     }
   }
-  if (number <= kMaxFindings || verbose) return;
+  const size_t number = verbose ? failures.size() : std::min(failures.size(), kMaxFindings);
+  for (size_t i = 0; i < number; ++i) {
+    const std::vector<const sxFinding *> same(failures[i].begin() + 1, failures[i].end());
+    PrintFinding(decision, given, *failures[i][0], same, report);
+  }
+  if (number == failures.size()) return;
   report.Line();
-  report.Line("and " + std::to_string(number - kMaxFindings) +
+  report.Line("and " + std::to_string(failures.size() - number) +
               " more that failed or would be refused; --verbose tells all");
 }
 

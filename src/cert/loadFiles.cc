@@ -272,8 +272,9 @@ void sxLoadReader::TakePkcs12(sxOctetView octets, sxLoadItem item) {
     if (bag.kind == sxPkcs12Kind::kSafe) continue;
     if (!HasRoom()) return;
     ++item.place.member;
-    m_items.push_back(item);
-    sxLoadBag(bag, m_loader.m_wanted, m_items.back());
+    sxLoadItem member = item;
+    sxLoadBag(bag, m_loader.m_wanted, member);
+    Put(std::move(member), {bag.value.Data(), bag.value.Len()});
   }
   if (item.place.member > 0) return;
   sxSkipItem(item, sxLoadSkip::kPkcs12, "PKCS #12 with nothing in it");

@@ -324,7 +324,7 @@ void OtherParts::Observe(const sxLoadItem &item, Octets octets, const std::strin
     m_containers[index] = {VisibleLine(item.place.Text()), type};
     return;
   }
-  m_containers.erase(index);  // there was nothing in it
+  if (item.place.member == 0) m_containers.erase(index);  // there was nothing in it
   Part part;
   part.isText = item.skip == sxLoadSkip::kCutShort && item.place.offset == 0 && IsText(octets);
   const bool isLocked = item.skip == sxLoadSkip::kEncrypted && item.place.member == 0;

@@ -88,7 +88,7 @@ struct sxPkcs12Bag {
   sxCert *cert = nullptr;   ///< OK
   sxCRL *crl = nullptr;     ///< OK
   sxPubKey *key = nullptr;  ///< OK; has its private part
-  kxBinBuf value;           ///< sensitive: DER of a secret, or of what is unknown
+  kxBinBuf value;  ///< sensitive: DER of a secret, of what is unknown, or of a certificate or CRL that is not used
 
   int result = sxPkcs12_ok;  ///< why there is none, after Open
   std::string why;           ///< printable ASCII

@@ -48,6 +48,8 @@ void Decode(sxShape shape, sxOctetView octets, sxPkcs12Bag *bag) {
   bag->key = item.key;
   bag->result = ResultOf(item);
   bag->why = item.reason;
+  const bool isPublic = shape == sxShape::kCertificate || shape == sxShape::kCrl;
+  if (isPublic && bag->result != sxPkcs12_ok) bag->value = JoinOctets(octets, {}, true);
 }
 
 }  // namespace

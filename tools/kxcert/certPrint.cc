@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "algorithmFacts.h"
 #include "certFacts.h"
 #include "certText.h"
 #include "crlFacts.h"

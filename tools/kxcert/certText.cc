@@ -1,16 +1,15 @@
 #include "certText.h"
 
+#include "algorithmFacts.h"
 #include "certFacts.h"
 #include "extensionFacts.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/textStream.h"
-#include "kxcert/keys/algorithms.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "oidInput.h"
 #include "timeText.h"
@@ -29,24 +28,9 @@ void PutLine(SxStream *out, const char *label, const std::string &text) {
   out->Printf("%s: %s\n", label, text.c_str());
 }
 
-// The parameters as they stand; empty when there are none.
-Octets ParametersOf(const sxASN_AlgorithmIdentifier &algorithm) {
-  const auto *value = algorithm.parameters == nullptr ? nullptr : algorithm.parameters->Value();
-  const auto *raw = dynamic_cast<const sxAsnRawAny *>(value);
-  return raw == nullptr || raw->Len() < 1 ? Octets() : Octets(raw->Data(), static_cast<size_t>(raw->Len()));
-}
-
-// @return false: not one identifier
-bool CurveOf(const sxASN_AlgorithmIdentifier &algorithm, sxAsnOid *curve) {
-  constexpr unsigned char kOid = 6;
-  const Octets octets = ParametersOf(algorithm);
-  return !octets.empty() && octets[0] == kOid &&
-         sxASN_DecodeBuf(*curve, reinterpret_cast<const char *>(octets.data()), static_cast<int>(octets.size())) == 0;
-}
-
 bool IsUsedCurve(const sxASN_AlgorithmIdentifier &algorithm) {
   sxAsnOid curve;
-  return CurveOf(algorithm, &curve) &&
+  return ParameterOid(algorithm, &curve) &&
          (curve.OidEquiv(sxASN_prime256v1) || curve.OidEquiv(sxASN_secp384r1) || curve.OidEquiv(sxASN_secp521r1));
 }
 
@@ -102,18 +86,6 @@ bool Decode(sxASN_Certificate &tree, Octets octets) {
 }
 
 }  // namespace
-
-Facts AlgorithmFacts(const sxASN_AlgorithmIdentifier &algorithm) {
-  sxAsnOid curve;
-  Facts facts = {{"oid", OidText(*algorithm.algorithm)}, {"name", NameOrOid(*algorithm.algorithm)}};
-  if (CurveOf(algorithm, &curve)) facts["parameters"] = {{"oid", OidText(curve)}, {"name", NameOrOid(curve)}};
-  return facts;
-}
-
-std::string SignatureWords(const sxASN_AlgorithmIdentifier &algorithm) {
-  const std::string unknown = UnknownSignature(algorithm);
-  return unknown.empty() ? SignatureText(*algorithm.algorithm) : "not supported: " + unknown;
-}
 
 std::string UnusedKeyWords(const sxASN_SubjectPublicKeyInfo &info, bool *isUnsupported) {
   const sxASN_AlgorithmIdentifier &algorithm = *info.algorithm;

@@ -8,7 +8,6 @@
 
 #include "facts.h"
 
-class sxASN_AlgorithmIdentifier;
 class sxASN_SubjectPublicKeyInfo;
 class sxCert;
 
@@ -20,12 +19,7 @@ std::string CertText(const sxCert &cert, int level, Facts &facts);
 /// @param[out] isUnsupported  its key is of a kind, or on a curve, that is not used here; else something is wrong with it
 std::string UnusedCertText(std::span<const unsigned char> octets, int level, Facts &facts, bool *isUnsupported);
 
-/// "ECDSA with SHA-256", "not supported: 1.3.101.112 (Ed25519)".
-std::string SignatureWords(const sxASN_AlgorithmIdentifier &algorithm);
 /// Of a key that is not used here: "not supported: 1.2.840.10045.2.1 (id-ecPublicKey) with 1.3.132.0.10 (secp256k1)".
 std::string UnusedKeyWords(const sxASN_SubjectPublicKeyInfo &info, bool *isUnsupported);
-
-/// Its identifier and name, and those of a named curve.
-Facts AlgorithmFacts(const sxASN_AlgorithmIdentifier &algorithm);
 
 #endif

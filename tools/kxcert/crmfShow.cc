@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "algorithmFacts.h"
 #include "certFacts.h"
 #include "input.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"

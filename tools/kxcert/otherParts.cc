@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "algorithmFacts.h"
 #include "certFacts.h"
 #include "certText.h"
 #include "containerFacts.h"

@@ -12,7 +12,6 @@
 #include "kxcert/cert/sxCert.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/foundation/textStream.h"
-#include "kxcert/keys/algorithms.h"
 #include "kxcert/platform/digest.h"
 #include "oidInput.h"
 #include "templateInput.h"
@@ -98,23 +97,6 @@ std::string OidText(std::span<const unsigned char> content) {
   sxAsnOid oid;
   oid.Set(content.data(), static_cast<int>(content.size()));
   return OidText(oid);
-}
-
-std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm) {
-  std::string text = NamedOid(*algorithm.algorithm);
-  const auto *value = algorithm.parameters == nullptr ? nullptr : algorithm.parameters->Value();
-  const auto *raw = dynamic_cast<const sxAsnRawAny *>(value);
-  sxAsnOid oid;
-  if (raw == nullptr || raw->Len() == 0 || raw->Data()[0] != 0x06 ||
-      sxASN_DecodeBuf(oid, reinterpret_cast<const char *>(raw->Data()), raw->Len()) != 0) {
-    return text;
-  }
-  return text + " with " + NamedOid(oid);
-}
-
-std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm) {
-  const bool isKnown = MdType_By_SignOID(*algorithm.algorithm) != sx_md_unknown;
-  return isKnown ? "" : AlgorithmText(algorithm);
 }
 
 // The list has the extensions that it understood in their order.

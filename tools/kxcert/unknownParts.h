@@ -1,5 +1,5 @@
 /// @file
-/// What the library has no words for: extensions, algorithms; and fingerprints, which name an object
+/// What the library has no words for; and fingerprints, which name an object
 /// whatever is in it.
 #ifndef KXCERT_TOOLS_KXCERT_UNKNOWNPARTS_H_
 #define KXCERT_TOOLS_KXCERT_UNKNOWNPARTS_H_
@@ -9,7 +9,6 @@
 
 #include "facts.h"
 
-class sxASN_AlgorithmIdentifier;
 class sxASN_Extensions;
 class sxAsnOid;
 class sxCert;
@@ -18,11 +17,6 @@ class SxStream;
 
 std::string OidText(const sxAsnOid &oid);  ///< dotted decimal
 std::string OidText(std::span<const unsigned char> content);
-/// The identifier with its name, and the one among its parameters when they are one: a named curve.
-std::string AlgorithmText(const sxASN_AlgorithmIdentifier &algorithm);
-/// "" for a signature that the library knows, else its algorithm.
-std::string UnknownSignature(const sxASN_AlgorithmIdentifier &algorithm);
-
 /// Prints those extensions that are not in @p known, in words where the library has them, else each with its identifier
 /// and its octets.
 /// @param extensions  those that @p known was made from; may be null

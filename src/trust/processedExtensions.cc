@@ -1,6 +1,7 @@
 #include "trust/processedExtensions.h"
 
 #include <memory>
+#include <set>
 
 #include "cert/extensionRules.h"
 #include "cert/extensionWalk.h"
@@ -20,13 +21,17 @@ constexpr ProcessedRow kProcessed[] = {
     {sxProcesses_policies, kOidInhibitAnyPolicy},
 };
 
+const ProcessedRow *RowOf(sxOctetView oid) {
+  const auto *const row =
+      std::ranges::find_if(kProcessed, [oid](const ProcessedRow &known) { return sxEqual(known.oid, oid); });
+  return row == std::end(kProcessed) ? nullptr : row;
+}
+
 // Those of CAs say nothing of anybody else: there no rule processes them, and RFC 5280, 4.2.1.10 does not let them be.
-bool IsProcessed(sxOctetView oid, unsigned processed, bool isCA) {
-  const sxExtensionRule *const rule = sxExtensionRuleOf(oid);
-  if (rule != nullptr && rule->isForCAs && !isCA) return false;
-  return std::ranges::any_of(kProcessed, [oid, processed](const ProcessedRow &row) {
-    return (row.by & processed) != 0 && sxEqual(row.oid, oid);
-  });
+bool IsProcessed(const ProcessedRow *row, unsigned processed, bool isCA) {
+  if (row == nullptr || (row->by & processed) == 0) return false;
+  const sxExtensionRule *const rule = sxExtensionRuleOf(row->oid);
+  return rule == nullptr || !rule->isForCAs || isCA;
 }
 
 // As the certificate does when it is built (sxExtensions.h).
@@ -44,9 +49,12 @@ bool IsUnderstood(const sxASN_Extension &extension) {
 std::optional<sxAsnOid> sxFirstUnknown(const sxCert &cert, unsigned processed) {
   std::optional<sxAsnOid> found;
   const StrictCert strict(cert);
+  std::set<const ProcessedRow *> met;
   sxForEachExtension(strict.ExtensionList(), [&](const sxASN_Extension &extension, bool isCritical) {
     const sxOctetView oid = sxView(extension.extnID->Data(), extension.extnID->Len());
-    if (!isCritical || IsProcessed(oid, processed, strict.IsCA()) || IsUnderstood(extension)) return true;
+    const ProcessedRow *const row = RowOf(oid);
+    const bool isFirst = row == nullptr || met.insert(row).second;
+    if (!isCritical || (isFirst && IsProcessed(row, processed, strict.IsCA())) || IsUnderstood(extension)) return true;
     found = *extension.extnID;
     return false;
   });

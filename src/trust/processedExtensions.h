@@ -10,7 +10,7 @@
 class sxCert;
 
 /// The first critical extension that is neither understood nor processed. Of those that only CAs have none is processed in
-/// the certificate of anybody else.
+/// the certificate of anybody else; and of a type that is there twice the rules read the first one alone.
 /// @param processed  of sxProcessedExtensions
 std::optional<sxAsnOid> sxFirstUnknown(const sxCert &cert, unsigned processed);
 

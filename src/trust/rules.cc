@@ -50,10 +50,11 @@ RuleOutcome ExtensionsKnown(const RulePlace &p) {
   return processed != 0 && !sxFirstUnknown(*p.cert, processed).has_value() ? kPasses : kFails;
 }
 
-// One that nothing processes, whoever asks; where there is none, the one that this caller does not.
+// One that nothing processes, whoever asks; where there is none, the one that nothing does which this caller asks.
 void PutExtension(const RulePlace &p, Facts &out) {
   if (p.cert->UnhandledCritExt() == nullptr) return;
-  const std::optional<sxAsnOid> worst = sxFirstUnknown(*p.cert, ~0U);
+  std::optional<sxAsnOid> worst = sxFirstUnknown(*p.cert, ~0U);
+  if (!worst.has_value() && p.params != nullptr) worst = sxFirstUnknown(*p.cert, p.params->Processed());
   out.push_back({"critical extension", sxOidWords(worst.has_value() ? *worst : *p.cert->UnhandledCritExt())});
 }
 
@@ -185,7 +186,7 @@ constexpr Rule kCertificateRules[] = {
     {"black list", kOurs, sxValidation_blackListed, 0, NotBlackListed, PutNothing,
      "The serial number is on the black list given: issue another certificate."},
     {"critical extensions", "RFC 5280, 4.2", sxValidation_unhandledCritExt, 0, ExtensionsKnown, PutExtension,
-     "Issue the certificate without this critical extension: nothing here understands it."},
+     "Issue the certificate without this critical extension: no rule that decides here processes it."},
     {"notBefore", "RFC 5280, 4.1.2.5", sxValidation_notYetValid, 0, Begun, PutNotBefore,
      "Check this machine's clock; else wait, or set a longer grace period before it."},
     {"notAfter", "RFC 5280, 4.1.2.5", sxValidation_expired, 0, NotOver, PutNotAfter,

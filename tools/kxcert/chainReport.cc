@@ -188,7 +188,7 @@ void PrintLevel(int level, const sxCert &cert, const std::vector<sxFinding> &fin
   report.Line("  not checked: " + RulesText(findings, level, sxFindingResult::kNotChecked));
   for (const sxFinding &finding : findings) {
     if (finding.level != level || finding.result != sxFindingResult::kFailed) continue;
-    report.Line("  FAILED:      " + CodeText(finding.code));
+    report.Line("  FAILED:      " + RuleText(finding) + ": " + CodeText(finding.code));
     for (const sxFact &fact : finding.facts) report.Line("               " + FactText(fact));
   }
   for (const sxRevocationEvidence &said : evidence) {

@@ -75,6 +75,7 @@ void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
                      !publisher.Equal(*m_cert->Issuer());
   for (int round = 0; round < kMaxRounds && !m_isRevoked && m_covered != kAllReasons; ++round) {
     m_isTold = round > 0;
+    m_isWaiting = false;
     Found found;
     for (const Candidate &pushed : PushedBy(publisher, false)) { LookAt(pushed, point.point, &found); }
     SeenSets seen;
@@ -86,6 +87,7 @@ void CrlJudge::Cover(const CrlPoint &point, bool isImplied) {
     if (mayAsk && AskAny(point.places, sxStatusSource::kCrl, seen)) break;
     const bool isBrought = found.best.signer != nullptr && found.best.from.place == nullptr;
     if (isBrought && !isImplied && AskDisk(point.places, seen)) break;
+    if (m_isWaiting) break;  // it may be a newer one
     const bool isLate = found.best.signer == nullptr;
     if (!Take(isLate ? found.late : found.best, isLate)) break;
   }
@@ -244,7 +246,7 @@ bool CrlJudge::IsSignerGood(const RevocationPath::Signer &signer, const char **w
   }
   if (status.state == CertStatus::kGood) return true;
   if (status.state == CertStatus::kUnknown && status.code == sxValidation_unknownStatus) return true;
-  m_isPending = m_isPending || status.state == CertStatus::kPending;
+  if (status.state == CertStatus::kPending) m_isPending = m_isWaiting = true;
   *why = status.state == CertStatus::kRevoked ? "the certificate of who signed it was revoked"
                                               : "whether the certificate of who signed it was revoked is not known";
   return false;
@@ -273,7 +275,7 @@ void CrlJudge::VerifyLater(const Candidate &candidate, const char **why) {
     m_needs->push_back({name, {}, {}, sxStatusSource::kCrl, m_level, nullptr, candidate.crl});
   }
   *why = "its signature is still being verified";
-  m_isPending = true;
+  m_isPending = m_isWaiting = true;
 }
 
 void CrlJudge::LookAt(const Candidate &candidate, const sxDistPoint &point, Found *found) {
@@ -349,7 +351,7 @@ bool CrlJudge::Take(const Usable &usable, bool isLate) {
   Usable delta;
   std::vector<CrlPlace> places;
   if (m_settings.useDeltas) places = DeltaPlaces(usable.from.crl->Crl());
-  if (m_settings.useDeltas && !FindDelta(usable, places, &delta)) return false;
+  if (m_settings.useDeltas && (!FindDelta(usable, places, &delta) || m_isWaiting)) return false;
   if (isLate && delta.signer == nullptr) return TellLate(usable), false;
   sxRevokedEntry entry, update;
   const bool isUpdated = delta.signer != nullptr && delta.from.crl->Crl().FindEntry(*m_cert, &update);

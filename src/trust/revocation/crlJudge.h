@@ -126,6 +126,7 @@ class CrlJudge {
   std::vector<CrlNeed> *const m_needs;
   std::vector<sxRevocationEvidence> *const m_evidence;
 
+  bool m_isWaiting = false;                            // for the signature of one that was just looked at
   bool m_isOfSigner = false;                           // what is judged signed a CRL itself
   std::vector<std::shared_ptr<const sxCert>> m_known;  // of KnownSigner
   std::map<const sxCert *, CertStatus> m_signers;      // that are not of the path, and were judged

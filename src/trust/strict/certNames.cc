@@ -11,6 +11,8 @@
 namespace {
 
 constexpr unsigned char kMailAttribute[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 1};  // emailAddress
+constexpr unsigned char kSmtpUtf8Mailbox[] = {0x2B, 6, 1, 5, 5, 7, 8, 9};                  // RFC 9598, 3
+constexpr char kNoText[] = "a name without a text";
 constexpr char kUndecodable[] = "alternative names that cannot be decoded";
 
 // A presented name may begin with a wildcard; what is below a base is so with any label there.
@@ -38,7 +40,7 @@ std::string Mailbox(std::string_view text) {
 CertNames::CertNames(const StrictCert &cert) {
   if (!sxIsEmptyName(cert.Get().subject)) {
     AddDn(cert.Get().subject);
-    m_names.back().shown = sxNameText(cert.Cert().Subject(), "a name without a text");
+    m_names.back().shown = sxNameText(cert.Cert().Subject(), kNoText);
   }
   const sxPlainExtension *const extension = cert.Find(kOidSubjectAltName);
   if (extension == nullptr) {
@@ -66,9 +68,22 @@ void CertNames::AddDn(sxOctetView name) {
   m_names.push_back({sxNameKind::kDn, "", &flat, "a directory name", isRead});
 }
 
+// RFC 9598, 6: one of the names that constraints on mailboxes are about. Its host is in ASCII.
+void CertNames::AddOther(sxOctetView content) {
+  sxDerReader fields(content), inside;
+  sxOctetView type, text;
+  if (!fields.Take(kDerOid, &type) || !sxEqual(type, kSmtpUtf8Mailbox)) return;
+  const bool isRead = fields.Enter(DerContextConstructed(0), &inside) && inside.Take(kDerUtf8String, &text);
+  std::string mailbox = isRead ? Mailbox(StrictText(text)) : "";
+  const bool isOne = !mailbox.empty();
+  m_names.push_back({sxNameKind::kEmail, std::move(mailbox), nullptr, sxVisibleText(StrictText(text)), isOne});
+}
+
 // RFC 5280, 4.2.1.10: for certificates from before there were alternative names.
 void CertNames::AddMailOfSubject() {
   if (m_flats.empty()) return;
+  if (!m_names.front().isComparable)
+    m_names.push_back({sxNameKind::kEmail, "", nullptr, "a subject that cannot be read", false});
   for (const sxAva &ava : m_flats.front().Avas()) {
     if (!sxEqual({ava.oid, ava.oidLen}, kMailAttribute)) continue;
     const std::string_view text = StrictText({ava.value, ava.valueLen});
@@ -84,7 +99,13 @@ void CertNames::Add(const sxDerElement &name) {
   if (number > static_cast<int>(sxNameKind::kOid)) return;  // none that the RFC knows
   const auto kind = static_cast<sxNameKind>(number);
   const std::string_view text = StrictText(name.content);
-  if (kind == sxNameKind::kDn) return AddDn(name.content);
+  if (kind == sxNameKind::kDn) {
+    AddDn(name.content);
+    const sxDN dn(name.content.data(), sxLen(name.content));
+    m_names.back().shown = sxNameText(&dn, kNoText);
+    return;
+  }
+  if (kind == sxNameKind::kOther) AddOther(name.content);
   ComparedName compared = {kind, "", nullptr, sxVisibleText(text), true};
   switch (kind) {
     case sxNameKind::kDns: compared.text = Host(text); break;

@@ -20,6 +20,7 @@ class CertNames {
  private:
   void AddDn(sxOctetView name);
   void AddMailOfSubject();
+  void AddOther(sxOctetView content);
   void Add(const sxDerElement &name);
 
   std::deque<sxFlatName> m_flats;  // lent to the names

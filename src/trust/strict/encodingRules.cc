@@ -206,13 +206,12 @@ StrictOutcome HasKeyIds(StrictPath &path, int level) {
                         "absent");
 }
 
-// Of types without a row, and of values that are not DER, whose form nobody reads. What the certificate keeps was decoded
-// when it was built; it stops at a critical extension that it does not know.
+// Of types without a row, and of values that are not DER, whose form nobody reads. What the certificate keeps is not looked
+// up: it may hold thousands, and the first of a type alone.
 bool Decodes(const StrictCert &cert, const StrictExtension &extension) {
   if (StrictCert::IsIssuedType(extension.oid)) return cert.Issued(extension) != nullptr;
   sxAsnOid oid;
   oid.Set(extension.oid.data(), sxLen(extension.oid));
-  if (cert.Cert().GetExt(&oid) != nullptr) return true;
   const sxExtParser *row = Get_ExtParserTable();
   while (row->oid != nullptr && !row->oid->OidEquiv(oid)) ++row;
   if (row->oid == nullptr || row->parse == sxParseNoParse) return true;

@@ -11,14 +11,19 @@ StrictOutcome NamesHold(StrictPath &path, int level) {
   for (const NameFailure &failure : verdict.failures) {
     if (failure.level == level && failure.kind == kKind) return StrictFails(failure.facts);
   }
+  if (kKind == NameFailure::kUnreadable) return StrictPasses();
+  if (!verdict.isComplete) return StrictNotChecked("more names than are compared");
+  if (level < verdict.topUnreadable) return StrictNotChecked("constraints of a CA above cannot be read");
   return StrictPasses();
 }
 
 template <bool kMalformed>
 StrictOutcome PoliciesHold(StrictPath &path, int level) {
   const PolicyVerdict &verdict = path.PolicyFailure();
-  const bool isHere = !verdict.isValid && verdict.level == level && verdict.isMalformed == kMalformed;
-  return isHere ? StrictFails(verdict.facts) : StrictPasses();
+  if (verdict.isValid || level > verdict.level) return StrictPasses();
+  if (level < verdict.level) return StrictNotChecked("the path's policies ended above");
+  if (verdict.isMalformed == kMalformed) return StrictFails(verdict.facts);
+  return kMalformed ? StrictPasses() : StrictNotChecked("its policies cannot be read");
 }
 
 constexpr char kNameSource[] = "RFC 5280, 6.1.3 (b), (c)";

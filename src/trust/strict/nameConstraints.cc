@@ -15,26 +15,37 @@ constexpr char kNoName[] = "no name";
 
 // The constraints of one CA.
 struct Constraints {
+  int level;
   NameTree permitted, excluded;
-  bool isReadable = true;
+  const char *fault = nullptr;  // why they cannot be obeyed
   bool isCritical = false;
 };
 
 // RFC 5280, 4.2.1.10: of minimum and maximum nobody has made use; whoever meets them obeys or refuses.
-bool AddAll(const std::vector<sxNameSubtree> &subtrees, NameTree *tree) {
-  return std::ranges::all_of(subtrees, [tree](const sxNameSubtree &subtree) {
-    return subtree.minimum == 0 && subtree.maximum == -1 && tree->Add(subtree.base);
-  });
+const char *AddAll(const std::vector<sxNameSubtree> &subtrees, NameTree *tree) {
+  for (const sxNameSubtree &subtree : subtrees) {
+    if (subtree.minimum != 0 || subtree.maximum != -1) return "a base with a minimum or a maximum";
+    if (!tree->Add(subtree.base)) return "a base that is none of its kind";
+  }
+  return nullptr;
 }
 
-std::unique_ptr<Constraints> ReadConstraints(const StrictCert &cert) {
+// @return null without any
+std::unique_ptr<Constraints> ReadConstraints(const StrictCert &cert, int level) {
   const sxPlainExtension *const extension = cert.Find(kOidNameConstraints);
   if (extension == nullptr) return nullptr;
   auto out = std::make_unique<Constraints>();
+  out->level = level;
   out->isCritical = extension->critical;
   const auto *const constraints = static_cast<const sxNameConstraints *>(cert.Issued(*extension));
-  out->isReadable = constraints != nullptr && AddAll(constraints->Space().permitted, &out->permitted) &&
-                    AddAll(constraints->Space().excluded, &out->excluded);
+  if (cert.HasTwo(kOidNameConstraints)) {
+    out->fault = "the extension is there twice";
+  } else if (constraints == nullptr) {
+    out->fault = "they cannot be decoded";
+  } else {
+    out->fault = AddAll(constraints->Space().permitted, &out->permitted);
+    if (out->fault == nullptr) out->fault = AddAll(constraints->Space().excluded, &out->excluded);
+  }
   return out;
 }
 
@@ -50,27 +61,42 @@ class Judge {
   explicit Judge(const StrictPath &path) : m_path(path) {}
 
   NameVerdict Run() {
-    for (int above = m_path.Top(); above > 0 || above == m_path.Top(); --above) {
-      const std::unique_ptr<Constraints> constraints = ReadConstraints(m_path.At(above));
-      if (constraints == nullptr) continue;
-      m_verdict.hasConstraints = true;
-      if (!constraints->isReadable) {
-        Fail(NameFailure::kUnreadable, above, {});
-        continue;
-      }
-      for (int level = above - 1; level >= 0; --level) {
+    Read();
+    for (const std::unique_ptr<Constraints> &constraints : m_constraints) {
+      for (int level = constraints->level - 1; level >= 0 && m_verdict.isComplete; --level) {
         // RFC 5280, 6.1.3 (b): a CA that changes its key does so under its own name.
-        if (level == 0 || !m_path.At(level).IsSelfIssued()) Compare(level, *constraints, m_path.At(above));
+        if (level == 0 || !m_path.At(level).IsSelfIssued()) Compare(level, *constraints);
       }
     }
     return std::move(m_verdict);
   }
 
  private:
+  // From the root down.
+  void Read() {
+    for (int level = m_path.Top(); level > 0 || level == m_path.Top(); --level) {
+      std::unique_ptr<Constraints> constraints = ReadConstraints(m_path.At(level), level);
+      if (constraints == nullptr) continue;
+      m_verdict.hasConstraints = true;
+      if (constraints->fault == nullptr) {
+        m_constraints.push_back(std::move(constraints));
+        continue;
+      }
+      std::vector<sxFact> facts;
+      facts.push_back({"name constraints", constraints->fault});
+      Fail(NameFailure::kUnreadable, level, std::move(facts));
+      m_verdict.topUnreadable = std::max(m_verdict.topUnreadable, level);
+    }
+  }
+
+  bool HasFailed(NameFailure::Kind kind, int level) const {
+    return std::ranges::any_of(m_verdict.failures, [kind, level](const NameFailure &failure) {
+      return failure.kind == kind && failure.level == level;
+    });
+  }
+
   void Fail(NameFailure::Kind kind, int level, std::vector<sxFact> facts) {
-    const auto isThere = [level](const NameFailure &failure) { return failure.level == level; };
-    if (!std::ranges::any_of(m_verdict.failures, isThere))
-      m_verdict.failures.push_back({kind, level, std::move(facts)});
+    if (!HasFailed(kind, level)) m_verdict.failures.push_back({kind, level, std::move(facts)});
   }
 
   const CertNames &NamesOf(int level) {
@@ -78,30 +104,39 @@ class Judge {
     return m_names[static_cast<size_t>(level)];
   }
 
-  void Compare(int level, const Constraints &constraints, const StrictCert &issuer) {
+  void Compare(int level, const Constraints &constraints) {
+    const StrictCert &issuer = m_path.At(constraints.level);
+    bool isInside = !HasFailed(NameFailure::kOutside, level);
     for (const ComparedName &name : NamesOf(level).All()) {
+      if (!constraints.permitted.Has(name.kind) && !constraints.excluded.Has(name.kind)) continue;
       if (m_numCompared++ == kMaxComparedNames) {
         std::vector<sxFact> facts;
         facts.push_back({"more names than are compared", std::to_string(kMaxComparedNames)});
+        m_verdict.isComplete = false;
         return Fail(NameFailure::kTooMany, level, std::move(facts));
       }
-      const bool hasPermitted = constraints.permitted.Has(name.kind), hasExcluded = constraints.excluded.Has(name.kind);
-      if (!hasPermitted && !hasExcluded) continue;
       if (!NameTree::IsSupported(name.kind)) {
         if (constraints.isCritical) Fail(NameFailure::kUnknownKind, level, FactsOf("name", name, issuer));
         continue;
       }
-      if (!name.isComparable) return Fail(NameFailure::kOutside, level, FactsOf("cannot be compared", name, issuer));
-      if (hasExcluded && constraints.excluded.Touches(name)) {
-        return Fail(NameFailure::kOutside, level, FactsOf("excluded", name, issuer));
-      }
-      if (hasPermitted && !constraints.permitted.Contains(name)) {
-        return Fail(NameFailure::kOutside, level, FactsOf("not permitted", name, issuer));
-      }
+      const char *const fault = isInside ? Misfit(name, constraints) : nullptr;
+      if (fault == nullptr) continue;
+      Fail(NameFailure::kOutside, level, FactsOf(fault, name, issuer));
+      isInside = false;  // one is told
     }
   }
 
+  // @return why a name of a kind that the constraints have does not stand them, or null
+  static const char *Misfit(const ComparedName &name, const Constraints &constraints) {
+    const bool hasExcluded = constraints.excluded.Has(name.kind);
+    if (!name.isComparable) return "cannot be compared";
+    if (hasExcluded && constraints.excluded.Touches(name)) return "excluded";
+    if (constraints.permitted.Has(name.kind) && !constraints.permitted.Contains(name)) return "not permitted";
+    return hasExcluded && constraints.excluded.MayHide(name) ? "cannot be compared" : nullptr;
+  }
+
   const StrictPath &m_path;
+  std::vector<std::unique_ptr<Constraints>> m_constraints;  // those that can be obeyed
   std::deque<CertNames> m_names;
   size_t m_numCompared = 0;
   NameVerdict m_verdict;

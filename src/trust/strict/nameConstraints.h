@@ -9,8 +9,9 @@
 
 class StrictPath;
 
-/// Names of one path that are compared, once for each CA above that has constraints. A name costs as many look-ups as it has
-/// labels or RDNs, each among at most kMaxIssuedItems bases of a list, which are sorted: a list with more is unreadable.
+/// Names of one path that are compared, once for each CA above that has constraints of their kind. A name costs as many
+/// look-ups as it has labels or RDNs, each among at most kMaxIssuedItems bases of a list, which are sorted: a list with more
+/// is unreadable.
 constexpr size_t kMaxComparedNames = size_t{1} << 18;
 
 struct NameFailure {
@@ -21,7 +22,9 @@ struct NameFailure {
 
 struct NameVerdict {
   bool hasConstraints = false;
-  std::vector<NameFailure> failures;  ///< one for each certificate at most
+  std::vector<NameFailure> failures;  ///< one of each kind for each certificate at most
+  int topUnreadable = -1;             ///< level of the highest CA whose constraints are not known; -1: there is none
+  bool isComplete = true;             ///< else names were left when the bound was reached
 };
 
 /// The names of each certificate against the constraints of all above, the root's included. Self-issued certificates but

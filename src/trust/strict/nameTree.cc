@@ -5,6 +5,7 @@
 #include "cert/dnValue.h"
 #include "cert/generalNameForms.h"
 #include "cert/sxDN_imp.h"
+#include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "trust/strict/hostNames.h"
 
 namespace {
@@ -24,6 +25,14 @@ std::string Masked(std::string_view address, std::string_view mask) {
   std::string out(address);
   for (size_t i = 0; i < out.size(); ++i) out[i] = static_cast<char>(out[i] & mask[i]);
   return out;
+}
+
+// Of another set of characters than those that are compared, whose octets tell nothing about its text.
+bool IsOdd(const sxAva &ava) {
+  sxValueText value;
+  if (!sxValueOctets(ava, &value) || value.raw) return true;
+  return ava.choice == sxASN_AttributeValue::teletexStringCid &&
+         std::ranges::any_of(value.octets, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
 }
 
 }  // namespace
@@ -52,7 +61,7 @@ bool NameTree::AddDn(const sxDN &base) {
   for (uint32_t i = 0; i < flat.NumRdns(); ++i) {
     rdn = flat.Next(rdn, i);
     std::string key;
-    if (!sxAppendRdnKey(rdn, &key)) return false;
+    if (!sxAppendRdnKey(rdn, &key) || std::any_of(rdn.begin, rdn.end, IsOdd)) return false;
     const auto [next, isNew] = m_rdns.try_emplace({node, std::move(key)}, m_numNodes);
     if (isNew) ++m_numNodes;
     node = next->second;
@@ -91,6 +100,10 @@ bool NameTree::AddHost(sxNameKind kind, const std::string &text) {
   return true;
 }
 
+bool NameTree::MayHide(const ComparedName &name) const {
+  return name.kind == sxNameKind::kDn && name.name != nullptr && MatchDn(*name.name) == DnMatch::kNobodyKnows;
+}
+
 bool NameTree::Touches(const ComparedName &name) const {
   if (Contains(name)) return true;
   const auto found = m_hosts.find(name.kind);
@@ -101,7 +114,7 @@ bool NameTree::Touches(const ComparedName &name) const {
 // No base has an asterisk, so that a wildcard name is met by those above it alone, which all of its hosts are below.
 bool NameTree::Contains(const ComparedName &name) const {
   switch (name.kind) {
-    case sxNameKind::kDn: return name.name != nullptr && MatchesDn(*name.name);
+    case sxNameKind::kDn: return name.name != nullptr && MatchDn(*name.name) == DnMatch::kBelow;
     case sxNameKind::kIp: return MatchesAddress(name.text);
     case sxNameKind::kEmail:
       return m_mailboxes.contains(name.text) ||
@@ -110,20 +123,23 @@ bool NameTree::Contains(const ComparedName &name) const {
   }
 }
 
-bool NameTree::MatchesDn(const sxFlatName &name) const {
+NameTree::DnMatch NameTree::MatchDn(const sxFlatName &name) const {
   int node = kRootNode;
-  if (m_ends.contains(node)) return true;
+  if (m_ends.contains(node)) return DnMatch::kBelow;
   sxFlatName::Range rdn = name.Start();
   for (uint32_t i = 0; i < name.NumRdns(); ++i) {
     rdn = name.Next(rdn, i);
     std::string key;
-    if (!sxAppendRdnKey(rdn, &key)) return false;
+    if (!sxAppendRdnKey(rdn, &key)) return DnMatch::kNobodyKnows;
     const auto next = m_rdns.find({node, std::move(key)});
-    if (next == m_rdns.end()) return false;
+    if (next == m_rdns.end()) {
+      const bool hasOthers = m_rdns.lower_bound({node, ""}) != m_rdns.lower_bound({node + 1, ""});
+      return hasOthers && std::any_of(rdn.begin, rdn.end, IsOdd) ? DnMatch::kNobodyKnows : DnMatch::kNotBelow;
+    }
     node = next->second;
-    if (m_ends.contains(node)) return true;
+    if (m_ends.contains(node)) return DnMatch::kBelow;
   }
-  return false;
+  return DnMatch::kNotBelow;
 }
 
 // There are no more masks than an address has bits, and two.

@@ -28,6 +28,9 @@ class NameTree {
   // whoever holds its key is each of them: it is inside only when all of them are, and touches a base when one is.
   bool Contains(const ComparedName &name) const;  ///< all that the name stands for is at or below a base
   bool Touches(const ComparedName &name) const;   ///< some of it is
+  /// Whether a directory name has a value that stands beside one of a base's, and whose string type is not compared: it
+  /// may be the same text.
+  bool MayHide(const ComparedName &name) const;
 
   static bool IsSupported(sxNameKind kind);
 
@@ -35,7 +38,8 @@ class NameTree {
   bool AddDn(const sxDN &base);
   bool AddAddress(const std::vector<unsigned char> &octets);
   bool AddHost(sxNameKind kind, const std::string &text);
-  bool MatchesDn(const sxFlatName &name) const;
+  enum class DnMatch { kBelow, kNotBelow, kNobodyKnows };
+  DnMatch MatchDn(const sxFlatName &name) const;
   bool MatchesAddress(const std::string &octets) const;
   bool MatchesHost(sxNameKind kind, std::string_view host) const;
 

@@ -28,44 +28,50 @@ const Oid &AnyPolicy() {
 
 // What one certificate says of policies.
 struct Said {
-  bool isMalformed = false;
+  const char *fault = nullptr;     // of an extension that does not decode, or says what it must not
+  sxOctetView malformed = {};      // that extension's type
   std::optional<OidSet> policies;  // none: no such extension
   std::map<Oid, OidSet> mappings;
   int requireExplicit = -1, inhibitMapping = -1, inhibitAny = -1;  // -1: absent
 };
 
-// Each reads one extension. @return false: it is malformed
-bool ReadPolicies(const sxExtension &extension, Said *said) {
+// Each reads one extension. @return what is wrong with it, or null
+const char *ReadPolicies(const sxExtension &extension, bool isCritical, Said *said) {
   said->policies.emplace();
-  return std::ranges::all_of(static_cast<const sxCertPolicies &>(extension).Policies(), [said](const sxPolicy &policy) {
-    return said->policies->insert(KeyOf(policy.id)).second;  // none twice (RFC 5280, 4.2.1.4)
-  });
+  for (const sxPolicy &policy : static_cast<const sxCertPolicies &>(extension).Policies()) {
+    if (!said->policies->insert(KeyOf(policy.id)).second) return "a policy is there twice";  // RFC 5280, 4.2.1.4
+    // The same section: who cannot interpret all of a critical one refuses it.
+    const auto isUnknown = [](const sxPolicyQualifier &qualifier) { return !qualifier.octets.empty(); };
+    if (isCritical && std::ranges::any_of(policy.qualifiers, isUnknown))
+      return "it is critical, with an unknown qualifier";
+  }
+  return nullptr;
 }
 
-bool ReadMappings(const sxExtension &extension, Said *said) {
+const char *ReadMappings(const sxExtension &extension, bool /*isCritical*/, Said *said) {
   for (const sxPolicyMapping &mapping : static_cast<const sxPolicyMappings &>(extension).Mappings()) {
     const Oid from = KeyOf(mapping.issuerDomain), to = KeyOf(mapping.subjectDomain);
-    if (from == AnyPolicy() || to == AnyPolicy()) return false;  // RFC 5280, 6.1.4 (a)
+    if (from == AnyPolicy() || to == AnyPolicy()) return "any policy is mapped";  // RFC 5280, 6.1.4 (a)
     said->mappings[from].insert(to);
   }
-  return true;
+  return nullptr;
 }
 
-bool ReadLimits(const sxExtension &extension, Said *said) {
+const char *ReadLimits(const sxExtension &extension, bool /*isCritical*/, Said *said) {
   const sxPolicyLimits &limits = static_cast<const sxPolicyConstraints &>(extension).Limits();
   said->requireExplicit = limits.requireExplicit;
   said->inhibitMapping = limits.inhibitMapping;
-  return true;
+  return nullptr;
 }
 
-bool ReadInhibitAny(const sxExtension &extension, Said *said) {
+const char *ReadInhibitAny(const sxExtension &extension, bool /*isCritical*/, Said *said) {
   said->inhibitAny = static_cast<const sxInhibitAnyPolicy &>(extension).SkipCerts();
-  return true;
+  return nullptr;
 }
 
 struct ReaderRow {
   sxOctetView oid;
-  bool (*read)(const sxExtension &extension, Said *said);
+  const char *(*read)(const sxExtension &extension, bool isCritical, Said *said);
 };
 constexpr ReaderRow kReaders[] = {{kOidPolicies, ReadPolicies},
                                   {kOidPolicyMappings, ReadMappings},
@@ -78,7 +84,12 @@ Said Read(const StrictCert &cert) {
     const sxPlainExtension *const extension = cert.Find(row.oid);
     if (extension == nullptr) continue;
     const sxExtension *const parsed = cert.Issued(*extension);
-    said.isMalformed |= parsed == nullptr || !row.read(*parsed, &said);
+    const char *const fault = cert.HasTwo(row.oid) ? "it is there twice"
+                              : parsed == nullptr  ? "it cannot be decoded"
+                                                   : row.read(*parsed, extension->critical, &said);
+    if (fault == nullptr || said.fault != nullptr) continue;
+    said.fault = fault;
+    said.malformed = row.oid;
   }
   return said;
 }
@@ -192,7 +203,7 @@ class Judge {
     for (int level = m_top; level >= 0; --level) {
       const StrictCert &cert = m_path.At(level);
       const Said said = Read(cert);
-      if (said.isMalformed) return Malformed(level);
+      if (said.fault != nullptr) return Malformed(level, said);
       Process(level, said);
       if (m_explicit.left == 0 && m_graph.IsNull()) return None(level);
       if (level > 0) {
@@ -246,8 +257,12 @@ class Judge {
     return verdict;
   }
 
-  static PolicyVerdict Malformed(int level) {
+  static PolicyVerdict Malformed(int level, const Said &said) {
     PolicyVerdict verdict;
+    sxAsnOid type;
+    type.Set(said.malformed.data(), sxLen(said.malformed));
+    verdict.facts.push_back({"extension", sxOidWords(type)});
+    verdict.facts.push_back({"fault", said.fault});
     verdict.isValid = false;
     verdict.isMalformed = true;
     verdict.level = level;
@@ -269,7 +284,8 @@ bool PoliciesCannotFail(const StrictPath &path) {
     const StrictExtension &extension = cert.Extensions()[i];
     const auto isIt = [&extension](const ReaderRow &row) { return sxEqual(row.oid, extension.oid); };
     if (!std::ranges::any_of(kReaders, isIt)) return false;
-    if (sxEqual(extension.oid, kOidPolicyConstraints)) return true;
+    if (sxEqual(extension.oid, kOidPolicyConstraints) || cert.HasTwo(extension.oid)) return true;
+    if (sxEqual(extension.oid, kOidPolicies) && extension.critical) return true;  // it may have any qualifier
     const StrictForm &form = cert.Form(i);
     // Longer ones may have more elements than are read.
     return !form.isDer || form.fault.reason != nullptr || extension.value.size() > kMaxIssuedItems;

@@ -117,6 +117,10 @@ const sxPlainExtension *StrictCert::Find(sxOctetView oid) const {
   return found == m_extensions.end() ? nullptr : &*found;
 }
 
+bool StrictCert::HasTwo(sxOctetView oid) const {
+  return std::ranges::count_if(m_extensions, [oid](const sxPlainExtension &e) { return sxEqual(e.oid, oid); }) > 1;
+}
+
 const StrictForm &StrictCert::Form(size_t i) const {
   if (m_forms.empty()) m_forms.resize(m_extensions.size());
   StrictForm &form = m_forms[i];

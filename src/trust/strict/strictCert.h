@@ -58,6 +58,7 @@ class StrictCert {
   const std::vector<StrictExtension> &Extensions() const { return m_extensions; }
   sxOctetView ExtensionList() const { return m_list; }  ///< for sxForEachExtension
   const sxPlainExtension *Find(sxOctetView oid) const;  ///< the first one, or null
+  bool HasTwo(sxOctetView oid) const;                   ///< which of them counts nobody knows
   const StrictForm &Form(size_t i) const;               ///< of the extension of that number; read at the first call
 
   /// One of those that Get_IssuedExtParserTable knows, decoded once. Null: it does not decode, or is another one.

@@ -1,5 +1,7 @@
 #include "chainBuild.h"
 
+#include <set>
+
 #include "certFacts.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/trust/sortCerts.h"
@@ -47,6 +49,31 @@ HolderRef MakeHolder(const std::vector<FoundCert> &trust) {
     sxFreePKobj(root);
   }
   return holder;
+}
+
+IssuerIndex::IssuerIndex(std::vector<FoundCert> certs) : m_certs(std::move(certs)) {
+  for (size_t i = 0; i < m_certs.size(); ++i) {
+    const sxDN *const subject = m_certs[i].cert->Subject();
+    if (subject != nullptr) m_bySubject.emplace(subject->Hash(), i);
+  }
+}
+
+std::vector<FoundCert> IssuerIndex::Above(const sxCert &cert) const {
+  std::vector<FoundCert> found;
+  std::set<uint64_t> names;
+  std::vector<const sxCert *> waiting = {&cert};
+  while (!waiting.empty()) {
+    const sxDN *const issuer = waiting.back()->Issuer();
+    waiting.pop_back();
+    if (issuer == nullptr || !names.insert(issuer->Hash()).second) continue;
+    const auto [begin, end] = m_bySubject.equal_range(issuer->Hash());
+    for (auto known = begin; known != end; ++known) {
+      const FoundCert &above = m_certs[known->second];
+      found.push_back({CertRef(NewReference(above.cert.get())), above.where});
+      waiting.push_back(above.cert.get());
+    }
+  }
+  return found;
 }
 
 void JudgeGiven(const GivenCerts &given, sxKeyHolder &holder, const ValidateParams &params, int flags,

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "certInput.h"
@@ -32,6 +33,18 @@ struct GivenCerts {
   const sxOcspResponses *responses = nullptr;
   bool mayFetch = false;
   sxStrictQuestion strict = {};
+};
+
+/// Certificates by the names that they have, to give each question those alone that may be above its end entity.
+class IssuerIndex {
+ public:
+  explicit IssuerIndex(std::vector<FoundCert> certs);
+  /// Whoever may have issued it by name, who may have issued these, and so on; each once.
+  std::vector<FoundCert> Above(const sxCert &cert) const;
+
+ private:
+  std::vector<FoundCert> m_certs;
+  std::unordered_multimap<uint64_t, size_t> m_bySubject;
 };
 
 struct JudgedChain {

@@ -208,11 +208,14 @@ void JudgeEach(Question &question, Report &report) {
   for (FoundCert &found : all) (IsCA(*found.cert) ? question.given.untrusted : ends).push_back(std::move(found));
   if (ends.empty())
     return report.Problem(kExitInputError, "", "no end entity in it: all certificates are those of CAs");
+  const IssuerIndex issuers(std::move(question.given.untrusted));
   for (FoundCert &end : ends) {
     question.given.endEntity.clear();
     report.Line("== " + VisibleLine(end.where));
+    question.given.untrusted = issuers.Above(*end.cert);
     question.given.endEntity.push_back(std::move(end));
-    verdicts.push_back(JudgeOne(question, report));
+    Facts verdict = JudgeOne(question, report);
+    if (report.IsJson()) verdicts.push_back(std::move(verdict));
     report.Line();
   }
 }

@@ -15,6 +15,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
+#include "kxcert/keys/keyForms.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "nameFacts.h"
 #include "nameForm.h"
@@ -101,7 +102,7 @@ std::string SerialText(const sxCert &cert) {
 std::string KeyText(const sxCert &cert) {
   if (cert.PubKey() == nullptr) return "(none)";
   return std::string(NameOf(kAlgorithms, cert.PubKey()->algorithm())) + ", " +
-         std::to_string(cert.PubKey()->GetLen(sxPK_len_bits)) + " bits";
+         std::to_string(sxPubKey_NumBits(cert.PubKey())) + " bits";
 }
 
 std::string ValidityText(const sxCert &cert) {
@@ -160,7 +161,7 @@ Facts CertFacts(const sxCert &cert) {
   if (cert.ExtKeyUsage() != nullptr) facts["extKeyUsage"] = PurposeFacts(*cert.ExtKeyUsage());
   if (cert.PubKey() != nullptr) {
     facts["key"] = {{"algorithm", NameOf(kAlgorithms, cert.PubKey()->algorithm())},
-                    {"bits", cert.PubKey()->GetLen(sxPK_len_bits)}};
+                    {"bits", sxPubKey_NumBits(cert.PubKey())}};
   }
   if (cert.SubjectKeyId() != nullptr) facts["subjectKeyId"] = KeyIdText(cert.SubjectKeyId());
   if (cert.AuthorityKeyId() != nullptr) facts["authorityKeyId"] = KeyIdText(cert.AuthorityKeyId());

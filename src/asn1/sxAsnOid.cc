@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "kxcert/asn1/oidNames.h"
 #include "kxcert/asn1/sxAsnPrint.h"
@@ -14,6 +15,50 @@ namespace {
 
 constexpr int kMaxContent = 5 * kMaxOidArcs;  // octets that eleven arcs of 32 bits take
 constexpr int kPrintText = 200;
+constexpr uint32_t kLimb = 1000000000;
+constexpr size_t kLimbDigits = 9;
+
+// A sub-identifier, which may have any length (X.690, 8.19.2).
+class Decimal {
+ public:
+  void Append(unsigned char octet) {
+    uint64_t carry = octet & 0x7FU;
+    for (uint32_t &limb : m_limbs) {
+      carry += uint64_t{limb} << 7;
+      limb = static_cast<uint32_t>(carry % kLimb);
+      carry /= kLimb;
+    }
+    if (carry != 0) m_limbs.push_back(static_cast<uint32_t>(carry));
+  }
+
+  // The first arc that the first sub-identifier holds (X.690, 8.19.4); the second one is left.
+  unsigned TakeFirstArc() {
+    if (m_limbs.empty()) return 0;
+    const uint32_t arc = m_limbs.size() > 1 || m_limbs[0] >= 80 ? 2 : m_limbs[0] / 40;
+    for (size_t i = 0, part = size_t{40} * arc; part > 0; ++i, part = 1) {
+      const bool borrows = m_limbs[i] < part;
+      m_limbs[i] = static_cast<uint32_t>(m_limbs[i] + (borrows ? kLimb : 0) - part);
+      if (!borrows) break;
+    }
+    while (!m_limbs.empty() && m_limbs.back() == 0) m_limbs.pop_back();
+    return arc;
+  }
+
+  bool IsLongerThan(size_t numDigits) const { return m_limbs.size() > numDigits / kLimbDigits + 1; }
+
+  std::string Text() const {
+    if (m_limbs.empty()) return "0";
+    std::string text = std::to_string(m_limbs.back());
+    for (size_t i = m_limbs.size() - 1; i > 0; --i) {
+      const std::string digits = std::to_string(m_limbs[i - 1]);
+      text.append(kLimbDigits - digits.size(), '0').append(digits);
+    }
+    return text;
+  }
+
+ private:
+  std::vector<uint32_t> m_limbs;  // the lowest first; the highest is not 0
+};
 
 }  // namespace
 
@@ -53,21 +98,22 @@ int sxAsnOid::GetStr(char *buf, int bufLen) const {
     return fits;
   };
   bool fits = true;
-  uint32_t value = 0;
-  bool first = true;
+  bool isWhole = true;
+  Decimal value;
   for (int i = 0; fits && i < Len(); ++i) {
-    value = value << 7 | (Data()[i] & 0x7FU);  // larger arcs wrap: 32 bits are what the text shows
-    if ((Data()[i] & 0x80) != 0) continue;
-    if (first) {
-      const uint32_t arc1 = value / 40 > 2 ? 2 : value / 40;
-      fits = append(std::to_string(arc1) + "." + std::to_string(value - 40 * arc1));
-    } else {
-      fits = append("." + std::to_string(value));
-    }
-    first = false;
-    value = 0;
+    value.Append(Data()[i]);
+    isWhole = (Data()[i] & 0x80) == 0;
+    if (!isWhole && !value.IsLongerThan(static_cast<size_t>(bufLen))) continue;
+    const std::string first = text.empty() ? std::to_string(value.TakeFirstArc()) : "";
+    fits = append(first + "." + value.Text());
+    value = Decimal();
   }
+  if (fits && !isWhole) text += "?";
   std::memcpy(buf, text.c_str(), text.size() + 1);
+  if (fits && !isWhole) {
+    herror_func(0, 0, "sxAsnOid::GetStr the last arc has no end");
+    return -1;
+  }
   return fits ? 0 : tooShort();
 }
 
@@ -90,7 +136,8 @@ int sxAsnOid::EncContent(sxAsnWriteBuf &buf) { return buf.PutSeg(Data(), Len()) 
 
 int sxAsnOid::Describe(SxStream &out, int) const {
   char text[kPrintText];
-  if (GetStr(text, sizeof text) < 0) {
+  const bool isWhole = Len() == 0 || (Data()[Len() - 1] & 0x80) == 0;
+  if (GetStr(text, sizeof text) < 0 && isWhole) {
     out.Puts("sxAsnOid::Print can't print, buffer to short");
     return -1;
   }

@@ -168,7 +168,7 @@ std::string sxAnyName::Str() const {
     case sxNameKind::kUri: return sxOneLine(text);
     case sxNameKind::kDn: {
       const char *const name = dn.has_value() ? dn->GetStr() : nullptr;
-      return name == nullptr ? "" : sxOneLine(name);
+      return name == nullptr ? "(cannot be read)" : sxOneLine(name);  // "" is a name, and every one as a base
     }
     case sxNameKind::kIp:
       return IsAddressLen(octets.size(), sxNameUse::kName) || IsAddressLen(octets.size(), sxNameUse::kBase)

@@ -39,7 +39,7 @@ void sxBasicConstraint_imp::Sprint(SxStream *out, int indent) const {
   out->Printf("%s CA\n", m_isCA ? "Is a" : "Is not a");
   if (m_pathLen < 0) return;
   out->Indent(indent);
-  out->Printf("%d levels\n", m_pathLen);
+  out->Printf("%s levels\n", sxCountText(m_pathLen).c_str());
 }
 
 sxExtension *sxParseBasicConstraint(const sxASN_Extension &ext, int &understood) {

@@ -5,6 +5,7 @@
 
 #include "foundation/textOutput.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/keys/keyForms.h"
 #include "kxcert/platform/clock.h"
 #include "kxcert/platform/digest.h"
 #include "kxcert/platform/log.h"
@@ -92,7 +93,7 @@ void sxPrintAlgorithms(SxStream *out, int signAlgorithm, int hashAlgorithm, sxPu
   }
   out->Puts(digest);
   for (const AlgorithmLabel &row : kAlgorithmLabels) {
-    if (row.algorithm == key.algorithm()) out->Printf(row.key, static_cast<unsigned>(key.GetLen(sxPK_len_bits)));
+    if (row.algorithm == key.algorithm()) out->Printf(row.key, static_cast<unsigned>(sxPubKey_NumBits(&key)));
   }
 }
 

@@ -150,7 +150,7 @@ sxIssueStatus sxCertToSign::Maker::Names() {
   }
   // RFC 5280, 4.1.2.4 and 7.1: as it stands in the issuer's certificate, octet for octet.
   const sxOctetView name = m_issuer->Subject()->GetP()->Octets();
-  if (sxIsEmptyName(name) || !sxIsNameForm(name)) return sxIssue_issuer_name;
+  if (sxIsEmptyName(name) || !sxIsNameForm(name) || !sxIsComparedName(name)) return sxIssue_issuer_name;
   if (!isAsked && !asked->Equal(*m_issuer->Subject())) return sxIssue_issuer_name;
   if (!sxIsStrictElement(name)) return sxIssue_not_der;
   m_out.m_issuer.assign(name.begin(), name.end());

@@ -19,7 +19,7 @@ constexpr const char *kTexts[] = {
     "the key is not that of the issuer's certificate",
     "the issuer is no CA that may sign certificates",
     "the issuer's path length allows no CA below it",
-    "the issuer has no name, or not the one that was asked for",
+    "the issuer has no name, one that cannot be compared, or not the one that was asked for",
     "the subject is no name of a form that certificates have",
     "no subject, and no alternative name instead of it, or a CA",
     "a time is missing, unreadable, or before 1950",

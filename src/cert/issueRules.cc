@@ -77,11 +77,20 @@ bool IsString(sxOctetView, const sxDerElement &value) {
   return value.tag <= kDerBmpString && (kStrings >> value.tag & 1) != 0;
 }
 
+bool IsSurrogate(unsigned char highOctet) { return (highOctet & 0xF8) == 0xD8; }
+
+bool IsUcs2(sxOctetView units) {
+  for (size_t i = 0; i < units.size(); i += 2) {
+    if (IsSurrogate(units[i])) return false;
+  }
+  return units.size() % 2 == 0;
+}
+
 bool IsIssuedAttribute(sxOctetView type, const sxDerElement &value) {
   for (const AttributeRule &rule : kAttributes) {
     if (sxEqual(type, {rule.oid, rule.oidLen})) return Fits(rule, value);
   }
-  return IsString(type, value) && !value.content.empty();
+  return IsString(type, value) && !value.content.empty() && sxIsComparedValue(value);
 }
 
 using IsAttribute = bool (*)(sxOctetView type, const sxDerElement &value);
@@ -191,6 +200,12 @@ sxIssueStatus Normalize(sxExtToWrite *ext) {
 
 bool sxCheckName(sxOctetView name) { return sxIsStrictElement(name) && IsName(name, IsIssuedAttribute); }
 bool sxIsNameForm(sxOctetView name) { return IsName(name, IsString); }
+bool sxIsComparedValue(const sxDerElement &value) {
+  return value.tag != kNumericString && (value.tag != kDerBmpString || IsUcs2(value.content));
+}
+bool sxIsComparedName(sxOctetView name) {
+  return IsName(name, [](sxOctetView, const sxDerElement &value) { return sxIsComparedValue(value); });
+}
 bool sxIsRdnContent(sxOctetView content) { return IsRdn(sxDerReader(content), IsString); }
 
 sxIssueStatus sxTakeExtensions(const sxASN_Extensions *tree, std::vector<sxExtToWrite> *out) {

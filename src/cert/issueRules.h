@@ -29,7 +29,12 @@ bool sxCheckName(sxOctetView name);
 /// @param name  whole element
 bool sxIsNameForm(sxOctetView name);
 
-/// The same of a single RDN. @param content  of its SET
+/// Whether a value has a text to compare it by (dnValue.h), and is one of its type. Others are read, and not issued.
+bool sxIsComparedValue(const sxDerElement &value);
+/// @param name  whole element
+bool sxIsComparedName(sxOctetView name);
+
+/// sxIsNameForm of a single RDN. @param content  of its SET
 bool sxIsRdnContent(sxOctetView content);
 
 /// The extensions of a tree (null: none), each with one strict DER value, none twice. basicConstraints that spell out

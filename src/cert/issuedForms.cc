@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "extensionRules.h"
+#include "issueRules.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "strictDer.h"
@@ -39,6 +40,20 @@ bool Composes(const Composed &row, sxOctetView value) {
   return read != nullptr && std::unique_ptr<sxASN_Extension>(row.compose(*read, 0)) != nullptr;
 }
 
+// Whether a directory name stands within: a SEQUENCE of an identifier and a string is one of its attributes.
+bool HoldsUncompared(sxOctetView content) {
+  sxDerElement element, value;
+  sxOctetView type;
+  for (sxDerReader each(content); each.Take(&element);) {
+    if ((element.tag & kConstructed) == 0) continue;
+    sxDerReader fields(element.content);
+    const bool isAva =
+        element.tag == kDerSequence && fields.Take(kDerOid, &type) && fields.Take(&value) && fields.AtEnd();
+    if ((isAva && !sxIsComparedValue(value)) || HoldsUncompared(element.content)) return true;
+  }
+  return false;
+}
+
 // Of a certificate's own facts, which issueRules.h has.
 bool IsFitted(sxOctetView type) { return sxEqual(type, kOidKeyUsage) || sxEqual(type, kOidBasicConstraints); }
 
@@ -47,7 +62,7 @@ bool IsFitted(sxOctetView type) { return sxEqual(type, kOidKeyUsage) || sxEqual(
 bool sxMayBeIssued(sxOctetView type, sxOctetView value) {
   const sxExtensionRule *const rule = sxExtensionRuleOf(type);
   if (rule == nullptr || IsFitted(type)) return true;
-  if (!sxIsStrictElement(value) || rule->form(value).reason != nullptr) return false;
+  if (!sxIsStrictElement(value) || rule->form(value).reason != nullptr || HoldsUncompared(value)) { return false; }
   const auto *const row = std::ranges::find_if(
       kComposed, [type](const Composed &one) { return sxEqual(sxView(one.oid->Data(), one.oid->Len()), type); });
   return row == std::end(kComposed) || Composes(*row, value);

@@ -75,8 +75,8 @@ void PrintSubtrees(const char *title, const std::vector<sxNameSubtree> &subtrees
     PrintName(subtree.base, "(every name)", out, indent + 1);
     if (subtree.minimum == 0 && subtree.maximum < 0) continue;
     out->Indent(indent + 2);
-    out->Printf("from level %d", subtree.minimum);
-    if (subtree.maximum >= 0) out->Printf(" to %d", subtree.maximum);
+    out->Printf("from level %s", sxCountText(subtree.minimum).c_str());
+    if (subtree.maximum >= 0) out->Printf(" to %s", sxCountText(subtree.maximum).c_str());
     out->Put("\n");
   }
 }

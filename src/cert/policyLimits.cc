@@ -36,7 +36,7 @@ const char *WriteInhibit(const int &skip, sxAsnInt *number) {
 void PrintLimit(SxStream *out, int indent, const char *what, int skip) {
   if (skip < 0) return;
   out->Indent(indent);
-  out->Printf("%s after %d certificates\n", what, skip);
+  out->Printf("%s after %s certificates\n", what, sxCountText(skip).c_str());
 }
 
 }  // namespace

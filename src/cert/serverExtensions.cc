@@ -46,7 +46,7 @@ void FeaturesImp::Sprint(SxStream *out, int indent) const {
   for (const int feature : Get()) {
     const char *const name = sxTlsFeature::FeatureStr(feature);
     out->Put(separator);
-    out->Put(name != nullptr ? name : std::to_string(feature));
+    out->Put(name != nullptr ? name : sxCountText(feature));
     separator = ",";
   }
   out->Put("\n");

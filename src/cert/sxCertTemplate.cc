@@ -144,7 +144,7 @@ void sxCertTemplate_imp::PrintKey(SxStream *out, int indent) const {
   out->Indent(indent);
   if (m_key == nullptr) return out->Puts("Public key: not usable\n");
   out->Printf("Public key: %s (%d bits)\n", m_key->algorithm() == sxPK_RSA ? "RSA" : "ECDSA",
-              m_key->GetLen(sxPK_len_bits));
+              sxPubKey_NumBits(m_key.get()));
 }
 
 // The list holds some of the tree's extensions, in the same order.

@@ -51,6 +51,8 @@ bool sxReadCount(const sxAsnInt &number, int *count) {
   return true;
 }
 
+std::string sxCountText(int count) { return std::to_string(count) + (count == INT32_MAX ? " or more" : ""); }
+
 bool sxHasTwice(std::vector<sxOctetView> oids) {
   std::ranges::sort(oids, [](sxOctetView a, sxOctetView b) { return std::ranges::lexicographical_compare(a, b); });
   return std::ranges::adjacent_find(oids, sxEqual) != oids.end();

@@ -41,6 +41,7 @@ sxASN_Extension *sxNewExtension(sxAsnType &value, const sxAsnOid &oid, int criti
 /// A number of levels or certificates as far as an int holds it; more than that limit nothing.
 /// @return false for a negative one (all of them are 0..MAX), which must not read as "no limit"
 bool sxReadCount(const sxAsnInt &number, int *count);
+std::string sxCountText(int count);  ///< in decimal; of that limit "2147483647 or more"
 
 /// Whether one identifier stands in a list twice, in n log n steps.
 bool sxHasTwice(std::vector<sxOctetView> oids);

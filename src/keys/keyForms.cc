@@ -90,6 +90,14 @@ int sxPubKey_HasPrivate(sxPubKey *key) {
   return key->Export(sxPK_private, nullptr, 0) > 0 ? 1 : 0;
 }
 
+int sxPubKey_NumBits(sxPubKey *key) {
+  if (key == nullptr || key->OK() == 0) return 0;
+  sxPKobj_imp *const imp = key->GetP();
+  if (const auto *const rsa = dynamic_cast<kxSRSA_imp *>(imp)) return rsa->Nbits();
+  if (const auto *const dh = dynamic_cast<kxSDH_imp *>(imp)) return BN_num_bits(dh->Numbers().p.get());
+  return key->GetLen(sxPK_len_bits);
+}
+
 sxPubKey *sxImportKey_from_Set(const sxset *set) {
   if (set == nullptr) return nullptr;
   if (set->FindSet("generator") != nullptr) return DhKey_fromset(set);

@@ -2,6 +2,7 @@
 #include "foundation/textOutput.h"
 #include "keyAlgorithms.h"
 #include "kxcert/foundation/kxBinBuf.h"
+#include "kxcert/keys/keyForms.h"
 #include "kxcert/keys/sxPubKey.h"
 
 void sxPubKey::Sprint(SxStream *out, int indent) const {
@@ -12,7 +13,7 @@ void sxPubKey::Sprint(SxStream *out, int indent) const {
   const bool isPrivate = (Flags() & kKeyFlagCanSign) != 0 || self.Export(sxPK_private, nullptr, 0) > 0;
   const KeyFamily *const family = FindKeyFamily(algorithm());
   out->Printf("%s key (%d bits), private part: %s\n", family == nullptr ? "unknown" : family->name,
-              self.GetLen(sxPK_len_bits), isPrivate ? "yes" : "no");
+              sxPubKey_NumBits(&self), isPrivate ? "yes" : "no");
   const int len = self.Export(sxPK_public, nullptr, 0);
   if (len <= 0) return;
   kxBinBuf octets(static_cast<unsigned int>(len));

@@ -51,16 +51,16 @@ TEST(sxAsnInt, EqualNumbersAreEqualHoweverStored) {
 }
 
 TEST(sxAsnOid, PrintsDottedText) {
-  for (const CaseRow &row : CaseRows("asn1/oids.txt", 5)) {
+  for (const CaseRow &row : CaseRows("asn1/oids.txt", 6)) {
     SCOPED_TRACE(testing::PrintToString(row));
     const LogCapture log;
     const std::string hex = EncodeHex(CaseOctets(row[1]));
     sxAsnOid oid;
     EXPECT_EQ(hex, Reencode(hex.c_str(), oid));
-    char text[32] = "untouched";
+    char text[64] = "untouched";
     EXPECT_EQ(row[3], std::to_string(oid.GetStr(text, std::stoi(row[2]))));
-    EXPECT_EQ(row[4], text);
-    EXPECT_EQ(row[3] == "-1", log.Has("sxAsnOid::GetStr the buffer is too short buflen = " + row[2]));
+    EXPECT_EQ(row[5], text);
+    EXPECT_EQ(!row[4].empty(), log.Has("sxAsnOid::GetStr " + row[4]));
     EXPECT_EQ(-1, oid.GetStr(nullptr, 100));
   }
 }

@@ -1,3 +1,4 @@
+#include "kxcert/keys/keyForms.h"
 #include "kxcert/keys/kxSRSA.h"
 
 #include <gtest/gtest.h>
@@ -16,9 +17,11 @@ TEST(kxSRSA, RoundsUpToWholeOctets) {
   EXPECT_EQ(1025, key.Nbits());
   EXPECT_EQ(129, key.Nbytes());
   EXPECT_EQ(1032, key.GetLen(sxPK_len_bits));
+  EXPECT_EQ(1025, sxPubKey_NumBits(&key));
   EXPECT_EQ(0, key.HasPrivate());
   kxSRSA unusable(sxPK_public, nullptr, 0), adopted(static_cast<RSA *>(nullptr));
   EXPECT_EQ(0, unusable.Nbits() + unusable.Nbytes() + unusable.HasPrivate() + adopted.OK());
+  EXPECT_EQ(0, sxPubKey_NumBits(&unusable) + sxPubKey_NumBits(nullptr));
 }
 
 TEST(kxSRSA, ImportsItsPrivateKeysAndNothingElse) {

@@ -1,6 +1,7 @@
 #include "certFacts.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
@@ -15,6 +16,7 @@
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/foundation/kxBinBuf.h"
 #include "kxcert/keys/algorithms.h"
+#include "kxcert/keys/keyForms.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "nameFacts.h"
 #include "nameForm.h"
@@ -53,8 +55,10 @@ constexpr int kNumKeyUsages = 9;  // bits that KeyusageStr knows
 
 }  // namespace
 
-Facts DateFacts(int64_t seconds) {
-  return {{"seconds", seconds}, {"text", PrintCertTime(seconds)}, {"clamped", seconds >= kFirstClampedSec}};
+Facts DateFacts(const sxASN_Time *time, int64_t counted) {
+  const int64_t exact = sxASN_Time2seconds(time);
+  if (exact < kFirstClampedSec) return {{"seconds", exact}, {"text", ExactTimeText(time)}, {"clamped", false}};
+  return {{"seconds", counted}, {"text", PrintCertTime(counted)}, {"clamped", true}};
 }
 
 std::string NameText(const sxDN *dn) {
@@ -101,7 +105,7 @@ std::string SerialText(const sxCert &cert) {
 std::string KeyText(const sxCert &cert) {
   if (cert.PubKey() == nullptr) return "(none)";
   return std::string(NameOf(kAlgorithms, cert.PubKey()->algorithm())) + ", " +
-         std::to_string(cert.PubKey()->GetLen(sxPK_len_bits)) + " bits";
+         std::to_string(sxPubKey_NumBits(cert.PubKey())) + " bits";
 }
 
 std::string ValidityText(const sxCert &cert) {
@@ -148,25 +152,27 @@ Facts CertFacts(const sxCert &cert) {
   sxCertTemplate copy;
   const bool isCopied = copy.Set(&cert) == 0;
   const auto *const validity = isCopied ? copy.Tree().validity : nullptr;
-  Facts facts = BodyFacts(cert.Issuer(), cert.Subject(), validity == nullptr ? nullptr : validity->notBefore,
-                          validity == nullptr ? nullptr : validity->notAfter, copy.Tree().extensions);
+  const sxASN_Time *const notBefore = validity == nullptr ? nullptr : validity->notBefore;
+  const sxASN_Time *const notAfter = validity == nullptr ? nullptr : validity->notAfter;
+  Facts facts = BodyFacts(cert.Issuer(), cert.Subject(), notBefore, notAfter, copy.Tree().extensions);
   facts.update(Facts{{"version", cert.Version()},
                      {"serial", SerialText(cert)},
-                     {"notBefore", DateFacts(cert.notBefore())},
-                     {"notAfter", DateFacts(cert.notAfter())},
+                     {"notBefore", DateFacts(notBefore, cert.notBefore())},
+                     {"notAfter", DateFacts(notAfter, cert.notAfter())},
                      {"signature", SignatureText(cert)},
                      {"sha256", Sha256Of(cert.GetBuf(), cert.BufLen())},
                      {"spkiSha256", SpkiSha256(cert)}});
   if (cert.ExtKeyUsage() != nullptr) facts["extKeyUsage"] = PurposeFacts(*cert.ExtKeyUsage());
   if (cert.PubKey() != nullptr) {
     facts["key"] = {{"algorithm", NameOf(kAlgorithms, cert.PubKey()->algorithm())},
-                    {"bits", cert.PubKey()->GetLen(sxPK_len_bits)}};
+                    {"bits", sxPubKey_NumBits(cert.PubKey())}};
   }
   if (cert.SubjectKeyId() != nullptr) facts["subjectKeyId"] = KeyIdText(cert.SubjectKeyId());
   if (cert.AuthorityKeyId() != nullptr) facts["authorityKeyId"] = KeyIdText(cert.AuthorityKeyId());
   if (const sxBasicConstraint *constraint = cert.GetBasicConstraint(); constraint != nullptr) {
     facts["isCA"] = constraint->IsCA();
-    if (constraint->PathLen() >= 0) facts["pathLen"] = constraint->PathLen();
+    if (constraint->PathLen() >= 0)
+      facts["pathLen"] = constraint->PathLen() == INT32_MAX ? Facts(nullptr) : Facts(constraint->PathLen());
   }
   if (const sxKeyUsage *usage = cert.KeyUsage(); usage != nullptr) {
     facts["keyUsage"] = Facts::array();

@@ -35,7 +35,8 @@ std::string SignatureText(const sxAsnOid &oid);     ///< the same of an algorith
 std::string SignatureText(int family, int digest);  ///< the same of a key's algorithm and a sx_md_type
 std::string KeyIdText(const sxExtKeyID *keyId);     ///< hexadecimal; "" without one
 
-Facts DateFacts(int64_t seconds);  ///< as the library counts it, and whether that is less than was written
+/// @param counted  as the library counts a time that it clamps; others are told as they are written
+Facts DateFacts(const sxASN_Time *time, int64_t counted);
 Facts PurposeFacts(const sxExtKeyUsage &usage);  ///< oid and name of each
 Facts CertFacts(const sxCert &cert);
 /// What of it can be told of any certificate, whether the library takes it or not.

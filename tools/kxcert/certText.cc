@@ -15,6 +15,7 @@
 #include "timeText.h"
 #include "unknownParts.h"
 #include "visibleText.h"
+#include "writtenTime.h"
 
 namespace {
 
@@ -35,9 +36,9 @@ bool IsUsedCurve(const sxASN_AlgorithmIdentifier &algorithm) {
 }
 
 // What the library's own times do to it, too.
-std::string DateText(int64_t seconds) {
-  if (seconds < kFirstClampedSec) return PrintCertTime(seconds);
-  return PrintTime(seconds) + " (counts as " + PrintTime(kFirstClampedSec) + ")";
+std::string DateText(const sxASN_Time *time) {
+  const bool isClamped = sxASN_Time2seconds(time) >= kFirstClampedSec;
+  return ExactTimeText(time) + (isClamped ? " (counts as " + PrintTime(kFirstClampedSec) + ")" : "");
 }
 
 std::string UsedKeyWords(const sxCert &cert) {
@@ -46,15 +47,21 @@ std::string UsedKeyWords(const sxCert &cert) {
   return comma == std::string::npos ? text : text.substr(0, comma) + " (" + text.substr(comma + 2) + ")";
 }
 
-int64_t VersionOf(const sxASN_TBSCertificate &body) {
-  return body.version == nullptr ? 1 : int64_t{body.version->GetShortVal()} + 1;
+Facts VersionFacts(const sxASN_TBSCertificate &body) {
+  if (body.version == nullptr) return 1;
+  return body.version->IsBig() ? Facts(nullptr) : Facts(int64_t{body.version->GetShortVal()} + 1);
+}
+
+std::string VersionText(const sxASN_TBSCertificate &body) {
+  const Facts version = VersionFacts(body);
+  return version.IsNull() ? "of more than 32 bits" : version.Json();
 }
 
 void PutHead(const sxASN_Certificate &tree, const sxCert *cert, const std::string &keyWords, SxStream *out) {
   const sxASN_TBSCertificate &body = *tree.tbsCertificate;
   const sxDN issuer(body.issuer), subject(body.subject);
   out->Indent(kIndent);
-  out->Printf("X509 Certificate Version %s\n", std::to_string(VersionOf(body)).c_str());
+  out->Printf("X509 Certificate Version %s\n", VersionText(body).c_str());
   if (cert != nullptr && cert->UnhandledCritExt() != nullptr) {
     out->Indent(kIndent);
     out->Printf("Unhandled critical extension %s\n", NamedOid(*cert->UnhandledCritExt()).c_str());
@@ -62,8 +69,8 @@ void PutHead(const sxASN_Certificate &tree, const sxCert *cert, const std::strin
   PutLine(out, "Serial Number", NumberText(*body.serialNumber));
   PutLine(out, "Issuer", NameText(&issuer));
   PutLine(out, "Subject", NameText(&subject));
-  PutLine(out, "Not valid before", DateText(sxASN_Time2seconds(body.validity->notBefore)));
-  PutLine(out, "Not valid after", " " + DateText(sxASN_Time2seconds(body.validity->notAfter)));
+  PutLine(out, "Not valid before", DateText(body.validity->notBefore));
+  PutLine(out, "Not valid after", " " + DateText(body.validity->notAfter));
   PutLine(out, "Signature Algorithm", SignatureWords(*tree.signatureAlgorithm) + "  Public key: " + keyWords);
 }
 
@@ -102,6 +109,7 @@ std::string CertText(const sxCert &cert, int level, Facts &facts) {
   sxASN_Certificate tree;
   if (!Decode(tree, {cert.GetBuf(), cert.BufLen()})) return "";  // it did, when it was loaded
   facts.update(CertFacts(cert));
+  facts["version"] = VersionFacts(*tree.tbsCertificate);
   SxStream text;
   PutHead(tree, &cert, UsedKeyWords(cert), &text);
   AddRest(tree, {cert.GetBuf(), cert.BufLen()}, SpkiSha256(cert), &text, facts);
@@ -116,11 +124,12 @@ std::string UnusedCertText(Octets octets, int level, Facts &facts, bool *isUnsup
   const sxASN_SubjectPublicKeyInfo &key = *body.subjectPublicKeyInfo;
   const std::string keyWords = UnusedKeyWords(key, isUnsupported);
   const sxDN issuer(body.issuer), subject(body.subject);
-  facts.update(BodyFacts(&issuer, &subject, body.validity->notBefore, body.validity->notAfter, body.extensions));
-  facts.update(Facts{{"version", VersionOf(body)},
+  const sxASN_Time *const notBefore = body.validity->notBefore, *const notAfter = body.validity->notAfter;
+  facts.update(BodyFacts(&issuer, &subject, notBefore, notAfter, body.extensions));
+  facts.update(Facts{{"version", VersionFacts(body)},
                      {"serial", NumberText(*body.serialNumber)},
-                     {"notBefore", DateFacts(sxASN_Time2seconds(body.validity->notBefore))},
-                     {"notAfter", DateFacts(sxASN_Time2seconds(body.validity->notAfter))},
+                     {"notBefore", DateFacts(notBefore, sxASN_Time2seconds(notBefore))},
+                     {"notAfter", DateFacts(notAfter, sxASN_Time2seconds(notAfter))},
                      {"signature", SignatureWords(*tree.signatureAlgorithm)},
                      {"unusable", keyWords}});
   SxStream text;

@@ -12,6 +12,7 @@
 #include "kxcert/enroll/kxCRMF.h"
 #include "kxcert/foundation/sxString.h"
 #include "kxcert/foundation/textStream.h"
+#include "kxcert/keys/keyForms.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "report.h"
 #include "secretInput.h"
@@ -84,7 +85,7 @@ Facts TemplateFacts(const sxCertTemplate &wanted) {
   if (wanted.SerialNum() != nullptr) facts["serial"] = NumberText(*wanted.SerialNum());
   if (wanted.PubKey() != nullptr) {
     facts["key"] = {{"algorithm", wanted.PubKey()->algorithm() == sxPK_RSA ? "RSA" : "ECDSA"},
-                    {"bits", wanted.PubKey()->GetLen(sxPK_len_bits)}};
+                    {"bits", sxPubKey_NumBits(wanted.PubKey())}};
   }
   facts["notBefore"] = TimeOrNull(wanted.notBefore());
   facts["notAfter"] = TimeOrNull(wanted.notAfter());

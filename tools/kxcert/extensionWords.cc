@@ -9,15 +9,14 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/oids.h"
-#include "kxcert/cert/certTime.h"
 #include "kxcert/cert/issuedExtensions.h"
 #include "kxcert/cert/sxCRL.h"
 #include "kxcert/foundation/textStream.h"
 #include "nameForm.h"
 #include "oidInput.h"
-#include "timeText.h"
 #include "unknownParts.h"
 #include "visibleText.h"
+#include "writtenTime.h"
 
 namespace {
 
@@ -238,14 +237,11 @@ bool TellPurposes(const sxASN_Extension &ext, SxStream *out, int indent, Facts *
 
 // --- times and attributes ---
 
-// @return -1: it cannot be read
-int64_t SecondsOf(const sxAsnGeneralizedTime &time) {
+std::string TimeTextOf(const sxAsnGeneralizedTime &time) {
   sxASN_Time either;
   either.Set_generalTime(time);
-  return sxASN_Time2seconds(&either);
+  return ExactTimeText(&either);
 }
-
-std::string ExactTimeText(int64_t seconds) { return seconds == -1 ? PrintCertTime(seconds) : PrintTime(seconds); }
 
 bool TellKeyPeriod(const sxASN_Extension &ext, SxStream *out, int indent, Facts *facts) {
   sxASN_PrivateKeyUsagePeriod period;
@@ -253,7 +249,7 @@ bool TellKeyPeriod(const sxASN_Extension &ext, SxStream *out, int indent, Facts 
   PutLine(out, indent, "Private Key Usage Period:");
   const auto tell = [&](const char *label, const char *member, const sxAsnGeneralizedTime *time) {
     if (time == nullptr) return;
-    const std::string text = ExactTimeText(SecondsOf(*time));
+    const std::string text = TimeTextOf(*time);
     PutLine(out, indent + 1, label + text);
     (*facts)[member] = text;
   };
@@ -265,7 +261,7 @@ bool TellKeyPeriod(const sxASN_Extension &ext, SxStream *out, int indent, Facts 
 bool TellInvalidity(const sxASN_Extension &ext, SxStream *out, int indent, Facts *facts) {
   sxAsnGeneralizedTime time;
   if (!Decode(time, ext)) return false;
-  (*facts)["time"] = ExactTimeText(SecondsOf(time));
+  (*facts)["time"] = TimeTextOf(time);
   PutLine(out, indent, "Invalidity Date: " + (*facts)["time"].Text());
   return true;
 }

@@ -1,5 +1,7 @@
 #include "issuedFacts.h"
 
+#include <cstdint>
+
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/oids.h"
 #include "kxcert/cert/issuedExtensions.h"
@@ -23,6 +25,9 @@ Facts QualifierFacts(const sxPolicyQualifier &qualifier) {
   return facts;
 }
 
+// Readers keep no more than 31 bits.
+Facts CountFacts(int count) { return count == INT32_MAX ? Facts(nullptr) : Facts(count); }
+
 Facts PolicyFacts(const sxExtension &ext) {
   auto policies = Facts::array();
   for (const sxPolicy &policy : static_cast<const sxCertPolicies &>(ext).Policies()) {
@@ -44,21 +49,21 @@ Facts MappingFacts(const sxExtension &ext) {
 Facts LimitFacts(const sxExtension &ext) {
   const sxPolicyLimits &limits = static_cast<const sxPolicyConstraints &>(ext).Limits();
   Facts facts;
-  if (limits.requireExplicit >= 0) facts["requireExplicitPolicy"] = limits.requireExplicit;
-  if (limits.inhibitMapping >= 0) facts["inhibitPolicyMapping"] = limits.inhibitMapping;
+  if (limits.requireExplicit >= 0) facts["requireExplicitPolicy"] = CountFacts(limits.requireExplicit);
+  if (limits.inhibitMapping >= 0) facts["inhibitPolicyMapping"] = CountFacts(limits.inhibitMapping);
   return facts;
 }
 
 Facts InhibitFacts(const sxExtension &ext) {
-  return {{"skipCerts", static_cast<const sxInhibitAnyPolicy &>(ext).SkipCerts()}};
+  return {{"skipCerts", CountFacts(static_cast<const sxInhibitAnyPolicy &>(ext).SkipCerts())}};
 }
 
 Facts SubtreeFacts(const std::vector<sxNameSubtree> &subtrees) {
   auto all = Facts::array();
   for (const sxNameSubtree &subtree : subtrees) {
     Facts facts = NameFacts(subtree.base);
-    if (subtree.minimum != 0) facts["minimum"] = subtree.minimum;
-    if (subtree.maximum >= 0) facts["maximum"] = subtree.maximum;
+    if (subtree.minimum != 0) facts["minimum"] = CountFacts(subtree.minimum);
+    if (subtree.maximum >= 0) facts["maximum"] = CountFacts(subtree.maximum);
     all.push_back(std::move(facts));
   }
   return all;
@@ -71,7 +76,7 @@ Facts SpaceFacts(const sxExtension &ext) {
 
 Facts FeatureFacts(const sxExtension &ext) {
   auto features = Facts::array();
-  for (const int feature : static_cast<const sxTlsFeature &>(ext).Features()) features.push_back(feature);
+  for (const int feature : static_cast<const sxTlsFeature &>(ext).Features()) features.push_back(CountFacts(feature));
   return {{"features", features}};
 }
 

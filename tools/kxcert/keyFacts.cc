@@ -31,7 +31,7 @@ std::string NameInSet(sxPubKey &key) {
 
 std::string KeyName(sxPubKey &key) {
   const std::string name = NameInSet(key), kind = KindOf(key);
-  return kind + ", " + (name.empty() ? "" : name + ", ") + std::to_string(key.GetLen(sxPK_len_bits)) + " bits";
+  return kind + ", " + (name.empty() ? "" : name + ", ") + std::to_string(sxPubKey_NumBits(&key)) + " bits";
 }
 
 std::string KeyFingerprint(sxPubKey &key) {
@@ -47,7 +47,7 @@ std::string KeyLines(sxPubKey &key, bool isPrivate) {
 }
 
 Facts KeyFacts(sxPubKey &key, bool isPrivate) {
-  Facts facts = {{"kind", KindOf(key)}, {"bits", key.GetLen(sxPK_len_bits)}, {"private", isPrivate}};
+  Facts facts = {{"kind", KindOf(key)}, {"bits", sxPubKey_NumBits(&key)}, {"private", isPrivate}};
   const std::string name = NameInSet(key);
   if (!name.empty()) facts[key.algorithm() == sxPK_DH ? "group" : "curve"] = name;
   facts["publicKeySha256"] = KeyFingerprint(key);

@@ -1,7 +1,6 @@
 #include "oidInput.h"
 
-#include <charconv>
-#include <cstdint>
+#include <algorithm>
 #include <vector>
 
 #include "kxcert/asn1/oidNames.h"
@@ -10,7 +9,7 @@
 
 namespace {
 
-constexpr size_t kMaxArcs = 64;
+constexpr size_t kMaxOidChars = 249;  // what OidText tells whole
 
 bool SameLetters(std::string_view a, std::string_view b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
@@ -36,38 +35,53 @@ Words NamesOf(sxOidKind kind) {
   return words;
 }
 
-// @return false: not numbers with single dots between them
-bool ReadArcs(std::string_view text, std::vector<uint32_t> *arcs) {
-  const char *pos = text.data();
-  const char *const end = pos + text.size();
-  while (arcs->size() < kMaxArcs) {
-    uint32_t arc = 0;
-    const auto [next, error] = std::from_chars(pos, end, arc);
-    if (error != std::errc()) return false;
-    arcs->push_back(arc);
-    if (next == end) return true;
-    if (*next != '.') return false;
-    pos = next + 1;
+// A number of any length in base 128, the lowest digit first; empty: 0.
+using Arc = std::vector<unsigned char>;
+
+void Add(unsigned factor, unsigned number, Arc *arc) {
+  for (unsigned char &digit : *arc) {
+    number += digit * factor;
+    digit = number & 0x7F;
+    number >>= 7;
   }
-  return false;
+  for (; number != 0; number >>= 7) arc->push_back(number & 0x7F);
+}
+
+// @return false: not numbers with single dots between them
+bool ReadArcs(std::string_view text, std::vector<Arc> *arcs) {
+  for (;;) {
+    const size_t end = std::min(text.find('.'), text.size());
+    if (end == 0) return false;
+    arcs->emplace_back();
+    for (const char c : text.substr(0, end)) {
+      if (c < '0' || c > '9') return false;
+      Add(10, static_cast<unsigned>(c - '0'), &arcs->back());
+    }
+    if (end == text.size()) return true;
+    text.remove_prefix(end + 1);
+  }
 }
 
 // X.690, 8.19.2: seven bits an octet, the highest first.
-void AppendArc(uint64_t arc, std::vector<unsigned char> *content) {
-  int shift = 35;
-  while (shift > 0 && arc >> shift == 0) shift -= 7;
-  for (; shift > 0; shift -= 7) content->push_back(static_cast<unsigned char>((arc >> shift & 0x7F) | 0x80));
-  content->push_back(static_cast<unsigned char>(arc & 0x7F));
+void AppendArc(const Arc &arc, std::vector<unsigned char> *content) {
+  for (size_t i = arc.size(); i > 1; --i) content->push_back(arc[i - 1] | 0x80);
+  content->push_back(arc.empty() ? 0 : arc[0]);
 }
+
+bool IsBelow(const Arc &arc, unsigned char limit) { return arc.empty() || (arc.size() == 1 && arc[0] < limit); }
 
 }  // namespace
 
 std::optional<sxAsnOid> ReadOid(std::string_view text) {
-  std::vector<uint32_t> arcs;
-  if (!ReadArcs(text, &arcs) || arcs.size() < 2 || arcs[0] > 2 || (arcs[0] < 2 && arcs[1] >= 40)) return std::nullopt;
+  std::vector<Arc> arcs;
+  if (text.size() > kMaxOidChars || !ReadArcs(text, &arcs) || arcs.size() < 2 || !IsBelow(arcs[0], 3)) {
+    return std::nullopt;
+  }
+  const unsigned first = arcs[0].empty() ? 0 : arcs[0][0];
+  if (first < 2 && !IsBelow(arcs[1], 40)) return std::nullopt;
+  Add(1, first * 40, &arcs[1]);
   std::vector<unsigned char> content;
-  AppendArc(uint64_t{arcs[0]} * 40 + arcs[1], &content);
-  for (size_t i = 2; i < arcs.size(); ++i) AppendArc(arcs[i], &content);
+  for (size_t i = 1; i < arcs.size(); ++i) AppendArc(arcs[i], &content);
   sxAsnOid oid;
   oid.Set(content.data(), static_cast<int>(content.size()));
   return oid;
@@ -95,6 +109,7 @@ std::string NamedOid(std::span<const unsigned char> content) {
 }
 
 std::string CheckOid(const std::string &text) {
+  if (text.size() > kMaxOidChars) return "longer than " + std::to_string(kMaxOidChars) + " characters";
   return ReadOid(text).has_value() ? ""
                                    : "not an object identifier: " + VisibleLine(text) + "; 1.3.6.1.4.1.99999.1 is one";
 }

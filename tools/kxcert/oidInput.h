@@ -11,7 +11,7 @@
 #include "knownWords.h"
 #include "kxcert/asn1/sxAsnOid.h"
 
-/// Dotted decimal of two arcs or more, each below 2^32.
+/// Dotted decimal of two arcs or more, of any size; up to 249 characters.
 std::optional<sxAsnOid> ReadOid(std::string_view text);
 /// An extension by its name in RFC 5280 ("keyUsage"), or by its identifier.
 std::optional<sxAsnOid> ReadExtensionType(std::string_view text);

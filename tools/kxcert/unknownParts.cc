@@ -90,7 +90,7 @@ Facts PrintUnread(const sxASN_Extension &ext, bool isBroken, SxStream *out, int 
 std::string OidText(const sxAsnOid &oid) {
   char text[252] = "";
   static_cast<void>(oid.GetStr(text, sizeof text));  // a longer one ends in "?"
-  return text;
+  return *text != '\0' ? text : "?";
 }
 
 std::string OidText(std::span<const unsigned char> content) {

@@ -3,7 +3,9 @@
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
 #include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBuf.h"
+#include "kxcert/cert/certTime.h"
 #include "kxcert/cert/sxCRL.h"
+#include "timeText.h"
 #include "visibleText.h"
 
 namespace {
@@ -28,6 +30,14 @@ Facts WrittenTime(const sxASN_Time *time) {
   if (time == nullptr) return nullptr;
   if (time->utcTime() != nullptr) return TextOf(*time->utcTime());
   return time->generalTime() == nullptr ? Facts(nullptr) : TextOf(*time->generalTime());
+}
+
+std::string ExactTimeText(const sxASN_Time *time) {
+  const int64_t seconds = sxASN_Time2seconds(time);
+  if (seconds != -1) return PrintTime(seconds);
+  const Facts written = WrittenTime(time);  // the second before 1970 is -1, too
+  const bool isSecond = written.Text() == "691231235959Z" || written.Text() == "19691231235959Z";
+  return isSecond ? PrintTime(seconds) : PrintCertTime(seconds);
 }
 
 // RFC 5280, 5.1: behind version, which may be absent, signature and issuer. The list may be long, and stays unread.

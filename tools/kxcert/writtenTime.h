@@ -12,6 +12,8 @@ class sxCRL;
 
 Facts WrittenTime(const sxASN_Time *time);  ///< null without one
 
+std::string ExactTimeText(const sxASN_Time *time);  ///< "2050-01-01 00:00:00 UTC", or that it cannot be read
+
 struct WrittenUpdates {
   Facts thisUpdate, nextUpdate;  // null where there is none
 };

@@ -39,8 +39,9 @@ class KXCERT_EXPORT sxAsnOid : public sxAsnPrimitiveOf<sxAsnOid> {
   void Set(const sxAsnOid &other) { *this = other; }
   void ReSet(const sxAsnOid &other) { Set(other); }
 
-  /// Dotted decimal text. An area that is too short gets as many arcs as fit and a "?".
-  /// @retval -1  buf is null, bufLen is below kMinOidText (nothing written) or too short
+  /// Dotted decimal text, arcs of any length. An area that is too short gets as many arcs as fit and a "?"; a last arc
+  /// without its end is a "?", too.
+  /// @retval -1  buf is null, bufLen is below kMinOidText (nothing written) or too short, or there is no such end
   int GetStr(char *buf, int bufLen) const;
   bool OidEquiv(const sxAsnOid &other) const { return m_octets.Equals(other.m_octets); }
 

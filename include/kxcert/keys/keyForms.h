@@ -15,6 +15,11 @@ class sxset;
 /// Whether there is a private part. Flags() does not tell it of Diffie-Hellman keys. @return 1 or 0; 0 for null
 KXCERT_EXPORT int sxPubKey_HasPrivate(sxPubKey *key);
 
+/// The size of a key: bits of an RSA modulus, of a Diffie-Hellman prime or of a curve's order. GetLen(sxPK_len_bits)
+/// rounds up to whole octets. Of a key of a kind that somebody installed it is GetLen's. @return 0 for null, and for a
+/// key that is not OK
+KXCERT_EXPORT int sxPubKey_NumBits(sxPubKey *key);
+
 /// The key in a set, whose members tell the kind: those of kxRSA_to_set, kxECDSA_to_set and DhKey_toset, and that of
 /// keys for signed files, whose "NID" stands in the set "curve" (fileSignVerify.h).
 /// @return a new key for sxFreePubKey; null for anything else (one line logged)

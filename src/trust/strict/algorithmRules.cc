@@ -2,6 +2,7 @@
 #include "cert/sxExtension_imp.h"
 #include "keys/ec/curves.h"
 #include "kxcert/cert/sxCert.h"
+#include "kxcert/keys/keyForms.h"
 #include "kxcert/keys/sxPubKey.h"
 #include "trust/strict/strictPath.h"
 #include "trust/strict/strictRule.h"
@@ -26,7 +27,7 @@ StrictOutcome DigestIsLong(StrictPath &path, int level) {
 StrictOutcome RsaKeyIsLong(StrictPath &path, int level) {
   sxPubKey *const key = path.At(level).Cert().PubKey();
   if (key->algorithm() != sxPK_RSA) return StrictNotChecked("it has no RSA key");
-  const int bits = key->GetLen(sxPK_len_bits);
+  const int bits = sxPubKey_NumBits(key);
   return bits >= path.Question().minRsaBits ? StrictPasses() : StrictFails("RSA key's bits", std::to_string(bits));
 }
 

@@ -117,7 +117,7 @@ StrictOutcome TimesAreSound(StrictPath &path, int level) {
   return StrictPasses();
 }
 
-constexpr char kHollow[] = "with a relative name that has no attribute";
+constexpr char kHollow[] = "with an empty relative name, or a value that is empty or no string";
 
 StrictOutcome HasIssuer(StrictPath &path, int level) {
   const sxOctetView issuer = path.At(level).Get().issuer;
@@ -131,6 +131,7 @@ StrictOutcome HasSubject(StrictPath &path, int level) {
     return StrictPassesIf(sxIsNameForm(cert.Get().subject), "subject", kHollow);
   }
   if (cert.IsCA()) return StrictFails("CA's subject", "empty");
+  if (cert.MayUse(sxKU_cRLSign)) return StrictFails("CRL issuer's subject", "empty");
   const sxPlainExtension *const names = cert.Find(kOidSubjectAltName);
   if (names == nullptr) return StrictFails("subject", "empty, and no alternative name");
   return StrictPassesIf(names->critical, "subject", "empty, and the alternative name is not critical");

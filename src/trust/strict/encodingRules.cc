@@ -100,8 +100,8 @@ bool IsTime(const sxPlainTime &time) {
   if (!std::ranges::all_of(time.text.first(len - 1), [](unsigned char c) { return c >= '0' && c <= '9'; }))
     return false;
   constexpr int64_t kFirstGeneralized = 2524608000;  // 2050-01-01 00:00 UTC
-  const int64_t seconds = sxTimeSeconds(time);
-  return seconds != -1 && (isUtc || seconds >= kFirstGeneralized);
+  const std::optional<int64_t> seconds = sxReadTime(time);
+  return seconds && (isUtc || *seconds >= kFirstGeneralized);
 }
 
 std::string TimeText(const sxPlainTime &time) {

@@ -75,7 +75,12 @@ std::optional<BrokenDown> ReadUtc(const unsigned char *text, int len) {
   return AfterYear(year < 50 ? 2000 + year : 1900 + year, text + 2, len == 13 ? 5 : 4);
 }
 
-std::optional<int64_t> Exactly(const sxPlainTime &time) {
+}  // namespace
+
+int sxGeneralTime2time(const unsigned char *text, int len) { return Clamped(ReadGeneralized(text, len)); }
+int sxUTCTime2time(const unsigned char *text, int len) { return Clamped(ReadUtc(text, len)); }
+
+std::optional<int64_t> sxReadTime(const sxPlainTime &time) {
   const unsigned char *const text = time.text.data();
   const int len = sxLen(time.text);
   const std::optional<BrokenDown> t = time.tag == kDerUtcTime ? ReadUtc(text, len) : ReadGeneralized(text, len);
@@ -83,12 +88,7 @@ std::optional<int64_t> Exactly(const sxPlainTime &time) {
   return ToSeconds(*t);
 }
 
-}  // namespace
-
-int sxGeneralTime2time(const unsigned char *text, int len) { return Clamped(ReadGeneralized(text, len)); }
-int sxUTCTime2time(const unsigned char *text, int len) { return Clamped(ReadUtc(text, len)); }
-
-int64_t sxTimeSeconds(const sxPlainTime &time) { return Exactly(time).value_or(-1); }
+int64_t sxTimeSeconds(const sxPlainTime &time) { return sxReadTime(time).value_or(-1); }
 
 int sxASN_Time2time(const sxASN_Time *time) {
   if (time == nullptr || time->Value() == nullptr) return -1;
@@ -104,7 +104,7 @@ std::optional<int64_t> sxReadTime(const sxASN_Time *time) {
   const auto *const text = time == nullptr ? nullptr : static_cast<const sxAsnOcts *>(time->Value());
   if (text == nullptr) return std::nullopt;
   const bool isUtc = time->ChoiceId() == sxASN_Time::utcTimeCid;
-  return Exactly({isUtc ? kDerUtcTime : kDerGeneralizedTime, sxView(text->Data(), text->Len())});
+  return sxReadTime(sxPlainTime{isUtc ? kDerUtcTime : kDerGeneralizedTime, sxView(text->Data(), text->Len())});
 }
 
 int64_t sxASN_Time2seconds(const sxASN_Time *time) { return sxReadTime(time).value_or(-1); }

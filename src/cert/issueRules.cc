@@ -73,8 +73,9 @@ bool Fits(const AttributeRule &rule, const sxDerElement &value) {
   return numChars >= rule.minChars && numChars <= rule.maxChars;
 }
 
+// Of one character at least: DirectoryString has SIZE (1..MAX).
 bool IsString(sxOctetView, const sxDerElement &value) {
-  return value.tag <= kDerBmpString && (kStrings >> value.tag & 1) != 0;
+  return value.tag <= kDerBmpString && (kStrings >> value.tag & 1) != 0 && !value.content.empty();
 }
 
 bool IsSurrogate(unsigned char highOctet) { return (highOctet & 0xF8) == 0xD8; }
@@ -90,7 +91,7 @@ bool IsIssuedAttribute(sxOctetView type, const sxDerElement &value) {
   for (const AttributeRule &rule : kAttributes) {
     if (sxEqual(type, {rule.oid, rule.oidLen})) return Fits(rule, value);
   }
-  return IsString(type, value) && !value.content.empty() && sxIsComparedValue(value);
+  return IsString(type, value) && sxIsComparedValue(value);
 }
 
 using IsAttribute = bool (*)(sxOctetView type, const sxDerElement &value);

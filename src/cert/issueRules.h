@@ -25,7 +25,7 @@ inline bool sxIsEmptyName(sxOctetView name) { return name.size() <= 2; }
 bool sxCheckName(sxOctetView name);
 
 /// Whether a name is one that everybody reads, although it need not be one that is made today: no RDN is empty, values
-/// are strings. For names that are copied.
+/// are strings that are not. For names that are copied.
 /// @param name  whole element
 bool sxIsNameForm(sxOctetView name);
 

@@ -5,11 +5,13 @@
 
 #include <string_view>
 
-// Printable ASCII without blanks, all of them.
+// Printable ASCII, all of them; blanks only in what mailboxes quote.
 
 /// Labels of letters, digits and hyphens (RFC 1034, 3.5; RFC 1123, 2.1), the first of them perhaps "*" (RFC 6125, 6.4.3).
 bool sxIsDnsName(std::string_view text);
-bool sxIsMailbox(std::string_view text);  ///< local part, "@", and a domain or an address in brackets: RFC 2821, 4.1.2
+/// A dot-string or a quoted string, "@", and a domain or an address literal: RFC 2821, 4.1.2.
+bool sxIsMailbox(std::string_view text);
+bool sxIsAddressLiteral(std::string_view text);  ///< "[192.0.2.1]", "[IPv6:2001:db8::1]": RFC 2821, 4.1.3
 /// With a scheme and something behind it; an authority has a host, which LDAP may leave to the reader (4.2.1.13).
 bool sxIsAbsoluteUri(std::string_view text);
 /// Of a URI's authority (RFC 3986, 3.2), between user and port; empty without one, and for what is no URI.

@@ -3,6 +3,8 @@
 #ifndef KXCERT_SRC_CERT_PLAINCERT_H_
 #define KXCERT_SRC_CERT_PLAINCERT_H_
 
+#include <optional>
+
 #include "asn1/der.h"
 #include "flatName.h"
 
@@ -12,7 +14,9 @@ struct sxPlainTime {
 };
 
 /// Seconds of the forms that certTime.h reads, but exactly: years after 2037 and the first day of 1970 as they are, and
-/// no field beyond its range; or -1.
+/// no field beyond its range; or none.
+std::optional<int64_t> sxReadTime(const sxPlainTime &time);
+/// The same, or -1, which is a second too: the last one of 1969.
 int64_t sxTimeSeconds(const sxPlainTime &time);
 
 struct sxPlainAlgorithm {

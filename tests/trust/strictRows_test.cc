@@ -29,7 +29,7 @@ std::string IsMailbox(const CaseRow &row) {
 std::string AsHost(const CaseRow &row) { return OrNone(HostName(Plain(row[1]))); }
 
 std::string AsAddress(const CaseRow &row) {
-  const Octets octets = AddressOctets(row[1]);
+  const Octets octets = AddressOctets(Plain(row[1]));
   return octets.empty() ? "none" : AddressText(octets);
 }
 

@@ -2,7 +2,9 @@
 #include "cert/issueRules.h"
 #include "cert/strictDer.h"
 #include "cert/sxExtension_imp.h"
+#include "keys/keyAlgorithms.h"
 #include "kxcert/asn1/modules/PKIX1Explicit88.h"
+#include "kxcert/asn1/oids.h"
 #include "kxcert/cert/issuedExtensions.h"
 #include "kxcert/cert/sxCert.h"
 #include "trust/strict/strictPath.h"
@@ -48,6 +50,7 @@ StrictOutcome IsDer(StrictPath &path, int level) {
   if (!cert.IsReadable() || !sxIsStrictElement({cert.Cert().GetBuf(), cert.Cert().BufLen()})) {
     return StrictFails("encoding", "not DER");
   }
+  if (!cert.Get().areUniqueIdsDer) return StrictFails("unique identifiers", "not DER");
   // X.690, 11.5: what is the default is left out.
   if (cert.Get().saysVersion && cert.Get().version == 1) return StrictFails("default that is written", "version 1");
   StrictOutcome outcome = FailsAt(cert, "criticality that is written, although it is the default",
@@ -100,8 +103,8 @@ bool IsTime(const sxPlainTime &time) {
   if (!std::ranges::all_of(time.text.first(len - 1), [](unsigned char c) { return c >= '0' && c <= '9'; }))
     return false;
   constexpr int64_t kFirstGeneralized = 2524608000;  // 2050-01-01 00:00 UTC
-  const int64_t seconds = sxTimeSeconds(time);
-  return seconds != -1 && (isUtc || seconds >= kFirstGeneralized);
+  const std::optional<int64_t> seconds = sxReadTime(time);
+  return seconds && (isUtc || *seconds >= kFirstGeneralized);
 }
 
 std::string TimeText(const sxPlainTime &time) {
@@ -117,7 +120,7 @@ StrictOutcome TimesAreSound(StrictPath &path, int level) {
   return StrictPasses();
 }
 
-constexpr char kHollow[] = "with a relative name that has no attribute";
+constexpr char kHollow[] = "with an empty relative name, or a value that is empty or no string";
 
 StrictOutcome HasIssuer(StrictPath &path, int level) {
   const sxOctetView issuer = path.At(level).Get().issuer;
@@ -131,6 +134,7 @@ StrictOutcome HasSubject(StrictPath &path, int level) {
     return StrictPassesIf(sxIsNameForm(cert.Get().subject), "subject", kHollow);
   }
   if (cert.IsCA()) return StrictFails("CA's subject", "empty");
+  if (cert.MayUse(sxKU_cRLSign)) return StrictFails("CRL issuer's subject", "empty");
   const sxPlainExtension *const names = cert.Find(kOidSubjectAltName);
   if (names == nullptr) return StrictFails("subject", "empty, and no alternative name");
   return StrictPassesIf(names->critical, "subject", "empty, and the alternative name is not critical");
@@ -231,6 +235,53 @@ StrictOutcome KnownOnesDecode(StrictPath &path, int level) {
   return FailsFor(cert, "not of its form", faultOf);
 }
 
+constexpr unsigned char kNull[] = {kDerNull, 0};
+
+// RFC 5758, 3.2: an ECDSA signature has none. RFC 4055, 5 and RFC 3279, 2.2.1: an RSA signature has NULL; the former
+// lets readers take absent ones, as the usual checks do, but no issuer leave them out.
+// @return why they are not what the algorithm has, or null
+const char *SignatureFault(sxOctetView whole) {
+  sxDerReader reader(whole);
+  sxPlainAlgorithm algorithm;
+  if (!sxTakePlainAlgorithm(reader, true, &algorithm)) return "cannot be read";
+  const KeyAlgorithm *const known = FindKeyAlgorithm(algorithm.oid);
+  if (known == nullptr || known->mdType == sx_md_unknown) return nullptr;
+  if (known->family == sxPK_ECDSA) return algorithm.parameters.empty() ? nullptr : "there, and should not be";
+  return sxEqual(algorithm.parameters, kNull) ? nullptr : "not NULL";
+}
+
+// In strict DER, where zero is one octet.
+bool TakePositive(sxDerReader &from) {
+  sxOctetView number;
+  return from.Take(kDerInteger, &number) && number[0] < 0x80 && (number[0] > 0 || number.size() > 1);
+}
+
+//   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
+bool IsRsaKey(sxOctetView key) {
+  sxDerReader numbers;
+  return sxIsStrictElement(key) && sxDerReader(key).Enter(kDerSequence, &numbers) && TakePositive(numbers) &&
+         TakePositive(numbers) && numbers.AtEnd();
+}
+
+// RFC 3279, 2.3.1. An EC key without a named curve is none that decodes.
+StrictOutcome KeyIsSound(const StrictCert::Fields &fields) {
+  const auto &[oid, parameters] = fields.keyAlgorithm;
+  if (!sxEqual(oid, sxView(sxASN_rsaEncryption.Data(), sxASN_rsaEncryption.Len()))) return StrictPasses();
+  if (!sxEqual(parameters, kNull)) return StrictFails("parameters of the key", "not NULL");
+  return StrictPassesIf(IsRsaKey(fields.keyBits), "key", "not two positive numbers in DER");
+}
+
+StrictOutcome AlgorithmsAreSound(StrictPath &path, int level) {
+  const StrictCert::Fields &fields = path.At(level).Get();
+  if (const char *const fault = SignatureFault(fields.innerAlgorithm); fault != nullptr) {
+    return StrictFails("parameters of the signed algorithm", fault);
+  }
+  if (const char *const fault = SignatureFault(fields.outerAlgorithm); fault != nullptr) {
+    return StrictFails("parameters of the outer algorithm", fault);
+  }
+  return KeyIsSound(fields);
+}
+
 constexpr char kReissue[] = "Have the certificate issued anew: RFC 5280 does not allow this.";
 
 constexpr StrictRule Row(const char *name, const char *source, StrictOutcome (*check)(StrictPath &, int)) {
@@ -240,6 +291,7 @@ constexpr StrictRule kRules[] = {
     Row("encoding.der", "RFC 5280, 4.1", IsDer),
     Row("encoding.version", "RFC 5280, 4.1.2.1", FitsItsVersion),
     Row("encoding.serial", "RFC 5280, 4.1.2.2", SerialIsSound),
+    Row("encoding.algorithms", "RFC 3279, 2.2 and 2.3.1; RFC 4055, 5; RFC 5758, 3.2", AlgorithmsAreSound),
     Row("encoding.times", "RFC 5280, 4.1.2.5", TimesAreSound),
     Row("encoding.issuer", "RFC 5280, 4.1.2.4", HasIssuer),
     Row("encoding.subject", "RFC 5280, 4.1.2.6", HasSubject),

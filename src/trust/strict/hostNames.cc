@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "cert/generalNameForms.h"
+#include "cert/nameSyntax.h"
 
 namespace {
 
@@ -18,19 +19,27 @@ constexpr size_t kMaxHostLen = 253, kMaxLabelLen = 63;  // RFC 1035, 2.3.4, with
 
 char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
+std::string Lowered(std::string_view text) {
+  std::string lower(text);
+  std::ranges::transform(lower, lower.begin(), Lower);
+  return lower;
+}
+
 bool IsLabelChar(char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_'; }
 
 bool IsLabel(std::string_view label) {
   return !label.empty() && label.size() <= kMaxLabelLen && std::ranges::all_of(label, IsLabelChar);
 }
 
+// Of a mailbox: a host, or an address in brackets. Empty for neither.
+std::string MailHost(std::string_view text) { return sxIsAddressLiteral(text) ? Lowered(text) : HostName(text); }
+
 }  // namespace
 
 std::string HostName(std::string_view text) {
   if (text.ends_with('.')) text.remove_suffix(1);
   if (text.size() > kMaxHostLen) return "";
-  std::string host(text);
-  std::ranges::transform(host, host.begin(), Lower);
+  std::string host = Lowered(text);
   for (std::string_view rest = host;;) {
     const size_t dot = rest.find('.');
     if (!IsLabel(rest.substr(0, dot))) return "";
@@ -55,12 +64,13 @@ bool MatchesMailbox(sxOctetView presented, std::string_view wanted) {
   const std::string_view text = StrictText(presented);
   const size_t at = text.rfind('@'), wantedAt = wanted.rfind('@');
   if (at == std::string_view::npos || wantedAt == std::string_view::npos || at == 0) return false;
-  const std::string host = HostName(text.substr(at + 1));
+  const std::string host = MailHost(text.substr(at + 1));
   return text.substr(0, at) == wanted.substr(0, wantedAt) && !host.empty() &&
-         host == HostName(wanted.substr(wantedAt + 1));
+         host == MailHost(wanted.substr(wantedAt + 1));
 }
 
 std::vector<unsigned char> AddressOctets(const std::string &text) {
+  if (text.find('\0') != std::string::npos) return {};  // inet_pton would read no further
   for (const AddressForm &form : kAddressForms) {
     std::vector<unsigned char> octets(form.len);
     if (inet_pton(form.family, text.c_str(), octets.data()) == 1) return octets;

@@ -21,6 +21,11 @@ bool TakeVersion(sxDerReader &from, int *version) {
   return true;
 }
 
+// Under a context's tag.
+bool IsBitString(const sxDerElement &element) {
+  return (element.tag & kConstructed) == 0 && sxIsStrictContent(kDerBitString, element.content);
+}
+
 bool TakeWhole(sxDerReader &from, sxOctetView *whole) {
   sxDerElement element;
   if (!from.Take(kDerSequence, &element)) return false;
@@ -66,20 +71,22 @@ StrictCert::StrictCert(const sxCert &cert) : m_cert(&cert), m_isSelfIssued(sxTru
 }
 
 bool StrictCert::ReadFields(sxOctetView octets) {
-  sxDerReader all(octets), outer, fields, validity, key;
+  sxDerReader all(octets), outer, fields, validity;
   if (!all.Enter(kDerSequence, &outer) || !outer.Enter(kDerSequence, &fields)) return false;
   m_fields.saysVersion = fields.NextIs(kVersionTag);
   if ((m_fields.saysVersion && !TakeVersion(fields, &m_fields.version)) ||
       !fields.Take(kDerInteger, &m_fields.serial) || !TakeWhole(fields, &m_fields.innerAlgorithm) ||
       !TakeWhole(fields, &m_fields.issuer) || !fields.Enter(kDerSequence, &validity) ||
       !sxTakePlainTime(validity, &m_fields.notBefore) || !sxTakePlainTime(validity, &m_fields.notAfter) ||
-      !TakeWhole(fields, &m_fields.subject) || !fields.Enter(kDerSequence, &key) ||
-      !sxTakePlainAlgorithm(key, true, &m_fields.keyAlgorithm) || !TakeWhole(outer, &m_fields.outerAlgorithm)) {
+      !TakeWhole(fields, &m_fields.subject) ||
+      !sxTakePlainKey(fields, true, &m_fields.keyAlgorithm, &m_fields.keyBits) ||
+      !TakeWhole(outer, &m_fields.outerAlgorithm)) {
     return false;
   }
   sxDerElement element;
   for (; !fields.AtEnd() && !fields.NextIs(kExtensionsTag); m_fields.hasUniqueIds = true) {
     if (!fields.Take(&element)) return false;
+    m_fields.areUniqueIdsDer &= IsBitString(element);
   }
   if (fields.AtEnd()) return true;
   m_fields.hasExtensions = true;

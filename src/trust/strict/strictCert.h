@@ -49,8 +49,10 @@ class StrictCert {
     sxOctetView innerAlgorithm, outerAlgorithm, issuer, subject;  ///< whole elements
     sxPlainTime notBefore, notAfter;
     sxPlainAlgorithm keyAlgorithm;
+    sxOctetView keyBits;  ///< octets of the bit string; empty when some of its bits are unused
     bool hasUniqueIds = false;
-    bool hasExtensions = false;  ///< the field is there, empty or not
+    bool areUniqueIdsDer = true;  ///< their tags hide that they are BIT STRINGs
+    bool hasExtensions = false;   ///< the field is there, empty or not
   };
   const Fields &Get() const { return m_fields; }
   bool IsSelfIssued() const { return m_isSelfIssued; }

@@ -21,6 +21,9 @@ install(TARGETS kxcert_fetch_static EXPORT kxcertFetchStaticTargets
 install(DIRECTORY include/kxcert DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
   FILES_MATCHING PATTERN *.h)
 
+# What the headers refer to.
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development FILES_MATCHING PATTERN *.md)
+
 # find_package(kxcert) gives kxcert::kxcert; with COMPONENTS static also kxcert::kxcert_static, which
 # needs libcrypto's own package; with COMPONENTS fetch kxcert::fetch; with both kxcert::fetch_static.
 install(EXPORT kxcertTargets NAMESPACE kxcert:: DESTINATION ${kxcert_cmake_dir} COMPONENT development)

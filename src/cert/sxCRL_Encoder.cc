@@ -252,6 +252,7 @@ std::shared_ptr<sxCrlToSign> sxCRL_Encoder_imp::Encode(sxPubKey *key, sx_md_type
     static_cast<void>(Refuse("sxCRL_Encoder::Encode", why));
     return nullptr;
   }
+  if (IsDelta()) Put(sxASN_id_ce_freshestCRL, static_cast<const sxDerOctets *>(nullptr));  // RFC 5280, 5.2.6
   m_draft.Compact(true);
   const sxDerOctets extensions = ExtensionsContent();
   sxCrlFields fields;

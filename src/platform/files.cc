@@ -228,12 +228,13 @@ int CopyAccessList(int fd, int from) {
 }  // namespace
 
 int kxFile_SetAccessOf(int fd, int from) {
-  struct stat found;
+  struct stat found, now;
   if (Refused(kxStep_setAccess, nullptr) || fstat(from, &found) != 0) return -1;
-  // Without the bits that would run it as its owner.
-  constexpr mode_t kRights = 0777;
+  constexpr mode_t kRights = 07777;
   if (fchown(fd, found.st_uid, found.st_gid) != 0 || fchmod(fd, found.st_mode & kRights) != 0) return -1;
-  return CopyAccessList(fd, from);
+  if (CopyAccessList(fd, from) != 0 || fstat(fd, &now) != 0) return -1;
+  if (now.st_mode == found.st_mode) return 0;
+  return errno = EPERM, -1;  // the system takes set-gid from who is not in the group, and says nothing
 }
 
 int kxFolder_Open(const char *folder) {

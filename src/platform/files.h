@@ -43,7 +43,8 @@ bool kxFile_IsSpecial(const char *path);
 int kxFile_CreateNew(const char *path);
 std::string kxFile_PathOfOpen(int fd);          ///< by which this process can open it once more
 int kxFile_SetMode(int fd, unsigned int mode);  ///< permissions of what is open
-/// Gives what is open the owner, the group, the permissions (of 0777) and the access control list of another open file.
+/// Gives what is open the owner, the group, all permissions and the access control list of another open file;
+/// EPERM where this process may not, and what is open may then have a part of them.
 int kxFile_SetAccessOf(int fd, int from);
 /// Opens a file that is there, and empties it; ELOOP for a symbolic link.
 int kxFile_OpenWrite(const char *path);

@@ -42,6 +42,7 @@ constexpr RCRow kTexts[] = {
     {FSG_FAILED, "Failed to sign"},
     {FSG_SAME_FILE, "A signature cannot replace the file that it is of"},
     {FSG_OTHER_OWNER, "Signed in place, the file would get another owner"},
+    {FSG_BROKEN_BLOCK, "File begins with a signature that is broken"},
 };
 
 int Failed(const char *func, int rc, const char *file) {
@@ -68,7 +69,8 @@ int FindContent(std::FILE *file, bool replace, long *position) {
   if (std::fseek(file, 0, SEEK_SET) != 0) return FSG_READ_FAILED;
   if (!isSigned) return FSG_OK;
   SignatureBlock old;
-  if (!replace || !ReadSignatureBlock(file, &old) || !SkipToEndOfBlock(file)) return FSG_SIGNED;
+  if (!ReadSignatureBlock(file, &old) || !SkipToEndOfBlock(file)) return FSG_BROKEN_BLOCK;
+  if (!replace) return FSG_SIGNED;
   *position = std::ftell(file);
   return *position < 0 ? FSG_READ_FAILED : FSG_OK;
 }

@@ -37,7 +37,7 @@ fdb_look::Found fdb_look::Look() const {
   }
   tderrorFunc(kFdbTopic, 1, m_error, "%s: %s(%s)", kLookFunc, m_there ? "open" : "lstat", m_name.c_str());
   if (!m_there || m_info.isRegular) return kUnknown;  // a file that is not found has been moved meanwhile
-  const bool leadsNowhere = m_error == ENOENT || m_error == ELOOP || m_error == ENXIO;
+  const bool leadsNowhere = m_error == ENOENT || m_error == ELOOP;
   return leadsNowhere && IsStillThere() ? kNothing : kUnknown;
 }
 

@@ -13,8 +13,8 @@ class fdb_look {
  public:
   enum Found {
     kRecord,   ///< Read says what it begins with
-    kNothing,  ///< a name that no record can be behind: a link to nowhere; a pipe or device, which nobody opens
-    kUnknown,  ///< gone or replaced meanwhile, or not to be opened for now (descriptors, memory, rights)
+    kNothing,  ///< a name that no record can be behind: a link to nowhere
+    kUnknown,  ///< gone or replaced meanwhile, not to be opened for now (descriptors, memory, rights), or nobody's record (a pipe)
   };
 
   fdb_look(const fdb_handle &db, const char *key);

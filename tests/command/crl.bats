@@ -70,7 +70,7 @@ crl() {
 
 @test "crl new keeps the scope of the CRL that it begins with" {
   printf '%s\n' '[ca]' 'default_ca = c' '[c]' 'database = index' 'default_md = sha256' 'crl_extensions = e' '[e]' \
-    'issuingDistributionPoint = critical,@p' '[p]' 'fullname = URI:http://one/' 'onlysomereasons = keyCompromise' \
+    'issuingDistributionPoint = critical,@p' 'freshestCRL = URI:http://d/' '[p]' 'fullname = URI:http://one/' 'onlysomereasons = keyCompromise' \
     'onlyuser = TRUE' >gencrl.cnf
   : >index
   openssl ca -gencrl -config gencrl.cnf -cert ca.pem -keyfile ca.key -crldays 30 -out one.pem
@@ -81,7 +81,10 @@ crl() {
   run -0 crl cas --from one.pem --only ca
   [[ $output == *'--only replaces the kind'* ]]
   run -0 openssl crl -in cas.pem -noout -text
-  [[ $output == *'http://one/'*'Only CA'*'Key Compromise'* && $output != *'Only User'* ]]
+  [[ $output == *'http://one/'*'Only CA'*'Key Compromise'* && $output != *'Only User'* && $output == *'Freshest CRL'* ]]
+  crl delta --from one.pem --delta-base 9
+  run -0 openssl crl -in delta.pem -noout -text
+  [[ $output == *'Delta CRL Indicator'* && $output == *'Key Compromise'* && $output != *'Freshest CRL'* ]]
 }
 
 @test "crl verify tells which statement fails" {

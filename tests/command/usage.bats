@@ -29,5 +29,12 @@ setup() {
   [[ $output == *'standard input can be read only once'* ]]
   run -3 bash -c "'$KXCERT' name parse CN=a >/dev/full"
   [[ $output == *'cannot be written'* ]]
+  for answer in --help --version '--complete key gen' 'key gen --help'; do
+    run -3 bash -c "'$KXCERT' $answer >/dev/full"
+    [ "$output" = 'kxcert: standard output: cannot be written' ]
+    run -3 bash -c "'$KXCERT' $answer >&-"
+  done
+  run -3 bash -c "'$KXCERT' key gen ec P-256 --out k.pem >&-"
+  run -0 openssl pkey -in k.pem -noout
   run -3 "$KXCERT" cert print "$BATS_TEST_TMPDIR"
 }

@@ -42,13 +42,17 @@ class Help:
 
 
 class Completion:
-    """A bash that has loaded the completion, and answers one line after the other."""
+    """A bash that has loaded the completion, in a folder that has the folder "cert", and answers one line after the other;
+    with FILES in front where these are offered as such."""
     def __init__(self):
-        script = f'. {packaging}/completion/kxcert\n' + r'''while IFS= read -r line; do
+        self.folder = tempfile.TemporaryDirectory()
+        os.mkdir(f'{self.folder.name}/cert')
+        script = f'. {packaging}/completion/kxcert\n' + r'''compopt() { files=FILES; }
+            while IFS= read -r line; do
             IFS=' ' read -ra COMP_WORDS <<<"kxcert $line"; [[ $line != *' ' && -n $line ]] || COMP_WORDS+=('')
-            COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); COMPREPLY=(); _kxcert; echo "${COMPREPLY[@]}"; done'''
+            COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); COMPREPLY=(); files=; _kxcert; echo $files "${COMPREPLY[@]}"; done'''
         self.shell = subprocess.Popen(['bash', '-c', script], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
-                                      cwd=tempfile.gettempdir(), env={**os.environ, 'PATH': path})
+                                      cwd=self.folder.name, env={**os.environ, 'PATH': path, 'KXCERT_CONF_DIR': str(packaging / 'conf')})
 
     def of(self, line):
         self.shell.stdin.write(line + '\n')
@@ -110,6 +114,11 @@ for noun in nouns:
         if len(verb) > 2:
             check_misspelt((noun,), verb, 'verb')
         check_verb(noun, verb)
+for line, wanted in {'ce': 'cert', 'cert': 'cert', 'cert print ': 'FILES cert', 'cert print --level ce': '',
+                     'key gen rsa ': '2048 3072 4096', 'key gen ec ': 'P-256 P-384 P-521',
+                     'key gen dh 1': '1 14 15 16 17 18'}.items():
+    expect(line, wanted.split(), completion.of(line))
+expect('no files but by compopt', True, '\ncomplete -F' in (packaging / 'completion/kxcert').read_text())
 expect('types', True, len(completion.of('cert asn1 Cert')) > 3 and 'Certificate' in completion.of('cert asn1 Cert'))
 expect('rules behind a sign', ['purpose'], completion.of('chain verify --strict = purpose')[:1])
 print('\n'.join(faults) or f'{len(nouns)} nouns')

@@ -43,6 +43,12 @@ readelf -d "$libdir/libkxcert-fetch.so" | grep 'NEEDED.*libcurl' >/dev/null || f
 # A process has little static thread storage left for libraries that it opens at run time.
 ! readelf -d "$libdir/libkxcert.so" | grep STATIC_TLS || fail 'libkxcert.so needs static thread storage'
 
+(cd "$prefix/include" && grep -rhoE 'docs/[A-Za-z/]+\.md' .) | sort -u >"$work/named"
+[ -s "$work/named" ] || fail 'the headers refer to no document'
+while read -r document; do
+  [ -f "$prefix/share/doc/kxcert/${document#docs/}" ] || fail "$document, which the headers refer to, is not installed"
+done <"$work/named"
+
 if [ -x "$prefix/bin/kxcert" ]; then
   "$prefix/bin/kxcert" --version >/dev/null || fail 'the installed command does not start'
   [ -f "$prefix/share/man/man1/kxcert.1" ] || fail 'no man page'

@@ -150,9 +150,14 @@ int TellFault(const Fault &fault, bool json) {
   return report.Finish();
 }
 
+// The words that may be options.
+Words BeforeDashes(const Words &line) { return {line.begin(), std::ranges::find(line, "--")}; }
+
+// Also with a value, which is a fault and told as was asked.
+bool HasJsonValue(const std::string &word) { return word.starts_with(std::string(kJson) + "="); }
 bool WantsJson(const Words &line) {
-  const auto end = std::ranges::find(line, "--");
-  return std::find(line.begin(), end, kJson) != end;
+  return std::ranges::any_of(BeforeDashes(line),
+                             [](const std::string &word) { return word == kJson || HasJsonValue(word); });
 }
 
 }  // namespace
@@ -162,12 +167,17 @@ std::optional<Choice> ReadCommandLine(int argc, char **argv, std::span<const Nou
   const Words line(argv + std::min(argc, 1), argv + argc);
   if (!line.empty() && line[0] == "--complete") {
     for (const std::string &word : WordsAfter(std::span(line).subspan(1), nouns, verbs)) std::puts(word.c_str());
-    *exitCode = kExitYes;
+    *exitCode = Report("", false).Finish();
     return std::nullopt;
   }
   Fault fault = FaultOfNouns(line, nouns, verbs);
   if (!fault.text.empty()) {
     *exitCode = TellFault(fault, WantsJson(line));
+    return std::nullopt;
+  }
+  if (std::ranges::any_of(BeforeDashes(line), HasJsonValue)) {
+    fault.text = std::string(kJson) + " takes no value";
+    *exitCode = TellFault(fault, true);
     return std::nullopt;
   }
   CLI::App app("Looks into certificates and decides about chains of them.", "kxcert");
@@ -187,7 +197,7 @@ std::optional<Choice> ReadCommandLine(int argc, char **argv, std::span<const Nou
   } catch (const CLI::ParseError &error) {
     if (error.get_exit_code() == 0) {  // help and version
       app.exit(error);
-      *exitCode = kExitYes;
+      *exitCode = Report("", false).Finish();
       return std::nullopt;
     }
     fault.text = TextOf(error, app, fault.command, verbs);

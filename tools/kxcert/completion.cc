@@ -28,6 +28,7 @@ const OptionRow *FindArgument(const Verb &verb, size_t number) {
 
 Words WordsOfVerb(const Verb &verb, std::span<const std::string> before) {
   size_t numArguments = 0;
+  std::string last;                  // argument
   const OptionRow *asked = nullptr;  // the option whose value comes next
   for (size_t i = 0; i < before.size(); ++i) {
     if (asked != nullptr && before[i] != "=") {  // shells cut "--set=audit" at the sign
@@ -38,12 +39,14 @@ Words WordsOfVerb(const Verb &verb, std::span<const std::string> before) {
       if (option != nullptr && (TakesValue(*option) || hasSign)) asked = option;
     } else if (asked == nullptr) {
       ++numArguments;
+      last = before[i];
     }
   }
   if (asked != nullptr) return ValueWords(*asked);
   Words words = OptionWords(verb);
   if (const OptionRow *const argument = FindArgument(verb, numArguments)) {
-    std::ranges::move(ValueWords(*argument), std::back_inserter(words));
+    Words values = argument->wordsBehind == nullptr ? ValueWords(*argument) : argument->wordsBehind(last);
+    std::ranges::move(values, std::back_inserter(words));
   }
   return words;
 }

@@ -6,6 +6,7 @@
 #include "certFacts.h"
 #include "input.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
+#include "kxcert/asn1/sxAsnAny.h"
 #include "kxcert/asn1/sxAsnBits.h"
 #include "kxcert/cert/sxDN.h"
 #include "kxcert/enroll/crmfMessages.h"
@@ -24,6 +25,14 @@
 namespace {
 
 constexpr int kIndent = 1;  // TABs under the line that names the message
+
+// What the CA gave to the one who asks, and nobody else is to know: RFC 4211, 6.1 and 6.2.
+struct SecretRow {
+  sxAsnOid type;
+  const char *name;
+};
+constinit const SecretRow kSecrets[] = {{sxAsnOid({1, 3, 6, 1, 5, 5, 7, 5, 1, 1}), "regToken"},
+                                        {sxAsnOid({1, 3, 6, 1, 5, 5, 7, 5, 1, 2}), "authenticator"}};
 
 struct Options {
   std::vector<std::string> files;
@@ -97,6 +106,38 @@ Facts TemplateFacts(const sxCertTemplate &wanted) {
   return facts;
 }
 
+// The octets of its text, or of whatever stands there instead.
+int LenOf(const sxASN_AttributeTypeAndValue1 &control) {
+  kxBinBuf der;
+  sxASN_AttributeTypeAndValue1 copy(control);
+  sxAsnType *const value = copy.value == nullptr ? nullptr : copy.value->Value();
+  if (value == nullptr || sxASN_EncodeBuf(*value, der, 1) != 0) return 0;
+  sxAsnUTF8String text;
+  const int len = static_cast<int>(der.Len());
+  return sxASN_DecodeBuf(text, reinterpret_cast<const char *>(der.Data()), len) == 0 ? text.Len() : len;
+}
+
+// @return the secrets among them, without their octets
+Facts TellControls(const sxASN_Controls &controls, SxStream &out) {
+  Facts secrets = Facts::array();
+  for (const sxASN_AttributeTypeAndValue1 &control : controls) {
+    const auto *const secret = std::ranges::find_if(
+        kSecrets, [&](const SecretRow &row) { return control.type != nullptr && row.type.OidEquiv(*control.type); });
+    if (secret != std::end(kSecrets)) {
+      const int len = LenOf(control);
+      Put(out, "Control", std::string(secret->name) + ", a secret of " + Counted(static_cast<size_t>(len), "octet"));
+      secrets.push_back({{"name", secret->name}, {"length", len}});
+      continue;
+    }
+    sxASN_Controls one;
+    kxControlsList list;
+    one.AppendCopy(control);
+    list.Set(&one);
+    list.Sprint(&out, kIndent);
+  }
+  return secrets;
+}
+
 void Describe(const std::string &where, std::span<const unsigned char> der, const kxCRMF &crmf, Report &report,
               Facts &facts) {
   sxASN_CertReqMsg msg;
@@ -104,7 +145,8 @@ void Describe(const std::string &where, std::span<const unsigned char> der, cons
   SxStream text;
   Put(text, "Request ID", NumberText(crmf.RequestId()));
   crmf.CertTemplate().Sprint(&text, kIndent);
-  crmf.Controls().Sprint(&text, kIndent);
+  facts["secrets"] = Facts::array();
+  if (msg.certReq->controls != nullptr) facts["secrets"] = TellControls(*msg.certReq->controls, text);
   Put(text, "Proof of possession", ProofText(msg));
   report.Line(where + ":");
   report.Line(TrimEnd(text.Text()));

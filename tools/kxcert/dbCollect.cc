@@ -62,9 +62,9 @@ Candidates FindCandidates(const Files &files, const sxStoreFolder &folder, int64
   Candidates found;
   for (const auto &[name, id] : files) {
     const sxStoreItem item = folder.Look(name, nowSec);
-    const bool isUnknown = item.state == sxStoreState::kForeign || item.state == sxStoreState::kUnreadable;
     // However little can be said of it, it has a record's name.
-    if (IsToGo(item, nowSec) || (isUnknown && !item.key.empty())) found[name] = item.state;
+    const bool mayBeToGo = item.state == sxStoreState::kUnreadable && !item.key.empty();
+    if (IsToGo(item, nowSec) || mayBeToGo) found[name] = item.state;
   }
   return found;
 }
@@ -90,7 +90,7 @@ void Tell(const Candidates &candidates, const Files &before, const Files &after,
       if (!after.contains(name)) removed.push_back(VisibleLine(name));  // else a store has replaced it
     } else if (state == sxStoreState::kUnreadable) {
       report.Problem(kExitInputError, name, sxStoreState_GetString(state));
-    } else if (state != sxStoreState::kForeign) {
+    } else {
       report.Problem(kExitInputError, name,
                      "cannot be removed" + (left->second != name ? "; is now " + left->second : ""));
     }

@@ -113,14 +113,18 @@ void ReadBlocks(const std::string &path, Report &report,
   if (!error.empty()) return report.Problem(kExitInputError, name, error);
   sxInputBlocks blocks(octets.Data(), octets.Len());
   bool any = false;
+  size_t numBad = 0;
   for (sxInputBlock block; blocks.Next(block); any = true) {
     const sxLoadPlace place = {name.c_str(), block.number, 0, block.offset, block.line};
     const std::string where = VisibleLine(place.Text());
     if (block.error == nullptr) {
       take(where, block.octets);
-    } else {
+    } else if (++numBad <= SkippedParts::kMaxToldOfFile) {
       report.Problem(kExitInputError, where, block.error);
     }
+  }
+  if (numBad > SkippedParts::kMaxToldOfFile) {
+    report.Note(name, Counted(numBad - SkippedParts::kMaxToldOfFile, "more part") + " passed over");
   }
   if (!any) report.Problem(kExitInputError, name, "is empty");
   TellPartsBesidePem(name, {octets.Data(), octets.Len()}, report);

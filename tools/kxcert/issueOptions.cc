@@ -48,6 +48,12 @@ bool KeepWithin(const FoundCert &issuer, const IssueOptions &options, Validity *
   return true;
 }
 
+// Whether the number is that of the issuer's own certificate, which is among those that it issued (RFC 5280, 4.1.2.2).
+bool IsIssuersOwn(const sxAsnInt &serial, const FoundCert &issuer) {
+  return issuer.cert != nullptr && issuer.cert->Issuer()->Equal(*issuer.cert->Subject()) &&
+         sxCert_IsSameSerialNumber(&serial, issuer.cert->SerialNum()) == 1;
+}
+
 void PutLine(SxStream *out, const char *label, const std::string &text) {
   if (text.empty()) return;
   out->Indent(kIndent);
@@ -140,7 +146,12 @@ bool SetValidity(const IssueOptions &options, int64_t usualSec, const Signer &si
 
 bool Issue(const IssueOptions &options, const std::string &profile, const Signer &signer, sxCertTemplate &wanted,
            Report &report) {
-  if (!options.serial.empty()) wanted.SetSerialNum(ParseSerial(options.serial).get());
+  const std::unique_ptr<sxAsnInt> serial = options.serial.empty() ? nullptr : ParseSerial(options.serial);
+  if (serial != nullptr && IsIssuersOwn(*serial, signer.issuer)) {
+    report.Problem(kExitUsage, "--serial", "is the issuer's own: each of an issuer has another number");
+    return false;
+  }
+  if (serial != nullptr) wanted.SetSerialNum(serial.get());
   sxSignOptions how;
   how.md = static_cast<sx_md_type>(options.digest);
   if (options.keyIdMd != 0) how.keyIdMd = static_cast<sx_md_type>(options.keyIdMd);

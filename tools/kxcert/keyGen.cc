@@ -23,6 +23,8 @@ namespace {
 constexpr int kMinBits = 1024;
 constexpr int kBitsStep = 256;  // primes come in multiples of 128 bits; another length would give a longer key
 constexpr int kExponent = 65537;
+constexpr int kMaxGroup = 255;            // numbers of IKE's groups that are looked for
+constexpr int kCurveGroups[] = {19, 20};  // which have names among them
 
 struct Options {
   std::string kind;
@@ -79,15 +81,34 @@ sxPubKey *MakeDh(const std::string &group, Report &report) {
   return key;
 }
 
+Words BitsWords() { return {"2048", "3072", "4096"}; }
+
+Words GroupWords() {
+  Words words;
+  std::string error;
+  if (LoadDHGroupsFile(nullptr, &error) != 0) return words;
+  for (int number = 1; number <= kMaxGroup; ++number) {
+    const bool isCurve = number == kCurveGroups[0] || number == kCurveGroups[1];
+    if (!isCurve && FindIKEDHGroupByGrpNum(number) != nullptr) words.push_back(std::to_string(number));
+  }
+  return words;
+}
+
 struct KindRow {
   const char *name;
   sxPubKey *(*make)(const std::string &size, Report &report);
+  Words (*sizes)();  // that completion offers
 };
-constexpr KindRow kKinds[] = {{"rsa", MakeRsa}, {"ec", MakeEc}, {"dh", MakeDh}};
+constexpr KindRow kKinds[] = {{"rsa", MakeRsa, BitsWords}, {"ec", MakeEc, CurveWords}, {"dh", MakeDh, GroupWords}};
 
 const KindRow *FindKind(const std::string &name) {
   const auto *const found = std::ranges::find_if(kKinds, [&name](const KindRow &row) { return name == row.name; });
   return found == std::end(kKinds) ? nullptr : found;
+}
+
+Words SizeWords(const std::string &kind) {
+  const KindRow *const row = FindKind(kind);
+  return row == nullptr ? Words() : row->sizes();
 }
 
 Words KindWords() {
@@ -130,6 +151,7 @@ Verb KeyGen() {
           {"SIZE", "a curve, or the bits of an RSA key (3072), or a Diffie-Hellman group (14)", &options->size, true},
           CurveWords),
       FormRow(options->form)};
+  rows[1].wordsBehind = SizeWords;
   std::ranges::move(EncryptRows(options->encrypt), std::back_inserter(rows));
   std::ranges::move(OutputRows(options->output), std::back_inserter(rows));
   return {std::move(rows), [options](Report &report) { Run(*options, report); }};

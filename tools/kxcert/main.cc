@@ -1,5 +1,7 @@
 // kxcert NOUN VERB: finds the verb, runs it, and says with the exit code how it ended.
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -87,9 +89,19 @@ void WriteNoCore() {
   setrlimit(RLIMIT_CORE, &limit);
 }
 
+// What is opened would else become standard output. Where one of the three was closed, to use it fails as before.
+void KeepStandardStreams() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (fcntl(fd, F_GETFD) != -1) continue;
+    const int taken = open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    if (taken != fd && taken >= 0) close(taken);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+  KeepStandardStreams();
   WriteNoCore();
   UseUtc();
   std::signal(SIGXFSZ, SIG_IGN);  // so that what cannot be written is said, and what is half done is taken back

@@ -19,7 +19,7 @@ void Run(const NameQuestion &question, const Arguments &arguments, Report &repor
   for (int i = 0; i < 2; ++i) {
     std::string reason;
     names[i] = ReadName(*texts[i], &reason);
-    if (!names[i].has_value()) report.Problem(kExitInputError, *texts[i], "not a legal name" + reason);
+    if (!names[i].has_value()) report.Problem(kExitNo, *texts[i], "not a legal name" + reason);
   }
   if (!names[0].has_value() || !names[1].has_value()) return;
   const bool yes = question.ask(*names[0], *names[1]);

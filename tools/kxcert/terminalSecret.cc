@@ -23,7 +23,30 @@ class QuietTerminal {
  public:
   QuietTerminal() : m_fd(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)) {
     m_isTerminal = m_fd >= 0 && tcgetattr(m_fd, &m_before) == 0;
-    if (!m_isTerminal) return;
+    if (m_isTerminal) BeQuiet();
+  }
+  ~QuietTerminal() {
+    if (m_isTerminal) BeAsBefore();
+    if (m_fd >= 0) close(m_fd);
+  }
+  QuietTerminal(const QuietTerminal &) = delete;
+  QuietTerminal &operator=(const QuietTerminal &) = delete;
+
+  bool IsTerminal() const { return m_isTerminal; }
+  // To the end of a line. @return what is wrong, or ""
+  std::string Ask(const std::string &prompt, kxBinBuf &area, size_t *len) {
+    for (;;) {
+      if (!Write(prompt)) return "cannot be written";
+      std::string wrong = ReadLine(area, len);
+      if (g_signal != SIGTSTP) return wrong;
+      // Stopped here; who comes back finds the question again, and begins anew.
+      BeAsBefore();
+      BeQuiet();
+    }
+  }
+
+ private:
+  void BeQuiet() {
     g_signal = 0;
     struct sigaction action = {};
     action.sa_handler = Remember;  // without SA_RESTART
@@ -32,23 +55,16 @@ class QuietTerminal {
     quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     tcsetattr(m_fd, TCSAFLUSH, &quiet);
   }
-  ~QuietTerminal() {
-    if (m_isTerminal) {
-      Write("\n");
-      tcsetattr(m_fd, TCSADRAIN, &m_before);
-      for (size_t i = 0; i < kNumSignals; ++i) sigaction(kSignals[i], &m_actions[i], nullptr);
-      if (g_signal != 0) raise(g_signal);
-    }
-    if (m_fd >= 0) close(m_fd);
+  // The signal that came does then what it does elsewhere.
+  void BeAsBefore() {
+    Write("\n");
+    tcsetattr(m_fd, TCSADRAIN, &m_before);
+    for (size_t i = 0; i < kNumSignals; ++i) sigaction(kSignals[i], &m_actions[i], nullptr);
+    if (g_signal != 0) raise(g_signal);
   }
-  QuietTerminal(const QuietTerminal &) = delete;
-  QuietTerminal &operator=(const QuietTerminal &) = delete;
-
-  bool IsTerminal() const { return m_isTerminal; }
   bool Write(const std::string &text) const {
     return write(m_fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
   }
-  // To the end of a line. @return what is wrong, or ""
   std::string ReadLine(kxBinBuf &area, size_t *len) const {
     for (*len = 0; *len < area.Len();) {
       const ssize_t got = read(m_fd, area.Data() + *len, area.Len() - *len);
@@ -62,7 +78,6 @@ class QuietTerminal {
     return "longer than " + std::to_string(kMaxSecretLen) + " octets";
   }
 
- private:
   const int m_fd;
   bool m_isTerminal = false;
   termios m_before = {};
@@ -85,8 +100,8 @@ std::string AskTerminal(const std::string &prompt, kxBinBuf &out) {
   size_t len = 0;
   std::string error = "there is no terminal";
   {
-    const QuietTerminal terminal;
-    if (terminal.IsTerminal()) error = terminal.Write(prompt) ? terminal.ReadLine(area, &len) : "cannot be written";
+    QuietTerminal terminal;
+    if (terminal.IsTerminal()) error = terminal.Ask(prompt, area, &len);
   }
   if (!error.empty()) return "the terminal: " + error;
   area.Set(static_cast<unsigned int>(len));  // shrinks and wipes the rest

@@ -30,6 +30,7 @@ struct OptionRow {
   std::vector<OptionChoice> choices = {};                   ///< of a number: what may be written for it
   const char *choiceName = "";                              ///< usage names one of these so
   Words (*words)() = nullptr;                               ///< of a text: what @c check knows by name, for completion
+  Words (*wordsBehind)(const std::string &argument) = nullptr;  ///< of an argument: instead, by the one before it
 };
 
 inline OptionRow WithWords(OptionRow row, Words (*words)()) {

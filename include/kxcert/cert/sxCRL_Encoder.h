@@ -31,9 +31,9 @@ class KXCERT_EXPORT sxCRL_Encoder : public sxCRL {
   int SetIssuer(const sxDN &issuer);   ///< no name; or entries of an indirect CRL depend on the old one
   int SetThisUpdate(int64_t seconds);  ///< years 0 to 9999, here and below
   int SetNextUpdate(int64_t seconds);
-  int RemoveNextUpdate();                          ///< always 0
-  int SetNumber(const sxAsnInt *number);           ///< not negative, at most 20 octets; null: none
-  int SetDeltaBase(const sxAsnInt *number);        ///< makes a delta CRL; likewise
+  int RemoveNextUpdate();                    ///< always 0
+  int SetNumber(const sxAsnInt *number);     ///< not negative, at most 20 octets; null: none
+  int SetDeltaBase(const sxAsnInt *number);  ///< makes a delta CRL, which is encoded without freshestCRL; likewise
   int SetAuthorityKeyId(const sxExtKeyID *keyId);  ///< null: none
   /// Null: none. An indirect CRL stays one as long as it has entries of others; its issuer comes first.
   int SetIssuingDP(const sxIssuingDP *scope);

@@ -20,12 +20,13 @@ enum FSG_RC : int {
   FSG_BAD_KEY = -3,      ///< no private key of P-521
   FSG_BAD_TIME = -4,     ///< 0, which would sign no time at all
   FSG_NOT_TEXT = -5,     ///< control characters other than TABs, line ends and page breaks, which nobody would sign
-  FSG_SIGNED = -6,       ///< it has a block, and that is not to be replaced, or is broken
+  FSG_SIGNED = -6,       ///< it has a block, and that is not to be replaced
   FSG_EXISTS = -7,       ///< the result's name is taken
   FSG_WRITE_FAILED = -8,
-  FSG_FAILED = -9,        ///< signing
-  FSG_SAME_FILE = -10,    ///< the signature's file is the one that is signed
-  FSG_OTHER_OWNER = -11,  ///< signed in place it would not be its owner's or its group's any more
+  FSG_FAILED = -9,         ///< signing
+  FSG_SAME_FILE = -10,     ///< the signature's file is the one that is signed
+  FSG_OTHER_OWNER = -11,   ///< signed in place it would not be its owner's or its group's any more, or lose permissions
+  FSG_BROKEN_BLOCK = -12,  ///< it begins as a block does, without being one: what of it is text is not known
 };
 KXCERT_EXPORT const char *FSG_RC_to_str(int rc);  ///< lent, static
 
@@ -36,8 +37,8 @@ KXCERT_EXPORT bool fsg_key_fits(sxPubKey *key, bool isPrivate);
 ///
 /// A file that begins with a block is signed already: that block is replaced when @p replace says so, else the file
 /// stays as it is, so that nobody's signature goes unnoticed.
-/// @param outFile  the result; null: the file itself (that which a link leads to). It gets the file's permissions. The
-///        file itself keeps owner, group, permissions and access control list, or is not signed
+/// @param outFile  the result; null: the file itself (that which a link leads to). It gets the file's permissions (of
+///        0777). The file itself keeps owner, group, all permissions and the access control list, or is not signed
 /// @param seconds  since 1970-01-01 00:00 UTC: the time that is signed
 /// @param replace  also a file that has the name @p outFile
 /// @return FSG_RC

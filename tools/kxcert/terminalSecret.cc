@@ -1,6 +1,7 @@
 #include "terminalSecret.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -65,10 +66,18 @@ class QuietTerminal {
   bool Write(const std::string &text) const {
     return write(m_fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
   }
+  // For something to read, or a signal. One that comes just before poll does not end it, nor does one that another thread
+  // takes: it is seen a little later.
+  void Wait() const {
+    constexpr int kLookMs = 100;
+    pollfd terminal = {m_fd, POLLIN, 0};
+    while (g_signal == 0 && poll(&terminal, 1, kLookMs) <= 0) {}
+  }
   std::string ReadLine(kxBinBuf &area, size_t *len) const {
     for (*len = 0; *len < area.Len();) {
-      const ssize_t got = read(m_fd, area.Data() + *len, area.Len() - *len);
+      Wait();
       if (g_signal != 0) return "was interrupted";
+      const ssize_t got = read(m_fd, area.Data() + *len, area.Len() - *len);
       if (got < 0 && errno == EINTR) continue;
       if (got < 0) return std::string("cannot be read: ") + std::strerror(errno);
       if (got == 0) return *len == 0 ? "no password was typed" : "";

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "issuedFacts.h"
 #include "kxcert/asn1/modules/PKIX1Implicit88.h"
 #include "kxcert/asn1/modules/PKIXCRMF.h"
 #include "kxcert/asn1/oids.h"
@@ -171,8 +172,7 @@ Facts CertFacts(const sxCert &cert) {
   if (cert.AuthorityKeyId() != nullptr) facts["authorityKeyId"] = KeyIdText(cert.AuthorityKeyId());
   if (const sxBasicConstraint *constraint = cert.GetBasicConstraint(); constraint != nullptr) {
     facts["isCA"] = constraint->IsCA();
-    if (constraint->PathLen() >= 0)
-      facts["pathLen"] = constraint->PathLen() == INT32_MAX ? Facts(nullptr) : Facts(constraint->PathLen());
+    if (constraint->PathLen() >= 0) facts["pathLen"] = CountFacts(constraint->PathLen());
   }
   if (const sxKeyUsage *usage = cert.KeyUsage(); usage != nullptr) {
     facts["keyUsage"] = Facts::array();

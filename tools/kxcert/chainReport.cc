@@ -83,8 +83,8 @@ void PrintPath(const Decision &decision, const GivenCerts &given, Report &report
 
 std::string RuleText(const sxFinding &finding) { return std::string(finding.rule) + " (" + finding.source + ")"; }
 
-// Two rules that refuse the same of a certificate, and want the same done.
-bool SaysTheSame(const sxFinding &a, const sxFinding &b) {
+// Whoever does what one rule wants done about a certificate has done what the other wants.
+bool WantsTheSame(const sxFinding &a, const sxFinding &b) {
   return a.level == b.level && a.advice != nullptr && b.advice != nullptr && std::string_view(a.advice) == b.advice;
 }
 
@@ -114,12 +114,12 @@ void PrintFinding(const Decision &decision, const GivenCerts &given, const sxFin
 
 // Those that decide first. Of notes there may be dozens.
 void PrintFailures(const Decision &decision, const GivenCerts &given, bool verbose, Report &report) {
-  std::vector<std::vector<const sxFinding *>> failures;  // each with those that say the same
+  std::vector<std::vector<const sxFinding *>> failures;  // each with those that want the same done
   for (const bool isNote : {false, true}) {
     for (const sxFinding &finding : decision.judged.verdict.findings) {
       if (finding.isNote != isNote || finding.result != sxFindingResult::kFailed) continue;
       const auto told =
-          std::ranges::find_if(failures, [&](const auto &failure) { return SaysTheSame(*failure[0], finding); });
+          std::ranges::find_if(failures, [&](const auto &failure) { return WantsTheSame(*failure[0], finding); });
       if (told != failures.end()) {
         told->push_back(&finding);
       } else {

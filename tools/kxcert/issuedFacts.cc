@@ -25,9 +25,6 @@ Facts QualifierFacts(const sxPolicyQualifier &qualifier) {
   return facts;
 }
 
-// Readers keep no more than 31 bits.
-Facts CountFacts(int count) { return count == INT32_MAX ? Facts(nullptr) : Facts(count); }
-
 Facts PolicyFacts(const sxExtension &ext) {
   auto policies = Facts::array();
   for (const sxPolicy &policy : static_cast<const sxCertPolicies &>(ext).Policies()) {
@@ -91,6 +88,8 @@ constexpr FactsRow kRows[] = {
 };
 
 }  // namespace
+
+Facts CountFacts(int count) { return count == INT32_MAX ? Facts(nullptr) : Facts(count); }
 
 ReadAs ReadExtension(const sxASN_Extension &ext, std::unique_ptr<sxExtension> *made) {
   for (const sxExtParser *table : {Get_ExtParserTable(), Get_CRLExtParserTable(), Get_IssuedExtParserTable()}) {

@@ -18,4 +18,7 @@ ReadAs ReadExtension(const sxASN_Extension &ext, std::unique_ptr<sxExtension> *m
 /// Its members as JSON: nothing for kinds of sxExtensions.h, of which only the text is told.
 Facts IssuedFacts(const sxAsnOid &type, const sxExtension &ext);
 
+/// A number of levels or certificates, of which readers keep no more than 31 bits: null for what may be more.
+Facts CountFacts(int count);
+
 #endif
